@@ -1,0 +1,21 @@
+# Kestrove::Navigation, what an application links: client, waylines and the bundled runtime.
+
+add_library(KestroveNavigation
+  $<TARGET_OBJECTS:kestrove_wayline> $<TARGET_OBJECTS:kestrove_api>
+  $<TARGET_OBJECTS:kestrove_runtime>)
+add_library(Kestrove::Navigation ALIAS KestroveNavigation)
+set_target_properties(KestroveNavigation PROPERTIES
+  OUTPUT_NAME kestrove-navigation
+  EXPORT_NAME Navigation
+  VERSION ${PROJECT_VERSION}
+  SOVERSION ${PROJECT_VERSION_MAJOR})
+target_compile_features(KestroveNavigation PUBLIC cxx_std_17)
+target_link_libraries(KestroveNavigation PRIVATE $<BUILD_INTERFACE:kestrove_flags>)
+kestrove_include_root(KestroveNavigation PUBLIC core platform wayline api)
+target_include_directories(KestroveNavigation INTERFACE $<INSTALL_INTERFACE:include/kestrove>)
+
+# The same objects and the service side, internals included: for our programs and tests.
+add_library(kestrove_internal STATIC
+  $<TARGET_OBJECTS:kestrove_wayline> $<TARGET_OBJECTS:kestrove_api>
+  $<TARGET_OBJECTS:kestrove_runtime> $<TARGET_OBJECTS:kestrove_server>)
+target_link_libraries(kestrove_internal PRIVATE kestrove_flags)

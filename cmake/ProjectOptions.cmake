@@ -1,0 +1,28 @@
+# Options, language level and compiler flags. Warnings and sanitizers stay private to our own
+# targets: an application that builds the library inside its own tree inherits none of them.
+
+option(BUILD_SHARED_LIBS "Build Kestrove::Navigation as a shared library" ON)
+option(KESTROVE_BUILD_TESTING_LIBRARY "Build Kestrove::NavigationTesting" ${PROJECT_IS_TOP_LEVEL})
+option(KESTROVE_BUILD_PROGRAMS "Build the programs" ${PROJECT_IS_TOP_LEVEL})
+option(KESTROVE_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
+option(KESTROVE_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
+option(KESTROVE_BUILD_BENCHMARKS "Build the benchmarks" OFF)
+option(KESTROVE_WARNINGS_AS_ERRORS "Treat warnings as errors" OFF)
+set(KESTROVE_SANITIZERS "" CACHE STRING "Sanitizers to build with, for example address,undefined")
+
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+add_library(kestrove_flags INTERFACE)
+target_compile_features(kestrove_flags INTERFACE cxx_std_17)
+target_compile_options(kestrove_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+if(KESTROVE_WARNINGS_AS_ERRORS)
+  target_compile_options(kestrove_flags INTERFACE -Werror)
+endif()
+if(KESTROVE_SANITIZERS)
+  target_compile_options(kestrove_flags INTERFACE
+    -fsanitize=${KESTROVE_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(kestrove_flags INTERFACE -fsanitize=${KESTROVE_SANITIZERS})
+endif()

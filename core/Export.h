@@ -1,0 +1,7 @@
+#ifndef KESTROVE_CORE_EXPORT_H
+#define KESTROVE_CORE_EXPORT_H
+
+/// Marks a class or function that the library exports. Everything else is hidden.
+#define KESTROVE_EXPORT __attribute__((visibility("default")))
+
+#endif

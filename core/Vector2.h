@@ -1,0 +1,37 @@
+#ifndef KESTROVE_CORE_VECTOR2_H
+#define KESTROVE_CORE_VECTOR2_H
+
+namespace Core::Maths {
+
+/// Two numbers that belong together, such as a point in the plane. A plain value: copied,
+/// compared and destroyed like its components.
+template <typename T>
+class Vector2
+{
+public:
+    T x{};
+    T y{};
+
+    /// Both components zero.
+    constexpr Vector2() = default;
+    /// The vector (`xValue`, `yValue`).
+    constexpr Vector2(T xValue, T yValue) : x(xValue), y(yValue) {}
+};
+
+/// True when both components are equal.
+template <typename T>
+constexpr bool operator==(const Vector2<T>& left, const Vector2<T>& right)
+{
+    return left.x == right.x && left.y == right.y;
+}
+
+/// True when a component differs.
+template <typename T>
+constexpr bool operator!=(const Vector2<T>& left, const Vector2<T>& right)
+{
+    return !(left == right);
+}
+
+} // namespace Core::Maths
+
+#endif

@@ -1,0 +1,38 @@
+#ifndef KESTROVE_CORE_VECTOR3_H
+#define KESTROVE_CORE_VECTOR3_H
+
+namespace Core::Maths {
+
+/// Three numbers that belong together, such as a point in space. A plain value: copied,
+/// compared and destroyed like its components.
+template <typename T>
+class Vector3
+{
+public:
+    T x{};
+    T y{};
+    T z{};
+
+    /// All components zero.
+    constexpr Vector3() = default;
+    /// The vector (`xValue`, `yValue`, `zValue`).
+    constexpr Vector3(T xValue, T yValue, T zValue) : x(xValue), y(yValue), z(zValue) {}
+};
+
+/// True when all three components are equal.
+template <typename T>
+constexpr bool operator==(const Vector3<T>& left, const Vector3<T>& right)
+{
+    return left.x == right.x && left.y == right.y && left.z == right.z;
+}
+
+/// True when a component differs.
+template <typename T>
+constexpr bool operator!=(const Vector3<T>& left, const Vector3<T>& right)
+{
+    return !(left == right);
+}
+
+} // namespace Core::Maths
+
+#endif

@@ -1,0 +1,186 @@
+#ifndef KESTROVE_PLATFORM_BELEMENT_H
+#define KESTROVE_PLATFORM_BELEMENT_H
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/Export.h"
+
+/// What a structured value holds.
+enum class EBElementType
+{
+    Nothing,    ///< no value: nil on the link, or a place past the end of a list
+    Integer,    ///< a whole number
+    Double,     ///< a floating-point number
+    String,     ///< a text, bytes as they came
+    List,       ///< a BListC
+    Dictionary, ///< a BDictionaryC
+};
+
+/// A structured value: what arguments, replies and event payloads are made of.
+///
+/// Lifetime: a value is made with `new` and destroyed with `delete`; one that was handed to a list
+/// or a dictionary belongs to it and goes with it. Destruction needs no stack however deep lists
+/// are nested. Not copyable. Thread safety: none; distinct values are independent.
+class KESTROVE_EXPORT BElementC
+{
+public:
+    virtual ~BElementC();
+    BElementC(const BElementC&) = delete;
+    BElementC& operator=(const BElementC&) = delete;
+
+    /// What this value holds.
+    virtual EBElementType Type() const = 0;
+
+    /// The list or dictionary that holds this value, or the parent that it was made under; null
+    /// for a value that stands alone. Not owned.
+    BElementC* Parent() const { return m_parent; }
+
+protected:
+    explicit BElementC(BElementC* parent) : m_parent(parent) {}
+
+    /// Gives up one of the values that this one owns, the last first; null when none is left.
+    virtual BElementC* ReleaseLastChild();
+    /// Destroys every value below this one without recursion. For destructors of containers.
+    void DestroyChildren();
+    /// Makes `child` know this value as its parent.
+    void Adopt(BElementC* child) { child->m_parent = this; }
+
+private:
+    BElementC* m_parent;
+};
+
+/// A single value: a whole number, a floating-point number, a text, or nothing.
+class KESTROVE_EXPORT BAtomC : public BElementC
+{
+public:
+    /// Holds nothing.
+    BAtomC();
+    explicit BAtomC(int value);
+    explicit BAtomC(std::int64_t value);
+    explicit BAtomC(double value);
+    explicit BAtomC(std::string value);
+    ~BAtomC() override;
+
+    EBElementType Type() const override { return m_type; }
+
+    /// The number as an int: a double is truncated toward zero, what does not fit saturates, NaN
+    /// is 0. A text or nothing is 0.
+    int IntValue() const;
+    /// The number as a 64-bit integer, by the rules of IntValue().
+    std::int64_t Int64Value() const;
+    /// The number as a double; exact for every int. A text or nothing is 0.0.
+    double DoubleValue() const;
+    /// The text; empty when this value is no text.
+    const std::string& StringValue() const { return m_string; }
+
+private:
+    EBElementType m_type = EBElementType::Nothing;
+    union
+    {
+        std::int64_t m_integer = 0;
+        double m_double;
+    };
+    std::string m_string;
+};
+
+/// An ordered list of values: an argument list, a list reply, an event's payload.
+///
+/// Whole and floating-point numbers are kept in place, 16 bytes an element; texts and nested
+/// values are nodes of their own that the list owns. Positions count from 0.
+class KESTROVE_EXPORT BListC : public BElementC
+{
+public:
+    /// An empty list. `parent` is only remembered (see Parent()): the list is not added to it.
+    explicit BListC(BElementC* parent);
+    ~BListC() override;
+
+    EBElementType Type() const override { return EBElementType::List; }
+
+    /// Appends a whole number.
+    void AddInt(int value);
+    /// Appends a whole number of 64 bits.
+    void AddInt64(std::int64_t value);
+    /// Appends a floating-point number.
+    void AddDouble(double value);
+    /// Appends a copy of a text.
+    void AddString(const std::string& value);
+    /// Appends the value "nothing".
+    void AddNothing();
+    /// Appends `element` and takes ownership of it. Null appends "nothing".
+    void Add(BElementC* element);
+    /// Makes room for `count` elements in all, so that adding them does not move the list. The
+    /// elements are the same without it. A count below the present size changes nothing.
+    void Reserve(int count);
+
+    /// The number of elements.
+    int Size() const { return static_cast<int>(m_slots.size()); }
+    /// What stands at `index`; Nothing past the end.
+    EBElementType TypeAt(int index) const;
+    /// The number at `index` as an int, by the rules of BAtomC::IntValue(); 0 past the end and for
+    /// what is no number.
+    int GetInt(int index) const;
+    /// The number at `index` as a 64-bit integer, likewise.
+    std::int64_t GetInt64(int index) const;
+    /// The number at `index` as a double; 0.0 past the end and for what is no number.
+    double GetDouble(int index) const;
+    /// The text at `index`; empty past the end and for what is no text.
+    const std::string& GetString(int index) const;
+    /// The nested list at `index`, still owned by this list; null when there is none.
+    const BListC* GetList(int index) const;
+    /// The text or nested value at `index`, still owned by this list; null for a number, for
+    /// "nothing" and past the end.
+    const BElementC* GetElement(int index) const;
+
+protected:
+    BElementC* ReleaseLastChild() override;
+
+private:
+    struct Slot
+    {
+        union
+        {
+            std::int64_t integer;
+            double number;
+            BElementC* element;
+        };
+        EBElementType type; // String, List and Dictionary: `element` holds it
+    };
+
+    const Slot* At(int index) const;
+
+    std::vector<Slot> m_slots;
+};
+
+/// Values under names, in the order in which they were added.
+class KESTROVE_EXPORT BDictionaryC : public BElementC
+{
+public:
+    /// An empty dictionary. `parent` is only remembered.
+    explicit BDictionaryC(BElementC* parent);
+    ~BDictionaryC() override;
+
+    EBElementType Type() const override { return EBElementType::Dictionary; }
+
+    /// Appends `element` under `key` and takes ownership of it. Null stands for "nothing". A key
+    /// that is there already stays; Get() finds the first.
+    void Add(const std::string& key, BElementC* element);
+    /// The number of entries.
+    int Size() const { return static_cast<int>(m_entries.size()); }
+    /// The first value under `key`, still owned by this dictionary; null when there is none.
+    const BElementC* Get(const std::string& key) const;
+    /// The key of entry `index`, which must lie below Size().
+    const std::string& KeyAt(int index) const;
+    /// The value of entry `index`, which must lie below Size(); never null.
+    const BElementC* ValueAt(int index) const;
+
+protected:
+    BElementC* ReleaseLastChild() override;
+
+private:
+    std::vector<std::pair<std::string, BElementC*>> m_entries;
+};
+
+#endif

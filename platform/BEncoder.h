@@ -1,0 +1,51 @@
+#ifndef KESTROVE_PLATFORM_BENCODER_H
+#define KESTROVE_PLATFORM_BENCODER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "core/Export.h"
+#include "platform/BElement.h"
+
+/// Writes structured values into the bytes that cross the link.
+///
+/// The bytes of several calls follow one another; Clear() starts anew and keeps the memory, so that
+/// one encoder serves message after message without allocating. Thread safety: none.
+class KESTROVE_EXPORT BEncoderC
+{
+public:
+    BEncoderC();
+    ~BEncoderC();
+    BEncoderC(const BEncoderC&) = delete;
+    BEncoderC& operator=(const BEncoderC&) = delete;
+
+    /// Drops the bytes written so far.
+    void Clear();
+
+    /// Opens a list of `count` values; the next `count` values written are its elements.
+    void WriteListHeader(std::uint32_t count);
+    /// Writes a whole number in its shortest form.
+    void WriteInteger(std::int64_t value);
+    /// Writes an unsigned whole number in its shortest form.
+    void WriteUnsigned(std::uint64_t value);
+    /// Writes a text of `length` bytes.
+    void WriteString(const char* text, std::size_t length);
+    /// Writes "nothing".
+    void WriteNothing();
+    /// Writes a whole value.
+    ///
+    /// @return false when it is nested deeper than 64 levels, which no receiver accepts; the bytes
+    ///         written so far are then of no use.
+    bool Write(const BElementC& element);
+
+    /// The bytes written since the last Clear(); valid until the next call that writes.
+    const char* Data() const { return m_bytes.data(); }
+    /// Their number.
+    std::size_t Size() const { return m_bytes.size(); }
+
+private:
+    std::string m_bytes;
+};
+
+#endif

@@ -1,0 +1,27 @@
+#ifndef KESTROVE_PLATFORM_LINKERROR_H
+#define KESTROVE_PLATFORM_LINKERROR_H
+
+#include <string>
+
+/// Why the last call over a connection failed.
+enum class ELinkError
+{
+    None,         ///< it did not fail
+    NotConnected, ///< there was no connection to send on
+    Refused,      ///< nobody listens at the address, or it could not be reached
+    TimedOut,     ///< no connection, no room to send, or no reply in time
+    Closed,       ///< the service closed or reset the connection
+    BadMessage,   ///< bytes that are no message, or a message over a limit; the connection is closed
+    NoValue,      ///< the service answered, but with nothing
+    ServiceError, ///< the service answered with an error; the text is the service's
+    System,       ///< the operating system refused, for example for want of descriptors
+};
+
+/// The reason of a failure: a code for programs and a text for people.
+struct LinkErrorC
+{
+    ELinkError code = ELinkError::None;
+    std::string text;
+};
+
+#endif

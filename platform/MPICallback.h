@@ -1,0 +1,36 @@
+#ifndef KESTROVE_PLATFORM_MPICALLBACK_H
+#define KESTROVE_PLATFORM_MPICALLBACK_H
+
+#include "core/Export.h"
+#include "platform/BElement.h"
+
+/// What a connection calls when an event arrives (see MPISocketConnectionC::RequestCallback).
+class KESTROVE_EXPORT MPICallbackBase
+{
+public:
+    /// Takes an event. `payload` belongs to the connection and lives until the call returns.
+    ///
+    /// @return a number that the connection passes on and does not interpret.
+    virtual int Callback(BListC* payload) = 0;
+    virtual ~MPICallbackBase();
+};
+
+/// Hands events to a member function of an object.
+///
+/// Owns nothing: the object must outlive the last delivery.
+template <typename T>
+class MPICallback : public MPICallbackBase
+{
+public:
+    /// Calls `handler` on `object` for every event.
+    MPICallback(T* object, int (T::*handler)(BListC*)) : m_object(object), m_handler(handler) {}
+
+    int Callback(BListC* payload) override { return (m_object->*m_handler)(payload); }
+    ~MPICallback() override {}
+
+private:
+    T* m_object;
+    int (T::*m_handler)(BListC*);
+};
+
+#endif

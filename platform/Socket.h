@@ -1,0 +1,79 @@
+#ifndef KESTROVE_PLATFORM_SOCKET_H
+#define KESTROVE_PLATFORM_SOCKET_H
+
+#include <memory>
+#include <string>
+
+#include "core/Export.h"
+#include "platform/LinkError.h"
+
+struct SocketStateC;
+
+/// A stream connection to one peer, with hooks that tell a derived class what happens on it.
+///
+/// Thread safety: none; a socket is used from one thread at a time, and everything that it does
+/// happens on the caller's thread. Lifetime: the destructor closes the connection and calls no
+/// hook. No signal is ever raised by a closed peer; interrupted system calls are taken up again.
+class KESTROVE_EXPORT Socket
+{
+public:
+    Socket();
+    // The order of the virtual operations is fixed: applications keep working without a rebuild.
+    virtual ~Socket();
+    Socket(const Socket&) = delete;
+    Socket& operator=(const Socket&) = delete;
+
+    /// Called when a wait for messages ends without one. Does nothing; for derived classes.
+    virtual void Idle() {}
+    /// Takes over a connected stream socket, for example one that a listener accepted, in place of
+    /// the present connection. Owns `descriptor` from then on, also on failure.
+    ///
+    /// @return false when it is no connected stream socket.
+    virtual bool Accept(int descriptor);
+    /// Opens the connection again to where Connect() led last: one attempt with its time-out.
+    ///
+    /// @return false when that fails, or when Connect() has never been called.
+    virtual bool Reconnect();
+    /// Hook: a connection has just been opened or taken over. Nothing may be destroyed in it.
+    virtual void Connected();
+    /// Hook: a further descriptor to watch while messages are waited for; -1 for none.
+    virtual int GetExtraReader();
+    /// Hook: the descriptor that GetExtraReader() named has something to read.
+    virtual void ReadExtra();
+    /// Hook: bytes have arrived and have been taken in.
+    virtual void DataReceived();
+    /// Hook: bytes have arrived from the peer at the numeric address `host` and `port`. Called
+    /// after DataReceived().
+    virtual void DataReceivedFrom(std::string host, unsigned short port);
+    /// Hook: a message has been handed to the operating system whole.
+    virtual void DataSent();
+    /// Hook: the connection has been closed, by either side.
+    virtual void Disconnected();
+
+    /// Opens a connection in place of the present one: one attempt, over every address of the host.
+    ///
+    /// @param host a name, or an IPv4 or IPv6 address. "localhost" stands for ::1 and 127.0.0.1 and
+    ///        is never looked up.
+    /// @param port the port.
+    /// @param timeoutMilliseconds the limit of the whole attempt; -1 for the library's own, 1000.
+    ///        The look-up of a name other than "localhost" is not bounded by it.
+    /// @return true when the connection is open; otherwise LastError() tells why not.
+    bool Connect(std::string host, unsigned short port, int timeoutMilliseconds);
+
+    /// Closes the connection; nothing happens when there is none.
+    void Close();
+
+    /// The socket's descriptor, for an application's own event loop; -1 when there is no
+    /// connection. It changes with every reconnection and must not be read from or closed.
+    int Descriptor() const;
+
+    /// Why the last call failed; code None when it did not. Valid until the next call.
+    const LinkErrorC& LastError() const;
+
+protected:
+    bool m_connected = false; ///< the connection was opened by Connect()
+    bool m_accepted = false;  ///< the connection was taken over by Accept()
+    std::unique_ptr<SocketStateC> m_socket;
+};
+
+#endif

@@ -1,0 +1,99 @@
+#ifndef KESTROVE_RUNTIME_MPISOCKETSERVER_H
+#define KESTROVE_RUNTIME_MPISOCKETSERVER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "platform/BElement.h"
+
+namespace asio {
+class io_context;
+}
+
+/// Numbers a client of a service, from its connection to its end; never used twice.
+using ClientNumber = std::uint64_t;
+
+/// What a service does with what its clients send. Called on the thread that runs the loop.
+class MPIServiceHandlerC
+{
+public:
+    virtual ~MPIServiceHandlerC() = default;
+
+    /// A request. The service answers with MPISocketServerC::Reply() or ReplyError(), now or later,
+    /// giving back `client` and `requestNumber`.
+    virtual void RequestReceived(ClientNumber client, std::uint64_t requestNumber,
+                                 const std::string& name, const BListC& arguments) = 0;
+    /// A notification; not answered.
+    virtual void NotificationReceived(ClientNumber client, const std::string& name,
+                                      const BListC& arguments) = 0;
+    /// A client has subscribed to an event; the place to push the present state to it.
+    virtual void Subscribed(ClientNumber client, const std::string& event);
+    virtual void ClientConnected(ClientNumber client);
+    /// A client is gone, and why. Its number is not used again.
+    virtual void ClientDisconnected(ClientNumber client, const std::string& reason);
+};
+
+/// Which loopback addresses a service listens on.
+enum class EListenOn
+{
+    Both,     ///< ::1 and 127.0.0.1; one of them will do where the machine lacks the other
+    IPv4Only, ///< 127.0.0.1
+    IPv6Only, ///< ::1
+};
+
+/// The service's side of the link: listens on the loopback addresses only, serves many clients on
+/// one thread, hands requests and notifications to a handler, and pushes events to subscribers.
+///
+/// Writing never waits: what a client does not read is queued, and a client that lets more than
+/// 8 MiB queue up is disconnected, so that a slow client never holds up the others. A message that
+/// is no MessagePack-RPC closes the connection that sent it.
+///
+/// Thread safety: none; used from the thread that runs the loop.
+class MPISocketServerC
+{
+public:
+    /// @param loop the event loop, run by its owner; must outlive this object.
+    /// @param handler must outlive this object.
+    MPISocketServerC(asio::io_context& loop, MPIServiceHandlerC& handler);
+    /// Closes the listener and every connection.
+    ~MPISocketServerC();
+    MPISocketServerC(const MPISocketServerC&) = delete;
+    MPISocketServerC& operator=(const MPISocketServerC&) = delete;
+
+    /// Starts to listen. Port 0 takes a free one (see Port()).
+    ///
+    /// @return an empty text on success, otherwise the reason, for example that the port is taken.
+    std::string Listen(std::uint16_t port, EListenOn addresses = EListenOn::Both);
+    /// The port that is listened on; 0 when none is.
+    std::uint16_t Port() const;
+    /// Stops listening; connections stay.
+    void StopListening();
+    /// Closes every connection; in order, or with a reset that the peers notice as such.
+    void DisconnectAll(bool withReset = false);
+    /// Closes one connection; nothing happens when it is gone.
+    void Disconnect(ClientNumber client, const std::string& reason);
+
+    /// Answers a request. A null result stands for "nothing". A client that is gone is ignored.
+    void Reply(ClientNumber client, std::uint64_t requestNumber, const BElementC* result);
+    /// Answers a request with an error.
+    void ReplyError(ClientNumber client, std::uint64_t requestNumber, const std::string& text);
+    /// Pushes an event to every subscriber of it. Encoded once, however many there are.
+    void Push(const std::string& event, const BListC& payload);
+    /// Pushes an event to one client, subscribed or not.
+    void PushTo(ClientNumber client, const std::string& event, const BListC& payload);
+    /// Writes bytes to one client as they are; for tests of what a client makes of them.
+    void SendBytes(ClientNumber client, const std::string& bytes);
+
+    /// How many clients are connected.
+    std::size_t ClientCount() const;
+    /// How many connections have been closed because of bytes that are no message.
+    unsigned long RejectedMessages() const;
+
+private:
+    class StateC;
+    std::shared_ptr<StateC> m_state;
+};
+
+#endif

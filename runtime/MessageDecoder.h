@@ -1,0 +1,68 @@
+#ifndef KESTROVE_RUNTIME_MESSAGEDECODER_H
+#define KESTROVE_RUNTIME_MESSAGEDECODER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "platform/BElement.h"
+
+/// One message as it crosses the link.
+struct MessageC
+{
+    enum class EKind
+    {
+        Request,      ///< id, method, arguments
+        Response,     ///< id, error (null on success), result (null for "nothing")
+        Notification, ///< method, arguments
+    };
+
+    EKind kind = EKind::Notification;
+    std::uint64_t id = 0;
+    std::string method;
+    std::unique_ptr<BListC> arguments;
+    std::unique_ptr<BElementC> error;
+    std::unique_ptr<BElementC> result;
+    std::size_t memory = 0; ///< about how many bytes its values take
+};
+
+/// Cuts a stream of bytes into messages and builds their values straight from the parser.
+///
+/// Takes the bytes in any portions. Refuses what is no message and what exceeds a limit: 32 MiB and
+/// 4 194 304 elements a message, 64 levels of nesting. Never allocates more than what has arrived
+/// justifies. After a refusal the stream has no known state and the connection must be closed.
+class MessageDecoderC
+{
+public:
+    enum class EResult
+    {
+        Complete, ///< a message has been decoded
+        NeedMore, ///< the bytes so far hold no further complete message
+        Bad,      ///< no message, or over a limit; Problem() tells
+    };
+
+    MessageDecoderC();
+    ~MessageDecoderC();
+    MessageDecoderC(const MessageDecoderC&) = delete;
+    MessageDecoderC& operator=(const MessageDecoderC&) = delete;
+
+    /// Room for the next bytes: at least one; `room` receives how many. Valid until the next call.
+    char* Space(std::size_t& room);
+    /// The first `count` bytes of the room that Space() gave have been filled.
+    void Arrived(std::size_t count);
+    /// Decodes the next message into `message`, in place of what it held.
+    EResult Next(MessageC& message);
+    /// True when part of a message has arrived that is not complete yet.
+    bool InMessage() const;
+    /// Why Next() answered Bad.
+    const std::string& Problem() const;
+    /// Forgets everything: the start of a new stream.
+    void Reset();
+
+private:
+    class StateC;
+    std::unique_ptr<StateC> m_state;
+};
+
+#endif
