@@ -146,7 +146,8 @@ private:
             double number;
             BElementC* element;
         };
-        EBElementType type; // String, List and Dictionary: `element` holds it
+        EBElementType type;
+        bool isNode; // `element` holds the value: texts, nested values, and what Add() was given
     };
 
     const Slot* At(int index) const;

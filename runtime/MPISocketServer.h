@@ -16,6 +16,8 @@ class io_context;
 using ClientNumber = std::uint64_t;
 
 /// What a service does with what its clients send. Called on the thread that runs the loop.
+///
+/// Every operation of the server may be called from inside every one of these.
 class MPIServiceHandlerC
 {
 public:
@@ -33,6 +35,11 @@ public:
     virtual void ClientConnected(ClientNumber client);
     /// A client is gone, and why. Its number is not used again.
     virtual void ClientDisconnected(ClientNumber client, const std::string& reason);
+    /// Something failed that nobody waits for an answer to: a notification (or one of the calls
+    /// above) whose handler threw, or a subscription without a name. Writes a line to standard
+    /// error. An exception that leaves RequestReceived() does not come here: it is the answer.
+    virtual void HandlerFailed(ClientNumber client, const std::string& name,
+                               const std::string& reason);
 };
 
 /// Which loopback addresses a service listens on.

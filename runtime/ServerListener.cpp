@@ -1,0 +1,113 @@
+#include "runtime/ServerListener.h"
+
+#include <cerrno>
+#include <chrono>
+#include <utility>
+
+#include <sys/socket.h>
+
+#include <asio/error.hpp>
+#include <asio/ip/v6_only.hpp>
+
+namespace {
+
+// How long to leave connections waiting when there is no descriptor for them.
+constexpr std::chrono::milliseconds kPause(100);
+
+// So many connections are taken in a row before the other work of the loop has its turn.
+constexpr int kAcceptsPerTurn = 16;
+
+} // namespace
+
+ServerListenerC::ServerListenerC(asio::io_context& loop, Taker taker)
+    : m_loop(loop), m_acceptor(loop), m_pause(loop), m_taker(std::move(taker))
+{
+}
+
+asio::error_code ServerListenerC::Open(const asio::ip::address& address, std::uint16_t port)
+{
+    const asio::ip::tcp::endpoint endpoint(address, port);
+    const int descriptor =
+        ::socket(endpoint.protocol().family(), SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (descriptor < 0) {
+        return asio::error_code(errno, asio::error::get_system_category());
+    }
+    asio::error_code error;
+    m_acceptor.assign(endpoint.protocol(), descriptor, error);
+    // A restarted service must not wait for the connections of its predecessor to fade out.
+    m_acceptor.set_option(asio::socket_base::reuse_address(true), error);
+    if (address.is_v6()) {
+        m_acceptor.set_option(asio::ip::v6_only(true), error);
+    }
+    m_acceptor.non_blocking(true, error);
+    m_acceptor.bind(endpoint, error);
+    if (!error) {
+        m_acceptor.listen(asio::socket_base::max_listen_connections, error);
+    }
+    if (error) {
+        asio::error_code ignored;
+        m_acceptor.close(ignored);
+        return error;
+    }
+    Wait();
+    return error;
+}
+
+std::uint16_t ServerListenerC::Port() const
+{
+    asio::error_code error;
+    const asio::ip::tcp::endpoint endpoint = m_acceptor.local_endpoint(error);
+    return error ? std::uint16_t{0} : endpoint.port();
+}
+
+void ServerListenerC::Close()
+{
+    asio::error_code ignored;
+    m_acceptor.close(ignored);
+    m_pause.cancel();
+}
+
+void ServerListenerC::Wait()
+{
+    m_acceptor.async_wait(asio::socket_base::wait_read,
+                          [self = shared_from_this()](const asio::error_code& error) {
+                              if (!error && self->m_acceptor.is_open()) {
+                                  self->Accept();
+                              }
+                          });
+}
+
+void ServerListenerC::Accept()
+{
+    for (int taken = 0; taken < kAcceptsPerTurn && m_acceptor.is_open(); ++taken) {
+        sockaddr_storage peer = {};
+        socklen_t length = sizeof(peer);
+        const int descriptor = ::accept4(m_acceptor.native_handle(),
+                                         reinterpret_cast<sockaddr*>(&peer), &length, SOCK_CLOEXEC);
+        if (descriptor < 0) {
+            const bool noneLeft = errno == EAGAIN || errno == EWOULDBLOCK;
+            const bool thatOneIsGone = errno == ECONNABORTED || errno == EINTR;
+            if (!noneLeft && !thatOneIsGone) {
+                Pause();
+                return;
+            }
+            break;
+        }
+        const bool isV6 = peer.ss_family == AF_INET6;
+        m_taker(asio::ip::tcp::socket(m_loop, isV6 ? asio::ip::tcp::v6() : asio::ip::tcp::v4(),
+                                      descriptor));
+    }
+    if (m_acceptor.is_open()) {
+        Wait();
+    }
+}
+
+void ServerListenerC::Pause()
+{
+    m_pause.expires_after(kPause);
+    m_pause.async_wait([self = shared_from_this()](const asio::error_code& error) {
+        if (!error && self->m_acceptor.is_open()) {
+            self->Accept();
+        }
+    });
+}

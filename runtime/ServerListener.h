@@ -1,0 +1,47 @@
+#ifndef KESTROVE_RUNTIME_SERVERLISTENER_H
+#define KESTROVE_RUNTIME_SERVERLISTENER_H
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include <asio/io_context.hpp>
+#include <asio/ip/address.hpp>
+#include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
+
+/// Listens on one address and hands over every connection that comes in.
+///
+/// Sockets are close-on-exec from their first moment. When the system has no descriptor left it
+/// pauses and tries again, instead of spinning on a connection that it cannot take.
+///
+/// Thread safety: none; lives on the thread that runs the loop. Lifetime: shared by its owner and
+/// by the operations under way.
+class ServerListenerC : public std::enable_shared_from_this<ServerListenerC>
+{
+public:
+    using Taker = std::function<void(asio::ip::tcp::socket)>;
+
+    /// @param taker is called with each connection, until Close().
+    ServerListenerC(asio::io_context& loop, Taker taker);
+
+    /// Begins to listen. Port 0 takes a free one.
+    ///
+    /// @return the error of the operating system; none on success.
+    asio::error_code Open(const asio::ip::address& address, std::uint16_t port);
+    /// The port that is listened on.
+    std::uint16_t Port() const;
+    void Close();
+
+private:
+    void Wait();
+    void Accept();
+    void Pause();
+
+    asio::io_context& m_loop;
+    asio::ip::tcp::acceptor m_acceptor;
+    asio::steady_timer m_pause;
+    Taker m_taker;
+};
+
+#endif

@@ -1,0 +1,274 @@
+#include "runtime/ServerState.h"
+
+#include <cerrno>
+#include <exception>
+#include <set>
+#include <utility>
+
+#include <asio/error.hpp>
+#include <asio/ip/address_v4.hpp>
+#include <asio/ip/address_v6.hpp>
+#include <asio/post.hpp>
+
+namespace {
+
+// The first element of a message.
+constexpr int kResponse = 1;
+constexpr int kNotification = 2;
+
+// What one client may subscribe to, so that it cannot fill the memory with names.
+constexpr std::size_t kLongestEventName = 256;
+constexpr std::size_t kMostSubscriptions = 1024;
+
+const char* const kSlowClient = "too much is waiting for a client that does not read";
+
+/// Does what an exception of the handler must not keep from going on. Empty when nothing is thrown.
+template <typename Action>
+std::string Problem(Action action)
+{
+    try {
+        action();
+        return std::string();
+    } catch (const std::exception& exception) {
+        const std::string text = exception.what();
+        return text.empty() ? "failed without a reason" : text;
+    } catch (...) {
+        return "failed without a reason";
+    }
+}
+
+bool IsLacking(const asio::error_code& error)
+{
+    return error == asio::error::address_family_not_supported ||
+           error == asio::error_code(EADDRNOTAVAIL, asio::error::get_system_category());
+}
+
+std::string ReasonOf(const asio::error_code& error, std::uint16_t port)
+{
+    const std::string name = "port " + std::to_string(port);
+    if (error == asio::error::address_in_use) {
+        return name + " is already in use";
+    }
+    return "cannot listen on " + name + ": " + error.message();
+}
+
+} // namespace
+
+std::string MPISocketServerC::StateC::Listen(std::uint16_t port, EListenOn addresses)
+{
+    StopListening();
+    std::string problem;
+    if (addresses == EListenOn::Both) {
+        problem = ListenOnBoth(port);
+    } else {
+        const bool isV4 = addresses == EListenOn::IPv4Only;
+        const asio::error_code error = isV4 ? Open(asio::ip::address_v4::loopback(), port)
+                                            : Open(asio::ip::address_v6::loopback(), port);
+        problem = error ? ReasonOf(error, port) : std::string();
+    }
+    if (!problem.empty()) {
+        StopListening();
+    }
+    return problem;
+}
+
+std::string MPISocketServerC::StateC::ListenOnBoth(std::uint16_t port)
+{
+    const asio::error_code errorV4 = Open(asio::ip::address_v4::loopback(), port);
+    if (errorV4 && !IsLacking(errorV4)) {
+        return ReasonOf(errorV4, port);
+    }
+    const std::uint16_t samePort = m_listeners.empty() ? port : Port();
+    const asio::error_code errorV6 = Open(asio::ip::address_v6::loopback(), samePort);
+    const bool isServed = !errorV6 || (IsLacking(errorV6) && !m_listeners.empty());
+    return isServed ? std::string() : ReasonOf(errorV6, samePort);
+}
+
+asio::error_code MPISocketServerC::StateC::Open(const asio::ip::address& address,
+                                                std::uint16_t port)
+{
+    const auto listener = std::make_shared<ServerListenerC>(
+        m_loop, [self = weak_from_this()](asio::ip::tcp::socket socket) {
+            if (const std::shared_ptr<StateC> state = self.lock()) {
+                state->Take(std::move(socket));
+            }
+        });
+    const asio::error_code error = listener->Open(address, port);
+    if (!error) {
+        m_listeners.push_back(listener);
+    }
+    return error;
+}
+
+std::uint16_t MPISocketServerC::StateC::Port() const
+{
+    return m_listeners.empty() ? std::uint16_t{0} : m_listeners.front()->Port();
+}
+
+void MPISocketServerC::StateC::StopListening()
+{
+    for (const std::shared_ptr<ServerListenerC>& listener : m_listeners) {
+        listener->Close();
+    }
+    m_listeners.clear();
+}
+
+void MPISocketServerC::StateC::Take(asio::ip::tcp::socket socket)
+{
+    const ClientNumber number = ++m_lastNumber;
+    const auto connection =
+        std::make_shared<ServerConnectionC>(std::move(socket), number, shared_from_this());
+    m_clients.emplace(number, connection);
+    Tell(number, "connecting",
+         [number](MPIServiceHandlerC& handler) { handler.ClientConnected(number); });
+    connection->Start();
+}
+
+void MPISocketServerC::StateC::MessageArrived(ServerConnectionC& connection,
+                                              const MessageC& message)
+{
+    const bool isSubscription =
+        message.kind == MessageC::EKind::Notification && message.method == "subscribe";
+    if (message.kind == MessageC::EKind::Response) {
+        MessageRejected(connection, "a response, but nothing was asked");
+    } else if (isSubscription) {
+        Subscribe(connection, *message.arguments);
+    } else {
+        Serve(connection.Number(), message);
+    }
+}
+
+void MPISocketServerC::StateC::Serve(ClientNumber client, const MessageC& message)
+{
+    if (message.kind == MessageC::EKind::Notification) {
+        Tell(client, message.method, [&](MPIServiceHandlerC& handler) {
+            handler.NotificationReceived(client, message.method, *message.arguments);
+        });
+        return;
+    }
+    const std::string problem = Problem([&] {
+        if (m_handler != nullptr) {
+            m_handler->RequestReceived(client, message.id, message.method, *message.arguments);
+        }
+    });
+    if (!problem.empty()) {
+        StartReply(message.id).WriteString(problem.data(), problem.size());
+        m_encoder.WriteNothing();
+        SendTo(client);
+    }
+}
+
+void MPISocketServerC::StateC::Subscribe(ServerConnectionC& connection, const BListC& arguments)
+{
+    const ClientNumber client = connection.Number();
+    const std::string event = arguments.GetString(0);
+    const bool isName = arguments.Size() == 1 && arguments.TypeAt(0) == EBElementType::String &&
+                        event.size() <= kLongestEventName;
+    Tell(client, "subscribe", [&](MPIServiceHandlerC& handler) {
+        std::set<std::string>& subscriptions = connection.Subscriptions();
+        if (!isName) {
+            handler.HandlerFailed(client, "subscribe", "wants the name of one event");
+        } else if (subscriptions.size() >= kMostSubscriptions) {
+            End(connection, "subscribed to too many events", false);
+        } else if (subscriptions.insert(event).second) {
+            handler.Subscribed(client, event);
+        }
+    });
+}
+
+/// Tells the handler of something that nobody waits for an answer to.
+template <typename Action>
+void MPISocketServerC::StateC::Tell(ClientNumber client, const std::string& name, Action action)
+{
+    if (m_handler == nullptr) {
+        return;
+    }
+    const std::string problem = Problem([&] { action(*m_handler); });
+    if (!problem.empty() && m_handler != nullptr) {
+        m_handler->HandlerFailed(client, name, problem);
+    }
+}
+
+void MPISocketServerC::StateC::MessageRejected(ServerConnectionC& connection,
+                                               const std::string& problem)
+{
+    ++m_rejected;
+    End(connection, "no message: " + problem, false);
+}
+
+void MPISocketServerC::StateC::ConnectionLost(ServerConnectionC& connection,
+                                              const std::string& reason)
+{
+    End(connection, reason, false);
+}
+
+/// Ends a connection at once. The handler hears of it in a turn of its own, never inside a call
+/// that it makes itself.
+void MPISocketServerC::StateC::End(ServerConnectionC& connection, const std::string& reason,
+                                   bool withReset)
+{
+    const ClientNumber client = connection.Number();
+    connection.Close(withReset);
+    if (m_clients.erase(client) == 0) {
+        return;
+    }
+    asio::post(m_loop, [self = shared_from_this(), client, reason] {
+        self->Tell(client, "disconnecting", [&](MPIServiceHandlerC& handler) {
+            handler.ClientDisconnected(client, reason);
+        });
+    });
+}
+
+void MPISocketServerC::StateC::Disconnect(ClientNumber client, const std::string& reason,
+                                          bool withReset)
+{
+    const auto found = m_clients.find(client);
+    if (found != m_clients.end()) {
+        const std::shared_ptr<ServerConnectionC> connection = found->second;
+        End(*connection, reason, withReset);
+    }
+}
+
+void MPISocketServerC::StateC::DisconnectAll(const std::string& reason, bool withReset)
+{
+    while (!m_clients.empty()) {
+        Disconnect(m_clients.begin()->first, reason, withReset);
+    }
+}
+
+void MPISocketServerC::StateC::SendTo(ClientNumber client, const char* bytes, std::size_t count)
+{
+    const auto found = m_clients.find(client);
+    if (found != m_clients.end() && !found->second->Queue(bytes, count)) {
+        Disconnect(client, kSlowClient, true);
+    }
+}
+
+void MPISocketServerC::StateC::Push(const std::string& event)
+{
+    for (auto entry = m_clients.begin(); entry != m_clients.end();) {
+        // Sending may disconnect the client, which takes its entry away.
+        const auto& [client, connection] = *entry++;
+        if (connection->Subscriptions().count(event) != 0) {
+            SendTo(client);
+        }
+    }
+}
+
+BEncoderC& MPISocketServerC::StateC::StartReply(std::uint64_t requestNumber)
+{
+    m_encoder.Clear();
+    m_encoder.WriteListHeader(4);
+    m_encoder.WriteInteger(kResponse);
+    m_encoder.WriteUnsigned(requestNumber);
+    return m_encoder;
+}
+
+bool MPISocketServerC::StateC::EncodeEvent(const std::string& event, const BListC& payload)
+{
+    m_encoder.Clear();
+    m_encoder.WriteListHeader(3);
+    m_encoder.WriteInteger(kNotification);
+    m_encoder.WriteString(event.data(), event.size());
+    return m_encoder.Write(payload);
+}

@@ -1,0 +1,68 @@
+#ifndef KESTROVE_RUNTIME_SERVERSTATE_H
+#define KESTROVE_RUNTIME_SERVERSTATE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <asio/io_context.hpp>
+#include <asio/ip/address.hpp>
+#include <asio/ip/tcp.hpp>
+
+#include "platform/BEncoder.h"
+#include "runtime/MPISocketServer.h"
+#include "runtime/ServerConnection.h"
+#include "runtime/ServerListener.h"
+
+/// The listeners and the clients of a service. Outlives its owner while an operation is under way;
+/// the handler is told nothing more then.
+class MPISocketServerC::StateC final : public ServerConnectionOwnerC,
+                                       public std::enable_shared_from_this<StateC>
+{
+public:
+    StateC(asio::io_context& loop, MPIServiceHandlerC& handler) : m_loop(loop), m_handler(&handler)
+    {
+    }
+
+    std::string Listen(std::uint16_t port, EListenOn addresses);
+    std::uint16_t Port() const;
+    void StopListening();
+    void Disconnect(ClientNumber client, const std::string& reason, bool withReset);
+    void DisconnectAll(const std::string& reason, bool withReset);
+    void Detach() { m_handler = nullptr; }
+
+    void SendTo(ClientNumber client, const char* bytes, std::size_t count);
+    void SendTo(ClientNumber client) { SendTo(client, m_encoder.Data(), m_encoder.Size()); }
+    void Push(const std::string& event);
+    BEncoderC& StartReply(std::uint64_t requestNumber);
+    bool EncodeEvent(const std::string& event, const BListC& payload);
+
+    std::size_t ClientCount() const { return m_clients.size(); }
+    unsigned long RejectedMessages() const { return m_rejected; }
+
+private:
+    asio::error_code Open(const asio::ip::address& address, std::uint16_t port);
+    std::string ListenOnBoth(std::uint16_t port);
+    void Take(asio::ip::tcp::socket socket);
+    void MessageArrived(ServerConnectionC& connection, const MessageC& message) override;
+    void MessageRejected(ServerConnectionC& connection, const std::string& problem) override;
+    void ConnectionLost(ServerConnectionC& connection, const std::string& reason) override;
+    void Serve(ClientNumber client, const MessageC& message);
+    void Subscribe(ServerConnectionC& connection, const BListC& arguments);
+    void End(ServerConnectionC& connection, const std::string& reason, bool withReset);
+    template <typename Action>
+    void Tell(ClientNumber client, const std::string& name, Action action);
+
+    asio::io_context& m_loop;
+    MPIServiceHandlerC* m_handler;
+    std::vector<std::shared_ptr<ServerListenerC>> m_listeners;
+    std::map<ClientNumber, std::shared_ptr<ServerConnectionC>> m_clients;
+    BEncoderC m_encoder;
+    ClientNumber m_lastNumber = 0;
+    unsigned long m_rejected = 0;
+};
+
+#endif
