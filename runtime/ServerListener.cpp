@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <asio/error.hpp>
 #include <asio/ip/v6_only.hpp>
@@ -93,13 +94,23 @@ void ServerListenerC::Accept()
             }
             break;
         }
-        const bool isV6 = peer.ss_family == AF_INET6;
-        m_taker(asio::ip::tcp::socket(m_loop, isV6 ? asio::ip::tcp::v6() : asio::ip::tcp::v4(),
-                                      descriptor));
+        Take(descriptor, peer.ss_family == AF_INET6);
     }
     if (m_acceptor.is_open()) {
         Wait();
     }
+}
+
+void ServerListenerC::Take(int descriptor, bool isV6)
+{
+    asio::ip::tcp::socket socket(m_loop);
+    asio::error_code error;
+    socket.assign(isV6 ? asio::ip::tcp::v6() : asio::ip::tcp::v4(), descriptor, error);
+    if (error) {
+        ::close(descriptor);
+        return;
+    }
+    m_taker(std::move(socket));
 }
 
 void ServerListenerC::Pause()

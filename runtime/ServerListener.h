@@ -36,6 +36,7 @@ public:
 private:
     void Wait();
     void Accept();
+    void Take(int descriptor, bool isV6);
     void Pause();
 
     asio::io_context& m_loop;
