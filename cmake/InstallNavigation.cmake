@@ -6,7 +6,8 @@ install(TARGETS KestroveNavigation EXPORT KestroveNavigationTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 foreach(folder core platform wayline api)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/${folder} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestrove
-    FILES_MATCHING PATTERN "*.h" PATTERN "CallFrame.h" EXCLUDE)
+    FILES_MATCHING PATTERN "*.h" PATTERN "CallFrame.h" EXCLUDE
+    PATTERN "NumberText.h" EXCLUDE)
 endforeach()
 if(KESTROVE_BUILD_TESTING_LIBRARY)
   install(TARGETS KestroveNavigationTesting EXPORT KestroveNavigationTargets
