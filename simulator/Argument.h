@@ -1,0 +1,95 @@
+#ifndef KESTROVE_SIMULATOR_ARGUMENT_H
+#define KESTROVE_SIMULATOR_ARGUMENT_H
+
+#include <string>
+#include <vector>
+
+#include "platform/BElement.h"
+
+/// The int that leads many argument lists. It says nothing to the service.
+struct LeadingOne
+{
+};
+
+/// All arguments of an operation whose argument list as a whole is the value.
+struct WholeList
+{
+    const BListC& elements;
+};
+
+/// All arguments of an operation that takes any number of nested lists.
+struct NestedLists
+{
+    const BListC& elements;
+};
+
+/// How an argument of type T stands in an argument list: what it is called in an error text, which
+/// elements are one, and how it is read. Each type that a handler may take has a specialisation.
+template <typename T>
+struct Argument;
+
+template <>
+struct Argument<LeadingOne>
+{
+    static constexpr const char* kName = "int";
+    static bool Fits(const BListC& list, int index)
+    {
+        return list.TypeAt(index) == EBElementType::Integer;
+    }
+    static LeadingOne Read(const BListC&, int) { return {}; }
+};
+
+template <>
+struct Argument<int>
+{
+    static constexpr const char* kName = "int";
+    static bool Fits(const BListC& list, int index)
+    {
+        return list.TypeAt(index) == EBElementType::Integer;
+    }
+    static int Read(const BListC& list, int index) { return list.GetInt(index); }
+};
+
+/// Any int but 0 is true.
+template <>
+struct Argument<bool>
+{
+    static constexpr const char* kName = "int";
+    static bool Fits(const BListC& list, int index)
+    {
+        return list.TypeAt(index) == EBElementType::Integer;
+    }
+    static bool Read(const BListC& list, int index) { return list.GetInt(index) != 0; }
+};
+
+/// A whole number is taken too: many languages write 2.0 as 2.
+template <>
+struct Argument<double>
+{
+    static constexpr const char* kName = "double";
+    static bool Fits(const BListC& list, int index)
+    {
+        const EBElementType type = list.TypeAt(index);
+        return type == EBElementType::Double || type == EBElementType::Integer;
+    }
+    static double Read(const BListC& list, int index) { return list.GetDouble(index); }
+};
+
+template <>
+struct Argument<std::string>
+{
+    static constexpr const char* kName = "text";
+    static bool Fits(const BListC& list, int index)
+    {
+        return list.TypeAt(index) == EBElementType::String;
+    }
+    static std::string Read(const BListC& list, int index) { return list.GetString(index); }
+};
+
+/// What a list holds, as it stands in an error text: "[int, double, list]".
+std::string DescribeTypes(const BListC& list);
+
+/// The same of the types that an operation wants.
+std::string DescribeTypes(const std::vector<const char*>& names);
+
+#endif

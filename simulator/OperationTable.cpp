@@ -1,0 +1,20 @@
+#include "simulator/OperationTable.h"
+
+Answer OperationTableC::Call(const std::string& name, const BListC& arguments) const
+{
+    const auto found = m_operations.find(name);
+    if (found == m_operations.end())
+        return {nullptr, "there is no operation \"" + name + "\""};
+    const Operation& operation = found->second;
+    if (!operation.fits(arguments))
+        return {nullptr, name + " wants " + operation.wants + ", not " + DescribeTypes(arguments)};
+    return {operation.call(arguments), {}};
+}
+
+std::vector<std::string> OperationTableC::Names() const
+{
+    std::vector<std::string> names;
+    for (const auto& entry : m_operations)
+        names.push_back(entry.first);
+    return names;
+}

@@ -1,0 +1,65 @@
+#ifndef KESTROVE_SIMULATOR_OPERATIONTABLE_H
+#define KESTROVE_SIMULATOR_OPERATIONTABLE_H
+
+#include <functional>
+#include <map>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "simulator/Reply.h"
+#include "simulator/Signature.h"
+
+/// What became of a call: a value, or an error text.
+struct Answer
+{
+    Value value;       ///< null for "nothing"
+    std::string error; ///< why the call was not carried out; empty when it was
+};
+
+/// The service's operations by name. Each is bound to a member function whose parameter types say
+/// which arguments the operation wants and whose result type says what it answers:
+///
+///     table.Add("StartNavigation", steering, &SteeringOperationsC::StartNavigation);
+///
+/// Arguments that do not fit are refused before the member function is called.
+/// Thread safety: none.
+class OperationTableC
+{
+public:
+    /// Adds an operation. `object` must outlive the table.
+    template <typename Object, typename Result, typename... Parameters>
+    void Add(const char* name, Object& object, Result (Object::*handler)(Parameters...))
+    {
+        using Wanted = Signature<std::decay_t<Parameters>...>;
+        auto call = [&object, handler](const BListC& arguments) -> Value {
+            if constexpr (std::is_void_v<Result>) {
+                Wanted::Call(object, handler, arguments);
+                return nullptr;
+            } else
+                return ToValue(Wanted::Call(object, handler, arguments));
+        };
+        m_operations[name] = {Wanted::Wants(), Wanted::Fits, call};
+    }
+
+    /// Carries out an operation.
+    ///
+    /// @return its value; or an error, when there is no such operation or the arguments are not
+    ///         what it wants. The text names the operation and what it wanted.
+    Answer Call(const std::string& name, const BListC& arguments) const;
+
+    /// The names of all operations, in alphabetical order.
+    std::vector<std::string> Names() const;
+
+private:
+    struct Operation
+    {
+        std::string wants;
+        std::function<bool(const BListC&)> fits;
+        std::function<Value(const BListC&)> call;
+    };
+
+    std::map<std::string, Operation> m_operations;
+};
+
+#endif
