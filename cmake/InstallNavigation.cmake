@@ -13,7 +13,8 @@ if(KESTROVE_BUILD_TESTING_LIBRARY)
   install(TARGETS KestroveNavigationTesting EXPORT KestroveNavigationTargets
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/testing
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestrove FILES_MATCHING PATTERN "*.h")
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestrove FILES_MATCHING PATTERN "*.h"
+    PATTERN "CallScript.h" EXCLUDE PATTERN "ScriptedServiceState.h" EXCLUDE)
 endif()
 
 set(package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/KestroveNavigation)

@@ -48,9 +48,9 @@ void MPISocketServerC::DisconnectAll(bool withReset)
     m_state->DisconnectAll("disconnected by the service", withReset);
 }
 
-void MPISocketServerC::Disconnect(ClientNumber client, const std::string& reason)
+void MPISocketServerC::Disconnect(ClientNumber client, const std::string& reason, bool withReset)
 {
-    m_state->Disconnect(client, reason, false);
+    m_state->Disconnect(client, reason, withReset);
 }
 
 void MPISocketServerC::Reply(ClientNumber client, std::uint64_t requestNumber,

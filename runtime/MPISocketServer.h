@@ -79,8 +79,8 @@ public:
     void StopListening();
     /// Closes every connection; in order, or with a reset that the peers notice as such.
     void DisconnectAll(bool withReset = false);
-    /// Closes one connection; nothing happens when it is gone.
-    void Disconnect(ClientNumber client, const std::string& reason);
+    /// Closes one connection, likewise; nothing happens when it is gone.
+    void Disconnect(ClientNumber client, const std::string& reason, bool withReset = false);
 
     /// Answers a request. A null result stands for "nothing". A client that is gone is ignored.
     void Reply(ClientNumber client, std::uint64_t requestNumber, const BElementC* result);

@@ -1,0 +1,171 @@
+#ifndef KESTROVE_TESTING_SCRIPTEDSERVICE_H
+#define KESTROVE_TESTING_SCRIPTEDSERVICE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/BElement.h"
+#include "testing/Answer.h"
+#include "testing/Value.h"
+
+namespace Kestrove::Testing {
+
+/// Which loopback addresses the scripted service listens on.
+enum class EListen
+{
+    Both,     ///< 127.0.0.1 and ::1, as the real service does
+    IPv4Only, ///< 127.0.0.1
+    IPv6Only, ///< ::1
+    Not,      ///< none, until Listen() is called
+};
+
+/// A message that the scripted service has received.
+struct CReceived
+{
+    enum class EKind
+    {
+        Request,
+        Notification,
+        Subscription, ///< `name` is the event
+    };
+
+    EKind kind = EKind::Request;
+    std::string name;
+    std::shared_ptr<const BListC> arguments; ///< never null
+    std::uint64_t client = 0;                ///< counts the connections from 1
+
+    /// For example `request SetFieldOffset [int 1, double 2.5]`.
+    std::string Text() const;
+};
+
+/// A navigation service for tests: it does what the test has written down and remembers everything
+/// that it was sent.
+///
+///     CScriptedService service;                              // listens on port 5010 from here on
+///     service.Expect("SetFieldOffset", "[int 1, double 2.5]", 1);
+///     CNavigationAPI navigation;
+///     EXPECT_EQ(1, navigation.SetFieldOffset(2.5));
+///     EXPECT_EQ("", service.Problems());
+///
+/// A call is looked up among the expectations first, then among the standing answers; a request
+/// that is in neither gets an error reply, and such a call shows up in Problems().
+///
+/// Thread safety: every operation may be called from every thread. The service runs on a thread of
+/// its own, from construction to destruction, so that a test may block in the library meanwhile.
+/// What is pushed, dropped or released has been done when the call returns (bytes are on their
+/// way).
+class CScriptedService
+{
+public:
+    /// How long the Wait operations wait unless told otherwise.
+    static constexpr int kPatienceMilliseconds = 10000;
+    /// Where the library looks for the service.
+    static constexpr std::uint16_t kPort = 5010;
+
+    /// Starts the service.
+    ///
+    /// @throw std::runtime_error when it cannot listen, for example because the port is taken.
+    explicit CScriptedService(EListen addresses = EListen::Both);
+    /// Closes the listener and every connection.
+    ~CScriptedService();
+    CScriptedService(const CScriptedService&) = delete;
+    CScriptedService& operator=(const CScriptedService&) = delete;
+
+    /// @name Script
+    /// @{
+
+    /// From now on answers every request `name` so, whatever its arguments, and accepts every
+    /// notification of that name. Replaces an earlier standing answer.
+    void Answer(const std::string& name, const CAnswer& answer);
+    /// Expects one call, request or notification, with just these arguments, in the form of
+    /// Describe(). Expectations of the same call are used up in the order written; calls that
+    /// differ may come in any order.
+    void Expect(const std::string& name, const std::string& arguments,
+                const CAnswer& answer = CAnswer::Nothing());
+    /// Forgets every expectation, every standing answer and what was unexpected.
+    void ForgetScript();
+    /// What did not go by the script so far, a line each: calls that nobody expected, expected
+    /// calls that did not come, and connections that sent what is no message. Empty when all is
+    /// well.
+    std::string Problems() const;
+
+    /// @}
+    /// @name Link
+    /// @{
+
+    /// Listens on these addresses from now on, in place of the present ones. Connections stay.
+    ///
+    /// @throw std::runtime_error when it cannot.
+    void Listen(EListen addresses);
+    /// Closes every connection in order. The listener stays.
+    void DropLink();
+    /// Resets every connection, as a crash of the service's machine would. The listener stays.
+    void ResetLink();
+    /// Stops listening and closes every connection in order: what clients see when the service
+    /// ends.
+    void Stop();
+    /// Whether new connections are closed as soon as they have been accepted.
+    void SetClosesAtAccept(bool closes);
+
+    /// @}
+    /// @name Events and held answers
+    /// @{
+
+    /// Pushes an event to every client that has subscribed to it.
+    void Push(const std::string& event, const std::vector<CValue>& payload);
+    /// Pushes an event whose payload is given as the library's list, which stays the caller's.
+    void PushList(const std::string& event, const BListC& payload);
+    /// Pushes an event to every client, subscribed or not.
+    void PushToAll(const std::string& event, const std::vector<CValue>& payload);
+    /// Sends bytes to every client as they are.
+    void SendBytes(const std::string& bytes);
+    /// Gives the answers that are held, in the order of their requests.
+    void ReleaseHeld();
+
+    /// @}
+    /// @name Record
+    /// @{
+
+    /// Everything received since the start or the last ForgetReceived(), in order.
+    std::vector<CReceived> Received() const;
+    /// The same as text, a line each.
+    std::string ReceivedText() const;
+    /// Empties the record.
+    void ForgetReceived();
+    /// How many calls (requests and notifications) of this name the record holds.
+    std::size_t CallCount(const std::string& name) const;
+    /// How many subscriptions to this event have come in since the start or ForgetReceived().
+    std::size_t SubscriptionCount(const std::string& event) const;
+    /// How many clients are connected.
+    std::size_t ClientCount() const;
+    /// How many connections have been accepted since the start.
+    std::size_t AcceptedCount() const;
+
+    /// Waits until the record holds at least `count` calls of this name.
+    ///
+    /// @return false when it does not within the time.
+    bool WaitForCalls(const std::string& name, std::size_t count,
+                      int timeoutMilliseconds = kPatienceMilliseconds) const;
+    /// Waits until at least `count` subscriptions to this event have come in.
+    ///
+    /// @return false when they have not within the time.
+    bool WaitForSubscriptions(const std::string& event, std::size_t count,
+                              int timeoutMilliseconds = kPatienceMilliseconds) const;
+    /// Waits until exactly `count` clients are connected.
+    ///
+    /// @return false when that is not so within the time.
+    bool WaitForClients(std::size_t count, int timeoutMilliseconds = kPatienceMilliseconds) const;
+
+    /// @}
+
+private:
+    class StateC;
+    std::unique_ptr<StateC> m_state;
+};
+
+} // namespace Kestrove::Testing
+
+#endif
