@@ -1,0 +1,634 @@
+#ifndef KESTROVE_API_NAVIGATIONAPI_H
+#define KESTROVE_API_NAVIGATIONAPI_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "api/TuningParameter.h"
+#include "core/Export.h"
+#include "core/Functors.h"
+#include "core/Vector2.h"
+#include "core/Vector3.h"
+#include "platform/MPISocketClient.h"
+#include "wayline/Wayline.h"
+
+/// The connection to the navigation service on this machine ("localhost", port 5010), through which
+/// an application steers along a wayline. Every operation is one remote call; the object holds no
+/// guidance state of its own, so every getter asks the service again.
+///
+/// Failures are neither thrown nor logged: each operation tells the value by which it fails, and
+/// LastError() the reason. A service that is down is no error of the object: the operations try to
+/// reach it again. They do so in two ways, which the service's protocol fixes per operation.
+/// "Reconnects once if needed" means: when the link is down, one attempt to connect is made, and
+/// the operation fails when that fails. "Verifies the connection" means: the operation fails unless
+/// VerifyConnection() finds the connection usable. A failed operation has sent nothing, unless it
+/// waited for a reply that did not come.
+///
+/// Operations that wait for a reply wait for at most the connection's time-out (SetTimeout()). No
+/// others wait for the service. A numeric failure value cannot be told from the same value sent by
+/// the service.
+///
+/// Values are passed on as they are. The meanings and units given here are those of the bundled
+/// service; another service may give others. `persist` asks the service to keep a value over a
+/// restart.
+///
+/// The Wire line of an operation gives its service name, its arguments and its reply. Booleans
+/// travel as the integers 0 and 1, floats as doubles, enumerations as integers.
+///
+/// Events are delivered on the application's thread by the inherited ProcessMessages() and
+/// CheckCallbacks(), never inside an operation; see the callback setters below.
+///
+/// Thread safety: none; the object is used from one thread at a time and has no thread of its own.
+/// Lifetime: destroying it closes the connection. It must not be destroyed from inside a callback.
+class KESTROVE_EXPORT CNavigationAPI : public MPISocketClientC
+{
+public:
+    /// Makes one attempt to connect. Succeeds whether or not the service is there.
+    CNavigationAPI();
+    /// Closes the connection. The functors that the setters still hold are not deleted: set null
+    /// first, or keep pointers to them.
+    ~CNavigationAPI() override;
+
+    // Steering and navigation
+
+    /// Asks whether the service is steering the machine.
+    ///
+    /// @return true when the service replies exactly 1; it reserves other values. False otherwise,
+    ///         also when it cannot be reached or does not reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "IsSteeringEngaged" [] -> int.
+    bool IsSteeringEngaged();
+
+    /// Lets the service take over the steering.
+    ///
+    /// @return the service's integer: 1 engaged, 0 refused; -1 when it cannot be reached or does
+    /// not
+    ///         reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "EngageSteering" [1] -> int.
+    int EngageSteering();
+
+    /// Gives the steering back to the operator.
+    ///
+    /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
+    ///         reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "DisengageSteering" [1] -> int.
+    int DisengageSteering();
+
+    /// Starts navigation along the wayline, which must be complete.
+    ///
+    /// @param followNearestPass true to follow the pass nearest to the machine, false to follow the
+    ///        wayline itself.
+    /// @return the service's integer: 1 started, 0 refused; -1 when it cannot be reached or does
+    /// not
+    ///         reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "StartNavigation" [1, followNearestPass] -> int.
+    int StartNavigation(bool followNearestPass);
+
+    /// Disengages and stops navigation; the wayline stays.
+    ///
+    /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
+    ///         reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "StopNavigation" [1] -> int.
+    int StopNavigation();
+
+    /// Disengages and drops wayline, waypoints, nudge and field offset.
+    ///
+    /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
+    ///         reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "ClearNavigation" [] -> int. Unlike its neighbours without a leading 1.
+    int ClearNavigation();
+
+    /// Puts every setting of the service back to its start value.
+    ///
+    /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
+    ///         reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "ReinitialiseNavigation" [1] -> int.
+    int ReinitialiseNavigation();
+
+    /// Asks whether navigation is active.
+    ///
+    /// @return true when the service replies exactly 1; it reserves other values. False otherwise,
+    ///         also when it cannot be reached or does not reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "IsNavigationActivated" [] -> int.
+    bool IsNavigationActivated();
+
+    // Engage settings
+
+    /// Sets whether the machine can engage while it reverses at all (see SetAllowReverseEngage()).
+    ///
+    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
+    /// when it is not usable. Wire: notification "set_reverse_engage_enabled" [enabled, persist].
+    void SetReverseEngageEnabled(bool enabled, bool persist);
+
+    /// Asks for the setting of SetReverseEngageEnabled().
+    ///
+    /// @return true for every reply but 0; false also when the connection is not usable, without a
+    ///         reply and for a reply that is no single value.
+    /// Blocks until the reply or the time-out; verifies the connection.
+    /// Wire: request "get_reverse_engage_enabled" [1] -> int.
+    bool GetReverseEngageEnabled();
+
+    /// Sets whether the operator allows engaging in reverse. Both this and
+    /// SetReverseEngageEnabled() must be true for it to happen.
+    ///
+    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
+    /// when it is not usable. Wire: notification "set_reverse_engage_allowed" [allowed, persist].
+    void SetAllowReverseEngage(bool allowed, bool persist);
+
+    /// Asks for the setting of SetAllowReverseEngage().
+    ///
+    /// @return true for every reply but 0; false also when the connection is not usable, without a
+    ///         reply and for a reply that is no single value.
+    /// Blocks until the reply or the time-out; verifies the connection.
+    /// Wire: request "get_reverse_engage_allowed" [1] -> int.
+    bool GetAllowReverseEngage();
+
+    /// Sets whether steering may be engaged at low speed.
+    ///
+    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
+    /// when it is not usable. Wire: notification "set_low_speed_engage_allowed" [enabled, persist].
+    /// The service says "allowed" for what is "enabled" here.
+    void SetLowSpeedEngageEnabled(bool enabled, bool persist);
+
+    /// Asks for the setting of SetLowSpeedEngageEnabled().
+    ///
+    /// @return true for every reply but 0; false also when the connection is not usable, without a
+    ///         reply and for a reply that is no single value.
+    /// Blocks until the reply or the time-out; verifies the connection.
+    /// Wire: request "get_low_speed_engage_allowed" [1] -> int.
+    bool GetLowSpeedEngageEnabled();
+
+    /// Sets how long the machine may stay engaged at low speed.
+    ///
+    /// @param timeoutSeconds the time in seconds.
+    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
+    /// when it is not usable. Wire: notification "set_low_speed_engage_timeout" [timeoutSeconds,
+    /// persist].
+    void SetLowSpeedEngageTimeout(double timeoutSeconds, bool persist);
+
+    /// Asks how long the machine may stay engaged at low speed.
+    ///
+    /// @return the time in seconds; 0.0 when the connection is not usable, without a reply and for
+    /// a
+    ///         reply that is no single value.
+    /// Blocks until the reply or the time-out; verifies the connection.
+    /// Wire: request "get_low_speed_engage_timeout" [1] -> double.
+    double GetLowSpeedEngageTimeout();
+
+    /// Sets how far ahead of the machine, in time, the controller aims.
+    ///
+    /// @param lookAheadSeconds the time in seconds.
+    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
+    /// when it is not usable. Wire: notification "set_lookahead_time" [lookAheadSeconds, persist].
+    void SetLookAheadTime(double lookAheadSeconds, bool persist);
+
+    /// Asks how far ahead of the machine, in time, the controller aims.
+    ///
+    /// @return the time in seconds; 0.0 when the connection is not usable, without a reply and for
+    /// a
+    ///         reply that is no single value.
+    /// Blocks until the reply or the time-out; verifies the connection.
+    /// Wire: request "get_lookahead_time" [1] -> double.
+    double GetLookAheadTime();
+
+    // Waylines and waypoints
+
+    /// Sets the origin of the local frame in which waylines are given.
+    ///
+    /// @param origin latitude (degrees), longitude (degrees), ellipsoid height (metres), WGS 84.
+    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
+    /// when it is not usable. Wire: notification "set_wayline_origin" [double, double, double].
+    void SetWaylineOrigin(const Core::Maths::Vector3<double>& origin);
+
+    /// Has the service calculate the heading of each wayline where the machine is nearest to it.
+    ///
+    /// @param waylines the waylines, none of them null; unchanged.
+    /// @return the headings (radians, clockwise from north; NaN for a wayline without a shape), in
+    ///         the service's order and number, which need not be the number sent; empty when the
+    ///         connection is not usable, without a reply and for a reply that is no list.
+    /// Blocks until the reply or the time-out; verifies the connection.
+    /// Wire: request "calculate_headings" [list form of each wayline] -> list of doubles.
+    std::vector<double> CalculateHeadings(const std::vector<Kestrove::WaylinePtr>& waylines);
+
+    /// Asks for the service's wayline.
+    ///
+    /// @return the wayline, solely owned by the caller; null when there is none, when the
+    /// connection
+    ///         is not usable, without a reply and for a reply that is no wayline's list form.
+    /// @throws std::length_error for a list form with a negative number of points; the object stays
+    ///         usable.
+    /// Blocks until the reply or the time-out; verifies the connection.
+    /// Wire: request "get_wayline" [] -> list form.
+    Kestrove::WaylinePtr GetWayline();
+
+    /// Replaces the service's wayline.
+    ///
+    /// @param wayline the new wayline; must not be null.
+    /// @return true when the service replied at all: its answer, a refusal included, is
+    /// disregarded.
+    ///         False when the connection is not usable and without a reply.
+    /// Blocks until the reply or the time-out; verifies the connection.
+    /// Wire: request "set_wayline" with the wayline's list form as the argument list -> int.
+    bool SetWayline(Kestrove::WaylinePtr wayline);
+
+    /// Drops the service's wayline and disengages.
+    ///
+    /// @return true for every reply but 0, which means that there was none; false also when the
+    ///         connection is not usable, without a reply and for a reply that is no single value.
+    /// Blocks until the reply or the time-out; verifies the connection.
+    /// Wire: request "clear_wayline" [] -> int.
+    bool ClearWayline();
+
+    /// Begins a wayline of the given kind, which the waypoints then complete.
+    ///
+    /// @return true for every reply but 0, which means refused; false also when the connection is
+    ///         not usable, without a reply and for a reply that is no single value.
+    /// Blocks until the reply or the time-out; verifies the connection.
+    /// Wire: request "start_wayline" [type] -> int.
+    bool StartWayline(Kestrove::EWaylineType type);
+
+    /// Sets a waypoint of the wayline that was begun.
+    ///
+    /// @param waypoint its number: 0 for A, 1 for B, 2 for the third point of a circle.
+    /// @param x metres east of the wayline origin.
+    /// @param y metres north of it.
+    /// @param z metres above it.
+    /// @param heading radians, clockwise from north.
+    /// @return true for every reply but 0, which means refused; false also when the connection is
+    ///         not usable, without a reply and for a reply that is no single value.
+    /// Blocks until the reply or the time-out; verifies the connection.
+    /// Wire: request "set_waypoint" [waypoint, x, y, z, heading] -> int.
+    bool SetWaypoint(int waypoint, double x, double y, double z, double heading);
+
+    /// Asks whether a waypoint is set.
+    ///
+    /// @param waypoint its number, as in SetWaypoint().
+    /// @return true when the service replies exactly 1; it reserves other values. False otherwise,
+    ///         also when it cannot be reached or does not reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "is_waypoint_set" [waypoint] -> int.
+    bool IsWaypointSet(int waypoint);
+
+    /// Brings back the waypoints before the last change.
+    ///
+    /// @return the service's integer, the number of waypoints; -1 when it cannot be reached or does
+    ///         not reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "RestoreWaypoints" [1] -> int.
+    int RestoreWaypoints();
+
+    // Offsets, nudge and implement. Metres; positive shifts the line to the right, looking along
+    // it.
+
+    /// Nudges the line.
+    ///
+    /// @param nudge receives the resulting nudge as a vector (metres); untouched on failure.
+    /// @param add true to add `amount` to the nudge, false to set the nudge to it.
+    /// @param amount metres.
+    /// @return the service's status: 1 done, 0 refused; -1 when it cannot be reached, does not
+    /// reply
+    ///         or replies with no list.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "Nudge" [1, add, amount] -> [int, double, double, double]; elements missing
+    /// from the reply count as 0.
+    int Nudge(Core::Maths::Vector3<double>& nudge, bool add, double amount);
+
+    /// Chooses the nudge that puts the line under the machine.
+    ///
+    /// @param nudge receives the resulting nudge as a vector (metres); untouched on failure.
+    /// @return the service's status: 1 done, 0 refused; -1 when it cannot be reached, does not
+    /// reply
+    ///         or replies with no list.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "AutoSetNudge" [1] -> [int, double, double, double]; elements missing from the
+    /// reply count as 0.
+    int AutoSetNudge(Core::Maths::Vector3<double>& nudge);
+
+    /// Asks for the nudge as a vector.
+    ///
+    /// @param nudge receives it (metres); untouched on failure.
+    /// @return true when a list came; false when the connection is not usable, without a reply and
+    ///         for a reply that is no list.
+    /// Blocks until the reply or the time-out; verifies the connection.
+    /// Wire: request "get_nudge_vector" [] -> [double, double, double]; elements missing from the
+    /// reply count as 0.
+    bool GetNudgeVector(Core::Maths::Vector3<double>& nudge);
+
+    /// Asks for the nudge as a number.
+    ///
+    /// @return metres; -1.0 when the service cannot be reached or does not reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "get_nudge" [1] -> double.
+    double GetNudgeScalar();
+
+    /// Sets the nudge.
+    ///
+    /// @param nudge metres.
+    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
+    /// when it is not usable. Wire: notification "set_nudge" [1, nudge].
+    void SetNudge(double nudge);
+
+    /// Chooses the field offset that puts the line under the machine.
+    ///
+    /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
+    ///         reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "AutoSetFieldOffset" [1] -> int.
+    int AutoSetFieldOffset();
+
+    /// Sets the field offset, a shift of the line for this field.
+    ///
+    /// @param offset metres.
+    /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
+    ///         reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "SetFieldOffset" [1, offset] -> int.
+    int SetFieldOffset(double offset);
+
+    /// Asks for the field offset.
+    ///
+    /// @return metres; -1.0 when the service cannot be reached or does not reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "GetFieldOffset" [1] -> double.
+    double GetFieldOffset();
+
+    /// Sets the implement offset, how far the implement's middle is to the right of the machine's.
+    ///
+    /// @param offset metres.
+    /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
+    ///         reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "SetImplementOffset" [1, offset] -> int.
+    int SetImplementOffset(double offset);
+
+    /// Asks for the implement offset.
+    ///
+    /// @return metres; -1.0 when the service cannot be reached or does not reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "GetImplementOffset" [1] -> double.
+    double GetImplementOffset();
+
+    /// Sets whether splines are shifted by the implement offset too.
+    ///
+    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
+    /// when it is not usable. Wire: notification "SetSplinesUseImplementOffset" [use]. Without a
+    /// leading 1.
+    void SetSplinesUseImplementOffset(bool use);
+
+    /// Sets the implement width, which is the distance between neighbouring passes.
+    ///
+    /// @param width metres.
+    /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
+    ///         reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "SetImplementWidth" [1, width] -> int.
+    int SetImplementWidth(double width);
+
+    /// Asks for the implement width.
+    ///
+    /// @return metres; -1.0 when the service cannot be reached or does not reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "GetImplementWidth" [1] -> double.
+    double GetImplementWidth();
+
+    // Position feed
+
+    /// Feeds the service one sample of the machine's position and movement.
+    ///
+    /// @param latitude,longitude degrees, WGS 84.
+    /// @param height ellipsoid height, metres.
+    /// @param course course over ground, radians clockwise from north.
+    /// @param speed ground speed, metres per second.
+    /// @param roll,pitch,yaw radians; yaw clockwise from north.
+    /// @param rollRate,pitchRate,yawRate radians per second.
+    /// @param sigmaEast,sigmaNorth,sigmaUp one-sigma accuracy, metres.
+    /// @param positionValid the position can be used.
+    /// @param fixQuality the quality indicator as in the NMEA sentence GGA.
+    /// @param satellites number of satellites in use.
+    /// @param headingValid the yaw can be used.
+    /// @param reversing the machine moves in reverse.
+    /// @param sampleNumber counts the samples.
+    /// @param time of the sample, Unix time in seconds.
+    /// @return 0 when the service can be reached, whatever became of the sample; otherwise -1.
+    /// Does not wait for the service; reconnects once if needed.
+    /// Wire: notification "SetPositionData" [text]: the values in this order under the tags 1 to 21
+    /// (see Core::IO::ObjectStore), booleans as 0 and 1.
+    int SetPositionData(double latitude, double longitude, double height, double course,
+                        double speed, double roll, double pitch, double yaw, double rollRate,
+                        double pitchRate, double yawRate, double sigmaEast, double sigmaNorth,
+                        double sigmaUp, bool positionValid, int fixQuality, int satellites,
+                        bool headingValid, bool reversing, int sampleNumber, double time);
+
+    // Controller tuning
+
+    /// Asks for the limits of a tuning parameter.
+    ///
+    /// @param lowest,start,highest receive the lowest value, the start value and the highest value;
+    ///        untouched on failure.
+    /// @return true when a list of exactly three limits came; false otherwise, also when the
+    /// service
+    ///         cannot be reached or does not reply.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "GetTuningLimits" [parameter] -> [double, double, double].
+    bool GetTuningLimits(Kestrove::ETuningParameter parameter, double& lowest, double& start,
+                         double& highest);
+
+    /// Sets the limits of a tuning parameter.
+    ///
+    /// @param lowest,start,highest lowest value, start value and highest value.
+    /// @return true when the service can be reached, whether or not it took the limits; else false.
+    /// Does not wait for the service; reconnects once if needed.
+    /// Wire: notification "SetTuningLimits" [parameter, lowest, start, highest].
+    bool SetTuningLimits(Kestrove::ETuningParameter parameter, double lowest, double start,
+                         double highest);
+
+    /// Asks for a tuning parameter.
+    ///
+    /// @return its value; 0.0 when the connection is not usable, without a reply and for a reply
+    ///         that is no single value.
+    /// Blocks until the reply or the time-out; verifies the connection.
+    /// Wire: request "get_tuning_parameter" [parameter] -> double.
+    float GetTuningParameter(Kestrove::ETuningParameter parameter);
+
+    /// Sets a tuning parameter. The service clamps it to the parameter's limits.
+    ///
+    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
+    /// when it is not usable. Wire: notification "set_tuning_parameter" [parameter, value,
+    /// persist].
+    void SetTuningParameter(Kestrove::ETuningParameter parameter, float value, bool persist);
+
+    /// GetTuningParameter() of the sensitivity.
+    float GetSensitivity();
+    /// GetTuningParameter() of the aggressiveness.
+    float GetAggressiveness();
+    /// GetTuningParameter() of the overshoot.
+    float GetOvershoot();
+    /// GetTuningParameter() of the speed adjustment.
+    float GetSpeedAdjust();
+    /// SetTuningParameter() of the sensitivity.
+    void SetSensitivity(float value, bool persist);
+    /// SetTuningParameter() of the aggressiveness.
+    void SetAggressiveness(float value, bool persist);
+    /// SetTuningParameter() of the overshoot.
+    void SetOvershoot(float value, bool persist);
+    /// SetTuningParameter() of the speed adjustment.
+    void SetSpeedAdjust(float value, bool persist);
+
+    /// Puts the integral term of the controller back to zero.
+    ///
+    /// @return true when the connection is usable, whatever became of the notification; else false.
+    /// Does not wait for the service; verifies the connection.
+    /// Wire: notification "reset_integral" [].
+    bool ResetIntegral();
+
+    /// Asks for the velocity set point.
+    ///
+    /// @return metres per second; 0.0 when the service cannot be reached, does not reply or replies
+    ///         with no list.
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "GetVelocitySetPoint" [] -> [double].
+    float GetVelocitySetPoint();
+
+    /// Sets the velocity set point.
+    ///
+    /// @param velocity metres per second.
+    /// Nothing tells whether the service took the value. Reconnects once if needed; sends nothing
+    /// when the service cannot be reached.
+    /// Wire: notification "SetVelocitySetPoint" [velocity].
+    void SetVelocitySetPoint(float velocity);
+
+    /// Asks for the size of the curve filter.
+    ///
+    /// @return a number of recorded points; -1 when the service cannot be reached or does not
+    /// reply. Blocks until the reply or the time-out; reconnects once if needed. Wire: request
+    /// "GetCurveFilterSize" [1] -> int.
+    int GetCurveFilterSize();
+
+    /// Sets the size of the curve filter.
+    ///
+    /// @param size a number of recorded points.
+    /// Nothing tells whether the service took the value. Reconnects once if needed; sends nothing
+    /// when the service cannot be reached.
+    /// Wire: notification "SetCurveFilterSize" [1, size].
+    void SetCurveFilterSize(int size);
+
+    // Events
+    //
+    // Each setter takes over a functor, made with `new` (see Core::Functors::MakeFunctor()), and
+    // has it called for every event of its kind from then on; null ends that. The functor that was
+    // held is deleted at once, even when it is running: a functor that replaces itself must not
+    // touch anything of its own afterwards. A setter that finds none held, also when it is given
+    // null, subscribes to the event, whether or not the connection is up; subscriptions are never
+    // withdrawn and outlive a reconnection. A functor given twice in a row is deleted and must not
+    // be. The destructor deletes none.
+    //
+    // A functor runs inside ProcessMessages() or CheckCallbacks(). An exception that it throws
+    // passes through them. A payload with too few elements, and where the number must be exact also
+    // one with too many, is dropped silently.
+
+    /// Takes the functor for changes of the engage state: engaged; could be engaged now; navigation
+    /// active; moving in reverse; dropped by the service and not by the operator.
+    /// Wire: event "cb_engage_status" [int, int, int, int, int], exactly.
+    void
+    SetEngageStatusCallback(Core::Functors::Functor5<void, bool, bool, bool, bool, bool>* functor);
+
+    /// Takes the functor for the guidance state: number of the pass (0 the line itself, positive to
+    /// its right); cross-track error (metres, positive right of the line); heading error (radians);
+    /// commanded curvature (1/m).
+    /// Wire: event "cb_guidance_status" [int, double, double, double], exactly.
+    void
+    SetGuidanceStatusCallback(Core::Functors::Functor4<void, int, double, double, double>* functor);
+
+    /// Takes the functor for changes of the whole shift of the line (metres).
+    /// Wire: event "cb_offsets" [double], exactly.
+    void SetOffsetCallback(Core::Functors::Functor1<void, double>* functor);
+
+    /// Takes the functor for changes of the wayline: complete; being recorded; navigation active;
+    /// kind (EWaylineTypeEmpty when there is none). The two overloads are independent; when both
+    /// are used, this one's functor is called first. Wire: event "cb_wayline_status" [int, int,
+    /// int, int, double], at least.
+    void SetWaylineStatusCallback(
+        Core::Functors::Functor4<void, bool, bool, bool, Kestrove::EWaylineType>* functor);
+
+    /// The same with the wayline's length so far (metres; 0 for an endless line) as a fifth value.
+    void SetWaylineStatusCallback(
+        Core::Functors::Functor5<void, bool, bool, bool, Kestrove::EWaylineType, double>* functor);
+
+    /// Takes the functor for changes of the implement width (metres). Each event first writes a
+    /// trace line with the handler's name to standard output.
+    /// Wire: event "cb_implement_width_changed" [double], at least.
+    void SetImplementWidthCallback(Core::Functors::Functor1<void, double>* functor);
+
+    /// Takes the functor for changes of a tuning parameter: the parameter, its value. Each event
+    /// first writes a trace line with the handler's name to standard output.
+    /// Wire: event "cb_tuning_parameter_changed" [int, double], at least.
+    void SetTuningParameterChangedCallback(
+        Core::Functors::Functor2<void, Kestrove::ETuningParameter, double>* functor);
+
+    /// Takes the functor for the machine's place in the local frame: position (metres east and
+    /// north), heading (radians, clockwise from north).
+    /// Wire: event "cb_relative_position" [double, double, double], at least.
+    void SetRelativePositionCallback(
+        Core::Functors::Functor2<void, const Core::Maths::Vector2<double>&, double>* functor);
+
+    /// Takes the functor for the points to draw of the line that is followed (metres east and
+    /// north). A payload that announces more points than it carries gives those that are whole; a
+    /// negative number makes std::length_error pass through to the caller that delivers events.
+    /// Wire: event "cb_draw_points" [int n, then two doubles a point], at least n.
+    void SetDrawPointsCallback(
+        Core::Functors::Functor1<void, const std::vector<Core::Maths::Vector2<double>>&>* functor);
+
+private:
+    // The call frame that the operations share.
+    bool ReconnectingGuard();
+    bool VerifyingGuard();
+    int RequestInt(const std::string& name, std::unique_ptr<BListC> arguments, int failure);
+    double RequestDouble(const std::string& name, std::unique_ptr<BListC> arguments,
+                         double failure);
+    template <typename Result, typename Read>
+    Result RequestList(const std::string& name, std::unique_ptr<BListC> arguments, Result failure,
+                       Read read);
+    int FetchInt(const std::string& name, std::unique_ptr<BListC> arguments, int failure);
+    double FetchDouble(const std::string& name, std::unique_ptr<BListC> arguments, double failure);
+    void Notify(const std::string& name, std::unique_ptr<BListC> arguments);
+
+    // One handler an event; each returns 0, whatever it did.
+    int EngageStatusCallback(BListC* payload);
+    int GuidanceStatusCallback(BListC* payload);
+    int OffsetCallback(BListC* payload);
+    int WaylineStatusCallback(BListC* payload);
+    int ImplementWidthChangedCallback(BListC* payload);
+    int TuningParameterChangedCallback(BListC* payload);
+    int RelativePositionCallback(BListC* payload);
+    int DrawPointsCallback(BListC* payload);
+    template <typename Functor>
+    void SetCallback(Functor*& slot, Functor* functor, const char* event,
+                     int (CNavigationAPI::*handler)(BListC*));
+
+    // The members and their order stay as they are: applications keep working without a rebuild.
+    int m_servicePort = 5010;
+    std::string m_serviceHost = "localhost";
+    Core::Functors::Functor5<void, bool, bool, bool, bool, bool>* m_engageStatus = nullptr;
+    Core::Functors::Functor4<void, int, double, double, double>* m_guidanceStatus = nullptr;
+    Core::Functors::Functor1<void, double>* m_offsets = nullptr;
+    Core::Functors::Functor4<void, bool, bool, bool, Kestrove::EWaylineType>* m_waylineStatus4 =
+        nullptr;
+    Core::Functors::Functor5<void, bool, bool, bool, Kestrove::EWaylineType, double>*
+        m_waylineStatus5 = nullptr;
+    Core::Functors::Functor1<void, double>* m_implementWidth = nullptr;
+    Core::Functors::Functor2<void, Kestrove::ETuningParameter, double>* m_tuningParameter = nullptr;
+    Core::Functors::Functor2<void, const Core::Maths::Vector2<double>&, double>*
+        m_relativePosition = nullptr;
+    Core::Functors::Functor1<void, const std::vector<Core::Maths::Vector2<double>>&>* m_drawPoints =
+        nullptr;
+};
+
+#endif
