@@ -1,0 +1,29 @@
+#ifndef KESTROVE_SIMULATOR_WORLD_OUTCOME_H
+#define KESTROVE_SIMULATOR_WORLD_OUTCOME_H
+
+#include <string>
+#include <utility>
+
+/// What became of a request: done, or refused for a reason that a person can read. After a refusal
+/// everything is as it was before.
+class COutcome
+{
+public:
+    /// The request was carried out.
+    static COutcome Done() { return COutcome(true, {}); }
+    /// The request was refused; `reason` names the value or condition that stood against it.
+    static COutcome Refused(std::string reason) { return COutcome(false, std::move(reason)); }
+
+    explicit operator bool() const { return m_done; }
+
+    /// Why the request was refused; empty when it was carried out.
+    const std::string& Reason() const { return m_reason; }
+
+private:
+    COutcome(bool done, std::string reason) : m_done(done), m_reason(std::move(reason)) {}
+
+    bool m_done;
+    std::string m_reason;
+};
+
+#endif

@@ -1,0 +1,235 @@
+#ifndef KESTROVE_SIMULATOR_WORLD_SIMULATION_H
+#define KESTROVE_SIMULATOR_WORLD_SIMULATION_H
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "simulator/guidance/LineDefinition.h"
+#include "simulator/guidance/Tuning.h"
+#include "simulator/machine/Pose.h"
+#include "simulator/world/Outcome.h"
+
+/// How well the machine's receiver measures; the figures are in docs/simulator.md.
+enum class EReceiver
+{
+    Ideal, ///< without any error
+    Rtk,   ///< centimetres
+    Sbas,  ///< decimetres
+};
+
+/// What the machine drives on.
+enum class EGround
+{
+    Firm,  ///< no side slip
+    Field, ///< wandering side slip
+};
+
+/// What a simulation starts with.
+struct SimulationOptions
+{
+    std::uint64_t seed =
+        1; ///< all noise comes from it; the same seed gives the same run, bit for bit
+    EReceiver receiver = EReceiver::Rtk;
+    EGround ground = EGround::Firm;
+    double centreBias = 0.0; ///< radians by which the wheels stand right of what the sensor says
+    double backlash = 0.0;   ///< radians of play between the actuator and the wheels
+    Pose startPose;
+    double speed = 0.0; ///< metres per second, at the start and as the first speed set point
+};
+
+/// Which of the parallel passes is followed.
+enum class EFollow
+{
+    NearestPass, ///< the one nearest the machine, chosen anew as it moves until it is engaged
+    LineItself,  ///< pass 0
+};
+
+/// A position sample from outside. The machine is where the samples say until none came for 5 s.
+struct FedPosition
+{
+    bool valid = false; ///< a sample that is not valid is passed over
+    Point position;
+    std::optional<double> heading; ///< radians clockwise from north; without it the course counts
+    double course = 0.0;           ///< radians clockwise from north, the direction of movement
+    double speed = 0.0;            ///< metres per second over ground, never negative
+    bool reverse = false;          ///< the machine moves backwards
+};
+
+/// Where the machine is relative to the line that it follows.
+struct GuidanceStatus
+{
+    int pass = 0;                    ///< 0 the line itself, positive to its right
+    double crossTrackError = 0.0;    ///< metres, positive right of the line, looking along it
+    double headingError = 0.0;       ///< radians, clockwise positive, to the direction driven in
+    double commandedCurvature = 0.0; ///< 1/m, positive to the right; 0 unless engaged
+};
+
+/// The simulated world: a machine that really moves and the guidance that steers it, on a clock of
+/// its own that only Step() moves.
+///
+/// The frame is local: metres, x east, y north; headings are radians clockwise from north, in
+/// [0, 2 pi) where they are reported. Guidance never sees the true pose, only what the receiver and
+/// the steering sensor measure; the queries that begin with True are for recordings and tests.
+///
+/// Thread safety: none; one thread at a time. Nothing here blocks, waits or reads a clock.
+class CSimulation
+{
+public:
+    /// The length of a step of the machine, seconds.
+    static constexpr double kStepSeconds = 0.02;
+    /// Guidance runs, and all that it reports changes, once in so many steps.
+    static constexpr int kStepsPerControl = 5;
+
+    explicit CSimulation(const SimulationOptions& options);
+    ~CSimulation();
+    CSimulation(const CSimulation&) = delete;
+    CSimulation& operator=(const CSimulation&) = delete;
+
+    // The clock.
+
+    /// Moves the world on by kStepSeconds.
+    void Step();
+    /// Seconds since the start.
+    double Time() const;
+    /// Whether the last Step() ran guidance, so that there is something new to report.
+    bool ControlRan() const;
+
+    // The line.
+
+    /// Replaces the line. Navigation and steering go on along the new one while their conditions
+    /// hold. Refused, the old line staying, when the values make no line: the reason names them.
+    COutcome SetLine(const LineDefinition& line);
+    /// Drops the line, which ends navigation and steering.
+    /// @return false when there was none.
+    bool ClearLine();
+    bool HasLine() const;
+    /// The length of the line set, metres; 0 for a line without ends or none.
+    double LineLength() const;
+    /// The heading of any line where the machine is nearest to it; NaN when it makes no line.
+    double HeadingNearest(const LineDefinition& line) const;
+
+    // Navigation and steering.
+
+    /// Refused without a line.
+    COutcome StartNavigation(EFollow follow);
+    /// Ends navigation and steering; the line stays.
+    void StopNavigation();
+    bool NavigationActive() const;
+
+    /// Refused when a condition does not hold; the reason lists all of them. True when engaged
+    /// already.
+    COutcome Engage();
+    /// The operator takes over.
+    void Disengage();
+    bool Engaged() const;
+    /// The conditions for engaging that do not hold now, each as a sentence; empty when steering is
+    /// engaged or could be.
+    std::vector<std::string> WhyNotEngaged() const;
+    /// Whether steering was last ended by a condition, not by the operator; false again once it is
+    /// engaged or disengaged by hand.
+    bool DroppedByService() const;
+    /// Which condition ended steering; empty unless DroppedByService().
+    const std::string& DropReason() const;
+    /// Whether the measured speed is backwards.
+    bool MovingInReverse() const;
+
+    void SetReverseEngageEnabled(bool enabled);
+    bool ReverseEngageEnabled() const;
+    void SetReverseEngageAllowed(bool allowed);
+    bool ReverseEngageAllowed() const;
+    void SetLowSpeedEngageAllowed(bool allowed);
+    bool LowSpeedEngageAllowed() const;
+    /// How long steering stays engaged below the least speed. Refused unless finite and not
+    /// negative.
+    COutcome SetLowSpeedTimeout(double seconds);
+    double LowSpeedTimeout() const;
+
+    // Offsets, which move the line at once: metres, positive to its right. Refused unless finite
+    // and within 1000 m.
+
+    COutcome SetNudge(double metres);
+    double Nudge() const;
+    COutcome SetFieldOffset(double metres);
+    double FieldOffset() const;
+    COutcome SetImplementOffset(double metres);
+    double ImplementOffset() const;
+    void SetSplinesUseImplementOffset(bool use);
+    bool SplinesUseImplementOffset() const;
+    /// The whole shift of the line that is set: nudge + field offset + implement offset as it
+    /// counts.
+    double LineShift() const;
+    /// The unit vector to the right of the line at the machine; nothing without a line.
+    std::optional<Point> RightOfLine() const;
+    /// The distance of the passes. Refused unless within 0.1 m and 100 m.
+    COutcome SetImplementWidth(double metres);
+    double ImplementWidth() const;
+
+    // The controller.
+
+    CTuning& Tuning();
+    const CTuning& Tuning() const;
+    /// Clears what the integral term has gathered.
+    void ResetIntegral();
+    /// The machine's target speed, metres per second, negative backwards. Refused unless within
+    /// -5 m/s and 15 m/s.
+    COutcome SetSpeedSetPoint(double metresPerSecond);
+    double SpeedSetPoint() const;
+    /// How far ahead on the line the machine aims, as seconds of driving. Refused unless within
+    /// 0.2 s and 10 s.
+    COutcome SetLookAheadTime(double seconds);
+    double LookAheadTime() const;
+    /// Over how many driven points a curve is smoothed; a curve that is set is smoothed anew.
+    /// Refused unless within 1 and 1001.
+    COutcome SetCurveFilterSize(int points);
+    int CurveFilterSize() const;
+    /// Puts every setting (conditions, offsets, width, tuning and its limits, speed set point,
+    /// look-ahead time, filter size) back to its start value. Navigation goes on.
+    void RestoreSettings();
+
+    // Positions from outside.
+
+    /// Takes a sample over as the machine's position. Refused, without effect, when it is not valid
+    /// or holds a value that is not finite.
+    COutcome Feed(const FedPosition& sample);
+    /// Whether fed samples are the machine's position now.
+    bool FedMode() const;
+
+    // What the service knows.
+
+    /// The last pose that the receiver measured.
+    Pose MeasuredPose() const;
+    /// What guidance makes of the measurements; smoother, and what a driven line is recorded from.
+    Pose EstimatedPose() const;
+    /// Metres per second, negative backwards.
+    double Speed() const;
+    /// Radians, positive to the right, as the steering sensor says.
+    double SteeringAngle() const;
+    /// From the estimated pose; of the line itself while navigation is not active, all 0 without a
+    /// line.
+    GuidanceStatus Status() const;
+    /// Points of the followed pass every 2 m, from 50 m behind to 150 m ahead of the machine in the
+    /// direction driven; fewer where the line ends, once round for a circle, none without a line.
+    std::vector<Point> FollowedPoints() const;
+    /// The point of the followed pass that the machine aims at; nothing without a line.
+    std::optional<Point> AimPoint() const;
+
+    // What only the simulation knows.
+
+    Pose TruePose() const;
+    /// Of the machine's reference point to the followed pass, metres; 0 without a line.
+    double TrueCrossTrackError() const;
+    /// Of the implement point to the pass that it works, which is the followed pass without the
+    /// implement offset; 0 without a line. The implement is carried 2 m behind the rear axle, by
+    /// the implement offset to the left.
+    double TrueImplementCrossTrackError() const;
+    Point TrueImplementPoint() const;
+
+private:
+    struct State;
+    std::unique_ptr<State> m_state;
+};
+
+#endif
