@@ -1,5 +1,8 @@
 #include "platform/BEncoder.h"
 
+#include <array>
+#include <cstring>
+
 #include <msgpack.hpp>
 
 namespace {
@@ -17,7 +20,27 @@ private:
     std::string& m_bytes;
 };
 
-using Packer = msgpack::packer<StringSink>;
+class Packer : public msgpack::packer<StringSink>
+{
+public:
+    explicit Packer(StringSink& sink) : msgpack::packer<StringSink>(sink), m_sink(sink) {}
+
+    /// Packs a double as float 64 whatever its value. The library's own operation turns a whole
+    /// number into an integer, but what was sent as a double must arrive as one.
+    void PackDouble(double value)
+    {
+        std::uint64_t bits = 0;
+        std::memcpy(&bits, &value, sizeof(bits));
+        std::array<char, 9> bytes{'\xcb'};
+        for (std::size_t place = 8; place > 0; --place, bits >>= 8) {
+            bytes[place] = static_cast<char>(bits & 0xff);
+        }
+        m_sink.write(bytes.data(), bytes.size());
+    }
+
+private:
+    StringSink& m_sink;
+};
 
 void PackString(Packer& packer, const std::string& text)
 {
@@ -32,7 +55,7 @@ void PackAtom(Packer& packer, const BAtomC& atom)
         packer.pack_int64(atom.Int64Value());
         break;
     case EBElementType::Double:
-        packer.pack_double(atom.DoubleValue());
+        packer.PackDouble(atom.DoubleValue());
         break;
     case EBElementType::String:
         PackString(packer, atom.StringValue());
@@ -56,7 +79,7 @@ bool PackList(Packer& packer, const BListC& list, int level)
         } else if (list.TypeAt(index) == EBElementType::Integer) {
             packer.pack_int64(list.GetInt64(index));
         } else if (list.TypeAt(index) == EBElementType::Double) {
-            packer.pack_double(list.GetDouble(index));
+            packer.PackDouble(list.GetDouble(index));
         } else {
             packer.pack_nil();
         }
@@ -98,7 +121,10 @@ bool PackElement(Packer& packer, const BElementC& element, int level)
 BEncoderC::BEncoderC() = default;
 BEncoderC::~BEncoderC() = default;
 
-void BEncoderC::Clear() { m_bytes.clear(); }
+void BEncoderC::Clear()
+{
+    m_bytes.clear();
+}
 
 void BEncoderC::WriteListHeader(std::uint32_t count)
 {
