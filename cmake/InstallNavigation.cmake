@@ -1,25 +1,32 @@
-include(GNUInstallDirs)
+# What `cmake --install` lays down: the libraries, their public headers, and what find_package and
+# pkg-config need to find them.
+
+if(NOT KESTROVE_INSTALL)
+  return()
+endif()
 include(CMakePackageConfigHelpers)
 
 install(TARGETS KestroveNavigation EXPORT KestroveNavigationTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 foreach(folder core platform wayline api)
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/${folder} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestrove
-    FILES_MATCHING PATTERN "*.h" PATTERN "CallFrame.h" EXCLUDE
-    PATTERN "NumberText.h" EXCLUDE)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/${folder}
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestrove
+    FILES_MATCHING PATTERN "*.h" 
+    PATTERN "CallFrame.h" EXCLUDE PATTERN "NumberText.h" EXCLUDE)
 endforeach()
 if(KESTROVE_BUILD_TESTING_LIBRARY)
   install(TARGETS KestroveNavigationTesting EXPORT KestroveNavigationTargets
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/testing
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestrove FILES_MATCHING PATTERN "*.h"
-    PATTERN "CallScript.h" EXCLUDE PATTERN "ScriptedServiceState.h" EXCLUDE)
+  install(FILES
+    ${PROJECT_SOURCE_DIR}/testing/Answer.h
+    ${PROJECT_SOURCE_DIR}/testing/ScriptedService.h
+    ${PROJECT_SOURCE_DIR}/testing/Value.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestrove/testing)
 endif()
 
 set(package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/KestroveNavigation)
-install(EXPORT KestroveNavigationTargets NAMESPACE Kestrove:: DESTINATION ${package_directory}
-  FILE KestroveNavigationTargets.cmake)
+install(EXPORT KestroveNavigationTargets NAMESPACE Kestrove:: DESTINATION ${package_directory})
 configure_package_config_file(
   ${PROJECT_SOURCE_DIR}/cmake/KestroveNavigationConfig.cmake.in
   ${PROJECT_BINARY_DIR}/KestroveNavigationConfig.cmake
@@ -31,11 +38,9 @@ install(FILES
   ${PROJECT_BINARY_DIR}/KestroveNavigationConfigVersion.cmake
   DESTINATION ${package_directory})
 
-if(BUILD_SHARED_LIBS)
-  set(KESTROVE_PKGCONFIG_LIBS "-L\${libdir} -lkestrove-navigation")
-else()
-  set(KESTROVE_PKGCONFIG_LIBS "-L\${libdir} -lkestrove-navigation -lstdc++ -lm")
-endif()
+# pkg-config finds the prefix from where the file lies, so that the installation can be moved.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
+  BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig OUTPUT_VARIABLE KESTROVE_PREFIX_FROM_PC)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/kestrove-navigation.pc.in
   ${PROJECT_BINARY_DIR}/kestrove-navigation.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kestrove-navigation.pc

@@ -12,7 +12,8 @@ set_target_properties(KestroveNavigation PROPERTIES
 target_compile_features(KestroveNavigation PUBLIC cxx_std_17)
 target_link_libraries(KestroveNavigation PRIVATE $<BUILD_INTERFACE:kestrove_flags>)
 kestrove_include_root(KestroveNavigation PUBLIC core platform wayline api)
-target_include_directories(KestroveNavigation INTERFACE $<INSTALL_INTERFACE:include/kestrove>)
+target_include_directories(KestroveNavigation
+  INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kestrove>)
 
 # The same objects and the service side, internals included: for our programs and tests.
 add_library(kestrove_internal STATIC

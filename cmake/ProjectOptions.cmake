@@ -1,7 +1,11 @@
 # Options, language level and compiler flags. Warnings and sanitizers stay private to our own
 # targets: an application that builds the library inside its own tree inherits none of them.
 
-option(BUILD_SHARED_LIBS "Build Kestrove::Navigation as a shared library" ON)
+# Inside another project that project's choice counts, and it must not find one made for it.
+if(PROJECT_IS_TOP_LEVEL)
+  option(BUILD_SHARED_LIBS "Build Kestrove::Navigation as a shared library" ON)
+endif()
+option(KESTROVE_INSTALL "Install the library with its headers" ${PROJECT_IS_TOP_LEVEL})
 option(KESTROVE_BUILD_TESTING_LIBRARY "Build Kestrove::NavigationTesting" ${PROJECT_IS_TOP_LEVEL})
 option(KESTROVE_BUILD_PROGRAMS "Build the programs" ${PROJECT_IS_TOP_LEVEL})
 option(KESTROVE_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
@@ -10,6 +14,7 @@ option(KESTROVE_BUILD_BENCHMARKS "Build the benchmarks" OFF)
 option(KESTROVE_WARNINGS_AS_ERRORS "Treat warnings as errors" OFF)
 set(KESTROVE_SANITIZERS "" CACHE STRING "Sanitizers to build with, for example address,undefined")
 
+include(GNUInstallDirs)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)

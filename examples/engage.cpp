@@ -1,0 +1,49 @@
+// Engages automatic steering for a moment, and prints what happened. Needs a navigation service on
+// this machine, for example the simulator: navigation-simulator.
+
+#include <iostream>
+
+#include <api/NavigationAPI.h>
+
+namespace {
+
+void PrintSettings(CNavigationAPI& navigation)
+{
+    std::cout << "look-ahead time " << navigation.GetLookAheadTime() << " s, engaging in reverse "
+              << (navigation.GetAllowReverseEngage() ? "allowed" : "not allowed")
+              << ", at low speed "
+              << (navigation.GetLowSpeedEngageEnabled() ? "allowed" : "not allowed") << " for "
+              << navigation.GetLowSpeedEngageTimeout() << " s\n";
+}
+
+bool Succeeded(const CNavigationAPI& navigation, const char* command, int answer)
+{
+    const LinkErrorC& error = navigation.LastError();
+    std::cout << command << ": " << (answer == 1 ? "done" : "refused") << " (" << answer << ") "
+              << error.text << '\n';
+    return answer == 1;
+}
+
+} // namespace
+
+int main()
+{
+    CNavigationAPI navigation;
+    PrintSettings(navigation);
+    const bool keepOverRestart = false;
+    navigation.SetLookAheadTime(1.8, keepOverRestart);
+    navigation.SetAllowReverseEngage(true, keepOverRestart);
+    navigation.SetLowSpeedEngageEnabled(true, keepOverRestart);
+    navigation.SetLowSpeedEngageTimeout(4.0, keepOverRestart);
+    PrintSettings(navigation);
+
+    const bool followNearestPass = true;
+    const bool engaged =
+        Succeeded(navigation, "start navigation", navigation.StartNavigation(followNearestPass)) &&
+        Succeeded(navigation, "engage steering", navigation.EngageSteering());
+    std::cout << "steering is " << (navigation.IsSteeringEngaged() ? "engaged" : "off") << '\n';
+
+    Succeeded(navigation, "disengage steering", navigation.DisengageSteering());
+    Succeeded(navigation, "stop navigation", navigation.StopNavigation());
+    return engaged ? 0 : 1;
+}

@@ -1,0 +1,18 @@
+#include <iostream>
+#include <string>
+
+#include <api/NavigationAPI.h>
+#include <testing/ScriptedService.h>
+
+int main()
+{
+    Kestrove::Testing::CScriptedService service;
+    service.Expect("EngageSteering", "[int 1]", 1);
+    CNavigationAPI navigation;
+
+    const int answer = navigation.EngageSteering();
+    const std::string problems = service.Problems();
+
+    std::cout << "EngageSteering gave " << answer << "\n" << problems;
+    return answer == 1 && problems.empty() ? 0 : 1;
+}

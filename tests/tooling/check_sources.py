@@ -1,0 +1,82 @@
+#!/usr/bin/env python3
+"""Checks what neither compiler nor formatter checks in the C++ sources.
+
+usage: check_sources.py DIRECTORY
+
+Prints a line for each fault and exits with 1 when there is one:
+  - an include that climbs out of its folder ("../") or that names no folder
+  - a .cpp with a header of its own name beside it that does not include that header first
+  - an include guard that is not KESTROVE_<FOLDER>_<FILE>_H, or #pragma once
+  - "using namespace"
+  - a .cpp of more than 400 lines (headers are half comment), or a top folder without a README.md
+"""
+
+import re
+import sys
+from pathlib import Path
+
+FOLDERS = ("core", "platform", "wayline", "api", "runtime", "simulator", "tools", "testing",
+           "tests", "benchmarks", "examples")
+INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
+LONGEST_SOURCE = 400
+
+
+def include_faults(name, text, root):
+    faults = []
+    for quote, target in INCLUDE.findall(text):
+        if "../" in target:
+            faults.append(f"{name}: include climbs out of its folder: {target}")
+        elif quote == '"' and "/" not in target:
+            faults.append(f"{name}: include does not start at the root: {target}")
+    if name.suffix == ".cpp" and (root / name).with_suffix(".h").exists():
+        own = name.with_suffix(".h").as_posix()
+        first = INCLUDE.search(text)
+        if first is None or first.group(2) != own:
+            faults.append(f"{name}: does not include {own} first")
+    return faults
+
+
+def guard_faults(name, text):
+    if "#pragma once" in text:
+        return [f"{name}: #pragma once in place of an include guard"]
+    guard = "KESTROVE_" + re.sub(r"[/.]", "_", name.as_posix()).upper()
+    if not re.search(rf"^#ifndef {guard}\n#define {guard}\n", text, re.MULTILINE):
+        return [f"{name}: the include guard is not {guard}"]
+    return []
+
+
+def file_faults(name, root):
+    text = (root / name).read_text(encoding="utf-8")
+    faults = include_faults(name, text, root)
+    if name.suffix == ".h":
+        faults += guard_faults(name, text)
+    if re.search(r"^\s*using\s+namespace\b", text, re.MULTILINE):
+        faults.append(f"{name}: using namespace")
+    lines = text.count("\n")
+    if name.suffix == ".cpp" and lines > LONGEST_SOURCE:
+        faults.append(f"{name}: {lines} lines")
+    return faults
+
+
+def faults_below(root):
+    faults, count = [], 0
+    for folder in filter(lambda folder: (root / folder).is_dir(), FOLDERS):
+        if not (root / folder / "README.md").exists():
+            faults.append(f"{folder}/: no README.md")
+        for path in sorted((root / folder).rglob("*")):
+            if path.suffix in (".h", ".cpp"):
+                count += 1
+                faults += file_faults(path.relative_to(root), root)
+    return faults, count
+
+
+def main():
+    faults, count = faults_below(Path(sys.argv[1]))
+    for fault in faults:
+        print(fault)
+    print(f"{count} files, {len(faults)} faults")
+    return 1 if faults or count == 0 else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,54 @@
+#!/usr/bin/env python3
+"""Tests of check_sources.py: each fault is found where it stands, and only there."""
+
+import tempfile
+import unittest
+from pathlib import Path
+
+from check_sources import faults_below
+
+GUARD = "#ifndef KESTROVE_CORE_GOOD_H\n#define KESTROVE_CORE_GOOD_H\n#endif\n"
+
+FAULTY = (
+    ("climbing include", "core/A.cpp", '#include "../api/B.h"\n', "climbs out"),
+    ("include without a folder", "core/A.cpp", '#include "B.h"\n', "start at the root"),
+    ("own header not first", "core/Good.cpp", '#include <string>\n#include "core/Good.h"\n',
+     "core/Good.h first"),
+    ("own header missing", "core/Good.cpp", "int x;\n", "core/Good.h first"),
+    ("foreign guard", "core/B.h", GUARD, "include guard is not KESTROVE_CORE_B_H"),
+    ("pragma once", "core/B.h", "#pragma once\n", "#pragma once"),
+    ("using namespace", "core/A.cpp", "using namespace std;\n", "using namespace"),
+    ("long file", "core/A.cpp", "int x;\n" * 401, "401 lines"),
+)
+
+
+class CheckSources(unittest.TestCase):
+    def faults_with(self, name, text):
+        with tempfile.TemporaryDirectory() as directory:
+            root = Path(directory)
+            (root / "core").mkdir()
+            (root / "core" / "README.md").write_text("core\n")
+            (root / "core" / "Good.h").write_text(GUARD)
+            (root / name).write_text(text)
+            return faults_below(root)[0]
+
+    def test_finds_each_fault(self):
+        for label, name, text, expected in FAULTY:
+            with self.subTest(label):
+                faults = self.faults_with(name, text)
+                self.assertEqual(1, len(faults), faults)
+                self.assertIn(expected, faults[0])
+                self.assertTrue(faults[0].startswith(name), faults[0])
+
+    def test_accepts_a_source_that_keeps_the_rules(self):
+        text = '#include "core/Good.h"\n\n#include <string>\n\n#include "platform/BElement.h"\n'
+        self.assertEqual([], self.faults_with("core/Good.cpp", text))
+
+    def test_finds_a_folder_without_a_readme(self):
+        with tempfile.TemporaryDirectory() as directory:
+            (Path(directory) / "api").mkdir()
+            self.assertEqual(["api/: no README.md"], faults_below(Path(directory))[0])
+
+
+if __name__ == "__main__":
+    unittest.main()
