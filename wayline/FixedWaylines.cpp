@@ -85,7 +85,8 @@ bool ReadText(Kind& wayline, const ValueOf<Kind> (&values)[Count], const std::st
     if (Core::Utilities::ParseInt(parts[0], code) == 0 || code != wayline.Type()) {
         return false;
     }
-    // Values before an unreadable one stay: readers of partly damaged files rely on what is there.
+    // No roll-back: the values before an unreadable one stay taken over, and applications may count
+    // on them.
     for (std::size_t i = 0; i < Count; ++i) {
         if (Core::Utilities::ParseDouble(parts[1 + i], wayline.*values[i]) == 0) {
             return false;

@@ -90,7 +90,7 @@ bool AppendPoints(const std::vector<std::string>& parts, Points& points)
     return true;
 }
 
-// The printed lines are part of what the readers do: applications watch for them.
+// The printed lines are part of what the readers do, byte for byte.
 void PrintExpectedLength(const char* className, std::size_t length, std::int64_t expectedLength)
 {
     std::printf("%s::LoadString %zd == %d\n", className, length,
@@ -123,7 +123,7 @@ bool ReadText(const char* className, EWaylineType type, const std::string& text,
     if (!isCountRight) {
         return false;
     }
-    // Once more, for a text that is accepted so far: whoever reads the output tells it by this.
+    // The same line once more, for every text whose code and count are right.
     PrintExpectedLength(className, parts.size(), expectedLength);
     // A text of another length than its count asks for is accepted, but none of its points.
     if (static_cast<std::int64_t>(parts.size()) != expectedLength) {

@@ -36,8 +36,8 @@ bool AcceptsText(const char* className, EWaylineType type, const std::string& te
         return false;
     }
     std::printf("%s::LoadString: split string length: %zd\n", className, parts.size());
-    // The text form has a word behind the code when it comes from a service's store; the bare code
-    // that ToString() writes is not taken back.
+    // The bare code is no text form, though ToString() writes just that: what these kinds write is
+    // not taken back, and applications get no wayline from it.
     if (parts.size() < 2) {
         return false;
     }
