@@ -1,0 +1,160 @@
+#include "tests/api/ApiTest.h"
+#include "tests/api/ContractTable.h"
+
+namespace {
+
+using Contract::EDisposal;
+using Contract::EGuard;
+using Contract::EKind;
+using Contract::Row;
+
+std::string TestName(const testing::TestParamInfo<Row>& info)
+{
+    return info.param.Name() + "_" + std::to_string(info.index);
+}
+
+/// A reply that the row's operation cannot read: a list for a value, a value for a list.
+BElementC* WrongReply(const Row& row)
+{
+    const std::unique_ptr<BElementC> normal(row.reply());
+    if (normal->Type() == EBElementType::List) {
+        return new BAtomC(5);
+    }
+    return Contract::ListOf(5, 5.5).release();
+}
+
+Lines GuardPassed(const Row& row)
+{
+    return row.guard == EGuard::Reconnecting ? kLinkUp : Lines{"VerifyConnection: true"};
+}
+
+Lines Call(const Row& row)
+{
+    const char* verb = row.kind == EKind::Request ? "CallMethod " : "SendNotification ";
+    return row.building + Lines{verb + row.service + " " + row.arguments};
+}
+
+Lines ListDestroyed(const Row& row)
+{
+    return Lines{"list destroyed"} + row.cleaning;
+}
+
+/// What the platform sees after a call that brought a reply, or after a notification.
+Lines Disposal(const Row& row)
+{
+    const Lines reply = row.kind == EKind::Request ? Lines{"reply destroyed"} : Lines{};
+    switch (row.disposal) {
+    case EDisposal::AtOnce:
+        return ListDestroyed(row) + reply;
+    case EDisposal::Kept:
+        return reply;
+    default:
+        return reply + ListDestroyed(row);
+    }
+}
+
+bool KeptWithoutReply(const Row& row)
+{
+    return row.disposal == EDisposal::Kept || row.disposal == EDisposal::KeptWithoutReply;
+}
+
+class WireContract : public CApiTest, public testing::WithParamInterface<Row>
+{
+protected:
+    const Row& row = GetParam();
+
+    void ScriptNormalReply()
+    {
+        if (row.kind == EKind::Request) {
+            recording.ReplyWith(row.reply());
+        }
+        recording.ClearTranscript();
+    }
+};
+
+TEST_P(WireContract, ReadsANormalReply)
+{
+    ScriptNormalReply();
+
+    EXPECT_EQ(row.run(api), row.result) << row.operation;
+
+    EXPECT_EQ(recording.Transcript(), GuardPassed(row) + Call(row) + Disposal(row));
+    EXPECT_EQ(recording.LiveElements(), row.disposal == EDisposal::Kept ? 1 : 0);
+}
+
+TEST_P(WireContract, ConnectsOnceWhenTheLinkIsDownOnlyIfItReconnects)
+{
+    ScriptNormalReply();
+    recording.DropLink();
+
+    EXPECT_EQ(row.run(api), row.result) << row.operation;
+
+    const Lines guard = row.guard == EGuard::Reconnecting ? kReconnected : GuardPassed(row);
+    EXPECT_EQ(recording.Transcript(), guard + Call(row) + Disposal(row));
+}
+
+TEST_P(WireContract, MakesAndSendsNothingBehindARefusedGuard)
+{
+    TakeServiceDown();
+
+    EXPECT_EQ(row.run(api), row.failure) << row.operation;
+
+    const bool reconnects = row.guard == EGuard::Reconnecting;
+    // A wayline that a call is given by value is made by the caller; nothing else may appear.
+    EXPECT_EQ(recording.Transcript(), reconnects ? kUnreachable : Lines{"VerifyConnection: false"});
+    EXPECT_EQ(recording.LiveElements(), 0);
+}
+
+/// What only requests do.
+class RequestContract : public WireContract
+{
+protected:
+    void ExpectFailureWithoutReply()
+    {
+        EXPECT_EQ(row.run(api), row.failure);
+        const Lines disposal = KeptWithoutReply(row) ? Lines{} : ListDestroyed(row);
+        EXPECT_EQ(recording.Transcript(), GuardPassed(row) + Call(row) + disposal);
+        EXPECT_EQ(recording.LiveLists(), KeptWithoutReply(row) ? 1 : 0);
+    }
+};
+
+TEST_P(RequestContract, FailsWithoutAReply)
+{
+    ExpectFailureWithoutReply();
+    EXPECT_EQ(api.LastError().code, ELinkError::TimedOut);
+}
+
+TEST_P(RequestContract, FailsOnAnErrorOfTheService)
+{
+    recording.ReplyWithError("out of order");
+
+    ExpectFailureWithoutReply();
+    EXPECT_EQ(api.LastError().text, "out of order");
+}
+
+TEST_P(RequestContract, FailsOnAReplyOfAnotherTypeAndDestroysIt)
+{
+    recording.ReplyWith(WrongReply(row));
+    recording.ClearTranscript();
+
+    EXPECT_EQ(row.run(api), row.resultOfWrongType) << row.operation;
+
+    EXPECT_EQ(recording.Transcript(), GuardPassed(row) + Call(row) + Disposal(row));
+    EXPECT_EQ(recording.LiveElements(), row.disposal == EDisposal::Kept ? 1 : 0);
+}
+
+std::vector<Row> Requests()
+{
+    std::vector<Row> requests;
+    for (const Row& row : Contract::Table()) {
+        if (row.kind == EKind::Request) {
+            requests.push_back(row);
+        }
+    }
+    return requests;
+}
+
+INSTANTIATE_TEST_SUITE_P(Operation, WireContract, testing::ValuesIn(Contract::Table()), TestName);
+INSTANTIATE_TEST_SUITE_P(Operation, RequestContract, testing::ValuesIn(Requests()), TestName);
+
+} // namespace

@@ -1,0 +1,213 @@
+#include <cstddef>
+#include <memory>
+#include <stdexcept>
+
+#include "tests/api/ApiTest.h"
+#include "tests/api/ContractTable.h"
+
+namespace {
+
+using Contract::ListOf;
+using Core::Functors::MakeFunctor;
+using Core::Maths::Vector2;
+using Points = std::vector<Vector2<double>>;
+
+/// Records a deletion, and what it was called with.
+class CWatchedFunctor : public Core::Functors::Functor1<void, double>
+{
+public:
+    CWatchedFunctor(std::string name, std::string& events)
+        : m_name(std::move(name)), m_events(events)
+    {
+    }
+    ~CWatchedFunctor() override { m_events += m_name + " deleted;"; }
+    void operator()(double /*offset*/) override { m_events += m_name + " called;"; }
+
+private:
+    std::string m_name;
+    std::string& m_events;
+};
+
+class EventDispatch : public CApiTest
+{
+protected:
+    template <typename... Values>
+    void DeliverList(const std::string& event, Values... values)
+    {
+        const auto payload = ListOf(values...);
+        Deliver(event, *payload);
+    }
+    std::string events;
+};
+
+TEST_F(EventDispatch, DeletesTheOldFunctorAndSubscribesOnceMoreAfterNull)
+{
+    api.SetOffsetCallback(new CWatchedFunctor("A", events));
+    api.SetOffsetCallback(new CWatchedFunctor("B", events));
+    EXPECT_EQ(events, "A deleted;");
+    EXPECT_EQ(recording.Transcript(), Lines{"RequestCallback cb_offsets"});
+
+    api.SetOffsetCallback(nullptr);
+    EXPECT_EQ(events, "A deleted;B deleted;");
+    EXPECT_EQ(recording.CountStartingWith("RequestCallback cb_offsets"), 1);
+
+    api.SetOffsetCallback(new CWatchedFunctor("C", events));
+    EXPECT_EQ(recording.CountStartingWith("RequestCallback cb_offsets"), 2);
+    api.SetOffsetCallback(nullptr);
+}
+
+TEST_F(EventDispatch, DeletesAFunctorThatIsSetTwice)
+{
+    auto* const functor = new CWatchedFunctor("A", events);
+    api.SetOffsetCallback(functor);
+
+    api.SetOffsetCallback(functor);
+
+    EXPECT_EQ(events, "A deleted;");
+    EXPECT_EQ(recording.CountStartingWith("RequestCallback"), 1);
+    // The slot now holds a functor that is gone, so the client is left without an event or setter.
+}
+
+TEST_F(EventDispatch, LetsAFunctorReplaceItselfWhileItRuns)
+{
+    auto token = std::make_shared<int>(0);
+    const std::weak_ptr<int> first = token;
+    api.SetOffsetCallback(MakeFunctor([this, token = std::move(token)](double) {
+        CNavigationAPI& client = api;
+        std::string& text = events;
+        client.SetOffsetCallback(MakeFunctor([&text](double) { text += "second called;"; }));
+        // From here on this functor is gone, and its captures with it.
+        text += "replaced;";
+    }));
+
+    DeliverList("cb_offsets", 0.5);
+    EXPECT_TRUE(first.expired());
+    DeliverList("cb_offsets", 0.5);
+
+    EXPECT_EQ(events, "replaced;second called;");
+    api.SetOffsetCallback(nullptr);
+}
+
+TEST_F(EventDispatch, LetsAFunctorEmptyItsSlotWhileItRuns)
+{
+    api.SetOffsetCallback(MakeFunctor([this](double) { api.SetOffsetCallback(nullptr); }));
+
+    DeliverList("cb_offsets", 0.5);
+    DeliverList("cb_offsets", 0.5);
+
+    EXPECT_EQ(recording.CountStartingWith("RequestCallback"), 1);
+}
+
+TEST_F(EventDispatch, OffersAWaylineStatusToBothFunctorsInOrder)
+{
+    Contract::EventTable()[4].set(api, &events);
+    Contract::EventTable()[3].set(api, &events);
+    EXPECT_EQ(recording.CountStartingWith("RequestCallback cb_wayline_status"), 2);
+    const auto payload = ListOf(1, 1, 0, 4, 12.5);
+
+    recording.Callbacks("cb_wayline_status").back()->Callback(payload.get());
+
+    EXPECT_EQ(events, "(true, true, false, 4)(true, true, false, 4, 12.5)");
+    Contract::EventTable()[3].set(api, nullptr);
+    Contract::EventTable()[4].set(api, nullptr);
+}
+
+TEST_F(EventDispatch, DropsAWaylineStatusOfFourElementsForBothFunctors)
+{
+    Contract::EventTable()[3].set(api, &events);
+    Contract::EventTable()[4].set(api, &events);
+
+    DeliverList("cb_wayline_status", 1, 1, 0, 4);
+
+    EXPECT_EQ(events, "");
+    Contract::EventTable()[3].set(api, nullptr);
+    Contract::EventTable()[4].set(api, nullptr);
+}
+
+TEST_F(EventDispatch, PassesKindsAndParametersWithoutANameOn)
+{
+    Contract::EventTable()[3].set(api, &events);
+    Contract::EventTable()[6].set(api, &events);
+
+    DeliverList("cb_wayline_status", 0, 0, 0, 1000, 0.0);
+    DeliverList("cb_tuning_parameter_changed", -7, 0.5);
+
+    EXPECT_EQ(events, "(false, false, false, 1000)(-7, 0.5)");
+    Contract::EventTable()[3].set(api, nullptr);
+    Contract::EventTable()[6].set(api, nullptr);
+}
+
+TEST_F(EventDispatch, WritesTheTraceLineBeforeItCalls)
+{
+    api.SetImplementWidthCallback(MakeFunctor([](double) { std::puts("functor"); }));
+    testing::internal::CaptureStdout();
+
+    DeliverList("cb_implement_width_changed", 24.5);
+
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "CNavigationAPI::ImplementWidthChangedCallback\nfunctor\n");
+    api.SetImplementWidthCallback(nullptr);
+}
+
+TEST_F(EventDispatch, LetsAnExceptionOfAFunctorPass)
+{
+    api.SetOffsetCallback(MakeFunctor([](double) { throw std::runtime_error("functor"); }));
+    const auto payload = ListOf(0.5);
+
+    EXPECT_THROW(recording.Callbacks("cb_offsets")[0]->Callback(payload.get()), std::runtime_error);
+
+    api.SetOffsetCallback(nullptr);
+}
+
+class DrawPoints : public EventDispatch
+{
+protected:
+    DrawPoints() { Contract::EventTable()[8].set(api, &events); }
+    ~DrawPoints() override { Contract::EventTable()[8].set(api, nullptr); }
+};
+
+TEST_F(DrawPoints, GivesThePointsThatAreWhole)
+{
+    DeliverList("cb_draw_points", 3, 1.0, 2.0, 3.0, 4.0);
+    EXPECT_EQ(events, "[(1.0, 2.0)(3.0, 4.0)]");
+}
+
+TEST_F(DrawPoints, IgnoresAnOddElementAtTheEnd)
+{
+    DeliverList("cb_draw_points", 3, 1.0, 2.0, 3.0);
+    EXPECT_EQ(events, "[(1.0, 2.0)]");
+}
+
+TEST_F(DrawPoints, GivesNoMorePointsThanAreAnnounced)
+{
+    DeliverList("cb_draw_points", 1, 1.0, 2.0, 3.0, 4.0);
+    EXPECT_EQ(events, "[(1.0, 2.0)]");
+}
+
+TEST_F(DrawPoints, CallsTheFunctorWithoutPointsToo)
+{
+    DeliverList("cb_draw_points", 0);
+    DeliverList("cb_draw_points", 2);
+    DeliverList("cb_draw_points", 2, 1.0);
+    EXPECT_EQ(events, "[][][]");
+}
+
+TEST_F(DrawPoints, ClaimsNoMemoryForAFalseAnnouncement)
+{
+    DeliverList("cb_draw_points", 2147483647, 1.0, 2.0);
+    EXPECT_EQ(events, "[(1.0, 2.0)]");
+}
+
+TEST_F(DrawPoints, LetsTheLengthErrorOfANegativeNumberPass)
+{
+    const auto payload = ListOf(-1, 1.0, 2.0);
+
+    EXPECT_THROW(recording.Callbacks("cb_draw_points")[0]->Callback(payload.get()),
+                 std::length_error);
+
+    EXPECT_EQ(events, "");
+    DeliverList("cb_draw_points", 0);
+    EXPECT_EQ(events, "[]");
+}
+
+} // namespace
