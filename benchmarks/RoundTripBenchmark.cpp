@@ -124,8 +124,9 @@ void ServeConnection(int listener)
         if (request.empty())
             return;
         const std::size_t numberLength = request.size() - kRequestHead.size() - kRequestTail.size();
-        WriteWhole(connection.Get(),
-                   kReplyHead + request.substr(kRequestHead.size(), numberLength) + kReplyTail);
+        std::string reply = kReplyHead;
+        reply.append(request, kRequestHead.size(), numberLength).append(kReplyTail);
+        WriteWhole(connection.Get(), reply);
     }
 }
 

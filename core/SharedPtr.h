@@ -114,6 +114,7 @@ SharedPtr<T, Counter>::SharedPtr(const SharedPtr& other)
 }
 
 template <typename T, typename Counter>
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): it is handled, by when `other` is read.
 SharedPtr<T, Counter> SharedPtr<T, Counter>::operator=(const SharedPtr& other)
 {
     const bool shares = other.CanBeShared();
