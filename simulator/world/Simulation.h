@@ -7,25 +7,15 @@
 #include <string>
 #include <vector>
 
+#include "simulator/guidance/FollowedLine.h"
 #include "simulator/guidance/LineDefinition.h"
 #include "simulator/guidance/Tuning.h"
+#include "simulator/machine/Ground.h"
+#include "simulator/machine/Machine.h"
 #include "simulator/machine/Pose.h"
+#include "simulator/machine/Receiver.h"
+#include "simulator/world/FedPositions.h"
 #include "simulator/world/Outcome.h"
-
-/// How well the machine's receiver measures; the figures are in docs/simulator.md.
-enum class EReceiver
-{
-    Ideal, ///< without any error
-    Rtk,   ///< centimetres
-    Sbas,  ///< decimetres
-};
-
-/// What the machine drives on.
-enum class EGround
-{
-    Firm,  ///< no side slip
-    Field, ///< wandering side slip
-};
 
 /// What a simulation starts with.
 struct SimulationOptions
@@ -38,24 +28,6 @@ struct SimulationOptions
     double backlash = 0.0;   ///< radians of play between the actuator and the wheels
     Pose startPose;
     double speed = 0.0; ///< metres per second, at the start and as the first speed set point
-};
-
-/// Which of the parallel passes is followed.
-enum class EFollow
-{
-    NearestPass, ///< the one nearest the machine, chosen anew as it moves until it is engaged
-    LineItself,  ///< pass 0
-};
-
-/// A position sample from outside. The machine is where the samples say until none came for 5 s.
-struct FedPosition
-{
-    bool valid = false; ///< a sample that is not valid is passed over
-    Point position;
-    std::optional<double> heading; ///< radians clockwise from north; without it the course counts
-    double course = 0.0;           ///< radians clockwise from north, the direction of movement
-    double speed = 0.0;            ///< metres per second over ground, never negative
-    bool reverse = false;          ///< the machine moves backwards
 };
 
 /// Where the machine is relative to the line that it follows.
@@ -79,7 +51,7 @@ class CSimulation
 {
 public:
     /// The length of a step of the machine, seconds.
-    static constexpr double kStepSeconds = 0.02;
+    static constexpr double kStepSeconds = kMachineStepSeconds;
     /// Guidance runs, and all that it reports changes, once in so many steps.
     static constexpr int kStepsPerControl = 5;
 

@@ -1,0 +1,230 @@
+#include "simulator/guidance/CurveShape.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "simulator/guidance/CurveOffset.h"
+#include "simulator/guidance/CurvePoints.h"
+
+namespace {
+
+constexpr std::size_t kGroupSize = 32;
+/// Curvature is the turn over this distance to both sides, which evens out the steps that
+/// Catmull-Rom curves make at their points.
+constexpr double kCurvatureReach = 1.0;
+/// How far ProjectNear() looks to both sides of the hint, metres.
+constexpr double kNearReach = 2.5;
+/// How far the corners of a parallel are rounded to both sides, points.
+constexpr int kCornerReach = 8;
+
+} // namespace
+
+CCurveShape::CCurveShape(const std::vector<Point>& dense, EEnds ends) : m_ends(ends)
+{
+    m_vertices.reserve(dense.size());
+    double station = 0.0;
+    for (std::size_t i = 0; i < dense.size(); ++i) {
+        station += i == 0 ? 0.0 : Distance(dense[i - 1], dense[i]);
+        m_vertices.push_back({dense[i], 0.0, 0.0, station});
+    }
+    SetHeadings();
+    SetCurvatures();
+    MakeGroups();
+}
+
+void CCurveShape::SetHeadings()
+{
+    for (std::size_t i = 0; i < m_vertices.size(); ++i) {
+        const Point& before = m_vertices[i == 0 ? 0 : i - 1].position;
+        const Point& after = m_vertices[std::min(i + 1, m_vertices.size() - 1)].position;
+        m_vertices[i].heading =
+            NormaliseHeading(std::atan2(after.x - before.x, after.y - before.y));
+    }
+}
+
+void CCurveShape::SetCurvatures()
+{
+    const double spacing = Length() / static_cast<double>(m_vertices.size() - 1);
+    const auto reach =
+        std::max<std::size_t>(1, static_cast<std::size_t>(kCurvatureReach / spacing));
+    for (std::size_t i = 0; i < m_vertices.size(); ++i) {
+        const Vertex& before = m_vertices[i < reach ? 0 : i - reach];
+        const Vertex& after = m_vertices[std::min(i + reach, m_vertices.size() - 1)];
+        m_vertices[i].curvature =
+            NormaliseTurn(after.heading - before.heading) / (after.station - before.station);
+    }
+}
+
+void CCurveShape::MakeGroups()
+{
+    for (std::size_t first = 0; first + 1 < m_vertices.size(); first += kGroupSize) {
+        const std::size_t last = std::min(first + kGroupSize, m_vertices.size() - 1);
+        const Point& centre = m_vertices[(first + last) / 2].position;
+        double radius = 0.0;
+        for (std::size_t i = first; i <= last; ++i)
+            radius = std::max(radius, Distance(centre, m_vertices[i].position));
+        m_groups.push_back({first, last, centre, radius});
+    }
+}
+
+CCurveShape::OnSegment CCurveShape::NearestOn(std::size_t segment, const Point& place) const
+{
+    const Point& from = m_vertices[segment].position;
+    const Point& to = m_vertices[segment + 1].position;
+    const double alongX = to.x - from.x;
+    const double alongY = to.y - from.y;
+    const double share = std::clamp(((place.x - from.x) * alongX + (place.y - from.y) * alongY) /
+                                        (alongX * alongX + alongY * alongY),
+                                    0.0, 1.0);
+    const double offX = place.x - from.x - share * alongX;
+    const double offY = place.y - from.y - share * alongY;
+    return {share, offX * offX + offY * offY};
+}
+
+LinePoint CCurveShape::Between(std::size_t segment, double share) const
+{
+    const Vertex& from = m_vertices[segment];
+    const Vertex& to = m_vertices[segment + 1];
+    const double turn = NormaliseTurn(to.heading - from.heading);
+    return {{from.position.x + (to.position.x - from.position.x) * share,
+             from.position.y + (to.position.y - from.position.y) * share},
+            NormaliseHeading(from.heading + turn * share),
+            from.curvature + (to.curvature - from.curvature) * share};
+}
+
+Projection CCurveShape::PastEnd(const Vertex& end, double beyond, const Point& place) const
+{
+    const LinePoint foot{Moved(end.position, end.heading, beyond, 0.0), end.heading, 0.0};
+    const double crossTrack = RightwardOf(end.position, end.heading, place);
+    const double distance =
+        m_ends == EEnds::Straight ? std::abs(crossTrack) : Distance(end.position, place);
+    return {end.station + beyond, foot, crossTrack, distance};
+}
+
+Projection CCurveShape::ProjectOnto(std::size_t segment, const Point& place) const
+{
+    const OnSegment nearest = NearestOn(segment, place);
+    const Vertex& first = m_vertices.front();
+    const Vertex& last = m_vertices.back();
+    const double before = AheadOf(first.position, first.heading, place);
+    if (segment == 0 && nearest.share <= 0.0 && before < 0.0)
+        return PastEnd(first, before, place);
+    const double after = AheadOf(last.position, last.heading, place);
+    if (segment + 2 == m_vertices.size() && nearest.share >= 1.0 && after > 0.0)
+        return PastEnd(last, after, place);
+    const LinePoint foot = Between(segment, nearest.share);
+    const double distance = std::sqrt(nearest.squaredDistance);
+    const double right = RightwardOf(foot.position, foot.heading, place);
+    const double length = m_vertices[segment + 1].station - m_vertices[segment].station;
+    return {m_vertices[segment].station + nearest.share * length, foot,
+            std::copysign(distance, right), distance};
+}
+
+Projection CCurveShape::Project(const Point& place) const
+{
+    std::size_t best = 0;
+    double bestDistance = NearestOn(0, place).squaredDistance;
+    for (const Group& group : m_groups) {
+        const double reach = Distance(group.centre, place) - group.radius;
+        if (reach > 0.0 && reach * reach >= bestDistance)
+            continue;
+        for (std::size_t segment = group.first; segment < group.last; ++segment) {
+            const double distance = NearestOn(segment, place).squaredDistance;
+            if (distance < bestDistance) {
+                best = segment;
+                bestDistance = distance;
+            }
+        }
+    }
+    Projection projection = ProjectOnto(best, place);
+    if (m_ends == EEnds::Stop)
+        return projection;
+    // An extension may pass nearer than the curve itself.
+    for (const Vertex* end : {&m_vertices.front(), &m_vertices.back()}) {
+        const double ahead = AheadOf(end->position, end->heading, place);
+        const bool past = end == &m_vertices.front() ? ahead < 0.0 : ahead > 0.0;
+        const Projection extension = PastEnd(*end, ahead, place);
+        if (past && extension.distance < projection.distance)
+            projection = extension;
+    }
+    return projection;
+}
+
+std::size_t CCurveShape::SegmentAt(double station) const
+{
+    const auto after =
+        std::upper_bound(m_vertices.begin() + 1, m_vertices.end() - 1, station,
+                         [](double value, const Vertex& vertex) { return value < vertex.station; });
+    return static_cast<std::size_t>(after - m_vertices.begin()) - 1;
+}
+
+Projection CCurveShape::ProjectNear(const Point& place, double station) const
+{
+    const std::size_t first = SegmentAt(station - kNearReach);
+    const std::size_t last = SegmentAt(station + kNearReach);
+    std::size_t best = first;
+    double bestDistance = NearestOn(first, place).squaredDistance;
+    const auto look = [&](std::size_t segment) {
+        const double distance = NearestOn(segment, place).squaredDistance;
+        const bool nearer = distance < bestDistance;
+        if (nearer) {
+            best = segment;
+            bestDistance = distance;
+        }
+        return nearer;
+    };
+    for (std::size_t segment = first + 1; segment <= last; ++segment)
+        look(segment);
+    // Nearest at the border of the window: the place has moved on further than that.
+    if (best == first) {
+        while (best > 0 && look(best - 1)) {
+        }
+    }
+    if (best == last) {
+        while (best + 2 < m_vertices.size() && look(best + 1)) {
+        }
+    }
+    return ProjectOnto(best, place);
+}
+
+LinePoint CCurveShape::At(double station) const
+{
+    const Vertex& end = station < 0.0 ? m_vertices.front() : m_vertices.back();
+    if (station < 0.0 || station > end.station)
+        return {Moved(end.position, end.heading, station - end.station, 0.0), end.heading, 0.0};
+    const std::size_t segment = SegmentAt(station);
+    const double from = m_vertices[segment].station;
+    return Between(segment, (station - from) / (m_vertices[segment + 1].station - from));
+}
+
+Stretch CCurveShape::Clip(const Stretch& stretch) const
+{
+    if (m_ends == EEnds::Straight)
+        return stretch;
+    return {std::clamp(stretch.from, 0.0, Length()), std::clamp(stretch.to, 0.0, Length())};
+}
+
+double CCurveShape::Length() const
+{
+    return m_vertices.back().station;
+}
+
+LineShapePtr CCurveShape::Parallel(double offset) const
+{
+    std::vector<Point> curve;
+    std::vector<Point> parallel;
+    curve.reserve(m_vertices.size());
+    parallel.reserve(m_vertices.size());
+    for (const Vertex& vertex : m_vertices) {
+        curve.push_back(vertex.position);
+        parallel.push_back(Moved(vertex.position, vertex.heading, 0.0, offset));
+    }
+    std::vector<Point> clear = KeptClear(parallel, curve, std::abs(offset));
+    if (PolylineLength(clear) < kLeastCurveLength)
+        return nullptr;
+    const bool cornersLeft = clear.size() < parallel.size();
+    clear = EvenlySpaced(clear);
+    if (cornersLeft)
+        clear = EvenlySpaced(SmoothedByMeans(SmoothedByMeans(clear, kCornerReach), kCornerReach));
+    return std::make_shared<CCurveShape>(clear, m_ends);
+}

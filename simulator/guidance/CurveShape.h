@@ -1,0 +1,72 @@
+#ifndef KESTROVE_SIMULATOR_GUIDANCE_CURVESHAPE_H
+#define KESTROVE_SIMULATOR_GUIDANCE_CURVESHAPE_H
+
+#include <cstddef>
+#include <vector>
+
+#include "simulator/guidance/LineShape.h"
+
+/// What a curve does past its first and last point.
+enum class EEnds
+{
+    Stop,     ///< it ends there
+    Straight, ///< it goes on along its tangents
+};
+
+/// A free curve, held as points so dense that interpolation between them is exact to a fraction of
+/// a millimetre on any bend that a machine can drive. Headings and curvatures are interpolated too,
+/// so that nothing jumps at a point.
+class CCurveShape final : public CLineShape
+{
+public:
+    /// @param dense two points or more, evenly spaced, no two in succession equal.
+    CCurveShape(const std::vector<Point>& dense, EEnds ends);
+
+    Projection Project(const Point& place) const override;
+    Projection ProjectNear(const Point& place, double station) const override;
+    LinePoint At(double station) const override;
+    Stretch Clip(const Stretch& stretch) const override;
+    double Length() const override;
+    /// Keeps every point of the curve's right or left side that is no nearer to another part of the
+    /// curve than the offset, and rounds the corners that are left where the curve bends tighter.
+    LineShapePtr Parallel(double offset) const override;
+
+private:
+    struct Vertex
+    {
+        Point position;
+        double heading;
+        double curvature;
+        double station;
+    };
+    /// A run of segments and a circle that holds them, which spares most segments a look.
+    struct Group
+    {
+        std::size_t first;
+        std::size_t last;
+        Point centre;
+        double radius;
+    };
+
+    /// The nearest point of a segment: the share of its length and the square of the distance.
+    struct OnSegment
+    {
+        double share;
+        double squaredDistance;
+    };
+
+    void SetHeadings();
+    void SetCurvatures();
+    void MakeGroups();
+    OnSegment NearestOn(std::size_t segment, const Point& place) const;
+    std::size_t SegmentAt(double station) const;
+    Projection ProjectOnto(std::size_t segment, const Point& place) const;
+    Projection PastEnd(const Vertex& end, double beyond, const Point& place) const;
+    LinePoint Between(std::size_t segment, double share) const;
+
+    std::vector<Vertex> m_vertices;
+    std::vector<Group> m_groups;
+    EEnds m_ends;
+};
+
+#endif

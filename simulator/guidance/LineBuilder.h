@@ -1,0 +1,21 @@
+#ifndef KESTROVE_SIMULATOR_GUIDANCE_LINEBUILDER_H
+#define KESTROVE_SIMULATOR_GUIDANCE_LINEBUILDER_H
+
+#include <string>
+
+#include "simulator/guidance/LineDefinition.h"
+#include "simulator/guidance/LineShape.h"
+
+/// A shape, or why the values make none.
+struct BuiltLine
+{
+    LineShapePtr shape; ///< null when refused
+    std::string reason; ///< empty unless refused; names the value
+};
+
+/// Makes the shape that a definition describes.
+///
+/// @param curveFilterSize over how many points driven lines are smoothed.
+BuiltLine BuildLine(const LineDefinition& line, int curveFilterSize);
+
+#endif

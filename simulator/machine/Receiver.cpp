@@ -1,0 +1,36 @@
+#include "simulator/machine/Receiver.h"
+
+namespace {
+
+constexpr std::uint64_t kReceiverStream = 1;
+
+} // namespace
+
+ReceiverAccuracy AccuracyOf(EReceiver receiver)
+{
+    switch (receiver) {
+    case EReceiver::Rtk:
+        return {0.006, 0.008, Radians(0.15)};
+    case EReceiver::Sbas:
+        return {0.05, 0.25, Radians(0.5)};
+    case EReceiver::Ideal:
+        break;
+    }
+    return {0.0, 0.0, 0.0};
+}
+
+CReceiver::CReceiver(EReceiver receiver, std::uint64_t seed, double sampleSeconds)
+    : m_accuracy(AccuracyOf(receiver)), m_random(seed, kReceiverStream),
+      m_eastDrift(m_accuracy.drift, kReceiverDriftSeconds, sampleSeconds),
+      m_northDrift(m_accuracy.drift, kReceiverDriftSeconds, sampleSeconds)
+{
+}
+
+Pose CReceiver::Measure(const Pose& truePose)
+{
+    const double east = m_eastDrift.Next(m_random) + m_accuracy.white * m_random.Gaussian();
+    const double north = m_northDrift.Next(m_random) + m_accuracy.white * m_random.Gaussian();
+    const double turn = m_accuracy.heading * m_random.Gaussian();
+    return {{truePose.position.x + east, truePose.position.y + north},
+            NormaliseHeading(truePose.heading + turn)};
+}

@@ -1,0 +1,173 @@
+// The operations of CSimulation that tell something and change nothing.
+
+#include "simulator/world/Simulation.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "simulator/guidance/LineBuilder.h"
+#include "simulator/world/SimulationState.h"
+
+namespace {
+
+/// How far the implement is carried behind the rear axle, metres.
+constexpr double kImplementBehind = 2.0;
+constexpr double kDrawnBehind = 50.0;
+constexpr double kDrawnAhead = 150.0;
+constexpr double kDrawnSpacing = 2.0;
+
+} // namespace
+
+bool CSimulation::HasLine() const
+{
+    return m_state->line.Base() != nullptr;
+}
+
+double CSimulation::LineLength() const
+{
+    return HasLine() ? m_state->line.Base()->Length() : 0.0;
+}
+
+double CSimulation::HeadingNearest(const LineDefinition& line) const
+{
+    const BuiltLine built = BuildLine(line, m_state->settings.curveFilterSize);
+    if (!built.shape)
+        return std::numeric_limits<double>::quiet_NaN();
+    return built.shape->Project(m_state->ControlPose().position).foot.heading;
+}
+
+bool CSimulation::NavigationActive() const
+{
+    return m_state->navigationActive;
+}
+
+bool CSimulation::Engaged() const
+{
+    return m_state->engagement.Engaged();
+}
+
+std::vector<std::string> CSimulation::WhyNotEngaged() const
+{
+    if (Engaged())
+        return {};
+    return CEngagement::UnmetConditions(m_state->Situation(), m_state->settings.engage);
+}
+
+bool CSimulation::DroppedByService() const
+{
+    return m_state->engagement.Dropped();
+}
+
+const std::string& CSimulation::DropReason() const
+{
+    return m_state->engagement.DropReason();
+}
+
+bool CSimulation::MovingInReverse() const
+{
+    return MovesInReverse(Speed());
+}
+
+std::optional<Point> CSimulation::RightOfLine() const
+{
+    if (!m_state->line.Shape())
+        return std::nullopt;
+    return RightOf(m_state->line.Position().foot.heading);
+}
+
+bool CSimulation::FedMode() const
+{
+    return m_state->fed.Active();
+}
+
+Pose CSimulation::MeasuredPose() const
+{
+    return FedMode() ? m_state->fed.Sampled() : m_state->measured;
+}
+
+Pose CSimulation::EstimatedPose() const
+{
+    return m_state->ControlPose();
+}
+
+double CSimulation::Speed() const
+{
+    return m_state->ControlSpeed();
+}
+
+double CSimulation::SteeringAngle() const
+{
+    return m_state->machine.Steering().SensorAngle();
+}
+
+GuidanceStatus CSimulation::Status() const
+{
+    const State& state = *m_state;
+    if (!state.line.Shape())
+        return {};
+    const double curvature = Engaged() ? state.controller.WantedCurvature() : 0.0;
+    return {state.line.Pass(), state.line.Position().crossTrack, state.HeadingErrorNow(),
+            curvature};
+}
+
+std::vector<Point> CSimulation::FollowedPoints() const
+{
+    const CLineShape* shape = m_state->line.Shape();
+    if (!shape)
+        return {};
+    const double here = m_state->line.Position().station;
+    const bool against = m_state->facesAgainst;
+    const Stretch drawn = shape->Clip({here - (against ? kDrawnAhead : kDrawnBehind),
+                                       here + (against ? kDrawnBehind : kDrawnAhead)});
+    if (drawn.to <= drawn.from)
+        return {};
+    std::vector<Point> points;
+    for (double station = drawn.from; station < drawn.to; station += kDrawnSpacing)
+        points.push_back(shape->At(station).position);
+    points.push_back(shape->At(drawn.to).position);
+    if (against)
+        std::reverse(points.begin(), points.end());
+    return points;
+}
+
+std::optional<Point> CSimulation::AimPoint() const
+{
+    const CLineShape* shape = m_state->line.Shape();
+    if (!shape)
+        return std::nullopt;
+    const double ahead = m_state->Gains().lookAheadDistance;
+    const bool backwards = MovingInReverse();
+    const double way = m_state->facesAgainst != backwards ? -ahead : ahead;
+    return shape->At(m_state->line.Position().station + way).position;
+}
+
+Pose CSimulation::TruePose() const
+{
+    return FedMode() ? m_state->fed.Now() : m_state->machine.TruePose();
+}
+
+double CSimulation::TrueCrossTrackError() const
+{
+    const CLineShape* shape = m_state->line.Shape();
+    if (!shape)
+        return 0.0;
+    return shape->ProjectNear(TruePose().position, m_state->line.Position().station).crossTrack;
+}
+
+Point CSimulation::TrueImplementPoint() const
+{
+    const Pose pose = TruePose();
+    return Moved(pose.position, pose.heading, -kImplementBehind,
+                 -m_state->settings.implementOffset);
+}
+
+double CSimulation::TrueImplementCrossTrackError() const
+{
+    const CLineShape* shape = m_state->line.Shape();
+    if (!shape)
+        return 0.0;
+    const Projection place =
+        shape->ProjectNear(TrueImplementPoint(), m_state->line.Position().station);
+    // The followed pass lies aside of the worked one by the implement offset.
+    return place.crossTrack + m_state->CountedImplementOffset();
+}

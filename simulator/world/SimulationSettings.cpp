@@ -1,0 +1,208 @@
+// The operations of CSimulation that set something and read it back.
+
+#include "simulator/world/Simulation.h"
+
+#include <cmath>
+#include <sstream>
+
+#include "simulator/world/SimulationState.h"
+
+namespace {
+
+/// What a setting may be.
+struct Range
+{
+    const char* what;
+    const char* unit;
+    double lowest;
+    double highest;
+};
+
+constexpr Range kShift{"the offset", "m", -1000.0, 1000.0};
+constexpr Range kWidth{"the implement width", "m", 0.1, 100.0};
+constexpr Range kTimeout{"the low-speed time-out", "s", 0.0, 3600.0};
+constexpr Range kSpeed{"the speed set point", "m/s", -5.0, 15.0};
+constexpr Range kLookAhead{"the look-ahead time", "s", 0.2, 10.0};
+constexpr Range kFilter{"the curve filter size", "points", 1.0, 1001.0};
+
+/// Gives a setting its value if that lies in the range; NaN lies in none.
+template <typename TNumber>
+COutcome Set(TNumber& setting, const Range& range, TNumber value)
+{
+    const auto number = static_cast<double>(value);
+    if (number >= range.lowest && number <= range.highest) {
+        setting = value;
+        return COutcome::Done();
+    }
+    std::ostringstream reason;
+    reason << range.what << ' ' << value << ' ' << range.unit << " is not within " << range.lowest
+           << " and " << range.highest << ' ' << range.unit;
+    return COutcome::Refused(reason.str());
+}
+
+} // namespace
+
+void CSimulation::SetReverseEngageEnabled(bool enabled)
+{
+    m_state->settings.engage.reverseEnabled = enabled;
+}
+
+bool CSimulation::ReverseEngageEnabled() const
+{
+    return m_state->settings.engage.reverseEnabled;
+}
+
+void CSimulation::SetReverseEngageAllowed(bool allowed)
+{
+    m_state->settings.engage.reverseAllowed = allowed;
+}
+
+bool CSimulation::ReverseEngageAllowed() const
+{
+    return m_state->settings.engage.reverseAllowed;
+}
+
+void CSimulation::SetLowSpeedEngageAllowed(bool allowed)
+{
+    m_state->settings.engage.lowSpeedAllowed = allowed;
+}
+
+bool CSimulation::LowSpeedEngageAllowed() const
+{
+    return m_state->settings.engage.lowSpeedAllowed;
+}
+
+COutcome CSimulation::SetLowSpeedTimeout(double seconds)
+{
+    return Set(m_state->settings.engage.lowSpeedTimeout, kTimeout, seconds);
+}
+
+double CSimulation::LowSpeedTimeout() const
+{
+    return m_state->settings.engage.lowSpeedTimeout;
+}
+
+COutcome CSimulation::SetNudge(double metres)
+{
+    const COutcome outcome = Set(m_state->settings.nudge, kShift, metres);
+    m_state->ShiftLine();
+    return outcome;
+}
+
+double CSimulation::Nudge() const
+{
+    return m_state->settings.nudge;
+}
+
+COutcome CSimulation::SetFieldOffset(double metres)
+{
+    const COutcome outcome = Set(m_state->settings.fieldOffset, kShift, metres);
+    m_state->ShiftLine();
+    return outcome;
+}
+
+double CSimulation::FieldOffset() const
+{
+    return m_state->settings.fieldOffset;
+}
+
+COutcome CSimulation::SetImplementOffset(double metres)
+{
+    const COutcome outcome = Set(m_state->settings.implementOffset, kShift, metres);
+    m_state->ShiftLine();
+    return outcome;
+}
+
+double CSimulation::ImplementOffset() const
+{
+    return m_state->settings.implementOffset;
+}
+
+void CSimulation::SetSplinesUseImplementOffset(bool use)
+{
+    m_state->settings.splinesUseImplementOffset = use;
+    m_state->ShiftLine();
+}
+
+bool CSimulation::SplinesUseImplementOffset() const
+{
+    return m_state->settings.splinesUseImplementOffset;
+}
+
+double CSimulation::LineShift() const
+{
+    const SimulationSettings& settings = m_state->settings;
+    return settings.nudge + settings.fieldOffset + m_state->CountedImplementOffset();
+}
+
+COutcome CSimulation::SetImplementWidth(double metres)
+{
+    const COutcome outcome = Set(m_state->settings.implementWidth, kWidth, metres);
+    m_state->ShiftLine();
+    return outcome;
+}
+
+double CSimulation::ImplementWidth() const
+{
+    return m_state->settings.implementWidth;
+}
+
+CTuning& CSimulation::Tuning()
+{
+    return m_state->settings.tuning;
+}
+
+const CTuning& CSimulation::Tuning() const
+{
+    return m_state->settings.tuning;
+}
+
+void CSimulation::ResetIntegral()
+{
+    m_state->controller.ResetIntegral();
+}
+
+COutcome CSimulation::SetSpeedSetPoint(double metresPerSecond)
+{
+    return Set(m_state->settings.speedSetPoint, kSpeed, metresPerSecond);
+}
+
+double CSimulation::SpeedSetPoint() const
+{
+    return m_state->settings.speedSetPoint;
+}
+
+COutcome CSimulation::SetLookAheadTime(double seconds)
+{
+    return Set(m_state->settings.lookAheadTime, kLookAhead, seconds);
+}
+
+double CSimulation::LookAheadTime() const
+{
+    return m_state->settings.lookAheadTime;
+}
+
+COutcome CSimulation::SetCurveFilterSize(int points)
+{
+    const int before = m_state->settings.curveFilterSize;
+    const COutcome outcome = Set(m_state->settings.curveFilterSize, kFilter, points);
+    const ELineKind kind = m_state->definition.kind;
+    const bool driven = kind == ELineKind::Curve || kind == ELineKind::Recorded;
+    if (!outcome || !HasLine() || !driven || points == before)
+        return outcome;
+    return m_state->BuildFrom(LineDefinition(m_state->definition));
+}
+
+int CSimulation::CurveFilterSize() const
+{
+    return m_state->settings.curveFilterSize;
+}
+
+void CSimulation::RestoreSettings()
+{
+    const SimulationSettings start;
+    SetCurveFilterSize(start.curveFilterSize);
+    m_state->settings = start;
+    m_state->settings.speedSetPoint = m_state->options.speed;
+    m_state->ShiftLine();
+}
