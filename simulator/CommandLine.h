@@ -5,14 +5,18 @@
 #include <optional>
 #include <string>
 
-#include "simulator/Log.h"
+#include "simulator/ServiceLog.h"
+#include "simulator/world/Simulation.h"
 
 /// How the program was asked to run.
 struct ProgramOptions
 {
     std::uint16_t port = 5010;
     std::string stateFile; ///< empty: nothing is kept
+    std::string trackFile; ///< empty: the drive is not written down
     ELogLevel logLevel = ELogLevel::Warning;
+    double speedFactor = 1.0; ///< simulated seconds a real second
+    SimulationOptions simulation;
 };
 
 /// The program's exit codes.
@@ -28,7 +32,7 @@ enum EExitCode : int
 /// @param options receives the options.
 /// @return nothing when the program is to run; otherwise the code to exit with, after help, version
 ///         or what is wrong has been written.
-std::optional<EExitCode> ReadCommandLine(int argumentCount, char** arguments,
+std::optional<EExitCode> ReadCommandLine(int argumentCount, const char* const* arguments,
                                          ProgramOptions& options);
 
 #endif

@@ -1,14 +1,20 @@
 #include "simulator/OperationTable.h"
 
+#include "simulator/ServiceLog.h"
+
 Answer OperationTableC::Call(const std::string& name, const BListC& arguments) const
 {
     const auto found = m_operations.find(name);
     if (found == m_operations.end())
-        return {nullptr, "there is no operation \"" + name + "\""};
+        return {nullptr, "there is no operation \"" + Printable(name) + "\""};
     const Operation& operation = found->second;
     if (!operation.fits(arguments))
         return {nullptr, name + " wants " + operation.wants + ", not " + DescribeTypes(arguments)};
-    return {operation.call(arguments), {}};
+    try {
+        return {operation.call(arguments), {}};
+    } catch (const UnusableArgument& error) {
+        return {nullptr, name + ": " + error.what()};
+    }
 }
 
 std::vector<std::string> OperationTableC::Names() const

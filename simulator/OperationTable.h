@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -15,6 +16,14 @@ struct Answer
 {
     Value value;       ///< null for "nothing"
     std::string error; ///< why the call was not carried out; empty when it was
+};
+
+/// Thrown by a handler that cannot make use of an argument although its type fits. The call then
+/// fails like one with arguments of the wrong types.
+class UnusableArgument : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
 };
 
 /// The service's operations by name. Each is bound to a member function whose parameter types say

@@ -11,6 +11,13 @@
 /// The value that an operation answers with; null stands for "nothing".
 using Value = std::unique_ptr<BElementC>;
 
+/// What operations answer that change the nudge: whether they did, and the nudge as it is now.
+struct StatusAndVector
+{
+    int status;
+    Core::Maths::Vector3<double> vector;
+};
+
 /// What a handler's result looks like on the link: a status, a flag and a number are bare values, a
 /// vector and a row of numbers are lists.
 inline Value ToValue(int status)
@@ -50,6 +57,14 @@ inline Value ToValue(const std::vector<std::string>& texts)
 inline Value ToValue(const Core::Maths::Vector3<double>& vector)
 {
     return ToValue(std::vector<double>{vector.x, vector.y, vector.z});
+}
+inline Value ToValue(const StatusAndVector& answer)
+{
+    auto list = std::make_unique<BListC>(nullptr);
+    list->AddInt(answer.status);
+    for (const double component : {answer.vector.x, answer.vector.y, answer.vector.z})
+        list->AddDouble(component);
+    return list;
 }
 
 #endif

@@ -2,18 +2,42 @@
 
 #include <utility>
 
-ServiceCoreC::ServiceCoreC(const KeptValues& kept, KeepSink keep, LogSink log)
-    : m_log(std::move(log)), m_settings(kept, std::move(keep), m_log),
-      m_navigator(m_settings, m_log), m_steering(m_navigator, m_settings)
+namespace {
+
+// Ten tenths of a second are as many steps as one second, whatever their sum rounds to.
+constexpr double kClockTolerance = 1e-9;
+
+/// Applied before anything looks at the settings, so that nothing is told as a change of them.
+CSimulation& WithKept(CSimulation& simulation, const KeptSettingsC& kept, const ServiceLogC& log)
+{
+    log.Carried("kept setting", kept.ApplyTo(simulation));
+    return simulation;
+}
+
+} // namespace
+
+ServiceCoreC::ServiceCoreC(ServiceCoreOptions options)
+    : m_log(std::move(options.log)), m_publish(std::move(options.publish)),
+      m_simulation(options.simulation), m_kept(std::move(options.kept), std::move(options.keep)),
+      m_waylines(WithKept(m_simulation, m_kept, m_log)), m_feed(m_simulation),
+      m_steering(m_simulation, m_waylines, m_kept, m_log),
+      m_waylineOperations(m_waylines, m_feed, m_log), m_offsets(m_simulation, m_log),
+      m_positions(m_feed, m_log), m_tuning(m_simulation, m_kept, m_log),
+      m_events(m_simulation, m_waylines)
 {
     m_steering.Register(m_operations);
+    m_waylineOperations.Register(m_operations);
+    m_offsets.Register(m_operations);
+    m_positions.Register(m_operations);
+    m_tuning.Register(m_operations);
 }
 
 Answer ServiceCoreC::Request(const std::string& name, const BListC& arguments)
 {
     Answer answer = m_operations.Call(name, arguments);
     if (!answer.error.empty())
-        m_log(ELogLevel::Warning, answer.error);
+        m_log.Write(ELogLevel::Info, "request refused: " + answer.error);
+    TellChanges(false);
     return answer;
 }
 
@@ -21,5 +45,45 @@ void ServiceCoreC::Notify(const std::string& name, const BListC& arguments)
 {
     const Answer answer = m_operations.Call(name, arguments);
     if (!answer.error.empty())
-        m_log(ELogLevel::Warning, "notification ignored: " + answer.error);
+        m_log.Write(ELogLevel::Warning, "notification ignored: " + answer.error);
+    TellChanges(false);
+}
+
+void ServiceCoreC::TellPresentState(const std::string& event, const EventSink& subscriber) const
+{
+    m_events.TellPresentState(event, subscriber);
+}
+
+void ServiceCoreC::Advance(double seconds)
+{
+    m_untakenSeconds += seconds;
+    while (m_untakenSeconds >= CSimulation::kStepSeconds - kClockTolerance) {
+        m_untakenSeconds -= CSimulation::kStepSeconds;
+        Step();
+    }
+}
+
+void ServiceCoreC::Step()
+{
+    m_simulation.Step();
+    if (!m_simulation.ControlRan())
+        return;
+    m_waylines.Record(m_feed.Height());
+    m_recorder.Write(m_simulation);
+    LogDrop();
+    TellChanges(true);
+}
+
+void ServiceCoreC::TellChanges(bool guidanceRan)
+{
+    if (m_publish)
+        m_events.TellChanges(guidanceRan, m_publish);
+}
+
+void ServiceCoreC::LogDrop()
+{
+    const bool dropped = m_simulation.DroppedByService();
+    if (dropped && !m_wasDropped)
+        m_log.Write(ELogLevel::Warning, "steering dropped: " + m_simulation.DropReason());
+    m_wasDropped = dropped;
 }

@@ -5,23 +5,40 @@
 #include <vector>
 
 #include "platform/BElement.h"
-#include "simulator/Log.h"
-#include "simulator/Navigator.h"
+#include "simulator/Events.h"
+#include "simulator/KeptSettings.h"
+#include "simulator/OffsetOperations.h"
 #include "simulator/OperationTable.h"
-#include "simulator/SettingsStore.h"
+#include "simulator/PositionFeed.h"
+#include "simulator/PositionOperations.h"
+#include "simulator/ServiceLog.h"
 #include "simulator/SteeringOperations.h"
+#include "simulator/TrackRecorder.h"
+#include "simulator/TuningOperations.h"
+#include "simulator/WaylineKeeper.h"
+#include "simulator/WaylineOperations.h"
+#include "simulator/world/Simulation.h"
 
-/// The navigation service without its sockets: maps operation names to handlers and keeps the state
-/// behind them.
+/// What a service core is made with.
+struct ServiceCoreOptions
+{
+    SimulationOptions simulation;
+    KeptValues kept;   ///< settings kept by an earlier run
+    KeepSink keep;     ///< takes the settings to keep each time that they change; may be empty
+    EventSink publish; ///< takes the events for all subscribers; may be empty
+    LogSink log;       ///< takes the log lines; may be empty
+};
+
+/// The navigation service without its sockets: maps operation names to handlers, keeps the state
+/// behind them, moves the simulated world on, and tells events.
 ///
-/// Time comes in from outside, so that a run can be repeated.
+/// Time comes in from outside, and nothing else that differs from run to run: the same options and
+/// calls give the same answers and events.
 /// Thread safety: none.
 class ServiceCoreC
 {
 public:
-    /// @param kept the settings kept by an earlier run.
-    /// @param keep takes the settings to keep each time that they change; may be empty.
-    ServiceCoreC(const KeptValues& kept, KeepSink keep, LogSink log);
+    explicit ServiceCoreC(ServiceCoreOptions options);
     ServiceCoreC(const ServiceCoreC&) = delete;
     ServiceCoreC& operator=(const ServiceCoreC&) = delete;
 
@@ -31,15 +48,41 @@ public:
     Answer Request(const std::string& name, const BListC& arguments);
     /// Carries out a notification. One that cannot be carried out is logged.
     void Notify(const std::string& name, const BListC& arguments);
+    /// Tells a new subscriber of an event the present state.
+    void TellPresentState(const std::string& event, const EventSink& subscriber) const;
+
+    /// Moves the world on by so much time of its own clock, in whole steps; the rest is kept for
+    /// the next call. Events are told as they happen.
+    void Advance(double seconds);
+
+    /// Writes the drive to a file from now on; see TrackRecorderC::Open().
+    std::string RecordTrack(const std::string& path) { return m_recorder.Open(path); }
     /// The names of all operations.
     std::vector<std::string> OperationNames() const { return m_operations.Names(); }
+    /// The simulated world, to look at.
+    const CSimulation& World() const { return m_simulation; }
 
 private:
-    LogSink m_log;
-    SettingsStoreC m_settings;
-    NavigatorC m_navigator;
+    void Step();
+    void TellChanges(bool guidanceRan);
+    void LogDrop();
+
+    ServiceLogC m_log;
+    EventSink m_publish;
+    CSimulation m_simulation;
+    KeptSettingsC m_kept;
+    WaylineKeeperC m_waylines;
+    PositionFeedC m_feed;
     SteeringOperationsC m_steering;
+    WaylineOperationsC m_waylineOperations;
+    OffsetOperationsC m_offsets;
+    PositionOperationsC m_positions;
+    TuningOperationsC m_tuning;
     OperationTableC m_operations;
+    EventsC m_events;
+    TrackRecorderC m_recorder;
+    double m_untakenSeconds = 0.0;
+    bool m_wasDropped = false;
 };
 
 #endif

@@ -2,9 +2,17 @@
 
 #include <utility>
 
-ServiceLinkC::ServiceLinkC(asio::io_context& loop, ServiceCoreC& core, LogSink log)
-    : m_core(core), m_log(std::move(log)), m_server(loop, *this)
+ServiceLinkC::ServiceLinkC(asio::io_context& loop, ServiceCoreOptions options)
+    : m_log(options.log), m_server(loop, *this), m_core(Publishing(std::move(options)))
 {
+}
+
+ServiceCoreOptions ServiceLinkC::Publishing(ServiceCoreOptions options)
+{
+    options.publish = [this](const std::string& event, const BListC& payload) {
+        m_server.Push(event, payload);
+    };
+    return options;
 }
 
 void ServiceLinkC::RequestReceived(ClientNumber client, std::uint64_t requestNumber,
@@ -23,12 +31,21 @@ void ServiceLinkC::NotificationReceived(ClientNumber, const std::string& name,
     m_core.Notify(name, arguments);
 }
 
+void ServiceLinkC::Subscribed(ClientNumber client, const std::string& event)
+{
+    m_log.Write(ELogLevel::Debug,
+                "client " + std::to_string(client) + " subscribed to " + Printable(event));
+    m_core.TellPresentState(event, [this, client](const std::string& name, const BListC& payload) {
+        m_server.PushTo(client, name, payload);
+    });
+}
+
 void ServiceLinkC::ClientConnected(ClientNumber client)
 {
-    m_log(ELogLevel::Debug, "client " + std::to_string(client) + " connected");
+    m_log.Write(ELogLevel::Debug, "client " + std::to_string(client) + " connected");
 }
 
 void ServiceLinkC::ClientDisconnected(ClientNumber client, const std::string& reason)
 {
-    m_log(ELogLevel::Debug, "client " + std::to_string(client) + " is gone: " + reason);
+    m_log.Write(ELogLevel::Debug, "client " + std::to_string(client) + " is gone: " + reason);
 }

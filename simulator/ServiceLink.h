@@ -5,33 +5,39 @@
 #include <string>
 
 #include "runtime/MPISocketServer.h"
-#include "simulator/Log.h"
 #include "simulator/ServiceCore.h"
+#include "simulator/ServiceLog.h"
 
-/// Carries messages between the service core and its clients.
+/// The navigation service on the link: a service core and the server that carries messages between
+/// it and its clients.
 /// Thread safety: none; used from the thread that runs the loop.
 class ServiceLinkC : private MPIServiceHandlerC
 {
 public:
-    /// Both must outlive this object.
-    ServiceLinkC(asio::io_context& loop, ServiceCoreC& core, LogSink log);
+    /// @param loop must outlive this object.
+    /// @param options what the core is made with; its events go to the subscribers.
+    ServiceLinkC(asio::io_context& loop, ServiceCoreOptions options);
 
     /// Starts to listen; see MPISocketServerC::Listen().
     std::string Listen(std::uint16_t port) { return m_server.Listen(port); }
     /// The port that is listened on.
     std::uint16_t Port() const { return m_server.Port(); }
+    ServiceCoreC& Core() { return m_core; }
 
 private:
     void RequestReceived(ClientNumber client, std::uint64_t requestNumber, const std::string& name,
                          const BListC& arguments) override;
     void NotificationReceived(ClientNumber client, const std::string& name,
                               const BListC& arguments) override;
+    void Subscribed(ClientNumber client, const std::string& event) override;
     void ClientConnected(ClientNumber client) override;
     void ClientDisconnected(ClientNumber client, const std::string& reason) override;
 
-    ServiceCoreC& m_core;
-    LogSink m_log;
+    ServiceCoreOptions Publishing(ServiceCoreOptions options);
+
+    ServiceLogC m_log;
     MPISocketServerC m_server;
+    ServiceCoreC m_core;
 };
 
 #endif

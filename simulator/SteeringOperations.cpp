@@ -11,6 +11,7 @@ void SteeringOperationsC::Register(OperationTableC& table)
     table.Add("ClearNavigation", *this, &Self::ClearNavigation);
     table.Add("ReinitialiseNavigation", *this, &Self::ReinitialiseNavigation);
     table.Add("IsNavigationActivated", *this, &Self::IsNavigationActivated);
+    table.Add("why_not_engaged", *this, &Self::WhyNotEngaged);
     table.Add("set_reverse_engage_enabled", *this, &Self::SetReverseEngageEnabled);
     table.Add("get_reverse_engage_enabled", *this, &Self::GetReverseEngageEnabled);
     table.Add("set_reverse_engage_allowed", *this, &Self::SetReverseEngageAllowed);
@@ -23,83 +24,112 @@ void SteeringOperationsC::Register(OperationTableC& table)
     table.Add("get_lookahead_time", *this, &Self::GetLookAheadTime);
 }
 
+bool SteeringOperationsC::IsSteeringEngaged()
+{
+    return m_simulation.Engaged();
+}
+
+bool SteeringOperationsC::EngageSteering(LeadingOne)
+{
+    return m_log.Carried("EngageSteering", m_simulation.Engage());
+}
+
 bool SteeringOperationsC::DisengageSteering(LeadingOne)
 {
-    m_navigator.Disengage();
+    m_simulation.Disengage();
     return true;
 }
 
-bool SteeringOperationsC::StartNavigation(LeadingOne, bool)
+bool SteeringOperationsC::StartNavigation(LeadingOne, bool followNearestPass)
 {
-    return m_navigator.Start();
+    const EFollow follow = followNearestPass ? EFollow::NearestPass : EFollow::LineItself;
+    return m_log.Carried("StartNavigation", m_simulation.StartNavigation(follow));
 }
 
 bool SteeringOperationsC::StopNavigation(LeadingOne)
 {
-    m_navigator.Stop();
+    m_simulation.StopNavigation();
     return true;
 }
 
 bool SteeringOperationsC::ClearNavigation()
 {
-    m_navigator.Stop();
+    m_simulation.StopNavigation();
+    m_waylines.ClearAll();
+    m_simulation.SetNudge(0.0);
+    m_simulation.SetFieldOffset(0.0);
     return true;
 }
 
 bool SteeringOperationsC::ReinitialiseNavigation(LeadingOne)
 {
-    m_settings.Reset();
+    m_simulation.RestoreSettings();
     return true;
+}
+
+bool SteeringOperationsC::IsNavigationActivated()
+{
+    return m_simulation.NavigationActive();
+}
+
+std::vector<std::string> SteeringOperationsC::WhyNotEngaged()
+{
+    return m_simulation.WhyNotEngaged();
 }
 
 void SteeringOperationsC::SetReverseEngageEnabled(bool enabled, bool keep)
 {
-    m_settings.Set(&Settings::reverseEngageEnabled, kKeptReverseEngageEnabled, enabled, keep);
+    m_simulation.SetReverseEngageEnabled(enabled);
+    m_kept.Keep(KeptSettingsC::kReverseEngageEnabled, enabled, keep);
 }
 
 bool SteeringOperationsC::GetReverseEngageEnabled(LeadingOne)
 {
-    return m_settings.Current().reverseEngageEnabled;
+    return m_simulation.ReverseEngageEnabled();
 }
 
 void SteeringOperationsC::SetReverseEngageAllowed(bool allowed, bool keep)
 {
-    m_settings.Set(&Settings::reverseEngageAllowed, kKeptReverseEngageAllowed, allowed, keep);
+    m_simulation.SetReverseEngageAllowed(allowed);
+    m_kept.Keep(KeptSettingsC::kReverseEngageAllowed, allowed, keep);
 }
 
 bool SteeringOperationsC::GetReverseEngageAllowed(LeadingOne)
 {
-    return m_settings.Current().reverseEngageAllowed;
+    return m_simulation.ReverseEngageAllowed();
 }
 
 void SteeringOperationsC::SetLowSpeedEngageAllowed(bool allowed, bool keep)
 {
-    m_settings.Set(&Settings::lowSpeedEngageAllowed, kKeptLowSpeedEngageAllowed, allowed, keep);
+    m_simulation.SetLowSpeedEngageAllowed(allowed);
+    m_kept.Keep(KeptSettingsC::kLowSpeedEngageAllowed, allowed, keep);
 }
 
 bool SteeringOperationsC::GetLowSpeedEngageAllowed(LeadingOne)
 {
-    return m_settings.Current().lowSpeedEngageAllowed;
+    return m_simulation.LowSpeedEngageAllowed();
 }
 
 void SteeringOperationsC::SetLowSpeedEngageTimeout(double seconds, bool keep)
 {
-    m_settings.Set(&Settings::lowSpeedEngageTimeout, kKeptLowSpeedEngageTimeout,
-                   kLowSpeedTimeoutRange, seconds, keep);
+    const COutcome outcome = m_simulation.SetLowSpeedTimeout(seconds);
+    if (m_log.Carried("set_low_speed_engage_timeout", outcome))
+        m_kept.Keep(KeptSettingsC::kLowSpeedEngageTimeout, seconds, keep);
 }
 
 double SteeringOperationsC::GetLowSpeedEngageTimeout(LeadingOne)
 {
-    return m_settings.Current().lowSpeedEngageTimeout;
+    return m_simulation.LowSpeedTimeout();
 }
 
 void SteeringOperationsC::SetLookAheadTime(double seconds, bool keep)
 {
-    m_settings.Set(&Settings::lookAheadTime, kKeptLookAheadTime, kLookAheadTimeRange, seconds,
-                   keep);
+    const COutcome outcome = m_simulation.SetLookAheadTime(seconds);
+    if (m_log.Carried("set_lookahead_time", outcome))
+        m_kept.Keep(KeptSettingsC::kLookAheadTime, seconds, keep);
 }
 
 double SteeringOperationsC::GetLookAheadTime(LeadingOne)
 {
-    return m_settings.Current().lookAheadTime;
+    return m_simulation.LookAheadTime();
 }

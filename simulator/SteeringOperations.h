@@ -1,17 +1,20 @@
 #ifndef KESTROVE_SIMULATOR_STEERINGOPERATIONS_H
 #define KESTROVE_SIMULATOR_STEERINGOPERATIONS_H
 
-#include "simulator/Navigator.h"
+#include "simulator/KeptSettings.h"
 #include "simulator/OperationTable.h"
-#include "simulator/SettingsStore.h"
+#include "simulator/ServiceLog.h"
+#include "simulator/WaylineKeeper.h"
+#include "simulator/world/Simulation.h"
 
 /// The operations of engaging, of navigation's beginning and end, and of the engage settings.
 class SteeringOperationsC
 {
 public:
-    /// Both must outlive this object.
-    SteeringOperationsC(NavigatorC& navigator, SettingsStoreC& settings)
-        : m_navigator(navigator), m_settings(settings)
+    /// All must outlive this object.
+    SteeringOperationsC(CSimulation& simulation, WaylineKeeperC& waylines, KeptSettingsC& kept,
+                        const ServiceLogC& log)
+        : m_simulation(simulation), m_waylines(waylines), m_kept(kept), m_log(log)
     {
     }
 
@@ -19,14 +22,15 @@ public:
     void Register(OperationTableC& table);
 
 private:
-    bool IsSteeringEngaged() { return m_navigator.Engagement().Engaged(); }
-    bool EngageSteering(LeadingOne) { return m_navigator.Engage(); }
+    bool IsSteeringEngaged();
+    bool EngageSteering(LeadingOne);
     bool DisengageSteering(LeadingOne);
     bool StartNavigation(LeadingOne, bool followNearestPass);
     bool StopNavigation(LeadingOne);
     bool ClearNavigation();
     bool ReinitialiseNavigation(LeadingOne);
-    bool IsNavigationActivated() { return m_navigator.NavigationActive(); }
+    bool IsNavigationActivated();
+    std::vector<std::string> WhyNotEngaged();
     void SetReverseEngageEnabled(bool enabled, bool keep);
     bool GetReverseEngageEnabled(LeadingOne);
     void SetReverseEngageAllowed(bool allowed, bool keep);
@@ -38,8 +42,10 @@ private:
     void SetLookAheadTime(double seconds, bool keep);
     double GetLookAheadTime(LeadingOne);
 
-    NavigatorC& m_navigator;
-    SettingsStoreC& m_settings;
+    CSimulation& m_simulation;
+    WaylineKeeperC& m_waylines;
+    KeptSettingsC& m_kept;
+    const ServiceLogC& m_log;
 };
 
 #endif

@@ -6,7 +6,8 @@
 #include <asio/signal_set.hpp>
 
 #include "simulator/CommandLine.h"
-#include "simulator/ServiceCore.h"
+#include "simulator/KeptSettings.h"
+#include "simulator/Pacer.h"
 #include "simulator/ServiceLink.h"
 #include "simulator/StateFile.h"
 #include "simulator/Version.h"
@@ -37,7 +38,7 @@ KeepSink MakeKeep(const ProgramOptions& options)
     };
 }
 
-/// Reads the kept settings and makes sure that each of them is one.
+/// Reads the kept settings and makes sure that each of them can be used.
 std::string LoadKept(const ProgramOptions& options, KeptValues& kept)
 {
     if (options.stateFile.empty())
@@ -45,13 +46,23 @@ std::string LoadKept(const ProgramOptions& options, KeptValues& kept)
     const std::string problem = StateFileC(options.stateFile).Load(kept);
     if (!problem.empty())
         return problem;
-    Settings settings;
-    for (const auto& [name, value] : kept) {
-        const std::string wrong = ApplyKept(settings, name, value);
-        if (!wrong.empty())
-            return "cannot use the state file " + options.stateFile + ": " + wrong;
-    }
-    return {};
+    CSimulation trial(options.simulation);
+    const COutcome outcome = KeptSettingsC(kept, {}).ApplyTo(trial);
+    return outcome ? std::string()
+                   : "cannot use the state file " + options.stateFile + ": " + outcome.Reason();
+}
+
+void Announce(std::uint16_t port)
+{
+    std::printf("navigation-simulator %s listens on localhost, port %u\n", ProgramVersion(),
+                static_cast<unsigned>(port));
+    std::fflush(stdout);
+}
+
+EExitCode Fail(EExitCode code, const std::string& problem)
+{
+    WriteError(problem);
+    return code;
 }
 
 EExitCode Serve(const ProgramOptions& options, const KeptValues& kept)
@@ -59,17 +70,19 @@ EExitCode Serve(const ProgramOptions& options, const KeptValues& kept)
     asio::io_context loop;
     asio::signal_set signals(loop, SIGINT, SIGTERM);
     signals.async_wait([&loop](const auto&, int) { loop.stop(); });
-    const LogSink log = MakeLog(options.logLevel);
-    ServiceCoreC core(kept, MakeKeep(options), log);
-    ServiceLinkC link(loop, core, log);
-    const std::string problem = link.Listen(options.port);
-    if (!problem.empty()) {
-        WriteError(problem);
-        return kExitCannotListen;
+    ServiceLinkC link(loop,
+                      {options.simulation, kept, MakeKeep(options), {}, MakeLog(options.logLevel)});
+    if (!options.trackFile.empty()) {
+        const std::string problem = link.Core().RecordTrack(options.trackFile);
+        if (!problem.empty())
+            return Fail(kExitWrongOptions, problem);
     }
-    std::printf("navigation-simulator %s listens on localhost, port %u\n", ProgramVersion(),
-                static_cast<unsigned>(link.Port()));
-    std::fflush(stdout);
+    const std::string problem = link.Listen(options.port);
+    if (!problem.empty())
+        return Fail(kExitCannotListen, problem);
+    Announce(link.Port());
+    PacerC pacer(loop, link.Core(), options.speedFactor);
+    pacer.Start();
     loop.run();
     return kExitSuccess;
 }
@@ -86,9 +99,7 @@ int main(int argumentCount, char** arguments)
         return *exitCode;
     KeptValues kept;
     const std::string problem = LoadKept(options, kept);
-    if (!problem.empty()) {
-        WriteError(problem);
-        return kExitWrongOptions;
-    }
+    if (!problem.empty())
+        return Fail(kExitWrongOptions, problem);
     return Serve(options, kept);
 }

@@ -1,0 +1,152 @@
+#include "simulator/Events.h"
+
+#include <cstddef>
+
+namespace {
+
+constexpr double kDrawingSeconds = 1.0;
+// The clock is a sum of steps; a hair's breadth must not put off a drawing to the next one.
+constexpr double kClockTolerance = 1e-6;
+
+int Flag(bool value)
+{
+    return value ? 1 : 0;
+}
+
+} // namespace
+
+EventsC::EventsC(const CSimulation& simulation, const WaylineKeeperC& waylines)
+    : m_simulation(simulation), m_waylines(waylines)
+{
+    for (const auto& [name, event] : Table()) {
+        if (event.due == EDue::OnChange)
+            m_told[name] = (this->*event.tell)();
+    }
+}
+
+const std::map<std::string, EventsC::Event>& EventsC::Table()
+{
+    static const std::map<std::string, Event> table{
+        {"cb_engage_status", {EDue::OnChange, &EventsC::EngageStatus}},
+        {"cb_guidance_status", {EDue::WithGuidance, &EventsC::GuidanceStatus}},
+        {"cb_offsets", {EDue::OnChange, &EventsC::Offsets}},
+        {"cb_wayline_status", {EDue::OnChange, &EventsC::WaylineStatus}},
+        {"cb_implement_width_changed", {EDue::OnChange, &EventsC::ImplementWidth}},
+        {"cb_tuning_parameter_changed", {EDue::OnChange, &EventsC::TuningParameters}},
+        {"cb_relative_position", {EDue::WithGuidance, &EventsC::RelativePosition}},
+        {"cb_draw_points", {EDue::ToDraw, &EventsC::DrawPoints}},
+    };
+    return table;
+}
+
+void EventsC::TellPresentState(const std::string& event, const EventSink& sink) const
+{
+    const auto found = Table().find(event);
+    if (found == Table().end())
+        return;
+    for (const Payload& payload : (this->*found->second.tell)())
+        Send(event, payload, sink);
+}
+
+void EventsC::TellChanges(bool guidanceRan, const EventSink& sink)
+{
+    const bool drawingDue = DrawingDue(guidanceRan);
+    for (const auto& [name, event] : Table()) {
+        if (event.due == EDue::OnChange)
+            TellChanged(name, event, sink);
+        else if (event.due == EDue::WithGuidance ? guidanceRan : drawingDue)
+            TellPresentState(name, sink);
+    }
+}
+
+void EventsC::TellChanged(const std::string& name, const Event& event, const EventSink& sink)
+{
+    Payloads now = (this->*event.tell)();
+    Payloads& told = m_told[name];
+    for (std::size_t index = 0; index < now.size(); ++index) {
+        if (now[index] != told[index])
+            Send(name, now[index], sink);
+    }
+    told = std::move(now);
+}
+
+bool EventsC::DrawingDue(bool guidanceRan)
+{
+    const int pass = m_simulation.Status().pass;
+    const double waited = m_simulation.Time() - m_drawnAt;
+    const bool timeIsUp = guidanceRan && (!m_drawn || waited >= kDrawingSeconds - kClockTolerance);
+    if (!timeIsUp && pass == m_drawnPass)
+        return false;
+    m_drawn = true;
+    m_drawnAt = m_simulation.Time();
+    m_drawnPass = pass;
+    return true;
+}
+
+void EventsC::Send(const std::string& event, const Payload& payload, const EventSink& sink)
+{
+    BListC list(nullptr);
+    list.Reserve(static_cast<int>(payload.size()));
+    for (const Number& number : payload) {
+        if (const int* whole = std::get_if<int>(&number))
+            list.AddInt(*whole);
+        else
+            list.AddDouble(std::get<double>(number));
+    }
+    sink(event, list);
+}
+
+EventsC::Payloads EventsC::EngageStatus() const
+{
+    return {{Flag(m_simulation.Engaged()), Flag(m_simulation.WhyNotEngaged().empty()),
+             Flag(m_simulation.NavigationActive()), Flag(m_simulation.MovingInReverse()),
+             Flag(m_simulation.DroppedByService())}};
+}
+
+EventsC::Payloads EventsC::GuidanceStatus() const
+{
+    const ::GuidanceStatus status = m_simulation.Status();
+    return {{status.pass, status.crossTrackError, status.headingError, status.commandedCurvature}};
+}
+
+EventsC::Payloads EventsC::Offsets() const
+{
+    return {{m_simulation.LineShift()}};
+}
+
+EventsC::Payloads EventsC::WaylineStatus() const
+{
+    const ::WaylineStatus status = m_waylines.Status();
+    return {{Flag(status.complete), Flag(status.recording), Flag(m_simulation.NavigationActive()),
+             static_cast<int>(status.kind), status.length}};
+}
+
+EventsC::Payloads EventsC::ImplementWidth() const
+{
+    return {{m_simulation.ImplementWidth()}};
+}
+
+EventsC::Payloads EventsC::TuningParameters() const
+{
+    Payloads payloads;
+    for (int number = 0; number < kTuningParameters; ++number)
+        payloads.push_back({number, m_simulation.Tuning().Get(static_cast<ETuning>(number))});
+    return payloads;
+}
+
+EventsC::Payloads EventsC::RelativePosition() const
+{
+    const Pose pose = m_simulation.EstimatedPose();
+    return {{pose.position.x, pose.position.y, NormaliseHeading(pose.heading)}};
+}
+
+EventsC::Payloads EventsC::DrawPoints() const
+{
+    const std::vector<Point> points = m_simulation.FollowedPoints();
+    Payload payload{static_cast<int>(points.size())};
+    for (const Point& point : points) {
+        payload.emplace_back(point.x);
+        payload.emplace_back(point.y);
+    }
+    return {payload};
+}

@@ -1,0 +1,51 @@
+#ifndef KESTROVE_SIMULATOR_KEPTSETTINGS_H
+#define KESTROVE_SIMULATOR_KEPTSETTINGS_H
+
+#include <array>
+#include <functional>
+#include <string>
+
+#include "simulator/StateFile.h"
+#include "simulator/guidance/Tuning.h"
+#include "simulator/world/Outcome.h"
+
+class CSimulation;
+
+/// Takes all kept values each time that one of them changes.
+using KeepSink = std::function<void(const KeptValues&)>;
+
+/// The settings that clients asked to keep over a restart.
+///
+/// What is kept of a setting is the value of the last change that asked for it: a later change that
+/// does not ask leaves the kept value alone.
+/// Thread safety: none.
+class KeptSettingsC
+{
+public:
+    static constexpr const char* kReverseEngageEnabled = "reverse_engage_enabled";
+    static constexpr const char* kReverseEngageAllowed = "reverse_engage_allowed";
+    static constexpr const char* kLowSpeedEngageAllowed = "low_speed_engage_allowed";
+    static constexpr const char* kLowSpeedEngageTimeout = "low_speed_engage_timeout";
+    static constexpr const char* kLookAheadTime = "lookahead_time";
+    /// The names of the tuning parameters, by number.
+    static constexpr std::array<const char*, kTuningParameters> kTuning{
+        "sensitivity", "aggressiveness", "overshoot", "speed_adjust"};
+
+    /// @param values those kept by an earlier run.
+    /// @param sink called at once with every change; may be empty.
+    KeptSettingsC(KeptValues values, KeepSink sink);
+
+    /// Keeps a value, when a client asks for it.
+    void Keep(const char* name, double value, bool asked);
+
+    /// Gives a simulation's settings the kept values.
+    ///
+    /// @return the first value that is no value of its setting, or a name that is no setting's.
+    COutcome ApplyTo(CSimulation& simulation) const;
+
+private:
+    KeptValues m_values;
+    KeepSink m_sink;
+};
+
+#endif

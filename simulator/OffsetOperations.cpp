@@ -1,0 +1,101 @@
+#include "simulator/OffsetOperations.h"
+
+#include <optional>
+
+void OffsetOperationsC::Register(OperationTableC& table)
+{
+    using Self = OffsetOperationsC;
+    table.Add("Nudge", *this, &Self::Nudge);
+    table.Add("AutoSetNudge", *this, &Self::AutoSetNudge);
+    table.Add("get_nudge_vector", *this, &Self::GetNudgeVector);
+    table.Add("get_nudge", *this, &Self::GetNudge);
+    table.Add("set_nudge", *this, &Self::SetNudge);
+    table.Add("AutoSetFieldOffset", *this, &Self::AutoSetFieldOffset);
+    table.Add("SetFieldOffset", *this, &Self::SetFieldOffset);
+    table.Add("GetFieldOffset", *this, &Self::GetFieldOffset);
+    table.Add("SetImplementOffset", *this, &Self::SetImplementOffset);
+    table.Add("GetImplementOffset", *this, &Self::GetImplementOffset);
+    table.Add("SetSplinesUseImplementOffset", *this, &Self::SetSplinesUseImplementOffset);
+    table.Add("SetImplementWidth", *this, &Self::SetImplementWidth);
+    table.Add("GetImplementWidth", *this, &Self::GetImplementWidth);
+}
+
+StatusAndVector OffsetOperationsC::Nudge(LeadingOne, bool add, double amount)
+{
+    const double nudge = add ? m_simulation.Nudge() + amount : amount;
+    const bool done = m_log.Carried("Nudge", m_simulation.SetNudge(nudge));
+    return {done ? 1 : 0, GetNudgeVector()};
+}
+
+StatusAndVector OffsetOperationsC::AutoSetNudge(LeadingOne)
+{
+    const bool done = m_log.Carried(
+        "AutoSetNudge", ShiftUnderMachine(&CSimulation::SetNudge, m_simulation.Nudge()));
+    return {done ? 1 : 0, GetNudgeVector()};
+}
+
+Core::Maths::Vector3<double> OffsetOperationsC::GetNudgeVector()
+{
+    const std::optional<Point> right = m_simulation.RightOfLine();
+    if (!right)
+        return {};
+    return {m_simulation.Nudge() * right->x, m_simulation.Nudge() * right->y, 0.0};
+}
+
+double OffsetOperationsC::GetNudge(LeadingOne)
+{
+    return m_simulation.Nudge();
+}
+
+void OffsetOperationsC::SetNudge(LeadingOne, double nudge)
+{
+    m_log.Carried("set_nudge", m_simulation.SetNudge(nudge));
+}
+
+bool OffsetOperationsC::AutoSetFieldOffset(LeadingOne)
+{
+    return m_log.Carried("AutoSetFieldOffset", ShiftUnderMachine(&CSimulation::SetFieldOffset,
+                                                                 m_simulation.FieldOffset()));
+}
+
+bool OffsetOperationsC::SetFieldOffset(LeadingOne, double offset)
+{
+    return m_log.Carried("SetFieldOffset", m_simulation.SetFieldOffset(offset));
+}
+
+double OffsetOperationsC::GetFieldOffset(LeadingOne)
+{
+    return m_simulation.FieldOffset();
+}
+
+bool OffsetOperationsC::SetImplementOffset(LeadingOne, double offset)
+{
+    return m_log.Carried("SetImplementOffset", m_simulation.SetImplementOffset(offset));
+}
+
+double OffsetOperationsC::GetImplementOffset(LeadingOne)
+{
+    return m_simulation.ImplementOffset();
+}
+
+void OffsetOperationsC::SetSplinesUseImplementOffset(bool use)
+{
+    m_simulation.SetSplinesUseImplementOffset(use);
+}
+
+bool OffsetOperationsC::SetImplementWidth(LeadingOne, double width)
+{
+    return m_log.Carried("SetImplementWidth", m_simulation.SetImplementWidth(width));
+}
+
+double OffsetOperationsC::GetImplementWidth(LeadingOne)
+{
+    return m_simulation.ImplementWidth();
+}
+
+COutcome OffsetOperationsC::ShiftUnderMachine(COutcome (CSimulation::*set)(double), double present)
+{
+    if (!m_simulation.HasLine())
+        return COutcome::Refused("there is no wayline");
+    return (m_simulation.*set)(present + m_simulation.Status().crossTrackError);
+}

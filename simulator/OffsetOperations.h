@@ -1,0 +1,43 @@
+#ifndef KESTROVE_SIMULATOR_OFFSETOPERATIONS_H
+#define KESTROVE_SIMULATOR_OFFSETOPERATIONS_H
+
+#include "core/Vector3.h"
+#include "simulator/OperationTable.h"
+#include "simulator/ServiceLog.h"
+#include "simulator/world/Simulation.h"
+
+/// The operations that shift the line and tell the implement's geometry.
+class OffsetOperationsC
+{
+public:
+    /// Both must outlive this object.
+    OffsetOperationsC(CSimulation& simulation, const ServiceLogC& log)
+        : m_simulation(simulation), m_log(log)
+    {
+    }
+
+    /// Adds the operations to a table, which this object must outlive.
+    void Register(OperationTableC& table);
+
+private:
+    StatusAndVector Nudge(LeadingOne, bool add, double amount);
+    StatusAndVector AutoSetNudge(LeadingOne);
+    Core::Maths::Vector3<double> GetNudgeVector();
+    double GetNudge(LeadingOne);
+    void SetNudge(LeadingOne, double nudge);
+    bool AutoSetFieldOffset(LeadingOne);
+    bool SetFieldOffset(LeadingOne, double offset);
+    double GetFieldOffset(LeadingOne);
+    bool SetImplementOffset(LeadingOne, double offset);
+    double GetImplementOffset(LeadingOne);
+    void SetSplinesUseImplementOffset(bool use);
+    bool SetImplementWidth(LeadingOne, double width);
+    double GetImplementWidth(LeadingOne);
+
+    COutcome ShiftUnderMachine(COutcome (CSimulation::*set)(double), double present);
+
+    CSimulation& m_simulation;
+    const ServiceLogC& m_log;
+};
+
+#endif

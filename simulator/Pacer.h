@@ -1,0 +1,36 @@
+#ifndef KESTROVE_SIMULATOR_PACER_H
+#define KESTROVE_SIMULATOR_PACER_H
+
+#include <chrono>
+
+#include <asio/io_context.hpp>
+#include <asio/steady_timer.hpp>
+
+#include "simulator/ServiceCore.h"
+
+/// Moves the simulated world on as real time passes, at a multiple of its speed. The only place
+/// that reads a clock.
+///
+/// When the program was held up (suspended, or asked for more than the computer can do), the world
+/// goes on from where it stood and does not catch up.
+class PacerC
+{
+public:
+    /// @param loop, core must outlive this object.
+    /// @param speedFactor simulated seconds a real second, positive.
+    PacerC(asio::io_context& loop, ServiceCoreC& core, double speedFactor);
+
+    /// Starts; from now on the loop keeps the world moving.
+    void Start();
+
+private:
+    void WaitForNextTick();
+    void Tick();
+
+    asio::steady_timer m_timer;
+    ServiceCoreC& m_core;
+    double m_speedFactor;
+    std::chrono::steady_clock::time_point m_last;
+};
+
+#endif

@@ -1,0 +1,85 @@
+#include "simulator/PositionFeed.h"
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include <GeographicLib/LocalCartesian.hpp>
+
+/// The local frame: x east, y north, z up at the origin.
+class PositionFeedC::FrameC
+{
+public:
+    explicit FrameC(const GeodeticPlace& origin)
+        : m_frame(origin.latitude, origin.longitude, origin.height)
+    {
+    }
+
+    /// Where a sample is in the frame, with its heading and course as seen from the origin: far
+    /// from it, north is another direction.
+    FedPosition ToLocal(const PositionSample& sample, double& height) const
+    {
+        FedPosition fed;
+        std::vector<double> rotation(9);
+        m_frame.Forward(sample.latitude, sample.longitude, sample.height, fed.position.x,
+                        fed.position.y, height, rotation);
+        fed.valid = sample.positionValid;
+        fed.course = Turned(sample.courseOverGround, rotation);
+        if (sample.headingValid)
+            fed.heading = Turned(sample.yaw, rotation);
+        fed.speed = sample.groundSpeed;
+        fed.reverse = sample.movesInReverse;
+        return fed;
+    }
+
+private:
+    static double Turned(double heading, const std::vector<double>& rotation)
+    {
+        const double east = std::sin(heading);
+        const double north = std::cos(heading);
+        return NormaliseHeading(std::atan2(rotation[0] * east + rotation[1] * north,
+                                           rotation[3] * east + rotation[4] * north));
+    }
+
+    GeographicLib::LocalCartesian m_frame;
+};
+
+PositionFeedC::PositionFeedC(CSimulation& simulation) : m_simulation(simulation) {}
+
+PositionFeedC::~PositionFeedC() = default;
+
+COutcome PositionFeedC::SetOrigin(const GeodeticPlace& place)
+{
+    PositionSample there;
+    there.latitude = place.latitude;
+    there.longitude = place.longitude;
+    there.height = place.height;
+    const std::string problem = ImpossibleInSample(there);
+    if (!problem.empty())
+        return COutcome::Refused(problem);
+    m_frame = std::make_unique<FrameC>(place);
+    return COutcome::Done();
+}
+
+COutcome PositionFeedC::Feed(const PositionSample& sample)
+{
+    if (!sample.positionValid)
+        return COutcome::Refused("sample " + std::to_string(sample.number) +
+                                 " says that its position is not valid");
+    const std::string problem = ImpossibleInSample(sample);
+    if (!problem.empty())
+        return COutcome::Refused(problem);
+    if (!m_frame)
+        m_frame = std::make_unique<FrameC>(
+            GeodeticPlace{sample.latitude, sample.longitude, sample.height});
+    double height = 0.0;
+    COutcome outcome = m_simulation.Feed(m_frame->ToLocal(sample, height));
+    if (outcome)
+        m_height = height;
+    return outcome;
+}
+
+double PositionFeedC::Height() const
+{
+    return m_simulation.FedMode() ? m_height : 0.0;
+}

@@ -1,0 +1,35 @@
+#include "simulator/ServiceLog.h"
+
+#include <cstddef>
+#include <utility>
+
+namespace {
+
+constexpr std::size_t kMostCharactersShown = 80;
+
+} // namespace
+
+ServiceLogC::ServiceLogC(LogSink sink) : m_sink(std::move(sink)) {}
+
+void ServiceLogC::Write(ELogLevel level, const std::string& text) const
+{
+    if (m_sink)
+        m_sink(level, text);
+}
+
+bool ServiceLogC::Carried(const char* operation, const COutcome& outcome) const
+{
+    if (!outcome)
+        Write(ELogLevel::Warning, std::string(operation) + " refused: " + outcome.Reason());
+    return static_cast<bool>(outcome);
+}
+
+std::string Printable(const std::string& text)
+{
+    std::string shown = text.substr(0, kMostCharactersShown);
+    for (char& character : shown) {
+        if (character < ' ' || character > '~')
+            character = '?';
+    }
+    return text.size() > shown.size() ? shown + "..." : shown;
+}

@@ -1,0 +1,33 @@
+#include "simulator/TrackRecorder.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+std::string TrackRecorderC::Open(const std::string& path)
+{
+    errno = 0;
+    m_file.open(path, std::ios::trunc);
+    if (!m_file)
+        return "cannot write the track file " + path + ": " +
+               std::generic_category().message(errno != 0 ? errno : EIO);
+    m_file << "time_s,true_x_m,true_y_m,true_heading_rad,measured_x_m,measured_y_m,speed_mps,"
+              "steering_angle_rad,cross_track_error_m,implement_cross_track_error_m,pass,engaged\n";
+    return {};
+}
+
+void TrackRecorderC::Write(const CSimulation& simulation)
+{
+    if (!m_file.is_open())
+        return;
+    const Pose truth = simulation.TruePose();
+    const Pose measured = simulation.MeasuredPose();
+    char line[512];
+    std::snprintf(line, sizeof line, "%.2f,%.4f,%.4f,%.6f,%.4f,%.4f,%.4f,%.6f,%.5f,%.5f,%d,%d\n",
+                  simulation.Time(), truth.position.x, truth.position.y,
+                  NormaliseHeading(truth.heading), measured.position.x, measured.position.y,
+                  simulation.Speed(), simulation.SteeringAngle(), simulation.TrueCrossTrackError(),
+                  simulation.TrueImplementCrossTrackError(), simulation.Status().pass,
+                  simulation.Engaged() ? 1 : 0);
+    m_file << line << std::flush;
+}

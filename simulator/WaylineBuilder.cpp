@@ -1,0 +1,130 @@
+#include "simulator/WaylineBuilder.h"
+
+#include <algorithm>
+#include <cmath>
+
+using Core::Maths::Vector3;
+
+namespace {
+
+constexpr double kRecordingDistance = 0.5;
+constexpr double kShortestDrive = 1.0;
+constexpr std::size_t kMostRemembered = 64;
+
+double Distance(const Vector3<double>& from, const Vector3<double>& to)
+{
+    return std::hypot(to.x - from.x, to.y - from.y);
+}
+
+} // namespace
+
+bool WaylineBuilderC::Begin(Kestrove::EWaylineType kind)
+{
+    if (kind < Kestrove::EWaylineTypeAB || kind > Kestrove::EWaylineTypePath)
+        return false;
+    Clear();
+    m_kind = kind;
+    return true;
+}
+
+void WaylineBuilderC::Clear()
+{
+    Remember();
+    m_waypoints = {};
+    m_recorded.clear();
+    m_kind = Kestrove::EWaylineTypeEmpty;
+}
+
+std::string WaylineBuilderC::Set(int number, const Waypoint& waypoint, const Vector3<double>& here)
+{
+    if (number < 0 || number >= kMostWaypoints)
+        return std::to_string(number) + " is no waypoint, allowed is 0 to 2";
+    if (IsDriven() && number == 1) {
+        if (!Recording())
+            return "no drive is being recorded that waypoint 1 could end";
+        std::vector<Vector3<double>> drive = m_recorded;
+        if (Distance(drive.back(), here) > 0.0)
+            drive.push_back(here);
+        if (LengthOf(drive) < kShortestDrive)
+            return "the recorded drive is " + std::to_string(LengthOf(drive)) +
+                   " m long, allowed is 1 m at least";
+        m_recorded = std::move(drive);
+    }
+    Remember();
+    if (IsDriven() && number == 0) {
+        m_recorded.assign(1, here);
+        m_waypoints[1].reset();
+    }
+    m_waypoints[static_cast<std::size_t>(number)] = waypoint;
+    return {};
+}
+
+bool WaylineBuilderC::IsSet(int number) const
+{
+    return number >= 0 && number < kMostWaypoints &&
+           m_waypoints[static_cast<std::size_t>(number)].has_value();
+}
+
+int WaylineBuilderC::Restore()
+{
+    if (!m_history.empty()) {
+        m_waypoints = m_history.back();
+        m_history.pop_back();
+    }
+    return static_cast<int>(
+        std::count_if(m_waypoints.begin(), m_waypoints.end(),
+                      [](const auto& waypoint) { return waypoint.has_value(); }));
+}
+
+void WaylineBuilderC::Record(const Vector3<double>& here)
+{
+    if (!Recording())
+        return;
+    if (m_recorded.empty() || Distance(m_recorded.back(), here) >= kRecordingDistance)
+        m_recorded.push_back(here);
+}
+
+bool WaylineBuilderC::Recording() const
+{
+    return IsDriven() && IsSet(0) && !IsSet(1);
+}
+
+Kestrove::WaylinePtr WaylineBuilderC::Wayline() const
+{
+    const auto at = [this](std::size_t number) { return m_waypoints[number]->position; };
+    const bool drive = IsDriven() && IsSet(0) && IsSet(1) && m_recorded.size() > 1;
+    if (m_kind == Kestrove::EWaylineTypeAB && IsSet(0) && IsSet(1))
+        return Kestrove::WaylinePtr(new Kestrove::CABWayline(at(0), at(1)));
+    if (m_kind == Kestrove::EWaylineTypeAHeading && IsSet(0))
+        return Kestrove::WaylinePtr(new Kestrove::CAHeadingWayline(at(0), m_waypoints[0]->heading));
+    if (m_kind == Kestrove::EWaylineTypeCircle && IsSet(0) && IsSet(1) && IsSet(2))
+        return Kestrove::WaylinePtr(new Kestrove::CCircleWayline(at(0), at(1), at(2)));
+    if (m_kind == Kestrove::EWaylineTypeSpline && drive)
+        return Kestrove::WaylinePtr(new Kestrove::CSplineWayline(m_recorded));
+    if (m_kind == Kestrove::EWaylineTypeABCurve && drive)
+        return Kestrove::WaylinePtr(new Kestrove::CABCurveWayline(m_recorded));
+    if (m_kind == Kestrove::EWaylineTypePath && drive)
+        return Kestrove::WaylinePtr(new Kestrove::CPathWayline());
+    return {};
+}
+
+bool WaylineBuilderC::IsDriven() const
+{
+    return m_kind == Kestrove::EWaylineTypeSpline || m_kind == Kestrove::EWaylineTypeABCurve ||
+           m_kind == Kestrove::EWaylineTypePath;
+}
+
+void WaylineBuilderC::Remember()
+{
+    m_history.push_back(m_waypoints);
+    if (m_history.size() > kMostRemembered)
+        m_history.erase(m_history.begin());
+}
+
+double LengthOf(const std::vector<Vector3<double>>& points)
+{
+    double length = 0.0;
+    for (std::size_t index = 1; index < points.size(); ++index)
+        length += Distance(points[index - 1], points[index]);
+    return length;
+}

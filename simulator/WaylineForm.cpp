@@ -1,0 +1,82 @@
+#include "simulator/WaylineForm.h"
+
+using Kestrove::CABCurveWayline;
+using Kestrove::CABWayline;
+using Kestrove::CAHeadingWayline;
+using Kestrove::CCircleWayline;
+using Kestrove::CSplineWayline;
+
+namespace {
+
+std::vector<Point> FromAbove(const std::vector<Core::Maths::Vector3<double>>& points)
+{
+    std::vector<Point> flat;
+    flat.reserve(points.size());
+    for (const auto& point : points)
+        flat.push_back({point.x, point.y});
+    return flat;
+}
+
+std::optional<LineDefinition> LineOfDrive(const std::vector<Core::Maths::Vector3<double>>& drive)
+{
+    if (drive.empty())
+        return std::nullopt;
+    return RecordedLine(FromAbove(drive));
+}
+
+/// What keeps a list from being read as a wayline although its length may be right.
+std::string Unreadable(const BListC& list)
+{
+    if (list.Size() == 0 || list.TypeAt(0) != EBElementType::Integer)
+        return "the list does not begin with the code of a kind";
+    for (int index = 1; index < list.Size(); ++index) {
+        const EBElementType type = list.TypeAt(index);
+        if (type != EBElementType::Integer && type != EBElementType::Double)
+            return "element " + std::to_string(index) + " is no number";
+    }
+    const int kind = list.GetInt(0);
+    const bool hasPoints =
+        kind == Kestrove::EWaylineTypeSpline || kind == Kestrove::EWaylineTypeABCurve;
+    const std::int64_t count = list.GetInt64(1);
+    if (hasPoints && (count < 0 || count > (list.Size() - 2) / 3))
+        return std::to_string(count) + " points are announced, and " +
+               std::to_string((list.Size() - 2) / 3) + " are there";
+    return {};
+}
+
+} // namespace
+
+Kestrove::WaylinePtr ReadWayline(const BListC& list, std::string& problem)
+{
+    problem = Unreadable(list);
+    if (!problem.empty())
+        return {};
+    // Reading leaves the list as it is; the interface of the wayline model merely does not say so.
+    Kestrove::WaylinePtr wayline = Kestrove::CWayline::FromBList(const_cast<BListC*>(&list));
+    if (!wayline)
+        problem = "a list of " + std::to_string(list.Size()) + " elements is no wayline of kind " +
+                  std::to_string(list.GetInt(0));
+    return wayline;
+}
+
+std::optional<LineDefinition> LineOf(const Kestrove::CWayline& wayline,
+                                     const RecordedDrives& drives)
+{
+    if (const auto* line = dynamic_cast<const CABWayline*>(&wayline))
+        return StraightLine({line->pointAX, line->pointAY}, {line->pointBX, line->pointBY});
+    if (const auto* line = dynamic_cast<const CAHeadingWayline*>(&wayline))
+        return HeadingLine({line->pointAX, line->pointAY}, line->heading);
+    if (const auto* circle = dynamic_cast<const CCircleWayline*>(&wayline))
+        return CircleLine({circle->firstPointX, circle->firstPointY},
+                          {circle->secondPointX, circle->secondPointY},
+                          {circle->thirdPointX, circle->thirdPointY});
+    if (const auto* spline = dynamic_cast<const CSplineWayline*>(&wayline))
+        return SplineLine(FromAbove(spline->points));
+    if (const auto* curve = dynamic_cast<const CABCurveWayline*>(&wayline))
+        return CurveLine(FromAbove(curve->points));
+    if (wayline.Type() == Kestrove::EWaylineTypePath)
+        return LineOfDrive(drives.path);
+    if (wayline.Type() == Kestrove::EWaylineTypeReplay)
+        return LineOfDrive(drives.last);
+    return std::nullopt;
+}

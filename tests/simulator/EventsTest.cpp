@@ -1,0 +1,208 @@
+#include "simulator/Events.h"
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/simulator/Service.h"
+#include "tests/simulator/Values.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+TEST(ServiceEvents, TellASubscriberThePresentState)
+{
+    Service service;
+
+    EXPECT_EQ(Texts{"cb_engage_status [0, 0, 0, 0, 0]"}, service.Subscribe("cb_engage_status"));
+    EXPECT_EQ(Texts{"cb_guidance_status [0, 0.0, 0.0, 0.0]"},
+              service.Subscribe("cb_guidance_status"));
+    EXPECT_EQ(Texts{"cb_offsets [0.0]"}, service.Subscribe("cb_offsets"));
+    EXPECT_EQ(Texts{"cb_wayline_status [0, 0, 0, -1, 0.0]"},
+              service.Subscribe("cb_wayline_status"));
+    EXPECT_EQ(Texts{"cb_relative_position [0.0, 0.0, 0.0]"},
+              service.Subscribe("cb_relative_position"));
+    EXPECT_EQ(Texts{"cb_draw_points [0]"}, service.Subscribe("cb_draw_points"));
+    EXPECT_EQ(Texts{}, service.Subscribe("cb_no_event"));
+}
+
+TEST(ServiceEvents, TellASubscriberOfTuningEveryParameter)
+{
+    Service service;
+    service.Notify("set_tuning_parameter", "[2, 0.75, 0]");
+
+    const Texts told = service.Subscribe("cb_tuning_parameter_changed");
+
+    ASSERT_EQ(4u, told.size());
+    for (int parameter = 0; parameter < 4; ++parameter) {
+        const std::string value =
+            service.Request("get_tuning_parameter", "[" + std::to_string(parameter) + "]");
+        EXPECT_EQ("cb_tuning_parameter_changed [" + std::to_string(parameter) + ", " + value + "]",
+                  told[static_cast<std::size_t>(parameter)]);
+    }
+}
+
+/// A call that changes a value, and the one event that tells it.
+struct Change
+{
+    const char* operation;
+    const char* arguments;
+    const char* event;
+    const char* payload;
+};
+
+const std::vector<Change> kChanges{
+    {"SetImplementWidth", "[1, 7.5]", "cb_implement_width_changed", "[7.5]"},
+    {"set_nudge", "[1, 0.5]", "cb_offsets", "[0.5]"},
+    {"SetFieldOffset", "[1, 0.25]", "cb_offsets", "[0.25]"},
+    {"SetImplementOffset", "[1, -0.25]", "cb_offsets", "[-0.25]"},
+    {"set_tuning_parameter", "[2, 0.75, 0]", "cb_tuning_parameter_changed", "[2, 0.75]"},
+    {"StopNavigation", "[1]", "cb_engage_status", "[0, 0, 0, 0, 0]"},
+    {"StopNavigation", "[1]", "cb_wayline_status", "[1, 0, 0, 0, 0.0]"},
+    {"EngageSteering", "[1]", "cb_engage_status", "[1, 1, 1, 0, 0]"},
+    {"clear_wayline", "[]", "cb_wayline_status", "[0, 0, 0, -1, 0.0]"},
+    {"start_wayline", "[1]", "cb_wayline_status", "[0, 0, 0, 1, 0.0]"},
+};
+
+TEST(ServiceEvents, TellAChangeOnceAndAtOnce)
+{
+    for (const Change& row : kChanges) {
+        Service service;
+        service.NavigateNorth();
+        service.Notify(row.operation, row.arguments);
+
+        EXPECT_EQ(Texts{row.payload}, service.Told(row.event)) << row.operation;
+
+        service.Notify(row.operation, row.arguments);
+        EXPECT_EQ(Texts{}, service.Told(row.event)) << row.operation << " again";
+    }
+}
+
+TEST(ServiceEvents, TellAValueThatWasClamped)
+{
+    Service service;
+    const double highest = ListFrom(service.Request("GetTuningLimits", "[0]"))->GetDouble(2);
+    service.Forget();
+
+    service.Notify("set_tuning_parameter", "[0, 1000.0, 0]");
+
+    BListC expected(nullptr);
+    expected.AddInt(0);
+    expected.AddDouble(highest);
+    EXPECT_EQ(Texts{TextOf(&expected)}, service.Told("cb_tuning_parameter_changed"));
+}
+
+TEST(ServiceEvents, TellAValueThatNewLimitsMove)
+{
+    Service service;
+
+    service.Notify("SetTuningLimits", "[3, 0.125, 0.25, 0.375]");
+
+    EXPECT_EQ(Texts{"[3, 0.375]"}, service.Told("cb_tuning_parameter_changed"));
+}
+
+TEST(ServiceEvents, TellNothingWhenAValueWasRefused)
+{
+    Service service;
+
+    service.Request("SetImplementWidth", "[1, 0.0]");
+    service.Notify("set_tuning_parameter", "[0, nan, 0]");
+    service.Notify("set_nudge", "[1, nan]");
+
+    for (const char* event : {"cb_implement_width_changed", "cb_offsets"})
+        EXPECT_EQ(Texts{}, service.Told(event)) << event;
+}
+
+TEST(ServiceEvents, TellGuidanceAndPositionTenTimesASecond)
+{
+    for (const char* event : {"cb_guidance_status", "cb_relative_position"}) {
+        Service service;
+        service.NavigateNorth();
+
+        service.Advance(10.0);
+
+        EXPECT_EQ(100u, service.Told(event).size()) << event;
+    }
+}
+
+TEST(ServiceEvents, TellTheDrawPointsOnceASecond)
+{
+    Service service;
+    service.NavigateNorth();
+
+    service.Advance(10.0);
+
+    const Texts told = service.Told("cb_draw_points");
+    EXPECT_EQ(10u, told.size());
+    const auto payload = ListFrom(told.back());
+    EXPECT_EQ(1 + 2 * payload->GetInt(0), payload->Size());
+    EXPECT_NEAR(20.0 - 50.0, payload->GetDouble(2), 3.0);
+    EXPECT_NEAR(20.0 + 150.0, payload->GetDouble(payload->Size() - 1), 3.0);
+}
+
+TEST(ServiceEvents, TellTheDrawPointsAtOnceWhenThePassChanges)
+{
+    Service service(0.0);
+    service.NavigateNorth();
+    service.Advance(1.1);
+    const double width = service.World().ImplementWidth();
+    service.Told("cb_draw_points");
+
+    // The line moves by one width to the right, so that the pass at its left lies here.
+    BListC offset(nullptr);
+    offset.AddInt(1);
+    offset.AddDouble(width);
+    service.Core().Request("SetFieldOffset", offset);
+    service.Request("StartNavigation", "[1, 1]");
+    service.Advance(0.1);
+
+    EXPECT_EQ(1u, service.Told("cb_draw_points").size());
+    EXPECT_EQ(-1, service.World().Status().pass);
+}
+
+TEST(ServiceEvents, TellThatSteeringWasDroppedByTheService)
+{
+    Service service;
+    service.NavigateNorth();
+    service.Notify("set_low_speed_engage_timeout", "[0.5, 0]");
+    service.Request("EngageSteering", "[1]");
+    service.Notify("SetVelocitySetPoint", "[0.0]");
+    service.Forget();
+
+    ASSERT_TRUE(service.AdvanceUntil("IsSteeringEngaged", "[]", "0", 20.0));
+
+    EXPECT_EQ("[0, 0, 1, 0, 1]", service.Told("cb_engage_status").back());
+}
+
+TEST(ServiceEvents, TellThatTheMachineMovesInReverse)
+{
+    Service service(-1.0);
+    service.NavigateNorth();
+
+    service.Advance(0.5);
+
+    EXPECT_EQ(Texts{"cb_engage_status [0, 0, 1, 1, 0]"}, service.Subscribe("cb_engage_status"));
+}
+
+TEST(ServiceEvents, AreTheSameForTheSameSeed)
+{
+    const auto drive = [](std::uint64_t seed) {
+        SimulationOptions world;
+        world.speed = 2.0;
+        world.seed = seed;
+        world.ground = EGround::Field;
+        Service service(world);
+        service.NavigateNorth();
+        service.Request("EngageSteering", "[1]");
+        service.Advance(20.0);
+        return service.Told("cb_guidance_status");
+    };
+
+    EXPECT_EQ(drive(7), drive(7));
+    EXPECT_NE(drive(7), drive(8));
+}
+
+} // namespace

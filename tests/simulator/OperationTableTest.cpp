@@ -1,0 +1,205 @@
+#include "simulator/OperationTable.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/simulator/Service.h"
+#include "tests/simulator/Values.h"
+
+namespace {
+
+/// An operation as it stands on the link.
+struct Row
+{
+    const char* name;
+    const char* wants;     ///< the argument types
+    const char* arguments; ///< some that fit
+    const char* reply;     ///< its shape: the types of the values in it
+};
+
+const std::vector<Row> kRows{
+    {"IsSteeringEngaged", "[]", "[]", "int"},
+    {"EngageSteering", "[int]", "[1]", "int"},
+    {"DisengageSteering", "[int]", "[1]", "int"},
+    {"StartNavigation", "[int, int]", "[1, 1]", "int"},
+    {"StopNavigation", "[int]", "[1]", "int"},
+    {"ClearNavigation", "[]", "[]", "int"},
+    {"ReinitialiseNavigation", "[int]", "[1]", "int"},
+    {"IsNavigationActivated", "[]", "[]", "int"},
+    {"why_not_engaged", "[]", "[]", "[text]"},
+    {"set_reverse_engage_enabled", "[int, int]", "[1, 0]", "nil"},
+    {"get_reverse_engage_enabled", "[int]", "[1]", "int"},
+    {"set_reverse_engage_allowed", "[int, int]", "[1, 0]", "nil"},
+    {"get_reverse_engage_allowed", "[int]", "[1]", "int"},
+    {"set_low_speed_engage_allowed", "[int, int]", "[1, 0]", "nil"},
+    {"get_low_speed_engage_allowed", "[int]", "[1]", "int"},
+    {"set_low_speed_engage_timeout", "[double, int]", "[2.5, 0]", "nil"},
+    {"get_low_speed_engage_timeout", "[int]", "[1]", "double"},
+    {"set_lookahead_time", "[double, int]", "[1.5, 0]", "nil"},
+    {"get_lookahead_time", "[int]", "[1]", "double"},
+    {"set_wayline_origin", "[double, double, double]", "[51.0, 7.0, 100.0]", "nil"},
+    {"calculate_headings", "[list, ...]", "[[5], [6]]", "[double, double]"},
+    {"get_wayline", "[]", "[]", "nil"},
+    {"clear_wayline", "[]", "[]", "int"},
+    {"start_wayline", "[int]", "[0]", "int"},
+    {"set_waypoint", "[int, double, double, double, double]", "[0, 0.0, 0.0, 0.0, 0.0]", "int"},
+    {"is_waypoint_set", "[int]", "[0]", "int"},
+    {"RestoreWaypoints", "[int]", "[1]", "int"},
+    {"Nudge", "[int, int, double]", "[1, 1, 0.5]", "[int, double, double, double]"},
+    {"AutoSetNudge", "[int]", "[1]", "[int, double, double, double]"},
+    {"get_nudge_vector", "[]", "[]", "[double, double, double]"},
+    {"get_nudge", "[int]", "[1]", "double"},
+    {"set_nudge", "[int, double]", "[1, 0.5]", "nil"},
+    {"AutoSetFieldOffset", "[int]", "[1]", "int"},
+    {"SetFieldOffset", "[int, double]", "[1, 0.5]", "int"},
+    {"GetFieldOffset", "[int]", "[1]", "double"},
+    {"SetImplementOffset", "[int, double]", "[1, 0.5]", "int"},
+    {"GetImplementOffset", "[int]", "[1]", "double"},
+    {"SetSplinesUseImplementOffset", "[int]", "[1]", "nil"},
+    {"SetImplementWidth", "[int, double]", "[1, 6.0]", "int"},
+    {"GetImplementWidth", "[int]", "[1]", "double"},
+    {"SetPositionData", "[text]",
+     "['1=51;2=7;3=0;4=0;5=1;6=0;7=0;8=0;9=0;10=0;11=0;12=0;13=0;14=0;15=1;16=4;17=9;18=1;19=0;"
+     "20=1;21=0']",
+     "nil"},
+    {"GetTuningLimits", "[int]", "[0]", "[double, double, double]"},
+    {"SetTuningLimits", "[int, double, double, double]", "[2, 0.1, 0.5, 0.9]", "nil"},
+    {"get_tuning_parameter", "[int]", "[3]", "double"},
+    {"set_tuning_parameter", "[int, double, int]", "[3, 0.5, 0]", "nil"},
+    {"reset_integral", "[]", "[]", "nil"},
+    {"GetVelocitySetPoint", "[]", "[]", "[double]"},
+    {"SetVelocitySetPoint", "[double]", "[2.5]", "nil"},
+    {"GetCurveFilterSize", "[int]", "[1]", "int"},
+    {"SetCurveFilterSize", "[int, int]", "[1, 7]", "nil"},
+};
+
+/// The argument list takes any length and is judged by its handler.
+const Row kSetWayline{"set_wayline", "a wayline's list form", "[0, 0.0, 0.0, 0.0, 0.0, 100.0, 0.0]",
+                      "int"};
+
+std::string Joined(const BListC& list, const std::string& extra)
+{
+    const std::string text = TextOf(&list);
+    return text.substr(0, text.size() - 1) + (list.Size() > 0 ? ", " : "") + extra + "]";
+}
+
+std::string ShapeOf(const BElementC* value)
+{
+    if (value == nullptr)
+        return "nil";
+    if (const auto* list = dynamic_cast<const BListC*>(value))
+        return DescribeTypes(*list);
+    return value->Type() == EBElementType::Integer ? "int" : "double";
+}
+
+TEST(ServiceOperations, AreAllInTheTable)
+{
+    std::vector<std::string> expected{kSetWayline.name};
+    for (const Row& row : kRows)
+        expected.emplace_back(row.name);
+    std::sort(expected.begin(), expected.end());
+
+    EXPECT_EQ(expected, Service().Core().OperationNames());
+}
+
+TEST(ServiceOperations, AnswerInTheirShape)
+{
+    for (const Row& row : kRows) {
+        Service service(0.0);
+        const Answer answer = service.Core().Request(row.name, *ListFrom(row.arguments));
+
+        EXPECT_EQ("", answer.error) << row.name;
+        EXPECT_EQ(row.reply, ShapeOf(answer.value.get())) << row.name;
+    }
+}
+
+TEST(ServiceOperations, RefuseOneArgumentMore)
+{
+    for (const Row& row : kRows) {
+        const std::string arguments = Joined(*ListFrom(row.arguments), "nil");
+        const std::string given = DescribeTypes(*ListFrom(arguments));
+
+        EXPECT_EQ("error: " + std::string(row.name) + " wants " + row.wants + ", not " + given,
+                  Service().Request(row.name, arguments));
+    }
+}
+
+TEST(ServiceOperations, RefuseArgumentsOfAnotherType)
+{
+    for (const Row& row : kRows) {
+        const std::string name = row.name;
+        const int count = name == "calculate_headings" ? 1 : ListFrom(row.arguments)->Size();
+        if (count == 0)
+            continue;
+        std::string arguments = "[nil";
+        for (int index = 1; index < count; ++index)
+            arguments += ", nil";
+        arguments += "]";
+
+        const std::string reply = Service().Request(name, arguments);
+        EXPECT_EQ(0u, reply.find("error: " + name + " wants " + row.wants)) << reply;
+    }
+}
+
+TEST(ServiceOperations, LogANotificationThatTheyRefuse)
+{
+    for (const Row& row : kRows) {
+        Service service;
+        service.Notify(row.name, Joined(*ListFrom(row.arguments), "'more'"));
+
+        EXPECT_NE(std::string::npos,
+                  service.Log().find("notification ignored: " + std::string(row.name) + " wants " +
+                                     row.wants))
+            << service.Log();
+    }
+}
+
+TEST(ServiceOperations, TakeAWholeNumberForADouble)
+{
+    Service service;
+
+    service.Notify("set_lookahead_time", "[2, 0]");
+
+    EXPECT_EQ("2.0", service.Request("get_lookahead_time", "[1]"));
+}
+
+TEST(ServiceOperations, TakeNoDoubleForAnInt)
+{
+    EXPECT_EQ("error: StartNavigation wants [int, int], not [int, double]",
+              Service().Request("StartNavigation", "[1, 1.0]"));
+}
+
+TEST(ServiceOperations, CountEveryIntButZeroAsTrue)
+{
+    Service service;
+
+    service.Notify("set_reverse_engage_enabled", "[-2, 0]");
+
+    EXPECT_EQ("1", service.Request("get_reverse_engage_enabled", "[1]"));
+}
+
+TEST(ServiceOperations, NameAnOperationThatThereIsNot)
+{
+    EXPECT_EQ("error: there is no operation \"engage_steering\"",
+              Service().Request("engage_steering", "[1]"));
+}
+
+TEST(ServiceOperations, ShowOfAnOverlongNameWhatCanBePrinted)
+{
+    const std::string reply = Service().Request("a\n\x1b" + std::string(1000, 'x'), "[]");
+
+    EXPECT_EQ("error: there is no operation \"a??" + std::string(77, 'x') + "...\"", reply);
+}
+
+TEST(ServiceOperations, RefuseATuningParameterThatThereIsNot)
+{
+    for (const char* name : {"GetTuningLimits", "get_tuning_parameter"}) {
+        EXPECT_EQ("error: " + std::string(name) + ": 4 is no tuning parameter, allowed is 0 to 3",
+                  Service().Request(name, "[4]"));
+    }
+}
+
+} // namespace

@@ -1,0 +1,78 @@
+#include "simulator/TrackRecorder.h"
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/simulator/Directory.h"
+#include "tests/simulator/Service.h"
+
+namespace {
+
+std::vector<std::string> LinesOf(const std::string& text)
+{
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+std::vector<double> NumbersOf(const std::string& line)
+{
+    std::vector<double> numbers;
+    std::istringstream stream(line);
+    for (std::string number; std::getline(stream, number, ',');)
+        numbers.push_back(std::stod(number));
+    return numbers;
+}
+
+TEST(TrackRecorder, WritesALineEachTimeThatGuidanceRan)
+{
+    const Directory directory;
+    Service service(2.0);
+    service.NavigateNorth();
+    ASSERT_EQ("", service.Core().RecordTrack(directory.File("track.csv")));
+
+    service.Advance(1.0);
+
+    const std::vector<std::string> lines = LinesOf(directory.Read("track.csv"));
+    ASSERT_EQ(11u, lines.size());
+    EXPECT_EQ("time_s,true_x_m,true_y_m,true_heading_rad,measured_x_m,measured_y_m,speed_mps,"
+              "steering_angle_rad,cross_track_error_m,implement_cross_track_error_m,pass,engaged",
+              lines[0]);
+    for (std::size_t line = 1; line < lines.size(); ++line)
+        EXPECT_EQ(12u, NumbersOf(lines[line]).size()) << lines[line];
+}
+
+TEST(TrackRecorder, WritesWhereTheMachineIs)
+{
+    const Directory directory;
+    SimulationOptions world = IdealWorld(2.0);
+    world.startPose.position = {0.5, 0.0};
+    Service service(world);
+    service.NavigateNorth();
+    service.Request("EngageSteering", "[1]");
+    service.Core().RecordTrack(directory.File("track.csv"));
+
+    service.Advance(0.1);
+
+    const std::vector<double> row = NumbersOf(LinesOf(directory.Read("track.csv"))[1]);
+    EXPECT_NEAR(0.1, row[0], 1e-9);
+    EXPECT_NEAR(0.5, row[1], 0.01);
+    EXPECT_NEAR(0.2, row[2], 0.01);
+    EXPECT_NEAR(2.0, row[6], 0.01);
+    EXPECT_NEAR(0.5, row[8], 0.01);
+    EXPECT_EQ(0.0, row[10]);
+    EXPECT_EQ(1.0, row[11]);
+}
+
+TEST(TrackRecorder, TellsThatAFileCannotBeWritten)
+{
+    EXPECT_EQ("cannot write the track file /no/such/track.csv: No such file or directory",
+              TrackRecorderC().Open("/no/such/track.csv"));
+}
+
+} // namespace
