@@ -159,6 +159,11 @@ bool CScriptedService::WaitForSubscriptions(const std::string& event, std::size_
                             timeoutMilliseconds);
 }
 
+bool CScriptedService::WaitForAccepted(std::size_t count, int timeoutMilliseconds) const
+{
+    return m_state->WaitFor([&] { return m_state->m_acceptedCount >= count; }, timeoutMilliseconds);
+}
+
 bool CScriptedService::WaitForClients(std::size_t count, int timeoutMilliseconds) const
 {
     return m_state->WaitFor([&] { return m_state->m_clients.size() == count; },

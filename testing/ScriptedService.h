@@ -154,6 +154,10 @@ public:
     /// @return false when they have not within the time.
     bool WaitForSubscriptions(const std::string& event, std::size_t count,
                               int timeoutMilliseconds = kPatienceMilliseconds) const;
+    /// Waits until at least `count` connections have been accepted since the start.
+    ///
+    /// @return false when they have not within the time.
+    bool WaitForAccepted(std::size_t count, int timeoutMilliseconds = kPatienceMilliseconds) const;
     /// Waits until exactly `count` clients are connected.
     ///
     /// @return false when that is not so within the time.

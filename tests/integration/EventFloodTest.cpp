@@ -1,0 +1,64 @@
+#include <malloc.h>
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "testing/ScriptedService.h"
+#include "tests/integration/EventClient.h"
+#include "tests/support/AllocationMeter.h"
+#include "tests/support/Bytes.h"
+#include "tests/support/RawPeer.h"
+
+using Kestrove::Testing::CAnswer;
+using Kestrove::Testing::CScriptedService;
+
+namespace {
+
+constexpr int kEvents = 100'000;
+constexpr int kKept = 4096;
+
+std::string NumberedOffsets()
+{
+    std::string bytes;
+    for (int number = 1; number <= kEvents; ++number) {
+        bytes += Bytes::Notification("cb_offsets", '\x91' + Bytes::Float64(number));
+    }
+    return bytes;
+}
+
+} // namespace
+
+TEST(EventFlood, OfAnApplicationThatDoesNotReadIsBoundedCountedAndLeavesTheLinkAlive)
+{
+    CScriptedService service;
+    service.Answer("EngageSteering", 1);
+    CEventClient client;
+    client.TakeOffsets();
+    ASSERT_TRUE(service.WaitForSubscriptions("cb_offsets", 1));
+    service.SendBytes(NumberedOffsets()); // one after the other, while the application is elsewhere
+    const CAllocationMeter meter;
+    client.SetTimeout(20000);
+    EXPECT_EQ(1, client.EngageSteering()); // takes in all of it on the way to its reply
+    EXPECT_LE(meter.LargestBlock(), std::size_t{4} * 1024 * 1024);
+    EXPECT_EQ(static_cast<unsigned long>(kEvents - kKept), client.DroppedEvents());
+    EXPECT_EQ(kKept, client.CheckCallbacks());
+    EXPECT_EQ("offset " + std::to_string(kEvents - kKept + 1), client.Calls().front());
+    EXPECT_EQ("offset 100000", client.Calls().back());
+    EXPECT_EQ(1U, service.AcceptedCount());
+}
+
+TEST(EventFlood, LosesNothingOfAnApplicationThatReads)
+{
+    CScriptedService service;
+    CEventClient client;
+    client.TakeOffsets();
+    ASSERT_TRUE(service.WaitForSubscriptions("cb_offsets", 1));
+    for (int number = 1; number <= 4000; ++number) {
+        service.Push("cb_offsets", {static_cast<double>(number)});
+        client.CheckCallbacks();
+    }
+    ASSERT_TRUE(client.ProcessUntil(4000));
+    EXPECT_EQ("offset 4000", client.Calls().back());
+    EXPECT_EQ(0U, client.DroppedEvents());
+}

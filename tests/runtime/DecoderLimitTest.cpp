@@ -1,0 +1,160 @@
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "runtime/MessageDecoder.h"
+#include "tests/runtime/DecoderFeed.h"
+#include "tests/support/AllocationMeter.h"
+#include "tests/support/Bytes.h"
+
+using Bytes::BigEndian;
+using Bytes::FromHex;
+using EResult = MessageDecoderC::EResult;
+
+namespace {
+
+constexpr std::size_t kLargestMessage = std::size_t{32} * 1024 * 1024;
+constexpr std::size_t kMostElements = 4'194'304;
+
+EResult Decode(const std::string& bytes)
+{
+    MessageDecoderC decoder;
+    MessageC message;
+    Feed(decoder, bytes);
+    return decoder.Next(message);
+}
+
+/// An event of `size` bytes in all, whose payload is one long text.
+std::string EventOfSize(std::size_t size)
+{
+    const std::string head = FromHex("93 02 a1 65 91 db");
+    const std::size_t length = size - head.size() - 4;
+    return head + BigEndian(length, 4) + std::string(length, 'x');
+}
+
+/// An event whose payload holds `count` values, at the bottom of `levels` lists.
+std::string EventNested(int levels, std::size_t count)
+{
+    std::string bytes = FromHex("93 02 a1 65");
+    bytes += std::string(static_cast<std::size_t>(levels) - 1, '\x91');
+    return bytes + '\xdd' + BigEndian(count, 4) + std::string(count, '\x07');
+}
+
+} // namespace
+
+TEST(DecoderLimit, Takes32MebibytesAndRefusesOneByteMore)
+{
+    EXPECT_EQ(EResult::Complete, Decode(EventOfSize(kLargestMessage)));
+    EXPECT_EQ(EResult::Bad, Decode(EventOfSize(kLargestMessage + 1)));
+}
+
+TEST(DecoderLimit, CountsTheBytesOfEachMessageAlone)
+{
+    MessageDecoderC decoder;
+    MessageC message;
+    const std::string bytes = EventOfSize(kLargestMessage / 2 + 1000);
+    for (int round = 0; round < 3; ++round) {
+        Feed(decoder, bytes);
+        ASSERT_EQ(EResult::Complete, decoder.Next(message)) << round;
+    }
+}
+
+TEST(DecoderLimit, RefusesAMessageThatGrowsPastTheLimitWithoutAnEnd)
+{
+    MessageDecoderC decoder;
+    MessageC message;
+    Feed(decoder, FromHex("93 02 a1 65 91 db ff ff ff ff"));
+    const std::string portion(std::size_t{1024} * 1024, 'x');
+    EResult result = decoder.Next(message);
+    int portions = 0;
+    while (result == EResult::NeedMore && portions < 40) {
+        Feed(decoder, portion);
+        result = decoder.Next(message);
+        ++portions;
+    }
+    EXPECT_EQ(EResult::Bad, result);
+    EXPECT_EQ(32, portions);
+}
+
+TEST(DecoderLimit, Takes4194304ElementsAndRefusesOneMore)
+{
+    EXPECT_EQ(EResult::Complete, Decode(EventNested(1, kMostElements)));
+    EXPECT_EQ(EResult::Bad, Decode(EventNested(1, kMostElements + 1)));
+}
+
+TEST(DecoderLimit, CountsTheElementsOfAllListsOfAMessageTogether)
+{
+    const std::string half =
+        '\xdd' + BigEndian(kMostElements / 2, 4) + std::string(kMostElements / 2, '\x07');
+    EXPECT_EQ(EResult::Bad, Decode(FromHex("93 02 a1 65 92") + half + half));
+}
+
+TEST(DecoderLimit, RefusesTooManyElementsAtTheirAnnouncement)
+{
+    EXPECT_EQ(EResult::Bad, Decode(FromHex("93 02 a1 65 dd 00 40 00 01")));
+    EXPECT_EQ(EResult::Bad, Decode(FromHex("93 02 a1 65 91 df ff ff ff ff")));
+}
+
+TEST(DecoderLimit, Takes64LevelsAndRefuses65)
+{
+    EXPECT_EQ(EResult::Complete, Decode(EventNested(64, 1)));
+    EXPECT_EQ(EResult::Bad, Decode(EventNested(65, 1)));
+}
+
+TEST(DecoderLimit, CountsTheLevelsOfDictionariesToo)
+{
+    std::string bytes = FromHex("93 02 a1 65 91");
+    for (int level = 1; level < 65; ++level) {
+        bytes += FromHex("81 a1 6b");
+    }
+    EXPECT_EQ(EResult::Bad, Decode(bytes + '\x07'));
+}
+
+TEST(DecoderLimit, RefusesAMillionLevelsWithoutOverflowingTheStack)
+{
+    EXPECT_EQ(EResult::Bad, Decode(FromHex("93 02 a1 65") + std::string(1'000'000, '\x91')));
+}
+
+TEST(DecoderLimit, AllocatesNothingForALengthThatIsOnlyAnnounced)
+{
+    const char* const announcements[] = {
+        "93 02 a1 65 91 db ff ff ff ff",       // a text of 4 GiB
+        "93 02 a1 65 91 c6 ff ff ff ff",       // as many bytes
+        "93 02 db ff ff ff ff",                // a name of that length
+        "93 02 a1 65 dd ff ff ff ff",          // a list of 2^32 elements
+        "93 02 a1 65 dd 00 40 00 00",          // a list of as many as are allowed
+        "93 02 a1 65 91 df ff ff ff ff",       // a dictionary of 2^32 entries
+        "93 02 a1 65 91 df 00 3f ff ff",       // of as many as are allowed
+        "93 02 a1 65 91 81 db ff ff ff ff 61", // a key of 4 GiB
+    };
+    for (const char* const announcement : announcements) {
+        const std::string bytes = FromHex(announcement);
+        const CAllocationMeter meter;
+        Decode(bytes);
+        EXPECT_LE(meter.LargestBlock(), std::size_t{64} * 1024) << announcement;
+    }
+}
+
+TEST(DecoderLimit, AllocatesNoMoreForNestedAnnouncementsThanHasArrived)
+{
+    // 63 lists, each of which announces as many elements as bytes could justify.
+    std::string bytes = FromHex("93 02 a1 65");
+    for (int level = 0; level < 63; ++level) {
+        bytes += FromHex("dd 00 01 00 00");
+    }
+    const CAllocationMeter meter;
+    Decode(bytes);
+    EXPECT_LE(meter.LargestBlock(), std::size_t{64} * 1024);
+    EXPECT_LE(meter.BlockCount(), 400U);
+}
+
+TEST(DecoderLimit, GivesALargeBufferBackOnceItIsEmpty)
+{
+    MessageDecoderC decoder;
+    MessageC message;
+    Feed(decoder, EventOfSize(std::size_t{8} * 1024 * 1024));
+    ASSERT_EQ(EResult::Complete, decoder.Next(message));
+    std::size_t room = 0;
+    decoder.Space(room);
+    EXPECT_LE(room, std::size_t{1024} * 1024);
+}

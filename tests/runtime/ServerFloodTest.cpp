@@ -1,0 +1,130 @@
+#include <ctime>
+#include <future>
+#include <string>
+#include <thread>
+
+#include <netinet/in.h>
+#include <pthread.h>
+#include <sys/socket.h>
+
+#include <gtest/gtest.h>
+
+#include "tests/runtime/RunningService.h"
+#include "tests/support/Bytes.h"
+#include "tests/support/DescriptorHog.h"
+#include "tests/support/RawClient.h"
+
+using Bytes::Notification;
+using Bytes::Request;
+using Bytes::Subscription;
+
+namespace {
+
+constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
+
+void PushText(MPISocketServerC& server, std::size_t size)
+{
+    BListC payload(nullptr);
+    payload.AddString(std::string(size, 'x'));
+    server.Push("ev", payload);
+}
+
+void Settle(CRawClient& client)
+{
+    client.Send(Request(99, "settle", "\x90"));
+    while (client.Read().number != 99) {
+    }
+}
+
+/// The processor time that a thread has used, in milliseconds.
+double ProcessorTime(std::thread& thread)
+{
+    clockid_t clock = 0;
+    ::pthread_getcpuclockid(thread.native_handle(), &clock);
+    timespec time = {};
+    ::clock_gettime(clock, &time);
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+}
+
+} // namespace
+
+TEST(ServerFlood, DisconnectsAClientThatDoesNotReadAndServesTheOthers)
+{
+    CRunningService service;
+    CRawClient slow(service.Port());
+    CRawClient other(service.Port());
+    slow.Send(Subscription("ev"));
+    Settle(slow);
+    int pushed = 0;
+    for (; service.ClientCount() == 2 && pushed < 64; ++pushed) {
+        service.OnLoop([](MPISocketServerC& server) { PushText(server, kMebibyte); });
+        Settle(other);
+    }
+    EXPECT_TRUE(service.WaitForNotes("disconnected 1 too much is waiting"));
+    EXPECT_GE(pushed, 8);
+    EXPECT_LE(pushed, 32); // the limit, and what the system's buffers take
+    Settle(other);
+}
+
+TEST(ServerFlood, DeliversMoreThanTheLimitToAClientThatReads)
+{
+    CRunningService service;
+    CRawClient reader(service.Port());
+    reader.Send(Subscription("ev"));
+    Settle(reader);
+    for (int round = 0; round < 24; ++round) {
+        service.OnLoop([](MPISocketServerC& server) { PushText(server, kMebibyte); });
+        ASSERT_LT(kMebibyte, reader.Read().bytes.size()) << round;
+    }
+}
+
+TEST(ServerFlood, SharesTheLoopBetweenAClientThatFloodsAndOneThatAsks)
+{
+    CRunningService service;
+    CRawClient flooder(service.Port());
+    CRawClient asker(service.Port());
+    std::promise<void> hasAsked;
+    int flooded = 0;
+    int floodedBeforeTheQuestion = 0;
+    service.On("n", [&](auto&, auto, auto) {
+        if (++flooded == 1) {
+            hasAsked.get_future().wait(); // both clients' bytes lie ready from here on
+        }
+    });
+    service.On("q", [&](auto& server, auto client, auto number) {
+        floodedBeforeTheQuestion = flooded;
+        server.Reply(client, number, nullptr);
+    });
+    std::string packet;
+    for (int count = 0; count < 10000; ++count) {
+        packet += Notification("n", "\x90");
+    }
+    flooder.Send(packet);
+    EXPECT_TRUE(service.WaitForNotes("notification n"));
+    asker.Send(Request(1, "q", "\x90"));
+    hasAsked.set_value();
+    EXPECT_EQ(1U, asker.Read().number);
+    EXPECT_LE(floodedBeforeTheQuestion, 1000);
+    EXPECT_TRUE(service.WaitForNotes("notification n", 10000));
+}
+
+TEST(ServerFlood, WaitsInsteadOfSpinningWhenNoDescriptorIsLeft)
+{
+    CRunningService service;
+    const std::uint16_t port = service.Port();
+    CRawClient client(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    {
+        const CDescriptorHog hog;
+        const double before = ProcessorTime(service.Thread());
+        ASSERT_EQ(0, ::connect(client.Descriptor(), reinterpret_cast<sockaddr*>(&address),
+                               sizeof(address)));
+        client.Send(Request(1, "a", "\x90"));
+        EXPECT_FALSE(client.HasInput(400));
+        EXPECT_LT(ProcessorTime(service.Thread()) - before, 100.0);
+    }
+    EXPECT_EQ("[1,1,null,1]", client.Read().text);
+}

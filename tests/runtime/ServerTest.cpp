@@ -1,0 +1,412 @@
+#include "runtime/MPISocketServer.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/runtime/RunningService.h"
+#include "tests/support/Bytes.h"
+#include "tests/support/RawClient.h"
+
+using Bytes::FromHex;
+using Bytes::Notification;
+using Bytes::Request;
+using Bytes::Subscription;
+using testing::Contains;
+using testing::StartsWith;
+
+namespace {
+
+std::unique_ptr<BListC> ListOfOne(int value)
+{
+    auto list = std::make_unique<BListC>(nullptr);
+    list->AddInt(value);
+    return list;
+}
+
+/// Waits for the answer to a request that comes last, so that all before it has been served.
+void Settle(CRawClient& client)
+{
+    client.Send(Request(99, "settle", "\x90"));
+    while (client.Read().number != 99) {
+    }
+}
+
+bool Connects(std::uint16_t port, const std::string& address)
+{
+    try {
+        CRawClient client(port, address);
+        return true;
+    } catch (const std::system_error&) {
+        return false;
+    }
+}
+
+struct BadBytes
+{
+    const char* what;
+    const char* bytes;
+};
+
+const BadBytes kBad[] = {
+    {"a text line", "47 45 54 20 2f 0d 0a"},
+    {"an integer", "07"},
+    {"an unknown kind", "94 05 01 a1 61 90"},
+    {"arguments that are no list", "94 00 01 a1 61 07"},
+    {"an extension", "93 02 a1 61 91 d4 01 00"},
+    {"65 levels", nullptr},
+    {"a response", "94 01 01 c0 07"},
+};
+
+std::string BytesOf(const BadBytes& row)
+{
+    return row.bytes != nullptr ? FromHex(row.bytes)
+                                : FromHex("93 02 a1 61") + std::string(65, '\x91') + '\x07';
+}
+
+} // namespace
+
+TEST(Server, AnswersEveryClientByItsRequestNumber)
+{
+    CRunningService service;
+    CRawClient first(service.Port());
+    CRawClient second(service.Port());
+    first.Send(Request(7, "a", FromHex("92 01 02")));
+    second.Send(Request(0xffffffffffffffff, "b", "\x90"));
+    EXPECT_EQ("[1,7,null,1]", first.Read().text);
+    EXPECT_EQ("[1,18446744073709551615,null,1]", second.Read().text);
+    EXPECT_THAT(service.Notes(), Contains("request a of 2"));
+    EXPECT_EQ(2U, service.ClientCount());
+}
+
+TEST(Server, AnswersRequestsOfOnePacketInTheirOrder)
+{
+    CRunningService service;
+    CRawClient client(service.Port());
+    std::string packet;
+    for (std::uint64_t number = 1; number <= 500; ++number) {
+        packet += Request(number, "a", "\x90");
+    }
+    client.Send(packet);
+    for (std::uint64_t number = 1; number <= 500; ++number) {
+        ASSERT_EQ(number, client.Read().number);
+    }
+}
+
+TEST(Server, TakesARequestSplitAtEveryByte)
+{
+    CRunningService service;
+    CRawClient client(service.Port());
+    const std::string request = Request(7, "echo", FromHex("92 01 a1 78"));
+    for (std::size_t at = 1; at < request.size(); ++at) {
+        client.Send(request.substr(0, at));
+        client.Send(request.substr(at));
+        EXPECT_EQ("[1,7,null,1]", client.Read().text) << at;
+    }
+}
+
+TEST(Server, ClosesTheConnectionThatSendsNoMessageAndCountsIt)
+{
+    CRunningService service;
+    CRawClient other(service.Port());
+    unsigned long count = 0;
+    for (const BadBytes& row : kBad) {
+        CRawClient bad(service.Port());
+        bad.Send(BytesOf(row));
+        bad.WaitForEnd();
+        EXPECT_EQ(++count, service.RejectedMessages()) << row.what;
+        Settle(other);
+    }
+    EXPECT_EQ(1U, service.ClientCount());
+}
+
+TEST(Server, AnswersWhatCameBeforeTheBadBytes)
+{
+    CRunningService service;
+    CRawClient client(service.Port());
+    client.Send(Request(3, "a", "\x90") + '\xc1');
+    EXPECT_EQ("[1,3,null,1]", client.Read().text);
+    EXPECT_EQ(0, client.WaitForEnd());
+    EXPECT_TRUE(service.WaitForNotes("disconnected 1 no message"));
+}
+
+TEST(Server, GivesNothingTextsListsAndErrorsAsAnswers)
+{
+    CRunningService service;
+    service.On("nothing", [](auto& server, auto client, auto number) {
+        server.Reply(client, number, nullptr);
+    });
+    service.On("list", [](auto& server, auto client, auto number) {
+        server.Reply(client, number, ListOfOne(5).get());
+    });
+    service.On("error", [](auto& server, auto client, auto number) {
+        server.ReplyError(client, number, "no line");
+    });
+    CRawClient client(service.Port());
+    client.Send(Request(1, "nothing", "\x90") + Request(2, "list", "\x90") +
+                Request(3, "error", "\x90"));
+    EXPECT_EQ("[1,1,null,null]", client.Read().text);
+    EXPECT_EQ("[1,2,null,[5]]", client.Read().text);
+    EXPECT_EQ("[1,3,\"no line\",null]", client.Read().text);
+}
+
+TEST(Server, AnswersWithTheTextOfAnException)
+{
+    CRunningService service;
+    service.On("throw", [](auto&, auto, auto) { throw std::runtime_error("out of field"); });
+    service.On("throw_number", [](auto&, auto, auto) { throw 7; });
+    CRawClient client(service.Port());
+    client.Send(Request(1, "throw", "\x90") + Request(2, "throw_number", "\x90"));
+    EXPECT_EQ("[1,1,\"out of field\",null]", client.Read().text);
+    EXPECT_EQ("[1,2,\"failed without a reason\",null]", client.Read().text);
+    Settle(client);
+}
+
+TEST(Server, GoesOnAfterAnExceptionThatNobodyWaitsFor)
+{
+    CRunningService service;
+    const auto fail = [](auto&, auto, auto) { throw std::runtime_error("no"); };
+    for (const char* const name : {"connected", "subscribed", "note", "disconnected"}) {
+        service.On(name, fail);
+    }
+    {
+        CRawClient client(service.Port());
+        client.Send(Notification("note", "\x90") + Subscription("ev"));
+        Settle(client);
+    }
+    EXPECT_TRUE(service.WaitForNotes("failed 1 connecting no"));
+    EXPECT_TRUE(service.WaitForNotes("failed 1 note no"));
+    EXPECT_TRUE(service.WaitForNotes("failed 1 subscribe no"));
+    EXPECT_TRUE(service.WaitForNotes("failed 1 disconnecting no"));
+}
+
+TEST(Server, PushesAnEventOnceToEachSubscriberOfIt)
+{
+    CRunningService service;
+    CRawClient subscriber(service.Port());
+    CRawClient other(service.Port());
+    subscriber.Send(Subscription("ev") + Subscription("ev"));
+    other.Send(Subscription("ev2"));
+    Settle(subscriber);
+    Settle(other);
+    service.OnLoop([](MPISocketServerC& server) {
+        server.Push("ev", *ListOfOne(7));
+        server.Push("ev2", *ListOfOne(8));
+    });
+    EXPECT_EQ("[2,\"ev\",[7]]", subscriber.Read().text);
+    EXPECT_EQ("[2,\"ev2\",[8]]", other.Read().text);
+    EXPECT_FALSE(subscriber.HasInput(0));
+}
+
+TEST(Server, TellsOfASubscriptionOnceAName)
+{
+    CRunningService service;
+    CRawClient client(service.Port());
+    client.Send(Subscription("ev") + Subscription("ev2") + Subscription("ev"));
+    Settle(client);
+    const std::vector<std::string> expected = {"connected 1", "subscribed ev", "subscribed ev2",
+                                               "request settle of 0"};
+    EXPECT_EQ(expected, service.Notes());
+}
+
+TEST(Server, LetsTheHandlerPushThePresentStateOnASubscription)
+{
+    CRunningService service;
+    service.On("subscribed",
+               [](auto& server, auto client, auto) { server.PushTo(client, "ev", *ListOfOne(1)); });
+    CRawClient client(service.Port());
+    client.Send(Subscription("ev"));
+    EXPECT_EQ("[2,\"ev\",[1]]", client.Read().text);
+}
+
+TEST(Server, NotesASubscriptionWithoutANameAndGoesOn)
+{
+    const std::string longName = "\x91\xda\x01\x01" + std::string(257, 'x');
+    const std::string rows[] = {"\x90", FromHex("91 07"), FromHex("92 a1 61 a1 62"), longName};
+    CRunningService service;
+    CRawClient client(service.Port());
+    for (const std::string& arguments : rows) {
+        client.Send(Notification("subscribe", arguments));
+    }
+    Settle(client);
+    EXPECT_TRUE(service.WaitForNotes("failed 1 subscribe wants the name of one event", 4));
+}
+
+TEST(Server, EndsAClientThatSubscribesWithoutEnd)
+{
+    CRunningService service;
+    CRawClient client(service.Port());
+    std::string packet;
+    for (int number = 0; number < 1025; ++number) {
+        packet += Subscription("ev" + std::to_string(number));
+    }
+    client.Send(packet);
+    client.WaitForEnd();
+    EXPECT_TRUE(service.WaitForNotes("disconnected 1 subscribed to too many events"));
+}
+
+TEST(Server, LetsTheHandlerDisconnectAClientFromEveryCall)
+{
+    for (const char* const call : {"connected", "request", "note", "subscribed"}) {
+        CRunningService service;
+        service.On(call, [](auto& server, auto client, auto) {
+            server.Disconnect(client, "unwanted");
+            server.PushTo(client, "ev", *ListOfOne(1));
+        });
+        CRawClient client(service.Port());
+        client.Send(Subscription("ev") + Notification("note", "\x90") +
+                    Request(1, "request", "\x90"));
+        client.WaitForEnd();
+        EXPECT_TRUE(service.WaitForNotes("disconnected 1 unwanted")) << call;
+        EXPECT_EQ(0U, service.ClientCount()) << call;
+    }
+}
+
+TEST(Server, MayBeDestroyedFromInsideACall)
+{
+    CRunningService service;
+    service.On("end", [&](auto&, auto, auto) { service.DestroyServer(); });
+    CRawClient client(service.Port());
+    client.Send(Notification("end", "\x90") + Notification("end", "\x90"));
+    client.WaitForEnd();
+    EXPECT_TRUE(service.WaitForNotes("notification end"));
+}
+
+TEST(Server, DeliversAnAnswerThatADisconnectionFollows)
+{
+    CRunningService service;
+    service.On("bye", [](auto& server, auto client, auto number) {
+        server.Reply(client, number, ListOfOne(1).get());
+        server.Disconnect(client, "bye");
+    });
+    CRawClient client(service.Port());
+    client.Send(Request(1, "bye", "\x90"));
+    EXPECT_EQ("[1,1,null,[1]]", client.Read().text);
+    EXPECT_EQ(0, client.WaitForEnd());
+}
+
+TEST(Server, ResetsConnectionsWhenAskedTo)
+{
+    CRunningService service;
+    CRawClient client(service.Port());
+    Settle(client);
+    service.OnLoop([](MPISocketServerC& server) { server.DisconnectAll(true); });
+    EXPECT_EQ(ECONNRESET, client.WaitForEnd());
+}
+
+TEST(Server, IgnoresAnswersToAClientThatIsGone)
+{
+    CRunningService service;
+    service.OnLoop([](MPISocketServerC& server) {
+        server.Reply(1, 1, nullptr);
+        server.ReplyError(77, 1, "too late");
+        server.PushTo(77, "ev", *ListOfOne(1));
+        server.Disconnect(77, "gone");
+    });
+    CRawClient client(service.Port());
+    Settle(client);
+}
+
+TEST(Server, AnswersWithAnErrorInsteadOfAValueThatNoClientTakes)
+{
+    CRunningService service;
+    service.On("deep", [](auto& server, auto client, auto number) {
+        auto deep = std::make_unique<BListC>(nullptr);
+        for (int level = 0; level < 70; ++level) {
+            auto outer = std::make_unique<BListC>(nullptr);
+            outer->Add(deep.release());
+            deep = std::move(outer);
+        }
+        server.Reply(client, number, deep.get());
+    });
+    CRawClient client(service.Port());
+    client.Send(Request(1, "deep", "\x90"));
+    EXPECT_EQ("[1,1,\"the answer is nested too deep\",null]", client.Read().text);
+}
+
+TEST(Server, SaysWhichPortIsTaken)
+{
+    CRunningService service;
+    const std::uint16_t port = service.Port();
+    asio::io_context loop;
+    for (const EListenOn addresses : {EListenOn::Both, EListenOn::IPv4Only, EListenOn::IPv6Only}) {
+        MPISocketServerC second(loop, service);
+        EXPECT_EQ("port " + std::to_string(port) + " is already in use",
+                  second.Listen(port, addresses));
+        EXPECT_EQ(0, second.Port());
+    }
+}
+
+TEST(Server, ListensOnTheSamePortAgainWhileOldConnectionsFadeOut)
+{
+    CRunningService service;
+    const std::uint16_t port = service.Port();
+    for (int round = 0; round < 3; ++round) {
+        CRawClient client(port);
+        Settle(client);
+        service.OnLoop([&](MPISocketServerC& server) {
+            server.StopListening();
+            EXPECT_EQ(0, server.Port());
+            server.DisconnectAll();
+            EXPECT_EQ("", server.Listen(port));
+        });
+    }
+}
+
+TEST(Server, KeepsItsConnectionsWhenItStopsListening)
+{
+    CRunningService service;
+    const std::uint16_t port = service.Port();
+    CRawClient client(port);
+    Settle(client);
+    service.OnLoop([](MPISocketServerC& server) { server.StopListening(); });
+    Settle(client);
+    EXPECT_FALSE(Connects(port, "127.0.0.1"));
+}
+
+TEST(Server, ListensOnTheChosenLoopbackAddressesOnly)
+{
+    struct
+    {
+        EListenOn addresses;
+        bool onV4;
+        bool onV6;
+    } const rows[] = {{EListenOn::Both, true, true},
+                      {EListenOn::IPv4Only, true, false},
+                      {EListenOn::IPv6Only, false, true}};
+    for (const auto& row : rows) {
+        CRunningService service(row.addresses);
+        EXPECT_EQ(row.onV4, Connects(service.Port(), "127.0.0.1"));
+        EXPECT_EQ(row.onV6, Connects(service.Port(), "::1"));
+        EXPECT_FALSE(Connects(service.Port(), "127.0.0.2"));
+    }
+}
+
+TEST(Server, OpensEverySocketCloseOnExec)
+{
+    CRunningService service;
+    CRawClient client(service.Port());
+    Settle(client);
+    int sockets = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        const int descriptor = std::stoi(entry.path().filename().string());
+        int type = 0;
+        socklen_t size = sizeof(type);
+        if (::getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &size) == 0 &&
+            type == SOCK_STREAM) {
+            ++sockets;
+            EXPECT_NE(0, ::fcntl(descriptor, F_GETFD) & FD_CLOEXEC) << descriptor;
+        }
+    }
+    EXPECT_GE(sockets, 4); // two listeners, both ends of the connection
+}

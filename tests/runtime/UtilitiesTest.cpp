@@ -1,0 +1,203 @@
+#include <clocale>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/Utilities.h"
+
+using Core::Utilities::ParseDouble;
+using Core::Utilities::ParseInt;
+using Core::Utilities::SplitString;
+using testing::ElementsAre;
+
+namespace {
+
+constexpr int kUntouched = 4711;
+
+struct IntText
+{
+    const char* text;
+    int value;
+};
+
+const IntText kInts[] = {
+    {"0", 0},
+    {"-0", 0},
+    {"7", 7},
+    {"+7", 7},
+    {"-7", -7},
+    {"007", 7},
+    {"2147483647", std::numeric_limits<int>::max()},
+    {"-2147483648", std::numeric_limits<int>::min()},
+};
+
+const char* const kNoInts[] = {"",           " ",           "-",  "+",   "--7", "+-7",
+                               "-+7",        "7 ",          " 7", "7.0", "1e3", "0x10",
+                               "2147483648", "-2147483649", "7a", "a",   "1,0", "++7"};
+
+struct DoubleText
+{
+    const char* text;
+    double value;
+};
+
+const DoubleText kDoubles[] = {
+    {"0", 0.0},
+    {"-0.0", -0.0},
+    {"+1.5", 1.5},
+    {"-2.5e3", -2500.0},
+    {"1e-3", 0.001},
+    {"1E3", 1000.0},
+    {".5", 0.5},
+    {"5.", 5.0},
+    {"0.1", 0.1},
+    {"1e+22", 1e22},
+    {"5e-324", std::numeric_limits<double>::denorm_min()},
+    {"1.7976931348623157e+308", std::numeric_limits<double>::max()},
+    {"inf", std::numeric_limits<double>::infinity()},
+    {"-inf", -std::numeric_limits<double>::infinity()},
+};
+
+const char* const kNoDoubles[] = {"",   " ",  ".",     "-",    "+-1", "1.5 ", " 1.5", "1,5",
+                                  "1e", "e5", "0x1p3", "1.5x", "--1", "1..5", "nul",  "in"};
+
+} // namespace
+
+TEST(ParseInt, TakesADecimalNumberWithAnOptionalSign)
+{
+    for (const IntText& row : kInts) {
+        int value = kUntouched;
+        EXPECT_NE(0, ParseInt(row.text, value)) << row.text;
+        EXPECT_EQ(row.value, value) << row.text;
+    }
+}
+
+TEST(ParseInt, RefusesEverythingElseAndLeavesTheValue)
+{
+    for (const char* const text : kNoInts) {
+        int value = kUntouched;
+        EXPECT_EQ(0, ParseInt(text, value)) << '"' << text << '"';
+        EXPECT_EQ(kUntouched, value) << '"' << text << '"';
+    }
+}
+
+TEST(ParseInt, RefusesATextWithAZeroByte)
+{
+    int value = kUntouched;
+    EXPECT_EQ(0, ParseInt(std::string("7\0", 2), value));
+}
+
+TEST(ParseDouble, TakesADecimalNumberWithAnOptionalSign)
+{
+    for (const DoubleText& row : kDoubles) {
+        double value = kUntouched;
+        EXPECT_NE(0, ParseDouble(row.text, value)) << row.text;
+        EXPECT_EQ(row.value, value) << row.text;
+        EXPECT_EQ(std::signbit(row.value), std::signbit(value)) << row.text;
+    }
+}
+
+TEST(ParseDouble, TakesNan)
+{
+    double value = kUntouched;
+    EXPECT_NE(0, ParseDouble("nan", value));
+    EXPECT_TRUE(std::isnan(value));
+}
+
+TEST(ParseDouble, RefusesEverythingElseAndLeavesTheValue)
+{
+    for (const char* const text : kNoDoubles) {
+        double value = kUntouched;
+        EXPECT_EQ(0, ParseDouble(text, value)) << '"' << text << '"';
+        EXPECT_EQ(static_cast<double>(kUntouched), value) << '"' << text << '"';
+    }
+}
+
+TEST(ParseDouble, DoesNotDependOnTheLocale)
+{
+    const std::string before = std::setlocale(LC_ALL, nullptr);
+    const char* const comma = std::setlocale(LC_ALL, "de_DE.UTF-8");
+    double value = kUntouched;
+    EXPECT_NE(0, ParseDouble("1.5", value)) << (comma == nullptr ? "no such locale here" : comma);
+    EXPECT_EQ(1.5, value);
+    EXPECT_EQ(0, ParseDouble("1,5", value));
+    std::setlocale(LC_ALL, before.c_str());
+}
+
+TEST(SplitIntoWords, MakesNoEmptyWords)
+{
+    const char* const texts[] = {"a bc d", " a bc d", "a bc d ", "a   bc  d", "  a bc   d  "};
+    for (const char* const text : texts) {
+        std::vector<std::string> parts = {"old"};
+        EXPECT_NE(0, SplitString(text, ' ', parts, 0)) << '"' << text << '"';
+        EXPECT_THAT(parts, ElementsAre("a", "bc", "d")) << '"' << text << '"';
+    }
+}
+
+TEST(SplitIntoWords, FailsWithoutAWordAndEmptiesTheParts)
+{
+    for (const char* const text : {"", " ", "    "}) {
+        std::vector<std::string> parts = {"old"};
+        EXPECT_EQ(0, SplitString(text, ' ', parts, 0)) << '"' << text << '"';
+        EXPECT_TRUE(parts.empty()) << '"' << text << '"';
+    }
+}
+
+TEST(SplitIntoWords, SplitsAtTheSeparatorAlone)
+{
+    std::vector<std::string> parts;
+    EXPECT_NE(0, SplitString("a\tb,c d", ',', parts, 0));
+    EXPECT_THAT(parts, ElementsAre("a\tb", "c d"));
+}
+
+TEST(SplitAtFirst, GivesTheWordAndTheRestAsItStands)
+{
+    std::string first;
+    std::string rest;
+    EXPECT_NE(0, SplitString("kind 1  2 ", ' ', first, rest));
+    EXPECT_EQ("kind", first);
+    EXPECT_EQ("1  2 ", rest);
+}
+
+TEST(SplitAtFirst, TakesATextWithoutASeparatorAsTheFirstWord)
+{
+    std::string first;
+    std::string rest = "old";
+    EXPECT_NE(0, SplitString("kind", ' ', first, rest));
+    EXPECT_EQ("kind", first);
+    EXPECT_EQ("", rest);
+}
+
+TEST(SplitAtFirst, GivesAnEmptyFirstWordForALeadingSeparator)
+{
+    std::string first = "old";
+    std::string rest;
+    EXPECT_NE(0, SplitString(" kind", ' ', first, rest));
+    EXPECT_EQ("", first);
+    EXPECT_EQ("kind", rest);
+}
+
+TEST(SplitAtFirst, FailsForAnEmptyTextAndLeavesBoth)
+{
+    std::string first = "old";
+    std::string rest = "older";
+    EXPECT_EQ(0, SplitString("", ' ', first, rest));
+    EXPECT_EQ("old", first);
+    EXPECT_EQ("older", rest);
+}
+
+TEST(SplitAtFirst, MaySplitATextIntoItself)
+{
+    std::string text = "a b c";
+    std::string first;
+    EXPECT_NE(0, SplitString(text, ' ', first, text));
+    EXPECT_EQ("a", first);
+    EXPECT_EQ("b c", text);
+    EXPECT_NE(0, SplitString(text, ' ', text, first));
+    EXPECT_EQ("b", text);
+    EXPECT_EQ("c", first);
+}
