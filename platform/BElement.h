@@ -78,8 +78,7 @@ public:
 
 private:
     EBElementType m_type = EBElementType::Nothing;
-    union
-    {
+    union {
         std::int64_t m_integer = 0;
         double m_double;
     };
@@ -140,8 +139,7 @@ protected:
 private:
     struct Slot
     {
-        union
-        {
+        union {
             std::int64_t integer;
             double number;
             BElementC* element;

@@ -20,8 +20,8 @@ public:
     /// listens recovers too.
     int CheckCallbacks() override;
 
-    /// Whether the connection is usable: looks at the link like IsLinkUp(); a client that reconnects
-    /// makes one attempt to reopen a link that is lost.
+    /// Whether the connection is usable: looks at the link like IsLinkUp(); a client that
+    /// reconnects makes one attempt to reopen a link that is lost.
     bool VerifyConnection();
 };
 

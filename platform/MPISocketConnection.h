@@ -50,7 +50,10 @@ public:
     virtual int CheckCallbacks();
     /// Sets the time-out of requests, of sending and of ProcessMessages(true), in milliseconds; -1
     /// waits without limit. 2000 unless set. Applied at the next call.
-    virtual void SetTimeout(int timeoutMilliseconds) { m_timeoutMilliseconds = timeoutMilliseconds; }
+    virtual void SetTimeout(int timeoutMilliseconds)
+    {
+        m_timeoutMilliseconds = timeoutMilliseconds;
+    }
     /// Sends one message whole.
     ///
     /// @param encoder holds the message; stays the caller's.
@@ -64,14 +67,15 @@ public:
     /// @param wait whether to wait up to the time-out for something to arrive.
     /// @return whether something arrived.
     virtual bool ReceiveMessage(bool wait);
-    /// A request from the peer has arrived, with the entries "msgid", "method" and "params". Answers
-    /// it with an error, since a client serves nothing; an override may do better.
+    /// A request from the peer has arrived, with the entries "msgid", "method" and "params".
+    /// Answers it with an error, since a client serves nothing; an override may do better.
     ///
     /// @param message belongs to the connection and lives until the call returns.
     virtual void MessageReceived(BDictionaryC* message);
 
     /// Sends a request and waits for its reply, for at most the time-out. Does not look whether the
-    /// link still lives and never reopens it (see IsLinkUp()); sends the request once or not at all.
+    /// link still lives and never reopens it (see IsLinkUp()); sends the request once or not at
+    /// all.
     ///
     /// @param name the service name.
     /// @param arguments the argument list; stays the caller's. Null stands for an empty list.
@@ -89,7 +93,8 @@ public:
     /// subscription a name and connection is sent, however often a name is registered.
     ///
     /// @param name the event.
-    /// @param callback what to call for each; owned from now on. Replaces an earlier callback of the
+    /// @param callback what to call for each; owned from now on. Replaces an earlier callback of
+    /// the
     ///        name, which is destroyed (after it returns, when it is running). Null is ignored.
     void RequestCallback(const std::string& name, MPICallbackBase* callback);
 
@@ -104,6 +109,9 @@ public:
 protected:
     int m_timeoutMilliseconds = 2000;
     std::unique_ptr<MessageStateC> m_messages;
+
+private:
+    friend struct MessageStateC;
 };
 
 #endif

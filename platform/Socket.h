@@ -34,13 +34,14 @@ public:
     ///
     /// @return false when that fails, or when Connect() has never been called.
     virtual bool Reconnect();
-    /// Hook: a connection has just been opened or taken over. Nothing may be destroyed in it.
+    /// Hook: a connection has just been opened or taken over.
     virtual void Connected();
     /// Hook: a further descriptor to watch while messages are waited for; -1 for none.
     virtual int GetExtraReader();
     /// Hook: the descriptor that GetExtraReader() named has something to read.
     virtual void ReadExtra();
-    /// Hook: bytes have arrived and have been taken in.
+    /// Hook: bytes have arrived and have been taken in. Nothing may be sent from here, since a
+    /// message may be half written.
     virtual void DataReceived();
     /// Hook: bytes have arrived from the peer at the numeric address `host` and `port`. Called
     /// after DataReceived().

@@ -31,7 +31,8 @@ public:
             return -1;
         }
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_moment - Clock::now());
-        return static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left.count(), 0, INT_MAX));
+        return static_cast<int>(
+            std::clamp<std::chrono::milliseconds::rep>(left.count(), 0, INT_MAX));
     }
 
 private:

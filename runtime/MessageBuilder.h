@@ -10,8 +10,8 @@
 #include "runtime/MessageDecoder.h"
 
 /// Builds a message while the MessagePack parser visits it: the parser calls the functions below,
-/// whose names and shapes are its own, and each value goes straight to its place. A function answers
-/// false to stop the parser; Problem() then tells why.
+/// whose names and shapes are its own, and each value goes straight to its place. A function
+/// answers false to stop the parser; Problem() then tells why.
 class MessageBuilderC
 {
 public:

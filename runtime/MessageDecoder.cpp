@@ -82,7 +82,10 @@ char* MessageDecoderC::Space(std::size_t& room)
     return state.buffer.get() + state.end;
 }
 
-void MessageDecoderC::Arrived(std::size_t count) { m_state->end += count; }
+void MessageDecoderC::Arrived(std::size_t count)
+{
+    m_state->end += count;
+}
 
 MessageDecoderC::EResult MessageDecoderC::Next(MessageC& message)
 {
@@ -121,7 +124,10 @@ bool MessageDecoderC::InMessage() const
     return m_state->consumed > 0 || m_state->end > m_state->begin;
 }
 
-const std::string& MessageDecoderC::Problem() const { return m_state->problem; }
+const std::string& MessageDecoderC::Problem() const
+{
+    return m_state->problem;
+}
 
 void MessageDecoderC::Reset()
 {

@@ -44,7 +44,10 @@ bool TakePair(std::string_view pair, std::map<unsigned int, std::string>& values
 }
 
 /// A NaN has no sign in the text.
-double WithoutNanSign(double value) { return std::isnan(value) ? std::numeric_limits<double>::quiet_NaN() : value; }
+double WithoutNanSign(double value)
+{
+    return std::isnan(value) ? std::numeric_limits<double>::quiet_NaN() : value;
+}
 
 } // namespace
 
@@ -100,6 +103,9 @@ bool ObjectStore::ProcessInt(int& value, unsigned int tag)
     return found != m_values.end() && Utilities::ParseInt(found->second, value) != 0;
 }
 
-std::string ObjectStore::AsString() const { return m_text; }
+std::string ObjectStore::AsString() const
+{
+    return m_text;
+}
 
 } // namespace Core::IO

@@ -131,8 +131,7 @@ ETransfer Outcome(ssize_t result, std::size_t& count)
     if (result > 0) {
         return ETransfer::Done;
     }
-    const bool notNow =
-        result < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR);
+    const bool notNow = result < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR);
     return notNow ? ETransfer::NotNow : ETransfer::Closed;
 }
 

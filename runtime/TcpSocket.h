@@ -10,9 +10,9 @@
 /// How an attempt to send or receive ended.
 enum class ETransfer
 {
-    Done,    ///< at least one byte went
-    NotNow,  ///< none could go without waiting, or within the socket's time-out
-    Closed,  ///< the peer has closed or reset the connection
+    Done,   ///< at least one byte went
+    NotNow, ///< none could go without waiting, or within the socket's time-out
+    Closed, ///< the peer has closed or reset the connection
 };
 
 /// A connected TCP socket of the operating system, which it owns.

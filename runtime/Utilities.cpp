@@ -63,8 +63,14 @@ int SplitString(const std::string& text, char separator, std::string& first, std
     return 1;
 }
 
-int ParseInt(const std::string& text, int& value) { return ParseWhole(text, value); }
+int ParseInt(const std::string& text, int& value)
+{
+    return ParseWhole(text, value);
+}
 
-int ParseDouble(const std::string& text, double& value) { return ParseWhole(text, value); }
+int ParseDouble(const std::string& text, double& value)
+{
+    return ParseWhole(text, value);
+}
 
 } // namespace Core::Utilities

@@ -1,0 +1,3 @@
+#include "platform/MPICallback.h"
+
+MPICallbackBase::~MPICallbackBase() = default;

@@ -1,0 +1,279 @@
+#include "runtime/MessageState.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include <poll.h>
+
+#include "runtime/ElementText.h"
+
+namespace {
+
+/// What a peer would refuse is not sent.
+constexpr std::size_t kLargestMessage = std::size_t{32} * 1024 * 1024;
+/// How much is taken in at one look at the link: more than a socket buffers, so that the end of a
+/// connection is seen, and yet an end, for a peer that never stops sending.
+constexpr std::size_t kMostAtOneLook = std::size_t{16} * 1024 * 1024;
+constexpr std::size_t kBytesARead = std::size_t{64} * 1024;
+/// How many requests of the peer wait for their answer while a message of our own is half written.
+constexpr std::size_t kMostRequests = 1024;
+/// A wait that is this much shorter than the time-out still counts as the whole time-out.
+constexpr int kSlackMilliseconds = 5;
+constexpr std::chrono::milliseconds kReopeningPace(500);
+/// About what an event costs beside its values.
+constexpr std::size_t kEventBytes = 128;
+
+std::unique_ptr<BDictionaryC> DescriptionOf(MessageC& request)
+{
+    auto description = std::make_unique<BDictionaryC>(nullptr);
+    description->Add("msgid", new BAtomC(static_cast<std::int64_t>(request.id)));
+    description->Add("method", new BAtomC(request.method));
+    description->Add("params", request.arguments.release());
+    return description;
+}
+
+} // namespace
+
+bool MessageStateC::IsStill(unsigned long present)
+{
+    // A hook may have opened another connection in the meantime.
+    return IsUp() && SocketState().connections == present;
+}
+
+bool MessageStateC::Lose(ELinkError code, std::string reason)
+{
+    connection.Close();
+    return SocketState().Fail(code, std::move(reason));
+}
+
+bool MessageStateC::Send(const char* data, std::size_t size, const DeadlineC& deadline)
+{
+    TcpSocketC& tcp = SocketState().tcp;
+    const unsigned long present = SocketState().connections;
+    m_isSending = true;
+    std::size_t gone = 0;
+    while (gone < size && IsStill(present)) {
+        std::size_t sent = 0;
+        const ETransfer outcome = tcp.Send(data + gone, size - gone, sent);
+        gone += sent;
+        if (outcome == ETransfer::Closed) {
+            // What the peer had sent before it closed still counts.
+            TakeIn();
+            Lose(ELinkError::Closed, "the service closed the connection");
+        } else if (outcome == ETransfer::NotNow) {
+            // A peer that is itself waiting for room goes on when we read.
+            if (!tcp.Wait(true, deadline) || deadline.Passed()) {
+                Lose(ELinkError::TimedOut, "the service took no message in time");
+            } else {
+                Receive(false);
+            }
+        }
+    }
+    m_isSending = false;
+    return gone == size && IsStill(present);
+}
+
+ETransfer MessageStateC::Receive(bool mayWait)
+{
+    SocketStateC& socket = SocketState();
+    if (m_decodedConnection != socket.connections) {
+        m_decoder.Reset();
+        m_decodedConnection = socket.connections;
+    }
+    std::size_t room = 0;
+    char* const space = m_decoder.Space(room);
+    std::size_t received = 0;
+    const ETransfer outcome = mayWait ? socket.tcp.ReceiveWaiting(space, room, received)
+                                      : socket.tcp.ReceiveNow(space, room, received);
+    if (outcome == ETransfer::Closed) {
+        Lose(ELinkError::Closed, "the service closed the connection");
+        return outcome;
+    }
+    if (outcome == ETransfer::NotNow) {
+        return outcome;
+    }
+    m_decoder.Arrived(received);
+    connection.DataReceived();
+    connection.DataReceivedFrom(socket.tcp.PeerHost(), socket.tcp.PeerPort());
+    MessageC message;
+    auto decoded = m_decoder.Next(message);
+    while (decoded == MessageDecoderC::EResult::Complete) {
+        Sort(message);
+        decoded = m_decoder.Next(message);
+    }
+    if (decoded == MessageDecoderC::EResult::Bad) {
+        Lose(ELinkError::BadMessage, m_decoder.Problem());
+        return ETransfer::Closed;
+    }
+    AnswerRequests();
+    return ETransfer::Done;
+}
+
+void MessageStateC::Sort(MessageC& message)
+{
+    switch (message.kind) {
+    case MessageC::EKind::Response:
+        // Too late, twice, or never asked for: dropped by its number.
+        if (m_awaited.isAwaited && !m_awaited.hasCome && message.id == m_awaited.number) {
+            m_awaited.hasCome = true;
+            m_awaited.error = std::move(message.error);
+            m_awaited.result = std::move(message.result);
+        }
+        break;
+    case MessageC::EKind::Notification:
+        if (callbacks.find(message.method) != callbacks.end()) {
+            const std::size_t memory = message.memory + message.method.size() + kEventBytes;
+            events.Push({std::move(message.method), std::move(message.arguments), memory});
+        }
+        break;
+    case MessageC::EKind::Request:
+        if (m_requests.size() < kMostRequests) {
+            m_requests.push_back(DescriptionOf(message));
+        }
+        break;
+    }
+}
+
+void MessageStateC::AnswerRequests()
+{
+    if (m_isSending || m_requests.empty()) {
+        return;
+    }
+    const auto requests = std::move(m_requests);
+    m_requests.clear();
+    for (const auto& request : requests) {
+        if (IsUp()) {
+            connection.MessageReceived(request.get());
+        }
+    }
+}
+
+bool MessageStateC::TakeIn()
+{
+    const std::size_t most = kMostAtOneLook / kBytesARead;
+    std::size_t reads = 0;
+    while (IsUp() && reads < most && Receive(false) == ETransfer::Done) {
+        ++reads;
+    }
+    return reads > 0;
+}
+
+bool MessageStateC::Await(const DeadlineC& deadline)
+{
+    TcpSocketC& tcp = SocketState().tcp;
+    const int limit = connection.m_timeoutMilliseconds;
+    const int remaining = deadline.Remaining();
+    // The first wait of a call is left to the socket's own time-out: one system call. Later ones,
+    // with less time left than that, are waited for beforehand.
+    const bool isWhole = remaining < 0 || (limit > 0 && remaining >= limit - kSlackMilliseconds);
+    if (isWhole) {
+        tcp.SetReceiveTimeout(limit);
+    } else if (!tcp.Wait(false, deadline)) {
+        return false;
+    }
+    const ETransfer outcome = Receive(isWhole);
+    return outcome == ETransfer::Done || (outcome == ETransfer::NotNow && !deadline.Passed());
+}
+
+std::unique_ptr<BElementC> MessageStateC::AwaitReply(std::uint64_t number,
+                                                     const DeadlineC& deadline)
+{
+    Awaited outer = std::exchange(m_awaited, Awaited());
+    m_awaited.isAwaited = true;
+    m_awaited.number = number;
+    const unsigned long present = SocketState().connections;
+    while (!m_awaited.hasCome && IsStill(present) && Await(deadline)) {
+        if (!m_awaited.hasCome && deadline.Passed()) {
+            break;
+        }
+    }
+    Awaited reply = std::exchange(m_awaited, std::move(outer));
+    if (reply.hasCome) {
+        return ResultOf(std::move(reply));
+    }
+    if (IsStill(present) && m_decoder.InMessage()) {
+        // Its rest may never come, and nothing behind it could be read.
+        Lose(ELinkError::TimedOut, "a message of the service did not end in time");
+    } else if (IsStill(present)) {
+        SocketState().Fail(ELinkError::TimedOut, "no reply in time");
+    }
+    return nullptr;
+}
+
+std::unique_ptr<BElementC> MessageStateC::ResultOf(Awaited reply)
+{
+    if (reply.error != nullptr) {
+        SocketState().Fail(ELinkError::ServiceError, TextOf(*reply.error));
+        return nullptr;
+    }
+    if (reply.result == nullptr) {
+        SocketState().Fail(ELinkError::NoValue, "the service answered without a value");
+        return nullptr;
+    }
+    SocketState().Succeed();
+    return std::move(reply.result);
+}
+
+void MessageStateC::BeginMessage(MessageC::EKind kind)
+{
+    encoder.Clear();
+    encoder.WriteListHeader(kind == MessageC::EKind::Notification ? 3 : 4);
+    encoder.WriteInteger(static_cast<std::int64_t>(kind));
+}
+
+bool MessageStateC::FinishMessage(const std::string& name, const BListC* arguments)
+{
+    encoder.WriteString(name.data(), name.size());
+    if (arguments == nullptr) {
+        encoder.WriteListHeader(0);
+    } else if (!encoder.Write(*arguments)) {
+        return SocketState().Fail(ELinkError::BadMessage, "arguments nested deeper than 64 levels");
+    }
+    return encoder.Size() <= kLargestMessage ||
+           SocketState().Fail(ELinkError::BadMessage, "a message of more than 32 MiB");
+}
+
+bool MessageStateC::Subscribe(const std::string& name)
+{
+    BListC arguments(nullptr);
+    arguments.AddString(name);
+    return connection.SendNotification("subscribe", &arguments);
+}
+
+bool MessageStateC::WaitToProcess(const DeadlineC& deadline)
+{
+    int limit = deadline.Remaining();
+    if (!IsUp()) {
+        if (!reconnects || SocketState().port == 0) {
+            return false;
+        }
+        const auto pause = std::chrono::ceil<std::chrono::milliseconds>(
+            m_nextReopening - std::chrono::steady_clock::now());
+        const int untilReopening = static_cast<int>(std::max<long>(pause.count(), 0));
+        limit = limit < 0 ? untilReopening : std::min(limit, untilReopening);
+    }
+    // A negative descriptor is passed over.
+    std::array<pollfd, 2> entries{pollfd{connection.Descriptor(), POLLIN, 0},
+                                  pollfd{connection.GetExtraReader(), POLLIN, 0}};
+    ::poll(entries.data(), entries.size(), limit);
+    return true;
+}
+
+void MessageStateC::AttendExtraReader()
+{
+    pollfd entry{connection.GetExtraReader(), POLLIN, 0};
+    if (entry.fd >= 0 && ::poll(&entry, 1, 0) > 0) {
+        connection.ReadExtra();
+    }
+}
+
+void MessageStateC::ReopenPaced()
+{
+    const auto now = std::chrono::steady_clock::now();
+    if (SocketState().port == 0 || now < m_nextReopening) {
+        return;
+    }
+    m_nextReopening = now + kReopeningPace;
+    connection.Reconnect();
+}

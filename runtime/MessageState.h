@@ -1,0 +1,97 @@
+#ifndef KESTROVE_RUNTIME_MESSAGESTATE_H
+#define KESTROVE_RUNTIME_MESSAGESTATE_H
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/BEncoder.h"
+#include "platform/MPISocketConnection.h"
+#include "runtime/Deadline.h"
+#include "runtime/EventQueue.h"
+#include "runtime/MessageDecoder.h"
+#include "runtime/SocketState.h"
+
+/// The messages of a connection: what has arrived, what is awaited, who is called.
+///
+/// Bytes come in at four moments only: when the link is looked at, while a reply is awaited, while
+/// sending has to wait for room, and when messages are processed. Each ends in Receive(), which
+/// sorts what is complete: the reply that is awaited is kept, other replies are dropped by their
+/// number, events are queued, requests are answered once no message of our own is half written.
+struct MessageStateC
+{
+    explicit MessageStateC(MPISocketConnectionC& owner) : connection(owner) {}
+
+    /// Sends bytes whole before the deadline, or closes the connection.
+    bool Send(const char* data, std::size_t size, const DeadlineC& deadline);
+    /// Takes in all that has arrived, without waiting; closes a connection that the peer has
+    /// closed.
+    ///
+    /// @return whether anything arrived.
+    bool TakeIn();
+    /// Waits for something to arrive and takes it in.
+    ///
+    /// @return false when the deadline has passed or the connection is lost.
+    bool Await(const DeadlineC& deadline);
+    /// Waits for the reply under `number`.
+    ///
+    /// @return the result; null with the reason in the socket's error.
+    std::unique_ptr<BElementC> AwaitReply(std::uint64_t number, const DeadlineC& deadline);
+    /// Starts a message in the encoder: its outermost list and its kind.
+    void BeginMessage(MessageC::EKind kind);
+    /// Writes the name and the arguments behind it; false, with the reason, when that cannot be
+    /// sent.
+    bool FinishMessage(const std::string& name, const BListC* arguments);
+    /// Subscribes to an event on the present connection.
+    bool Subscribe(const std::string& name);
+    /// Waits until something is there to process, at most until `deadline`.
+    ///
+    /// @return false when there is no use in waiting longer.
+    bool WaitToProcess(const DeadlineC& deadline);
+    /// Calls ReadExtra() when the extra descriptor has something to read.
+    void AttendExtraReader();
+    /// Makes an attempt to reopen a lost connection, unless the last was less than 500 ms ago.
+    void ReopenPaced();
+
+    bool IsUp() const { return connection.m_connected || connection.m_accepted; }
+    SocketStateC& SocketState() { return *connection.m_socket; }
+
+    MPISocketConnectionC& connection;
+    BEncoderC encoder;
+    EventQueueC events;
+    /// What is registered. Shared, so that a callback that is replaced while it runs lives until it
+    /// returns.
+    std::map<std::string, std::shared_ptr<MPICallbackBase>> callbacks;
+    bool reconnects = false;
+    std::uint32_t lastNumber = 0;
+
+private:
+    /// Which reply is awaited, and whether it has come.
+    struct Awaited
+    {
+        bool isAwaited = false;
+        bool hasCome = false;
+        std::uint64_t number = 0;
+        std::unique_ptr<BElementC> error;
+        std::unique_ptr<BElementC> result;
+    };
+
+    bool IsStill(unsigned long present);
+    ETransfer Receive(bool mayWait);
+    void Sort(MessageC& message);
+    void AnswerRequests();
+    bool Lose(ELinkError code, std::string reason);
+    std::unique_ptr<BElementC> ResultOf(Awaited reply);
+
+    MessageDecoderC m_decoder;
+    unsigned long m_decodedConnection = 0; // whose bytes the decoder holds
+    Awaited m_awaited;
+    std::vector<std::unique_ptr<BDictionaryC>> m_requests;
+    bool m_isSending = false;
+    std::chrono::steady_clock::time_point m_nextReopening;
+};
+
+#endif
