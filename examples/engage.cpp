@@ -37,6 +37,8 @@ int main()
     navigation.SetLowSpeedEngageTimeout(4.0, keepOverRestart);
     PrintSettings(navigation);
 
+    // A straight line from point A to point B (metres: east, north, up).
+    navigation.SetWayline(Kestrove::WaylinePtr(new Kestrove::CABWayline({0, 0, 0}, {0, 100, 0})));
     const bool followNearestPass = true;
     const bool engaged =
         Succeeded(navigation, "start navigation", navigation.StartNavigation(followNearestPass)) &&
