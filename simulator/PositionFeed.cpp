@@ -64,8 +64,7 @@ COutcome PositionFeedC::SetOrigin(const GeodeticPlace& place)
 COutcome PositionFeedC::Feed(const PositionSample& sample)
 {
     if (!sample.positionValid)
-        return COutcome::Refused("sample " + std::to_string(sample.number) +
-                                 " says that its position is not valid");
+        return COutcome::Refused("the position is marked as not valid");
     const std::string problem = ImpossibleInSample(sample);
     if (!problem.empty())
         return COutcome::Refused(problem);

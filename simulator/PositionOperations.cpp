@@ -1,6 +1,7 @@
 #include "simulator/PositionOperations.h"
 
 #include "simulator/PositionSample.h"
+#include "simulator/world/Outcome.h"
 
 void PositionOperationsC::Register(OperationTableC& table)
 {
@@ -13,5 +14,9 @@ void PositionOperationsC::SetPositionData(const std::string& record)
     const std::string problem = ReadPositionSample(record, sample);
     if (!problem.empty())
         throw UnusableArgument(problem);
-    m_log.Carried("SetPositionData", m_feed.Feed(sample));
+    const COutcome outcome = m_feed.Feed(sample);
+    // A receiver that waits for a fix sends the same ten times a second; once is enough to know.
+    if (outcome.Reason() != m_lastRefusal)
+        m_log.Carried("SetPositionData", outcome);
+    m_lastRefusal = outcome.Reason();
 }

@@ -22,6 +22,7 @@ private:
 
     PositionFeedC& m_feed;
     const ServiceLogC& m_log;
+    std::string m_lastRefusal;
 };
 
 #endif

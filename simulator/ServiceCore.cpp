@@ -69,7 +69,8 @@ void ServiceCoreC::Step()
     if (!m_simulation.ControlRan())
         return;
     m_waylines.Record(m_feed.Height());
-    m_recorder.Write(m_simulation);
+    if (!m_recorder.Write(m_simulation))
+        m_log.Write(ELogLevel::Error, "the track file cannot be written any more and ends here");
     LogDrop();
     TellChanges(true);
 }

@@ -49,3 +49,10 @@ void ServiceLinkC::ClientDisconnected(ClientNumber client, const std::string& re
 {
     m_log.Write(ELogLevel::Debug, "client " + std::to_string(client) + " is gone: " + reason);
 }
+
+void ServiceLinkC::HandlerFailed(ClientNumber client, const std::string& name,
+                                 const std::string& reason)
+{
+    m_log.Write(ELogLevel::Warning, "notification " + Printable(name) + " of client " +
+                                        std::to_string(client) + " failed: " + reason);
+}

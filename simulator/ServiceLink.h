@@ -32,6 +32,8 @@ private:
     void Subscribed(ClientNumber client, const std::string& event) override;
     void ClientConnected(ClientNumber client) override;
     void ClientDisconnected(ClientNumber client, const std::string& reason) override;
+    void HandlerFailed(ClientNumber client, const std::string& name,
+                       const std::string& reason) override;
 
     ServiceCoreOptions Publishing(ServiceCoreOptions options);
 

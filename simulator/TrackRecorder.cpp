@@ -16,10 +16,10 @@ std::string TrackRecorderC::Open(const std::string& path)
     return {};
 }
 
-void TrackRecorderC::Write(const CSimulation& simulation)
+bool TrackRecorderC::Write(const CSimulation& simulation)
 {
     if (!m_file.is_open())
-        return;
+        return true;
     const Pose truth = simulation.TruePose();
     const Pose measured = simulation.MeasuredPose();
     char line[512];
@@ -30,4 +30,8 @@ void TrackRecorderC::Write(const CSimulation& simulation)
                   simulation.TrueImplementCrossTrackError(), simulation.Status().pass,
                   simulation.Engaged() ? 1 : 0);
     m_file << line << std::flush;
+    if (m_file)
+        return true;
+    m_file.close();
+    return false;
 }

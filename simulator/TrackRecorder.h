@@ -19,10 +19,10 @@ public:
     ///
     /// @return an empty text on success, otherwise why the file cannot be written.
     std::string Open(const std::string& path);
-    /// Whether a file is being written.
-    bool IsOpen() const { return m_file.is_open(); }
     /// Writes the present line; nothing happens without a file.
-    void Write(const CSimulation& simulation);
+    ///
+    /// @return false when the line could not be written; the file is closed then.
+    bool Write(const CSimulation& simulation);
 
 private:
     std::ofstream m_file;

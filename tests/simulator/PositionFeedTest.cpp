@@ -150,8 +150,24 @@ TEST(PositionFeed, PassesOverASampleThatIsNotValid)
     service.Advance(0.1);
 
     EXPECT_FALSE(service.World().FedMode());
-    EXPECT_NE(std::string::npos, service.Log().find("sample 1 says that its position is not valid"))
+    EXPECT_NE(std::string::npos, service.Log().find("the position is marked as not valid"))
         << service.Log();
+}
+
+TEST(PositionFeed, LogsARunOfBadSamplesOnce)
+{
+    Service service(0.0);
+    Sample bad;
+    bad.valid = false;
+    const std::string line = "SetPositionData refused: the position is marked as not valid\n";
+
+    for (int count = 0; count < 10; ++count)
+        Feed(service, bad);
+    EXPECT_EQ(line, service.Log());
+
+    Feed(service, {});
+    Feed(service, bad);
+    EXPECT_EQ(line + line, service.Log());
 }
 
 /// A record, and why it is not taken.

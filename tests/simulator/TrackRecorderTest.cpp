@@ -69,6 +69,16 @@ TEST(TrackRecorder, WritesWhereTheMachineIs)
     EXPECT_EQ(1.0, row[11]);
 }
 
+TEST(TrackRecorder, TellsOnceThatTheDeviceIsFull)
+{
+    Service service(2.0);
+    service.Core().RecordTrack("/dev/full");
+
+    service.Advance(1.0);
+
+    EXPECT_EQ("the track file cannot be written any more and ends here\n", service.Log());
+}
+
 TEST(TrackRecorder, TellsThatAFileCannotBeWritten)
 {
     EXPECT_EQ("cannot write the track file /no/such/track.csv: No such file or directory",
