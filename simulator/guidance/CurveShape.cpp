@@ -15,7 +15,7 @@ constexpr double kCurvatureReach = 1.0;
 /// How far ProjectNear() looks to both sides of the hint, metres.
 constexpr double kNearReach = 2.5;
 /// How far the corners of a parallel are rounded to both sides, points.
-constexpr int kCornerReach = 8;
+constexpr int kCornerReach = 16;
 
 } // namespace
 

@@ -29,14 +29,16 @@ std::vector<std::string> PlaceProblems(const EngageSituation& situation)
         problems.push_back("nothing is left of the pass so far inside of the bend");
         return problems;
     }
-    if (situation.distance > situation.implementWidth / 2.0)
+    if (situation.distance > situation.implementWidth / 2.0) {
         problems.push_back(Sentence("the machine is ", situation.distance,
                                     " m from the line, more than half the implement width of ",
                                     situation.implementWidth, " m"));
-    if (std::abs(situation.headingError) > kGreatestHeadingError)
+    }
+    if (std::abs(situation.headingError) > kGreatestHeadingError) {
         problems.push_back(Sentence(
             "the machine's heading is ", Degrees(std::abs(situation.headingError)),
             " degrees from the line's, more than ", Degrees(kGreatestHeadingError), " degrees"));
+    }
     return problems;
 }
 
@@ -98,6 +100,7 @@ void CEngagement::Engage()
 {
     m_engaged = true;
     m_dropReason.clear();
+    m_slow = false;
     m_slowSeconds = 0.0;
 }
 
@@ -112,11 +115,14 @@ void CEngagement::Check(const EngageSituation& situation, const EngageSettings& 
 {
     if (!m_engaged)
         return;
-    m_slowSeconds = TooSlow(situation, settings) ? m_slowSeconds + seconds : 0.0;
+    const bool slow = TooSlow(situation, settings);
+    m_slowSeconds = slow && m_slow ? m_slowSeconds + seconds : 0.0;
+    m_slow = slow;
     const std::vector<std::string> problems = ProblemsButSlowness(situation, settings);
-    if (!problems.empty())
+    if (!problems.empty()) {
         m_dropReason = problems.front();
-    else if (m_slowSeconds > settings.lowSpeedTimeout)
+    } else if (slow && m_slowSeconds >= settings.lowSpeedTimeout) {
         m_dropReason = TooSlowProblem(situation);
+    }
     m_engaged = m_dropReason.empty();
 }

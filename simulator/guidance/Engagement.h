@@ -52,7 +52,8 @@ public:
 private:
     bool m_engaged = false;
     std::string m_dropReason;
-    double m_slowSeconds = 0.0;
+    bool m_slow = false;
+    double m_slowSeconds = 0.0; ///< since m_slow
 };
 
 #endif

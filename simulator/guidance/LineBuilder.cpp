@@ -48,9 +48,10 @@ std::string PointProblem(const std::vector<Point>& points)
 
 BuiltLine BuildStraight(const Point& a, const Point& b)
 {
-    if (Distance(a, b) < kLeastDistance)
+    if (Distance(a, b) < kLeastDistance) {
         return Refused("points A and B are ", Distance(a, b), " m apart, at least ", kLeastDistance,
                        " m are needed");
+    }
     return {std::make_shared<CStraightShape>(a, std::atan2(b.x - a.x, b.y - a.y)), {}};
 }
 
@@ -77,9 +78,10 @@ BuiltLine BuildCircle(const Point& first, const Point& second, const Point& thir
     const double radius = std::hypot(toCentre.x, toCentre.y);
     if (!(radius <= kGreatestRadius))
         return Refused("the three points of the circle lie on one line");
-    if (radius < CCircleShape::kLeastRadius)
+    if (radius < CCircleShape::kLeastRadius) {
         return Refused("the radius ", radius, " m of the circle is less than ",
                        CCircleShape::kLeastRadius, " m");
+    }
     // Counter-clockwise points, whose cross product is positive, bend to the left.
     const double curvature = std::copysign(1.0 / radius, -cross);
     return {std::make_shared<CCircleShape>(Point{first.x + toCentre.x, first.y + toCentre.y},
@@ -89,10 +91,11 @@ BuiltLine BuildCircle(const Point& first, const Point& second, const Point& thir
 
 BuiltLine BuildCurve(const std::vector<Point>& points, EEnds ends)
 {
-    if (points.size() < 2 || PolylineLength(points) < kLeastCurveLength)
+    if (points.size() < 2 || PolylineLength(points) < kLeastCurveLength) {
         return Refused("a curve of ", points.size(), " distinct points and ",
                        PolylineLength(points), " m is too short, at least 2 points and ",
                        kLeastCurveLength, " m are needed");
+    }
     return {std::make_shared<CCurveShape>(EvenlySpaced(CatmullRom(points)), ends), {}};
 }
 

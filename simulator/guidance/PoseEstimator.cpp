@@ -74,15 +74,19 @@ void CPoseEstimator::PropagateCovariance()
     transition[kSlip][kSlip] = keep;
 
     Matrix half{};
-    for (std::size_t i = 0; i < kStates; ++i)
-        for (std::size_t j = 0; j < kStates; ++j)
+    for (std::size_t i = 0; i < kStates; ++i) {
+        for (std::size_t j = 0; j < kStates; ++j) {
             for (std::size_t k = 0; k < kStates; ++k)
                 half[i][j] += transition[i][k] * m_covariance[k][j];
+        }
+    }
     m_covariance = {};
-    for (std::size_t i = 0; i < kStates; ++i)
-        for (std::size_t j = 0; j < kStates; ++j)
+    for (std::size_t i = 0; i < kStates; ++i) {
+        for (std::size_t j = 0; j < kStates; ++j) {
             for (std::size_t k = 0; k < kStates; ++k)
                 m_covariance[i][j] += half[i][k] * transition[j][k];
+        }
+    }
 
     m_covariance[kX][kX] += Squared(kPositionStray);
     m_covariance[kY][kY] += Squared(kPositionStray);
@@ -99,9 +103,10 @@ void CPoseEstimator::CorrectState(EState state, double innovation, double varian
     const std::array<double, kStates> row = m_covariance[state];
     for (std::size_t i = 0; i < kStates; ++i)
         gain[i] = row[i] / (row[state] + variance);
-    for (std::size_t i = 0; i < kStates; ++i)
+    for (std::size_t i = 0; i < kStates; ++i) {
         for (std::size_t j = 0; j < kStates; ++j)
             m_covariance[i][j] -= gain[i] * row[j];
+    }
     Pose& pose = m_estimate.pose;
     pose.position.x += gain[kX] * innovation;
     pose.position.y += gain[kY] * innovation;

@@ -40,10 +40,11 @@ COutcome CFedPositions::Take(const FedPosition& sample, const Pose& present)
         return COutcome::Refused(problem);
     const double speed = std::abs(sample.speed);
     double heading = present.heading;
-    if (sample.heading)
+    if (sample.heading) {
         heading = *sample.heading;
-    else if (speed >= kLeastCourseSpeed)
+    } else if (speed >= kLeastCourseSpeed) {
         heading = sample.course + (sample.reverse ? kPi : 0.0);
+    }
     m_pose = {sample.position, NormaliseHeading(heading)};
     m_speed = sample.reverse ? -speed : speed;
     m_age = 0.0;

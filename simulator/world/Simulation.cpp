@@ -1,7 +1,8 @@
 #include "simulator/world/Simulation.h"
 
+#include <algorithm>
 #include <cmath>
-#include <limits>
+#include <utility>
 
 #include "simulator/guidance/LineBuilder.h"
 #include "simulator/world/SimulationState.h"
@@ -177,6 +178,7 @@ bool CSimulation::ClearLine()
         return false;
     StopNavigation();
     m_state->line.SetBase(nullptr, false);
+    m_state->definition = {};
     return true;
 }
 
@@ -222,7 +224,7 @@ void CSimulation::Disengage()
 
 COutcome CSimulation::Feed(const FedPosition& sample)
 {
-    const COutcome outcome = m_state->fed.Take(sample, m_state->ControlPose());
+    COutcome outcome = m_state->fed.Take(sample, m_state->ControlPose());
     if (outcome)
         m_state->LocateOnLine();
     return outcome;

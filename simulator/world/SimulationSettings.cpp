@@ -84,7 +84,7 @@ double CSimulation::LowSpeedTimeout() const
 
 COutcome CSimulation::SetNudge(double metres)
 {
-    const COutcome outcome = Set(m_state->settings.nudge, kShift, metres);
+    COutcome outcome = Set(m_state->settings.nudge, kShift, metres);
     m_state->ShiftLine();
     return outcome;
 }
@@ -96,7 +96,7 @@ double CSimulation::Nudge() const
 
 COutcome CSimulation::SetFieldOffset(double metres)
 {
-    const COutcome outcome = Set(m_state->settings.fieldOffset, kShift, metres);
+    COutcome outcome = Set(m_state->settings.fieldOffset, kShift, metres);
     m_state->ShiftLine();
     return outcome;
 }
@@ -108,7 +108,7 @@ double CSimulation::FieldOffset() const
 
 COutcome CSimulation::SetImplementOffset(double metres)
 {
-    const COutcome outcome = Set(m_state->settings.implementOffset, kShift, metres);
+    COutcome outcome = Set(m_state->settings.implementOffset, kShift, metres);
     m_state->ShiftLine();
     return outcome;
 }
@@ -137,7 +137,7 @@ double CSimulation::LineShift() const
 
 COutcome CSimulation::SetImplementWidth(double metres)
 {
-    const COutcome outcome = Set(m_state->settings.implementWidth, kWidth, metres);
+    COutcome outcome = Set(m_state->settings.implementWidth, kWidth, metres);
     m_state->ShiftLine();
     return outcome;
 }
@@ -185,7 +185,7 @@ double CSimulation::LookAheadTime() const
 COutcome CSimulation::SetCurveFilterSize(int points)
 {
     const int before = m_state->settings.curveFilterSize;
-    const COutcome outcome = Set(m_state->settings.curveFilterSize, kFilter, points);
+    COutcome outcome = Set(m_state->settings.curveFilterSize, kFilter, points);
     const ELineKind kind = m_state->definition.kind;
     const bool driven = kind == ELineKind::Curve || kind == ELineKind::Recorded;
     if (!outcome || !HasLine() || !driven || points == before)

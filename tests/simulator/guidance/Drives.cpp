@@ -87,9 +87,10 @@ double CDrive::WayToSettle(double band) const
 double CDrive::Overshoot() const
 {
     double past = 0.0;
-    for (const DriveSample& sample : samples)
+    for (const DriveSample& sample : samples) {
         past = std::max(past,
                         samples.front().crossTrack > 0.0 ? -sample.crossTrack : sample.crossTrack);
+    }
     return past;
 }
 
@@ -211,7 +212,7 @@ DrivePlan BendsDrive(std::uint64_t seed, ELineKind kind)
     plan.options.seed = seed;
     plan.options.speed = 2.0;
     plan.line = {kind, BendsPoints(kind == ELineKind::Spline ? 5.0 : 1.0), 0.0};
-    plan.seconds = 105.0;
+    plan.seconds = 128.0;
     return plan;
 }
 

@@ -1,0 +1,185 @@
+// How well the machine keeps to its line: the worst of the seeds 1 to 20 counts.
+
+#include <cmath>
+#include <cstdint>
+#include <ostream>
+
+#include <gtest/gtest.h>
+
+#include "tests/simulator/guidance/Drives.h"
+
+namespace {
+
+constexpr std::uint64_t kSeeds = 20;
+
+/// How well a straight line is kept at a speed.
+struct StraightRow
+{
+    double speed;
+    double firmError95;
+    double fieldError95;
+};
+
+void PrintTo(const StraightRow& row, std::ostream* out)
+{
+    *out << row.speed << " m/s";
+}
+
+class StraightLine : public testing::TestWithParam<StraightRow>
+{
+};
+
+TEST_P(StraightLine, IsKeptOnFirmGroundForTenMinutes)
+{
+    for (std::uint64_t seed = 1; seed <= kSeeds; ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        const CDrive drive = Driven(StraightDrive(seed, GetParam().speed, EGround::Firm));
+        EXPECT_TRUE(drive.engagedToTheEnd);
+        EXPECT_LE(drive.Error95(), GetParam().firmError95);
+        EXPECT_LT(drive.MeanError(), 0.012);
+    }
+}
+
+TEST_P(StraightLine, IsKeptOnAFieldOnTheAverageOfTheSeeds)
+{
+    double sum = 0.0;
+    for (std::uint64_t seed = 1; seed <= kSeeds; ++seed) {
+        const CDrive drive = Driven(StraightDrive(seed, GetParam().speed, EGround::Field));
+        EXPECT_TRUE(drive.engagedToTheEnd) << "seed " << seed;
+        sum += drive.Error95();
+    }
+    EXPECT_LE(sum / kSeeds, GetParam().fieldError95);
+}
+
+INSTANTIATE_TEST_SUITE_P(Speeds, StraightLine,
+                         testing::Values(StraightRow{1.0, 0.028, 0.04},
+                                         StraightRow{2.5, 0.028, 0.05},
+                                         StraightRow{5.0, 0.028, 0.07}));
+
+TEST(Acquisition, FromAMetreBesideIsSwiftWithoutOvershoot)
+{
+    for (const double side : {1.0, -1.0}) {
+        for (std::uint64_t seed = 1; seed <= kSeeds; ++seed) {
+            SCOPED_TRACE(testing::Message() << side << " m beside, seed " << seed);
+            const CDrive drive = Driven(AcquisitionDrive(seed, 2.5, side, 0.0));
+            EXPECT_GE(drive.WayToSettle(0.05), 8.0);
+            EXPECT_LE(drive.WayToSettle(0.05), 20.0);
+            EXPECT_LE(drive.Overshoot(), 0.05);
+        }
+    }
+}
+
+TEST(Acquisition, FromFarAndAskewNeverWeaves)
+{
+    for (const double side : {3.0, -3.0}) {
+        for (const double degrees : {45.0, -45.0}) {
+            for (std::uint64_t seed = 1; seed <= kSeeds; ++seed) {
+                SCOPED_TRACE(testing::Message()
+                             << side << " m, " << degrees << " degrees, seed " << seed);
+                const CDrive drive = Driven(AcquisitionDrive(seed, 2.5, side, degrees));
+                EXPECT_TRUE(drive.engagedToTheEnd);
+                EXPECT_LE(drive.WayToSettle(0.05), 40.0);
+                EXPECT_LE(drive.Crossings(0.05), 1);
+                EXPECT_LE(Degrees(drive.GreatestHeadingError()), 60.0);
+            }
+        }
+    }
+}
+
+TEST(Acquisition, AgainstTheDirectionOfTheLineIsTheSame)
+{
+    const CDrive along = Driven(AcquisitionDrive(1, 2.5, 1.0, 0.0));
+    const CDrive against = Driven(AcquisitionDrive(1, 2.5, -1.0, 180.0));
+
+    EXPECT_TRUE(against.engagedToTheEnd);
+    EXPECT_NEAR(along.WayToSettle(0.05), against.WayToSettle(0.05), 3.0);
+    EXPECT_LE(against.Overshoot(), 0.05);
+}
+
+TEST(Acquisition, BackwardsReachesTheLineToo)
+{
+    DrivePlan plan = AcquisitionDrive(1, 2.5, 1.0, 0.0);
+    plan.options.startPose.position = {1.0, 200.0};
+    plan.options.speed = -1.5;
+    plan.prepare = [](CSimulation& simulation) {
+        simulation.SetReverseEngageEnabled(true);
+        simulation.SetReverseEngageAllowed(true);
+    };
+
+    const CDrive drive = Driven(plan);
+
+    EXPECT_TRUE(drive.engagedToTheEnd);
+    EXPECT_LE(drive.WayToSettle(0.05), 20.0);
+    EXPECT_LE(drive.Overshoot(), 0.05);
+}
+
+TEST(Circle, IsKeptInBothDirections)
+{
+    for (const bool clockwise : {true, false}) {
+        for (std::uint64_t seed = 1; seed <= kSeeds; ++seed) {
+            SCOPED_TRACE(testing::Message()
+                         << (clockwise ? "clockwise" : "the other way") << ", seed " << seed);
+            const CDrive drive = Driven(CircleDrive(seed, clockwise));
+            EXPECT_TRUE(drive.engagedToTheEnd);
+            EXPECT_LE(drive.Error95(), 0.05);
+        }
+    }
+}
+
+TEST(Bends, OfFifteenMetresAreKept)
+{
+    for (const ELineKind kind : {ELineKind::Curve, ELineKind::Spline, ELineKind::Recorded}) {
+        for (std::uint64_t seed = 1; seed <= kSeeds; ++seed) {
+            SCOPED_TRACE(testing::Message()
+                         << "kind " << static_cast<int>(kind) << ", seed " << seed);
+            const CDrive drive = Driven(BendsDrive(seed, kind));
+            EXPECT_TRUE(drive.engagedToTheEnd);
+            EXPECT_LE(drive.Error95(), 0.08);
+        }
+    }
+}
+
+TEST(SteeringCentre, AWrongOneLeavesNoStandingError)
+{
+    for (std::uint64_t seed = 1; seed <= kSeeds; ++seed) {
+        const CDrive drive = Driven(BiasedDrive(seed, EReceiver::Rtk));
+        EXPECT_LT(std::abs(drive.StandingError(60.0)), 0.01) << "seed " << seed;
+    }
+}
+
+TEST(SteeringCentre, AWrongOneIsLearntWithinSixtyMetres)
+{
+    const CDrive drive = Driven(BiasedDrive(1, EReceiver::Ideal));
+
+    EXPECT_GT(drive.Error95(), 0.0);
+    EXPECT_LT(drive.Error95(60.0), 0.01);
+}
+
+TEST(SteeringCentre, ResettingTheIntegralForgetsWhatWasLearnt)
+{
+    const std::unique_ptr<CSimulation> simulation = Engaged(BiasedDrive(1, EReceiver::Ideal));
+    DrivenOn(*simulation, 60.0);
+
+    simulation->ResetIntegral();
+    const CDrive after = DrivenOn(*simulation, 60.0);
+
+    double greatest = 0.0;
+    for (const DriveSample& sample : after.samples)
+        greatest = std::max(greatest, std::abs(sample.crossTrack));
+    EXPECT_GT(greatest, 0.01);
+    EXPECT_LT(after.Error95(60.0), 0.005);
+}
+
+TEST(Nudge, OfHalfAMetreIsTakenSwiftlyWithoutOvershoot)
+{
+    for (std::uint64_t seed = 1; seed <= kSeeds; ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        const CDrive drive = NudgedDrive(seed);
+        EXPECT_TRUE(drive.engagedToTheEnd);
+        EXPECT_NEAR(drive.samples.front().crossTrack, -0.5, 0.05);
+        EXPECT_LE(drive.WayToSettle(0.05), 20.0);
+        EXPECT_LE(drive.Overshoot(), 0.05);
+    }
+}
+
+} // namespace
