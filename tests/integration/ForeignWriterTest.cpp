@@ -102,7 +102,7 @@ TEST(ForeignWriter, MayWriteASingleReplyInEveryWidth)
         EXPECT_EQ(row.asInt, navigation.EngageSteering()) << row.bytes;
         EXPECT_EQ(row.asDouble, navigation.GetLookAheadTime()) << row.bytes;
     }
-    EXPECT_EQ(1, peer.ConnectionCount());
+    EXPECT_EQ(1, peer.WaitForConnections(1));
 }
 
 TEST(ForeignWriter, MayReplyWithNan)

@@ -54,7 +54,7 @@ bool IsTaken(const std::string& result)
         EXPECT_EQ(ELinkError::BadMessage, navigation.LastError().code);
         EXPECT_EQ(-1, navigation.Descriptor());
         EXPECT_EQ(7, navigation.EngageSteering());
-        EXPECT_EQ(2, peer.ConnectionCount());
+        EXPECT_EQ(2, peer.WaitForConnections(2));
     }
     return isTaken;
 }

@@ -71,7 +71,7 @@ TEST(Reply, BehindAnotherInOnePacketIsDroppedByItsNumber)
     for (int call = 0; call < 10; ++call) {
         EXPECT_EQ(7, navigation.EngageSteering()) << call;
     }
-    EXPECT_EQ(1, peer.ConnectionCount());
+    EXPECT_EQ(1, peer.WaitForConnections(1));
 }
 
 TEST(Reply, AheadOfAnotherInOnePacketIsDroppedByItsNumber)

@@ -15,7 +15,8 @@ std::atomic<int> g_lookUps{0};
 
 /// Stands in for the system's resolver in the whole program, the library included, and finds
 /// nothing.
-extern "C" int getaddrinfo(const char*, const char*, const addrinfo*, addrinfo**)
+extern "C" __attribute__((visibility("default"))) int getaddrinfo(const char*, const char*,
+                                                                  const addrinfo*, addrinfo**)
 {
     ++g_lookUps;
     return EAI_FAIL;

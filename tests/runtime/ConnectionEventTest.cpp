@@ -430,7 +430,7 @@ TEST(Subscriptions, AreNotRenewedByAClientThatDoesNotReconnect)
     client.ProcessMessages(true);
     client.CheckCallbacks();
     EXPECT_FALSE(client.IsLinkUp());
-    EXPECT_EQ(1, peer.ConnectionCount());
+    EXPECT_EQ(1, peer.WaitForConnections(1));
 }
 
 TEST(Subscriptions, DoNotReopenALostLinkMoreThanOnceInHalfASecond)

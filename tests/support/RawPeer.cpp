@@ -1,6 +1,7 @@
 #include "tests/support/RawPeer.h"
 
 #include <cerrno>
+#include <chrono>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
@@ -157,7 +158,6 @@ void CRawPeer::Run()
         if (descriptor < 0) {
             return;
         }
-        ++m_connectionCount;
         const int yes = 1;
         ::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof(yes));
         SetConnection(descriptor);
@@ -173,6 +173,15 @@ void CRawPeer::SetConnection(int descriptor)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_connection = descriptor;
+    m_connectionCount += descriptor >= 0 ? 1 : 0;
+    m_changed.notify_all();
+}
+
+int CRawPeer::WaitForConnections(int count)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait_for(lock, std::chrono::seconds(10), [&] { return m_connectionCount >= count; });
+    return m_connectionCount;
 }
 
 void CRawPeer::Play(int descriptor)

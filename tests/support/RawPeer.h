@@ -2,6 +2,7 @@
 #define KESTROVE_TESTS_SUPPORT_RAWPEER_H
 
 #include <atomic>
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -71,6 +72,10 @@ public:
     std::uint16_t Port() const;
     /// How many connections have been accepted.
     int ConnectionCount() const { return m_connectionCount; }
+    /// Waits until so many connections have been accepted, at most ten seconds.
+    ///
+    /// @return how many have been.
+    int WaitForConnections(int count);
 
 private:
     void Run();
@@ -80,6 +85,7 @@ private:
     Script m_script;
     int m_listener = -1;
     std::mutex m_mutex;
+    std::condition_variable m_changed;
     int m_connection = -1; // behind the mutex
     std::atomic<int> m_connectionCount{0};
     std::atomic<bool> m_isEnding{false};
