@@ -147,11 +147,11 @@ struct SignatureOf<Result (Class::*)(Arguments...) const noexcept>
 /// @return a new functor, of the template for so many arguments. It belongs to whomever it is
 /// handed
 ///         to; who keeps it deletes it.
-template <typename Callable>
+template <typename Callable, typename CallOperator = decltype(&Callable::operator())>
 auto MakeFunctor(Callable callable)
 {
-    using Signature = Detail::SignatureOf<decltype(&Callable::operator())>;
-    return new typename Signature::template Functor<Callable>(std::move(callable));
+    using Functor = typename Detail::SignatureOf<CallOperator>::template Functor<Callable>;
+    return new Functor(std::move(callable));
 }
 
 /// Builds a functor from a function, by the rules of the overload for lambdas.
