@@ -70,6 +70,16 @@ Row NotificationRow(const std::string& operation, EGuard guard, const std::strin
     return row;
 }
 
+void PrintTo(const Row& row, std::ostream* stream)
+{
+    *stream << row.operation << " " << row.arguments;
+}
+
+void PrintTo(const EventRow& row, std::ostream* stream)
+{
+    *stream << row.setter;
+}
+
 const std::vector<Row>& Table()
 {
     static const std::vector<Row> table = [] {

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -74,6 +75,9 @@ Row NotificationRow(const std::string& operation, EGuard guard, const std::strin
                     const std::string& arguments, const std::string& result,
                     const std::string& failure, const Run& run);
 
+/// How a row shows in the output of a test.
+void PrintTo(const Row& row, std::ostream* stream);
+
 /// All rows, in the header's order.
 const std::vector<Row>& Table();
 std::vector<Row> SteeringRows();
@@ -96,6 +100,8 @@ struct EventRow
     std::function<std::unique_ptr<BListC>()> makePayload;
     std::string trace; ///< written to standard output before the call
 };
+
+void PrintTo(const EventRow& row, std::ostream* stream);
 
 /// All setters, in the header's order.
 const std::vector<EventRow>& EventTable();

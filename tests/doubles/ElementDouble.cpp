@@ -151,6 +151,7 @@ void BListC::Add(BElementC* element)
         slot.element = element;
         slot.type = type;
         m_slots.push_back(slot);
+        m_hasNodes = true;
         Adopt(element);
         return;
     }
@@ -220,7 +221,7 @@ const BElementC* BListC::GetElement(int index) const
 
 BElementC* BListC::ReleaseLastChild()
 {
-    while (!m_slots.empty()) {
+    while (m_hasNodes && !m_slots.empty()) {
         const Slot slot = m_slots.back();
         m_slots.pop_back();
         if (slot.type == EBElementType::String || slot.type == EBElementType::List ||

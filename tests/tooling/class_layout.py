@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Holds the layout of classes against an expected one, as the compiler lays them out.
 
-usage: class_layout.py [--compiler g++] [--include-root DIR] [--print CLASS...] HEADER EXPECTED
+usage: class_layout.py [--compiler g++] [--members clang++] [--include-root DIR]
+                       [--print CLASS...] HEADER EXPECTED
 
 HEADER is compiled alone. EXPECTED lists the classes to compare, in this form:
 
@@ -11,35 +12,69 @@ HEADER is compiled alone. EXPECTED lists the classes to compare, in this form:
       slot 0 Kestrove::CABWayline::~CABWayline
       slot 1 Kestrove::CABWayline::~CABWayline
       slot 2 Kestrove::CABWayline::ToBList
+      member 16 double pointAX
 
 A base stands with its offset. Slots count from the first virtual operation, the destructor filling
 two; "pure" stands for an operation that the class leaves open, and both slots of the destructor of
-such a class read "none". Every slot and base must be listed. Lines that start with # and blank lines
-are ignored. With --print the layout of the named classes is written in this form instead, and
-nothing is compared.
+such a class read "none". Every slot and base must be listed, and of a class with a member listed
+every data member that is its own, with its offset. GCC tells no members; they are asked of the
+compiler that --members names. Where that is not there, everything else is compared, and the exit
+status is 77 ("skipped") when it agrees. A name with template arguments is instantiated. Lines that
+start with # and blank lines are ignored. With --print the layout of the named classes is written in
+this form instead, and nothing is compared.
 """
 
 import argparse
 import difflib
 import os
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
 
 
-def compiler_dump(compiler, include_root, header):
+SKIPPED = 77
+
+
+def compiler_dump(compiler, include_root, header, names):
     """What the compiler (GCC) tells of every class that HEADER brings in."""
     with tempfile.TemporaryDirectory() as folder:
         source = os.path.join(folder, "layout.cpp")
         dump = os.path.join(folder, "layout.class")
         with open(source, "w", encoding="utf-8") as file:
             file.write(f'#include "{header}"\n')
+            file.writelines(f"template class {name};\n" for name in names if "<" in name)
         command = [compiler, "-std=c++17", f"-I{include_root}", f"-fdump-lang-class={dump}",
                    "-c", source, "-o", os.path.join(folder, "layout.o")]
         subprocess.run(command, check=True)
         with open(dump, encoding="utf-8") as file:
             return file.read()
+
+
+def members(compiler, include_root, header, names):
+    """The data members of the named classes, as Clang lays them out: lines under each name."""
+    source = f'#include "{header}"\n'
+    source += "".join(f"static_assert(sizeof({name}) > 0);\n" for name in names)
+    command = [compiler, "-std=c++17", f"-I{include_root}", "-Xclang", "-fdump-record-layouts",
+               "-fsyntax-only", "-x", "c++", "-"]
+    dump = subprocess.run(command, input=source, check=True, capture_output=True, text=True).stdout
+    found = {}
+    for block in dump.split("*** Dumping AST Record Layout\n"):
+        lines = [plain_type(line) for line in block.splitlines()]
+        name = re.match(r" *0 \| (.*)", lines[0]) if lines else None
+        if name and name[1] in names:
+            # The class's own members stand one level below it; what they consist of, deeper.
+            own = (re.match(r" *(\d+) \|   ([^ (].*)$", line) for line in lines[1:])
+            found[name[1]] = [f"  member {m[1]} {m[2]}" for m in own
+                              if m and not m[2].endswith("base)")]
+    return found
+
+
+def plain_type(line):
+    """A line of Clang's with types written as in the sources."""
+    line = re.sub(r"\b(class|struct|enum) ", "", line.replace("_Bool", "bool"))
+    return line.replace("std::basic_string<char>", "std::string").replace("> >", ">>")
 
 
 def parse_slots(block):
@@ -56,7 +91,7 @@ def parse_class(block):
     """Size and bases: a list of lines in the form of the expected file."""
     name = block.splitlines()[0][len("Class "):]
     lines = ["  size " + re.search(r"size=(\d+)", block)[1]]
-    for base, offset in re.findall(r"^ *(\S.*) \(0x\w+\) (\d+)(?: empty)?$", block, re.MULTILINE):
+    for base, offset in re.findall(r"^ *(\S.*) \(0x\w+\) (\d+)(?: empty| nearly-empty)?$", block, re.MULTILINE):
         if base != name:
             lines.append(f"  base {offset} {base}")
     return name, lines
@@ -86,28 +121,56 @@ def describe(classes, names):
     return lines
 
 
+def names_with_members(expected):
+    """The classes of which the expected lines list a member."""
+    names = []
+    for line in expected:
+        if line.startswith("class "):
+            name = line[len("class "):]
+        elif line.startswith("  member ") and name not in names:
+            names.append(name)
+    return names
+
+
 def main():
     parser = argparse.ArgumentParser(description="Holds class layouts against expected ones.")
     parser.add_argument("--compiler", default="g++")
+    parser.add_argument("--members", default="clang++", metavar="COMPILER")
     parser.add_argument("--include-root", default=".")
     parser.add_argument("--print", nargs="+", metavar="CLASS", dest="names")
     parser.add_argument("header")
     parser.add_argument("expected", nargs="?")
     arguments = parser.parse_args()
 
-    classes = layouts(compiler_dump(arguments.compiler, arguments.include_root, arguments.header))
-    if arguments.names:
-        print("\n".join(describe(classes, arguments.names)))
-        return 0
-    with open(arguments.expected, encoding="utf-8") as file:
-        expected = [line.rstrip() for line in file if line.strip() and not line.startswith("#")]
-    names = [line[len("class "):] for line in expected if line.startswith("class ")]
+    expected = []
+    names = arguments.names
+    if not names:
+        with open(arguments.expected, encoding="utf-8") as file:
+            expected = [line.rstrip() for line in file if line.strip() and not line.startswith("#")]
+        names = [line[len("class "):] for line in expected if line.startswith("class ")]
     if not names:
         print(f"{arguments.expected} names no class")
         return 1
+
+    skipped = not shutil.which(arguments.members)
+    classes = layouts(compiler_dump(arguments.compiler, arguments.include_root, arguments.header,
+                                    names))
+    with_members = names if arguments.names else names_with_members(expected)
+    if skipped:
+        expected = [line for line in expected if not line.startswith("  member ")]
+    elif with_members:
+        found = members(arguments.members, arguments.include_root, arguments.header, with_members)
+        for name in with_members:
+            classes.get(name, []).extend(found.get(name, ["  members are not told"]))
+    if arguments.names:
+        print("\n".join(describe(classes, names)))
+        return 0
     difference = list(difflib.unified_diff(expected, describe(classes, names), "expected", "actual",
                                            lineterm="", n=100))
     print("\n".join(difference) if difference else f"{len(names)} classes as expected")
+    if skipped and with_members and not difference:
+        print(f"{arguments.members} is not there: members were not compared")
+        return SKIPPED
     return 1 if difference else 0
 
 
