@@ -23,6 +23,9 @@ public:
     /// Both must outlive this object.
     EventsC(const CSimulation& simulation, const WaylineKeeperC& waylines);
 
+    /// Whether there is an event of the name.
+    static bool Exists(const std::string& event) { return Table().count(event) != 0; }
+
     /// The events that tell the present state, as a client gets them that subscribes: one, but for
     /// the tuning parameters one a parameter; none for a name that is no event's.
     void TellPresentState(const std::string& event, const EventSink& sink) const;

@@ -48,7 +48,7 @@ public:
     Answer Request(const std::string& name, const BListC& arguments);
     /// Carries out a notification. One that cannot be carried out is logged.
     void Notify(const std::string& name, const BListC& arguments);
-    /// Tells a new subscriber of an event the present state.
+    /// Tells a new subscriber of an event the present state. A name that is no event's is logged.
     void TellPresentState(const std::string& event, const EventSink& subscriber) const;
 
     /// Moves the world on by so much time of its own clock, in whole steps; the rest is kept for

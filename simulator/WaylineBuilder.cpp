@@ -32,6 +32,7 @@ void WaylineBuilderC::Clear()
     Remember();
     m_waypoints = {};
     m_recorded.clear();
+    m_recordedLength = 0.0;
     m_kind = Kestrove::EWaylineTypeEmpty;
 }
 
@@ -40,21 +41,13 @@ std::string WaylineBuilderC::Set(int number, const Waypoint& waypoint, const Vec
     if (number < 0 || number >= kMostWaypoints)
         return std::to_string(number) + " is no waypoint, allowed is 0 to 2";
     if (IsDriven() && number == 1) {
-        if (!Recording())
-            return "no drive is being recorded that waypoint 1 could end";
-        std::vector<Vector3<double>> drive = m_recorded;
-        if (Distance(drive.back(), here) > 0.0)
-            drive.push_back(here);
-        if (LengthOf(drive) < kShortestDrive)
-            return "the recorded drive is " + std::to_string(LengthOf(drive)) +
-                   " m long, allowed is 1 m at least";
-        m_recorded = std::move(drive);
+        const std::string problem = EndRecording(here);
+        if (!problem.empty())
+            return problem;
     }
     Remember();
-    if (IsDriven() && number == 0) {
-        m_recorded.assign(1, here);
-        m_waypoints[1].reset();
-    }
+    if (IsDriven() && number == 0)
+        StartRecording(here);
     m_waypoints[static_cast<std::size_t>(number)] = waypoint;
     return {};
 }
@@ -78,10 +71,14 @@ int WaylineBuilderC::Restore()
 
 void WaylineBuilderC::Record(const Vector3<double>& here)
 {
-    if (!Recording())
+    if (!Recording() || m_recorded.size() >= kMostRecordedPoints)
         return;
-    if (m_recorded.empty() || Distance(m_recorded.back(), here) >= kRecordingDistance)
-        m_recorded.push_back(here);
+    // Nothing is recorded yet when it was a restored waypoint 0 that started the recording.
+    const double distance = m_recorded.empty() ? 0.0 : Distance(m_recorded.back(), here);
+    if (!m_recorded.empty() && distance < kRecordingDistance)
+        return;
+    m_recorded.push_back(here);
+    m_recordedLength += distance;
 }
 
 bool WaylineBuilderC::Recording() const
@@ -114,17 +111,33 @@ bool WaylineBuilderC::IsDriven() const
            m_kind == Kestrove::EWaylineTypePath;
 }
 
+void WaylineBuilderC::StartRecording(const Vector3<double>& here)
+{
+    m_recorded.assign(1, here);
+    m_recordedLength = 0.0;
+    m_waypoints[1].reset();
+}
+
+std::string WaylineBuilderC::EndRecording(const Vector3<double>& here)
+{
+    if (!Recording() || m_recorded.empty())
+        return "no drive is being recorded that waypoint 1 could end";
+    const double rest = Distance(m_recorded.back(), here);
+    const double length = m_recordedLength + rest;
+    if (length < kShortestDrive)
+        return "the recorded drive is " + std::to_string(length) +
+               " m long, allowed is 1 m at least";
+    // The last piece is shorter than the others, but the line must end where the waypoint is.
+    if (rest > 0.0 && m_recorded.size() < kMostRecordedPoints) {
+        m_recorded.push_back(here);
+        m_recordedLength = length;
+    }
+    return {};
+}
+
 void WaylineBuilderC::Remember()
 {
     m_history.push_back(m_waypoints);
     if (m_history.size() > kMostRemembered)
         m_history.erase(m_history.begin());
-}
-
-double LengthOf(const std::vector<Vector3<double>>& points)
-{
-    double length = 0.0;
-    for (std::size_t index = 1; index < points.size(); ++index)
-        length += Distance(points[index - 1], points[index]);
-    return length;
 }

@@ -2,6 +2,7 @@
 #define KESTROVE_SIMULATOR_WAYLINEBUILDER_H
 
 #include <array>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -48,12 +49,18 @@ public:
     /// @return the number of waypoints set now.
     int Restore();
 
+    /// The most points of a recorded drive; what is driven after them is not recorded. Half a metre
+    /// and more apart, they reach for 50 km at least.
+    static constexpr std::size_t kMostRecordedPoints = 100000;
+
     /// Takes down where the machine is while a drive is recorded. Positions closer than half a
     /// metre to the one before are passed over.
     void Record(const Core::Maths::Vector3<double>& here);
     bool Recording() const;
     /// The recorded drive.
     const std::vector<Core::Maths::Vector3<double>>& Recorded() const { return m_recorded; }
+    /// Its length seen from above, metres.
+    double RecordedLength() const { return m_recordedLength; }
 
     /// The kind of the wayline that is being made; EWaylineTypeEmpty when none is.
     Kestrove::EWaylineType Kind() const { return m_kind; }
@@ -64,15 +71,15 @@ private:
     using Waypoints = std::array<std::optional<Waypoint>, kMostWaypoints>;
 
     bool IsDriven() const;
+    void StartRecording(const Core::Maths::Vector3<double>& here);
+    std::string EndRecording(const Core::Maths::Vector3<double>& here);
     void Remember();
 
     Kestrove::EWaylineType m_kind = Kestrove::EWaylineTypeEmpty;
     Waypoints m_waypoints;
     std::vector<Waypoints> m_history;
     std::vector<Core::Maths::Vector3<double>> m_recorded;
+    double m_recordedLength = 0.0;
 };
-
-/// The length of a polyline seen from above, metres.
-double LengthOf(const std::vector<Core::Maths::Vector3<double>>& points);
 
 #endif

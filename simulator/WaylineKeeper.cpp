@@ -95,7 +95,7 @@ WaylineStatus WaylineKeeperC::Status() const
     status.complete = static_cast<bool>(m_wayline);
     status.recording = m_builder.Recording();
     status.kind = m_wayline ? m_wayline->Type() : m_builder.Kind();
-    status.length = status.recording ? LengthOf(m_builder.Recorded()) : m_simulation.LineLength();
+    status.length = status.recording ? m_builder.RecordedLength() : m_simulation.LineLength();
     return status;
 }
 

@@ -27,6 +27,7 @@ TEST(ServiceEvents, TellASubscriberThePresentState)
               service.Subscribe("cb_relative_position"));
     EXPECT_EQ(Texts{"cb_draw_points [0]"}, service.Subscribe("cb_draw_points"));
     EXPECT_EQ(Texts{}, service.Subscribe("cb_no_event"));
+    EXPECT_EQ("subscribe: there is no event \"cb_no_event\"\n", service.Log());
 }
 
 TEST(ServiceEvents, TellASubscriberOfTuningEveryParameter)
