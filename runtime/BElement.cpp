@@ -39,7 +39,10 @@ int Saturated(std::int64_t value)
 
 BElementC::~BElementC() = default;
 
-BElementC* BElementC::ReleaseLastChild() { return nullptr; }
+BElementC* BElementC::ReleaseLastChild()
+{
+    return nullptr;
+}
 
 void BElementC::DestroyChildren()
 {
@@ -95,9 +98,15 @@ double BAtomC::DoubleValue() const
 }
 
 BListC::BListC(BElementC* parent) : BElementC(parent) {}
-BListC::~BListC() { DestroyChildren(); }
+BListC::~BListC()
+{
+    DestroyChildren();
+}
 
-void BListC::AddInt(int value) { AddInt64(value); }
+void BListC::AddInt(int value)
+{
+    AddInt64(value);
+}
 
 void BListC::AddInt64(std::int64_t value)
 {
@@ -114,9 +123,15 @@ void BListC::AddDouble(double value)
     slot.type = EBElementType::Double;
 }
 
-void BListC::AddString(const std::string& value) { Add(new BAtomC(value)); }
+void BListC::AddString(const std::string& value)
+{
+    Add(new BAtomC(value));
+}
 
-void BListC::AddNothing() { Add(nullptr); }
+void BListC::AddNothing()
+{
+    Add(nullptr);
+}
 
 void BListC::Add(BElementC* element)
 {
@@ -222,7 +237,10 @@ BElementC* BListC::ReleaseLastChild()
 }
 
 BDictionaryC::BDictionaryC(BElementC* parent) : BElementC(parent) {}
-BDictionaryC::~BDictionaryC() { DestroyChildren(); }
+BDictionaryC::~BDictionaryC()
+{
+    DestroyChildren();
+}
 
 void BDictionaryC::Add(const std::string& key, BElementC* element)
 {
