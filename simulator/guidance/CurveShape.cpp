@@ -14,6 +14,8 @@ constexpr std::size_t kGroupSize = 32;
 constexpr double kCurvatureReach = 1.0;
 /// How far ProjectNear() looks to both sides of the hint, metres.
 constexpr double kNearReach = 2.5;
+/// A parallel shorter than that part of the bend it belongs to is taken to fold over.
+constexpr double kLeastStretch = 0.3;
 /// How far the corners of a parallel are rounded to both sides, points.
 constexpr int kCornerReach = 16;
 
@@ -215,11 +217,13 @@ LineShapePtr CCurveShape::Parallel(double offset) const
     std::vector<Point> parallel;
     curve.reserve(m_vertices.size());
     parallel.reserve(m_vertices.size());
+    bool folds = false;
     for (const Vertex& vertex : m_vertices) {
         curve.push_back(vertex.position);
         parallel.push_back(Moved(vertex.position, vertex.heading, 0.0, offset));
+        folds = folds || 1.0 - vertex.curvature * offset < kLeastStretch;
     }
-    std::vector<Point> clear = KeptClear(parallel, curve, std::abs(offset));
+    std::vector<Point> clear = folds ? KeptClear(parallel, curve, std::abs(offset)) : parallel;
     if (PolylineLength(clear) < kLeastCurveLength)
         return nullptr;
     const bool cornersLeft = clear.size() < parallel.size();

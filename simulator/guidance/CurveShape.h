@@ -27,8 +27,8 @@ public:
     LinePoint At(double station) const override;
     Stretch Clip(const Stretch& stretch) const override;
     double Length() const override;
-    /// Keeps every point of the curve's right or left side that is no nearer to another part of the
-    /// curve than the offset, and rounds the corners that are left where the curve bends tighter.
+    /// Where the curve bends so tightly that its parallel would fold over, keeps the points that
+    /// are no nearer to the curve than the offset, and rounds the corners that are left.
     LineShapePtr Parallel(double offset) const override;
 
 private:
