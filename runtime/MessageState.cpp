@@ -192,7 +192,7 @@ std::unique_ptr<BElementC> MessageStateC::AwaitReply(std::uint64_t number,
     if (reply.hasCome) {
         return ResultOf(std::move(reply));
     }
-    if (IsStill(present) && m_decoder.InMessage()) {
+    if (IsStill(present) && m_decodedConnection == present && m_decoder.InMessage()) {
         // Its rest may never come, and nothing behind it could be read.
         Lose(ELinkError::TimedOut, "a message of the service did not end in time");
     } else if (IsStill(present)) {

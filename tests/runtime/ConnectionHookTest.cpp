@@ -122,9 +122,10 @@ TEST(Hooks, TellOfWhatIsSentAndReceivedAndFromWhere)
 
 TEST(Hooks, TellOfTheEndOfAConnectionByEitherSideOnce)
 {
-    CRawPeer peer([](CRawLink&) {}, 0);
+    CRawPeer peer([](CRawLink& link) { link.Read(); }, 0);
     CHookedClient client;
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
+    EXPECT_TRUE(client.SendNotification("end", nullptr));
     while (client.IsLinkUp()) {
         client.ReceiveMessage(true);
     }

@@ -4,7 +4,9 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <future>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <thread>
@@ -393,6 +395,27 @@ TEST(Connection, ClosesWhenATimeoutFallsInTheMiddleOfAMessage)
     EXPECT_EQ(-1, client.Descriptor());
 }
 
+TEST(Connection, ForgetsTheHalfMessageOfAnEarlierConnection)
+{
+    CRawPeer peer(
+        [](CRawLink& link) {
+            const CRawMessage request = link.Read();
+            if (link.Number() == 1) {
+                link.Send(Bytes::Response(request.number, FromHex("93 01")));
+            } else {
+                link.WaitForEnd();
+            }
+        },
+        0);
+    MPISocketClientC client(false);
+    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
+    EXPECT_EQ(-1, Call(client, "a"));
+    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
+    client.SetTimeout(0);
+    EXPECT_EQ(-1, Call(client, "a"));
+    EXPECT_TRUE(client.IsLinkUp());
+}
+
 TEST(Connection, ClosesWhenAMessageCannotBeSentInTime)
 {
     std::promise<void> over;
@@ -558,4 +581,40 @@ TEST(Connection, SendsOneValueAsAMessage)
     EXPECT_TRUE(client.SendMessageElement(&message));
     EXPECT_TRUE(client.ReceiveMessage(true));
     EXPECT_EQ("93 02 a1 61 90", Bytes::ToHex(bytes));
+}
+
+TEST(Connection, RefusesToSendWhatNoPeerTakesAndStaysUp)
+{
+    CRawPeer peer(AnswerSeven, 0);
+    MPISocketClientC client(false);
+    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
+    auto nested = std::make_unique<BListC>(nullptr);
+    for (int level = 1; level < 65; ++level) {
+        auto outer = std::make_unique<BListC>(nullptr);
+        outer->Add(nested.release());
+        nested = std::move(outer);
+    }
+    BListC large(nullptr);
+    large.AddString(std::string(std::size_t{32} * 1024 * 1024, 'x'));
+    for (BListC* const arguments : {nested.get(), &large}) {
+        EXPECT_EQ(nullptr, client.CallMethod("a", arguments));
+        EXPECT_EQ(ELinkError::BadMessage, client.LastError().code);
+        EXPECT_FALSE(client.SendNotification("a", arguments));
+        EXPECT_EQ(7, Call(client, "a"));
+    }
+    EXPECT_EQ(1, peer.ConnectionCount());
+}
+
+TEST(Connection, HasNoThreadOfItsOwn)
+{
+    const auto countThreads = [] {
+        const std::filesystem::directory_iterator threads("/proc/self/task");
+        return std::distance(begin(threads), end(threads));
+    };
+    CRawPeer peer(AnswerSeven, 0);
+    const auto before = countThreads();
+    MPISocketClientC client(true);
+    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
+    EXPECT_EQ(7, Call(client, "a"));
+    EXPECT_EQ(before, countThreads());
 }
