@@ -35,9 +35,10 @@ COutcome Apply(CSimulation& simulation, const std::string& name, double value)
     for (const KeptSwitch& entry : kSwitches) {
         if (name != entry.name)
             continue;
-        if (value != 0.0 && value != 1.0)
+        if (value != 0.0 && value != 1.0) {
             return COutcome::Refused(std::to_string(value) +
                                      " is no switch, allowed is true or false");
+        }
         (simulation.*entry.set)(value != 0.0);
         return COutcome::Done();
     }

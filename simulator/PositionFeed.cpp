@@ -68,9 +68,10 @@ COutcome PositionFeedC::Feed(const PositionSample& sample)
     const std::string problem = ImpossibleInSample(sample);
     if (!problem.empty())
         return COutcome::Refused(problem);
-    if (!m_frame)
+    if (!m_frame) {
         m_frame = std::make_unique<FrameC>(
             GeodeticPlace{sample.latitude, sample.longitude, sample.height});
+    }
     double height = 0.0;
     COutcome outcome = m_simulation.Feed(m_frame->ToLocal(sample, height));
     if (outcome)

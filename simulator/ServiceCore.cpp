@@ -51,9 +51,10 @@ void ServiceCoreC::Notify(const std::string& name, const BListC& arguments)
 
 void ServiceCoreC::TellPresentState(const std::string& event, const EventSink& subscriber) const
 {
-    if (!EventsC::Exists(event))
+    if (!EventsC::Exists(event)) {
         m_log.Write(ELogLevel::Warning,
                     "subscribe: there is no event \"" + Printable(event) + "\"");
+    }
     m_events.TellPresentState(event, subscriber);
 }
 

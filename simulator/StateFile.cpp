@@ -89,9 +89,10 @@ std::string Parse(const std::string& text, KeptValues& values)
             found[entry.key()] = entry.value().get<bool>() ? 1.0 : 0.0;
         else if (entry.value().is_number())
             found[entry.key()] = entry.value().get<double>();
-        else
+        else {
             return "\"" + entry.key() + "\" is " + entry.value().dump() +
                    ", allowed is a number, true or false";
+        }
     }
     values = std::move(found);
     return {};

@@ -8,9 +8,10 @@ std::string TrackRecorderC::Open(const std::string& path)
 {
     errno = 0;
     m_file.open(path, std::ios::trunc);
-    if (!m_file)
+    if (!m_file) {
         return "cannot write the track file " + path + ": " +
                std::generic_category().message(errno != 0 ? errno : EIO);
+    }
     m_file << "time_s,true_x_m,true_y_m,true_heading_rad,measured_x_m,measured_y_m,speed_mps,"
               "steering_angle_rad,cross_track_error_m,implement_cross_track_error_m,pass,engaged\n";
     return {};

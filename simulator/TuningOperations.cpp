@@ -7,10 +7,11 @@ namespace {
 /// A number that is no parameter's has no value to answer with, so that the call as a whole fails.
 ETuning ParameterOf(int number)
 {
-    if (!IsTuning(number))
+    if (!IsTuning(number)) {
         throw UnusableArgument(std::to_string(number) +
                                " is no tuning parameter, allowed is 0 to " +
                                std::to_string(kTuningParameters - 1));
+    }
     return static_cast<ETuning>(number);
 }
 
@@ -54,10 +55,11 @@ void TuningOperationsC::SetTuningParameter(int parameter, double value, bool kee
         return;
     const double taken = m_simulation.Tuning().Get(tuning);
     const char* name = KeptSettingsC::kTuning[static_cast<std::size_t>(tuning)];
-    if (taken != value)
+    if (taken != value) {
         m_log.Write(ELogLevel::Info, std::string(name) + " " + std::to_string(value) +
                                          " lies outside its limits and becomes " +
                                          std::to_string(taken));
+    }
     m_kept.Keep(name, taken, keep);
 }
 

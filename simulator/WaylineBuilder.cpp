@@ -124,9 +124,10 @@ std::string WaylineBuilderC::EndRecording(const Vector3<double>& here)
         return "no drive is being recorded that waypoint 1 could end";
     const double rest = Distance(m_recorded.back(), here);
     const double length = m_recordedLength + rest;
-    if (length < kShortestDrive)
+    if (length < kShortestDrive) {
         return "the recorded drive is " + std::to_string(length) +
                " m long, allowed is 1 m at least";
+    }
     // The last piece is shorter than the others, but the line must end where the waypoint is.
     if (rest > 0.0 && m_recorded.size() < kMostRecordedPoints) {
         m_recorded.push_back(here);

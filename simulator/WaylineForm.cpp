@@ -38,9 +38,10 @@ std::string Unreadable(const BListC& list)
     const bool hasPoints =
         kind == Kestrove::EWaylineTypeSpline || kind == Kestrove::EWaylineTypeABCurve;
     const std::int64_t count = list.GetInt64(1);
-    if (hasPoints && (count < 0 || count > (list.Size() - 2) / 3))
+    if (hasPoints && (count < 0 || count > (list.Size() - 2) / 3)) {
         return std::to_string(count) + " points are announced, and " +
                std::to_string((list.Size() - 2) / 3) + " are there";
+    }
     return {};
 }
 
@@ -53,9 +54,10 @@ Kestrove::WaylinePtr ReadWayline(const BListC& list, std::string& problem)
         return {};
     // Reading leaves the list as it is; the interface of the wayline model merely does not say so.
     Kestrove::WaylinePtr wayline = Kestrove::CWayline::FromBList(const_cast<BListC*>(&list));
-    if (!wayline)
+    if (!wayline) {
         problem = "a list of " + std::to_string(list.Size()) + " elements is no wayline of kind " +
                   std::to_string(list.GetInt(0));
+    }
     return wayline;
 }
 
@@ -66,10 +68,11 @@ std::optional<LineDefinition> LineOf(const Kestrove::CWayline& wayline,
         return StraightLine({line->pointAX, line->pointAY}, {line->pointBX, line->pointBY});
     if (const auto* line = dynamic_cast<const CAHeadingWayline*>(&wayline))
         return HeadingLine({line->pointAX, line->pointAY}, line->heading);
-    if (const auto* circle = dynamic_cast<const CCircleWayline*>(&wayline))
+    if (const auto* circle = dynamic_cast<const CCircleWayline*>(&wayline)) {
         return CircleLine({circle->firstPointX, circle->firstPointY},
                           {circle->secondPointX, circle->secondPointY},
                           {circle->thirdPointX, circle->thirdPointY});
+    }
     if (const auto* spline = dynamic_cast<const CSplineWayline*>(&wayline))
         return SplineLine(FromAbove(spline->points));
     if (const auto* curve = dynamic_cast<const CABCurveWayline*>(&wayline))

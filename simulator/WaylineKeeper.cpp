@@ -28,9 +28,10 @@ COutcome WaylineKeeperC::Begin(EWaylineType kind)
             m_builder.Finish();
         return outcome;
     }
-    if (!m_builder.Begin(kind))
+    if (!m_builder.Begin(kind)) {
         return COutcome::Refused(std::to_string(kind) +
                                  " is no kind of wayline that can be started, allowed is 0 to 6");
+    }
     m_wayline = WaylinePtr();
     m_simulation.ClearLine();
     return COutcome::Done();

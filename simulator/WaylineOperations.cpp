@@ -56,9 +56,10 @@ bool WaylineOperationsC::StartWayline(int kind)
 bool WaylineOperationsC::SetWaypoint(int number, double x, double y, double z, double heading)
 {
     for (const double value : {x, y, z, heading}) {
-        if (!std::isfinite(value))
+        if (!std::isfinite(value)) {
             return m_log.Carried("set_waypoint",
                                  COutcome::Refused(std::to_string(value) + " is no finite number"));
+        }
     }
     return m_log.Carried("set_waypoint", m_waylines.SetWaypoint(number, {{x, y, z}, heading}));
 }
