@@ -41,8 +41,13 @@ Kestrove::WaylinePtr CNavigationAPI::GetWayline()
     if (!VerifyingGuard()) {
         return {};
     }
-    return RequestList("get_wayline", NoArguments(), Kestrove::WaylinePtr(),
-                       [](BListC& reply) { return Kestrove::CWayline::FromBList(&reply); });
+    Arguments arguments = NoArguments();
+    Reply reply(CallMethod("get_wayline", arguments.get()));
+    // A reply that is no list goes on as a null list, of which no wayline comes.
+    Kestrove::WaylinePtr wayline = Kestrove::CWayline::FromBList(CallFrame::ReadList(reply.get()));
+    reply.reset();
+    arguments.reset();
+    return wayline;
 }
 
 bool CNavigationAPI::SetWayline(Kestrove::WaylinePtr wayline)
@@ -52,8 +57,9 @@ bool CNavigationAPI::SetWayline(Kestrove::WaylinePtr wayline)
     }
     Arguments arguments(wayline->ToBList());
     Reply reply(CallMethod("set_wayline", arguments.get()));
-    // Any reply will do: what the service answers, a refusal included, plays no part.
+    // Any reply will do: what the service answers is read, and plays no part.
     const bool answered = reply != nullptr;
+    static_cast<void>(CallFrame::ReadInt(reply.get(), 0));
     reply.reset();
     arguments.reset();
     return answered;

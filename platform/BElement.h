@@ -27,6 +27,7 @@ enum class EBElementType
 class KESTROVE_EXPORT BElementC
 {
 public:
+    /// Destroys the value and everything below it.
     virtual ~BElementC();
     BElementC(const BElementC&) = delete;
     BElementC& operator=(const BElementC&) = delete;
@@ -58,9 +59,13 @@ class KESTROVE_EXPORT BAtomC : public BElementC
 public:
     /// Holds nothing.
     BAtomC();
+    /// Holds a whole number.
     explicit BAtomC(int value);
+    /// Holds a whole number of 64 bits.
     explicit BAtomC(std::int64_t value);
+    /// Holds a floating-point number.
     explicit BAtomC(double value);
+    /// Holds a text.
     explicit BAtomC(std::string value);
     ~BAtomC() override;
 

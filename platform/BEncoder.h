@@ -15,6 +15,7 @@
 class KESTROVE_EXPORT BEncoderC
 {
 public:
+    /// Holds no bytes.
     BEncoderC();
     ~BEncoderC();
     BEncoderC(const BEncoderC&) = delete;

@@ -12,6 +12,7 @@ public:
     ///
     /// @return a number that the connection passes on and does not interpret.
     virtual int Callback(BListC* payload) = 0;
+    /// Does nothing.
     virtual ~MPICallbackBase();
 };
 
@@ -25,7 +26,9 @@ public:
     /// Calls `handler` on `object` for every event.
     MPICallback(T* object, int (T::*handler)(BListC*)) : m_object(object), m_handler(handler) {}
 
+    /// Calls the handler and returns what it returns.
     int Callback(BListC* payload) override { return (m_object->*m_handler)(payload); }
+    /// Touches neither the object nor a payload.
     ~MPICallback() override {}
 
 private:

@@ -13,15 +13,17 @@ public:
     /// @param reconnects whether VerifyConnection() and the delivery of events reopen a lost
     ///        connection.
     explicit MPISocketClientC(bool reconnects);
+    /// Closes the connection; calls no hook.
     ~MPISocketClientC() override;
 
-    /// Delivers all events that have arrived, without waiting. A client that reconnects reopens a
-    /// lost connection first, though not more than once in 500 ms, so that an application that only
-    /// listens recovers too.
+    /// Delivers all events that have arrived, without waiting for more. A client that reconnects
+    /// reopens a lost connection first, so that an application that only listens recovers too: not
+    /// more than once in 500 ms, and for at most 100 ms where something swallows the attempt.
     int CheckCallbacks() override;
 
     /// Whether the connection is usable: looks at the link like IsLinkUp(); a client that
-    /// reconnects makes one attempt to reopen a link that is lost.
+    /// reconnects makes one attempt to reopen a link that is lost, with the time-out of the last
+    /// Connect().
     bool VerifyConnection();
 };
 

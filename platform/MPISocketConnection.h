@@ -16,14 +16,17 @@ struct MessageStateC;
 ///
 /// A request waits on the caller's thread; there is no other thread. Events that arrive meanwhile
 /// are kept in order and delivered by ProcessMessages() or CheckCallbacks(), never inside a call.
-/// At most 4096 events or 16 MiB of them are kept; beyond that the oldest go (DroppedEvents()).
+/// At most 4096 events or 16 MiB of them are kept; beyond that the oldest go (DroppedEvents()), so
+/// that a single event which takes more is dropped as well.
 ///
 /// Thread safety: none. Lifetime: owns the callbacks that were registered and destroys them with
 /// itself; must not be destroyed from inside a callback.
 class KESTROVE_EXPORT MPISocketConnectionC : public Socket
 {
 public:
+    /// Not connected.
     MPISocketConnectionC();
+    /// Closes the connection and destroys the callbacks; calls no hook.
     ~MPISocketConnectionC() override;
 
     /// Sends the subscription of every event registered so far. An override calls this one first.
@@ -94,8 +97,7 @@ public:
     ///
     /// @param name the event.
     /// @param callback what to call for each; owned from now on. Replaces an earlier callback of
-    /// the
-    ///        name, which is destroyed (after it returns, when it is running). Null is ignored.
+    ///        the name, which is destroyed (after it returns, when it is running). Null is ignored.
     void RequestCallback(const std::string& name, MPICallbackBase* callback);
 
     /// Whether the link can be used: looks at the socket, takes in what has arrived, and closes a

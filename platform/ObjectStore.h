@@ -19,6 +19,7 @@ class KESTROVE_EXPORT ObjectStore
 public:
     /// An empty store in output mode.
     ObjectStore();
+    /// Releases what the store holds.
     ~ObjectStore();
     ObjectStore(const ObjectStore&) = delete;
     ObjectStore& operator=(const ObjectStore&) = delete;

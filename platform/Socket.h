@@ -17,6 +17,7 @@ struct SocketStateC;
 class KESTROVE_EXPORT Socket
 {
 public:
+    /// Not connected.
     Socket();
     // The order of the virtual operations is fixed: applications keep working without a rebuild.
     virtual ~Socket();
@@ -68,7 +69,9 @@ public:
     /// connection. It changes with every reconnection and must not be read from or closed.
     int Descriptor() const;
 
-    /// Why the last call failed; code None when it did not. Valid until the next call.
+    /// Why the last call failed; code None when it did not. Set by Connect(), Reconnect() and
+    /// Accept(), by every call that sends, and whenever a connection is found lost; a look at a
+    /// link that lives leaves it as it is. Valid until the next call.
     const LinkErrorC& LastError() const;
 
 protected:

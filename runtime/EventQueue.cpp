@@ -6,7 +6,7 @@ void EventQueueC::Push(EventC event)
 {
     m_memory += event.memory;
     m_events.push_back(std::move(event));
-    while (m_events.size() > kMostEvents || (m_memory > kMostMemory && m_events.size() > 1)) {
+    while (m_events.size() > kMostEvents || m_memory > kMostMemory) {
         Pop();
         ++m_dropped;
     }

@@ -17,7 +17,7 @@ struct EventC
 };
 
 /// The events that wait, in the order of their arrival. Bounded: beyond the limit the oldest go, so
-/// that an application that does not read for a while sees what is newest. The newest always stays.
+/// that an application that does not read for a while sees what is newest.
 class EventQueueC
 {
 public:

@@ -117,7 +117,9 @@ void MPISocketConnectionC::MessageReceived(BDictionaryC* message)
     answer.WriteString(text.data(), text.size());
     answer.WriteNothing();
     // A peer that asks and does not read must not hold a call up.
-    m_messages->Send(answer.Data(), answer.Size(), DeadlineC::After(0));
+    if (m_messages->Send(answer.Data(), answer.Size(), DeadlineC::After(0))) {
+        DataSent();
+    }
 }
 
 BElementC* MPISocketConnectionC::CallMethod(const std::string& name, BListC* arguments)

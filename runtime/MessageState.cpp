@@ -21,8 +21,23 @@ constexpr std::size_t kMostRequests = 1024;
 /// A wait that is this much shorter than the time-out still counts as the whole time-out.
 constexpr int kSlackMilliseconds = 5;
 constexpr std::chrono::milliseconds kReopeningPace(500);
+/// Delivering events must not hold an application up, whatever swallows connections on the port.
+constexpr int kReopeningLimitMilliseconds = 100;
 /// About what an event costs beside its values.
 constexpr std::size_t kEventBytes = 128;
+
+/// Sets a flag for as long as it lives, also when an exception passes.
+class FlagHolder
+{
+public:
+    explicit FlagHolder(bool& flag) : m_flag(flag) { m_flag = true; }
+    ~FlagHolder() { m_flag = false; }
+    FlagHolder(const FlagHolder&) = delete;
+    FlagHolder& operator=(const FlagHolder&) = delete;
+
+private:
+    bool& m_flag;
+};
 
 std::unique_ptr<BDictionaryC> DescriptionOf(MessageC& request)
 {
@@ -49,9 +64,18 @@ bool MessageStateC::Lose(ELinkError code, std::string reason)
 
 bool MessageStateC::Send(const char* data, std::size_t size, const DeadlineC& deadline)
 {
+    const unsigned long present = SocketState().connections;
+    const bool isWhole = SendWhole(data, size, deadline);
+    // What the peer asked for while the message was half written.
+    AnswerRequests();
+    return isWhole && IsStill(present);
+}
+
+bool MessageStateC::SendWhole(const char* data, std::size_t size, const DeadlineC& deadline)
+{
+    const FlagHolder sending(m_isSending);
     TcpSocketC& tcp = SocketState().tcp;
     const unsigned long present = SocketState().connections;
-    m_isSending = true;
     std::size_t gone = 0;
     while (gone < size && IsStill(present)) {
         std::size_t sent = 0;
@@ -60,7 +84,9 @@ bool MessageStateC::Send(const char* data, std::size_t size, const DeadlineC& de
         if (outcome == ETransfer::Closed) {
             // What the peer had sent before it closed still counts.
             TakeIn();
-            Lose(ELinkError::Closed, "the service closed the connection");
+            if (IsStill(present)) {
+                Lose(ELinkError::Closed, "the service closed the connection");
+            }
         } else if (outcome == ETransfer::NotNow) {
             // A peer that is itself waiting for room goes on when we read.
             if (!tcp.Wait(true, deadline) || deadline.Passed()) {
@@ -70,16 +96,17 @@ bool MessageStateC::Send(const char* data, std::size_t size, const DeadlineC& de
             }
         }
     }
-    m_isSending = false;
-    return gone == size && IsStill(present);
+    return gone == size;
 }
 
 ETransfer MessageStateC::Receive(bool mayWait)
 {
     SocketStateC& socket = SocketState();
-    if (m_decodedConnection != socket.connections) {
+    const unsigned long present = socket.connections;
+    if (m_decodedConnection != present) {
         m_decoder.Reset();
-        m_decodedConnection = socket.connections;
+        m_requests.clear();
+        m_decodedConnection = present;
     }
     std::size_t room = 0;
     char* const space = m_decoder.Space(room);
@@ -88,38 +115,40 @@ ETransfer MessageStateC::Receive(bool mayWait)
                                       : socket.tcp.ReceiveNow(space, room, received);
     if (outcome == ETransfer::Closed) {
         Lose(ELinkError::Closed, "the service closed the connection");
-        return outcome;
     }
-    if (outcome == ETransfer::NotNow) {
+    if (outcome != ETransfer::Done) {
         return outcome;
     }
     m_decoder.Arrived(received);
+    const bool isWellFormed = SortArrived();
     connection.DataReceived();
     connection.DataReceivedFrom(socket.tcp.PeerHost(), socket.tcp.PeerPort());
-    MessageC message;
-    auto decoded = m_decoder.Next(message);
-    while (decoded == MessageDecoderC::EResult::Complete) {
-        Sort(message);
-        decoded = m_decoder.Next(message);
-    }
-    if (decoded == MessageDecoderC::EResult::Bad) {
+    if (!isWellFormed && IsStill(present)) {
         Lose(ELinkError::BadMessage, m_decoder.Problem());
+    }
+    if (!IsStill(present)) {
         return ETransfer::Closed;
     }
     AnswerRequests();
     return ETransfer::Done;
 }
 
+bool MessageStateC::SortArrived()
+{
+    MessageC message;
+    auto decoded = m_decoder.Next(message);
+    while (decoded == MessageDecoderC::EResult::Complete) {
+        Sort(message);
+        decoded = m_decoder.Next(message);
+    }
+    return decoded != MessageDecoderC::EResult::Bad;
+}
+
 void MessageStateC::Sort(MessageC& message)
 {
     switch (message.kind) {
     case MessageC::EKind::Response:
-        // Too late, twice, or never asked for: dropped by its number.
-        if (m_awaited.isAwaited && !m_awaited.hasCome && message.id == m_awaited.number) {
-            m_awaited.hasCome = true;
-            m_awaited.error = std::move(message.error);
-            m_awaited.result = std::move(message.result);
-        }
+        TakeReply(message);
         break;
     case MessageC::EKind::Notification:
         if (callbacks.find(message.method) != callbacks.end()) {
@@ -135,6 +164,20 @@ void MessageStateC::Sort(MessageC& message)
     }
 }
 
+void MessageStateC::TakeReply(MessageC& message)
+{
+    Awaited* awaited = m_awaited;
+    while (awaited != nullptr && awaited->number != message.id) {
+        awaited = awaited->outer;
+    }
+    if (awaited == nullptr || awaited->hasCome) {
+        return; // too late, twice, or never asked for
+    }
+    awaited->hasCome = true;
+    awaited->error = std::move(message.error);
+    awaited->result = std::move(message.result);
+}
+
 void MessageStateC::AnswerRequests()
 {
     if (m_isSending || m_requests.empty()) {
@@ -143,7 +186,8 @@ void MessageStateC::AnswerRequests()
     const auto requests = std::move(m_requests);
     m_requests.clear();
     for (const auto& request : requests) {
-        if (IsUp()) {
+        // An answer belongs to the connection that the request came over.
+        if (IsStill(m_decodedConnection)) {
             connection.MessageReceived(request.get());
         }
     }
@@ -179,18 +223,15 @@ bool MessageStateC::Await(const DeadlineC& deadline)
 std::unique_ptr<BElementC> MessageStateC::AwaitReply(std::uint64_t number,
                                                      const DeadlineC& deadline)
 {
-    Awaited outer = std::exchange(m_awaited, Awaited());
-    m_awaited.isAwaited = true;
-    m_awaited.number = number;
+    Awaited reply(m_awaited, number);
     const unsigned long present = SocketState().connections;
-    while (!m_awaited.hasCome && IsStill(present) && Await(deadline)) {
-        if (!m_awaited.hasCome && deadline.Passed()) {
+    while (!reply.hasCome && IsStill(present) && Await(deadline)) {
+        if (!reply.hasCome && deadline.Passed()) {
             break;
         }
     }
-    Awaited reply = std::exchange(m_awaited, std::move(outer));
     if (reply.hasCome) {
-        return ResultOf(std::move(reply));
+        return ResultOf(reply);
     }
     if (IsStill(present) && m_decodedConnection == present && m_decoder.InMessage()) {
         // Its rest may never come, and nothing behind it could be read.
@@ -201,7 +242,7 @@ std::unique_ptr<BElementC> MessageStateC::AwaitReply(std::uint64_t number,
     return nullptr;
 }
 
-std::unique_ptr<BElementC> MessageStateC::ResultOf(Awaited reply)
+std::unique_ptr<BElementC> MessageStateC::ResultOf(Awaited& reply)
 {
     if (reply.error != nullptr) {
         SocketState().Fail(ELinkError::ServiceError, TextOf(*reply.error));
@@ -270,10 +311,12 @@ void MessageStateC::AttendExtraReader()
 
 void MessageStateC::ReopenPaced()
 {
-    const auto now = std::chrono::steady_clock::now();
-    if (SocketState().port == 0 || now < m_nextReopening) {
+    SocketStateC& socket = SocketState();
+    if (socket.port == 0 || std::chrono::steady_clock::now() < m_nextReopening) {
         return;
     }
-    m_nextReopening = now + kReopeningPace;
-    connection.Reconnect();
+    const int timeoutMilliseconds = socket.timeoutMilliseconds;
+    connection.Connect(socket.host, socket.port, kReopeningLimitMilliseconds);
+    socket.timeoutMilliseconds = timeoutMilliseconds;
+    m_nextReopening = std::chrono::steady_clock::now() + kReopeningPace;
 }

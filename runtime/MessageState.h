@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -53,7 +54,7 @@ struct MessageStateC
     bool WaitToProcess(const DeadlineC& deadline);
     /// Calls ReadExtra() when the extra descriptor has something to read.
     void AttendExtraReader();
-    /// Makes an attempt to reopen a lost connection, unless the last was less than 500 ms ago.
+    /// Makes a short attempt to reopen a lost connection, unless the last was less than 500 ms ago.
     void ReopenPaced();
 
     bool IsUp() const { return connection.m_connected || connection.m_accepted; }
@@ -66,29 +67,44 @@ struct MessageStateC
     /// returns.
     std::map<std::string, std::shared_ptr<MPICallbackBase>> callbacks;
     bool reconnects = false;
-    std::uint32_t lastNumber = 0;
+    /// Starts anywhere, so that no reply can be made up before its request.
+    std::uint32_t lastNumber = std::random_device()();
 
 private:
-    /// Which reply is awaited, and whether it has come.
+    /// A reply that is awaited. A hook may send a request of its own while one is awaited, so they
+    /// form a chain.
     struct Awaited
     {
-        bool isAwaited = false;
+        Awaited(Awaited*& chain, std::uint64_t awaitedNumber)
+            : innermost(chain), outer(chain), number(awaitedNumber)
+        {
+            innermost = this;
+        }
+        ~Awaited() { innermost = outer; }
+        Awaited(const Awaited&) = delete;
+        Awaited& operator=(const Awaited&) = delete;
+
+        Awaited*& innermost;
+        Awaited* outer;
+        std::uint64_t number;
         bool hasCome = false;
-        std::uint64_t number = 0;
         std::unique_ptr<BElementC> error;
         std::unique_ptr<BElementC> result;
     };
 
     bool IsStill(unsigned long present);
+    bool SendWhole(const char* data, std::size_t size, const DeadlineC& deadline);
     ETransfer Receive(bool mayWait);
+    bool SortArrived();
     void Sort(MessageC& message);
+    void TakeReply(MessageC& message);
     void AnswerRequests();
     bool Lose(ELinkError code, std::string reason);
-    std::unique_ptr<BElementC> ResultOf(Awaited reply);
+    std::unique_ptr<BElementC> ResultOf(Awaited& reply);
 
     MessageDecoderC m_decoder;
     unsigned long m_decodedConnection = 0; // whose bytes the decoder holds
-    Awaited m_awaited;
+    Awaited* m_awaited = nullptr;
     std::vector<std::unique_ptr<BDictionaryC>> m_requests;
     bool m_isSending = false;
     std::chrono::steady_clock::time_point m_nextReopening;

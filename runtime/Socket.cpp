@@ -57,11 +57,12 @@ bool Socket::Connect(std::string host, unsigned short port, int timeoutMilliseco
     state.timeoutMilliseconds = timeoutMilliseconds;
     const int limit = timeoutMilliseconds < 0 ? kOwnConnectLimitMilliseconds : timeoutMilliseconds;
     state.error = state.tcp.Open(state.host, port, DeadlineC::After(limit));
-    if (!state.tcp.IsOpen()) {
+    m_connected = state.tcp.IsOpen();
+    m_accepted = false; // whatever a hook has opened in the meantime is gone
+    if (!m_connected) {
         return false;
     }
     ++state.connections;
-    m_connected = true;
     Connected();
     return m_connected;
 }
