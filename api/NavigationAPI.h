@@ -63,8 +63,7 @@ public:
     /// Lets the service take over the steering.
     ///
     /// @return the service's integer: 1 engaged, 0 refused; -1 when it cannot be reached or does
-    /// not
-    ///         reply.
+    ///         not reply.
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "EngageSteering" [1] -> int.
     int EngageSteering();
@@ -82,8 +81,7 @@ public:
     /// @param followNearestPass true to follow the pass nearest to the machine, false to follow the
     ///        wayline itself.
     /// @return the service's integer: 1 started, 0 refused; -1 when it cannot be reached or does
-    /// not
-    ///         reply.
+    ///         not reply.
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "StartNavigation" [1, followNearestPass] -> int.
     int StartNavigation(bool followNearestPass);
@@ -177,8 +175,7 @@ public:
     /// Asks how long the machine may stay engaged at low speed.
     ///
     /// @return the time in seconds; 0.0 when the connection is not usable, without a reply and for
-    /// a
-    ///         reply that is no single value.
+    ///         a reply that is no single value.
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_low_speed_engage_timeout" [1] -> double.
     double GetLowSpeedEngageTimeout();
@@ -193,8 +190,7 @@ public:
     /// Asks how far ahead of the machine, in time, the controller aims.
     ///
     /// @return the time in seconds; 0.0 when the connection is not usable, without a reply and for
-    /// a
-    ///         reply that is no single value.
+    ///         a reply that is no single value.
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_lookahead_time" [1] -> double.
     double GetLookAheadTime();
@@ -221,8 +217,8 @@ public:
     /// Asks for the service's wayline.
     ///
     /// @return the wayline, solely owned by the caller; null when there is none, when the
-    /// connection
-    ///         is not usable, without a reply and for a reply that is no wayline's list form.
+    ///         connection is not usable, without a reply and for a reply that is no wayline's list
+    ///         form.
     /// @throws std::length_error for a list form with a negative number of points; the object stays
     ///         usable.
     /// Blocks until the reply or the time-out; verifies the connection.
@@ -294,8 +290,7 @@ public:
     /// @param add true to add `amount` to the nudge, false to set the nudge to it.
     /// @param amount metres.
     /// @return the service's status: 1 done, 0 refused; -1 when it cannot be reached, does not
-    /// reply
-    ///         or replies with no list.
+    ///         reply or replies with no list.
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "Nudge" [1, add, amount] -> [int, double, double, double]; elements missing
     /// from the reply count as 0.
@@ -305,8 +300,7 @@ public:
     ///
     /// @param nudge receives the resulting nudge as a vector (metres); untouched on failure.
     /// @return the service's status: 1 done, 0 refused; -1 when it cannot be reached, does not
-    /// reply
-    ///         or replies with no list.
+    ///         reply or replies with no list.
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "AutoSetNudge" [1] -> [int, double, double, double]; elements missing from the
     /// reply count as 0.
@@ -434,8 +428,7 @@ public:
     /// @param lowest,start,highest receive the lowest value, the start value and the highest value;
     ///        untouched on failure.
     /// @return true when a list of exactly three limits came; false otherwise, also when the
-    /// service
-    ///         cannot be reached or does not reply.
+    ///         service cannot be reached or does not reply.
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "GetTuningLimits" [parameter] -> [double, double, double].
     bool GetTuningLimits(Kestrove::ETuningParameter parameter, double& lowest, double& start,

@@ -13,7 +13,12 @@ template <typename Result, typename Argument1>
 class Functor1
 {
 public:
+    /// What the application wants done. Runs on the thread that calls.
+    ///
+    /// @param argument1 has the meaning and unit that are told where the functor is handed over;
+    ///        the result likewise.
     virtual Result operator()(Argument1 argument1) = 0;
+    /// Destroys the application's object whole.
     virtual ~Functor1() = default;
 };
 
@@ -22,7 +27,9 @@ template <typename Result, typename Argument1, typename Argument2>
 class Functor2
 {
 public:
+    /// What the application wants done, as in Functor1.
     virtual Result operator()(Argument1 argument1, Argument2 argument2) = 0;
+    /// Destroys the application's object whole.
     virtual ~Functor2() = default;
 };
 
@@ -31,7 +38,9 @@ template <typename Result, typename Argument1, typename Argument2, typename Argu
 class Functor3
 {
 public:
+    /// What the application wants done, as in Functor1.
     virtual Result operator()(Argument1 argument1, Argument2 argument2, Argument3 argument3) = 0;
+    /// Destroys the application's object whole.
     virtual ~Functor3() = default;
 };
 
@@ -41,8 +50,10 @@ template <typename Result, typename Argument1, typename Argument2, typename Argu
 class Functor4
 {
 public:
+    /// What the application wants done, as in Functor1.
     virtual Result operator()(Argument1 argument1, Argument2 argument2, Argument3 argument3,
                               Argument4 argument4) = 0;
+    /// Destroys the application's object whole.
     virtual ~Functor4() = default;
 };
 
@@ -52,8 +63,10 @@ template <typename Result, typename Argument1, typename Argument2, typename Argu
 class Functor5
 {
 public:
+    /// What the application wants done, as in Functor1.
     virtual Result operator()(Argument1 argument1, Argument2 argument2, Argument3 argument3,
                               Argument4 argument4, Argument5 argument5) = 0;
+    /// Destroys the application's object whole.
     virtual ~Functor5() = default;
 };
 
@@ -145,8 +158,7 @@ struct SignatureOf<Result (Class::*)(Arguments...) const noexcept>
 ///
 /// @param callable is moved or copied into the functor and destroyed with it.
 /// @return a new functor, of the template for so many arguments. It belongs to whomever it is
-/// handed
-///         to; who keeps it deletes it.
+///         handed to; who keeps it deletes it.
 template <typename Callable, typename CallOperator = decltype(&Callable::operator())>
 auto MakeFunctor(Callable callable)
 {

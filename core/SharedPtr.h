@@ -62,8 +62,7 @@ public:
     /// owner thereby destroys the object and ends up null; with further owners nothing changes.
     ///
     /// @return a further owner, by value; it gives its share back when it is dropped. Null when
-    /// this
-    ///         pointer became null, and when the count wrapped.
+    ///         this pointer became null, and when the count wrapped.
     SharedPtr
     operator=(const SharedPtr& other); // NOLINT(bugprone-unhandled-self-assignment): told above
 

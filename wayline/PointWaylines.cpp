@@ -90,7 +90,7 @@ bool AppendPoints(const std::vector<std::string>& parts, Points& points)
     return true;
 }
 
-// The printed lines are part of what the readers do, byte for byte.
+// Applications and field logs read the printed lines as they stand, so their bytes stay as they are.
 void PrintExpectedLength(const char* className, std::size_t length, std::int64_t expectedLength)
 {
     std::printf("%s::LoadString %zd == %d\n", className, length,
@@ -123,9 +123,11 @@ bool ReadText(const char* className, EWaylineType type, const std::string& text,
     if (!isCountRight) {
         return false;
     }
-    // The same line once more, for every text whose code and count are right.
+    // The same line once more: applications and field logs tell a text whose code and count are
+    // right by the repeated line.
     PrintExpectedLength(className, parts.size(), expectedLength);
-    // A text of another length than its count asks for is accepted, but none of its points.
+    // A text of another length than its count asks for is accepted, but none of its points: texts
+    // with such counts are in applications' stores, and go on loading as lines without points.
     if (static_cast<std::int64_t>(parts.size()) != expectedLength) {
         return true;
     }

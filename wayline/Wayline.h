@@ -47,6 +47,7 @@ using WaylinePtr = Core::SharedPtr<CWayline, Core::SimpleReferenceCounter>;
 class KESTROVE_EXPORT CWayline
 {
 public:
+    /// Destroys the wayline whole, whatever its kind.
     virtual ~CWayline();
 
     /// Writes the list form: the code of the kind, then its values.
@@ -63,7 +64,8 @@ public:
     /// @param list the list; must not be null, stays the caller's.
     /// @return false when the list has not the length that the kind wants; the wayline is then
     ///         unchanged.
-    /// @throws std::length_error for a negative point count; the wayline is then unchanged.
+    /// @throws std::length_error for a negative point count, std::bad_alloc for one that memory
+    ///         does not suffice for; the wayline is then unchanged.
     virtual bool LoadBList(BListC* list) = 0;
 
     /// Writes the text form: the code of the kind, then its values, blank-separated; whatever the
@@ -90,7 +92,8 @@ public:
     /// @return the only owner of the new wayline; null for an empty list, for a code that is no
     ///         kind's, for a list that its kind does not accept (see LoadBList()), and always for
     ///         the code of CEmptyWayline.
-    /// @throws std::length_error for a negative point count.
+    /// @throws std::length_error for a negative point count, std::bad_alloc for one that memory
+    ///         does not suffice for; nothing is left behind.
     static WaylinePtr FromBList(BListC* list);
 
     /// Builds the wayline that a text form describes.
@@ -102,6 +105,7 @@ public:
     static WaylinePtr FromString(const std::string& text);
 
 protected:
+    /// For the kinds: sets the code, which nothing changes afterwards.
     explicit CWayline(EWaylineType type) : m_type(type) {}
     // Only whole kinds are copied: a copy through the base would lose the values or mix kinds.
     CWayline(const CWayline&) = default;
@@ -116,6 +120,7 @@ private:
 class KESTROVE_EXPORT CEmptyWayline : public CWayline
 {
 public:
+    /// No line.
     CEmptyWayline();
     /// @return a new list without elements, which the caller owns.
     BListC* ToBList() const override;
@@ -199,7 +204,9 @@ public:
 
 /// The smooth curve through a sequence of points.
 ///
-/// List form: [3, number of points, x, y, z of each point]; text form the same numbers.
+/// List form: [3, number of points, x, y, z of each point]; text form the same numbers. Without
+/// points the list form has two elements, one less than the reader wants: it comes back as a null
+/// pointer. The text form comes back.
 class KESTROVE_EXPORT CSplineWayline : public CWayline
 {
 public:
@@ -219,7 +226,9 @@ public:
 
 /// A driven line from A to B as a sequence of points.
 ///
-/// List form: [4, number of points, x, y, z of each point]; text form the same numbers.
+/// List form: [4, number of points, x, y, z of each point]; text form the same numbers. Without
+/// points the list form has two elements, one less than the reader wants: it comes back as a null
+/// pointer. The text form comes back.
 class KESTROVE_EXPORT CABCurveWayline : public CWayline
 {
 public:
@@ -244,6 +253,7 @@ public:
 class KESTROVE_EXPORT CPathWayline : public CWayline
 {
 public:
+    /// The service's recorded line, which this object only names.
     CPathWayline();
     BListC* ToBList() const override;
     /// @return whether the list has at least one element; none is read.
@@ -260,6 +270,7 @@ public:
 class KESTROVE_EXPORT CReplayWayline : public CWayline
 {
 public:
+    /// The service's recorded drive, which this object only names.
     CReplayWayline();
     BListC* ToBList() const override;
     /// @return whether the list has at least one element; none is read.
