@@ -50,6 +50,8 @@ Kestrove::WaylinePtr CNavigationAPI::GetWayline()
     return wayline;
 }
 
+// By value, since applications have been built with it so.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 bool CNavigationAPI::SetWayline(Kestrove::WaylinePtr wayline)
 {
     if (!VerifyingGuard()) {

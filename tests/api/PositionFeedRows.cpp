@@ -2,6 +2,40 @@
 
 namespace Contract {
 
+namespace {
+
+/// How the record is written: each value under its tag, and the text of them all before the list.
+std::vector<std::string> RecordLines()
+{
+    return {"ObjectStore made",
+            "SetOutputMode",
+            "ProcessDouble 1 1.5",
+            "ProcessDouble 2 2.5",
+            "ProcessDouble 3 3.5",
+            "ProcessDouble 4 4.5",
+            "ProcessDouble 5 5.5",
+            "ProcessDouble 6 6.5",
+            "ProcessDouble 7 7.5",
+            "ProcessDouble 8 8.5",
+            "ProcessDouble 9 9.5",
+            "ProcessDouble 10 10.5",
+            "ProcessDouble 11 11.5",
+            "ProcessDouble 12 12.5",
+            "ProcessDouble 13 13.5",
+            "ProcessDouble 14 14.5",
+            "ProcessInt 15 1",
+            "ProcessInt 16 16",
+            "ProcessInt 17 17",
+            "ProcessInt 18 0",
+            "ProcessInt 19 1",
+            "ProcessInt 20 20",
+            "ProcessDouble 21 21.5",
+            "AsString",
+            "list made"};
+}
+
+} // namespace
+
 std::vector<Row> PositionFeedRows()
 {
     return {
@@ -20,31 +54,7 @@ std::vector<Row> PositionFeedRows()
                                                 11.5, 12.5, 13.5, 14.5, true, 16, 17, false, true,
                                                 20, 21.5));
             })
-            .Building({"ObjectStore made",
-                       "SetOutputMode",
-                       "ProcessDouble 1 1.5",
-                       "ProcessDouble 2 2.5",
-                       "ProcessDouble 3 3.5",
-                       "ProcessDouble 4 4.5",
-                       "ProcessDouble 5 5.5",
-                       "ProcessDouble 6 6.5",
-                       "ProcessDouble 7 7.5",
-                       "ProcessDouble 8 8.5",
-                       "ProcessDouble 9 9.5",
-                       "ProcessDouble 10 10.5",
-                       "ProcessDouble 11 11.5",
-                       "ProcessDouble 12 12.5",
-                       "ProcessDouble 13 13.5",
-                       "ProcessDouble 14 14.5",
-                       "ProcessInt 15 1",
-                       "ProcessInt 16 16",
-                       "ProcessInt 17 17",
-                       "ProcessInt 18 0",
-                       "ProcessInt 19 1",
-                       "ProcessInt 20 20",
-                       "ProcessDouble 21 21.5",
-                       "AsString",
-                       "list made"})
+            .Building(RecordLines())
             .Cleaning({"ObjectStore destroyed"})
             .Documented("[string record]"),
     };
