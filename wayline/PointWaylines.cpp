@@ -90,7 +90,7 @@ bool AppendPoints(const std::vector<std::string>& parts, Points& points)
     return true;
 }
 
-// Applications and field logs read the printed lines as they stand, so their bytes stay as they are.
+// Applications and field logs read the printed lines as they stand: their bytes do not change.
 void PrintExpectedLength(const char* className, std::size_t length, std::int64_t expectedLength)
 {
     std::printf("%s::LoadString %zd == %d\n", className, length,

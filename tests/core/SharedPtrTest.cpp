@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <new>
 #include <string>
 #include <type_traits>
+#include <utility>
 
 namespace {
 
@@ -125,6 +127,23 @@ TEST_F(SharedPtr, CopiedFromNothingIsNull)
 {
     const ThingPtr null;
     ExpectNull(ThingPtr(null)); // NOLINT(performance-unnecessary-copy-initialization)
+}
+
+TEST_F(SharedPtr, CopiedFromAHalfIsNull)
+{
+    SimpleReferenceCounter counter(1);
+    CThing thing(m_destroyed);
+    for (const Halves& halves : {Halves{&counter, nullptr}, Halves{nullptr, &thing}}) {
+        SCOPED_TRACE(halves.object == nullptr ? "no object" : "no counter");
+        ThingPtr pointer;
+        Put(pointer, halves);
+
+        const ThingPtr copy(pointer); // NOLINT(performance-unnecessary-copy-initialization)
+
+        ExpectNull(copy);
+        EXPECT_EQ(counter.Count(), 1u);
+        EXPECT_EQ(m_destroyed, 0);
+    }
 }
 
 TEST_F(SharedPtr, CopiedFromACountOfZeroIsNull)
@@ -326,6 +345,30 @@ TEST_F(SharedPtr, AssignedFromWhatCannotBeSharedIsNull)
         EXPECT_EQ(zero.Count(), 0u);
         Put(source, Halves{});
     }
+}
+
+/// A thing that lets go of a pointer when it is destroyed.
+class CHolder : public CThing
+{
+public:
+    CHolder(int& destroyed, ThingPtr& held) : CThing(destroyed), m_held(held) {}
+    ~CHolder() override { m_held.Dereference(); }
+
+private:
+    ThingPtr& m_held;
+};
+
+TEST_F(SharedPtr, AssignedReadsTheSourceAgainAfterLettingGo)
+{
+    ThingPtr source = NewThing();
+    ThingPtr target(new CHolder(m_destroyed, source));
+
+    const ThingPtr returned = target = source;
+
+    EXPECT_EQ(m_destroyed, 2) << "the target's former object, and with it the source's";
+    ExpectNull(target);
+    ExpectNull(source);
+    ExpectNull(returned);
 }
 
 TEST_F(SharedPtr, AssignedFromNothingForgetsAHalf)

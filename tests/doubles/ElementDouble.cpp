@@ -105,11 +105,16 @@ BListC::~BListC()
 
 void BListC::AddInt(int value)
 {
-    AddInt64(value);
+    Slot slot{};
+    slot.integer = value;
+    slot.type = EBElementType::Integer;
+    m_slots.push_back(slot);
 }
 
 void BListC::AddInt64(std::int64_t value)
 {
+    // AddInt() says nothing, being the way in which the code under test adds its ints.
+    Recording().Note("AddInt64 " + std::to_string(value));
     Slot slot{};
     slot.integer = value;
     slot.type = EBElementType::Integer;
@@ -145,6 +150,7 @@ void BListC::Add(BElementC* element)
     } else if (type == EBElementType::Integer) {
         AddInt64(atom->Int64Value());
     } else if (type == EBElementType::Double) {
+        Recording().Note("Add " + Doubles::Describe(atom->DoubleValue()));
         AddDouble(atom->DoubleValue());
     } else {
         Slot slot{};

@@ -10,15 +10,11 @@
 #include "platform/BElement.h"
 #include "platform/LinkError.h"
 #include "platform/MPICallback.h"
+#include "tests/doubles/Describe.h"
 
 /// A platform that sends nothing: it writes down what the code under test asked of it, and answers
 /// as a test has scripted.
 namespace Doubles {
-
-/// An element written out with its types, in order: `[int 1, double 2.5, string "a", [int 3]]`.
-std::string Describe(const BElementC& element);
-/// A floating-point number in its shortest form that reads back to the same bits.
-std::string Describe(double value);
 
 /// What the code under test did to the platform, and what the platform answers it.
 ///
@@ -33,7 +29,8 @@ std::string Describe(double value);
 ///     VerifyConnection: true             likewise
 ///     list made                          a BListC was constructed
 ///     Reserve 2                          on an empty list ("Reserve 2 after 1" on a filled one)
-///     CallMethod EngageSteering [int 1]  a request, with a snapshot of its arguments
+///     AddInt64 5, Add 2.5                a number added by another way than AddInt() or
+///     AddDouble() CallMethod EngageSteering [int 1]  a request, with a snapshot of its arguments
 ///     SendNotification set_nudge [int 1, double 2.5]
 ///     RequestCallback cb_offsets
 ///     reply destroyed                    an element that CallMethod() handed out

@@ -1,5 +1,8 @@
 #include "tests/wayline/AllocationCount.h"
 
+#include <malloc.h>
+
+#include <algorithm>
 #include <cstdlib>
 #include <new>
 
@@ -7,11 +10,14 @@ namespace {
 
 long made = 0;
 long freed = 0;
+std::size_t liveBytes = 0;
+std::size_t peakBytes = 0;
 
 void Free(void* block)
 {
     if (block != nullptr) {
         ++freed;
+        liveBytes -= malloc_usable_size(block);
         std::free(block);
     }
 }
@@ -28,6 +34,21 @@ long AllocationsSoFar()
     return made;
 }
 
+std::size_t LiveBytes()
+{
+    return liveBytes;
+}
+
+std::size_t PeakBytes()
+{
+    return peakBytes;
+}
+
+void ForgetPeakBytes()
+{
+    peakBytes = liveBytes;
+}
+
 void* operator new(std::size_t size)
 {
     void* block = std::malloc(size == 0 ? 1 : size);
@@ -35,6 +56,8 @@ void* operator new(std::size_t size)
         throw std::bad_alloc();
     }
     ++made;
+    liveBytes += malloc_usable_size(block);
+    peakBytes = std::max(peakBytes, liveBytes);
     return block;
 }
 

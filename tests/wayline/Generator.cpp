@@ -2,7 +2,7 @@
 
 using Kestrove::WaylinePtr;
 
-WaylinePtr AnyWayline(CGenerator& generator, int code, NextDouble next)
+WaylinePtr AnyWayline(CGenerator& generator, int code, NextDouble next, int fewestPoints)
 {
     const auto vector = [&] {
         const double x = (generator.*next)();
@@ -10,7 +10,7 @@ WaylinePtr AnyWayline(CGenerator& generator, int code, NextDouble next)
         return Core::Maths::Vector3<double>(x, y, (generator.*next)());
     };
     std::vector<Core::Maths::Vector3<double>> points;
-    for (int left = generator.Int(1, 12); left > 0; --left) {
+    for (int left = generator.Int(fewestPoints, 12); left > 0; --left) {
         points.push_back(vector());
     }
     switch (code) {

@@ -222,20 +222,5 @@ TEST(CurveTextForm, OfTheOtherPointKindIsRefused)
     EXPECT_FALSE(spline.LoadString("4 1 1 2 3"));
 }
 
-TEST(CurveTextForm, IsToldByTheFactoryToo)
-{
-    CCapturedOutput output;
-
-    const WaylinePtr curve = CWayline::FromString("4 2 0 0 0 1 1 0");
-
-    EXPECT_EQ(output.Text(), "CABCurveWayline::LoadString: 4 2 0 0 0 1 1 0\n"
-                             "CABCurveWayline::LoadString: split string length: 8\n"
-                             "CABCurveWayline::LoadString: type is correct: 1\n"
-                             "CABCurveWayline::LoadString count is correct: 1 count is 2\n"
-                             "CABCurveWayline::LoadString 8 == 8\n"
-                             "CABCurveWayline::LoadString 8 == 8\n");
-    ASSERT_TRUE(curve);
-}
-
 } // namespace
 } // namespace Kestrove

@@ -1,17 +1,19 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <iterator>
 #include <memory>
+#include <new>
 #include <type_traits>
-#include <vector>
 
-#include "tests/doubles/Recording.h"
+#include "platform/BElement.h"
+#include "tests/doubles/Describe.h"
 #include "tests/wayline/AllocationCount.h"
 #include "wayline/Wayline.h"
 
 namespace Kestrove {
 namespace {
-
-using Core::Maths::Vector3;
 
 static_assert(std::is_abstract_v<CWayline>);
 static_assert(std::has_virtual_destructor_v<CWayline>);
@@ -66,16 +68,27 @@ TEST(WaylineKinds, StartWithTheirCodeAndZeroValues)
     }
 }
 
-TEST(WaylineKinds, StartWithZeroMembersInMemoryThatWasUsed)
+template <typename Kind>
+class FixedKind : public testing::Test
 {
-    alignas(CCircleWayline) unsigned char memory[sizeof(CCircleWayline)];
+};
+using FixedKinds = testing::Types<CABWayline, CAHeadingWayline, CCircleWayline>;
+TYPED_TEST_SUITE(FixedKind, FixedKinds);
+
+TYPED_TEST(FixedKind, StartsWithZeroMembersInMemoryThatWasUsed)
+{
+    alignas(TypeParam) unsigned char memory[sizeof(TypeParam)];
     std::fill(std::begin(memory), std::end(memory), static_cast<unsigned char>(0x5A));
 
-    auto* circle = new (memory) CCircleWayline;
+    auto* wayline = new (memory) TypeParam;
+    const std::unique_ptr<BListC> list(wayline->ToBList());
 
-    EXPECT_EQ(circle->ToString(), CCircleWayline().ToString());
-    EXPECT_EQ(circle->Type(), EWaylineTypeCircle);
-    circle->~CCircleWayline();
+    for (int i = 1; i < list->Size(); ++i) {
+        EXPECT_EQ(list->GetDouble(i), 0.0) << "value " << i;
+        EXPECT_FALSE(std::signbit(list->GetDouble(i))) << "value " << i;
+    }
+    EXPECT_EQ(list->GetInt(0), wayline->Type());
+    wayline->~TypeParam();
 }
 
 TEST(WaylineKinds, AreBuiltFromTheirPoints)
