@@ -6,7 +6,9 @@
 // RESULTS is the file that the table is written to (wayline-benchmark.txt unless given): the
 // readers print to standard output, which goes to /dev/null. An operation and its baselines run in
 // turn within every round, so that what disturbs the machine disturbs all of them; the table has
-// the medians over ROUNDS rounds. LARGEST ends the series of point counts.
+// the medians over ROUNDS rounds. LARGEST ends the series of point counts that are timed.
+//
+// Ends with 1 when the list form takes more memory than it may, for any of the point counts.
 
 #include <malloc.h>
 #include <time.h>
@@ -24,6 +26,7 @@
 #include <string>
 #include <vector>
 
+#include "core/Vector3.h"
 #include "platform/BElement.h"
 #include "wayline/Wayline.h"
 
@@ -36,6 +39,7 @@ using Points = std::vector<Vector3<double>>;
 constexpr int kDefaultRounds = 15;
 constexpr std::size_t kPointCounts[] = {10, 1000, 100000, 1000000};
 constexpr std::size_t kPointsPerMeasurement = 100000;
+constexpr double kHighestBytesPerElement = 48.0;
 
 // The bytes that `operator new` has handed out and not got back, and the most of them at a time.
 std::size_t liveBytes = 0;
@@ -71,8 +75,9 @@ double NanosecondsPerPoint(std::size_t count, const std::function<void()>& work)
 {
     const std::size_t repetitions = std::max<std::size_t>(1, kPointsPerMeasurement / count);
     const double start = ProcessorNanoseconds();
-    for (std::size_t i = 0; i < repetitions; ++i)
+    for (std::size_t i = 0; i < repetitions; ++i) {
         work();
+    }
     return (ProcessorNanoseconds() - start) / static_cast<double>(repetitions * count);
 }
 
@@ -148,8 +153,9 @@ void PushBackNumbers(const Points& points)
 void PushBackPoints(const Points& points)
 {
     Points copy;
-    for (const Vector3<double>& point : points)
+    for (const Vector3<double>& point : points) {
         copy.push_back(point);
+    }
     sink = copy.back().x;
 }
 
@@ -158,8 +164,9 @@ void PrintPoints(const Points& points)
 {
     char buffer[1024];
     int length = 0;
-    for (const Vector3<double>& point : points)
+    for (const Vector3<double>& point : points) {
         length += std::snprintf(buffer, sizeof buffer, " %lf %lf %lf", point.x, point.y, point.z);
+    }
     sink = length;
 }
 
@@ -170,8 +177,9 @@ void ScanNumbers(const std::string& text)
     const char* place = text.c_str();
     for (char* end = nullptr;; place = end) {
         const double number = std::strtod(place, &end);
-        if (end == place)
+        if (end == place) {
             break;
+        }
         sum += number;
     }
     sink = sum;
@@ -214,16 +222,19 @@ void CompareTextForm(CBenchmark& benchmark, const CABCurveWayline& curve)
                       {{"strtod", [&] { ScanNumbers(text); }}});
 }
 
-/// The most memory that writing the list form takes at a time, the list itself included.
-void MeasureMemory(std::FILE* results, const CABCurveWayline& curve)
+/// Writes the most memory that writing the list form takes at a time, the list itself included.
+///
+/// @return whether it stays within what a list element may take.
+bool MeasureMemory(std::FILE* results, const CABCurveWayline& curve)
 {
     const std::size_t before = liveBytes;
     peakBytes = before;
     const std::unique_ptr<BListC> list(curve.ToBList());
     const std::size_t taken = peakBytes - before;
+    const double perElement = static_cast<double>(taken) / static_cast<double>(list->Size());
     std::fprintf(results, "ToBList of %zu points: peak %zu bytes, %.1f a list element\n",
-                 curve.points.size(), taken,
-                 static_cast<double>(taken) / static_cast<double>(list->Size()));
+                 curve.points.size(), taken, perElement);
+    return perElement <= kHighestBytesPerElement;
 }
 
 } // namespace
@@ -231,8 +242,9 @@ void MeasureMemory(std::FILE* results, const CABCurveWayline& curve)
 void* operator new(std::size_t size)
 {
     void* block = std::malloc(size == 0 ? 1 : size);
-    if (block == nullptr)
+    if (block == nullptr) {
         throw std::bad_alloc();
+    }
     liveBytes += malloc_usable_size(block);
     peakBytes = std::max(peakBytes, liveBytes);
     return block;
@@ -262,13 +274,18 @@ int main(int argc, char** argv)
     mallopt(M_MMAP_THRESHOLD, std::numeric_limits<int>::max());
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
     CBenchmark benchmark(results, rounds);
+    bool isFrugal = true;
     for (const std::size_t count : kPointCounts) {
-        if (count > largest)
-            break;
         const CABCurveWayline curve(DrivenPoints(count));
-        CompareListForm(benchmark, curve);
-        CompareTextForm(benchmark, curve);
-        MeasureMemory(results, curve);
+        if (count <= largest) {
+            CompareListForm(benchmark, curve);
+            CompareTextForm(benchmark, curve);
+        }
+        isFrugal = MeasureMemory(results, curve) && isFrugal;
     }
-    return std::fclose(results) == 0 ? 0 : 1;
+    if (!isFrugal) {
+        std::fprintf(stderr, "the list form takes more than %.0f bytes an element: see %s\n",
+                     kHighestBytesPerElement, path);
+    }
+    return std::fclose(results) == 0 && isFrugal ? 0 : 1;
 }
