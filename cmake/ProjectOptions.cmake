@@ -29,5 +29,8 @@ endif()
 if(KESTROVE_SANITIZERS)
   target_compile_options(kestrove_flags INTERFACE
     -fsanitize=${KESTROVE_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  # g++ takes members of the standard library for unset when a sanitizer stands between.
+  target_compile_options(kestrove_flags INTERFACE
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_link_options(kestrove_flags INTERFACE -fsanitize=${KESTROVE_SANITIZERS})
 endif()
