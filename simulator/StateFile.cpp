@@ -85,11 +85,11 @@ std::string Parse(const std::string& text, KeptValues& values)
         return "it is no JSON object with an object \"settings\"";
     KeptValues found;
     for (const auto& entry : document[kSettingsKey].items()) {
-        if (entry.value().is_boolean())
+        if (entry.value().is_boolean()) {
             found[entry.key()] = entry.value().get<bool>() ? 1.0 : 0.0;
-        else if (entry.value().is_number())
+        } else if (entry.value().is_number()) {
             found[entry.key()] = entry.value().get<double>();
-        else {
+        } else {
             return "\"" + entry.key() + "\" is " + entry.value().dump() +
                    ", allowed is a number, true or false";
         }
