@@ -1,100 +1,25 @@
 #include "platform/MPISocketConnection.h"
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <csignal>
 #include <filesystem>
-#include <future>
 #include <iterator>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <fcntl.h>
-#include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include "platform/MPISocketClient.h"
+#include "tests/runtime/ConnectionCalls.h"
 #include "tests/support/Bytes.h"
-#include "tests/support/RawClient.h"
 #include "tests/support/RawPeer.h"
-#include "tests/support/SocketPair.h"
-
-using Bytes::FromHex;
-using Clock = std::chrono::steady_clock;
-
-namespace {
-
-const char* const kHost = "127.0.0.1";
-
-/// Answers every request with 7 until the other side leaves.
-void AnswerSeven(CRawLink& link)
-{
-    while (true) {
-        const CRawMessage message = link.Read();
-        if (message.kind == 0) {
-            link.Reply(message, "\x07");
-        }
-    }
-}
-
-/// The integer reply to a call without arguments; -1 when there is none.
-int Call(MPISocketConnectionC& connection, const std::string& name)
-{
-    const std::unique_ptr<BElementC> reply(connection.CallMethod(name, nullptr));
-    const auto* const atom = dynamic_cast<const BAtomC*>(reply.get());
-    return atom == nullptr ? -1 : atom->IntValue();
-}
-
-int MillisecondsSince(Clock::time_point start)
-{
-    return static_cast<int>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
-}
-
-/// A listener whose queue is full, so that a further connection gets no answer at all.
-class CSwallowingPort
-{
-public:
-    CSwallowingPort() : m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
-    {
-        sockaddr_in address = {};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        ::bind(m_listener, reinterpret_cast<sockaddr*>(&address), sizeof(address));
-        ::listen(m_listener, 0);
-        socklen_t length = sizeof(address);
-        ::getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &length);
-        m_port = ntohs(address.sin_port);
-        for (int& filler : m_fillers) {
-            filler = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-            ::connect(filler, reinterpret_cast<sockaddr*>(&address), sizeof(address));
-        }
-    }
-    ~CSwallowingPort()
-    {
-        ::close(m_listener);
-        std::for_each(std::begin(m_fillers), std::end(m_fillers), ::close);
-    }
-    CSwallowingPort(const CSwallowingPort&) = delete;
-    CSwallowingPort& operator=(const CSwallowingPort&) = delete;
-    std::uint16_t Port() const { return m_port; }
-
-private:
-    int m_listener;
-    std::uint16_t m_port = 0;
-    int m_fillers[4] = {};
-};
-
-} // namespace
 
 TEST(Connection, CallsAndGetsTheReply)
 {
@@ -171,137 +96,6 @@ TEST(Connection, TakesNoArgumentsAsAnEmptyList)
     EXPECT_NE(std::string::npos, text.find("\"a\",[]]")) << text;
 }
 
-TEST(Connection, GivesUpOnAPortThatSwallowsConnections)
-{
-    const CSwallowingPort port;
-    MPISocketClientC client(false);
-    const Clock::time_point start = Clock::now();
-    EXPECT_FALSE(client.Connect(kHost, port.Port(), 100));
-    EXPECT_LT(MillisecondsSince(start), 800);
-    EXPECT_EQ(ELinkError::TimedOut, client.LastError().code);
-}
-
-TEST(Connection, GivesUpAfterOneSecondWhenNoLimitIsNamed)
-{
-    const CSwallowingPort port;
-    MPISocketClientC client(false);
-    const Clock::time_point start = Clock::now();
-    EXPECT_FALSE(client.Connect(kHost, port.Port(), -1));
-    EXPECT_GE(MillisecondsSince(start), 950);
-    EXPECT_LT(MillisecondsSince(start), 1800);
-}
-
-TEST(Connection, ReplacesAnOpenConnection)
-{
-    CRawPeer peer(AnswerSeven, 0);
-    MPISocketClientC client(false);
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    ASSERT_EQ(7, Call(client, "a"));
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    EXPECT_EQ(7, Call(client, "a"));
-    EXPECT_EQ(2, peer.WaitForConnections(2));
-}
-
-TEST(Connection, IsDownAfterAnAttemptThatFailed)
-{
-    CRawPeer peer(AnswerSeven, 0);
-    const CSwallowingPort nobody;
-    MPISocketClientC client(false);
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    EXPECT_FALSE(client.Connect(kHost, nobody.Port(), 20));
-    EXPECT_FALSE(client.IsLinkUp());
-    EXPECT_EQ(-1, client.Descriptor());
-}
-
-// A client that looks for a service on a port of the system's own range may be given that very port
-// for its own end, and is then connected to itself. The system walks through the range, so that
-// many attempts come upon it.
-TEST(Connection, RefusesAConnectionToItself)
-{
-    MPISocketClientC client(false);
-    for (int attempt = 0; attempt < 40000; ++attempt) {
-        ASSERT_FALSE(client.Connect(kHost, 40000, 1000)) << attempt;
-        ASSERT_EQ(ELinkError::Refused, client.LastError().code) << client.LastError().text;
-    }
-}
-
-TEST(Connection, TellsWhetherTheLinkIsUp)
-{
-    CRawPeer peer([](CRawLink& link) { link.Reply(link.Read(), "\x07"); }, 0);
-    MPISocketClientC client(false);
-    EXPECT_FALSE(client.IsLinkUp());
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    EXPECT_TRUE(client.IsLinkUp());
-    ASSERT_EQ(7, Call(client, "a"));
-    client.ReceiveMessage(true); // the peer closes after its answer
-    EXPECT_FALSE(client.IsLinkUp());
-    EXPECT_EQ(-1, client.Descriptor());
-}
-
-TEST(Connection, IsDownOnceItIsClosed)
-{
-    CRawPeer peer(AnswerSeven, 0);
-    MPISocketClientC client(false);
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    client.Close();
-    EXPECT_FALSE(client.IsLinkUp());
-    EXPECT_EQ(-1, client.Descriptor());
-    client.Close();
-    EXPECT_EQ(-1, Call(client, "a"));
-}
-
-TEST(Connection, TakesOverAnAcceptedSocket)
-{
-    CSocketPair pair;
-    CRawClient service(pair.Release(0));
-    MPISocketConnectionC connection;
-    ASSERT_TRUE(connection.Accept(pair.Release(1)));
-    EXPECT_TRUE(connection.IsLinkUp());
-    std::thread answer([&] {
-        const CRawMessage request = service.Read();
-        service.Send(Bytes::Response(request.number, "\x07"));
-    });
-    EXPECT_EQ(7, Call(connection, "a"));
-    answer.join();
-}
-
-TEST(Connection, RefusesToTakeOverWhatIsNoConnectedStreamSocket)
-{
-    MPISocketConnectionC connection;
-    const int file = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    const int unconnected = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const int datagram = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    for (const int descriptor : {file, unconnected, datagram, -1}) {
-        EXPECT_FALSE(connection.Accept(descriptor)) << descriptor;
-        EXPECT_FALSE(connection.IsLinkUp()) << descriptor;
-        EXPECT_EQ(-1, ::fcntl(descriptor, F_GETFD)) << descriptor << " is still open";
-    }
-}
-
-TEST(Connection, ReconnectsToWhereItWasConnectedLast)
-{
-    CRawPeer peer(AnswerSeven, 0);
-    MPISocketClientC client(false);
-    EXPECT_FALSE(client.Reconnect());
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    client.Close();
-    EXPECT_TRUE(client.Reconnect());
-    EXPECT_EQ(7, Call(client, "a"));
-}
-
-TEST(Connection, VerifiesByReopeningOnlyWhenItReconnects)
-{
-    CRawPeer peer(AnswerSeven, 0);
-    for (const bool reconnects : {false, true}) {
-        MPISocketClientC client(reconnects);
-        ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-        EXPECT_TRUE(client.VerifyConnection());
-        client.Close();
-        EXPECT_EQ(reconnects, client.VerifyConnection()) << reconnects;
-    }
-    EXPECT_EQ(3, peer.WaitForConnections(3));
-}
-
 TEST(Connection, NeverReopensInsideACall)
 {
     CRawPeer peer(AnswerSeven, 0);
@@ -313,124 +107,6 @@ TEST(Connection, NeverReopensInsideACall)
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
     EXPECT_EQ(7, Call(client, "a"));
     EXPECT_EQ(2, peer.ConnectionCount());
-}
-
-TEST(Connection, AppliesATimeoutAtTheNextCall)
-{
-    CRawPeer peer([](CRawLink& link) { link.WaitForEnd(); }, 0);
-    MPISocketClientC client(false);
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    for (const int timeout : {30, 120, 1}) {
-        client.SetTimeout(timeout);
-        const Clock::time_point start = Clock::now();
-        EXPECT_EQ(-1, Call(client, "a"));
-        EXPECT_GE(MillisecondsSince(start), timeout - 1);
-        EXPECT_LT(MillisecondsSince(start), timeout + 700);
-        EXPECT_TRUE(client.IsLinkUp()) << timeout;
-    }
-}
-
-TEST(Connection, WaitsTwoSecondsUnlessToldOtherwise)
-{
-    CRawPeer peer([](CRawLink& link) { link.WaitForEnd(); }, 0);
-    MPISocketClientC client(false);
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    const Clock::time_point start = Clock::now();
-    EXPECT_EQ(-1, Call(client, "a"));
-    EXPECT_GE(MillisecondsSince(start), 1990);
-    EXPECT_LT(MillisecondsSince(start), 2800);
-}
-
-TEST(Connection, WaitsWithoutLimitWhenTheTimeoutIsMinusOne)
-{
-    CRawPeer peer(
-        [](CRawLink& link) {
-            const CRawMessage first = link.Read();
-            link.Pause(150);
-            link.Reply(first, "\x07");
-            link.WaitForEnd();
-        },
-        0);
-    MPISocketClientC client(false);
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    client.SetTimeout(20);
-    client.SetTimeout(-1);
-    EXPECT_EQ(7, Call(client, "a"));
-}
-
-TEST(Connection, KeepsOneDeadlineThatEventsDoNotExtend)
-{
-    CRawPeer peer(
-        [](CRawLink& link) {
-            link.Read();
-            while (true) {
-                link.Send(Bytes::Notification("ev", "\x91\x01"));
-                link.Pause(5);
-            }
-        },
-        0);
-    MPISocketClientC client(false);
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    client.SetTimeout(100);
-    const Clock::time_point start = Clock::now();
-    EXPECT_EQ(-1, Call(client, "a"));
-    EXPECT_LT(MillisecondsSince(start), 800);
-    EXPECT_EQ(ELinkError::TimedOut, client.LastError().code);
-}
-
-TEST(Connection, ClosesWhenATimeoutFallsInTheMiddleOfAMessage)
-{
-    CRawPeer peer(
-        [](CRawLink& link) {
-            const CRawMessage request = link.Read();
-            link.Send(Bytes::Response(request.number, FromHex("93 01")));
-            link.WaitForEnd();
-        },
-        0);
-    MPISocketClientC client(false);
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    client.SetTimeout(30);
-    EXPECT_EQ(-1, Call(client, "a"));
-    EXPECT_EQ(ELinkError::TimedOut, client.LastError().code);
-    EXPECT_EQ(-1, client.Descriptor());
-}
-
-TEST(Connection, ForgetsTheHalfMessageOfAnEarlierConnection)
-{
-    CRawPeer peer(
-        [](CRawLink& link) {
-            const CRawMessage request = link.Read();
-            if (link.Number() == 1) {
-                link.Send(Bytes::Response(request.number, FromHex("93 01")));
-            } else {
-                link.WaitForEnd();
-            }
-        },
-        0);
-    MPISocketClientC client(false);
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    EXPECT_EQ(-1, Call(client, "a"));
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    client.SetTimeout(0);
-    EXPECT_EQ(-1, Call(client, "a"));
-    EXPECT_TRUE(client.IsLinkUp());
-}
-
-TEST(Connection, ClosesWhenAMessageCannotBeSentInTime)
-{
-    std::promise<void> over;
-    CRawPeer peer([&](CRawLink&) { over.get_future().wait(); }, 0);
-    MPISocketClientC client(false);
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    BListC arguments(nullptr);
-    arguments.AddString(std::string(std::size_t{24} * 1024 * 1024, 'x'));
-    client.SetTimeout(50);
-    const Clock::time_point start = Clock::now();
-    EXPECT_FALSE(client.SendNotification("a", &arguments));
-    EXPECT_LT(MillisecondsSince(start), 1500);
-    EXPECT_EQ(ELinkError::TimedOut, client.LastError().code);
-    EXPECT_EQ(-1, client.Descriptor());
-    over.set_value();
 }
 
 TEST(Connection, SendsALargeMessageWholeToAPeerThatReadsSlowly)
