@@ -28,9 +28,7 @@ if(KESTROVE_WARNINGS_AS_ERRORS)
 endif()
 if(KESTROVE_SANITIZERS)
   target_compile_options(kestrove_flags INTERFACE
-    -fsanitize=${KESTROVE_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer
-    # The sanitizers' code makes g++ 12 take members of std::regex for uninitialised.
-    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
+    -fsanitize=${KESTROVE_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   # g++ takes members of the standard library for unset when a sanitizer stands between.
   target_compile_options(kestrove_flags INTERFACE
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
