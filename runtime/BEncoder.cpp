@@ -8,8 +8,6 @@
 namespace {
 
 constexpr int kDeepestNesting = 64;
-/// A buffer that has grown beyond this for a large message is given back with the next.
-constexpr std::size_t kLargestKeptBuffer = std::size_t{1024} * 1024;
 
 /// What the packer writes into.
 class StringSink
