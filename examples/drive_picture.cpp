@@ -132,7 +132,7 @@ void DrawLegMarks(CSvgWriter& svg, const SPlotArea& area, const CDriveRecord& re
                      R"(stroke="#777" stroke-dasharray="2 3")");
         }
         svg.Text(
-            start + 5, area.top + 17, drawn.name,
+            start + 3, area.top + 17, drawn.name,
             R"(font-size="10.5" stroke="white" stroke-width="3" paint-order="stroke" style="fill:)" +
                 Colour(leg) + '"');
     }
