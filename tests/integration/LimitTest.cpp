@@ -75,7 +75,7 @@ TEST(Limit, OfNestingIs64Levels)
 
 TEST(Limit, OfElementsIs4194304)
 {
-    for (const std::size_t excess : {0, 1}) {
+    for (const std::size_t excess : {0U, 1U}) {
         const std::size_t count = kMostElements + excess;
         const std::string result = '\xdd' + BigEndian(count, 4) + std::string(count, '\x05');
         CRawPeer peer(FirstWith(result));
