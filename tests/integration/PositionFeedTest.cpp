@@ -44,7 +44,10 @@ const double kExtremes[] = {
 /// The record that the service has got.
 std::string RecordOf(CScriptedService& service)
 {
-    EXPECT_TRUE(service.WaitForCalls("SetPositionData", 1));
+    if (!service.WaitForCalls("SetPositionData", 1)) {
+        ADD_FAILURE() << "no record has come";
+        return std::string();
+    }
     const auto received = service.Received();
     EXPECT_EQ(1, received.front().arguments->Size());
     return received.front().arguments->GetString(0);
