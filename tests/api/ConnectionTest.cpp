@@ -3,7 +3,6 @@
 
 namespace {
 
-using Core::Functors::MakeFunctor;
 using Doubles::Recording;
 
 TEST(ClientConstruction, ConnectsOnceAndDoesNotLookAtTheOutcome)
@@ -57,22 +56,6 @@ TEST(ClientDestruction, ClosesTheConnection)
         Recording().ClearTranscript();
     }
     EXPECT_EQ(Recording().Transcript(), Lines{"connection closed"});
-}
-
-TEST(ClientDestruction, LeavesEveryFunctorIntact)
-{
-    Recording().Reset();
-    std::vector<double> calls;
-    auto* const functor = MakeFunctor([&calls](double offset) { calls.push_back(offset); });
-    {
-        CNavigationAPI api;
-        api.SetOffsetCallback(functor);
-    }
-
-    (*functor)(0.5);
-
-    EXPECT_EQ(calls, std::vector<double>{0.5});
-    delete functor;
 }
 
 class ClientLink : public CApiTest

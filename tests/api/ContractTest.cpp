@@ -1,3 +1,5 @@
+#include <map>
+
 #include "tests/api/ApiTest.h"
 #include "tests/api/ContractTable.h"
 
@@ -105,6 +107,22 @@ TEST_P(WireContract, MakesAndSendsNothingBehindARefusedGuard)
     EXPECT_EQ(recording.LiveElements(), 0);
 }
 
+/// What only notifications do.
+class NotificationContract : public WireContract
+{
+};
+
+TEST_P(NotificationContract, ReturnsTheSameWhateverTheSendingDid)
+{
+    recording.SetSending(false);
+
+    EXPECT_EQ(row.run(api), row.result) << row.operation;
+
+    EXPECT_EQ(recording.Transcript(), GuardPassed(row) + Call(row) + Disposal(row));
+    EXPECT_EQ(recording.LiveElements(), row.disposal == EDisposal::Kept ? 1 : 0);
+    EXPECT_EQ(api.LastError().code, ELinkError::Closed);
+}
+
 /// What only requests do.
 class RequestContract : public WireContract
 {
@@ -122,6 +140,19 @@ TEST_P(RequestContract, FailsWithoutAReply)
 {
     ExpectFailureWithoutReply();
     EXPECT_EQ(api.LastError().code, ELinkError::TimedOut);
+}
+
+TEST_P(RequestContract, FailsWhenItCannotBeSent)
+{
+    recording.SetSending(false);
+    recording.ReplyWith(row.reply()); // stays where it is: nothing has asked for it
+    recording.ClearTranscript();
+
+    EXPECT_EQ(row.run(api), row.failure) << row.operation;
+
+    const Lines disposal = KeptWithoutReply(row) ? Lines{} : ListDestroyed(row);
+    EXPECT_EQ(recording.Transcript(), GuardPassed(row) + Call(row) + disposal);
+    EXPECT_EQ(api.LastError().code, ELinkError::Closed);
 }
 
 TEST_P(RequestContract, FailsOnAnErrorOfTheService)
@@ -143,18 +174,36 @@ TEST_P(RequestContract, FailsOnAReplyOfAnotherTypeAndDestroysIt)
     EXPECT_EQ(recording.LiveElements(), row.disposal == EDisposal::Kept ? 1 : 0);
 }
 
-std::vector<Row> Requests()
+std::vector<Row> RowsOf(EKind kind)
 {
-    std::vector<Row> requests;
+    std::vector<Row> rows;
     for (const Row& row : Contract::Table()) {
-        if (row.kind == EKind::Request) {
-            requests.push_back(row);
+        if (row.kind == kind) {
+            rows.push_back(row);
         }
     }
-    return requests;
+    return rows;
 }
 
 INSTANTIATE_TEST_SUITE_P(Operation, WireContract, testing::ValuesIn(Contract::Table()), TestName);
-INSTANTIATE_TEST_SUITE_P(Operation, RequestContract, testing::ValuesIn(Requests()), TestName);
+INSTANTIATE_TEST_SUITE_P(Operation, RequestContract, testing::ValuesIn(RowsOf(EKind::Request)),
+                         TestName);
+INSTANTIATE_TEST_SUITE_P(Operation, NotificationContract,
+                         testing::ValuesIn(RowsOf(EKind::Notification)), TestName);
+
+/// A notification is told nothing back, so the few that return something say that the service could
+/// be reached; whoever calls the others is told nothing at all.
+TEST(WireContractTable, HasThreeNotificationsThatReturnSomething)
+{
+    std::map<std::string, std::string> returned;
+    for (const Row& row : RowsOf(EKind::Notification)) {
+        if (row.result != "nothing") {
+            returned[row.Name()] = row.result;
+        }
+    }
+    const std::map<std::string, std::string> expected = {
+        {"ResetIntegral", "true"}, {"SetPositionData", "0"}, {"SetTuningLimits", "true"}};
+    EXPECT_EQ(returned, expected);
+}
 
 } // namespace

@@ -155,7 +155,9 @@ BElementC* MPISocketConnectionC::CallMethod(const std::string& name, BListC* arg
 bool MPISocketConnectionC::SendNotification(const std::string& name, BListC* arguments)
 {
     Recording().Note("SendNotification " + name + " " + ArgumentsText(arguments));
-    return true;
+    const bool sent = Recording().Sending();
+    m_socket->lastError.code = sent ? ELinkError::None : ELinkError::Closed;
+    return sent;
 }
 
 void MPISocketConnectionC::RequestCallback(const std::string& name, MPICallbackBase* callback)

@@ -59,6 +59,9 @@ void CRecording::NoteCallback(const std::string& name, MPICallbackBase* callback
 
 CRecording::Answer CRecording::TakeAnswer()
 {
+    if (!m_sending) {
+        return {nullptr, {ELinkError::Closed, "the request could not be sent"}};
+    }
     if (m_replies.empty()) {
         return {nullptr, {ELinkError::TimedOut, "no reply is scripted"}};
     }

@@ -30,7 +30,8 @@ namespace Doubles {
 ///     list made                          a BListC was constructed
 ///     Reserve 2                          on an empty list ("Reserve 2 after 1" on a filled one)
 ///     AddInt64 5, Add 2.5                a number added by another way than AddInt() or
-///     AddDouble() CallMethod EngageSteering [int 1]  a request, with a snapshot of its arguments
+///                                    AddDouble()
+///     CallMethod EngageSteering [int 1]  a request, with a snapshot of its arguments
 ///     SendNotification set_nudge [int 1, double 2.5]
 ///     RequestCallback cb_offsets
 ///     reply destroyed                    an element that CallMethod() handed out
@@ -53,6 +54,9 @@ public:
     void DropLink() { m_dropped = true; }
     /// What VerifyConnection() answers from now on; true unless set.
     void SetVerified(bool verified) { m_verified = verified; }
+    /// Whether what the code under test sends gets away from now on; true unless set. What does not
+    /// is on the transcript all the same, and is never answered.
+    void SetSending(bool sending) { m_sending = sending; }
     /// Makes `reply` the answer of the next CallMethod() that has none yet; takes it over.
     void ReplyWith(BElementC* reply) { m_replies.push_back({reply, {}}); }
     /// Makes an error of the service the answer of the next CallMethod() that has none yet.
@@ -92,6 +96,7 @@ public:
     Answer TakeAnswer();
     bool Reachable() const { return m_reachable; }
     bool Verified() const { return m_verified; }
+    bool Sending() const { return m_sending; }
     /// Whether the link was dropped since the last look.
     bool TakeDropped() { return std::exchange(m_dropped, false); }
 
@@ -99,6 +104,7 @@ private:
     bool m_reachable = true;
     bool m_dropped = false;
     bool m_verified = true;
+    bool m_sending = true;
     std::deque<Answer> m_replies;
     std::vector<std::string> m_transcript;
     std::vector<std::pair<std::string, MPICallbackBase*>> m_callbacks;
