@@ -10,8 +10,8 @@
 
 /// Writes structured values into the bytes that cross the link.
 ///
-/// The bytes of several calls follow one another; Clear() starts anew and keeps the memory, so that
-/// one encoder serves message after message without allocating. Thread safety: none.
+/// The bytes of several calls follow one another; Clear() starts anew and keeps the memory, up to
+/// 1 MiB, so that one encoder serves message after message without allocating. Thread safety: none.
 class KESTROVE_EXPORT BEncoderC
 {
 public:
@@ -21,7 +21,7 @@ public:
     BEncoderC(const BEncoderC&) = delete;
     BEncoderC& operator=(const BEncoderC&) = delete;
 
-    /// Drops the bytes written so far.
+    /// Drops the bytes written so far, and gives memory back that one large message has taken.
     void Clear();
 
     /// Opens a list of `count` values; the next `count` values written are its elements.

@@ -8,6 +8,8 @@
 namespace {
 
 constexpr int kDeepestNesting = 64;
+/// A buffer that has grown beyond this is given back when the next message begins.
+constexpr std::size_t kLargestKeptBuffer = std::size_t{1024} * 1024;
 
 /// What the packer writes into.
 class StringSink
@@ -124,6 +126,9 @@ BEncoderC::~BEncoderC() = default;
 void BEncoderC::Clear()
 {
     m_bytes.clear();
+    if (m_bytes.capacity() > kLargestKeptBuffer) {
+        m_bytes.shrink_to_fit();
+    }
 }
 
 void BEncoderC::WriteListHeader(std::uint32_t count)

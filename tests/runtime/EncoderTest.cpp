@@ -181,6 +181,20 @@ TEST(Encoder, AllocatesNothingForAFurtherMessageOfTheSameSize)
     EXPECT_EQ(0U, meter.BlockCount());
 }
 
+TEST(Encoder, GivesALargeBufferBackAndKeepsASmallOne)
+{
+    const std::string large(std::size_t{3} * 1024 * 1024, 'x');
+    const std::string small(std::size_t{512} * 1024, 'x');
+    for (const auto& [text, isKept] : {std::pair(&large, false), std::pair(&small, true)}) {
+        BEncoderC encoder;
+        encoder.WriteString(text->data(), text->size());
+        encoder.Clear();
+        const CAllocationMeter meter;
+        encoder.WriteString(small.data(), small.size());
+        EXPECT_EQ(isKept, meter.BlockCount() == 0) << text->size();
+    }
+}
+
 TEST(Encoder, Refuses65LevelsOfNestingAndTakes64)
 {
     BEncoderC encoder;
