@@ -98,12 +98,7 @@ bool MPISocketConnectionC::ReceiveMessage(bool wait)
         return m_messages->TakeIn();
     }
     const DeadlineC deadline = DeadlineC::After(m_timeoutMilliseconds);
-    while (m_messages->IsUp() && !deadline.Passed()) {
-        if (m_socket->tcp.Wait(false, deadline)) {
-            return m_messages->TakeIn();
-        }
-    }
-    return false;
+    return m_messages->IsUp() && m_socket->tcp.Wait(false, deadline) && m_messages->TakeIn();
 }
 
 void MPISocketConnectionC::MessageReceived(BDictionaryC* message)

@@ -57,6 +57,9 @@ ELinkError CodeOf(int error)
 }
 
 /// Waits for events on a descriptor; an interrupted wait is taken up again.
+///
+/// @return false when the deadline has passed, with errno ETIMEDOUT, or when the system refuses to
+///         wait, with its error.
 bool WaitFor(int descriptor, short events, const DeadlineC& deadline)
 {
     pollfd entry{descriptor, events, 0};
@@ -66,6 +69,7 @@ bool WaitFor(int descriptor, short events, const DeadlineC& deadline)
             return true;
         }
         if (ready == 0 && deadline.Passed()) {
+            errno = ETIMEDOUT;
             return false;
         }
         if (ready < 0 && errno != EINTR) {
@@ -84,7 +88,7 @@ int ConnectWithin(int descriptor, const Endpoint& endpoint, const DeadlineC& dea
         return errno;
     }
     if (!WaitFor(descriptor, POLLOUT, deadline)) {
-        return ETIMEDOUT;
+        return errno;
     }
     int error = 0;
     socklen_t length = sizeof error;
