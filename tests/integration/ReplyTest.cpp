@@ -16,14 +16,15 @@ using Kestrove::Testing::CScriptedService;
 
 namespace {
 
-/// Answers every request with bytes made of its number, cut in two at `at`, wherever that lies.
+/// Answers every request with bytes made of its number, cut in two at `at`, wherever that lies. The
+/// second part is sent when the client has read the first.
 CRawPeer::Script ReplyCutAt(const std::size_t& at, const std::string& result)
 {
     return [&at, result](CRawLink& link) {
         while (true) {
             const std::string reply = Response(link.Read().number, result);
             link.Send(reply.substr(0, at));
-            link.Pause(1);
+            link.WaitUntilTaken();
             link.Send(reply.substr(at));
         }
     };

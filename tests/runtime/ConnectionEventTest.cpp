@@ -1,93 +1,21 @@
 #include "platform/MPISocketConnection.h"
 
-#include <chrono>
-#include <functional>
-#include <memory>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "platform/MPISocketClient.h"
+#include "tests/runtime/ConnectionCalls.h"
+#include "tests/runtime/EventCalls.h"
 #include "tests/runtime/RunningService.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/RawPeer.h"
 
 using Bytes::FromHex;
 using Bytes::Notification;
-using Clock = std::chrono::steady_clock;
 
 namespace {
-
-const char* const kHost = "127.0.0.1";
-
-/// Calls a function for each event, and tells when it is destroyed.
-class CCallback : public MPICallbackBase
-{
-public:
-    using Function = std::function<void(const BListC&)>;
-
-    explicit CCallback(Function function, bool* isDestroyed = nullptr)
-        : m_function(std::move(function)), m_isDestroyed(isDestroyed)
-    {
-    }
-    ~CCallback() override
-    {
-        if (m_isDestroyed != nullptr) {
-            *m_isDestroyed = true;
-        }
-    }
-    int Callback(BListC* payload) override
-    {
-        m_function(*payload);
-        return 0;
-    }
-
-private:
-    Function m_function;
-    bool* m_isDestroyed;
-};
-
-/// Notes the first element of every event.
-class CClient : public MPISocketClientC
-{
-public:
-    explicit CClient(bool reconnects = false) : MPISocketClientC(reconnects) {}
-    void Note(const std::string& event)
-    {
-        RequestCallback(event, new CCallback([this](const BListC& payload) {
-                            m_events.push_back(payload.GetInt(0));
-                        }));
-    }
-    std::vector<int> m_events;
-};
-
-int MillisecondsSince(Clock::time_point start)
-{
-    return static_cast<int>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
-}
-
-/// Sends bytes ahead of the answer to the first request: when the call returns, they have arrived.
-CRawPeer::Script AheadOfTheReply(const std::string& bytes)
-{
-    return [bytes](CRawLink& link) {
-        CRawMessage request = link.Read();
-        while (request.kind != 0) {
-            request = link.Read();
-        }
-        link.Send(bytes + Bytes::Response(request.number, "\x07"));
-        link.WaitForEnd();
-    };
-}
-
-void CallOnce(MPISocketConnectionC& connection)
-{
-    const std::unique_ptr<BElementC> reply(connection.CallMethod("a", nullptr));
-    EXPECT_NE(nullptr, reply) << connection.LastError().text;
-}
 
 std::string NumberedEvents(int first, int last)
 {
@@ -113,7 +41,7 @@ std::vector<int> Numbers(int first, int last)
 TEST(Events, ThatArriveWhileACallWaitsComeLaterAndInOrder)
 {
     CRawPeer peer(AheadOfTheReply(NumberedEvents(1, 100)), 0);
-    CClient client;
+    CNotingClient client;
     client.Note("ev");
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
     CallOnce(client);
@@ -126,7 +54,7 @@ TEST(Events, ThatArriveWhileACallWaitsComeLaterAndInOrder)
 TEST(Events, AreDeliveredByProcessMessagesToo)
 {
     CRawPeer peer(AheadOfTheReply(NumberedEvents(1, 3)), 0);
-    CClient client;
+    CNotingClient client;
     client.Note("ev");
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
     CallOnce(client);
@@ -138,7 +66,7 @@ TEST(Events, AreDeliveredByProcessMessagesToo)
 TEST(Events, AreWaitedForUpToTheTimeout)
 {
     CRawPeer peer([](CRawLink& link) { link.WaitForEnd(); }, 0);
-    CClient client;
+    CNotingClient client;
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
     client.SetTimeout(60);
     const Clock::time_point start = Clock::now();
@@ -157,7 +85,7 @@ TEST(Events, EndTheWaitForThem)
             link.WaitForEnd();
         },
         0);
-    CClient client;
+    CNotingClient client;
     client.Note("ev");
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
     client.SetTimeout(10000);
@@ -170,7 +98,7 @@ TEST(Events, EndTheWaitForThem)
 TEST(Events, AreNotWaitedForWhenNotAskedTo)
 {
     CRawPeer peer([](CRawLink& link) { link.WaitForEnd(); }, 0);
-    CClient client;
+    CNotingClient client;
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
     client.SetTimeout(5000);
     const Clock::time_point start = Clock::now();
@@ -183,7 +111,7 @@ TEST(Events, AreNotWaitedForWhenNotAskedTo)
 TEST(Events, GoToTheLaterRegistrationAloneAndTheEarlierIsDestroyed)
 {
     CRawPeer peer(AheadOfTheReply(NumberedEvents(1, 2)), 0);
-    CClient client;
+    CNotingClient client;
     bool isFirstDestroyed = false;
     int firstCalls = 0;
     client.RequestCallback("ev",
@@ -201,7 +129,7 @@ TEST(Events, GoToTheLaterRegistrationAloneAndTheEarlierIsDestroyed)
 TEST(Events, OfTheirOwnNameAloneReachACallback)
 {
     CRawPeer peer(AheadOfTheReply(Notification("other", "\x91\x09") + NumberedEvents(1, 1)), 0);
-    CClient client;
+    CNotingClient client;
     client.Note("ev");
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
     CallOnce(client);
@@ -212,7 +140,7 @@ TEST(Events, OfTheirOwnNameAloneReachACallback)
 TEST(Events, MayReplaceTheirOwnCallbackWhichLivesUntilItReturns)
 {
     CRawPeer peer(AheadOfTheReply(NumberedEvents(1, 2)), 0);
-    CClient client;
+    CNotingClient client;
     bool isDestroyed = false;
     bool wasAliveInside = false;
     client.RequestCallback("ev", new CCallback(
@@ -232,7 +160,7 @@ TEST(Events, MayReplaceTheirOwnCallbackWhichLivesUntilItReturns)
 TEST(Events, LeaveANullRegistrationWithoutEffect)
 {
     CRawPeer peer(AheadOfTheReply(NumberedEvents(1, 1)), 0);
-    CClient client;
+    CNotingClient client;
     client.Note("ev");
     client.RequestCallback("ev", nullptr);
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
@@ -245,7 +173,7 @@ TEST(Events, LoseTheirCallbacksWithTheConnection)
 {
     bool isDestroyed = false;
     {
-        CClient client;
+        CNotingClient client;
         client.RequestCallback("ev", new CCallback([](const BListC&) {}, &isDestroyed));
     }
     EXPECT_TRUE(isDestroyed);
@@ -254,7 +182,7 @@ TEST(Events, LoseTheirCallbacksWithTheConnection)
 TEST(Events, BehindAnExceptionOfACallbackStayQueued)
 {
     CRawPeer peer(AheadOfTheReply(NumberedEvents(1, 3)), 0);
-    CClient client;
+    CNotingClient client;
     client.RequestCallback("ev", new CCallback([&](const BListC& payload) {
                                if (payload.GetInt(0) == 2) {
                                    throw std::length_error("two");
@@ -272,7 +200,7 @@ TEST(Events, BehindAnExceptionOfACallbackStayQueued)
 TEST(Events, AllowACallFromInsideACallback)
 {
     CRunningService service;
-    CClient client;
+    CNotingClient client;
     int answer = 0;
     client.RequestCallback("ev", new CCallback([&](const BListC&) {
                                const std::unique_ptr<BElementC> reply(
@@ -290,7 +218,7 @@ TEST(Events, AllowACallFromInsideACallback)
 TEST(Events, DropTheOldestBeyond4096AndCountThem)
 {
     CRawPeer peer(AheadOfTheReply(NumberedEvents(1, 5000)), 0);
-    CClient client;
+    CNotingClient client;
     client.Note("ev");
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
     EXPECT_EQ(0U, client.DroppedEvents());
@@ -308,7 +236,7 @@ TEST(Events, DropTheOldestBeyond16Mebibytes)
                                         FromHex("db 00 10 00 00") + std::string(1 << 20, 'x'));
     }
     CRawPeer peer(AheadOfTheReply(bytes), 0);
-    CClient client;
+    CNotingClient client;
     client.Note("ev");
     client.SetTimeout(20000);
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
@@ -323,7 +251,7 @@ TEST(Events, AreDroppedByDestroyAndTheirRegistrationsStay)
 {
     const auto script = AheadOfTheReply(NumberedEvents(1, 3));
     CRawPeer peer(script, 0);
-    CClient client;
+    CNotingClient client;
     client.Note("ev");
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
     CallOnce(client);
@@ -344,7 +272,7 @@ TEST(Events, SurviveTheEndOfTheConnectionThatBroughtThem)
             link.Send(NumberedEvents(1, 3) + Bytes::Response(request.number, "\x07"));
         },
         0);
-    CClient client;
+    CNotingClient client;
     client.Note("ev");
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
     CallOnce(client);
@@ -353,97 +281,4 @@ TEST(Events, SurviveTheEndOfTheConnectionThatBroughtThem)
     }
     EXPECT_EQ(3, client.CheckCallbacks());
     EXPECT_EQ(Numbers(1, 3), client.m_events);
-}
-
-TEST(Subscriptions, AreSentOnceANameAndConnection)
-{
-    CRunningService service;
-    CClient client;
-    client.Note("before");
-    client.Note("before");
-    for (const char* const which : {"first connection", "second connection"}) {
-        ASSERT_TRUE(client.Connect(kHost, service.Port(), -1)) << which;
-        client.Note("after");
-        client.Note("after");
-        CallOnce(client);
-    }
-    const std::vector<std::string> expected = {"connected 1",
-                                               "subscribed before",
-                                               "subscribed after",
-                                               "request a of 0",
-                                               "disconnected 1 closed by the client",
-                                               "connected 2",
-                                               "subscribed before",
-                                               "subscribed after",
-                                               "request a of 0"};
-    std::vector<std::string> notes = service.Notes();
-    std::sort(notes.begin(), notes.end()); // the end of the first may be noticed later
-    std::vector<std::string> sorted = expected;
-    std::sort(sorted.begin(), sorted.end());
-    EXPECT_EQ(sorted, notes);
-}
-
-TEST(Subscriptions, TravelAsANotificationWithTheNameInAList)
-{
-    std::string bytes;
-    CRawPeer peer(
-        [&](CRawLink& link) {
-            bytes = link.Read().bytes;
-            AheadOfTheReply("")(link);
-        },
-        0);
-    CClient client;
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    client.Note("ev");
-    CallOnce(client);
-    EXPECT_EQ("93 02 a9 73 75 62 73 63 72 69 62 65 91 a2 65 76", Bytes::ToHex(bytes));
-}
-
-TEST(Subscriptions, AreRenewedByAClientThatOnlyListens)
-{
-    CRunningService service;
-    CClient client(true);
-    client.Note("ev");
-    ASSERT_TRUE(client.Connect(kHost, service.Port(), -1));
-    ASSERT_TRUE(service.WaitForNotes("subscribed ev"));
-    service.OnLoop([](MPISocketServerC& server) { server.DisconnectAll(); });
-    const Clock::time_point start = Clock::now();
-    while (!client.IsLinkUp() || service.ClientCount() == 0) {
-        client.CheckCallbacks();
-        ASSERT_LT(MillisecondsSince(start), 5000);
-    }
-    EXPECT_TRUE(service.WaitForNotes("subscribed ev", 2));
-    BListC payload(nullptr);
-    payload.AddInt(7);
-    service.OnLoop([&](MPISocketServerC& server) { server.Push("ev", payload); });
-    EXPECT_TRUE(client.ProcessMessages(true));
-    EXPECT_EQ(std::vector<int>{7}, client.m_events);
-}
-
-TEST(Subscriptions, AreNotRenewedByAClientThatDoesNotReconnect)
-{
-    CRawPeer peer([](CRawLink&) {}, 0);
-    CClient client(false);
-    client.Note("ev");
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    client.SetTimeout(700);
-    client.ProcessMessages(true);
-    client.CheckCallbacks();
-    EXPECT_FALSE(client.IsLinkUp());
-    EXPECT_EQ(1, peer.WaitForConnections(1));
-}
-
-TEST(Subscriptions, DoNotReopenALostLinkMoreThanOnceInHalfASecond)
-{
-    CRawPeer peer([](CRawLink&) {}, 0);
-    CClient client(true);
-    client.Note("ev");
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    const Clock::time_point start = Clock::now();
-    while (MillisecondsSince(start) < 1200) {
-        client.CheckCallbacks();
-        client.ProcessMessages(false);
-    }
-    EXPECT_GE(peer.ConnectionCount(), 3);
-    EXPECT_LE(peer.ConnectionCount(), 1 + 3);
 }

@@ -12,6 +12,7 @@
 #include "tests/runtime/ConnectionCalls.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/RawPeer.h"
+#include "tests/support/SwallowingPort.h"
 
 namespace {
 

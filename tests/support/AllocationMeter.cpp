@@ -4,25 +4,47 @@
 #include <cstdlib>
 #include <new>
 
+#include <malloc.h>
+
 namespace {
 
 std::atomic<bool> g_isWatching{false};
 std::atomic<std::size_t> g_largest{0};
 std::atomic<std::size_t> g_count{0};
+std::atomic<long long> g_inUse{0}; // less than at the start where older blocks are freed
+std::atomic<long long> g_peak{0};
+
+template <typename Number>
+void RaiseTo(std::atomic<Number>& highest, Number value)
+{
+    Number known = highest;
+    while (value > known && !highest.compare_exchange_weak(known, value)) {
+    }
+}
 
 void* Allocate(std::size_t size)
 {
     if (g_isWatching) {
         ++g_count;
-        std::size_t largest = g_largest;
-        while (size > largest && !g_largest.compare_exchange_weak(largest, size)) {
-        }
+        RaiseTo(g_largest, size);
     }
     void* const block = std::malloc(size == 0 ? 1 : size);
     if (block == nullptr) {
         throw std::bad_alloc();
     }
+    if (g_isWatching) {
+        const auto usable = static_cast<long long>(::malloc_usable_size(block));
+        RaiseTo(g_peak, g_inUse += usable);
+    }
     return block;
+}
+
+void Free(void* block)
+{
+    if (g_isWatching) {
+        g_inUse -= static_cast<long long>(::malloc_usable_size(block));
+    }
+    std::free(block);
 }
 
 } // namespace
@@ -37,25 +59,27 @@ void* operator new[](std::size_t size)
 }
 void operator delete(void* block) noexcept
 {
-    std::free(block);
+    Free(block);
 }
 void operator delete[](void* block) noexcept
 {
-    std::free(block);
+    Free(block);
 }
 void operator delete(void* block, std::size_t) noexcept
 {
-    std::free(block);
+    Free(block);
 }
 void operator delete[](void* block, std::size_t) noexcept
 {
-    std::free(block);
+    Free(block);
 }
 
 CAllocationMeter::CAllocationMeter()
 {
     g_largest = 0;
     g_count = 0;
+    g_inUse = 0;
+    g_peak = 0;
     g_isWatching = true;
 }
 
@@ -71,4 +95,8 @@ std::size_t CAllocationMeter::LargestBlock() const
 std::size_t CAllocationMeter::BlockCount() const
 {
     return g_count;
+}
+std::size_t CAllocationMeter::PeakGrowth() const
+{
+    return static_cast<std::size_t>(g_peak);
 }

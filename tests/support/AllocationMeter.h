@@ -17,6 +17,8 @@ public:
     std::size_t LargestBlock() const;
     /// How many blocks have been asked for.
     std::size_t BlockCount() const;
+    /// By how much the memory in use has grown at its highest.
+    std::size_t PeakGrowth() const;
 };
 
 #endif

@@ -2,14 +2,18 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
+#include <fstream>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
 
+#include <linux/sockios.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -22,21 +26,41 @@ namespace {
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-int ListenOn(std::uint16_t port)
+int ListenOn(ELoopback address, std::uint16_t port)
 {
-    const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const CLoopbackAddress own(address, port);
+    const int listener = ::socket(own.Family(), SOCK_STREAM | SOCK_CLOEXEC, 0);
     const int yes = 1;
     ::setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
-        ::listen(listener, 64) != 0) {
+    if (::bind(listener, own.Data(), own.Size()) != 0 || ::listen(listener, 64) != 0) {
         ::close(listener);
         ThrowSystemError("listening");
     }
     return listener;
+}
+
+/// How many bytes the other end of a connection over IPv4 has received and not read yet.
+std::size_t UnreadByPeer(int descriptor)
+{
+    sockaddr_in own = {};
+    sockaddr_in peer = {};
+    socklen_t ownLength = sizeof(own);
+    socklen_t peerLength = sizeof(peer);
+    ::getsockname(descriptor, reinterpret_cast<sockaddr*>(&own), &ownLength);
+    ::getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &peerLength);
+    std::ifstream table("/proc/self/net/tcp");
+    std::string line;
+    while (std::getline(table, line)) {
+        unsigned int localPort = 0;
+        unsigned int remotePort = 0;
+        unsigned int unread = 0;
+        const int count = std::sscanf(line.c_str(), "%*s %*x:%x %*x:%x %*x %*x:%x", &localPort,
+                                      &remotePort, &unread);
+        if (count == 3 && localPort == ntohs(peer.sin_port) && remotePort == ntohs(own.sin_port)) {
+            return unread;
+        }
+    }
+    throw std::runtime_error("the connection has ended");
 }
 
 CRawMessage Parse(const std::string& bytes, std::size_t size)
@@ -111,6 +135,20 @@ void CRawLink::Pause(int milliseconds)
     }
 }
 
+void CRawLink::WaitUntilTaken()
+{
+    int unacknowledged = 1;
+    while (::ioctl(m_descriptor, SIOCOUTQ, &unacknowledged) == 0 &&
+           (unacknowledged > 0 || UnreadByPeer(m_descriptor) > 0)) {
+        Pause(1);
+    }
+}
+
+void CRawLink::EndSending()
+{
+    ::shutdown(m_descriptor, SHUT_WR);
+}
+
 void CRawLink::WaitForEnd()
 {
     char dropped[65536];
@@ -124,8 +162,8 @@ void CRawLink::Reset()
     ::setsockopt(m_descriptor, SOL_SOCKET, SO_LINGER, &atOnce, sizeof(atOnce));
 }
 
-CRawPeer::CRawPeer(Script script, std::uint16_t port)
-    : m_script(std::move(script)), m_listener(ListenOn(port)), m_thread([this] { Run(); })
+CRawPeer::CRawPeer(Script script, std::uint16_t port, ELoopback address)
+    : m_script(std::move(script)), m_listener(ListenOn(address, port)), m_thread([this] { Run(); })
 {
 }
 
@@ -145,10 +183,11 @@ CRawPeer::~CRawPeer()
 
 std::uint16_t CRawPeer::Port() const
 {
-    sockaddr_in address = {};
+    // The port stands at the same place in an address of either kind.
+    sockaddr_in6 address = {};
     socklen_t length = sizeof(address);
     ::getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &length);
-    return ntohs(address.sin_port);
+    return ntohs(address.sin6_port);
 }
 
 void CRawPeer::Run()

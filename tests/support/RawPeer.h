@@ -10,6 +10,8 @@
 #include <string>
 #include <thread>
 
+#include "tests/support/Loopback.h"
+
 /// A message that a peer has received, read by a MessagePack library that is not under test.
 struct CRawMessage
 {
@@ -38,6 +40,11 @@ public:
     void Reply(const CRawMessage& request, const std::string& result);
     /// Lets time pass, as a slow service does; ends early when the connection ends.
     void Pause(int milliseconds);
+    /// Waits until the other side has read all that was sent, so that what is sent next comes to it
+    /// by itself. For connections over IPv4.
+    void WaitUntilTaken();
+    /// Ends the sending half of the connection alone.
+    void EndSending();
     /// Waits until the other side has closed the connection; what it sends meanwhile is dropped.
     void WaitForEnd();
     /// Ends the connection with a reset when the script ends, instead of in order.
@@ -62,8 +69,9 @@ class CRawPeer
 public:
     using Script = std::function<void(CRawLink&)>;
 
-    /// Listens on 127.0.0.1. Port 0 takes a free one (see Port()).
-    explicit CRawPeer(Script script, std::uint16_t port = 5010);
+    /// Listens on one loopback address. Port 0 takes a free one (see Port()).
+    explicit CRawPeer(Script script, std::uint16_t port = 5010,
+                      ELoopback address = ELoopback::IPv4);
     /// Ends the connection, waits for the script to end, and stops listening.
     ~CRawPeer();
     CRawPeer(const CRawPeer&) = delete;
