@@ -15,29 +15,36 @@
 
 /// The connection to the navigation service on this machine ("localhost", port 5010), through which
 /// an application steers along a wayline. Every operation is one remote call; the object holds no
-/// guidance state of its own, so every getter asks the service again.
+/// guidance state of its own, so every getter asks the service again. The operations are told in
+/// groups: @ref steering, @ref engage_settings, @ref waylines, @ref offsets, @ref position_feed,
+/// @ref tuning, @ref events.
 ///
-/// Failures are neither thrown nor logged: each operation tells the value by which it fails, and
-/// LastError() the reason. A service that is down is no error of the object: the operations try to
-/// reach it again. They do so in two ways, which the service's protocol fixes per operation.
-/// "Reconnects once if needed" means: when the link is down, one attempt to connect is made, and
-/// the operation fails when that fails. "Verifies the connection" means: the operation fails unless
-/// VerifyConnection() finds the connection usable. A failed operation has sent nothing, unless it
-/// waited for a reply that did not come.
+/// A service that is down is no error of the object: the operations try to reach it again. They do
+/// so in two ways, which the service's protocol fixes per operation. "Reconnects once if needed"
+/// means: when the link is down, one attempt to connect is made, and the operation fails when that
+/// fails. "Verifies the connection" means: the operation fails unless VerifyConnection() finds the
+/// connection usable; that, too, makes one attempt to reopen a lost link.
 ///
-/// Operations that wait for a reply wait for at most the connection's time-out (SetTimeout()). No
-/// others wait for the service. A numeric failure value cannot be told from the same value sent by
-/// the service.
+/// Failures are neither thrown nor logged: each operation tells the value by which it fails, which
+/// cannot be told from the same value sent by the service. LastError() tells the two apart: its
+/// code is None after a reply that was read. After a reply of another type than the operation
+/// wants, which gives the failure value as well, the code is None too. An operation that fails
+/// because the service cannot be reached has sent nothing. A request that got no reply may have
+/// reached the service; it is not sent a second time. A notification may be lost without a word:
+/// what such an operation returns tells that the service could be reached, and nothing more.
+///
+/// Every operation may block. An attempt to connect takes at most 1000 ms; then a request waits for
+/// its reply, and a notification for room to be sent, for at most the connection's time-out
+/// (SetTimeout(); 2000 ms unless set, -1 without limit). The two together bound a call.
 ///
 /// Values are passed on as they are. The meanings and units given here are those of the bundled
-/// service; another service may give others. `persist` asks the service to keep a value over a
-/// restart.
+/// service; another service may give others.
 ///
 /// The Wire line of an operation gives its service name, its arguments and its reply. Booleans
 /// travel as the integers 0 and 1, floats as doubles, enumerations as integers.
 ///
 /// Events are delivered on the application's thread by the inherited ProcessMessages() and
-/// CheckCallbacks(), never inside an operation; see the callback setters below.
+/// CheckCallbacks(), never inside an operation; see @ref events.
 ///
 /// Thread safety: none; the object is used from one thread at a time and has no thread of its own.
 /// Lifetime: destroying it closes the connection. It must not be destroyed from inside a callback.
@@ -50,12 +57,14 @@ public:
     /// first, or keep pointers to them.
     ~CNavigationAPI() override;
 
-    // Steering and navigation
+    /// @defgroup steering Steering and navigation
+    /// @{
 
     /// Asks whether the service is steering the machine.
     ///
     /// @return true when the service replies exactly 1; it reserves other values. False otherwise,
     ///         also when it cannot be reached or does not reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "IsSteeringEngaged" [] -> int.
     bool IsSteeringEngaged();
@@ -64,6 +73,7 @@ public:
     ///
     /// @return the service's integer: 1 engaged, 0 refused; -1 when it cannot be reached or does
     ///         not reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "EngageSteering" [1] -> int.
     int EngageSteering();
@@ -72,6 +82,7 @@ public:
     ///
     /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
     ///         reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "DisengageSteering" [1] -> int.
     int DisengageSteering();
@@ -82,6 +93,7 @@ public:
     ///        wayline itself.
     /// @return the service's integer: 1 started, 0 refused; -1 when it cannot be reached or does
     ///         not reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "StartNavigation" [1, followNearestPass] -> int.
     int StartNavigation(bool followNearestPass);
@@ -90,6 +102,7 @@ public:
     ///
     /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
     ///         reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "StopNavigation" [1] -> int.
     int StopNavigation();
@@ -98,6 +111,7 @@ public:
     ///
     /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
     ///         reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "ClearNavigation" [] -> int. Unlike its neighbours without a leading 1.
     int ClearNavigation();
@@ -106,6 +120,7 @@ public:
     ///
     /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
     ///         reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "ReinitialiseNavigation" [1] -> int.
     int ReinitialiseNavigation();
@@ -114,22 +129,31 @@ public:
     ///
     /// @return true when the service replies exactly 1; it reserves other values. False otherwise,
     ///         also when it cannot be reached or does not reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "IsNavigationActivated" [] -> int.
     bool IsNavigationActivated();
 
-    // Engage settings
+    /// @}
+
+    /// @defgroup engage_settings Engage settings
+    /// @{
 
     /// Sets whether the machine can engage while it reverses at all (see SetAllowReverseEngage()).
     ///
+    /// @param enabled whether it can.
+    /// @param persist whether the service keeps the value over a restart.
+    ///
     /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable. Wire: notification "set_reverse_engage_enabled" [enabled, persist].
+    /// when it is not usable.
+    /// Wire: notification "set_reverse_engage_enabled" [enabled, persist].
     void SetReverseEngageEnabled(bool enabled, bool persist);
 
     /// Asks for the setting of SetReverseEngageEnabled().
     ///
     /// @return true for every reply but 0; false also when the connection is not usable, without a
     ///         reply and for a reply that is no single value.
+    ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_reverse_engage_enabled" [1] -> int.
     bool GetReverseEngageEnabled();
@@ -137,29 +161,39 @@ public:
     /// Sets whether the operator allows engaging in reverse. Both this and
     /// SetReverseEngageEnabled() must be true for it to happen.
     ///
+    /// @param allowed whether it is allowed.
+    /// @param persist whether the service keeps the value over a restart.
+    ///
     /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable. Wire: notification "set_reverse_engage_allowed" [allowed, persist].
+    /// when it is not usable.
+    /// Wire: notification "set_reverse_engage_allowed" [allowed, persist].
     void SetAllowReverseEngage(bool allowed, bool persist);
 
     /// Asks for the setting of SetAllowReverseEngage().
     ///
     /// @return true for every reply but 0; false also when the connection is not usable, without a
     ///         reply and for a reply that is no single value.
+    ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_reverse_engage_allowed" [1] -> int.
     bool GetAllowReverseEngage();
 
     /// Sets whether steering may be engaged at low speed.
     ///
+    /// @param enabled whether it may.
+    /// @param persist whether the service keeps the value over a restart.
+    ///
     /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable. Wire: notification "set_low_speed_engage_allowed" [enabled, persist].
-    /// The service says "allowed" for what is "enabled" here.
+    /// when it is not usable.
+    /// Wire: notification "set_low_speed_engage_allowed" [enabled, persist]. The service says
+    /// "allowed" for what is "enabled" here.
     void SetLowSpeedEngageEnabled(bool enabled, bool persist);
 
     /// Asks for the setting of SetLowSpeedEngageEnabled().
     ///
     /// @return true for every reply but 0; false also when the connection is not usable, without a
     ///         reply and for a reply that is no single value.
+    ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_low_speed_engage_allowed" [1] -> int.
     bool GetLowSpeedEngageEnabled();
@@ -167,15 +201,18 @@ public:
     /// Sets how long the machine may stay engaged at low speed.
     ///
     /// @param timeoutSeconds the time in seconds.
+    /// @param persist whether the service keeps the value over a restart.
+    ///
     /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable. Wire: notification "set_low_speed_engage_timeout" [timeoutSeconds,
-    /// persist].
+    /// when it is not usable.
+    /// Wire: notification "set_low_speed_engage_timeout" [timeoutSeconds, persist].
     void SetLowSpeedEngageTimeout(double timeoutSeconds, bool persist);
 
     /// Asks how long the machine may stay engaged at low speed.
     ///
     /// @return the time in seconds; 0.0 when the connection is not usable, without a reply and for
     ///         a reply that is no single value.
+    ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_low_speed_engage_timeout" [1] -> double.
     double GetLowSpeedEngageTimeout();
@@ -183,25 +220,36 @@ public:
     /// Sets how far ahead of the machine, in time, the controller aims.
     ///
     /// @param lookAheadSeconds the time in seconds.
+    /// @param persist whether the service keeps the value over a restart.
+    ///
     /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable. Wire: notification "set_lookahead_time" [lookAheadSeconds, persist].
+    /// when it is not usable.
+    /// Wire: notification "set_lookahead_time" [lookAheadSeconds, persist].
     void SetLookAheadTime(double lookAheadSeconds, bool persist);
 
     /// Asks how far ahead of the machine, in time, the controller aims.
     ///
     /// @return the time in seconds; 0.0 when the connection is not usable, without a reply and for
     ///         a reply that is no single value.
+    ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_lookahead_time" [1] -> double.
     double GetLookAheadTime();
 
-    // Waylines and waypoints
+    /// @}
+
+    /// @defgroup waylines Waylines and waypoints
+    ///
+    /// Waylines cross the link in their list form, see docs/wayline-formats.md.
+    /// @{
 
     /// Sets the origin of the local frame in which waylines are given.
     ///
     /// @param origin latitude (degrees), longitude (degrees), ellipsoid height (metres), WGS 84.
+    ///
     /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable. Wire: notification "set_wayline_origin" [double, double, double].
+    /// when it is not usable.
+    /// Wire: notification "set_wayline_origin" [origin.x, origin.y, origin.z].
     void SetWaylineOrigin(const Core::Maths::Vector3<double>& origin);
 
     /// Has the service calculate the heading of each wayline where the machine is nearest to it.
@@ -210,6 +258,7 @@ public:
     /// @return the headings (radians, clockwise from north; NaN for a wayline without a shape), in
     ///         the service's order and number, which need not be the number sent; empty when the
     ///         connection is not usable, without a reply and for a reply that is no list.
+    ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "calculate_headings" [list form of each wayline] -> list of doubles.
     std::vector<double> CalculateHeadings(const std::vector<Kestrove::WaylinePtr>& waylines);
@@ -221,32 +270,37 @@ public:
     ///         form.
     /// @throws std::length_error for a list form with a negative number of points; the object stays
     ///         usable.
+    ///
     /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "get_wayline" [] -> list form.
+    /// Wire: request "get_wayline" [] -> list form of the wayline.
     Kestrove::WaylinePtr GetWayline();
 
     /// Replaces the service's wayline.
     ///
     /// @param wayline the new wayline; must not be null.
     /// @return true when the service replied at all: its answer, a refusal included, is
-    /// disregarded.
-    ///         False when the connection is not usable and without a reply.
+    ///         disregarded. False when the connection is not usable and without a reply.
+    ///
     /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "set_wayline" with the wayline's list form as the argument list -> int.
+    /// Wire: request "set_wayline" the wayline's list form -> int. That list is the argument list
+    /// itself.
     bool SetWayline(Kestrove::WaylinePtr wayline);
 
     /// Drops the service's wayline and disengages.
     ///
     /// @return true for every reply but 0, which means that there was none; false also when the
     ///         connection is not usable, without a reply and for a reply that is no single value.
+    ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "clear_wayline" [] -> int.
     bool ClearWayline();
 
     /// Begins a wayline of the given kind, which the waypoints then complete.
     ///
+    /// @param type the kind of wayline.
     /// @return true for every reply but 0, which means refused; false also when the connection is
     ///         not usable, without a reply and for a reply that is no single value.
+    ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "start_wayline" [type] -> int.
     bool StartWayline(Kestrove::EWaylineType type);
@@ -260,6 +314,7 @@ public:
     /// @param heading radians, clockwise from north.
     /// @return true for every reply but 0, which means refused; false also when the connection is
     ///         not usable, without a reply and for a reply that is no single value.
+    ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "set_waypoint" [waypoint, x, y, z, heading] -> int.
     bool SetWaypoint(int waypoint, double x, double y, double z, double heading);
@@ -269,6 +324,7 @@ public:
     /// @param waypoint its number, as in SetWaypoint().
     /// @return true when the service replies exactly 1; it reserves other values. False otherwise,
     ///         also when it cannot be reached or does not reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "is_waypoint_set" [waypoint] -> int.
     bool IsWaypointSet(int waypoint);
@@ -277,12 +333,17 @@ public:
     ///
     /// @return the service's integer, the number of waypoints; -1 when it cannot be reached or does
     ///         not reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "RestoreWaypoints" [1] -> int.
     int RestoreWaypoints();
 
-    // Offsets, nudge and implement. Metres; positive shifts the line to the right, looking along
-    // it.
+    /// @}
+
+    /// @defgroup offsets Offsets, nudge and implement
+    ///
+    /// Metres; positive shifts the line to the right, looking along it.
+    /// @{
 
     /// Nudges the line.
     ///
@@ -291,9 +352,10 @@ public:
     /// @param amount metres.
     /// @return the service's status: 1 done, 0 refused; -1 when it cannot be reached, does not
     ///         reply or replies with no list.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "Nudge" [1, add, amount] -> [int, double, double, double]; elements missing
-    /// from the reply count as 0.
+    /// Wire: request "Nudge" [1, add, amount] -> [int status, double x, double y, double z].
+    /// Elements missing from the reply count as 0.
     int Nudge(Core::Maths::Vector3<double>& nudge, bool add, double amount);
 
     /// Chooses the nudge that puts the line under the machine.
@@ -301,9 +363,10 @@ public:
     /// @param nudge receives the resulting nudge as a vector (metres); untouched on failure.
     /// @return the service's status: 1 done, 0 refused; -1 when it cannot be reached, does not
     ///         reply or replies with no list.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "AutoSetNudge" [1] -> [int, double, double, double]; elements missing from the
-    /// reply count as 0.
+    /// Wire: request "AutoSetNudge" [1] -> [int status, double x, double y, double z]. Elements
+    /// missing from the reply count as 0.
     int AutoSetNudge(Core::Maths::Vector3<double>& nudge);
 
     /// Asks for the nudge as a vector.
@@ -311,14 +374,16 @@ public:
     /// @param nudge receives it (metres); untouched on failure.
     /// @return true when a list came; false when the connection is not usable, without a reply and
     ///         for a reply that is no list.
+    ///
     /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "get_nudge_vector" [] -> [double, double, double]; elements missing from the
-    /// reply count as 0.
+    /// Wire: request "get_nudge_vector" [] -> [double x, double y, double z]. Elements missing from
+    /// the reply count as 0.
     bool GetNudgeVector(Core::Maths::Vector3<double>& nudge);
 
     /// Asks for the nudge as a number.
     ///
     /// @return metres; -1.0 when the service cannot be reached or does not reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "get_nudge" [1] -> double.
     double GetNudgeScalar();
@@ -326,14 +391,17 @@ public:
     /// Sets the nudge.
     ///
     /// @param nudge metres.
+    ///
     /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable. Wire: notification "set_nudge" [1, nudge].
+    /// when it is not usable.
+    /// Wire: notification "set_nudge" [1, nudge].
     void SetNudge(double nudge);
 
     /// Chooses the field offset that puts the line under the machine.
     ///
     /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
     ///         reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "AutoSetFieldOffset" [1] -> int.
     int AutoSetFieldOffset();
@@ -343,6 +411,7 @@ public:
     /// @param offset metres.
     /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
     ///         reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "SetFieldOffset" [1, offset] -> int.
     int SetFieldOffset(double offset);
@@ -350,6 +419,7 @@ public:
     /// Asks for the field offset.
     ///
     /// @return metres; -1.0 when the service cannot be reached or does not reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "GetFieldOffset" [1] -> double.
     double GetFieldOffset();
@@ -359,6 +429,7 @@ public:
     /// @param offset metres.
     /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
     ///         reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "SetImplementOffset" [1, offset] -> int.
     int SetImplementOffset(double offset);
@@ -366,15 +437,18 @@ public:
     /// Asks for the implement offset.
     ///
     /// @return metres; -1.0 when the service cannot be reached or does not reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "GetImplementOffset" [1] -> double.
     double GetImplementOffset();
 
     /// Sets whether splines are shifted by the implement offset too.
     ///
+    /// @param use true to shift splines by the implement offset, false not to.
+    ///
     /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable. Wire: notification "SetSplinesUseImplementOffset" [use]. Without a
-    /// leading 1.
+    /// when it is not usable.
+    /// Wire: notification "SetSplinesUseImplementOffset" [use]. Without a leading 1.
     void SetSplinesUseImplementOffset(bool use);
 
     /// Sets the implement width, which is the distance between neighbouring passes.
@@ -382,6 +456,7 @@ public:
     /// @param width metres.
     /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
     ///         reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "SetImplementWidth" [1, width] -> int.
     int SetImplementWidth(double width);
@@ -389,11 +464,15 @@ public:
     /// Asks for the implement width.
     ///
     /// @return metres; -1.0 when the service cannot be reached or does not reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "GetImplementWidth" [1] -> double.
     double GetImplementWidth();
 
-    // Position feed
+    /// @}
+
+    /// @defgroup position_feed Position feed
+    /// @{
 
     /// Feeds the service one sample of the machine's position and movement.
     ///
@@ -411,74 +490,155 @@ public:
     /// @param reversing the machine moves in reverse.
     /// @param sampleNumber counts the samples.
     /// @param time of the sample, Unix time in seconds.
-    /// @return 0 when the service can be reached, whatever became of the sample; otherwise -1.
-    /// Does not wait for the service; reconnects once if needed.
-    /// Wire: notification "SetPositionData" [text]: the values in this order under the tags 1 to 21
-    /// (see Core::IO::ObjectStore), booleans as 0 and 1.
+    /// @return 0 when the service can be reached, whatever became of the sample; -1 when it cannot.
+    ///
+    /// Waits for no reply; reconnects once if needed.
+    /// Wire: notification "SetPositionData" [record]. The record is a text: the values in this
+    /// order under the tags 1 to 21 (see Core::IO::ObjectStore), booleans as 0 and 1.
     int SetPositionData(double latitude, double longitude, double height, double course,
                         double speed, double roll, double pitch, double yaw, double rollRate,
                         double pitchRate, double yawRate, double sigmaEast, double sigmaNorth,
                         double sigmaUp, bool positionValid, int fixQuality, int satellites,
                         bool headingValid, bool reversing, int sampleNumber, double time);
 
-    // Controller tuning
+    /// @}
+
+    /// @defgroup tuning Controller tuning
+    ///
+    /// The parameters are told at Kestrove::ETuningParameter; their values have no unit.
+    /// @{
 
     /// Asks for the limits of a tuning parameter.
     ///
+    /// @param parameter the parameter.
     /// @param lowest,start,highest receive the lowest value, the start value and the highest value;
     ///        untouched on failure.
     /// @return true when a list of exactly three limits came; false otherwise, also when the
     ///         service cannot be reached or does not reply.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "GetTuningLimits" [parameter] -> [double, double, double].
+    /// Wire: request "GetTuningLimits" [parameter] -> [double lowest, double start, double
+    /// highest], exactly 3.
     bool GetTuningLimits(Kestrove::ETuningParameter parameter, double& lowest, double& start,
                          double& highest);
 
     /// Sets the limits of a tuning parameter.
     ///
-    /// @param lowest,start,highest lowest value, start value and highest value.
-    /// @return true when the service can be reached, whether or not it took the limits; else false.
-    /// Does not wait for the service; reconnects once if needed.
+    /// @param parameter the parameter.
+    /// @param lowest,start,highest the lowest value, the start value and the highest value, in
+    ///        rising order.
+    /// @return true when the service can be reached, whatever became of the limits; false when it
+    ///         cannot.
+    ///
+    /// Waits for no reply; reconnects once if needed.
     /// Wire: notification "SetTuningLimits" [parameter, lowest, start, highest].
     bool SetTuningLimits(Kestrove::ETuningParameter parameter, double lowest, double start,
                          double highest);
 
     /// Asks for a tuning parameter.
     ///
+    /// @param parameter the parameter.
     /// @return its value; 0.0 when the connection is not usable, without a reply and for a reply
     ///         that is no single value.
+    ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_tuning_parameter" [parameter] -> double.
     float GetTuningParameter(Kestrove::ETuningParameter parameter);
 
-    /// Sets a tuning parameter. The service clamps it to the parameter's limits.
+    /// Sets a tuning parameter. The service brings a value outside the parameter's limits to the
+    /// nearest one inside.
+    ///
+    /// @param parameter the parameter.
+    /// @param value its new value.
+    /// @param persist whether the service keeps the value over a restart.
     ///
     /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable. Wire: notification "set_tuning_parameter" [parameter, value,
-    /// persist].
+    /// when it is not usable.
+    /// Wire: notification "set_tuning_parameter" [parameter, value, persist].
     void SetTuningParameter(Kestrove::ETuningParameter parameter, float value, bool persist);
 
-    /// GetTuningParameter() of the sensitivity.
+    /// GetTuningParameter() of Kestrove::Sensitivity.
+    ///
+    /// @return its value; 0.0 when the connection is not usable, without a reply and for a reply
+    ///         that is no single value.
+    ///
+    /// Blocks until the reply or the time-out; verifies the connection.
+    /// Wire: request "get_tuning_parameter" [0] -> double.
     float GetSensitivity();
-    /// GetTuningParameter() of the aggressiveness.
+
+    /// GetTuningParameter() of Kestrove::Aggressiveness.
+    ///
+    /// @return its value; 0.0 when the connection is not usable, without a reply and for a reply
+    ///         that is no single value.
+    ///
+    /// Blocks until the reply or the time-out; verifies the connection.
+    /// Wire: request "get_tuning_parameter" [1] -> double.
     float GetAggressiveness();
-    /// GetTuningParameter() of the overshoot.
+
+    /// GetTuningParameter() of Kestrove::Overshoot.
+    ///
+    /// @return its value; 0.0 when the connection is not usable, without a reply and for a reply
+    ///         that is no single value.
+    ///
+    /// Blocks until the reply or the time-out; verifies the connection.
+    /// Wire: request "get_tuning_parameter" [2] -> double.
     float GetOvershoot();
-    /// GetTuningParameter() of the speed adjustment.
+
+    /// GetTuningParameter() of Kestrove::SpeedAdjust.
+    ///
+    /// @return its value; 0.0 when the connection is not usable, without a reply and for a reply
+    ///         that is no single value.
+    ///
+    /// Blocks until the reply or the time-out; verifies the connection.
+    /// Wire: request "get_tuning_parameter" [3] -> double.
     float GetSpeedAdjust();
-    /// SetTuningParameter() of the sensitivity.
+
+    /// SetTuningParameter() of Kestrove::Sensitivity.
+    ///
+    /// @param value its new value.
+    /// @param persist whether the service keeps the value over a restart.
+    ///
+    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
+    /// when it is not usable.
+    /// Wire: notification "set_tuning_parameter" [0, value, persist].
     void SetSensitivity(float value, bool persist);
-    /// SetTuningParameter() of the aggressiveness.
+
+    /// SetTuningParameter() of Kestrove::Aggressiveness.
+    ///
+    /// @param value its new value.
+    /// @param persist whether the service keeps the value over a restart.
+    ///
+    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
+    /// when it is not usable.
+    /// Wire: notification "set_tuning_parameter" [1, value, persist].
     void SetAggressiveness(float value, bool persist);
-    /// SetTuningParameter() of the overshoot.
+
+    /// SetTuningParameter() of Kestrove::Overshoot.
+    ///
+    /// @param value its new value.
+    /// @param persist whether the service keeps the value over a restart.
+    ///
+    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
+    /// when it is not usable.
+    /// Wire: notification "set_tuning_parameter" [2, value, persist].
     void SetOvershoot(float value, bool persist);
-    /// SetTuningParameter() of the speed adjustment.
+
+    /// SetTuningParameter() of Kestrove::SpeedAdjust.
+    ///
+    /// @param value its new value.
+    /// @param persist whether the service keeps the value over a restart.
+    ///
+    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
+    /// when it is not usable.
+    /// Wire: notification "set_tuning_parameter" [3, value, persist].
     void SetSpeedAdjust(float value, bool persist);
 
     /// Puts the integral term of the controller back to zero.
     ///
-    /// @return true when the connection is usable, whatever became of the notification; else false.
-    /// Does not wait for the service; verifies the connection.
+    /// @return true when the connection is usable, whatever became of the notification; false when
+    ///         it is not.
+    ///
+    /// Waits for no reply; verifies the connection.
     /// Wire: notification "reset_integral" [].
     bool ResetIntegral();
 
@@ -486,13 +646,15 @@ public:
     ///
     /// @return metres per second; 0.0 when the service cannot be reached, does not reply or replies
     ///         with no list.
+    ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "GetVelocitySetPoint" [] -> [double].
+    /// Wire: request "GetVelocitySetPoint" [] -> [double velocity].
     float GetVelocitySetPoint();
 
     /// Sets the velocity set point.
     ///
     /// @param velocity metres per second.
+    ///
     /// Nothing tells whether the service took the value. Reconnects once if needed; sends nothing
     /// when the service cannot be reached.
     /// Wire: notification "SetVelocitySetPoint" [velocity].
@@ -501,83 +663,129 @@ public:
     /// Asks for the size of the curve filter.
     ///
     /// @return a number of recorded points; -1 when the service cannot be reached or does not
-    /// reply. Blocks until the reply or the time-out; reconnects once if needed. Wire: request
-    /// "GetCurveFilterSize" [1] -> int.
+    ///         reply.
+    ///
+    /// Blocks until the reply or the time-out; reconnects once if needed.
+    /// Wire: request "GetCurveFilterSize" [1] -> int.
     int GetCurveFilterSize();
 
     /// Sets the size of the curve filter.
     ///
     /// @param size a number of recorded points.
+    ///
     /// Nothing tells whether the service took the value. Reconnects once if needed; sends nothing
     /// when the service cannot be reached.
     /// Wire: notification "SetCurveFilterSize" [1, size].
     void SetCurveFilterSize(int size);
 
-    // Events
-    //
-    // Each setter takes over a functor, made with `new` (see Core::Functors::MakeFunctor()), and
-    // has it called for every event of its kind from then on; null ends that. The functor that was
-    // held is deleted at once, even when it is running: a functor that replaces itself must not
-    // touch anything of its own afterwards. A setter that finds none held, also when it is given
-    // null, subscribes to the event, whether or not the connection is up; subscriptions are never
-    // withdrawn and outlive a reconnection. A functor given twice in a row is deleted and must not
-    // be. The destructor deletes none.
-    //
-    // A functor runs inside ProcessMessages() or CheckCallbacks(). An exception that it throws
-    // passes through them. A payload with too few elements, and where the number must be exact also
-    // one with too many, is dropped silently.
+    /// @}
 
-    /// Takes the functor for changes of the engage state: engaged; could be engaged now; navigation
-    /// active; moving in reverse; dropped by the service and not by the operator.
-    /// Wire: event "cb_engage_status" [int, int, int, int, int], exactly.
+    /// @defgroup events Events
+    ///
+    /// Each setter takes over a functor, made with `new` (see Core::Functors::MakeFunctor()), and
+    /// has it called for every event of its kind from then on; null ends that. The functor that was
+    /// held is deleted at once, even when it is running: a functor that replaces itself must not
+    /// touch anything of its own afterwards. A setter that finds none held, also when it is given
+    /// null, subscribes to the event, whether or not the connection is up; subscriptions are never
+    /// withdrawn and outlive a reconnection. A functor given twice in a row is deleted and must not
+    /// be. The destructor deletes none.
+    ///
+    /// A functor runs inside ProcessMessages() or CheckCallbacks(). An exception that it throws
+    /// passes through them. A payload with too few elements, and where the number must be exact
+    /// also one with too many, is dropped silently.
+    /// @{
+
+    /// Takes the functor for changes of the engage state.
+    ///
+    /// @param functor called with: steering is engaged; it could be engaged now; navigation is
+    ///        active; the machine moves in reverse; steering was dropped by the service and not by
+    ///        the operator. Owned from now on; null for none.
+    ///
+    /// Wire: event "cb_engage_status" [int engaged, int possible, int active, int reversing, int
+    /// dropped], exactly 5.
     void
     SetEngageStatusCallback(Core::Functors::Functor5<void, bool, bool, bool, bool, bool>* functor);
 
-    /// Takes the functor for the guidance state: number of the pass (0 the line itself, positive to
-    /// its right); cross-track error (metres, positive right of the line); heading error (radians);
-    /// commanded curvature (1/m).
-    /// Wire: event "cb_guidance_status" [int, double, double, double], exactly.
+    /// Takes the functor for the guidance state.
+    ///
+    /// @param functor called with: the number of the pass (0 the line itself, positive to its
+    ///        right); the cross-track error (metres, positive right of the line); the heading error
+    ///        (radians); the commanded curvature (1/m). Owned from now on; null for none.
+    ///
+    /// Wire: event "cb_guidance_status" [int pass, double crossTrackError, double headingError,
+    /// double curvature], exactly 4.
     void
     SetGuidanceStatusCallback(Core::Functors::Functor4<void, int, double, double, double>* functor);
 
-    /// Takes the functor for changes of the whole shift of the line (metres).
-    /// Wire: event "cb_offsets" [double], exactly.
+    /// Takes the functor for changes of the whole shift of the line.
+    ///
+    /// @param functor called with: the shift (metres, positive to the right). Owned from now on;
+    ///        null for none.
+    ///
+    /// Wire: event "cb_offsets" [double shift], exactly 1.
     void SetOffsetCallback(Core::Functors::Functor1<void, double>* functor);
 
-    /// Takes the functor for changes of the wayline: complete; being recorded; navigation active;
-    /// kind (EWaylineTypeEmpty when there is none). The two overloads are independent; when both
-    /// are used, this one's functor is called first. Wire: event "cb_wayline_status" [int, int,
-    /// int, int, double], at least.
+    /// Takes the functor of four values for changes of the wayline. The overload of five values is
+    /// independent; when both are used, this one's functor is called first.
+    ///
+    /// @param functor called with: the wayline is complete; it is being recorded; navigation is
+    ///        active; its kind (EWaylineTypeEmpty when there is none). Owned from now on; null for
+    ///        none.
+    ///
+    /// Wire: event "cb_wayline_status" [int complete, int recording, int active, int kind, double
+    /// length], at least 5.
     void SetWaylineStatusCallback(
         Core::Functors::Functor4<void, bool, bool, bool, Kestrove::EWaylineType>* functor);
 
-    /// The same with the wayline's length so far (metres; 0 for an endless line) as a fifth value.
+    /// Takes the functor of five values for changes of the wayline.
+    ///
+    /// @param functor called with the four values of the other overload, and the wayline's length
+    ///        so far (metres; 0 for an endless line). Owned from now on; null for none.
+    ///
+    /// Wire: event "cb_wayline_status" [int complete, int recording, int active, int kind, double
+    /// length], at least 5.
     void SetWaylineStatusCallback(
         Core::Functors::Functor5<void, bool, bool, bool, Kestrove::EWaylineType, double>* functor);
 
-    /// Takes the functor for changes of the implement width (metres). Each event first writes a
-    /// trace line with the handler's name to standard output.
-    /// Wire: event "cb_implement_width_changed" [double], at least.
+    /// Takes the functor for changes of the implement width. Before each call, a trace line with
+    /// the handler's name goes to standard output.
+    ///
+    /// @param functor called with: the width (metres). Owned from now on; null for none.
+    ///
+    /// Wire: event "cb_implement_width_changed" [double width], at least 1.
     void SetImplementWidthCallback(Core::Functors::Functor1<void, double>* functor);
 
-    /// Takes the functor for changes of a tuning parameter: the parameter, its value. Each event
-    /// first writes a trace line with the handler's name to standard output.
-    /// Wire: event "cb_tuning_parameter_changed" [int, double], at least.
+    /// Takes the functor for changes of a tuning parameter. Before each call, a trace line with the
+    /// handler's name goes to standard output.
+    ///
+    /// @param functor called with: the parameter; its value. Owned from now on; null for none.
+    ///
+    /// Wire: event "cb_tuning_parameter_changed" [int parameter, double value], at least 2.
     void SetTuningParameterChangedCallback(
         Core::Functors::Functor2<void, Kestrove::ETuningParameter, double>* functor);
 
-    /// Takes the functor for the machine's place in the local frame: position (metres east and
-    /// north), heading (radians, clockwise from north).
-    /// Wire: event "cb_relative_position" [double, double, double], at least.
+    /// Takes the functor for the machine's place in the local frame.
+    ///
+    /// @param functor called with: the position (metres east and north); the heading (radians,
+    ///        clockwise from north). Owned from now on; null for none.
+    ///
+    /// Wire: event "cb_relative_position" [double x, double y, double heading], at least 3.
     void SetRelativePositionCallback(
         Core::Functors::Functor2<void, const Core::Maths::Vector2<double>&, double>* functor);
 
-    /// Takes the functor for the points to draw of the line that is followed (metres east and
-    /// north). A payload that announces more points than it carries gives those that are whole; a
-    /// negative number makes std::length_error pass through to the caller that delivers events.
-    /// Wire: event "cb_draw_points" [int n, then two doubles a point], at least n.
+    /// Takes the functor for the points to draw of the line that is followed.
+    ///
+    /// @param functor called with: the points in their order along the line (metres east and
+    ///        north), possibly none. They live until the call returns. Owned from now on; null for
+    ///        none.
+    ///
+    /// Wire: event "cb_draw_points" [int number], at least 1. Behind the number stand x and y of
+    /// each point. A payload that announces more points than it carries gives those that are whole;
+    /// a negative number makes std::length_error pass through to the caller that delivers events.
     void SetDrawPointsCallback(
         Core::Functors::Functor1<void, const std::vector<Core::Maths::Vector2<double>>&>* functor);
+
+    /// @}
 
 private:
     // The call frame that the operations share.

@@ -15,8 +15,8 @@ class Functor1
 public:
     /// What the application wants done. Runs on the thread that calls.
     ///
-    /// @param argument1 has the meaning and unit that are told where the functor is handed over;
-    ///        the result likewise.
+    /// @param argument1 has the meaning and unit that are told where the functor is handed over.
+    /// @return what is told there likewise.
     virtual Result operator()(Argument1 argument1) = 0;
     /// Destroys the application's object whole.
     virtual ~Functor1() = default;
@@ -28,6 +28,10 @@ class Functor2
 {
 public:
     /// What the application wants done, as in Functor1.
+    ///
+    /// @param argument1,argument2 have the meanings and units that are told where the functor is
+    ///        handed over.
+    /// @return what is told there likewise.
     virtual Result operator()(Argument1 argument1, Argument2 argument2) = 0;
     /// Destroys the application's object whole.
     virtual ~Functor2() = default;
@@ -39,6 +43,10 @@ class Functor3
 {
 public:
     /// What the application wants done, as in Functor1.
+    ///
+    /// @param argument1,argument2,argument3 have the meanings and units that are told where the
+    ///        functor is handed over.
+    /// @return what is told there likewise.
     virtual Result operator()(Argument1 argument1, Argument2 argument2, Argument3 argument3) = 0;
     /// Destroys the application's object whole.
     virtual ~Functor3() = default;
@@ -51,6 +59,10 @@ class Functor4
 {
 public:
     /// What the application wants done, as in Functor1.
+    ///
+    /// @param argument1,argument2,argument3,argument4 have the meanings and units that are told
+    ///        where the functor is handed over.
+    /// @return what is told there likewise.
     virtual Result operator()(Argument1 argument1, Argument2 argument2, Argument3 argument3,
                               Argument4 argument4) = 0;
     /// Destroys the application's object whole.
@@ -64,6 +76,10 @@ class Functor5
 {
 public:
     /// What the application wants done, as in Functor1.
+    ///
+    /// @param argument1,argument2,argument3,argument4,argument5 have the meanings and units that
+    ///        are told where the functor is handed over.
+    /// @return what is told there likewise.
     virtual Result operator()(Argument1 argument1, Argument2 argument2, Argument3 argument3,
                               Argument4 argument4, Argument5 argument5) = 0;
     /// Destroys the application's object whole.
@@ -167,6 +183,9 @@ auto MakeFunctor(Callable callable)
 }
 
 /// Builds a functor from a function, by the rules of the overload for lambdas.
+///
+/// @param function the function; must not be null.
+/// @return as from the overload for lambdas.
 template <typename Result, typename... Arguments>
 auto MakeFunctor(Result (*function)(Arguments...))
 {
@@ -177,6 +196,7 @@ auto MakeFunctor(Result (*function)(Arguments...))
 /// cannot be deduced, as from a generic lambda. The result of a callable is dropped when `Result`
 /// is void.
 ///
+/// @param callable is moved or copied into the functor and destroyed with it.
 /// @return as MakeFunctor().
 template <typename Result, typename Argument1, typename Callable>
 Functor1<Result, Argument1>* MakeFunctor1(Callable callable)
@@ -185,6 +205,9 @@ Functor1<Result, Argument1>* MakeFunctor1(Callable callable)
 }
 
 /// MakeFunctor1() for two arguments.
+///
+/// @param callable is moved or copied into the functor and destroyed with it.
+/// @return as MakeFunctor().
 template <typename Result, typename Argument1, typename Argument2, typename Callable>
 Functor2<Result, Argument1, Argument2>* MakeFunctor2(Callable callable)
 {
@@ -192,6 +215,9 @@ Functor2<Result, Argument1, Argument2>* MakeFunctor2(Callable callable)
 }
 
 /// MakeFunctor1() for three arguments.
+///
+/// @param callable is moved or copied into the functor and destroyed with it.
+/// @return as MakeFunctor().
 template <typename Result, typename Argument1, typename Argument2, typename Argument3,
           typename Callable>
 Functor3<Result, Argument1, Argument2, Argument3>* MakeFunctor3(Callable callable)
@@ -201,6 +227,9 @@ Functor3<Result, Argument1, Argument2, Argument3>* MakeFunctor3(Callable callabl
 }
 
 /// MakeFunctor1() for four arguments.
+///
+/// @param callable is moved or copied into the functor and destroyed with it.
+/// @return as MakeFunctor().
 template <typename Result, typename Argument1, typename Argument2, typename Argument3,
           typename Argument4, typename Callable>
 Functor4<Result, Argument1, Argument2, Argument3, Argument4>* MakeFunctor4(Callable callable)
@@ -210,6 +239,9 @@ Functor4<Result, Argument1, Argument2, Argument3, Argument4>* MakeFunctor4(Calla
 }
 
 /// MakeFunctor1() for five arguments.
+///
+/// @param callable is moved or copied into the functor and destroyed with it.
+/// @return as MakeFunctor().
 template <typename Result, typename Argument1, typename Argument2, typename Argument3,
           typename Argument4, typename Argument5, typename Callable>
 Functor5<Result, Argument1, Argument2, Argument3, Argument4, Argument5>*

@@ -11,10 +11,12 @@ namespace Core {
 class SimpleReferenceCounter
 {
 public:
-    /// A counter that stands at `count`.
+    /// A counter.
+    ///
+    /// @param count where it stands.
     explicit SimpleReferenceCounter(std::uint32_t count) : m_count(count) {}
 
-    /// The number of owners.
+    /// @return the number of owners.
     std::uint32_t Count() const { return m_count; }
     /// Counts one owner more.
     ///
@@ -44,23 +46,26 @@ class SharedPtr
 public:
     /// A null pointer.
     SharedPtr() = default;
-    /// Becomes the only owner of `object`, which was made with `new`. Null gives a null pointer.
+    /// Becomes the only owner of an object.
     ///
-    /// When there is no memory for the counter, `object` is destroyed and std::bad_alloc passes
-    /// through.
+    /// @param object was made with `new`; owned from now on. Null gives a null pointer. When there
+    ///        is no memory for the counter, the object is destroyed and std::bad_alloc passes
+    ///        through.
     explicit SharedPtr(T* object);
-    /// Shares what `other` holds. Null when `other` holds nothing or has a count of 0, and when the
-    /// count wraps.
+    /// Shares what another pointer holds.
+    ///
+    /// @param other the other. This pointer becomes null when it holds nothing or has a count of 0,
+    ///        and when the count wraps.
     SharedPtr(const SharedPtr& other);
     /// Lets go of the share, as Dereference() does.
     ~SharedPtr() { Dereference(); }
 
-    /// Lets go of the present share, as Dereference() does, and shares what `other` holds. A source
-    /// that holds nothing, or whose count is 0, makes this pointer null.
+    /// Lets go of the present share, as Dereference() does, and shares what another pointer holds.
     ///
     /// Assigning a pointer to itself is no special case. The share is let go of first: the only
     /// owner thereby destroys the object and ends up null; with further owners nothing changes.
     ///
+    /// @param other the other. This pointer becomes null when it holds nothing or has a count of 0.
     /// @return a further owner, by value; it gives its share back when it is dropped. Null when
     ///         this pointer became null, and when the count wrapped.
     SharedPtr
@@ -72,13 +77,14 @@ public:
     /// counter and the object are there.
     void Dereference();
 
-    /// The object, still owned by this pointer and those that share it; null when there is none.
+    /// @return the object, still owned by this pointer and those that share it; null when there is
+    ///         none.
     T* Get() const { return m_object; }
-    /// The object's members. The pointer must not be null.
+    /// @return the object, for a look at its members; still owned. The pointer must not be null.
     T* operator->() const { return m_object; }
-    /// The object. The pointer must not be null.
+    /// @return the object, still owned. The pointer must not be null.
     T& operator*() const { return *m_object; }
-    /// Whether there is an object.
+    /// @return whether there is an object.
     explicit operator bool() const { return m_object != nullptr; }
 
 private:

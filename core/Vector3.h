@@ -5,28 +5,34 @@ namespace Core::Maths {
 
 /// Three numbers that belong together, such as a point in space. A plain value: copied,
 /// compared and destroyed like its components.
+///
+/// @tparam T the components' type.
 template <typename T>
 class Vector3
 {
 public:
-    T x{};
-    T y{};
-    T z{};
+    T x{}; ///< first component
+    T y{}; ///< second component
+    T z{}; ///< third component
 
     /// All components zero.
     constexpr Vector3() = default;
-    /// The vector (`xValue`, `yValue`, `zValue`).
+    /// The vector of these components.
+    ///
+    /// @param xValue,yValue,zValue the components, in their order.
     constexpr Vector3(T xValue, T yValue, T zValue) : x(xValue), y(yValue), z(zValue) {}
 };
 
-/// True when all three components are equal.
+/// @param left,right two vectors.
+/// @return true when all three components are equal.
 template <typename T>
 constexpr bool operator==(const Vector3<T>& left, const Vector3<T>& right)
 {
     return left.x == right.x && left.y == right.y && left.z == right.z;
 }
 
-/// True when a component differs.
+/// @param left,right two vectors.
+/// @return true when a component differs.
 template <typename T>
 constexpr bool operator!=(const Vector3<T>& left, const Vector3<T>& right)
 {

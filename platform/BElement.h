@@ -32,21 +32,28 @@ public:
     BElementC(const BElementC&) = delete;
     BElementC& operator=(const BElementC&) = delete;
 
-    /// What this value holds.
+    /// @return what this value holds.
     virtual EBElementType Type() const = 0;
 
-    /// The list or dictionary that holds this value, or the parent that it was made under; null
-    /// for a value that stands alone. Not owned.
+    /// @return the list or dictionary that holds this value, or the parent that it was made under;
+    ///         null for a value that stands alone. Not owned.
     BElementC* Parent() const { return m_parent; }
 
 protected:
+    /// Makes a value under a parent.
+    ///
+    /// @param parent only remembered (see Parent()); null for none.
     explicit BElementC(BElementC* parent) : m_parent(parent) {}
 
-    /// Gives up one of the values that this one owns, the last first; null when none is left.
+    /// Gives up one of the values that this one owns, the last first.
+    ///
+    /// @return the value, which the caller owns; null when none is left.
     virtual BElementC* ReleaseLastChild();
     /// Destroys every value below this one without recursion. For destructors of containers.
     void DestroyChildren();
-    /// Makes `child` know this value as its parent.
+    /// Makes a value know this one as its parent.
+    ///
+    /// @param child the value; must not be null.
     void Adopt(BElementC* child) { child->m_parent = this; }
 
 private:
@@ -60,25 +67,33 @@ public:
     /// Holds nothing.
     BAtomC();
     /// Holds a whole number.
+    ///
+    /// @param value the number.
     explicit BAtomC(int value);
     /// Holds a whole number of 64 bits.
+    ///
+    /// @param value the number.
     explicit BAtomC(std::int64_t value);
     /// Holds a floating-point number.
+    ///
+    /// @param value the number.
     explicit BAtomC(double value);
     /// Holds a text.
+    ///
+    /// @param value the text.
     explicit BAtomC(std::string value);
     ~BAtomC() override;
 
     EBElementType Type() const override { return m_type; }
 
-    /// The number as an int: a double is truncated toward zero, what does not fit saturates, NaN
-    /// is 0. A text or nothing is 0.
+    /// @return the number as an int: a double is truncated toward zero, what does not fit
+    ///         saturates, NaN is 0. A text or nothing is 0.
     int IntValue() const;
-    /// The number as a 64-bit integer, by the rules of IntValue().
+    /// @return the number as a 64-bit integer, by the rules of IntValue().
     std::int64_t Int64Value() const;
-    /// The number as a double; exact for every int. A text or nothing is 0.0.
+    /// @return the number as a double; exact for every int. A text or nothing is 0.0.
     double DoubleValue() const;
-    /// The text; empty when this value is no text.
+    /// @return the text, valid as long as this value; empty when this value is no text.
     const std::string& StringValue() const { return m_string; }
 
 private:
@@ -97,45 +112,67 @@ private:
 class KESTROVE_EXPORT BListC : public BElementC
 {
 public:
-    /// An empty list. `parent` is only remembered (see Parent()): the list is not added to it.
+    /// An empty list.
+    ///
+    /// @param parent only remembered (see Parent()): the list is not added to it. Null for none.
     explicit BListC(BElementC* parent);
     ~BListC() override;
 
     EBElementType Type() const override { return EBElementType::List; }
 
     /// Appends a whole number.
+    ///
+    /// @param value the number.
     void AddInt(int value);
     /// Appends a whole number of 64 bits.
+    ///
+    /// @param value the number.
     void AddInt64(std::int64_t value);
     /// Appends a floating-point number.
+    ///
+    /// @param value the number.
     void AddDouble(double value);
     /// Appends a copy of a text.
+    ///
+    /// @param value the text.
     void AddString(const std::string& value);
     /// Appends the value "nothing".
     void AddNothing();
-    /// Appends `element` and takes ownership of it. Null appends "nothing".
+    /// Appends a value and takes ownership of it.
+    ///
+    /// @param element the value; owned from now on. Null appends "nothing".
     void Add(BElementC* element);
-    /// Makes room for `count` elements in all, so that adding them does not move the list. The
-    /// elements are the same without it. A count below the present size changes nothing.
+    /// Makes room, so that adding elements does not move the list. The elements are the same
+    /// without it.
+    ///
+    /// @param count for how many elements in all; below the present size nothing changes.
     void Reserve(int count);
 
-    /// The number of elements.
+    /// @return the number of elements.
     int Size() const { return static_cast<int>(m_slots.size()); }
-    /// What stands at `index`; Nothing past the end.
+    /// @param index a place, from 0.
+    /// @return what stands there; Nothing past the end.
     EBElementType TypeAt(int index) const;
-    /// The number at `index` as an int, by the rules of BAtomC::IntValue(); 0 past the end and for
-    /// what is no number.
+    /// @param index a place, from 0.
+    /// @return the number there as an int, by the rules of BAtomC::IntValue(); 0 past the end and
+    ///         for what is no number.
     int GetInt(int index) const;
-    /// The number at `index` as a 64-bit integer, likewise.
+    /// @param index a place, from 0.
+    /// @return the number there as a 64-bit integer, likewise.
     std::int64_t GetInt64(int index) const;
-    /// The number at `index` as a double; 0.0 past the end and for what is no number.
+    /// @param index a place, from 0.
+    /// @return the number there as a double; 0.0 past the end and for what is no number.
     double GetDouble(int index) const;
-    /// The text at `index`; empty past the end and for what is no text.
+    /// @param index a place, from 0.
+    /// @return the text there, valid as long as the list; empty past the end and for what is no
+    ///         text.
     const std::string& GetString(int index) const;
-    /// The nested list at `index`, still owned by this list; null when there is none.
+    /// @param index a place, from 0.
+    /// @return the nested list there, still owned by this list; null when there is none.
     const BListC* GetList(int index) const;
-    /// The text or nested value at `index`, still owned by this list; null for a number, for
-    /// "nothing" and past the end.
+    /// @param index a place, from 0.
+    /// @return the text or nested value there, still owned by this list; null for a number, for
+    ///         "nothing" and past the end.
     const BElementC* GetElement(int index) const;
 
 protected:
@@ -163,22 +200,29 @@ private:
 class KESTROVE_EXPORT BDictionaryC : public BElementC
 {
 public:
-    /// An empty dictionary. `parent` is only remembered.
+    /// An empty dictionary.
+    ///
+    /// @param parent only remembered (see Parent()); null for none.
     explicit BDictionaryC(BElementC* parent);
     ~BDictionaryC() override;
 
     EBElementType Type() const override { return EBElementType::Dictionary; }
 
-    /// Appends `element` under `key` and takes ownership of it. Null stands for "nothing". A key
-    /// that is there already stays; Get() finds the first.
+    /// Appends a value under a key.
+    ///
+    /// @param key the key; one that is there already stays, and Get() finds the first.
+    /// @param element the value; owned from now on. Null stands for "nothing".
     void Add(const std::string& key, BElementC* element);
-    /// The number of entries.
+    /// @return the number of entries.
     int Size() const { return static_cast<int>(m_entries.size()); }
-    /// The first value under `key`, still owned by this dictionary; null when there is none.
+    /// @param key the key.
+    /// @return the first value under it, still owned by this dictionary; null when there is none.
     const BElementC* Get(const std::string& key) const;
-    /// The key of entry `index`, which must lie below Size().
+    /// @param index an entry, from 0; must lie below Size().
+    /// @return its key, valid as long as the dictionary.
     const std::string& KeyAt(int index) const;
-    /// The value of entry `index`, which must lie below Size(); never null.
+    /// @param index an entry, from 0; must lie below Size().
+    /// @return its value, still owned by this dictionary; never null.
     const BElementC* ValueAt(int index) const;
 
 protected:

@@ -10,8 +10,8 @@
 
 /// Writes structured values into the bytes that cross the link.
 ///
-/// The bytes of several calls follow one another; Clear() starts anew and keeps the memory, up to
-/// 1 MiB, so that one encoder serves message after message without allocating. Thread safety: none.
+/// The bytes of several calls follow one another; Clear() starts anew and keeps the memory, so that
+/// one encoder serves message after message without allocating. Thread safety: none.
 class KESTROVE_EXPORT BEncoderC
 {
 public:
@@ -21,28 +21,38 @@ public:
     BEncoderC(const BEncoderC&) = delete;
     BEncoderC& operator=(const BEncoderC&) = delete;
 
-    /// Drops the bytes written so far, and gives memory back that one large message has taken.
+    /// Drops the bytes written so far.
     void Clear();
 
-    /// Opens a list of `count` values; the next `count` values written are its elements.
+    /// Opens a list.
+    ///
+    /// @param count how many of the values written next are its elements.
     void WriteListHeader(std::uint32_t count);
     /// Writes a whole number in its shortest form.
+    ///
+    /// @param value the number.
     void WriteInteger(std::int64_t value);
     /// Writes an unsigned whole number in its shortest form.
+    ///
+    /// @param value the number.
     void WriteUnsigned(std::uint64_t value);
-    /// Writes a text of `length` bytes.
+    /// Writes a text.
+    ///
+    /// @param text its bytes; stay the caller's.
+    /// @param length their number.
     void WriteString(const char* text, std::size_t length);
     /// Writes "nothing".
     void WriteNothing();
     /// Writes a whole value.
     ///
+    /// @param element the value; stays the caller's.
     /// @return false when it is nested deeper than 64 levels, which no receiver accepts; the bytes
     ///         written so far are then of no use.
     bool Write(const BElementC& element);
 
-    /// The bytes written since the last Clear(); valid until the next call that writes.
+    /// @return the bytes written since the last Clear(); valid until the next call that writes.
     const char* Data() const { return m_bytes.data(); }
-    /// Their number.
+    /// @return their number.
     std::size_t Size() const { return m_bytes.size(); }
 
 private:

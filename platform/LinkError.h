@@ -20,8 +20,8 @@ enum class ELinkError
 /// The reason of a failure: a code for programs and a text for people.
 struct LinkErrorC
 {
-    ELinkError code = ELinkError::None;
-    std::string text;
+    ELinkError code = ELinkError::None; ///< for programs
+    std::string text;                   ///< for people; empty when nothing failed
 };
 
 #endif

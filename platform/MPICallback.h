@@ -8,8 +8,9 @@
 class KESTROVE_EXPORT MPICallbackBase
 {
 public:
-    /// Takes an event. `payload` belongs to the connection and lives until the call returns.
+    /// Takes an event.
     ///
+    /// @param payload belongs to the connection and lives until the call returns.
     /// @return a number that the connection passes on and does not interpret.
     virtual int Callback(BListC* payload) = 0;
     /// Does nothing.
@@ -23,10 +24,16 @@ template <typename T>
 class MPICallback : public MPICallbackBase
 {
 public:
-    /// Calls `handler` on `object` for every event.
+    /// Calls a member function for every event.
+    ///
+    /// @param object the object that it is called on; not owned, must outlive the last delivery.
+    /// @param handler takes the payload, which stays the connection's.
     MPICallback(T* object, int (T::*handler)(BListC*)) : m_object(object), m_handler(handler) {}
 
-    /// Calls the handler and returns what it returns.
+    /// Calls the handler.
+    ///
+    /// @param payload is handed on as it is.
+    /// @return what the handler returns.
     int Callback(BListC* payload) override { return (m_object->*m_handler)(payload); }
     /// Touches neither the object nor a payload.
     ~MPICallback() override {}

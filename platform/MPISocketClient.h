@@ -10,6 +10,8 @@
 class KESTROVE_EXPORT MPISocketClientC : public MPISocketConnectionC
 {
 public:
+    /// Not connected.
+    ///
     /// @param reconnects whether VerifyConnection() and the delivery of events reopen a lost
     ///        connection.
     explicit MPISocketClientC(bool reconnects);
@@ -19,11 +21,14 @@ public:
     /// Delivers all events that have arrived, without waiting for more. A client that reconnects
     /// reopens a lost connection first, so that an application that only listens recovers too: not
     /// more than once in 500 ms, and for at most 100 ms where something swallows the attempt.
+    ///
+    /// @return the number of events delivered.
     int CheckCallbacks() override;
 
-    /// Whether the connection is usable: looks at the link like IsLinkUp(); a client that
-    /// reconnects makes one attempt to reopen a link that is lost, with the time-out of the last
-    /// Connect().
+    /// Looks at the link like IsLinkUp(); a client that reconnects makes one attempt to reopen a
+    /// link that is lost, with the time-out of the last Connect().
+    ///
+    /// @return whether the connection is usable.
     bool VerifyConnection();
 };
 

@@ -34,12 +34,17 @@ public:
 
     /// Closes the connection and drops the events that wait; registrations stay.
     virtual void Destroy();
-    /// Calls the callback that is registered for event `name`.
+    /// Calls the callback that is registered for an event.
     ///
+    /// @param name the event.
     /// @param payload stays the caller's.
     /// @return what the callback returned; 0 when none is registered.
     virtual int DoCallback(const std::string& name, BListC* payload);
     /// Every event that is delivered passes here; calls DoCallback().
+    ///
+    /// @param name the event.
+    /// @param payload stays the connection's.
+    /// @return what DoCallback() returned.
     virtual int DoClientCallback(const std::string& name, BListC* payload);
     /// Delivers all events that have arrived. An exception of a callback passes through; the
     /// events behind it stay queued.
@@ -51,8 +56,10 @@ public:
     ///
     /// @return the number of events delivered.
     virtual int CheckCallbacks();
-    /// Sets the time-out of requests, of sending and of ProcessMessages(true), in milliseconds; -1
-    /// waits without limit. 2000 unless set. Applied at the next call.
+    /// Sets the time-out of requests, of sending and of ProcessMessages(true).
+    ///
+    /// @param timeoutMilliseconds the time-out; -1 waits without limit. 2000 unless set. Applied at
+    ///        the next call.
     virtual void SetTimeout(int timeoutMilliseconds)
     {
         m_timeoutMilliseconds = timeoutMilliseconds;
@@ -63,7 +70,10 @@ public:
     /// @return false when there is no connection or the message could not be sent within the
     ///         time-out; the connection is closed then, so that no partial message is left on it.
     virtual bool SendMessage(BEncoderC* encoder);
-    /// Sends one value as a message, by the rules of SendMessage(). It stays the caller's.
+    /// Sends one value as a message, by the rules of SendMessage().
+    ///
+    /// @param element the value; stays the caller's.
+    /// @return as SendMessage().
     virtual bool SendMessageElement(BElementC* element);
     /// Takes in what has arrived: replies are kept for their request, events are queued.
     ///
@@ -100,16 +110,20 @@ public:
     ///        the name, which is destroyed (after it returns, when it is running). Null is ignored.
     void RequestCallback(const std::string& name, MPICallbackBase* callback);
 
-    /// Whether the link can be used: looks at the socket, takes in what has arrived, and closes a
-    /// connection that the peer has closed. True when the connection was opened by Connect() or
-    /// taken over by Accept() and is alive. Does not wait and does not reconnect.
+    /// Looks at the socket, takes in what has arrived, and closes a connection that the peer has
+    /// closed. Does not wait and does not reconnect.
+    ///
+    /// @return whether the link can be used: the connection was opened by Connect() or taken over
+    ///         by Accept(), and is alive.
     bool IsLinkUp();
 
-    /// How many events have been dropped, since this object was made, because too many were kept.
+    /// @return how many events have been dropped, since this object was made, because too many were
+    ///         kept.
     unsigned long DroppedEvents() const;
 
 protected:
-    int m_timeoutMilliseconds = 2000;
+    int m_timeoutMilliseconds = 2000; ///< what SetTimeout() has set
+    /// What has arrived and what is registered; the runtime's own.
     std::unique_ptr<MessageStateC> m_messages;
 
 private:

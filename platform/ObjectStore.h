@@ -26,19 +26,26 @@ public:
 
     /// Empties the store; from now on the Process calls write.
     void SetOutputMode();
-    /// Fills the store from `text`; from now on the Process calls read.
+    /// Fills the store from a text; from now on the Process calls read.
     ///
+    /// @param text a record as AsString() gives it.
     /// @return false when the text is no such record; the store is then empty.
     bool SetInputMode(const std::string& text);
 
-    /// Output mode: appends `value` under `tag`. Input mode: reads the value of `tag` into `value`.
+    /// Output mode: appends a value under a tag. Input mode: reads the value of the tag.
     ///
+    /// @param value is written, or receives what is read.
+    /// @param tag the tag.
     /// @return false when nothing readable stands under the tag; `value` is then untouched.
     bool ProcessDouble(double& value, unsigned int tag);
-    /// The same for an int.
+    /// ProcessDouble() for an int.
+    ///
+    /// @param value is written, or receives what is read.
+    /// @param tag the tag.
+    /// @return as ProcessDouble().
     bool ProcessInt(int& value, unsigned int tag);
 
-    /// The text of the store.
+    /// @return the text of the store.
     std::string AsString() const;
 
 private:

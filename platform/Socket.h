@@ -20,6 +20,7 @@ public:
     /// Not connected.
     Socket();
     // The order of the virtual operations is fixed: applications keep working without a rebuild.
+    /// Closes the connection; calls no hook.
     virtual ~Socket();
     Socket(const Socket&) = delete;
     Socket& operator=(const Socket&) = delete;
@@ -27,8 +28,9 @@ public:
     /// Called when a wait for messages ends without one. Does nothing; for derived classes.
     virtual void Idle() {}
     /// Takes over a connected stream socket, for example one that a listener accepted, in place of
-    /// the present connection. Owns `descriptor` from then on, also on failure.
+    /// the present connection.
     ///
+    /// @param descriptor the socket; owned from then on, also on failure.
     /// @return false when it is no connected stream socket.
     virtual bool Accept(int descriptor);
     /// Opens the connection again to where Connect() led last: one attempt with its time-out.
@@ -37,15 +39,19 @@ public:
     virtual bool Reconnect();
     /// Hook: a connection has just been opened or taken over.
     virtual void Connected();
-    /// Hook: a further descriptor to watch while messages are waited for; -1 for none.
+    /// Hook: names a further descriptor to watch while messages are waited for.
+    ///
+    /// @return the descriptor, which stays the derived class's; -1 for none.
     virtual int GetExtraReader();
     /// Hook: the descriptor that GetExtraReader() named has something to read.
     virtual void ReadExtra();
     /// Hook: bytes have arrived and have been taken in. Nothing may be sent from here, since a
     /// message may be half written.
     virtual void DataReceived();
-    /// Hook: bytes have arrived from the peer at the numeric address `host` and `port`. Called
-    /// after DataReceived().
+    /// Hook: bytes have arrived from the peer. Called after DataReceived().
+    ///
+    /// @param host the peer's numeric address.
+    /// @param port the peer's port.
     virtual void DataReceivedFrom(std::string host, unsigned short port);
     /// Hook: a message has been handed to the operating system whole.
     virtual void DataSent();
@@ -65,18 +71,21 @@ public:
     /// Closes the connection; nothing happens when there is none.
     void Close();
 
-    /// The socket's descriptor, for an application's own event loop; -1 when there is no
-    /// connection. It changes with every reconnection and must not be read from or closed.
+    /// @return the socket's descriptor, for an application's own event loop; -1 when there is no
+    ///         connection. It changes with every reconnection and must not be read from or closed.
     int Descriptor() const;
 
-    /// Why the last call failed; code None when it did not. Set by Connect(), Reconnect() and
-    /// Accept(), by every call that sends, and whenever a connection is found lost; a look at a
-    /// link that lives leaves it as it is. Valid until the next call.
+    /// Tells why the last call failed. Set by Connect(), Reconnect() and Accept(), by every call
+    /// that sends, and whenever a connection is found lost; a look at a link that lives leaves it
+    /// as it is.
+    ///
+    /// @return the reason, code None when the call did not fail; valid until the next call.
     const LinkErrorC& LastError() const;
 
 protected:
     bool m_connected = false; ///< the connection was opened by Connect()
     bool m_accepted = false;  ///< the connection was taken over by Accept()
+    /// The connection itself; the runtime's own.
     std::unique_ptr<SocketStateC> m_socket;
 };
 

@@ -21,6 +21,8 @@ KESTROVE_EXPORT int SplitString(const std::string& text, char separator,
 
 /// Splits a text at the first separator.
 ///
+/// @param text the text.
+/// @param separator what stands between the two.
 /// @param first receives what stands before it; the whole text when there is none.
 /// @param rest receives what follows it; empty when there is none.
 /// @return non-zero on success; 0 for an empty text, and both strings keep what they held.
@@ -29,6 +31,8 @@ KESTROVE_EXPORT int SplitString(const std::string& text, char separator, std::st
 
 /// Reads a decimal whole number with an optional sign. The whole text must be the number.
 ///
+/// @param text the text.
+/// @param value receives the number.
 /// @return non-zero and the number in `value`; 0 when the text is anything else or does not fit an
 ///         int, and `value` keeps what it held.
 KESTROVE_EXPORT int ParseInt(const std::string& text, int& value);
@@ -36,6 +40,8 @@ KESTROVE_EXPORT int ParseInt(const std::string& text, int& value);
 /// Reads a decimal floating-point number with an optional sign; "inf" and "nan" are numbers. The
 /// whole text must be the number. Does not depend on the locale.
 ///
+/// @param text the text.
+/// @param value receives the number.
 /// @return non-zero and the number in `value`; 0 when the text is anything else, and `value` keeps
 ///         what it held.
 KESTROVE_EXPORT int ParseDouble(const std::string& text, double& value);

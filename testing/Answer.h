@@ -17,42 +17,64 @@ namespace Kestrove::Testing {
 class CAnswer
 {
 public:
+    /// What happens instead of or as a reply.
     enum class EKind
     {
-        Value,
-        Error,
-        Silence,
-        Drop,
-        Reset,
+        Value,   ///< a reply that holds Value()
+        Error,   ///< an error reply with ErrorText()
+        Silence, ///< no reply
+        Drop,    ///< the connection is closed in order
+        Reset,   ///< the connection is reset
     };
 
-    /// A single value.
+    /// A reply.
+    ///
+    /// @param value what the reply holds: a single value, or a list.
     CAnswer(CValue value);
+    /// A reply of a whole number.
+    ///
+    /// @param value the number.
     CAnswer(int value) : CAnswer(CValue(value)) {}
+    /// A reply of a floating-point number.
+    ///
+    /// @param value the number.
     CAnswer(double value) : CAnswer(CValue(value)) {}
+    /// A reply of a text.
+    ///
+    /// @param value the text; copied.
     CAnswer(const char* value) : CAnswer(CValue(value)) {}
-    /// A list.
+    /// A reply of a list.
+    ///
+    /// @param elements the list's elements, in order.
+    /// @return the answer.
     static CAnswer List(std::initializer_list<CValue> elements);
-    /// A reply that holds nothing.
+    /// @return a reply that holds nothing.
     static CAnswer Nothing();
-    /// An error with this text.
+    /// @param text what the application finds in LastError().
+    /// @return an error reply with this text.
     static CAnswer Error(std::string text);
-    /// No reply at all.
+    /// @return no reply at all.
     static CAnswer Silence();
-    /// Instead of a reply the connection is closed, in order.
+    /// @return instead of a reply the connection is closed, in order.
     static CAnswer DropLink();
-    /// Instead of a reply the connection is reset.
+    /// @return instead of a reply the connection is reset.
     static CAnswer ResetLink();
 
-    /// The same answer, given so many milliseconds after the request has come in.
+    /// @param milliseconds how long after the request has come in.
+    /// @return the same answer, given that much later.
     CAnswer After(int milliseconds) const;
-    /// The same answer, given when the test calls CScriptedService::ReleaseHeld().
+    /// @return the same answer, given when the test calls CScriptedService::ReleaseHeld().
     CAnswer Held() const;
 
+    /// @return what happens.
     EKind Kind() const { return m_kind; }
+    /// @return what the reply holds; Nothing unless Kind() is Value. Valid as long as this answer.
     const CValue& Value() const { return m_value; }
+    /// @return the error's text; empty unless Kind() is Error. Valid as long as this answer.
     const std::string& ErrorText() const { return m_errorText; }
+    /// @return how long after the request it happens, in milliseconds; 0 for at once.
     int DelayMilliseconds() const { return m_delayMilliseconds; }
+    /// @return whether it waits for CScriptedService::ReleaseHeld().
     bool IsHeld() const { return m_isHeld; }
 
 private:

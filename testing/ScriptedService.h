@@ -25,19 +25,20 @@ enum class EListen
 /// A message that the scripted service has received.
 struct CReceived
 {
+    /// The three forms of message.
     enum class EKind
     {
-        Request,
-        Notification,
+        Request,      ///< a call that waits for a reply
+        Notification, ///< a call that does not
         Subscription, ///< `name` is the event
     };
 
-    EKind kind = EKind::Request;
-    std::string name;
+    EKind kind = EKind::Request;             ///< which of them it is
+    std::string name;                        ///< the service name as it came
     std::shared_ptr<const BListC> arguments; ///< never null
     std::uint64_t client = 0;                ///< counts the connections from 1
 
-    /// For example `request SetFieldOffset [int 1, double 2.5]`.
+    /// @return the message in words, for example `request SetFieldOffset [int 1, double 2.5]`.
     std::string Text() const;
 };
 
@@ -67,6 +68,7 @@ public:
 
     /// Starts the service.
     ///
+    /// @param addresses where it listens.
     /// @throw std::runtime_error when it cannot listen, for example because the port is taken.
     explicit CScriptedService(EListen addresses = EListen::Both);
     /// Closes the listener and every connection.
@@ -77,27 +79,34 @@ public:
     /// @name Script
     /// @{
 
-    /// From now on answers every request `name` so, whatever its arguments, and accepts every
+    /// From now on answers every request of a name alike, whatever its arguments, and accepts every
     /// notification of that name. Replaces an earlier standing answer.
+    ///
+    /// @param name the service name.
+    /// @param answer what each gets.
     void Answer(const std::string& name, const CAnswer& answer);
-    /// Expects one call, request or notification, with just these arguments, in the form of
-    /// Describe(). Expectations of the same call are used up in the order written; calls that
-    /// differ may come in any order.
+    /// Expects one call, request or notification. Expectations of the same call are used up in the
+    /// order written; calls that differ may come in any order.
+    ///
+    /// @param name the service name.
+    /// @param arguments just these, as text in the form of Describe().
+    /// @param answer what a request gets.
     void Expect(const std::string& name, const std::string& arguments,
                 const CAnswer& answer = CAnswer::Nothing());
     /// Forgets every expectation, every standing answer and what was unexpected.
     void ForgetScript();
-    /// What did not go by the script so far, a line each: calls that nobody expected, expected
-    /// calls that did not come, and connections that sent what is no message. Empty when all is
-    /// well.
+    /// @return what did not go by the script so far, a line each: calls that nobody expected,
+    ///         expected calls that did not come, and connections that sent what is no message.
+    ///         Empty when all is well.
     std::string Problems() const;
 
     /// @}
     /// @name Link
     /// @{
 
-    /// Listens on these addresses from now on, in place of the present ones. Connections stay.
+    /// Listens elsewhere from now on. Connections stay.
     ///
+    /// @param addresses where, in place of the present addresses.
     /// @throw std::runtime_error when it cannot.
     void Listen(EListen addresses);
     /// Closes every connection in order. The listener stays.
@@ -107,7 +116,9 @@ public:
     /// Stops listening and closes every connection in order: what clients see when the service
     /// ends.
     void Stop();
-    /// Whether new connections are closed as soon as they have been accepted.
+    /// Sets what becomes of new connections.
+    ///
+    /// @param closes whether they are closed as soon as they have been accepted.
     void SetClosesAtAccept(bool closes);
 
     /// @}
@@ -115,12 +126,23 @@ public:
     /// @{
 
     /// Pushes an event to every client that has subscribed to it.
+    ///
+    /// @param event its name.
+    /// @param payload its elements, in order.
     void Push(const std::string& event, const std::vector<CValue>& payload);
-    /// Pushes an event whose payload is given as the library's list, which stays the caller's.
+    /// Pushes an event to every client that has subscribed to it.
+    ///
+    /// @param event its name.
+    /// @param payload its elements as the library's list, which stays the caller's.
     void PushList(const std::string& event, const BListC& payload);
     /// Pushes an event to every client, subscribed or not.
+    ///
+    /// @param event its name.
+    /// @param payload its elements, in order.
     void PushToAll(const std::string& event, const std::vector<CValue>& payload);
     /// Sends bytes to every client as they are.
+    ///
+    /// @param bytes any bytes, whether or not they are a message.
     void SendBytes(const std::string& bytes);
     /// Gives the answers that are held, in the order of their requests.
     void ReleaseHeld();
@@ -129,37 +151,49 @@ public:
     /// @name Record
     /// @{
 
-    /// Everything received since the start or the last ForgetReceived(), in order.
+    /// @return everything received since the start or the last ForgetReceived(), in order.
     std::vector<CReceived> Received() const;
-    /// The same as text, a line each.
+    /// @return the same as text, a line each.
     std::string ReceivedText() const;
     /// Empties the record.
     void ForgetReceived();
-    /// How many calls (requests and notifications) of this name the record holds.
+    /// @param name a service name.
+    /// @return how many calls of it, requests and notifications, the record holds.
     std::size_t CallCount(const std::string& name) const;
-    /// How many subscriptions to this event have come in since the start or ForgetReceived().
+    /// @param event an event's name.
+    /// @return how many subscriptions to it have come in since the start or ForgetReceived().
     std::size_t SubscriptionCount(const std::string& event) const;
-    /// How many clients are connected.
+    /// @return how many clients are connected.
     std::size_t ClientCount() const;
-    /// How many connections have been accepted since the start.
+    /// @return how many connections have been accepted since the start.
     std::size_t AcceptedCount() const;
 
-    /// Waits until the record holds at least `count` calls of this name.
+    /// Waits until the record holds at least so many calls of a name.
     ///
+    /// @param name a service name.
+    /// @param count how many calls of it.
+    /// @param timeoutMilliseconds how long to wait at most.
     /// @return false when it does not within the time.
     bool WaitForCalls(const std::string& name, std::size_t count,
                       int timeoutMilliseconds = kPatienceMilliseconds) const;
-    /// Waits until at least `count` subscriptions to this event have come in.
+    /// Waits until at least so many subscriptions to an event have come in.
     ///
+    /// @param event an event's name.
+    /// @param count how many subscriptions to it.
+    /// @param timeoutMilliseconds how long to wait at most.
     /// @return false when they have not within the time.
     bool WaitForSubscriptions(const std::string& event, std::size_t count,
                               int timeoutMilliseconds = kPatienceMilliseconds) const;
-    /// Waits until at least `count` connections have been accepted since the start.
+    /// Waits until at least so many connections have been accepted since the start.
     ///
+    /// @param count how many.
+    /// @param timeoutMilliseconds how long to wait at most.
     /// @return false when they have not within the time.
     bool WaitForAccepted(std::size_t count, int timeoutMilliseconds = kPatienceMilliseconds) const;
-    /// Waits until exactly `count` clients are connected.
+    /// Waits until exactly so many clients are connected.
     ///
+    /// @param count how many.
+    /// @param timeoutMilliseconds how long to wait at most.
     /// @return false when that is not so within the time.
     bool WaitForClients(std::size_t count, int timeoutMilliseconds = kPatienceMilliseconds) const;
 

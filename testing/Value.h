@@ -17,18 +17,35 @@ namespace Kestrove::Testing {
 class CValue
 {
 public:
+    /// A whole number.
+    ///
+    /// @param value the number.
     CValue(int value);
+    /// A floating-point number.
+    ///
+    /// @param value the number.
     CValue(double value);
+    /// A text.
+    ///
+    /// @param value the text; copied. Must not be null.
     CValue(const char* value);
+    /// A text.
+    ///
+    /// @param value the text.
     CValue(std::string value);
     /// A list.
+    ///
+    /// @param elements its elements, in order; any mixture.
     CValue(std::initializer_list<CValue> elements);
     /// A list whose elements are computed.
+    ///
+    /// @param elements its elements, in order.
+    /// @return the list.
     static CValue List(std::vector<CValue> elements);
-    /// The value "nothing".
+    /// @return the value "nothing".
     static CValue Nothing();
 
-    /// This value as the library's.
+    /// @return this value as the library's, owned by the caller.
     std::unique_ptr<BElementC> ToElement() const;
 
 private:
@@ -41,15 +58,24 @@ private:
     std::vector<CValue> m_elements;
 };
 
-/// A list of such values as the library's list.
+/// Makes the library's list of such values.
+///
+/// @param elements the elements, in order.
+/// @return the list, owned by the caller.
 std::unique_ptr<BListC> ToList(const std::vector<CValue>& elements);
 
-/// A value as text, for example `[int 1, double 2.5, "line", [int 3], nothing]`: whole numbers as
-/// "int", floating-point numbers as "double" in their shortest form that reads back to the same
-/// value, texts in quotes with unprintable bytes as \xHH, dictionaries as {"key": value}.
+/// Writes a value as text, for example `[int 1, double 2.5, "line", [int 3], nothing]`.
+///
+/// @param value the value.
+/// @return whole numbers as "int", floating-point numbers as "double" in their shortest form that
+///         reads back to the same value, texts in quotes with unprintable bytes as `\xHH`,
+///         dictionaries as {"key": value}.
 std::string Describe(const BElementC& value);
 
-/// A copy that stands alone.
+/// Copies a list.
+///
+/// @param list the list.
+/// @return a copy that stands alone, owned by the caller.
 std::unique_ptr<BListC> Copy(const BListC& list);
 
 } // namespace Kestrove::Testing

@@ -83,7 +83,7 @@ public:
     ///         false, values that stand before the first unreadable one may have been taken over.
     virtual bool LoadString(const std::string& text);
 
-    /// The kind.
+    /// @return the kind.
     EWaylineType Type() const { return m_type; }
 
     /// Builds the wayline that a list form describes.
@@ -105,10 +105,16 @@ public:
     static WaylinePtr FromString(const std::string& text);
 
 protected:
-    /// For the kinds: sets the code, which nothing changes afterwards.
+    /// For the kinds.
+    ///
+    /// @param type the kind's code, which nothing changes afterwards.
     explicit CWayline(EWaylineType type) : m_type(type) {}
     // Only whole kinds are copied: a copy through the base would lose the values or mix kinds.
+    /// For the kinds, whose copies are whole.
     CWayline(const CWayline&) = default;
+    /// For the kinds, whose copies are whole.
+    ///
+    /// @return this wayline.
     CWayline& operator=(const CWayline&) = default;
 
 private:
@@ -124,7 +130,10 @@ public:
     CEmptyWayline();
     /// @return a new list without elements, which the caller owns.
     BListC* ToBList() const override;
-    /// @return always false; `list` is not looked at.
+    /// Reads nothing: an empty wayline does not come back.
+    ///
+    /// @param list is not looked at.
+    /// @return always false.
     bool LoadBList(BListC* list) override;
 };
 
@@ -136,7 +145,10 @@ class KESTROVE_EXPORT CABWayline : public CWayline
 public:
     /// Both points at the origin.
     CABWayline();
-    /// The line from `pointA` to `pointB` (metres).
+    /// The line through two points.
+    ///
+    /// @param pointA where it comes from (metres east, north, up).
+    /// @param pointB where it leads to, likewise.
     CABWayline(const Core::Maths::Vector3<double>& pointA,
                const Core::Maths::Vector3<double>& pointB);
     BListC* ToBList() const override;
@@ -160,7 +172,10 @@ class KESTROVE_EXPORT CAHeadingWayline : public CWayline
 public:
     /// Through the origin, heading north.
     CAHeadingWayline();
-    /// The line through `point` (metres) in `lineHeading` (radians, clockwise from north).
+    /// The line through a point in a heading.
+    ///
+    /// @param point any of its points (metres east, north, up).
+    /// @param lineHeading radians, clockwise from north.
     CAHeadingWayline(const Core::Maths::Vector3<double>& point, double lineHeading);
     BListC* ToBList() const override;
     bool LoadBList(BListC* list) override;
@@ -181,8 +196,9 @@ class KESTROVE_EXPORT CCircleWayline : public CWayline
 public:
     /// All three points at the origin.
     CCircleWayline();
-    /// The circle through three points (metres), driven from the first over the second to the
-    /// third.
+    /// The circle through three points, driven from the first over the second to the third.
+    ///
+    /// @param firstPoint,secondPoint,thirdPoint metres east, north, up.
     CCircleWayline(const Core::Maths::Vector3<double>& firstPoint,
                    const Core::Maths::Vector3<double>& secondPoint,
                    const Core::Maths::Vector3<double>& thirdPoint);
@@ -212,13 +228,18 @@ class KESTROVE_EXPORT CSplineWayline : public CWayline
 public:
     /// No points.
     CSplineWayline();
-    /// The curve through `curvePoints` (metres), in their order.
+    /// The curve through a sequence of points.
+    ///
+    /// @param curvePoints metres east, north, up; in driving order.
     explicit CSplineWayline(std::vector<Core::Maths::Vector3<double>> curvePoints);
     BListC* ToBList() const override;
     bool LoadBList(BListC* list) override;
     std::string ToString() const override;
     /// Reads the text form. A text with another number of words than its point count asks for is
     /// accepted too, and then leaves the points as they are.
+    ///
+    /// @param text the whole text, code included.
+    /// @return whether the text was accepted.
     bool LoadString(const std::string& text) override;
 
     std::vector<Core::Maths::Vector3<double>> points; ///< metres east, north, up
@@ -234,13 +255,18 @@ class KESTROVE_EXPORT CABCurveWayline : public CWayline
 public:
     /// No points.
     CABCurveWayline();
-    /// The line along `curvePoints` (metres), in their order.
+    /// The line along a sequence of points.
+    ///
+    /// @param curvePoints metres east, north, up; in driving order.
     explicit CABCurveWayline(std::vector<Core::Maths::Vector3<double>> curvePoints);
     BListC* ToBList() const override;
     bool LoadBList(BListC* list) override;
     std::string ToString() const override;
     /// Reads the text form. A text with another number of words than its point count asks for is
     /// accepted too, and then leaves the points as they are.
+    ///
+    /// @param text the whole text, code included.
+    /// @return whether the text was accepted.
     bool LoadString(const std::string& text) override;
 
     std::vector<Core::Maths::Vector3<double>> points; ///< metres east, north, up
@@ -256,11 +282,16 @@ public:
     /// The service's recorded line, which this object only names.
     CPathWayline();
     BListC* ToBList() const override;
-    /// @return whether the list has at least one element; none is read.
+    /// Reads the list form, which has nothing but the code.
+    ///
+    /// @param list the list; must not be null, stays the caller's. No element is read.
+    /// @return whether it has at least one element.
     bool LoadBList(BListC* list) override;
     std::string ToString() const override;
-    /// @return whether the text starts with the kind's code and has at least one further word. So
-    ///         what ToString() writes is not accepted.
+    /// Reads the text form. What ToString() writes is not accepted.
+    ///
+    /// @param text the whole text, code included.
+    /// @return whether it starts with the kind's code and has at least one further word.
     bool LoadString(const std::string& text) override;
 };
 
@@ -273,11 +304,16 @@ public:
     /// The service's recorded drive, which this object only names.
     CReplayWayline();
     BListC* ToBList() const override;
-    /// @return whether the list has at least one element; none is read.
+    /// Reads the list form, which has nothing but the code.
+    ///
+    /// @param list the list; must not be null, stays the caller's. No element is read.
+    /// @return whether it has at least one element.
     bool LoadBList(BListC* list) override;
     std::string ToString() const override;
-    /// @return whether the text starts with the kind's code and has at least one further word. So
-    ///         what ToString() writes is not accepted.
+    /// Reads the text form. What ToString() writes is not accepted.
+    ///
+    /// @param text the whole text, code included.
+    /// @return whether it starts with the kind's code and has at least one further word.
     bool LoadString(const std::string& text) override;
 };
 

@@ -1,11 +1,11 @@
 #include <map>
-#include <sstream>
 
 #include <gmock/gmock.h>
 
 #include "tests/api/ApiTest.h"
 #include "tests/api/ContractTable.h"
 #include "tests/api/HeaderText.h"
+#include "tests/api/OperationsDocument.h"
 
 namespace {
 
@@ -14,55 +14,21 @@ using Contract::EGuard;
 using Contract::EKind;
 using Contract::EventRow;
 using Contract::Row;
-using Cells = std::vector<std::string>;
 
-enum Column
+/// The parameters that the operation does not write, in order, each with how it travels.
+Cells ParametersToSend(const Row& row)
 {
-    kOperation,
-    kService,
-    kGuard,
-    kKind,
-    kArguments,
-    kReply,
-    kReturns,
-    kFailure,
-    kDisposal,
-    kColumns,
-};
-
-/// The documented operations by their declarations.
-std::map<std::string, Cells> DocumentedOperations()
-{
-    std::map<std::string, Cells> operations;
-    const std::string document = SourceFile("docs/operations.md");
-    for (const char* heading :
-         {"## Steering and navigation", "## Waylines and waypoints",
-          "## Offsets, nudge and implement", "## Position feed", "## Controller tuning"}) {
-        for (const Cells& cells : TableBelow(document, heading)) {
-            EXPECT_EQ(cells.size(), static_cast<std::size_t>(kColumns)) << cells[0];
-            EXPECT_TRUE(operations.emplace(cells[kOperation], cells).second) << cells[0];
+    Cells texts;
+    for (const Parameter& parameter : ParametersOf(row.operation)) {
+        if (!parameter.IsOut()) {
+            texts.push_back(parameter.WireType() + " " + parameter.name);
         }
     }
-    return operations;
-}
-
-std::string FirstWord(const std::string& text)
-{
-    return text.substr(0, text.find_first_of(" ,:"));
-}
-
-Cells Elements(const std::string& list)
-{
-    Cells elements;
-    std::istringstream stream(list.substr(1, list.size() - 2));
-    for (std::string element; std::getline(stream >> std::ws, element, ',');) {
-        elements.push_back(element);
-    }
-    return elements;
+    return texts;
 }
 
 /// A documented element is a constant, "int 1", which must be sent just so, or a type with a
-/// parameter of the operation, "double offset", of which the type must be sent.
+/// parameter of the operation, "double offset", or with a part of one, "double origin.x".
 void ExpectArguments(const Row& row, const std::string& documented)
 {
     if (!row.documentedArguments.empty()) {
@@ -72,14 +38,16 @@ void ExpectArguments(const Row& row, const std::string& documented)
     const Cells elements = Elements(documented);
     const Cells sent = Elements(row.arguments);
     ASSERT_EQ(elements.size(), sent.size()) << documented;
+    Cells parameters;
     for (std::size_t i = 0; i < sent.size(); ++i) {
-        const std::string name = elements[i].substr(elements[i].find(' ') + 1);
-        const std::string parameter = " " + name.substr(0, name.find('.'));
+        const std::string parameter = elements[i].substr(0, elements[i].find('.'));
+        const bool isFurtherPart = !parameters.empty() && parameters.back() == parameter;
         if (elements[i] != sent[i]) {
-            EXPECT_EQ(FirstWord(elements[i]), FirstWord(sent[i]));
-            EXPECT_NE(row.operation.find(parameter), std::string::npos) << elements[i];
+            EXPECT_EQ(FirstWord(elements[i]), FirstWord(sent[i])) << documented;
+            parameters.insert(parameters.end(), isFurtherPart ? 0 : 1, parameter);
         }
     }
+    EXPECT_EQ(parameters, ParametersToSend(row)) << documented;
 }
 
 std::string ReplyWord(const Row& row)
@@ -91,6 +59,86 @@ std::string ReplyWord(const Row& row)
     return reply->Type() == EBElementType::List      ? "list"
            : reply->Type() == EBElementType::Integer ? "int"
                                                      : "double";
+}
+
+/// What the operation gives for its normal reply cut, or filled up with zeros, to a size.
+std::string ResultOfReply(const Row& row, const BListC& reply, int size)
+{
+    auto list = std::make_unique<BListC>(nullptr);
+    for (int i = 0; i < size; ++i) {
+        if (reply.TypeAt(i) == EBElementType::Integer) {
+            list->AddInt(reply.GetInt(i));
+        } else {
+            list->AddDouble(reply.GetDouble(i));
+        }
+    }
+    Doubles::Recording().Reset();
+    Doubles::Recording().ReplyWith(list.release());
+    CNavigationAPI api;
+    return row.run(api);
+}
+
+/// A documented list names the type of every element, and how many there must be where that
+/// matters; the others, whose number the service chooses, are told in words.
+void ExpectListReply(const Row& row, const std::string& documented)
+{
+    const std::unique_ptr<BElementC> reply(row.reply());
+    const auto& list = dynamic_cast<const BListC&>(*reply);
+    if (documented[0] != '[') {
+        EXPECT_EQ(FirstWord(documented), "list");
+        return;
+    }
+    const std::size_t end = documented.find(']') + 1;
+    const Cells elements = Elements(documented.substr(0, end));
+    const Cells sent = Elements(Doubles::Describe(list));
+    ASSERT_EQ(elements.size(), sent.size()) << documented;
+    for (std::size_t i = 0; i < sent.size(); ++i) {
+        EXPECT_EQ(FirstWord(elements[i]), FirstWord(sent[i])) << documented;
+    }
+    const bool exact = ResultOfReply(row, list, list.Size() + 1) == row.failure;
+    EXPECT_TRUE(!exact || ResultOfReply(row, list, list.Size() - 1) == row.failure);
+    EXPECT_EQ(documented.substr(end), exact ? ", exactly " + std::to_string(sent.size()) : "");
+}
+
+/// What is written into the out-parameters.
+std::string OutText(const Row& row, const std::string& what)
+{
+    const Cells names = OutParametersOf(row.operation);
+    return names.empty() ? "" : what + Joined(names);
+}
+
+/// What an operation of this result type does with a normal reply.
+std::string ReturnsText(const Row& row)
+{
+    const std::string type = ResultTypeOf(row.operation);
+    const std::string reply = ReplyWord(row);
+    if (row.kind == EKind::Notification) {
+        return row.result; // the same whatever became of the notification
+    }
+    if (type == "int" && reply == "list") {
+        return "the status" + OutText(row, "; the other elements in ");
+    }
+    if (type == "bool") {
+        return "true" + OutText(row, "; the elements in ");
+    }
+    const std::map<std::string, std::string> texts = {
+        {"int", "the int"},
+        {"double", "the double"},
+        {"float", "the double as a float"},
+        {"std::vector<double>", "the doubles"},
+        {"Kestrove::WaylinePtr", "the wayline"},
+    };
+    return texts.at(type);
+}
+
+std::string FailureText(const Row& row)
+{
+    const std::map<std::string, std::string> inWords = {{"empty", "empty vector"},
+                                                        {"null", "null pointer"}};
+    const std::string value = FirstWord(row.failure);
+    const std::string out = OutText(row, ", ");
+    return (inWords.count(value) == 1 ? inWords.at(value) : value) +
+           (out.empty() ? "" : out + " untouched");
 }
 
 std::string DisposalText(const Row& row)
@@ -147,39 +195,97 @@ TEST(OperationsDocument, AgreesWithTheWireContract)
         EXPECT_EQ(cells[kGuard], row.guard == EGuard::Reconnecting ? "reconnecting" : "verifying");
         EXPECT_EQ(cells[kKind], row.kind == EKind::Request ? "request" : "notification");
         ExpectArguments(row, cells[kArguments]);
-        EXPECT_EQ(FirstWord(cells[kReply]), ReplyWord(row));
-        EXPECT_EQ(FirstWord(cells[kFailure]), FirstWord(row.failure));
         EXPECT_EQ(cells[kDisposal], DisposalText(row));
     }
 }
 
-TEST(OperationsDocument, TellsWhichRepliesCountAsTrue)
+TEST(OperationsDocument, TellsWhatTheReplyIsMadeOf)
 {
     const std::map<std::string, Cells> documented = DocumentedOperations();
     for (const Row& row : Contract::Table()) {
-        if (row.operation.rfind("bool ", 0) == 0 && ReplyWord(row) == "int") {
-            EXPECT_EQ(documented.at(row.operation)[kReturns], TruthText(row)) << row.operation;
+        SCOPED_TRACE(row.operation);
+        const std::string& text = documented.at(row.operation)[kReply];
+        if (ReplyWord(row) == "list") {
+            ExpectListReply(row, text);
+        } else {
+            EXPECT_EQ(text, ReplyWord(row));
         }
+    }
+}
+
+TEST(OperationsDocument, TellsWhatIsReturnedAndWhatOnFailure)
+{
+    const std::map<std::string, Cells> documented = DocumentedOperations();
+    for (const Row& row : Contract::Table()) {
+        SCOPED_TRACE(row.operation);
+        const Cells& cells = documented.at(row.operation);
+        const bool isQuestion = ResultTypeOf(row.operation) == "bool" && ReplyWord(row) == "int";
+        EXPECT_EQ(cells[kReturns], isQuestion ? TruthText(row) : ReturnsText(row));
+        EXPECT_EQ(cells[kFailure], FailureText(row));
     }
 }
 
 TEST(OperationsDocument, AgreesWithTheEvents)
 {
-    const auto rows = TableBelow(SourceFile("docs/operations.md"), "## Events");
+    const std::vector<Cells> rows = DocumentedEvents();
     ASSERT_EQ(rows.size(), Contract::EventTable().size());
     for (std::size_t i = 0; i < rows.size(); ++i) {
         const EventRow& row = Contract::EventTable()[i];
         SCOPED_TRACE(row.setter);
-        EXPECT_EQ(rows[i][0], row.setter);
-        EXPECT_EQ(rows[i][1], row.event);
+        EXPECT_EQ(rows[i][kSetter], row.setter);
+        EXPECT_EQ(rows[i][kEvent], row.event);
         const Cells sent = Elements(row.payload);
-        const Cells documented = Elements(rows[i][2]);
+        const Cells documented = Elements(rows[i][kPayload]);
         ASSERT_EQ(documented.size(), sent.size());
         for (std::size_t element = 0; element < sent.size(); ++element) {
             EXPECT_EQ(FirstWord(documented[element]), FirstWord(sent[element]));
         }
-        EXPECT_EQ(rows[i][3], (row.exact ? "exactly " : "at least ") + std::to_string(sent.size()));
-        EXPECT_EQ(rows[i][4] == "yes", !row.trace.empty());
+        const char* count = row.exact ? "exactly " : "at least ";
+        EXPECT_EQ(rows[i][kElements], count + std::to_string(sent.size()));
+        EXPECT_EQ(rows[i][kTrace], row.trace.empty() ? "no" : "yes");
+    }
+}
+
+/// The types that a setter's functor takes.
+Cells FunctorTypes(const std::string& setter)
+{
+    const std::string type = ParametersOf(setter).at(0).type;
+    const std::size_t begin = type.find('<');
+    Cells types = Elements(type.substr(begin, type.rfind('>') + 1 - begin));
+    EXPECT_EQ(types.at(0), "void");
+    types.erase(types.begin());
+    return types;
+}
+
+/// The names in "double x" or, of a vector's components, "Vector2<double> {x, y}".
+Cells NamesIn(const std::string& argument, const std::string& type)
+{
+    const std::string names = argument.substr(type.size() + 1);
+    return names[0] == '{' ? Elements(names) : Cells{names};
+}
+
+TEST(OperationsDocument, TellsWhatTheFunctorIsCalledWith)
+{
+    for (const Cells& cells : DocumentedEvents()) {
+        SCOPED_TRACE(cells[kSetter]);
+        const Cells types = FunctorTypes(cells[kSetter]);
+        const Cells arguments = Elements(cells[kCall]);
+        ASSERT_EQ(arguments.size(), types.size());
+        Cells names;
+        for (std::size_t i = 0; i < types.size(); ++i) {
+            ASSERT_EQ(arguments[i].rfind(types[i] + " ", 0), 0U) << arguments[i];
+            const Cells more = NamesIn(arguments[i], types[i]);
+            names.insert(names.end(), more.begin(), more.end());
+        }
+        // The points to draw come of what follows the elements that have names of their own.
+        if (cells[kEvent] != "cb_draw_points") {
+            Cells elements;
+            for (const std::string& element : Elements(cells[kPayload])) {
+                elements.push_back(element.substr(element.find(' ') + 1));
+            }
+            elements.resize(names.size());
+            EXPECT_EQ(names, elements);
+        }
     }
 }
 

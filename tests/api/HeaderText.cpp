@@ -30,14 +30,52 @@ std::string Collapsed(const std::string& text)
     return result;
 }
 
-std::string WithoutComments(const std::string& text)
+bool StartsWith(const std::string& text, const std::string& start)
 {
-    std::string result;
-    for (const std::string& line : LinesOf(text)) {
-        result += line.substr(0, line.find("//")) + "\n";
-    }
-    return result;
+    return text.rfind(start, 0) == 0;
 }
+
+/// Puts declarations together from the lines of a class, one after the other.
+class CDeclarationReader
+{
+public:
+    void Take(const std::string& line)
+    {
+        if (StartsWith(line, "///")) {
+            TakeComment(Collapsed(line.substr(3)));
+        } else if (!StartsWith(line, "//") && !line.empty()) {
+            TakeCode(line);
+        } else if (m_text.empty()) {
+            m_comment.clear();
+        }
+    }
+    std::vector<Declaration> Declarations() const { return m_declarations; }
+
+private:
+    void TakeComment(const std::string& text)
+    {
+        // The marks of a group begin and end it, and tell of no declaration.
+        if (StartsWith(text, "@{") || StartsWith(text, "@}")) {
+            m_comment.clear();
+        } else {
+            m_comment += text + " ";
+        }
+    }
+    void TakeCode(const std::string& line)
+    {
+        m_text += line + " ";
+        if (line.back() == ';') {
+            m_text.erase(m_text.find_last_of(';'));
+            m_declarations.push_back({Collapsed(m_comment), Collapsed(m_text)});
+            m_comment.clear();
+            m_text.clear();
+        }
+    }
+
+    std::string m_comment;
+    std::string m_text;
+    std::vector<Declaration> m_declarations;
+};
 
 std::vector<std::string> Cells(std::string line)
 {
@@ -61,19 +99,29 @@ std::string SourceFile(const std::string& path)
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
-std::vector<std::string> PublicOperations()
+std::vector<Declaration> PublicDeclarations()
 {
-    const std::string header = WithoutComments(SourceFile("api/NavigationAPI.h"));
+    const std::string header = SourceFile("api/NavigationAPI.h");
     const std::size_t begin = header.find("public:") + std::string("public:").size();
-    std::istringstream section(header.substr(begin, header.find("private:") - begin));
-    std::vector<std::string> operations;
-    for (std::string text; std::getline(section, text, ';');) {
-        const std::string declaration = Collapsed(text);
-        const bool isSpecial =
-            declaration.rfind("CNavigationAPI(", 0) == 0 || declaration[0] == '~';
-        if (!declaration.empty() && !isSpecial) {
+    CDeclarationReader reader;
+    for (const std::string& line : LinesOf(header.substr(begin, header.find("private:") - begin))) {
+        reader.Take(Collapsed(line));
+    }
+    std::vector<Declaration> operations;
+    for (const Declaration& declaration : reader.Declarations()) {
+        if (!StartsWith(declaration.text, "CNavigationAPI(") &&
+            !StartsWith(declaration.text, "~")) {
             operations.push_back(declaration);
         }
+    }
+    return operations;
+}
+
+std::vector<std::string> PublicOperations()
+{
+    std::vector<std::string> operations;
+    for (const Declaration& declaration : PublicDeclarations()) {
+        operations.push_back(declaration.text);
     }
     return operations;
 }

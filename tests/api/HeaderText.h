@@ -7,8 +7,17 @@
 /// Reads a file of the source tree, given by its path from the tree's root.
 std::string SourceFile(const std::string& path);
 
-/// The declarations of CNavigationAPI's public operations as its header writes them, each on one
-/// line, in order; constructor and destructor left out.
+/// A declaration of a header, and the comment that stands before it; each on one line.
+struct Declaration
+{
+    std::string comment; ///< without the marks of a comment; empty when there is none
+    std::string text;    ///< without the semicolon
+};
+
+/// CNavigationAPI's public operations as its header writes them, in order; constructor and
+/// destructor left out.
+std::vector<Declaration> PublicDeclarations();
+/// Their texts alone.
 std::vector<std::string> PublicOperations();
 
 /// The rows of the first table below a heading of a Markdown text, each as its cells, trimmed and
