@@ -1,0 +1,49 @@
+#include "tools/navctl/CommandLine.h"
+
+#include "tools/navctl/Version.h"
+
+namespace {
+
+void AddCommonOptions(CLI::App& app, CContext& context)
+{
+    app.set_version_flag("--version", std::string("navctl ") + ProgramVersion());
+    app.add_option("--timeout", context.options.timeoutSeconds,
+                   "Longest wait for a reply, seconds, 0.001 to 3600")
+        ->check(CLI::Range(0.001, 3600.0).description(""))
+        ->type_name("SECONDS")
+        ->capture_default_str();
+    app.add_flag("--json", context.options.json, "Write the result as one JSON value");
+    app.add_flag("--trace", context.options.trace,
+                 "Show the library's own trace lines on the standard error");
+}
+
+void AddVersionCommand(CLI::App& app, CContext& context)
+{
+    app.add_subcommand("version", "Prints the version")->callback([&context] {
+        context.Print({{"version", ProgramVersion()}}, ProgramVersion());
+    });
+}
+
+void AddCommands(CLI::App& app, CContext& context)
+{
+    AddVersionCommand(app, context);
+}
+
+} // namespace
+
+std::unique_ptr<CLI::App> MakeCommandLine(CContext& context)
+{
+    auto app = std::make_unique<CLI::App>("The navigation service from a shell.", "navctl");
+    app->require_subcommand(1);
+    // The common options are taken after the command as well.
+    app->fallthrough();
+    AddCommonOptions(*app, context);
+    // Before the command's own callback.
+    app->parse_complete_callback([&context] {
+        if (context.options.trace)
+            context.Output().TraceToErrors();
+    });
+    // The groups of commands, in the order of the help.
+    AddCommands(*app, context);
+    return app;
+}

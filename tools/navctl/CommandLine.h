@@ -1,0 +1,16 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_COMMANDLINE_H
+#define KESTROVE_TOOLS_NAVCTL_COMMANDLINE_H
+
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include "tools/navctl/Context.h"
+
+/// The whole command line: the options that stand before a command, and every command. Parsing it
+/// runs the command that is named.
+///
+/// @param context receives the options and is what the commands work with; must outlive the result.
+std::unique_ptr<CLI::App> MakeCommandLine(CContext& context);
+
+#endif

@@ -1,0 +1,84 @@
+#include "tools/navctl/Context.h"
+
+#include <cmath>
+
+namespace {
+
+constexpr double kMillisecondsASecond = 1000.0;
+const char* const kPlace = "localhost, port 5010";
+
+} // namespace
+
+void CContext::Print(const Json& value, const std::string& text)
+{
+    if (WritesJson()) {
+        // Bytes that are no UTF-8, which a service may send, must not end the program.
+        m_output.WriteLine(value.dump(-1, ' ', false, Json::error_handler_t::replace));
+    } else {
+        m_output.WriteLine(text);
+    }
+}
+
+CNavigationAPI& CContext::Navigation()
+{
+    if (m_navigation == nullptr) {
+        m_navigation = std::make_unique<CNavigationAPI>();
+        m_navigation->SetTimeout(
+            static_cast<int>(std::ceil(options.timeoutSeconds * kMillisecondsASecond)));
+    }
+    return *m_navigation;
+}
+
+bool CContext::Reach()
+{
+    CNavigationAPI& navigation = Navigation();
+    if (navigation.IsLinkUp())
+        return true;
+    const CLinkFailure failure = ConnectFailure(navigation.LastError());
+    Fail(failure.code, failure.reason);
+    return false;
+}
+
+bool CContext::HasLinkFailed()
+{
+    return Navigation().LastError().code != ELinkError::None;
+}
+
+void CContext::Fail(EExitCode code, const std::string& reason)
+{
+    m_exitCode = code;
+    WriteError(reason);
+    if (WritesJson())
+        Print({{"outcome", "failed"}, {"exit_code", static_cast<int>(code)}, {"reason", reason}},
+              "");
+}
+
+void CContext::FailByLink()
+{
+    const CLinkFailure failure = CallFailure(Navigation().LastError());
+    Fail(failure.code, failure.reason);
+}
+
+CLinkFailure CallFailure(const LinkErrorC& error)
+{
+    switch (error.code) {
+    case ELinkError::TimedOut:
+        return {kExitNoReply, "the service gave no reply in time: " + error.text};
+    case ELinkError::Closed:
+    case ELinkError::BadMessage:
+    case ELinkError::NoValue:
+        return {kExitProtocolError, "protocol error: " + error.text};
+    case ELinkError::ServiceError:
+        return {kExitRefused, "the service refused: " + error.text};
+    default:
+        return {kExitCannotConnect, std::string("cannot connect to ") + kPlace + ": " + error.text};
+    }
+}
+
+CLinkFailure ConnectFailure(const LinkErrorC& error)
+{
+    // What has come may be the wrong thing already; anything else means that there is no link.
+    if (error.code == ELinkError::BadMessage || error.code == ELinkError::Closed)
+        return CallFailure(error);
+    return {kExitCannotConnect, std::string("cannot connect to ") + kPlace + ": " + error.text};
+}

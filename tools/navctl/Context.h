@@ -1,0 +1,84 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_CONTEXT_H
+#define KESTROVE_TOOLS_NAVCTL_CONTEXT_H
+
+#include <memory>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "api/NavigationAPI.h"
+#include "tools/navctl/ExitCode.h"
+#include "tools/navctl/Output.h"
+
+/// What is written as JSON: the entries in the order in which they were set.
+using Json = nlohmann::ordered_json;
+
+/// What every command works with: the options that stand before it, the standard output, and the
+/// connection to the service.
+///
+/// A command is run from its CLI11 callback and leaves its exit code with Finish(), Fail() or
+/// FailByLink(). Thread safety: none.
+class CContext
+{
+public:
+    /// Connects to nothing yet.
+    explicit CContext(COutput& output) : m_output(output) {}
+
+    /// The options that stand before the command.
+    struct Options
+    {
+        double timeoutSeconds = 2.0; ///< longest wait for a reply
+        bool json = false;           ///< one JSON value in place of text
+        bool trace = false;          ///< the library's trace lines on the standard error
+    };
+    Options options;
+
+    /// The standard output.
+    COutput& Output() { return m_output; }
+    /// Whether the result is written as JSON.
+    bool WritesJson() const { return options.json; }
+    /// Gives the result: the JSON value, or the text as a line, whichever is asked for. Once a
+    /// command.
+    void Print(const Json& value, const std::string& text);
+
+    /// The connection to the service; made at the first call, with `--timeout` applied. It may be
+    /// down.
+    CNavigationAPI& Navigation();
+    /// Makes sure that the link is up. To be called before the first operation, so that "cannot
+    /// connect" can be told from "no reply".
+    ///
+    /// @return whether it is; if not, the failure has been told and the exit code is set.
+    bool Reach();
+    /// Whether the last operation failed at the link, by LastError(); a failure value alone does
+    /// not tell. A reply of nil, which GetWayline() gives for "none", counts as a failure.
+    bool HasLinkFailed();
+
+    /// Ends the command without a failure.
+    void Finish(EExitCode code = kExitDone) { m_exitCode = code; }
+    /// Ends the command with a failure: the reason in words on the standard error; with `--json`,
+    /// also {"outcome": "failed", "exit_code", "reason"} on the standard output.
+    void Fail(EExitCode code, const std::string& reason);
+    /// Fail() for the reason that LastError() gives.
+    void FailByLink();
+    /// What the program exits with.
+    EExitCode ExitCode() const { return m_exitCode; }
+
+private:
+    COutput& m_output;
+    std::unique_ptr<CNavigationAPI> m_navigation;
+    EExitCode m_exitCode = kExitDone;
+};
+
+/// The exit code and the words for a failure of the link.
+struct CLinkFailure
+{
+    EExitCode code;
+    std::string reason;
+};
+
+/// What a failure of a call over a connection that was up means.
+CLinkFailure CallFailure(const LinkErrorC& error);
+/// What it means that no usable connection could be made.
+CLinkFailure ConnectFailure(const LinkErrorC& error);
+
+#endif

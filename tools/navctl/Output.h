@@ -1,0 +1,60 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_OUTPUT_H
+#define KESTROVE_TOOLS_NAVCTL_OUTPUT_H
+
+#include <string>
+
+/// The program's standard output, which carries data and nothing else.
+///
+/// The library writes trace lines of its own to the standard output. So the constructor moves the
+/// standard output to a descriptor that only this object knows, and leads what anybody else writes
+/// there nowhere; with TraceToErrors(), to the standard error.
+///
+/// One object a program, made before anything else. Thread safety: none.
+class COutput
+{
+public:
+    /// Takes the standard output over.
+    COutput();
+    ~COutput();
+    COutput(const COutput&) = delete;
+    COutput& operator=(const COutput&) = delete;
+
+    /// Shows the library's trace lines on the standard error.
+    void TraceToErrors();
+
+    /// Writes text as it is, at once and whole.
+    void Write(const std::string& text);
+    /// Writes text and ends the line.
+    void WriteLine(const std::string& text) { Write(text + "\n"); }
+    /// Whether something could not be written, a closed standard output included. Nothing more is
+    /// written then.
+    bool HasFailed() const { return !m_problem.empty(); }
+    /// Why it could not.
+    const std::string& Problem() const { return m_problem; }
+
+    /// Whether the standard output is a terminal.
+    bool IsTerminal() const;
+    /// How many columns the terminal has; 80 where there is none or it does not tell.
+    int Columns() const;
+    /// Whether to write colours: on a terminal, unless the environment has a NO_COLOR that is not
+    /// empty or the terminal is "dumb".
+    bool HasColours() const;
+
+private:
+    int m_descriptor;
+    std::string m_problem;
+};
+
+/// Writes a line for people to the standard error, with the program's name in front.
+void WriteError(const std::string& text);
+
+/// Whether the standard error is a terminal, for a progress bar.
+bool ErrorsAreTerminal();
+
+/// Whether the environment allows colours (see NO_COLOR) and the terminal has them.
+bool ColoursAreAllowed();
+
+/// Whether the environment's character set is UTF-8.
+bool HasUtf8();
+
+#endif
