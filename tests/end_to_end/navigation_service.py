@@ -25,16 +25,16 @@ def run_to_end(*arguments):
                           timeout=DEADLINE_SECONDS, check=False)
 
 
-class Simulator:
-    """A running simulator; ends with the test that made it."""
+class Service:
+    """A running service, which announces that it listens; ends with the test that made it."""
 
-    def __init__(self, *arguments):
-        self.process = subprocess.Popen([program(), *arguments], stdout=subprocess.PIPE,
-                                        stderr=subprocess.PIPE, text=True)
+    def __init__(self, *command):
+        self.process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                        text=True)
         self.announcement = self.process.stdout.readline()
         if not self.announcement:
             _, errors = self.process.communicate(timeout=DEADLINE_SECONDS)
-            raise AssertionError(f"the simulator did not start: {errors}")
+            raise AssertionError(f"{command} did not start: {errors}")
 
     def __enter__(self):
         return self
@@ -51,8 +51,15 @@ class Simulator:
         return self.process.wait(DEADLINE_SECONDS)
 
     def errors(self):
-        """What an ended simulator has written to standard error."""
+        """What an ended service has written to standard error."""
         return self.process.stderr.read()
+
+
+class Simulator(Service):
+    """A running simulator."""
+
+    def __init__(self, *arguments):
+        super().__init__(program(), *arguments)
 
 
 class Client:
