@@ -1,0 +1,95 @@
+#include <memory>
+
+#include <gtest/gtest.h>
+
+#include "tests/faults/Fault.h"
+#include "tests/faults/Process.h"
+#include "tests/faults/Scripts.h"
+#include "tests/support/DescriptorHog.h"
+#include "tests/support/NetworkNamespace.h"
+#include "tests/support/SwallowingPort.h"
+
+namespace {
+
+constexpr std::uint16_t kPort = 5010;
+
+template <typename Type>
+std::shared_ptr<void> A()
+{
+    return std::make_shared<Type>();
+}
+
+std::shared_ptr<void> SwallowingIPv6()
+{
+    return std::make_shared<CSwallowingPort>(kPort, ELoopback::IPv6);
+}
+
+std::shared_ptr<void> SwallowingBoth()
+{
+    using Both = std::pair<CSwallowingPort, CSwallowingPort>;
+    return std::make_shared<Both>(std::piecewise_construct,
+                                  std::forward_as_tuple(kPort, ELoopback::IPv4),
+                                  std::forward_as_tuple(kPort, ELoopback::IPv6));
+}
+
+std::vector<CFault> Rows()
+{
+    return {
+        CFault("NobodyListens").Fails(ELinkError::Refused),
+        CFault("TheListenerComesLate", Serve).StartingLate().Succeeds(),
+        CFault("ClosedAtAccept", [](CRawLink&) {}).Fails(ELinkError::Closed),
+        CFault("ResetAtAccept", [](CRawLink& link) { link.Reset(); }).Fails(),
+        CFault("AcceptedAndNeverRead", [](CRawLink& link) { link.Pause(60000); })
+            .Fails(ELinkError::TimedOut),
+        CFault("TheAcceptQueueIsFull").Under(SwallowingBoth).Fails(ELinkError::TimedOut),
+        CFault("ListensOnIPv4Alone", Serve).Succeeds(),
+        CFault("ListensOnIPv6Alone", Serve).OnIPv6().Succeeds(),
+        CFault("IPv6SwallowsConnections", Serve).Under(SwallowingIPv6).Succeeds(),
+        CFault("DescriptorsLieAbove1023", Serve).Under(A<CManyDescriptors>).Succeeds(),
+        CFault("NoDescriptorIsLeft").Under(A<CDescriptorHog>).Fails(ELinkError::System),
+    };
+}
+
+/// Makes each call in a network where a connection to the service's port is one to itself.
+std::string CallWhereTheLinkWouldBeToItself()
+{
+    for (const CCall& call : kCalls) {
+        CNavigationAPI navigation;
+        navigation.SetTimeout(100);
+        const double value = call.make(navigation);
+        if (value != call.failure || navigation.LastError().code != ELinkError::Refused ||
+            navigation.Descriptor() != -1) {
+            return call.serviceName + (": " + navigation.LastError().text);
+        }
+    }
+    return "";
+}
+
+} // namespace
+
+TEST_P(Fault, HurtsNothing)
+{
+    CheckFault(GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(Connecting, Fault, testing::ValuesIn(Rows()), NameOfFault);
+
+TEST(ConnectFault, OfTheClientsOwnEndOnTheServicesPortIsARefusal)
+{
+    const CIsolatedOutcome outcome =
+        InNetworkOfItsOwn(kPort, kPort, CallWhereTheLinkWouldBeToItself);
+    if (!outcome.isAllowed) {
+        GTEST_SKIP() << "the system allows no network namespace";
+    }
+    EXPECT_EQ("", outcome.problem);
+}
+
+TEST(ConnectFault, LeavesNoDescriptorAfterTenThousandFailures)
+{
+    CNavigationAPI navigation;
+    const int before = CountDescriptors();
+    for (int count = 0; count < 10000; ++count) {
+        ASSERT_EQ(-1, navigation.EngageSteering()) << count;
+    }
+    EXPECT_EQ(before, CountDescriptors());
+}

@@ -1,0 +1,205 @@
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "tests/faults/Fault.h"
+#include "tests/faults/Process.h"
+#include "tests/faults/Scripts.h"
+#include "tests/faults/SystemCalls.h"
+#include "tests/support/Bytes.h"
+#include "tests/support/SwallowingPort.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+int MillisecondsSince(Clock::time_point start)
+{
+    return static_cast<int>(
+        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
+}
+
+template <typename... Types>
+std::shared_ptr<void> All()
+{
+    return std::make_shared<std::tuple<Types...>>();
+}
+
+/// Takes its time for every reply, so that the client is interrupted while it waits.
+void ServeSlowly(CRawLink& link)
+{
+    while (true) {
+        const CRawMessage call = NextCall(link);
+        link.Pause(30);
+        link.Send(call.kind == 0 ? ReplyTo(call) : std::string());
+    }
+}
+
+std::vector<CFault> Rows()
+{
+    const auto nothing = [](const CRawMessage&) { return std::string(); };
+    const auto whole = [](const CRawMessage& call) { return ReplyTo(call); };
+    return {
+        CFault("InterruptionsWhileAReplyIsAwaited", ServeSlowly)
+            .Under(All<CInterruptions>)
+            .WithTimeout(10000)
+            .Succeeds()
+            .ThenWorksOnConnection(1),
+        CFault("InterruptionsWhileAReplyTrickles", Scripts::Trickle(whole, 5))
+            .Under(All<CInterruptions>)
+            .WithTimeout(10000)
+            .Succeeds()
+            .ThenWorksOnConnection(1),
+        CFault("InterruptionsUntilTheTimeout", Scripts::Send(nothing))
+            .Under(All<CInterruptions>)
+            .Fails(ELinkError::TimedOut)
+            .ThenWorksOnConnection(1),
+        CFault("InterruptionsWhileAPortSwallowsConnections")
+            .Under([] {
+                return std::shared_ptr<void>(
+                    std::make_shared<std::pair<CInterruptions, CSwallowingPort>>(
+                        std::piecewise_construct, std::forward_as_tuple(),
+                        std::forward_as_tuple(std::uint16_t{5010})));
+            })
+            .Fails(),
+        CFault("AWallClockThatJumpsADay", ServeSlowly)
+            .Under(All<CJumpingWallClock>)
+            .WithTimeout(10000)
+            .Succeeds()
+            .ThenWorksOnConnection(1),
+        CFault("AWallClockThatJumpsADayUntilTheTimeout", Scripts::Send(nothing))
+            .Under(All<CJumpingWallClock>)
+            .Fails(ELinkError::TimedOut)
+            .ThenWorksOnConnection(1),
+    };
+}
+
+void ReadNothing(CRawLink& link)
+{
+    link.Pause(60000);
+}
+
+/// A wait of the client, which is to end with its time-out.
+struct WaitRow
+{
+    const char* what;
+    void (*wait)(CNavigationAPI&);
+};
+
+const WaitRow kWaits[] = {
+    {"ProcessMessages", [](CNavigationAPI& api) { EXPECT_FALSE(api.ProcessMessages(true)); }},
+    {"ReceiveMessage", [](CNavigationAPI& api) { EXPECT_FALSE(api.ReceiveMessage(true)); }},
+    {"a blocked send",
+     [](CNavigationAPI& api) {
+         BListC arguments(nullptr);
+         arguments.AddString(std::string(std::size_t{30} * 1024 * 1024, 'x'));
+         EXPECT_FALSE(api.SendNotification("a", &arguments));
+         EXPECT_EQ(ELinkError::TimedOut, api.LastError().code);
+     }},
+};
+
+/// Counts a child's descriptors in the program that it turns into: standard input, output and
+/// error, and that of the listing itself.
+int CountDescriptorsAfterExec()
+{
+    FILE* const listing = ::popen("exec ls /proc/self/fd | wc -l", "re");
+    int count = -1;
+    EXPECT_EQ(1, std::fscanf(listing, "%d", &count));
+    EXPECT_EQ(0, ::pclose(listing));
+    return count;
+}
+
+} // namespace
+
+INSTANTIATE_TEST_SUITE_P(Process, Fault, testing::ValuesIn(Rows()), NameOfFault);
+
+TEST(ProcessFault, InterruptionsNeitherShortenNorLengthenAWait)
+{
+    for (const WaitRow& row : kWaits) {
+        CRawPeer service(ReadNothing);
+        CNavigationAPI navigation;
+        navigation.SetTimeout(150);
+        const CInterruptions interruptions;
+        const Clock::time_point start = Clock::now();
+        row.wait(navigation);
+        EXPECT_GE(MillisecondsSince(start), 149) << row.what;
+        EXPECT_LE(MillisecondsSince(start), 650) << row.what;
+        EXPECT_GT(CInterruptions::Count(), 50) << row.what;
+    }
+}
+
+TEST(ProcessFault, AWallClockThatJumpsMovesNoWait)
+{
+    for (const WaitRow& row : kWaits) {
+        CRawPeer service(ReadNothing);
+        CNavigationAPI navigation;
+        navigation.SetTimeout(150);
+        const CJumpingWallClock jumps;
+        const Clock::time_point start = Clock::now();
+        row.wait(navigation);
+        EXPECT_GE(MillisecondsSince(start), 149) << row.what;
+        EXPECT_LE(MillisecondsSince(start), 650) << row.what;
+    }
+}
+
+TEST(ProcessFault, AChildThatRunsAnotherProgramInheritsNothing)
+{
+    const int before = CountDescriptorsAfterExec();
+    CRawPeer service(Serve);
+    CNavigationAPI navigation;
+    ASSERT_EQ(7, navigation.EngageSteering());
+    EXPECT_EQ(before, CountDescriptorsAfterExec());
+    EXPECT_EQ(7, navigation.EngageSteering());
+    EXPECT_EQ(1, service.WaitForConnections(1));
+}
+
+TEST(ProcessFault, AChildThatDestroysItsCopyOfTheClientLeavesTheLinkAlone)
+{
+    CRawPeer service(Serve);
+    auto navigation = std::make_unique<CNavigationAPI>();
+    ASSERT_EQ(7, navigation->EngageSteering());
+    const pid_t child = ::fork();
+    if (child == 0) {
+        navigation.reset();
+        ::_exit(0);
+    }
+    int status = -1;
+    ASSERT_EQ(child, ::waitpid(child, &status, 0));
+    EXPECT_EQ(0, status);
+    EXPECT_EQ(7, navigation->EngageSteering());
+    EXPECT_EQ(1, service.WaitForConnections(1));
+}
+
+TEST(ProcessFault, AFullStandardOutputKeepsNoEventFromItsFunctor)
+{
+    const std::string event =
+        Bytes::Notification("cb_implement_width_changed", '\x91' + Bytes::Float64(6.5));
+    std::string events;
+    for (int count = 0; count < 1000; ++count) {
+        events += event;
+    }
+    CRawPeer service(Scripts::SendAhead(events));
+    CNavigationAPI navigation;
+    int calls = 0;
+    navigation.SetImplementWidthCallback(
+        Core::Functors::MakeFunctor([&](double width) { calls += width == 6.5 ? 1 : 0; }));
+    ASSERT_EQ(7, navigation.EngageSteering());
+    {
+        const CCapturedOutput aside;
+        const int full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
+        ::dup2(full, STDOUT_FILENO);
+        ::close(full);
+        navigation.ProcessMessages(false);
+    }
+    std::clearerr(stdout);
+    EXPECT_EQ(1000, calls);
+    EXPECT_EQ(7, navigation.EngageSteering());
+    navigation.SetImplementWidthCallback(nullptr);
+}
