@@ -8,7 +8,9 @@
 
 void MPIServiceHandlerC::Subscribed(ClientNumber, const std::string&) {}
 void MPIServiceHandlerC::ClientConnected(ClientNumber) {}
+void MPIServiceHandlerC::ClientDropped(ClientNumber, const std::string&) {}
 void MPIServiceHandlerC::ClientDisconnected(ClientNumber, const std::string&) {}
+void MPIServiceHandlerC::ConnectionsWait(const std::string&) {}
 
 void MPIServiceHandlerC::HandlerFailed(ClientNumber client, const std::string& name,
                                        const std::string& reason)

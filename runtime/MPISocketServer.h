@@ -33,8 +33,14 @@ public:
     /// A client has subscribed to an event; the place to push the present state to it.
     virtual void Subscribed(ClientNumber client, const std::string& event);
     virtual void ClientConnected(ClientNumber client);
+    /// The service drops a client for what it does: it sends what is no message, does not read, or
+    /// subscribes without end. ClientDisconnected() follows.
+    virtual void ClientDropped(ClientNumber client, const std::string& reason);
     /// A client is gone, and why. Its number is not used again.
     virtual void ClientDisconnected(ClientNumber client, const std::string& reason);
+    /// Connections have to wait, for example for want of descriptors. Told once, until one can be
+    /// taken again.
+    virtual void ConnectionsWait(const std::string& reason);
     /// Something failed that nobody waits for an answer to: a notification (or one of the calls
     /// above) whose handler threw, or a subscription without a name. Writes a line to standard
     /// error. An exception that leaves RequestReceived() does not come here: it is the answer.

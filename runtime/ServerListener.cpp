@@ -20,8 +20,9 @@ constexpr int kAcceptsPerTurn = 16;
 
 } // namespace
 
-ServerListenerC::ServerListenerC(asio::io_context& loop, Taker taker)
-    : m_loop(loop), m_acceptor(loop), m_pause(loop), m_taker(std::move(taker))
+ServerListenerC::ServerListenerC(asio::io_context& loop, Taker taker, Complaint complaint)
+    : m_loop(loop), m_acceptor(loop), m_pause(loop), m_taker(std::move(taker)),
+      m_complaint(std::move(complaint))
 {
 }
 
@@ -89,11 +90,12 @@ void ServerListenerC::Accept()
             const bool noneLeft = errno == EAGAIN || errno == EWOULDBLOCK;
             const bool thatOneIsGone = errno == ECONNABORTED || errno == EINTR;
             if (!noneLeft && !thatOneIsGone) {
-                Pause();
+                Pause(errno);
                 return;
             }
             break;
         }
+        m_hasComplained = false;
         Take(descriptor, peer.ss_family == AF_INET6);
     }
     if (m_acceptor.is_open()) {
@@ -113,11 +115,15 @@ void ServerListenerC::Take(int descriptor, bool isV6)
     m_taker(std::move(socket));
 }
 
-void ServerListenerC::Pause()
+void ServerListenerC::Pause(int error)
 {
+    if (!m_hasComplained) {
+        m_hasComplained = true;
+        m_complaint(asio::error_code(error, asio::error::get_system_category()));
+    }
     m_pause.expires_after(kPause);
-    m_pause.async_wait([self = shared_from_this()](const asio::error_code& error) {
-        if (!error && self->m_acceptor.is_open()) {
+    m_pause.async_wait([self = shared_from_this()](const asio::error_code& ended) {
+        if (!ended && self->m_acceptor.is_open()) {
             self->Accept();
         }
     });

@@ -21,9 +21,11 @@ class ServerListenerC : public std::enable_shared_from_this<ServerListenerC>
 {
 public:
     using Taker = std::function<void(asio::ip::tcp::socket)>;
+    using Complaint = std::function<void(const asio::error_code&)>;
 
     /// @param taker is called with each connection, until Close().
-    ServerListenerC(asio::io_context& loop, Taker taker);
+    /// @param complaint is called when connections have to wait; once, until one can be taken.
+    ServerListenerC(asio::io_context& loop, Taker taker, Complaint complaint);
 
     /// Begins to listen. Port 0 takes a free one.
     ///
@@ -37,12 +39,14 @@ private:
     void Wait();
     void Accept();
     void Take(int descriptor, bool isV6);
-    void Pause();
+    void Pause(int error);
 
     asio::io_context& m_loop;
     asio::ip::tcp::acceptor m_acceptor;
     asio::steady_timer m_pause;
     Taker m_taker;
+    Complaint m_complaint;
+    bool m_hasComplained = false;
 };
 
 #endif

@@ -87,10 +87,17 @@ std::string MPISocketServerC::StateC::ListenOnBoth(std::uint16_t port)
 asio::error_code MPISocketServerC::StateC::Open(const asio::ip::address& address,
                                                 std::uint16_t port)
 {
+    const std::weak_ptr<StateC> self = weak_from_this();
     const auto listener = std::make_shared<ServerListenerC>(
-        m_loop, [self = weak_from_this()](asio::ip::tcp::socket socket) {
+        m_loop,
+        [self](asio::ip::tcp::socket socket) {
             if (const std::shared_ptr<StateC> state = self.lock()) {
                 state->Take(std::move(socket));
+            }
+        },
+        [self](const asio::error_code& reason) {
+            if (const std::shared_ptr<StateC> state = self.lock()) {
+                state->TellThatConnectionsWait(reason.message());
             }
         });
     const asio::error_code error = listener->Open(address, port);
@@ -122,6 +129,11 @@ void MPISocketServerC::StateC::Take(asio::ip::tcp::socket socket)
     Tell(number, "connecting",
          [number](MPIServiceHandlerC& handler) { handler.ClientConnected(number); });
     connection->Start();
+}
+
+void MPISocketServerC::StateC::TellThatConnectionsWait(const std::string& reason)
+{
+    Tell(0, "waiting", [&reason](MPIServiceHandlerC& handler) { handler.ConnectionsWait(reason); });
 }
 
 void MPISocketServerC::StateC::MessageArrived(ServerConnectionC& connection,
@@ -169,7 +181,7 @@ void MPISocketServerC::StateC::Subscribe(ServerConnectionC& connection, const BL
         if (!isName) {
             handler.HandlerFailed(client, "subscribe", "wants the name of one event");
         } else if (subscriptions.size() >= kMostSubscriptions) {
-            End(connection, "subscribed to too many events", false);
+            Drop(connection, "subscribed to too many events", false);
         } else if (subscriptions.insert(event).second) {
             handler.Subscribed(client, event);
         }
@@ -193,13 +205,27 @@ void MPISocketServerC::StateC::MessageRejected(ServerConnectionC& connection,
                                                const std::string& problem)
 {
     ++m_rejected;
-    End(connection, "no message: " + problem, false);
+    Drop(connection, "no message: " + problem, false);
 }
 
 void MPISocketServerC::StateC::ConnectionLost(ServerConnectionC& connection,
                                               const std::string& reason)
 {
     End(connection, reason, false);
+}
+
+/// Ends the connection of a client that does what it must not.
+void MPISocketServerC::StateC::Drop(ServerConnectionC& connection, const std::string& reason,
+                                    bool withReset)
+{
+    const ClientNumber client = connection.Number();
+    if (m_clients.count(client) != 0) {
+        asio::post(m_loop, [self = shared_from_this(), client, reason] {
+            self->Tell(client, "dropping",
+                       [&](MPIServiceHandlerC& handler) { handler.ClientDropped(client, reason); });
+        });
+    }
+    End(connection, reason, withReset);
 }
 
 /// Ends a connection at once. The handler hears of it in a turn of its own, never inside a call
@@ -239,8 +265,12 @@ void MPISocketServerC::StateC::DisconnectAll(const std::string& reason, bool wit
 void MPISocketServerC::StateC::SendTo(ClientNumber client, const char* bytes, std::size_t count)
 {
     const auto found = m_clients.find(client);
-    if (found != m_clients.end() && !found->second->Queue(bytes, count)) {
-        Disconnect(client, kSlowClient, true);
+    if (found == m_clients.end()) {
+        return;
+    }
+    const std::shared_ptr<ServerConnectionC> connection = found->second;
+    if (!connection->Queue(bytes, count)) {
+        Drop(*connection, kSlowClient, true);
     }
 }
 

@@ -52,6 +52,8 @@ private:
     void ConnectionLost(ServerConnectionC& connection, const std::string& reason) override;
     void Serve(ClientNumber client, const MessageC& message);
     void Subscribe(ServerConnectionC& connection, const BListC& arguments);
+    void TellThatConnectionsWait(const std::string& reason);
+    void Drop(ServerConnectionC& connection, const std::string& reason, bool withReset);
     void End(ServerConnectionC& connection, const std::string& reason, bool withReset);
     template <typename Action>
     void Tell(ClientNumber client, const std::string& name, Action action);

@@ -45,6 +45,16 @@ void ServiceLinkC::ClientConnected(ClientNumber client)
     m_log.Write(ELogLevel::Debug, "client " + std::to_string(client) + " connected");
 }
 
+void ServiceLinkC::ClientDropped(ClientNumber client, const std::string& reason)
+{
+    m_log.Write(ELogLevel::Warning, "client " + std::to_string(client) + " is dropped: " + reason);
+}
+
+void ServiceLinkC::ConnectionsWait(const std::string& reason)
+{
+    m_log.Write(ELogLevel::Warning, "connections have to wait: " + reason);
+}
+
 void ServiceLinkC::ClientDisconnected(ClientNumber client, const std::string& reason)
 {
     m_log.Write(ELogLevel::Debug, "client " + std::to_string(client) + " is gone: " + reason);

@@ -10,7 +10,7 @@
 enum class ELogLevel
 {
     Error,   ///< something failed that was asked for on the command line
-    Warning, ///< a client's message was ignored or refused, or steering was dropped
+    Warning, ///< a message was refused, a client or steering dropped, a connection has to wait
     Info,    ///< what the service does: navigation started, a position feed began
     Debug,   ///< who comes and goes
 };

@@ -126,6 +126,16 @@ void CRunningService::ClientConnected(ClientNumber client)
     Act("connected", client, 0);
 }
 
+void CRunningService::ClientDropped(ClientNumber client, const std::string& reason)
+{
+    Note("dropped " + std::to_string(client) + ' ' + reason);
+}
+
+void CRunningService::ConnectionsWait(const std::string& reason)
+{
+    Note("connections wait: " + reason);
+}
+
 void CRunningService::ClientDisconnected(ClientNumber client, const std::string& reason)
 {
     Note("disconnected " + std::to_string(client) + ' ' + reason);

@@ -49,6 +49,8 @@ public:
                               const BListC& arguments) override;
     void Subscribed(ClientNumber client, const std::string& event) override;
     void ClientConnected(ClientNumber client) override;
+    void ClientDropped(ClientNumber client, const std::string& reason) override;
+    void ConnectionsWait(const std::string& reason) override;
     void ClientDisconnected(ClientNumber client, const std::string& reason) override;
     void HandlerFailed(ClientNumber client, const std::string& name,
                        const std::string& reason) override;

@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <ctime>
 #include <future>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <netinet/in.h>
 #include <pthread.h>
@@ -36,6 +38,14 @@ void Settle(CRawClient& client)
     }
 }
 
+bool HasNotes(const CRunningService& service, const std::string& start, int count)
+{
+    const std::vector<std::string> notes = service.Notes();
+    return std::count_if(notes.begin(), notes.end(), [&](const std::string& note) {
+               return note.rfind(start, 0) == 0;
+           }) >= count;
+}
+
 /// The processor time that a thread has used, in milliseconds.
 double ProcessorTime(std::thread& thread)
 {
@@ -60,6 +70,7 @@ TEST(ServerFlood, DisconnectsAClientThatDoesNotReadAndServesTheOthers)
         service.OnLoop([](MPISocketServerC& server) { PushText(server, kMebibyte); });
         Settle(other);
     }
+    EXPECT_TRUE(service.WaitForNotes("dropped 1 too much is waiting"));
     EXPECT_TRUE(service.WaitForNotes("disconnected 1 too much is waiting"));
     EXPECT_GE(pushed, 8);
     EXPECT_LE(pushed, 32); // the limit, and what the system's buffers take
@@ -127,4 +138,6 @@ TEST(ServerFlood, WaitsInsteadOfSpinningWhenNoDescriptorIsLeft)
         EXPECT_LT(ProcessorTime(service.Thread()) - before, 100.0);
     }
     EXPECT_EQ("[1,1,null,1]", client.Read().text);
+    EXPECT_TRUE(service.WaitForNotes("connections wait: Too many open files"));
+    EXPECT_FALSE(HasNotes(service, "connections wait", 2)); // it has tried several times
 }

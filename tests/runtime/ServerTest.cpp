@@ -120,6 +120,7 @@ TEST(Server, AnswersWhatCameBeforeTheBadBytes)
     client.Send(Request(3, "a", "\x90") + '\xc1');
     EXPECT_EQ("[1,3,null,1]", client.Read().text);
     EXPECT_EQ(0, client.WaitForEnd());
+    EXPECT_TRUE(service.WaitForNotes("dropped 1 no message"));
     EXPECT_TRUE(service.WaitForNotes("disconnected 1 no message"));
 }
 
