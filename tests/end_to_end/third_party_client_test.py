@@ -1,4 +1,4 @@
-"""A MessagePack-RPC client of another maker: the session of python3-pynvim."""
+"""A MessagePack-RPC client of another maker: the connection of python3-pynvim."""
 
 import unittest
 
@@ -14,25 +14,25 @@ class ThirdPartyClient(unittest.TestCase):
     def setUp(self):
         self.simulator = Simulator("--speed", "2")
         self.addCleanup(self.simulator.__exit__)
-        self.session = Session(
+        self.client = Session(
             AsyncSession(MsgpackStream(EventLoop("tcp", "127.0.0.1", PORT))))
-        self.addCleanup(self.session.close)
+        self.addCleanup(self.client.close)
 
     def test_gets_the_implement_width(self):
-        self.assertEqual(1, self.session.request("SetImplementWidth", 1, 7.5))
-        self.assertEqual(7.5, self.session.request("GetImplementWidth", 1))
+        self.assertEqual(1, self.client.request("SetImplementWidth", 1, 7.5))
+        self.assertEqual(7.5, self.client.request("GetImplementWidth", 1))
 
     def test_gets_an_error_as_an_error(self):
-        self.session.error_wrapper = RuntimeError
+        self.client.error_wrapper = RuntimeError
         with self.assertRaisesRegex(RuntimeError,
                                     r"^GetImplementWidth wants \[int\], not \[text\]$"):
-            self.session.request("GetImplementWidth", "wide")
+            self.client.request("GetImplementWidth", "wide")
 
     def test_receives_the_guidance_status(self):
-        self.session.request("subscribe", "cb_guidance_status", async_=True)
+        self.client.request("subscribe", "cb_guidance_status", async_=True)
         payloads = []
         while len(payloads) < 5:
-            kind, name, payload = self.session.next_message()
+            kind, name, payload = self.client.next_message()
             self.assertEqual(("notification", "cb_guidance_status"), (kind, name))
             payloads.append(payload)
         for payload in payloads:
