@@ -29,6 +29,19 @@ target_compile_options(kestrove_flags INTERFACE
 if(KESTROVE_WARNINGS_AS_ERRORS)
   target_compile_options(kestrove_flags INTERFACE -Werror)
 endif()
+# A machine steers itself by these programs: what the compiler can turn from silent damage into a
+# clean end, it does. Builds with sanitizers have those checks instead.
+include(CheckPIESupported)
+check_pie_supported()
+if(NOT KESTROVE_SANITIZERS)
+  target_compile_options(kestrove_flags INTERFACE
+    -fstack-protector-strong -fstack-clash-protection
+    $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>:-fcf-protection>
+    $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
+  target_compile_definitions(kestrove_flags INTERFACE _GLIBCXX_ASSERTIONS)
+  target_link_options(kestrove_flags INTERFACE
+    -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+endif()
 if(KESTROVE_SANITIZERS)
   target_compile_options(kestrove_flags INTERFACE
     -fsanitize=${KESTROVE_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
