@@ -11,6 +11,12 @@ set_target_properties(KestroveNavigation PROPERTIES
   SOVERSION ${PROJECT_VERSION_MAJOR})
 target_compile_features(KestroveNavigation PUBLIC cxx_std_17)
 target_link_libraries(KestroveNavigation PRIVATE $<BUILD_INTERFACE:kestrove_flags>)
+get_target_property(library_kind KestroveNavigation TYPE)
+if(library_kind STREQUAL SHARED_LIBRARY)
+  set(exports ${PROJECT_SOURCE_DIR}/packaging/abi/libkestrove-navigation.map)
+  target_link_options(KestroveNavigation PRIVATE -Wl,--version-script=${exports})
+  set_target_properties(KestroveNavigation PROPERTIES LINK_DEPENDS ${exports})
+endif()
 kestrove_include_root(KestroveNavigation PUBLIC core platform wayline api)
 target_include_directories(KestroveNavigation
   INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kestrove>)
