@@ -8,25 +8,27 @@ include(CMakePackageConfigHelpers)
 
 install(TARGETS KestroveNavigation EXPORT KestroveNavigationTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    COMPONENT library NAMELINK_COMPONENT development
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 foreach(folder core platform wayline api)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/${folder}
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestrove
-    FILES_MATCHING PATTERN "*.h" 
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestrove COMPONENT development
+    FILES_MATCHING PATTERN "*.h"
     PATTERN "CallFrame.h" EXCLUDE PATTERN "NumberText.h" EXCLUDE)
 endforeach()
 if(KESTROVE_BUILD_TESTING_LIBRARY)
   install(TARGETS KestroveNavigationTesting EXPORT KestroveNavigationTargets
-    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
   install(FILES
     ${PROJECT_SOURCE_DIR}/testing/Answer.h
     ${PROJECT_SOURCE_DIR}/testing/ScriptedService.h
     ${PROJECT_SOURCE_DIR}/testing/Value.h
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestrove/testing)
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestrove/testing COMPONENT development)
 endif()
 
 set(package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/KestroveNavigation)
-install(EXPORT KestroveNavigationTargets NAMESPACE Kestrove:: DESTINATION ${package_directory})
+install(EXPORT KestroveNavigationTargets NAMESPACE Kestrove::
+  DESTINATION ${package_directory} COMPONENT development)
 configure_package_config_file(
   ${PROJECT_SOURCE_DIR}/cmake/KestroveNavigationConfig.cmake.in
   ${PROJECT_BINARY_DIR}/KestroveNavigationConfig.cmake
@@ -36,7 +38,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/KestroveNavigationConfigV
 install(FILES
   ${PROJECT_BINARY_DIR}/KestroveNavigationConfig.cmake
   ${PROJECT_BINARY_DIR}/KestroveNavigationConfigVersion.cmake
-  DESTINATION ${package_directory})
+  DESTINATION ${package_directory} COMPONENT development)
 
 # pkg-config finds the prefix from where the file lies, so that the installation can be moved.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
@@ -44,4 +46,4 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
 configure_file(${PROJECT_SOURCE_DIR}/cmake/kestrove-navigation.pc.in
   ${PROJECT_BINARY_DIR}/kestrove-navigation.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kestrove-navigation.pc
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
