@@ -1,10 +1,14 @@
 """The small service in Python, answering the C++ example that engages."""
 
+import ast
 import os
+import re
 import signal
 import subprocess
 import sys
+import textwrap
 import unittest
+from pathlib import Path
 
 import msgpack
 
@@ -21,6 +25,36 @@ class PythonService(Service):
 def engage():
     return subprocess.run([os.environ["ENGAGE"]], capture_output=True, text=True,
                           timeout=DEADLINE_SECONDS, check=False)
+
+
+def guide():
+    """The text of the guide."""
+    path = Path(__file__).resolve().parents[2] / "docs" / "service-guide.md"
+    return path.read_text(encoding="utf-8")
+
+
+def guide_blocks():
+    """Its Python blocks."""
+    return re.findall(r"^```python\n(.*?)^```$", guide(), re.MULTILINE | re.DOTALL)
+
+
+class Guide(unittest.TestCase):
+    def test_shows_the_code_of_the_service(self):
+        code = textwrap.indent(guide_blocks()[0], "    ")
+        service = Path(os.environ["PYTHON_SERVICE"]).read_text(encoding="utf-8")
+        self.assertIn(code, service)
+
+    def test_shows_the_bytes_of_an_exchange(self):
+        rows = re.findall(r"^\| .* to .* \| `(.*)` \| `([0-9a-f ]+)` \|$", guide(), re.MULTILINE)
+        self.assertEqual(2, len(rows))
+        for value, data in rows:
+            message = ast.literal_eval(value.replace("nil", "None"))
+            self.assertEqual(bytes.fromhex(data), msgpack.packb(message))
+
+    def test_reads_a_position_record(self):
+        names = {}
+        exec(guide_blocks()[1], names)  # pylint: disable=exec-used
+        self.assertEqual({1: 51.5, 15: 1.0, 21: -0.25}, names["position"]("1=51.5;15=1;21=-0.25"))
 
 
 class AnswersTheExample(unittest.TestCase):
@@ -71,6 +105,37 @@ class KeepsToTheProtocol(unittest.TestCase):
                 with self.assertRaises(ConnectionError):
                     bad.receive()
                 self.assertEqual(0, good.request("IsSteeringEngaged"))
+
+    def test_takes_messages_however_the_bytes_come(self):
+        request = msgpack.packb([0, 1, "IsSteeringEngaged", []])
+        with PythonService(), Client() as client:
+            client.send(request[:5])
+            with Client() as other:  # is served meanwhile
+                self.assertEqual(0, other.request("IsSteeringEngaged"))
+            client.send(request[5:] + msgpack.packb([0, 2, "EngageSteering", [1]]))
+            self.assertEqual([[1, 1, None, 0], [1, 2, None, 0]],
+                             [client.receive(), client.receive()])
+
+    def test_sends_an_event_once_to_who_subscribed_twice(self):
+        with PythonService(), Client() as client:
+            for _ in range(2):
+                client.notify("subscribe", "cb_engage_status")
+                client.event("cb_engage_status")
+            client.request("set_wayline", 5)
+            client.request("StartNavigation", 1, 0)
+            client.request("IsSteeringEngaged")
+            self.assertEqual([("cb_engage_status", [0, 1, 1, 0, 0])], client.events)
+
+    def test_outlives_a_client_that_goes_away_in_the_middle(self):
+        with PythonService() as service, Client() as good:
+            for _ in range(20):
+                with Client() as client:
+                    client.notify("subscribe", "cb_engage_status")
+                    client.send(b"\x94\x00\x01")
+            good.request("set_wayline", 5)
+            self.assertEqual(1, good.request("StartNavigation", 1, 0))
+            service.end()
+            self.assertEqual("", service.errors())
 
     def test_ends_cleanly_on_a_signal_with_clients_there(self):
         with PythonService() as service, Client() as client:
