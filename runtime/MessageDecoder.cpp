@@ -1,7 +1,9 @@
 #include "runtime/MessageDecoder.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include <msgpack.hpp>
@@ -27,6 +29,35 @@ private:
     MessageBuilderC m_builder;
 };
 
+/// Bytes in one piece. Where they are many, the system moves their pages when they get more room:
+/// copying megabytes would hold up all other clients of a service.
+class BufferC
+{
+public:
+    char* Data() { return m_bytes.get(); }
+    std::size_t Capacity() const { return m_capacity; }
+
+    /// Keeps the bytes, as far as there is room for them.
+    void Resize(std::size_t capacity)
+    {
+        void* const resized = std::realloc(m_bytes.get(), capacity);
+        if (resized == nullptr) {
+            throw std::bad_alloc();
+        }
+        static_cast<void>(m_bytes.release());
+        m_bytes.reset(static_cast<char*>(resized));
+        m_capacity = capacity;
+    }
+
+private:
+    struct FreeC
+    {
+        void operator()(char* bytes) const { std::free(bytes); }
+    };
+    std::unique_ptr<char, FreeC> m_bytes;
+    std::size_t m_capacity = 0;
+};
+
 } // namespace
 
 class MessageDecoderC::StateC
@@ -34,22 +65,8 @@ class MessageDecoderC::StateC
 public:
     StateC() { parser.init(); }
 
-    /// Moves what is not parsed yet into a buffer of `size` bytes.
-    void MoveInto(std::size_t size)
-    {
-        std::unique_ptr<char[]> moved(new char[size]);
-        if (end > begin) {
-            std::memcpy(moved.get(), buffer.get() + begin, end - begin);
-        }
-        buffer = std::move(moved);
-        capacity = size;
-        end -= begin;
-        begin = 0;
-    }
-
     Parser parser;
-    std::unique_ptr<char[]> buffer;
-    std::size_t capacity = 0;
+    BufferC buffer;
     std::size_t begin = 0;    // of what is not parsed yet
     std::size_t end = 0;      // of what has arrived
     std::size_t consumed = 0; // of the present message
@@ -62,24 +79,25 @@ MessageDecoderC::~MessageDecoderC() = default;
 char* MessageDecoderC::Space(std::size_t& room)
 {
     StateC& state = *m_state;
+    BufferC& buffer = state.buffer;
     const std::size_t waiting = state.end - state.begin;
     if (waiting == 0) {
         state.begin = 0;
         state.end = 0;
-        if (state.capacity == 0 || state.capacity > kLargestKeptBuffer) {
-            state.MoveInto(kSmallBuffer);
+        if (buffer.Capacity() == 0 || buffer.Capacity() > kLargestKeptBuffer) {
+            buffer.Resize(kSmallBuffer);
         }
-    } else if (state.capacity - state.end < kLeastRoom) {
-        if (waiting + kLeastRoom <= state.capacity / 2) {
-            std::memmove(state.buffer.get(), state.buffer.get() + state.begin, waiting);
+    } else if (buffer.Capacity() - state.end < kLeastRoom) {
+        if (waiting + kLeastRoom <= buffer.Capacity() / 2) {
+            std::memmove(buffer.Data(), buffer.Data() + state.begin, waiting);
             state.begin = 0;
             state.end = waiting;
         } else {
-            state.MoveInto(state.capacity * 2);
+            buffer.Resize(buffer.Capacity() * 2);
         }
     }
-    room = state.capacity - state.end;
-    return state.buffer.get() + state.end;
+    room = buffer.Capacity() - state.end;
+    return buffer.Data() + state.end;
 }
 
 void MessageDecoderC::Arrived(std::size_t count)
@@ -97,7 +115,7 @@ MessageDecoderC::EResult MessageDecoderC::Next(MessageC& message)
     MessageBuilderC& builder = state.parser.visitor();
     builder.SetArrived(waiting);
     std::size_t parsed = 0;
-    const auto outcome = state.parser.execute(state.buffer.get() + state.begin, waiting, parsed);
+    const auto outcome = state.parser.execute(state.buffer.Data() + state.begin, waiting, parsed);
     state.begin += parsed;
     state.consumed += parsed;
     const bool needsMore = outcome == msgpack::PARSE_CONTINUE;

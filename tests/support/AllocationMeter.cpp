@@ -4,47 +4,52 @@
 #include <cstdlib>
 #include <new>
 
+#include <dlfcn.h>
 #include <malloc.h>
 
 namespace {
 
+/// How much memory is in use is asked for after every block of this size, and after so many others.
+constexpr std::size_t kLargeBlock = 4096;
+constexpr std::size_t kSmallBlocks = 64;
+
 std::atomic<bool> g_isWatching{false};
 std::atomic<std::size_t> g_largest{0};
 std::atomic<std::size_t> g_count{0};
-std::atomic<long long> g_inUse{0}; // less than at the start where older blocks are freed
-std::atomic<long long> g_peak{0};
+std::atomic<std::size_t> g_start{0};
+std::atomic<std::size_t> g_peak{0};
 
-template <typename Number>
-void RaiseTo(std::atomic<Number>& highest, Number value)
+void RaiseTo(std::atomic<std::size_t>& highest, std::size_t value)
 {
-    Number known = highest;
+    std::size_t known = highest;
     while (value > known && !highest.compare_exchange_weak(known, value)) {
+    }
+}
+
+std::size_t InUse()
+{
+    const struct mallinfo2 info = ::mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
+
+void Note(std::size_t size)
+{
+    if (g_isWatching) {
+        RaiseTo(g_largest, size);
+        if (++g_count % kSmallBlocks == 0 || size >= kLargeBlock) {
+            RaiseTo(g_peak, InUse());
+        }
     }
 }
 
 void* Allocate(std::size_t size)
 {
-    if (g_isWatching) {
-        ++g_count;
-        RaiseTo(g_largest, size);
-    }
     void* const block = std::malloc(size == 0 ? 1 : size);
     if (block == nullptr) {
         throw std::bad_alloc();
     }
-    if (g_isWatching) {
-        const auto usable = static_cast<long long>(::malloc_usable_size(block));
-        RaiseTo(g_peak, g_inUse += usable);
-    }
+    Note(size);
     return block;
-}
-
-void Free(void* block)
-{
-    if (g_isWatching) {
-        g_inUse -= static_cast<long long>(::malloc_usable_size(block));
-    }
-    std::free(block);
 }
 
 } // namespace
@@ -59,27 +64,40 @@ void* operator new[](std::size_t size)
 }
 void operator delete(void* block) noexcept
 {
-    Free(block);
+    std::free(block);
 }
 void operator delete[](void* block) noexcept
 {
-    Free(block);
+    std::free(block);
 }
 void operator delete(void* block, std::size_t) noexcept
 {
-    Free(block);
+    std::free(block);
 }
 void operator delete[](void* block, std::size_t) noexcept
 {
-    Free(block);
+    std::free(block);
 }
+
+// The address sanitizer has a realloc() of its own, which must not be stood before.
+#ifndef __SANITIZE_ADDRESS__
+extern "C" __attribute__((visibility("default"))) void* realloc(void* block,
+                                                                std::size_t size) noexcept
+{
+    using Realloc = void*(void*, std::size_t);
+    static auto* const system = reinterpret_cast<Realloc*>(::dlsym(RTLD_NEXT, "realloc"));
+    void* const resized = system(block, size);
+    Note(size);
+    return resized;
+}
+#endif
 
 CAllocationMeter::CAllocationMeter()
 {
     g_largest = 0;
     g_count = 0;
-    g_inUse = 0;
-    g_peak = 0;
+    g_start = InUse();
+    g_peak = g_start.load();
     g_isWatching = true;
 }
 
@@ -92,11 +110,13 @@ std::size_t CAllocationMeter::LargestBlock() const
 {
     return g_largest;
 }
+
 std::size_t CAllocationMeter::BlockCount() const
 {
     return g_count;
 }
+
 std::size_t CAllocationMeter::PeakGrowth() const
 {
-    return static_cast<std::size_t>(g_peak);
+    return g_peak - g_start;
 }
