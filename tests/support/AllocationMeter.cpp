@@ -79,8 +79,8 @@ void operator delete[](void* block, std::size_t) noexcept
     std::free(block);
 }
 
-// The address sanitizer has a realloc() of its own, which must not be stood before.
-#ifndef __SANITIZE_ADDRESS__
+// The sanitizers have a realloc() of their own, before which no other may stand.
+#ifndef KESTROVE_WITH_SANITIZERS
 extern "C" __attribute__((visibility("default"))) void* realloc(void* block,
                                                                 std::size_t size) noexcept
 {
