@@ -30,6 +30,7 @@ inline Lines operator+(Lines left, const Lines& right)
 struct CFreshRecording
 {
     CFreshRecording() { Doubles::Recording().Reset(); }
+    ~CFreshRecording() { Doubles::Recording().Reset(); } // with the replies nobody has asked for
 };
 
 /// A client that is connected, and an empty transcript.
