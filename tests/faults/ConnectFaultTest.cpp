@@ -32,6 +32,21 @@ std::shared_ptr<void> SwallowingBoth()
                                   std::forward_as_tuple(kPort, ELoopback::IPv6));
 }
 
+std::shared_ptr<void> NoDescriptorLeft()
+{
+    // The sanitizer looks at an object's type through a pipe of its own, once: before none is left.
+    for (const CCall& call : kCalls) {
+        CNavigationAPI navigation;
+        navigation.SetOffsetCallback(Core::Functors::MakeFunctor([](double) {}));
+        navigation.SetOffsetCallback(nullptr);
+        call.make(navigation);
+    }
+    auto hog = std::make_shared<std::unique_ptr<CDescriptorHog>>();
+    std::shared_ptr<void>(hog).reset();
+    *hog = std::make_unique<CDescriptorHog>();
+    return hog;
+}
+
 std::vector<CFault> Rows()
 {
     return {
@@ -46,7 +61,7 @@ std::vector<CFault> Rows()
         CFault("ListensOnIPv6Alone", Serve).OnIPv6().Succeeds(),
         CFault("IPv6SwallowsConnections", Serve).Under(SwallowingIPv6).Succeeds(),
         CFault("DescriptorsLieAbove1023", Serve).Under(A<CManyDescriptors>).Succeeds(),
-        CFault("NoDescriptorIsLeft").Under(A<CDescriptorHog>).Fails(ELinkError::System),
+        CFault("NoDescriptorIsLeft").Under(NoDescriptorLeft).Fails(ELinkError::System),
     };
 }
 

@@ -96,6 +96,8 @@ void CFaultCheck::StartService()
 
 void CFaultCheck::Prepare()
 {
+    std::unique_ptr<Core::Functors::Functor1<void, double>> functor(
+        Core::Functors::MakeFunctor([this](double offset) { m_offsets.push_back(offset); }));
     if (m_fault.m_condition) {
         m_condition = m_fault.m_condition();
     }
@@ -104,8 +106,7 @@ void CFaultCheck::Prepare()
     }
     m_navigation = std::make_unique<CNavigationAPI>();
     m_navigation->SetTimeout(m_fault.m_timeoutMilliseconds);
-    m_navigation->SetOffsetCallback(
-        Core::Functors::MakeFunctor([this](double offset) { m_offsets.push_back(offset); }));
+    m_navigation->SetOffsetCallback(functor.release());
     if (m_fault.m_startsLate) {
         StartService();
     }
