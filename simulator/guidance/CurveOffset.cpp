@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
 #include <cstdint>
-#include <iterator>
 #include <unordered_map>
 
 namespace {
@@ -17,20 +15,25 @@ public:
 
     void Add(const Point& point) { m_cells[Key(Cell(point.x), Cell(point.y))].push_back(point); }
 
-    /// Whether a point lies nearer to `place` than `distance`, which is at most the cell size.
-    bool HasWithin(const Point& place, double distance) const
+    /// A point that lies nearer to `place` than `distance`, which is at most the cell size; null
+    /// when there is none. Valid until the next Add().
+    const Point* FindWithin(const Point& place, double distance) const
     {
         for (std::int64_t x = Cell(place.x) - 1; x <= Cell(place.x) + 1; ++x) {
             for (std::int64_t y = Cell(place.y) - 1; y <= Cell(place.y) + 1; ++y) {
                 const auto cell = m_cells.find(Key(x, y));
-                if (cell != m_cells.end() &&
-                    std::any_of(cell->second.begin(), cell->second.end(), [&](const Point& point) {
+                if (cell == m_cells.end())
+                    continue;
+                const std::vector<Point>& points = cell->second;
+                const auto found =
+                    std::find_if(points.begin(), points.end(), [&](const Point& point) {
                         return Distance(point, place) < distance;
-                    }))
-                    return true;
+                    });
+                if (found != points.end())
+                    return &*found;
             }
         }
-        return false;
+        return nullptr;
     }
 
 private:
@@ -51,16 +54,14 @@ private:
 
 } // namespace
 
-std::vector<Point> KeptClear(const std::vector<Point>& points, const std::vector<Point>& curve,
-                             double distance)
+std::vector<std::size_t> KeptClear(const std::vector<Point>& points,
+                                   const std::vector<Point>& curve, double distance)
 {
     // Looking at one point of the curve in every twentieth of the distance changes what is found
     // by less than the tolerance.
     const double spacing = distance / 20.0;
     const double tolerance = 0.02 + distance / 1000.0;
-    if (distance <= tolerance)
-        return points;
-    CPointGrid grid(distance);
+    CPointGrid grid(std::max(distance, tolerance));
     Point last = curve.front();
     grid.Add(last);
     for (const Point& point : curve) {
@@ -69,9 +70,17 @@ std::vector<Point> KeptClear(const std::vector<Point>& points, const std::vector
             last = point;
         }
     }
-    std::vector<Point> kept;
+    std::vector<std::size_t> kept;
     kept.reserve(points.size());
-    std::copy_if(points.begin(), points.end(), std::back_inserter(kept),
-                 [&](const Point& point) { return !grid.HasWithin(point, distance - tolerance); });
+    const double clearance = distance - tolerance;
+    const Point* near = nullptr;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        // What was near the last point mostly is near the next one too.
+        if (near != nullptr && Distance(*near, points[i]) < clearance)
+            continue;
+        near = grid.FindWithin(points[i], clearance);
+        if (near == nullptr)
+            kept.push_back(i);
+    }
     return kept;
 }

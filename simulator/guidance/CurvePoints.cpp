@@ -12,40 +12,6 @@ Point Mix(const Point& from, const Point& to, double share)
     return {from.x + (to.x - from.x) * share, from.y + (to.y - from.y) * share};
 }
 
-/// The sums of a least-squares parabola in the distance from the point that is to be smoothed.
-class CParabolaFit
-{
-public:
-    void Add(double at, const Point& point)
-    {
-        double power = 1.0;
-        for (std::size_t i = 0; i < m_powers.size(); ++i, power *= at) {
-            m_powers[i] += power;
-            if (i < 3) {
-                m_x[i] += power * point.x;
-                m_y[i] += power * point.y;
-            }
-        }
-    }
-
-    /// The parabola's value at distance 0, by Cramer's rule.
-    Point AtZero() const
-    {
-        const auto& s = m_powers;
-        const double weight0 = s[2] * s[4] - s[3] * s[3];
-        const double weight1 = s[2] * s[3] - s[1] * s[4];
-        const double weight2 = s[1] * s[3] - s[2] * s[2];
-        const double determinant = s[0] * weight0 + s[1] * weight1 + s[2] * weight2;
-        return {(weight0 * m_x[0] + weight1 * m_x[1] + weight2 * m_x[2]) / determinant,
-                (weight0 * m_y[0] + weight1 * m_y[1] + weight2 * m_y[2]) / determinant};
-    }
-
-private:
-    std::array<double, 5> m_powers{};
-    std::array<double, 3> m_x{};
-    std::array<double, 3> m_y{};
-};
-
 /// The stretch of the Catmull-Rom curve from p[1] to p[2], without p[2].
 class CCatmullRomSegment
 {
@@ -123,28 +89,6 @@ std::vector<Point> EvenlySpaced(const std::vector<Point>& polyline)
     }
     even.push_back(polyline.back());
     return even;
-}
-
-std::vector<Point> SmoothedByParabolas(const std::vector<Point>& points, int window)
-{
-    const auto reach = static_cast<std::size_t>(window) / 2;
-    if (window < 4 || points.size() < 4)
-        return points;
-    std::vector<double> stations{0.0};
-    for (std::size_t i = 1; i < points.size(); ++i)
-        stations.push_back(stations.back() + Distance(points[i - 1], points[i]));
-    std::vector<Point> smoothed;
-    smoothed.reserve(points.size());
-    for (std::size_t i = 0; i < points.size(); ++i) {
-        // Near an end the window keeps at least four points, or the parabola would be no smoother.
-        const std::size_t first = std::min(i < reach ? 0 : i - reach, points.size() - 4);
-        const std::size_t last = std::max<std::size_t>(std::min(points.size() - 1, i + reach), 3);
-        CParabolaFit fit;
-        for (std::size_t j = first; j <= last; ++j)
-            fit.Add((stations[j] - stations[i]) / (stations[last] - stations[first]), points[j]);
-        smoothed.push_back(fit.AtZero());
-    }
-    return smoothed;
 }
 
 std::vector<Point> SmoothedByMeans(const std::vector<Point>& points, int reach)

@@ -22,14 +22,6 @@ std::vector<Point> Thinned(const std::vector<Point>& points, double spacing);
 /// for a curve so long that it would take more than kMostCurvePoints.
 std::vector<Point> EvenlySpaced(const std::vector<Point>& polyline);
 
-/// Each point moved onto the parabola that fits it and its neighbours best, by distance driven: the
-/// smoothing of Savitzky and Golay, "Smoothing and Differentiation of Data by Simplified Least
-/// Squares Procedures", 1964, for points at uneven distances. Unlike a mean it does not pull a bend
-/// inwards. At the ends the window reaches to the inside alone.
-///
-/// @param window how many points make a parabola; below 4 nothing changes.
-std::vector<Point> SmoothedByParabolas(const std::vector<Point>& points, int window);
-
 /// Each point replaced by the mean of its neighbours up to `reach` places away to both sides, fewer
 /// near the ends, which stay.
 std::vector<Point> SmoothedByMeans(const std::vector<Point>& points, int reach);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 #include "simulator/guidance/CurveOffset.h"
 #include "simulator/guidance/CurvePoints.h"
@@ -223,12 +224,61 @@ LineShapePtr CCurveShape::Parallel(double offset) const
         parallel.push_back(Moved(vertex.position, vertex.heading, 0.0, offset));
         folds = folds || 1.0 - vertex.curvature * offset < kLeastStretch;
     }
-    std::vector<Point> clear = folds ? KeptClear(parallel, curve, std::abs(offset)) : parallel;
+    std::vector<std::size_t> kept(parallel.size());
+    std::iota(kept.begin(), kept.end(), 0);
+    if (folds)
+        kept = KeptClear(parallel, curve, std::abs(offset));
+    std::vector<Point> clear;
+    clear.reserve(kept.size());
+    for (const std::size_t place : kept)
+        clear.push_back(parallel[place]);
     if (PolylineLength(clear) < kLeastCurveLength)
         return nullptr;
-    const bool cornersLeft = clear.size() < parallel.size();
-    clear = EvenlySpaced(clear);
-    if (cornersLeft)
-        clear = EvenlySpaced(SmoothedByMeans(SmoothedByMeans(clear, kCornerReach), kCornerReach));
-    return std::make_shared<CCurveShape>(clear, m_ends);
+    std::vector<Point> even = EvenlySpaced(clear);
+    if (clear.size() < parallel.size())
+        even = EvenlySpaced(SmoothedByMeans(SmoothedByMeans(even, kCornerReach), kCornerReach));
+    const auto shape = std::make_shared<CCurveShape>(even, m_ends);
+    shape->SetBeside(*this, kept, clear);
+    return shape;
+}
+
+void CCurveShape::SetBeside(const CCurveShape& base, const std::vector<std::size_t>& kept,
+                            const std::vector<Point>& clear)
+{
+    // Rounded corners make the way shorter, by little.
+    const double share = Length() / PolylineLength(clear);
+    m_beside.reserve(kept.size());
+    double walked = 0.0;
+    for (std::size_t i = 0; i < kept.size(); ++i) {
+        walked += i == 0 ? 0.0 : Distance(clear[i - 1], clear[i]);
+        m_beside.push_back({base.m_vertices[kept[i]].station, walked * share});
+    }
+}
+
+double CCurveShape::StationFromBase(double station) const
+{
+    return Translated(m_beside, &Beside::base, &Beside::here, station);
+}
+
+double CCurveShape::StationOnBase(double station) const
+{
+    return Translated(m_beside, &Beside::here, &Beside::base, station);
+}
+
+double CCurveShape::Translated(const std::vector<Beside>& table, double Beside::*from,
+                               double Beside::*to, double station)
+{
+    if (table.empty())
+        return station;
+    // Past an end a parallel goes on as its base does.
+    if (station <= table.front().*from)
+        return table.front().*to + station - table.front().*from;
+    if (station >= table.back().*from)
+        return table.back().*to + station - table.back().*from;
+    const auto after = std::upper_bound(
+        table.begin(), table.end(), station,
+        [from](double value, const Beside& beside) { return value < beside.*from; });
+    const Beside& left = *(after - 1);
+    const double share = (station - left.*from) / ((*after).*from - left.*from);
+    return left.*to + share * ((*after).*to - left.*to);
 }

@@ -30,8 +30,16 @@ public:
     /// Where the curve bends so tightly that its parallel would fold over, keeps the points that
     /// are no nearer to the curve than the offset, and rounds the corners that are left.
     LineShapePtr Parallel(double offset) const override;
+    double StationFromBase(double station) const override;
+    double StationOnBase(double station) const override;
 
 private:
+    /// A place on the line that this one is parallel to, and the one beside it here: stations.
+    struct Beside
+    {
+        double base;
+        double here;
+    };
     struct Vertex
     {
         Point position;
@@ -55,6 +63,12 @@ private:
         double squaredDistance;
     };
 
+    static double Translated(const std::vector<Beside>& table, double Beside::*from,
+                             double Beside::*to, double station);
+    /// @param kept the places of the base that this line is made from, and `clear` where it has
+    ///        been beside them before its corners were rounded.
+    void SetBeside(const CCurveShape& base, const std::vector<std::size_t>& kept,
+                   const std::vector<Point>& clear);
     void SetHeadings();
     void SetCurvatures();
     void MakeGroups();
@@ -66,6 +80,7 @@ private:
 
     std::vector<Vertex> m_vertices;
     std::vector<Group> m_groups;
+    std::vector<Beside> m_beside; ///< in rising order; empty unless made by Parallel()
     EEnds m_ends;
 };
 

@@ -22,15 +22,19 @@ void CFollowedLine::SetBase(LineShapePtr base, bool repeats)
     Take(0);
 }
 
-void CFollowedLine::SetWidth(double width)
+void CFollowedLine::Reshape(LineShapePtr base)
 {
-    m_width = width;
+    // Smoothing changes lengths by little, and all along the line.
+    if (m_base->Length() > 0.0)
+        m_baseStation *= base->Length() / m_base->Length();
+    m_base = std::move(base);
     Rebuild();
 }
 
-void CFollowedLine::SetShift(double shift)
+void CFollowedLine::Arrange(double width, double shift)
 {
     m_forgivenShift += shift - m_shift;
+    m_width = width;
     m_shift = shift;
     Rebuild();
 }
@@ -38,7 +42,6 @@ void CFollowedLine::SetShift(double shift)
 void CFollowedLine::Follow(EFollow follow, const Point& place)
 {
     m_follow = follow;
-    m_forgivenShift = 0.0;
     const bool nearest = m_base && m_repeats && follow == EFollow::NearestPass;
     Take(nearest ? static_cast<int>(std::lround(PassesAside(place))) : 0);
     MoveTo(place, false);
@@ -46,37 +49,53 @@ void CFollowedLine::Follow(EFollow follow, const Point& place)
 
 double CFollowedLine::PassesAside(const Point& place) const
 {
-    const double aside = m_base->Project(place).crossTrack - m_shift + m_forgivenShift;
+    const double aside = m_base->Project(place).crossTrack - m_shift;
     return std::clamp(aside, -kFarthestPass, kFarthestPass) / m_width;
+}
+
+void CFollowedLine::ChooseNearest(const Point& place)
+{
+    const double passes = PassesAside(place);
+    const double driven = passes + m_forgivenShift / m_width - m_pass;
+    if (std::abs(driven) > 0.5 + kPassHysteresis)
+        Take(static_cast<int>(std::lround(passes)));
 }
 
 void CFollowedLine::MoveTo(const Point& place, bool mayChangePass)
 {
     if (!m_base)
         return;
-    if (mayChangePass && m_repeats && m_follow == EFollow::NearestPass) {
-        const double passes = PassesAside(place);
-        if (std::abs(passes - m_pass) > 0.5 + kPassHysteresis)
-            Take(static_cast<int>(std::lround(passes)));
-    }
-    if (m_shape) {
-        const bool tracked = !mayChangePass && m_tracked;
-        m_position =
-            tracked ? m_shape->ProjectNear(place, m_position.station) : m_shape->Project(place);
-        m_tracked = true;
-    }
+    if (mayChangePass && m_repeats && m_follow == EFollow::NearestPass)
+        ChooseNearest(place);
+    if (!m_shape)
+        return;
+    const bool tracked = !mayChangePass && m_tracked;
+    m_position =
+        tracked ? m_shape->ProjectNear(place, m_position.station) : m_shape->Project(place);
+    m_baseStation = m_shape->StationOnBase(m_position.station);
+    m_tracked = true;
+    // The machine has followed the line to where it has moved: from here its own movement counts.
+    if (std::abs(m_position.crossTrack) <= m_width / 2.0)
+        m_forgivenShift = 0.0;
 }
 
 void CFollowedLine::Take(int pass)
 {
     m_pass = pass;
     m_forgivenShift = 0.0;
+    m_tracked = false;
     Rebuild();
 }
 
 void CFollowedLine::Rebuild()
 {
     const double offset = m_pass * m_width + m_shift;
+    if (m_base == m_shapeBase && (offset == m_shapeOffset || !m_base))
+        return;
     m_shape = m_base && offset != 0.0 ? m_base->Parallel(offset) : m_base;
-    m_tracked = false;
+    m_shapeBase = m_base;
+    m_shapeOffset = offset;
+    ++m_revision;
+    if (m_shape)
+        m_position.station = m_shape->StationFromBase(m_baseStation);
 }

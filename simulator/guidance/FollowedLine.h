@@ -16,18 +16,22 @@ enum class EFollow
 /// A change of the shift moves the line but never changes the pass, however large it is: only the
 /// machine's own movement does. So the line found by an offset of more than half a width is the
 /// pass that was there before, at its new place.
+///
+/// While the pass may not change, the machine stays on its branch of a line that crosses itself,
+/// also when the line moves or is reshaped.
 class CFollowedLine
 {
 public:
     /// Replaces the line; null for none. Follows the line itself.
     /// @param repeats whether there are passes beside it.
     void SetBase(LineShapePtr base, bool repeats);
+    /// Takes another shape of the same line, such as one that is smoothed otherwise: pass and shift
+    /// stay, and so does the machine's place along the line.
+    void Reshape(LineShapePtr base);
     const CLineShape* Base() const { return m_base.get(); }
 
-    /// The distance of the passes, metres.
-    void SetWidth(double width);
-    /// Metres to the right.
-    void SetShift(double shift);
+    /// Sets the distance of the passes and how far the line is shifted to the right, metres.
+    void Arrange(double width, double shift);
 
     /// Starts to follow the pass nearest to `place`, or the line itself.
     void Follow(EFollow follow, const Point& place);
@@ -43,10 +47,13 @@ public:
     const CLineShape* Shape() const { return m_shape.get(); }
     /// Where the machine is relative to Shape(), which is not null.
     const Projection& Position() const { return m_position; }
+    /// Changes whenever Shape() does.
+    int Revision() const { return m_revision; }
 
 private:
-    /// In widths from the line itself, shift and all that keeps the pass taken into account.
+    /// In widths from the line itself, at its present place.
     double PassesAside(const Point& place) const;
+    void ChooseNearest(const Point& place);
     void Take(int pass);
     void Rebuild();
 
@@ -57,9 +64,13 @@ private:
     bool m_repeats = false;
     double m_width = 3.0;
     double m_shift = 0.0;
-    double m_forgivenShift = 0.0; ///< by which the line has moved since the pass was chosen
+    double m_forgivenShift = 0.0; ///< by which the line has moved since the machine was at its pass
     int m_pass = 0;
-    bool m_tracked = false; ///< m_position belongs to m_shape
+    LineShapePtr m_shapeBase;   ///< what m_shape has been made from
+    double m_shapeOffset = 0.0; ///< and how far aside
+    double m_baseStation = 0.0; ///< of the machine, along m_base
+    bool m_tracked = false;     ///< m_baseStation belongs to the present pass of the present line
+    int m_revision = 0;
 };
 
 #endif

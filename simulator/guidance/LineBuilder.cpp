@@ -7,6 +7,7 @@
 
 #include "simulator/guidance/CurvePoints.h"
 #include "simulator/guidance/CurveShape.h"
+#include "simulator/guidance/ParabolaSmoothing.h"
 #include "simulator/guidance/SimpleShapes.h"
 
 namespace {

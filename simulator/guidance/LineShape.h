@@ -57,6 +57,12 @@ public:
     /// The parallel line `offset` metres to the right; null when nothing is left of it, such as far
     /// inside of a bend.
     virtual LineShapePtr Parallel(double offset) const = 0;
+    /// Of a line that Parallel() made: the station of the place that lies beside `station` of the
+    /// line that it is parallel to. Exact to a metre or so, as a hint for ProjectNear() needs it.
+    /// Any other line answers the station itself.
+    virtual double StationFromBase(double station) const { return station; }
+    /// The reverse of StationFromBase().
+    virtual double StationOnBase(double station) const { return station; }
 };
 
 #endif

@@ -22,6 +22,9 @@ struct TuningLimits
     double lowest = 0.0;
     double start = 0.0;
     double highest = 0.0;
+
+    /// The three in rising order.
+    std::array<double, 3> Values() const { return {lowest, start, highest}; }
 };
 
 /// The four tuning parameters with their limits. A value always lies in its limits.

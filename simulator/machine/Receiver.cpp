@@ -28,9 +28,13 @@ CReceiver::CReceiver(EReceiver receiver, std::uint64_t seed, double sampleSecond
 
 Pose CReceiver::Measure(const Pose& truePose)
 {
-    const double east = m_eastDrift.Next(m_random) + m_accuracy.white * m_random.Gaussian();
-    const double north = m_northDrift.Next(m_random) + m_accuracy.white * m_random.Gaussian();
+    // A statement a draw: within one, the compiler could choose their order.
+    const double eastDrift = m_eastDrift.Next(m_random);
+    const double eastNoise = m_accuracy.white * m_random.Gaussian();
+    const double northDrift = m_northDrift.Next(m_random);
+    const double northNoise = m_accuracy.white * m_random.Gaussian();
     const double turn = m_accuracy.heading * m_random.Gaussian();
-    return {{truePose.position.x + east, truePose.position.y + north},
+    return {{truePose.position.x + eastDrift + eastNoise,
+             truePose.position.y + northDrift + northNoise},
             NormaliseHeading(truePose.heading + turn)};
 }

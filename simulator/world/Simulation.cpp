@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
 #include <utility>
 
 #include "simulator/guidance/LineBuilder.h"
@@ -19,6 +20,12 @@ bool Repeats(ELineKind kind)
     return kind != ELineKind::Recorded;
 }
 
+/// Whether a line is smoothed by the curve filter.
+bool IsDriven(ELineKind kind)
+{
+    return kind == ELineKind::Curve || kind == ELineKind::Recorded;
+}
+
 } // namespace
 
 CSimulation::State::State(const SimulationOptions& startOptions)
@@ -29,7 +36,7 @@ CSimulation::State::State(const SimulationOptions& startOptions)
       estimator(AccuracyOf(options.receiver))
 {
     settings.speedSetPoint = options.speed;
-    line.SetWidth(settings.implementWidth);
+    ArrangeLine();
     measured = receiver.Measure(machine.TruePose());
     estimator.Correct(measured);
 }
@@ -50,10 +57,15 @@ double CSimulation::State::CountedImplementOffset() const
     return counts ? settings.implementOffset : 0.0;
 }
 
+void CSimulation::State::ArrangeLine()
+{
+    line.Arrange(settings.implementWidth,
+                 settings.nudge + settings.fieldOffset + CountedImplementOffset());
+}
+
 void CSimulation::State::ShiftLine()
 {
-    line.SetWidth(settings.implementWidth);
-    line.SetShift(settings.nudge + settings.fieldOffset + CountedImplementOffset());
+    ArrangeLine();
     LocateOnLine();
 }
 
@@ -74,12 +86,27 @@ COutcome CSimulation::State::BuildFrom(const LineDefinition& newLine)
     const EFollow follow = line.Following();
     definition = newLine;
     line.SetBase(std::move(built.shape), Repeats(newLine.kind));
-    line.SetShift(settings.nudge + settings.fieldOffset + CountedImplementOffset());
+    ArrangeLine();
     line.Follow(navigationActive ? follow : EFollow::LineItself, ControlPose().position);
     if (line.Shape()) {
         const double lineHeading = line.Position().foot.heading;
         facesAgainst = std::abs(NormaliseTurn(ControlPose().heading - lineHeading)) > kPi / 2.0;
     }
+    return COutcome::Done();
+}
+
+COutcome CSimulation::State::Smooth(int filterSize)
+{
+    if (line.Base() != nullptr && IsDriven(definition.kind)) {
+        BuiltLine built = BuildLine(definition, filterSize);
+        if (!built.shape) {
+            return COutcome::Refused("smoothed over " + std::to_string(filterSize) + " points, " +
+                                     built.reason);
+        }
+        line.Reshape(std::move(built.shape));
+        LocateOnLine();
+    }
+    settings.curveFilterSize = filterSize;
     return COutcome::Done();
 }
 

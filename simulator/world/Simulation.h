@@ -153,12 +153,14 @@ public:
     /// 0.2 s and 10 s.
     COutcome SetLookAheadTime(double seconds);
     double LookAheadTime() const;
-    /// Over how many driven points a curve is smoothed; a curve that is set is smoothed anew.
-    /// Refused unless within 1 and 1001.
+    /// Over how many driven points a curve is smoothed; a curve that is set is smoothed anew, and
+    /// the machine keeps its pass of it. Refused unless within 1 and 1001, and when the set curve
+    /// would be none any more.
     COutcome SetCurveFilterSize(int points);
     int CurveFilterSize() const;
     /// Puts every setting (conditions, offsets, width, tuning and its limits, speed set point,
-    /// look-ahead time, filter size) back to its start value. Navigation goes on.
+    /// look-ahead time, filter size) back to its start value. Navigation goes on. A curve that
+    /// would be none when smoothed by the start value stays as it is.
     void RestoreSettings();
 
     // Positions from outside.
@@ -185,6 +187,9 @@ public:
     /// Points of the followed pass every 2 m, from 50 m behind to 150 m ahead of the machine in the
     /// direction driven; fewer where the line ends, once round for a circle, none without a line.
     std::vector<Point> FollowedPoints() const;
+    /// Changes whenever another pass is followed, and whenever the followed one gets another place
+    /// or shape.
+    int FollowedPassRevision() const;
     /// The point of the followed pass that the machine aims at; nothing without a line.
     std::optional<Point> AimPoint() const;
 

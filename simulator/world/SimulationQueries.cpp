@@ -130,6 +130,11 @@ std::vector<Point> CSimulation::FollowedPoints() const
     return points;
 }
 
+int CSimulation::FollowedPassRevision() const
+{
+    return m_state->line.Revision();
+}
+
 std::optional<Point> CSimulation::AimPoint() const
 {
     const CLineShape* shape = m_state->line.Shape();

@@ -184,13 +184,9 @@ double CSimulation::LookAheadTime() const
 
 COutcome CSimulation::SetCurveFilterSize(int points)
 {
-    const int before = m_state->settings.curveFilterSize;
-    COutcome outcome = Set(m_state->settings.curveFilterSize, kFilter, points);
-    const ELineKind kind = m_state->definition.kind;
-    const bool driven = kind == ELineKind::Curve || kind == ELineKind::Recorded;
-    if (!outcome || !HasLine() || !driven || points == before)
-        return outcome;
-    return m_state->BuildFrom(LineDefinition(m_state->definition));
+    int size = CurveFilterSize();
+    COutcome outcome = Set(size, kFilter, points);
+    return outcome && size != CurveFilterSize() ? m_state->Smooth(size) : outcome;
 }
 
 int CSimulation::CurveFilterSize() const
@@ -201,6 +197,7 @@ int CSimulation::CurveFilterSize() const
 void CSimulation::RestoreSettings()
 {
     const SimulationSettings start;
+    // A line that this would leave nothing of stays smoothed as it is.
     SetCurveFilterSize(start.curveFilterSize);
     m_state->settings = start;
     m_state->settings.speedSetPoint = m_state->options.speed;

@@ -33,10 +33,15 @@ struct CSimulation::State
     void Control();
     // Takes the machine's present pose and all settings over into where it is on the line.
     void LocateOnLine();
-    // Takes the settings that shape the line over.
+    // Takes the settings that place the line over.
+    void ArrangeLine();
+    // The same, and takes in where that leaves the machine.
     void ShiftLine();
     // Makes the line from its definition. Returns false, changing nothing, when it makes none.
     COutcome BuildFrom(const LineDefinition& line);
+    // Takes a curve filter size over, for the present line too. Refused, changing nothing, when it
+    // would leave no line.
+    COutcome Smooth(int filterSize);
 
     double ControlSpeed() const;
     Pose ControlPose() const;

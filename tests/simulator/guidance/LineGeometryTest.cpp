@@ -1,12 +1,18 @@
 // The shapes of lines, and where a machine is relative to them.
 
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <numeric>
+#include <random>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "simulator/guidance/CurvePoints.h"
 #include "simulator/guidance/LineBuilder.h"
+#include "simulator/guidance/ParabolaSmoothing.h"
 #include "tests/simulator/guidance/Drives.h"
 
 namespace {
@@ -155,6 +161,80 @@ TEST(Smoothing, LeavesAFewPointsAlone)
 {
     const std::vector<Point> points{{0.0, 0.0}, {1.0, 5.0}, {0.0, 9.0}};
     EXPECT_EQ(points, SmoothedByParabolas(points, 99));
+}
+
+/// The same value as SmoothedByParabolas(), each parabola on its own, by orthogonal polynomials.
+Point OnOwnParabola(const std::vector<Point>& points, std::size_t at, std::size_t reach)
+{
+    const std::size_t first = std::min(at < reach ? 0 : at - reach, points.size() - 4);
+    const std::size_t last = std::max<std::size_t>(std::min(points.size() - 1, at + reach), 3);
+    std::array<std::vector<double>, 3> basis;
+    double station = 0.0;
+    double stationAt = 0.0;
+    for (std::size_t i = first; i <= last; ++i) {
+        station += i == first ? 0.0 : Distance(points[i - 1], points[i]);
+        stationAt = i == at ? station : stationAt;
+        basis[0].push_back(1.0);
+        basis[1].push_back(station);
+        basis[2].push_back(station * station);
+    }
+    std::array<double, 3> values{1.0, stationAt, stationAt * stationAt};
+    Point smoothed;
+    for (std::size_t k = 0; k < 3; ++k) {
+        const auto dot = [&](const auto& other) {
+            return std::inner_product(basis[k].begin(), basis[k].end(), other.begin(), 0.0);
+        };
+        for (std::size_t lower = 0; lower < k; ++lower) {
+            const double share =
+                dot(basis[lower]) / std::inner_product(basis[lower].begin(), basis[lower].end(),
+                                                       basis[lower].begin(), 0.0);
+            for (std::size_t i = 0; i < basis[k].size(); ++i)
+                basis[k][i] -= share * basis[lower][i];
+            values[k] -= share * values[lower];
+        }
+        double x = 0.0;
+        double y = 0.0;
+        for (std::size_t i = 0; i < basis[k].size(); ++i) {
+            x += basis[k][i] * points[first + i].x;
+            y += basis[k][i] * points[first + i].y;
+        }
+        smoothed.x += values[k] * x / dot(basis[k]);
+        smoothed.y += values[k] * y / dot(basis[k]);
+    }
+    return smoothed;
+}
+
+/// A noisy drive at uneven distances, which also leaps far away and back.
+std::vector<Point> UnevenDrive(std::size_t count, const Point& start)
+{
+    std::mt19937 random(1);
+    const auto share = [&random] { return static_cast<double>(random() % 1000) / 1000.0; };
+    std::vector<Point> points;
+    Pose pose{start, 0.0};
+    for (std::size_t i = 0; i < count; ++i) {
+        pose.position =
+            Moved(pose.position, pose.heading, 0.1 + share() * (i % 200 == 99 ? 1e4 : 2.0), 0.0);
+        pose.heading += share() - 0.5;
+        points.push_back(pose.position);
+    }
+    return points;
+}
+
+TEST(Smoothing, PutsEachPointOnTheParabolaOfItsOwnWindow)
+{
+    for (const std::size_t count : {4U, 5U, 11U, 12U, 500U}) {
+        for (const int window : {4, 5, 10, 11, 101, 1001}) {
+            const std::vector<Point> points = UnevenDrive(count, {4e5, -3e5});
+            const std::vector<Point> smoothed = SmoothedByParabolas(points, window);
+            ASSERT_EQ(count, smoothed.size());
+            for (std::size_t i = 0; i < count; ++i) {
+                const Point expected =
+                    OnOwnParabola(points, i, static_cast<std::size_t>(window) / 2);
+                ASSERT_NEAR(0.0, Distance(expected, smoothed[i]), 1e-4)
+                    << "point " << i << " of " << count << ", window " << window;
+            }
+        }
+    }
 }
 
 struct BadLine

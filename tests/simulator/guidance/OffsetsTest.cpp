@@ -1,6 +1,8 @@
 // Passes and the offsets that move them.
 
 #include <cmath>
+#include <functional>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -175,6 +177,54 @@ TEST(Offsets, SteppedByLittleCarryTheEngagedMachineBeyondHalfAWidth)
     EXPECT_NEAR(5.4, simulation.TruePose().position.x, 0.02);
 }
 
+TEST(Offsets, SteppedByLittleKeepThePassWhenTheOperatorTakesOver)
+{
+    SimulationOptions options = StandingAt(0.0);
+    options.speed = 2.0;
+    CSimulation simulation(options);
+    FollowNearest(simulation);
+    ASSERT_TRUE(simulation.Engage());
+    for (int nudge = 1; nudge <= 3; ++nudge) {
+        simulation.SetNudge(0.7 * nudge);
+        DrivenOn(simulation, 15.0);
+    }
+
+    simulation.Disengage();
+
+    for (int step = 0; step < 3 * CSimulation::kStepsPerControl; ++step) {
+        simulation.Step();
+        EXPECT_EQ(0, simulation.Status().pass) << step;
+        EXPECT_NEAR(0.0, simulation.Status().crossTrackError, 0.02) << step;
+        EXPECT_TRUE(simulation.WhyNotEngaged().empty()) << step;
+    }
+}
+
+TEST(Offsets, OfMoreThanHalfAWidthEndWithTheNearestPassOnceTheMachineDrivesAcross)
+{
+    struct Row
+    {
+        double offset;
+        std::vector<int> passes;
+    };
+    for (const Row& row : {Row{-2.0, {0, 1, 2}}, Row{2.0, {0, 1}}}) {
+        SimulationOptions options = StandingAt(0.0);
+        options.speed = 2.0;
+        options.startPose.heading = Radians(90.0);
+        CSimulation simulation(options);
+        FollowNearest(simulation);
+        simulation.SetFieldOffset(row.offset);
+        std::vector<int> passes{simulation.Status().pass};
+
+        while (simulation.TruePose().position.x < 4.0) {
+            simulation.Step();
+            if (simulation.Status().pass != passes.back())
+                passes.push_back(simulation.Status().pass);
+        }
+
+        EXPECT_EQ(row.passes, passes) << row.offset;
+    }
+}
+
 TEST(Offsets, MoveTheLineAtOnceWhileEngaged)
 {
     SimulationOptions options = StandingAt(0.0);
@@ -202,6 +252,113 @@ TEST(Offsets, OfTheImplementPutTheImplementOnThePass)
     EXPECT_NEAR(0.4, simulation->TruePose().position.x, 0.01);
     EXPECT_NEAR(0.0, simulation->TrueImplementPoint().x, 0.01);
     EXPECT_NEAR(0.0, simulation->TrueImplementCrossTrackError(), 0.01);
+}
+
+/// Northward to 30 m, three quarters round to the right, and back westward across itself at 10 m.
+std::vector<Point> CrossingItself()
+{
+    std::vector<Point> points;
+    for (double y = -40.0; y < 30.0; y += 1.0)
+        points.push_back({0.0, y});
+    for (int degrees = 0; degrees < 270; degrees += 3)
+        points.push_back(Moved({20.0, 30.0}, Radians(degrees - 90.0), 20.0, 0.0));
+    for (double x = 20.0; x >= -40.0; x -= 1.0)
+        points.push_back({x, 10.0});
+    return points;
+}
+
+/// A setting that gives the line another shape or place.
+struct Reshaping
+{
+    const char* name;
+    std::function<COutcome(CSimulation&)> change;
+};
+
+TEST(Offsets, KeepTheEngagedMachineOnItsBranchWhereTheLineCrossesItself)
+{
+    for (const Reshaping& row : std::vector<Reshaping>{
+             {"nudge", [](auto& simulation) { return simulation.SetNudge(0.4); }},
+             {"field offset", [](auto& simulation) { return simulation.SetFieldOffset(0.4); }},
+             {"implement offset",
+              [](auto& simulation) { return simulation.SetImplementOffset(0.4); }},
+             {"width", [](auto& simulation) { return simulation.SetImplementWidth(3.4); }},
+             {"filter", [](auto& simulation) { return simulation.SetCurveFilterSize(7); }}}) {
+        SimulationOptions options = StandingAt(3.0);
+        options.speed = 2.0;
+        CSimulation simulation(options);
+        FollowNearest(simulation);
+        ASSERT_TRUE(simulation.SetLine(CurveLine(CrossingItself())));
+        ASSERT_EQ(1, simulation.Status().pass);
+        ASSERT_TRUE(simulation.Engage());
+        // The other branch's pass runs westward at 13 m.
+        while (simulation.TruePose().position.y < 13.2)
+            simulation.Step();
+
+        EXPECT_TRUE(row.change(simulation)) << row.name;
+
+        EXPECT_EQ(1, simulation.Status().pass) << row.name;
+        EXPECT_NEAR(1.0, simulation.RightOfLine()->x, 0.01) << row.name;
+        DrivenOn(simulation, 3.0);
+        EXPECT_TRUE(simulation.Engaged()) << row.name << ": " << simulation.DropReason();
+        EXPECT_NEAR(1.0, simulation.RightOfLine()->x, 0.01) << row.name;
+    }
+}
+
+TEST(CurveFilter, ChangesASetCurveAndKeepsItsPass)
+{
+    std::vector<Point> wavy;
+    for (int i = 0; i <= 100; ++i)
+        wavy.push_back({i % 2 == 0 ? 0.1 : -0.1, i - 50.0});
+    CSimulation simulation(StandingAt(3.0));
+    simulation.SetCurveFilterSize(1);
+    FollowNearest(simulation);
+    simulation.SetLine(CurveLine(wavy));
+    simulation.SetFieldOffset(1.8);
+    ASSERT_EQ(1, simulation.Status().pass);
+    const double length = simulation.LineLength();
+
+    EXPECT_TRUE(simulation.SetCurveFilterSize(21));
+
+    EXPECT_LT(simulation.LineLength(), length - 1.0);
+    EXPECT_EQ(1, simulation.Status().pass);
+    EXPECT_NEAR(-1.8, simulation.Status().crossTrackError, 0.05);
+}
+
+/// A drive to and fro that is no curve any more once it is smoothed.
+LineDefinition ToAndFro()
+{
+    std::vector<Point> points;
+    for (int i = 0; i < 8; ++i)
+        points.push_back({i % 2 == 0 ? 0.3 : -0.3, 0.01 * i});
+    return CurveLine(points);
+}
+
+TEST(CurveFilter, IsNotChangedToWhatWouldLeaveNoLine)
+{
+    CSimulation simulation(StandingAt(0.0));
+    simulation.SetCurveFilterSize(1);
+    ASSERT_TRUE(simulation.SetLine(ToAndFro()));
+    const double length = simulation.LineLength();
+
+    const COutcome outcome = simulation.SetCurveFilterSize(21);
+
+    EXPECT_FALSE(outcome);
+    EXPECT_NE(std::string::npos, outcome.Reason().find("21 points")) << outcome.Reason();
+    EXPECT_EQ(1, simulation.CurveFilterSize());
+    EXPECT_EQ(length, simulation.LineLength());
+}
+
+TEST(CurveFilter, GoesBackToItsStartValueWhateverTheLine)
+{
+    CSimulation simulation(StandingAt(0.0));
+    simulation.SetCurveFilterSize(1);
+    ASSERT_TRUE(simulation.SetLine(ToAndFro()));
+    const double length = simulation.LineLength();
+
+    simulation.RestoreSettings();
+
+    EXPECT_EQ(11, simulation.CurveFilterSize());
+    EXPECT_EQ(length, simulation.LineLength());
 }
 
 TEST(Offsets, BeyondWhatIsPossibleChangeNothing)
