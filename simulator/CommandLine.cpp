@@ -22,6 +22,33 @@ const Choices<EReceiver> kReceivers{
     {"ideal", EReceiver::Ideal}, {"rtk", EReceiver::Rtk}, {"sbas", EReceiver::Sbas}};
 const Choices<EGround> kGrounds{{"firm", EGround::Firm}, {"field", EGround::Field}};
 
+std::string NotAllowed(const std::string& word, const std::string& allowed)
+{
+    return "\"" + Printable(word) + "\" is not allowed, allowed is " + allowed;
+}
+
+/// Checks that a word is one of a few.
+template <typename Value>
+CLI::Validator OneOf(const Choices<Value>& choices)
+{
+    const auto check = [&choices](const std::string& word) {
+        if (choices.count(word) != 0)
+            return std::string();
+        std::string allowed;
+        for (const auto& choice : choices)
+            allowed += (allowed.empty() ? "" : ", ") + choice.first;
+        return NotAllowed(word, allowed);
+    };
+    return CLI::Validator(check, "");
+}
+
+/// Checks that the name of a file is there.
+const CLI::Validator kFileName(
+    [](const std::string& word) {
+        return word.empty() ? NotAllowed(word, "the name of a file") : std::string();
+    },
+    "");
+
 /// An option whose value is one of a few words.
 template <typename Value>
 void AddChoice(CLI::App& app, const char* name, Value& value, const Choices<Value>& choices,
@@ -29,7 +56,7 @@ void AddChoice(CLI::App& app, const char* name, Value& value, const Choices<Valu
 {
     app.add_option_function<std::string>(
            name, [&value, &choices](const std::string& word) { value = choices.at(word); }, help)
-        ->check(CLI::IsMember(choices).description(""))
+        ->check(OneOf(choices))
         ->type_name("WORD")
         ->default_str(defaultWord);
 }
@@ -43,11 +70,11 @@ CLI::Validator Within(Number lowest, Number highest)
         Number value{};
         if (CLI::detail::lexical_cast(word, value) && value >= lowest && value <= highest)
             return std::string();
-        char text[240];
-        std::snprintf(text, sizeof text, "\"%.80s\" is not allowed, allowed is %.15g to %.15g%s",
-                      word.c_str(), static_cast<double>(lowest), static_cast<double>(highest),
+        char allowed[80];
+        std::snprintf(allowed, sizeof allowed, "%.15g to %.15g%s", static_cast<double>(lowest),
+                      static_cast<double>(highest),
                       std::is_integral_v<Number> ? " without a fraction" : "");
-        return std::string(text);
+        return NotAllowed(word, allowed);
     };
     return CLI::Validator(check, "");
 }
@@ -73,8 +100,10 @@ void AddServiceOptions(CLI::App& app, ProgramOptions& options)
         ->capture_default_str();
     app.add_option("--state", options.stateFile,
                    "File that keeps settings over a restart; made when it is not there")
+        ->check(kFileName)
         ->type_name("FILE");
     app.add_option("--track", options.trackFile, "Write the drive to a file as CSV")
+        ->check(kFileName)
         ->type_name("FILE");
     AddChoice(app, "--log-level", options.logLevel, kLogLevels, "warning",
               "What is written to standard error: error, warning, info or debug");

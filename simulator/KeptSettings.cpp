@@ -1,5 +1,7 @@
 #include "simulator/KeptSettings.h"
 
+#include <cstddef>
+#include <sstream>
 #include <utility>
 
 #include "simulator/world/Simulation.h"
@@ -30,27 +32,64 @@ constexpr std::array<KeptNumber, 2> kNumbers{
     {{KeptSettingsC::kLowSpeedEngageTimeout, &CSimulation::SetLowSpeedTimeout},
      {KeptSettingsC::kLookAheadTime, &CSimulation::SetLookAheadTime}}};
 
-COutcome Apply(CSimulation& simulation, const std::string& name, double value)
+std::string TextOf(double value)
 {
-    for (const KeptSwitch& entry : kSwitches) {
-        if (name != entry.name)
-            continue;
-        if (value != 0.0 && value != 1.0) {
-            return COutcome::Refused(std::to_string(value) +
-                                     " is no switch, allowed is true or false");
-        }
-        (simulation.*entry.set)(value != 0.0);
-        return COutcome::Done();
+    std::ostringstream text;
+    text << value;
+    return text.str();
+}
+
+COutcome SetTuning(CTuning& tuning, ETuning parameter, double value)
+{
+    const TuningLimits limits = tuning.Limits(parameter);
+    if (value < limits.lowest || value > limits.highest) {
+        return COutcome::Refused(TextOf(value) + " is not within its limits " +
+                                 TextOf(limits.lowest) + " and " + TextOf(limits.highest));
     }
+    return tuning.Set(parameter, value);
+}
+
+/// Whether a name is that of a tuning parameter's limit.
+bool IsLimit(const std::string& name)
+{
+    for (const std::string parameter : KeptSettingsC::kTuning) {
+        for (const char* limit : KeptSettingsC::kLimits) {
+            if (name == parameter + limit)
+                return true;
+        }
+    }
+    return false;
+}
+
+COutcome ApplyNumber(CSimulation& simulation, const std::string& name, double value)
+{
     for (const KeptNumber& entry : kNumbers) {
         if (name == entry.name)
             return (simulation.*entry.set)(value);
     }
     for (int number = 0; number < kTuningParameters; ++number) {
         if (name == KeptSettingsC::kTuning[static_cast<std::size_t>(number)])
-            return simulation.Tuning().Set(static_cast<ETuning>(number), value);
+            return SetTuning(simulation.Tuning(), static_cast<ETuning>(number), value);
     }
-    return COutcome::Refused("there is no such setting");
+    return IsLimit(name) ? COutcome::Done() : COutcome::Refused("there is no such setting");
+}
+
+COutcome Apply(CSimulation& simulation, const std::string& name, const KeptValue& value)
+{
+    const double* number = std::get_if<double>(&value);
+    for (const KeptSwitch& entry : kSwitches) {
+        if (name != entry.name)
+            continue;
+        if (number != nullptr)
+            return COutcome::Refused(TextOf(*number) + " is no switch, allowed is true or false");
+        (simulation.*entry.set)(std::get<bool>(value));
+        return COutcome::Done();
+    }
+    if (number == nullptr) {
+        return COutcome::Refused(std::string(std::get<bool>(value) ? "true" : "false") +
+                                 " is no number");
+    }
+    return ApplyNumber(simulation, name, *number);
 }
 
 } // namespace
@@ -60,7 +99,7 @@ KeptSettingsC::KeptSettingsC(KeptValues values, KeepSink sink)
 {
 }
 
-void KeptSettingsC::Keep(const char* name, double value, bool asked)
+void KeptSettingsC::Keep(const char* name, KeptValue value, bool asked)
 {
     if (!asked)
         return;
@@ -69,12 +108,51 @@ void KeptSettingsC::Keep(const char* name, double value, bool asked)
         m_sink(m_values);
 }
 
+void KeptSettingsC::KeepTuning(ETuning parameter, const CTuning& tuning, bool asked)
+{
+    if (!asked)
+        return;
+    const std::string name = kTuning[static_cast<std::size_t>(parameter)];
+    const std::array<double, 3> limits = tuning.Limits(parameter).Values();
+    const bool ofTheStart = limits == CTuning().Limits(parameter).Values();
+    for (std::size_t i = 0; i < limits.size(); ++i) {
+        if (ofTheStart)
+            m_values.erase(name + kLimits[i]);
+        else
+            m_values[name + kLimits[i]] = limits[i];
+    }
+    Keep(name.c_str(), tuning.Get(parameter), asked);
+}
+
 COutcome KeptSettingsC::ApplyTo(CSimulation& simulation) const
 {
+    // The limits first, which the values must lie in.
+    const COutcome limited = ApplyLimits(simulation);
+    if (!limited)
+        return limited;
     for (const auto& [name, value] : m_values) {
         const COutcome outcome = Apply(simulation, name, value);
         if (!outcome)
             return COutcome::Refused("\"" + name + "\": " + outcome.Reason());
+    }
+    return COutcome::Done();
+}
+
+COutcome KeptSettingsC::ApplyLimits(CSimulation& simulation) const
+{
+    CTuning& tuning = simulation.Tuning();
+    for (int number = 0; number < kTuningParameters; ++number) {
+        const std::string name = kTuning[static_cast<std::size_t>(number)];
+        const auto parameter = static_cast<ETuning>(number);
+        std::array<double, 3> limits = tuning.Limits(parameter).Values();
+        for (std::size_t i = 0; i < limits.size(); ++i) {
+            const auto found = m_values.find(name + kLimits[i]);
+            if (found != m_values.end() && std::holds_alternative<double>(found->second))
+                limits[i] = std::get<double>(found->second);
+        }
+        const COutcome outcome = tuning.SetLimits(parameter, {limits[0], limits[1], limits[2]});
+        if (!outcome)
+            return COutcome::Refused("the limits of \"" + name + "\": " + outcome.Reason());
     }
     return COutcome::Done();
 }

@@ -17,7 +17,8 @@ using KeepSink = std::function<void(const KeptValues&)>;
 /// The settings that clients asked to keep over a restart.
 ///
 /// What is kept of a setting is the value of the last change that asked for it: a later change that
-/// does not ask leaves the kept value alone.
+/// does not ask leaves the kept value alone. With a tuning parameter's value go the limits that it
+/// was set in, unless they are those of the start.
 /// Thread safety: none.
 class KeptSettingsC
 {
@@ -30,13 +31,17 @@ public:
     /// The names of the tuning parameters, by number.
     static constexpr std::array<const char*, kTuningParameters> kTuning{
         "sensitivity", "aggressiveness", "overshoot", "speed_adjust"};
+    /// What follows such a name for its limits: lowest, start value, highest.
+    static constexpr std::array<const char*, 3> kLimits{"_lowest", "_start", "_highest"};
 
     /// @param values those kept by an earlier run.
     /// @param sink called at once with every change; may be empty.
     KeptSettingsC(KeptValues values, KeepSink sink);
 
     /// Keeps a value, when a client asks for it.
-    void Keep(const char* name, double value, bool asked);
+    void Keep(const char* name, KeptValue value, bool asked);
+    /// Keeps the present value of a tuning parameter, when a client asks for it.
+    void KeepTuning(ETuning parameter, const CTuning& tuning, bool asked);
 
     /// Gives a simulation's settings the kept values.
     ///
@@ -44,6 +49,8 @@ public:
     COutcome ApplyTo(CSimulation& simulation) const;
 
 private:
+    COutcome ApplyLimits(CSimulation& simulation) const;
+
     KeptValues m_values;
     KeepSink m_sink;
 };

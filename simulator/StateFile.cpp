@@ -25,7 +25,11 @@ std::string ReasonOf(int error)
 class FileC
 {
 public:
-    FileC(const std::string& path, int flags) : m_descriptor(::open(path.c_str(), flags, 0644)) {}
+    // Not blocking, or a pipe without a reader would hold up the program.
+    FileC(const std::string& path, int flags)
+        : m_descriptor(::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0644))
+    {
+    }
     ~FileC()
     {
         if (m_descriptor >= 0)
@@ -62,11 +66,16 @@ std::string Resolved(const std::string& path)
     return error ? path : resolved.string();
 }
 
+/// What a file is that should be a regular one; empty when it is, or is not there.
+std::string NoRegularFile(const std::filesystem::file_status& status)
+{
+    if (!std::filesystem::exists(status) || std::filesystem::is_regular_file(status))
+        return {};
+    return std::filesystem::is_directory(status) ? "it is a directory" : "it is no regular file";
+}
+
 std::string ReadWhole(const std::string& path, std::string& text)
 {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error))
-        return "it is a directory";
     errno = 0;
     std::ifstream file(path, std::ios::binary);
     std::ostringstream content;
@@ -86,7 +95,7 @@ std::string Parse(const std::string& text, KeptValues& values)
     KeptValues found;
     for (const auto& entry : document[kSettingsKey].items()) {
         if (entry.value().is_boolean()) {
-            found[entry.key()] = entry.value().get<bool>() ? 1.0 : 0.0;
+            found[entry.key()] = entry.value().get<bool>();
         } else if (entry.value().is_number()) {
             found[entry.key()] = entry.value().get<double>();
         } else {
@@ -98,9 +107,38 @@ std::string Parse(const std::string& text, KeptValues& values)
     return {};
 }
 
+std::string Document(const KeptValues& values)
+{
+    nlohmann::json settings = nlohmann::json::object();
+    for (const auto& [name, value] : values)
+        std::visit([&entry = settings[name]](auto plain) { entry = plain; }, value);
+    return nlohmann::json{{kSettingsKey, settings}}.dump(2) + "\n";
+}
+
 } // namespace
 
 StateFileC::StateFileC(const std::string& path) : m_path(Resolved(path)) {}
+
+std::string StateFileC::Directory() const
+{
+    const std::string directory = std::filesystem::path(m_path).parent_path().string();
+    return directory.empty() ? "." : directory;
+}
+
+std::string StateFileC::Check() const
+{
+    const std::string useless = "cannot use the state file " + m_path + ": ";
+    std::error_code error;
+    const std::string problem = NoRegularFile(std::filesystem::status(m_path, error));
+    if (!problem.empty())
+        return useless + problem;
+    if (::access(Directory().c_str(), W_OK | X_OK) != 0)
+        return useless + "files cannot be made in " + Directory() + ": " + ReasonOf(errno);
+    const auto temporary = std::filesystem::symlink_status(TemporaryFile(), error);
+    if (!NoRegularFile(temporary).empty())
+        return useless + TemporaryFile() + ", which it needs for itself, is no regular file";
+    return {};
+}
 
 std::string StateFileC::Load(KeptValues& values) const
 {
@@ -109,7 +147,9 @@ std::string StateFileC::Load(KeptValues& values) const
     if (status.type() == std::filesystem::file_type::not_found)
         return {};
     std::string text;
-    std::string problem = ReadWhole(m_path, text);
+    std::string problem = NoRegularFile(status);
+    if (problem.empty())
+        problem = ReadWhole(m_path, text);
     if (problem.empty())
         problem = Parse(text, values);
     return problem.empty() ? problem : "cannot read the state file " + m_path + ": " + problem;
@@ -117,19 +157,17 @@ std::string StateFileC::Load(KeptValues& values) const
 
 std::string StateFileC::Save(const KeptValues& values) const
 {
-    const std::string temporary = m_path + ".new";
+    const std::string temporary = TemporaryFile();
     const std::string failed = "cannot write the state file " + m_path + ": ";
-    const nlohmann::json document = {{kSettingsKey, values}};
     {
-        const FileC file(temporary, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC);
-        if (!file.IsOpen() || !file.Write(document.dump(2) + "\n") || !file.Sync())
+        const FileC file(temporary, O_WRONLY | O_CREAT | O_TRUNC);
+        if (!file.IsOpen() || !file.Write(Document(values)) || !file.Sync())
             return failed + ReasonOf(errno);
     }
     if (::rename(temporary.c_str(), m_path.c_str()) != 0)
         return failed + ReasonOf(errno);
     // The new name must reach the disk too, or a power cut brings the old file back.
-    const std::string directory = std::filesystem::path(m_path).parent_path().string();
-    const FileC folder(directory.empty() ? "." : directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const FileC folder(Directory(), O_RDONLY | O_DIRECTORY);
     if (!folder.IsOpen() || !folder.Sync())
         return failed + ReasonOf(errno);
     return {};

@@ -3,9 +3,12 @@
 
 #include <map>
 #include <string>
+#include <variant>
 
-/// Settings that outlive a restart, by name. Switches are 0 and 1.
-using KeptValues = std::map<std::string, double>;
+/// A setting that outlives a restart: a switch or a number.
+using KeptValue = std::variant<bool, double>;
+/// Such settings by name.
+using KeptValues = std::map<std::string, KeptValue>;
 
 /// The file in which the service keeps settings: JSON, one number or switch a name.
 ///
@@ -17,6 +20,12 @@ class StateFileC
 public:
     /// @param path where the file is or is to be; a symbolic link is followed.
     explicit StateFileC(const std::string& path);
+
+    /// Whether Save() can be expected to work: the file can be made, or replaced where there is
+    /// one. Changes nothing.
+    ///
+    /// @return an empty text when it is so, otherwise what stands in the way.
+    std::string Check() const;
 
     /// Reads the file. None there is the same as an empty one.
     ///
@@ -31,6 +40,9 @@ public:
     std::string Save(const KeptValues& values) const;
 
 private:
+    std::string Directory() const;
+    std::string TemporaryFile() const { return m_path + ".new"; }
+
     std::string m_path;
 };
 

@@ -2,16 +2,37 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
+#include <filesystem>
 #include <system_error>
+#include <unistd.h>
+
+namespace {
+
+/// Whether a file is a pipe that nobody reads, which could not be opened before somebody does.
+bool IsUnreadPipe(const std::string& path)
+{
+    std::error_code error;
+    if (!std::filesystem::is_fifo(path, error))
+        return false;
+    const int descriptor = ::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    const bool unread = descriptor < 0 && errno == ENXIO;
+    if (descriptor >= 0)
+        ::close(descriptor);
+    return unread;
+}
+
+} // namespace
 
 std::string TrackRecorderC::Open(const std::string& path)
 {
+    const std::string failed = "cannot write the track file " + path + ": ";
+    if (IsUnreadPipe(path))
+        return failed + "it is a pipe that nobody reads";
     errno = 0;
     m_file.open(path, std::ios::trunc);
-    if (!m_file) {
-        return "cannot write the track file " + path + ": " +
-               std::generic_category().message(errno != 0 ? errno : EIO);
-    }
+    if (!m_file)
+        return failed + std::generic_category().message(errno != 0 ? errno : EIO);
     m_file << "time_s,true_x_m,true_y_m,true_heading_rad,measured_x_m,measured_y_m,speed_mps,"
               "steering_angle_rad,cross_track_error_m,implement_cross_track_error_m,pass,engaged\n";
     return {};

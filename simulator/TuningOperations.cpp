@@ -4,15 +4,13 @@
 
 namespace {
 
-/// A number that is no parameter's has no value to answer with, so that the call as a whole fails.
-ETuning ParameterOf(int number)
+COutcome Known(int parameter)
 {
-    if (!IsTuning(number)) {
-        throw UnusableArgument(std::to_string(number) +
-                               " is no tuning parameter, allowed is 0 to " +
-                               std::to_string(kTuningParameters - 1));
-    }
-    return static_cast<ETuning>(number);
+    if (IsTuning(parameter))
+        return COutcome::Done();
+    return COutcome::Refused(std::to_string(parameter) +
+                             " is no tuning parameter, allowed is 0 to " +
+                             std::to_string(kTuningParameters - 1));
 }
 
 } // namespace
@@ -31,36 +29,45 @@ void TuningOperationsC::Register(OperationTableC& table)
     table.Add("SetCurveFilterSize", *this, &Self::SetCurveFilterSize);
 }
 
-std::vector<double> TuningOperationsC::GetTuningLimits(int parameter)
+Value TuningOperationsC::GetTuningLimits(int parameter)
 {
-    const TuningLimits limits = m_simulation.Tuning().Limits(ParameterOf(parameter));
-    return {limits.lowest, limits.start, limits.highest};
+    if (!m_log.Carried("GetTuningLimits", Known(parameter)))
+        return nullptr;
+    const auto limits = m_simulation.Tuning().Limits(static_cast<ETuning>(parameter)).Values();
+    return ToValue(std::vector<double>(limits.begin(), limits.end()));
 }
 
 void TuningOperationsC::SetTuningLimits(int parameter, double lowest, double start, double highest)
 {
-    m_log.Carried("SetTuningLimits", m_simulation.Tuning().SetLimits(ParameterOf(parameter),
-                                                                     {lowest, start, highest}));
+    if (m_log.Carried("SetTuningLimits", Known(parameter))) {
+        m_log.Carried("SetTuningLimits",
+                      m_simulation.Tuning().SetLimits(static_cast<ETuning>(parameter),
+                                                      {lowest, start, highest}));
+    }
 }
 
-double TuningOperationsC::GetTuningParameter(int parameter)
+Value TuningOperationsC::GetTuningParameter(int parameter)
 {
-    return m_simulation.Tuning().Get(ParameterOf(parameter));
+    if (!m_log.Carried("get_tuning_parameter", Known(parameter)))
+        return nullptr;
+    return ToValue(m_simulation.Tuning().Get(static_cast<ETuning>(parameter)));
 }
 
 void TuningOperationsC::SetTuningParameter(int parameter, double value, bool keep)
 {
-    const ETuning tuning = ParameterOf(parameter);
-    if (!m_log.Carried("set_tuning_parameter", m_simulation.Tuning().Set(tuning, value)))
+    CTuning& tuning = m_simulation.Tuning();
+    const auto number = static_cast<ETuning>(parameter);
+    if (!m_log.Carried("set_tuning_parameter", Known(parameter)) ||
+        !m_log.Carried("set_tuning_parameter", tuning.Set(number, value)))
         return;
-    const double taken = m_simulation.Tuning().Get(tuning);
-    const char* name = KeptSettingsC::kTuning[static_cast<std::size_t>(tuning)];
+    const double taken = tuning.Get(number);
     if (taken != value) {
-        m_log.Write(ELogLevel::Info, std::string(name) + " " + std::to_string(value) +
-                                         " lies outside its limits and becomes " +
-                                         std::to_string(taken));
+        m_log.Write(ELogLevel::Info,
+                    std::string(KeptSettingsC::kTuning[static_cast<std::size_t>(parameter)]) + " " +
+                        std::to_string(value) + " lies outside its limits and becomes " +
+                        std::to_string(taken));
     }
-    m_kept.Keep(name, taken, keep);
+    m_kept.KeepTuning(number, tuning, keep);
 }
 
 void TuningOperationsC::ResetIntegral()

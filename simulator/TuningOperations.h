@@ -22,9 +22,10 @@ public:
     void Register(OperationTableC& table);
 
 private:
-    std::vector<double> GetTuningLimits(int parameter);
+    /// Nothing for a number that is no parameter's; so does GetTuningParameter().
+    Value GetTuningLimits(int parameter);
     void SetTuningLimits(int parameter, double lowest, double start, double highest);
-    double GetTuningParameter(int parameter);
+    Value GetTuningParameter(int parameter);
     void SetTuningParameter(int parameter, double value, bool keep);
     void ResetIntegral();
     std::vector<double> GetVelocitySetPoint();

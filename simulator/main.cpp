@@ -43,7 +43,10 @@ std::string LoadKept(const ProgramOptions& options, KeptValues& kept)
 {
     if (options.stateFile.empty())
         return {};
-    const std::string problem = StateFileC(options.stateFile).Load(kept);
+    const StateFileC file(options.stateFile);
+    std::string problem = file.Check();
+    if (problem.empty())
+        problem = file.Load(kept);
     if (!problem.empty())
         return problem;
     CSimulation trial(options.simulation);
@@ -72,14 +75,15 @@ EExitCode Serve(const ProgramOptions& options, const KeptValues& kept)
     signals.async_wait([&loop](const auto&, int) { loop.stop(); });
     ServiceLinkC link(loop,
                       {options.simulation, kept, MakeKeep(options), {}, MakeLog(options.logLevel)});
+    // First of all: the track file may be that of the simulator which has the port.
+    const std::string busy = link.Listen(options.port);
+    if (!busy.empty())
+        return Fail(kExitCannotListen, busy);
     if (!options.trackFile.empty()) {
         const std::string problem = link.Core().RecordTrack(options.trackFile);
         if (!problem.empty())
             return Fail(kExitWrongOptions, problem);
     }
-    const std::string problem = link.Listen(options.port);
-    if (!problem.empty())
-        return Fail(kExitCannotListen, problem);
     Announce(link.Port());
     PacerC pacer(loop, link.Core(), options.speedFactor);
     pacer.Start();

@@ -21,10 +21,16 @@ class Persistence(unittest.TestCase):
             client.notify("set_lookahead_time", 2.5, 1)
             client.notify("set_reverse_engage_allowed", 1, 1)
             client.notify("set_tuning_parameter", 2, 0.75, 1)
+            client.notify("SetTuningLimits", 0, 0.1, 1.0, 10.0)
+            client.notify("set_tuning_parameter", 0, 8.0, 1)
             client.notify("set_low_speed_engage_timeout", 7.5, 0)
             client.request("IsSteeringEngaged")
             simulator.end()
+        with open(self.path, encoding="utf-8") as file:
+            self.assertIs(True, json.load(file)["settings"]["reverse_engage_allowed"])
         with Simulator("--state", self.path), Client() as client:
+            self.assertEqual(8.0, client.request("get_tuning_parameter", 0))
+            self.assertEqual([0.1, 1.0, 10.0], client.request("GetTuningLimits", 0))
             self.assertEqual(2.5, client.request("get_lookahead_time", 1))
             self.assertEqual(1, client.request("get_reverse_engage_allowed", 1))
             self.assertEqual(0.75, client.request("get_tuning_parameter", 2))

@@ -48,12 +48,37 @@ class Program(unittest.TestCase):
             self.assertEqual(3, run_to_end().returncode)
             self.assertEqual(0, client.request("IsSteeringEngaged"))
 
+    def test_a_second_simulator_leaves_the_track_of_the_first_alone(self):
+        with tempfile.TemporaryDirectory() as directory:
+            path = os.path.join(directory, "track.csv")
+            with Simulator("--track", path), Client() as client:
+                client.notify("subscribe", "cb_relative_position")
+                for _ in range(6):
+                    client.event("cb_relative_position")
+                self.assertEqual(3, run_to_end("--track", path).returncode)
+                with open(path, encoding="utf-8") as file:
+                    lines = file.read().splitlines()
+                self.assertGreater(len(lines), 3)
+                self.assertTrue(lines[1].startswith("0.10,"), lines[1])
+
+    def test_exits_with_2_for_a_pipe_without_waiting_for_its_other_end(self):
+        for option in ("--state", "--track"):
+            with self.subTest(option), tempfile.TemporaryDirectory() as directory:
+                path = os.path.join(directory, "pipe")
+                os.mkfifo(path)
+                result = run_to_end(option, path)
+                self.assertEqual(2, result.returncode)
+                self.assertIn(path, result.stderr)
+
     def test_exits_with_2_for_wrong_options(self):
         for arguments, named in (
             (("--port", "70000"), "70000"),
             (("--log-level", "loud"), "loud"),
-            (("--receiver", "gps"), "gps"),
+            (("--receiver", "gps"), '"gps" is not allowed, allowed is ideal, rtk, sbas'),
             (("--state", "/"), "it is a directory"),
+            (("--state", "/no/such/state.json"), "files cannot be made in /no/such"),
+            (("--state", ""), "--state"),
+            (("--track", ""), "--track"),
             (("--track", "/no/such/track.csv"), "/no/such/track.csv"),
             (("--unknown",), "--unknown"),
         ):
@@ -69,6 +94,10 @@ class Program(unittest.TestCase):
             ('{"settings": {"lookahead_time": "long"}}', "long"),
             ('{"settings": {"lookahead_time": -1}}', "-1"),
             ('{"settings": {"colour": 1}}', "colour"),
+            ('{"settings": {"sensitivity": 50}}', "50 is not within its limits 0.2 and 3"),
+            ('{"settings": {"sensitivity": 1e308}}', "1e+308"),
+            ('{"settings": {"lookahead_time": true}}', "true is no number"),
+            ('{"settings": {"reverse_engage_allowed": 1}}', "allowed is true or false"),
         ):
             with self.subTest(content), tempfile.TemporaryDirectory() as directory:
                 path = os.path.join(directory, "state.json")

@@ -18,17 +18,17 @@ struct Row
     const char* getter;
     const char* arguments;
     const char* name; ///< in the state file
-    double value;
+    KeptValue value;
     const char* reply;
 };
 
 const std::vector<Row> kRows{
     {"set_reverse_engage_enabled", "[1, 1]", "[0, 0]", "get_reverse_engage_enabled", "[1]",
-     "reverse_engage_enabled", 1.0, "1"},
+     "reverse_engage_enabled", true, "1"},
     {"set_reverse_engage_allowed", "[1, 1]", "[0, 0]", "get_reverse_engage_allowed", "[1]",
-     "reverse_engage_allowed", 1.0, "1"},
+     "reverse_engage_allowed", true, "1"},
     {"set_low_speed_engage_allowed", "[1, 1]", "[0, 0]", "get_low_speed_engage_allowed", "[1]",
-     "low_speed_engage_allowed", 1.0, "1"},
+     "low_speed_engage_allowed", true, "1"},
     {"set_low_speed_engage_timeout", "[7.5, 1]", "[8.5, 0]", "get_low_speed_engage_timeout", "[1]",
      "low_speed_engage_timeout", 7.5, "7.5"},
     {"set_lookahead_time", "[2.5, 1]", "[3.5, 0]", "get_lookahead_time", "[1]", "lookahead_time",
@@ -111,13 +111,57 @@ TEST(KeptSettings, KeepTheValueThatATuningParameterWasClampedTo)
     EXPECT_EQ((KeptValues{{"sensitivity", taken}}), service.Kept());
 }
 
+TEST(KeptSettings, KeepATuningParameterWithTheLimitsThatItWasSetIn)
+{
+    Service service;
+    service.Notify("SetTuningLimits", "[0, 0.1, 1.0, 10.0]");
+
+    service.Notify("set_tuning_parameter", "[0, 8.0, 1]");
+
+    Service next(IdealWorld(0.0), service.Kept());
+    EXPECT_EQ("8.0", next.Request("get_tuning_parameter", "[0]"));
+    EXPECT_EQ("[0.1, 1.0, 10.0]", next.Request("GetTuningLimits", "[0]"));
+    EXPECT_EQ("", next.Log());
+}
+
+TEST(KeptSettings, ForgetLimitsThatAreThoseOfTheStartAgain)
+{
+    Service service;
+    service.Notify("SetTuningLimits", "[0, 0.1, 1.0, 10.0]");
+    service.Notify("set_tuning_parameter", "[0, 8.0, 1]");
+    service.Request("ReinitialiseNavigation", "[1]");
+
+    service.Notify("set_tuning_parameter", "[0, 2.0, 1]");
+
+    EXPECT_EQ((KeptValues{{"sensitivity", 2.0}}), service.Kept());
+}
+
+TEST(KeptSettings, RefuseLimitsThatAreNone)
+{
+    CSimulation simulation(IdealWorld(0.0));
+
+    const COutcome outcome = KeptSettingsC({{"overshoot_lowest", 2.0}}, {}).ApplyTo(simulation);
+
+    EXPECT_EQ("the limits of \"overshoot\": the tuning limits 2, 1, 3 are not three finite numbers "
+              "in ascending order from 0",
+              outcome.Reason());
+}
+
 TEST(KeptSettings, RefuseWhatIsNoSetting)
 {
     for (const auto& [name, value] :
-         std::vector<std::pair<std::string, double>>{{"implement_width", 3.0},
-                                                     {"lookahead_time", -1.0},
-                                                     {"reverse_engage_enabled", 0.5},
-                                                     {"low_speed_engage_timeout", -1.0}}) {
+         std::vector<std::pair<std::string, KeptValue>>{{"implement_width", 3.0},
+                                                        {"lookahead_time", -1.0},
+                                                        {"lookahead_time", true},
+                                                        {"reverse_engage_enabled", 0.5},
+                                                        {"reverse_engage_allowed", 1.0},
+                                                        {"low_speed_engage_timeout", -1.0},
+                                                        {"sensitivity", 50.0},
+                                                        {"overshoot", 1e308},
+                                                        {"speed_adjust", -0.5},
+                                                        {"aggressiveness", false},
+                                                        {"aggressiveness_highest", true},
+                                                        {"aggressiveness_width", 1.0}}) {
         CSimulation simulation(IdealWorld(0.0));
 
         const COutcome outcome = KeptSettingsC({{name, value}}, {}).ApplyTo(simulation);

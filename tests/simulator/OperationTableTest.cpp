@@ -194,12 +194,4 @@ TEST(ServiceOperations, ShowOfAnOverlongNameWhatCanBePrinted)
     EXPECT_EQ("error: there is no operation \"a??" + std::string(77, 'x') + "...\"", reply);
 }
 
-TEST(ServiceOperations, RefuseATuningParameterThatThereIsNot)
-{
-    for (const char* name : {"GetTuningLimits", "get_tuning_parameter"}) {
-        EXPECT_EQ("error: " + std::string(name) + ": 4 is no tuning parameter, allowed is 0 to 3",
-                  Service().Request(name, "[4]"));
-    }
-}
-
 } // namespace

@@ -93,6 +93,37 @@ TEST(TuningOperations, LeaveThePresentValueForAnImpossibleOne)
     }
 }
 
+TEST(TuningOperations, AnswerNothingForAParameterThatThereIsNot)
+{
+    for (const char* getter : {"get_tuning_parameter", "GetTuningLimits"}) {
+        for (const char* number : {"4", "-1", "2147483647"}) {
+            Service service;
+
+            EXPECT_EQ("nil", service.Request(getter, "[" + std::string(number) + "]")) << getter;
+
+            EXPECT_EQ(std::string(getter) + " refused: " + number +
+                          " is no tuning parameter, allowed is 0 to 3\n",
+                      service.Log());
+        }
+    }
+}
+
+TEST(TuningOperations, SmoothASetCurveAnew)
+{
+    Service service;
+    std::string form = "[4, 40";
+    for (int i = 0; i < 40; ++i)
+        form += (i % 2 == 0 ? ", 0.1, " : ", -0.1, ") + std::to_string(i) + ".0, 0.0";
+    service.Notify("SetCurveFilterSize", "[1, 1]");
+    ASSERT_EQ("1", service.Request("set_wayline", form + "]"));
+    const double length = service.World().LineLength();
+
+    service.Notify("SetCurveFilterSize", "[1, 21]");
+
+    EXPECT_LT(service.World().LineLength(), length - 0.3);
+    EXPECT_EQ("", service.Log());
+}
+
 TEST(TuningOperations, TheVelocitySetPointIsTheSpeedThatTheMachineTakesUp)
 {
     Service service(0.0);
