@@ -72,14 +72,14 @@ void EventsC::TellChanged(const std::string& name, const Event& event, const Eve
 
 bool EventsC::DrawingDue(bool guidanceRan)
 {
-    const int pass = m_simulation.Status().pass;
+    const int revision = m_simulation.FollowedPassRevision();
     const double waited = m_simulation.Time() - m_drawnAt;
     const bool timeIsUp = guidanceRan && (!m_drawn || waited >= kDrawingSeconds - kClockTolerance);
-    if (!timeIsUp && pass == m_drawnPass)
+    if (!timeIsUp && revision == m_drawnRevision)
         return false;
     m_drawn = true;
     m_drawnAt = m_simulation.Time();
-    m_drawnPass = pass;
+    m_drawnRevision = revision;
     return true;
 }
 

@@ -74,7 +74,7 @@ private:
     const WaylineKeeperC& m_waylines;
     std::map<std::string, Payloads> m_told;
     double m_drawnAt = 0.0;
-    int m_drawnPass = 0;
+    int m_drawnRevision = 0;
     bool m_drawn = false;
 };
 

@@ -39,7 +39,8 @@ Core::Maths::Vector3<double> OffsetOperationsC::GetNudgeVector()
     const std::optional<Point> right = m_simulation.RightOfLine();
     if (!right)
         return {};
-    return {m_simulation.Nudge() * right->x, m_simulation.Nudge() * right->y, 0.0};
+    // Adding 0 makes a plain 0 of one with a minus sign.
+    return {m_simulation.Nudge() * right->x + 0.0, m_simulation.Nudge() * right->y + 0.0, 0.0};
 }
 
 double OffsetOperationsC::GetNudge(LeadingOne)

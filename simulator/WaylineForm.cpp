@@ -1,5 +1,7 @@
 #include "simulator/WaylineForm.h"
 
+#include <cmath>
+
 using Kestrove::CABCurveWayline;
 using Kestrove::CABWayline;
 using Kestrove::CAHeadingWayline;
@@ -33,6 +35,11 @@ std::string Unreadable(const BListC& list)
         const EBElementType type = list.TypeAt(index);
         if (type != EBElementType::Integer && type != EBElementType::Double)
             return "element " + std::to_string(index) + " is no number";
+        // Heights too: they take no part in guidance, but are given back.
+        if (!std::isfinite(list.GetDouble(index))) {
+            return "element " + std::to_string(index) + " is " +
+                   std::to_string(list.GetDouble(index)) + ", no finite number";
+        }
     }
     const int kind = list.GetInt(0);
     const bool hasPoints =

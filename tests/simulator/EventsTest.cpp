@@ -1,7 +1,7 @@
 #include "simulator/Events.h"
 
-#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -148,20 +148,43 @@ TEST(ServiceEvents, TellTheDrawPointsAtOnceWhenThePassChanges)
 {
     Service service(0.0);
     service.NavigateNorth();
-    service.Advance(1.1);
     const double width = service.World().ImplementWidth();
-    service.Told("cb_draw_points");
-
     // The line moves by one width to the right, so that the pass at its left lies here.
     BListC offset(nullptr);
     offset.AddInt(1);
     offset.AddDouble(width);
     service.Core().Request("SetFieldOffset", offset);
+    service.Advance(1.1);
+    service.Told("cb_draw_points");
+
     service.Request("StartNavigation", "[1, 1]");
     service.Advance(0.1);
 
     EXPECT_EQ(1u, service.Told("cb_draw_points").size());
     EXPECT_EQ(-1, service.World().Status().pass);
+}
+
+TEST(ServiceEvents, TellTheDrawPointsAtOnceWhenTheFollowedPassIsElsewhere)
+{
+    for (const auto& [operation, arguments] : std::vector<std::pair<const char*, const char*>>{
+             {"Nudge", "[1, 1, 0.25]"},
+             {"SetFieldOffset", "[1, 0.25]"},
+             {"SetImplementOffset", "[1, 0.25]"},
+             {"set_wayline", "[1, 0.25, 0.0, 0.0, 0.0]"},
+             {"clear_wayline", "[]"}}) {
+        Service service(0.0);
+        service.NavigateNorth();
+        service.Advance(1.1);
+        service.Forget();
+
+        service.Request(operation, arguments);
+
+        EXPECT_EQ(service.Subscribe("cb_draw_points"),
+                  Texts{"cb_draw_points " + service.Told("cb_draw_points").at(0)})
+            << operation;
+        service.Request("Nudge", "[1, 1, 0.0]");
+        EXPECT_EQ(Texts{}, service.Told("cb_draw_points")) << operation;
+    }
 }
 
 TEST(ServiceEvents, TellThatSteeringWasDroppedByTheService)

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/simulator/Service.h"
+#include "tests/simulator/Values.h"
 
 namespace {
 
@@ -67,6 +68,68 @@ TEST(OffsetOperations, AutoSetFieldOffsetPutsTheLineUnderTheMachine)
 
     EXPECT_EQ("-0.75", service.Request("GetFieldOffset", "[1]"));
     EXPECT_EQ("0.0", service.Request("get_nudge", "[1]"));
+}
+
+/// Where the machine stands when an offset is chosen, and what is set already.
+struct AutoSet
+{
+    double east;
+    const char* nudge;
+    const char* fieldOffset;
+    const char* flag; ///< of StartNavigation
+    int pass;
+    const char* newNudge;
+    const char* newFieldOffset;
+};
+
+TEST(OffsetOperations, AutoSetTakesInWhatIsSetAlready)
+{
+    for (const AutoSet& row : std::vector<AutoSet>{{0.75, "0.5", "0.0", "0", 0, "0.75", "0.25"},
+                                                   {0.75, "0.5", "-0.25", "0", 0, "1.0", "0.25"},
+                                                   {-1.25, "-0.5", "0.25", "0", 0, "-1.5", "-0.75"},
+                                                   {3.75, "0.0", "0.0", "1", 1, "0.75", "0.75"},
+                                                   {-6.5, "0.25", "0.0", "1", -2, "-0.5", "-0.75"},
+                                                   {7.0, "0.0", "0.0", "0", 0, "7.0", "7.0"}}) {
+        SimulationOptions world = IdealWorld(0.0);
+        world.startPose.position = {row.east, 10.0};
+        for (const bool nudges : {true, false}) {
+            Service service(world);
+            service.Notify("set_nudge", "[1, " + std::string(row.nudge) + "]");
+            service.Request("SetFieldOffset", "[1, " + std::string(row.fieldOffset) + "]");
+            service.Request("set_wayline", "[0, 0.0, 0.0, 0.0, 0.0, 100.0, 0.0]");
+            service.Request("StartNavigation", "[1, " + std::string(row.flag) + "]");
+            ASSERT_EQ(row.pass, service.World().Status().pass) << row.east;
+
+            service.Request(nudges ? "AutoSetNudge" : "AutoSetFieldOffset", "[1]");
+
+            EXPECT_EQ(nudges ? row.newNudge : row.nudge, service.Request("get_nudge", "[1]"))
+                << row.east;
+            EXPECT_EQ(nudges ? row.fieldOffset : row.newFieldOffset,
+                      service.Request("GetFieldOffset", "[1]"))
+                << row.east;
+            EXPECT_EQ(row.pass, service.World().Status().pass) << row.east;
+            EXPECT_NEAR(0.0, service.World().Status().crossTrackError, 1e-9) << row.east;
+        }
+    }
+}
+
+TEST(OffsetOperations, TheNudgeVectorHasNoZeroWithAMinusSign)
+{
+    for (const char* operation : {"Nudge", "AutoSetNudge"}) {
+        for (const char* line :
+             {"[0, 0.0, 0.0, 0.0, 0.0, 100.0, 0.0]", "[1, 0.0, 0.0, 0.0, 0.0]"}) {
+            Service service(0.0);
+            service.Request("set_wayline", line);
+            const auto arguments =
+                ListFrom(operation == std::string("Nudge") ? "[1, 0, -0.0]" : "[1]");
+
+            const Answer answer = service.Core().Request(operation, *arguments);
+
+            const auto& list = dynamic_cast<BListC&>(*answer.value);
+            for (int component = 1; component <= 3; ++component)
+                EXPECT_FALSE(std::signbit(list.GetDouble(component))) << operation << component;
+        }
+    }
 }
 
 TEST(OffsetOperations, AutoSetIsRefusedWithoutAWayline)

@@ -214,4 +214,33 @@ TEST(SteeringOperations, ReinitialisePutsEverySettingBack)
         EXPECT_EQ(fresh.Request(getter, arguments), service.Request(getter, arguments)) << getter;
 }
 
+TEST(SteeringOperations, ReinitialiseLeavesTheImplementOffsetOutOfSplinesAgain)
+{
+    Service service;
+    service.Request("set_wayline", "[3, 3, 0.0, 0.0, 0.0, 0.0, 50.0, 0.0, 0.0, 100.0, 0.0]");
+    service.Notify("SetSplinesUseImplementOffset", "[1]");
+
+    service.Request("ReinitialiseNavigation", "[1]");
+    service.Request("SetImplementOffset", "[1, 0.5]");
+
+    EXPECT_EQ(0.0, service.World().LineShift());
+}
+
+TEST(SteeringOperations, RefuseToEngageWithoutAFreshPosition)
+{
+    Service service;
+    service.NavigateNorth();
+    const std::string sample =
+        "1=50;2=10;3=0;4=0;5=2;6=0;7=0;8=0;9=0;10=0;11=0;12=0.01;13=0.01;14=0.01;15=1;16=4;17=12;"
+        "18=1;19=0;20=1;21=0";
+    service.Notify("SetPositionData", "['" + sample + "']");
+    EXPECT_EQ("1", service.Request("EngageSteering", "[1]")) << service.Log();
+    service.Request("DisengageSteering", "[1]");
+
+    service.Advance(1.2);
+
+    EXPECT_EQ("0", service.Request("EngageSteering", "[1]"));
+    EXPECT_EQ("EngageSteering refused: no fresh position has come for 1 s\n", service.Log());
+}
+
 } // namespace
