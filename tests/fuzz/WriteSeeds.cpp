@@ -1,0 +1,323 @@
+// Writes the seeds of the fuzz targets with the library's own encoder: the messages of every
+// operation and event, values at the ends of their ranges, and the forms of every kind of wayline.
+//
+// usage: write_fuzz_seeds DIRECTORY
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <limits>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/BElement.h"
+#include "platform/BEncoder.h"
+#include "wayline/Wayline.h"
+
+namespace {
+
+struct Seed
+{
+    std::string name;
+    std::string bytes;
+};
+
+std::string Bytes(const BEncoderC& encoder)
+{
+    return std::string(encoder.Data(), encoder.Size());
+}
+
+std::string Request(std::uint64_t number, const std::string& method, const BListC& arguments)
+{
+    BEncoderC encoder;
+    encoder.WriteListHeader(4);
+    encoder.WriteInteger(0);
+    encoder.WriteUnsigned(number);
+    encoder.WriteString(method.data(), method.size());
+    encoder.Write(arguments);
+    return Bytes(encoder);
+}
+
+std::string Notification(const std::string& method, const BListC& arguments)
+{
+    BEncoderC encoder;
+    encoder.WriteListHeader(3);
+    encoder.WriteInteger(2);
+    encoder.WriteString(method.data(), method.size());
+    encoder.Write(arguments);
+    return Bytes(encoder);
+}
+
+std::string Response(std::uint64_t number, const BElementC& result)
+{
+    BEncoderC encoder;
+    encoder.WriteListHeader(4);
+    encoder.WriteInteger(1);
+    encoder.WriteUnsigned(number);
+    encoder.WriteNothing();
+    encoder.Write(result);
+    return Bytes(encoder);
+}
+
+/// A list as text gives it: words of digits are ints, words with a point are doubles, `-` is
+/// nothing, everything else is a text.
+std::unique_ptr<BListC> List(const std::string& words)
+{
+    auto list = std::make_unique<BListC>(nullptr);
+    std::size_t start = 0;
+    while (start < words.size()) {
+        const std::size_t end = std::min(words.find(' ', start), words.size());
+        const std::string word = words.substr(start, end - start);
+        if (word == "-") {
+            list->AddNothing();
+        } else if (word.find_first_not_of("0123456789-") == std::string::npos) {
+            list->AddInt64(std::stoll(word));
+        } else if (word.find_first_not_of("0123456789-.e") == std::string::npos) {
+            list->AddDouble(std::strtod(word.c_str(), nullptr));
+        } else {
+            list->AddString(word);
+        }
+        start = end + 1;
+    }
+    return list;
+}
+
+struct Call
+{
+    const char* name;
+    const char* arguments;
+};
+
+const Call kRequests[] = {
+    {"IsSteeringEngaged", ""},
+    {"EngageSteering", "1"},
+    {"DisengageSteering", "1"},
+    {"StartNavigation", "1 1"},
+    {"StartNavigation", "1 0"},
+    {"StopNavigation", "1"},
+    {"ClearNavigation", ""},
+    {"ReinitialiseNavigation", "1"},
+    {"IsNavigationActivated", ""},
+    {"get_reverse_engage_enabled", "1"},
+    {"get_reverse_engage_allowed", "1"},
+    {"get_low_speed_engage_allowed", "1"},
+    {"get_low_speed_engage_timeout", "1"},
+    {"get_lookahead_time", "1"},
+    {"set_wayline", "0 0.0 0.0 0.0 0.0 100.0 0.0"},
+    {"set_wayline", "1 0.0 0.0 0.0 1.5"},
+    {"set_wayline", "2 0.0 0.0 0.0 10.0 0.0 0.0 5.0 5.0 0.0"},
+    {"set_wayline", "3 3 0.0 0.0 0.0 1.0 10.0 0.0 0.0 20.0 0.0"},
+    {"set_wayline", "4 3 0.0 0.0 0.0 1.0 10.0 0.0 0.0 20.0 0.0"},
+    {"set_wayline", "4 -1 0.0 0.0 0.0"},
+    {"set_wayline", "4 2147483647 0.0"},
+    {"set_wayline", "9"},
+    {"set_wayline", ""},
+    {"get_wayline", ""},
+    {"clear_wayline", ""},
+    {"start_wayline", "0"},
+    {"start_wayline", "4"},
+    {"start_wayline", "5"},
+    {"start_wayline", "6"},
+    {"set_waypoint", "0 1.0 2.0 3.0 0.5"},
+    {"is_waypoint_set", "0"},
+    {"RestoreWaypoints", "1"},
+    {"Nudge", "1 1 0.4"},
+    {"AutoSetNudge", "1"},
+    {"get_nudge_vector", ""},
+    {"get_nudge", "1"},
+    {"AutoSetFieldOffset", "1"},
+    {"SetFieldOffset", "1 0.3"},
+    {"GetFieldOffset", "1"},
+    {"SetImplementOffset", "1 0.2"},
+    {"GetImplementOffset", "1"},
+    {"SetImplementWidth", "1 6.0"},
+    {"GetImplementWidth", "1"},
+    {"GetTuningLimits", "2"},
+    {"get_tuning_parameter", "0"},
+    {"get_tuning_parameter", "9"},
+    {"GetVelocitySetPoint", ""},
+    {"GetCurveFilterSize", "1"},
+    {"why_not_engaged", ""},
+    {"no_such_operation", "- text 1.0"},
+};
+
+const Call kNotifications[] = {
+    {"subscribe", "cb_engage_status"},
+    {"set_reverse_engage_enabled", "1 0"},
+    {"set_reverse_engage_allowed", "1 0"},
+    {"set_low_speed_engage_allowed", "1 1"},
+    {"set_low_speed_engage_timeout", "4.0 0"},
+    {"set_lookahead_time", "1.8 0"},
+    {"set_wayline_origin", "1.0 2.0 3.0"},
+    {"set_nudge", "1 0.4"},
+    {"SetSplinesUseImplementOffset", "1"},
+    {"SetPositionData", "1=51.5;2=-0.25;15=1;21=0.1"},
+    {"SetTuningLimits", "0 0.1 1.0 10.0"},
+    {"set_tuning_parameter", "0 50.0 1"},
+    {"reset_integral", ""},
+    {"SetVelocitySetPoint", "2.5"},
+    {"SetCurveFilterSize", "1 5"},
+};
+
+const Call kEvents[] = {
+    {"cb_engage_status", "1 0 1 0 1"},
+    {"cb_wayline_status", "1 0 1 4"},
+    {"cb_wayline_status", "1 0 1 4 0.5"},
+    {"cb_guidance_status", "2 0.03 0.01 0.002"},
+    {"cb_draw_points", "2 1.0 2.0 3.0 4.0"},
+    {"cb_draw_points", "-1 1.0 2.0"},
+    {"cb_draw_points", "0"},
+    {"cb_draw_points", ""},
+    {"cb_relative_position", "0.5 1.5 0.1"},
+    {"cb_tuning_parameter_changed", "3 50.0"},
+    {"cb_implement_width_changed", "6.0"},
+    {"cb_offsets", "0.25"},
+    {"cb_offsets", "text"},
+    {"cb_offsets", "-"},
+};
+
+const char* const kValues[] = {
+    "",
+    "-",
+    "0 1 127 128 255 256 65535 65536 4294967295 4294967296",
+    "-1 -32 -33 -128 -129 -32768 -32769 -2147483648 -2147483649",
+    "9223372036854775807 -9223372036854775808",
+    "0.5 -0.0 1e308 4.9e-324 -1e-300",
+    "a text of words",
+};
+
+std::unique_ptr<BListC> Nested(int levels)
+{
+    auto list = List("1 2.5 inner");
+    for (int level = 0; level < levels; ++level) {
+        auto outer = std::make_unique<BListC>(nullptr);
+        outer->AddInt(level);
+        outer->Add(list.release());
+        list = std::move(outer);
+    }
+    return list;
+}
+
+std::unique_ptr<BListC> WithDictionary()
+{
+    auto list = List("7");
+    auto dictionary = std::make_unique<BDictionaryC>(nullptr);
+    dictionary->Add("key", new BAtomC(1));
+    dictionary->Add("", new BAtomC(std::string("value")));
+    list->Add(dictionary.release());
+    return list;
+}
+
+std::vector<Seed> Messages()
+{
+    std::vector<Seed> seeds;
+    std::string all;
+    int number = 0;
+    const auto add = [&](const std::string& kind, const std::string& bytes) {
+        seeds.push_back({kind + '-' + std::to_string(number++), bytes});
+        all += bytes;
+    };
+    for (const Call& call : kRequests) {
+        add("request",
+            Request(static_cast<std::uint64_t>(number), call.name, *List(call.arguments)));
+    }
+    for (const Call& call : kRequests) { // which a service gets as a notification
+        add("misplaced", Notification(call.name, *List(call.arguments)));
+    }
+    for (const Call& call : kNotifications) {
+        add("notification", Notification(call.name, *List(call.arguments)));
+    }
+    for (const Call& call : kEvents) {
+        add("event", Notification(call.name, *List(call.arguments)));
+    }
+    for (const char* values : kValues) {
+        add("values", Notification("ev", *List(values)));
+        add("response", Response(static_cast<std::uint64_t>(number), *List(values)));
+    }
+    for (const int levels : {1, 20, 60, 70}) {
+        add("nested", Notification("ev", *Nested(levels)));
+    }
+    for (const char* form : {"0 0.0 0.0 0.0 0.0 9.0 0.0", "1 0.0 0.0 0.0 1.5", "4 -1 0.0"}) {
+        BListC lines(nullptr);
+        lines.Add(List(form).release());
+        add("headings", Request(3, "calculate_headings", lines));
+    }
+    add("dictionary", Notification("ev", *WithDictionary()));
+    add("atom", Response(1, BAtomC(42)));
+    add("atom", Response(2, BAtomC(-0.5)));
+    add("cut", all.substr(0, all.size() / 2 + 3));
+    seeds.push_back({"all", all});
+    return seeds;
+}
+
+std::vector<Seed> Waylines()
+{
+    const double inf = std::numeric_limits<double>::infinity();
+    const double big = std::numeric_limits<double>::max();
+    const std::vector<Core::Maths::Vector3<double>> points{{0, 0, 0}, {1.5, 10, -1}, {0, 20, 1e-9}};
+    std::vector<std::unique_ptr<Kestrove::CWayline>> waylines;
+    waylines.emplace_back(new Kestrove::CABWayline({0, 0, 0}, {0, 100, 0}));
+    waylines.emplace_back(new Kestrove::CABWayline({inf, -inf, std::nan("")}, {big, -big, 0}));
+    waylines.emplace_back(new Kestrove::CAHeadingWayline({1, 2, 3}, 0.5));
+    waylines.emplace_back(new Kestrove::CCircleWayline({0, 0, 0}, {10, 0, 0}, {5, 5, 0}));
+    waylines.emplace_back(new Kestrove::CSplineWayline(points));
+    waylines.emplace_back(new Kestrove::CABCurveWayline(points));
+    waylines.emplace_back(new Kestrove::CPathWayline);
+    waylines.emplace_back(new Kestrove::CReplayWayline);
+    waylines.emplace_back(new Kestrove::CEmptyWayline);
+
+    for (const int count : {0, 1, 2, 10, 100}) {
+        std::vector<Core::Maths::Vector3<double>> curve;
+        for (int place = 0; place < count; ++place) {
+            curve.push_back({place * 0.1, place * 1.0, 0.0});
+        }
+        waylines.emplace_back(new Kestrove::CSplineWayline(curve));
+        waylines.emplace_back(new Kestrove::CABCurveWayline(curve));
+    }
+
+    std::vector<Seed> seeds;
+    int number = 0;
+    for (const auto& wayline : waylines) {
+        const std::string place = std::to_string(number++);
+        const std::unique_ptr<BListC> list(wayline->ToBList());
+        seeds.push_back({"text-" + place, wayline->ToString()});
+        if (list != nullptr) {
+            seeds.push_back({"list-" + place, Notification("set_wayline", *list)});
+        }
+    }
+    int text = 0;
+    for (const char* line : {"", " ", "0", "0 1 2 3 4 5", "3 2 1 2 3 4 5 x", "4 -1", "9 1 2", "5 ",
+                             "6", "3 999 1 2 3", "1 1,5 2 3 4", "+0 +1 +2 +3 +4 +5 +6"}) {
+        seeds.push_back({"line-" + std::to_string(text++), line});
+    }
+    return seeds;
+}
+
+void Write(const std::filesystem::path& directory, const std::vector<Seed>& seeds)
+{
+    std::filesystem::create_directories(directory);
+    for (const Seed& seed : seeds) {
+        std::ofstream file(directory / seed.name, std::ios::binary);
+        file << seed.bytes;
+    }
+    std::cout << directory.string() << ": " << seeds.size() << " seeds\n";
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    if (count != 2) {
+        std::cerr << "usage: write_fuzz_seeds DIRECTORY\n";
+        return 2;
+    }
+    const std::filesystem::path directory(arguments[1]);
+    Write(directory / "messages", Messages());
+    Write(directory / "waylines", Waylines());
+    return 0;
+}
