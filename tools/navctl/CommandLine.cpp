@@ -1,6 +1,8 @@
 #include "tools/navctl/CommandLine.h"
 
 #include "tools/navctl/Version.h"
+#include "tools/navctl/feed/FeedCommand.h"
+#include "tools/navctl/wayline/WaylineCommand.h"
 
 namespace {
 
@@ -26,6 +28,8 @@ void AddVersionCommand(CLI::App& app, CContext& context)
 
 void AddCommands(CLI::App& app, CContext& context)
 {
+    AddWaylineCommand(app, context);
+    AddFeedCommand(app, context);
     AddVersionCommand(app, context);
 }
 

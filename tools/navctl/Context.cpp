@@ -5,7 +5,6 @@
 namespace {
 
 constexpr double kMillisecondsASecond = 1000.0;
-const char* const kPlace = "localhost, port 5010";
 
 } // namespace
 
@@ -53,6 +52,14 @@ void CContext::Fail(EExitCode code, const std::string& reason)
               "");
 }
 
+void CContext::Refuse(const Json& value, const std::string& reason)
+{
+    m_exitCode = kExitRefused;
+    WriteError(reason);
+    if (WritesJson())
+        Print(value, "");
+}
+
 void CContext::FailByLink()
 {
     const CLinkFailure failure = CallFailure(Navigation().LastError());
@@ -71,7 +78,7 @@ CLinkFailure CallFailure(const LinkErrorC& error)
     case ELinkError::ServiceError:
         return {kExitRefused, "the service refused: " + error.text};
     default:
-        return {kExitCannotConnect, std::string("cannot connect to ") + kPlace + ": " + error.text};
+        return {kExitCannotConnect, "cannot connect: " + error.text};
     }
 }
 
@@ -80,5 +87,5 @@ CLinkFailure ConnectFailure(const LinkErrorC& error)
     // What has come may be the wrong thing already; anything else means that there is no link.
     if (error.code == ELinkError::BadMessage || error.code == ELinkError::Closed)
         return CallFailure(error);
-    return {kExitCannotConnect, std::string("cannot connect to ") + kPlace + ": " + error.text};
+    return {kExitCannotConnect, "cannot connect: " + error.text};
 }

@@ -58,6 +58,9 @@ public:
     /// Ends the command with a failure: the reason in words on the standard error; with `--json`,
     /// also {"outcome": "failed", "exit_code", "reason"} on the standard output.
     void Fail(EExitCode code, const std::string& reason);
+    /// Ends the command with kExitRefused: the reason on the standard error; with `--json`, `value`
+    /// on the standard output.
+    void Refuse(const Json& value, const std::string& reason);
     /// Fail() for the reason that LastError() gives.
     void FailByLink();
     /// What the program exits with.

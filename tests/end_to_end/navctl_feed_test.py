@@ -1,0 +1,306 @@
+"""navctl feed: position samples from files and streams."""
+
+import csv
+import json
+import math
+import os
+import signal
+import subprocess
+import tempfile
+import time
+import unittest
+
+from navctl_files import CountingService, field_data, moment, navctl, navctl_json, sentence
+from navigation_service import DEADLINE_SECONDS, Client, Simulator, wait_for
+
+SAMPLES = 100000
+LONG_DEADLINE_SECONDS = 240.0
+ORIGIN = "48.0,11.0,500"
+
+
+class Files(unittest.TestCase):
+    def setUp(self):
+        directory = tempfile.TemporaryDirectory()
+        self.addCleanup(directory.cleanup)
+        self.directory = directory.name
+
+    def write(self, name, parts):
+        path = os.path.join(self.directory, name)
+        with open(path, "w", encoding="utf-8", newline="") as file:
+            file.writelines(parts)
+        return path
+
+    def feed(self, name, parts, *options):
+        """Feeds a file to a service that counts; gives exit code, report and samples."""
+        path = self.write(name, parts)
+        with CountingService() as service:
+            code, report = navctl_json("feed", path, "--rate", "max", *options)
+        return code, report, service.samples
+
+
+class Samples(Files):
+    def test_sends_what_the_receiver_tells(self):
+        code, report, samples = self.feed(
+            "drive.nmea",
+            [moment(0), sentence("GNGST,000000.00,1,,,,0.012,0.011,0.02"),
+             sentence("GNHDT,90.0,T"), moment(1)])
+        self.assertEqual((0, 2, 0), (code, report["sent"], report["skipped"]), report)
+        first = samples[0]
+        self.assertAlmostEqual(48.0, first[1], 9)
+        self.assertAlmostEqual(527.0, first[3], 6)
+        self.assertAlmostEqual(3.888 * 1852 / 3600, first[5], 9)
+        self.assertAlmostEqual(math.pi / 2, first[8], 9)
+        self.assertEqual([0.011, 0.012, 0.02], [first[tag] for tag in (12, 13, 14)])
+        self.assertEqual([1, 4, 12, 1, 0, 1, 1714521600.0],
+                         [first[tag] for tag in (15, 16, 17, 18, 19, 20, 21)])
+        self.assertEqual(0, samples[1][18], "the second moment has no heading")
+        self.assertTrue(math.isnan(samples[1][12]), "an accuracy that is not known is no number")
+        self.assertAlmostEqual(0.1, samples[1][21] - first[21], 6)
+
+    def test_derives_course_speed_and_yaw_rate(self):
+        rows = ["x,y\n"] + [f"{10 * math.sin(a / 10)},{10 - 10 * math.cos(a / 10)}\n"
+                            for a in range(30)]
+        code, report, samples = self.feed("circle.csv", rows, "--origin", ORIGIN,
+                                          "--interval", "0.5")
+        self.assertEqual((0, 30), (code, report["sent"]), report)
+        for sample in samples[2:]:
+            self.assertAlmostEqual(2.0, sample[5], 2)
+            # Counter-clockwise, a tenth of a radian every half second.
+            self.assertAlmostEqual(-0.2, sample[11], 3)
+
+    def test_reads_standard_input_as_it_comes(self):
+        with CountingService() as service, subprocess.Popen(
+                [os.environ["NAVCTL"], "--json", "feed", "-"], stdin=subprocess.PIPE,
+                stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True) as process:
+            for number in range(3):
+                process.stdin.write(moment(number))
+                process.stdin.flush()
+                wait_for(lambda: len(service.samples) > number, f"sample {number}")
+            output, _ = process.communicate(timeout=DEADLINE_SECONDS)
+        self.assertEqual(0, process.returncode)
+        self.assertEqual(3, json.loads(output)["sent"])
+
+    def test_keeps_the_time_of_the_file_and_is_faster_with_a_rate(self):
+        path = self.write("drive.nmea", [moment(number) for number in range(21)])
+        for rate, seconds in ((None, 2.0), ("4", 0.5)):
+            with self.subTest(rate), CountingService() as service:
+                begin = time.monotonic()
+                result = navctl("feed", path, *(("--rate", rate) if rate else ()))
+                self.assertEqual(0, result.returncode, result.stderr)
+                self.assertGreaterEqual(time.monotonic() - begin, seconds)
+            self.assertEqual(21, len(service.samples))
+
+    def test_moves_the_simulated_machine(self):
+        path = self.write("drive.nmea", [moment(number) for number in range(11)])
+        with Simulator() as simulator, Client() as client:
+            client.notify("set_wayline_origin", 48.0, 11.0, 527.0)
+            client.request("IsSteeringEngaged")
+            self.assertEqual(0, navctl("feed", path, "--rate", "max").returncode)
+            client.notify("subscribe", "cb_relative_position")
+            x, y, heading = client.event("cb_relative_position")
+            self.assertAlmostEqual(0.0, x, 2)
+            # It may have driven on since the last sample, at 2 m/s.
+            self.assertGreater(y, 1.9)
+            self.assertLess(y, 12.0)
+            self.assertAlmostEqual(0.0, math.sin(heading), 3)
+            self.assertEqual(0, simulator.end())
+            self.assertEqual("", simulator.errors(), "every sample was taken")
+
+
+class BrokenFiles(Files):
+    def test_counts_broken_sentences_and_reads_the_rest(self):
+        wrong = moment(1).replace("GNGGA", "GPGGA", 1)
+        for broken, reason in (
+            (wrong, "wrong checksum"),
+            ("$GNGGA,1,2,3\r\n", "no checksum"),
+            ("$GNGGA,1,2,3*4\r\n", "cut checksum"),
+            ("\x00\x01binary\r\n", "not a sentence"),
+            ("x" * 100000 + "\r\n", "line too long"),
+            (sentence("GNGGA,000000.10,,,,,0,00,,,M,,M,,"), "no position"),
+            (sentence("GNGGA,000000.10,48,N,11.x,E,1,1,1,1,M,1,M,,"), "GGA with a bad longitude"),
+        ):
+            with self.subTest(reason):
+                code, report, samples = self.feed("drive.nmea", [moment(0), broken, moment(2)])
+                self.assertEqual(0, code, report)
+                self.assertIn(reason, [entry["reason"] for entry in report["skipped_reasons"]])
+                self.assertEqual(1, report["skipped"], report)
+                self.assertEqual(report["sent"], len(samples))
+                self.assertGreaterEqual(len(samples), 2)
+
+    def test_reads_sentences_that_have_run_together_and_lines_of_all_ends(self):
+        for end in ("", "\n", "\r", "\r\n", "\r\n\r\n"):
+            with self.subTest(end):
+                text = "".join(moment(number) for number in range(4)).replace("\r\n", end)
+                code, report, samples = self.feed("drive.nmea", [text])
+                self.assertEqual((0, 4, 0), (code, len(samples), report["skipped"]), report)
+
+    def test_counts_broken_rows_and_reads_the_rest(self):
+        code, report, samples = self.feed(
+            "rows.csv",
+            ["\ufefftime,latitude,longitude\r\n", "1,48,11\r\n", "2,48\r\n", "3,48,x\r\n",
+             "4;48;11\r\n", "5,98,11\r\n", "0,48,11\r\n", "6,48,11\r\n"])
+        self.assertEqual((0, 2, 2), (code, report["sent"], len(samples)), report)
+        self.assertEqual({"too few columns": 2, "bad number: longitude": 1,
+                          "no place on the earth": 1, "time does not advance": 1},
+                         {entry["reason"]: entry["count"]
+                          for entry in report["skipped_reasons"]})
+        self.assertEqual(3, report["skipped_reasons"][-1]["first_line"])
+
+    def test_refuses_files_that_cannot_be_used(self):
+        with Simulator():
+            for name, text, reason in (
+                ("empty.csv", "", "empty"),
+                ("empty.nmea", "", "no sample"),
+                ("noise.nmea", "noise\n", "no sample"),
+                ("columns.csv", "time,latitude\n1,48\n", "no longitude"),
+                ("semicolons.csv", "time;latitude;longitude\n1;48;11\n", "not by semicolons"),
+                ("origin.csv", "time,x,y\n1,2,3\n", "--origin"),
+                ("interval.csv", "latitude,longitude\n48,11\n", "--interval"),
+            ):
+                with self.subTest(name):
+                    code, report = navctl_json("feed", self.write(name, [text]))
+                    self.assertEqual((2, 2, 0), (code, report["exit_code"], report["sent"]))
+                    self.assertIn(reason, report["reason"])
+        for path in (self.directory, os.path.join(self.directory, "none")):
+            self.assertEqual(2, navctl("feed", path).returncode)
+
+    def test_refuses_wrong_options(self):
+        path = self.write("drive.nmea", [moment(0)])
+        for options in (("--rate", "0"), ("--rate", "fast"), ("--interval", "-1"),
+                        ("--origin", "95,0,0"), ("--origin", "here"), ("--date", "2024-13-01"),
+                        ("--format", "gpx")):
+            with self.subTest(options):
+                result = navctl("feed", path, *options)
+                self.assertEqual((2, ""), (result.returncode, result.stdout))
+
+
+class Link(Files):
+    def test_tells_that_there_is_no_service(self):
+        code, report = navctl_json("feed", self.write("drive.nmea", [moment(0)]))
+        self.assertEqual((3, 3), (code, report["exit_code"]))
+
+    def test_ends_with_the_count_when_the_service_goes_away(self):
+        path = self.write("drive.nmea", [moment(number) for number in range(3000)])
+        with Simulator() as simulator, Client() as client:
+            with subprocess.Popen(
+                    [os.environ["NAVCTL"], "--json", "feed", path, "--reconnect", "0.5"],
+                    stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True) as process:
+                client.notify("subscribe", "cb_relative_position")
+                wait_for(lambda: client.event("cb_relative_position")[1] > 0.5, "the feed")
+                simulator.end(signal.SIGKILL)
+                output, _ = process.communicate(timeout=DEADLINE_SECONDS)
+        report = json.loads(output)
+        self.assertEqual((3, 3), (process.returncode, report["exit_code"]), report)
+        self.assertLess(report["sent"], 3000)
+
+    def test_goes_on_when_the_service_comes_back(self):
+        path = self.write("drive.nmea", [moment(number) for number in range(60)])
+        with Simulator() as simulator:
+            with subprocess.Popen(
+                    [os.environ["NAVCTL"], "--json", "feed", path, "--rate", "2"],
+                    stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True) as process:
+                with Client() as client:
+                    client.notify("subscribe", "cb_relative_position")
+                    wait_for(lambda: client.event("cb_relative_position")[1] > 0.5, "the feed")
+                simulator.end(signal.SIGKILL)
+                self.assertIn("the link is lost", process.stderr.readline())
+                with Simulator():
+                    output, errors = process.communicate(timeout=DEADLINE_SECONDS)
+        report = json.loads(output)
+        self.assertIn("the link is back", errors)
+        self.assertEqual((0, 60, 1),
+                         (process.returncode, report["sent"], report["reconnections"]), report)
+
+    def test_ends_in_good_order_when_it_is_interrupted(self):
+        for number in (signal.SIGINT, signal.SIGTERM):
+            with self.subTest(number), CountingService() as service, subprocess.Popen(
+                    [os.environ["NAVCTL"], "--json", "feed", "-"], stdin=subprocess.PIPE,
+                    stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True) as process:
+                process.stdin.write(moment(0))
+                process.stdin.flush()
+                wait_for(lambda: service.samples, "a sample")
+                process.send_signal(number)
+                process.wait(DEADLINE_SECONDS)
+                report = json.loads(process.stdout.read())
+                self.assertEqual(0, process.returncode)
+                self.assertEqual((True, 1), (report["interrupted"], report["sent"]))
+
+
+class LongFiles(Files):
+    def feed_all(self, path):
+        """Feeds 100 000 samples; gives the report, and the most memory that it took, in KiB."""
+        with CountingService() as service, subprocess.Popen(
+                [os.environ["NAVCTL"], "--json", "feed", path, "--rate", "max"],
+                stdout=subprocess.PIPE, text=True) as process:
+            early = 0
+            while process.poll() is None and len(service.samples) < SAMPLES:
+                if early == 0 and len(service.samples) > SAMPLES // 10:
+                    early = most_memory(process.pid)
+                late = most_memory(process.pid) or late
+                time.sleep(0.01)
+            output, _ = process.communicate(timeout=LONG_DEADLINE_SECONDS)
+        self.assertEqual(0, process.returncode)
+        self.assertEqual(list(range(1, SAMPLES + 1)),
+                         [sample[20] for sample in service.samples], "every sample, in order")
+        self.assertGreater(early, 0)
+        self.assertLess(late - early, 1024, f"from {early} to {late} KiB")
+        return json.loads(output)
+
+    def test_feeds_100000_samples_of_nmea_in_steady_memory(self):
+        path = self.write("long.nmea", (moment(number) for number in range(SAMPLES)))
+        report = self.feed_all(path)
+        self.assertEqual((SAMPLES, 0), (report["sent"], report["skipped"]))
+
+    def test_feeds_100000_samples_of_csv_in_steady_memory(self):
+        rows = (f"{number / 10},{48 + number * 1.8e-6:.9f},11\n" for number in range(SAMPLES))
+        path = self.write("long.csv", ["time,latitude,longitude\n", *rows])
+        report = self.feed_all(path)
+        self.assertEqual((SAMPLES, 0), (report["sent"], report["skipped"]))
+
+
+def most_memory(process):
+    """The most memory that a process has had resident, in KiB; 0 when it has ended."""
+    try:
+        with open(f"/proc/{process}/status", encoding="utf-8") as file:
+            for line in file:
+                if line.startswith("VmHWM:"):
+                    return int(line.split()[1])
+    except OSError:
+        pass
+    return 0
+
+
+@unittest.skipUnless(field_data(), "FIELD_DATA_DIR names no folder with real field files")
+class FieldFiles(Files):
+    def test_feeds_the_poses_of_a_real_drive(self):
+        path = os.path.join(field_data(), "recorded-poses.csv")
+        with open(path, newline="", encoding="utf-8") as file:
+            poses = list(csv.DictReader(file))
+        with CountingService() as service:
+            code, report = navctl_json("feed", path, "--origin", ORIGIN, "--interval", "1",
+                                       "--rate", "max")
+        self.assertEqual((0, len(poses), 0), (code, report["sent"], report["skipped"]), report)
+        for pose, sample in zip(poses, service.samples):
+            heading = (math.pi / 2 - float(pose["theta"])) % (2 * math.pi)
+            self.assertAlmostEqual(heading, sample[8], delta=1e-4, msg="but for the turn of north")
+            self.assertEqual(1, sample[18])
+
+    def test_brings_the_simulated_machine_to_where_the_drive_ends(self):
+        path = os.path.join(field_data(), "recorded-poses.csv")
+        with open(path, newline="", encoding="utf-8") as file:
+            last = list(csv.DictReader(file))[-1]
+        with Simulator(), Client() as client:
+            client.notify("set_wayline_origin", 48.0, 11.0, 500.0)
+            client.request("IsSteeringEngaged")
+            # An hour between the poses, so that the machine hardly drives on after the last one.
+            result = navctl("feed", path, "--origin", ORIGIN, "--interval", "3600",
+                            "--rate", "max")
+            self.assertEqual(0, result.returncode, result.stderr)
+            client.notify("subscribe", "cb_relative_position")
+            x, y, _ = client.event("cb_relative_position")
+            self.assertAlmostEqual(float(last["x"]), x, delta=0.2)
+            self.assertAlmostEqual(float(last["y"]), y, delta=0.2)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,94 @@
+"""What the tests of navctl's work with files share: running it, files of samples, and a service that
+only counts."""
+
+import functools
+import json
+import os
+import socket
+import subprocess
+import threading
+
+import msgpack
+
+from navigation_service import DEADLINE_SECONDS, PORT
+
+
+def navctl(*arguments, text=None, deadline=DEADLINE_SECONDS):
+    """Runs navctl to its end."""
+    return subprocess.run([os.environ["NAVCTL"], *arguments], input=text, capture_output=True,
+                          text=True, timeout=deadline, check=False)
+
+
+def navctl_json(*arguments, text=None, deadline=DEADLINE_SECONDS):
+    """Runs navctl --json; gives the exit code and the one value that it wrote."""
+    result = navctl("--json", *arguments, text=text, deadline=deadline)
+    return result.returncode, json.loads(result.stdout)
+
+
+def sentence(body):
+    """An NMEA sentence with its checksum."""
+    checksum = functools.reduce(lambda sum_, character: sum_ ^ ord(character), body, 0)
+    return f"${body}*{checksum:02X}\r\n"
+
+
+def coordinate(degrees, width):
+    """Degrees as NMEA has them: degrees and minutes."""
+    whole = int(degrees)
+    return f"{whole:0{width}d}{(degrees - whole) * 60:011.8f}"
+
+
+def moment(number, latitude=48.0, longitude=11.0):
+    """GGA and RMC of one moment, ten of them a second, northwards at 2 m/s."""
+    tenths = number % 864000
+    clock = f"{tenths // 36000:02d}{tenths // 600 % 60:02d}{tenths // 10 % 60:02d}.{tenths % 10}0"
+    place = (f"{coordinate(latitude + number * 0.2 / 111200.0, 2)},N,"
+             f"{coordinate(longitude, 3)},E")
+    return (sentence(f"GNGGA,{clock},{place},4,12,0.7,480.0,M,47.0,M,1.0,0000")
+            + sentence(f"GNRMC,{clock},A,{place},3.888,0.0,0{1 + number // 864000}0524,,,R"))
+
+
+def field_data():
+    """The folder of real field files; None where the environment names none."""
+    return os.environ.get("FIELD_DATA_DIR") or None
+
+
+class CountingService:
+    """A service that reads everything, keeps the numbers of the samples, and answers 1."""
+
+    def __init__(self):
+        self.listener = socket.socket()
+        self.listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        self.listener.bind(("127.0.0.1", PORT))
+        self.listener.listen()
+        self.samples = []
+        self.thread = threading.Thread(target=self.serve, daemon=True)
+
+    def __enter__(self):
+        self.thread.start()
+        return self
+
+    def __exit__(self, *_):
+        self.listener.close()
+        self.thread.join(DEADLINE_SECONDS)
+
+    def serve(self):
+        """Serves one client until it leaves."""
+        try:
+            client, _ = self.listener.accept()
+        except OSError:
+            return
+        with client:
+            unpacker = msgpack.Unpacker()
+            while data := client.recv(1 << 20):
+                unpacker.feed(data)
+                for message in unpacker:
+                    if message[0] == 0:
+                        client.sendall(msgpack.packb([1, message[1], None, 1]))
+                    elif message[1] == "SetPositionData":
+                        self.samples.append(record(message[2][0]))
+
+
+def record(text):
+    """The values of a position record by their tags."""
+    return {int(tag): float(value)
+            for tag, value in (pair.split("=") for pair in text.split(";"))}

@@ -1,0 +1,229 @@
+"""navctl wayline: files of waylines with and without a service."""
+
+import json
+import os
+import tempfile
+import unittest
+import xml.etree.ElementTree
+
+from navctl_files import field_data, navctl, navctl_json
+from navigation_service import Client, Simulator
+
+AB = "0 0.000000 0.000000 0.000000 0.000000 100.000000 0.000000"
+LINES = [AB,
+         "1 1.000000 2.000000 3.000000 0.500000",
+         "2 50.000000 0.000000 0.000000 0.000000 50.000000 0.000000 -50.000000 0.000000 0.000000",
+         "3 3 0.000000 0.000000 0.000000 10.000000 10.000000 0.000000 0.000000 20.000000 0.000000",
+         "4 2 0.000000 0.000000 0.000000 10.000000 10.000000 1.000000",
+         "5",
+         "6"]
+ORIGIN = "48.5,11.25,520"
+
+
+class Files(unittest.TestCase):
+    def setUp(self):
+        directory = tempfile.TemporaryDirectory()
+        self.addCleanup(directory.cleanup)
+        self.directory = directory.name
+
+    def path(self, name):
+        return os.path.join(self.directory, name)
+
+    def write(self, name, text):
+        with open(self.path(name), "w", encoding="utf-8", newline="") as file:
+            file.write(text)
+        return self.path(name)
+
+    def read(self, name):
+        with open(self.path(name), encoding="utf-8", newline="") as file:
+            return file.read()
+
+
+class WithoutService(Files):
+    def test_shows_every_kind(self):
+        code, shown = navctl_json("wayline", "show", self.write("lines.txt", "\n".join(LINES)))
+        self.assertEqual(0, code)
+        waylines = shown["waylines"]
+        self.assertEqual(["ab", "a-heading", "circle", "spline", "ab-curve", "path", "replay"],
+                         [wayline["kind"] for wayline in waylines])
+        self.assertEqual([1, 2, 3, 4, 5, 6, 7], [wayline["line"] for wayline in waylines])
+        self.assertEqual(100.0, waylines[0]["length_m"])
+        self.assertEqual({"x": [0.0, 0.0], "y": [0.0, 100.0], "z": [0.0, 0.0]},
+                         waylines[0]["bounds_m"])
+        self.assertIsNone(waylines[1]["length_m"])
+        self.assertAlmostEqual(314.159, waylines[2]["length_m"], 3)
+        text = navctl("wayline", "show", self.path("lines.txt")).stdout.splitlines()
+        self.assertEqual("1: A-B line, 2 points, 100 m from A to B, without ends, heading 0.00 "
+                         "degrees; x 0 to 0, y 0 to 100, z 0 to 0 m", text[0])
+        self.assertEqual(7, len(text))
+
+    def test_converts_there_and_back(self):
+        self.write("lines.txt", "\r\n".join(LINES) + "\r\n")
+        to = navctl("wayline", "convert", self.path("lines.txt"), self.path("lines.geojson"),
+                    "--origin", ORIGIN)
+        self.assertEqual((0, ""), (to.returncode, to.stderr))
+        back = navctl("wayline", "convert", self.path("lines.geojson"), "--to", "text")
+        self.assertEqual((0, ""), (back.returncode, back.stderr))
+        self.assertEqual(LINES, back.stdout.splitlines())
+
+    def test_converts_points_to_csv_and_back(self):
+        self.write("curve.txt", LINES[4] + "\n")
+        csv = navctl("wayline", "convert", self.path("curve.txt"), "--to", "csv")
+        self.assertEqual("x,y,z\n0,0,0\n10,10,1\n", csv.stdout)
+        back = navctl("wayline", "convert", "-", "--from", "csv", "--to", "text", text=csv.stdout)
+        self.assertEqual(LINES[4] + "\n", back.stdout)
+
+    def test_refuses_what_a_format_cannot_carry(self):
+        path = self.write("lines.txt", "\n".join(LINES))
+        for arguments, reason in (
+            (("--to", "csv"), "wayline 2: CSV points have no place for the heading"),
+            (("--to", "csv", "--line", "2"), "no place for the heading"),
+            (("--to", "csv", "--line", "6"), "no points to write"),
+            (("--to", "geojson"), "--origin"),
+            ((), "--to text"),
+            (("--to", "text", "--line", "9"), "no wayline in line 9"),
+        ):
+            with self.subTest(arguments):
+                result = navctl("wayline", "convert", path, *arguments)
+                self.assertEqual((2, ""), (result.returncode, result.stdout))
+                self.assertIn(reason, result.stderr)
+
+    def test_names_every_bad_line_and_its_reason(self):
+        path = self.write("lines.txt", f"{AB}\n4 3 0 0 0\n\n0 1 2 x 4 5 6\n")
+        for command in (("show", path), ("set", path), ("convert", path, "--to", "text"),
+                        ("plot", path, self.path("out.svg"))):
+            with self.subTest(command):
+                result = navctl("wayline", *command)
+                self.assertEqual((2, ""), (result.returncode, result.stdout))
+                self.assertIn("line 2: 3 points make 11 words, the line has 5", result.stderr)
+                self.assertIn('line 4: word 4, "x", is no finite number', result.stderr)
+        self.assertFalse(os.path.exists(self.path("out.svg")))
+
+    def test_refuses_files_that_cannot_be_used(self):
+        for name, text, reason in (
+            ("empty.txt", "", "there is no wayline in it"),
+            ("blank.txt", "\n \n", "there is no wayline in it"),
+            ("bad.geojson", "{", "this is no JSON"),
+            ("polygon.geojson", '{"type":"Polygon"}', "no GeoJSON with features"),
+            ("semicolons.csv", "x;y\n1;2\n", "not by semicolons"),
+            ("short.csv", "x,y\n1\n", "1 values for 2 columns"),
+            ("number.csv", "x,y\n1,b\n", '"b" is no finite number'),
+        ):
+            with self.subTest(name):
+                code, failure = navctl_json("wayline", "show", self.write(name, text))
+                self.assertEqual(2, code)
+                self.assertEqual(2, failure["exit_code"])
+                self.assertIn(reason, failure["reason"])
+        for path, reason in ((self.directory, "directory"), (self.path("none"), "No such file")):
+            with self.subTest(path):
+                result = navctl("wayline", "show", path)
+                self.assertEqual(2, result.returncode)
+                self.assertIn(reason, result.stderr)
+
+    def test_draws_a_picture_that_is_well_formed(self):
+        path = self.write("lines.txt", "\n".join(LINES))
+        result = navctl("wayline", "plot", path, self.path("lines.svg"))
+        self.assertEqual((0, ""), (result.returncode, result.stderr))
+        texts = [element.text for element in
+                 xml.etree.ElementTree.fromstring(self.read("lines.svg")).iter()
+                 if element.tag.endswith("}text")]
+        for text in ("A", "B", "x, metres east", "y, metres north"):
+            self.assertIn(text, texts)
+
+    def test_tells_when_a_file_cannot_be_written(self):
+        path = self.write("lines.txt", AB)
+        result = navctl("wayline", "convert", path, self.path("no/such/folder.txt"))
+        self.assertEqual(6, result.returncode)
+        self.assertIn("cannot write", result.stderr)
+
+    def test_needs_a_service_for_the_other_commands(self):
+        path = self.write("line.txt", AB)
+        for command in (("get",), ("set", path), ("start", "ab"), ("clear",)):
+            with self.subTest(command):
+                result = navctl("wayline", *command)
+                self.assertEqual((3, ""), (result.returncode, result.stdout))
+
+
+class WithService(Files):
+    def test_sets_gets_and_clears_a_wayline(self):
+        path = self.write("lines.txt", "\n".join(LINES))
+        with Simulator(), Client() as client:
+            self.assertEqual(1, navctl("wayline", "get").returncode)
+            for number in (1, 2, 3, 4, 5):
+                with self.subTest(LINES[number - 1]):
+                    code, value = navctl_json("wayline", "set", path, "--line", str(number))
+                    self.assertEqual((0, "done"), (code, value["outcome"]))
+                    self.assertEqual(LINES[number - 1], value["held"]["text"])
+                    got = navctl("wayline", "get")
+                    self.assertEqual((0, LINES[number - 1] + "\n", ""),
+                                     (got.returncode, got.stdout, got.stderr))
+            self.assertEqual(4, client.request("get_wayline")[0])
+            self.assertEqual("done\n", navctl("wayline", "clear").stdout)
+            self.assertEqual(1, navctl("wayline", "clear").returncode)
+            self.assertIsNone(client.request("get_wayline"))
+
+    def test_reports_what_the_service_holds_when_it_refuses(self):
+        degenerate = self.write("point.txt", "0 1 1 0 1 1 0\n")
+        with Simulator():
+            code, value = navctl_json("wayline", "set", degenerate)
+            self.assertEqual((1, {"outcome": "refused", "held": None}), (code, value))
+            self.assertEqual(0, navctl("wayline", "set", self.write("ab.txt", AB)).returncode)
+            result = navctl("wayline", "set", degenerate)
+            self.assertEqual((1, ""), (result.returncode, result.stdout))
+            self.assertIn("it holds: A-B line, 2 points, 100 m", result.stderr)
+
+    def test_wants_one_wayline_to_set_and_sends_nothing_of_a_file_with_a_bad_line(self):
+        with Simulator(), Client() as client:
+            several = navctl("wayline", "set", self.write("lines.txt", "\n".join(LINES)))
+            self.assertEqual(2, several.returncode)
+            self.assertIn("--line", several.stderr)
+            bad = navctl("wayline", "set", self.write("bad.txt", f"{AB}\nx\n"), "--line", "1")
+            self.assertEqual(2, bad.returncode)
+            self.assertIsNone(client.request("get_wayline"))
+
+    def test_starts_a_wayline_by_name_and_by_code(self):
+        with Simulator(), Client() as client:
+            for kind in ("ab", "2"):
+                with self.subTest(kind):
+                    self.assertEqual(0, navctl("wayline", "start", kind).returncode)
+            self.assertEqual(1, client.request("set_waypoint", 0, 0.0, 0.0, 0.0, 0.0))
+            refused = navctl("wayline", "start", "empty")
+            self.assertEqual(1, refused.returncode, refused.stderr)
+            self.assertEqual(2, navctl("wayline", "start", "line").returncode)
+
+
+@unittest.skipUnless(field_data(), "FIELD_DATA_DIR names no folder with real field files")
+class FieldFiles(Files):
+    def setUp(self):
+        super().setUp()
+        self.plots = os.path.join(field_data(), "field-boundaries.csv")
+
+    def test_converts_the_corners_of_real_plots(self):
+        text = navctl("wayline", "convert", self.plots, "--to", "text")
+        self.assertEqual((0, ""), (text.returncode, text.stderr))
+        with open(self.plots, encoding="utf-8") as file:
+            rows = [row.strip().split(",") for row in file if row.strip()]
+        lines = text.stdout.splitlines()
+        self.assertEqual(len(rows), len(lines))
+        for row, line in zip(rows, lines):
+            words = line.split(" ")
+            self.assertEqual(["4", str((len(row) - 1) // 3)], words[:2])
+            for corner, word in zip(row[1:], words[2:]):
+                self.assertAlmostEqual(float(corner), float(word), 6)
+        geojson = navctl("wayline", "convert", self.plots, self.path("plots.geojson"),
+                         "--origin", ORIGIN)
+        self.assertEqual(0, geojson.returncode, geojson.stderr)
+        names = [feature["properties"]["name"]
+                 for feature in json.loads(self.read("plots.geojson"))["features"]]
+        self.assertEqual([row[0] for row in rows], names)
+        back = navctl("wayline", "convert", self.path("plots.geojson"), "--to", "text")
+        self.assertEqual(text.stdout, back.stdout)
+
+    def test_draws_real_plots(self):
+        result = navctl("wayline", "plot", self.plots, self.path("plots.svg"))
+        self.assertEqual((0, ""), (result.returncode, result.stderr))
+        self.assertIn("2024-paper", self.read("plots.svg"))
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,162 @@
+#include "tools/navctl/feed/FeedRun.h"
+
+#include <map>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+/// Gives samples with these times.
+class CTimes : public CSampleReader
+{
+public:
+    explicit CTimes(std::vector<double> times) : m_times(std::move(times)) {}
+
+    ESample Next(PositionSample& sample, int) override
+    {
+        if (m_next == m_times.size())
+            return ESample::End;
+        sample = {};
+        sample.time = m_times[m_next++];
+        return ESample::Sample;
+    }
+
+private:
+    std::vector<double> m_times;
+    std::size_t m_next = 0;
+};
+
+/// Time that passes when it is waited for.
+class CFakeClock : public CFeedClock
+{
+public:
+    double Now() override { return now; }
+    void WaitTowards(double time) override { now = std::min(time, now + 0.1); }
+    bool IsInterrupted() override { return now >= interruptedFrom; }
+
+    double now = 1000.0;
+    double interruptedFrom = 1e9;
+};
+
+/// Notes when samples come; fails the attempts that it is told to.
+class CFakeSink : public CPositionSink
+{
+public:
+    explicit CFakeSink(CFakeClock& clock) : m_clock(clock) {}
+
+    LinkErrorC Send(const PositionSample&, bool, int number) override
+    {
+        const auto failure = failures.find(++m_attempts);
+        if (failure != failures.end())
+            return {failure->second, "told to fail"};
+        sentAt.push_back(m_clock.now - 1000.0);
+        numbers.push_back(number);
+        return {};
+    }
+    LinkErrorC Confirm() override { return {confirmation, "told to fail"}; }
+
+    std::map<int, ELinkError> failures;
+    ELinkError confirmation = ELinkError::None;
+    std::vector<double> sentAt;
+    std::vector<int> numbers;
+
+private:
+    CFakeClock& m_clock;
+    int m_attempts = 0;
+};
+
+/// A feed with all that it stands on.
+struct Feed
+{
+    explicit Feed(std::vector<double> times) : reader(std::move(times)), sink(clock) {}
+
+    FeedResult Run(std::optional<double> rate)
+    {
+        return CFeedRun({reader, sink, clock, [](const FeedResult&) {}, [](const std::string&) {}},
+                        rate, 1.0)
+            .Run();
+    }
+
+    CTimes reader;
+    CFakeClock clock;
+    CFakeSink sink;
+};
+
+void ExpectTimes(const std::vector<double>& expected, const std::vector<double>& actual)
+{
+    ASSERT_EQ(expected.size(), actual.size());
+    for (std::size_t i = 0; i < expected.size(); ++i)
+        EXPECT_NEAR(expected[i], actual[i], 1e-6) << "sample " << i;
+}
+
+} // namespace
+
+TEST(FeedRun, SendsInTheTimeOfTheFile)
+{
+    Feed feed({500.0, 500.5, 502.0});
+    EXPECT_EQ(3U, feed.Run(1.0).sent);
+    ExpectTimes({0.0, 0.5, 2.0}, feed.sink.sentAt);
+    EXPECT_EQ((std::vector<int>{1, 2, 3}), feed.sink.numbers);
+}
+
+TEST(FeedRun, SendsFasterOrAsItComes)
+{
+    Feed fast({500.0, 502.0, 510.0});
+    fast.Run(4.0);
+    ExpectTimes({0.0, 0.5, 2.5}, fast.sink.sentAt);
+    Feed atOnce({500.0, 502.0, 510.0});
+    atOnce.Run(std::nullopt);
+    ExpectTimes({0.0, 0.0, 0.0}, atOnce.sink.sentAt);
+}
+
+TEST(FeedRun, SendsASampleAgainWhenTheLinkIsBackAndKeepsTheDistances)
+{
+    Feed feed({0.0, 1.0, 2.0});
+    feed.sink.failures = {{2, ELinkError::Closed}, {3, ELinkError::Refused}};
+    const FeedResult result = feed.Run(1.0);
+    EXPECT_EQ(EFeedEnd::Done, result.end);
+    EXPECT_EQ(3U, result.sent);
+    EXPECT_EQ(1U, result.reconnections);
+    ExpectTimes({0.0, 1.4, 2.4}, feed.sink.sentAt);
+}
+
+TEST(FeedRun, GivesUpWhenTheLinkDoesNotComeBack)
+{
+    Feed feed({0.0, 1.0, 2.0});
+    for (int attempt = 2; attempt < 100; ++attempt)
+        feed.sink.failures[attempt] = ELinkError::Refused;
+    const FeedResult result = feed.Run(1.0);
+    EXPECT_EQ(EFeedEnd::LinkFailed, result.end);
+    EXPECT_EQ(ELinkError::Refused, result.linkError.code);
+    EXPECT_EQ(1U, result.sent);
+    EXPECT_NEAR(1002.0, feed.clock.now, 0.3) << "a second behind the loss";
+}
+
+TEST(FeedRun, DoesNotTryAServiceAgainThatTakesNothing)
+{
+    Feed feed({0.0, 1.0, 2.0});
+    feed.sink.failures = {{2, ELinkError::TimedOut}};
+    const FeedResult result = feed.Run(1.0);
+    EXPECT_EQ(EFeedEnd::LinkFailed, result.end);
+    EXPECT_EQ(ELinkError::TimedOut, result.linkError.code);
+    EXPECT_EQ(1U, result.sent);
+}
+
+TEST(FeedRun, FailsWhenTheServiceDoesNotConfirm)
+{
+    Feed feed({0.0, 1.0});
+    feed.sink.confirmation = ELinkError::TimedOut;
+    const FeedResult result = feed.Run(1.0);
+    EXPECT_EQ(EFeedEnd::LinkFailed, result.end);
+    EXPECT_EQ(2U, result.sent);
+}
+
+TEST(FeedRun, EndsWhenTheUserWantsItTo)
+{
+    Feed feed({0.0, 1.0, 3600.0});
+    feed.clock.interruptedFrom = 1005.0;
+    const FeedResult result = feed.Run(1.0);
+    EXPECT_EQ(EFeedEnd::Interrupted, result.end);
+    EXPECT_EQ(2U, result.sent);
+}

@@ -1,0 +1,195 @@
+#include "tools/navctl/feed/FeedCommand.h"
+
+#include <chrono>
+#include <cmath>
+#include <limits>
+#include <memory>
+
+#include <poll.h>
+
+#include "tools/navctl/Output.h"
+#include "tools/navctl/feed/CsvSampleReader.h"
+#include "tools/navctl/feed/FeedOptions.h"
+#include "tools/navctl/feed/FeedProgress.h"
+#include "tools/navctl/feed/FeedReport.h"
+#include "tools/navctl/feed/FeedRun.h"
+#include "tools/navctl/feed/Interrupt.h"
+#include "tools/navctl/feed/NmeaReader.h"
+#include "tools/navctl/files/OpenFile.h"
+
+namespace {
+
+constexpr std::size_t kLongestLine = 65536;
+constexpr int kLongestWaitMilliseconds = 100;
+constexpr std::int64_t kSecondsADay = 86400;
+
+double UnixTimeNow()
+{
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration<double>(now).count();
+}
+
+class CMonotonicClock : public CFeedClock
+{
+public:
+    double Now() override
+    {
+        const auto now = std::chrono::steady_clock::now().time_since_epoch();
+        return std::chrono::duration<double>(now).count();
+    }
+
+    void WaitTowards(double time) override
+    {
+        const double milliseconds = (time - Now()) * 1000.0;
+        if (milliseconds > kLongestWaitMilliseconds) {
+            poll(nullptr, 0, kLongestWaitMilliseconds);
+        } else if (milliseconds > 0.0) {
+            const timespec rest{0, static_cast<long>(milliseconds * 1e6)};
+            nanosleep(&rest, nullptr);
+        }
+    }
+
+    bool IsInterrupted() override { return CInterrupt::HasCome(); }
+};
+
+/// The service as the place where samples go.
+class CServiceSink : public CPositionSink
+{
+public:
+    explicit CServiceSink(CNavigationAPI& navigation) : m_navigation(navigation) {}
+
+    LinkErrorC Send(const PositionSample& sample, bool headingValid, int number) override
+    {
+        // What the receiver does not know is no number, and not 0, which would mean: exact.
+        const double unknown = std::numeric_limits<double>::quiet_NaN();
+        m_navigation.SetPositionData(
+            sample.latitude, sample.longitude, sample.height, *sample.course, *sample.speed,
+            *sample.roll, *sample.pitch, *sample.yaw, *sample.rollRate, *sample.pitchRate,
+            *sample.yawRate, sample.sigmaEast.value_or(unknown),
+            sample.sigmaNorth.value_or(unknown), sample.sigmaUp.value_or(unknown),
+            sample.positionValid, sample.fixQuality, sample.satellites, headingValid,
+            *sample.reversing, number, *sample.time);
+        // The result tells of the guard alone; the last error tells of the sending too.
+        return m_navigation.LastError();
+    }
+
+    LinkErrorC Confirm() override
+    {
+        // On a new connection a reply would say nothing of the samples.
+        if (!m_navigation.IsLinkUp())
+            return m_navigation.LastError();
+        // Messages are read in their order: a reply to any request means that they were.
+        m_navigation.IsNavigationActivated();
+        LinkErrorC error = m_navigation.LastError();
+        const bool hasReplied =
+            error.code == ELinkError::NoValue || error.code == ELinkError::ServiceError;
+        return hasReplied ? LinkErrorC{} : error;
+    }
+
+private:
+    CNavigationAPI& m_navigation;
+};
+
+/// One run of the command.
+class CFeedCommand
+{
+public:
+    CFeedCommand(CContext& context, const FeedOptions& options)
+        : m_context(context), m_options(options), m_file(options.file),
+          m_lines(m_file.Descriptor(), kLongestLine)
+    {
+    }
+
+    void Run()
+    {
+        if (!m_file.Problem().empty())
+            return m_context.Fail(kExitUsage, m_file.Problem());
+        const CInterrupt interrupt;
+        if (!m_context.Reach())
+            return;
+        const std::unique_ptr<CSampleReader> reader = MakeReader();
+        CServiceSink sink(m_context.Navigation());
+        const double start = m_clock.Now();
+        const auto show = [&](const FeedResult& result) {
+            m_progress.Show({m_lines.BytesUsed(), m_file.Length(), result.sent,
+                             reader->Skipped().Total(), m_clock.Now() - start});
+        };
+        const auto tell = [this](const std::string& text) {
+            m_progress.Clear();
+            WriteError(text);
+        };
+        const FeedResult result = CFeedRun({*reader, sink, m_clock, show, tell},
+                                           FeedRate(m_options), m_options.secondsToReconnect)
+                                      .Run();
+        m_progress.Clear();
+        if (!reader->Remark().empty())
+            WriteError(reader->Remark());
+        Report(result, *reader);
+    }
+
+private:
+    std::unique_ptr<CSampleReader> MakeReader()
+    {
+        const double now = UnixTimeNow();
+        if (FeedFormat(m_options, m_lines.Peek()) == EFeedFormat::Nmea) {
+            const std::int64_t today = static_cast<std::int64_t>(now) / kSecondsADay;
+            return std::make_unique<CNmeaReader>(m_lines, m_options.day.value_or(today));
+        }
+        CsvSampleOptions csv;
+        csv.origin = m_options.origin;
+        csv.interval = m_options.interval;
+        csv.startTime = now;
+        csv.timeIsOfArrival = m_file.IsStandardInput();
+        csv.clock = UnixTimeNow;
+        return std::make_unique<CCsvSampleReader>(m_lines, csv);
+    }
+
+    void Report(const FeedResult& result, const CSampleReader& reader)
+    {
+        EExitCode code = kExitDone;
+        std::string reason;
+        if (result.end == EFeedEnd::BadFile) {
+            code = kExitUsage;
+            reason = m_options.file + ": " + result.problem;
+        } else if (result.end == EFeedEnd::LinkFailed) {
+            const CLinkFailure failure = LinkFailure(result.linkError);
+            code = failure.code;
+            reason = failure.reason;
+        } else if (result.sent == 0 && result.end != EFeedEnd::Interrupted) {
+            code = kExitUsage;
+            reason = m_options.file + ": no sample that could be sent";
+        }
+        if (code != kExitDone)
+            WriteError(reason);
+        m_context.Print(FeedJson(result, reader, code, reason), FeedText(result, reader));
+        m_context.Finish(code);
+    }
+
+    static CLinkFailure LinkFailure(const LinkErrorC& error)
+    {
+        // Once lost and not found again, a service that has closed the link is one that is gone.
+        if (error.code == ELinkError::Closed)
+            return {kExitCannotConnect, "the link is lost: " + error.text};
+        return CallFailure(error);
+    }
+
+    CContext& m_context;
+    const FeedOptions& m_options;
+    COpenFile m_file;
+    CLineReader m_lines;
+    CMonotonicClock m_clock;
+    CFeedProgress m_progress;
+};
+
+} // namespace
+
+void AddFeedCommand(CLI::App& app, CContext& context)
+{
+    CLI::App* command =
+        app.add_subcommand("feed", "Sends position samples from a file or from standard input");
+    command->footer("Reads NMEA 0183 sentences (GGA, RMC, VTG, HDT, GST), or comma-separated "
+                    "values whose first line\nnames the columns; see navctl-files.md.");
+    const auto options = std::make_shared<FeedOptions>();
+    AddFeedOptions(*command, *options);
+    command->callback([&context, options] { CFeedCommand(context, *options).Run(); });
+}

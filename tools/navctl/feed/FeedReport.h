@@ -1,0 +1,20 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_FEED_FEEDREPORT_H
+#define KESTROVE_TOOLS_NAVCTL_FEED_FEEDREPORT_H
+
+#include <string>
+
+#include "tools/navctl/Context.h"
+#include "tools/navctl/feed/FeedRun.h"
+
+/// What a feed did, as JSON.
+///
+/// @param result what it did.
+/// @param reader where the samples came from.
+/// @param code,reason the exit code and, when it is not 0, the reason.
+Json FeedJson(const FeedResult& result, const CSampleReader& reader, EExitCode code,
+              const std::string& reason);
+
+/// What a feed did, in words; a line and one for each reason to skip something.
+std::string FeedText(const FeedResult& result, const CSampleReader& reader);
+
+#endif

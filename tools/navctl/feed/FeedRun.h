@@ -1,0 +1,75 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_FEED_FEEDRUN_H
+#define KESTROVE_TOOLS_NAVCTL_FEED_FEEDRUN_H
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "tools/navctl/feed/FeedSchedule.h"
+#include "tools/navctl/feed/MotionDerivation.h"
+#include "tools/navctl/feed/PositionSink.h"
+#include "tools/navctl/feed/SampleReader.h"
+
+/// How a feed ended.
+enum class EFeedEnd
+{
+    Done,        ///< everything was sent, and read by the service
+    Interrupted, ///< the user wanted it to end
+    BadFile,     ///< the file cannot be read as what it should be
+    LinkFailed,  ///< the link was lost, or the service does not take or confirm the samples
+};
+
+/// What a feed did.
+struct FeedResult
+{
+    EFeedEnd end = EFeedEnd::Done;
+    std::uint64_t sent = 0;          ///< samples handed over
+    std::uint64_t notValid = 0;      ///< those of them whose position is marked as not valid
+    std::uint64_t reconnections = 0; ///< how often the link was lost and came back
+    LinkErrorC linkError;            ///< for LinkFailed
+    std::string problem;             ///< for BadFile
+};
+
+/// Sends the samples of a reader in their time.
+///
+/// A sample that cannot be sent because the link is lost is tried again until the link is back or a
+/// time has passed; the samples after it then keep their distance to it. A service that takes
+/// nothing within the connection's time-out is not tried again.
+class CFeedRun
+{
+public:
+    struct Parts
+    {
+        CSampleReader& reader;
+        CPositionSink& sink;
+        CFeedClock& clock;
+        std::function<void(const FeedResult&)> show;  ///< told often how far it is
+        std::function<void(const std::string&)> tell; ///< told what happens to the link
+    };
+
+    /// @param rate see CFeedSchedule.
+    /// @param secondsToReconnect how long to try to reach a service that is lost.
+    CFeedRun(const Parts& parts, std::optional<double> rate, double secondsToReconnect)
+        : m_parts(parts), m_schedule(rate), m_secondsToReconnect(secondsToReconnect)
+    {
+    }
+
+    /// Feeds until the file ends or something fails.
+    FeedResult Run();
+
+private:
+    bool SendInTime(PositionSample& sample);
+    bool Send(const PositionSample& sample);
+    bool Reconnect(const PositionSample& sample, const LinkErrorC& loss);
+    bool WaitUntil(double time);
+    bool End(EFeedEnd end);
+
+    Parts m_parts;
+    CFeedSchedule m_schedule;
+    double m_secondsToReconnect;
+    CMotionDerivation m_motion;
+    FeedResult m_result;
+};
+
+#endif

@@ -1,0 +1,44 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_FEED_FEEDSCHEDULE_H
+#define KESTROVE_TOOLS_NAVCTL_FEED_FEEDSCHEDULE_H
+
+#include <optional>
+
+/// When samples are due: the first one at once, the others in the time of the file, made faster or
+/// slower.
+class CFeedSchedule
+{
+public:
+    /// @param rate how many times as fast as the file's own time; empty when samples are due as
+    /// soon
+    ///        as they are there.
+    explicit CFeedSchedule(std::optional<double> rate) : m_rate(rate) {}
+
+    /// When a sample is due, on the clock of `now`.
+    ///
+    /// @param sampleTime the file's time of the sample, seconds.
+    /// @param now the clock's time, seconds.
+    double DueAt(double sampleTime, double now)
+    {
+        if (!m_rate)
+            return now;
+        if (!m_start)
+            m_start = now - sampleTime / *m_rate;
+        return *m_start + sampleTime / *m_rate;
+    }
+
+    /// Has the samples that follow keep their distance to the present one, which comes late.
+    ///
+    /// @param sampleTime the file's time of the present sample, seconds.
+    /// @param now the clock's time, seconds.
+    void GoOnFrom(double sampleTime, double now)
+    {
+        if (m_rate)
+            m_start = now - sampleTime / *m_rate;
+    }
+
+private:
+    std::optional<double> m_rate;
+    std::optional<double> m_start;
+};
+
+#endif

@@ -1,0 +1,107 @@
+#include "tools/navctl/feed/MotionDerivation.h"
+
+#include <cmath>
+
+#include <GeographicLib/Geodesic.hpp>
+
+#include "tools/navctl/files/Angle.h"
+
+namespace {
+
+constexpr double kLeastWayForCourse = 0.1;
+constexpr double kLeastMovingSpeed = 0.3;
+
+struct Way
+{
+    double length = 0.0;    ///< metres
+    double direction = 0.0; ///< radians, clockwise from north
+};
+
+Way WayBetween(double latitude1, double longitude1, double latitude2, double longitude2)
+{
+    Way way;
+    double startAzimuth = 0.0;
+    double endAzimuth = 0.0;
+    GeographicLib::Geodesic::WGS84().Inverse(latitude1, longitude1, latitude2, longitude2,
+                                             way.length, startAzimuth, endAzimuth);
+    // Where the way ends is where the machine is now.
+    way.direction = NormalisedHeading(Radians(endAzimuth));
+    return way;
+}
+
+} // namespace
+
+double CAngleRate::Update(double angle, double time)
+{
+    if (m_angle && time > m_time)
+        m_rate = SmallestTurn(*m_angle, angle) / (time - m_time);
+    m_angle = angle;
+    m_time = time;
+    return m_rate;
+}
+
+void CMotionDerivation::Complete(PositionSample& sample)
+{
+    m_headingIsValid = sample.yaw.has_value();
+    AddSpeed(sample);
+    AddCourse(sample);
+    AddRates(sample);
+    if (!sample.reversing) {
+        sample.reversing = m_headingIsValid && *sample.speed >= kLeastMovingSpeed &&
+                           std::cos(*sample.course - *sample.yaw) < 0.0;
+    }
+    if (sample.positionValid)
+        m_last = Place{sample.latitude, sample.longitude, *sample.time};
+}
+
+void CMotionDerivation::AddSpeed(PositionSample& sample)
+{
+    if (!sample.speed && sample.positionValid && m_last && *sample.time > m_last->time) {
+        const Way way =
+            WayBetween(m_last->latitude, m_last->longitude, sample.latitude, sample.longitude);
+        sample.speed = way.length / (*sample.time - m_last->time);
+    }
+    if (!sample.speed)
+        sample.speed = m_lastSpeed;
+    m_lastSpeed = *sample.speed;
+}
+
+void CMotionDerivation::AddCourse(PositionSample& sample)
+{
+    m_courseIsNew = sample.course.has_value();
+    if (sample.positionValid) {
+        if (!m_courseBegins)
+            m_courseBegins = Place{sample.latitude, sample.longitude, *sample.time};
+        const Way way = WayBetween(m_courseBegins->latitude, m_courseBegins->longitude,
+                                   sample.latitude, sample.longitude);
+        if (way.length >= kLeastWayForCourse) {
+            m_courseBegins = Place{sample.latitude, sample.longitude, *sample.time};
+            if (!sample.course)
+                sample.course = way.direction;
+            m_courseIsNew = true;
+        }
+    }
+    if (!sample.course)
+        sample.course = m_lastCourse;
+    m_lastCourse = *sample.course;
+}
+
+void CMotionDerivation::AddRates(PositionSample& sample)
+{
+    const double time = *sample.time;
+    if (!m_headingIsValid)
+        sample.yaw = sample.course;
+    const double courseRate =
+        m_courseIsNew ? m_courseRate.Update(*sample.course, time) : m_courseRate.Rate();
+    const bool moves = *sample.speed >= kLeastMovingSpeed;
+    const double yawRate = m_headingIsValid ? m_headingRate.Update(*sample.yaw, time)
+                           : moves          ? courseRate
+                                            : 0.0;
+    const double rollRate = m_rollRate.Update(sample.roll.value_or(0.0), time);
+    const double pitchRate = m_pitchRate.Update(sample.pitch.value_or(0.0), time);
+    sample.roll = sample.roll.value_or(0.0);
+    sample.pitch = sample.pitch.value_or(0.0);
+    sample.rollRate = sample.rollRate.value_or(rollRate);
+    sample.pitchRate = sample.pitchRate.value_or(pitchRate);
+    sample.yawRate = sample.yawRate.value_or(yawRate);
+}

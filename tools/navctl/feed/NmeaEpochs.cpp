@@ -1,0 +1,141 @@
+#include "tools/navctl/feed/NmeaEpochs.h"
+
+#include <utility>
+
+namespace {
+
+constexpr std::int64_t kHalfDay = 12LL * 3600 * 1000;
+
+bool HasTime(const std::string& type)
+{
+    return type == "GGA" || type == "RMC" || type == "GST";
+}
+
+} // namespace
+
+std::optional<PositionSample> CNmeaEpochs::Add(const NmeaSentence& sentence,
+                                               const NmeaReport& report, std::string& problem)
+{
+    problem.clear();
+    if (!HasTime(sentence.type)) {
+        AddUntimed(sentence, report);
+        return std::nullopt;
+    }
+    if (!report.timeOfDay) {
+        problem = sentence.type + " without a time";
+        return std::nullopt;
+    }
+    std::optional<PositionSample> finished;
+    if (m_timeOfDay && *m_timeOfDay != *report.timeOfDay)
+        finished = Flush(problem);
+    if (m_isOver && *m_timeOfDay == *report.timeOfDay) {
+        problem = sentence.type + " after its sample was sent";
+        return finished;
+    }
+    if (m_isOver) {
+        m_parts = std::exchange(m_next, {});
+        m_isOver = false;
+    }
+    m_timeOfDay = report.timeOfDay;
+    // A receiver of several systems may tell the same of each; the combined solution is GN's.
+    const auto known = m_parts.find(sentence.type);
+    if (known == m_parts.end() || known->second.talker != "GN" || sentence.talker == "GN")
+        m_parts[sentence.type] = {sentence.talker, report};
+    return finished;
+}
+
+/// One of a type that has come already begins the next moment: some receivers tell the heading
+/// before the position.
+void CNmeaEpochs::AddUntimed(const NmeaSentence& sentence, const NmeaReport& report)
+{
+    const bool isForNext = m_isOver || (m_timeOfDay && m_parts.count(sentence.type) != 0);
+    (isForNext ? m_next : m_parts)[sentence.type] = {sentence.talker, report};
+}
+
+const CNmeaEpochs::Part* CNmeaEpochs::Find(const char* type) const
+{
+    const auto part = m_parts.find(type);
+    return part == m_parts.end() ? nullptr : &part->second;
+}
+
+bool CNmeaEpochs::HasPosition() const
+{
+    if (m_isOver || !m_timeOfDay)
+        return false;
+    const Part* gga = Find("GGA");
+    const Part* rmc = Find("RMC");
+    return (gga != nullptr && gga->report.latitude) || (rmc != nullptr && rmc->report.latitude);
+}
+
+std::optional<PositionSample> CNmeaEpochs::Flush(std::string& problem)
+{
+    problem.clear();
+    if (m_isOver || !m_timeOfDay)
+        return std::nullopt;
+    const bool hasPosition = HasPosition();
+    m_isOver = true;
+    const double time = UnixTime();
+    if (!hasPosition) {
+        problem = "no position";
+        return std::nullopt;
+    }
+    if (m_lastTime && time <= *m_lastTime) {
+        problem = "time does not advance";
+        return std::nullopt;
+    }
+    m_lastTime = time;
+    PositionSample sample;
+    sample.time = time;
+    AddPlace(sample);
+    AddMovement(sample);
+    return sample;
+}
+
+/// The time of the moment. The day comes from RMC; without it, a new day begins when the time of
+/// day jumps back.
+double CNmeaEpochs::UnixTime()
+{
+    const Part* rmc = Find("RMC");
+    if (rmc != nullptr && rmc->report.day)
+        m_day = *rmc->report.day;
+    else if (m_lastTimeOfDay && *m_timeOfDay + kHalfDay < *m_lastTimeOfDay)
+        ++m_day;
+    m_lastTimeOfDay = m_timeOfDay;
+    return static_cast<double>(m_day) * 86400.0 + static_cast<double>(*m_timeOfDay) / 1000.0;
+}
+
+void CNmeaEpochs::AddPlace(PositionSample& sample)
+{
+    const Part* gga = Find("GGA");
+    const Part* rmc = Find("RMC");
+    const NmeaReport& place = gga != nullptr && gga->report.latitude ? gga->report : rmc->report;
+    sample.latitude = *place.latitude;
+    sample.longitude = *place.longitude;
+    if (place.geoidSeparation)
+        m_lastSeparation = *place.geoidSeparation;
+    if (place.altitude)
+        m_lastHeight = *place.altitude + m_lastSeparation;
+    sample.height = m_lastHeight;
+    sample.fixQuality = place.fixQuality.value_or(0);
+    sample.satellites = place.satellites.value_or(0);
+    const bool isWarned = rmc != nullptr && rmc->report.fixQuality == 0;
+    sample.positionValid = sample.fixQuality > 0 && !isWarned;
+    if (const Part* gst = Find("GST")) {
+        sample.sigmaNorth = gst->report.sigmaNorth;
+        sample.sigmaEast = gst->report.sigmaEast;
+        sample.sigmaUp = gst->report.sigmaUp;
+    }
+}
+
+void CNmeaEpochs::AddMovement(PositionSample& sample) const
+{
+    for (const char* type : {"RMC", "VTG"}) {
+        const Part* part = Find(type);
+        if (part != nullptr && !sample.course)
+            sample.course = part->report.course;
+        if (part != nullptr && !sample.speed)
+            sample.speed = part->report.speed;
+    }
+    if (const Part* hdt = Find("HDT"))
+        sample.yaw = hdt->report.heading;
+}

@@ -1,0 +1,97 @@
+#include "tools/navctl/files/LineReader.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include <poll.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::size_t kBufferSize = 65536;
+const std::string kByteOrderMark = "\xEF\xBB\xBF";
+
+} // namespace
+
+CLineReader::CLineReader(int descriptor, std::size_t longestLine)
+    : m_descriptor(descriptor), m_longestLine(longestLine)
+{
+    m_buffer.reserve(kBufferSize);
+}
+
+ELine CLineReader::Next(std::string& line, int timeoutMilliseconds)
+{
+    while (!TakeFromBuffer()) {
+        if (m_ended)
+            return HoldsPartOfALine() ? Give(line) : ELine::End;
+        const ELine state = Refill(timeoutMilliseconds);
+        if (state == ELine::End)
+            m_ended = true;
+        else if (state != ELine::Line)
+            return state;
+    }
+    return Give(line);
+}
+
+std::string CLineReader::Peek()
+{
+    if (m_place == m_buffer.size() && !m_ended)
+        m_ended = Refill(-1) == ELine::End;
+    return m_buffer.substr(m_place);
+}
+
+/// Fetches what has come.
+///
+/// @return Line when something has.
+ELine CLineReader::Refill(int timeoutMilliseconds)
+{
+    pollfd waiting{m_descriptor, POLLIN, 0};
+    const int ready = poll(&waiting, 1, timeoutMilliseconds);
+    if (ready == 0 || (ready < 0 && errno == EINTR))
+        return ELine::NothingYet;
+    if (ready < 0)
+        return ELine::Failed;
+    m_buffer.resize(kBufferSize);
+    m_place = 0;
+    const ssize_t count = read(m_descriptor, m_buffer.data(), kBufferSize);
+    m_buffer.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+    m_bytesTaken += m_buffer.size();
+    if (count < 0)
+        return errno == EINTR || errno == EAGAIN ? ELine::NothingYet : ELine::Failed;
+    return count == 0 ? ELine::End : ELine::Line;
+}
+
+/// Moves characters from the buffer to the line.
+///
+/// @return true when the line's end has come.
+bool CLineReader::TakeFromBuffer()
+{
+    if (m_skipLineFeed && m_place < m_buffer.size()) {
+        if (m_buffer[m_place] == '\n')
+            ++m_place;
+        m_skipLineFeed = false;
+    }
+    const std::size_t end = std::min(m_buffer.find_first_of("\r\n", m_place), m_buffer.size());
+    const std::size_t length = end - m_place;
+    const std::size_t room = m_longestLine - m_line.size();
+    m_line.append(m_buffer, m_place, std::min(length, room));
+    m_tooLong = m_tooLong || length > room;
+    m_place = end;
+    if (end == m_buffer.size())
+        return false;
+    m_skipLineFeed = m_buffer[end] == '\r';
+    ++m_place;
+    return true;
+}
+
+ELine CLineReader::Give(std::string& line)
+{
+    ++m_lineNumber;
+    line.swap(m_line);
+    m_line.clear();
+    if (m_lineNumber == 1 && line.compare(0, kByteOrderMark.size(), kByteOrderMark) == 0)
+        line.erase(0, kByteOrderMark.size());
+    const bool tooLong = m_tooLong;
+    m_tooLong = false;
+    return tooLong ? ELine::TooLong : ELine::Line;
+}

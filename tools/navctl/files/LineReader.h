@@ -1,0 +1,67 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_FILES_LINEREADER_H
+#define KESTROVE_TOOLS_NAVCTL_FILES_LINEREADER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+/// What CLineReader::Next() has found.
+enum class ELine
+{
+    Line,       ///< a line
+    TooLong,    ///< a line over the limit; its beginning is given, the rest is dropped
+    NothingYet, ///< no whole line has come within the time
+    End,        ///< the file has ended
+    Failed,     ///< the file cannot be read; errno tells why
+};
+
+/// Reads a file or a stream line by line, in a memory that does not grow with the file or with its
+/// longest line. Lines end with LF, CRLF or CR; the last one may have no end. A byte order mark at
+/// the front is taken away.
+///
+/// Thread safety: none. Does not close the descriptor.
+class CLineReader
+{
+public:
+    /// @param descriptor an open file, pipe or terminal; stays the caller's.
+    /// @param longestLine the most characters of a line that are given.
+    CLineReader(int descriptor, std::size_t longestLine);
+
+    /// Reads the next line.
+    ///
+    /// @param line receives the line without its end.
+    /// @param timeoutMilliseconds how long to wait for data; -1 without limit.
+    /// @return what was found; NothingYet also when a signal has interrupted the wait.
+    ELine Next(std::string& line, int timeoutMilliseconds = -1);
+
+    /// Waits for the first data and gives what has come of it, without using it up.
+    ///
+    /// @return empty when the file is empty or cannot be read, which Next() will tell, or when a
+    ///         signal has interrupted the wait.
+    std::string Peek();
+
+    /// The number of the line that Next() gave last, counted from 1.
+    std::uint64_t LineNumber() const { return m_lineNumber; }
+    /// How many bytes of the file have been used up.
+    std::uint64_t BytesUsed() const { return m_bytesTaken - (m_buffer.size() - m_place); }
+    /// True when the beginning of a line has come, but not its end.
+    bool HoldsPartOfALine() const { return !m_line.empty() || m_tooLong; }
+
+private:
+    ELine Refill(int timeoutMilliseconds);
+    bool TakeFromBuffer();
+    ELine Give(std::string& line);
+
+    int m_descriptor;
+    std::size_t m_longestLine;
+    std::string m_buffer;
+    std::size_t m_place = 0;
+    std::string m_line;
+    bool m_tooLong = false;
+    bool m_skipLineFeed = false;
+    bool m_ended = false;
+    std::uint64_t m_lineNumber = 0;
+    std::uint64_t m_bytesTaken = 0;
+};
+
+#endif

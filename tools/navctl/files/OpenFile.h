@@ -1,0 +1,39 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_FILES_OPENFILE_H
+#define KESTROVE_TOOLS_NAVCTL_FILES_OPENFILE_H
+
+#include <cstdint>
+#include <string>
+
+/// A file that is open for reading, or standard input for the name "-". Closes the file, but not
+/// standard input.
+class COpenFile
+{
+public:
+    /// Opens the file. A directory is no file.
+    ///
+    /// @param path the file's name; "-" for standard input.
+    explicit COpenFile(const std::string& path);
+    ~COpenFile();
+    COpenFile(const COpenFile&) = delete;
+    COpenFile& operator=(const COpenFile&) = delete;
+
+    /// Why the file cannot be read, with its name; empty when it can.
+    const std::string& Problem() const { return m_problem; }
+    int Descriptor() const { return m_descriptor; }
+    /// Its length in bytes; 0 for what has none, such as a pipe.
+    std::uint64_t Length() const { return m_length; }
+    bool IsStandardInput() const { return m_isStandardInput; }
+
+private:
+    int m_descriptor = -1;
+    bool m_isStandardInput = false;
+    std::uint64_t m_length = 0;
+    std::string m_problem;
+};
+
+/// Writes a file in place of what is there.
+///
+/// @return why it could not be written, with its name; empty on success.
+std::string WriteWholeFile(const std::string& path, const std::string& content);
+
+#endif

@@ -1,0 +1,133 @@
+#include "tools/navctl/wayline/WaylineCommand.h"
+
+#include <memory>
+
+#include "tools/navctl/files/OpenFile.h"
+#include "tools/navctl/wayline/WaylinePlot.h"
+#include "tools/navctl/wayline/WaylineReport.h"
+#include "tools/navctl/wayline/WaylineServiceCommands.h"
+#include "tools/navctl/wayline/WaylineSource.h"
+
+namespace {
+
+/// The command line of show, convert and plot.
+struct FileOptions
+{
+    WaylineSource source;
+    std::string target = "-";
+    std::optional<EWaylineFormat> targetFormat;
+};
+
+std::string Counted(std::size_t count)
+{
+    return std::to_string(count) + (count == 1 ? " wayline" : " waylines");
+}
+
+void Show(CContext& context, const FileOptions& options)
+{
+    const std::optional<WaylineList> list = ReadSource(context, options.source);
+    if (!list)
+        return;
+    Json waylines = Json::array();
+    std::string text;
+    for (const WaylineList::Entry& entry : list->entries) {
+        Json wayline{{"line", entry.number}};
+        wayline.update(WaylineJson(entry.content));
+        waylines.push_back(wayline);
+        text += (text.empty() ? "" : "\n") + std::to_string(entry.number) + ": " +
+                WaylineWords(entry.content);
+    }
+    context.Print({{"waylines", waylines}}, text);
+}
+
+/// Writes a file, or the standard output for "-".
+///
+/// @param json what is written to the standard output with --json.
+void Deliver(CContext& context, const std::string& target, const std::string& content,
+             const Json& json, const std::string& words)
+{
+    if (target == "-") {
+        if (context.WritesJson())
+            context.Print(json, "");
+        else
+            context.Output().Write(content);
+        return;
+    }
+    const std::string problem = WriteWholeFile(target, content);
+    if (!problem.empty())
+        return context.Fail(kExitCannotWrite, problem);
+    context.Print({{"outcome", "done"}, {"file", target}}, words + " written to " + target);
+}
+
+void Convert(CContext& context, const FileOptions& options)
+{
+    if (options.target == "-" && !options.targetFormat)
+        return context.Fail(kExitUsage, "the standard output has no name that tells the format: "
+                                        "--to text, --to geojson or --to csv");
+    const std::optional<WaylineList> list = ReadSource(context, options.source);
+    if (!list)
+        return;
+    const EWaylineFormat format = options.targetFormat.value_or(WaylineFormatOf(options.target));
+    std::string content;
+    const std::optional<GeodeticPlace> origin =
+        options.source.reading.origin ? options.source.reading.origin : list->origin;
+    const std::string problem = WriteWaylines(*list, format, origin, content);
+    if (!problem.empty())
+        return context.Fail(kExitUsage, problem);
+    Json json{{"content", content}};
+    if (format == EWaylineFormat::GeoJson)
+        json = Json::parse(content);
+    Deliver(context, options.target, content, json, Counted(list->entries.size()));
+}
+
+void Plot(CContext& context, const FileOptions& options)
+{
+    const std::optional<WaylineList> list = ReadSource(context, options.source);
+    if (!list)
+        return;
+    const std::string picture = WaylinePlot(*list);
+    if (picture.empty())
+        return context.Fail(kExitUsage, options.source.file + ": there is no point to draw within "
+                                                              "a million kilometres");
+    Deliver(context, options.target, picture, Json{{"content", picture}},
+            "picture of " + Counted(list->entries.size()));
+}
+
+using FileAction = void (*)(CContext&, const FileOptions&);
+
+CLI::App* AddFileCommand(CLI::App& group, CContext& context, const char* name, const char* help,
+                         const std::shared_ptr<FileOptions>& options, FileAction action)
+{
+    CLI::App* command = group.add_subcommand(name, help);
+    AddWaylineSource(*command, options->source);
+    command->callback([&context, options, action] { action(context, *options); });
+    return command;
+}
+
+} // namespace
+
+void AddWaylineCommand(CLI::App& app, CContext& context)
+{
+    CLI::App* group = app.add_subcommand("wayline", "Shows, converts, draws and sets waylines");
+    group->require_subcommand(1);
+    group->fallthrough();
+    group->footer("The files' formats are told in navctl-files.md.");
+    AddFileCommand(*group, context, "show",
+                   "Tells kind, points, length and bounds of a file's waylines",
+                   std::make_shared<FileOptions>(), Show);
+    const auto convert = std::make_shared<FileOptions>();
+    CLI::App* command =
+        AddFileCommand(*group, context, "convert",
+                       "Converts waylines between text form, GeoJSON and CSV", convert, Convert);
+    command->add_option("TARGET", convert->target, "The file to write; - for standard output")
+        ->capture_default_str();
+    AddFormatOption(*command, "--to",
+                    "text, geojson or csv; otherwise told from the ending of the target's name",
+                    convert->targetFormat);
+    const auto plot = std::make_shared<FileOptions>();
+    command = AddFileCommand(*group, context, "plot", "Draws a file's waylines as an SVG picture",
+                             plot, Plot);
+    command->add_option("PICTURE", plot->target, "The SVG file to write; - for standard output")
+        ->required();
+    AddWaylineServiceCommands(*group, context);
+}

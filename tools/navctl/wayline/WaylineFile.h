@@ -1,0 +1,37 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_WAYLINE_WAYLINEFILE_H
+#define KESTROVE_TOOLS_NAVCTL_WAYLINE_WAYLINEFILE_H
+
+#include <optional>
+#include <string>
+
+#include "tools/navctl/wayline/WaylineList.h"
+
+/// The formats of files of waylines.
+enum class EWaylineFormat
+{
+    Text,    ///< a text form a line
+    GeoJson, ///< see WaylineGeoJson.h
+    Csv,     ///< see WaylineCsv.h
+};
+
+/// The format of a file by its name: ".geojson" or ".json", ".csv"; anything else is the text form.
+EWaylineFormat WaylineFormatOf(const std::string& path);
+
+/// Reads a file of waylines whole. Lines of the text form that are empty are passed over.
+///
+/// @param path the file's name; "-" for standard input.
+/// @return the waylines; with problems when there is a line that cannot be read, or when there is
+/// no
+///         wayline at all.
+WaylineList ReadWaylineFile(const std::string& path, EWaylineFormat format,
+                            const WaylineReading& reading);
+
+/// Writes waylines in a format.
+///
+/// @param origin where their local frame is; GeoJSON needs it.
+/// @param text receives the file's content.
+/// @return why they cannot be written so; empty on success.
+std::string WriteWaylines(const WaylineList& list, EWaylineFormat format,
+                          const std::optional<GeodeticPlace>& origin, std::string& text);
+
+#endif

@@ -1,0 +1,357 @@
+#include "tools/navctl/wayline/WaylineGeoJson.h"
+
+#include <array>
+#include <cmath>
+
+#include <nlohmann/json.hpp>
+
+#include "tools/navctl/Names.h"
+#include "tools/navctl/files/Angle.h"
+#include "tools/navctl/wayline/WaylineShape.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// The geometry may differ by this much from what the parameters say, metres.
+constexpr double kTolerance = 0.01;
+constexpr double kAhead = 100.0;
+
+/// Thrown out of the reading of a feature; the text is its problem.
+struct BadFeature
+{
+    std::string text;
+};
+
+/// The names of the points of the kinds with a fixed number.
+std::vector<const char*> PointNames(Kestrove::EWaylineType kind)
+{
+    switch (kind) {
+    case Kestrove::EWaylineTypeAB:
+        return {"pointA", "pointB"};
+    case Kestrove::EWaylineTypeAHeading:
+        return {"pointA"};
+    case Kestrove::EWaylineTypeCircle:
+        return {"firstPoint", "secondPoint", "thirdPoint"};
+    default:
+        return {};
+    }
+}
+
+/// Micrometres, as the text form has them; what is left of a detour over the earth is rounded away.
+double Rounded(double metres)
+{
+    return std::round(metres * 1e6) / 1e6 + 0.0;
+}
+
+WaylinePoint Rounded(const WaylinePoint& point)
+{
+    return {Rounded(point.x), Rounded(point.y), Rounded(point.z)};
+}
+
+double NumberIn(const Json& value, const std::string& what)
+{
+    if (!value.is_number() || !std::isfinite(value.get<double>()))
+        throw BadFeature{what + " is no number"};
+    return value.get<double>();
+}
+
+const Json& MemberOf(const Json& object, const char* name)
+{
+    static const Json none;
+    const auto found = object.is_object() ? object.find(name) : object.end();
+    return object.is_object() && found != object.end() ? *found : none;
+}
+
+std::string TextOf(const Json& value)
+{
+    return value.is_string() ? value.get<std::string>() : std::string();
+}
+
+struct Position
+{
+    GeodeticPlace place;
+    bool hasHeight = false;
+};
+
+Position ReadPosition(const Json& value)
+{
+    if (!value.is_array() || value.size() < 2)
+        throw BadFeature{"a position is no array of longitude, latitude and height"};
+    Position position;
+    position.place.longitude = NumberIn(value[0], "a longitude");
+    position.place.latitude = NumberIn(value[1], "a latitude");
+    position.hasHeight = value.size() > 2;
+    if (position.hasHeight)
+        position.place.height = NumberIn(value[2], "a height");
+    const std::string problem = ImpossiblePlace(position.place);
+    if (!problem.empty())
+        throw BadFeature{problem};
+    return position;
+}
+
+std::vector<Position> ReadGeometry(const Json& geometry)
+{
+    if (geometry.is_null())
+        return {};
+    const std::string type = TextOf(MemberOf(geometry, "type"));
+    const Json& coordinates = MemberOf(geometry, "coordinates");
+    if (type == "Point")
+        return {ReadPosition(coordinates)};
+    if (type != "LineString")
+        throw BadFeature{"its geometry is no LineString but \"" + type + "\""};
+    if (!coordinates.is_array())
+        throw BadFeature{"the LineString has no coordinates"};
+    std::vector<Position> positions;
+    for (const Json& coordinate : coordinates)
+        positions.push_back(ReadPosition(coordinate));
+    return positions;
+}
+
+std::optional<GeodeticPlace> ReadOrigin(const Json& properties)
+{
+    const Json& origin = MemberOf(properties, "origin");
+    if (origin.is_null())
+        return std::nullopt;
+    const GeodeticPlace place{NumberIn(MemberOf(origin, "latitude"), "the origin's latitude"),
+                              NumberIn(MemberOf(origin, "longitude"), "the origin's longitude"),
+                              NumberIn(MemberOf(origin, "height"), "the origin's height")};
+    const std::string problem = ImpossiblePlace(place);
+    if (!problem.empty())
+        throw BadFeature{"its origin: " + problem};
+    return place;
+}
+
+Kestrove::EWaylineType ReadKind(const Json& properties, Kestrove::EWaylineType otherwise)
+{
+    const Json& kind = MemberOf(properties, "kind");
+    if (kind.is_null())
+        return otherwise;
+    for (const auto& [name, code] : WaylineKindNames()) {
+        if (TextOf(kind) == name && code != Kestrove::EWaylineTypeEmpty)
+            return static_cast<Kestrove::EWaylineType>(code);
+    }
+    throw BadFeature{"its property kind, " +
+                     kind.dump(-1, ' ', false, Json::error_handler_t::replace) +
+                     ", is no kind of wayline"};
+}
+
+std::vector<WaylinePoint> LocalPoints(const std::vector<Position>& positions,
+                                      const CLocalFrame& frame)
+{
+    std::vector<WaylinePoint> points;
+    for (Position position : positions) {
+        if (!position.hasHeight)
+            position.place.height = frame.Origin().height;
+        WaylinePoint point = Rounded(frame.ToLocal(position.place));
+        if (!position.hasHeight)
+            point.z = 0.0;
+        points.push_back(point);
+    }
+    return points;
+}
+
+/// The parameters that the properties have in full; nothing when there are none.
+std::optional<WaylineContent> ReadParameters(const Json& properties, Kestrove::EWaylineType kind)
+{
+    WaylineContent content;
+    content.kind = kind;
+    for (const char* name : PointNames(kind)) {
+        const Json& point = MemberOf(properties, name);
+        if (point.is_null())
+            return std::nullopt;
+        if (!point.is_array() || point.size() != 3)
+            throw BadFeature{"its property " + std::string(name) + " is no array of x, y and z"};
+        content.points.emplace_back(NumberIn(point[0], name), NumberIn(point[1], name),
+                                    NumberIn(point[2], name));
+    }
+    if (kind == Kestrove::EWaylineTypeAHeading)
+        content.heading = NumberIn(MemberOf(properties, "heading"), "its property heading");
+    return content;
+}
+
+/// Somebody may have moved the line on a map; then its parameters say something else.
+void CheckGeometry(const WaylineContent& content, const std::vector<Position>& positions,
+                   const CLocalFrame& frame)
+{
+    const std::vector<WaylinePoint> expected = Outline(content);
+    bool agrees = expected.size() == positions.size();
+    for (std::size_t i = 0; agrees && i < expected.size(); ++i) {
+        const WaylinePoint point = frame.ToLocal(positions[i].place);
+        agrees = std::hypot(point.x - expected[i].x, point.y - expected[i].y,
+                            positions[i].hasHeight ? point.z - expected[i].z : 0.0) <= kTolerance;
+    }
+    if (!agrees)
+        throw BadFeature{"its geometry is not where its parameters say; without the property " +
+                         std::string(PointNames(content.kind).front()) +
+                         " the geometry would be used"};
+}
+
+/// The same wayline in another frame.
+WaylineContent Moved(const WaylineContent& content, const CLocalFrame& from, const CLocalFrame& to)
+{
+    const auto move = [&](const WaylinePoint& point) { return to.ToLocal(from.ToGeodetic(point)); };
+    WaylineContent moved = content;
+    for (WaylinePoint& point : moved.points)
+        point = Rounded(move(point));
+    if (content.kind == Kestrove::EWaylineTypeAHeading) {
+        const WaylinePoint& a = content.points[0];
+        const WaylinePoint start = move(a);
+        const WaylinePoint ahead = move({a.x + kAhead * std::sin(content.heading),
+                                         a.y + kAhead * std::cos(content.heading), a.z});
+        moved.heading = NormalisedHeading(std::atan2(ahead.x - start.x, ahead.y - start.y));
+    }
+    return moved;
+}
+
+WaylineContent FromGeometry(Kestrove::EWaylineType kind, std::vector<WaylinePoint> points)
+{
+    WaylineContent content;
+    content.kind = kind;
+    if (kind == Kestrove::EWaylineTypeAHeading && points.size() == 2) {
+        content.heading =
+            NormalisedHeading(std::atan2(points[1].x - points[0].x, points[1].y - points[0].y));
+        points.pop_back();
+    }
+    const std::string problem = PointCountProblem(kind, points.size());
+    if (!problem.empty())
+        throw BadFeature{problem};
+    content.points = std::move(points);
+    return content;
+}
+
+WaylineContent ReadFeature(const Json& feature, const WaylineReading& reading,
+                           const std::optional<CLocalFrame>& frame)
+{
+    const bool isFeature = TextOf(MemberOf(feature, "type")) == "Feature";
+    const Json& properties = MemberOf(feature, "properties");
+    const std::vector<Position> positions =
+        ReadGeometry(isFeature ? MemberOf(feature, "geometry") : feature);
+    const Kestrove::EWaylineType kind = ReadKind(properties, reading.kind);
+    const std::optional<GeodeticPlace> ownOrigin = ReadOrigin(properties);
+    WaylineContent content;
+    if (!frame && !(positions.empty() && PointCountOf(kind) == 0U))
+        throw BadFeature{"the file tells no origin of the local frame: --origin LAT,LON,HEIGHT"};
+    const std::optional<WaylineContent> parameters =
+        ownOrigin && !PointNames(kind).empty() ? ReadParameters(properties, kind) : std::nullopt;
+    if (parameters) {
+        const CLocalFrame ownFrame(*ownOrigin);
+        CheckGeometry(*parameters, positions, ownFrame);
+        content =
+            *ownOrigin == frame->Origin() ? *parameters : Moved(*parameters, ownFrame, *frame);
+    } else {
+        content = FromGeometry(kind, frame ? LocalPoints(positions, *frame)
+                                           : std::vector<WaylinePoint>());
+    }
+    content.name = TextOf(MemberOf(properties, "name"));
+    return content;
+}
+
+/// The features of a file; a geometry alone counts as one.
+std::vector<Json> FeaturesIn(const Json& file)
+{
+    const std::string type = TextOf(MemberOf(file, "type"));
+    if (type == "Feature" || type == "LineString")
+        return {file};
+    if (type != "FeatureCollection")
+        throw BadFeature{"it is no GeoJSON with features: its type is \"" + type + "\""};
+    const Json& features = MemberOf(file, "features");
+    if (!features.is_array())
+        throw BadFeature{"the FeatureCollection has no array of features"};
+    return {features.begin(), features.end()};
+}
+
+std::optional<GeodeticPlace> FirstOrigin(const std::vector<Json>& features)
+{
+    for (const Json& feature : features) {
+        try {
+            const auto origin = ReadOrigin(MemberOf(feature, "properties"));
+            if (origin)
+                return origin;
+        } catch (const BadFeature&) {
+            // Told when the feature itself is read.
+            continue;
+        }
+    }
+    return std::nullopt;
+}
+
+Json PositionJson(const WaylinePoint& point, const CLocalFrame& frame)
+{
+    const GeodeticPlace place = frame.ToGeodetic(point);
+    return Json::array({place.longitude, place.latitude, place.height});
+}
+
+Json GeometryJson(const WaylineContent& content, const CLocalFrame& frame)
+{
+    // The points themselves, from which the service makes the curve.
+    const bool hasAnyPoints = !PointCountOf(content.kind);
+    const std::vector<WaylinePoint> points = hasAnyPoints ? content.points : Outline(content);
+    if (points.empty())
+        return nullptr;
+    if (points.size() == 1)
+        return {{"type", "Point"}, {"coordinates", PositionJson(points[0], frame)}};
+    Json coordinates = Json::array();
+    for (const WaylinePoint& point : points)
+        coordinates.push_back(PositionJson(point, frame));
+    return {{"type", "LineString"}, {"coordinates", coordinates}};
+}
+
+Json PropertiesJson(const WaylineContent& content, const GeodeticPlace& origin)
+{
+    Json properties{{"kind", KindName(content.kind)}};
+    if (!content.name.empty())
+        properties["name"] = content.name;
+    properties["origin"] = {
+        {"latitude", origin.latitude}, {"longitude", origin.longitude}, {"height", origin.height}};
+    const std::vector<const char*> names = PointNames(content.kind);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const WaylinePoint& point = content.points.at(i);
+        properties[names[i]] = Json::array({point.x, point.y, point.z});
+    }
+    if (content.kind == Kestrove::EWaylineTypeAHeading)
+        properties["heading"] = content.heading;
+    return properties;
+}
+
+} // namespace
+
+WaylineList ReadWaylineGeoJson(const std::string& text, const WaylineReading& reading)
+{
+    WaylineList list;
+    std::vector<Json> features;
+    try {
+        features = FeaturesIn(Json::parse(text));
+    } catch (const Json::parse_error& error) {
+        list.problems.push_back("byte " + std::to_string(error.byte) + ": this is no JSON");
+        return list;
+    } catch (const BadFeature& problem) {
+        list.problems.push_back(problem.text);
+        return list;
+    }
+    list.origin = reading.origin ? reading.origin : FirstOrigin(features);
+    std::optional<CLocalFrame> frame;
+    if (list.origin)
+        frame.emplace(*list.origin);
+    for (std::size_t i = 0; i < features.size(); ++i) {
+        try {
+            list.entries.push_back({i + 1, ReadFeature(features[i], reading, frame)});
+        } catch (const BadFeature& problem) {
+            list.problems.push_back("feature " + std::to_string(i + 1) + ": " + problem.text);
+        }
+    }
+    return list;
+}
+
+std::string WriteWaylineGeoJson(const WaylineList& list, const GeodeticPlace& origin)
+{
+    const CLocalFrame frame(origin);
+    Json features = Json::array();
+    for (const WaylineList::Entry& entry : list.entries) {
+        features.push_back({{"type", "Feature"},
+                            {"properties", PropertiesJson(entry.content, origin)},
+                            {"geometry", GeometryJson(entry.content, frame)}});
+    }
+    const Json file{{"type", "FeatureCollection"}, {"features", features}};
+    return file.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}

@@ -1,0 +1,24 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_WAYLINE_WAYLINEGEOJSON_H
+#define KESTROVE_TOOLS_NAVCTL_WAYLINE_WAYLINEGEOJSON_H
+
+#include <string>
+
+#include "tools/navctl/wayline/WaylineList.h"
+
+/// Reads GeoJSON (RFC 7946): a FeatureCollection, a Feature or a geometry. A feature that
+/// WriteWaylineGeoJson() has written comes back as the same wayline. Any other LineString is a
+/// wayline of the kind of its property "kind" or, without one, of the one asked for.
+///
+/// The frame is that of the origin asked for; without one, of the first origin that the file tells.
+///
+/// @param text the whole file.
+WaylineList ReadWaylineGeoJson(const std::string& text, const WaylineReading& reading);
+
+/// Writes a FeatureCollection, a feature a wayline: as its geometry the wayline's outline, for a
+/// path and a replay none; as its properties the kind, the origin and, of the kinds with a fixed
+/// number of values, those in full.
+///
+/// @param origin where the waylines' local frame is.
+std::string WriteWaylineGeoJson(const WaylineList& list, const GeodeticPlace& origin);
+
+#endif

@@ -1,0 +1,42 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_WAYLINE_WAYLINESOURCE_H
+#define KESTROVE_TOOLS_NAVCTL_WAYLINE_WAYLINESOURCE_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "tools/navctl/Context.h"
+#include "tools/navctl/wayline/WaylineFile.h"
+
+/// The file of waylines that a command line names, and how it is to be read.
+struct WaylineSource
+{
+    std::string file;
+    std::optional<EWaylineFormat> format; ///< otherwise by the file's name
+    WaylineReading reading;
+    std::optional<std::uint64_t> number; ///< of the only wayline that is wanted
+};
+
+/// Adds the file and the options to a command.
+void AddWaylineSource(CLI::App& command, WaylineSource& source);
+
+/// Adds an option that names a format.
+void AddFormatOption(CLI::App& command, const char* name, const char* help,
+                     std::optional<EWaylineFormat>& format);
+
+/// Adds the option "--origin".
+void AddOriginOption(CLI::App& command, std::optional<GeodeticPlace>& origin);
+
+/// Adds a kind of wayline, by name or code, as an argument or an option.
+CLI::Option* AddKindOption(CLI::App& command, const char* name, const char* help,
+                           Kestrove::EWaylineType& kind);
+
+/// Reads the file.
+///
+/// @return nothing when something is wrong with it; that has been told then, a line each, and the
+///         exit code is set.
+std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& source);
+
+#endif
