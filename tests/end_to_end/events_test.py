@@ -19,6 +19,43 @@ class Events(unittest.TestCase):
             self.assertEqual(told[0][start:], told[1][:100 - start])
             self.assertLess(start, 50)
 
+    def test_tells_two_clients_the_same_of_every_event(self):
+        names = ("cb_draw_points", "cb_engage_status", "cb_guidance_status",
+                 "cb_implement_width_changed", "cb_offsets", "cb_relative_position",
+                 "cb_tuning_parameter_changed", "cb_wayline_status")
+        with Simulator("--speed", "2", "--speed-factor", "10"), Client() as actor, \
+                Client() as one, Client() as two:
+            for client in (one, two):
+                for name in names:
+                    client.notify("subscribe", name)
+                client.request("IsSteeringEngaged")
+            actor.request("SetImplementWidth", 1, 7.5)
+            actor.request("set_wayline", *LINE_NORTH)
+            actor.request("StartNavigation", 1, 1)
+            self.assertEqual(1, actor.request("EngageSteering", 1))
+            actor.request("Nudge", 1, 1, 0.25)
+            actor.notify("set_tuning_parameter", 1, 0.75, 0)
+            actor.notify("subscribe", "cb_draw_points")
+            for _ in range(3):
+                actor.event("cb_draw_points")
+            actor.request("SetImplementWidth", 1, 8.5)
+            told = [self._between_widths(client, 7.5, 8.5) for client in (one, two)]
+        self.assertEqual(told[0], told[1])
+        self.assertEqual(set(names), {name for name, _ in told[0]})
+
+    @staticmethod
+    def _between_widths(client, first, last):
+        """All events from one width's announcement to another's, both included."""
+        events = []
+        while events[-1:] != [("cb_implement_width_changed", [last])]:
+            if not client.events:
+                message = client.receive()
+                client.events.append((message[1], message[2]))
+            event = client.events.pop(0)
+            if events or event == ("cb_implement_width_changed", [first]):
+                events.append(event)
+        return events
+
     def test_tells_what_another_client_changed(self):
         with Simulator("--speed", "2"), Client() as watcher, Client() as actor:
             for event in ("cb_engage_status", "cb_wayline_status", "cb_offsets"):

@@ -1,5 +1,6 @@
 #include "simulator/TrackRecorder.h"
 
+#include <cmath>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -67,6 +68,42 @@ TEST(TrackRecorder, WritesWhereTheMachineIs)
     EXPECT_NEAR(0.5, row[8], 0.01);
     EXPECT_EQ(0.0, row[10]);
     EXPECT_EQ(1.0, row[11]);
+}
+
+TEST(TrackRecorder, WritesWhatTheWorldSaysInEveryColumn)
+{
+    const Directory directory;
+    SimulationOptions world;
+    world.speed = 2.0;
+    world.ground = EGround::Field;
+    world.startPose = {{-2.5, 0.0}, Radians(-5.0)};
+    Service service(world);
+    service.Request("SetImplementOffset", "[1, 0.25]");
+    service.NavigateNorth();
+    ASSERT_EQ("1", service.Request("EngageSteering", "[1]"));
+    service.Core().RecordTrack(directory.File("track.csv"));
+
+    service.Advance(3.0);
+
+    const CSimulation& now = service.World();
+    const std::vector<double> expected{now.Time(),
+                                       now.TruePose().position.x,
+                                       now.TruePose().position.y,
+                                       NormaliseHeading(now.TruePose().heading),
+                                       now.MeasuredPose().position.x,
+                                       now.MeasuredPose().position.y,
+                                       now.Speed(),
+                                       now.SteeringAngle(),
+                                       now.TrueCrossTrackError(),
+                                       now.TrueImplementCrossTrackError(),
+                                       -1.0,
+                                       1.0};
+    const std::vector<double> row = NumbersOf(LinesOf(directory.Read("track.csv")).back());
+    ASSERT_EQ(expected.size(), row.size());
+    for (std::size_t column = 0; column < row.size(); ++column)
+        EXPECT_NEAR(expected[column], row[column], 6e-5) << "column " << column;
+    EXPECT_GT(std::abs(row[7]), 0.001);
+    EXPECT_GT(std::abs(row[8] - row[9]), 0.001);
 }
 
 TEST(TrackRecorder, TellsOnceThatTheDeviceIsFull)

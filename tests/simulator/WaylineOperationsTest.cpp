@@ -1,6 +1,9 @@
 #include "simulator/WaylineOperations.h"
 
+#include <cmath>
+#include <cstdio>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -228,6 +231,62 @@ TEST(WaylineOperations, KeepAPathToThemselvesAndReplayTheLastDrive)
     EXPECT_EQ("1", service.Request("set_wayline", "[5]"));
     EXPECT_EQ("1", service.Request("start_wayline", "[6]"));
     EXPECT_EQ("[6]", service.Request("get_wayline", "[]"));
+}
+
+TEST(WaylineOperations, TellThePathFromTheLastDrive)
+{
+    Service service(2.0);
+    for (const auto& [kind, seconds] : {std::pair{"[5]", 10.0}, std::pair{"[4]", 20.0}}) {
+        service.Request("start_wayline", kind);
+        service.Request("set_waypoint", "[0, 0.0, 0.0, 0.0, 0.0]");
+        service.Advance(seconds);
+        ASSERT_EQ("1", service.Request("set_waypoint", "[1, 0.0, 0.0, 0.0, 0.0]")) << kind;
+    }
+
+    EXPECT_EQ("1", service.Request("set_wayline", "[5]"));
+    EXPECT_NEAR(20.0, service.World().LineLength(), 0.2);
+    EXPECT_EQ("1", service.Request("set_wayline", "[6]"));
+    EXPECT_NEAR(40.0, service.World().LineLength(), 0.2);
+}
+
+/// A sample of a machine that drives round to the right at 2 m/s, 25 m about a place.
+std::string SampleOnArc(double radians)
+{
+    char text[400];
+    std::snprintf(text, sizeof text,
+                  "['1=%.10f;2=%.10f;3=0;4=%.6f;5=2;6=0;7=0;8=%.6f;9=0;10=0;11=0;12=0.01;13=0.01;"
+                  "14=0.01;15=1;16=4;17=12;18=1;19=0;20=1;21=0']",
+                  25.0 * std::sin(radians) / 110574.0, 25.0 * (1.0 - std::cos(radians)) / 111320.0,
+                  radians, radians);
+    return text;
+}
+
+TEST(WaylineOperations, DriveARecordedBendAgain)
+{
+    for (const char* kind : {"[5]", "[6]"}) {
+        Service service(2.0);
+        service.Notify("set_wayline_origin", "[0.0, 0.0, 0.0]");
+        service.Notify("SetPositionData", SampleOnArc(0.0));
+        service.Request("start_wayline", "[5]");
+        service.Request("set_waypoint", "[0, 0.0, 0.0, 0.0, 0.0]");
+        for (double radians = 0.0; radians < 1.57; radians += 0.2 / 25.0) {
+            service.Notify("SetPositionData", SampleOnArc(radians));
+            service.Advance(0.1);
+        }
+        ASSERT_EQ("1", service.Request("set_waypoint", "[1, 0.0, 0.0, 0.0, 0.0]"));
+        // Without samples the machine is its own again, where the bend begins.
+        service.Advance(5.1);
+        ASSERT_EQ("1", service.Request("set_wayline", kind)) << service.Log();
+        ASSERT_EQ("1", service.Request("StartNavigation", "[1, 1]"));
+        ASSERT_EQ("1", service.Request("EngageSteering", "[1]")) << service.Log();
+
+        service.Advance(15.0);
+
+        const Point place = service.World().TruePose().position;
+        EXPECT_EQ("1", service.Request("IsSteeringEngaged", "[]")) << service.Log();
+        EXPECT_NEAR(25.0, std::hypot(place.x - 25.0, place.y), 0.1) << kind;
+        EXPECT_GT(place.x, 10.0) << kind;
+    }
 }
 
 TEST(WaylineOperations, RefuseToEndADriveThatIsTooShort)

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <functional>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -100,6 +101,21 @@ TEST(Passes, OfACurveLieAsideEverywhere)
         probe.SetLine(CurveLine(BendsPoints(1.0)));
         EXPECT_NEAR(6.0, std::abs(probe.Status().crossTrackError), 0.02)
             << point.x << ", " << point.y;
+    }
+}
+
+TEST(Passes, BelongToCurvesAndNotToRecordedDrives)
+{
+    const std::vector<Point> points{{0.0, -50.0}, {0.0, 0.0}, {0.0, 50.0}};
+    for (const auto& [line, pass] : std::vector<std::pair<LineDefinition, int>>{
+             {SplineLine(points), 2}, {CurveLine(points), 2}, {RecordedLine(points), 0}}) {
+        CSimulation simulation(StandingAt(6.5));
+        FollowNearest(simulation);
+
+        simulation.SetLine(line);
+
+        EXPECT_EQ(pass, simulation.Status().pass) << static_cast<int>(line.kind);
+        EXPECT_NEAR(6.5 - 3.0 * pass, simulation.Status().crossTrackError, 1e-9);
     }
 }
 

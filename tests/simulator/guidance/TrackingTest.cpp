@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <memory>
 #include <ostream>
 
 #include <gtest/gtest.h>
@@ -96,6 +97,37 @@ TEST(Acquisition, AgainstTheDirectionOfTheLineIsTheSame)
     EXPECT_LE(against.Overshoot(), 0.05);
 }
 
+/// Where the machine is on its way along or against a line to the north, and what is told of it.
+struct SignRow
+{
+    double east;
+    double heading; ///< degrees
+    double headingError;
+    double curvatureSign;
+};
+
+TEST(Acquisition, TellsHeadingErrorAndCurvaturePositiveToTheRight)
+{
+    for (const SignRow& row : {SignRow{0.0, 10.0, 10.0, -1.0}, SignRow{0.0, 350.0, -10.0, 1.0},
+                               SignRow{0.0, 190.0, 10.0, -1.0}, SignRow{0.0, 170.0, -10.0, 1.0},
+                               SignRow{-1.0, 0.0, 0.0, 1.0}, SignRow{1.0, 0.0, 0.0, -1.0},
+                               SignRow{-1.0, 180.0, 0.0, -1.0}, SignRow{1.0, 180.0, 0.0, 1.0}}) {
+        DrivePlan plan;
+        plan.options.receiver = EReceiver::Ideal;
+        plan.options.speed = 2.0;
+        plan.options.startPose = {{row.east, 0.0}, Radians(row.heading)};
+        plan.leadSeconds = 0.0;
+        const std::unique_ptr<CSimulation> simulation = Engaged(plan);
+        EXPECT_NEAR(row.headingError, Degrees(simulation->Status().headingError), 1e-6)
+            << row.east << " m, " << row.heading << " degrees";
+
+        DrivenOn(*simulation, 0.1);
+
+        EXPECT_GT(row.curvatureSign * simulation->Status().commandedCurvature, 0.01)
+            << row.east << " m, " << row.heading << " degrees";
+    }
+}
+
 TEST(Acquisition, BackwardsReachesTheLineToo)
 {
     DrivePlan plan = AcquisitionDrive(1, 2.5, 1.0, 0.0);
@@ -153,6 +185,25 @@ TEST(SteeringCentre, AWrongOneIsLearntWithinSixtyMetres)
 
     EXPECT_GT(drive.Error95(), 0.0);
     EXPECT_LT(drive.Error95(60.0), 0.01);
+}
+
+TEST(SteeringCentre, AWrongOneDoesNotSpoilTheWayToTheLine)
+{
+    for (const double side : {3.0, -3.0}) {
+        DrivePlan plan = AcquisitionDrive(1, 2.5, side, 0.0);
+        plan.options.receiver = EReceiver::Ideal;
+        // Engaged at once, so that nothing is known of the centre.
+        plan.options.startPose = {{side, 0.0}, 0.0};
+        plan.leadSeconds = 0.0;
+        const CDrive right = Driven(plan);
+        plan.options.centreBias = Radians(1.0);
+        const CDrive wrong = Driven(plan);
+
+        // An integral over the whole way to the line would carry the machine far past it.
+        EXPECT_LT(right.Overshoot(), 0.02) << side;
+        EXPECT_LT(wrong.Overshoot(), 0.05) << side;
+        EXPECT_LT(wrong.WayToSettle(0.05), right.WayToSettle(0.05) + 5.0) << side;
+    }
 }
 
 TEST(SteeringCentre, ResettingTheIntegralForgetsWhatWasLearnt)
