@@ -1,0 +1,253 @@
+"""Exit codes, what goes to which output, and the documents that navctl writes of itself."""
+
+import json
+import os
+import re
+import shlex
+import subprocess
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+from navctl_program import (LINE_NORTH, Listener, Simulator, answer, navctl, program, scripted,
+                            silent, value, web_server)
+
+ROOT = Path(__file__).resolve().parents[2]
+# Of either kind of guard, a request and a notification.
+SOME_OPERATIONS = (["engage-steering"], ["get-look-ahead-time"], ["set-nudge", "1"],
+                   ["set-velocity-set-point", "1"])
+
+
+class ExitCodes(unittest.TestCase):
+    def assert_failure(self, code, arguments, words):
+        with self.subTest(arguments):
+            result = navctl(*arguments)
+            self.assertEqual((code, ""), (result.returncode, result.stdout), result.stderr)
+            self.assertRegex(result.stderr, f"^navctl: .*{words}")
+            in_json, reply = answer(*arguments)
+            self.assertEqual((code, "failed", code),
+                             (in_json, reply["outcome"], reply["exit_code"]))
+            self.assertRegex(reply["reason"], words)
+
+    def test_0_when_it_is_done(self):
+        with Simulator():
+            self.assertEqual(0, navctl("set-implement-width", "4").returncode)
+            self.assertEqual(0, navctl("is-steering-engaged").returncode)  # false is an answer
+
+    def test_1_when_the_service_refuses(self):
+        with Simulator():
+            for arguments in (["engage-steering"], ["start-navigation", "on"], ["clear-wayline"],
+                              ["set-implement-width", "0"], ["auto-set-nudge"],
+                              ["start-wayline", "12"]):
+                with self.subTest(arguments):
+                    result = navctl(*arguments)
+                    self.assertEqual((1, ""), (result.returncode, result.stdout))
+                    self.assertIn(f"refused {arguments[0]}", result.stderr)
+                    self.assertEqual((1, {"operation": arguments[0], "outcome": "refused"}),
+                                     answer(*arguments))
+
+    def test_1_when_the_service_answers_with_an_error(self):
+        with scripted({}):
+            self.assert_failure(1, ["engage-steering"], "no operation EngageSteering")
+            self.assert_failure(1, ["get-wayline"], "no operation get_wayline")
+
+    def test_2_for_wrong_arguments(self):
+        for arguments in ([], ["fly"], ["set-nudge"], ["set-nudge", "1", "2"], ["--wings"],
+                          ["set-nudge", "1", "--wings"], ["--timeout", "0", "set-nudge", "1"],
+                          ["watch", "weather"], ["watch", "--count", "0"],
+                          ["watch", "--lightbar", "--count", "3"]):
+            with self.subTest(arguments):
+                result = navctl(*arguments)
+                self.assertEqual((2, ""), (result.returncode, result.stdout))
+                self.assertNotEqual("", result.stderr)
+
+    def test_2_for_values_that_are_none(self):
+        for arguments, words in (
+            (["set-nudge", "wide"], 'nudge: "wide" is not allowed.*-1000 to 1000'),
+            (["set-nudge", "1,5"], '"1,5"'),
+            (["set-nudge", "1.5m"], '"1.5m"'),
+            (["start-navigation", "maybe"], '"maybe".*on or off'),
+            (["set-curve-filter-size", "1.5"], '"1.5".*recorded points, 1 to 1001'),
+            (["set-curve-filter-size", "99999999999"], '"99999999999"'),
+            (["start-wayline", "zigzag"], '"zigzag".*circle'),
+            (["get-tuning-limits", "colour"], '"colour".*overshoot'),
+            (["set-wayline", "0 1 2"], "7 words"),
+            (["set-wayline", "3 2 1 1 1"], "2 points"),
+            (["calculate-headings", "x"], "x"),
+        ):
+            self.assert_failure(2, arguments, words)
+
+    def test_3_when_nobody_listens(self):
+        for arguments in SOME_OPERATIONS:
+            self.assert_failure(3, arguments, "cannot connect: localhost port 5010: .*refused")
+
+    def test_4_when_no_reply_comes_in_time(self):
+        with silent():
+            before = time.monotonic()
+            for arguments in (["engage-steering"], ["get-look-ahead-time"], ["get-wayline"]):
+                self.assert_failure(4, ["--timeout", "0.2", *arguments], "no reply in time")
+            self.assertLess(time.monotonic() - before, 6 * 2.0)  # the time-out was the one given
+
+    def test_a_notification_is_sent_to_whoever_listens(self):
+        with silent():
+            self.assertEqual("sent\n", navctl("set-nudge", "1").stdout)
+
+    def test_5_when_what_answers_is_no_message(self):
+        with web_server():
+            self.assert_failure(5, ["engage-steering"], "protocol error")
+
+    def test_5_when_the_reply_is_none_that_the_operation_takes(self):
+        with scripted({"GetTuningLimits": [1.0], "get_wayline": [99], "get_nudge_vector": 1,
+                       "EngageSteering": None}):
+            for arguments in (["get-tuning-limits", "0"], ["get-wayline"], ["get-nudge-vector"],
+                              ["engage-steering"]):
+                self.assert_failure(5, arguments, "protocol error")
+
+    def test_5_when_the_connection_ends_without_a_reply(self):
+        with Listener(lambda connection: (connection.recv(4096), connection.shutdown(2))):
+            self.assert_failure(5, ["engage-steering"], "closed")
+
+    def test_6_when_the_output_cannot_be_written(self):
+        with open("/dev/full", "w", encoding="ascii") as full:
+            result = subprocess.run([program(), "operations"], stdout=full, check=False,
+                                    stderr=subprocess.PIPE, text=True)
+        self.assertEqual(6, result.returncode)
+        self.assertIn("No space left", result.stderr)
+
+
+class Outputs(unittest.TestCase):
+    def test_trace_lines_never_reach_the_standard_output(self):
+        trace = "CNavigationAPI::"
+        with Simulator():
+            for mode in ([], ["--json"]):
+                with self.subTest(mode):
+                    result = navctl(*mode, "--trace", "watch", "implement-width-changed",
+                                    "tuning-parameter-changed", "--count", "5")
+                    self.assertEqual(5, len(result.stdout.splitlines()))
+                    self.assertNotIn(trace, result.stdout)
+                    self.assertIn(trace, result.stderr)  # so there were some to keep away
+            quiet = navctl("watch", "implement-width-changed", "--count", "1")
+            self.assertNotIn(trace, quiet.stdout + quiet.stderr)
+            result = navctl("--trace", "set-wayline", "3 2 0 0 0 1 10 0")
+            self.assertEqual("answered\n", result.stdout)
+
+    def test_the_common_options_stand_before_or_after_the_command(self):
+        with Simulator():
+            for arguments in (["--json", "get-implement-width"], ["get-implement-width", "--json"]):
+                self.assertEqual(3.0, json.loads(navctl(*arguments).stdout)["value"])
+
+    def test_help_and_version_are_data(self):
+        for arguments in (["--help"], ["--version"], ["watch", "--help"]):
+            result = navctl(*arguments)
+            self.assertEqual((0, ""), (result.returncode, result.stderr))
+            self.assertIn("navctl", result.stdout.lower() + result.stderr)
+        self.assertEqual(navctl("--version").stdout, "navctl " + navctl("version").stdout)
+
+    def test_there_are_colours_on_a_terminal_unless_they_are_not_wanted(self):
+        for environment, wanted in ({"TERM": "xterm", "NO_COLOR": ""}, True), \
+                                   ({"TERM": "xterm", "NO_COLOR": "1"}, False), \
+                                   ({"TERM": "dumb", "NO_COLOR": ""}, False):
+            with self.subTest(environment):
+                command = shlex.join([program(), "doctor"])
+                result = subprocess.run(["script", "-qec", command, "/dev/null"], check=False,
+                                        capture_output=True, text=True, stdin=subprocess.DEVNULL,
+                                        env={**os.environ, **environment})
+                self.assertIn("[no]", result.stdout)
+                self.assertEqual(wanted, "\033[31m" in result.stdout)
+        self.assertNotIn("\033", navctl("doctor").stdout)
+
+
+class Documents(unittest.TestCase):
+    def setUp(self):
+        _, self.operations = answer("operations")
+
+    def rendered(self, page):
+        """A manual page as a reader sees it; a warning of the formatter fails the test."""
+        with tempfile.NamedTemporaryFile("w", suffix=".1") as file:
+            file.write(page)
+            file.flush()
+            result = subprocess.run(["man", "--warnings", "-l", file.name], check=False,
+                                    capture_output=True, text=True,
+                                    env={**os.environ, "MANWIDTH": "100", "LC_ALL": "C.UTF-8",
+                                         "MANROFFOPT": "-ww", "MAN_KEEP_FORMATTING": ""})
+        self.assertEqual((0, ""), (result.returncode, result.stderr))
+        return result.stdout
+
+    def test_the_manual_names_every_command_and_option(self):
+        page = " ".join(self.rendered(navctl("manual").stdout).split())
+        for entry in self.operations:
+            self.assertIn(entry["command"], page)
+            self.assertIn(entry["summary"], page.replace("‐ ", ""))
+            for argument in entry["arguments"]:
+                self.assertIn(argument["name"], page)
+        for command in ("watch", "doctor", "wayline convert", "feed", "operations", "manual",
+                        "completion bash", "--lightbar", "--timeout", "--json", "NO_COLOR"):
+            self.assertIn(command, page)
+
+    def test_the_manual_of_the_simulator_has_all_its_options(self):
+        source = (ROOT / "docs/man/navigation-simulator.1").read_text(encoding="utf-8")
+        page = self.rendered(source)
+        help_text = subprocess.run([os.environ["NAVIGATION_SIMULATOR"], "--help"], check=True,
+                                   capture_output=True, text=True).stdout
+        options = re.findall(r"--[a-z-]+", help_text)
+        self.assertGreater(len(options), 10)
+        for option in options:
+            self.assertIn(option, page)
+
+    def complete(self, line):
+        """What bash offers for the end of a line."""
+        words = line.split(" ")
+        script = (navctl("completion", "bash").stdout +
+                  f"\nCOMP_WORDS=({' '.join(shlex.quote(word) for word in words)})\n"
+                  f"COMP_CWORD={len(words) - 1}\n_navctl\nprintf '%s\\n' \"${{COMPREPLY[@]}}\"\n")
+        result = subprocess.run(["bash", "--norc", "-u", "-c", script], check=True,
+                                capture_output=True, text=True)
+        self.assertEqual("", result.stderr)
+        return result.stdout.split()
+
+    def test_bash_completes_commands_and_their_words(self):
+        offered = self.complete("navctl ")
+        for entry in self.operations:
+            self.assertIn(entry["command"], offered)
+            for argument in entry["arguments"]:
+                if argument["option"]:
+                    self.assertIn("--" + argument["name"],
+                                  self.complete(f"navctl {entry['command']} --"))
+        for line, wanted in (
+            ("navctl set-impl", {"set-implement-width", "set-implement-offset"}),
+            ("navctl get-tuning-limits o", {"overshoot"}),
+            ("navctl --json start-wayline c", {"circle"}),
+            ("navctl start-navigation ", {"on", "off"}),
+            ("navctl watch cb", set()),
+            ("navctl watch guidance-status eng", {"engage-status"}),
+            ("navctl watch --li", {"--lightbar"}),
+            ("navctl watch --count ", set()),
+            ("navctl completion ", {"bash"}),
+            ("navctl wayline con", {"convert"}),
+            ("navctl set-position-data --time", {"--time", "--timeout"}),
+        ):
+            with self.subTest(line):
+                self.assertEqual(wanted, set(self.complete(line)))
+
+
+class Tour(unittest.TestCase):
+    """The README's tour, command by command."""
+
+    def test_each_command_works(self):
+        text = (ROOT / "README.md").read_text(encoding="utf-8")
+        tour = re.search(r"^## Tour\n(.*?)^## ", text, re.MULTILINE | re.DOTALL).group(1)
+        commands = re.findall(r"^    (navctl [^#\n]*?) *(?:#.*)?$", tour, re.MULTILINE)
+        self.assertGreater(len(commands), 8)
+        with tempfile.TemporaryDirectory() as directory, Simulator("--speed=2"):
+            for command in commands:
+                with self.subTest(command):
+                    words = shlex.split(command.replace("navctl", shlex.quote(program()), 1))
+                    result = subprocess.run(words, cwd=directory, capture_output=True, text=True,
+                                            timeout=60, check=False)
+                    self.assertEqual(0, result.returncode, result.stdout + result.stderr)
+            self.assertTrue(value("is-navigation-activated"))
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,216 @@
+"""Every operation as a command, against the simulator."""
+
+import re
+import unittest
+from pathlib import Path
+
+from navctl_program import (LINE_NORTH, Client, Simulator, answer, navctl, scripted, value,
+                            wait_for)
+
+ROOT = Path(__file__).resolve().parents[2]
+LINE_EAST = "0 0 0 0 100 0 0"
+KEPT_LINE = "0 0.000000 0.000000 0.000000 0.000000 100.000000 0.000000"
+
+# Of each operation, arguments that the simulator takes, and the outcome with a wayline set and
+# navigation active on a machine that drives along it.
+CALLS = {
+    "is-steering-engaged": ([], "value"),
+    "engage-steering": ([], "done"),
+    "disengage-steering": ([], "done"),
+    "start-navigation": (["on"], "done"),
+    "stop-navigation": ([], "done"),
+    "clear-navigation": ([], "done"),
+    "reinitialise-navigation": ([], "done"),
+    "is-navigation-activated": ([], "value"),
+    "set-reverse-engage-enabled": (["on", "--persist"], "sent"),
+    "get-reverse-engage-enabled": ([], "value"),
+    "set-allow-reverse-engage": (["on"], "sent"),
+    "get-allow-reverse-engage": ([], "value"),
+    "set-low-speed-engage-enabled": (["on"], "sent"),
+    "get-low-speed-engage-enabled": ([], "value"),
+    "set-low-speed-engage-timeout": (["2.5"], "sent"),
+    "get-low-speed-engage-timeout": ([], "value"),
+    "set-look-ahead-time": (["1.8"], "sent"),
+    "get-look-ahead-time": ([], "value"),
+    "set-wayline-origin": (["51.5", "-0.25", "80"], "sent"),
+    "calculate-headings": ([LINE_NORTH, LINE_EAST], "value"),
+    "get-wayline": ([], "value"),
+    "set-wayline": ([LINE_NORTH], "answered"),
+    "clear-wayline": ([], "done"),
+    "start-wayline": (["ab"], "done"),
+    "set-waypoint": (["0", "1.5", "-2.5", "0", "0"], "done"),
+    "is-waypoint-set": (["0"], "value"),
+    "restore-waypoints": ([], "value"),
+    "nudge": (["on", "-0.25"], "done"),
+    "auto-set-nudge": ([], "done"),
+    "get-nudge-vector": ([], "value"),
+    "get-nudge-scalar": ([], "value"),
+    "set-nudge": (["-0.5"], "sent"),
+    "auto-set-field-offset": ([], "done"),
+    "set-field-offset": (["0.1"], "done"),
+    "get-field-offset": ([], "value"),
+    "set-implement-offset": (["-0.1"], "done"),
+    "get-implement-offset": ([], "value"),
+    "set-splines-use-implement-offset": (["on"], "sent"),
+    "set-implement-width": (["6.0"], "done"),
+    "get-implement-width": ([], "value"),
+    "set-position-data": (["51.5", "-0.25", "80", "--speed", "2", "--yaw=-0.1"], "sent"),
+    "get-tuning-limits": (["overshoot"], "value"),
+    "set-tuning-limits": (["speed-adjust", "0", "1", "2"], "sent"),
+    "get-tuning-parameter": (["3"], "value"),
+    "set-tuning-parameter": (["overshoot", "1.5", "--persist"], "sent"),
+    "get-sensitivity": ([], "value"),
+    "get-aggressiveness": ([], "value"),
+    "get-overshoot": ([], "value"),
+    "get-speed-adjust": ([], "value"),
+    "set-sensitivity": (["1.1"], "sent"),
+    "set-aggressiveness": (["1.1"], "sent"),
+    "set-overshoot": (["1.1"], "sent"),
+    "set-speed-adjust": (["1.1"], "sent"),
+    "reset-integral": ([], "sent"),
+    "get-velocity-set-point": ([], "value"),
+    "set-velocity-set-point": (["2"], "sent"),
+    "get-curve-filter-size": ([], "value"),
+    "set-curve-filter-size": (["21"], "sent"),
+}
+
+# A setter, what it is given, the getter, and what that gives then; and the text of that.
+PAIRS = (
+    (["set-reverse-engage-enabled", "on"], ["get-reverse-engage-enabled"], True, "true"),
+    (["set-allow-reverse-engage", "yes"], ["get-allow-reverse-engage"], True, "true"),
+    (["set-low-speed-engage-enabled", "1"], ["get-low-speed-engage-enabled"], True, "true"),
+    (["set-low-speed-engage-timeout", "3.25"], ["get-low-speed-engage-timeout"], 3.25, "3.25"),
+    (["set-look-ahead-time", "1.8"], ["get-look-ahead-time"], 1.8, "1.8"),
+    (["set-nudge", "-0.5"], ["get-nudge-scalar"], -0.5, "-0.5"),
+    (["set-field-offset", "0.25"], ["get-field-offset"], 0.25, "0.25"),
+    (["set-implement-offset", "-1"], ["get-implement-offset"], -1.0, "-1"),
+    (["set-implement-width", "6.0"], ["get-implement-width"], 6.0, "6"),
+    (["set-tuning-limits", "2", "0.5", "1.25", "2"], ["get-tuning-limits", "overshoot"],
+     {"lowest": 0.5, "start": 1.25, "highest": 2.0}, "0.5 1.25 2"),
+    (["set-tuning-parameter", "overshoot", "1.3"], ["get-tuning-parameter", "2"], 1.3, "1.3"),
+    (["set-sensitivity", "0.7"], ["get-sensitivity"], 0.7, "0.7"),
+    (["set-aggressiveness", "0.8"], ["get-tuning-parameter", "aggressiveness"], 0.8, "0.8"),
+    (["set-overshoot", "9"], ["get-overshoot"], 2.0, "2"),  # clamped to the limits set above
+    (["set-speed-adjust", "0.1"], ["get-speed-adjust"], 0.1, "0.1"),
+    (["set-velocity-set-point", "-1.1"], ["get-velocity-set-point"], -1.1, "-1.1"),
+    (["set-curve-filter-size", "21"], ["get-curve-filter-size"], 21, "21"),
+    (["set-wayline", LINE_NORTH], ["get-wayline"], {"kind": "ab", "text": KEPT_LINE}, KEPT_LINE),
+    (["start-wayline", "circle"], ["get-wayline"], None, "none"),
+    (["set-waypoint", "1", "0", "100", "0", "0"], ["is-waypoint-set", "1"], True, "true"),
+)
+
+
+def documented_operations():
+    """The rows of the document: operation, service name, kind."""
+    text = (ROOT / "docs/operations.md").read_text(encoding="utf-8")
+    return re.findall(r"^\| `[^`(]* (\w+)\([^`]*\)` \| `(\w+)` \| \w+ \| (request|notification) \|",
+                      text, re.MULTILINE)
+
+
+class TheList(unittest.TestCase):
+    def test_is_that_of_the_document(self):
+        _, listed = answer("operations")
+        self.assertEqual(
+            documented_operations(),
+            [(entry["operation"], entry["service_name"], entry["kind"]) for entry in listed])
+        self.assertGreater(len(listed), 50)
+
+    def test_reads_as_text_too(self):
+        lines = navctl("operations").stdout.splitlines()
+        _, listed = answer("operations")
+        self.assertEqual([[entry["command"], entry["service_name"], entry["kind"]]
+                          for entry in listed], [line.split() for line in lines])
+
+    def test_is_what_the_tests_below_call(self):
+        _, listed = answer("operations")
+        self.assertEqual(sorted(CALLS), sorted(entry["command"] for entry in listed))
+
+    def test_each_has_help_with_its_arguments(self):
+        _, listed = answer("operations")
+        for entry in listed:
+            with self.subTest(entry["command"]):
+                page = " ".join(navctl(entry["command"], "--help").stdout.split())
+                for argument in entry["arguments"]:
+                    self.assertIn(argument["name"], page)
+                    self.assertIn(argument["description"], page)
+
+
+class Operations(unittest.TestCase):
+    def test_each_does_its_work(self):
+        for command, (arguments, outcome) in CALLS.items():
+            with self.subTest(command), Simulator("--speed=2"):
+                value("is-steering-engaged")
+                answer("set-wayline", LINE_NORTH)
+                answer("start-navigation", "off")
+                code, reply = answer(command, *arguments)
+                self.assertEqual((0, command, outcome),
+                                 (code, reply["operation"], reply["outcome"]), reply)
+                self.assertTrue(outcome != "value" or "value" in reply, reply)
+
+    def test_each_says_in_a_word_what_became_of_it(self):
+        with Simulator():
+            for command, text in ((["set-implement-width", "4"], "done"), (["set-nudge", "1"], "sent"),
+                                  (["set-wayline", LINE_NORTH], "answered"),
+                                  (["nudge", "off", "-0.5"], "-0.5 0 0"),
+                                  (["is-steering-engaged"], "false")):
+                with self.subTest(command):
+                    self.assertEqual((0, text + "\n", ""), said(command))
+
+    def test_what_was_set_can_be_got(self):
+        with Simulator():
+            for setter, getter, wanted, text in PAIRS:
+                with self.subTest(setter):
+                    self.assertEqual(0, navctl(*setter).returncode)
+                    wait_for(lambda: value(*getter) == wanted, f"{getter} to be {wanted}")
+                    self.assertEqual(text + "\n", navctl(*getter).stdout)
+
+    def test_headings_and_vectors_are_lists(self):
+        with Simulator():
+            headings = value("calculate-headings", LINE_NORTH, LINE_EAST)
+            self.assertAlmostEqual(0.0, headings[0])
+            self.assertAlmostEqual(1.5707963, headings[1], 6)
+            answer("set-wayline", LINE_NORTH)
+            code, reply = answer("nudge", "off", "0.5")
+            self.assertEqual((0, "done", "m"), (code, reply["outcome"], reply["unit"]))
+            self.assertAlmostEqual(0.5, reply["value"][0])
+            self.assertAlmostEqual(0.5, value("get-nudge-vector")[0])
+
+    def test_feeds_a_position(self):
+        with Simulator(), Client() as client:
+            answer("set-wayline-origin", "51", "7", "0")
+            answer("set-position-data", "51", "7.001", "0", "--heading-valid", "on", "--yaw", "1.5")
+            wait_for(lambda: abs(client_position(client)[0] - 70.2) < 0.1, "the fed position")
+            self.assertAlmostEqual(1.5, client_position(client)[2], 3)
+
+    def test_a_real_minus_one_is_no_failure(self):
+        replies = {"GetFieldOffset": -1.0, "GetImplementWidth": -1.0, "RestoreWaypoints": -1,
+                   "EngageSteering": -1}
+        with scripted(replies):
+            self.assertEqual(-1.0, value("get-field-offset"))
+            self.assertEqual(-1.0, value("get-implement-width"))
+            self.assertEqual(-1, value("restore-waypoints"))
+            self.assertEqual((0, "answered", -1), outcome_of("engage-steering"))
+
+    def test_numbers_that_json_has_no_form_for_are_null(self):
+        with scripted({"GetFieldOffset": float("nan")}):
+            self.assertIsNone(value("get-field-offset"))
+            self.assertEqual("nan\n", navctl("get-field-offset").stdout)
+
+
+def client_position(client):
+    client.notify("subscribe", "cb_relative_position")
+    return client.event("cb_relative_position")
+
+
+def said(command):
+    result = navctl(*command)
+    return result.returncode, result.stdout.replace("-0 ", "0 "), result.stderr
+
+
+def outcome_of(command):
+    code, reply = answer(command)
+    return code, reply["outcome"], reply["value"]
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,127 @@
+"""The events as they come."""
+
+import datetime
+import json
+import signal
+import unittest
+
+from navctl_program import (LINE_NORTH, Client, Running, Simulator, answer, navctl, silent,
+                            web_server)
+
+# Of each kind of event, the names of its values.
+FIELDS = {
+    "engage-status": {"engaged", "possible", "navigation_active", "reversing", "dropped"},
+    "guidance-status": {"pass", "cross_track_error_m", "heading_error_rad", "curvature_per_m"},
+    "offsets": {"shift_m"},
+    "wayline-status": {"complete", "recording", "navigation_active", "kind", "length_m"},
+    "implement-width-changed": {"width_m"},
+    "tuning-parameter-changed": {"parameter", "value"},
+    "relative-position": {"x_m", "y_m", "heading_rad"},
+    "draw-points": {"points_m"},
+}
+
+
+class Watch(unittest.TestCase):
+    def test_prints_every_kind_with_its_values_and_a_time(self):
+        with Simulator(), Running("--json", "watch") as watch:
+            left = dict(FIELDS)
+            while left:
+                line = json.loads(watch.line())
+                self.assertEqual(FIELDS[line["event"]] | {"time", "event"}, set(line))
+                stamp = datetime.datetime.fromisoformat(line["time"].replace("Z", "+00:00"))
+                now = datetime.datetime.now(datetime.timezone.utc)
+                self.assertLess(abs((now - stamp).total_seconds()), 60.0)
+                left.pop(line["event"], None)
+            self.assertEqual(0, watch.end(signal.SIGINT))
+
+    def test_prints_the_events_that_are_asked_for(self):
+        with Simulator():
+            for name in ("offsets", "cb_offsets"):
+                result = navctl("watch", name, "--count", "1")
+                self.assertEqual(0, result.returncode)
+                self.assertRegex(result.stdout, r"^\d\d:\d\d:\d\d\.\d{3}  offsets +line shifted by "
+                                                r"\+0\.000 m\n$")
+            lines = navctl("watch", "relative-position", "guidance-status", "--count", "6").stdout
+            self.assertEqual({"relative-position", "guidance-status"},
+                             {line.split()[1] for line in lines.splitlines()})
+
+    def test_tells_a_change_when_it_happens(self):
+        with Simulator(), Client() as client, \
+                Running("--json", "watch", "implement-width-changed") as watch:
+            self.assertEqual(3.0, json.loads(watch.line())["width_m"])
+            client.request("SetImplementWidth", 1, 7.5)
+            self.assertEqual(7.5, json.loads(watch.line())["width_m"])
+
+    def test_ends_after_the_count_or_the_time(self):
+        with Simulator():
+            result = navctl("watch", "guidance-status", "--count", "3")
+            self.assertEqual((0, 3), (result.returncode, len(result.stdout.splitlines())))
+            result = navctl("watch", "offsets", "--for", "0.5")
+            self.assertEqual((0, 1), (result.returncode, len(result.stdout.splitlines())))
+            result = navctl("watch", "offsets", "--for", "0.5", "--count", "2")
+            self.assertEqual(4, result.returncode)
+            self.assertIn("1 events in the time, not 2", result.stderr)
+
+    def test_lives_through_a_restart_of_the_service(self):
+        with Running("--json", "watch", "implement-width-changed") as watch:
+            for width in (4.0, 5.0, 6.0):
+                with self.subTest(width), Simulator(), Client() as client:
+                    self.assertEqual(3.0, json.loads(watch.line())["width_m"])
+                    client.request("SetImplementWidth", 1, width)
+                    self.assertEqual(width, json.loads(watch.line())["width_m"])
+            self.assertEqual(0, watch.end())
+            errors = watch.errors()
+        self.assertEqual(3, errors.count("navctl: connected\n"))
+        self.assertGreaterEqual(errors.count("navctl: waiting for the service: "), 3)
+
+    def test_says_why_nothing_came(self):
+        self.assertEqual(3, navctl("watch", "--for", "0.3").returncode)
+        with silent():
+            self.assertEqual(4, navctl("watch", "--for", "0.3", "--count", "1").returncode)
+
+    def test_ends_when_what_answers_does_not_speak_the_protocol(self):
+        with web_server():
+            result = navctl("watch")
+        self.assertEqual((5, ""), (result.returncode, result.stdout))
+        self.assertIn("protocol error", result.stderr)
+
+
+class Lightbar(unittest.TestCase):
+    def test_shows_the_side_and_the_distance(self):
+        # The line runs 12 cm left of the machine.
+        with Simulator("--speed=2", "--receiver=ideal"):
+            answer("set-wayline", "0 -0.12 0 0 -0.12 100 0")
+            answer("start-navigation", "off")
+            for environment, lamps in (({"LC_ALL": "C"}, r"\[\.{10} o ###\.{7}\]"),
+                                       ({"LC_ALL": "C.UTF-8"}, r"\[·{10} ○ ●●●·{7}\]")):
+                with self.subTest(environment), \
+                        Running("watch", "--lightbar", environment=environment) as watch:
+                    line = watch.line_with("cm")
+                    self.assertRegex(line, lamps + r"   12\.0 cm right  pass 0  ready")
+                    self.assertEqual(0, watch.end())
+
+    def test_lights_the_middle_on_the_line(self):
+        with Simulator("--speed=2", "--receiver=ideal"):
+            answer("set-wayline", LINE_NORTH)
+            answer("start-navigation", "off")
+            answer("engage-steering")
+            with Running("watch", "--lightbar", environment={"LC_ALL": "C"}) as watch:
+                self.assertRegex(watch.line_with("ENGAGED"), r"^\[\.{10} # \.{10}\] ")
+
+    def test_tells_what_is_missing(self):
+        with Running("watch", "--lightbar") as watch:
+            watch.line_with("no service: ")
+            with Simulator():
+                watch.line_with("no wayline")
+                answer("set-wayline", LINE_NORTH)
+                watch.line_with("navigation is not active")
+                answer("start-navigation", "on")
+                watch.line_with("cannot engage")  # the machine stands still
+            watch.line_with("no service: ")
+
+    def test_has_no_json_form(self):
+        self.assertEqual(2, navctl("--json", "watch", "--lightbar").returncode)
+
+
+if __name__ == "__main__":
+    unittest.main()

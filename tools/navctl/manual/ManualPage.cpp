@@ -1,0 +1,183 @@
+#include "tools/navctl/manual/ManualPage.h"
+
+#include "tools/navctl/Version.h"
+#include "tools/navctl/operations/OperationCommands.h"
+
+namespace {
+
+/// Text as the page holds it: what roff would take for its own is escaped.
+std::string Escaped(const std::string& text)
+{
+    std::string escaped;
+    for (const char letter : text) {
+        const bool startsLine = escaped.empty() || escaped.back() == '\n';
+        if (startsLine && (letter == '.' || letter == '\''))
+            escaped += "\\&";
+        if (letter == '\\') {
+            escaped += "\\e";
+        } else if (letter == '-') {
+            escaped += "\\-";
+        } else {
+            escaped += letter;
+        }
+    }
+    return escaped;
+}
+
+/// Lines of prose, a paragraph each.
+std::string Paragraphs(const std::string& text)
+{
+    std::string page;
+    std::size_t begin = 0;
+    while (begin < text.size()) {
+        const std::size_t end = std::min(text.find('\n', begin), text.size());
+        page += ".PP\n" + Escaped(text.substr(begin, end - begin)) + "\n";
+        begin = end + 1;
+    }
+    return page;
+}
+
+std::string Tagged(const std::string& tag, const std::string& text)
+{
+    return ".TP\n" + tag + "\n" + Escaped(text) + "\n";
+}
+
+std::string Bold(const std::string& text)
+{
+    return "\\fB" + Escaped(text) + "\\fR";
+}
+
+std::string Italic(const std::string& text)
+{
+    return "\\fI" + Escaped(text) + "\\fR";
+}
+
+std::string ArgumentsOf(CLI::App& command)
+{
+    std::string line;
+    for (const CLI::Option* const option : command.get_options()) {
+        if (option->get_positional()) {
+            const std::string name = Italic(option->get_name(true));
+            line += " " + (option->get_required() ? name : "[" + name + "]");
+        }
+    }
+    return line;
+}
+
+std::string OptionEntry(const CLI::Option& option)
+{
+    const std::string value = option.get_type_size() > 0 ? option.get_type_name() : "";
+    std::string text = option.get_description();
+    if (!option.get_default_str().empty())
+        text += "; " + option.get_default_str() + " unless given";
+    if (option.get_positional())
+        return Tagged(Italic(option.get_name(true)), text);
+    std::string names;
+    for (const std::string& name : option.get_snames())
+        names += (names.empty() ? "" : ", ") + Bold("-" + name);
+    for (const std::string& name : option.get_lnames())
+        names += (names.empty() ? "" : ", ") + Bold("--" + name);
+    return Tagged(names + (value.empty() ? "" : " " + Italic(value)), text);
+}
+
+std::string OptionsOf(CLI::App& command, bool withHelp)
+{
+    std::string page;
+    for (const CLI::Option* const option : command.get_options()) {
+        if (withHelp || option != command.get_help_ptr())
+            page += OptionEntry(*option);
+    }
+    return page;
+}
+
+std::string CommandEntry(CLI::App& command, const std::string& prefix)
+{
+    const std::string name = prefix + command.get_name();
+    std::string page = Tagged(Bold(name) + ArgumentsOf(command), command.get_description() + ".");
+    const std::string options = OptionsOf(command, false);
+    const std::string footer = command.get_footer();
+    if (!options.empty() || !footer.empty())
+        page += ".RS\n" + options + Paragraphs(footer) + ".RE\n";
+    for (CLI::App* const below : command.get_subcommands(nullptr))
+        page += CommandEntry(*below, name + " ");
+    return page;
+}
+
+std::string CommandsOf(CLI::App& app, bool areOperations)
+{
+    std::string page;
+    for (CLI::App* const command : app.get_subcommands(nullptr)) {
+        if ((command->get_group() == kOperationGroup) == areOperations)
+            page += CommandEntry(*command, "");
+    }
+    return page;
+}
+
+std::string Head()
+{
+    return ".TH NAVCTL 1 \"\" \"navctl " + std::string(ProgramVersion()) +
+           "\" \"User Commands\"\n"
+           ".SH NAME\n"
+           "navctl \\- the navigation service from a shell\n"
+           ".SH SYNOPSIS\n"
+           ".B navctl\n"
+           "[\\fIOPTION\\fR]... \\fICOMMAND\\fR [\\fIARGUMENT\\fR]...\n"
+           ".SH DESCRIPTION\n" +
+           Paragraphs(
+               "Operates, watches, feeds and examines the navigation service of this machine, "
+               "which listens on localhost, port 5010. The commands are its operations, and a few "
+               "more.\n"
+               "Data goes to the standard output and everything else to the standard error. An "
+               "operation that gives a value prints it bare, with a point and without its unit; "
+               "others print \"done\"; \"sent\" where nothing tells whether the service took it; "
+               "\"answered\" where the service answers but the operation does not tell what.\n"
+               "Angles are radians, clockwise from north; positions are metres east, north and up "
+               "of the wayline origin. The ranges are those of the bundled service. navctl passes "
+               "on what it is given, since another service may have others.\n"
+               "The options stand before the command or after it.");
+}
+
+std::string JsonForm()
+{
+    return ".SH JSON\n" +
+           Paragraphs(
+               "With --json, a command writes exactly one JSON value and watch one a line. That "
+               "of an operation is an object with \"operation\", \"outcome\" (\"done\", "
+               "\"refused\", \"value\", \"sent\" or \"answered\"), and \"value\" and \"unit\" "
+               "where there are any; numbers that JSON has no form for are null.\n"
+               "A command that fails writes an object with \"outcome\" \"failed\", \"exit_code\" "
+               "and \"reason\". Arguments that cannot be read at all write "
+               "nothing there.");
+}
+
+std::string Tail()
+{
+    return ".SH EXIT STATUS\n" + Tagged("0", "Done.") +
+           Tagged("1", "The service refused; for doctor, something stands in the way.") +
+           Tagged("2", "Wrong arguments, or a file that cannot be used.") +
+           Tagged("3", "Cannot connect: nothing listens, or it cannot be reached.") +
+           Tagged("4", "No reply in time.") +
+           Tagged("5", "What answers does not keep the protocol, or ended the connection without "
+                       "a reply.") +
+           Tagged("6", "The output cannot be written.") + ".SH ENVIRONMENT\n" +
+           Tagged("NO_COLOR", "Not empty: no colours.") +
+           Tagged("LC_ALL, LC_CTYPE, LANG",
+                  "With UTF-8 in the first that is set, the lightbar has round lamps.") +
+           ".SH EXAMPLES\n" +
+           Tagged(Bold("navctl set-wayline '0 0 0 0 0 100 0'"), "A line to the north.") +
+           Tagged(Bold("navctl start-navigation on && navctl engage-steering"),
+                  "Follow it, and let the service steer.") +
+           Tagged(Bold("navctl watch guidance-status --count 10"),
+                  "The next ten cross-track errors.") +
+           Tagged(Bold("navctl doctor"), "Why it does not engage.") +
+           ".SH SEE ALSO\n.BR navigation\\-simulator (1)\n";
+}
+
+} // namespace
+
+std::string ManualPage(CLI::App& app)
+{
+    return Head() + ".SH OPTIONS\n" + OptionsOf(app, true) + ".SH COMMANDS\n" +
+           CommandsOf(app, false) + ".SH OPERATIONS\n" + CommandsOf(app, true) + JsonForm() +
+           Tail();
+}

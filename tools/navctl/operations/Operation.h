@@ -1,0 +1,44 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_OPERATIONS_OPERATION_H
+#define KESTROVE_TOOLS_NAVCTL_OPERATIONS_OPERATION_H
+
+#include <string>
+#include <vector>
+
+#include "tools/navctl/operations/Argument.h"
+#include "tools/navctl/operations/Outcome.h"
+
+/// Whether an operation waits for a reply.
+enum class EOperationKind
+{
+    Request,
+    Notification,
+};
+
+/// An operation of the navigation service as a command.
+struct COperation
+{
+    std::string name;        ///< the command
+    std::string serviceName; ///< how it is called on the link
+    EOperationKind kind;
+    std::string summary; ///< what it does, as a sentence without its end
+    std::vector<CArgument> arguments;
+    Invocation invoke;
+    std::string unit{}; ///< of the value that it gives; empty for what has none
+};
+
+/// All operations, in the order of api/NavigationAPI.h.
+const std::vector<COperation>& Operations();
+
+/// The name that an operation has in C++: "engage-steering" is "EngageSteering".
+std::string MemberName(const std::string& command);
+
+// The groups that make up Operations(), one a group of the header.
+
+std::vector<COperation> SteeringEntries();
+std::vector<COperation> EngageSettingEntries();
+std::vector<COperation> WaylineEntries();
+std::vector<COperation> OffsetEntries();
+std::vector<COperation> PositionFeedEntries();
+std::vector<COperation> TuningEntries();
+
+#endif

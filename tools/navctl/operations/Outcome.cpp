@@ -1,0 +1,28 @@
+#include "tools/navctl/operations/Outcome.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+
+Json NumberValue(float value)
+{
+    if (!std::isfinite(value))
+        return static_cast<double>(value);
+    std::array<char, 64> text{};
+    const auto written = std::to_chars(text.data(), text.data() + text.size(), value);
+    double digits = 0.0;
+    std::from_chars(text.data(), written.ptr, digits);
+    return digits;
+}
+
+COutcome StatusOutcome(int status)
+{
+    switch (status) {
+    case 1:
+        return {EOutcome::Done};
+    case 0:
+        return {EOutcome::Refused};
+    default:
+        return {EOutcome::Answered, status};
+    }
+}

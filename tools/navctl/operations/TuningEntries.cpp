@@ -1,0 +1,112 @@
+#include "tools/navctl/operations/Operation.h"
+
+namespace {
+
+constexpr auto kRequest = EOperationKind::Request;
+constexpr auto kNotification = EOperationKind::Notification;
+using Api = CNavigationAPI;
+
+CArgument Limit(const char* name, const char* help)
+{
+    return Number(name, "", "not negative, in rising order", help);
+}
+
+CArgument TuningValue()
+{
+    return Number("value", "", "within its limits", "the value");
+}
+
+COutcome InvokeGetTuningLimits(CNavigationAPI& navigation, const ArgumentValues& values)
+{
+    double lowest = 0.0;
+    double start = 0.0;
+    double highest = 0.0;
+    const auto parameter = As<Kestrove::ETuningParameter>(values[0]);
+    if (!navigation.GetTuningLimits(parameter, lowest, start, highest))
+        return {EOutcome::NoAnswer};
+    return {EOutcome::Value, {{"lowest", lowest}, {"start", start}, {"highest", highest}}};
+}
+
+/// The setter and the getter of a parameter that has operations of its own.
+COperation Getter(const char* name, const char* summary, float (Api::*operation)())
+{
+    return {name, "get_tuning_parameter", kRequest, summary, {}, Value(operation)};
+}
+COperation Setter(const char* name, const char* summary, void (Api::*operation)(float, bool))
+{
+    return {name,    "set_tuning_parameter",     kNotification,
+            summary, {TuningValue(), Persist()}, Sent(operation)};
+}
+
+} // namespace
+
+std::vector<COperation> TuningEntries()
+{
+    return {
+        {"get-tuning-limits",
+         "GetTuningLimits",
+         kRequest,
+         "Asks for the limits of a tuning parameter",
+         {Parameter()},
+         InvokeGetTuningLimits},
+        {"set-tuning-limits",
+         "SetTuningLimits",
+         kNotification,
+         "Sets the limits of a tuning parameter",
+         {Parameter(), Limit("lowest", "the lowest value"), Limit("start", "the start value"),
+          Limit("highest", "the highest value")},
+         Sent(&Api::SetTuningLimits)},
+        {"get-tuning-parameter",
+         "get_tuning_parameter",
+         kRequest,
+         "Asks for a tuning parameter",
+         {Parameter()},
+         Value(&Api::GetTuningParameter)},
+        {"set-tuning-parameter",
+         "set_tuning_parameter",
+         kNotification,
+         "Sets a tuning parameter; the service clamps it to its limits",
+         {Parameter(), TuningValue(), Persist()},
+         Sent(&Api::SetTuningParameter)},
+        Getter("get-sensitivity", "Asks for the sensitivity", &Api::GetSensitivity),
+        Getter("get-aggressiveness", "Asks for the aggressiveness", &Api::GetAggressiveness),
+        Getter("get-overshoot", "Asks for the overshoot", &Api::GetOvershoot),
+        Getter("get-speed-adjust", "Asks for the speed adjustment", &Api::GetSpeedAdjust),
+        Setter("set-sensitivity", "Sets the sensitivity", &Api::SetSensitivity),
+        Setter("set-aggressiveness", "Sets the aggressiveness", &Api::SetAggressiveness),
+        Setter("set-overshoot", "Sets the overshoot", &Api::SetOvershoot),
+        Setter("set-speed-adjust", "Sets the speed adjustment", &Api::SetSpeedAdjust),
+        {"reset-integral",
+         "reset_integral",
+         kNotification,
+         "Puts the integral term of the controller back to zero",
+         {},
+         Sent(&Api::ResetIntegral)},
+        {"get-velocity-set-point",
+         "GetVelocitySetPoint",
+         kRequest,
+         "Asks for the velocity set point",
+         {},
+         Value(&Api::GetVelocitySetPoint),
+         "m/s"},
+        {"set-velocity-set-point",
+         "SetVelocitySetPoint",
+         kNotification,
+         "Sets the velocity set point",
+         {Number("velocity", "m/s", "-5 to 15", "the velocity, negative backwards")},
+         Sent(&Api::SetVelocitySetPoint)},
+        {"get-curve-filter-size",
+         "GetCurveFilterSize",
+         kRequest,
+         "Asks for the size of the curve filter",
+         {},
+         Value(&Api::GetCurveFilterSize),
+         "points"},
+        {"set-curve-filter-size",
+         "SetCurveFilterSize",
+         kNotification,
+         "Sets the size of the curve filter",
+         {Integer("size", "", "1 to 1001", "how many recorded points")},
+         Sent(&Api::SetCurveFilterSize)},
+    };
+}

@@ -1,0 +1,116 @@
+#include "tools/navctl/operations/Operation.h"
+
+#include "tools/navctl/Names.h"
+
+namespace {
+
+constexpr auto kRequest = EOperationKind::Request;
+constexpr auto kNotification = EOperationKind::Notification;
+using Api = CNavigationAPI;
+
+CArgument Metres(const char* name, const char* help)
+{
+    return Number(name, "m", "", help);
+}
+
+CArgument Waypoint()
+{
+    return Integer("waypoint", "", "0 to 2",
+                   "its number: 0 is A, 1 is B, 2 a circle's third point");
+}
+
+COutcome InvokeSetWaylineOrigin(CNavigationAPI& navigation, const ArgumentValues& values)
+{
+    navigation.SetWaylineOrigin(
+        {As<double>(values[0]), As<double>(values[1]), As<double>(values[2])});
+    return {EOutcome::Sent};
+}
+
+COutcome InvokeCalculateHeadings(CNavigationAPI& navigation, const ArgumentValues& values)
+{
+    const auto& waylines = std::get<std::vector<Kestrove::WaylinePtr>>(values[0]);
+    return {EOutcome::Value, navigation.CalculateHeadings(waylines)};
+}
+
+COutcome InvokeGetWayline(CNavigationAPI& navigation, const ArgumentValues&)
+{
+    const Kestrove::WaylinePtr wayline = navigation.GetWayline();
+    if (wayline)
+        return {EOutcome::Value,
+                {{"kind", KindName(wayline->Type())}, {"text", wayline->ToString()}}};
+    // An answer without a value is how the service says that there is none.
+    const bool hasNone = navigation.LastError().code == ELinkError::NoValue;
+    return {hasNone ? EOutcome::Value : EOutcome::NoAnswer};
+}
+
+COutcome InvokeSetWayline(CNavigationAPI& navigation, const ArgumentValues& values)
+{
+    const bool isAnswered = navigation.SetWayline(As<Kestrove::WaylinePtr>(values[0]));
+    return {isAnswered ? EOutcome::Answered : EOutcome::NoAnswer};
+}
+
+} // namespace
+
+std::vector<COperation> WaylineEntries()
+{
+    return {
+        {"set-wayline-origin",
+         "set_wayline_origin",
+         kNotification,
+         "Sets the origin of the local frame in which waylines are given",
+         {Number("latitude", "degrees", "-90 to 90", "WGS 84"),
+          Number("longitude", "degrees", "-180 to 180", "WGS 84"),
+          Metres("height", "above the ellipsoid")},
+         InvokeSetWaylineOrigin},
+        {"calculate-headings",
+         "calculate_headings",
+         kRequest,
+         "Asks for the heading of each wayline where the machine is nearest to it",
+         {{"waylines", EArgumentType::Waylines, "", "", "text forms, each quoted as one word"}},
+         InvokeCalculateHeadings,
+         "rad"},
+        {"get-wayline",
+         "get_wayline",
+         kRequest,
+         "Asks for the service's wayline, in its text form",
+         {},
+         InvokeGetWayline},
+        {"set-wayline",
+         "set_wayline",
+         kRequest,
+         "Replaces the service's wayline; a refusal is not told, ask with get-wayline",
+         {{"wayline", EArgumentType::Wayline, "", "", "its text form, quoted as one word"}},
+         InvokeSetWayline},
+        {"clear-wayline",
+         "clear_wayline",
+         kRequest,
+         "Drops the service's wayline and disengages",
+         {},
+         Accepted(&Api::ClearWayline)},
+        {"start-wayline",
+         "start_wayline",
+         kRequest,
+         "Begins a wayline of a kind, which the waypoints then complete",
+         {{"kind", EArgumentType::Kind, "", "", "the kind"}},
+         Accepted(&Api::StartWayline)},
+        {"set-waypoint",
+         "set_waypoint",
+         kRequest,
+         "Sets a waypoint of the wayline that was begun",
+         {Waypoint(), Metres("x", "east of the origin"), Metres("y", "north of it"),
+          Metres("z", "above it"), Number("heading", "rad", "", "clockwise from north")},
+         Accepted(&Api::SetWaypoint)},
+        {"is-waypoint-set",
+         "is_waypoint_set",
+         kRequest,
+         "Asks whether a waypoint is set",
+         {Waypoint()},
+         Value(&Api::IsWaypointSet)},
+        {"restore-waypoints",
+         "RestoreWaypoints",
+         kRequest,
+         "Brings back the waypoints before the last change and gives their number",
+         {},
+         Value(&Api::RestoreWaypoints)},
+    };
+}

@@ -1,0 +1,107 @@
+#include "tools/navctl/watch/EventLoop.h"
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// How long to wait at most: without a link, until the library makes its next attempt.
+constexpr int kLongestWaitMilliseconds = 1000;
+constexpr int kWaitWithoutLinkMilliseconds = 100;
+
+sigset_t EndingSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    return signals;
+}
+
+int MillisecondsUntil(const std::optional<Clock::time_point>& deadline, int most)
+{
+    if (!deadline)
+        return most;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - Clock::now());
+    return static_cast<int>(std::clamp<long>(left.count(), 0, most));
+}
+
+std::optional<Clock::time_point>
+DeadlineOf(const std::optional<std::chrono::duration<double>>& limit)
+{
+    if (!limit)
+        return std::nullopt;
+    return Clock::now() + std::chrono::duration_cast<Clock::duration>(*limit);
+}
+
+} // namespace
+
+CEventLoop::CEventLoop(CNavigationAPI& navigation) : m_navigation(navigation)
+{
+    const sigset_t signals = EndingSignals();
+    ::sigprocmask(SIG_BLOCK, &signals, nullptr);
+    m_signals = ::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+}
+
+CEventLoop::~CEventLoop()
+{
+    // A signal that has come is used up, so that it does not end the program afterwards.
+    signalfd_siginfo signal{};
+    while (m_signals >= 0 && ::read(m_signals, &signal, sizeof signal) > 0) {
+    }
+    const sigset_t signals = EndingSignals();
+    ::sigprocmask(SIG_UNBLOCK, &signals, nullptr);
+    if (m_signals >= 0)
+        ::close(m_signals);
+}
+
+CEventLoop::EEnd CEventLoop::Run(const Listener& listener,
+                                 std::optional<std::chrono::duration<double>> limit)
+{
+    const std::optional<Clock::time_point> deadline = DeadlineOf(limit);
+    while (true) {
+        // Looked at before the delivery, which reopens a lost link and so forgets why it was lost.
+        if (!m_navigation.IsLinkUp() && m_navigation.LastError().code == ELinkError::BadMessage)
+            return EEnd::BadMessage;
+        TellLink(listener);
+        m_navigation.CheckCallbacks();
+        TellLink(listener);
+        if (listener.delivered)
+            listener.delivered();
+        if (listener.isDone && listener.isDone())
+            return EEnd::Done;
+        const int wait =
+            m_navigation.Descriptor() < 0 ? kWaitWithoutLinkMilliseconds : kLongestWaitMilliseconds;
+        if (deadline && Clock::now() >= *deadline)
+            return EEnd::TimeIsUp;
+        if (IsInterrupted(MillisecondsUntil(deadline, wait)))
+            return EEnd::Interrupted;
+    }
+}
+
+void CEventLoop::TellLink(const Listener& listener)
+{
+    const bool isUp = m_navigation.Descriptor() >= 0;
+    m_hasBeenUp = m_hasBeenUp || isUp;
+    if (m_wasUp == isUp)
+        return;
+    m_wasUp = isUp;
+    if (listener.linkChanged)
+        listener.linkChanged(isUp, m_navigation.LastError().text);
+}
+
+bool CEventLoop::IsInterrupted(int milliseconds)
+{
+    // A negative descriptor is passed over.
+    std::array<pollfd, 2> entries{pollfd{m_signals, POLLIN, 0},
+                                  pollfd{m_navigation.Descriptor(), POLLIN, 0}};
+    ::poll(entries.data(), entries.size(), milliseconds);
+    return (entries[0].revents & POLLIN) != 0;
+}

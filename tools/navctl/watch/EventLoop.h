@@ -1,0 +1,58 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_WATCH_EVENTLOOP_H
+#define KESTROVE_TOOLS_NAVCTL_WATCH_EVENTLOOP_H
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "api/NavigationAPI.h"
+
+/// Waits for events and has them delivered, across reconnections, until it is to end.
+///
+/// While it lives, SIGINT and SIGTERM end the loop and not the program. One thread.
+class CEventLoop
+{
+public:
+    /// Why Run() has returned.
+    enum class EEnd
+    {
+        Done,        ///< `isDone` said so
+        TimeIsUp,    ///< the time is over
+        Interrupted, ///< the user or the system wants the program to end
+        BadMessage,  ///< what listens does not speak the protocol; LastError() has the reason
+    };
+
+    /// What is told while the loop runs; each may be empty.
+    struct Listener
+    {
+        std::function<bool()> isDone;    ///< asked after every delivery
+        std::function<void()> delivered; ///< events may have been delivered
+        /// The link has come up, or is down and why.
+        std::function<void(bool isUp, const std::string& reason)> linkChanged;
+    };
+
+    /// @param navigation must outlive this object.
+    explicit CEventLoop(CNavigationAPI& navigation);
+    ~CEventLoop();
+    CEventLoop(const CEventLoop&) = delete;
+    CEventLoop& operator=(const CEventLoop&) = delete;
+
+    /// Delivers events until something ends it.
+    ///
+    /// @param limit the longest time; none for no limit.
+    EEnd Run(const Listener& listener, std::optional<std::chrono::duration<double>> limit);
+    /// Whether the link has been up at any time in Run().
+    bool HasBeenUp() const { return m_hasBeenUp; }
+
+private:
+    void TellLink(const Listener& listener);
+    bool IsInterrupted(int milliseconds);
+
+    CNavigationAPI& m_navigation;
+    int m_signals = -1;
+    std::optional<bool> m_wasUp;
+    bool m_hasBeenUp = false;
+};
+
+#endif

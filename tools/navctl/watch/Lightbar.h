@@ -1,0 +1,47 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_WATCH_LIGHTBAR_H
+#define KESTROVE_TOOLS_NAVCTL_WATCH_LIGHTBAR_H
+
+#include <optional>
+#include <string>
+
+#include "tools/navctl/watch/EventKind.h"
+
+/// A row of lamps that shows on which side of the line the machine is and how far, with the state
+/// of the steering beside it. Gathers the state from the events and draws it as one line of text.
+class CLightbar
+{
+public:
+    /// How it is drawn.
+    struct Style
+    {
+        bool colours = false;
+        bool utf8 = false; ///< round lamps; otherwise of ASCII letters
+        int columns = 80;  ///< never more than so many
+    };
+
+    /// The kinds of events that it needs.
+    static std::vector<const CEventKind*> Kinds();
+
+    /// Takes an event of those kinds.
+    void Take(const CEvent& event);
+    /// Forgets the state: the link is down for this reason.
+    void LoseLink(const std::string& reason);
+
+    /// The line, without its end.
+    std::string Draw(const Style& style) const;
+
+private:
+    std::string Lamps(const Style& style) const;
+    std::string State() const;
+
+    std::optional<double> m_crossTrackError;
+    int m_pass = 0;
+    std::optional<bool> m_isNavigating;
+    bool m_isEngaged = false;
+    bool m_isPossible = false;
+    bool m_isDropped = false;
+    bool m_hasWayline = false;
+    std::string m_linkProblem;
+};
+
+#endif

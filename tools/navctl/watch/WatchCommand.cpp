@@ -1,0 +1,240 @@
+#include "tools/navctl/watch/WatchCommand.h"
+
+#include <chrono>
+#include <ctime>
+#include <memory>
+
+#include "tools/navctl/watch/EventKind.h"
+#include "tools/navctl/watch/EventLoop.h"
+#include "tools/navctl/watch/Lightbar.h"
+
+namespace {
+
+using EEnd = CEventLoop::EEnd;
+
+/// What the command was asked for.
+struct CWatchOptions
+{
+    std::vector<std::string> events; ///< empty for all
+    unsigned long count = 0;         ///< 0 for no end
+    double seconds = 0.0;            ///< 0 for no end
+    bool lightbar = false;
+};
+
+std::optional<std::chrono::duration<double>> LimitOf(const CWatchOptions& options)
+{
+    if (options.seconds <= 0.0)
+        return std::nullopt;
+    return std::chrono::duration<double>(options.seconds);
+}
+
+struct CTimeStamps
+{
+    std::string full;  ///< date and time, UTC
+    std::string clock; ///< the user's time of day
+};
+
+CTimeStamps TimeStampsNow()
+{
+    using std::chrono::system_clock;
+    const auto now = system_clock::now();
+    const std::time_t seconds = system_clock::to_time_t(now);
+    const long milliseconds =
+        std::chrono::floor<std::chrono::milliseconds>(now).time_since_epoch().count() % 1000;
+    std::tm utc{};
+    std::tm local{};
+    ::gmtime_r(&seconds, &utc);
+    ::localtime_r(&seconds, &local);
+    char date[40];
+    char clock[40];
+    char fraction[8];
+    std::strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%S", &utc);
+    std::strftime(clock, sizeof clock, "%H:%M:%S", &local);
+    std::snprintf(fraction, sizeof fraction, ".%03ld", milliseconds);
+    return {std::string(date) + fraction + "Z", std::string(clock) + fraction};
+}
+
+std::string JsonLine(const CEvent& event)
+{
+    Json line{{"time", TimeStampsNow().full}, {"event", event.name}};
+    line.update(event.fields);
+    return line.dump();
+}
+
+std::string TextLine(const CEvent& event, bool hasColours)
+{
+    std::string name = event.name;
+    name.resize(std::max<std::size_t>(name.size(), 24), ' ');
+    if (hasColours)
+        name = "\033[1m" + name + "\033[0m";
+    return TimeStampsNow().clock + "  " + name + "  " + event.text;
+}
+
+/// Ends the command by how the loop has ended.
+void Conclude(CContext& context, const CEventLoop& loop, EEnd end, const std::string& missing)
+{
+    const LinkErrorC error = context.Navigation().LastError();
+    if (end == EEnd::BadMessage) {
+        const CLinkFailure failure = CallFailure(error);
+        WriteError(failure.reason);
+        context.Finish(failure.code);
+    } else if (end == EEnd::TimeIsUp && !loop.HasBeenUp()) {
+        const CLinkFailure failure = ConnectFailure(error);
+        WriteError(failure.reason);
+        context.Finish(failure.code);
+    } else if (end == EEnd::TimeIsUp && !missing.empty()) {
+        WriteError(missing);
+        context.Finish(kExitNoReply);
+    } else {
+        context.Finish();
+    }
+}
+
+void TellLink(bool isUp, const std::string& reason)
+{
+    WriteError(isUp ? "connected" : "waiting for the service: " + reason);
+}
+
+void WatchLines(CContext& context, const CWatchOptions& options,
+                const std::vector<const CEventKind*>& kinds)
+{
+    unsigned long told = 0;
+    const bool hasColours = context.Output().HasColours();
+    const auto isFull = [&] { return options.count > 0 && told >= options.count; };
+    const auto sink = [&](const CEvent& event) {
+        if (isFull())
+            return;
+        ++told;
+        context.Output().WriteLine(context.WritesJson() ? JsonLine(event)
+                                                        : TextLine(event, hasColours));
+    };
+    const CSubscription subscription(context.Navigation(), kinds, sink);
+    CEventLoop loop(context.Navigation());
+    const CEventLoop::Listener listener{
+        [&] { return isFull() || context.Output().HasFailed(); }, {}, TellLink};
+    const EEnd end = loop.Run(listener, LimitOf(options));
+    const bool isShort = options.count > 0 && !isFull();
+    Conclude(context, loop, end,
+             isShort ? std::to_string(told) + " events in the time, not " +
+                           std::to_string(options.count)
+                     : "");
+}
+
+/// Redraws a line in place on a terminal; elsewhere writes each line that differs from the last.
+class CLineWriter
+{
+public:
+    explicit CLineWriter(COutput& output) : m_output(output), m_isTerminal(output.IsTerminal()) {}
+    ~CLineWriter()
+    {
+        if (m_isTerminal && !m_last.empty())
+            m_output.Write("\n");
+    }
+    CLineWriter(const CLineWriter&) = delete;
+    CLineWriter& operator=(const CLineWriter&) = delete;
+
+    void Show(const std::string& line)
+    {
+        if (line == m_last)
+            return;
+        m_last = line;
+        m_output.Write(m_isTerminal ? "\r" + line + "\033[K" : line + "\n");
+    }
+
+private:
+    COutput& m_output;
+    bool m_isTerminal;
+    std::string m_last;
+};
+
+void WatchLightbar(CContext& context, const CWatchOptions& options)
+{
+    CLightbar lightbar;
+    const auto sink = [&](const CEvent& event) { lightbar.Take(event); };
+    const CSubscription subscription(context.Navigation(), CLightbar::Kinds(), sink);
+    CEventLoop loop(context.Navigation());
+    EEnd end = EEnd::Done;
+    {
+        CLineWriter writer(context.Output());
+        const auto draw = [&] {
+            writer.Show(lightbar.Draw(
+                {context.Output().HasColours(), HasUtf8(), context.Output().Columns()}));
+        };
+        const auto linkChanged = [&](bool isUp, const std::string& reason) {
+            if (!isUp)
+                lightbar.LoseLink(reason);
+        };
+        const auto isDone = [&] { return context.Output().HasFailed(); };
+        end = loop.Run({isDone, draw, linkChanged}, LimitOf(options));
+    }
+    Conclude(context, loop, end, "");
+}
+
+void Watch(CContext& context, const CWatchOptions& options)
+{
+    if (options.lightbar) {
+        WatchLightbar(context, options);
+        return;
+    }
+    std::vector<const CEventKind*> kinds;
+    for (const CEventKind& kind : EventKinds()) {
+        const auto isAsked = [&kind](const std::string& name) {
+            return FindEventKind(name) == &kind;
+        };
+        if (options.events.empty() ||
+            std::any_of(options.events.begin(), options.events.end(), isAsked))
+            kinds.push_back(&kind);
+    }
+    WatchLines(context, options, kinds);
+}
+
+std::string CheckEvent(const std::string& name)
+{
+    if (FindEventKind(name) != nullptr)
+        return {};
+    std::string names;
+    for (const CEventKind& kind : EventKinds())
+        names += std::string(names.empty() ? "" : ", ") + kind.name;
+    return "\"" + name + "\" is no event, allowed are " + names;
+}
+
+std::string EventsHelp()
+{
+    std::string help = "Events: ";
+    for (const CEventKind& kind : EventKinds())
+        help += std::string("\n  ") + kind.name + ": " + kind.summary;
+    return help;
+}
+
+} // namespace
+
+void AddWatchCommand(CLI::App& app, CContext& context)
+{
+    CLI::App* const command = app.add_subcommand(
+        "watch", "Prints the service's events as they come, and reconnects by itself");
+    const auto options = std::make_shared<CWatchOptions>();
+    CLI::Option* const events =
+        command->add_option("event", options->events, "The events to print; all without any")
+            ->check(CLI::Validator(CheckEvent, ""))
+            ->type_name("");
+    CLI::Option* const count =
+        command->add_option("--count", options->count, "End after so many events")
+            ->check(CLI::PositiveNumber.description(""))
+            ->type_name("NUMBER");
+    command->add_option("--for", options->seconds, "End after so many seconds")
+        ->check(CLI::PositiveNumber.description(""))
+        ->type_name("SECONDS");
+    command
+        ->add_flag("--lightbar", options->lightbar,
+                   "Show the cross-track error as a row of lamps, redrawn in place")
+        ->excludes(events)
+        ->excludes(count);
+    command->footer(EventsHelp());
+    command->callback([&context, options] {
+        if (options->lightbar && context.WritesJson()) {
+            context.Fail(kExitUsage, "--lightbar has no JSON form; watch guidance-status instead");
+        } else {
+            Watch(context, *options);
+        }
+    });
+}
