@@ -1,0 +1,37 @@
+#ifndef KESTROVE_TESTS_SOAK_SOAKSERVICE_H
+#define KESTROVE_TESTS_SOAK_SOAKSERVICE_H
+
+#include <sys/types.h>
+
+/// A navigation service in a process of its own, which remembers what it is told and pushes
+/// numbered events when it is asked to. It can be ended in two ways and started again.
+class CSoakService
+{
+public:
+    CSoakService() = default;
+    /// Ends the process.
+    ~CSoakService();
+    CSoakService(const CSoakService&) = delete;
+    CSoakService& operator=(const CSoakService&) = delete;
+
+    /// Starts the process and waits until it listens on port 5010.
+    ///
+    /// @param epoch what its events carry, so that those of an earlier process are told apart.
+    /// @return false when it cannot listen.
+    bool Start(int epoch);
+    /// Ends it and waits for that.
+    ///
+    /// @param isClean true: with SIGTERM, false: with SIGKILL.
+    void End(bool isClean);
+
+    /// The service itself: what the process that Start() makes runs.
+    ///
+    /// @param readyDescriptor where a byte is written once it listens.
+    /// @return the exit code.
+    static int Serve(int epoch, int readyDescriptor);
+
+private:
+    pid_t m_process = -1;
+};
+
+#endif
