@@ -1,10 +1,18 @@
 #include "tools/navctl/CommandLine.h"
 
 #include "tools/navctl/Version.h"
+#include "tools/navctl/doctor/DoctorCommand.h"
 #include "tools/navctl/feed/FeedCommand.h"
+#include "tools/navctl/manual/CompletionCommand.h"
+#include "tools/navctl/manual/ManualCommand.h"
+#include "tools/navctl/operations/OperationCommands.h"
+#include "tools/navctl/watch/WatchCommand.h"
 #include "tools/navctl/wayline/WaylineCommand.h"
 
 namespace {
+
+/// Where the descriptions of a help page start: right of the longest command.
+constexpr std::size_t kHelpColumn = 36;
 
 void AddCommonOptions(CLI::App& app, CContext& context)
 {
@@ -28,9 +36,15 @@ void AddVersionCommand(CLI::App& app, CContext& context)
 
 void AddCommands(CLI::App& app, CContext& context)
 {
+    AddOperationsCommand(app, context);
     AddWaylineCommand(app, context);
     AddFeedCommand(app, context);
+    AddWatchCommand(app, context);
+    AddDoctorCommand(app, context);
+    AddManualCommand(app, context);
+    AddCompletionCommand(app, context);
     AddVersionCommand(app, context);
+    AddOperationCommands(app, context);
 }
 
 } // namespace
@@ -39,6 +53,7 @@ std::unique_ptr<CLI::App> MakeCommandLine(CContext& context)
 {
     auto app = std::make_unique<CLI::App>("The navigation service from a shell.", "navctl");
     app->require_subcommand(1);
+    app->get_formatter()->column_width(kHelpColumn);
     // The common options are taken after the command as well.
     app->fallthrough();
     AddCommonOptions(*app, context);

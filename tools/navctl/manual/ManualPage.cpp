@@ -95,7 +95,9 @@ std::string CommandEntry(CLI::App& command, const std::string& prefix)
     const std::string name = prefix + command.get_name();
     std::string page = Tagged(Bold(name) + ArgumentsOf(command), command.get_description() + ".");
     const std::string options = OptionsOf(command, false);
-    const std::string footer = command.get_footer();
+    // A command without a footer of its own has that of the command above it.
+    const bool isInherited = command.get_footer() == command.get_parent()->get_footer();
+    const std::string footer = isInherited ? "" : command.get_footer();
     if (!options.empty() || !footer.empty())
         page += ".RS\n" + options + Paragraphs(footer) + ".RE\n";
     for (CLI::App* const below : command.get_subcommands(nullptr))

@@ -26,6 +26,23 @@ struct COperation
     std::string unit{}; ///< of the value that it gives; empty for what has none
 };
 
+// Operations by their kind, for the tables.
+
+inline COperation Request(std::string name, std::string serviceName, std::string summary,
+                          std::vector<CArgument> arguments, Invocation invoke,
+                          std::string unit = "")
+{
+    return {std::move(name),    std::move(serviceName), EOperationKind::Request,
+            std::move(summary), std::move(arguments),   std::move(invoke),
+            std::move(unit)};
+}
+inline COperation Notification(std::string name, std::string serviceName, std::string summary,
+                               std::vector<CArgument> arguments, Invocation invoke)
+{
+    return {std::move(name),    std::move(serviceName), EOperationKind::Notification,
+            std::move(summary), std::move(arguments),   std::move(invoke)};
+}
+
 /// All operations, in the order of api/NavigationAPI.h.
 const std::vector<COperation>& Operations();
 

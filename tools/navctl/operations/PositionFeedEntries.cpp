@@ -46,7 +46,7 @@ std::vector<CArgument> SampleArguments()
 
 std::vector<COperation> PositionFeedEntries()
 {
-    return {{"set-position-data", "SetPositionData", EOperationKind::Notification,
-             "Feeds the service one sample of the machine's position and movement",
-             SampleArguments(), Sent(&CNavigationAPI::SetPositionData)}};
+    return {Notification("set-position-data", "SetPositionData",
+                         "Feeds the service one sample of the machine's position and movement",
+                         SampleArguments(), Sent(&CNavigationAPI::SetPositionData))};
 }

@@ -2,8 +2,6 @@
 
 namespace {
 
-constexpr auto kRequest = EOperationKind::Request;
-constexpr auto kNotification = EOperationKind::Notification;
 using Api = CNavigationAPI;
 
 CArgument Limit(const char* name, const char* help)
@@ -30,12 +28,12 @@ COutcome InvokeGetTuningLimits(CNavigationAPI& navigation, const ArgumentValues&
 /// The setter and the getter of a parameter that has operations of its own.
 COperation Getter(const char* name, const char* summary, float (Api::*operation)())
 {
-    return {name, "get_tuning_parameter", kRequest, summary, {}, Value(operation)};
+    return Request(name, "get_tuning_parameter", summary, {}, Value(operation));
 }
 COperation Setter(const char* name, const char* summary, void (Api::*operation)(float, bool))
 {
-    return {name,    "set_tuning_parameter",     kNotification,
-            summary, {TuningValue(), Persist()}, Sent(operation)};
+    return Notification(name, "set_tuning_parameter", summary, {TuningValue(), Persist()},
+                        Sent(operation));
 }
 
 } // namespace
@@ -43,31 +41,18 @@ COperation Setter(const char* name, const char* summary, void (Api::*operation)(
 std::vector<COperation> TuningEntries()
 {
     return {
-        {"get-tuning-limits",
-         "GetTuningLimits",
-         kRequest,
-         "Asks for the limits of a tuning parameter",
-         {Parameter()},
-         InvokeGetTuningLimits},
-        {"set-tuning-limits",
-         "SetTuningLimits",
-         kNotification,
-         "Sets the limits of a tuning parameter",
-         {Parameter(), Limit("lowest", "the lowest value"), Limit("start", "the start value"),
-          Limit("highest", "the highest value")},
-         Sent(&Api::SetTuningLimits)},
-        {"get-tuning-parameter",
-         "get_tuning_parameter",
-         kRequest,
-         "Asks for a tuning parameter",
-         {Parameter()},
-         Value(&Api::GetTuningParameter)},
-        {"set-tuning-parameter",
-         "set_tuning_parameter",
-         kNotification,
-         "Sets a tuning parameter; the service clamps it to its limits",
-         {Parameter(), TuningValue(), Persist()},
-         Sent(&Api::SetTuningParameter)},
+        Request("get-tuning-limits", "GetTuningLimits", "Asks for the limits of a tuning parameter",
+                {Parameter()}, InvokeGetTuningLimits),
+        Notification("set-tuning-limits", "SetTuningLimits",
+                     "Sets the limits of a tuning parameter",
+                     {Parameter(), Limit("lowest", "the lowest value"),
+                      Limit("start", "the start value"), Limit("highest", "the highest value")},
+                     Sent(&Api::SetTuningLimits)),
+        Request("get-tuning-parameter", "get_tuning_parameter", "Asks for a tuning parameter",
+                {Parameter()}, Value(&Api::GetTuningParameter)),
+        Notification("set-tuning-parameter", "set_tuning_parameter",
+                     "Sets a tuning parameter; the service clamps it to its limits",
+                     {Parameter(), TuningValue(), Persist()}, Sent(&Api::SetTuningParameter)),
         Getter("get-sensitivity", "Asks for the sensitivity", &Api::GetSensitivity),
         Getter("get-aggressiveness", "Asks for the aggressiveness", &Api::GetAggressiveness),
         Getter("get-overshoot", "Asks for the overshoot", &Api::GetOvershoot),
@@ -76,37 +61,20 @@ std::vector<COperation> TuningEntries()
         Setter("set-aggressiveness", "Sets the aggressiveness", &Api::SetAggressiveness),
         Setter("set-overshoot", "Sets the overshoot", &Api::SetOvershoot),
         Setter("set-speed-adjust", "Sets the speed adjustment", &Api::SetSpeedAdjust),
-        {"reset-integral",
-         "reset_integral",
-         kNotification,
-         "Puts the integral term of the controller back to zero",
-         {},
-         Sent(&Api::ResetIntegral)},
-        {"get-velocity-set-point",
-         "GetVelocitySetPoint",
-         kRequest,
-         "Asks for the velocity set point",
-         {},
-         Value(&Api::GetVelocitySetPoint),
-         "m/s"},
-        {"set-velocity-set-point",
-         "SetVelocitySetPoint",
-         kNotification,
-         "Sets the velocity set point",
-         {Number("velocity", "m/s", "-5 to 15", "the velocity, negative backwards")},
-         Sent(&Api::SetVelocitySetPoint)},
-        {"get-curve-filter-size",
-         "GetCurveFilterSize",
-         kRequest,
-         "Asks for the size of the curve filter",
-         {},
-         Value(&Api::GetCurveFilterSize),
-         "points"},
-        {"set-curve-filter-size",
-         "SetCurveFilterSize",
-         kNotification,
-         "Sets the size of the curve filter",
-         {Integer("size", "", "1 to 1001", "how many recorded points")},
-         Sent(&Api::SetCurveFilterSize)},
+        Notification("reset-integral", "reset_integral",
+                     "Puts the integral term of the controller back to zero", {},
+                     Sent(&Api::ResetIntegral)),
+        Request("get-velocity-set-point", "GetVelocitySetPoint", "Asks for the velocity set point",
+                {}, Value(&Api::GetVelocitySetPoint), "m/s"),
+        Notification("set-velocity-set-point", "SetVelocitySetPoint", "Sets the velocity set point",
+                     {Number("velocity", "m/s", "-5 to 15", "the velocity, negative backwards")},
+                     Sent(&Api::SetVelocitySetPoint)),
+        Request("get-curve-filter-size", "GetCurveFilterSize",
+                "Asks for the size of the curve filter", {}, Value(&Api::GetCurveFilterSize),
+                "points"),
+        Notification("set-curve-filter-size", "SetCurveFilterSize",
+                     "Sets the size of the curve filter",
+                     {Integer("size", "", "1 to 1001", "how many recorded points")},
+                     Sent(&Api::SetCurveFilterSize)),
     };
 }
