@@ -27,8 +27,9 @@
 ///
 /// Failures are neither thrown nor logged: each operation tells the value by which it fails, which
 /// cannot be told from the same value sent by the service. LastError() tells the two apart: its
-/// code is None after a reply that was read. After a reply of another type than the operation
-/// wants, which gives the failure value as well, the code is None too. An operation that fails
+/// code is None after a reply that was read. It is None, too, after a reply of another type: a list
+/// in place of a value, or the other way round, gives the failure value; among values, a text
+/// counts as 0, and a double where an integer is read loses its fraction. An operation that fails
 /// because the service cannot be reached has sent nothing. A request that got no reply may have
 /// reached the service; it is not sent a second time. A notification may be lost without a word:
 /// what such an operation returns tells that the service could be reached, and nothing more.
@@ -424,7 +425,8 @@ public:
     /// Wire: request "GetFieldOffset" [1] -> double.
     double GetFieldOffset();
 
-    /// Sets the implement offset, how far the implement's middle is to the right of the machine's.
+    /// Sets the implement offset: the line is followed shifted by it to the right, so that an
+    /// implement whose middle is that far to the left of the machine's runs along the line itself.
     ///
     /// @param offset metres.
     /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not

@@ -28,16 +28,18 @@ SamplesC::const_iterator Settled(const SamplesC& samples)
     return lastOutside.base();
 }
 
-/// How far the machine went beyond the line, from the side on which it was farthest away.
+/// How far the machine went beyond the line, seen from the side on which it was first off it.
 double Overshoot(const SamplesC& samples)
 {
-    const auto errorLess = [](const SDriveSample& left, const SDriveSample& right) {
-        return std::abs(left.crossTrackError) < std::abs(right.crossTrackError);
-    };
-    const auto farthest = std::max_element(samples.begin(), samples.end(), errorLess);
-    const double side = farthest->crossTrackError < 0.0 ? -1.0 : 1.0;
+    const auto first = std::find_if(samples.begin(), samples.end(), [](const SDriveSample& sample) {
+        return std::abs(sample.crossTrackError) > kSettledError;
+    });
+    if (first == samples.end()) {
+        return 0.0; // it never was
+    }
+    const double side = first->crossTrackError < 0.0 ? -1.0 : 1.0;
     double overshoot = 0.0;
-    for (auto sample = farthest; sample != samples.end(); ++sample) {
+    for (auto sample = first; sample != samples.end(); ++sample) {
         overshoot = std::max(overshoot, -side * sample->crossTrackError);
     }
     return overshoot;

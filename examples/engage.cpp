@@ -29,6 +29,10 @@ bool Succeeded(const CNavigationAPI& navigation, const char* command, int answer
 int main()
 {
     CNavigationAPI navigation;
+    if (navigation.LastError().code != ELinkError::None) {
+        std::cerr << "no service: " << navigation.LastError().text << '\n';
+        return 1;
+    }
     PrintSettings(navigation);
     const bool keepOverRestart = false;
     navigation.SetLookAheadTime(1.8, keepOverRestart);
