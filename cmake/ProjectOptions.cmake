@@ -10,6 +10,8 @@ option(KESTROVE_BUILD_TESTING_LIBRARY "Build Kestrove::NavigationTesting" ${PROJ
 option(KESTROVE_BUILD_PROGRAMS "Build the programs" ${PROJECT_IS_TOP_LEVEL})
 option(KESTROVE_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
 option(KESTROVE_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
+option(KESTROVE_BUILD_PYTHON "Build the Python bindings, where pybind11 is"
+  ${PROJECT_IS_TOP_LEVEL})
 option(KESTROVE_BUILD_BENCHMARKS "Build the benchmarks" OFF)
 option(KESTROVE_FUZZERS "Build the fuzz targets as fuzzers, and no other tests; needs clang" OFF)
 option(KESTROVE_WARNINGS_AS_ERRORS "Treat warnings as errors" OFF)

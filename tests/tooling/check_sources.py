@@ -17,7 +17,7 @@ import sys
 from pathlib import Path
 
 FOLDERS = ("core", "platform", "wayline", "api", "runtime", "simulator", "tools", "testing",
-           "tests", "benchmarks", "examples")
+           "tests", "benchmarks", "examples", "bindings")
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
 LONGEST_SOURCE = 400
 LONGEST_TEST = 600

@@ -1,0 +1,75 @@
+"""The type stubs name what the package has, and nothing else."""
+
+import ast
+import re
+import unittest
+from pathlib import Path
+
+import kestrove_navigation
+from kestrove_navigation import _navigation
+
+PACKAGE = Path(__file__).resolve().parents[1] / "kestrove_navigation"
+
+
+def stub_classes():
+    """The classes of the stub: names of their members, and of each method's arguments."""
+    tree = ast.parse((PACKAGE / "_navigation.pyi").read_text(encoding="utf-8"))
+    classes = {}
+    for node in tree.body:
+        if isinstance(node, ast.ClassDef):
+            members = classes[node.name] = {}
+            for member in node.body:
+                if isinstance(member, ast.AnnAssign):
+                    members[member.target.id] = None
+                elif isinstance(member, ast.FunctionDef):
+                    arguments = [argument.arg for argument in
+                                 member.args.args + member.args.kwonlyargs]
+                    is_property = any(getattr(decorator, "id", "") == "property"
+                                      for decorator in member.decorator_list)
+                    members[member.name] = None if is_property else arguments
+    return classes
+
+
+def module_members(name):
+    """The public members that a class of the module adds to its base."""
+    members = vars(getattr(_navigation, name))
+    return {member for member in members if not member.startswith("_")}
+
+
+class Stubs(unittest.TestCase):
+    def test_name_the_classes_of_the_module(self):
+        classes = {name for name, value in vars(_navigation).items() if isinstance(value, type)}
+        self.assertEqual(classes, set(stub_classes()))
+
+    def test_name_the_members_of_each_class(self):
+        for name, members in stub_classes().items():
+            with self.subTest(name):
+                named = {member for member in members if not member.startswith("__")}
+                self.assertEqual(module_members(name), named)
+                for special in set(members) - named:
+                    self.assertIn(special, vars(getattr(_navigation, name)))
+
+    def test_name_the_arguments_of_each_method(self):
+        compared = 0
+        for name, members in stub_classes().items():
+            for member, arguments in members.items():
+                if arguments is None or member.startswith("__"):
+                    continue
+                document = getattr(getattr(_navigation, name), member).__doc__
+                signature = re.match(r"\w+\((.*)\) -> ", document).group(1)
+                named = re.findall(r"(?:^|, )(\w+): ", signature)
+                with self.subTest(f"{name}.{member}"):
+                    self.assertEqual(arguments, [name for name in named if name != "kinds"])
+                    compared += 1
+        self.assertGreater(compared, 75)
+
+    def test_come_with_a_package_that_is_typed_and_documented(self):
+        self.assertTrue((PACKAGE / "py.typed").exists())
+        for name in kestrove_navigation.__all__:
+            self.assertTrue(getattr(kestrove_navigation, name).__doc__, name)
+        public = {name for name in vars(kestrove_navigation) if not name.startswith("_")}
+        self.assertEqual(public, set(kestrove_navigation.__all__))
+
+
+if __name__ == "__main__":
+    unittest.main()
