@@ -1,24 +1,29 @@
 #!/usr/bin/env python3
 """Measures what the simulator costs while many clients are subscribed to everything.
 
-usage: service_load.py SIMULATOR [CLIENTS] [SECONDS]
+usage: service_load.py [--results FILE] SIMULATOR [CLIENTS] [SECONDS]
 
-Starts the simulator, engages it on a line, subscribes every client to all eight events, reads what
-arrives, and prints the processor time that the simulator took a second, and the events a second and
-client. One of the clients, of which there are two at least, never reads. Needs port 5010 and
+Starts the simulator, engages it on a line, subscribes every client to all eight events, changes
+settings ten times a second, reads what arrives, and prints the processor time that the simulator took a second, and the events a second and
+client. One of the clients, of which there are two at least, never reads. With --results, measures
+once a second and writes the figures as a row of the table of scripts/benchmark. Needs port 5010 and
 python3-msgpack.
 """
 
-import os
+import argparse
+import json
 import selectors
 import socket
 import subprocess
 import sys
 import time
+from pathlib import Path
 
 import msgpack
 
 PORT = 5010
+LIMIT_PERCENT = 10.0
+CHANGE_SECONDS = 0.1
 EVENTS = ("cb_engage_status", "cb_guidance_status", "cb_offsets", "cb_wayline_status",
           "cb_implement_width_changed", "cb_tuning_parameter_changed", "cb_relative_position",
           "cb_draw_points")
@@ -43,21 +48,32 @@ def subscribe(link):
     link.sendall(b"".join(msgpack.packb([2, "subscribe", [event]]) for event in EVENTS))
 
 
+def change_settings(link, step):
+    """Changes what events tell of, so that they are sent at the pace of the guidance."""
+    request(link, "SetImplementWidth", 1, 3.0 + 0.01 * (step % 2))
+    request(link, "SetFieldOffset", 1, 0.05 * (step % 2))
+
+
 def processor_seconds(process):
-    with open(f"/proc/{process}/stat", encoding="ascii") as file:
-        fields = file.read().rsplit(")", 1)[1].split()
-    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+    """What all threads of a process have taken, in nanosecond steps."""
+    total = 0
+    for schedule in Path(f"/proc/{process}/task").glob("*/schedstat"):
+        total += int(schedule.read_text(encoding="ascii").split()[0])
+    return 1e-9 * total
 
 
-def read_for(seconds, links):
-    """Reads and drops what arrives, and gives what the first link has received."""
+def read_for(seconds, links, operator):
+    """Reads and drops what arrives while settings change, and gives what the first link received."""
     first = bytearray()
     with selectors.DefaultSelector() as selector:
         for link in links:
             selector.register(link, selectors.EVENT_READ)
-        end = time.monotonic() + seconds
-        while time.monotonic() < end:
-            for key, _ in selector.select(0.05):
+        start = change = time.monotonic()
+        while time.monotonic() < start + seconds:
+            if time.monotonic() >= change:
+                change_settings(operator, round((change - start) / CHANGE_SECONDS))
+                change += CHANGE_SECONDS
+            for key, _ in selector.select(max(0.0, change - time.monotonic())):
                 data = key.fileobj.recv(65536)
                 if key.fileobj is links[0]:
                     first += data
@@ -70,30 +86,52 @@ def count_messages(data):
     return sum(1 for _ in unpacker)
 
 
+def measure(simulator, clients, seconds):
+    """The share of a core, second by second, and how many events a client got a second."""
+    operator = connect()
+    engaged = engage(operator)
+    links = [connect() for _ in range(clients)]
+    for link in links:
+        subscribe(link)
+    readers = links[:-1]
+    read_for(1.0, readers, operator)
+    shares, received = [], 0
+    for _ in range(max(1, round(seconds))):
+        before, started = processor_seconds(simulator.pid), time.monotonic()
+        received += count_messages(read_for(1.0, readers, operator))
+        shares.append((processor_seconds(simulator.pid) - before) / (time.monotonic() - started))
+    return engaged, shares, received / len(shares)
+
+
+def write_row(path, clients, shares, rate):
+    percent = sorted(100.0 * share for share in shares)
+    median = percent[len(percent) // 2]
+    row = {"what": f"simulator, {clients} clients with all events ({rate:.0f} events a second each)",
+           "unit": "% of a core", "rounds": len(percent),
+           "figure": {"median": median, "lowest": percent[0], "highest": percent[-1]},
+           "target": {"at most": LIMIT_PERCENT}, "reached": median <= LIMIT_PERCENT}
+    with open(path, "w", encoding="utf-8") as file:
+        file.write(json.dumps(row) + "\n")
+
+
 def main():
-    clients = max(2, int(sys.argv[2])) if len(sys.argv) > 2 else 200
-    seconds = float(sys.argv[3]) if len(sys.argv) > 3 else 10.0
-    with subprocess.Popen([sys.argv[1], "--speed", "2"], stdout=subprocess.PIPE) as simulator:
+    arguments = argparse.ArgumentParser()
+    arguments.add_argument("--results")
+    arguments.add_argument("simulator")
+    arguments.add_argument("clients", type=int, nargs="?", default=200)
+    arguments.add_argument("seconds", type=float, nargs="?", default=10.0)
+    given = arguments.parse_args()
+    clients = max(2, given.clients)
+    with subprocess.Popen([given.simulator, "--speed", "2"], stdout=subprocess.PIPE) as simulator:
         try:
             simulator.stdout.readline()
-            operator = connect()
-            engaged = engage(operator)
-            links = [connect() for _ in range(clients)]
-            for link in links:
-                subscribe(link)
-            deaf, readers = links[-1], links[:-1]
-            read_for(1.0, readers)
-            before = processor_seconds(simulator.pid)
-            started = time.monotonic()
-            received = count_messages(read_for(seconds, readers))
-            passed = time.monotonic() - started
-            share = (processor_seconds(simulator.pid) - before) / passed
-            print(f"{clients} clients, engaged {engaged}, {passed:.1f} s: "
-                  f"{100.0 * share:.1f} % of one core, "
-                  f"{received / passed:.1f} events a second and client")
-            deaf.close()
+            engaged, shares, rate = measure(simulator, clients, given.seconds)
         finally:
             simulator.terminate()
+    print(f"{clients} clients, engaged {engaged}: {100.0 * sum(shares) / len(shares):.1f} % of one "
+          f"core, {rate:.1f} events a second and client")
+    if given.results:
+        write_row(given.results, clients, shares, rate)
 
 
 if __name__ == "__main__":

@@ -1,0 +1,118 @@
+// Measures what notifications cost: as many as go, against bare sends of the same bytes, and at the
+// pace of a position feed.
+//
+// usage: notification-benchmark [--quick] RESULTS
+
+#include <ctime>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "api/NavigationAPI.h"
+#include "benchmarks/support/Measurement.h"
+#include "benchmarks/support/Process.h"
+#include "benchmarks/support/Results.h"
+#include "benchmarks/support/Service.h"
+#include "benchmarks/support/Tcp.h"
+
+namespace {
+
+using Benchmarks::CResults;
+using Benchmarks::CTcp;
+using Benchmarks::Target;
+
+constexpr int kNotifications = 20000;
+constexpr int kQuickNotifications = 200;
+constexpr int kSamples = 1000;
+constexpr int kQuickSamples = 20;
+constexpr long kPaceNanoseconds = 1'000'000;
+constexpr long kSecondInNanoseconds = 1'000'000'000;
+
+// A list of three, 2 for a notification, the name, and the arguments [2.5, 0].
+const std::string kNotification = "\x93\x02\xb2"
+                                  "set_lookahead_time" +
+                                  std::string("\x92\xcb\x40\x04\0\0\0\0\0\0\0", 11);
+
+template <typename TSend>
+double MicrosecondsEach(int count, TSend send)
+{
+    const double start = Benchmarks::Now();
+    for (int i = 0; i < count; ++i) {
+        send();
+    }
+    return 1e6 * (Benchmarks::Now() - start) / count;
+}
+
+void MeasureRate(CResults& results, CNavigationAPI& navigation, const CTcp& bare)
+{
+    const int count = results.IsQuick() ? kQuickNotifications : kNotifications;
+    const auto figures = Benchmarks::Interleave(
+        results.Rounds(),
+        {{"SetLookAheadTime",
+          [&] {
+              return MicrosecondsEach(count, [&] { navigation.SetLookAheadTime(2.5, false); });
+          }},
+         {"raw one-way sends",
+          [&] { return MicrosecondsEach(count, [&] { bare.Write(kNotification); }); }}});
+    results.Add({"SetLookAheadTime notification", "µs", {Target::ESense::AtLeast, 0.75}},
+                figures[0], "raw one-way send", figures[1]);
+}
+
+void SendSample(CNavigationAPI& navigation, int number)
+{
+    const double part = 1e-7 * number;
+    if (navigation.SetPositionData(51.5 + part, -0.25 + part, 101.25, 1.57, 2.5, 0.01, -0.02, 1.571,
+                                   0.001, 0.002, 0.003, 0.02, 0.02, 0.04, true, 4, 17, true, false,
+                                   number, 1.7e9 + 0.001 * number) != 0) {
+        throw std::runtime_error("SetPositionData failed: " + navigation.LastError().text);
+    }
+}
+
+/// The share of a core, in per cent, that 1000 samples a second take.
+double ShareOfPacedSamples(CNavigationAPI& navigation, int samples)
+{
+    timespec next{};
+    clock_gettime(CLOCK_MONOTONIC, &next);
+    const double startTime = Benchmarks::Now();
+    const double start = Benchmarks::ProcessTime();
+    for (int number = 0; number < samples; ++number) {
+        SendSample(navigation, number);
+        next.tv_nsec += kPaceNanoseconds;
+        if (next.tv_nsec >= kSecondInNanoseconds) {
+            next.tv_nsec -= kSecondInNanoseconds;
+            ++next.tv_sec;
+        }
+        clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &next, nullptr);
+    }
+    return 100.0 * (Benchmarks::ProcessTime() - start) / (Benchmarks::Now() - startTime);
+}
+
+void MeasurePositionFeed(CResults& results, CNavigationAPI& navigation)
+{
+    const int samples = results.IsQuick() ? kQuickSamples : kSamples;
+    std::vector<double> shares;
+    for (int round = 0; round < results.Rounds(); ++round) {
+        shares.push_back(ShareOfPacedSamples(navigation, samples));
+    }
+    results.Add({"SetPositionData, 1000 a second", "% of a core", {Target::ESense::AtMost, 2.0}},
+                shares);
+}
+
+void Measure(CResults& results)
+{
+    Benchmarks::RunOnOneCore();
+    const CTcp listener = CTcp::Listen(Benchmarks::kServicePort);
+    const auto serve = [&listener] { Benchmarks::DropEverything(listener); };
+    const Benchmarks::CChild services[] = {Benchmarks::CChild(serve), Benchmarks::CChild(serve)};
+    CNavigationAPI navigation;
+    const CTcp bare = CTcp::Connect(Benchmarks::kServicePort);
+    MeasureRate(results, navigation, bare);
+    MeasurePositionFeed(results, navigation);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    return Benchmarks::Run(argc, argv, Measure);
+}

@@ -1,0 +1,85 @@
+#!/usr/bin/env python3
+"""Puts the rows that the benchmarks have written into one table.
+
+usage: write_table.py DIRECTORY ROWS...
+
+Each file of ROWS has a JSON object a line. Writes DIRECTORY/table.json and DIRECTORY/table.md, prints
+the latter, and names the targets that are not reached.
+"""
+
+import json
+import os
+import platform
+import sys
+import time
+from pathlib import Path
+
+
+def machine():
+    with open("/proc/cpuinfo", encoding="utf-8") as file:
+        models = [line.split(":", 1)[1].strip() for line in file if line.startswith("model name")]
+    return {"processor": models[0] if models else platform.machine(),
+            "cores": os.cpu_count(),
+            "system": f"{platform.system()} {platform.release()}",
+            "date": time.strftime("%Y-%m-%d"),
+            "load before": float(os.environ.get("LOAD_BEFORE", "nan"))}
+
+
+def number(value):
+    if value >= 1000:
+        return f"{value:.0f}"
+    return f"{value:.3g}" if value >= 0.001 else "0"
+
+
+def spread(figures):
+    text = number(figures["median"])
+    if figures["lowest"] != figures["highest"]:
+        text += f" ({number(figures['lowest'])}–{number(figures['highest'])})"
+    return text
+
+
+def target(row):
+    if "target" not in row:
+        return "", ""
+    (sense, limit), = row["target"].items()
+    return f"{sense} {limit:g}", "yes" if row["reached"] else "**no**"
+
+
+def line(row):
+    beside = row.get("yardstick")
+    cells = [row["what"], f"{spread(row['figure'])} {row['unit']}",
+             f"{beside['name']}: {spread(beside)}" if beside else "",
+             spread(row["ratio"]) if beside else "", *target(row)]
+    return "| " + " | ".join(cells) + " |"
+
+
+def table(about, rows):
+    load = about["load before"]
+    return "\n".join([
+        f"{about['processor']}, {about['cores']} cores, {about['system']}, {about['date']}; load"
+        f" before the run {load:g}. Medians, with the lowest and the highest round. A ratio beside"
+        " \"at most\" is how many times the yardstick's cost, one beside \"at least\" how many times"
+        " as fast.",
+        "",
+        "| what | figure | yardstick, same run | ratio | target | reached |",
+        "|---|---|---|---|---|---|",
+        *map(line, rows), ""])
+
+
+def main():
+    directory = Path(sys.argv[1])
+    rows = [json.loads(text) for path in sys.argv[2:]
+            for text in Path(path).read_text(encoding="utf-8").splitlines()]
+    about = machine()
+    (directory / "table.json").write_text(
+        json.dumps({"machine": about, "rows": rows}, indent=1, ensure_ascii=False) + "\n",
+        encoding="utf-8")
+    text = table(about, rows)
+    (directory / "table.md").write_text(text, encoding="utf-8")
+    print(text)
+    missed = [row["what"] for row in rows if row.get("reached") is False]
+    print(f"{len(rows)} rows; targets missed: {len(missed)}", *missed, sep="\n  ")
+
+
+if __name__ == "__main__":
+    main()
