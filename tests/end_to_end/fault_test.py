@@ -96,11 +96,10 @@ class Faults(unittest.TestCase):
 
     def test_serves_the_others_while_a_client_takes_no_replies(self):
         with Simulator() as simulator, Client() as good, raw_client() as deaf:
-            deaf.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 4096)
             deaf.settimeout(120)
             with self.assertRaises(OSError):
                 while True:
-                    deaf.sendall(1000 * msgpack.packb([0, 1, "wrong" * 1000, []]))
+                    deaf.sendall(10000 * msgpack.packb([0, 1, "wrong", []]))
                     self.assertEqual(0, good.request("IsSteeringEngaged"))
             self.assert_idle(simulator, good)
             simulator.end()
