@@ -79,8 +79,8 @@ class Running:
 
     def errors(self):
         """What it has written to standard error so far."""
-        self.errors_file.seek(0)
-        return self.errors_file.read()
+        # Where the program writes next must not move with what is read here.
+        return os.pread(self.errors_file.fileno(), 1 << 20, 0).decode()
 
     def end(self, number=signal.SIGTERM):
         """Sends a signal, waits for the end, and gives the exit code."""

@@ -6,7 +6,7 @@ import signal
 import unittest
 
 from navctl_program import (LINE_NORTH, Client, Running, Simulator, answer, navctl, silent,
-                            web_server)
+                            wait_for, web_server)
 
 # Of each kind of event, the names of its values.
 FIELDS = {
@@ -64,15 +64,18 @@ class Watch(unittest.TestCase):
 
     def test_lives_through_a_restart_of_the_service(self):
         with Running("--json", "watch", "implement-width-changed") as watch:
-            for width in (4.0, 5.0, 6.0):
+            for number, width in enumerate((4.0, 5.0, 6.0), 1):
+                wait_for(lambda n=number: self.waits(watch) == n, "the loss of the link")
                 with self.subTest(width), Simulator(), Client() as client:
                     self.assertEqual(3.0, json.loads(watch.line())["width_m"])
                     client.request("SetImplementWidth", 1, width)
                     self.assertEqual(width, json.loads(watch.line())["width_m"])
             self.assertEqual(0, watch.end())
-            errors = watch.errors()
-        self.assertEqual(3, errors.count("navctl: connected\n"))
-        self.assertGreaterEqual(errors.count("navctl: waiting for the service: "), 3)
+            self.assertEqual(3, watch.errors().count("navctl: connected\n"))
+
+    @staticmethod
+    def waits(watch):
+        return watch.errors().count("navctl: waiting for the service: ")
 
     def test_says_why_nothing_came(self):
         self.assertEqual(3, navctl("watch", "--for", "0.3").returncode)

@@ -47,9 +47,10 @@ void CContext::Fail(EExitCode code, const std::string& reason)
 {
     m_exitCode = code;
     WriteError(reason);
-    if (WritesJson())
+    if (WritesJson()) {
         Print({{"outcome", "failed"}, {"exit_code", static_cast<int>(code)}, {"reason", reason}},
               "");
+    }
 }
 
 void CContext::Refuse(const Json& value, const std::string& reason)

@@ -97,9 +97,10 @@ bool HasUtf8()
     // The first that is set decides.
     for (const char* const name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
         const std::string value = Variable(name);
-        if (!value.empty())
+        if (!value.empty()) {
             return value.find("UTF-8") != std::string::npos ||
                    value.find("utf8") != std::string::npos;
+        }
     }
     return false;
 }

@@ -26,7 +26,7 @@ std::string Painted(const CLightbar::Style& style, const char* colour, const std
 
 std::string Lamp(const CLightbar::Style& style, std::size_t place, bool isLit)
 {
-    const std::string lamp = style.utf8 ? (isLit ? "●" : "·") : (isLit ? "#" : ".");
+    std::string lamp = style.utf8 ? (isLit ? "●" : "·") : (isLit ? "#" : ".");
     if (!isLit)
         return lamp;
     return Painted(style, place < kFirstRedLamp ? kAmber : kRed, lamp);
@@ -93,7 +93,7 @@ std::string CLightbar::Lamps(const Style& style) const
     std::string left;
     std::string right;
     for (std::size_t place = 0; place < kLitFrom.size(); ++place) {
-        left = Lamp(style, place, -error >= kLitFrom[place]) + left;
+        left.insert(0, Lamp(style, place, -error >= kLitFrom[place]));
         right += Lamp(style, place, error >= kLitFrom[place]);
     }
     const bool isOnLine = isOn && std::abs(error) < kLitFrom.front();

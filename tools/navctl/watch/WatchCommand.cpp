@@ -90,10 +90,23 @@ void Conclude(CContext& context, const CEventLoop& loop, EEnd end, const std::st
     }
 }
 
-void TellLink(bool isUp, const std::string& reason)
+/// Tells that the service has to be waited for, and that the wait is over.
+class CLinkTeller
 {
-    WriteError(isUp ? "connected" : "waiting for the service: " + reason);
-}
+public:
+    void operator()(bool isUp, const std::string& reason)
+    {
+        if (!isUp) {
+            WriteError("waiting for the service: " + reason);
+        } else if (m_hasWaited) {
+            WriteError("connected");
+        }
+        m_hasWaited = !isUp;
+    }
+
+private:
+    bool m_hasWaited = false;
+};
 
 void WatchLines(CContext& context, const CWatchOptions& options,
                 const std::vector<const CEventKind*>& kinds)
@@ -111,7 +124,7 @@ void WatchLines(CContext& context, const CWatchOptions& options,
     const CSubscription subscription(context.Navigation(), kinds, sink);
     CEventLoop loop(context.Navigation());
     const CEventLoop::Listener listener{
-        [&] { return isFull() || context.Output().HasFailed(); }, {}, TellLink};
+        [&] { return isFull() || context.Output().HasFailed(); }, {}, CLinkTeller()};
     const EEnd end = loop.Run(listener, LimitOf(options));
     const bool isShort = options.count > 0 && !isFull();
     Conclude(context, loop, end,
