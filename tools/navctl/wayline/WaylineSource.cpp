@@ -87,7 +87,7 @@ void AddWaylineSource(CLI::App& command, WaylineSource& source)
     command
         .add_option("--line", source.number,
                     "The line (of GeoJSON the feature) of the only wayline that is wanted")
-        ->check(CLI::PositiveNumber)
+        ->check(CLI::PositiveNumber.description(""))
         ->type_name("NUMBER");
 }
 
