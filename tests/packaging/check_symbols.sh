@@ -12,7 +12,8 @@ fail() {
 }
 
 if [ "$kind" = shared ]; then
-    names=$("$nm" --dynamic --defined-only --demangle --format=posix "$library")
+    names=$("$nm" --dynamic --defined-only --demangle --format=posix --without-symbol-versions \
+        "$library" | grep -v '^KESTROVE_NAVIGATION_[0-9]* A ')
     case $names in *CNavigationAPI::EngageSteering*) ;; *) fail "no CNavigationAPI" "$names" ;; esac
 
     foreign=$(printf '%s\n' "$names" | grep -iE 'msgpack|asio' || true)
