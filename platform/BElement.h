@@ -179,6 +179,9 @@ protected:
     BElementC* ReleaseLastChild() override;
 
 private:
+    // The runtime's codec reads and fills the slots of long lists in place.
+    friend class BListAccessC;
+
     struct Slot
     {
         union {

@@ -1,15 +1,23 @@
 #include "platform/BEncoder.h"
 
 #include <array>
-#include <cstring>
+#include <vector>
 
 #include <msgpack.hpp>
+
+#include "runtime/BigEndian.h"
+#include "runtime/ListAccess.h"
 
 namespace {
 
 constexpr int kDeepestNesting = 64;
 /// A buffer that has grown beyond this is given back when the next message begins.
 constexpr std::size_t kLargestKeptBuffer = std::size_t{1024} * 1024;
+/// A number on the wire: its kind, and at most eight bytes.
+constexpr std::size_t kMostBytesANumber = 9;
+/// How many numbers are put into one piece before it joins the message.
+constexpr std::size_t kNumbersAPiece = 256;
+constexpr char kFloat64 = '\xcb';
 
 /// What the packer writes into.
 class StringSink
@@ -17,6 +25,16 @@ class StringSink
 public:
     explicit StringSink(std::string& bytes) : m_bytes(bytes) {}
     void write(const char* data, std::size_t count) { m_bytes.append(data, count); }
+
+    /// Makes room for numbers that follow, so that a long list takes one buffer. A short one does
+    /// without: it fits where the last message did.
+    void ReserveNumbers(std::size_t count)
+    {
+        const std::size_t needed = m_bytes.size() + count * kMostBytesANumber;
+        if (count > kNumbersAPiece && needed > m_bytes.capacity()) {
+            m_bytes.reserve(needed);
+        }
+    }
 
 private:
     std::string& m_bytes;
@@ -31,14 +49,37 @@ public:
     /// number into an integer, but what was sent as a double must arrive as one.
     void PackDouble(double value)
     {
-        std::uint64_t bits = 0;
-        std::memcpy(&bits, &value, sizeof(bits));
-        std::array<char, 9> bytes{'\xcb'};
-        for (std::size_t place = 8; place > 0; --place, bits >>= 8) {
-            bytes[place] = static_cast<char>(bits & 0xff);
-        }
+        std::array<char, kMostBytesANumber> bytes{kFloat64};
+        BigEndian::StoreDouble(bytes.data() + 1, value);
         m_sink.write(bytes.data(), bytes.size());
     }
+
+    /// Packs the floating-point numbers from `slot` on, up to the first element that is none.
+    ///
+    /// @return where that stands.
+    const BListAccessC::Slot* PackDoubles(const BListAccessC::Slot* slot,
+                                          const BListAccessC::Slot* end)
+    {
+        std::array<char, kNumbersAPiece * kMostBytesANumber> piece;
+        char* place = piece.data();
+        for (; slot != end && IsDouble(*slot); ++slot) {
+            *place = kFloat64;
+            BigEndian::StoreDouble(place + 1, slot->number);
+            place += kMostBytesANumber;
+            if (place == piece.data() + piece.size()) {
+                m_sink.write(piece.data(), piece.size());
+                place = piece.data();
+            }
+        }
+        m_sink.write(piece.data(), static_cast<std::size_t>(place - piece.data()));
+        return slot;
+    }
+
+    static bool IsDouble(const BListAccessC::Slot& slot)
+    {
+        return slot.type == EBElementType::Double && !slot.isNode;
+    }
+    void ReserveNumbers(std::size_t count) { m_sink.ReserveNumbers(count); }
 
 private:
     StringSink& m_sink;
@@ -71,20 +112,25 @@ bool PackElement(Packer& packer, const BElementC& element, int level);
 
 bool PackList(Packer& packer, const BListC& list, int level)
 {
-    const int count = list.Size();
-    packer.pack_array(static_cast<std::uint32_t>(count));
-    for (int index = 0; index < count; ++index) {
-        if (const BElementC* const element = list.GetElement(index)) {
-            if (!PackElement(packer, *element, level)) {
+    const std::vector<BListAccessC::Slot>& slots = BListAccessC::SlotsOf(list);
+    packer.pack_array(static_cast<std::uint32_t>(slots.size()));
+    packer.ReserveNumbers(slots.size());
+    const BListAccessC::Slot* const end = slots.data() + slots.size();
+    for (const BListAccessC::Slot* slot = slots.data(); slot != end;) {
+        if (Packer::IsDouble(*slot)) {
+            slot = packer.PackDoubles(slot, end);
+            continue;
+        }
+        if (slot->isNode) {
+            if (!PackElement(packer, *slot->element, level)) {
                 return false;
             }
-        } else if (list.TypeAt(index) == EBElementType::Integer) {
-            packer.pack_int64(list.GetInt64(index));
-        } else if (list.TypeAt(index) == EBElementType::Double) {
-            packer.PackDouble(list.GetDouble(index));
+        } else if (slot->type == EBElementType::Integer) {
+            packer.pack_int64(slot->integer);
         } else {
             packer.pack_nil();
         }
+        ++slot;
     }
     return true;
 }

@@ -11,7 +11,8 @@
 /// An event that has arrived and waits for its delivery.
 struct EventC
 {
-    std::string name;
+    /// Its name as it was registered; registrations stay as long as the connection.
+    const std::string* name;
     std::unique_ptr<BListC> payload;
     std::size_t memory = 0; ///< about how many bytes it takes
 };

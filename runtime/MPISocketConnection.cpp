@@ -63,7 +63,7 @@ int MPISocketConnectionC::CheckCallbacks()
     // Those that are there now: what arrives while callbacks run waits for the next time.
     for (std::size_t left = events.Size(); left > 0 && events.Size() > 0; --left) {
         const EventC event = events.Pop();
-        DoClientCallback(event.name, event.payload.get());
+        DoClientCallback(*event.name, event.payload.get());
         ++delivered;
     }
     return delivered;

@@ -18,6 +18,7 @@ constexpr std::uint32_t kRequestFields = 4; // and of a response
 void MessageBuilderC::init()
 {
     m_message = MessageC();
+    m_begun.reset();
     m_depth = 0;
     m_elements = 0;
     m_field = EField::Before;
@@ -219,14 +220,16 @@ bool MessageBuilderC::start_array(std::uint32_t count)
         return count == kNotificationFields || count == kRequestFields ||
                Refuse("a list that is no message");
     }
-    auto list = std::make_unique<BListC>(nullptr);
+    auto list = m_begun == nullptr ? std::make_unique<BListC>(nullptr) : std::move(m_begun);
     BListC* const opened = list.get();
-    if (!CountElements(count) || !Open(std::move(list), {opened, nullptr})) {
+    const auto begun = static_cast<std::size_t>(opened->Size());
+    m_message.memory += kSlotBytes * begun;
+    if (!CountElements(begun + count) || !Open(std::move(list), {opened, nullptr})) {
         return false;
     }
     const std::size_t room = std::min<std::size_t>(count, m_roomAhead);
     m_roomAhead -= room;
-    opened->Reserve(static_cast<int>(room));
+    opened->Reserve(static_cast<int>(begun + room));
     return true;
 }
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "runtime/MessageDecoder.h"
 
@@ -26,6 +27,9 @@ public:
     /// How many bytes have arrived that are not parsed yet: each may turn out to be an element, so
     /// no more room than this is made ahead.
     void SetArrived(std::size_t bytes) { m_roomAhead = bytes; }
+
+    /// Lets the next list go on from where its decoding has come without the parser.
+    void Adopt(std::unique_ptr<BListC> list) { m_begun = std::move(list); }
 
     void init();
     bool visit_nil() { return TakeElement(nullptr); }
@@ -80,6 +84,7 @@ private:
     bool Open(std::unique_ptr<BElementC> element, Container container);
 
     MessageC m_message;
+    std::unique_ptr<BListC> m_begun;
     std::string m_problem;
     std::array<Container, kDeepestNesting> m_open{};
     std::size_t m_depth = 0;

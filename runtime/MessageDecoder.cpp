@@ -9,6 +9,7 @@
 #include <msgpack.hpp>
 
 #include "runtime/MessageBuilder.h"
+#include "runtime/NumberMessage.h"
 
 namespace {
 
@@ -65,6 +66,20 @@ class MessageDecoderC::StateC
 public:
     StateC() { parser.init(); }
 
+    const char* Waiting() { return buffer.Data() + begin; }
+    std::size_t WaitingCount() const { return end - begin; }
+    void Consume(std::size_t count)
+    {
+        begin += count;
+        consumed += count;
+    }
+
+    /// Where a message of numbers stands; `Other` also for one that is left to the parser.
+    NumberMessageC::EResult TakeNumbers();
+    /// Bad when the message that ends here, or goes on, is larger than a message may be.
+    EResult Checked(EResult result);
+
+    NumberMessageC numbers;
     Parser parser;
     BufferC buffer;
     std::size_t begin = 0;    // of what is not parsed yet
@@ -105,35 +120,70 @@ void MessageDecoderC::Arrived(std::size_t count)
     m_state->end += count;
 }
 
+NumberMessageC::EResult MessageDecoderC::StateC::TakeNumbers()
+{
+    if (consumed == 0) {
+        Consume(numbers.Begin(Waiting(), WaitingCount()));
+    }
+    if (!numbers.IsActive()) {
+        return NumberMessageC::EResult::Other;
+    }
+    std::size_t taken = 0;
+    const NumberMessageC::EResult result = numbers.Take(Waiting(), WaitingCount(), taken);
+    Consume(taken);
+    if (result == NumberMessageC::EResult::Other) {
+        std::string front;
+        parser.visitor().Adopt(numbers.HandOver(front));
+        parser.visitor().SetArrived(WaitingCount());
+        std::size_t parsed = 0;
+        parser.execute(front.data(), front.size(), parsed);
+    }
+    return result;
+}
+
+MessageDecoderC::EResult MessageDecoderC::StateC::Checked(EResult result)
+{
+    const std::size_t size = consumed + (result == EResult::NeedMore ? WaitingCount() : 0);
+    if (size <= kLargestMessage) {
+        return result;
+    }
+    problem = "a message of more than 32 MiB";
+    return EResult::Bad;
+}
+
 MessageDecoderC::EResult MessageDecoderC::Next(MessageC& message)
 {
     StateC& state = *m_state;
-    const std::size_t waiting = state.end - state.begin;
-    if (waiting == 0) {
+    if (state.WaitingCount() == 0) {
         return EResult::NeedMore;
     }
-    MessageBuilderC& builder = state.parser.visitor();
-    builder.SetArrived(waiting);
-    std::size_t parsed = 0;
-    const auto outcome = state.parser.execute(state.buffer.Data() + state.begin, waiting, parsed);
-    state.begin += parsed;
-    state.consumed += parsed;
-    const bool needsMore = outcome == msgpack::PARSE_CONTINUE;
-    const std::size_t size = state.consumed + (needsMore ? state.end - state.begin : 0);
-    if (!needsMore && outcome != msgpack::PARSE_SUCCESS) {
-        state.problem = builder.Problem();
-        return EResult::Bad;
+    EResult result = EResult::NeedMore;
+    const NumberMessageC::EResult numbers = state.TakeNumbers();
+    if (numbers == NumberMessageC::EResult::Other) {
+        MessageBuilderC& builder = state.parser.visitor();
+        builder.SetArrived(state.WaitingCount());
+        std::size_t parsed = 0;
+        const auto outcome = state.parser.execute(state.Waiting(), state.WaitingCount(), parsed);
+        state.Consume(parsed);
+        if (outcome != msgpack::PARSE_CONTINUE && outcome != msgpack::PARSE_SUCCESS) {
+            state.problem = builder.Problem();
+            return EResult::Bad;
+        }
+        result = outcome == msgpack::PARSE_SUCCESS ? EResult::Complete : EResult::NeedMore;
+    } else if (numbers == NumberMessageC::EResult::Complete) {
+        result = EResult::Complete;
     }
-    if (size > kLargestMessage) {
-        state.problem = "a message of more than 32 MiB";
-        return EResult::Bad;
+    result = state.Checked(result);
+    if (result != EResult::Complete) {
+        return result;
     }
-    if (needsMore) {
-        return EResult::NeedMore;
+    if (numbers == NumberMessageC::EResult::Complete) {
+        state.numbers.GiveTo(message);
+    } else {
+        message = std::move(state.parser.visitor().Message());
+        state.parser.init();
     }
-    message = std::move(builder.Message());
     state.consumed = 0;
-    state.parser.init();
     return EResult::Complete;
 }
 
@@ -153,5 +203,6 @@ void MessageDecoderC::Reset()
     m_state->end = 0;
     m_state->consumed = 0;
     m_state->problem.clear();
+    m_state->numbers.Reset();
     m_state->parser.init();
 }

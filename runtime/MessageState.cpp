@@ -151,9 +151,9 @@ void MessageStateC::Sort(MessageC& message)
         TakeReply(message);
         break;
     case MessageC::EKind::Notification:
-        if (callbacks.find(message.method) != callbacks.end()) {
+        if (const auto found = callbacks.find(message.method); found != callbacks.end()) {
             const std::size_t memory = message.memory + message.method.size() + kEventBytes;
-            events.Push({std::move(message.method), std::move(message.arguments), memory});
+            events.Push({&found->first, std::move(message.arguments), memory});
         }
         break;
     case MessageC::EKind::Request:

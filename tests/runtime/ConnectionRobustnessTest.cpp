@@ -189,10 +189,12 @@ TEST(ConnectionRobustness, WorksOnWhenAHookThrows)
 
 TEST(EventQueue, DropsAnEventThatExceedsTheLimitAlone)
 {
+    const std::string large = "large";
+    const std::string small = "small";
     EventQueueC queue;
-    queue.Push({"large", nullptr, EventQueueC::kMostMemory + 1});
+    queue.Push({&large, nullptr, EventQueueC::kMostMemory + 1});
     EXPECT_EQ(0U, queue.Size());
     EXPECT_EQ(1U, queue.Dropped());
-    queue.Push({"small", nullptr, EventQueueC::kMostMemory});
-    EXPECT_EQ("small", queue.Pop().name);
+    queue.Push({&small, nullptr, EventQueueC::kMostMemory});
+    EXPECT_EQ("small", *queue.Pop().name);
 }

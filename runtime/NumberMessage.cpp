@@ -1,0 +1,242 @@
+#include "runtime/NumberMessage.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+
+#include "platform/BEncoder.h"
+#include "runtime/BigEndian.h"
+#include "runtime/ListAccess.h"
+#include "runtime/MessageBuilder.h"
+
+namespace {
+
+constexpr std::size_t kSlotBytes = 16;
+
+/// Reads bytes one after another; once they do not suffice, it has failed for good.
+class CReader
+{
+public:
+    CReader(const char* bytes, std::size_t size) : m_begin(bytes), m_place(bytes), m_left(size) {}
+
+    bool HasFailed() const { return m_hasFailed; }
+    std::size_t Taken() const { return static_cast<std::size_t>(m_place - m_begin); }
+
+    unsigned Byte() { return static_cast<unsigned>(Number<1>()); }
+
+    template <std::size_t Size>
+    std::uint64_t Number()
+    {
+        const char* const bytes = Bytes(Size);
+        return bytes == nullptr ? 0 : BigEndian::Load<Size>(bytes);
+    }
+
+    const char* Bytes(std::size_t count)
+    {
+        if (m_hasFailed || count > m_left) {
+            m_hasFailed = true;
+            return nullptr;
+        }
+        const char* const bytes = m_place;
+        m_place += count;
+        m_left -= count;
+        return bytes;
+    }
+
+    void Fail() { m_hasFailed = true; }
+
+private:
+    const char* m_begin;
+    const char* m_place;
+    std::size_t m_left;
+    bool m_hasFailed = false;
+};
+
+std::uint64_t MessageNumber(CReader& reader)
+{
+    const unsigned kind = reader.Byte();
+    switch (kind) {
+    case 0xcc:
+        return reader.Number<1>();
+    case 0xcd:
+        return reader.Number<2>();
+    case 0xce:
+        return reader.Number<4>();
+    default:
+        if (kind > 0x7f) {
+            reader.Fail();
+        }
+        return kind;
+    }
+}
+
+void Method(CReader& reader, std::string& method)
+{
+    const unsigned kind = reader.Byte();
+    std::size_t length = kind & 0x1f;
+    if (kind == 0xd9) {
+        length = reader.Byte();
+    } else if (kind < 0xa0 || kind > 0xbf) {
+        reader.Fail();
+    }
+    if (const char* const text = reader.Bytes(length)) {
+        method.assign(text, length);
+    }
+}
+
+std::size_t ListLength(CReader& reader)
+{
+    const unsigned kind = reader.Byte();
+    switch (kind) {
+    case 0xdc:
+        return static_cast<std::size_t>(reader.Number<2>());
+    case 0xdd:
+        return static_cast<std::size_t>(reader.Number<4>());
+    default:
+        if (kind < 0x90 || kind > 0x9f) {
+            reader.Fail();
+        }
+        return kind & 0x0f;
+    }
+}
+
+/// What stands before the list; fails on every form that is left to the parser.
+void Front(CReader& reader, MessageC& message)
+{
+    const unsigned fields = reader.Byte();
+    const unsigned kind = reader.Byte();
+    const bool isNotification = fields == 0x93 && kind == 2;
+    if (!isNotification && (fields != 0x94 || kind > 1)) {
+        reader.Fail();
+        return;
+    }
+    message.kind = static_cast<MessageC::EKind>(kind);
+    message.id = isNotification ? 0 : MessageNumber(reader);
+    if (message.kind != MessageC::EKind::Response) {
+        Method(reader, message.method);
+        return;
+    }
+    message.method.clear();
+    if (reader.Byte() != 0xc0) { // an error, or none
+        reader.Fail();
+    }
+}
+
+constexpr std::size_t kFloat64Bytes = 9;
+constexpr char kFloat64 = '\xcb';
+
+/// Appends the floating-point numbers that stand in a row, at most `most`.
+///
+/// @return how many they are.
+std::size_t TakeDoubles(BListC& list, const char* bytes, std::size_t size, std::size_t most)
+{
+    const std::size_t whole = std::min(most, size / kFloat64Bytes);
+    std::size_t count = 0;
+    for (; count < whole && *bytes == kFloat64; ++count, bytes += kFloat64Bytes) {
+        BListAccessC::AddDouble(list, BigEndian::LoadDouble(bytes + 1));
+    }
+    return count;
+}
+
+/// Appends the whole number that begins at `bytes` to the list.
+///
+/// @return how many bytes it takes; 0 when it is none of these kinds, or not there whole.
+std::size_t TakeInteger(BListC& list, const char* bytes, std::size_t size)
+{
+    const unsigned kind = static_cast<unsigned char>(*bytes);
+    if (kind <= 0x7f || kind >= 0xe0) {
+        BListAccessC::AddInteger(list, static_cast<signed char>(kind));
+        return 1;
+    }
+    if (kind == 0xcc && size > 1) {
+        BListAccessC::AddInteger(list, static_cast<std::int64_t>(BigEndian::Load<1>(bytes + 1)));
+        return 2;
+    }
+    if (kind == 0xcd && size > 2) {
+        BListAccessC::AddInteger(list, static_cast<std::int64_t>(BigEndian::Load<2>(bytes + 1)));
+        return 3;
+    }
+    if (kind == 0xce && size > 4) {
+        BListAccessC::AddInteger(list, static_cast<std::int64_t>(BigEndian::Load<4>(bytes + 1)));
+        return 5;
+    }
+    return 0;
+}
+
+} // namespace
+
+std::size_t NumberMessageC::Begin(const char* bytes, std::size_t size)
+{
+    CReader reader(bytes, size);
+    Front(reader, m_message);
+    const std::size_t count = ListLength(reader);
+    if (reader.HasFailed() || count > MessageBuilderC::kMostElements) {
+        return 0;
+    }
+    m_list = std::make_unique<BListC>(nullptr);
+    // No more room ahead than what has arrived justifies.
+    m_list->Reserve(static_cast<int>(std::min(count, size)));
+    m_left = count;
+    m_message.memory = 0;
+    return reader.Taken();
+}
+
+NumberMessageC::EResult NumberMessageC::Take(const char* bytes, std::size_t size,
+                                             std::size_t& taken)
+{
+    taken = 0;
+    const std::size_t leftBefore = m_left;
+    while (m_left > 0 && taken < size) {
+        const std::size_t doubles = TakeDoubles(*m_list, bytes + taken, size - taken, m_left);
+        taken += doubles * kFloat64Bytes;
+        m_left -= doubles;
+        if (m_left == 0 || taken == size) {
+            break;
+        }
+        const std::size_t length = TakeInteger(*m_list, bytes + taken, size - taken);
+        if (length == 0) {
+            break;
+        }
+        taken += length;
+        --m_left;
+    }
+    m_message.memory += kSlotBytes * (leftBefore - m_left);
+    if (m_left > 0) {
+        const bool mayBeCut =
+            size - taken < kFloat64Bytes && (size == taken || bytes[taken] == kFloat64);
+        return mayBeCut ? EResult::NeedMore : EResult::Other;
+    }
+    if (m_message.kind == MessageC::EKind::Response) {
+        m_message.result = std::move(m_list);
+    } else {
+        m_message.arguments = std::move(m_list);
+    }
+    return EResult::Complete;
+}
+
+void NumberMessageC::GiveTo(MessageC& message)
+{
+    std::swap(message, m_message);
+    m_message.arguments.reset();
+    m_message.error.reset();
+    m_message.result.reset();
+}
+
+std::unique_ptr<BListC> NumberMessageC::HandOver(std::string& front)
+{
+    BEncoderC encoder;
+    const bool isNotification = m_message.kind == MessageC::EKind::Notification;
+    encoder.WriteListHeader(isNotification ? 3 : 4);
+    encoder.WriteInteger(static_cast<std::int64_t>(m_message.kind));
+    if (!isNotification) {
+        encoder.WriteUnsigned(m_message.id);
+    }
+    if (m_message.kind == MessageC::EKind::Response) {
+        encoder.WriteNothing();
+    } else {
+        encoder.WriteString(m_message.method.data(), m_message.method.size());
+    }
+    encoder.WriteListHeader(static_cast<std::uint32_t>(m_left));
+    front.assign(encoder.Data(), encoder.Size());
+    return std::move(m_list);
+}
