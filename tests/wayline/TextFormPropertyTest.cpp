@@ -65,6 +65,29 @@ TEST(TextFormProperty, EveryTextHasTheBytesOfPrintf)
     }
 }
 
+// Multiples of 2^-7 lie half-way between two texts; nines carry into the whole part; the powers of
+// two stand at either end of the sizes that have a way of their own.
+TEST(TextFormProperty, NumbersOfUsualSizeRoundAsPrintfDoes)
+{
+    CGenerator generator;
+    std::vector<double> numbers = {4.0,       9.9999995,   9.99999949999, 99.9999999, 4.0078125,
+                                   5.0234375, 1000.234375, 0x1p46,        0x1p45,     0x1p47};
+    for (int i = 0; i < kCases; ++i) {
+        const double part = generator.Int(0, 1 << 30) / static_cast<double>(1 << 30);
+        numbers.push_back(std::ldexp(1.0 + part, generator.Int(0, 48)));
+        numbers.push_back(generator.Int(0, 1 << 30) + generator.Int(0, 127) / 128.0);
+    }
+    for (const double number : numbers) {
+        const double below = std::nextafter(number, 0.0);
+        char printed[1024];
+
+        std::snprintf(printed, sizeof printed, "%d %lf %lf %lf %lf", 1, number, -number, below,
+                      -below);
+
+        ASSERT_EQ(CAHeadingWayline({number, -number, below}, -below).ToString(), printed);
+    }
+}
+
 /// Bytes of every value, the NUL included.
 std::string AnyBytes(CGenerator& generator)
 {
