@@ -53,9 +53,17 @@ void MeasureRate(CResults& results, CNavigationAPI& navigation, const CTcp& bare
               return MicrosecondsEach(count, [&] { navigation.SetLookAheadTime(2.5, false); });
           }},
          {"raw one-way sends",
-          [&] { return MicrosecondsEach(count, [&] { bare.Write(kNotification); }); }}});
-    results.Add({"SetLookAheadTime notification", "µs", {Target::ESense::AtLeast, 0.75}},
-                figures[0], "raw one-way send", figures[1]);
+          [&] { return MicrosecondsEach(count, [&] { bare.Write(kNotification); }); }},
+         {"raw looks and sends", [&] {
+              return MicrosecondsEach(count, [&] {
+                  bare.Look();
+                  bare.Write(kNotification);
+              });
+          }}});
+    const std::string what = "SetLookAheadTime notification";
+    results.Add({what, "µs", {Target::ESense::AtLeast, 0.75}}, figures[0], "raw one-way send",
+                figures[1]);
+    results.Add({what, "µs", {}}, figures[0], "raw look and one-way send", figures[2]);
 }
 
 void SendSample(CNavigationAPI& navigation, int number)

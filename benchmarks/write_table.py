@@ -1,18 +1,22 @@
 #!/usr/bin/env python3
 """Puts the rows that the benchmarks have written into one table.
 
-usage: write_table.py DIRECTORY ROWS...
+usage: write_table.py [--document FILE] DIRECTORY ROWS...
 
 Each file of ROWS has a JSON object a line. Writes DIRECTORY/table.json and DIRECTORY/table.md, prints
-the latter, and names the targets that are not reached.
+the latter, and names the targets that are not reached. With --document, the table also takes the place
+of the one between the marks "<!-- table -->" and "<!-- end of table -->" of that file.
 """
 
+import argparse
 import json
 import os
 import platform
-import sys
 import time
 from pathlib import Path
+
+BEGIN = "<!-- table -->"
+END = "<!-- end of table -->"
 
 
 def machine():
@@ -66,16 +70,28 @@ def table(about, rows):
         *map(line, rows), ""])
 
 
+def replace_in(document, text):
+    head, rest = document.read_text(encoding="utf-8").split(BEGIN, 1)
+    tail = rest.split(END, 1)[1]
+    document.write_text(f"{head}{BEGIN}\n{text}{END}{tail}", encoding="utf-8")
+
+
 def main():
-    directory = Path(sys.argv[1])
-    rows = [json.loads(text) for path in sys.argv[2:]
-            for text in Path(path).read_text(encoding="utf-8").splitlines()]
+    arguments = argparse.ArgumentParser()
+    arguments.add_argument("--document", type=Path)
+    arguments.add_argument("directory", type=Path)
+    arguments.add_argument("rows", type=Path, nargs="+")
+    given = arguments.parse_args()
+    rows = [json.loads(text) for path in given.rows
+            for text in path.read_text(encoding="utf-8").splitlines()]
     about = machine()
-    (directory / "table.json").write_text(
+    (given.directory / "table.json").write_text(
         json.dumps({"machine": about, "rows": rows}, indent=1, ensure_ascii=False) + "\n",
         encoding="utf-8")
     text = table(about, rows)
-    (directory / "table.md").write_text(text, encoding="utf-8")
+    (given.directory / "table.md").write_text(text, encoding="utf-8")
+    if given.document:
+        replace_in(given.document, text)
     print(text)
     missed = [row["what"] for row in rows if row.get("reached") is False]
     print(f"{len(rows)} rows; targets missed: {len(missed)}", *missed, sep="\n  ")

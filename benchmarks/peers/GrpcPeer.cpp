@@ -3,8 +3,8 @@
 #include <grpcpp/grpcpp.h>
 
 #include "benchmarks/peers/Peer.h"
+#include "benchmarks/peers/steering.grpc.pb.h"
 #include "benchmarks/support/Process.h"
-#include "steering.grpc.pb.h"
 
 namespace {
 

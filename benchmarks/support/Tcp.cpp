@@ -101,6 +101,12 @@ std::size_t CTcp::Read(char* space, std::size_t room) const
     return count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 
+void CTcp::Look() const
+{
+    char space[256];
+    recv(m_descriptor, space, sizeof(space), MSG_DONTWAIT);
+}
+
 bool CTcp::ReadWhole(char* space, std::size_t size) const
 {
     std::size_t gone = 0;

@@ -27,6 +27,8 @@ public:
     void Write(const std::string& bytes) const;
     /// @return how many bytes have been read; 0 when the peer has closed the connection.
     std::size_t Read(char* space, std::size_t room) const;
+    /// Reads what is there, without waiting.
+    void Look() const;
     /// Reads exactly so many bytes; false when the peer has closed the connection.
     bool ReadWhole(char* space, std::size_t size) const;
 
