@@ -39,7 +39,8 @@ std::vector<Vector3<double>> CurveFrom(double x, double y)
     constexpr double kLength = 165.0;
     constexpr double kSwing = 110.0;
     std::vector<Vector3<double>> points;
-    for (double way = 0.0; way <= kLength; way += kStep) {
+    for (int place = 0; place * kStep <= kLength; ++place) {
+        const double way = place * kStep;
         points.emplace_back(x, y, 0.0);
         const double heading = kPi / 4.0 * (1.0 - std::cos(2.0 * kPi * way / kSwing));
         x += kStep * std::sin(heading);

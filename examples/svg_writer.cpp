@@ -3,6 +3,7 @@
 #include <cmath>
 #include <ostream>
 #include <sstream>
+#include <vector>
 
 namespace {
 
@@ -42,6 +43,19 @@ double GridStep(double range, double pixels)
         }
     }
     return 10.0 * power;
+}
+
+/// Where the grid lines of a range lie that is so many pixels long.
+std::vector<double> GridMarks(double low, double high, double pixels)
+{
+    const double step = GridStep(high - low, pixels);
+    const auto first = static_cast<long>(std::ceil(low / step));
+    const auto last = static_cast<long>(std::floor(high / step));
+    std::vector<double> marks;
+    for (long number = first; number <= last; ++number) {
+        marks.push_back(static_cast<double>(number) * step);
+    }
+    return marks;
 }
 
 std::string Number(double value)
@@ -131,13 +145,11 @@ void DrawAxes(CSvgWriter& svg, const SPlotArea& area, const std::string& xName,
 {
     const double right = area.left + area.width;
     const double bottom = area.top + area.height;
-    const double xStep = GridStep(area.xHigh - area.xLow, area.width);
-    for (double x = std::ceil(area.xLow / xStep) * xStep; x <= area.xHigh; x += xStep) {
+    for (const double x : GridMarks(area.xLow, area.xHigh, area.width)) {
         svg.Line(area.X(x), area.top, area.X(x), bottom, kGrid);
         svg.Text(area.X(x), bottom + 18, Number(x), kMiddle);
     }
-    const double yStep = GridStep(area.yHigh - area.yLow, area.height);
-    for (double y = std::ceil(area.yLow / yStep) * yStep; y <= area.yHigh; y += yStep) {
+    for (const double y : GridMarks(area.yLow, area.yHigh, area.height)) {
         svg.Line(area.left, area.Y(y), right, area.Y(y), kGrid);
         svg.Text(area.left - 8, area.Y(y) + 4.5, Number(y), R"(text-anchor="end")");
     }
