@@ -103,7 +103,7 @@ EExitCode WorstOf(const Findings& findings)
 
 std::string Mark(bool isObstacle, bool hasColours)
 {
-    const std::string word = isObstacle ? "[no]" : "[ok]";
+    std::string word = isObstacle ? "[no]" : "[ok]";
     if (!hasColours)
         return word;
     return (isObstacle ? "\033[31m" : "\033[32m") + word + "\033[0m";

@@ -60,6 +60,7 @@ std::optional<std::vector<std::string>> AskWhyNotEngaged(CNavigationAPI& navigat
     if (list == nullptr)
         return std::nullopt;
     std::vector<std::string> reasons;
+    reasons.reserve(static_cast<std::size_t>(list->Size()));
     for (int place = 0; place < list->Size(); ++place)
         reasons.push_back(list->GetString(place));
     return reasons;

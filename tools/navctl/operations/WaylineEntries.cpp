@@ -33,9 +33,10 @@ COutcome InvokeCalculateHeadings(CNavigationAPI& navigation, const ArgumentValue
 COutcome InvokeGetWayline(CNavigationAPI& navigation, const ArgumentValues&)
 {
     const Kestrove::WaylinePtr wayline = navigation.GetWayline();
-    if (wayline)
+    if (wayline) {
         return {EOutcome::Value,
                 {{"kind", KindName(wayline->Type())}, {"text", wayline->ToString()}}};
+    }
     // An answer without a value is how the service says that there is none.
     const bool hasNone = navigation.LastError().code == ELinkError::NoValue;
     return {hasNone ? EOutcome::Value : EOutcome::NoAnswer};

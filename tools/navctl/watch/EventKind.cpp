@@ -26,7 +26,7 @@ const char* Word(bool value)
     return value ? "yes" : "no";
 }
 
-void WatchEngageStatus(CNavigationAPI& navigation, EventSink sink)
+void WatchEngageStatus(CNavigationAPI& navigation, const EventSink& sink)
 {
     navigation.SetEngageStatusCallback(MakeFunctor([sink](bool engaged, bool possible, bool active,
                                                           bool reversing, bool dropped) {
@@ -41,7 +41,7 @@ void WatchEngageStatus(CNavigationAPI& navigation, EventSink sink)
     }));
 }
 
-void WatchGuidanceStatus(CNavigationAPI& navigation, EventSink sink)
+void WatchGuidanceStatus(CNavigationAPI& navigation, const EventSink& sink)
 {
     navigation.SetGuidanceStatusCallback(
         MakeFunctor([sink](int pass, double crossTrack, double heading, double curvature) {
@@ -56,14 +56,14 @@ void WatchGuidanceStatus(CNavigationAPI& navigation, EventSink sink)
         }));
 }
 
-void WatchOffsets(CNavigationAPI& navigation, EventSink sink)
+void WatchOffsets(CNavigationAPI& navigation, const EventSink& sink)
 {
     navigation.SetOffsetCallback(MakeFunctor([sink](double shift) {
         sink({"offsets", {{"shift_m", shift}}, Format("line shifted by %+.3f m", shift)});
     }));
 }
 
-void WatchWaylineStatus(CNavigationAPI& navigation, EventSink sink)
+void WatchWaylineStatus(CNavigationAPI& navigation, const EventSink& sink)
 {
     navigation.SetWaylineStatusCallback(
         MakeFunctor([sink](bool complete, bool recording, bool active, Kestrove::EWaylineType type,
@@ -80,14 +80,14 @@ void WatchWaylineStatus(CNavigationAPI& navigation, EventSink sink)
         }));
 }
 
-void WatchImplementWidth(CNavigationAPI& navigation, EventSink sink)
+void WatchImplementWidth(CNavigationAPI& navigation, const EventSink& sink)
 {
     navigation.SetImplementWidthCallback(MakeFunctor([sink](double width) {
         sink({"implement-width-changed", {{"width_m", width}}, Format("width %.3f m", width)});
     }));
 }
 
-void WatchTuningParameter(CNavigationAPI& navigation, EventSink sink)
+void WatchTuningParameter(CNavigationAPI& navigation, const EventSink& sink)
 {
     navigation.SetTuningParameterChangedCallback(
         MakeFunctor([sink](Kestrove::ETuningParameter parameter, double value) {
@@ -97,7 +97,7 @@ void WatchTuningParameter(CNavigationAPI& navigation, EventSink sink)
         }));
 }
 
-void WatchRelativePosition(CNavigationAPI& navigation, EventSink sink)
+void WatchRelativePosition(CNavigationAPI& navigation, const EventSink& sink)
 {
     navigation.SetRelativePositionCallback(
         MakeFunctor([sink](const Point& position, double heading) {
@@ -108,7 +108,7 @@ void WatchRelativePosition(CNavigationAPI& navigation, EventSink sink)
         }));
 }
 
-void WatchDrawPoints(CNavigationAPI& navigation, EventSink sink)
+void WatchDrawPoints(CNavigationAPI& navigation, const EventSink& sink)
 {
     navigation.SetDrawPointsCallback(MakeFunctor([sink](const std::vector<Point>& points) {
         Json places = Json::array();

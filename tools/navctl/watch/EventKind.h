@@ -25,7 +25,7 @@ struct CEventKind
     const char* wireName; ///< on the link
     const char* summary;
     /// Subscribes: from now on every event of the kind goes to the sink.
-    void (*subscribe)(CNavigationAPI& navigation, EventSink sink);
+    void (*subscribe)(CNavigationAPI& navigation, const EventSink& sink);
     /// Ends that. To be called for each that was subscribed, before the connection goes.
     void (*end)(CNavigationAPI& navigation);
 };
