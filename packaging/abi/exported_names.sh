@@ -4,13 +4,15 @@
 #
 # usage: exported_names.sh COMPILER OBJECT...   or: exported_names.sh --of LIBRARY
 set -eu
-names_of() {
-    nm --dynamic --defined-only --demangle --without-symbol-versions --format=posix "$1" |
-        sed -E 's/ [A-Za-z] [0-9a-f]+ *[0-9a-f]*$//' | LC_ALL=C sort -u
+mangled_names_of() {
+    nm --dynamic --defined-only --without-symbol-versions --format=posix "$1" | cut -d ' ' -f 1
+}
+demangled() {
+    c++filt | LC_ALL=C sort -u
 }
 
 if [ "$1" = --of ]; then
-    names_of "$2" | grep -v '^KESTROVE_NAVIGATION_[0-9]*$'
+    mangled_names_of "$2" | grep -v '^KESTROVE_NAVIGATION_[0-9]*$' | demangled
     exit
 fi
 
@@ -19,5 +21,6 @@ shift
 unfiltered=$(mktemp)
 trap 'rm -f "$unfiltered"' EXIT
 "$compiler" -shared "$@" -o "$unfiltered"
-names_of "$unfiltered" |
-    grep -vE '^((vtable|typeinfo|typeinfo name|VTT) for )?(std|__gnu_cxx)::|^[a-z][a-z_ ]* (std|__gnu_cxx)::'
+# Mangled, because a demangled template begins with what it returns.
+standard='^_Z(T[VIST]|GV|Z)*(N[rVKRO]*)?(S[tabsiod]|9__gnu_cxx)'
+mangled_names_of "$unfiltered" | grep -vE "$standard" | demangled
