@@ -8,14 +8,14 @@
 
 namespace {
 
-constexpr const char* kBlanks = " \t";
+constexpr const char* kBlanksAroundValues = " \t";
 
 std::string Trimmed(const std::string& text)
 {
-    const std::size_t first = text.find_first_not_of(kBlanks);
+    const std::size_t first = text.find_first_not_of(kBlanksAroundValues);
     if (first == std::string::npos)
         return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+    return text.substr(first, text.find_last_not_of(kBlanksAroundValues) - first + 1);
 }
 
 /// Reads a value in double quotes.
@@ -61,12 +61,13 @@ bool SplitCsvLine(const std::string& line, std::vector<std::string>& values)
     std::size_t place = 0;
     while (true) {
         std::string value;
-        const std::size_t start = std::min(line.find_first_not_of(kBlanks, place), line.size());
+        const std::size_t start =
+            std::min(line.find_first_not_of(kBlanksAroundValues, place), line.size());
         if (start < line.size() && line[start] == '"') {
             place = start;
             if (!ReadQuoted(line, place, value))
                 return false;
-            place = std::min(line.find_first_not_of(kBlanks, place), line.size());
+            place = std::min(line.find_first_not_of(kBlanksAroundValues, place), line.size());
             if (place < line.size() && line[place] != ',')
                 return false;
         } else {

@@ -53,7 +53,7 @@ std::string WordsAfter(CLI::App& command)
     return words;
 }
 
-std::string OptionsOf(CLI::App& command, bool onlyValued)
+std::string OptionWords(CLI::App& command, bool onlyValued)
 {
     std::string words;
     for (const CLI::Option* const option : command.get_options()) {
@@ -75,8 +75,8 @@ struct CTables
     void Add(CLI::App& command, const std::string& key)
     {
         words += "    [\"" + key + "\"]=\"" + WordsAfter(command) + "\"\n";
-        options += "    [\"" + key + "\"]=\"" + OptionsOf(command, false) + "\"\n";
-        const std::string wanting = OptionsOf(command, true);
+        options += "    [\"" + key + "\"]=\"" + OptionWords(command, false) + "\"\n";
+        const std::string wanting = OptionWords(command, true);
         if (!wanting.empty())
             Append(valued, wanting);
         for (CLI::App* const below : command.get_subcommands(nullptr))
