@@ -98,6 +98,10 @@ void AddServiceOptions(CLI::App& app, ProgramOptions& options)
         ->check(Within(0, 65535))
         ->type_name("NUMBER")
         ->capture_default_str();
+    app.add_option("--http", options.httpPort,
+                   "Port to serve the live page on, likewise; without it there is none")
+        ->check(Within(0, 65535))
+        ->type_name("NUMBER");
     app.add_option("--state", options.stateFile,
                    "File that keeps settings over a restart; made when it is not there")
         ->check(kFileName)

@@ -12,8 +12,9 @@
 struct ProgramOptions
 {
     std::uint16_t port = 5010;
-    std::string stateFile; ///< empty: nothing is kept
-    std::string trackFile; ///< empty: the drive is not written down
+    std::optional<std::uint16_t> httpPort; ///< without one there is no live page
+    std::string stateFile;                 ///< empty: nothing is kept
+    std::string trackFile;                 ///< empty: the drive is not written down
     ELogLevel logLevel = ELogLevel::Warning;
     double speedFactor = 1.0; ///< simulated seconds a real second
     SimulationOptions simulation;

@@ -59,6 +59,8 @@ public:
     std::string RecordTrack(const std::string& path) { return m_recorder.Open(path); }
     /// The names of all operations.
     std::vector<std::string> OperationNames() const { return m_operations.Names(); }
+    /// The wayline and the waypoints, to look at.
+    const WaylineKeeperC& Waylines() const { return m_waylines; }
     /// The simulated world, to look at.
     const CSimulation& World() const { return m_simulation; }
 

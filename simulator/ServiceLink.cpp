@@ -9,8 +9,11 @@ ServiceLinkC::ServiceLinkC(asio::io_context& loop, ServiceCoreOptions options)
 
 ServiceCoreOptions ServiceLinkC::Publishing(ServiceCoreOptions options)
 {
-    options.publish = [this](const std::string& event, const BListC& payload) {
+    options.publish = [this, also = std::move(options.publish)](const std::string& event,
+                                                                const BListC& payload) {
         m_server.Push(event, payload);
+        if (also)
+            also(event, payload);
     };
     return options;
 }

@@ -15,7 +15,7 @@ class ServiceLinkC : private MPIServiceHandlerC
 {
 public:
     /// @param loop must outlive this object.
-    /// @param options what the core is made with; its events go to the subscribers.
+    /// @param options what the core is made with; its events go to the subscribers too.
     ServiceLinkC(asio::io_context& loop, ServiceCoreOptions options);
 
     /// Starts to listen; see MPISocketServerC::Listen().

@@ -58,6 +58,11 @@ bool WaylineBuilderC::IsSet(int number) const
            m_waypoints[static_cast<std::size_t>(number)].has_value();
 }
 
+const Waypoint* WaylineBuilderC::At(int number) const
+{
+    return IsSet(number) ? &*m_waypoints[static_cast<std::size_t>(number)] : nullptr;
+}
+
 int WaylineBuilderC::Restore()
 {
     if (!m_history.empty()) {

@@ -43,6 +43,8 @@ public:
     /// @return an empty text on success, otherwise why it is refused; nothing has changed then.
     std::string Set(int number, const Waypoint& waypoint, const Core::Maths::Vector3<double>& here);
     bool IsSet(int number) const;
+    /// A waypoint; null when it is not set.
+    const Waypoint* At(int number) const;
     /// Brings back the waypoints before the last change of them; nothing happens when there was
     /// none.
     ///

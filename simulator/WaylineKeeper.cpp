@@ -32,7 +32,7 @@ COutcome WaylineKeeperC::Begin(EWaylineType kind)
         return COutcome::Refused(std::to_string(kind) +
                                  " is no kind of wayline that can be started, allowed is 0 to 6");
     }
-    m_wayline = WaylinePtr();
+    Become(WaylinePtr());
     m_simulation.ClearLine();
     return COutcome::Done();
 }
@@ -41,7 +41,7 @@ bool WaylineKeeperC::Clear()
 {
     const bool had = m_wayline || m_builder.Kind() != Kestrove::EWaylineTypeEmpty;
     m_builder.Finish();
-    m_wayline = WaylinePtr();
+    Become(WaylinePtr());
     m_simulation.ClearLine();
     return had;
 }
@@ -78,7 +78,7 @@ int WaylineKeeperC::RestoreWaypoints()
         return count;
     const WaylinePtr wayline = m_builder.Wayline();
     if (!wayline || !Take(wayline, DrivesWith(m_builder))) {
-        m_wayline = WaylinePtr();
+        Become(WaylinePtr());
         m_simulation.ClearLine();
     }
     return count;
@@ -121,8 +121,14 @@ COutcome WaylineKeeperC::Take(const WaylinePtr& wayline, const RecordedDrives& d
         return COutcome::Refused("there is no recorded drive");
     COutcome outcome = m_simulation.SetLine(*line);
     if (outcome)
-        m_wayline = wayline;
+        Become(wayline);
     return outcome;
+}
+
+void WaylineKeeperC::Become(const WaylinePtr& wayline)
+{
+    m_wayline = wayline;
+    ++m_revision;
 }
 
 RecordedDrives WaylineKeeperC::DrivesWith(const WaylineBuilderC& builder) const

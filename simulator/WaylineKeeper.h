@@ -43,6 +43,12 @@ public:
 
     COutcome SetWaypoint(int number, const Waypoint& waypoint);
     bool IsWaypointSet(int number) const { return m_builder.IsSet(number); }
+    /// A waypoint; null when it is not set.
+    const Waypoint* WaypointAt(int number) const { return m_builder.At(number); }
+    /// Changes whenever the wayline does.
+    int Revision() const { return m_revision; }
+    /// The last recorded drives.
+    const RecordedDrives& Drives() const { return m_drives; }
     /// Brings back the waypoints before the last change, and the wayline that they make.
     ///
     /// @return the number of waypoints set now.
@@ -61,6 +67,7 @@ public:
 private:
     Core::Maths::Vector3<double> Here() const;
     COutcome Take(const Kestrove::WaylinePtr& wayline, const RecordedDrives& drives);
+    void Become(const Kestrove::WaylinePtr& wayline);
     RecordedDrives DrivesWith(const WaylineBuilderC& builder) const;
 
     CSimulation& m_simulation;
@@ -68,6 +75,7 @@ private:
     Kestrove::WaylinePtr m_wayline;
     RecordedDrives m_drives;
     double m_height = 0.0;
+    int m_revision = 0;
 };
 
 #endif

@@ -1,6 +1,10 @@
 #include <csignal>
 #include <cstdio>
+#include <optional>
 #include <string>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <asio/io_context.hpp>
 #include <asio/signal_set.hpp>
@@ -11,6 +15,7 @@
 #include "simulator/ServiceLink.h"
 #include "simulator/StateFile.h"
 #include "simulator/Version.h"
+#include "simulator/http/LivePage.h"
 
 namespace {
 
@@ -55,10 +60,14 @@ std::string LoadKept(const ProgramOptions& options, KeptValues& kept)
                    : "cannot use the state file " + options.stateFile + ": " + outcome.Reason();
 }
 
-void Announce(std::uint16_t port)
+void Announce(const ServiceLinkC& link, const std::optional<LivePageC>& page)
 {
+    if (page) {
+        std::printf("live page at http://localhost:%u/\n", static_cast<unsigned>(page->Port()));
+        std::fflush(stdout);
+    }
     std::printf("navigation-simulator %s listens on localhost, port %u\n", ProgramVersion(),
-                static_cast<unsigned>(port));
+                static_cast<unsigned>(link.Port()));
     std::fflush(stdout);
 }
 
@@ -68,23 +77,44 @@ EExitCode Fail(EExitCode code, const std::string& problem)
     return code;
 }
 
+/// Has nothing more come out on the standard output: the wayline library prints the text forms that
+/// it reads, and whoever started the program need not read that. It stays open all the same, since
+/// its end stands for the end of the program.
+void SilenceOutput()
+{
+    [[maybe_unused]] static const int kept = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
+    if (std::freopen("/dev/null", "w", stdout) == nullptr)
+        WriteError("cannot open /dev/null");
+}
+
 EExitCode Serve(const ProgramOptions& options, const KeptValues& kept)
 {
     asio::io_context loop;
     asio::signal_set signals(loop, SIGINT, SIGTERM);
     signals.async_wait([&loop](const auto&, int) { loop.stop(); });
-    ServiceLinkC link(loop,
-                      {options.simulation, kept, MakeKeep(options), {}, MakeLog(options.logLevel)});
+    LogTapC log(MakeLog(options.logLevel));
+    TrailC trail;
+    ServiceLinkC link(loop, {options.simulation, kept, MakeKeep(options),
+                             options.httpPort ? trail.Sink() : EventSink(), log.Sink()});
     // First of all: the track file may be that of the simulator which has the port.
     const std::string busy = link.Listen(options.port);
     if (!busy.empty())
         return Fail(kExitCannotListen, busy);
+    std::optional<LivePageC> page;
+    if (options.httpPort) {
+        page.emplace(loop, link.Core(), trail, log);
+        const std::string problem = page->Listen(*options.httpPort);
+        if (!problem.empty())
+            return Fail(kExitCannotListen, "live page: " + problem);
+    }
     if (!options.trackFile.empty()) {
         const std::string problem = link.Core().RecordTrack(options.trackFile);
         if (!problem.empty())
             return Fail(kExitWrongOptions, problem);
     }
-    Announce(link.Port());
+    Announce(link, page);
+    if (page)
+        SilenceOutput();
     PacerC pacer(loop, link.Core(), options.speedFactor);
     pacer.Start();
     loop.run();

@@ -29,6 +29,10 @@ public:
     /// stay, and so does the machine's place along the line.
     void Reshape(LineShapePtr base);
     const CLineShape* Base() const { return m_base.get(); }
+    /// The same, to keep.
+    const LineShapePtr& SharedBase() const { return m_base; }
+    /// Whether there are passes beside the line.
+    bool Repeats() const { return m_repeats; }
 
     /// Sets the distance of the passes and how far the line is shifted to the right, metres.
     void Arrange(double width, double shift);
@@ -45,6 +49,10 @@ public:
     /// The followed pass at its present place; null when there is no line, or nothing is left of
     /// the pass, as inside of a bend tighter than it is away.
     const CLineShape* Shape() const { return m_shape.get(); }
+    /// The same, to keep.
+    const LineShapePtr& SharedShape() const { return m_shape; }
+    /// Where the machine is along Base(), metres.
+    double BaseStation() const { return m_baseStation; }
     /// Where the machine is relative to Shape(), which is not null.
     const Projection& Position() const { return m_position; }
     /// Changes whenever Shape() does.

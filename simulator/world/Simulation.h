@@ -39,6 +39,18 @@ struct GuidanceStatus
     double commandedCurvature = 0.0; ///< 1/m, positive to the right; 0 unless engaged
 };
 
+/// The line and its passes, to draw.
+struct LineLayout
+{
+    LineShapePtr line;     ///< the line itself, not shifted; null without one
+    LineShapePtr followed; ///< the followed pass at its place; null when nothing is left of it
+    double station = 0.0;  ///< of the machine, metres along the line itself
+    int pass = 0;          ///< the followed one
+    double width = 0.0;    ///< metres from pass to pass
+    double shift = 0.0;    ///< metres by which the line and its passes are moved to the right
+    bool repeats = false;  ///< whether there are passes beside the line
+};
+
 /// The simulated world: a machine that really moves and the guidance that steers it, on a clock of
 /// its own that only Step() moves.
 ///
@@ -181,6 +193,9 @@ public:
     double Speed() const;
     /// Radians, positive to the right, as the steering sensor says.
     double SteeringAngle() const;
+    /// The angle that the steering was last commanded to, radians, positive to the right; 0 unless
+    /// engaged.
+    double SteeringCommand() const;
     /// From the estimated pose; of the line itself while navigation is not active, all 0 without a
     /// line.
     GuidanceStatus Status() const;
@@ -190,6 +205,9 @@ public:
     /// Changes whenever another pass is followed, and whenever the followed one gets another place
     /// or shape.
     int FollowedPassRevision() const;
+    /// The line and where its passes are. The shapes never change and may be kept, by other threads
+    /// too.
+    LineLayout Layout() const;
     /// The point of the followed pass that the machine aims at; nothing without a line.
     std::optional<Point> AimPoint() const;
 

@@ -100,6 +100,18 @@ double CSimulation::SteeringAngle() const
     return m_state->machine.Steering().SensorAngle();
 }
 
+double CSimulation::SteeringCommand() const
+{
+    return m_state->command;
+}
+
+LineLayout CSimulation::Layout() const
+{
+    const CFollowedLine& line = m_state->line;
+    return {line.SharedBase(), line.SharedShape(), line.BaseStation(), line.Pass(),
+            ImplementWidth(),  LineShift(),        line.Repeats()};
+}
+
 GuidanceStatus CSimulation::Status() const
 {
     const State& state = *m_state;

@@ -1,0 +1,67 @@
+#ifndef KESTROVE_SIMULATOR_HTTP_LIVEPAGE_H
+#define KESTROVE_SIMULATOR_HTTP_LIVEPAGE_H
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include <asio/io_context.hpp>
+
+#include "simulator/ServiceCore.h"
+#include "simulator/http/LogTap.h"
+#include "simulator/http/Trail.h"
+
+/// How long the live page waits for what.
+struct LivePageTimes
+{
+    std::chrono::milliseconds heartbeat{1000};   ///< of silence, before a viewer is sent a comment
+    std::chrono::milliseconds closedPeer{250};   ///< until a viewer that has gone is noticed
+    std::chrono::milliseconds stalledPeer{5000}; ///< for a viewer to take anything
+    std::chrono::milliseconds firstByte{2000};   ///< of a request
+    std::chrono::milliseconds request{10000};    ///< for the whole of it
+    std::chrono::milliseconds command{5000};     ///< until the service has its turn for it
+};
+
+/// The live page: an HTTP server on the loopback addresses that serves the page, tells its viewers
+/// what happens, and takes their commands. docs/live-page.md has all that goes over the wire.
+///
+/// Connections are served on threads of their own. The service core stays with the thread that runs
+/// the loop: what the viewers are told is written there once and shared, and commands are handed
+/// over to it. So a viewer, however slow, holds up nothing.
+///
+/// Thread safety: none; used from the thread that runs the loop.
+class LivePageC
+{
+public:
+    /// How many viewers may be there at once.
+    static constexpr std::size_t kMostViewers = 16;
+    /// The longest body of a request.
+    static constexpr std::size_t kMostBodyBytes = 4 * 1024 * 1024;
+
+    /// @param loop, core, trail, log must outlive this object; the log must be the one that the
+    /// core
+    ///        writes to, the trail get the core's events.
+    LivePageC(asio::io_context& loop, ServiceCoreC& core, const TrailC& trail, LogTapC& log,
+              const LivePageTimes& times = {});
+    /// Stops.
+    ~LivePageC();
+    LivePageC(const LivePageC&) = delete;
+    LivePageC& operator=(const LivePageC&) = delete;
+
+    /// Starts to listen and to serve. Port 0 takes a free one (see Port()).
+    ///
+    /// @return an empty text on success, otherwise the reason, for example that the port is taken.
+    std::string Listen(std::uint16_t port);
+    /// The port that is listened on.
+    std::uint16_t Port() const;
+    /// Ends all connections and threads, whoever is there. Returns when none is left.
+    void Stop();
+
+private:
+    class StateC;
+    std::unique_ptr<StateC> m_state;
+};
+
+#endif

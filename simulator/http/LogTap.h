@@ -1,0 +1,55 @@
+#ifndef KESTROVE_SIMULATOR_HTTP_LOGTAP_H
+#define KESTROVE_SIMULATOR_HTTP_LOGTAP_H
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "simulator/ServiceLog.h"
+
+/// Passes the service's log lines on, and takes down those that a command leaves: they are the
+/// reasons of a refusal that its reply does not tell.
+///
+/// Thread safety: none; used from the thread that runs the loop.
+class LogTapC
+{
+public:
+    /// @param onward takes all lines; may be empty.
+    explicit LogTapC(LogSink onward) : m_onward(std::move(onward)) {}
+    LogTapC(const LogTapC&) = delete;
+    LogTapC& operator=(const LogTapC&) = delete;
+
+    /// The sink to log to; this object must outlive it.
+    LogSink Sink()
+    {
+        return [this](ELogLevel level, const std::string& text) { Take(level, text); };
+    }
+
+    /// Does something.
+    ///
+    /// @return the warnings and errors that it logged.
+    template <typename Work>
+    std::vector<std::string> LinesOf(Work work)
+    {
+        m_lines.clear();
+        m_taking = true;
+        work();
+        m_taking = false;
+        return std::move(m_lines);
+    }
+
+private:
+    void Take(ELogLevel level, const std::string& text)
+    {
+        if (m_taking && level <= ELogLevel::Warning)
+            m_lines.push_back(text);
+        if (m_onward)
+            m_onward(level, text);
+    }
+
+    LogSink m_onward;
+    std::vector<std::string> m_lines;
+    bool m_taking = false;
+};
+
+#endif

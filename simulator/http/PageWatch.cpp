@@ -1,0 +1,131 @@
+#include "simulator/http/PageWatch.h"
+
+#include <cmath>
+#include <utility>
+
+#include "simulator/http/WorldJson.h"
+
+namespace {
+
+constexpr std::chrono::milliseconds kLook(20);
+// A little less than the tenth of a second in which guidance runs, so that the two do not drift
+// apart and leave one out.
+constexpr std::chrono::milliseconds kStateInterval(90);
+// When the world moves slowly, what viewers do must show all the same.
+constexpr std::chrono::milliseconds kLongestStateInterval(200);
+// A quarter of what is drawn is left ahead when the machine gets there.
+constexpr double kDrawnAgainAfter = 1000.0;
+
+} // namespace
+
+PageWatchC::PageWatchC(asio::io_context& loop, const ServiceCoreC& core, EventFeedC& feed)
+    : m_timer(loop), m_core(core), m_feed(feed), m_drawer(feed)
+{
+}
+
+void PageWatchC::Start()
+{
+    WaitForNextLook();
+}
+
+void PageWatchC::WaitForNextLook()
+{
+    m_timer.expires_after(kLook);
+    m_timer.async_wait([this](const auto& error) {
+        if (error)
+            return;
+        Look(std::chrono::steady_clock::now());
+        WaitForNextLook();
+    });
+}
+
+void PageWatchC::Look(std::chrono::steady_clock::time_point now)
+{
+    if (!m_feed.HasViewers())
+        return;
+    if (m_generation != m_feed.Generation()) {
+        m_generation = m_feed.Generation();
+        m_lastState.reset();
+        m_lineKey.reset();
+    }
+    if (!StateIsDue(now))
+        return;
+    m_feed.Publish(EFeedEvent::Settings, SettingsJson(m_core.World()));
+    LookAtLine();
+    m_feed.Publish(EFeedEvent::State, StateJson(m_core.World()));
+}
+
+bool PageWatchC::StateIsDue(std::chrono::steady_clock::time_point now)
+{
+    const CSimulation& world = m_core.World();
+    const long control =
+        std::lround(world.Time() / CSimulation::kStepSeconds) / CSimulation::kStepsPerControl;
+    if (m_lastState) {
+        const auto waited = now - *m_lastState;
+        const auto interval = control != m_lastControl ? kStateInterval : kLongestStateInterval;
+        if (waited < interval)
+            return false;
+    }
+    m_lastState = now;
+    m_lastControl = control;
+    return true;
+}
+
+PageWatchC::LineKey PageWatchC::KeyOfLine() const
+{
+    const CSimulation& world = m_core.World();
+    const WaylineKeeperC& waylines = m_core.Waylines();
+    const WaylineStatus status = waylines.Status();
+    std::string labels;
+    for (int number = 0; !status.complete && number < WaylineBuilderC::kMostWaypoints; ++number) {
+        if (const Waypoint* waypoint = waylines.WaypointAt(number)) {
+            labels += std::to_string(number) + ":" + std::to_string(waypoint->position.x) + "," +
+                      std::to_string(waypoint->position.y) + ";";
+        }
+    }
+    return {world.FollowedPassRevision(),
+            waylines.Revision(),
+            static_cast<int>(status.kind),
+            status.recording,
+            world.Nudge(),
+            world.FieldOffset(),
+            world.ImplementOffset(),
+            world.ImplementWidth(),
+            labels};
+}
+
+bool PageWatchC::HasGoneFar(double station) const
+{
+    return std::abs(station - m_drawnStation) > kDrawnAgainAfter;
+}
+
+void PageWatchC::LookAtLine()
+{
+    LineKey key = KeyOfLine();
+    if (key == m_lineKey && !HasGoneFar(m_core.World().Layout().station))
+        return;
+    m_lineKey = std::move(key);
+    m_drawer.Draw(TakeDrawing());
+}
+
+LineDrawing PageWatchC::TakeDrawing()
+{
+    const CSimulation& world = m_core.World();
+    const WaylineKeeperC& waylines = m_core.Waylines();
+    if (m_textRevision != waylines.Revision()) {
+        const Kestrove::CWayline* wayline = waylines.Current();
+        m_text = std::make_shared<const std::string>(wayline ? wayline->ToString() : "");
+        m_textRevision = waylines.Revision();
+    }
+    LineDrawing drawing;
+    drawing.revision = ++m_revision;
+    drawing.status = waylines.Status();
+    drawing.text = m_text;
+    drawing.labels = LabelsOf(waylines);
+    drawing.layout = world.Layout();
+    drawing.nudge = world.Nudge();
+    drawing.fieldOffset = world.FieldOffset();
+    drawing.implementOffset = world.ImplementOffset();
+    m_drawnStation = drawing.layout.station;
+    return drawing;
+}
