@@ -1,13 +1,16 @@
 #!/usr/bin/env python3
 """Measures how long the simulator's other clients wait while one of them does what it must not.
 
-usage: offender_latency.py SIMULATOR [SECONDS]
+usage: offender_latency.py [--results FILE] SIMULATOR [SECONDS]
 
 For each offence, runs offenders in a process of their own and sends requests beside them, 500 a
 second, for the given time. Prints the median, the 99th percentile and the longest wait. Exits with 1
-when a 99th percentile is 50 ms or more. Needs port 5010 and python3-msgpack.
+when a 99th percentile is 50 ms or more; with --results, writes the 99th percentiles as rows of the table
+of scripts/benchmark instead. Needs port 5010 and python3-msgpack.
 """
 
+import argparse
+import json
 import multiprocessing
 import socket
 import struct
@@ -27,7 +30,7 @@ def connect():
     return socket.create_connection(("127.0.0.1", PORT))
 
 
-def nothing():
+def do_nothing():
     time.sleep(3600)
 
 
@@ -113,17 +116,32 @@ def measure(offence, seconds):
     return percentile
 
 
+def row_of(offence, percentile):
+    name = offence.__name__.replace("_", " ")
+    return {"what": f"simulator, 99th percentile of a request beside clients that {name}", "unit": "ms",
+            "rounds": 1, "figure": {"median": percentile, "lowest": percentile, "highest": percentile},
+            "target": {"at most": LIMIT_MILLISECONDS}, "reached": percentile < LIMIT_MILLISECONDS}
+
+
 def main():
-    seconds = float(sys.argv[2]) if len(sys.argv) > 2 else 5.0
-    with subprocess.Popen(["prlimit", "--nofile=4096", sys.argv[1], "--log-level", "error"],
+    arguments = argparse.ArgumentParser()
+    arguments.add_argument("--results")
+    arguments.add_argument("simulator")
+    arguments.add_argument("seconds", type=float, nargs="?", default=5.0)
+    given = arguments.parse_args()
+    with subprocess.Popen(["prlimit", "--nofile=4096", given.simulator, "--log-level", "error"],
                           stdout=subprocess.PIPE) as simulator:
         try:
             simulator.stdout.readline()
-            worst = max(measure(offence, seconds) for offence in (
-                nothing, stall, vanish, send_garbage, send_halves, connect_often))
+            percentiles = {offence: measure(offence, given.seconds) for offence in (
+                do_nothing, stall, vanish, send_garbage, send_halves, connect_often)}
         finally:
             simulator.terminate()
-    return 0 if worst < LIMIT_MILLISECONDS else 1
+    if given.results:
+        with open(given.results, "w", encoding="utf-8") as file:
+            file.writelines(json.dumps(row_of(*item)) + "\n" for item in percentiles.items())
+        return 0
+    return 0 if max(percentiles.values()) < LIMIT_MILLISECONDS else 1
 
 
 if __name__ == "__main__":

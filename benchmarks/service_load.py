@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
 """Measures what the simulator costs while many clients are subscribed to everything.
 
-usage: service_load.py [--results FILE] SIMULATOR [CLIENTS] [SECONDS]
+usage: service_load.py [--results FILE] [--seconds SECONDS] SIMULATOR CLIENTS...
 
-Starts the simulator, engages it on a line, subscribes every client to all eight events, changes
-settings ten times a second, reads what arrives, and prints the processor time that the simulator took a second, and the events a second and
-client. One of the clients, of which there are two at least, never reads. With --results, measures
-once a second and writes the figures as a row of the table of scripts/benchmark. Needs port 5010 and
-python3-msgpack.
+For each number of clients, which is two at least: starts the simulator, engages it on a line,
+subscribes every client to all eight events, changes settings ten times a second, reads what arrives,
+and prints the processor time that the simulator took a second, and the events a second and client.
+Five kinds of event come ten times a second; the states of engagement, line and tuning stand still. One
+of the clients never reads. With --results, measures once a second and writes the figures as rows of the
+table of scripts/benchmark. Needs port 5010 and python3-msgpack.
 """
 
 import argparse
@@ -23,6 +24,7 @@ import msgpack
 
 PORT = 5010
 LIMIT_PERCENT = 10.0
+LIMITED_CLIENTS = 64
 CHANGE_SECONDS = 0.1
 EVENTS = ("cb_engage_status", "cb_guidance_status", "cb_offsets", "cb_wayline_status",
           "cb_implement_width_changed", "cb_tuning_parameter_changed", "cb_relative_position",
@@ -103,35 +105,40 @@ def measure(simulator, clients, seconds):
     return engaged, shares, received / len(shares)
 
 
-def write_row(path, clients, shares, rate):
+def row_of(clients, shares, rate):
     percent = sorted(100.0 * share for share in shares)
     median = percent[len(percent) // 2]
     row = {"what": f"simulator, {clients} clients with all events ({rate:.0f} events a second each)",
            "unit": "% of a core", "rounds": len(percent),
-           "figure": {"median": median, "lowest": percent[0], "highest": percent[-1]},
-           "target": {"at most": LIMIT_PERCENT}, "reached": median <= LIMIT_PERCENT}
-    with open(path, "w", encoding="utf-8") as file:
-        file.write(json.dumps(row) + "\n")
+           "figure": {"median": median, "lowest": percent[0], "highest": percent[-1]}}
+    if clients == LIMITED_CLIENTS:
+        row.update({"target": {"at most": LIMIT_PERCENT}, "reached": median <= LIMIT_PERCENT})
+    return row
+
+
+def run(simulator_path, clients, seconds):
+    with subprocess.Popen([simulator_path, "--speed", "2"], stdout=subprocess.PIPE) as simulator:
+        try:
+            simulator.stdout.readline()
+            engaged, shares, rate = measure(simulator, clients, seconds)
+        finally:
+            simulator.terminate()
+    print(f"{clients} clients, engaged {engaged}: {100.0 * sum(shares) / len(shares):.1f} % of one "
+          f"core, {rate:.1f} events a second and client", flush=True)
+    return row_of(clients, shares, rate)
 
 
 def main():
     arguments = argparse.ArgumentParser()
     arguments.add_argument("--results")
+    arguments.add_argument("--seconds", type=float, default=10.0)
     arguments.add_argument("simulator")
-    arguments.add_argument("clients", type=int, nargs="?", default=200)
-    arguments.add_argument("seconds", type=float, nargs="?", default=10.0)
+    arguments.add_argument("clients", type=int, nargs="+")
     given = arguments.parse_args()
-    clients = max(2, given.clients)
-    with subprocess.Popen([given.simulator, "--speed", "2"], stdout=subprocess.PIPE) as simulator:
-        try:
-            simulator.stdout.readline()
-            engaged, shares, rate = measure(simulator, clients, given.seconds)
-        finally:
-            simulator.terminate()
-    print(f"{clients} clients, engaged {engaged}: {100.0 * sum(shares) / len(shares):.1f} % of one "
-          f"core, {rate:.1f} events a second and client")
+    rows = [run(given.simulator, max(2, clients), given.seconds) for clients in given.clients]
     if given.results:
-        write_row(given.results, clients, shares, rate)
+        with open(given.results, "w", encoding="utf-8") as file:
+            file.writelines(json.dumps(row) + "\n" for row in rows)
 
 
 if __name__ == "__main__":

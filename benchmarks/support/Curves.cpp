@@ -17,7 +17,7 @@ constexpr double kNanoseconds = 1e9;
 
 } // namespace
 
-Points DrivenPoints(std::size_t count)
+Points DrivenPoints(std::size_t count, double height)
 {
     std::mt19937_64 random(1);
     std::uniform_real_distribution<double> deviation(-0.05, 0.05);
@@ -26,7 +26,7 @@ Points DrivenPoints(std::size_t count)
     for (std::size_t i = 0; i < count; ++i) {
         const double east = 0.6 * static_cast<double>(i) + deviation(random);
         const double north = 0.8 * static_cast<double>(i) + deviation(random);
-        points.emplace_back(east, north, 100.0 + deviation(random));
+        points.emplace_back(east, north, height + deviation(random));
     }
     return points;
 }

@@ -12,7 +12,7 @@ namespace Benchmarks {
 using Points = std::vector<Core::Maths::Vector3<double>>;
 
 /// A curve of `count` points, a metre apart and a little off the line.
-Points DrivenPoints(std::size_t count);
+Points DrivenPoints(std::size_t count, double height = 100.0);
 
 /// The numbers of points that are measured: few where the run only shows that it works.
 std::vector<std::size_t> PointCounts(bool isQuick);
