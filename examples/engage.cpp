@@ -14,6 +14,9 @@ void PrintSettings(CNavigationAPI& navigation)
               << ", at low speed "
               << (navigation.GetLowSpeedEngageEnabled() ? "allowed" : "not allowed") << " for "
               << navigation.GetLowSpeedEngageTimeout() << " s\n";
+    if (navigation.LastError().code != ELinkError::None) {
+        std::cout << "the last of these was not answered: " << navigation.LastError().text << '\n';
+    }
 }
 
 bool Succeeded(const CNavigationAPI& navigation, const char* command, int answer)

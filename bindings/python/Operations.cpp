@@ -149,12 +149,13 @@ void DefineOffsets(COperations operations)
         .Add("get_field_offset", &Api::GetFieldOffset,
              "The shift of the line for this field, in metres; -1.0 on failure.")
         .Add("set_implement_offset", &Api::SetImplementOffset,
-             "Sets how far, in metres, the implement's middle is to the right of the machine's: 1 "
-             "done, 0 refused, -1 failed.",
+             "Sets how far, in metres, the line is followed shifted to the right, for an implement "
+             "whose middle is that far to the left of the machine's: 1 done, 0 refused, -1 failed.",
              Named("offset"))
-        .Add("get_implement_offset", &Api::GetImplementOffset,
-             "How far, in metres, the implement's middle is to the right of the machine's; -1.0 on "
-             "failure.")
+        .Add(
+            "get_implement_offset", &Api::GetImplementOffset,
+            "How far, in metres, the line is followed shifted to the right for the implement; -1.0 "
+            "on failure.")
         .Add("set_splines_use_implement_offset", &Api::SetSplinesUseImplementOffset,
              "Sets whether splines are shifted by the implement offset too.", Named("use"))
         .Add("set_implement_width", &Api::SetImplementWidth,

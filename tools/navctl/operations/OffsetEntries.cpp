@@ -74,7 +74,8 @@ std::vector<COperation> OffsetEntries()
         Request("get-field-offset", "GetFieldOffset", "Asks for the field offset", {},
                 Value(&Api::GetFieldOffset), "m"),
         Request("set-implement-offset", "SetImplementOffset",
-                "Sets how far the implement's middle is to the right of the machine's",
+                "Sets how far the line is followed shifted to the right, for an implement whose "
+                "middle is that far to the left of the machine's",
                 {Shift("offset")}, Status(&Api::SetImplementOffset)),
         Request("get-implement-offset", "GetImplementOffset", "Asks for the implement offset", {},
                 Value(&Api::GetImplementOffset), "m"),
