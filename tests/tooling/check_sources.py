@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks what neither compiler nor formatter checks in the C++ sources.
+"""Checks what neither compiler nor formatter checks in the sources.
 
 usage: check_sources.py DIRECTORY
 
@@ -10,15 +10,20 @@ Prints a line for each fault and exits with 1 when there is one:
   - "using namespace"
   - a .cpp of more than 400 lines, 600 in tests/ (headers are half comment)
   - a top folder without a README.md
+  - a file of the repository, of whatever kind, that tells where somebody has built the project
 """
 
 import re
+import subprocess
 import sys
 from pathlib import Path
 
 FOLDERS = ("core", "platform", "wayline", "api", "runtime", "simulator", "tools", "testing",
            "tests", "benchmarks", "examples", "bindings")
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
+# Where people and machines keep what they build, and any source in the record of the interface that
+# is not named from the project's root on.
+BUILD_PLACE = re.compile(r"(?<![\w.~$})/-])/(?:home|root|work|workspace|tmp/build[\w-]*)/\w|path=['\"]/")
 LONGEST_SOURCE = 400
 LONGEST_TEST = 600
 
@@ -61,8 +66,33 @@ def file_faults(name, root):
     return faults
 
 
+def tracked_files(root):
+    """The files of the repository; outside one, all there are."""
+    if not (root / ".git").exists():
+        return [path.relative_to(root) for path in sorted(root.rglob("*")) if path.is_file()]
+    listed = subprocess.run(["git", "-c", "safe.directory=*", "-C", str(root), "ls-files", "-z"],
+                            stdout=subprocess.PIPE, check=True)
+    return [Path(name) for name in listed.stdout.decode("utf-8").split("\0") if name]
+
+
+def build_place_faults(name, root):
+    if not (root / name).is_file():
+        return []  # deleted, and not committed yet
+    own = str(root.resolve()) + "/"
+    faults = []
+    text = (root / name).read_text(encoding="utf-8", errors="replace")
+    for number, line in enumerate(text.splitlines(), 1):
+        place = BUILD_PLACE.search(line)
+        if place or own in line:
+            found = place.group() if place else own
+            faults.append(f"{name}:{number}: tells where it was built: {found}")
+    return faults
+
+
 def faults_below(root):
     faults, count = [], 0
+    for name in tracked_files(root):
+        faults += build_place_faults(name, root)
     for folder in filter(lambda folder: (root / folder).is_dir(), FOLDERS):
         if not (root / folder / "README.md").exists():
             faults.append(f"{folder}/: no README.md")

@@ -18,6 +18,9 @@ FAULTY = (
     ("foreign guard", "core/B.h", GUARD, "include guard is not KESTROVE_CORE_B_H"),
     ("pragma once", "core/B.h", "#pragma once\n", "#pragma once"),
     ("using namespace", "core/A.cpp", "using namespace std;\n", "using namespace"),
+    # Put together here, since this file is looked through, too.
+    ("somebody's home", "core/notes.md", "built in " + "/ho" + "me/me/project\n", "was built"),
+    ("source of a record", "core/a.abi", "<abi-instr pa" + "th='/src/a.cpp'>\n", "was built"),
     ("long file", "core/A.cpp", "int x;\n" * 401, "401 lines"),
 )
 
@@ -43,6 +46,18 @@ class CheckSources(unittest.TestCase):
     def test_accepts_a_source_that_keeps_the_rules(self):
         text = '#include "core/Good.h"\n\n#include <string>\n\n#include "platform/BElement.h"\n'
         self.assertEqual([], self.faults_with("core/Good.cpp", text))
+
+    def test_finds_the_place_of_the_sources_themselves(self):
+        with tempfile.TemporaryDirectory() as directory:
+            root = Path(directory)
+            (root / "notes.md").write_text(f"fine\nsee {root.resolve()}/core/A.cpp\n")
+            faults = faults_below(root)[0]
+        self.assertEqual(1, len(faults), faults)
+        self.assertTrue(faults[0].startswith("notes.md:2:"), faults[0])
+
+    def test_accepts_places_that_every_machine_has(self):
+        text = "/usr/include /etc/hosts build/release/ $HOME/kestrove tests/work/x /tmp/x\n"
+        self.assertEqual([], self.faults_with("core/notes.md", text))
 
     def test_finds_a_folder_without_a_readme(self):
         with tempfile.TemporaryDirectory() as directory:
