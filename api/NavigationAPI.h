@@ -1,6 +1,9 @@
 #ifndef KESTROVE_API_NAVIGATIONAPI_H
 #define KESTROVE_API_NAVIGATIONAPI_H
 
+/// @file
+/// The navigation client.
+
 #include <memory>
 #include <string>
 #include <vector>

@@ -1,6 +1,9 @@
 #ifndef KESTROVE_API_TUNINGPARAMETER_H
 #define KESTROVE_API_TUNINGPARAMETER_H
 
+/// @file
+/// The parameters of the steering controller.
+
 namespace Kestrove {
 
 /// The tunable parameters of the service's steering controller, by the codes under which they are

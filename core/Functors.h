@@ -1,6 +1,9 @@
 #ifndef KESTROVE_CORE_FUNCTORS_H
 #define KESTROVE_CORE_FUNCTORS_H
 
+/// @file
+/// Functors: how an application takes events.
+
 #include <type_traits>
 #include <utility>
 

@@ -1,6 +1,9 @@
 #ifndef KESTROVE_CORE_SHAREDPTR_H
 #define KESTROVE_CORE_SHAREDPTR_H
 
+/// @file
+/// The pointer that shares what it points to.
+
 #include <cstdint>
 #include <memory>
 

@@ -1,6 +1,9 @@
 #ifndef KESTROVE_CORE_VECTOR2_H
 #define KESTROVE_CORE_VECTOR2_H
 
+/// @file
+/// Points and vectors in the plane.
+
 namespace Core::Maths {
 
 /// Two numbers that belong together, such as a point in the plane. A plain value: copied,

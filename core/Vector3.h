@@ -1,6 +1,9 @@
 #ifndef KESTROVE_CORE_VECTOR3_H
 #define KESTROVE_CORE_VECTOR3_H
 
+/// @file
+/// Points and vectors in space.
+
 namespace Core::Maths {
 
 /// Three numbers that belong together, such as a point in space. A plain value: copied,

@@ -1,6 +1,9 @@
 #ifndef KESTROVE_PLATFORM_BELEMENT_H
 #define KESTROVE_PLATFORM_BELEMENT_H
 
+/// @file
+/// Values as they travel: numbers, strings, lists and dictionaries.
+
 #include <cstdint>
 #include <string>
 #include <utility>

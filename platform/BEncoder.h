@@ -1,6 +1,9 @@
 #ifndef KESTROVE_PLATFORM_BENCODER_H
 #define KESTROVE_PLATFORM_BENCODER_H
 
+/// @file
+/// Writes values in the form in which they travel.
+
 #include <cstddef>
 #include <cstdint>
 #include <string>

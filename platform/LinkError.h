@@ -1,6 +1,9 @@
 #ifndef KESTROVE_PLATFORM_LINKERROR_H
 #define KESTROVE_PLATFORM_LINKERROR_H
 
+/// @file
+/// Why a call failed.
+
 #include <string>
 
 /// Why the last call over a connection failed.

@@ -1,6 +1,9 @@
 #ifndef KESTROVE_PLATFORM_MPICALLBACK_H
 #define KESTROVE_PLATFORM_MPICALLBACK_H
 
+/// @file
+/// What takes the events of a connection.
+
 #include "core/Export.h"
 #include "platform/BElement.h"
 

@@ -1,6 +1,9 @@
 #ifndef KESTROVE_PLATFORM_MPISOCKETCLIENT_H
 #define KESTROVE_PLATFORM_MPISOCKETCLIENT_H
 
+/// @file
+/// A connection that can reopen itself.
+
 #include "core/Export.h"
 #include "platform/MPISocketConnection.h"
 

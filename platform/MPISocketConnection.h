@@ -1,6 +1,9 @@
 #ifndef KESTROVE_PLATFORM_MPISOCKETCONNECTION_H
 #define KESTROVE_PLATFORM_MPISOCKETCONNECTION_H
 
+/// @file
+/// A connection: calls, notifications and events.
+
 #include <memory>
 #include <string>
 

@@ -1,6 +1,9 @@
 #ifndef KESTROVE_PLATFORM_OBJECTSTORE_H
 #define KESTROVE_PLATFORM_OBJECTSTORE_H
 
+/// @file
+/// Records of numbers as text.
+
 #include <map>
 #include <string>
 

@@ -1,6 +1,9 @@
 #ifndef KESTROVE_PLATFORM_SOCKET_H
 #define KESTROVE_PLATFORM_SOCKET_H
 
+/// @file
+/// A stream of bytes to another program.
+
 #include <memory>
 #include <string>
 

@@ -1,6 +1,9 @@
 #ifndef KESTROVE_PLATFORM_UTILITIES_H
 #define KESTROVE_PLATFORM_UTILITIES_H
 
+/// @file
+/// Reading numbers and words.
+
 #include <string>
 #include <vector>
 

@@ -1,6 +1,9 @@
 #ifndef KESTROVE_TESTING_ANSWER_H
 #define KESTROVE_TESTING_ANSWER_H
 
+/// @file
+/// What the scripted service does upon a call.
+
 #include <initializer_list>
 #include <string>
 #include <utility>

@@ -1,6 +1,9 @@
 #ifndef KESTROVE_TESTING_SCRIPTEDSERVICE_H
 #define KESTROVE_TESTING_SCRIPTEDSERVICE_H
 
+/// @file
+/// The navigation service that runs inside a test.
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>

@@ -1,6 +1,9 @@
 #ifndef KESTROVE_TESTING_VALUE_H
 #define KESTROVE_TESTING_VALUE_H
 
+/// @file
+/// Values of messages, as tests write them.
+
 #include <initializer_list>
 #include <memory>
 #include <string>

@@ -1,6 +1,9 @@
 #ifndef KESTROVE_WAYLINE_WAYLINE_H
 #define KESTROVE_WAYLINE_WAYLINE_H
 
+/// @file
+/// Guidance lines of eight kinds, their list form and their text form.
+
 #include <string>
 #include <vector>
 

@@ -1,0 +1,103 @@
+"""The API reference has every public declaration, and is refused where one is not documented."""
+
+import os
+import re
+import shutil
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+PROJECT = Path(__file__).resolve().parents[2]
+# Enumerations that stand outside every class: where they are listed, and what tells their values.
+ENUMERATIONS = (("ELinkError", "globals_enum.html", "LinkError_8h.html", "TimedOut"),
+                ("EWaylineType", "namespacemembers_enum.html", "namespaceKestrove.html",
+                 "EWaylineTypeABCurve"),
+                ("ETuningParameter", "namespacemembers_enum.html", "namespaceKestrove.html",
+                 "Overshoot"))
+FUNCTION = "#ifndef H\n#define H\n/// @file\n/// A header.\n\n{}int Count(int number);\n#endif\n"
+COMMENT = "/// Counts.\n///\n/// @param number where to begin.\n/// @return the count.\n"
+
+
+def doxyfile():
+    return (PROJECT / "docs" / "Doxyfile").read_text(encoding="utf-8")
+
+
+def public_headers():
+    """The headers that the reference is made of, from what the Doxyfile takes in."""
+    taken = re.search(r"^INPUT\s*=((?:.*\\\n)*.*)$", doxyfile(), re.MULTILINE).group(1)
+    headers = []
+    for name in taken.replace("\\", " ").split():
+        path = PROJECT / name
+        headers += sorted(path.glob("*.h")) if path.is_dir() else [path]
+    return headers
+
+
+@unittest.skipUnless(shutil.which("doxygen"), "doxygen is missing; scripts/setup test installs it")
+class Reference(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls._directory = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(cls._directory.cleanup)
+        cls.html = Path(cls._directory.name) / "html"
+        subprocess.run([PROJECT / "scripts" / "docs", cls._directory.name], check=True,
+                       stdout=subprocess.DEVNULL)
+
+    def page(self, name):
+        return (self.html / name).read_text(encoding="utf-8")
+
+    def test_has_a_page_for_each_public_header(self):
+        headers = public_headers()
+        self.assertGreater(len(headers), 15)
+        for header in headers:
+            with self.subTest(header.name):
+                self.assertTrue((self.html / f"{header.stem}_8h.html").exists())
+
+    def test_has_the_enumerations_outside_classes(self):
+        for name, index, page, value in ENUMERATIONS:
+            with self.subTest(name):
+                self.assertTrue(name in self.page(index), f"not listed in {index}")
+                documented = rf'<td class="fieldname">.*>{value}\b'
+                self.assertTrue(re.search(documented, self.page(page)), f"no {value} in {page}")
+
+    def test_leads_from_its_first_page_to_the_guides(self):
+        linked = set(re.findall(r'href="(md_docs_\w+\.html)"', self.page("index.html")))
+        self.assertLessEqual({f"md_docs_{guide}.html" for guide in (
+            "getting_started", "application_guide", "service_guide", "operations", "limits")},
+            linked)
+        for page in linked:
+            self.assertTrue((self.html / page).exists(), page)
+
+
+@unittest.skipUnless(shutil.which("doxygen"), "doxygen is missing; scripts/setup test installs it")
+class Refusal(unittest.TestCase):
+    def documented(self, comment):
+        """What doxygen says of a header with one function at file scope; "" when it is content."""
+        with tempfile.TemporaryDirectory() as directory:
+            header = Path(directory) / "Header.h"
+            header.write_text(FUNCTION.format(comment), encoding="utf-8")
+            settings = f'{doxyfile()}\nINPUT = {header}\nOUTPUT_DIRECTORY = "{directory}"\n'
+            result = subprocess.run(["doxygen", "-"], input=settings, text=True, cwd=PROJECT,
+                                    capture_output=True, check=False)
+            return result.stderr if result.returncode else ""
+
+    def test_meets_a_function_without_a_comment(self):
+        self.assertIn("Count", self.documented(""))
+
+    def test_meets_a_function_with_an_argument_untold(self):
+        self.assertIn("parameters", self.documented("/// Counts.\n///\n/// @return the count.\n"))
+
+    def test_does_not_meet_a_function_that_is_documented(self):
+        self.assertEqual("", self.documented(COMMENT))
+
+
+class Command(unittest.TestCase):
+    def test_tells_its_use(self):
+        told = subprocess.run([PROJECT / "scripts" / "docs", "--help"], text=True, cwd="/",
+                              capture_output=True, check=True)
+        self.assertIn("usage: scripts/docs [DIRECTORY]", told.stdout)
+        self.assertFalse(os.path.exists("/--help"))
+
+
+if __name__ == "__main__":
+    unittest.main()
