@@ -37,6 +37,7 @@ TEST(CommandLine, HasADefaultForEverything)
 
     EXPECT_FALSE(outcome.exitCode.has_value());
     EXPECT_EQ(5010, outcome.options.port);
+    EXPECT_FALSE(outcome.options.httpPort.has_value());
     EXPECT_EQ("", outcome.options.stateFile);
     EXPECT_EQ(ELogLevel::Warning, outcome.options.logLevel);
     EXPECT_EQ(1.0, outcome.options.speedFactor);
@@ -70,6 +71,14 @@ TEST(CommandLine, TakesEveryOption)
     EXPECT_DOUBLE_EQ(Radians(0.5), world.backlash);
 }
 
+TEST(CommandLine, TakesAPortForTheLivePage)
+{
+    const Outcome outcome = Read({"--http", "8010"});
+
+    ASSERT_FALSE(outcome.exitCode.has_value()) << outcome.errors;
+    EXPECT_EQ(8010, outcome.options.httpPort.value_or(0));
+}
+
 TEST(CommandLine, TakesAStartInThreeWords)
 {
     const Outcome outcome = Read({"--start", "1", "-2", "270"});
@@ -91,6 +100,9 @@ TEST(CommandLine, NamesTheWrongValueAndWhatIsAllowed)
              {{"--port", "65536"}, {"--port", "65536", "0 to 65535"}},
              {{"--port", "-1"}, {"--port", "-1", "0 to 65535"}},
              {{"--port", "abc"}, {"--port", "abc"}},
+             {{"--http", "65536"}, {"--http", "65536", "0 to 65535"}},
+             {{"--http", "page"}, {"--http", "page"}},
+             {{"--http"}, {"--http"}},
              {{"--log-level", "loud"},
               {"--log-level: \"loud\" is not allowed, allowed is debug, error, info, warning"}},
              {{"--receiver", "gps"},
@@ -122,9 +134,9 @@ TEST(CommandLine, WritesHelpWithEveryOption)
     const Outcome outcome = Read({"--help"});
 
     EXPECT_EQ(kExitSuccess, outcome.exitCode.value_or(kExitWrongOptions));
-    for (const char* option :
-         {"--port", "--state", "--track", "--log-level", "--speed-factor", "--seed", "--receiver",
-          "--ground", "--start", "--speed", "--centre-bias", "--backlash", "--version"})
+    for (const char* option : {"--port", "--http", "--state", "--track", "--log-level",
+                               "--speed-factor", "--seed", "--receiver", "--ground", "--start",
+                               "--speed", "--centre-bias", "--backlash", "--version"})
         EXPECT_NE(std::string::npos, outcome.output.find(option)) << option;
 }
 
