@@ -41,8 +41,17 @@ std::string OffsetEvent(double offset)
     return Bytes::Notification("cb_offsets", '\x91' + Bytes::Float64(offset));
 }
 
+std::string StateEvent(int state)
+{
+    const std::string zero = Bytes::Float64(0.0);
+    return Bytes::Notification("cb_guidance_status", '\x94' +
+                                                         std::string(1, static_cast<char>(state)) +
+                                                         zero + zero + zero);
+}
+
 void Serve(CRawLink& link)
 {
+    const std::string events = OffsetEvent(kToldOffset) + StateEvent(kToldState);
     bool hasSubscriber = false;
     double lookAheadTime = kFirstLookAheadTime;
     while (true) {
@@ -52,10 +61,9 @@ void Serve(CRawLink& link)
         } else if (message.name == "set_lookahead_time") {
             lookAheadTime = kSecondLookAheadTime;
         } else if (message.kind == 0) {
-            const std::string event = hasSubscriber ? OffsetEvent(kToldOffset) : std::string();
             const bool asksForTime = message.name == "get_lookahead_time";
-            link.Send(event + (asksForTime
-                                   ? Bytes::Response(message.number, Bytes::Float64(lookAheadTime))
+            link.Send((hasSubscriber ? events : std::string()) +
+                      (asksForTime ? Bytes::Response(message.number, Bytes::Float64(lookAheadTime))
                                    : ReplyTo(message)));
         }
     }

@@ -24,8 +24,10 @@ extern const CCall kCalls[3];
 /// notification sets.
 constexpr double kFirstLookAheadTime = 2.5;
 constexpr double kSecondLookAheadTime = 1.5;
-/// The offset that a healthy service tells its subscribers ahead of every reply.
+/// The offset and the guidance state that a healthy service tells its subscribers ahead of every
+/// reply.
 constexpr double kToldOffset = 0.625;
+constexpr int kToldState = 2;
 
 /// Waits for the next call; subscriptions are passed over.
 CRawMessage NextCall(CRawLink& link);
@@ -36,6 +38,8 @@ std::string ReplyTo(const CRawMessage& call);
 std::string ReplyTo(const CRawMessage& call, std::uint64_t number);
 /// The offset as an event.
 std::string OffsetEvent(double offset);
+/// The guidance state as an event.
+std::string StateEvent(int state);
 /// Does what a healthy service does, until the connection ends.
 void Serve(CRawLink& link);
 

@@ -39,6 +39,9 @@ std::shared_ptr<void> NoDescriptorLeft()
         CNavigationAPI navigation;
         navigation.SetOffsetCallback(Core::Functors::MakeFunctor([](double) {}));
         navigation.SetOffsetCallback(nullptr);
+        navigation.SetGuidanceStatusCallback(
+            Core::Functors::MakeFunctor([](int, double, double, double) {}));
+        navigation.SetGuidanceStatusCallback(nullptr);
         call.make(navigation);
     }
     auto hog = std::make_shared<std::unique_ptr<CDescriptorHog>>();
@@ -51,16 +54,32 @@ std::vector<CFault> Rows()
 {
     return {
         CFault("NobodyListens").Fails(ELinkError::Refused),
-        CFault("TheListenerComesLate", Serve).StartingLate().Succeeds(),
-        CFault("ClosedAtAccept", [](CRawLink&) {}).Fails(ELinkError::Closed),
-        CFault("ResetAtAccept", [](CRawLink& link) { link.Reset(); }).Fails(),
+        CFault("TheListenerComesLate", Serve)
+            .StartingLate()
+            .Succeeds()
+            .SaysNothingToNotifications(),
+        CFault("ClosedAtAccept", [](CRawLink&) {})
+            .EndsTheConnection()
+            .Fails(ELinkError::Closed)
+            .NotificationsMayFail(),
+        CFault("ResetAtAccept", [](CRawLink& link) { link.Reset(); })
+            .EndsTheConnection()
+            .Fails()
+            .NotificationsMayFail(),
         CFault("AcceptedAndNeverRead", [](CRawLink& link) { link.Pause(60000); })
+            .SaysNothingToNotifications()
             .Fails(ELinkError::TimedOut),
         CFault("TheAcceptQueueIsFull").Under(SwallowingBoth).Fails(ELinkError::TimedOut),
-        CFault("ListensOnIPv4Alone", Serve).Succeeds(),
-        CFault("ListensOnIPv6Alone", Serve).OnIPv6().Succeeds(),
-        CFault("IPv6SwallowsConnections", Serve).Under(SwallowingIPv6).Succeeds(),
-        CFault("DescriptorsLieAbove1023", Serve).Under(A<CManyDescriptors>).Succeeds(),
+        CFault("ListensOnIPv4Alone", Serve).SaysNothingToNotifications().Succeeds(),
+        CFault("ListensOnIPv6Alone", Serve).OnIPv6().SaysNothingToNotifications().Succeeds(),
+        CFault("IPv6SwallowsConnections", Serve)
+            .Under(SwallowingIPv6)
+            .SaysNothingToNotifications()
+            .Succeeds(),
+        CFault("DescriptorsLieAbove1023", Serve)
+            .Under(A<CManyDescriptors>)
+            .SaysNothingToNotifications()
+            .Succeeds(),
         CFault("NoDescriptorIsLeft").Under(NoDescriptorLeft).Fails(ELinkError::System),
     };
 }
@@ -104,7 +123,24 @@ TEST(ConnectFault, LeavesNoDescriptorAfterTenThousandFailures)
     CNavigationAPI navigation;
     const int before = CountDescriptors();
     for (int count = 0; count < 10000; ++count) {
-        ASSERT_EQ(-1, navigation.EngageSteering()) << count;
+        const CCall& call = kCalls[count % 3];
+        ASSERT_EQ(call.failure, call.make(navigation)) << call.serviceName << ' ' << count;
+        ASSERT_EQ(ELinkError::Refused, navigation.LastError().code) << call.serviceName;
+    }
+    EXPECT_EQ(before, CountDescriptors());
+}
+
+TEST(ConnectFault, LeavesNoDescriptorAfterAThousandConnectionsClosedAtAccept)
+{
+    const int before = CountDescriptors();
+    {
+        CRawPeer service([](CRawLink&) {});
+        CNavigationAPI navigation;
+        for (int count = 0; count < 1000; ++count) {
+            const CCall& call = kCalls[count % 3];
+            ASSERT_EQ(call.failure, call.make(navigation)) << call.serviceName << ' ' << count;
+        }
+        EXPECT_GE(service.ConnectionCount(), 300);
     }
     EXPECT_EQ(before, CountDescriptors());
 }

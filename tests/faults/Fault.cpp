@@ -20,15 +20,45 @@ CFault& CFault::Succeeds()
     return *this;
 }
 
-CFault& CFault::GivesAnything()
+CFault& CFault::Gives(double value)
 {
-    m_outcome = EOutcome::Any;
-    return *this;
+    m_value = value;
+    return Succeeds();
 }
 
 CFault& CFault::ThenWorksOnConnection(int connection)
 {
     m_workingConnection = connection;
+    return *this;
+}
+
+CFault& CFault::NotificationsStayOnConnection(int connection)
+{
+    m_notificationConnection = connection;
+    return *this;
+}
+
+CFault& CFault::NotificationsMayFail()
+{
+    m_mayFailNotifications = true;
+    return *this;
+}
+
+CFault& CFault::EndsTheConnection()
+{
+    m_arrival = EArrival::End;
+    return *this;
+}
+
+CFault& CFault::SaysNothingToNotifications()
+{
+    m_arrival = EArrival::Nothing;
+    return *this;
+}
+
+CFault& CFault::Interrupts()
+{
+    m_interrupts = true;
     return *this;
 }
 

@@ -41,10 +41,21 @@ public:
     CFault& Fails(std::optional<ELinkError> error = {});
     /// A request gives the service's value.
     CFault& Succeeds();
-    /// A request gives any value.
-    CFault& GivesAnything();
+    /// A request gives this value, without an error.
+    CFault& Gives(double value);
     /// A second call to the same service gives its value, over the so many-th connection.
     CFault& ThenWorksOnConnection(int connection);
+    /// Where a request finds its connection unusable, a second notification still goes over this
+    /// one: nothing is awaited on it.
+    CFault& NotificationsStayOnConnection(int connection);
+    /// A notification may fail, too: whether it can be handed over hangs on what comes first.
+    CFault& NotificationsMayFail();
+    /// The service ends the connection once a call has come.
+    CFault& EndsTheConnection();
+    /// The service says nothing to a notification.
+    CFault& SaysNothingToNotifications();
+    /// The system calls of a request are interrupted, which is checked.
+    CFault& Interrupts();
     /// The time-out of the calls. 100 ms unless set.
     CFault& WithTimeout(int milliseconds);
     CFault& Under(Condition condition);
@@ -67,14 +78,25 @@ private:
     {
         Failure,
         Value,
-        Any,
+    };
+    /// What a client can see of the fault once its notification has come to the service.
+    enum class EArrival
+    {
+        Bytes,
+        End,
+        Nothing,
     };
 
     std::string m_name;
     std::vector<Script> m_scripts;
     EOutcome m_outcome = EOutcome::Failure;
     std::optional<ELinkError> m_error;
-    int m_workingConnection = 0; // 0: not known
+    std::optional<double> m_value; // in the place of the service's
+    EArrival m_arrival = EArrival::Bytes;
+    bool m_mayFailNotifications = false;
+    bool m_interrupts = false;
+    int m_workingConnection = 0;      // 0: not known
+    int m_notificationConnection = 0; // 0: as m_workingConnection
     int m_timeoutMilliseconds = 100;
     Condition m_condition;
     ELoopback m_address = ELoopback::IPv4;
@@ -85,12 +107,16 @@ private:
 
 void PrintTo(const CFault& fault, std::ostream* stream);
 
-/// Makes each of the calls under each variant of a fault, and checks what holds whatever happens:
-///   - nothing is printed, nothing is thrown, and no signal ends the process;
-///   - the call is written to the link at most once;
+/// Makes each of the calls under each variant of a fault, and checks what holds whatever happens.
+/// A notification awaits nothing, so it is made twice: once so that the fault happens, and again
+/// when the fault has arrived. For every call, the one to the healthy service included:
+///   - it is written to the link at most once, and exactly once when it succeeds;
+///   - a notification is written or has an error, never both or neither;
 ///   - at most one connection is attempted to each address;
-///   - no functor runs inside the call;
-///   - the call ends within the limits of connecting and replying and half a second;
+///   - no functor runs inside it;
+///   - it ends within the limits of connecting and replying and half a second.
+/// And for all of them together:
+///   - nothing is printed, nothing is thrown, and no signal ends the process;
 ///   - memory in use grows by at most 32 MiB beyond what a legal message needs;
 ///   - the next call to a healthy service returns its value, and events come again by themselves;
 ///   - no descriptor is left over.

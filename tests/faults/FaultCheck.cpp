@@ -1,5 +1,6 @@
 #include "tests/faults/FaultCheck.h"
 
+#include <cerrno>
 #include <chrono>
 
 #include <poll.h>
@@ -66,6 +67,18 @@ std::size_t GrowthForALegalMessage()
     return most;
 }
 
+/// Waits until something has come over a connection, or until it has ended.
+bool Comes(int descriptor, short events)
+{
+    const Clock::time_point end = Clock::now() + std::chrono::seconds(10);
+    pollfd watched = {descriptor, events, 0};
+    int ready = -1;
+    do {
+        ready = ::poll(&watched, 1, kHealthyTimeoutMilliseconds);
+    } while (ready < 0 && errno == EINTR && Clock::now() < end);
+    return ready == 1;
+}
+
 } // namespace
 
 void CFaultCheck::Run()
@@ -78,7 +91,7 @@ void CFaultCheck::Run()
         const CCapturedOutput captured;
         const CAllocationMeter meter;
         Prepare();
-        MakeTheCall();
+        CallUnderTheFault();
         CallTheSameServiceAgain();
         CallAHealthyService();
         growth = meter.PeakGrowth();
@@ -98,10 +111,17 @@ void CFaultCheck::StartService()
     }
 }
 
+void CFaultCheck::RegisterFunctors()
+{
+    using Core::Functors::MakeFunctor;
+    m_navigation->SetOffsetCallback(
+        MakeFunctor([this](double offset) { m_offsets.push_back(offset); }));
+    m_navigation->SetGuidanceStatusCallback(
+        MakeFunctor([this](int state, double, double, double) { m_states.push_back(state); }));
+}
+
 void CFaultCheck::Prepare()
 {
-    std::unique_ptr<Core::Functors::Functor1<void, double>> functor(
-        Core::Functors::MakeFunctor([this](double offset) { m_offsets.push_back(offset); }));
     if (m_fault.m_condition) {
         m_condition = m_fault.m_condition();
     }
@@ -109,54 +129,98 @@ void CFaultCheck::Prepare()
         StartService();
     }
     m_navigation = std::make_unique<CNavigationAPI>();
-    m_navigation->SetTimeout(m_fault.m_timeoutMilliseconds);
-    m_navigation->SetOffsetCallback(functor.release());
+    RegisterFunctors();
     if (m_fault.m_startsLate) {
         StartService();
     }
     if (m_fault.m_comesAfterAGoodCall) {
-        EXPECT_EQ(kCalls[0].value, kCalls[0].make(*m_navigation));
-        pollfd watched = {m_navigation->Descriptor(), POLLIN, 0};
-        EXPECT_EQ(1, ::poll(&watched, 1, kHealthyTimeoutMilliseconds));
+        EXPECT_EQ(kCalls[0].value, Make(kCalls[0], kHealthyTimeoutMilliseconds));
+        EXPECT_TRUE(Comes(m_navigation->Descriptor(), POLLIN));
     }
 }
 
-void CFaultCheck::MakeTheCall()
+double CFaultCheck::Make(const CCall& call, int timeoutMilliseconds)
 {
+    m_navigation->SetTimeout(timeoutMilliseconds);
+    const std::size_t delivered = m_offsets.size() + m_states.size();
     const CSystemCallWatch watch;
     const Clock::time_point start = Clock::now();
-    const double value = m_call.make(*m_navigation);
+    const double value = call.make(*m_navigation);
     EXPECT_LE(MillisecondsSince(start),
-              kConnectLimitMilliseconds + m_fault.m_timeoutMilliseconds + kSlackMilliseconds);
-    CheckOutcome(value);
-    EXPECT_TRUE(m_offsets.empty());
-    EXPECT_LE(CountIn(watch.Sent(), m_call.serviceName), 1U);
+              kConnectLimitMilliseconds + timeoutMilliseconds + kSlackMilliseconds);
+    EXPECT_EQ(delivered, m_offsets.size() + m_states.size());
     EXPECT_LE(watch.AttemptsPerAddress(), 1);
+    m_timesSent = CountIn(watch.Sent(), call.serviceName);
+    EXPECT_LE(m_timesSent, 1U);
+    m_interruptions = watch.Interruptions();
+    return value;
 }
 
-void CFaultCheck::CheckOutcome(double value)
+void CFaultCheck::CallUnderTheFault()
 {
-    if (!m_call.isRequest || m_fault.m_outcome == CFault::EOutcome::Any) {
+    const double value = Make(m_call, m_fault.m_timeoutMilliseconds);
+    if (m_call.isRequest) {
+        CheckReply(value);
         return;
     }
+    CheckNotification();
+    AwaitTheFault();
+    Make(m_call, m_fault.m_timeoutMilliseconds);
+    CheckNotification();
+}
+
+void CFaultCheck::AwaitTheFault()
+{
+    const int descriptor = m_navigation->Descriptor();
+    const bool isSilent = m_fault.m_arrival == CFault::EArrival::Nothing || !m_script;
+    if (isSilent || m_fault.m_comesAfterAGoodCall || descriptor < 0) {
+        return;
+    }
+    const bool ends = m_fault.m_arrival == CFault::EArrival::End;
+    EXPECT_TRUE(Comes(descriptor, ends ? POLLRDHUP : POLLIN));
+}
+
+void CFaultCheck::CheckReply(double value)
+{
     const bool fails = m_fault.m_outcome == CFault::EOutcome::Failure;
-    EXPECT_EQ(fails ? m_call.failure : m_call.value, value) << m_navigation->LastError().text;
+    const std::string& text = m_navigation->LastError().text;
+    EXPECT_EQ(fails ? m_call.failure : m_fault.m_value.value_or(m_call.value), value) << text;
     if (m_fault.m_error) {
-        EXPECT_EQ(*m_fault.m_error, m_navigation->LastError().code)
-            << m_navigation->LastError().text;
+        EXPECT_EQ(*m_fault.m_error, m_navigation->LastError().code) << text;
+    }
+    if (!fails) {
+        EXPECT_EQ(1U, m_timesSent);
+    }
+    if (m_fault.m_interrupts) {
+        EXPECT_GT(m_interruptions, 5);
+    }
+}
+
+void CFaultCheck::CheckNotification()
+{
+    const LinkErrorC error = m_navigation->LastError();
+    EXPECT_EQ(error.code == ELinkError::None ? 1U : 0U, m_timesSent) << error.text;
+    if (!m_script) { // there is no service that could take it
+        EXPECT_NE(ELinkError::None, error.code);
+        EXPECT_EQ(m_fault.m_error.value_or(error.code), error.code) << error.text;
+    } else if (!m_fault.m_mayFailNotifications) {
+        EXPECT_EQ(ELinkError::None, error.code) << error.text;
     }
 }
 
 void CFaultCheck::CallTheSameServiceAgain()
 {
-    // What a service sends after a notification may come before or after the next call.
-    if (m_fault.m_workingConnection == 0 || !m_call.isRequest) {
+    const bool stays = !m_call.isRequest && m_fault.m_notificationConnection != 0;
+    const int connection = stays ? m_fault.m_notificationConnection : m_fault.m_workingConnection;
+    if (connection == 0) {
         return;
     }
-    m_navigation->SetTimeout(kHealthyTimeoutMilliseconds);
-    EXPECT_EQ(m_call.value, m_call.make(*m_navigation)) << m_navigation->LastError().text;
-    EXPECT_EQ(m_fault.m_workingConnection,
-              m_service->WaitForConnections(m_fault.m_workingConnection));
+    if (!stays) { // a notification has been made again already, so that a request shows the link
+        const CCall& call = m_call.isRequest ? m_call : kCalls[0];
+        EXPECT_EQ(call.value, Make(call, kHealthyTimeoutMilliseconds))
+            << m_navigation->LastError().text;
+    }
+    EXPECT_EQ(connection, m_service->WaitForConnections(connection));
 }
 
 void CFaultCheck::CallAHealthyService()
@@ -164,14 +228,15 @@ void CFaultCheck::CallAHealthyService()
     m_service.reset();
     m_condition.reset();
     m_service = std::make_unique<CRawPeer>(Serve);
-    m_navigation->SetTimeout(kHealthyTimeoutMilliseconds);
-    const double value = m_call.make(*m_navigation);
+    const double value = Make(m_call, kHealthyTimeoutMilliseconds);
     EXPECT_EQ(m_call.value, value) << m_navigation->LastError().text;
+    EXPECT_EQ(1U, m_timesSent);
     if (!m_call.isRequest) {
-        EXPECT_EQ(kSecondLookAheadTime, m_navigation->GetLookAheadTime());
+        EXPECT_EQ(kSecondLookAheadTime, Make(kCalls[1], kHealthyTimeoutMilliseconds));
     }
     EXPECT_TRUE(m_navigation->ProcessMessages(false));
-    ASSERT_FALSE(m_offsets.empty());
-    EXPECT_EQ(kToldOffset, m_offsets.back());
+    EXPECT_EQ(kToldOffset, m_offsets.empty() ? 0.0 : m_offsets.back());
+    EXPECT_EQ(kToldState, m_states.empty() ? 0 : m_states.back());
     m_navigation->SetOffsetCallback(nullptr); // deletes the functor
+    m_navigation->SetGuidanceStatusCallback(nullptr);
 }

@@ -20,11 +20,16 @@ public:
 
 private:
     void Prepare();
-    void MakeTheCall();
-    void CheckOutcome(double value);
+    void StartService();
+    void RegisterFunctors();
+    /// Makes a call and checks what every call owes.
+    double Make(const CCall& call, int timeoutMilliseconds);
+    void CallUnderTheFault();
+    void AwaitTheFault();
+    void CheckReply(double value);
+    void CheckNotification();
     void CallTheSameServiceAgain();
     void CallAHealthyService();
-    void StartService();
 
     const CFault& m_fault;
     CFault::Script m_script;
@@ -32,7 +37,10 @@ private:
     std::shared_ptr<void> m_condition;
     std::unique_ptr<CRawPeer> m_service;
     std::unique_ptr<CNavigationAPI> m_navigation;
-    std::vector<double> m_offsets; // what the functor was called with
+    std::vector<double> m_offsets; // what the functors were called with
+    std::vector<int> m_states;
+    std::size_t m_timesSent = 0; // the last call
+    int m_interruptions = 0;     // of the last call
 };
 
 #endif

@@ -49,9 +49,11 @@ std::vector<CFault> Rows()
             .Succeeds()
             .ThenWorksOnConnection(2),
         CFault("RestartedInPlaceOfAReply", Scripts::SendAndClose(nothing))
+            .EndsTheConnection()
             .Fails(ELinkError::Closed)
             .ThenWorksOnConnection(2),
         CFault("RestartedWithResetInPlaceOfAReply", Scripts::SendAndReset(nothing))
+            .EndsTheConnection()
             .Fails(ELinkError::Closed)
             .ThenWorksOnConnection(2),
     };

@@ -1,9 +1,16 @@
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <ctime>
+#include <functional>
 #include <memory>
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include <fcntl.h>
+#include <poll.h>
+#include <stdio_ext.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -32,6 +39,25 @@ std::shared_ptr<void> All()
     return std::make_shared<std::tuple<Types...>>();
 }
 
+/// By how much readings of the wall clock differ that are taken at once.
+double SecondsBetweenReadings()
+{
+    std::vector<long long> readings;
+    for (int count = 0; count < 16; ++count) { // other threads may take every second one
+        readings.push_back(std::time(nullptr));
+        readings.push_back(std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()));
+    }
+    const auto [least, most] = std::minmax_element(readings.begin(), readings.end());
+    return static_cast<double>(*most - *least);
+}
+
+std::shared_ptr<void> AJumpingWallClock()
+{
+    auto clock = std::make_shared<CJumpingWallClock>();
+    EXPECT_NEAR(86400, SecondsBetweenReadings(), 1);
+    return clock;
+}
+
 /// Takes its time for every reply, so that the client is interrupted while it waits.
 void ServeSlowly(CRawLink& link)
 {
@@ -48,17 +74,22 @@ std::vector<CFault> Rows()
     const auto whole = [](const CRawMessage& call) { return ReplyTo(call); };
     return {
         CFault("InterruptionsWhileAReplyIsAwaited", ServeSlowly)
+            .SaysNothingToNotifications()
             .Under(All<CInterruptions>)
+            .Interrupts()
             .WithTimeout(10000)
             .Succeeds()
             .ThenWorksOnConnection(1),
         CFault("InterruptionsWhileAReplyTrickles", Scripts::Trickle(whole, 5))
             .Under(All<CInterruptions>)
+            .Interrupts()
             .WithTimeout(10000)
             .Succeeds()
             .ThenWorksOnConnection(1),
         CFault("InterruptionsUntilTheTimeout", Scripts::Send(nothing))
+            .SaysNothingToNotifications()
             .Under(All<CInterruptions>)
+            .Interrupts()
             .Fails(ELinkError::TimedOut)
             .ThenWorksOnConnection(1),
         CFault("InterruptionsWhileAPortSwallowsConnections")
@@ -68,14 +99,17 @@ std::vector<CFault> Rows()
                         std::piecewise_construct, std::forward_as_tuple(),
                         std::forward_as_tuple(std::uint16_t{5010})));
             })
+            .Interrupts()
             .Fails(),
         CFault("AWallClockThatJumpsADay", ServeSlowly)
-            .Under(All<CJumpingWallClock>)
+            .SaysNothingToNotifications()
+            .Under(AJumpingWallClock)
             .WithTimeout(10000)
             .Succeeds()
             .ThenWorksOnConnection(1),
         CFault("AWallClockThatJumpsADayUntilTheTimeout", Scripts::Send(nothing))
-            .Under(All<CJumpingWallClock>)
+            .SaysNothingToNotifications()
+            .Under(AJumpingWallClock)
             .Fails(ELinkError::TimedOut)
             .ThenWorksOnConnection(1),
     };
@@ -121,6 +155,43 @@ int CountDescriptorsAfterExec()
     return count;
 }
 
+/// What a child that does nothing else exits with.
+int ExitStatusOfAChild(const std::function<int()>& work)
+{
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(work());
+    }
+    int status = -1;
+    EXPECT_EQ(child, ::waitpid(child, &status, 0));
+    return status;
+}
+
+/// Has standard output refuse everything while it lives.
+class CFullOutput
+{
+public:
+    CFullOutput()
+    {
+        const int full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
+        ::dup2(full, STDOUT_FILENO);
+        ::close(full);
+    }
+    ~CFullOutput()
+    {
+        ::__fpurge(stdout); // what was refused is not left to the next
+        std::clearerr(stdout);
+    }
+    CFullOutput(const CFullOutput&) = delete;
+    CFullOutput& operator=(const CFullOutput&) = delete;
+
+    /// Whether it has refused something.
+    static bool HasRefused() { return std::fflush(stdout) != 0 || std::ferror(stdout) != 0; }
+
+private:
+    CCapturedOutput m_aside; // gives standard output back
+};
+
 } // namespace
 
 INSTANTIATE_TEST_SUITE_P(Process, Fault, testing::ValuesIn(Rows()), NameOfFault);
@@ -146,7 +217,7 @@ TEST(ProcessFault, AWallClockThatJumpsMovesNoWait)
         CRawPeer service(ReadNothing);
         CNavigationAPI navigation;
         navigation.SetTimeout(150);
-        const CJumpingWallClock jumps;
+        const std::shared_ptr<void> jumps = AJumpingWallClock();
         const Clock::time_point start = Clock::now();
         row.wait(navigation);
         EXPECT_GE(MillisecondsSince(start), 149) << row.what;
@@ -170,16 +241,46 @@ TEST(ProcessFault, AChildThatDestroysItsCopyOfTheClientLeavesTheLinkAlone)
     CRawPeer service(Serve);
     auto navigation = std::make_unique<CNavigationAPI>();
     ASSERT_EQ(7, navigation->EngageSteering());
-    const pid_t child = ::fork();
-    if (child == 0) {
-        navigation.reset();
-        ::_exit(0);
-    }
-    int status = -1;
-    ASSERT_EQ(child, ::waitpid(child, &status, 0));
-    EXPECT_EQ(0, status);
+    EXPECT_EQ(0, ExitStatusOfAChild([&] {
+                  navigation.reset();
+                  return 0;
+              }));
     EXPECT_EQ(7, navigation->EngageSteering());
     EXPECT_EQ(1, service.WaitForConnections(1));
+}
+
+TEST(ProcessFault, AChildMayCallOverTheLinkWhileItsParentDoesNot)
+{
+    CRawPeer service(Serve);
+    CNavigationAPI navigation;
+    ASSERT_EQ(7, navigation.EngageSteering());
+    EXPECT_EQ(0, ExitStatusOfAChild([&] {
+                  navigation.SetLookAheadTime(kSecondLookAheadTime, true);
+                  if (navigation.EngageSteering() != 7 || navigation.GetLookAheadTime() != 1.5) {
+                      return 1;
+                  }
+                  ::execl("/bin/true", "true", nullptr);
+                  return 2;
+              }));
+    EXPECT_EQ(kSecondLookAheadTime, navigation.GetLookAheadTime());
+    EXPECT_EQ(7, navigation.EngageSteering());
+    EXPECT_EQ(1, service.WaitForConnections(1));
+}
+
+TEST(ProcessFault, AChildReopensALostLinkForItselfAlone)
+{
+    CRawPeer service(Scripts::SendAndClose([](const CRawMessage& call) { return ReplyTo(call); }));
+    CNavigationAPI navigation;
+    ASSERT_EQ(7, navigation.EngageSteering());
+    pollfd watched = {navigation.Descriptor(), POLLRDHUP, 0};
+    ASSERT_EQ(1, ::poll(&watched, 1, 10000));
+    EXPECT_EQ(0, ExitStatusOfAChild([&] {
+                  return navigation.EngageSteering() == 7 && service.WaitForConnections(1) == 1 ? 0
+                                                                                                : 1;
+              }));
+    EXPECT_EQ(2, service.WaitForConnections(2));
+    EXPECT_EQ(7, navigation.EngageSteering());
+    EXPECT_EQ(3, service.WaitForConnections(3));
 }
 
 TEST(ProcessFault, AFullStandardOutputKeepsNoEventFromItsFunctor)
@@ -196,15 +297,34 @@ TEST(ProcessFault, AFullStandardOutputKeepsNoEventFromItsFunctor)
     navigation.SetImplementWidthCallback(
         Core::Functors::MakeFunctor([&](double width) { calls += width == 6.5 ? 1 : 0; }));
     ASSERT_EQ(7, navigation.EngageSteering());
+    bool hasRefused = false;
     {
-        const CCapturedOutput aside;
-        const int full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
-        ::dup2(full, STDOUT_FILENO);
-        ::close(full);
+        const CFullOutput full;
         navigation.ProcessMessages(false);
+        hasRefused = CFullOutput::HasRefused();
     }
-    std::clearerr(stdout);
+    EXPECT_TRUE(hasRefused);
     EXPECT_EQ(1000, calls);
     EXPECT_EQ(7, navigation.EngageSteering());
     navigation.SetImplementWidthCallback(nullptr);
+}
+
+TEST(ProcessFault, AFullStandardOutputKeepsNoPointFromAWayline)
+{
+    std::string points = " 1000";
+    for (int number = 0; number < 3000; ++number) { // more than standard output holds back
+        points += ' ' + std::to_string(static_cast<double>(number));
+    }
+    for (const char* type : {"3", "4"}) {
+        bool hasRefused = false;
+        Kestrove::WaylinePtr wayline;
+        {
+            const CFullOutput full;
+            wayline = Kestrove::CWayline::FromString(type + points);
+            hasRefused = CFullOutput::HasRefused();
+        }
+        EXPECT_TRUE(hasRefused) << type;
+        ASSERT_NE(nullptr, wayline.Get()) << type;
+        EXPECT_EQ(type + points, wayline->ToString()) << type;
+    }
 }

@@ -89,27 +89,33 @@ std::vector<CFault> LostReplies()
     const auto whole = [](const CRawMessage& call) { return ReplyTo(call); };
     return {
         CFault("CutAfterEveryByte", Each(0, kLastCut, CutAndClose))
+            .EndsTheConnection()
             .Fails(ELinkError::Closed)
             .ThenWorksOnConnection(2),
         CFault("ResetAfterEveryByte", Each(0, kLastCut, CutAndReset))
+            .EndsTheConnection()
             .Fails(ELinkError::Closed)
             .ThenWorksOnConnection(2),
         CFault("StalledAfterEveryByte", Each(1, kLastCut, CutAndStall))
             .WithTimeout(20)
             .Fails(ELinkError::TimedOut)
-            .ThenWorksOnConnection(2),
-        CFault("CompleteThenClosed", Scripts::SendAndClose(whole)).Succeeds(),
-        CFault("CompleteThenReset", Scripts::SendAndReset(whole)).Succeeds(),
+            .ThenWorksOnConnection(2)
+            .NotificationsStayOnConnection(1),
+        CFault("CompleteThenClosed", Scripts::SendAndClose(whole)).EndsTheConnection().Succeeds(),
+        CFault("CompleteThenReset", Scripts::SendAndReset(whole)).EndsTheConnection().Succeeds(),
         CFault("Never", Scripts::Send(nothing))
+            .SaysNothingToNotifications()
             .Fails(ELinkError::TimedOut)
             .ThenWorksOnConnection(1),
         CFault("AfterTheTimeout", AnswerLate).Fails(ELinkError::TimedOut).ThenWorksOnConnection(1),
         CFault("AfterTheTimeoutWithTheNextOne", AnswerLateTogether)
+            .SaysNothingToNotifications()
             .Fails(ELinkError::TimedOut)
             .ThenWorksOnConnection(1),
         CFault("AByteAtATimeBeyondTheTimeout", Scripts::Trickle(whole, 20))
             .Fails(ELinkError::TimedOut)
-            .ThenWorksOnConnection(2),
+            .ThenWorksOnConnection(2)
+            .NotificationsStayOnConnection(1),
     };
 }
 
@@ -164,7 +170,7 @@ std::vector<CFault> OddReplies()
             .ThenWorksOnConnection(1),
         CFault("Nil", AnswerWith("\xc0")).Fails(ELinkError::NoValue).ThenWorksOnConnection(1),
         CFault("OfTheWrongType", EachOf(wrongTypes, AnswerWith)).Fails().ThenWorksOnConnection(1),
-        CFault("AText", AnswerWith("\xa1x")).GivesAnything().ThenWorksOnConnection(1),
+        CFault("AText", AnswerWith("\xa1x")).Gives(0.0).ThenWorksOnConnection(1),
     };
 }
 

@@ -30,6 +30,16 @@ bool Fails(ESystemCall call)
     return t_watch != nullptr && t_watch->Fails(call);
 }
 
+/// The result of a call that waits.
+template <typename Result>
+Result Noted(Result result)
+{
+    if (result < 0 && errno == EINTR && t_watch != nullptr) {
+        t_watch->NoteInterruption();
+    }
+    return result;
+}
+
 time_t Jump()
 {
     return g_jumps && ++g_readings % 2 == 1 ? kSecondsADay : 0;
@@ -79,6 +89,12 @@ int CSystemCallWatch::AttemptsPerAddress() const
     return most;
 }
 
+void CSystemCallWatch::BeginMessage()
+{
+    m_attempts.clear();
+    m_sent.clear();
+}
+
 CJumpingWallClock::CJumpingWallClock()
 {
     g_jumps = true;
@@ -102,11 +118,11 @@ __attribute__((visibility("default"))) int connect(int descriptor, const sockadd
                                                    socklen_t length)
 {
     static auto* const system = Next<int(int, const sockaddr*, socklen_t)>("connect");
-    if (Fails(ESystemCall::Connect)) {
-        return -1;
-    }
     if (t_watch != nullptr) {
         t_watch->NoteAttempt(address->sa_family);
+    }
+    if (Fails(ESystemCall::Connect)) {
+        return -1;
     }
     return system(descriptor, address, length);
 }
@@ -129,7 +145,7 @@ __attribute__((visibility("default"))) ssize_t recv(int descriptor, void* bytes,
                                                     int flags)
 {
     static auto* const system = Next<ssize_t(int, void*, std::size_t, int)>("recv");
-    return Fails(ESystemCall::Recv) ? -1 : system(descriptor, bytes, size, flags);
+    return Fails(ESystemCall::Recv) ? -1 : Noted(system(descriptor, bytes, size, flags));
 }
 
 __attribute__((visibility("default"))) ssize_t
@@ -141,7 +157,7 @@ __recv_chk(int descriptor, void* bytes, std::size_t size, std::size_t /*room*/, 
 __attribute__((visibility("default"))) int poll(pollfd* entries, nfds_t count, int timeout)
 {
     static auto* const system = Next<int(pollfd*, nfds_t, int)>("poll");
-    return Fails(ESystemCall::Poll) ? -1 : system(entries, count, timeout);
+    return Fails(ESystemCall::Poll) ? -1 : Noted(system(entries, count, timeout));
 }
 
 __attribute__((visibility("default"))) int __poll_chk(pollfd* entries, nfds_t count, int timeout,

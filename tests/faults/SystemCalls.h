@@ -35,18 +35,24 @@ public:
     int AttemptsPerAddress() const;
     /// What was handed to the system for sending, without what it did not take.
     const std::string& Sent() const { return m_sent; }
+    /// How many calls that wait were ended by a signal.
+    int Interruptions() const { return m_interruptions; }
+    /// Begins anew with what was attempted and sent; the calls are counted on.
+    void BeginMessage();
 
     // For the system calls themselves.
     static CSystemCallWatch* OfThisThread();
     /// Counts a call. True when it is to fail; errno is set then.
     bool Fails(ESystemCall call);
     void NoteAttempt(int family) { ++m_attempts[family]; }
+    void NoteInterruption() { ++m_interruptions; }
     void NoteSent(const char* bytes, std::size_t count) { m_sent.append(bytes, count); }
 
 private:
     std::array<int, 5> m_counts = {};
     std::map<int, int> m_attempts;
     std::string m_sent;
+    int m_interruptions = 0;
     ESystemCall m_failing = ESystemCall::Socket;
     int m_failingAt = 0;
     int m_error = 0;
