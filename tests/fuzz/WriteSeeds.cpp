@@ -12,6 +12,7 @@
 #include <iostream>
 #include <limits>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -143,6 +144,9 @@ const Call kRequests[] = {
     {"GetVelocitySetPoint", ""},
     {"GetCurveFilterSize", "1"},
     {"why_not_engaged", ""},
+    {"start_wayline", "-1"},
+    {"SetImplementWidth", "1 -1e308"},
+    {"SetFieldOffset", "1 text"},
     {"no_such_operation", "- text 1.0"},
 };
 
@@ -166,19 +170,34 @@ const Call kNotifications[] = {
 
 const Call kEvents[] = {
     {"cb_engage_status", "1 0 1 0 1"},
+    {"cb_engage_status", "1 0 1 0"},
+    {"cb_engage_status", "1 0 1 0 1 1"},
     {"cb_wayline_status", "1 0 1 4"},
     {"cb_wayline_status", "1 0 1 4 0.5"},
+    {"cb_wayline_status", "1 0 1 -4 0.5 more"},
     {"cb_guidance_status", "2 0.03 0.01 0.002"},
+    {"cb_guidance_status", "- - - -"},
+    {"cb_guidance_status", "2 0.03"},
     {"cb_draw_points", "2 1.0 2.0 3.0 4.0"},
+    {"cb_draw_points", "2 1.0 2.0 3.0"},
+    {"cb_draw_points", "1 text -"},
     {"cb_draw_points", "-1 1.0 2.0"},
+    {"cb_draw_points", "-2147483648 1.0 2.0"},
+    {"cb_draw_points", "2147483647 1.0 2.0 3.0 4.0"},
+    {"cb_draw_points", "2147483647"},
     {"cb_draw_points", "0"},
     {"cb_draw_points", ""},
     {"cb_relative_position", "0.5 1.5 0.1"},
+    {"cb_relative_position", "0.5"},
     {"cb_tuning_parameter_changed", "3 50.0"},
+    {"cb_tuning_parameter_changed", "2147483648 1e308"},
     {"cb_implement_width_changed", "6.0"},
     {"cb_offsets", "0.25"},
     {"cb_offsets", "text"},
     {"cb_offsets", "-"},
+    {"cb_offsets", ""},
+    {"cb_offsets", "1e308 2.0"},
+    {"cb_of_no_such_name", "1"},
 };
 
 const char* const kValues[] = {
@@ -298,14 +317,17 @@ std::vector<Seed> Waylines()
     return seeds;
 }
 
+/// Leaves out a seed that says the same as one before it.
 void Write(const std::filesystem::path& directory, const std::vector<Seed>& seeds)
 {
     std::filesystem::create_directories(directory);
+    std::set<std::string> written;
     for (const Seed& seed : seeds) {
-        std::ofstream file(directory / seed.name, std::ios::binary);
-        file << seed.bytes;
+        if (written.insert(seed.bytes).second) {
+            std::ofstream(directory / seed.name, std::ios::binary) << seed.bytes;
+        }
     }
-    std::cout << directory.string() << ": " << seeds.size() << " seeds\n";
+    std::cout << directory.string() << ": " << written.size() << " seeds\n";
 }
 
 } // namespace
