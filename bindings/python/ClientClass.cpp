@@ -8,6 +8,7 @@
 #include "bindings/python/Client.h"
 #include "bindings/python/Collection.h"
 #include "bindings/python/Operations.h"
+#include "bindings/python/Waiting.h"
 
 namespace py = pybind11;
 
@@ -129,13 +130,10 @@ void DefineEvents(py::class_<CClient>& client)
             "are called meanwhile.",
             py::arg("timeout") = py::none())
         .def(
-            "process_messages",
-            [](CClient& self, bool wait) {
-                return self.Call([=](CNavigationAPI& api) { return api.ProcessMessages(wait); });
-            },
+            "process_messages", &ProcessMessages,
             "Delivers the events that have arrived, having waited for one up to the time-out if so "
-            "wished, and tells whether there was one. What a callable raises passes through; the "
-            "events behind it stay.",
+            "wished, and tells whether there was one. What a callable or a signal handler raises "
+            "passes through; the events behind it stay. Other threads may call meanwhile.",
             py::arg("wait") = false)
         .def(
             "check_callbacks",
@@ -155,7 +153,8 @@ void DefineConnection(py::class_<CClient>& client)
 {
     client
         .def_property("timeout", &TimeoutSeconds, &SetTimeoutSeconds,
-                      "How long a call waits, in seconds; None for no limit. 2.0 unless set.")
+                      "How long a call waits, in seconds; None for no limit. 2.0 unless set. An "
+                      "operation cannot be interrupted while it waits; process_messages() can.")
         .def_property_readonly("last_error", &LastError,
                                "The LinkError of the last call; None when it did not fail.")
         .def("raise_for_error", &RaiseForError,

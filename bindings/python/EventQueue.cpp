@@ -1,12 +1,10 @@
 #include "bindings/python/EventQueue.h"
 
-#include <algorithm>
 #include <utility>
-
-#include <poll.h>
 
 #include "bindings/python/Client.h"
 #include "bindings/python/Collection.h"
+#include "bindings/python/Waiting.h"
 
 namespace py = pybind11;
 
@@ -14,35 +12,8 @@ namespace Kestrove::Python {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Seconds = std::chrono::duration<double>;
 
 constexpr std::size_t kMostEvents = 4096;
-// Events that another thread's call takes in make no descriptor readable: they are looked for.
-constexpr Seconds kLongestWait{0.1};
-
-/// Delivers what has arrived.
-///
-/// @return the descriptor to wait for; -1 for none.
-int DeliverEvents(CClient& client)
-{
-    return client.Call([](CNavigationAPI& api) {
-        api.CheckCallbacks();
-        return api.Descriptor();
-    });
-}
-
-void WaitForInput(int descriptor, Seconds atMost)
-{
-    const int milliseconds = static_cast<int>(std::min(atMost, kLongestWait).count() * 1000.0) + 1;
-    {
-        const py::gil_scoped_release withoutGil;
-        pollfd wait = {descriptor, POLLIN, 0};
-        poll(&wait, 1, milliseconds);
-    }
-    if (PyErr_CheckSignals() != 0) {
-        throw py::error_already_set();
-    }
-}
 
 } // namespace
 
@@ -68,7 +39,7 @@ py::object CEventIterator::Next()
     const std::shared_ptr<CEventQueue> queue = m_queue;
     const auto start = Clock::now();
     while (client && !m_ended && queue->events.empty()) {
-        const int descriptor = DeliverEvents(client.cast<CClient&>());
+        const Delivery delivery = DeliverEvents(client.cast<CClient&>());
         if (!queue->events.empty()) {
             break;
         }
@@ -77,7 +48,7 @@ py::object CEventIterator::Next()
         if (left <= Seconds::zero()) {
             m_ended = true;
         } else {
-            WaitForInput(descriptor, left);
+            WaitForInput(delivery.descriptor, left);
         }
     }
     if (queue->events.empty()) {
@@ -101,11 +72,14 @@ void CEventIterator::DropListeners()
 
 void DefineEventIterator(py::module_& module)
 {
-    py::class_<CEventIterator>(module, "EventIterator", TakesPartInCollection<CEventIterator>(),
-                               "The events of a client as they come; see "
-                               "NavigationClient.events().")
-        .def("__iter__", [](py::object iterator) { return iterator; })
+    py::class_<CEventIterator> iterator(
+        module, "EventIterator", TakesPartInCollection<CEventIterator>(),
+        "The events of a client as they come; see NavigationClient.events().");
+    iterator.def("__iter__", [](py::object self) { return self; })
         .def("__next__", &CEventIterator::Next);
+    // Annotations name the kind of events: EventIterator[GuidanceStatus].
+    const py::object alias = py::module_::import("types").attr("GenericAlias");
+    iterator.attr("__class_getitem__") = py::module_::import("builtins").attr("classmethod")(alias);
 }
 
 } // namespace Kestrove::Python

@@ -2,6 +2,7 @@ from types import TracebackType
 from typing import (
     Any,
     Callable,
+    Generic,
     Iterable,
     Iterator,
     List,
@@ -14,15 +15,36 @@ from typing import (
 )
 
 from ._values import (
+    DrawPoints,
+    EngageStatus,
+    GuidanceStatus,
+    ImplementWidth,
     LinkError,
     NudgeReply,
+    Offset,
+    RelativePosition,
     TuningLimits,
     TuningParameter,
+    TuningParameterChange,
     Vector2,
     Vector3,
+    WaylineStatus,
     WaylineType,
 )
 
+_AnyEvent = Union[
+    DrawPoints,
+    EngageStatus,
+    GuidanceStatus,
+    ImplementWidth,
+    Offset,
+    RelativePosition,
+    TuningParameterChange,
+    WaylineStatus,
+]
+_Event = TypeVar("_Event", bound=_AnyEvent)
+_Other = TypeVar("_Other", bound=_AnyEvent)
+_Given = TypeVar("_Given", covariant=True)
 _Client = TypeVar("_Client", bound="NavigationClient")
 _EngageStatus = TypeVar(
     "_EngageStatus", bound=Optional[Callable[[bool, bool, bool, bool, bool], object]])
@@ -42,6 +64,11 @@ _Point = Union[Vector3, Sequence[float]]
 # Points come as a numpy.ndarray of shape (n, 3) where there is NumPy, else as a list of Vector3.
 _Points = Any
 
+# Is a Vector3 when read, and takes any point when set.
+class _PointAttribute:
+    def __get__(self, instance: object, owner: Any = None) -> Vector3: ...
+    def __set__(self, instance: object, value: _Point) -> None: ...
+
 class Wayline:
     @property
     def type(self) -> WaylineType: ...
@@ -59,15 +86,15 @@ class EmptyWayline(Wayline):
     def __init__(self) -> None: ...
 
 class AbWayline(Wayline):
-    point_a: _Point
-    point_b: _Point
+    point_a: _PointAttribute
+    point_b: _PointAttribute
     @overload
     def __init__(self) -> None: ...
     @overload
     def __init__(self, point_a: _Point, point_b: _Point) -> None: ...
 
 class AHeadingWayline(Wayline):
-    point_a: _Point
+    point_a: _PointAttribute
     heading: float
     @overload
     def __init__(self) -> None: ...
@@ -75,9 +102,9 @@ class AHeadingWayline(Wayline):
     def __init__(self, point_a: _Point, heading: float) -> None: ...
 
 class CircleWayline(Wayline):
-    first_point: _Point
-    second_point: _Point
-    third_point: _Point
+    first_point: _PointAttribute
+    second_point: _PointAttribute
+    third_point: _PointAttribute
     @overload
     def __init__(self) -> None: ...
     @overload
@@ -103,9 +130,9 @@ class PathWayline(Wayline):
 class ReplayWayline(Wayline):
     def __init__(self) -> None: ...
 
-class EventIterator(Iterator[Any]):
-    def __iter__(self) -> EventIterator: ...
-    def __next__(self) -> Any: ...
+class EventIterator(Iterator[_Given], Generic[_Given]):
+    def __iter__(self) -> EventIterator[_Given]: ...
+    def __next__(self) -> _Given: ...
 
 class NavigationClient:
     def __init__(self) -> None: ...
@@ -243,7 +270,18 @@ class NavigationClient:
     def on_tuning_parameter_changed(self, callable: _TuningParameter) -> _TuningParameter: ...
     def on_relative_position(self, callable: _RelativePosition) -> _RelativePosition: ...
     def on_draw_points(self, callable: _DrawPoints) -> _DrawPoints: ...
-    def events(self, *kinds: Type[Any], timeout: Optional[float] = None) -> EventIterator: ...
+    @overload
+    def events(
+        self, kind: Type[_Event], /, *, timeout: Optional[float] = None
+    ) -> EventIterator[_Event]: ...
+    @overload
+    def events(
+        self, kind: Type[_Event], other: Type[_Other], /, *, timeout: Optional[float] = None
+    ) -> EventIterator[Union[_Event, _Other]]: ...
+    @overload
+    def events(
+        self, *kinds: Type[_AnyEvent], timeout: Optional[float] = None
+    ) -> EventIterator[_AnyEvent]: ...
     def process_messages(self, wait: bool = False) -> bool: ...
     def check_callbacks(self) -> int: ...
     @property

@@ -1,7 +1,7 @@
 """The plain values that operations and events carry."""
 
 import enum
-from typing import Any, NamedTuple, Optional, Union
+from typing import Any, NamedTuple, Optional, Type, TypeVar, Union
 
 
 class WaylineType(enum.IntEnum):
@@ -178,7 +178,10 @@ class DrawPoints(NamedTuple):
     Vector2."""
 
 
-def named_code(codes, value):
+_Code = TypeVar("_Code", bound=enum.IntEnum)
+
+
+def named_code(codes: Type[_Code], value: int) -> Union[_Code, int]:
     """The member of an enumeration for a code from the service, or the code itself."""
     try:
         return codes(value)

@@ -4,6 +4,7 @@ import contextlib
 import os
 import signal
 import threading
+import time
 import unittest
 
 import kestrove_navigation as navigation
@@ -172,10 +173,62 @@ class Iteration(unittest.TestCase):
             self.assertEqual((904.0,), next(events))
             self.assertEqual(0, client.dropped_events)
 
+    def test_can_be_named_in_annotations(self):
+        annotation = navigation.EventIterator[navigation.Offset]
+        self.assertIs(navigation.EventIterator, annotation.__origin__)
+
     def test_refuses_what_is_no_kind_or_no_time(self):
         client = NavigationClient()
         self.assertRaises(TypeError, client.events, int)
         self.assertRaises(ValueError, client.events, timeout=-1)
+
+
+class Waiting(unittest.TestCase):
+    def test_is_interrupted_by_a_signal_handler_that_raises(self):
+        with ScriptedPeer(), NavigationClient() as client:
+            client.timeout = None
+            timer = threading.Timer(0.1, os.kill, (os.getpid(), signal.SIGINT))
+            timer.start()
+            with self.assertRaises(KeyboardInterrupt):
+                client.process_messages(wait=True)
+            timer.join()
+
+    def test_goes_on_after_a_signal_handler_that_does_not_raise(self):
+        handled = []
+        kept = signal.signal(signal.SIGUSR1, lambda *_: handled.append(True))
+        self.addCleanup(signal.signal, signal.SIGUSR1, kept)
+        with ScriptedPeer() as peer, NavigationClient() as client:
+            client.on_offset(lambda _: None)
+            while peer.message() != [2, "subscribe", ["cb_offsets"]]:
+                pass
+
+            def signal_and_push():
+                os.kill(os.getpid(), signal.SIGUSR1)
+                peer.push_again("cb_offsets", 0.5)
+            timer = threading.Timer(0.1, signal_and_push)
+            timer.start()
+            self.assertTrue(client.process_messages(wait=True))
+            timer.join()
+        self.assertEqual([True], handled)
+
+    def test_ends_with_the_time_out(self):
+        with ScriptedPeer(), NavigationClient() as client:
+            client.timeout = 0.25
+            start = time.monotonic()
+            self.assertFalse(client.process_messages(wait=True))
+            self.assertGreaterEqual(time.monotonic() - start, 0.25)
+
+    def test_leaves_the_client_to_other_threads(self):
+        with ScriptedPeer() as peer, NavigationClient() as client:
+            client.timeout = None
+            client.on_offset(lambda _: None)
+            waiter = threading.Thread(target=client.process_messages, args=(True,))
+            waiter.start()
+            peer.replies.put(6.0)
+            self.assertEqual(6.0, client.get_implement_width())
+            self.assertTrue(waiter.is_alive())
+            peer.push("cb_offsets", 0.5)
+            waiter.join()
 
 
 class TraceLines(unittest.TestCase):

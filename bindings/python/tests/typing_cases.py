@@ -1,0 +1,72 @@
+"""What a type checker must make of the package: read by typing_test.py, never run.
+
+Where a use is wrong, the checker must say so; it complains of an ignored complaint that it has not.
+"""
+
+from typing import Any, Optional, Union, assert_type
+
+from kestrove_navigation import (
+    AbWayline,
+    CircleWayline,
+    DrawPoints,
+    EngageStatus,
+    EventIterator,
+    GuidanceStatus,
+    LinkError,
+    NavigationClient,
+    NudgeReply,
+    Offset,
+    SplineWayline,
+    TuningLimits,
+    Vector3,
+    Wayline,
+    WaylineType,
+)
+
+
+def points_are_read_as_vectors(line: AbWayline, circle: CircleWayline) -> None:
+    assert_type(line.point_a, Vector3)
+    assert_type(line.point_a.x, float)
+    assert_type(circle.third_point, Vector3)
+    line.point_b = (1.0, 2.0, 3.0)
+    line.point_b = Vector3(1.0, 2.0, 3.0)
+    line.point_b = "north"  # type: ignore[assignment]
+
+
+def operations_tell_what_they_return(client: NavigationClient) -> None:
+    assert_type(client.engage_steering(), int)
+    assert_type(client.get_wayline(), Optional[Wayline])
+    assert_type(client.nudge(True, 0.1), NudgeReply)
+    assert_type(client.get_tuning_limits(2), Optional[TuningLimits])
+    assert_type(client.last_error, Optional[LinkError])
+    assert_type(AbWayline().type, WaylineType)
+    assert_type(SplineWayline().points, Any)
+    client.set_wayline(None)  # type: ignore[arg-type]
+    client.nudge(True)  # type: ignore[call-arg]
+
+
+def an_iteration_gives_the_events_that_were_asked_for(client: NavigationClient) -> None:
+    for event in client.events(GuidanceStatus, timeout=1.0):
+        assert_type(event, GuidanceStatus)
+    for either in client.events(Offset, EngageStatus):
+        assert_type(either, Union[Offset, EngageStatus])
+    for any_event in client.events():
+        if isinstance(any_event, DrawPoints):
+            assert_type(any_event.points, Any)
+        any_event.shift  # type: ignore[union-attr]
+    kept: EventIterator[Offset] = client.events(Offset)
+    assert_type(next(kept).shift, float)
+    client.events(int)  # type: ignore[type-var]
+
+
+def callables_take_the_values_of_their_event(client: NavigationClient) -> None:
+    @client.on_offset
+    def shifted(shift: float) -> None:
+        print(shift)
+
+    shifted(0.5)
+    client.on_offset(None)
+
+    @client.on_guidance_status  # type: ignore[type-var]
+    def too_few(pass_number: int) -> None:
+        print(pass_number)
