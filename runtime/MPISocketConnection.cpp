@@ -24,8 +24,8 @@ void MPISocketConnectionC::Destroy()
 
 int MPISocketConnectionC::DoCallback(const std::string& name, BListC* payload)
 {
-    const auto found = m_messages->callbacks.find(name);
-    if (found == m_messages->callbacks.end()) {
+    const MessageStateC::Registration* const found = m_messages->FindRegistration(name);
+    if (found == nullptr) {
         return 0;
     }
     const std::shared_ptr<MPICallbackBase> callback = found->second;
@@ -62,8 +62,9 @@ int MPISocketConnectionC::CheckCallbacks()
     int delivered = 0;
     // Those that are there now: what arrives while callbacks run waits for the next time.
     for (std::size_t left = events.Size(); left > 0 && events.Size() > 0; --left) {
-        const EventC event = events.Pop();
+        EventC event = events.Pop();
         DoClientCallback(*event.name, event.payload.get());
+        events.Recycle(std::move(event));
         ++delivered;
     }
     return delivered;

@@ -30,8 +30,9 @@ struct MessageC
 /// Cuts a stream of bytes into messages and builds their values straight from the parser.
 ///
 /// Takes the bytes in any portions. Refuses what is no message and what exceeds a limit: 32 MiB and
-/// 4 194 304 elements a message, 64 levels of nesting. Never allocates more than what has arrived
-/// justifies. After a refusal the stream has no known state and the connection must be closed.
+/// 4 194 304 elements a message, 64 levels of nesting. Makes room for what has arrived and for up
+/// to four times as many numbers, never for what is announced alone. After a refusal the stream has
+/// no known state and the connection must be closed.
 class MessageDecoderC
 {
 public:

@@ -151,9 +151,9 @@ void MessageStateC::Sort(MessageC& message)
         TakeReply(message);
         break;
     case MessageC::EKind::Notification:
-        if (const auto found = callbacks.find(message.method); found != callbacks.end()) {
+        if (const Registration* const found = FindRegistration(message.method)) {
             const std::size_t memory = message.memory + message.method.size() + kEventBytes;
-            events.Push({&found->first, std::move(message.arguments), memory});
+            events.Push(found->first, message.arguments, memory);
         }
         break;
     case MessageC::EKind::Request:
@@ -162,6 +162,19 @@ void MessageStateC::Sort(MessageC& message)
         }
         break;
     }
+}
+
+const MessageStateC::Registration* MessageStateC::FindRegistration(const std::string& name)
+{
+    if (m_lastFound != nullptr && (&m_lastFound->first == &name || m_lastFound->first == name)) {
+        return m_lastFound;
+    }
+    const auto found = callbacks.find(name);
+    if (found == callbacks.end()) {
+        return nullptr;
+    }
+    m_lastFound = &*found;
+    return m_lastFound;
 }
 
 void MessageStateC::TakeReply(MessageC& message)

@@ -7,6 +7,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/BEncoder.h"
@@ -56,6 +57,10 @@ struct MessageStateC
     void AttendExtraReader();
     /// Makes a short attempt to reopen a lost connection, unless the last was less than 500 ms ago.
     void ReopenPaced();
+    using Registration = std::pair<const std::string, std::shared_ptr<MPICallbackBase>>;
+    /// The registration of an event; null where there is none. Most events follow one of their own
+    /// kind, so that the last answer is looked at first.
+    const Registration* FindRegistration(const std::string& name);
 
     bool IsUp() const { return connection.m_connected || connection.m_accepted; }
     SocketStateC& SocketState() { return *connection.m_socket; }
@@ -105,6 +110,7 @@ private:
     MessageDecoderC m_decoder;
     unsigned long m_decodedConnection = 0; // whose bytes the decoder holds
     Awaited* m_awaited = nullptr;
+    const Registration* m_lastFound = nullptr; // registrations stay, in their places
     std::vector<std::unique_ptr<BDictionaryC>> m_requests;
     bool m_isSending = false;
     std::chrono::steady_clock::time_point m_nextReopening;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <string_view>
 #include <utility>
 
 #include "platform/BEncoder.h"
@@ -12,6 +13,7 @@
 namespace {
 
 constexpr std::size_t kSlotBytes = 16;
+constexpr std::size_t kMostKeptSlots = 64;
 
 /// Reads bytes one after another; once they do not suffice, it has failed for good.
 class CReader
@@ -70,6 +72,14 @@ std::uint64_t MessageNumber(CReader& reader)
     }
 }
 
+/// Most messages have the name of the one before, and comparing is faster than copying.
+void SetName(std::string& name, std::string_view wanted)
+{
+    if (name != wanted) {
+        name = wanted;
+    }
+}
+
 void Method(CReader& reader, std::string& method)
 {
     const unsigned kind = reader.Byte();
@@ -80,7 +90,7 @@ void Method(CReader& reader, std::string& method)
         reader.Fail();
     }
     if (const char* const text = reader.Bytes(length)) {
-        method.assign(text, length);
+        SetName(method, {text, length});
     }
 }
 
@@ -125,6 +135,33 @@ void Front(CReader& reader, MessageC& message)
 constexpr std::size_t kFloat64Bytes = 9;
 constexpr char kFloat64 = '\xcb';
 
+/// A run this short is appended one by one.
+constexpr std::size_t kShortRun = 8;
+/// How many slots of a longer one are made at a time: few enough to stay in the nearest cache.
+constexpr std::size_t kPortion = 64;
+/// By how much a list grows that arrives in pieces: each time what it has is moved.
+constexpr std::size_t kGrowth = 4;
+
+/// Makes room for `count` numbers that may have arrived; `most` are announced.
+void MakeRoom(BListC& list, std::size_t count, std::size_t most)
+{
+    const std::size_t size = BListAccessC::SlotsOf(list).size();
+    if (BListAccessC::SlotsOf(list).capacity() - size < count) {
+        const std::size_t room = std::max(size + count, std::min(size + most, kGrowth * size));
+        list.Reserve(static_cast<int>(room));
+    }
+}
+
+/// How many floating-point numbers stand in a row, the first of which is known; at most `most`.
+std::size_t RunOfDoubles(const char* bytes, std::size_t most)
+{
+    std::size_t run = 1;
+    while (run < most && bytes[run * kFloat64Bytes] == kFloat64) {
+        ++run;
+    }
+    return run;
+}
+
 /// Appends the floating-point numbers that stand in a row, at most `most`.
 ///
 /// @return how many they are.
@@ -132,8 +169,21 @@ std::size_t TakeDoubles(BListC& list, const char* bytes, std::size_t size, std::
 {
     const std::size_t whole = std::min(most, size / kFloat64Bytes);
     std::size_t count = 0;
-    for (; count < whole && *bytes == kFloat64; ++count, bytes += kFloat64Bytes) {
-        BListAccessC::AddDouble(list, BigEndian::LoadDouble(bytes + 1));
+    if (whole < kShortRun) {
+        for (; count < whole && *bytes == kFloat64; ++count, bytes += kFloat64Bytes) {
+            BListAccessC::AddDouble(list, BigEndian::LoadDouble(bytes + 1));
+        }
+        return count;
+    }
+    MakeRoom(list, whole, most);
+    while (count < whole && *bytes == kFloat64) {
+        const std::size_t run = RunOfDoubles(bytes, std::min(whole - count, kPortion));
+        BListAccessC::Slot* const slots = BListAccessC::Extend(list, run);
+        for (std::size_t i = 0; i < run; ++i, bytes += kFloat64Bytes) {
+            slots[i].number = BigEndian::LoadDouble(bytes + 1);
+            slots[i].type = EBElementType::Double;
+        }
+        count += run;
     }
     return count;
 }
@@ -163,6 +213,13 @@ std::size_t TakeInteger(BListC& list, const char* bytes, std::size_t size)
     return 0;
 }
 
+/// A list that nobody has taken, and whose memory is no burden.
+bool IsWorthKeeping(const BListC* list)
+{
+    return list != nullptr && BListAccessC::IsPlain(*list) &&
+           BListAccessC::SlotsOf(*list).capacity() <= kMostKeptSlots;
+}
+
 } // namespace
 
 std::size_t NumberMessageC::Begin(const char* bytes, std::size_t size)
@@ -173,9 +230,9 @@ std::size_t NumberMessageC::Begin(const char* bytes, std::size_t size)
     if (reader.HasFailed() || count > MessageBuilderC::kMostElements) {
         return 0;
     }
-    m_list = std::make_unique<BListC>(nullptr);
+    m_list = m_spare != nullptr ? std::move(m_spare) : std::make_unique<BListC>(nullptr);
     // No more room ahead than what has arrived justifies.
-    m_list->Reserve(static_cast<int>(std::min(count, size)));
+    MakeRoom(*m_list, std::min(count, size), 0);
     m_left = count;
     m_message.memory = 0;
     return reader.Taken();
@@ -216,10 +273,17 @@ NumberMessageC::EResult NumberMessageC::Take(const char* bytes, std::size_t size
 
 void NumberMessageC::GiveTo(MessageC& message)
 {
-    std::swap(message, m_message);
-    m_message.arguments.reset();
-    m_message.error.reset();
-    m_message.result.reset();
+    if (IsWorthKeeping(message.arguments.get())) {
+        BListAccessC::Clear(*message.arguments);
+        m_spare = std::move(message.arguments);
+    }
+    message.kind = m_message.kind;
+    message.id = m_message.id;
+    SetName(message.method, m_message.method);
+    message.arguments = std::move(m_message.arguments);
+    message.error.reset();
+    message.result = std::move(m_message.result);
+    message.memory = m_message.memory;
 }
 
 std::unique_ptr<BListC> NumberMessageC::HandOver(std::string& front)

@@ -29,7 +29,7 @@ public:
     void Reset() { m_list.reset(); }
 
     /// Gives the message that has been decoded, in place of what `message` held, whose memory
-    /// serves the next.
+    /// serves the next, the list of its arguments included.
     void GiveTo(MessageC& message);
 
     /// Reads the front of a message, up to its list's first element.
@@ -53,7 +53,8 @@ public:
 private:
     MessageC m_message;
     std::unique_ptr<BListC> m_list;
-    std::size_t m_left = 0; // elements that the list still lacks
+    std::unique_ptr<BListC> m_spare; // what the next list may be made of
+    std::size_t m_left = 0;          // elements that the list still lacks
 };
 
 #endif

@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include "platform/MPISocketClient.h"
-#include "runtime/EventQueue.h"
 #include "tests/runtime/ConnectionCalls.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/RawPeer.h"
@@ -185,16 +184,4 @@ TEST(ConnectionRobustness, WorksOnWhenAHookThrows)
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
     EXPECT_THROW(Call(client, "a"), std::runtime_error);
     EXPECT_EQ(7, Call(client, "a"));
-}
-
-TEST(EventQueue, DropsAnEventThatExceedsTheLimitAlone)
-{
-    const std::string large = "large";
-    const std::string small = "small";
-    EventQueueC queue;
-    queue.Push({&large, nullptr, EventQueueC::kMostMemory + 1});
-    EXPECT_EQ(0U, queue.Size());
-    EXPECT_EQ(1U, queue.Dropped());
-    queue.Push({&small, nullptr, EventQueueC::kMostMemory});
-    EXPECT_EQ("small", *queue.Pop().name);
 }
