@@ -1,0 +1,144 @@
+// The two charts of the last minute.
+import { fitted, font, palette } from "./palette.js";
+import { bandMetres } from "./guidance.js";
+import { degrees } from "./geometry.js";
+
+const shownSeconds = 60;
+const errorScales = [0.05, 0.1, 0.25, 0.5, 1, 2, 5, 10, 50, 1000]; // metres
+const angleScales = [5, 10, 20, 40]; // degrees
+
+/** The samples of the last minute. */
+export class History {
+  constructor() {
+    this.samples = [];
+  }
+
+  add(state) {
+    const last = this.samples[this.samples.length - 1];
+    if (last && state.time < last.time) this.samples = []; // another run of the simulation
+    this.samples.push({
+      time: state.time,
+      error: state.cross_track_error,
+      actual: degrees(state.steering_angle),
+      desired: degrees(state.desired_steering_angle),
+    });
+    while (this.samples[0].time < state.time - shownSeconds) this.samples.shift();
+  }
+
+  /** The part of the samples with a line that lie within the band; null without any. */
+  partInBand() {
+    const errors = this.samples.map(({ error }) => error).filter((error) => error !== null);
+    if (errors.length === 0) return null;
+    return errors.filter((error) => Math.abs(error) <= bandMetres).length / errors.length;
+  }
+}
+
+/** The smallest scale that holds all values. */
+export function scaleFor(values, scales) {
+  const most = values.reduce((greatest, value) => Math.max(greatest, Math.abs(value ?? 0)), 0);
+  return scales.find((scale) => scale >= most) ?? scales[scales.length - 1];
+}
+
+function axes(context, chart, texts) {
+  const { left, right, top, middle, bottom } = chart;
+  context.setLineDash([]);
+  context.lineWidth = 1;
+  context.strokeStyle = palette["grid-strong"];
+  context.beginPath();
+  for (const y of [top, middle, bottom]) {
+    context.moveTo(left, Math.round(y) + 0.5);
+    context.lineTo(right, Math.round(y) + 0.5);
+  }
+  context.stroke();
+  context.fillStyle = palette.muted;
+  context.font = font(12, 500);
+  context.textAlign = "right";
+  context.textBaseline = "middle";
+  [top, middle, bottom].forEach((y, i) => context.fillText(texts[i], left - 6, y));
+  context.textBaseline = "bottom";
+  context.textAlign = "left";
+  context.fillText("60 s ago", left, chart.height - 1);
+  context.textAlign = "right";
+  context.fillText("now", right, chart.height - 1);
+}
+
+function curve(context, chart, samples, name, { colour, width, dashes }) {
+  const end = samples[samples.length - 1].time;
+  context.strokeStyle = colour;
+  context.lineWidth = width;
+  context.setLineDash(dashes);
+  context.beginPath();
+  let drawing = false;
+  for (const sample of samples) {
+    const value = sample[name];
+    const x = chart.right - ((end - sample.time) / shownSeconds) * (chart.right - chart.left);
+    if (value !== null) context[drawing ? "lineTo" : "moveTo"](x, chart.y(value));
+    drawing = value !== null;
+  }
+  context.stroke();
+  context.setLineDash([]);
+}
+
+/** The band around the line, hatched so that it does not hang on its colour. */
+function band(context, chart) {
+  const [top, bottom] = [chart.y(bandMetres), chart.y(-bandMetres)];
+  context.save();
+  context.beginPath();
+  context.rect(chart.left, top, chart.right - chart.left, bottom - top);
+  context.clip();
+  context.strokeStyle = palette.band;
+  context.lineWidth = 1;
+  context.beginPath();
+  const slope = bottom - top;
+  for (let x = chart.left - slope; x < chart.right; x += 7) {
+    context.moveTo(x, bottom);
+    context.lineTo(x + slope, top);
+  }
+  context.stroke();
+  context.lineWidth = 3;
+  context.strokeRect(chart.left - 4, top, chart.right - chart.left + 8, slope);
+  context.restore();
+}
+
+function chartOf(canvas, scale) {
+  const { context, width, height } = fitted(canvas);
+  context.clearRect(0, 0, width, height);
+  const chart = { left: 58, right: width - 4, top: 9, bottom: height - 22, height };
+  chart.middle = (chart.top + chart.bottom) / 2;
+  // Up is right: what is right of the line or steers right is drawn above.
+  chart.y = (value) => chart.middle - (value / scale) * (chart.middle - chart.top);
+  return { context, chart };
+}
+
+const clipTo = (context, { left, right, top, bottom }) => {
+  context.beginPath();
+  context.rect(left, top - 2, right - left, bottom - top + 4);
+  context.clip();
+};
+
+/** Draws the cross-track error of the last minute. */
+export function drawErrors(canvas, { samples }) {
+  const scale = scaleFor(samples.map(({ error }) => error), errorScales);
+  const { context, chart } = chartOf(canvas, scale);
+  const text = scale < 2 ? `${scale * 100} cm` : `${scale} m`;
+  band(context, chart);
+  axes(context, chart, [`R ${text}`, "0", `L ${text}`]);
+  if (samples.length === 0) return;
+  context.save();
+  clipTo(context, chart);
+  curve(context, chart, samples, "error", { colour: palette.actual, width: 2.5, dashes: [] });
+  context.restore();
+}
+
+/** Draws the desired and the actual steering angle of the last minute. */
+export function drawSteering(canvas, { samples }) {
+  const scale = scaleFor(samples.flatMap(({ actual, desired }) => [actual, desired]), angleScales);
+  const { context, chart } = chartOf(canvas, scale);
+  axes(context, chart, [`R ${scale}°`, "0", `L ${scale}°`]);
+  if (samples.length === 0) return;
+  context.save();
+  clipTo(context, chart);
+  curve(context, chart, samples, "actual", { colour: palette.actual, width: 2.5, dashes: [] });
+  curve(context, chart, samples, "desired", { colour: palette.desired, width: 2, dashes: [5, 4] });
+  context.restore();
+}

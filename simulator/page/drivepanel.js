@@ -1,0 +1,131 @@
+// Engaging, navigation, nudging, the machine's settings: what the driver does.
+import { command, done } from "./service.js";
+import { drivesAgainst, shiftWords } from "./guidance.js";
+
+const element = (id) => document.getElementById(id);
+
+const marks = { engaged: "●", ready: "○", "not ready": "✕", dropped: "▲" };
+
+/** Says in a place of the page what became of a request; `said` unless it was refused. */
+export async function report(place, request, said) {
+  const tell = (text, bad) => {
+    place.textContent = text;
+    place.classList.toggle("bad", bad);
+  };
+  try {
+    const reply = await request;
+    if (done(reply)) tell(said, false);
+    else tell(`Refused: ${reply.reasons.join("; ") || "the service gives no reason"}`, true);
+    return reply;
+  } catch (error) {
+    tell(`Failed: ${error.message}`, true);
+    return null;
+  }
+}
+
+const tell = (request, said) => report(element("message"), request, said);
+
+/** What the buttons do; the keys do the same. */
+export class DrivePanel {
+  constructor(model) {
+    this.model = model;
+    for (const name of ["engage", "disengage", "start", "stop", "snap", "unnudge"]) {
+      element(name).addEventListener("click", () => this[name]());
+    }
+    element("nudge-left").addEventListener("click", () => this.nudge(-1));
+    element("nudge-right").addEventListener("click", () => this.nudge(1));
+    this.listenToMachine();
+  }
+
+  listenToMachine() {
+    element("machine-form").addEventListener("submit", (event) => {
+      event.preventDefault();
+      this.setMachine();
+    });
+    const conditions = {
+      "low-speed": "set_low_speed_engage_allowed",
+      "reverse-enabled": "set_reverse_engage_enabled",
+      "reverse-allowed": "set_reverse_engage_allowed",
+    };
+    for (const [id, operation] of Object.entries(conditions)) {
+      element(id).addEventListener("change", ({ target }) =>
+        tell(command(operation, target.checked, false), "Condition set."));
+    }
+  }
+
+  engage() { return tell(command("EngageSteering", 1), "Steering is engaged."); }
+
+  disengage() { return tell(command("DisengageSteering", 1), "Steering is yours."); }
+
+  start() {
+    const nearest = element("nearest").checked;
+    return tell(command("StartNavigation", 1, nearest), "Navigation is active.");
+  }
+
+  stop() { return tell(command("StopNavigation", 1), "Navigation is ended."); }
+
+  snap() { return tell(command("AutoSetNudge", 1), "The line is under the machine."); }
+
+  unnudge() { return tell(command("Nudge", 1, 0, 0), "The nudge is 0."); }
+
+  /** Nudges to the driver's right (1) or left (-1), which are the line's the other way round when
+   * the machine looks against it. */
+  nudge(side) {
+    const { state, line } = this.model;
+    const amount = Number(element("nudge-step").value);
+    const against = state !== null && drivesAgainst(state, line?.followed);
+    const name = `${Math.round(amount * 100)} cm to the ${side < 0 ? "left" : "right"}`;
+    return tell(command("Nudge", 1, 1, amount * side * (against ? -1 : 1)), `Nudged ${name}.`);
+  }
+
+  async setMachine() {
+    const [speed, width] = [element("speed").valueAsNumber, element("width").valueAsNumber];
+    document.activeElement.blur?.();
+    await tell(command("SetVelocitySetPoint", speed), `Speed ${speed} m/s.`);
+    if (width !== this.model.settings?.implement_width) {
+      await tell(command("SetImplementWidth", 1, width), `Implement ${width} m wide.`);
+    }
+  }
+
+  /** Shows new settings, but for what is just being typed. */
+  showSettings(settings) {
+    const show = (id, value) => {
+      if (document.activeElement !== element(id)) element(id).value = Number(value.toFixed(3));
+    };
+    show("speed", settings.velocity_set_point);
+    show("width", settings.implement_width);
+    element("low-speed").checked = settings.low_speed_engage_allowed;
+    element("reverse-enabled").checked = settings.reverse_engage_enabled;
+    element("reverse-allowed").checked = settings.reverse_engage_allowed;
+  }
+
+  showState(state) {
+    const name = state.engage_state_name;
+    element("nudge-words").textContent = shiftWords(state.nudge);
+    this.showReasons(state, name);
+    const place = element("engage-state");
+    const text = name + (name === "engaged" ? "" : state.navigating ? ", navigating" : "");
+    if (place.dataset.state === name && place.lastElementChild.textContent === text) return;
+    if (place.dataset.state !== name) {
+      const why = name === "dropped" ? `: ${state.drop_reason}` : "";
+      element("announcer").textContent = `Steering: ${name}${why}`;
+    }
+    place.dataset.state = name;
+    place.firstElementChild.textContent = marks[name] ?? "?";
+    place.lastElementChild.textContent = text;
+  }
+
+  showReasons(state, name) {
+    const reasons = [...state.why_not_engaged];
+    if (name === "dropped") reasons.unshift(`dropped by the service: ${state.drop_reason}`);
+    element("why").hidden = reasons.length === 0;
+    const list = element("why-list");
+    if (list.childElementCount === reasons.length
+      && reasons.every((reason, i) => list.children[i].textContent === reason)) return;
+    list.replaceChildren(...reasons.map((reason) => {
+      const item = document.createElement("li");
+      item.textContent = reason;
+      return item;
+    }));
+  }
+}

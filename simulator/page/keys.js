@@ -1,0 +1,36 @@
+// The keys that act anywhere on the page.
+
+const element = (id) => document.getElementById(id);
+const typing = (target) => target.matches("input:not([type=checkbox], [type=radio], [type=range]), textarea, select");
+
+const switched = () => {
+  try {
+    return localStorage.getItem("single-keys") !== "off";
+  } catch {
+    return true;
+  }
+};
+
+function remember(on) {
+  try {
+    localStorage.setItem("single-keys", on ? "on" : "off");
+  } catch {
+    // The browser keeps nothing: the choice lasts as long as the page.
+  }
+}
+
+/** Lets keys act: `actions` maps a key, in small letters, to what it does. */
+export function listenToKeys(actions) {
+  const toggle = element("keys-on");
+  toggle.checked = switched();
+  toggle.addEventListener("change", () => remember(toggle.checked));
+  document.addEventListener("keydown", (event) => {
+    if (event.defaultPrevented || event.repeat || event.ctrlKey || event.metaKey || event.altKey) return;
+    const name = event.key.toLowerCase();
+    const action = actions[name];
+    if (action === undefined || typing(event.target)) return;
+    if (!toggle.checked && name !== "escape") return;
+    event.preventDefault();
+    action();
+  });
+}

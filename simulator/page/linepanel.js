@@ -1,0 +1,150 @@
+// The forms for a new line: from points, set on the map or typed, and from a text form.
+import { clickPrompt, clickedHeading, clicksOf, kinds, textForm } from "./lines.js";
+import { command, setLine } from "./service.js";
+import { report } from "./drivepanel.js";
+
+const element = (id) => document.getElementById(id);
+const toCentimetre = (value) => Math.round(value * 100) / 100;
+
+function numberField(id, title, unit) {
+  const label = document.createElement("label");
+  label.className = "field";
+  const small = document.createElement("small");
+  small.textContent = unit;
+  const input = document.createElement("input");
+  Object.assign(input, { type: "number", id, step: "any", required: true });
+  label.append(`${title} `, small, input);
+  return label;
+}
+
+/** The panel of new lines. */
+export class LinePanel {
+  constructor(model, map, redraw) {
+    Object.assign(this, { model, map, redraw });
+    this.clicks = null; // how many points have been set on the map; null unless setting them
+    element("line-form").addEventListener("submit", (event) => {
+      event.preventDefault();
+      this.submit();
+    });
+    element("line-form").addEventListener("input", () => this.showMarks());
+    document.querySelectorAll("input[name=kind]").forEach((radio) => {
+      // Before the form hears of it, which then has the fields of the new kind.
+      radio.addEventListener("input", () => this.showFields());
+    });
+    element("pick").addEventListener("click", () => this.pick(this.clicks === null));
+    element("clear-line").addEventListener("click", () =>
+      report(element("line-status"), command("clear_wayline"), "The line is dropped."));
+    this.listenToText();
+    this.showFields();
+  }
+
+  listenToText() {
+    element("text-form").addEventListener("submit", (event) => {
+      event.preventDefault();
+      this.send(element("text").value.trim(), "The line is loaded.");
+    });
+    element("file").addEventListener("change", async ({ target }) => {
+      if (target.files.length > 0) element("text").value = (await target.files[0].text()).trim();
+    });
+    element("present-line").addEventListener("click", () => {
+      element("text").value = this.model.line?.text ?? "";
+    });
+  }
+
+  kind() {
+    return Number(document.querySelector("input[name=kind]:checked").value);
+  }
+
+  showFields() {
+    const kind = this.kind();
+    const rows = kinds[kind].points.map((name, i) => {
+      const row = document.createElement("fieldset");
+      const legend = document.createElement("legend");
+      legend.textContent = `Point ${name}`;
+      const here = document.createElement("button");
+      Object.assign(here, { type: "button", textContent: "Here", title: "Where the machine is" });
+      here.setAttribute("aria-label", `Point ${name} where the machine is`);
+      here.addEventListener("click", () => this.here(i));
+      row.append(legend, numberField(`x${i}`, "East", "m"), numberField(`y${i}`, "North", "m"), here);
+      return row;
+    });
+    if (kinds[kind].heading) rows.push(numberField("line-heading", "Heading", "degrees, 0 is north"));
+    element("points").replaceChildren(...rows);
+    this.pick(false);
+    this.showMarks();
+  }
+
+  here(i) {
+    if (this.model.state === null) return;
+    this.setPoint(i, [this.model.state.x, this.model.state.y]);
+    this.showMarks();
+  }
+
+  setPoint(i, [x, y]) {
+    element(`x${i}`).value = toCentimetre(x);
+    element(`y${i}`).value = toCentimetre(y);
+  }
+
+  point(i) {
+    return [element(`x${i}`).valueAsNumber, element(`y${i}`).valueAsNumber];
+  }
+
+  points() {
+    return kinds[this.kind()].points.map((_, i) => this.point(i));
+  }
+
+  /** Begins or ends the setting of points on the map. */
+  pick(on) {
+    this.clicks = on ? 0 : null;
+    this.map.pick(on ? (place) => this.clicked(place) : null);
+    element("pick").setAttribute("aria-pressed", on);
+    this.showHint();
+    this.redraw();
+    if (!on) return;
+    this.map.view.follow(false); // a map that moves is hard to hit
+    this.map.canvas.focus();
+  }
+
+  showHint() {
+    const hint = element("pick-hint");
+    hint.hidden = this.clicks === null;
+    if (this.clicks === null) return;
+    hint.textContent = `${clickPrompt(this.kind(), this.clicks)}: click, or move the map and press Enter. Esc ends.`;
+    element("line-status").textContent = clickPrompt(this.kind(), this.clicks);
+  }
+
+  clicked(place) {
+    const kind = this.kind();
+    if (this.clicks < kinds[kind].points.length) this.setPoint(this.clicks, place);
+    else element("line-heading").value = clickedHeading(this.point(0), place);
+    this.clicks += 1;
+    this.showMarks();
+    if (this.clicks < clicksOf(kind)) {
+      this.showHint();
+      return;
+    }
+    this.pick(false);
+    element("line-status").textContent = "All points are set: check them and set the line.";
+    element("line-form").querySelector("[type=submit]").focus();
+  }
+
+  showMarks() {
+    const { points: names } = kinds[this.kind()];
+    this.map.marks = this.points().map(([x, y], i) => ({ text: `${names[i]} new`, x, y }))
+      .filter(({ x, y }) => Number.isFinite(x) && Number.isFinite(y));
+    this.redraw();
+  }
+
+  async submit() {
+    const heading = element("line-heading")?.valueAsNumber ?? 0;
+    const text = textForm(this.kind(), this.points(), heading);
+    const reply = await this.send(text, `The ${kinds[this.kind()].title} is set.`);
+    if (reply?.result !== 1) return;
+    this.map.marks = [];
+    this.map.view.follow(true);
+  }
+
+  send(text, said) {
+    return report(element("line-status"), setLine(text), said);
+  }
+}

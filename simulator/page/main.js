@@ -1,0 +1,137 @@
+// The live page: what comes from the service goes into the model, and from there to the panels.
+import { History, drawErrors, drawSteering } from "./charts.js";
+import { DrivePanel } from "./drivepanel.js";
+import { DriveMap } from "./map.js";
+import { LinePanel } from "./linepanel.js";
+import { Readings } from "./readings.js";
+import { StepPanel } from "./steppanel.js";
+import { Stream } from "./stream.js";
+import { Trail } from "./trail.js";
+import { TuningPanel } from "./tuningpanel.js";
+import { degrees } from "./geometry.js";
+import { listenToKeys } from "./keys.js";
+import { trail as loadTrail } from "./service.js";
+import { whenPaletteChanges } from "./palette.js";
+
+const element = (id) => document.getElementById(id);
+
+/** What the page knows; null until the service has told. */
+const model = { state: null, line: null, settings: null, trail: new Trail(), lost: false };
+const history = new History();
+let frame = null;
+let chartsOld = true;
+
+/** Draws once, with the next frame; goes on while the machine moves. */
+function redraw() {
+  frame ??= requestAnimationFrame(() => {
+    frame = null;
+    map.draw();
+    if (chartsOld) {
+      drawErrors(element("history"), history);
+      drawSteering(element("steering"), history);
+      chartsOld = false;
+    }
+    if (map.moving()) redraw();
+  });
+}
+
+const map = new DriveMap(model, redraw);
+const drive = new DrivePanel(model);
+const tuning = new TuningPanel();
+const step = new StepPanel(model);
+const lines = new LinePanel(model, map, redraw);
+const readings = new Readings(model);
+
+function showHistory(state) {
+  history.add(state);
+  chartsOld = true;
+  const part = history.partInBand();
+  element("history-words").textContent = part === null ? "–" : `${Math.round(part * 100)} % within 2.5 cm`;
+  const side = (angle) => `${Math.abs(degrees(angle)).toFixed(1)}° ${angle < 0 ? "left" : "right"}`;
+  element("steering-words").textContent =
+    `${side(state.steering_angle)}, desired ${side(state.desired_steering_angle)}`;
+}
+
+const hear = {
+  state(state) {
+    model.state = state;
+    model.trail.add([state.x, state.y]);
+    readings.show(state);
+    drive.showState(state);
+    step.showState(state);
+    showHistory(state);
+    map.moved();
+  },
+  line(line) {
+    model.line = line;
+  },
+  settings(settings) {
+    model.settings = settings;
+    drive.showSettings(settings);
+    tuning.showSettings(settings);
+  },
+};
+
+function showConnection(lost, reason = "") {
+  model.lost = lost;
+  document.body.classList.toggle("old", lost);
+  element("lost").hidden = !lost;
+  element("lost-reason").textContent = reason;
+  element("connection").textContent = lost ? "✕ no connection" : "● connected";
+  document.querySelectorAll("button[id], form button").forEach((button) => {
+    const needsService = button.closest(".map-buttons") === null && button.id !== "pick";
+    if (needsService) button.disabled = lost;
+  });
+}
+
+async function connected() {
+  showConnection(false);
+  try {
+    model.trail.replace((await loadTrail()).points);
+  } catch {
+    // The trail begins here: what was driven before is not known, what comes is.
+    model.trail.clear();
+  }
+  redraw();
+}
+
+listenToKeys({
+  e: () => drive.engage(),
+  d: () => drive.disengage(),
+  g: () => drive.start(),
+  x: () => drive.stop(),
+  s: () => drive.snap(),
+  ",": () => drive.nudge(-1),
+  ".": () => drive.nudge(1),
+  t: () => step.run(),
+  p: () => lines.pick(lines.clicks === null),
+  escape: () => lines.pick(false),
+  m: () => map.canvas.focus(),
+  f: () => map.view.follow(!map.view.following),
+  h: () => map.view.turn(!map.view.headingUp),
+  "+": () => map.view.zoom(1.4),
+  "=": () => map.view.zoom(1.4),
+  "-": () => map.view.zoom(1 / 1.4),
+});
+
+whenPaletteChanges(() => {
+  chartsOld = true;
+  redraw();
+});
+addEventListener("resize", () => {
+  chartsOld = true;
+  redraw();
+});
+
+new Stream({
+  connected,
+  heard: (name, value) => {
+    hear[name]?.(value);
+    redraw();
+  },
+  lost: (reason) => {
+    step.abandon("the connection was lost.");
+    showConnection(true, reason);
+    redraw();
+  },
+});

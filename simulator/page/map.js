@@ -1,0 +1,104 @@
+// The map: puts the view, the drawing and its buttons together.
+import { drawCross, drawGround, drawLines, drawLost, drawScale, drawTrail } from "./mapdraw.js";
+import { drawAim, drawMachine, drawMark } from "./mapmachine.js";
+import { fitted, palette } from "./palette.js";
+import { MapView } from "./mapview.js";
+import { clamp, poseBetween, toWorld } from "./geometry.js";
+
+const element = (id) => document.getElementById(id);
+
+/** The map. `model` holds what is shown: state, line, trail, lost. */
+export class DriveMap {
+  constructor(model, redraw) {
+    this.model = model;
+    this.canvas = element("map");
+    this.marks = [];
+    this.preview = null;
+    this.picking = null;
+    this.before = null;
+    this.view = new MapView(this.canvas, {
+      changed: () => { this.showView(); redraw(); },
+      clicked: (place) => this.picking?.(place),
+    });
+    this.listen();
+    new ResizeObserver(redraw).observe(this.canvas);
+  }
+
+  listen() {
+    element("zoom-in").addEventListener("click", () => this.view.zoom(1.4));
+    element("zoom-out").addEventListener("click", () => this.view.zoom(1 / 1.4));
+    element("follow").addEventListener("click", () => this.view.follow(!this.view.following));
+    element("heading-up").addEventListener("click", () => this.view.turn(!this.view.headingUp));
+    this.canvas.addEventListener("keydown", (event) => {
+      if (event.ctrlKey || event.metaKey || event.altKey) return;
+      const taken = event.key === "Enter" && this.picking ? this.pickMiddle() : this.view.key(event.key);
+      if (taken) event.preventDefault();
+    });
+  }
+
+  pickMiddle() {
+    this.picking(this.view.middle());
+    return true;
+  }
+
+  showView() {
+    element("follow").setAttribute("aria-pressed", this.view.following);
+    element("heading-up").setAttribute("aria-pressed", this.view.headingUp);
+  }
+
+  /** Clicks and Enter on the map call `place` from now on; null ends that. */
+  pick(place) {
+    this.picking = place;
+    this.canvas.classList.toggle("picking", place !== null);
+  }
+
+  /** Takes a new state in; the machine is drawn on its way from the one before. */
+  moved() {
+    const { state } = this.model;
+    const now = performance.now();
+    this.before = this.pose ?? state;
+    const interval = this.arrived === undefined ? 100 : now - this.arrived;
+    this.interval = clamp(interval, 20, 300);
+    // A machine that is somewhere else at once has not driven there.
+    if (Math.hypot(state.x - this.before.x, state.y - this.before.y) > 20) this.before = state;
+    this.arrived = now;
+  }
+
+  /** Whether the machine is still on its way to the newest state. */
+  moving() {
+    return this.before !== null && performance.now() - this.arrived < this.interval;
+  }
+
+  draw() {
+    const { model } = this;
+    const { context, width, height } = fitted(this.canvas);
+    if (width === 0) return;
+    if (model.state !== null) {
+      const part = clamp((performance.now() - this.arrived) / this.interval, 0, 1);
+      this.pose = poseBetween(this.before, model.state, part);
+      this.view.machine = this.pose;
+    }
+    const camera = this.view.camera();
+    drawGround(context, camera);
+    if (model.line !== null) drawLines(context, camera, model.line, toWorld(camera, width / 2, height / 4));
+    drawTrail(context, camera, model.trail);
+    this.drawMarks(context, camera);
+    if (model.state !== null) this.drawState(context, camera);
+    drawScale(context, camera);
+    if (this.picking) drawCross(context, camera);
+    if (model.lost) drawLost(context, camera);
+  }
+
+  drawState(context, camera) {
+    const { state, line, settings } = this.model;
+    if (state.aim_point !== null) drawAim(context, camera, this.pose, state.aim_point);
+    drawMachine(context, camera, this.pose, state,
+      { width: line?.implement_width ?? 3, offset: settings?.implement_offset ?? 0 });
+  }
+
+  drawMarks(context, camera) {
+    const { line } = this.model;
+    line?.labels.forEach((label) => drawMark(context, camera, label, palette.original));
+    this.marks.forEach((mark) => drawMark(context, camera, mark, palette.ink));
+  }
+}

@@ -1,0 +1,128 @@
+// The machine on the map, drawn in its own frame: metres, x to its right, y ahead, from the middle
+// of the rear axle.
+import { font, palette } from "./palette.js";
+import { toScreen } from "./geometry.js";
+
+const implementBehind = 2; // metres behind the rear axle
+
+function wheel(context, x, y, length, width, angle) {
+  context.save();
+  context.translate(x, y);
+  context.rotate(-angle); // this frame's y points ahead, so that angles turn the other way round
+  context.beginPath();
+  context.rect(-width / 2, -length / 2, width, length);
+  context.fillStyle = palette.ink;
+  context.fill();
+  context.restore();
+}
+
+function body(context, wheelbase, pixel) {
+  context.beginPath();
+  context.moveTo(-0.55, -0.7);
+  context.lineTo(0.55, -0.7);
+  context.lineTo(0.55, 1.1);
+  context.lineTo(0.42, wheelbase + 0.5);
+  context.lineTo(0, wheelbase + 1.1);
+  context.lineTo(-0.42, wheelbase + 0.5);
+  context.lineTo(-0.55, 1.1);
+  context.closePath();
+  context.fillStyle = palette["machine-fill"];
+  context.fill();
+  context.lineWidth = 2 * pixel;
+  context.strokeStyle = palette.machine;
+  context.stroke();
+  context.strokeRect(-0.4, -0.4, 0.8, 1.2);
+}
+
+function implement(context, width, offset, pixel) {
+  context.beginPath();
+  context.moveTo(0, -0.7);
+  context.lineTo(-offset, -implementBehind);
+  context.moveTo(-offset - width / 2, -implementBehind);
+  context.lineTo(-offset + width / 2, -implementBehind);
+  const tines = Math.max(2, Math.round(width / 0.5));
+  for (let i = 0; i <= tines; i += 1) {
+    const x = -offset - width / 2 + (i * width) / tines;
+    context.moveTo(x, -implementBehind);
+    context.lineTo(x, -implementBehind - 0.45);
+  }
+  context.lineWidth = Math.max(2 * pixel, 0.1);
+  context.strokeStyle = palette.implement;
+  context.stroke();
+}
+
+/** Where the machine is when it is too small to be seen as itself: an arrow of a fixed size. */
+function arrow(context) {
+  context.beginPath();
+  context.moveTo(0, 13);
+  context.lineTo(9, -10);
+  context.lineTo(0, -5);
+  context.lineTo(-9, -10);
+  context.closePath();
+  context.fillStyle = palette["machine-fill"];
+  context.fill();
+  context.lineWidth = 2;
+  context.strokeStyle = palette.machine;
+  context.stroke();
+}
+
+/** Draws the machine at a pose {x, y, heading}. */
+export function drawMachine(context, camera, pose, state, implementSize) {
+  const [x, y] = toScreen(camera, pose.x, pose.y);
+  const small = camera.scale * state.wheelbase < 16;
+  const scale = small ? 1 : camera.scale;
+  context.save();
+  context.translate(x, y);
+  context.rotate(pose.heading - camera.up);
+  context.scale(scale, -scale);
+  if (small) {
+    arrow(context);
+  } else {
+    const pixel = 1 / scale;
+    implement(context, implementSize.width, implementSize.offset, pixel);
+    wheel(context, -0.85, 0, 1.5, 0.45, 0);
+    wheel(context, 0.85, 0, 1.5, 0.45, 0);
+    body(context, state.wheelbase, pixel);
+    wheel(context, -0.8, state.wheelbase, 0.95, 0.3, state.steering_angle);
+    wheel(context, 0.8, state.wheelbase, 0.95, 0.3, state.steering_angle);
+  }
+  context.restore();
+}
+
+/** Draws the point that the controller aims at, and the way that it looks there. */
+export function drawAim(context, camera, pose, aim) {
+  const [fromX, fromY] = toScreen(camera, pose.x, pose.y);
+  const [x, y] = toScreen(camera, aim[0], aim[1]);
+  context.strokeStyle = palette.aim;
+  context.lineWidth = 2;
+  context.setLineDash([2, 5]);
+  context.beginPath();
+  context.moveTo(fromX, fromY);
+  context.lineTo(x, y);
+  context.stroke();
+  context.setLineDash([]);
+  context.beginPath();
+  context.arc(x, y, 9, 0, 2 * Math.PI);
+  for (const [dx, dy] of [[1, 0], [-1, 0], [0, 1], [0, -1]]) {
+    context.moveTo(x + 4 * dx, y + 4 * dy);
+    context.lineTo(x + 14 * dx, y + 14 * dy);
+  }
+  context.stroke();
+}
+
+/** Draws a mark with a text at a place of the world, for A, B and the points that are being set. */
+export function drawMark(context, camera, { text, x, y }, colour) {
+  const [screenX, screenY] = toScreen(camera, x, y);
+  context.beginPath();
+  context.arc(screenX, screenY, 4, 0, 2 * Math.PI);
+  context.fillStyle = colour;
+  context.fill();
+  context.beginPath();
+  context.roundRect(screenX + 8, screenY - 26, 12 + 11 * text.length, 24, 5);
+  context.fill();
+  context.fillStyle = palette.paper;
+  context.font = font(16, 700);
+  context.textAlign = "center";
+  context.textBaseline = "middle";
+  context.fillText(text, screenX + 14 + 5.5 * text.length, screenY - 13);
+}

@@ -1,0 +1,157 @@
+// The step test: shifts the line, watches the answer, keeps the scores.
+import { bestScore, scoreStep, stepMetres } from "./scoring.js";
+import { command, done } from "./service.js";
+import { short } from "./tuningpanel.js";
+
+const element = (id) => document.getElementById(id);
+const keptScores = "step-test-scores";
+const mostScores = 30;
+/** A shift of more than half a width drops steering; a bit of room is left for where the machine is. */
+const leastWidth = 2 * stepMetres + 0.1;
+const shiftSeconds = 3;
+
+function loadScores() {
+  try {
+    return JSON.parse(localStorage.getItem(keptScores)) ?? [];
+  } catch {
+    return [];
+  }
+}
+
+function saveScores(scores) {
+  try {
+    localStorage.setItem(keptScores, JSON.stringify(scores));
+  } catch {
+    // The browser keeps nothing: the scores last as long as the page.
+  }
+}
+
+/** The tuning that a test was run with. */
+const tuningOf = (settings, state) => ({
+  parameters: settings.tuning.map(({ value }) => value),
+  lookAhead: settings.lookahead_time,
+  speed: state.speed,
+});
+
+/** The panel of the step test. */
+export class StepPanel {
+  constructor(model) {
+    this.model = model;
+    this.scores = loadScores();
+    this.test = null;
+    element("step-run").addEventListener("click", () => this.run());
+    element("step-clear").addEventListener("click", () => this.keep([]));
+    this.showScores();
+  }
+
+  say(text, bad = false) {
+    element("step-status").textContent = text;
+    element("step-status").classList.toggle("bad", bad);
+  }
+
+  /** Why no test can be run now; empty when one can. */
+  obstacle() {
+    const { state, line, lost } = this.model;
+    if (this.test !== null) return "A test is running.";
+    if (lost || state === null) return "There is no connection.";
+    if (state.engage_state_name !== "engaged") return "Engage first: steering is not engaged.";
+    if (line.implement_width < leastWidth) {
+      return `The implement is narrower than ${leastWidth} m: a shift of ${stepMetres} m would end steering.`;
+    }
+    return "";
+  }
+
+  async run() {
+    const obstacle = this.obstacle();
+    if (obstacle !== "") {
+      if (this.test === null) this.say(obstacle, true);
+      return;
+    }
+    const { state, settings } = this.model;
+    // To and fro, so that many tests do not lead away from the line.
+    const side = state.nudge > stepMetres / 2 ? -1 : 1;
+    this.test = { samples: [], nudge: state.nudge, began: state.time, last: null,
+      tuning: tuningOf(settings, state) };
+    this.say("Shifting the line …");
+    try {
+      const reply = await command("Nudge", 1, 1, side * stepMetres);
+      if (!done(reply)) this.end(`Refused: ${reply.reasons.join("; ")}`);
+    } catch (error) {
+      this.end(`Failed: ${error.message}`);
+    }
+  }
+
+  end(text, bad = true) {
+    this.test = null;
+    this.say(text, bad);
+  }
+
+  /** Ends a test that cannot be scored any more. */
+  abandon(reason) {
+    if (this.test !== null) this.end(`No score: ${reason}`);
+  }
+
+  /** Takes a new state in. */
+  showState(state) {
+    const { test } = this;
+    if (test === null) return;
+    if (state.engage_state_name !== "engaged") return this.abandon("steering was disengaged.");
+    const shifted = Math.abs(Math.abs(state.nudge - test.nudge) - stepMetres) < 0.001;
+    if (!shifted) {
+      if (test.samples.length > 0) return this.abandon("the line was moved meanwhile.");
+      if (state.time - test.began > shiftSeconds) return this.abandon("the line did not move.");
+      return undefined;
+    }
+    return this.sample(state);
+  }
+
+  sample(state) {
+    const { test } = this;
+    const before = test.last;
+    const distance = before === null ? 0
+      : before.distance + Math.hypot(state.x - before.x, state.y - before.y);
+    test.last = { x: state.x, y: state.y, distance };
+    test.samples.push({ distance, error: state.cross_track_error });
+    const score = scoreStep(test.samples);
+    if (score.outcome === "running") {
+      this.say(`Running: ${distance.toFixed(0)} m driven, ${(state.cross_track_error * 100).toFixed(1)} cm`);
+      return;
+    }
+    const settled = score.settled === null ? "did not settle" : `settled after ${score.settled.toFixed(1)} m`;
+    const { tuning } = test;
+    this.end(`Scored: ${settled}, overshoot ${(score.overshoot * 100).toFixed(1)} cm.`, false);
+    this.keep([...this.scores, { ...score, ...tuning, number: this.nextNumber() }].slice(-mostScores));
+  }
+
+  nextNumber() {
+    return 1 + this.scores.reduce((most, { number }) => Math.max(most, number), 0);
+  }
+
+  keep(scores) {
+    this.scores = scores;
+    saveScores(scores);
+    this.showScores();
+  }
+
+  showScores() {
+    const best = bestScore(this.scores);
+    const rows = this.scores.map((score, index) => this.row(score, index === best)).reverse();
+    element("scores").tBodies[0].replaceChildren(...rows);
+    element("scores").parentElement.hidden = rows.length === 0;
+  }
+
+  row(score, best) {
+    const row = document.createElement("tr");
+    row.classList.toggle("best", best);
+    const head = document.createElement("th");
+    head.scope = "row";
+    head.textContent = best ? `${score.number} ★ best` : score.number;
+    row.append(head);
+    const values = [
+      score.settled === null ? "no" : score.settled.toFixed(1), (score.overshoot * 100).toFixed(1),
+      ...score.parameters.map(short), short(score.lookAhead), score.speed.toFixed(1),
+    ];
+    values.forEach((value) => { row.insertCell().textContent = value; });
+    return row;
+  }
+}

@@ -1,0 +1,91 @@
+// The stream of events. It is read with fetch() and not with EventSource, which neither tells of
+// heartbeats nor of the reason of a refusal.
+
+/** After this long without anything, heartbeats included, the service counts as lost. */
+export const silenceMilliseconds = 2000;
+const retryMilliseconds = 1000;
+
+/** Takes server-sent events apart as they arrive, in pieces of any length. */
+export class EventParser {
+  constructor() {
+    this.rest = "";
+  }
+
+  /** The events that a piece completes, each {event, data}. */
+  take(piece) {
+    const blocks = (this.rest + piece).split("\n\n");
+    this.rest = blocks.pop();
+    return blocks.map(EventParser.read).filter(({ data }) => data !== "");
+  }
+
+  static read(block) {
+    const fields = { event: "message", data: [] };
+    for (const line of block.split("\n")) {
+      const [, name, value] = /^([^:]*):? ?(.*)$/.exec(line);
+      if (name === "data") fields.data.push(value);
+      if (name === "event") fields.event = value;
+    }
+    return { event: fields.event, data: fields.data.join("\n") };
+  }
+}
+
+async function refusal(response) {
+  try {
+    return (await response.json()).error;
+  } catch {
+    return `the service answers with ${response.status}`;
+  }
+}
+
+/**
+ * Keeps the stream open for as long as the page is. `heard` is called with the name and the value of
+ * each event, `connected` when a stream begins, `lost` with the reason when it ends or falls silent.
+ */
+export class Stream {
+  constructor({ heard, connected, lost }) {
+    Object.assign(this, { heard, connected, lost });
+    this.lastHeard = 0;
+    this.opening = null;
+    setInterval(() => this.watch(), 250);
+    this.run();
+  }
+
+  /** How long nothing has come, milliseconds. */
+  silence() {
+    return performance.now() - this.lastHeard;
+  }
+
+  watch() {
+    if (this.opening !== null && this.silence() > silenceMilliseconds) {
+      this.reason = "Nothing has come for 2 s.";
+      this.opening.abort();
+    }
+  }
+
+  async run() {
+    for (;;) {
+      this.reason = null;
+      this.opening = new AbortController();
+      this.lastHeard = performance.now();
+      const ended = await this.read(this.opening.signal).catch(() => "The service does not answer.");
+      this.lost(this.reason ?? ended);
+      this.opening = null;
+      await new Promise((resolve) => { setTimeout(resolve, retryMilliseconds); });
+    }
+  }
+
+  /** Reads one stream to its end and gives the reason of that. */
+  async read(signal) {
+    const response = await fetch("/events", { signal, headers: { Accept: "text/event-stream" } });
+    if (!response.ok) return `Refused: ${await refusal(response)}.`;
+    const reader = response.body.pipeThrough(new TextDecoderStream()).getReader();
+    const parser = new EventParser();
+    this.connected();
+    for (;;) {
+      const { done, value } = await reader.read();
+      if (done) return "The service has closed the connection.";
+      this.lastHeard = performance.now();
+      parser.take(value).forEach(({ event, data }) => this.heard(event, JSON.parse(data)));
+    }
+  }
+}

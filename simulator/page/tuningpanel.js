@@ -1,0 +1,103 @@
+// The sliders of the tuning parameters and the look-ahead time.
+import { command, newestOnly } from "./service.js";
+import { report } from "./drivepanel.js";
+import { roundDistance } from "./geometry.js";
+
+const element = (id) => document.getElementById(id);
+
+const titles = {
+  sensitivity: "Sensitivity", aggressiveness: "Aggressiveness", overshoot: "Overshoot",
+  speed_adjust: "Speed adjustment",
+};
+const lookAhead = { lowest: 0.2, start: 1.6, highest: 10 };
+const stillMilliseconds = 600;
+
+/** A number as short as it is told: at most two decimals. */
+export const short = (value) => String(Math.round(value * 100) / 100);
+
+/** One slider with its limits and its value in figures. */
+class Slider {
+  constructor(title, send) {
+    this.send = newestOnly(send);
+    this.moved = -Infinity;
+    this.range = document.createElement("input");
+    Object.assign(this.range, { type: "range", step: "any", min: 0, max: 100 });
+    this.name = document.createElement("span");
+    this.name.textContent = title;
+    // No output element: it would take the label.
+    this.figure = document.createElement("b");
+    this.lowest = document.createElement("small");
+    this.highest = document.createElement("small");
+    this.node = document.createElement("label");
+    this.node.className = "slider";
+    this.node.append(this.name, this.figure, this.lowest, this.range, this.highest);
+    this.range.setAttribute("aria-label", title);
+    this.range.addEventListener("input", () => this.input());
+  }
+
+  input() {
+    this.moved = performance.now();
+    this.showValue(this.range.valueAsNumber);
+    this.send(Math.round(this.range.valueAsNumber * 1000) / 1000);
+  }
+
+  showValue(value) {
+    this.figure.textContent = short(value);
+    this.range.setAttribute("aria-valuetext", short(value));
+  }
+
+  /** Shows a value and its limits, but leaves a slider alone that is being moved. */
+  show({ value, lowest, highest }) {
+    this.lowest.textContent = short(lowest);
+    this.highest.textContent = short(highest);
+    const step = highest > lowest ? roundDistance((highest - lowest) / 100) : 0.01;
+    if (performance.now() - this.moved < stillMilliseconds) return;
+    Object.assign(this.range, { min: lowest, max: highest, step });
+    this.range.value = value;
+    this.showValue(value);
+  }
+}
+
+/** The panel of the sliders. */
+export class TuningPanel {
+  constructor() {
+    this.sliders = new Map();
+    this.settings = null;
+    element("tuning-start").addEventListener("click", () => this.restore());
+    element("integral").addEventListener("click", () =>
+      report(element("message"), command("reset_integral"), "The integral is cleared."));
+  }
+
+  set(operation, ...values) {
+    return report(element("message"), command(operation, ...values), "Tuning set.");
+  }
+
+  slider(key, title, send) {
+    if (!this.sliders.has(key)) {
+      const slider = new Slider(title, send);
+      this.sliders.set(key, slider);
+      element("sliders").append(slider.node);
+    }
+    return this.sliders.get(key);
+  }
+
+  async restore() {
+    if (this.settings === null) return;
+    for (const { number, start } of this.settings.tuning) {
+      await this.set("set_tuning_parameter", number, start, false);
+    }
+    await this.set("set_lookahead_time", lookAhead.start, false);
+  }
+
+  showSettings(settings) {
+    this.settings = settings;
+    for (const parameter of settings.tuning) {
+      const title = titles[parameter.name] ?? parameter.name;
+      this.slider(parameter.name, title,
+        (value) => this.set("set_tuning_parameter", parameter.number, value, false)).show(parameter);
+    }
+    this.slider("lookahead_time", "Look-ahead time, s",
+      (value) => this.set("set_lookahead_time", value, false))
+      .show({ ...lookAhead, value: settings.lookahead_time });
+  }
+}
