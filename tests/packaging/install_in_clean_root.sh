@@ -1,34 +1,45 @@
 #!/bin/bash
-# Installs the packages in a new Debian root with nothing but a compiler, builds an example there as
-# an application's developer would, and runs it against the installed simulator. Skipped, with a
-# message, where there is no root or no package archive.
+# Installs the packages in a new Debian root with nothing but a compiler, builds programs there as an
+# application's developer would, with pkg-config and with CMake, and runs them, and a Python program,
+# against the installed simulator and the installed scripted service. Then it removes the packages
+# and looks for what they leave behind. Exits with 77, and a message, where there is no root, no
+# debootstrap or no package archive.
 #
 # usage: install_in_clean_root.sh PACKAGE-DIRECTORY EXAMPLE
 set -euo pipefail
 packages=$(realpath "$1") example=$(realpath "$2")
 cd "$(dirname "$0")/../.."
+readonly archive=http://deb.debian.org/debian
 
 skip() {
     echo "skipped: $1"
-    exit 0
+    exit 77
+}
+fail() {
+    echo "install_in_clean_root: $1" >&2
+    exit 1
 }
 [ "$(id -u)" -eq 0 ] || skip "a clean root needs the rights of root"
 command -v debootstrap >/dev/null || skip "no debootstrap"
+# As debootstrap fetches, so that what fails behind this is a failure.
+wget --quiet --timeout=20 --tries=2 --output-document=/dev/null \
+    "$archive/dists/bookworm/InRelease" || skip "the package archive $archive cannot be reached"
 
 root=$(mktemp -d)
 chmod 755 "$root"
-trap 'rm -rf --one-file-system "$root"' EXIT
-debootstrap --variant=minbase --include=g++,pkgconf,ca-certificates bookworm "$root" \
-    http://deb.debian.org/debian >"$root.log" 2>&1 || {
-    tail -3 "$root.log"
-    rm "$root.log"
-    skip "the package archive cannot be reached"
+trap 'rm -rf --one-file-system "$root" "$root.log"' EXIT
+debootstrap --variant=minbase --include=g++,pkgconf,ca-certificates bookworm "$root" "$archive" \
+    >"$root.log" 2>&1 || {
+    tail -20 "$root.log" >&2
+    fail "no clean root could be made"
 }
-rm "$root.log"
+
 mkdir "$root/packages" "$root/application"
 cp "$packages"/*.deb "$root/packages"
 cp "$example" "$root/application/application.cpp"
-cat >"$root/application/try" <<'TRY'
+cp -r tests/packaging/find_package "$root/application/find_package"
+
+cat >"$root/application/build" <<'BUILD'
 set -eu
 export DEBIAN_FRONTEND=noninteractive
 apt-get -qq update
@@ -36,10 +47,24 @@ apt-get -qq install --yes --no-install-recommends /packages/*.deb >/dev/null
 cd /application
 g++ -std=c++17 application.cpp -o application $(pkg-config --cflags --libs kestrove-navigation)
 test ! -e /etc/systemd/system/multi-user.target.wants/navigation-simulator.service
-TRY
+apt-get -qq install --yes --no-install-recommends cmake make >/dev/null
+cmake -S find_package -B build -DEXAMPLE=/application/application.cpp
+cmake --build build
+BUILD
+cat >"$root/application/application.py" <<'PYTHON'
+from kestrove_navigation import AbWayline, NavigationClient, Vector3
+
+with NavigationClient() as client:
+    assert client.set_implement_width(7.5) == 1, client.last_error
+    assert client.get_implement_width() == 7.5
+    assert client.set_wayline(AbWayline((0, 0, 0), (0, 100, 0)))
+    line = client.get_wayline()
+    assert isinstance(line, AbWayline) and line.point_b == Vector3(0, 100, 0), line
+PYTHON
 cat >"$root/application/drive" <<'DRIVE'
 set -eu
 cd /application
+build/application_test
 navigation-simulator --speed 2 &
 simulator=$!
 trap 'kill $simulator' EXIT
@@ -48,14 +73,41 @@ for _ in $(seq 100); do
     sleep 0.1
 done
 ./application
+navctl disengage-steering
+build/engage
+python3 -B application.py
 DRIVE
+# Where systemd runs, the service is stopped before its program goes: here that is written down.
+cat >"$root/application/remove" <<'REMOVE'
+set -eu
+mkdir -p /run/systemd/system
+printf '#!/bin/sh\necho "$@" >>/application/systemd\n' >/usr/local/sbin/deb-systemd-invoke
+cp /usr/local/sbin/deb-systemd-invoke /usr/local/sbin/systemctl
+chmod +x /usr/local/sbin/deb-systemd-invoke /usr/local/sbin/systemctl
+mkdir -p /var/lib/private/navigation-simulator
+dpkg -L "$@" | sort -u >/application/installed
+export DEBIAN_FRONTEND=noninteractive
+apt-get -qq purge --yes "$@" >/dev/null
+grep -qx 'stop navigation-simulator.service' /application/systemd
+REMOVE
+
+names=()
+for package in "$packages"/*.deb; do
+    names+=("$(dpkg-deb --field "$package" Package)")
+done
 cp /etc/resolv.conf "$root/etc/resolv.conf"
 enter_root=(unshare --mount --pid --fork --kill-child chroot "$root"
-    env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C)
-"${enter_root[@]}" sh /application/try
+    env -i PATH=/usr/local/sbin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C)
+"${enter_root[@]}" sh /application/build
 scripts/isolated "${enter_root[@]}" sh /application/drive
-"${enter_root[@]}" apt-get -qq purge --yes libkestrove-navigation1 >/dev/null
-[ -z "$(find "$root/usr" -name '*kestrove*' -not -path '*/doc/*')" ] || {
-    echo "files are left behind by the packages" >&2
-    exit 1
-}
+"${enter_root[@]}" sh /application/remove "${names[@]}"
+
+left=$(while read -r file; do
+    if [ ! -d "$root$file" ] && [ -e "$root$file" ]; then echo "$file"; fi
+done <"$root/application/installed"
+find "$root/usr" "$root/etc" "$root/var/lib" \
+    \( -iname '*kestrove*' -o -iname '*navctl*' -o -iname '*navigation-simulator*' \) \
+    -not -path '*/apt/*')
+[ -z "$left" ] || fail "files are left behind by the packages: $left"
+[ -s "$root/application/installed" ] || fail "the packages have installed nothing"
+echo "installed, built, driven and removed: ${names[*]}"

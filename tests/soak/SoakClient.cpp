@@ -5,6 +5,8 @@
 #include <iterator>
 #include <vector>
 
+#include <poll.h>
+
 namespace {
 
 using Core::Maths::Vector2;
@@ -74,6 +76,15 @@ void CSoakClient::CompareEvents()
     ++m_counts.requests;
     m_navigation.ProcessMessages(false); // what was pushed came before that answer
     m_counts.lost += std::lround(pushed - m_nextEvent);
+}
+
+void CSoakClient::AwaitTheEnd(bool isReset)
+{
+    pollfd watched = {m_navigation.Descriptor(), POLLRDHUP, 0};
+    const bool hasEnded = ::poll(&watched, 1, 10000) == 1;
+    const bool wasReset = (watched.revents & POLLERR) != 0;
+    m_counts.resets += wasReset ? 1 : 0;
+    m_counts.wrong += hasEnded && (wasReset || !isReset) ? 0 : 1;
 }
 
 void CSoakClient::FindNoService()

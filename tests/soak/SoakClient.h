@@ -13,6 +13,7 @@ struct SoakCounts
     long wrong = 0;     ///< replies that are not what the service was told before
     long lost = 0;      ///< events that were pushed and never came
     long reordered = 0; ///< events that came twice, out of order, or from an earlier process
+    long resets = 0;    ///< connections that were reset
 };
 
 /// A client that does random operations and knows what each must answer.
@@ -29,6 +30,12 @@ public:
     void WorkFor(double seconds);
     /// Asks the service how many events it has pushed, and counts those that have not come.
     void CompareEvents();
+    /// How many events the client says it has dropped.
+    unsigned long Dropped() const { return m_navigation.DroppedEvents(); }
+    /// Waits for the end of the connection.
+    ///
+    /// @param isReset whether the service has reset it; anything else is counted as wrong.
+    void AwaitTheEnd(bool isReset);
     /// Calls while there is no service: each call must end with its failure value.
     void FindNoService();
 

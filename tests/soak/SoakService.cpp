@@ -100,7 +100,7 @@ private:
 
 CSoakService::~CSoakService()
 {
-    End(false);
+    End(EEnd::Killed);
 }
 
 bool CSoakService::Start(int epoch)
@@ -124,10 +124,11 @@ bool CSoakService::Start(int epoch)
     return listens;
 }
 
-void CSoakService::End(bool isClean)
+void CSoakService::End(EEnd how)
 {
     if (m_process > 0) {
-        ::kill(m_process, isClean ? SIGTERM : SIGKILL);
+        const int signals[] = {SIGTERM, SIGKILL, SIGUSR1};
+        ::kill(m_process, signals[static_cast<int>(how)]);
         ::waitpid(m_process, nullptr, 0);
         m_process = -1;
     }
@@ -140,8 +141,11 @@ int CSoakService::Serve(int epoch, int readyDescriptor)
     if (!handler.Server().Listen(5010).empty()) {
         return 3;
     }
-    asio::signal_set signals(loop, SIGTERM);
-    signals.async_wait([&loop](const asio::error_code&, int) { loop.stop(); });
+    asio::signal_set signals(loop, SIGTERM, SIGUSR1);
+    signals.async_wait([&](const asio::error_code&, int signal) {
+        handler.Server().DisconnectAll(signal == SIGUSR1);
+        loop.stop();
+    });
     if (::write(readyDescriptor, "r", 1) != 1) {
         return 1;
     }

@@ -4,10 +4,18 @@
 #include <sys/types.h>
 
 /// A navigation service in a process of its own, which remembers what it is told and pushes
-/// numbered events when it is asked to. It can be ended in two ways and started again.
+/// numbered events when it is asked to. It can be ended in several ways and started again.
 class CSoakService
 {
 public:
+    /// How the process ends.
+    enum class EEnd
+    {
+        InOrder, ///< it closes its connections
+        Killed,  ///< the system closes them
+        Reset,   ///< it resets them
+    };
+
     CSoakService() = default;
     /// Ends the process.
     ~CSoakService();
@@ -20,9 +28,7 @@ public:
     /// @return false when it cannot listen.
     bool Start(int epoch);
     /// Ends it and waits for that.
-    ///
-    /// @param isClean true: with SIGTERM, false: with SIGKILL.
-    void End(bool isClean);
+    void End(EEnd how);
 
     /// The service itself: what the process that Start() makes runs.
     ///

@@ -4,6 +4,10 @@
 #include <api/NavigationAPI.h>
 #include <testing/ScriptedService.h>
 
+#ifdef EXPECTED_STANDARD // what the build was asked for, 17 or 20
+static_assert(__cplusplus / 100 % 100 == EXPECTED_STANDARD);
+#endif
+
 int main()
 {
     Kestrove::Testing::CScriptedService service;
