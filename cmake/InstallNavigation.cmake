@@ -43,7 +43,12 @@ install(FILES
 # pkg-config finds the prefix from where the file lies, so that the installation can be moved.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
   BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig OUTPUT_VARIABLE KESTROVE_PREFIX_FROM_PC)
-configure_file(${PROJECT_SOURCE_DIR}/cmake/kestrove-navigation.pc.in
-  ${PROJECT_BINARY_DIR}/kestrove-navigation.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/kestrove-navigation.pc
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+set(modules kestrove-navigation)
+if(KESTROVE_BUILD_TESTING_LIBRARY)
+  list(APPEND modules kestrove-navigation-testing)
+endif()
+foreach(module IN LISTS modules)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/${module}.pc.in ${PROJECT_BINARY_DIR}/${module}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${module}.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+endforeach()
