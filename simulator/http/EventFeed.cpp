@@ -11,9 +11,10 @@ std::string Framed(EFeedEvent event, const std::string& json)
 
 } // namespace
 
-bool EventFeedC::Enter()
+bool EventFeedC::Enter(std::chrono::milliseconds atMost)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait_for(lock, atMost, [this] { return m_closed || m_viewers < m_mostViewers; });
     if (m_closed || m_viewers >= m_mostViewers)
         return false;
     ++m_viewers;
@@ -23,6 +24,7 @@ bool EventFeedC::Enter()
 void EventFeedC::Leave()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    m_changed.notify_all();
     if (--m_viewers > 0)
         return;
     m_newest = {};

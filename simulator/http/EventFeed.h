@@ -37,7 +37,9 @@ public:
     explicit EventFeedC(std::size_t mostViewers) : m_mostViewers(mostViewers) {}
 
     /// Takes a viewer in; false when there are too many, or the feed is closed.
-    bool Enter();
+    ///
+    /// @param atMost how long to wait for one to leave when there are too many.
+    bool Enter(std::chrono::milliseconds atMost = std::chrono::milliseconds(0));
     /// A viewer that was taken in is gone. With the last one the events are forgotten, since nobody
     /// keeps them up to date without viewers.
     void Leave();

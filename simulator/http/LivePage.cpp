@@ -158,7 +158,8 @@ private:
 
     void OpenStream(httplib::Response& response)
     {
-        if (!m_feed.Enter()) {
+        // A page that is loaded anew may come before its predecessor is known to have gone.
+        if (!m_feed.Enter(2 * m_times.closedPeer)) {
             response.set_header("Retry-After", "5");
             Refuse(response, 503, std::to_string(kMostViewers) + " viewers are there already");
             return;

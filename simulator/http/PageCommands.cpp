@@ -17,6 +17,21 @@ PageAnswer Refused(int status, const std::string& reason)
     return {status, ErrorJson(reason)};
 }
 
+/// Reads a text of JSON, of which nothing that is nested deeper than a command may be is kept: such
+/// a value could not even be copied, since that takes stack for each level.
+///
+/// @return what is discarded, when the text is no JSON or nested too deeply.
+json CommandFrom(const std::string& body, bool& tooDeep)
+{
+    tooDeep = false;
+    const auto keeps = [&tooDeep](int depth, json::parse_event_t, json&) {
+        tooDeep = tooDeep || depth > kDeepestNesting;
+        return !tooDeep;
+    };
+    json command = json::parse(body, keeps, false);
+    return tooDeep ? json(json::value_t::discarded) : command;
+}
+
 /// What is wrong with a command; empty when nothing is.
 std::string FormProblem(const json& command)
 {
@@ -56,8 +71,9 @@ PageCommandsC::PageCommandsC(ServiceCoreC& core, LogTapC& log, LoopGateC& gate)
 
 PageAnswer PageCommandsC::Command(const std::string& body)
 {
-    const json command = json::parse(body, nullptr, false);
-    std::string problem = FormProblem(command);
+    bool tooDeep = false;
+    const json command = CommandFrom(body, tooDeep);
+    std::string problem = tooDeep ? NestingProblem() : FormProblem(command);
     if (!problem.empty())
         return Refused(400, problem);
     const std::string operation = command["operation"].get<std::string>();

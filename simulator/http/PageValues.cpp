@@ -39,8 +39,7 @@ bool AddTo(BListC& list, const json& value, int depth, std::string& problem)
             return false;
         list.Add(nested.release());
     } else {
-        problem = value.is_array() ? "arguments are nested more than " +
-                                         std::to_string(kDeepestNesting) + " deep"
+        problem = value.is_array() ? NestingProblem()
                                    : std::string("an argument is ") + value.type_name() +
                                          ", allowed are numbers, true and false, texts and lists";
         return false;
@@ -80,6 +79,11 @@ double ToTheMillimetre(double metres)
 }
 
 } // namespace
+
+std::string NestingProblem()
+{
+    return "arguments are nested more than " + std::to_string(kDeepestNesting) + " deep";
+}
 
 std::unique_ptr<BListC> ArgumentsFrom(const json& list, std::string& problem)
 {

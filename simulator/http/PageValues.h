@@ -13,6 +13,9 @@
 /// How deep lists may nest in a command.
 inline constexpr int kDeepestNesting = 8;
 
+/// The reason of refusing lists that nest deeper.
+std::string NestingProblem();
+
 /// Reads an operation's arguments: numbers, switches, texts and lists of them.
 ///
 /// @param problem receives what is wrong, when something is.

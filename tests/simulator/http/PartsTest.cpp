@@ -1,0 +1,189 @@
+// The parts of the live page that need no connection.
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "simulator/guidance/LineBuilder.h"
+#include "simulator/http/EventFeed.h"
+#include "simulator/http/PageValues.h"
+#include "simulator/http/Polyline.h"
+#include "simulator/http/RequestCheck.h"
+#include "simulator/http/Trail.h"
+#include "simulator/http/WorldJson.h"
+
+using nlohmann::json;
+
+namespace {
+
+std::vector<Point> PolylineFrom(const LineDefinition& line)
+{
+    return PolylineOf(*BuildLine(line, 1).shape, 0.0);
+}
+
+TEST(Polyline, OfAStraightLineHasTwoPointsTwoKilometresAway)
+{
+    const std::vector<Point> points = PolylineFrom(StraightLine({0.0, 0.0}, {0.0, 100.0}));
+
+    ASSERT_EQ(2u, points.size());
+    EXPECT_DOUBLE_EQ(4000.0, points[1].y - points[0].y);
+}
+
+TEST(Polyline, OfACircleIsWithinACentimetreAndEndsWhereItBegins)
+{
+    for (const double radius : {1.0, 5.0, 50.0, 400.0}) {
+        const std::vector<Point> points =
+            PolylineFrom(CircleLine({-radius, 0.0}, {0.0, radius}, {radius, 0.0}));
+
+        ASSERT_GT(points.size(), 3u) << radius;
+        EXPECT_LT(Distance(points.front(), points.back()), 0.001) << radius;
+        for (std::size_t index = 1; index < points.size(); ++index) {
+            const Point middle{(points[index].x + points[index - 1].x) / 2.0,
+                               (points[index].y + points[index - 1].y) / 2.0};
+            EXPECT_NEAR(radius, std::hypot(middle.x, middle.y), 0.0101) << radius << ' ' << index;
+        }
+    }
+}
+
+TEST(Polyline, KeepsTheCornersAndLeavesOutWhatIsBetweenThem)
+{
+    std::vector<Point> points;
+    for (int count = 0; count <= 10; ++count)
+        points.push_back({static_cast<double>(count), 0.0});
+    for (int count = 1; count <= 10; ++count)
+        points.push_back({10.0, static_cast<double>(count)});
+
+    const std::vector<Point> left = Simplified(points, 0.01);
+
+    EXPECT_EQ(R"([[0.0,0.0],[10.0,0.0],[10.0,10.0]])"_json, PointsJson(left));
+}
+
+TEST(Trail, KeepsTheLastHour)
+{
+    TrailC trail;
+    for (std::size_t count = 0; count < TrailC::kMostPoints + 5; ++count)
+        trail.Add({static_cast<double>(count), 0.0});
+
+    const std::vector<Point> points = trail.Points();
+
+    ASSERT_EQ(TrailC::kMostPoints, points.size());
+    EXPECT_EQ(5.0, points.front().x);
+    EXPECT_EQ(36004.0, points.back().x);
+}
+
+TEST(Trail, TakesItsPositionsFromTheEventsOfTheService)
+{
+    TrailC trail;
+    const EventSink sink = trail.Sink();
+    BListC payload(nullptr);
+    for (const double value : {1.5, -2.5, 0.1})
+        payload.AddDouble(value);
+
+    sink("cb_relative_position", payload);
+    sink("cb_guidance_status", payload);
+
+    EXPECT_EQ(R"([[1.5,-2.5]])"_json, PointsJson(trail.Points()));
+}
+
+TEST(Feed, HasTheNewestOfEachKindForASlowViewer)
+{
+    EventFeedC feed(2);
+    EventFeedC::Seen seen{};
+    feed.Enter();
+    feed.Publish(EFeedEvent::State, "1");
+    feed.Publish(EFeedEvent::State, "2");
+    feed.Publish(EFeedEvent::Settings, "{}");
+
+    const EventFeedC::Messages messages = feed.Take(seen, std::chrono::milliseconds(0));
+
+    ASSERT_EQ(2u, messages.size());
+    EXPECT_EQ("event: settings\ndata: {}\n\n", *messages[0]);
+    EXPECT_EQ("event: state\ndata: 2\n\n", *messages[1]);
+    EXPECT_TRUE(feed.Take(seen, std::chrono::milliseconds(0)).empty());
+}
+
+TEST(Feed, TellsNothingTwiceAndForgetsWithTheLastViewer)
+{
+    EventFeedC feed(2);
+    EventFeedC::Seen seen{};
+    feed.Publish(EFeedEvent::State, "unheard");
+    EXPECT_TRUE(feed.Enter());
+    EXPECT_TRUE(feed.Enter());
+    EXPECT_FALSE(feed.Enter());
+    EXPECT_TRUE(feed.Take(seen, std::chrono::milliseconds(0)).empty());
+    feed.Publish(EFeedEvent::State, "1");
+    feed.Take(seen, std::chrono::milliseconds(0));
+    feed.Publish(EFeedEvent::State, "1");
+    EXPECT_TRUE(feed.Take(seen, std::chrono::milliseconds(0)).empty());
+    const std::uint64_t generation = feed.Generation();
+
+    feed.Leave();
+    EXPECT_EQ(generation, feed.Generation());
+    feed.Leave();
+
+    EXPECT_NE(generation, feed.Generation());
+    EventFeedC::Seen fresh{};
+    EXPECT_TRUE(feed.Take(fresh, std::chrono::milliseconds(0)).empty());
+}
+
+TEST(Hosts, AreOwnWithTheRightNameAndPort)
+{
+    for (const char* host : {"localhost:8010", "127.0.0.1:8010", "[::1]:8010", "LocalHost:8010"})
+        EXPECT_TRUE(IsOwnHost(host, 8010)) << host;
+    for (const char* host :
+         {"", "localhost", "localhost:801", "localhost:80100", "localhost.kestrove.example:8010",
+          "127.0.0.2:8010", "::1:8010", "localhost:8010, localhost:8010", "0.0.0.0:8010"})
+        EXPECT_FALSE(IsOwnHost(host, 8010)) << host;
+    EXPECT_TRUE(IsOwnHost("localhost", 80));
+    EXPECT_TRUE(IsOwnOrigin("http://[::1]:8010", 8010));
+    for (const char* origin : {"", "null", "https://localhost:8010", "localhost:8010", "http://"})
+        EXPECT_FALSE(IsOwnOrigin(origin, 8010)) << origin;
+}
+
+TEST(PageValues, WriteNothingThatIsNoJson)
+{
+    BListC list(nullptr);
+    list.AddDouble(std::nan(""));
+    list.AddNothing();
+    list.AddString("\xff\"");
+
+    EXPECT_EQ("[null,null,\"\xEF\xBF\xBD\\\"\"]", JsonText(ReplyJson(&list)));
+    EXPECT_EQ("null", JsonText(ReplyJson(nullptr)));
+}
+
+TEST(State, HasNoGuidanceWithoutALine)
+{
+    CSimulation world({});
+
+    const json state = json::parse(StateJson(world));
+
+    for (const char* name : {"cross_track_error", "heading_error", "pass", "aim_point"})
+        EXPECT_TRUE(state.at(name).is_null()) << name;
+    EXPECT_EQ(0, state["engage_state"]);
+    EXPECT_EQ(R"(["navigation is not active"])"_json, state["why_not_engaged"]);
+}
+
+TEST(State, TellsOfSteeringThatIsReadyAndDropped)
+{
+    SimulationOptions options;
+    options.receiver = EReceiver::Ideal;
+    options.speed = 2.0;
+    CSimulation world(options);
+    world.SetLine(StraightLine({0.0, 0.0}, {0.0, 100.0}));
+    world.StartNavigation(EFollow::LineItself);
+    EXPECT_EQ(EEngageState::Ready, EngageStateOf(world));
+    world.Engage();
+    EXPECT_EQ(EEngageState::Engaged, EngageStateOf(world));
+
+    world.SetNudge(50.0);
+    for (int step = 0; step < CSimulation::kStepsPerControl; ++step)
+        world.Step();
+
+    EXPECT_EQ(EEngageState::Dropped, EngageStateOf(world));
+    EXPECT_NE("", json::parse(StateJson(world))["drop_reason"]);
+}
+
+} // namespace

@@ -1,0 +1,290 @@
+// The stream of events of the live page: what viewers are told and what they cost.
+
+#include <chrono>
+#include <list>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "simulator/http/LivePage.h"
+#include "simulator/http/WorldJson.h"
+#include "tests/simulator/Values.h"
+#include "tests/simulator/http/HttpPeer.h"
+#include "tests/simulator/http/RunningPage.h"
+
+using nlohmann::json;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+const char* const kLineNorth = "0 0.0 0.0 0.0 0.0 100.0 0.0";
+
+TEST(Viewer, HearsOfTheSettingsTheLineAndTheStateAtOnce)
+{
+    const RunningPage page;
+    EventStream viewer(page.Port());
+
+    const json settings = json::parse(viewer.Next("settings"));
+
+    EXPECT_EQ(4u, settings["tuning"].size());
+    EXPECT_EQ(3.0, settings["implement_width"]);
+    EventStream another(page.Port());
+    EXPECT_EQ(-1, json::parse(another.Next("line"))["kind"]);
+    EventStream third(page.Port());
+    EXPECT_EQ("not ready", json::parse(third.Next("state"))["engage_state_name"]);
+}
+
+TEST(Viewer, HearsOfTheStateTenTimesASecond)
+{
+    RunningPage page;
+    page.Run();
+    EventStream viewer(page.Port());
+    double last = json::parse(viewer.Next("state"))["time"];
+    const auto start = Clock::now();
+
+    for (int count = 0; count < 30; ++count) {
+        const double time = json::parse(viewer.Next("state"))["time"];
+        EXPECT_GT(time, last);
+        last = time;
+    }
+
+    const std::chrono::duration<double> taken = Clock::now() - start;
+    EXPECT_GT(taken.count(), 2.5);
+    EXPECT_LT(taken.count(), 6.0);
+}
+
+TEST(Viewer, HearsOfTheStateNoMoreOftenWhenTheWorldRunsFaster)
+{
+    RunningPage page;
+    page.Run(100.0);
+    EventStream viewer(page.Port());
+    viewer.Next("state");
+    const auto start = Clock::now();
+
+    for (int count = 0; count < 20; ++count)
+        viewer.Next("state");
+
+    EXPECT_GT(std::chrono::duration<double>(Clock::now() - start).count(), 1.6);
+}
+
+TEST(Viewer, HearsAHeartbeatWhileNothingHappens)
+{
+    LivePageTimes times;
+    times.heartbeat = std::chrono::milliseconds(100);
+    const RunningPage page(times);
+    EventStream viewer(page.Port());
+    viewer.Next("line");
+    viewer.Peer().Forget();
+
+    ASSERT_TRUE(viewer.Peer().ReadUntil(": heartbeat\n\n"));
+    viewer.Peer().Forget();
+
+    EXPECT_TRUE(viewer.Peer().ReadUntil(": heartbeat\n\n"));
+    EXPECT_EQ(std::string::npos, viewer.Peer().Read().find("event:"));
+}
+
+TEST(Viewer, HearsOfALineAndOfWhatShiftsIt)
+{
+    const RunningPage page;
+    EventStream viewer(page.Port());
+    viewer.Next("line");
+
+    Post(page.Port(), "/wayline", "text/plain", kLineNorth);
+    const json line = json::parse(viewer.NextWith("line", "A-B line"));
+    Command(page.Port(), R"({"operation":"Nudge","arguments":[1,0,0.5]})");
+    const json nudged = json::parse(viewer.Next("line"));
+    Command(page.Port(), R"({"operation":"SetImplementWidth","arguments":[1,6]})");
+    const json wide = json::parse(viewer.Next("line"));
+
+    EXPECT_EQ(R"([{"text":"A","x":0.0,"y":0.0},{"text":"B","x":0.0,"y":100.0}])"_json,
+              line["labels"]);
+    EXPECT_EQ(2u, line["followed"]["points"].size());
+    EXPECT_EQ(6u, line["passes"].size());
+    EXPECT_NE("", line["text"]);
+    EXPECT_EQ(0.5, nudged["nudge"]);
+    EXPECT_EQ(0.5, nudged["followed"]["points"][0][0]);
+    EXPECT_EQ(0.0, nudged["line"][0][0]);
+    EXPECT_GT(nudged["revision"], line["revision"]);
+    EXPECT_EQ(6.5, wide["passes"][3]["points"][0][0]);
+}
+
+TEST(Viewer, HearsOfWaypointsWhileALineIsBeingMade)
+{
+    const RunningPage page;
+    EventStream viewer(page.Port());
+    viewer.Next("line");
+
+    Command(page.Port(), R"({"operation":"start_wayline","arguments":[0]})");
+    Command(page.Port(), R"({"operation":"set_waypoint","arguments":[0,5,7,0,0]})");
+    const json line = json::parse(viewer.NextWith("line", R"("text":"A")"));
+
+    EXPECT_FALSE(line["complete"]);
+    EXPECT_EQ(0, line["kind"]);
+    EXPECT_EQ(R"([{"text":"A","x":5.0,"y":7.0}])"_json, line["labels"]);
+}
+
+TEST(Viewer, HearsOfChangedSettingsWhileTheWorldStandsStill)
+{
+    const RunningPage page;
+    EventStream viewer(page.Port());
+    viewer.Next("settings");
+
+    Command(page.Port(), R"({"operation":"set_tuning_parameter","arguments":[0,2.5,0]})");
+
+    EXPECT_EQ(2.5, json::parse(viewer.Next("settings"))["tuning"][0]["value"]);
+}
+
+TEST(Viewer, SeesTheMachineSteered)
+{
+    RunningPage page;
+    page.OnLoop([](ServiceCoreC& core) { core.Advance(0.5); });
+    EventStream viewer(page.Port());
+    Post(page.Port(), "/wayline", "text/plain", "0 0.8 0.0 0.0 0.8 100.0 0.0");
+    Command(page.Port(), R"({"operation":"StartNavigation","arguments":[1,0]})");
+
+    EXPECT_EQ(R"({"reasons":[],"result":1})",
+              Command(page.Port(), R"({"operation":"EngageSteering","arguments":[1]})"));
+    page.Run();
+    const json state = json::parse(viewer.NextWith("state", "\"engaged\""));
+
+    EXPECT_EQ(2, state["engage_state"]);
+    EXPECT_TRUE(state["navigating"]);
+    EXPECT_NEAR(-0.8, state["cross_track_error"].get<double>(), 0.05);
+    EXPECT_NEAR(0.8, state["aim_point"][0].get<double>(), 1e-9);
+    EXPECT_EQ(0, state["pass"]);
+    EXPECT_EQ(2.8, state["wheelbase"]);
+    EXPECT_TRUE(WaitUntil(
+        [&] { return json::parse(viewer.Next("state"))["desired_steering_angle"] > 0.0; }));
+}
+
+TEST(Viewers, AreSixteenAtMostAndOneMoreWhenOneHasLeft)
+{
+    const RunningPage page;
+    std::list<EventStream> viewers;
+    for (std::size_t count = 0; count < LivePageC::kMostViewers; ++count) {
+        viewers.emplace_back(page.Port());
+        ASSERT_FALSE(viewers.back().Next("settings").empty()) << count;
+    }
+
+    const HttpAnswer refused = Ask(page.Port(), {"GET", "/events", "", {}, ""});
+    EXPECT_EQ(503, refused.status);
+    EXPECT_NE(std::string::npos, refused.head.find("Retry-After: 5\r\n"));
+    EXPECT_EQ(R"({"error":"16 viewers are there already"})", refused.body);
+    EXPECT_NE("", Command(page.Port(), R"({"operation":"IsSteeringEngaged"})"));
+
+    viewers.pop_front();
+    EXPECT_TRUE(WaitUntil([&] { return !EventStream(page.Port()).Next("settings").empty(); }));
+}
+
+TEST(Viewers, LoseOneThatTakesNothingAndDoNotNotice)
+{
+    LivePageTimes times;
+    times.stalledPeer = std::chrono::milliseconds(300);
+    RunningPage page(times);
+    page.Run(10.0);
+    EventStream other(page.Port());
+    other.Next("state");
+    const int before = CountsOfThisProcess().descriptors;
+    EventStream stalled(page.Port(), 2048);
+    ASSERT_TRUE(stalled.Peer().ReadUntil("retry"));
+    // Each nudge draws the line anew: much more than the system keeps for a peer that reads
+    // nothing.
+    Post(page.Port(), "/wayline", "text/plain", "2 0.0 0.0 0.0 300.0 300.0 0.0 600.0 0.0 0.0");
+
+    bool dropped = false;
+    for (int count = 0; count < 2000 && !dropped; ++count) {
+        Command(page.Port(), R"({"operation":"Nudge","arguments":[1,1,0.001]})");
+        ASSERT_FALSE(other.Next("state").empty()) << count;
+        // The stalled viewer keeps its own end open: one descriptor, not two.
+        dropped = CountsOfThisProcess().descriptors == before + 1;
+    }
+
+    EXPECT_TRUE(dropped);
+    EXPECT_FALSE(other.Next("line").empty());
+}
+
+TEST(Viewers, LeaveNoThreadAndNoDescriptorBehind)
+{
+    RunningPage page;
+    page.Run();
+    EventStream(page.Port()).Next("state");
+    const ProcessCounts before = CountsOfThisProcess();
+
+    for (int count = 0; count < 200; ++count) {
+        EventStream viewer(page.Port());
+        ASSERT_FALSE(viewer.Next("settings").empty()) << count;
+    }
+
+    EXPECT_TRUE(WaitUntil([&] {
+        const ProcessCounts now = CountsOfThisProcess();
+        return now.threads == before.threads && now.descriptors <= before.descriptors;
+    }));
+}
+
+TEST(Viewers, AreNoticedToHaveGoneWhileNothingHappens)
+{
+    const RunningPage page;
+    const int before = CountsOfThisProcess().descriptors;
+    {
+        EventStream viewer(page.Port());
+        viewer.Next("line");
+    }
+    const auto gone = Clock::now();
+
+    EXPECT_TRUE(WaitUntil([&] { return CountsOfThisProcess().descriptors == before; }));
+    EXPECT_LT(Clock::now() - gone, std::chrono::seconds(2));
+}
+
+TEST(Viewers, DoNotHoldUpTheEnd)
+{
+    RunningPage page;
+    std::list<EventStream> viewers;
+    for (int count = 0; count < 5; ++count) {
+        viewers.emplace_back(page.Port());
+        viewers.back().Next("settings");
+    }
+    const HttpPeer silent(page.Port());
+    HttpPeer halfway(page.Port());
+    halfway.Send("POST /command HTTP/1.1\r\nHost: local");
+    const auto start = Clock::now();
+
+    page.Stop();
+
+    EXPECT_LT(Clock::now() - start, std::chrono::milliseconds(1500));
+    for (EventStream& viewer : viewers)
+        EXPECT_TRUE(viewer.Peer().ReadToEnd());
+    EXPECT_TRUE(halfway.ReadToEnd());
+}
+
+/// Where the machine is after a drive of ten seconds along a line.
+std::string DriveWith(int viewerCount)
+{
+    RunningPage page;
+    std::list<EventStream> viewers;
+    for (int count = 0; count < viewerCount; ++count) {
+        viewers.emplace_back(page.Port());
+        viewers.back().Next("settings");
+    }
+    page.OnLoop([](ServiceCoreC& core) {
+        core.Request("set_wayline", *ListFrom("[0, 0.5, 0.0, 0.0, 0.5, 100.0, 0.0]"));
+        core.Request("StartNavigation", *ListFrom("[1, 1]"));
+        core.Request("EngageSteering", *ListFrom("[1]"));
+    });
+    for (int step = 0; step < 100; ++step)
+        page.Advance(0.1);
+    std::string state;
+    page.OnLoop([&](ServiceCoreC& core) { state = StateJson(core.World()); });
+    return state;
+}
+
+TEST(Viewers, DoNotChangeTheRun)
+{
+    const std::string unseen = DriveWith(0);
+
+    EXPECT_EQ("engaged", json::parse(unseen)["engage_state_name"]);
+    EXPECT_EQ(unseen, DriveWith(3));
+}
+
+} // namespace
