@@ -3,7 +3,7 @@
 #
 # usage: compare.sh LIBRARY
 set -eu
-library=$1
+library=$(realpath "$1")
 cd "$(dirname "$0")"
 if ! differences=$(abidiff --exported-interfaces-only --suppressions ignored-types.ini \
     --suppressions private-types.ini libkestrove-navigation.abi "$library"); then

@@ -4,8 +4,9 @@
 #
 # usage: describe.sh LIBRARY
 set -eu
+library=$(realpath "$1")
 cd "$(dirname "$0")"
 project=$(cd ../.. && pwd -P)
 description=$(abidw --exported-interfaces-only --suppressions ignored-types.ini \
-    --no-show-locs --no-comp-dir-path --no-corpus-path --no-elf-needed --no-parameter-names "$1")
+    --no-show-locs --no-comp-dir-path --no-corpus-path --no-elf-needed --no-parameter-names "$library")
 printf '%s\n' "$description" | sed "s|path='$project/|path='|"

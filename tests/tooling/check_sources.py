@@ -21,9 +21,10 @@ from pathlib import Path
 FOLDERS = ("core", "platform", "wayline", "api", "runtime", "simulator", "tools", "testing",
            "tests", "benchmarks", "examples", "bindings")
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
-# Where people and machines keep what they build, and any source in the record of the interface that
-# is not named from the project's root on.
-BUILD_PLACE = re.compile(r"(?<![\w.~$})/-])/(?:home|root|work|workspace|tmp/build[\w-]*)/\w|path=['\"]/")
+# Where people and machines keep what they build.
+BUILD_PLACE = re.compile(r"(?<![\w.~$})/-])/(?:home|root|work|workspace|tmp/build[\w-]*)/\w")
+# A source in the record of the interface that is not named from the project's root on.
+RECORDED_PLACE = re.compile(r"path='/")
 LONGEST_SOURCE = 400
 LONGEST_TEST = 600
 
@@ -83,6 +84,8 @@ def build_place_faults(name, root):
     text = (root / name).read_text(encoding="utf-8", errors="replace")
     for number, line in enumerate(text.splitlines(), 1):
         place = BUILD_PLACE.search(line)
+        if name.suffix == ".abi":
+            place = place or RECORDED_PLACE.search(line)
         if place or own in line:
             found = place.group() if place else own
             faults.append(f"{name}:{number}: tells where it was built: {found}")
