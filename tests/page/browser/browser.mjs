@@ -1,0 +1,51 @@
+// A headless Chromium, and what the tests do with the page.
+import { createRequire } from "node:module";
+import { join } from "node:path";
+
+const { chromium } = createRequire(join(process.env.NODE_MODULES, "playwright-core/"))("playwright-core");
+
+/** Starts the browser. As root it cannot have its sandbox. */
+export const startBrowser = () => chromium.launch({
+  executablePath: process.env.CHROMIUM,
+  args: process.getuid() === 0 ? ["--no-sandbox"] : [],
+});
+
+/** Opens the page in a context of its own; faults of its scripts are kept in `faults`. */
+export async function openPage(browser, address, options = {}) {
+  const context = await browser.newContext({ viewport: { width: 1280, height: 900 }, ...options });
+  const page = await context.newPage();
+  page.setDefaultTimeout(30000);
+  page.faults = [];
+  page.on("pageerror", (error) => page.faults.push(error.message));
+  page.on("console", (message) => {
+    const refused = message.text().startsWith("Failed to load resource"); // a reply like any other
+    if (message.type() === "error" && !refused) page.faults.push(message.text());
+  });
+  await page.goto(address);
+  await page.locator("#connection", { hasText: "● connected" }).waitFor();
+  await page.locator("#engage-state:not([data-state=unknown])").waitFor();
+  return page;
+}
+
+/** Types an A-B line and sets it. */
+export async function setLine(page, a, b) {
+  await page.locator("#x0").fill(String(a[0]));
+  await page.locator("#y0").fill(String(a[1]));
+  await page.locator("#x1").fill(String(b[0]));
+  await page.locator("#y1").fill(String(b[1]));
+  await page.locator("#line-form [type=submit]").click();
+  await page.locator("#line-status", { hasText: "is set" }).waitFor();
+}
+
+/** Starts navigation and engages, by the buttons. */
+export async function engage(page) {
+  await page.locator("#start").click();
+  await page.locator("#message", { hasText: "Navigation is active" }).waitFor();
+  await page.locator("#engage").click();
+  await page.locator("#engage-state[data-state=engaged]").waitFor();
+}
+
+/** The cross-track error that the page shows, centimetres; NaN without one. */
+export async function shownError(page) {
+  return Number((await page.locator("#error-figure").textContent()).replace("−", "-"));
+}

@@ -1,0 +1,171 @@
+// Driving by the page, with the service's other clients as witnesses.
+import { after, afterEach, before, beforeEach, test } from "node:test";
+import assert from "node:assert/strict";
+import { engage, openPage, setLine, shownError, startBrowser } from "./browser.mjs";
+import { navctl, startNavctl, startSimulator, until } from "./programs.mjs";
+
+let browser;
+let simulator;
+let page;
+
+before(async () => { browser = await startBrowser(); });
+after(() => browser.close());
+
+beforeEach(async () => {
+  simulator = await startSimulator("--speed", "2.5", "--speed-factor", "2", "--receiver", "ideal",
+    "--start", "0.4,0,0");
+  page = await openPage(browser, simulator.page);
+});
+
+afterEach(async () => {
+  const { faults } = page;
+  await page.context().close();
+  await simulator.end();
+  assert.deepEqual(faults, []);
+});
+
+/** The trail as the service keeps it. */
+const trail = async () => (await (await page.request.get(`${simulator.page}trail`)).json()).points;
+
+test("the machine moves", async () => {
+  const picture = async () => (await page.locator("#map").screenshot()).toString("base64");
+  const before = [await picture(), await page.locator("#fact-time").textContent(), await trail()];
+  await until(async () => await page.locator("#fact-time").textContent() > before[1], "time goes on");
+  await until(async () => await picture() !== before[0], "another picture");
+  const [, north] = (await trail()).at(-1);
+  assert.ok(north > before[2].at(-1)[1], `${north} m north`);
+  assert.equal(await page.locator("#fact-speed").textContent(), "2.5");
+});
+
+test("reasons are told while steering cannot be engaged", async () => {
+  await page.locator("#why-list", { hasText: "navigation is not active" }).waitFor();
+  await page.locator("#engage").click();
+  await page.locator("#message.bad", { hasText: "navigation is not active" }).waitFor();
+});
+
+test("engaging by the button shows in the library's events", async () => {
+  const watch = startNavctl("watch", "engage-status", "--json", "--for", "60");
+  try {
+    const engaged = (line) => /"engaged":\s*(true|1)/.test(line);
+    await watch.line((line) => line.includes("engaged"), "a first event");
+    assert.equal(watch.lines.some(engaged), false);
+    await setLine(page, [0, 0], [0, 100]);
+    await engage(page);
+    await watch.line(engaged, "the event of engaging");
+    await page.locator("#disengage").click();
+    await until(() => !engaged(watch.lines.at(-1)), "the event of disengaging");
+  } finally {
+    await watch.end();
+  }
+});
+
+test("the error shown says where to steer, and goes while engaged", async () => {
+  await setLine(page, [0, 0], [0, 100]);
+  await page.locator("#error-words", { hasText: "right of the line → steer left" }).waitFor();
+  assert.equal(await shownError(page), 40);
+  await page.locator("#steer-left.now").waitFor();
+  await engage(page);
+  await page.locator("#error-words", { hasText: "on the line" }).waitFor();
+});
+
+test("a line clicked on the map comes back from the service", async () => {
+  await page.locator("#heading-up").click();
+  await page.locator("#pick").click();
+  const box = await page.locator("#map").boundingBox();
+  await page.mouse.click(box.x + 100, box.y + 300);
+  await page.mouse.click(box.x + 180, box.y + 120);
+  await page.locator("#line-status", { hasText: "All points are set" }).waitFor();
+  await page.locator("#line-form [type=submit]").click();
+  await page.locator("#line-status", { hasText: "is set" }).waitFor();
+  const [kind, ax, ay, , bx, by] = (await navctl("get-wayline")).trim().split(/\s+/).map(Number);
+  assert.equal(kind, 0);
+  const typed = await Promise.all(["x0", "y0", "x1", "y1"].map((id) => page.locator(`#${id}`).inputValue()));
+  assert.deepEqual([ax, ay, bx, by], typed.map(Number));
+  // 80 pixels right and 180 up on a map with north up, at 14 pixels a metre.
+  assert.ok(Math.abs(bx - ax - 80 / 14) < 0.02 && Math.abs(by - ay - 180 / 14) < 0.02, `${typed}`);
+});
+
+test("a line with a heading and a circle are set by the keyboard", async () => {
+  for (const [kind, clicks] of [["1", 2], ["2", 3]]) {
+    await page.locator(`input[name=kind][value="${kind}"]`).focus();
+    await page.keyboard.press("Space");
+    await page.keyboard.press("p");
+    for (let i = 0; i < clicks; i += 1) {
+      await page.keyboard.press("Enter");
+      for (let j = 0; j < 2; j += 1) await page.keyboard.press(i === 1 ? "ArrowRight" : "ArrowUp");
+    }
+    await page.locator("#line-status", { hasText: "All points are set" }).waitFor();
+    await page.keyboard.press("Enter");
+    await page.locator("#line-status", { hasText: "is set" }).waitFor();
+    assert.equal((await navctl("get-wayline")).trim()[0], kind);
+  }
+});
+
+test("a text form is loaded, and a bad one refused with the reason", async () => {
+  await page.locator("summary", { hasText: "Text form" }).click();
+  await page.locator("#text").fill("0 5 6 0 7 80 0");
+  await page.locator("#text-form [type=submit]").click();
+  await page.locator("#line-status", { hasText: "loaded" }).waitFor();
+  assert.deepEqual((await navctl("get-wayline")).trim().split(/\s+/).map(Number), [0, 5, 6, 0, 7, 80, 0]);
+  await page.locator("#text").fill("0 5 6");
+  await page.locator("#text-form [type=submit]").click();
+  await page.locator("#line-status.bad", { hasText: "Failed" }).waitFor();
+});
+
+test("nudge, snap, tuning and machine reach the service", async () => {
+  await setLine(page, [0, 0], [0, 100]);
+  await page.locator("#nudge-right").click();
+  await page.locator("#nudge-words", { hasText: "5 cm right" }).waitFor();
+  assert.equal(Number(await navctl("get-nudge-scalar")), 0.05);
+  await page.locator("#snap").click();
+  await page.locator("#nudge-words", { hasText: "40 cm right" }).waitFor();
+  await page.locator("#unnudge").click();
+  await page.locator("#nudge-words", { hasText: /^0 cm/ }).waitFor();
+  await page.getByLabel("Sensitivity").focus();
+  await page.keyboard.press("End");
+  await until(async () => Number(await navctl("get-tuning-parameter", "sensitivity")) === 3, "sensitivity 3");
+  await page.locator("#width").fill("6");
+  await page.locator("#width").press("Enter");
+  await until(async () => Number(await navctl("get-implement-width")) === 6, "a width of 6 m");
+});
+
+test("steering is engaged by the keyboard alone", async () => {
+  await navctl("set-wayline", "0 0 0 0 0 100 0");
+  const target = async () => page.evaluate(() => document.activeElement.id);
+  for (const wanted of ["start", "engage"]) {
+    await until(async () => {
+      if (await target() === wanted) return true;
+      await page.keyboard.press("Tab");
+      return false;
+    }, `Tab reaches ${wanted}`);
+    const outline = await page.evaluate(() => getComputedStyle(document.activeElement).outlineStyle);
+    assert.equal(outline, "solid", `${wanted} shows its focus`);
+    await page.keyboard.press("Enter");
+    await page.locator("#message", { hasText: wanted === "start" ? "is active" : "is engaged" }).waitFor();
+  }
+  await page.locator("#engage-state[data-state=engaged]").waitFor();
+  await page.keyboard.press("d");
+  await page.locator("#engage-state[data-state=ready]").waitFor();
+  await page.keyboard.press("e");
+  await page.locator("#engage-state[data-state=engaged]").waitFor();
+});
+
+test("the step test scores two tunings beside each other", async () => {
+  await setLine(page, [0, 0], [0, 100]);
+  await engage(page);
+  for (const [row, sensitivity] of [[1, "1"], [2, "1.5"]]) {
+    await page.locator("#error-words", { hasText: "on the line" }).waitFor();
+    await navctl("set-tuning-parameter", "sensitivity", sensitivity);
+    await page.locator(".slider b").first().filter({ hasText: sensitivity }).waitFor();
+    await page.locator("#step-run").click();
+    await page.locator("#step-status", { hasText: "Scored: settled" }).waitFor({ timeout: 60000 });
+    assert.equal(await page.locator("#scores tbody tr").count(), row);
+    const cells = await page.locator("#scores tbody tr").first().locator("td").allTextContents();
+    const [settled, overshoot, shown] = [Number(cells[0]), Number(cells[1]), cells[2]];
+    console.log(`sensitivity ${shown}: settled after ${settled} m, overshoot ${overshoot} cm`);
+    assert.equal(shown, sensitivity);
+    assert.ok(settled > 5 && settled < 30, `${settled} m`);
+    assert.ok(overshoot >= 0 && overshoot < 10, `${overshoot} cm`);
+  }
+  assert.equal(await page.locator("#scores tr.best").count(), 1);
+});

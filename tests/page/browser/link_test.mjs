@@ -1,0 +1,94 @@
+// What the page and the program do when the other one goes.
+import { after, before, test } from "node:test";
+import assert from "node:assert/strict";
+import { readdirSync } from "node:fs";
+import { openPage, startBrowser } from "./browser.mjs";
+import { startSimulator, until } from "./programs.mjs";
+
+const visits = 200;
+const atOnce = 4;
+let browser;
+
+before(async () => { browser = await startBrowser(); });
+after(() => browser.close());
+
+/** How many threads and descriptors a process has. */
+const held = (pid) =>
+  ["task", "fd"].map((kind) => readdirSync(`/proc/${pid}/${kind}`).length);
+
+async function showsTheLoss(page) {
+  await page.locator("#lost", { hasText: "Connection lost" }).waitFor();
+  assert.equal(await page.locator("#connection").textContent(), "✕ no connection");
+  assert.equal(await page.locator("#engage").isDisabled(), true);
+  assert.match(await page.locator("#engage-state span").evaluate(
+    (node) => getComputedStyle(node, "::after").content), /old/);
+}
+
+async function showsTheReturn(page) {
+  await page.locator("#lost").waitFor({ state: "hidden" });
+  await page.locator("#connection", { hasText: "● connected" }).waitFor();
+  assert.equal(await page.locator("#engage").isDisabled(), false);
+  const time = await page.locator("#fact-time").textContent();
+  await until(async () => await page.locator("#fact-time").textContent() !== time, "time goes on");
+}
+
+test("a killed service shows as lost, and comes back by itself", async () => {
+  const first = await startSimulator("--port", "0", "--speed", "2");
+  const page = await openPage(browser, first.page);
+  await first.end("SIGKILL");
+  await showsTheLoss(page);
+  const second = await startSimulator("--port", "0", "--speed", "2", "--http", new URL(first.page).port);
+  await showsTheReturn(page);
+  await page.context().close();
+  assert.equal(await second.end(), 0);
+});
+
+test("a service that hangs shows as lost, and comes back by itself", async () => {
+  const simulator = await startSimulator("--port", "0", "--speed", "2");
+  const page = await openPage(browser, simulator.page);
+  simulator.process.kill("SIGSTOP");
+  await showsTheLoss(page);
+  simulator.process.kill("SIGCONT");
+  await showsTheReturn(page);
+  await page.context().close();
+  assert.equal(await simulator.end(), 0);
+});
+
+test("a viewer too many is told so, and served when there is room", async () => {
+  const simulator = await startSimulator("--port", "0", "--speed", "2");
+  const leave = new AbortController();
+  const viewers = await Promise.all(Array.from({ length: 16 }, () =>
+    fetch(`${simulator.page}events`, { signal: leave.signal })));
+  assert.deepEqual([...new Set(viewers.map(({ status }) => status))], [200]);
+  const page = await (await browser.newContext()).newPage();
+  await page.goto(simulator.page);
+  await page.locator("#lost", { hasText: "Refused" }).waitFor();
+  leave.abort();
+  await showsTheReturn(page);
+  await page.context().close();
+  await simulator.end();
+});
+
+test(`${visits} visits leave no thread and no descriptor behind`, async () => {
+  const simulator = await startSimulator("--port", "0", "--speed", "2");
+  const context = await browser.newContext();
+  const visit = async () => {
+    const page = await context.newPage();
+    await page.goto(simulator.page);
+    await page.locator("#connection", { hasText: "● connected" }).waitFor();
+    await page.close();
+  };
+  await until(() => held(simulator.pid)[0] > 0, "the simulator runs");
+  const before = held(simulator.pid);
+  await Promise.all(Array.from({ length: atOnce }, async () => {
+    for (let i = 0; i < visits / atOnce; i += 1) await visit();
+  }));
+  const same = () => {
+    const now = held(simulator.pid);
+    return now[0] <= before[0] && now[1] <= before[1];
+  };
+  await until(same, `threads and descriptors go back to ${before}; ${held(simulator.pid)}`);
+  console.log(`threads, descriptors before ${before}, after ${visits} visits ${held(simulator.pid)}`);
+  await context.close();
+  assert.equal(await simulator.end(), 0);
+});

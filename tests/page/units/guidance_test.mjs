@@ -1,0 +1,80 @@
+import assert from "node:assert/strict";
+import test from "node:test";
+import { load } from "./page_modules.mjs";
+
+const guidance = await load("guidance.js");
+const lines = await load("lines.js");
+const north = { pass: 0, points: [[0, -100], [0, 100]] };
+
+for (const [error, against, words] of [
+  [0.12, false, "right of the line → steer left"],
+  [-0.12, false, "left of the line → steer right"],
+  [0.12, true, "right of the line, driven in reverse order → steer right"],
+  [-0.12, true, "left of the line, driven in reverse order → steer left"],
+  [0.025, false, "on the line"],
+  [null, false, "no line"],
+]) {
+  test(`an error of ${error} m, ${against ? "against" : "along"} the line, reads: ${words}`, () => {
+    assert.equal(guidance.errorWords(error, against), words);
+  });
+}
+
+for (const [error, figure] of [
+  [0.1234, "+12.3"], [-0.1234, "−12.3"], [0.0004, "0.0"], [-0.0004, "0.0"], [1.5, "+150"],
+  [0.9996, "+100"], [-12, "−1200"], [null, "–"],
+]) {
+  test(`an error of ${error} m is shown as ${figure}`, () => {
+    assert.equal(guidance.errorFigure(error), figure);
+  });
+}
+
+for (const [error, side, lit] of [
+  [0.02, 0, 0], [-0.025, 0, 0], [0.03, -1, 1], [-0.03, 1, 1], [0.11, -1, 4], [-7, 1, 10],
+]) {
+  test(`at ${error} m ${lit} lights burn on side ${side}`, () => {
+    assert.deepEqual(guidance.lightbar(error, false), { side, lit, middle: side === 0 });
+  });
+}
+
+test("without a line no light burns", () => {
+  assert.deepEqual(guidance.lightbar(null, false), { side: 0, lit: 0, middle: false });
+});
+
+for (const [heading, headingError, against] of [
+  [0.1, 0.1, false], [Math.PI + 0.1, 0.1, true], [1.2, 1.2, false], [2.0, -1.14, true],
+]) {
+  test(`heading ${heading} with an error of ${headingError} drives ${against ? "against" : "along"}`, () => {
+    const state = { x: 1, y: 5, heading, heading_error: headingError };
+    assert.equal(guidance.drivesAgainst(state, north), against);
+  });
+}
+
+test("without a followed pass nothing is driven against", () => {
+  assert.equal(guidance.drivesAgainst({ x: 0, y: 0, heading: 3, heading_error: null }, null), false);
+});
+
+for (const [metres, words] of [[0, "0 cm"], [0.05, "5 cm right"], [-0.505, "50.5 cm left"]]) {
+  test(`a shift of ${metres} m reads: ${words}`, () => {
+    assert.equal(guidance.shiftWords(metres), words);
+  });
+}
+
+for (const [kind, points, heading, text] of [
+  [0, [[1, 2], [3, 4.5]], 0, "0 1.000000 2.000000 0.000000 3.000000 4.500000 0.000000"],
+  [1, [[1, 2]], 90, "1 1.000000 2.000000 0.000000 1.570796"],
+  [2, [[0, 0], [1, 1], [2, 0]], 0,
+    "2 0.000000 0.000000 0.000000 1.000000 1.000000 0.000000 2.000000 0.000000 0.000000"],
+]) {
+  test(`the text form of kind ${kind}`, () => {
+    assert.equal(lines.textForm(kind, points, heading), text);
+  });
+}
+
+test("a click after point A gives its heading in degrees", () => {
+  assert.equal(lines.clickedHeading([0, 0], [10, 10]), 45);
+});
+
+test("each kind asks for its clicks in turn", () => {
+  assert.deepEqual([0, 1, 2].map(lines.clicksOf), [2, 2, 3]);
+  assert.equal(lines.clickPrompt(1, 1), "Set a point in the heading wanted");
+});
