@@ -32,12 +32,6 @@ std::size_t CountIn(const std::string& text, const std::string& part)
     return count;
 }
 
-int MillisecondsSince(Clock::time_point start)
-{
-    return static_cast<int>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
-}
-
 /// What a client needs for the legal replies that take most: the longest text, and the longest
 /// list.
 std::size_t GrowthForALegalMessage()
@@ -144,9 +138,9 @@ double CFaultCheck::Make(const CCall& call, int timeoutMilliseconds)
     m_navigation->SetTimeout(timeoutMilliseconds);
     const std::size_t delivered = m_offsets.size() + m_states.size();
     const CSystemCallWatch watch;
-    const Clock::time_point start = Clock::now();
+    const CStopwatch stopwatch;
     const double value = call.make(*m_navigation);
-    EXPECT_LE(MillisecondsSince(start),
+    EXPECT_LE(stopwatch.Milliseconds(),
               kConnectLimitMilliseconds + timeoutMilliseconds + kSlackMilliseconds);
     EXPECT_EQ(delivered, m_offsets.size() + m_states.size());
     EXPECT_LE(watch.AttemptsPerAddress(), 1);
