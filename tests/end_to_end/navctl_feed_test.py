@@ -4,18 +4,22 @@ import csv
 import json
 import math
 import os
+import re
 import signal
 import subprocess
 import tempfile
 import time
 import unittest
 
-from navctl_files import CountingService, field_data, moment, navctl, navctl_json, sentence
+from navctl_files import (CountingService, field_data, moment, navctl, navctl_json, on_terminal,
+                          sentence)
 from navigation_service import DEADLINE_SECONDS, Client, Simulator, wait_for
 
 SAMPLES = 100000
 LONG_DEADLINE_SECONDS = 240.0
 ORIGIN = "48.0,11.0,500"
+with open(os.environ["NAVCTL"], "rb") as executable:
+    PROGRAM = executable.read(200000)  # nothing for a feed, and every byte there is
 
 
 class Files(unittest.TestCase):
@@ -26,8 +30,8 @@ class Files(unittest.TestCase):
 
     def write(self, name, parts):
         path = os.path.join(self.directory, name)
-        with open(path, "w", encoding="utf-8", newline="") as file:
-            file.writelines(parts)
+        with open(path, "wb") as file:
+            file.writelines(part if isinstance(part, bytes) else part.encode() for part in parts)
         return path
 
     def feed(self, name, parts, *options):
@@ -36,6 +40,11 @@ class Files(unittest.TestCase):
         with CountingService() as service:
             code, report = navctl_json("feed", path, "--rate", "max", *options)
         return code, report, service.samples
+
+
+def reasons(report):
+    """How often something was skipped for which reason."""
+    return {entry["reason"]: entry["count"] for entry in report["skipped_reasons"]}
 
 
 class Samples(Files):
@@ -63,8 +72,12 @@ class Samples(Files):
         code, report, samples = self.feed("circle.csv", rows, "--origin", ORIGIN,
                                           "--interval", "0.5")
         self.assertEqual((0, 30), (code, report["sent"]), report)
-        for sample in samples[2:]:
+        for number, sample in enumerate(samples[2:], 2):
             self.assertAlmostEqual(2.0, sample[5], 2)
+            # The chord from the row before, counter-clockwise from east.
+            course = math.pi / 2 - (number - 0.5) / 10
+            self.assertAlmostEqual(0.0, math.remainder(course - sample[4], 2 * math.pi), 4)
+            self.assertEqual((sample[4], 0), (sample[8], sample[18]), "no heading but the course")
             # Counter-clockwise, a tenth of a radian every half second.
             self.assertAlmostEqual(-0.2, sample[11], 3)
 
@@ -80,15 +93,85 @@ class Samples(Files):
         self.assertEqual(0, process.returncode)
         self.assertEqual(3, json.loads(output)["sent"])
 
+    def stream(self, chunks, wait):
+        """Feeds a stream whose pieces come a while apart; gives the report and the samples."""
+        with CountingService() as service, subprocess.Popen(
+                [os.environ["NAVCTL"], "--json", "feed", "-"], stdin=subprocess.PIPE,
+                stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True) as process:
+            for chunk in chunks:
+                process.stdin.write(chunk)
+                process.stdin.flush()
+                time.sleep(wait)  # what a slow line does
+            output, _ = process.communicate(timeout=DEADLINE_SECONDS)
+        self.assertEqual(0, process.returncode, output)
+        return json.loads(output), service.samples
+
+    def test_reads_a_stream_that_begins_within_a_sentence(self):
+        lines = "".join(moment(number) for number in range(4)).splitlines(keepends=True)
+        report, samples = self.stream([lines[0][30:], *lines[1:]], 0.01)
+        self.assertEqual((4, {"not a sentence": 1}), (len(samples), reasons(report)))
+
+    def test_puts_the_sentences_of_a_slow_line_together(self):
+        lines = "".join(moment(number) for number in range(5)).splitlines(keepends=True)
+        report, samples = self.stream(lines, 0.085)
+        self.assertEqual((5, {}), (len(samples), reasons(report)))
+        for sample in samples:
+            self.assertAlmostEqual(2.0, sample[5], 2, "the speed is RMC's")
+
+    def test_skips_rows_of_a_stream_whose_time_goes_back(self):
+        report, samples = self.stream(["time,latitude,longitude\n1,48,11\n2,48,11\n", "1.5,48,11\n",
+                                       "2,48,11\n3,48,11\n"], 0.0)
+        self.assertEqual([1.0, 2.0, 3.0], [sample[21] for sample in samples])
+        self.assertEqual({"time does not advance": 2}, reasons(report))
+
+    def test_derives_no_speed_from_rows_that_come_in_a_burst(self):
+        rows = "".join(f"{48 + number * 1e-5:.6f},11\n" for number in range(100))
+        _, samples = self.stream(["latitude,longitude\n" + rows], 0.0)
+        self.assertEqual(100, len(samples))
+        # A metre a row: over 20 ms, the least that speed is derived from, this is 55 m/s.
+        self.assertLess(max(sample[5] for sample in samples), 60.0)
+
+    def test_gives_every_sample_the_day_that_a_sentence_tells(self):
+        drive = [moment(number) for number in range(20)]
+        lines = drive[0].splitlines(keepends=True)
+        first_is_broken = [lines[0], lines[1].replace("R*", "S*"), *drive[1:]]
+        first_is_missing = [lines[0], *drive[1:]]
+        for parts, skipped in ((first_is_broken, 1), (first_is_missing, 0)):
+            with self.subTest(skipped):
+                code, report, samples = self.feed("drive.nmea", parts)
+                self.assertEqual((0, 20, skipped), (code, len(samples), report["skipped"]), report)
+                for number, sample in enumerate(samples):
+                    self.assertAlmostEqual(1714521600.0 + number / 10, sample[21], 5)
+
+    def test_goes_on_behind_a_time_that_is_far_ahead(self):
+        rows = "".join(f"{number},48,11\n" for number in range(2, 9))
+        path = self.write("rows.csv", "time,latitude,longitude\n1,48,11\n1e9,48,11\n" + rows)
+        with CountingService() as service:
+            result = navctl("--json", "feed", path, "--rate", "10")  # the gap is not waited for
+        report = json.loads(result.stdout)
+        self.assertEqual((0, {"time does not advance": 4}), (result.returncode, reasons(report)))
+        self.assertEqual([1.0, 1e9, 6.0, 7.0, 8.0], [sample[21] for sample in service.samples])
+        self.assertIn("passing over a gap of 999999999 s", result.stderr)
+        self.assertIn("starts anew", result.stderr)
+
+    def test_tells_of_unused_columns_before_the_first_sample(self):
+        path = self.write("rows.csv", "time,wind,latitude,longitude,sun\n1,9,48,11,9\n")
+        with CountingService():
+            result = navctl("--json", "feed", path)
+        self.assertEqual(["wind", "sun"], json.loads(result.stdout)["columns_not_used"])
+        self.assertIn("columns that are not used: wind, sun", result.stderr)
+
     def test_keeps_the_time_of_the_file_and_is_faster_with_a_rate(self):
         path = self.write("drive.nmea", [moment(number) for number in range(21)])
         for rate, seconds in ((None, 2.0), ("4", 0.5)):
             with self.subTest(rate), CountingService() as service:
-                begin = time.monotonic()
                 result = navctl("feed", path, *(("--rate", rate) if rate else ()))
                 self.assertEqual(0, result.returncode, result.stderr)
-                self.assertGreaterEqual(time.monotonic() - begin, seconds)
             self.assertEqual(21, len(service.samples))
+            # When they came: the start of the program and its end do not count.
+            lasted = service.times[-1] - service.times[0]
+            self.assertGreaterEqual(lasted, 0.9 * seconds)
+            self.assertLess(lasted, 1.5 * seconds)
 
     def test_moves_the_simulated_machine(self):
         path = self.write("drive.nmea", [moment(number) for number in range(11)])
@@ -116,6 +199,7 @@ class BrokenFiles(Files):
             ("$GNGGA,1,2,3*4\r\n", "cut checksum"),
             ("\x00\x01binary\r\n", "not a sentence"),
             ("x" * 100000 + "\r\n", "line too long"),
+            (moment(1)[20:60] + "\r\n", "not a sentence"),
             (sentence("GNGGA,000000.10,,,,,0,00,,,M,,M,,"), "no position"),
             (sentence("GNGGA,000000.10,48,N,11.x,E,1,1,1,1,M,1,M,,"), "GGA with a bad longitude"),
         ):
@@ -156,11 +240,19 @@ class BrokenFiles(Files):
                 ("semicolons.csv", "time;latitude;longitude\n1;48;11\n", "not by semicolons"),
                 ("origin.csv", "time,x,y\n1,2,3\n", "--origin"),
                 ("interval.csv", "latitude,longitude\n48,11\n", "--interval"),
+                ("zeros", "\0" * 200000, "no line that names the columns"),
+                ("program.nmea", PROGRAM, "no sample"),
+                ("program.csv", PROGRAM, "names the columns"),
+                ("wide.nmea", "".join(moment(1)).encode("utf-16"), "no sample"),
+                ("wide.csv", "time,latitude,longitude\n1,48,11\n".encode("utf-16"), "neither"),
             ):
                 with self.subTest(name):
                     code, report = navctl_json("feed", self.write(name, [text]))
                     self.assertEqual((2, 2, 0), (code, report["exit_code"], report["sent"]))
                     self.assertIn(reason, report["reason"])
+            # Readable for nobody, root included.
+            code, report = navctl_json("feed", "/proc/self/mem")
+            self.assertEqual((2, "/proc/self/mem: Input/output error"), (code, report["reason"]))
         for path in (self.directory, os.path.join(self.directory, "none")):
             self.assertEqual(2, navctl("feed", path).returncode)
 
@@ -172,6 +264,30 @@ class BrokenFiles(Files):
             with self.subTest(options):
                 result = navctl("feed", path, *options)
                 self.assertEqual((2, ""), (result.returncode, result.stdout))
+
+
+class Terminal(Files):
+    def feed_on_terminal(self, environment):
+        path = self.write("drive.nmea", [moment(number) for number in range(21)])
+        with CountingService():
+            code, text = on_terminal(["feed", path, "--rate", "4"], environment)
+        self.assertEqual(0, code, text)
+        return text
+
+    def test_a_bar_shows_how_far_it_is(self):
+        text = self.feed_on_terminal({})
+        self.assertIn("\x1b[32m", text)
+        shares = [int(share) for share in re.findall(r"(\d+) %  \d+ samples", text)]
+        self.assertGreater(len(shares), 3)
+        self.assertEqual((sorted(shares), 0), (shares, shares[0]))
+        self.assertRegex(text, "\u2588+")
+        # Taken away before the result is told.
+        self.assertTrue(text.endswith("\r\x1b[Ksent 21 samples\r\n"), repr(text[-60:]))
+
+    def test_there_are_no_colours_where_they_are_not_wanted(self):
+        text = self.feed_on_terminal({"NO_COLOR": "1", "LC_ALL": "C"})
+        self.assertNotRegex(text, r"\x1b\[\d*m")
+        self.assertRegex(text, r"\r\x1b\[K#+-* +\d+ %")
 
 
 class Link(Files):

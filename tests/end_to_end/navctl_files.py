@@ -1,12 +1,17 @@
 """What the tests of navctl's work with files share: running it, files of samples, and a service that
 only counts."""
 
+import fcntl
 import functools
 import json
 import os
+import pty
 import socket
+import struct
 import subprocess
+import termios
 import threading
+import time
 
 import msgpack
 
@@ -16,7 +21,7 @@ from navigation_service import DEADLINE_SECONDS, PORT
 def navctl(*arguments, text=None, deadline=DEADLINE_SECONDS):
     """Runs navctl to its end."""
     return subprocess.run([os.environ["NAVCTL"], *arguments], input=text, capture_output=True,
-                          text=True, timeout=deadline, check=False)
+                          encoding="utf-8", errors="replace", timeout=deadline, check=False)
 
 
 def navctl_json(*arguments, text=None, deadline=DEADLINE_SECONDS):
@@ -52,6 +57,33 @@ def field_data():
     return os.environ.get("FIELD_DATA_DIR") or None
 
 
+def on_terminal(arguments, environment=None, columns=80, answer=None):
+    """Runs navctl on a terminal of its own; gives the exit code and all that it wrote there.
+
+    `answer` is called with the process and what has come so far, each time that something comes."""
+    controller, terminal = pty.openpty()
+    fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
+    written = b""
+    with subprocess.Popen([os.environ["NAVCTL"], *arguments], stdin=subprocess.DEVNULL,
+                          stdout=terminal, stderr=terminal,
+                          env={**os.environ, "TERM": "xterm", "LC_ALL": "C.UTF-8",
+                               "NO_COLOR": "", **(environment or {})}) as process:
+        os.close(terminal)
+        guard = threading.Timer(3 * DEADLINE_SECONDS, process.kill)
+        guard.start()
+        try:
+            while data := os.read(controller, 65536):
+                written += data
+                if answer is not None:
+                    answer(process, written.decode(errors="replace"))
+        except OSError:
+            pass  # Linux says so when the last end of a terminal is closed.
+        process.wait()
+        guard.cancel()
+    os.close(controller)
+    return process.returncode, written.decode()
+
+
 class CountingService:
     """A service that reads everything, keeps the numbers of the samples, and answers 1."""
 
@@ -61,6 +93,7 @@ class CountingService:
         self.listener.bind(("127.0.0.1", PORT))
         self.listener.listen()
         self.samples = []
+        self.times = []  # when they came
         self.thread = threading.Thread(target=self.serve, daemon=True)
 
     def __enter__(self):
@@ -68,8 +101,11 @@ class CountingService:
         return self
 
     def __exit__(self, *_):
+        # Wakes an accept() that waits; closing alone does not.
+        self.listener.shutdown(socket.SHUT_RDWR)
         self.listener.close()
         self.thread.join(DEADLINE_SECONDS)
+        assert not self.thread.is_alive(), "the service still serves a client"
 
     def serve(self):
         """Serves one client until it leaves."""
@@ -86,6 +122,7 @@ class CountingService:
                         client.sendall(msgpack.packb([1, message[1], None, 1]))
                     elif message[1] == "SetPositionData":
                         self.samples.append(record(message[2][0]))
+                        self.times.append(time.monotonic())
 
 
 def record(text):

@@ -73,11 +73,12 @@ TEST(CsvSampleReader, TellsWhatAFileLacks)
 {
     const struct
     {
-        const char* content;
+        std::string content;
         const char* problem;
     } rows[] = {
         {"", "the file is empty"},
         {"\n\n", "the file is empty"},
+        {std::string(5000, '\0'), "there is no line that names the columns"},
         {"latitude,time\n", "line 1 names the columns, but there is no longitude"},
         {"time;latitude;longitude\n", "not by semicolons"},
         {"time\tlatitude\tlongitude\n", "not by tabs"},
@@ -121,6 +122,38 @@ TEST(CsvSampleReader, CountsRowsThatAreBrokenAndReadsTheRest)
             << row.row << " is to be: " << row.reason;
         EXPECT_EQ(1U, reader.csv.Skipped().Total()) << row.row;
     }
+}
+
+TEST(CsvSampleReader, SkipsATimeThatGoesBackAlsoOnAStream)
+{
+    CsvSampleOptions options;
+    options.timeIsOfArrival = true;
+    const Reader reader("time,latitude,longitude\n1,48,11\n1,48,11\n2,48,11\n0.5,48,11\n", options);
+    ASSERT_EQ(2U, reader.samples.size());
+    EXPECT_FALSE(reader.samples[0].timeIsOfArrival);
+    EXPECT_EQ(2U, reader.csv.Skipped().Reasons().at("time does not advance").count);
+}
+
+TEST(CsvSampleReader, MarksTimesOfArrival)
+{
+    CsvSampleOptions options;
+    options.timeIsOfArrival = true;
+    options.clock = [] { return 7.0; };
+    const Reader reader("latitude,longitude\n48,11\n48,11\n", options);
+    ASSERT_EQ(2U, reader.samples.size());
+    EXPECT_TRUE(reader.samples[1].timeIsOfArrival);
+    EXPECT_EQ(7.0, reader.samples[1].time);
+}
+
+TEST(CsvSampleReader, GoesOnBehindATimeThatWasFarAhead)
+{
+    const Reader reader("time,latitude,longitude\n1,48,11\n1e9,48,11\n2,48,11\n3,48,11\n4,48,11\n"
+                        "4,48,11\n5,48,11\n6,48,11\n7,48,11\n8,48,11\n9,48,11\n10,48,11\n");
+    ASSERT_EQ(5U, reader.samples.size()) << "a time that is told twice begins the count again";
+    EXPECT_EQ(8.0, reader.samples[2].time);
+    EXPECT_TRUE(reader.samples[2].startsAnew);
+    EXPECT_FALSE(reader.samples[3].startsAnew);
+    EXPECT_EQ(7U, reader.csv.Skipped().Reasons().at("time does not advance").count);
 }
 
 TEST(CsvSampleReader, KeepsTheTimeOfARowThatIsBroken)

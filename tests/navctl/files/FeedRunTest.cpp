@@ -19,12 +19,15 @@ public:
             return ESample::End;
         sample = {};
         sample.time = m_times[m_next++];
+        sample.startsAnew = *sample.time < m_last;
+        m_last = *sample.time;
         return ESample::Sample;
     }
 
 private:
     std::vector<double> m_times;
     std::size_t m_next = 0;
+    double m_last = -1e300;
 };
 
 /// Time that passes when it is waited for.
@@ -73,14 +76,14 @@ struct Feed
 
     FeedResult Run(std::optional<double> rate)
     {
-        return CFeedRun({reader, sink, clock, [](const FeedResult&) {}, [](const std::string&) {}},
-                        rate, 1.0)
-            .Run();
+        const auto tell = [this](const std::string& text) { told.push_back(text); };
+        return CFeedRun({reader, sink, clock, [](const FeedResult&) {}, tell}, rate, 1.0).Run();
     }
 
     CTimes reader;
     CFakeClock clock;
     CFakeSink sink;
+    std::vector<std::string> told;
 };
 
 void ExpectTimes(const std::vector<double>& expected, const std::vector<double>& actual)
@@ -108,6 +111,29 @@ TEST(FeedRun, SendsFasterOrAsItComes)
     Feed atOnce({500.0, 502.0, 510.0});
     atOnce.Run(std::nullopt);
     ExpectTimes({0.0, 0.0, 0.0}, atOnce.sink.sentAt);
+}
+
+TEST(FeedRun, TellsOfGapsAndWaitsForNoneOfOverAnHour)
+{
+    Feed feed({0.0, 90.0, 3690.0, 1e9, 1e9 + 1.0});
+    EXPECT_EQ(5U, feed.Run(1.0).sent);
+    ExpectTimes({0.0, 90.0, 3690.0, 3690.0, 3691.0}, feed.sink.sentAt);
+    EXPECT_EQ((std::vector<std::string>{"the next sample is due in 90 s",
+                                        "the next sample is due in 3600 s",
+                                        "passing over a gap of 999996310 s in the file's time"}),
+              feed.told);
+    Feed atOnce({0.0, 1e9});
+    atOnce.Run(std::nullopt);
+    EXPECT_EQ(0U, atOnce.told.size()) << "where nothing is waited for, there is no gap";
+}
+
+TEST(FeedRun, GoesOnAtOnceWhenTheTimeStartsAnew)
+{
+    Feed feed({500.0, 501.0, 100.0, 102.0});
+    feed.Run(1.0);
+    ExpectTimes({0.0, 1.0, 1.0, 3.0}, feed.sink.sentAt);
+    ASSERT_EQ(1U, feed.told.size());
+    EXPECT_EQ("the file's time starts anew, -401 s from the last sample's", feed.told[0]);
 }
 
 TEST(FeedRun, SendsASampleAgainWhenTheLinkIsBackAndKeepsTheDistances)

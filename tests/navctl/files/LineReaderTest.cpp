@@ -77,11 +77,31 @@ TEST(LineReader, PeeksWithoutUsingUp)
     const CPipe pipe("a\nb\n");
     CLineReader reader(pipe.Descriptor(), 100);
     std::string line;
-    EXPECT_EQ("a\nb\n", reader.Peek());
+    EXPECT_EQ("a\nb\n", reader.Peek([](const std::string&) { return true; }));
     EXPECT_EQ(ELine::Line, reader.Next(line));
     EXPECT_EQ("a", line);
-    EXPECT_EQ("b\n", reader.Peek());
     EXPECT_EQ(2U, reader.BytesUsed());
+}
+
+TEST(LineReader, PeeksUntilItIsEnoughOrTheEnd)
+{
+    CPipe pipe;
+    CLineReader reader(pipe.Descriptor(), 100);
+    pipe.Write("a");
+    std::string line;
+    const auto isLonger = [&](const std::string& text) {
+        if (text == "a")
+            pipe.Write("b\nc");
+        return text.size() > 1;
+    };
+    EXPECT_EQ("ab\nc", reader.Peek(isLonger));
+    pipe.End();
+    EXPECT_EQ("ab\nc", reader.Peek([](const std::string&) { return false; }));
+    EXPECT_EQ(ELine::Line, reader.Next(line));
+    EXPECT_EQ("ab", line);
+    EXPECT_EQ(ELine::Line, reader.Next(line));
+    EXPECT_EQ("c", line);
+    EXPECT_EQ(ELine::End, reader.Next(line));
 }
 
 TEST(LineReader, FailsForADescriptorThatIsNone)

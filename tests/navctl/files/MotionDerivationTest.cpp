@@ -109,3 +109,37 @@ TEST(MotionDerivation, DoesNotCountAPositionThatIsNotValid)
     EXPECT_NEAR(2.0, *sample.speed, 1e-6);
     EXPECT_NEAR(0.0, SmallestTurn(0.0, *sample.course), 1e-6);
 }
+
+TEST(MotionDerivation, DerivesNothingFromSamplesThatArriveInABurst)
+{
+    std::vector<PositionSample> burst;
+    for (int number = 0; number < 10; ++number) {
+        burst.push_back(At(0, number, 100.0 + number * 30e-6));
+        burst.back().yaw = number * 0.1;
+        burst.back().timeIsOfArrival = true;
+    }
+    const PositionSample sample = LastOf(burst);
+    EXPECT_EQ(0.0, sample.speed);
+    EXPECT_EQ(0.0, sample.yawRate);
+    EXPECT_NEAR(0.0, SmallestTurn(0.0, *sample.course), 1e-6) << "the way has a direction";
+    burst.push_back(At(0, 11, 101.0));
+    burst.back().timeIsOfArrival = true;
+    EXPECT_NEAR(2.0, *LastOf(burst).speed, 0.01) << "over the pause behind the burst";
+}
+
+TEST(MotionDerivation, DerivesOverSeveralSamplesThatAreVeryClose)
+{
+    std::vector<PositionSample> samples;
+    for (int number = 0; number <= 500; ++number)
+        samples.push_back(At(0, number * 0.002, number * 0.001));
+    EXPECT_NEAR(2.0, *LastOf(samples).speed, 1e-3);
+}
+
+TEST(MotionDerivation, DerivesNothingOverANewStartOfTime)
+{
+    PositionSample sample = At(500, 0, 5.0);
+    sample.startsAnew = true;
+    sample = LastOf({At(0, 0, 900.0), At(0, 2, 901.0), sample});
+    EXPECT_NEAR(2.0, *sample.speed, 1e-6) << "the last one stays";
+    EXPECT_EQ(0.0, sample.yawRate);
+}

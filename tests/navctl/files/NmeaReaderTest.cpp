@@ -15,8 +15,8 @@ constexpr std::int64_t kFirstOfMay2024 = 19844;
 /// A reader with all that it stands on.
 struct Reader
 {
-    explicit Reader(const std::string& content)
-        : pipe(content), lines(pipe.Descriptor(), 1000), nmea(lines, kFirstOfMay2024)
+    explicit Reader(const std::string& content, std::int64_t day = kFirstOfMay2024)
+        : pipe(content), lines(pipe.Descriptor(), 1000), nmea(lines, day)
     {
         PositionSample sample;
         while (nmea.Next(sample, 1000) == ESample::Sample)
@@ -34,6 +34,19 @@ struct Reader
     CNmeaReader nmea;
     std::vector<PositionSample> samples;
 };
+
+std::string Rmc(const std::string& time)
+{
+    return Sentence("GPRMC," + time + ",A,4807.038,N,01131.000,E,1,2,010524,,,A") + "\r\n";
+}
+
+std::vector<double> TimesOf(const std::vector<PositionSample>& samples)
+{
+    std::vector<double> times;
+    for (const PositionSample& sample : samples)
+        times.push_back(sample.time.value());
+    return times;
+}
 
 std::string Gga(const std::string& time, const std::string& talker = "GP")
 {
@@ -169,6 +182,71 @@ TEST(NmeaReader, PassesOverAMomentThatIsNoLaterThanTheLast)
     const Reader reader(Gga("120005") + Gga("120001") + Gga("120006"));
     EXPECT_EQ(2U, reader.samples.size());
     EXPECT_EQ(1U, reader.Skipped("time does not advance"));
+    EXPECT_EQ(2U, reader.nmea.Skipped().Reasons().at("time does not advance").firstLine)
+        << "the line of the moment, not of the sentence that ends it";
+}
+
+TEST(NmeaReader, GivesWhatComesBeforeTheFirstDateThatDayToo)
+{
+    const double noon = kFirstOfMay2024 * 86400.0 + 12.0 * 3600.0;
+    // A day that is assumed before the true one, and behind it.
+    for (const std::int64_t assumed : {kFirstOfMay2024 + 900, kFirstOfMay2024 - 900}) {
+        const Reader reader(Gga("120000") + Gga("120001") + Gga("120002") + Rmc("120002") +
+                                Gga("120003") + Rmc("120003") + Gga("120004"),
+                            assumed);
+        EXPECT_EQ((std::vector<double>{noon, noon + 1, noon + 2, noon + 3, noon + 4}),
+                  TimesOf(reader.samples))
+            << assumed;
+        EXPECT_EQ(0U, reader.nmea.Skipped().Total()) << assumed;
+    }
+}
+
+TEST(NmeaReader, CountsTheDaysBackFromTheFirstDate)
+{
+    const double midnight = kFirstOfMay2024 * 86400.0;
+    const Reader reader(Gga("235959") + Gga("000000") + Rmc("000000"), kFirstOfMay2024 + 900);
+    EXPECT_EQ((std::vector<double>{midnight - 1.0, midnight}), TimesOf(reader.samples));
+}
+
+TEST(NmeaReader, GivesSamplesOfAnAssumedDayWhenTheStreamPausesAndStartsAnewThen)
+{
+    CPipe pipe;
+    CLineReader lines(pipe.Descriptor(), 1000);
+    CNmeaReader reader(lines, kFirstOfMay2024 + 900);
+    PositionSample sample;
+    pipe.Write(Gga("120000"));
+    EXPECT_EQ(ESample::Sample, reader.Next(sample, 5000));
+    pipe.Write(Gga("120001") + Rmc("120001") + Gga("120002"));
+    EXPECT_EQ(ESample::Sample, reader.Next(sample, 5000));
+    EXPECT_TRUE(sample.startsAnew);
+    EXPECT_EQ(kFirstOfMay2024 * 86400.0 + 43201.0, sample.time);
+    EXPECT_EQ(0U, reader.Skipped().Total());
+}
+
+TEST(NmeaReader, GoesOnBehindATimeThatWasFarAhead)
+{
+    const Reader reader(Gga("120000") + Gga("150000") + Gga("120001") + Gga("120002") +
+                        Gga("120003") + Gga("120004") + Gga("120005") + Gga("120006"));
+    EXPECT_EQ(4U, reader.Skipped("time does not advance"));
+    ASSERT_EQ(4U, reader.samples.size());
+    EXPECT_TRUE(reader.samples[2].startsAnew);
+    EXPECT_EQ(1.0, *reader.samples[3].time - *reader.samples[2].time);
+}
+
+TEST(NmeaReader, WaitsForTheSentencesThatTheLastMomentHad)
+{
+    CPipe pipe;
+    CLineReader lines(pipe.Descriptor(), 1000);
+    CNmeaReader reader(lines, kFirstOfMay2024);
+    PositionSample sample;
+    pipe.Write(Gga("120000") + Rmc("120000") + Gga("120001"));
+    EXPECT_EQ(ESample::Sample, reader.Next(sample, 5000));
+    // A slow line: the rest of the moment comes later.
+    EXPECT_EQ(ESample::NothingYet, reader.Next(sample, 50));
+    pipe.Write(Rmc("120001"));
+    EXPECT_EQ(ESample::Sample, reader.Next(sample, 5000));
+    EXPECT_TRUE(sample.speed.has_value()) << "RMC's";
+    EXPECT_EQ(0U, reader.Skipped().Total());
 }
 
 TEST(NmeaReader, CountsSentencesOfNoUseByType)

@@ -11,8 +11,8 @@ ESample CCsvSampleReader::Next(PositionSample& sample, int timeoutMilliseconds)
     while (true) {
         switch (m_lines.Next(m_line, timeoutMilliseconds)) {
         case ELine::End:
-            if (!m_hasHeader)
-                m_problem = "the file is empty";
+            m_problem = m_skipped.Total() == 0 ? "the file is empty"
+                                               : "there is no line that names the columns";
             return m_hasHeader ? ESample::End : ESample::Failed;
         case ELine::Failed:
             m_problem = std::strerror(errno);
@@ -56,8 +56,9 @@ std::string CCsvSampleReader::ReadHeader(const std::string& line)
         return where + " names the columns, but " + problem;
     FindMovement(header);
     FindQuality(header);
-    for (const std::string& name : header.Unused())
-        m_remark += (m_remark.empty() ? "columns that are not used: " : ", ") + name;
+    m_unusedColumns = header.Unused();
+    if (m_options.remark && !m_unusedColumns.empty())
+        m_options.remark(Remark());
     return {};
 }
 
@@ -102,7 +103,8 @@ std::string CCsvSampleReader::FindTime(CCsvHeader& header)
         return {};
     const bool hasTime = Use(header, {"time", "timestamp"}, true,
                              [](auto& sample, double value) { sample.time = value; });
-    if (hasTime || m_options.timeIsOfArrival)
+    m_timeIsOfArrival = !hasTime && m_options.timeIsOfArrival;
+    if (hasTime || m_timeIsOfArrival)
         return {};
     return "there is no time; without it, tell the seconds between the rows: --interval SECONDS";
 }
@@ -159,8 +161,9 @@ std::string CCsvSampleReader::ReadRow(PositionSample& sample)
     // A row that is broken takes its time all the same: the others keep theirs.
     if (m_options.interval)
         sample.time = m_options.startTime + *m_options.interval * m_rows++;
-    else if (!sample.time && m_options.timeIsOfArrival)
+    else if (m_timeIsOfArrival)
         sample.time = m_options.clock();
+    sample.timeIsOfArrival = m_timeIsOfArrival;
     return problem.empty() ? Complete(sample) : problem;
 }
 
@@ -194,8 +197,9 @@ std::string CCsvSampleReader::Complete(PositionSample& sample)
     }
     if (!ImpossiblePlace({sample.latitude, sample.longitude, sample.height}).empty())
         return "no place on the earth";
-    if (m_lastTime && *sample.time <= *m_lastTime && !m_options.timeIsOfArrival)
-        return "time does not advance";
-    m_lastTime = sample.time;
-    return {};
+    if (m_timeIsOfArrival)
+        return {};
+    const ETimeOrder order = m_order.Take(*sample.time);
+    sample.startsAnew = order == ETimeOrder::NewStart;
+    return order == ETimeOrder::NotLater ? kNoLaterTime : std::string();
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tools/navctl/feed/SampleReader.h"
+#include "tools/navctl/feed/TimeOrder.h"
 #include "tools/navctl/files/CsvRow.h"
 #include "tools/navctl/files/LineReader.h"
 #include "tools/navctl/files/LocalFrame.h"
@@ -19,6 +20,8 @@ struct CsvSampleOptions
     double startTime = 0.0;              ///< Unix time of the first row, with an interval
     bool timeIsOfArrival = false;        ///< without a time column, a row's time is when it comes
     std::function<double()> clock;       ///< Unix time, for timeIsOfArrival
+    /// Told how the file is read, in words, before the first row is; may be empty.
+    std::function<void(const std::string&)> remark{};
 };
 
 /// Reads position samples from comma-separated values whose first line names the columns; see
@@ -66,7 +69,8 @@ private:
     std::string m_line;
     std::vector<std::string> m_values;
     Core::Maths::Vector3<double> m_position;
-    std::optional<double> m_lastTime;
+    CTimeOrder m_order;
+    bool m_timeIsOfArrival = false;
     double m_rows = 0.0;
 };
 

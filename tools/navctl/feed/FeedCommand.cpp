@@ -1,5 +1,6 @@
 #include "tools/navctl/feed/FeedCommand.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <limits>
@@ -19,9 +20,11 @@
 
 namespace {
 
-constexpr std::size_t kLongestLine = 65536;
-constexpr int kLongestWaitMilliseconds = 100;
+constexpr std::size_t kLongestInputLine = 65536;
+constexpr int kLongestRestMilliseconds = 100;
 constexpr std::int64_t kSecondsADay = 86400;
+/// A stream may begin within a sentence; a whole one is among the first lines.
+constexpr int kLinesThatTell = 10;
 
 double UnixTimeNow()
 {
@@ -41,8 +44,8 @@ public:
     void WaitTowards(double time) override
     {
         const double milliseconds = (time - Now()) * 1000.0;
-        if (milliseconds > kLongestWaitMilliseconds) {
-            poll(nullptr, 0, kLongestWaitMilliseconds);
+        if (milliseconds > kLongestRestMilliseconds) {
+            poll(nullptr, 0, kLongestRestMilliseconds);
         } else if (milliseconds > 0.0) {
             const timespec rest{0, static_cast<long>(milliseconds * 1e6)};
             nanosleep(&rest, nullptr);
@@ -96,7 +99,7 @@ class CFeedCommand
 public:
     CFeedCommand(CContext& context, const FeedOptions& options)
         : m_context(context), m_options(options), m_file(options.file),
-          m_lines(m_file.Descriptor(), kLongestLine)
+          m_lines(m_file.Descriptor(), kLongestInputLine)
     {
     }
 
@@ -122,8 +125,6 @@ public:
                                            FeedRate(m_options), m_options.secondsToReconnect)
                                       .Run();
         m_progress.Clear();
-        if (!reader->Remark().empty())
-            WriteError(reader->Remark());
         Report(result, *reader);
     }
 
@@ -131,7 +132,7 @@ private:
     std::unique_ptr<CSampleReader> MakeReader()
     {
         const double now = UnixTimeNow();
-        if (FeedFormat(m_options, m_lines.Peek()) == EFeedFormat::Nmea) {
+        if (Format() == EFeedFormat::Nmea) {
             const std::int64_t today = static_cast<std::int64_t>(now) / kSecondsADay;
             return std::make_unique<CNmeaReader>(m_lines, m_options.day.value_or(today));
         }
@@ -141,7 +142,23 @@ private:
         csv.startTime = now;
         csv.timeIsOfArrival = m_file.IsStandardInput();
         csv.clock = UnixTimeNow;
+        csv.remark = WriteError;
         return std::make_unique<CCsvSampleReader>(m_lines, csv);
+    }
+
+    /// The format of the input, which tells it itself if nothing else does. What neither begins
+    /// with the names of columns nor has a sentence soon is, on the standard input, a receiver's
+    /// stream all the same; a file is one of values, whose reader tells what is wrong with it.
+    EFeedFormat Format()
+    {
+        if (const std::optional<EFeedFormat> named = FeedFormatByName(m_options))
+            return *named;
+        const std::string begin = m_lines.Peek([](const std::string& text) {
+            return FeedFormatByContent(text).has_value() ||
+                   std::count(text.begin(), text.end(), '\n') >= kLinesThatTell;
+        });
+        return FeedFormatByContent(begin).value_or(
+            m_file.IsStandardInput() && !begin.empty() ? EFeedFormat::Nmea : EFeedFormat::Csv);
     }
 
     void Report(const FeedResult& result, const CSampleReader& reader)

@@ -1,7 +1,5 @@
 #include "tools/navctl/feed/FeedOptions.h"
 
-#include <map>
-
 #include "platform/Utilities.h"
 #include "tools/navctl/feed/NmeaFields.h"
 #include "tools/navctl/files/CsvRow.h"
@@ -11,7 +9,7 @@ namespace {
 constexpr double kSlowestRate = 0.001;
 constexpr double kFastestRate = 1e6;
 
-bool EndsWith(const std::string& text, const std::string& ending)
+bool NameEndsWith(const std::string& text, const std::string& ending)
 {
     return text.size() >= ending.size() &&
            text.compare(text.size() - ending.size(), ending.size(), ending) == 0;
@@ -39,15 +37,29 @@ std::string CheckRate(const std::string& text)
     return "\"" + text + "\" is neither a factor from 0.001 to 1000000 nor \"max\"";
 }
 
-void AddFormatOption(CLI::App& command, FeedOptions& options)
+/// Whether the first line that is not empty has come and names columns of places.
+bool NamesColumns(const std::string& text)
 {
-    static const std::map<std::string, EFeedFormat> kFormats{{"nmea", EFeedFormat::Nmea},
-                                                             {"csv", EFeedFormat::Csv}};
+    const std::size_t begin = text.find_first_not_of("\r\n");
+    const std::size_t end = text.find_first_of("\r\n", begin);
+    std::vector<std::string> names;
+    if (end == std::string::npos || !SplitCsvLine(text.substr(begin, end - begin), names))
+        return false;
+    // Perhaps with a byte order mark in front.
+    if (names.front().rfind("\xEF\xBB\xBF", 0) == 0)
+        names.front().erase(0, 3);
+    CCsvHeader header(names);
+    return header.Find({"latitude", "lat", "longitude", "lon", "lng", "x", "y"}).has_value();
+}
+
+void AddFeedFormatOption(CLI::App& command, FeedOptions& options)
+{
     command
         .add_option_function<std::string>(
-            "--format", [&options](const std::string& word) { options.format = kFormats.at(word); },
+            "--format",
+            [&options](const std::string& word) { options.format = FeedFormatNames().at(word); },
             "nmea or csv; otherwise told from the file's name or its beginning")
-        ->check(CLI::IsMember(kFormats).description(""))
+        ->check(CLI::IsMember(FeedFormatNames()).description(""))
         ->type_name("WORD");
 }
 
@@ -56,7 +68,7 @@ void AddFormatOption(CLI::App& command, FeedOptions& options)
 void AddFeedOptions(CLI::App& command, FeedOptions& options)
 {
     command.add_option("FILE", options.file, "The file; - for standard input")->required();
-    AddFormatOption(command, options);
+    AddFeedFormatOption(command, options);
     command
         .add_option_function<std::string>(
             "--origin",
@@ -105,16 +117,31 @@ std::optional<double> FeedRate(const FeedOptions& options)
     return FiniteNumber(*options.rate);
 }
 
-EFeedFormat FeedFormat(const FeedOptions& options, const std::string& firstBytes)
+const std::map<std::string, EFeedFormat>& FeedFormatNames()
+{
+    static const std::map<std::string, EFeedFormat> kNames{{"nmea", EFeedFormat::Nmea},
+                                                           {"csv", EFeedFormat::Csv}};
+    return kNames;
+}
+
+std::optional<EFeedFormat> FeedFormatByName(const FeedOptions& options)
 {
     if (options.format)
         return *options.format;
-    if (EndsWith(options.file, ".csv"))
+    if (NameEndsWith(options.file, ".csv"))
         return EFeedFormat::Csv;
     for (const char* ending : {".nmea", ".nma", ".ubx"}) {
-        if (EndsWith(options.file, ending))
+        if (NameEndsWith(options.file, ending))
             return EFeedFormat::Nmea;
     }
-    return firstBytes.find_first_of("$!") != std::string::npos ? EFeedFormat::Nmea
-                                                               : EFeedFormat::Csv;
+    return std::nullopt;
+}
+
+std::optional<EFeedFormat> FeedFormatByContent(const std::string& firstBytes)
+{
+    if (NamesColumns(firstBytes))
+        return EFeedFormat::Csv;
+    if (firstBytes.find_first_of("$!") != std::string::npos)
+        return EFeedFormat::Nmea;
+    return std::nullopt;
 }

@@ -2,6 +2,7 @@
 #define KESTROVE_TOOLS_NAVCTL_FEED_FEEDOPTIONS_H
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -35,10 +36,21 @@ void AddFeedOptions(CLI::App& command, FeedOptions& options);
 /// "max", and from standard input when no rate is given.
 std::optional<double> FeedRate(const FeedOptions& options);
 
+/// The words of --format.
+const std::map<std::string, EFeedFormat>& FeedFormatNames();
+
 /// The format of a file: the one that the user names, else the one of its name's ending (".csv";
-/// ".nmea", ".nma", ".ubx"), else the one that its first bytes look like.
+/// ".nmea", ".nma", ".ubx").
 ///
-/// @param firstBytes the beginning of the file, as far as it has come.
-EFeedFormat FeedFormat(const FeedOptions& options, const std::string& firstBytes);
+/// @return nothing when neither tells; then its beginning must.
+std::optional<EFeedFormat> FeedFormatByName(const FeedOptions& options);
+
+/// The format that the beginning of a file looks like: comma-separated values when the first line
+/// names their columns, sentences when there is the start of one.
+///
+/// @param firstBytes the beginning of the file, as far as it has come. A stream may begin in the
+///        middle of a line.
+/// @return nothing when it is none of them, so far.
+std::optional<EFeedFormat> FeedFormatByContent(const std::string& firstBytes);
 
 #endif

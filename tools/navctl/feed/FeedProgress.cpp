@@ -11,12 +11,12 @@
 namespace {
 
 constexpr double kSecondsBetweenLooks = 0.1;
-constexpr int kUsualColumns = 80;
+constexpr int kColumnsWithoutTerminal = 80;
 constexpr std::size_t kWidestBar = 40;
 constexpr std::size_t kNarrowestBar = 8;
 const std::string kClearLine = "\r\x1b[K";
 
-std::string Clock(double seconds)
+std::string ClockText(double seconds)
 {
     const auto whole = static_cast<long>(seconds);
     char text[32];
@@ -50,7 +50,7 @@ int ColumnsOfErrors()
 {
     winsize size{};
     const bool known = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return known ? size.ws_col : kUsualColumns;
+    return known ? size.ws_col : kColumnsWithoutTerminal;
 }
 
 } // namespace
@@ -60,7 +60,7 @@ std::string ProgressLine(const FeedState& state, const ProgressStyle& style)
     std::string text = std::to_string(state.sent) + " samples";
     if (state.skipped > 0)
         text += ", " + std::to_string(state.skipped) + " skipped";
-    text += "  " + Clock(state.seconds);
+    text += "  " + ClockText(state.seconds);
     const auto columns = static_cast<std::size_t>(std::max(style.columns, 1));
     if (state.length == 0)
         return text.substr(0, columns - 1);

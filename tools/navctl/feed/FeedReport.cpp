@@ -41,6 +41,7 @@ Json FeedJson(const FeedResult& result, const CSampleReader& reader, EExitCode c
     value["skipped"] = reader.Skipped().Total();
     value["skipped_reasons"] = ReasonsJson(reader.Skipped());
     value["not_used"] = NotUsedJson(reader.NotUsed());
+    value["columns_not_used"] = reader.UnusedColumns();
     return value;
 }
 

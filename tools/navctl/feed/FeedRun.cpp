@@ -1,6 +1,8 @@
 #include "tools/navctl/feed/FeedRun.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdio>
 #include <limits>
 
 namespace {
@@ -8,6 +10,15 @@ namespace {
 /// How long to wait for input before looking after everything else.
 constexpr int kLookMilliseconds = 200;
 constexpr double kSecondsBetweenAttempts = 0.2;
+/// Longer waits for the next sample are told.
+constexpr double kLongestSilence = 60.0;
+
+std::string Seconds(double seconds)
+{
+    char text[64];
+    std::snprintf(text, sizeof text, std::abs(seconds) < 1e9 ? "%.0f s" : "%.3g s", seconds);
+    return text;
+}
 
 bool MayComeBack(const LinkErrorC& error)
 {
@@ -49,9 +60,27 @@ FeedResult CFeedRun::Run()
 bool CFeedRun::SendInTime(PositionSample& sample)
 {
     m_motion.Complete(sample);
-    if (!WaitUntil(m_schedule.DueAt(*sample.time, m_parts.clock.Now())))
+    TellGap(sample);
+    m_lastTime = sample.time;
+    const double now = m_parts.clock.Now();
+    if (sample.startsAnew)
+        m_schedule.GoOnFrom(*sample.time, now);
+    if (!WaitUntil(m_schedule.DueAt(*sample.time, now)))
         return false;
     return Send(sample);
+}
+
+/// Says so when the file has a gap in which nobody knows whether the feed is still alive.
+void CFeedRun::TellGap(const PositionSample& sample)
+{
+    const double gap = m_lastTime ? *sample.time - *m_lastTime : 0.0;
+    if (sample.startsAnew) {
+        m_parts.tell("the file's time starts anew, " + Seconds(gap) + " from the last sample's");
+    } else if (m_schedule.SecondsFor(gap) > 0.0 && gap > CFeedSchedule::kLongestGap) {
+        m_parts.tell("passing over a gap of " + Seconds(gap) + " in the file's time");
+    } else if (m_schedule.SecondsFor(gap) > kLongestSilence) {
+        m_parts.tell("the next sample is due in " + Seconds(m_schedule.SecondsFor(gap)));
+    }
 }
 
 bool CFeedRun::Send(const PositionSample& sample)

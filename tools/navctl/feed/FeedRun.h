@@ -60,6 +60,7 @@ public:
 
 private:
     bool SendInTime(PositionSample& sample);
+    void TellGap(const PositionSample& sample);
     bool Send(const PositionSample& sample);
     bool Reconnect(const PositionSample& sample, const LinkErrorC& loss);
     bool WaitUntil(double time);
@@ -69,6 +70,7 @@ private:
     CFeedSchedule m_schedule;
     double m_secondsToReconnect;
     CMotionDerivation m_motion;
+    std::optional<double> m_lastTime;
     FeedResult m_result;
 };
 

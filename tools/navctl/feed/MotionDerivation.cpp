@@ -10,6 +10,8 @@ namespace {
 
 constexpr double kLeastWayForCourse = 0.1;
 constexpr double kLeastMovingSpeed = 0.3;
+constexpr double kLeastSecondsBetween = 0.005;
+constexpr double kLeastSecondsBetweenArrivals = 0.02;
 
 struct Way
 {
@@ -33,7 +35,9 @@ Way WayBetween(double latitude1, double longitude1, double latitude2, double lon
 
 double CAngleRate::Update(double angle, double time)
 {
-    if (m_angle && time > m_time)
+    if (m_angle && time - m_time < kLeastSecondsBetween)
+        return m_rate;
+    if (m_angle)
         m_rate = SmallestTurn(*m_angle, angle) / (time - m_time);
     m_angle = angle;
     m_time = time;
@@ -42,6 +46,13 @@ double CAngleRate::Update(double angle, double time)
 
 void CMotionDerivation::Complete(PositionSample& sample)
 {
+    const bool isInABurst = sample.timeIsOfArrival && m_lastTime &&
+                            *sample.time - *m_lastTime < kLeastSecondsBetweenArrivals;
+    m_lastTime = sample.time;
+    if (isInABurst || sample.startsAnew)
+        ForgetTimes();
+    if (sample.startsAnew)
+        m_courseBegins.reset();
     m_headingIsValid = sample.yaw.has_value();
     AddSpeed(sample);
     AddCourse(sample);
@@ -50,13 +61,22 @@ void CMotionDerivation::Complete(PositionSample& sample)
         sample.reversing = m_headingIsValid && *sample.speed >= kLeastMovingSpeed &&
                            std::cos(*sample.course - *sample.yaw) < 0.0;
     }
-    if (sample.positionValid)
+    if (sample.positionValid && (!m_last || *sample.time - m_last->time >= kLeastSecondsBetween))
         m_last = Place{sample.latitude, sample.longitude, *sample.time};
+}
+
+/// What was derived stays, but nothing is derived from before.
+void CMotionDerivation::ForgetTimes()
+{
+    m_last.reset();
+    for (CAngleRate* rate : {&m_rollRate, &m_pitchRate, &m_headingRate, &m_courseRate})
+        rate->Clear();
 }
 
 void CMotionDerivation::AddSpeed(PositionSample& sample)
 {
-    if (!sample.speed && sample.positionValid && m_last && *sample.time > m_last->time) {
+    if (!sample.speed && sample.positionValid && m_last &&
+        *sample.time - m_last->time >= kLeastSecondsBetween) {
         const Way way =
             WayBetween(m_last->latitude, m_last->longitude, sample.latitude, sample.longitude);
         sample.speed = way.length / (*sample.time - m_last->time);

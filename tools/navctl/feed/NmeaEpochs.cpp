@@ -1,10 +1,12 @@
 #include "tools/navctl/feed/NmeaEpochs.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
 
 constexpr std::int64_t kHalfDay = 12LL * 3600 * 1000;
+constexpr double kSecondsOfADay = 86400.0;
 
 bool HasTime(const std::string& type)
 {
@@ -14,28 +16,31 @@ bool HasTime(const std::string& type)
 } // namespace
 
 std::optional<PositionSample> CNmeaEpochs::Add(const NmeaSentence& sentence,
-                                               const NmeaReport& report, std::string& problem)
+                                               const NmeaReport& report, std::uint64_t line,
+                                               NmeaProblem& problem)
 {
-    problem.clear();
+    problem = {};
     if (!HasTime(sentence.type)) {
         AddUntimed(sentence, report);
         return std::nullopt;
     }
     if (!report.timeOfDay) {
-        problem = sentence.type + " without a time";
+        problem = {sentence.type + " without a time", line};
         return std::nullopt;
     }
     std::optional<PositionSample> finished;
     if (m_timeOfDay && *m_timeOfDay != *report.timeOfDay)
         finished = Flush(problem);
     if (m_isOver && *m_timeOfDay == *report.timeOfDay) {
-        problem = sentence.type + " after its sample was sent";
+        problem = {sentence.type + " after its sample was sent", line};
         return finished;
     }
     if (m_isOver) {
         m_parts = std::exchange(m_next, {});
         m_isOver = false;
     }
+    if (m_timeOfDay != report.timeOfDay)
+        m_firstLine = line;
     m_timeOfDay = report.timeOfDay;
     // A receiver of several systems may tell the same of each; the combined solution is GN's.
     const auto known = m_parts.find(sentence.type);
@@ -67,25 +72,36 @@ bool CNmeaEpochs::HasPosition() const
     return (gga != nullptr && gga->report.latitude) || (rmc != nullptr && rmc->report.latitude);
 }
 
-std::optional<PositionSample> CNmeaEpochs::Flush(std::string& problem)
+bool CNmeaEpochs::IsWhole() const
 {
-    problem.clear();
+    return !m_lastTypes.empty() &&
+           std::all_of(m_lastTypes.begin(), m_lastTypes.end(),
+                       [this](const std::string& type) { return m_parts.count(type) != 0; });
+}
+
+std::optional<PositionSample> CNmeaEpochs::Flush(NmeaProblem& problem)
+{
+    problem = {};
     if (m_isOver || !m_timeOfDay)
         return std::nullopt;
     const bool hasPosition = HasPosition();
     m_isOver = true;
+    m_lastTypes.clear();
+    for (const auto& [type, part] : m_parts)
+        m_lastTypes.insert(type);
     const double time = UnixTime();
     if (!hasPosition) {
-        problem = "no position";
+        problem = {"no position", m_firstLine};
         return std::nullopt;
     }
-    if (m_lastTime && time <= *m_lastTime) {
-        problem = "time does not advance";
+    const ETimeOrder order = m_order.Take(time);
+    if (order == ETimeOrder::NotLater) {
+        problem = {kNoLaterTime, m_firstLine};
         return std::nullopt;
     }
-    m_lastTime = time;
     PositionSample sample;
     sample.time = time;
+    sample.startsAnew = order == ETimeOrder::NewStart;
     AddPlace(sample);
     AddMovement(sample);
     return sample;
@@ -95,13 +111,24 @@ std::optional<PositionSample> CNmeaEpochs::Flush(std::string& problem)
 /// day jumps back.
 double CNmeaEpochs::UnixTime()
 {
+    if (m_lastTimeOfDay && *m_timeOfDay + kHalfDay < *m_lastTimeOfDay)
+        ++m_day;
     const Part* rmc = Find("RMC");
     if (rmc != nullptr && rmc->report.day)
-        m_day = *rmc->report.day;
-    else if (m_lastTimeOfDay && *m_timeOfDay + kHalfDay < *m_lastTimeOfDay)
-        ++m_day;
+        SetDay(*rmc->report.day);
     m_lastTimeOfDay = m_timeOfDay;
-    return static_cast<double>(m_day) * 86400.0 + static_cast<double>(*m_timeOfDay) / 1000.0;
+    return static_cast<double>(m_day) * kSecondsOfADay + static_cast<double>(*m_timeOfDay) / 1000.0;
+}
+
+/// The first day that is told sets what was assumed before it right.
+void CNmeaEpochs::SetDay(std::int64_t day)
+{
+    if (!m_dayIsTold) {
+        m_correction = static_cast<double>(day - m_day) * kSecondsOfADay;
+        m_order.Shift(m_correction);
+    }
+    m_dayIsTold = true;
+    m_day = day;
 }
 
 void CNmeaEpochs::AddPlace(PositionSample& sample)

@@ -19,8 +19,8 @@ struct BadField
     const char* what;
 };
 
-std::optional<double> Number(const std::string& text, const char* what, double lowest,
-                             double highest)
+std::optional<double> FieldNumber(const std::string& text, const char* what, double lowest,
+                                  double highest)
 {
     if (text.empty())
         return std::nullopt;
@@ -59,7 +59,7 @@ std::optional<std::int64_t> TimeOfDay(const std::string& text)
     const int minutes = TwoDigits(text, 2, "time");
     TwoDigits(text, 4, "time");
     // 60 seconds: a leap second.
-    const double seconds = *Number(text.substr(4), "time", 0.0, 60.999);
+    const double seconds = *FieldNumber(text.substr(4), "time", 0.0, 60.999);
     if (hours > 23 || minutes > 59)
         throw BadField{"time"};
     return (hours * 60 + minutes) * 60000LL + std::llround(seconds * 1000.0);
@@ -86,7 +86,7 @@ std::optional<double> Coordinate(const std::string& text, const std::string& hem
         return std::nullopt;
     if (text.empty() || hemisphere.size() != 1 || letters.find(hemisphere) == std::string::npos)
         throw BadField{what};
-    const double number = *Number(text, what, 0.0, 18000.0);
+    const double number = *FieldNumber(text, what, 0.0, 18000.0);
     const double wholeDegrees = std::floor(number / 100.0);
     const double minutes = number - wholeDegrees * 100.0;
     const double degrees = wholeDegrees + minutes / 60.0;
@@ -97,7 +97,7 @@ std::optional<double> Coordinate(const std::string& text, const std::string& hem
 
 std::optional<double> Direction(const std::string& text, const char* what)
 {
-    const std::optional<double> degrees = Number(text, what, 0.0, 360.0);
+    const std::optional<double> degrees = FieldNumber(text, what, 0.0, 360.0);
     return degrees ? std::optional(NormalisedHeading(Radians(*degrees))) : std::nullopt;
 }
 
@@ -122,8 +122,8 @@ void ReadGga(const NmeaSentence& sentence, NmeaReport& report)
     ReadPlace(sentence, 1, report);
     report.fixQuality = WholeNumber(sentence.Field(5), "fix quality").value_or(0);
     report.satellites = WholeNumber(sentence.Field(6), "satellites");
-    report.altitude = Number(sentence.Field(8), "altitude", -100000.0, 100000.0);
-    report.geoidSeparation = Number(sentence.Field(10), "geoid separation", -1000.0, 1000.0);
+    report.altitude = FieldNumber(sentence.Field(8), "altitude", -100000.0, 100000.0);
+    report.geoidSeparation = FieldNumber(sentence.Field(10), "geoid separation", -1000.0, 1000.0);
 }
 
 /// The quality that GGA would tell for the mode of RMC and VTG.
@@ -147,7 +147,7 @@ void ReadRmc(const NmeaSentence& sentence, NmeaReport& report)
     if (status != "A" && status != "V")
         throw BadField{"status"};
     ReadPlace(sentence, 2, report);
-    report.speed = Scaled(Number(sentence.Field(6), "speed", 0.0, 10000.0), kKnot);
+    report.speed = Scaled(FieldNumber(sentence.Field(6), "speed", 0.0, 10000.0), kKnot);
     report.course = Direction(sentence.Field(7), "course");
     report.day = Day(sentence.Field(8));
     report.fixQuality = QualityOfMode(sentence.Field(11), status == "A");
@@ -163,8 +163,8 @@ void ReadVtg(const NmeaSentence& sentence, NmeaReport& report)
     unit(5, "N");
     unit(7, "K");
     report.course = Direction(sentence.Field(0), "course");
-    const auto knots = Number(sentence.Field(4), "speed", 0.0, 10000.0);
-    const auto kilometres = Number(sentence.Field(6), "speed", 0.0, 20000.0);
+    const auto knots = FieldNumber(sentence.Field(4), "speed", 0.0, 10000.0);
+    const auto kilometres = FieldNumber(sentence.Field(6), "speed", 0.0, 20000.0);
     report.speed = knots ? Scaled(knots, kKnot) : Scaled(kilometres, kKilometrePerHour);
 }
 
@@ -178,9 +178,9 @@ void ReadHdt(const NmeaSentence& sentence, NmeaReport& report)
 void ReadGst(const NmeaSentence& sentence, NmeaReport& report)
 {
     report.timeOfDay = TimeOfDay(sentence.Field(0));
-    report.sigmaNorth = Number(sentence.Field(5), "accuracy", 0.0, 1e9);
-    report.sigmaEast = Number(sentence.Field(6), "accuracy", 0.0, 1e9);
-    report.sigmaUp = Number(sentence.Field(7), "accuracy", 0.0, 1e9);
+    report.sigmaNorth = FieldNumber(sentence.Field(5), "accuracy", 0.0, 1e9);
+    report.sigmaEast = FieldNumber(sentence.Field(6), "accuracy", 0.0, 1e9);
+    report.sigmaUp = FieldNumber(sentence.Field(7), "accuracy", 0.0, 1e9);
 }
 
 struct SentenceType

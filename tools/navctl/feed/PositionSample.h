@@ -19,7 +19,9 @@ struct PositionSample
     int fixQuality = 1; ///< as in the sentence GGA
     int satellites = 0;
     std::optional<bool> reversing;
-    std::optional<double> time; ///< seconds, Unix time where the file has it
+    std::optional<double> time;   ///< seconds, Unix time where the file has it
+    bool timeIsOfArrival = false; ///< the time is when the sample came, not when it was taken
+    bool startsAnew = false;      ///< its time does not go on from that of the sample before
 };
 
 #endif

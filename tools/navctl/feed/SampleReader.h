@@ -2,6 +2,7 @@
 #define KESTROVE_TOOLS_NAVCTL_FEED_SAMPLEREADER_H
 
 #include <string>
+#include <vector>
 
 #include "tools/navctl/feed/PositionSample.h"
 #include "tools/navctl/feed/SkipCount.h"
@@ -33,14 +34,22 @@ public:
     const CSkipCount& NotUsed() const { return m_notUsed; }
     /// Why Next() has failed.
     const std::string& Problem() const { return m_problem; }
-    /// A remark on how the file is read, for people; empty when there is none.
-    const std::string& Remark() const { return m_remark; }
+    /// The columns of a file that are not used.
+    const std::vector<std::string>& UnusedColumns() const { return m_unusedColumns; }
+    /// A remark on them, for people; empty when there is none.
+    std::string Remark() const
+    {
+        std::string remark;
+        for (const std::string& name : m_unusedColumns)
+            remark += (remark.empty() ? "columns that are not used: " : ", ") + name;
+        return remark;
+    }
 
 protected:
     CSkipCount m_skipped;
     CSkipCount m_notUsed;
     std::string m_problem;
-    std::string m_remark;
+    std::vector<std::string> m_unusedColumns;
 };
 
 #endif

@@ -33,14 +33,18 @@ ELine CLineReader::Next(std::string& line, int timeoutMilliseconds)
     return Give(line);
 }
 
-std::string CLineReader::Peek()
+std::string CLineReader::Peek(const std::function<bool(const std::string&)>& isEnough)
 {
-    if (m_place == m_buffer.size() && !m_ended)
-        m_ended = Refill(-1) == ELine::End;
-    return m_buffer.substr(m_place);
+    ELine state = ELine::Line;
+    while (state == ELine::Line && !m_ended && m_buffer.size() < kBufferSize &&
+           (m_buffer.empty() || !isEnough(m_buffer))) {
+        state = Refill(-1);
+        m_ended = state == ELine::End;
+    }
+    return m_buffer;
 }
 
-/// Fetches what has come.
+/// Fetches what has come, behind what is there and not used up.
 ///
 /// @return Line when something has.
 ELine CLineReader::Refill(int timeoutMilliseconds)
@@ -51,11 +55,14 @@ ELine CLineReader::Refill(int timeoutMilliseconds)
         return ELine::NothingYet;
     if (ready < 0)
         return ELine::Failed;
-    m_buffer.resize(kBufferSize);
+    m_buffer.erase(0, m_place);
     m_place = 0;
-    const ssize_t count = read(m_descriptor, m_buffer.data(), kBufferSize);
-    m_buffer.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
-    m_bytesTaken += m_buffer.size();
+    const std::size_t kept = m_buffer.size();
+    m_buffer.resize(kBufferSize);
+    const ssize_t count = read(m_descriptor, m_buffer.data() + kept, kBufferSize - kept);
+    const std::size_t come = count > 0 ? static_cast<std::size_t>(count) : 0;
+    m_buffer.resize(kept + come);
+    m_bytesTaken += come;
     if (count < 0)
         return errno == EINTR || errno == EAGAIN ? ELine::NothingYet : ELine::Failed;
     return count == 0 ? ELine::End : ELine::Line;

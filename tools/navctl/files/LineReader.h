@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 /// What CLineReader::Next() has found.
@@ -34,11 +35,14 @@ public:
     /// @return what was found; NothingYet also when a signal has interrupted the wait.
     ELine Next(std::string& line, int timeoutMilliseconds = -1);
 
-    /// Waits for the first data and gives what has come of it, without using it up.
+    /// Waits for data and gives what has come of it, without using it up. To be called before the
+    /// first line is read.
     ///
-    /// @return empty when the file is empty or cannot be read, which Next() will tell, or when a
-    ///         signal has interrupted the wait.
-    std::string Peek();
+    /// @param isEnough tells by what has come whether to wait for no more.
+    /// @return what has come when that is enough, and otherwise at the end of the file, when there
+    ///         is no room for more, or when a signal has interrupted the wait; empty when the file
+    ///         is empty or cannot be read, which Next() will tell.
+    std::string Peek(const std::function<bool(const std::string&)>& isEnough);
 
     /// The number of the line that Next() gave last, counted from 1.
     std::uint64_t LineNumber() const { return m_lineNumber; }
