@@ -2,12 +2,16 @@
 
 import json
 import os
+import socket
 import tempfile
+import threading
 import unittest
 import xml.etree.ElementTree
 
+import msgpack
+
 from navctl_files import field_data, navctl, navctl_json
-from navigation_service import Client, Simulator
+from navigation_service import DEADLINE_SECONDS, PORT, Client, Simulator
 
 AB = "0 0.000000 0.000000 0.000000 0.000000 100.000000 0.000000"
 LINES = [AB,
@@ -20,6 +24,43 @@ LINES = [AB,
 ORIGIN = "48.5,11.25,520"
 
 
+LINE_STRING = ('{"type":"Feature","properties":{},"geometry":{"type":"LineString",'
+               '"coordinates":[[11,48],[11.1,48]]}}')
+with open(os.environ["NAVCTL"], "rb") as executable:
+    PROGRAM = executable.read(200000)  # no wayline, and every byte there is
+
+
+class OneReply:
+    """A service that answers the first request and does something else then."""
+
+    def __init__(self, then):
+        self.then = then
+        self.listener = socket.create_server(("127.0.0.1", PORT))
+        self.thread = threading.Thread(target=self.serve, daemon=True)
+
+    def __enter__(self):
+        self.thread.start()
+        return self
+
+    def __exit__(self, *_):
+        self.thread.join(DEADLINE_SECONDS)
+        self.listener.close()
+
+    def serve(self):
+        """Serves one client until it leaves."""
+        client, _ = self.listener.accept()
+        self.listener.close()
+        with client:
+            unpacker, answered = msgpack.Unpacker(), False
+            while not answered:
+                unpacker.feed(client.recv(65536))
+                for message in unpacker:
+                    client.sendall(msgpack.packb([1, message[1], None, 1]))
+                    answered = True
+            client.recv(65536)
+            self.then(client)
+
+
 class Files(unittest.TestCase):
     def setUp(self):
         directory = tempfile.TemporaryDirectory()
@@ -30,8 +71,8 @@ class Files(unittest.TestCase):
         return os.path.join(self.directory, name)
 
     def write(self, name, text):
-        with open(self.path(name), "w", encoding="utf-8", newline="") as file:
-            file.write(text)
+        with open(self.path(name), "wb") as file:
+            file.write(text if isinstance(text, bytes) else text.encode())
         return self.path(name)
 
     def read(self, name):
@@ -108,6 +149,16 @@ class WithoutService(Files):
             ("semicolons.csv", "x;y\n1;2\n", "not by semicolons"),
             ("short.csv", "x,y\n1\n", "1 values for 2 columns"),
             ("number.csv", "x,y\n1,b\n", '"b" is no finite number'),
+            ("overflow.geojson", LINE_STRING.replace("11", "1e999"), "a number in it that is too"),
+            ("deep.geojson", "[" * 300000, "nested deeper than 64"),
+            ("deep_values.geojson", '{"type":"FeatureCollection","features":'
+             + "[" * 300000 + "]" * 300000 + "}", "nested deeper than 64"),
+            ("deep_kind.geojson", '{"type":"Feature","geometry":null,"properties":{"kind":'
+             + "[" * 300000 + "]" * 300000 + "}}", "nested deeper than 64"),
+            ("program.txt", PROGRAM, "line 1: "),
+            ("program.csv", PROGRAM, "line 1: "),
+            ("program.geojson", PROGRAM, "this is no JSON"),
+            ("long.txt", b"0" * ((64 << 20) + 1), "line 1: the line is too long"),
         ):
             with self.subTest(name):
                 code, failure = navctl_json("wayline", "show", self.write(name, text))
@@ -119,6 +170,39 @@ class WithoutService(Files):
                 result = navctl("wayline", "show", path)
                 self.assertEqual(2, result.returncode)
                 self.assertIn(reason, result.stderr)
+
+    def test_lists_every_bad_line_in_json(self):
+        path = self.write("lines.txt", f"{AB}\n9\n\n0 1\n" + "x\n" * 30)
+        code, failure = navctl_json("wayline", "show", path)
+        self.assertEqual((2, 32), (code, len(failure["problems"])))
+        self.assertEqual(failure["reason"], failure["problems"][0])
+        for problem, number in zip(failure["problems"], (2, 4, *range(5, 35))):
+            self.assertTrue(problem.startswith(f"{path}: line {number}: "), problem)
+
+    def test_a_name_cannot_command_the_terminal(self):
+        path = self.write("plots.csv", "\x1b[2Jfield,0,0,0,10,10,0\n")
+        shown = navctl("wayline", "show", path)
+        self.assertIn('"\\x1b[2Jfield"', shown.stdout)
+        self.assertNotIn("\x1b", shown.stdout + navctl("wayline", "show", path + "\x1b").stderr)
+
+    def test_gives_files_as_one_json_value(self):
+        path = self.write("curve.txt", LINES[4] + "\n")
+        for form in ("text", "csv"):
+            self.assertEqual(
+                (0, {"content": navctl("wayline", "convert", path, "--to", form).stdout}),
+                navctl_json("wayline", "convert", path, "--to", form))
+        geojson = navctl("wayline", "convert", path, "--to", "geojson", "--origin", ORIGIN).stdout
+        self.assertEqual((0, json.loads(geojson)),
+                         navctl_json("wayline", "convert", path, "--to", "geojson", "--origin",
+                                     ORIGIN))
+        target = self.path("out.csv")
+        self.assertEqual((0, {"outcome": "done", "file": target}),
+                         navctl_json("wayline", "convert", path, target))
+        self.assertEqual((0, {"content": navctl("wayline", "plot", path, "-").stdout}),
+                         navctl_json("wayline", "plot", path, "-"))
+        target = self.path("out.svg")
+        self.assertEqual((0, {"outcome": "done", "file": target}),
+                         navctl_json("wayline", "plot", path, target))
 
     def test_draws_a_picture_that_is_well_formed(self):
         path = self.write("lines.txt", "\n".join(LINES))
@@ -171,6 +255,39 @@ class WithService(Files):
             result = navctl("wayline", "set", degenerate)
             self.assertEqual((1, ""), (result.returncode, result.stdout))
             self.assertIn("it holds: A-B line, 2 points, 100 m", result.stderr)
+
+    def test_gives_what_the_service_holds_and_did_as_json(self):
+        path = self.write("ab.txt", AB)
+        with Simulator():
+            self.assertEqual((1, {"outcome": "failed", "exit_code": 1,
+                                  "reason": "the service has no complete wayline"}),
+                             navctl_json("wayline", "get"))
+            _, held = navctl_json("wayline", "set", path)
+            self.assertEqual((0, held["held"]), navctl_json("wayline", "get"))
+            self.assertEqual({"kind": "ab", "code": 0, "name": None, "points": 2,
+                              "length_m": 100.0, "heading_rad": 0.0, "text": AB,
+                              "bounds_m": {"x": [0.0, 0.0], "y": [0.0, 100.0], "z": [0.0, 0.0]}},
+                             held["held"])
+            self.assertEqual((0, {"outcome": "done"}), navctl_json("wayline", "clear"))
+            self.assertEqual((1, {"outcome": "refused"}), navctl_json("wayline", "clear"))
+            self.assertEqual((0, {"outcome": "done", "kind": "circle"}),
+                             navctl_json("wayline", "start", "circle"))
+            self.assertEqual((1, {"outcome": "refused", "kind": "empty"}),
+                             navctl_json("wayline", "start", "empty"))
+
+    def test_tells_when_it_cannot_read_back_what_it_has_set(self):
+        path = self.write("ab.txt", AB)
+        for name, after_set, code, reason in (
+            ("the link is lost", lambda connection: connection.shutdown(socket.SHUT_RDWR), 5,
+             "closed"),
+            ("the service is silent", lambda connection: connection.recv(4096), 4,
+             "the service gave no reply in time"),
+        ):
+            with self.subTest(name), OneReply(after_set):
+                in_json, failure = navctl_json("--timeout", "0.3", "wayline", "set", path)
+                self.assertEqual((code, "failed", code),
+                                 (in_json, failure["outcome"], failure["exit_code"]))
+                self.assertIn(reason, failure["reason"])
 
     def test_wants_one_wayline_to_set_and_sends_nothing_of_a_file_with_a_bad_line(self):
         with Simulator(), Client() as client:

@@ -1,10 +1,22 @@
 """The diagnosis, in each of the states that it tells apart."""
 
+import socket
+import subprocess
+import sys
 import time
 import unittest
 
-from navctl_program import (LINE_NORTH, Listener, Simulator, answer, navctl, scripted, silent,
-                            value, wait_for, web_server)
+from navctl_program import (LINE_NORTH, PORT, SILENCE, Listener, Simulator, answer, navctl,
+                            scripted, silent, value, wait_for, web_server)
+
+
+def listens():
+    """Whether something listens on the service's port."""
+    try:
+        socket.create_connection(("127.0.0.1", PORT), timeout=5).close()
+    except OSError:
+        return False
+    return True
 
 
 def diagnosis(*options):
@@ -34,6 +46,18 @@ class Doctor(unittest.TestCase):
             self.assert_finds(5, "protocol", "end the other program")
         with scripted({}):
             self.assert_finds(5, "protocol", "end the other program")
+
+    def test_finds_a_web_server_that_waits_for_the_end_of_a_line(self):
+        serve = [sys.executable, "-B", "-m", "http.server", str(PORT), "--bind", "127.0.0.1"]
+        with subprocess.Popen(serve, stdout=subprocess.DEVNULL,
+                              stderr=subprocess.DEVNULL) as server:
+            try:
+                wait_for(listens, "the web server")
+                self.assert_finds(5, "protocol", "end the other program", "--timeout", "1")
+                self.assertIn("it says: HTTP/1.0 200 OK",
+                              navctl("doctor", "--timeout", "1").stdout)
+            finally:
+                server.kill()
 
     def test_finds_a_service_that_is_silent(self):
         with silent():
@@ -73,10 +97,29 @@ class Doctor(unittest.TestCase):
             self.assert_finds(1, "positions", "navctl feed FILE")
 
     def test_changes_nothing(self):
-        with Simulator("--speed=2"):
-            answer("set-wayline", LINE_NORTH)
-            navctl("doctor")
-            self.assertFalse(value("is-navigation-activated"))
+        settings = [["get-implement-width"], ["get-wayline"], ["get-nudge-scalar"],
+                    ["get-field-offset"], ["get-implement-offset"], ["is-steering-engaged"],
+                    ["is-navigation-activated"], ["get-reverse-engage-enabled"],
+                    ["get-allow-reverse-engage"], ["get-low-speed-engage-enabled"],
+                    ["get-look-ahead-time"], ["get-overshoot"]]
+        for preparation in ([["set-wayline", LINE_NORTH]],
+                            [["set-wayline", LINE_NORTH], ["start-navigation", "off"]],
+                            [["set-wayline", LINE_NORTH], ["start-navigation", "off"],
+                             ["engage-steering"]]):
+            with self.subTest(preparation), Simulator("--speed=2"):
+                for command in preparation:
+                    self.assertEqual(0, navctl(*command).returncode)
+                before = [value(*setting) for setting in settings]
+                navctl("doctor")
+                self.assertEqual(before, [value(*setting) for setting in settings])
+
+    def test_asks_and_sends_nothing_that_changes_something(self):
+        asked = set()
+        replies = {"IsNavigationActivated": 1, "IsSteeringEngaged": 0, "why_not_engaged": [],
+                   "get_wayline": PlainService.LINE}
+        with scripted(replies, heard=asked):
+            self.assertEqual((0, "steering", ""), diagnosis())
+        self.assertEqual(set(replies), asked)
 
 
 class PlainService(unittest.TestCase):
@@ -84,10 +127,52 @@ class PlainService(unittest.TestCase):
 
     LINE = [0, 0.0, 0.0, 0.0, 0.0, 100.0, 0.0]
 
-    def finding(self, engage=(0, 0, 1, 0, 0), guidance=(0, 0.0, 0.0, 0.0), speed=2.0, **getters):
+    def found(self, replies, *options):
+        """What the diagnosis of a service with these replies ends with, and its code."""
+        with scripted({"IsNavigationActivated": 1, "IsSteeringEngaged": 0,
+                       "get_wayline": self.LINE, **replies}):
+            code, reply = answer("--timeout", "0.3", *options, "doctor")
+        return code, reply["findings"][-1]["subject"], reply["findings"][-1]["text"]
+
+    def test_reasons_that_are_no_text_are_left_out(self):
+        self.assertEqual((1, "engaging", "the gate is shut"),
+                         self.found({"why_not_engaged": [1, None, [2], "", "the gate is shut"]}))
+        self.assertEqual((1, "engaging", "the service has reasons, but none in words"),
+                         self.found({"why_not_engaged": [1, None, ""]}))
+
+    def test_a_service_may_lack_any_of_the_getters(self):
+        # Without a width there is no distance that is too far; with an answer that is no list of
+        # reasons, the getters are asked.
+        for reply in ({}, {"why_not_engaged": "because"}):
+            with self.subTest(reply):
+                code, subject, text = self.found(reply)
+                self.assertEqual((1, "engaging"), (code, subject))
+                self.assertIn("does not tell whether steering could be engaged", text)
+        self.assertEqual((1, "distance"), self.finding(guidance=(0, 1.6, 0.0, 0.0))[:2])
+        without = self.finding(guidance=(0, 1.6, 0.0, 0.0), without=["GetImplementWidth"])
+        self.assertEqual((1, "engaging"), without[:2])
+        slow = self.finding(speed=0.1, without=["get_low_speed_engage_allowed"])
+        self.assertEqual((1, "engaging"), slow[:2])
+
+    def test_a_service_that_falls_silent_is_told(self):
+        for request in ("IsSteeringEngaged", "why_not_engaged", "GetImplementWidth"):
+            with self.subTest(request):
+                code, subject, text = self.found({"GetImplementWidth": 3.0, request: SILENCE})
+                self.assertEqual((4, "reply"), (code, subject))
+                self.assertEqual("connected, but the service is silent: no reply in time", text)
+
+    def test_control_characters_of_the_service_do_not_reach_a_terminal(self):
+        with scripted({"IsNavigationActivated": 1, "IsSteeringEngaged": 0,
+                       "get_wayline": self.LINE, "why_not_engaged": ["\x1b]0;title\x07 \x9b31m"]}):
+            self.assertIn("\\x1b]0;title\\x07 \\u009b31m", navctl("doctor").stdout)
+
+    def finding(self, engage=(0, 0, 1, 0, 0), guidance=(0, 0.0, 0.0, 0.0), speed=2.0, without=(),
+                **getters):
         replies = {"IsNavigationActivated": 1, "IsSteeringEngaged": 0, "get_wayline": self.LINE,
                    "GetImplementWidth": 3.0, "get_reverse_engage_enabled": 1,
                    "get_reverse_engage_allowed": 1, "get_low_speed_engage_allowed": 0, **getters}
+        for name in without:
+            del replies[name]
         started = time.monotonic()
         with scripted(replies, {
             "cb_engage_status": lambda _: engage,

@@ -57,16 +57,38 @@ class ExitCodes(unittest.TestCase):
                           ["set-nudge", "1", "--wings"], ["--timeout", "0", "set-nudge", "1"],
                           ["watch", "weather"], ["watch", "--count", "0"],
                           ["watch", "--lightbar", "--count", "3"]):
-            with self.subTest(arguments):
-                result = navctl(*arguments)
-                self.assertEqual((2, ""), (result.returncode, result.stdout))
-                self.assertNotEqual("", result.stderr)
+            self.assert_failure(2, arguments, ".")
+
+    def test_2_for_a_command_that_there_is_not(self):
+        for arguments, words in (
+            (["fly"], 'there is no command "fly"'),
+            (["set-nudg", "1"], 'no command "set-nudg"; did you mean "set-nudge"\\?'),
+            (["--timeout", "1", "docter"], 'no command "docter"; did you mean "doctor"\\?'),
+            (["wayline", "shwo"], 'no command "shwo" of wayline; did you mean "show"\\?'),
+        ):
+            self.assert_failure(2, arguments, words)
+            self.assertIn("navctl: navctl --help", navctl(*arguments).stderr)
 
     def test_2_for_values_that_are_none(self):
         for arguments, words in (
             (["set-nudge", "wide"], 'nudge: "wide" is not allowed.*-1000 to 1000'),
             (["set-nudge", "1,5"], '"1,5"'),
             (["set-nudge", "1.5m"], '"1.5m"'),
+            (["set-nudge", "nan"], '"nan"'),
+            (["set-nudge", "inf"], '"inf"'),
+            (["set-nudge", "+-5"], '"\\+-5"'),
+            (["set-nudge", "1e999"], '"1e999"'),
+            (["set-sensitivity", "1e300"], '"1e300"'),
+            (["set-position-data", "51", "7", "0", "--sigma-up=-1"], '"-1".*nan where it is not'),
+            (["set-position-data", "51", "7", "0", "--time", "nan"], '"nan"'),
+            (["set-curve-filter-size", "+-5"], '"\\+-5"'),
+            (["get-tuning-parameter", "7"], '"7".*overshoot.*0 to 3'),
+            (["get-tuning-limits", "9"], '"9".*overshoot.*0 to 3'),
+            (["wayline", "show", "x", "--line", "0"], '"0" is no whole number from 1'),
+            (["watch", "--count", "0"], '"0" is no whole number from 1 to 1000000000'),
+            (["watch", "--count", "x"], '"x" is no whole number'),
+            (["watch", "--for", "0"], '"0" is no number from 0.001 to 31536000'),
+            (["watch", "--for", "1e300"], '"1e300" is no number'),
             (["start-navigation", "maybe"], '"maybe".*on or off'),
             (["set-curve-filter-size", "1.5"], '"1.5".*recorded points, 1 to 1001'),
             (["set-curve-filter-size", "99999999999"], '"99999999999"'),
@@ -144,6 +166,16 @@ class Outputs(unittest.TestCase):
             self.assertIn("navctl", result.stdout.lower() + result.stderr)
         self.assertEqual(navctl("--version").stdout, "navctl " + navctl("version").stdout)
 
+    def test_help_version_and_documents_are_one_json_value_with_json(self):
+        for arguments, key in ((["--help"], "text"), (["watch", "--help"], "text"),
+                               (["--version"], "text"), (["manual"], "page"),
+                               (["completion", "bash"], "script")):
+            with self.subTest(arguments):
+                self.assertEqual((0, {key: navctl(*arguments).stdout}), answer(*arguments))
+        version = navctl("version").stdout.strip()
+        self.assertRegex(version, r"^\d+\.\d+\.\d+$")
+        self.assertEqual((0, {"version": version}), answer("version"))
+
     def test_there_are_colours_on_a_terminal_unless_they_are_not_wanted(self):
         for environment, wanted in ({"TERM": "xterm", "NO_COLOR": ""}, True), \
                                    ({"TERM": "xterm", "NO_COLOR": "1"}, False), \
@@ -184,6 +216,24 @@ class Documents(unittest.TestCase):
         for command in ("watch", "doctor", "wayline convert", "feed", "operations", "manual",
                         "completion bash", "--lightbar", "--timeout", "--json", "NO_COLOR"):
             self.assertIn(command, page)
+        for code, words in enumerate(("Done.", "The service refused", "Wrong arguments",
+                                      "Cannot connect", "No reply in time",
+                                      "What answers does not keep the protocol",
+                                      "The output cannot be written")):
+            self.assertRegex(page, f"{code} {words}")
+        self.assertIn("failure value is printed as a value, -1 or 0, false, none", page)
+        sections = re.findall(r"^([A-Z][A-Z ]+)$", self.rendered(navctl("manual").stdout), re.MULTILINE)
+        self.assertEqual(["NAME", "SYNOPSIS", "DESCRIPTION", "OPTIONS", "COMMANDS", "OPERATIONS",
+                          "JSON", "EXIT STATUS", "ENVIRONMENT", "EXAMPLES", "SEE ALSO"], sections)
+
+    def test_the_options_of_every_command_are_in_the_manual_and_in_its_help(self):
+        page = self.rendered(navctl("manual").stdout)
+        for command in (["feed"], ["watch"], ["wayline", "show"], ["wayline", "convert"],
+                        ["wayline", "plot"], ["wayline", "set"]):
+            options = re.findall(r"--[a-z-]+", navctl(*command, "--help").stdout)
+            self.assertGreater(len(options), 1)
+            for option in options:
+                self.assertIn(option, page)
 
     def test_the_manual_of_the_simulator_has_all_its_options(self):
         source = (ROOT / "docs/man/navigation-simulator.1").read_text(encoding="utf-8")
@@ -218,11 +268,20 @@ class Documents(unittest.TestCase):
             ("navctl set-impl", {"set-implement-width", "set-implement-offset"}),
             ("navctl get-tuning-limits o", {"overshoot"}),
             ("navctl --json start-wayline c", {"circle"}),
+            ("navctl --json eng", {"engage-steering"}),
+            ("navctl get-nudge-scalar --trace --js", {"--json"}),
             ("navctl start-navigation ", {"on", "off"}),
             ("navctl watch cb", set()),
             ("navctl watch guidance-status eng", {"engage-status"}),
             ("navctl watch --li", {"--lightbar"}),
             ("navctl watch --count ", set()),
+            ("navctl wayline start a", {"ab", "a-heading", "ab-curve"}),
+            ("navctl wayline convert x --to ", {"text", "geojson", "csv"}),
+            ("navctl wayline show x --from g", {"geojson"}),
+            ("navctl wayline show x --kind ", {"ab", "circle", "spline", "ab-curve"}),
+            ("navctl feed x --format ", {"nmea", "csv"}),
+            ("navctl feed x --rate ", {"max"}),
+            ("navctl set-position-data 1 2 3 --heading-valid ", {"on", "off"}),
             ("navctl completion ", {"bash"}),
             ("navctl wayline con", {"convert"}),
             ("navctl set-position-data --time", {"--time", "--timeout"}),
@@ -246,7 +305,32 @@ class Tour(unittest.TestCase):
                     result = subprocess.run(words, cwd=directory, capture_output=True, text=True,
                                             timeout=60, check=False)
                     self.assertEqual(0, result.returncode, result.stdout + result.stderr)
+                    self.assertRegex(result.stdout, self.shown(words[1:]))
             self.assertTrue(value("is-navigation-activated"))
+
+    @staticmethod
+    def shown(words):
+        """What a command of the tour shows."""
+        for start, pattern in (
+            ("operations", r"(?m)^engage-steering +EngageSteering +request$"),
+            ("set-implement-width", r"^done\n$"),
+            ("get-implement-width", r'^{"operation":"get-implement-width","outcome":"value",'
+                                    r'"value":6.0,"unit":"m"}\n$'),
+            ("set-wayline", r"^answered\n$"),
+            ("start-navigation", r"^done\n$"),
+            ("doctor", r"^\[ok\] link .*\n\[ok\] reply .*\n\[ok\] wayline .* ab\n\[ok\] "
+                       r"navigation +active\n\[ok\] steering +ready"),
+            ("engage-steering", r"^done\n$"),
+            ("watch guidance-status", r"^(\S+  guidance-status +pass 0, cross-track error .*\n){5}$"),
+            ("nudge", r"^-?0\.1 -?0(\.0*)? 0\n$|^0\.1 "),
+            ("watch --lightbar", r"ENGAGED"),
+            ("set-tuning-parameter", r"^sent\n$"),
+            ("get-tuning-limits", r"^\S+ \S+ \S+\n$"),
+            ("disengage-steering", r"^done\n$"),
+        ):
+            if " ".join(words).startswith(start):
+                return pattern
+        raise AssertionError(f"nothing is known of {words}")
 
 
 if __name__ == "__main__":

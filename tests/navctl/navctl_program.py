@@ -11,6 +11,7 @@ import threading
 
 import msgpack
 
+from navctl_files import on_terminal
 from navigation_service import DEADLINE_SECONDS, PORT, Client, Simulator, wait_for
 
 LINE_NORTH = "0 0 0 0 0 100 0"
@@ -136,10 +137,13 @@ def web_server():
         b"HTTP/1.1 400 Bad Request\r\n\r\n"), connection.shutdown(socket.SHUT_RDWR)))
 
 
-def scripted(replies, events=None):
+SILENCE = object()  # in place of a reply
+
+
+def scripted(replies, events=None, heard=None):
     """A navigation service that answers requests from a table of names, others with an error. From
     the subscription on, it sends an event 20 times a second; `events` gives for each name the
-    payload by its number, from 0."""
+    payload by its number, from 0. The names of what comes are added to `heard`."""
     def serve(connection):
         unpacker, sent = msgpack.Unpacker(), {}
         connection.settimeout(0.05)
@@ -152,7 +156,9 @@ def scripted(replies, events=None):
             except TimeoutError:
                 pass
             for message in unpacker:
-                if message[0] == 0:
+                if heard is not None:
+                    heard.add(message[-2])
+                if message[0] == 0 and replies.get(message[2]) is not SILENCE:
                     connection.sendall(msgpack.packb(reply_to(message, replies)))
                 elif message[1] == "subscribe" and message[2][0] in (events or {}):
                     sent[message[2][0]] = 0
@@ -169,5 +175,6 @@ def reply_to(request, replies):
     return [1, number, None, replies[name]]
 
 
-__all__ = ["DEADLINE_SECONDS", "LINE_NORTH", "PORT", "Client", "Listener", "Running", "Simulator",
-           "answer", "navctl", "program", "scripted", "silent", "value", "wait_for", "web_server"]
+__all__ = ["DEADLINE_SECONDS", "LINE_NORTH", "PORT", "SILENCE", "Client", "Listener", "Running",
+           "Simulator", "answer", "navctl", "on_terminal", "program", "scripted", "silent", "value",
+           "wait_for", "web_server"]

@@ -1,9 +1,11 @@
 """Every operation as a command, against the simulator."""
 
+import math
 import re
 import unittest
 from pathlib import Path
 
+from navctl_files import CountingService
 from navctl_program import (LINE_NORTH, Client, Simulator, answer, navctl, scripted, value,
                             wait_for)
 
@@ -190,6 +192,22 @@ class Operations(unittest.TestCase):
             self.assertEqual(-1.0, value("get-implement-width"))
             self.assertEqual(-1, value("restore-waypoints"))
             self.assertEqual((0, "answered", -1), outcome_of("engage-steering"))
+
+    def test_a_reply_of_another_type_gives_the_value_of_a_failure(self):
+        # As the manual tells: the reply cannot be told from one that is such a value.
+        with scripted({"GetFieldOffset": [1], "is_waypoint_set": [1]}):
+            self.assertEqual((0, "-1\n"), said(["get-field-offset"])[:2])
+            self.assertEqual((0, "false\n"), said(["is-waypoint-set", "0"])[:2])
+
+    def test_an_accuracy_that_is_not_given_is_not_known(self):
+        records = []
+        for options in ([], ["--sigma-east", "0.02", "--sigma-up", "0"]):
+            with CountingService() as service:
+                self.assertEqual(0, navctl("set-position-data", "51", "7", "0", *options).returncode)
+            records += service.samples
+        self.assertTrue(all(math.isnan(records[0][tag]) for tag in (12, 13, 14)), records[0])
+        self.assertEqual((0.02, 0.0), (records[1][12], records[1][14]))
+        self.assertTrue(math.isnan(records[1][13]))
 
     def test_numbers_that_json_has_no_form_for_are_null(self):
         with scripted({"GetFieldOffset": float("nan")}):

@@ -5,8 +5,8 @@ import json
 import signal
 import unittest
 
-from navctl_program import (LINE_NORTH, Client, Running, Simulator, answer, navctl, silent,
-                            wait_for, web_server)
+from navctl_program import (LINE_NORTH, Client, Running, Simulator, answer, navctl, on_terminal,
+                            silent, wait_for, web_server)
 
 # Of each kind of event, the names of its values.
 FIELDS = {
@@ -60,7 +60,7 @@ class Watch(unittest.TestCase):
             self.assertEqual((0, 1), (result.returncode, len(result.stdout.splitlines())))
             result = navctl("watch", "offsets", "--for", "0.5", "--count", "2")
             self.assertEqual(4, result.returncode)
-            self.assertIn("1 events in the time, not 2", result.stderr)
+            self.assertIn("1 event in the time, not 2", result.stderr)
 
     def test_lives_through_a_restart_of_the_service(self):
         with Running("--json", "watch", "implement-width-changed") as watch:
@@ -82,11 +82,38 @@ class Watch(unittest.TestCase):
         with silent():
             self.assertEqual(4, navctl("watch", "--for", "0.3", "--count", "1").returncode)
 
+    def assert_last_line(self, code, reason, *arguments):
+        result = navctl("--json", "watch", *arguments)
+        line = json.loads(result.stdout.splitlines()[-1])
+        self.assertEqual((code, {"time", "event", "exit_code", "reason"}),
+                         (result.returncode, set(line)))
+        self.assertEqual(("error", code), (line["event"], line["exit_code"]))
+        self.assertIn(reason, line["reason"])
+        self.assertIn(line["reason"], result.stderr)
+
+    def test_the_last_line_of_json_tells_why_it_failed(self):
+        self.assert_last_line(3, "cannot connect", "--for", "0.3")
+        with silent():
+            self.assert_last_line(4, "0 events in the time, not 1", "--for", "0.3", "--count", "1")
+        with web_server():
+            self.assert_last_line(5, "protocol error")
+        with Simulator():
+            self.assert_last_line(4, "1 event in the time", "offsets", "--for", "0.5",
+                                  "--count", "2")
+
     def test_ends_when_what_answers_does_not_speak_the_protocol(self):
         with web_server():
             result = navctl("watch")
         self.assertEqual((5, ""), (result.returncode, result.stdout))
         self.assertIn("protocol error", result.stderr)
+
+
+def end_when(part):
+    """Interrupts a program as soon as it has written this."""
+    def look(process, text):
+        if part in text:
+            process.send_signal(signal.SIGINT)
+    return look
 
 
 class Lightbar(unittest.TestCase):
@@ -102,6 +129,24 @@ class Lightbar(unittest.TestCase):
                     line = watch.line_with("cm")
                     self.assertRegex(line, lamps + r"   12\.0 cm right  pass 0  ready")
                     self.assertEqual(0, watch.end())
+
+    def test_is_redrawn_in_place_on_a_terminal(self):
+        with Simulator("--speed=2", "--receiver=ideal"):
+            answer("set-wayline", "0 -0.12 0 0 -0.12 100 0")
+            answer("start-navigation", "off")
+            for environment, lamps in (
+                    ({}, "[" + "·" * 10 + " ○ " + "\x1b[33m●\x1b[0m" * 3 + "·" * 7 + "]"),
+                    ({"NO_COLOR": "1"}, "[" + "·" * 10 + " ○ ●●●" + "·" * 7 + "]")):
+                with self.subTest(environment):
+                    code, text = on_terminal(["watch", "--lightbar"], environment,
+                                             answer=end_when(lamps))
+                    self.assertEqual(0, code)
+                    self.assertIn("\r" + lamps + "   12.0 cm right", text)
+                    self.assertIn("\x1b[K", text)
+                    self.assertEqual(1, text.count("\n"), "at the end")
+            code, text = on_terminal(["watch", "--lightbar"], columns=30, answer=end_when("12.0"))
+            self.assertIn("\r 12.0 cm right  pass 0", text)  # the words where the lamps have no room
+            self.assertNotIn("[·", text)
 
     def test_lights_the_middle_on_the_line(self):
         with Simulator("--speed=2", "--receiver=ideal"):

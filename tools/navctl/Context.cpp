@@ -5,6 +5,8 @@
 namespace {
 
 constexpr double kMillisecondsASecond = 1000.0;
+/// The library's words for the usual one of the reasons that have the code TimedOut.
+const char* const kNoReply = "no reply in time";
 
 } // namespace
 
@@ -43,13 +45,15 @@ bool CContext::HasLinkFailed()
     return Navigation().LastError().code != ELinkError::None;
 }
 
-void CContext::Fail(EExitCode code, const std::string& reason)
+void CContext::Fail(EExitCode code, const std::string& reason, const Json& more)
 {
     m_exitCode = code;
     WriteError(reason);
     if (WritesJson()) {
-        Print({{"outcome", "failed"}, {"exit_code", static_cast<int>(code)}, {"reason", reason}},
-              "");
+        Json value{
+            {"outcome", "failed"}, {"exit_code", static_cast<int>(code)}, {"reason", reason}};
+        value.update(more);
+        Print(value, "");
     }
 }
 
@@ -71,7 +75,8 @@ CLinkFailure CallFailure(const LinkErrorC& error)
 {
     switch (error.code) {
     case ELinkError::TimedOut:
-        return {kExitNoReply, "the service gave no reply in time: " + error.text};
+        return {kExitNoReply,
+                error.text == kNoReply ? "the service gave no reply in time" : error.text};
     case ELinkError::Closed:
     case ELinkError::BadMessage:
     case ELinkError::NoValue:

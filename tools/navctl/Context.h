@@ -49,6 +49,8 @@ public:
     ///
     /// @return whether it is; if not, the failure has been told and the exit code is set.
     bool Reach();
+    /// Ends the connection; Navigation() makes a new one.
+    void Disconnect() { m_navigation.reset(); }
     /// Whether the last operation failed at the link, by LastError(); a failure value alone does
     /// not tell. A reply of nil, which GetWayline() gives for "none", counts as a failure.
     bool HasLinkFailed();
@@ -56,8 +58,9 @@ public:
     /// Ends the command without a failure.
     void Finish(EExitCode code = kExitDone) { m_exitCode = code; }
     /// Ends the command with a failure: the reason in words on the standard error; with `--json`,
-    /// also {"outcome": "failed", "exit_code", "reason"} on the standard output.
-    void Fail(EExitCode code, const std::string& reason);
+    /// also {"outcome": "failed", "exit_code", "reason"} and the entries of `more` on the standard
+    /// output.
+    void Fail(EExitCode code, const std::string& reason, const Json& more = Json::object());
     /// Ends the command with kExitRefused: the reason on the standard error; with `--json`, `value`
     /// on the standard output.
     void Refuse(const Json& value, const std::string& reason);

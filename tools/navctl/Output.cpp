@@ -77,9 +77,31 @@ bool COutput::HasColours() const
     return IsTerminal() && ColoursAreAllowed();
 }
 
+std::string Printable(const std::string& text)
+{
+    std::string printable;
+    char code[16];
+    for (std::size_t place = 0; place < text.size(); ++place) {
+        const auto byte = static_cast<unsigned char>(text[place]);
+        const auto next =
+            static_cast<unsigned char>(place + 1 < text.size() ? text[place + 1] : '\0');
+        if ((byte < 0x20 && byte != '\n') || byte == 0x7f) {
+            std::snprintf(code, sizeof code, "\\x%02x", static_cast<unsigned>(byte));
+            printable += code;
+        } else if (byte == 0xc2 && next >= 0x80 && next < 0xa0) {
+            std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(next));
+            printable += code;
+            ++place;
+        } else {
+            printable += text[place];
+        }
+    }
+    return printable;
+}
+
 void WriteError(const std::string& text)
 {
-    std::fprintf(stderr, "navctl: %s\n", text.c_str());
+    std::fprintf(stderr, "navctl: %s\n", Printable(text).c_str());
 }
 
 bool ErrorsAreTerminal()

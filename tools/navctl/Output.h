@@ -45,7 +45,14 @@ private:
     std::string m_problem;
 };
 
-/// Writes a line for people to the standard error, with the program's name in front.
+/// Text that a terminal shows and does not obey: control characters, those of Unicode's second set
+/// (U+0080 to U+009F) included, are written as "\x1b" or "\u009b". Ends of lines stay.
+///
+/// @param text words that come from a file or from the link.
+std::string Printable(const std::string& text);
+
+/// Writes a line for people to the standard error, with the program's name in front; what is not
+/// Printable() in it is made so.
 void WriteError(const std::string& text);
 
 /// Whether the standard error is a terminal, for a progress bar.

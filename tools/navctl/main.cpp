@@ -1,28 +1,45 @@
+#include <algorithm>
 #include <exception>
 #include <memory>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
 #include "tools/navctl/CommandLine.h"
 #include "tools/navctl/Context.h"
 #include "tools/navctl/Output.h"
+#include "tools/navctl/UsageProblem.h"
 
 namespace {
 
+bool AsksForJson(const std::vector<std::string>& words)
+{
+    const auto end = std::find(words.begin(), words.end(), "--");
+    return std::find(words.begin(), end, "--json") != end;
+}
+
 EExitCode Run(int argumentCount, char** arguments, COutput& output)
 {
+    const std::vector<std::string> words(arguments + 1, arguments + std::max(argumentCount, 1));
     CContext context(output);
     const std::unique_ptr<CLI::App> app = MakeCommandLine(context);
     try {
         app->parse(argumentCount, arguments);
+    } catch (const CLI::Success& wanted) {
+        context.options.json = AsksForJson(words);
+        std::ostringstream text;
+        app->exit(wanted, text, text);
+        if (context.WritesJson())
+            context.Print({{"text", text.str()}}, "");
+        else
+            output.Write(text.str());
     } catch (const CLI::ParseError& error) {
-        std::ostringstream help;
-        std::ostringstream problem;
-        const bool isUsageError = app->exit(error, help, problem) != 0;
-        output.Write(help.str());
-        std::fputs(problem.str().c_str(), stderr);
-        return isUsageError ? kExitUsage : kExitDone;
+        // The options need not have been read yet.
+        context.options.json = AsksForJson(words);
+        context.Fail(kExitUsage, UsageProblem(*app, words, error));
+        WriteError("navctl --help and navctl COMMAND --help tell more");
     } catch (const std::exception& error) {
         context.Fail(kExitProtocolError, error.what());
     }

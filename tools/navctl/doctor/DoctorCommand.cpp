@@ -5,30 +5,12 @@
 #include "tools/navctl/Names.h"
 #include "tools/navctl/doctor/Engagement.h"
 #include "tools/navctl/doctor/Finding.h"
+#include "tools/navctl/doctor/LinkFinding.h"
+#include "tools/navctl/doctor/Probe.h"
 
 namespace {
 
 const char* const kStartService = "start the navigation service, for example: navigation-simulator";
-const char* const kOtherProgram =
-    "end the other program on port 5010, and start the navigation service";
-const char* const kRestartService = "look whether the service hangs, and start it again";
-
-/// A link that did not carry a question, as a finding.
-CFinding LinkFinding(const LinkErrorC& error)
-{
-    switch (error.code) {
-    case ELinkError::TimedOut:
-        return {"reply", "connected, but the service is silent: " + error.text, kRestartService,
-                kExitNoReply};
-    case ELinkError::ServiceError:
-        return {"protocol", "what listens there is no navigation service: " + error.text,
-                kOtherProgram, kExitProtocolError};
-    default:
-        return {"protocol",
-                "something listens that does not speak the service's protocol: " + error.text,
-                kOtherProgram, kExitProtocolError};
-    }
-}
 
 CFinding LookAtLink(CNavigationAPI& navigation)
 {
@@ -64,6 +46,20 @@ CFinding NavigationFinding(bool isActive)
     return {"navigation", "not active", "navctl start-navigation on", kExitRefused};
 }
 
+/// The first question was not answered. A silent program may be another one that waits for a line.
+CFinding SilenceFinding(CContext& context, const LinkErrorC& error)
+{
+    if (error.code != ELinkError::TimedOut)
+        return LinkFinding(error);
+    // Some programs serve one connection after the other.
+    context.Disconnect();
+    const std::string answer = AnswerOfOtherProtocol(context.options.timeoutSeconds);
+    return answer.empty() ? LinkFinding(error)
+                          : OtherProgramFinding("something listens that does not speak the "
+                                                "service's protocol; it says: " +
+                                                answer);
+}
+
 /// Looks at one thing after the other, up to the first that the next ones depend on.
 Findings Examine(CContext& context)
 {
@@ -73,7 +69,7 @@ Findings Examine(CContext& context)
         return findings;
     const bool isActive = navigation.IsNavigationActivated();
     if (context.HasLinkFailed()) {
-        findings.push_back(LinkFinding(navigation.LastError()));
+        findings.push_back(SilenceFinding(context, navigation.LastError()));
         return findings;
     }
     findings.push_back({"reply", "the service answers"});
@@ -83,7 +79,15 @@ Findings Examine(CContext& context)
     findings.push_back(NavigationFinding(isActive));
     if (findings.back().IsObstacle())
         return findings;
-    if (navigation.IsSteeringEngaged()) {
+    const bool isEngaged = navigation.IsSteeringEngaged();
+    const LinkErrorC error = navigation.LastError();
+    if (error.code == ELinkError::ServiceError) {
+        findings.push_back({"steering", "the service does not tell whether it is engaged"});
+    } else if (error.code != ELinkError::None) {
+        findings.push_back(LinkFinding(error));
+        return findings;
+    }
+    if (isEngaged) {
         findings.push_back({"steering", "engaged"});
         return findings;
     }
@@ -115,8 +119,9 @@ std::string TextOf(const Findings& findings, bool hasColours)
     for (const CFinding& finding : findings) {
         std::string subject = finding.subject;
         subject.resize(std::max<std::size_t>(subject.size(), 10), ' ');
+        // The service's words may hold anything.
         text += (text.empty() ? "" : "\n") + Mark(finding.IsObstacle(), hasColours) + " " +
-                subject + " " + finding.text;
+                subject + " " + Printable(finding.text);
         if (finding.IsObstacle())
             text += "\n     next:      " + finding.nextStep;
     }

@@ -1,18 +1,19 @@
 #include "tools/navctl/doctor/Engagement.h"
 
 #include <cmath>
-#include <cstdio>
 #include <memory>
 #include <optional>
 
+#include "tools/navctl/NumberText.h"
+#include "tools/navctl/doctor/LinkFinding.h"
 #include "tools/navctl/doctor/Observation.h"
+#include "tools/navctl/files/Angle.h"
 
 namespace {
 
 // The conditions of the bundled service, where the service does not tell its own.
 constexpr double kLeastSpeed = 0.3;
-constexpr double kGreatestHeadingError = M_PI / 3.0;
-constexpr double kDegreesARadian = 180.0 / M_PI;
+constexpr double kGreatestHeadingError = kPi / 3.0;
 
 /// An obstacle by words that stand in the service's text, and what to do about it.
 struct CRemedy
@@ -44,56 +45,79 @@ CFinding Obstacle(const std::string& text)
     return {"engaging", text, "see the documents of the service", kExitRefused};
 }
 
-template <typename... Values>
-std::string Format(const char* form, Values... values)
+/// Whether the link has failed, and not just the service refused to tell.
+bool IsLinkProblem(const LinkErrorC& error)
 {
-    char text[200];
-    std::snprintf(text, sizeof text, form, values...);
-    return text;
+    return error.code != ELinkError::None && error.code != ELinkError::ServiceError &&
+           error.code != ELinkError::NoValue;
+}
+
+/// Asks one of the getters.
+///
+/// @return nothing for a service that does not tell.
+/// @throws LinkErrorC when the link fails.
+template <typename Result>
+std::optional<Result> Ask(CNavigationAPI& navigation, Result (CNavigationAPI::*getter)())
+{
+    const Result result = (navigation.*getter)();
+    const LinkErrorC error = navigation.LastError();
+    if (IsLinkProblem(error))
+        throw error;
+    return error.code == ELinkError::None ? std::optional(result) : std::nullopt;
 }
 
 /// The service's own reasons; nothing from a service that does not know the request.
+///
+/// @throws LinkErrorC when the link fails.
 std::optional<std::vector<std::string>> AskWhyNotEngaged(CNavigationAPI& navigation)
 {
     const std::unique_ptr<BElementC> reply(navigation.CallMethod("why_not_engaged", nullptr));
+    if (IsLinkProblem(navigation.LastError()))
+        throw navigation.LastError();
     const auto* const list = dynamic_cast<const BListC*>(reply.get());
     if (list == nullptr)
         return std::nullopt;
     std::vector<std::string> reasons;
-    reasons.reserve(static_cast<std::size_t>(list->Size()));
-    for (int place = 0; place < list->Size(); ++place)
-        reasons.push_back(list->GetString(place));
+    for (int place = 0; place < list->Size(); ++place) {
+        const BElementC* const reason = list->GetElement(place);
+        const bool isText = reason != nullptr && reason->Type() == EBElementType::String;
+        if (isText && !list->GetString(place).empty())
+            reasons.push_back(list->GetString(place));
+    }
+    if (reasons.empty() && list->Size() > 0)
+        reasons.push_back("the service has reasons, but none in words");
     return reasons;
 }
 
-void AddPlaceReasons(const CObservation& seen, double width, std::vector<std::string>& reasons)
+void AddPlaceReasons(const CObservation& seen, std::optional<double> width,
+                     std::vector<std::string>& reasons)
 {
-    if (seen.crossTrackError && std::abs(*seen.crossTrackError) > width / 2.0) {
-        reasons.push_back(
-            Format("the machine is %.2f m from the line, more than half the implement "
-                   "width of %.2f m",
-                   std::abs(*seen.crossTrackError), width));
+    if (width && seen.crossTrackError && std::abs(*seen.crossTrackError) > *width / 2.0) {
+        reasons.push_back("the machine is " + Fixed(std::abs(*seen.crossTrackError), 2) +
+                          " m from the line, more than half the implement width of " +
+                          Fixed(*width, 2) + " m");
     }
     if (seen.headingError && std::abs(*seen.headingError) > kGreatestHeadingError) {
-        reasons.push_back(Format("the machine's heading is %.0f degrees from the line's",
-                                 std::abs(*seen.headingError) * kDegreesARadian));
+        reasons.push_back("the machine's heading is " +
+                          Fixed(Degrees(std::abs(*seen.headingError)), 0) +
+                          " degrees from the line's");
     }
 }
 
 void AddMovementReasons(CNavigationAPI& navigation, const CObservation& seen,
                         std::vector<std::string>& reasons)
 {
+    // What the service does not tell stands in nobody's way.
     if (seen.isReversing.value_or(false)) {
-        if (!navigation.GetReverseEngageEnabled())
+        if (!Ask(navigation, &CNavigationAPI::GetReverseEngageEnabled).value_or(true))
             reasons.push_back("the machine moves backwards and engaging in reverse is not enabled");
-        if (!navigation.GetAllowReverseEngage())
+        if (!Ask(navigation, &CNavigationAPI::GetAllowReverseEngage).value_or(true))
             reasons.push_back("the machine moves backwards and engaging in reverse is not allowed");
     }
-    if (seen.speed && *seen.speed < kLeastSpeed && !navigation.GetLowSpeedEngageEnabled()) {
-        reasons.push_back(
-            Format("the machine moves at %.2f m/s, slower than %.2f m/s, and engaging at low speed "
-                   "is not allowed",
-                   *seen.speed, kLeastSpeed));
+    if (seen.speed && *seen.speed < kLeastSpeed &&
+        !Ask(navigation, &CNavigationAPI::GetLowSpeedEngageEnabled).value_or(true)) {
+        reasons.push_back("the machine moves at " + Fixed(*seen.speed, 2) + " m/s, slower than " +
+                          Fixed(kLeastSpeed, 2) + " m/s, and engaging at low speed is not allowed");
     }
 }
 
@@ -104,7 +128,7 @@ std::vector<std::string> LookForReasons(CContext& context)
     std::vector<std::string> reasons;
     if (seen.isPossible.value_or(false))
         return reasons;
-    AddPlaceReasons(seen, navigation.GetImplementWidth(), reasons);
+    AddPlaceReasons(seen, Ask(navigation, &CNavigationAPI::GetImplementWidth), reasons);
     AddMovementReasons(navigation, seen, reasons);
     if (reasons.empty()) {
         reasons.push_back(seen.isPossible
@@ -118,9 +142,13 @@ std::vector<std::string> LookForReasons(CContext& context)
 
 Findings FindEngageObstacles(CContext& context)
 {
-    const auto told = AskWhyNotEngaged(context.Navigation());
     Findings findings;
-    for (const std::string& reason : told ? *told : LookForReasons(context))
-        findings.push_back(Obstacle(reason));
+    try {
+        const auto told = AskWhyNotEngaged(context.Navigation());
+        for (const std::string& reason : told ? *told : LookForReasons(context))
+            findings.push_back(Obstacle(reason));
+    } catch (const LinkErrorC& error) {
+        findings.push_back(LinkFinding(error));
+    }
     return findings;
 }

@@ -1,7 +1,12 @@
 #include "tools/navctl/manual/CompletionCommand.h"
 
+#include <map>
+
+#include "tools/navctl/Names.h"
+#include "tools/navctl/feed/FeedOptions.h"
 #include "tools/navctl/operations/Operation.h"
 #include "tools/navctl/watch/EventKind.h"
+#include "tools/navctl/wayline/WaylineSource.h"
 
 namespace {
 
@@ -12,7 +17,10 @@ _navctl() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
     local command=_ candidate place
     COMPREPLY=()
-    [[ " $_navctl_valued " == *" $previous "* ]] && return
+    if [[ " $_navctl_valued " == *" $previous "* ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "${_navctl_choices["$previous"]-}" -- "$current")
+        return
+    fi
     for ((place = 1; place < COMP_CWORD; ++place)); do
         candidate="$command ${COMP_WORDS[place]}"
         [[ -n ${_navctl_words["$candidate"]+set} ]] && command=$candidate
@@ -50,7 +58,48 @@ std::string WordsAfter(CLI::App& command)
         for (const CEventKind& kind : EventKinds())
             Append(words, kind.name);
     }
+    if (command.get_name() == "start") {
+        for (const auto& [name, code] : WaylineKindNames())
+            Append(words, name);
+    }
     return words;
+}
+
+template <typename Names>
+std::string NamesIn(const Names& names)
+{
+    std::string words;
+    for (const auto& entry : names)
+        Append(words, entry.first);
+    return words;
+}
+
+/// What may stand behind the options that want a word: an entry of the table for each.
+std::string ChoicesOfOptions()
+{
+    std::string kinds;
+    for (const auto& [name, code] : WaylineKindNames()) {
+        if (IsKindOfPoints(static_cast<Kestrove::EWaylineType>(code)))
+            Append(kinds, name);
+    }
+    std::map<std::string, std::string> choices{{"from", NamesIn(WaylineFormatNames())},
+                                               {"to", NamesIn(WaylineFormatNames())},
+                                               {"format", NamesIn(FeedFormatNames())},
+                                               {"rate", "max"},
+                                               {"kind", kinds}};
+    for (const COperation& operation : Operations()) {
+        for (const CArgument& argument : operation.arguments) {
+            std::string words;
+            for (const std::string& word : argument.Words())
+                Append(words, word);
+            if (argument.IsOption() && !argument.isFlag && !words.empty())
+                choices[argument.name] = words;
+        }
+    }
+    std::string table;
+    for (const auto& [name, words] : choices)
+        table += "    [\"--" + name + "\"]=\"" + words + "\"\n";
+    return table;
 }
 
 std::string OptionWords(CLI::App& command, bool onlyValued)
@@ -58,7 +107,7 @@ std::string OptionWords(CLI::App& command, bool onlyValued)
     std::string words;
     for (const CLI::Option* const option : command.get_options()) {
         for (const std::string& name : option->get_lnames()) {
-            if (!onlyValued || option->get_type_size() > 0)
+            if (!onlyValued || option->get_items_expected_min() > 0)
                 Append(words, "--" + name);
         }
     }
@@ -91,7 +140,8 @@ std::string BashScript(CLI::App& app)
     return "# Completion of navctl's command line for bash.\n"
            "declare -gA _navctl_words=(\n" +
            tables.words + ")\ndeclare -gA _navctl_options=(\n" + tables.options +
-           ")\n_navctl_valued=\"" + tables.valued + "\"\n" + kFunction;
+           ")\ndeclare -gA _navctl_choices=(\n" + ChoicesOfOptions() + ")\n_navctl_valued=\"" +
+           tables.valued + "\"\n" + kFunction;
 }
 
 } // namespace

@@ -133,9 +133,12 @@ std::string Head()
                "operation that gives a value prints it bare, with a point and without its unit; "
                "others print \"done\"; \"sent\" where nothing tells whether the service took it; "
                "\"answered\" where the service answers but the operation does not tell what.\n"
+               "A reply of a type that an operation does not take cannot always be told from one "
+               "that it does: then the operation's failure value is printed as a value, -1 or 0, "
+               "false, none, and the exit status is 0.\n"
                "Angles are radians, clockwise from north; positions are metres east, north and up "
                "of the wayline origin. The ranges are those of the bundled service. navctl passes "
-               "on what it is given, since another service may have others.\n"
+               "on finite numbers outside of them, since another service may have others.\n"
                "The options stand before the command or after it.");
 }
 
@@ -148,8 +151,10 @@ std::string JsonForm()
                "\"refused\", \"value\", \"sent\" or \"answered\"), and \"value\" and \"unit\" "
                "where there are any; numbers that JSON has no form for are null.\n"
                "A command that fails writes an object with \"outcome\" \"failed\", \"exit_code\" "
-               "and \"reason\". Arguments that cannot be read at all write "
-               "nothing there.");
+               "and \"reason\", with arguments that cannot be read, too; one that cannot read a "
+               "file of waylines also \"problems\", a list of everything that is wrong with it. "
+               "watch writes, as its last line, an object with \"time\", the \"event\" \"error\", "
+               "\"exit_code\" and \"reason\". Help is an object with \"text\".");
 }
 
 std::string Tail()

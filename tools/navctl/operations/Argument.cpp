@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <charconv>
 #include <chrono>
-#include <cstdlib>
+#include <cmath>
+#include <limits>
 
 #include "tools/navctl/Names.h"
 #include "tools/navctl/wayline/WaylineContent.h"
@@ -13,6 +14,9 @@ namespace {
 
 const std::vector<std::string> kTrueWords{"on", "true", "yes", "1"};
 const std::vector<std::string> kFalseWords{"off", "false", "no", "0"};
+/// The word for an accuracy that is not known.
+const char* const kUnknown = "nan";
+constexpr double kGreatestDouble = std::numeric_limits<double>::max();
 
 bool IsOneOf(const std::vector<std::string>& words, const std::string& word)
 {
@@ -21,15 +25,35 @@ bool IsOneOf(const std::vector<std::string>& words, const std::string& word)
 
 /// Reads a number, whole; the locale and blanks do not count.
 template <typename Value>
-std::optional<ArgumentValue> ReadNumber(const std::string& word)
+std::optional<Value> ReadNumber(const std::string& word)
 {
-    const char* const begin = word.data() + (word.rfind('+', 0) == 0 ? 1 : 0);
+    const bool hasPlus = word.rfind('+', 0) == 0;
+    if (hasPlus && word.find_first_of("+-", 1) == 1)
+        return std::nullopt;
+    const char* const begin = word.data() + (hasPlus ? 1 : 0);
     const char* const end = word.data() + word.size();
     Value value{};
     const auto result = std::from_chars(begin, end, value);
     if (result.ec != std::errc() || result.ptr != end)
         return std::nullopt;
     return value;
+}
+
+/// Reads a finite number of at most this size.
+std::optional<ArgumentValue> ReadFinite(const std::string& word, double greatest)
+{
+    const std::optional<double> value = ReadNumber<double>(word);
+    const bool isGood = value && std::isfinite(*value) && std::abs(*value) <= greatest;
+    return isGood ? std::optional<ArgumentValue>(*value) : std::nullopt;
+}
+
+std::optional<ArgumentValue> ReadAccuracy(const std::string& word)
+{
+    if (word == kUnknown)
+        return std::numeric_limits<double>::quiet_NaN();
+    const std::optional<double> value = ReadNumber<double>(word);
+    const bool isGood = value && std::isfinite(*value) && *value >= 0.0;
+    return isGood ? std::optional<ArgumentValue>(*value) : std::nullopt;
 }
 
 std::optional<ArgumentValue> ReadSwitch(const std::string& word)
@@ -42,7 +66,7 @@ std::optional<ArgumentValue> ReadSwitch(const std::string& word)
 std::optional<ArgumentValue> ReadTime(const std::string& word)
 {
     if (word != "now")
-        return ReadNumber<double>(word);
+        return ReadFinite(word, kGreatestDouble);
     const auto now = std::chrono::system_clock::now().time_since_epoch();
     return std::chrono::duration<double>(now).count();
 }
@@ -53,7 +77,26 @@ std::optional<ArgumentValue> ReadName(const NameTable& names, const std::string&
         if (name == word)
             return code;
     }
-    return ReadNumber<int>(word);
+    return std::nullopt;
+}
+
+/// A kind of wayline by name or code. Services may have more kinds than there are names for.
+std::optional<ArgumentValue> ReadKind(const std::string& word)
+{
+    const std::optional<ArgumentValue> named = ReadName(WaylineKindNames(), word);
+    return named ? named : ReadNumber<int>(word);
+}
+
+/// A tuning parameter by name or number; the interface has only those.
+std::optional<ArgumentValue> ReadParameter(const std::string& word)
+{
+    const NameTable& names = TuningParameterNames();
+    const std::optional<ArgumentValue> named = ReadName(names, word);
+    const std::optional<int> number = ReadNumber<int>(word);
+    const bool isOne =
+        number && std::any_of(names.begin(), names.end(),
+                              [&number](const auto& entry) { return entry.second == *number; });
+    return isOne ? std::optional<ArgumentValue>(*number) : named;
 }
 
 std::optional<ArgumentValue> ReadWaylines(const std::vector<std::string>& texts,
@@ -113,6 +156,8 @@ std::vector<std::string> CArgument::Words() const
         return NamesOf(TuningParameterNames());
     case EArgumentType::Time:
         return {"now"};
+    case EArgumentType::Accuracy:
+        return {kUnknown};
     default:
         return {};
     }
@@ -126,11 +171,16 @@ std::string CArgument::Description() const
     if (!range.empty())
         text += ", " + range;
     if (type == EArgumentType::Kind || type == EArgumentType::Parameter) {
-        text += ": " + Joined(Words()) + ", or its number";
+        const NameTable& names =
+            type == EArgumentType::Kind ? WaylineKindNames() : TuningParameterNames();
+        text += ": " + Joined(Words()) + ", or its number, " +
+                std::to_string(names.front().second) + " to " + std::to_string(names.back().second);
     } else if (type == EArgumentType::Switch && !isFlag) {
         text += ": on or off";
     } else if (type == EArgumentType::Time) {
         text += ", or now";
+    } else if (type == EArgumentType::Accuracy) {
+        text += ", not negative, or " + std::string(kUnknown) + " where it is not known";
     }
     return text;
 }
@@ -146,13 +196,17 @@ std::optional<ArgumentValue> CArgument::Read(const std::vector<std::string>& wor
     case EArgumentType::Integer:
         return ReadNumber<int>(word);
     case EArgumentType::Number:
-        return ReadNumber<double>(word);
+        return ReadFinite(word, kGreatestDouble);
+    case EArgumentType::Single:
+        return ReadFinite(word, static_cast<double>(std::numeric_limits<float>::max()));
+    case EArgumentType::Accuracy:
+        return ReadAccuracy(word);
     case EArgumentType::Time:
         return ReadTime(word);
     case EArgumentType::Kind:
-        return ReadName(WaylineKindNames(), word);
+        return ReadKind(word);
     case EArgumentType::Parameter:
-        return ReadName(TuningParameterNames(), word);
+        return ReadParameter(word);
     case EArgumentType::Wayline:
         return ReadWayline(word, problem);
     case EArgumentType::Waylines:

@@ -13,7 +13,9 @@ enum class EArgumentType
 {
     Switch,    ///< on or off
     Integer,   ///< a whole number of 32 bits
-    Number,    ///< a number
+    Number,    ///< a finite number
+    Single,    ///< a finite number that a float can hold
+    Accuracy,  ///< a number that is not negative, or nan for one that is not known
     Time,      ///< Unix time in seconds, or "now"
     Kind,      ///< a kind of wayline, by name or number
     Parameter, ///< a tuning parameter, by name or number
@@ -69,6 +71,11 @@ inline CArgument Integer(std::string name, std::string unit, std::string range, 
 inline CArgument Number(std::string name, std::string unit, std::string range, std::string help)
 {
     return {std::move(name), EArgumentType::Number, std::move(unit), std::move(range),
+            std::move(help)};
+}
+inline CArgument Single(std::string name, std::string unit, std::string range, std::string help)
+{
+    return {std::move(name), EArgumentType::Single, std::move(unit), std::move(range),
             std::move(help)};
 }
 inline CArgument Parameter()

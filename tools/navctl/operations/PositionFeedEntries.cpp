@@ -14,7 +14,8 @@ CArgument Rate(const char* name)
 
 CArgument Sigma(const char* name)
 {
-    return Number(name, "m", "", "one-sigma accuracy").Or("0");
+    // Not 0, which would mean: exact.
+    return {name, EArgumentType::Accuracy, "m", "", "one-sigma accuracy", "nan"};
 }
 
 std::vector<CArgument> SampleArguments()

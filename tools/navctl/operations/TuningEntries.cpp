@@ -11,7 +11,7 @@ CArgument Limit(const char* name, const char* help)
 
 CArgument TuningValue()
 {
-    return Number("value", "", "within its limits", "the value");
+    return Single("value", "", "within its limits", "the value");
 }
 
 COutcome InvokeGetTuningLimits(CNavigationAPI& navigation, const ArgumentValues& values)
@@ -67,7 +67,7 @@ std::vector<COperation> TuningEntries()
         Request("get-velocity-set-point", "GetVelocitySetPoint", "Asks for the velocity set point",
                 {}, Value(&Api::GetVelocitySetPoint), "m/s"),
         Notification("set-velocity-set-point", "SetVelocitySetPoint", "Sets the velocity set point",
-                     {Number("velocity", "m/s", "-5 to 15", "the velocity, negative backwards")},
+                     {Single("velocity", "m/s", "-5 to 15", "the velocity, negative backwards")},
                      Sent(&Api::SetVelocitySetPoint)),
         Request("get-curve-filter-size", "GetCurveFilterSize",
                 "Asks for the size of the curve filter", {}, Value(&Api::GetCurveFilterSize),

@@ -6,7 +6,7 @@ namespace {
 
 using Api = CNavigationAPI;
 
-CArgument Metres(const char* name, const char* help)
+CArgument MetresArgument(const char* name, const char* help)
 {
     return Number(name, "m", "", help);
 }
@@ -57,7 +57,7 @@ std::vector<COperation> WaylineEntries()
                      "Sets the origin of the local frame in which waylines are given",
                      {Number("latitude", "degrees", "-90 to 90", "WGS 84"),
                       Number("longitude", "degrees", "-180 to 180", "WGS 84"),
-                      Metres("height", "above the ellipsoid")},
+                      MetresArgument("height", "above the ellipsoid")},
                      InvokeSetWaylineOrigin),
         Request(
             "calculate-headings", "calculate_headings",
@@ -76,8 +76,9 @@ std::vector<COperation> WaylineEntries()
                 "Begins a wayline of a kind, which the waypoints then complete",
                 {{"kind", EArgumentType::Kind, "", "", "the kind"}}, Accepted(&Api::StartWayline)),
         Request("set-waypoint", "set_waypoint", "Sets a waypoint of the wayline that was begun",
-                {Waypoint(), Metres("x", "east of the origin"), Metres("y", "north of it"),
-                 Metres("z", "above it"), Number("heading", "rad", "", "clockwise from north")},
+                {Waypoint(), MetresArgument("x", "east of the origin"),
+                 MetresArgument("y", "north of it"), MetresArgument("z", "above it"),
+                 Number("heading", "rad", "", "clockwise from north")},
                 Accepted(&Api::SetWaypoint)),
         Request("is-waypoint-set", "is_waypoint_set", "Asks whether a waypoint is set",
                 {Waypoint()}, Value(&Api::IsWaypointSet)),

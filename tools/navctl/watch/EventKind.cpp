@@ -1,44 +1,41 @@
 #include "tools/navctl/watch/EventKind.h"
 
-#include <cmath>
-#include <cstdio>
 #include <utility>
 
 #include "tools/navctl/Names.h"
+#include "tools/navctl/NumberText.h"
+#include "tools/navctl/files/Angle.h"
 
 namespace {
 
 using Core::Functors::MakeFunctor;
 using Point = Core::Maths::Vector2<double>;
 
-constexpr double kDegreesARadian = 180.0 / M_PI;
-
-template <typename... Values>
-std::string Format(const char* form, Values... values)
+/// A name with yes or no behind it.
+std::string Answer(const char* name, bool value)
 {
-    char text[200];
-    std::snprintf(text, sizeof text, form, values...);
-    return text;
+    return std::string(name) + (value ? " yes" : " no");
 }
 
-const char* Word(bool value)
+std::string PlaceText(const Point& point, int decimals)
 {
-    return value ? "yes" : "no";
+    return Fixed(point.x, decimals) + ", " + Fixed(point.y, decimals);
 }
 
 void WatchEngageStatus(CNavigationAPI& navigation, const EventSink& sink)
 {
-    navigation.SetEngageStatusCallback(MakeFunctor([sink](bool engaged, bool possible, bool active,
-                                                          bool reversing, bool dropped) {
-        sink({"engage-status",
-              {{"engaged", engaged},
-               {"possible", possible},
-               {"navigation_active", active},
-               {"reversing", reversing},
-               {"dropped", dropped}},
-              Format("engaged %s, possible %s, navigation active %s, reversing %s, dropped %s",
-                     Word(engaged), Word(possible), Word(active), Word(reversing), Word(dropped))});
-    }));
+    navigation.SetEngageStatusCallback(
+        MakeFunctor([sink](bool engaged, bool possible, bool active, bool reversing, bool dropped) {
+            sink({"engage-status",
+                  {{"engaged", engaged},
+                   {"possible", possible},
+                   {"navigation_active", active},
+                   {"reversing", reversing},
+                   {"dropped", dropped}},
+                  Answer("engaged", engaged) + ", " + Answer("possible", possible) + ", " +
+                      Answer("navigation active", active) + ", " + Answer("reversing", reversing) +
+                      ", " + Answer("dropped", dropped)});
+        }));
 }
 
 void WatchGuidanceStatus(CNavigationAPI& navigation, const EventSink& sink)
@@ -50,16 +47,16 @@ void WatchGuidanceStatus(CNavigationAPI& navigation, const EventSink& sink)
                    {"cross_track_error_m", crossTrack},
                    {"heading_error_rad", heading},
                    {"curvature_per_m", curvature}},
-                  Format("pass %d, cross-track error %+.3f m, heading error %+.2f degrees, "
-                         "curvature %+.4f 1/m",
-                         pass, crossTrack, heading * kDegreesARadian, curvature)});
+                  "pass " + std::to_string(pass) + ", cross-track error " + Signed(crossTrack, 3) +
+                      " m, heading error " + Signed(Degrees(heading), 2) + " degrees, curvature " +
+                      Signed(curvature, 4) + " 1/m"});
         }));
 }
 
 void WatchOffsets(CNavigationAPI& navigation, const EventSink& sink)
 {
     navigation.SetOffsetCallback(MakeFunctor([sink](double shift) {
-        sink({"offsets", {{"shift_m", shift}}, Format("line shifted by %+.3f m", shift)});
+        sink({"offsets", {{"shift_m", shift}}, "line shifted by " + Signed(shift, 3) + " m"});
     }));
 }
 
@@ -74,16 +71,16 @@ void WatchWaylineStatus(CNavigationAPI& navigation, const EventSink& sink)
                    {"navigation_active", active},
                    {"kind", KindName(type)},
                    {"length_m", length}},
-                  Format("%s, complete %s, recording %s, navigation active %s, length %.1f m",
-                         KindName(type).c_str(), Word(complete), Word(recording), Word(active),
-                         length)});
+                  KindName(type) + ", " + Answer("complete", complete) + ", " +
+                      Answer("recording", recording) + ", " + Answer("navigation active", active) +
+                      ", length " + Fixed(length, 1) + " m"});
         }));
 }
 
 void WatchImplementWidth(CNavigationAPI& navigation, const EventSink& sink)
 {
     navigation.SetImplementWidthCallback(MakeFunctor([sink](double width) {
-        sink({"implement-width-changed", {{"width_m", width}}, Format("width %.3f m", width)});
+        sink({"implement-width-changed", {{"width_m", width}}, "width " + Fixed(width, 3) + " m"});
     }));
 }
 
@@ -93,7 +90,7 @@ void WatchTuningParameter(CNavigationAPI& navigation, const EventSink& sink)
         MakeFunctor([sink](Kestrove::ETuningParameter parameter, double value) {
             sink({"tuning-parameter-changed",
                   {{"parameter", ParameterName(parameter)}, {"value", value}},
-                  Format("%s %.3f", ParameterName(parameter).c_str(), value)});
+                  ParameterName(parameter) + " " + Fixed(value, 3)});
         }));
 }
 
@@ -103,8 +100,8 @@ void WatchRelativePosition(CNavigationAPI& navigation, const EventSink& sink)
         MakeFunctor([sink](const Point& position, double heading) {
             sink({"relative-position",
                   {{"x_m", position.x}, {"y_m", position.y}, {"heading_rad", heading}},
-                  Format("x %.3f m, y %.3f m, heading %.1f degrees", position.x, position.y,
-                         heading * kDegreesARadian)});
+                  "x " + Fixed(position.x, 3) + " m, y " + Fixed(position.y, 3) + " m, heading " +
+                      Fixed(Degrees(heading), 1) + " degrees"});
         }));
 }
 
@@ -114,11 +111,10 @@ void WatchDrawPoints(CNavigationAPI& navigation, const EventSink& sink)
         Json places = Json::array();
         for (const Point& point : points)
             places.push_back(Json::array({point.x, point.y}));
-        std::string text = Format("%zu points", points.size());
-        if (!points.empty()) {
-            text += Format(" from %.1f, %.1f to %.1f, %.1f", points.front().x, points.front().y,
-                           points.back().x, points.back().y);
-        }
+        std::string text =
+            std::to_string(points.size()) + (points.size() == 1 ? " point" : " points");
+        if (!points.empty())
+            text += " from " + PlaceText(points.front(), 1) + " to " + PlaceText(points.back(), 1);
         sink({"draw-points", {{"points_m", places}}, text});
     }));
 }

@@ -1,9 +1,12 @@
 #include "tools/navctl/watch/WatchCommand.h"
 
+#include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <ctime>
 #include <memory>
 
+#include "tools/navctl/UsageProblem.h"
 #include "tools/navctl/watch/EventKind.h"
 #include "tools/navctl/watch/EventLoop.h"
 #include "tools/navctl/watch/Lightbar.h"
@@ -11,6 +14,9 @@
 namespace {
 
 using EEnd = CEventLoop::EEnd;
+
+constexpr int kGreatestCount = 1000000000;
+constexpr double kLongestWatch = 365.0 * 86400.0; // seconds
 
 /// What the command was asked for.
 struct CWatchOptions
@@ -61,6 +67,20 @@ std::string JsonLine(const CEvent& event)
     return line.dump();
 }
 
+/// Ends the command with a failure; with `--json`, the last line tells of it as an event.
+void FailWatch(CContext& context, EExitCode code, const std::string& reason)
+{
+    WriteError(reason);
+    if (context.WritesJson()) {
+        context.Print({{"time", TimeStampsNow().full},
+                       {"event", "error"},
+                       {"exit_code", static_cast<int>(code)},
+                       {"reason", reason}},
+                      "");
+    }
+    context.Finish(code);
+}
+
 std::string TextLine(const CEvent& event, bool hasColours)
 {
     std::string name = event.name;
@@ -76,15 +96,12 @@ void Conclude(CContext& context, const CEventLoop& loop, EEnd end, const std::st
     const LinkErrorC error = context.Navigation().LastError();
     if (end == EEnd::BadMessage) {
         const CLinkFailure failure = CallFailure(error);
-        WriteError(failure.reason);
-        context.Finish(failure.code);
+        FailWatch(context, failure.code, failure.reason);
     } else if (end == EEnd::TimeIsUp && !loop.HasBeenUp()) {
         const CLinkFailure failure = ConnectFailure(error);
-        WriteError(failure.reason);
-        context.Finish(failure.code);
+        FailWatch(context, failure.code, failure.reason);
     } else if (end == EEnd::TimeIsUp && !missing.empty()) {
-        WriteError(missing);
-        context.Finish(kExitNoReply);
+        FailWatch(context, kExitNoReply, missing);
     } else {
         context.Finish();
     }
@@ -128,8 +145,8 @@ void WatchLines(CContext& context, const CWatchOptions& options,
     const EEnd end = loop.Run(listener, LimitOf(options));
     const bool isShort = options.count > 0 && !isFull();
     Conclude(context, loop, end,
-             isShort ? std::to_string(told) + " events in the time, not " +
-                           std::to_string(options.count)
+             isShort ? std::to_string(told) + (told == 1 ? " event" : " events") +
+                           " in the time, not " + std::to_string(options.count)
                      : "");
 }
 
@@ -232,10 +249,10 @@ void AddWatchCommand(CLI::App& app, CContext& context)
             ->type_name("");
     CLI::Option* const count =
         command->add_option("--count", options->count, "End after so many events")
-            ->check(CLI::PositiveNumber.description(""))
+            ->check(WholeNumberWithin(1, kGreatestCount))
             ->type_name("NUMBER");
-    command->add_option("--for", options->seconds, "End after so many seconds")
-        ->check(CLI::PositiveNumber.description(""))
+    command->add_option("--for", options->seconds, "End after so many seconds, a year at most")
+        ->check(NumberWithin(0.001, kLongestWatch, "0.001 to 31536000"))
         ->type_name("SECONDS");
     command
         ->add_flag("--lightbar", options->lightbar,

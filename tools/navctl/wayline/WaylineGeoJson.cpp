@@ -16,6 +16,7 @@ using Json = nlohmann::ordered_json;
 /// The geometry may differ by this much from what the parameters say, metres.
 constexpr double kTolerance = 0.01;
 constexpr double kAhead = 100.0;
+constexpr int kDeepest = 64;
 
 /// Thrown out of the reading of a feature; the text is its problem.
 struct BadFeature
@@ -63,7 +64,7 @@ const Json& MemberOf(const Json& object, const char* name)
     return object.is_object() && found != object.end() ? *found : none;
 }
 
-std::string TextOf(const Json& value)
+std::string TextIn(const Json& value)
 {
     return value.is_string() ? value.get<std::string>() : std::string();
 }
@@ -94,7 +95,7 @@ std::vector<Position> ReadGeometry(const Json& geometry)
 {
     if (geometry.is_null())
         return {};
-    const std::string type = TextOf(MemberOf(geometry, "type"));
+    const std::string type = TextIn(MemberOf(geometry, "type"));
     const Json& coordinates = MemberOf(geometry, "coordinates");
     if (type == "Point")
         return {ReadPosition(coordinates)};
@@ -128,7 +129,7 @@ Kestrove::EWaylineType ReadKind(const Json& properties, Kestrove::EWaylineType o
     if (kind.is_null())
         return otherwise;
     for (const auto& [name, code] : WaylineKindNames()) {
-        if (TextOf(kind) == name && code != Kestrove::EWaylineTypeEmpty)
+        if (TextIn(kind) == name && code != Kestrove::EWaylineTypeEmpty)
             return static_cast<Kestrove::EWaylineType>(code);
     }
     throw BadFeature{"its property kind, " +
@@ -223,7 +224,7 @@ WaylineContent FromGeometry(Kestrove::EWaylineType kind, std::vector<WaylinePoin
 WaylineContent ReadFeature(const Json& feature, const WaylineReading& reading,
                            const std::optional<CLocalFrame>& frame)
 {
-    const bool isFeature = TextOf(MemberOf(feature, "type")) == "Feature";
+    const bool isFeature = TextIn(MemberOf(feature, "type")) == "Feature";
     const Json& properties = MemberOf(feature, "properties");
     const std::vector<Position> positions =
         ReadGeometry(isFeature ? MemberOf(feature, "geometry") : feature);
@@ -243,14 +244,23 @@ WaylineContent ReadFeature(const Json& feature, const WaylineReading& reading,
         content = FromGeometry(kind, frame ? LocalPoints(positions, *frame)
                                            : std::vector<WaylinePoint>());
     }
-    content.name = TextOf(MemberOf(properties, "name"));
+    content.name = TextIn(MemberOf(properties, "name"));
     return content;
+}
+
+/// Has the parser refuse a file that is nested deeper than any GeoJSON is: values are copied and
+/// destroyed recursively.
+bool CheckDepth(int depth, Json::parse_event_t, const Json&)
+{
+    if (depth > kDeepest)
+        throw BadFeature{"it is nested deeper than " + std::to_string(kDeepest) + " levels"};
+    return true;
 }
 
 /// The features of a file; a geometry alone counts as one.
 std::vector<Json> FeaturesIn(const Json& file)
 {
-    const std::string type = TextOf(MemberOf(file, "type"));
+    const std::string type = TextIn(MemberOf(file, "type"));
     if (type == "Feature" || type == "LineString")
         return {file};
     if (type != "FeatureCollection")
@@ -321,9 +331,12 @@ WaylineList ReadWaylineGeoJson(const std::string& text, const WaylineReading& re
     WaylineList list;
     std::vector<Json> features;
     try {
-        features = FeaturesIn(Json::parse(text));
+        features = FeaturesIn(Json::parse(text, CheckDepth));
     } catch (const Json::parse_error& error) {
         list.problems.push_back("byte " + std::to_string(error.byte) + ": this is no JSON");
+        return list;
+    } catch (const Json::exception&) {
+        list.problems.push_back("there is a number in it that is too large");
         return list;
     } catch (const BadFeature& problem) {
         list.problems.push_back(problem.text);

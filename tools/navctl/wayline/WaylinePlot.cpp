@@ -41,7 +41,7 @@ std::string Short(double value)
     return text;
 }
 
-std::string Escaped(const std::string& text)
+std::string EscapedForXml(const std::string& text)
 {
     std::string escaped;
     for (const char character : text) {
@@ -134,7 +134,7 @@ private:
                                       : std::to_string(list.entries.size()) + " waylines";
         m_svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + width + "\" height=\"" +
                 height + "\" viewBox=\"0 0 " + width + " " + height +
-                "\" font-family=\"sans-serif\" font-size=\"12\">\n<title>" + Escaped(title) +
+                "\" font-family=\"sans-serif\" font-size=\"12\">\n<title>" + EscapedForXml(title) +
                 "</title>\n<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n" +
                 "<clipPath id=\"area\">" + Frame("") + "</clipPath>\n";
     }
@@ -155,7 +155,7 @@ private:
     void Text(const Pixel& at, const std::string& text, const std::string& style)
     {
         m_svg += "<text x=\"" + Short(at.x) + "\" y=\"" + Short(at.y) + "\" " + style + ">" +
-                 Escaped(text) + "</text>\n";
+                 EscapedForXml(text) + "</text>\n";
     }
 
     void DrawGrid()

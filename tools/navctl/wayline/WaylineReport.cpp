@@ -4,6 +4,8 @@
 #include <cstdio>
 
 #include "tools/navctl/Names.h"
+#include "tools/navctl/NumberText.h"
+#include "tools/navctl/Output.h"
 #include "tools/navctl/files/Angle.h"
 #include "tools/navctl/wayline/WaylineShape.h"
 
@@ -77,16 +79,14 @@ std::string WaylineWords(const WaylineContent& content)
 {
     std::string words = KindTitle(content.kind);
     if (!content.name.empty())
-        words += " \"" + content.name + "\"";
+        words += " \"" + Printable(content.name) + "\"";
     const std::size_t count = content.points.size();
     if (PointCountOf(content.kind) == 0U)
         return words + ", which the service keeps to itself";
     words += ", " + std::to_string(count) + (count == 1 ? " point" : " points");
     words += LengthWords(content);
     if (const std::optional<double> heading = HeadingOf(content)) {
-        char degrees[32];
-        std::snprintf(degrees, sizeof degrees, "%.2f", Degrees(*heading));
-        words += ", heading " + std::string(degrees) + " degrees";
+        words += ", heading " + Fixed(Degrees(*heading), 2) + " degrees";
     }
     if (content.kind == Kestrove::EWaylineTypeAHeading)
         words += ", without ends";

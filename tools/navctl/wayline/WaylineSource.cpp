@@ -1,18 +1,15 @@
 #include "tools/navctl/wayline/WaylineSource.h"
 
 #include <algorithm>
-#include <map>
 
 #include "platform/Utilities.h"
 #include "tools/navctl/Names.h"
+#include "tools/navctl/UsageProblem.h"
 
 namespace {
 
 constexpr std::size_t kMostProblemsTold = 20;
-
-const std::map<std::string, EWaylineFormat> kFormats{{"text", EWaylineFormat::Text},
-                                                     {"geojson", EWaylineFormat::GeoJson},
-                                                     {"csv", EWaylineFormat::Csv}};
+constexpr int kMostLines = 1000000000;
 
 Kestrove::EWaylineType ParseKind(const std::string& name, const std::string& text)
 {
@@ -30,7 +27,7 @@ Kestrove::EWaylineType ParseKind(const std::string& name, const std::string& tex
 
 void TellProblems(CContext& context, const std::vector<std::string>& problems)
 {
-    context.Fail(kExitUsage, problems.front());
+    context.Fail(kExitUsage, problems.front(), {{"problems", problems}});
     const std::size_t told = std::min(problems.size(), kMostProblemsTold);
     for (std::size_t i = 1; i < told; ++i)
         WriteError(problems[i]);
@@ -40,13 +37,28 @@ void TellProblems(CContext& context, const std::vector<std::string>& problems)
 
 } // namespace
 
+const std::map<std::string, EWaylineFormat>& WaylineFormatNames()
+{
+    static const std::map<std::string, EWaylineFormat> kNames{{"text", EWaylineFormat::Text},
+                                                              {"geojson", EWaylineFormat::GeoJson},
+                                                              {"csv", EWaylineFormat::Csv}};
+    return kNames;
+}
+
+bool IsKindOfPoints(Kestrove::EWaylineType kind)
+{
+    return kind == Kestrove::EWaylineTypeAB || kind == Kestrove::EWaylineTypeCircle ||
+           kind == Kestrove::EWaylineTypeSpline || kind == Kestrove::EWaylineTypeABCurve;
+}
+
 void AddFormatOption(CLI::App& command, const char* name, const char* help,
                      std::optional<EWaylineFormat>& format)
 {
     command
         .add_option_function<std::string>(
-            name, [&format](const std::string& word) { format = kFormats.at(word); }, help)
-        ->check(CLI::IsMember(kFormats).description(""))
+            name, [&format](const std::string& word) { format = WaylineFormatNames().at(word); },
+            help)
+        ->check(CLI::IsMember(WaylineFormatNames()).description(""))
         ->type_name("FORMAT");
 }
 
@@ -87,15 +99,14 @@ void AddWaylineSource(CLI::App& command, WaylineSource& source)
     command
         .add_option("--line", source.number,
                     "The line (of GeoJSON the feature) of the only wayline that is wanted")
-        ->check(CLI::PositiveNumber.description(""))
+        ->check(WholeNumberWithin(1, kMostLines))
         ->type_name("NUMBER");
 }
 
 std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& source)
 {
     const Kestrove::EWaylineType kind = source.reading.kind;
-    if (kind != Kestrove::EWaylineTypeAB && kind != Kestrove::EWaylineTypeCircle &&
-        kind != Kestrove::EWaylineTypeSpline && kind != Kestrove::EWaylineTypeABCurve) {
+    if (!IsKindOfPoints(kind)) {
         context.Fail(kExitUsage,
                      "--kind " + KindName(kind) + ": points alone make no " + KindTitle(kind));
         return std::nullopt;

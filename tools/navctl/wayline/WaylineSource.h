@@ -2,6 +2,7 @@
 #define KESTROVE_TOOLS_NAVCTL_WAYLINE_WAYLINESOURCE_H
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -18,6 +19,12 @@ struct WaylineSource
     WaylineReading reading;
     std::optional<std::uint64_t> number; ///< of the only wayline that is wanted
 };
+
+/// The words for the formats.
+const std::map<std::string, EWaylineFormat>& WaylineFormatNames();
+
+/// Whether a wayline of the kind can be made of points alone, by --kind.
+bool IsKindOfPoints(Kestrove::EWaylineType kind);
 
 /// Adds the file and the options to a command.
 void AddWaylineSource(CLI::App& command, WaylineSource& source);

@@ -1,0 +1,25 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_USAGEPROBLEM_H
+#define KESTROVE_TOOLS_NAVCTL_USAGEPROBLEM_H
+
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+/// What is wrong with a command line, in words. A command that there is not is named, with the one
+/// that may have been meant.
+///
+/// @param app the command line that could not be read.
+/// @param words the arguments, without the program's name.
+/// @param error what the reading of it has thrown.
+std::string UsageProblem(const CLI::App& app, const std::vector<std::string>& words,
+                         const CLI::ParseError& error);
+
+/// A check that a text is a whole number within limits.
+CLI::Validator WholeNumberWithin(int lowest, int highest);
+/// A check that a text is a number within limits.
+///
+/// @param range the limits in words: "0.1 to 5".
+CLI::Validator NumberWithin(double lowest, double highest, const std::string& range);
+
+#endif

@@ -1,0 +1,13 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_DOCTOR_PROBE_H
+#define KESTROVE_TOOLS_NAVCTL_DOCTOR_PROBE_H
+
+#include <string>
+
+/// Asks what listens on the service's port in words that programs of other protocols answer: those
+/// that read line by line are silent as long as no line ends, as a service that hangs is.
+///
+/// @param seconds how long to wait for the answer.
+/// @return the first line of an answer that is no message of the service; empty when none comes.
+std::string AnswerOfOtherProtocol(double seconds);
+
+#endif
