@@ -108,7 +108,7 @@ class Samples(Files):
 
     def test_reads_a_stream_that_begins_within_a_sentence(self):
         lines = "".join(moment(number) for number in range(4)).splitlines(keepends=True)
-        report, samples = self.stream([lines[0][30:], *lines[1:]], 0.01)
+        report, samples = self.stream([lines[0][30:], *lines[1:]], 0.1)
         self.assertEqual((4, {"not a sentence": 1}), (len(samples), reasons(report)))
 
     def test_puts_the_sentences_of_a_slow_line_together(self):
