@@ -1,6 +1,7 @@
 // The step test: shifts the line, watches the answer, keeps the scores.
 import { bestScore, scoreStep, stepMetres } from "./scoring.js";
 import { command, done } from "./service.js";
+import { errorFigure } from "./guidance.js";
 import { short } from "./tuningpanel.js";
 
 const element = (id) => document.getElementById(id);
@@ -114,7 +115,7 @@ export class StepPanel {
     test.samples.push({ distance, error: state.cross_track_error });
     const score = scoreStep(test.samples);
     if (score.outcome === "running") {
-      this.say(`Running: ${distance.toFixed(0)} m driven, ${(state.cross_track_error * 100).toFixed(1)} cm`);
+      this.say(`Running: ${distance.toFixed(0)} m driven, ${errorFigure(state.cross_track_error)} cm`);
       return;
     }
     const settled = score.settled === null ? "did not settle" : `settled after ${score.settled.toFixed(1)} m`;
@@ -145,7 +146,8 @@ export class StepPanel {
     row.classList.toggle("best", best);
     const head = document.createElement("th");
     head.scope = "row";
-    head.textContent = best ? `${score.number} ★ best` : score.number;
+    head.textContent = best ? `${score.number} ★` : score.number;
+    if (best) head.setAttribute("aria-label", `${score.number}, the best`);
     row.append(head);
     const values = [
       score.settled === null ? "no" : score.settled.toFixed(1), (score.overshoot * 100).toFixed(1),
