@@ -25,7 +25,8 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 add_library(kestrove_flags INTERFACE)
 target_compile_features(kestrove_flags INTERFACE cxx_std_17)
-target_compile_options(kestrove_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+target_compile_options(kestrove_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wformat=2)
 # The library calls its own functions, so that they can be inlined; clang takes that for granted.
 target_compile_options(kestrove_flags INTERFACE
   $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
