@@ -17,6 +17,8 @@ using Clock = std::chrono::steady_clock;
 constexpr int kConnectLimitMilliseconds = 1000; // the library's own
 #if defined(__SANITIZE_THREAD__)
 constexpr int kSlackMilliseconds = 10000; // decodes a flood some twenty times more slowly
+#elif defined(__SANITIZE_ADDRESS__)
+constexpr int kSlackMilliseconds = 5000; // some ten times
 #else
 constexpr int kSlackMilliseconds = 500;
 #endif
