@@ -39,7 +39,7 @@ cp "$packages"/*.deb "$root/packages"
 cp "$example" "$root/application/application.cpp"
 cp -r tests/packaging/find_package "$root/application/find_package"
 
-cat >"$root/application/build" <<'BUILD'
+cat >"$root/application/install" <<'INSTALL'
 set -eu
 export DEBIAN_FRONTEND=noninteractive
 apt-get -qq update
@@ -48,9 +48,9 @@ cd /application
 g++ -std=c++17 application.cpp -o application $(pkg-config --cflags --libs kestrove-navigation)
 test ! -e /etc/systemd/system/multi-user.target.wants/navigation-simulator.service
 apt-get -qq install --yes --no-install-recommends cmake make >/dev/null
-cmake -S find_package -B build -DEXAMPLE=/application/application.cpp
-cmake --build build
-BUILD
+cmake -S find_package -B build -DEXAMPLE=/application/application.cpp >/dev/null
+cmake --build build >/dev/null
+INSTALL
 cat >"$root/application/application.py" <<'PYTHON'
 from kestrove_navigation import AbWayline, NavigationClient, Vector3
 
@@ -81,14 +81,13 @@ DRIVE
 cat >"$root/application/remove" <<'REMOVE'
 set -eu
 mkdir -p /run/systemd/system
-printf '#!/bin/sh\necho "$@" >>/application/systemd\n' >/usr/local/sbin/deb-systemd-invoke
-cp /usr/local/sbin/deb-systemd-invoke /usr/local/sbin/systemctl
-chmod +x /usr/local/sbin/deb-systemd-invoke /usr/local/sbin/systemctl
+printf '#!/bin/sh\necho "$@" >>/application/systemd\n' >/usr/bin/systemctl
+chmod +x /usr/bin/systemctl
 mkdir -p /var/lib/private/navigation-simulator
 dpkg -L "$@" | sort -u >/application/installed
 export DEBIAN_FRONTEND=noninteractive
 apt-get -qq purge --yes "$@" >/dev/null
-grep -qx 'stop navigation-simulator.service' /application/systemd
+grep -q 'stop navigation-simulator\.service' /application/systemd
 REMOVE
 
 names=()
@@ -97,8 +96,8 @@ for package in "$packages"/*.deb; do
 done
 cp /etc/resolv.conf "$root/etc/resolv.conf"
 enter_root=(unshare --mount --pid --fork --kill-child chroot "$root"
-    env -i PATH=/usr/local/sbin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C)
-"${enter_root[@]}" sh /application/build
+    env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C)
+"${enter_root[@]}" sh /application/install
 scripts/isolated "${enter_root[@]}" sh /application/drive
 "${enter_root[@]}" sh /application/remove "${names[@]}"
 
