@@ -109,9 +109,12 @@ class Watch(unittest.TestCase):
 
 
 def end_when(part):
-    """Interrupts a program as soon as it has written this."""
+    """Interrupts a program as soon as it has written this; once, for a second time would end it."""
+    sent = []
+
     def look(process, text):
-        if part in text:
+        if part in text and not sent:
+            sent.append(signal.SIGINT)
             process.send_signal(signal.SIGINT)
     return look
 
