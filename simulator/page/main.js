@@ -134,4 +134,5 @@ new Stream({
     showConnection(true, reason);
     redraw();
   },
+  rested: () => step.abandon("the page was hidden."),
 });

@@ -37,16 +37,44 @@ async function refusal(response) {
   }
 }
 
+const pause = (milliseconds) => new Promise((resolve) => { setTimeout(resolve, milliseconds); });
+
+/** Waits until somebody looks at the page. */
+const seen = () => new Promise((resolve) => {
+  const look = () => {
+    if (document.hidden) return;
+    document.removeEventListener("visibilitychange", look);
+    resolve();
+  };
+  document.addEventListener("visibilitychange", look);
+  look();
+});
+
+/** Calls a handler whose faults are the page's own: they are reported as such and end no stream. */
+function attempt(handler, ...values) {
+  try {
+    handler(...values);
+  } catch (error) {
+    reportError(error);
+  }
+}
+
 /**
- * Keeps the stream open for as long as the page is. `heard` is called with the name and the value of
- * each event, `connected` when a stream begins, `lost` with the reason when it ends or falls silent.
+ * Keeps the stream open for as long as the page is seen. A browser has six connections for all pages
+ * of one address: were the stream of a hidden page to hold one, the buttons of the one that is seen
+ * would wait for it.
+ *
+ * `heard` is called with the name and the value of each event, `connected` when a stream begins,
+ * `lost` with the reason when it ends or falls silent, `rested` when it ends because the page is hidden.
  */
 export class Stream {
-  constructor({ heard, connected, lost }) {
-    Object.assign(this, { heard, connected, lost });
+  constructor({ heard, connected, lost, rested }) {
+    Object.assign(this, { heard, connected, lost, rested });
     this.lastHeard = 0;
     this.opening = null;
+    this.resting = false;
     setInterval(() => this.watch(), 250);
+    document.addEventListener("visibilitychange", () => this.rest());
     this.run();
   }
 
@@ -62,15 +90,30 @@ export class Stream {
     }
   }
 
+  /** Gives the connection back when the page is hidden. */
+  rest() {
+    if (!document.hidden || this.opening === null) return;
+    this.resting = true;
+    this.opening.abort();
+  }
+
   async run() {
     for (;;) {
+      await seen();
       this.reason = null;
+      this.resting = false;
       this.opening = new AbortController();
       this.lastHeard = performance.now();
-      const ended = await this.read(this.opening.signal).catch(() => "The service does not answer.");
-      this.lost(this.reason ?? ended);
+      const ended = await this.read(this.opening.signal).catch((error) => (error instanceof SyntaxError
+        ? "What the service tells cannot be read." : "The service does not answer."));
+      this.opening.abort(); // whatever is left of it holds the connection no longer
       this.opening = null;
-      await new Promise((resolve) => { setTimeout(resolve, retryMilliseconds); });
+      if (this.resting) {
+        attempt(this.rested);
+      } else {
+        attempt(this.lost, this.reason ?? ended);
+        await pause(retryMilliseconds);
+      }
     }
   }
 
@@ -80,12 +123,12 @@ export class Stream {
     if (!response.ok) return `Refused: ${await refusal(response)}.`;
     const reader = response.body.pipeThrough(new TextDecoderStream()).getReader();
     const parser = new EventParser();
-    this.connected();
+    attempt(this.connected);
     for (;;) {
       const { done, value } = await reader.read();
       if (done) return "The service has closed the connection.";
       this.lastHeard = performance.now();
-      parser.take(value).forEach(({ event, data }) => this.heard(event, JSON.parse(data)));
+      parser.take(value).forEach(({ event, data }) => attempt(this.heard, event, JSON.parse(data)));
     }
   }
 }

@@ -2,7 +2,7 @@
 import { after, before, test } from "node:test";
 import assert from "node:assert/strict";
 import { readdirSync } from "node:fs";
-import { openPage, startBrowser } from "./browser.mjs";
+import { engage, openPage, setLine, startBrowser } from "./browser.mjs";
 import { startSimulator, until } from "./programs.mjs";
 
 const visits = 200;
@@ -66,6 +66,48 @@ test("a viewer too many is told so, and served when there is room", async () => 
   leave.abort();
   await showsTheReturn(page);
   await page.context().close();
+  await simulator.end();
+});
+
+/** Lets a tab be hidden by `hide_`: a browser without a screen shows all of them at once. */
+function canBeHidden() {
+  let hidden = false;
+  Object.defineProperty(document, "hidden", { get: () => hidden });
+  window.hide_ = (on) => {
+    hidden = on;
+    document.dispatchEvent(new Event("visibilitychange"));
+  };
+}
+
+/** Opens tabs of one window, of which only the last is seen. */
+async function openTabs(context, address, count) {
+  const tabs = [];
+  for (let i = 0; i < count; i += 1) {
+    const tab = await context.newPage();
+    await tab.addInitScript(canBeHidden);
+    await tab.goto(address);
+    await tab.locator("#connection", { hasText: "● connected" }).waitFor();
+    if (i < count - 1) await tab.evaluate(() => window.hide_(true));
+    tabs.push(tab);
+  }
+  return tabs;
+}
+
+test("of eight tabs the one that is seen is served", async () => {
+  const simulator = await startSimulator("--port", "0", "--speed", "2.5", "--start", "0.4,0,0");
+  const context = await browser.newContext();
+  const tabs = await openTabs(context, simulator.page, 8);
+  const last = tabs.at(-1);
+  await setLine(last, [0, 0], [0, 100]);
+  await engage(last);
+  await last.locator("#disengage").click();
+  await last.locator("#engage-state[data-state=ready]").waitFor();
+  for (const tab of tabs) assert.equal(await tab.locator("#lost").isHidden(), true);
+  const old = await tabs[0].locator("#fact-time").textContent();
+  await last.evaluate(() => window.hide_(true));
+  await tabs[0].evaluate(() => window.hide_(false));
+  await until(async () => await tabs[0].locator("#fact-time").textContent() !== old, "the first is served");
+  await context.close();
   await simulator.end();
 });
 

@@ -2,7 +2,7 @@ import assert from "node:assert/strict";
 import test from "node:test";
 import { load } from "./page_modules.mjs";
 
-const { EventParser } = await load("stream.js");
+const { EventParser, Stream } = await load("stream.js");
 const { newestOnly } = await load("service.js");
 const text = 'retry: 1000\n\nevent: state\ndata: {"x":1}\n\n: heartbeat\n\nevent: line\ndata: {"y":2}\n\n';
 const events = [{ event: "state", data: '{"x":1}' }, { event: "line", data: '{"y":2}' }];
@@ -18,6 +18,40 @@ for (const length of [1, 2, 3, 7, 1000]) {
 
 test("an event that has not ended is not told", () => {
   assert.deepEqual(new EventParser().take("event: state\ndata: {}\n"), []);
+});
+
+/** Reads one answer as the page does; gives what `heard` is called with, and what is reported or lost. */
+async function readOnce(t, body, heard) {
+  const told = { heard: [], reported: [], aborted: false };
+  const replaced = {
+    document: Object.assign(new EventTarget(), { hidden: false }),
+    setInterval: () => 0,
+    setTimeout: () => 0,
+    reportError: ({ message }) => told.reported.push(message),
+    fetch: async (path, { signal }) => {
+      signal.addEventListener("abort", () => { told.aborted = true; });
+      return new Response(body);
+    },
+  };
+  const kept = Object.fromEntries(Object.keys(replaced).map((name) => [name, globalThis[name]]));
+  Object.assign(globalThis, replaced);
+  t.after(() => Object.assign(globalThis, kept));
+  told.lost = await new Promise((lost) => {
+    new Stream({ lost, connected: () => {}, heard: (name) => { told.heard.push(name); heard(name); } });
+  });
+  return told;
+}
+
+test("a fault of a handler is reported and ends no stream", async (t) => {
+  const told = await readOnce(t, text, (name) => { if (name === "state") throw new Error("a fault"); });
+  assert.deepEqual(told.heard, ["state", "line"]);
+  assert.deepEqual(told.reported, ["a fault"]);
+  assert.deepEqual([told.lost, told.aborted], ["The service has closed the connection.", true]);
+});
+
+test("a stream that cannot be read is given up with that reason", async (t) => {
+  const told = await readOnce(t, "event: state\ndata: {\n\n", () => {});
+  assert.deepEqual([told.lost, told.aborted], ["What the service tells cannot be read.", true]);
 });
 
 test("of values that come faster than they are sent the newest is", async () => {
