@@ -15,6 +15,9 @@ constexpr std::size_t kMostHeaderBytes = 64 * 1024;
 // Connections that wait for a thread.
 constexpr std::size_t kMostWaiting = 40;
 
+// What this thread answers on: the library tells its handlers nothing of the connection.
+thread_local const HttpStreamC* answeredOn = nullptr;
+
 } // namespace
 
 HttpServerC::HttpServerC(std::size_t threads, std::size_t mostBodyBytes,
@@ -28,6 +31,11 @@ HttpServerC::HttpServerC(std::size_t threads, std::size_t mostBodyBytes,
 HttpServerC::~HttpServerC()
 {
     Stop();
+}
+
+std::function<bool()> HttpServerC::WhetherPeerHasGone()
+{
+    return [stream = answeredOn] { return stream->PeerHasClosed(); };
 }
 
 std::string HttpServerC::Listen(std::uint16_t port)
@@ -99,6 +107,7 @@ void HttpServerC::Serve(int connection)
 
 void HttpServerC::Answer(HttpStreamC& stream)
 {
+    answeredOn = &stream;
     try {
         bool closed = false;
         process_request(stream, true, closed, [this, &stream](httplib::Request& request) {
@@ -111,6 +120,7 @@ void HttpServerC::Answer(HttpStreamC& stream)
     } catch (const std::exception&) {
         // Want of memory, for one: it costs this connection and nothing else.
     }
+    answeredOn = nullptr;
 }
 
 void HttpServerC::Close(int connection)

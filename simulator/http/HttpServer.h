@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -34,6 +35,10 @@ public:
 
     /// What to do with requests; to be told before Start().
     httplib::Server& Handlers() { return *this; }
+
+    /// For a handler, about the request that it is called with: what tells whether the peer has
+    /// gone meanwhile. May be asked on any thread, as long as the handler has not returned.
+    static std::function<bool()> WhetherPeerHasGone();
 
     /// Starts to listen; see LoopbackListenerC::Listen().
     std::string Listen(std::uint16_t port);

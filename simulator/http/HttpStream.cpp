@@ -64,6 +64,12 @@ bool HttpStreamC::Fill(Clock::time_point until)
     return true;
 }
 
+bool HttpStreamC::PeerHasClosed() const
+{
+    pollfd polled{m_socket, POLLRDHUP, 0};
+    return ::poll(&polled, 1, 0) > 0;
+}
+
 bool HttpStreamC::is_readable() const
 {
     return m_taken < m_filled || Wait(POLLIN, m_readUntil);
@@ -71,11 +77,8 @@ bool HttpStreamC::is_readable() const
 
 bool HttpStreamC::is_writable() const
 {
-    if (m_expectOpenPeer) {
-        pollfd polled{m_socket, POLLRDHUP, 0};
-        if (::poll(&polled, 1, 0) > 0)
-            return false;
-    }
+    if (m_expectOpenPeer && PeerHasClosed())
+        return false;
     return Wait(POLLOUT, Clock::now() + m_patience.write);
 }
 

@@ -35,6 +35,8 @@ public:
     /// From now on a peer that has closed its side counts as gone: there is nothing more to be had
     /// from it, and it will not read.
     void ExpectOpenPeer() { m_expectOpenPeer = true; }
+    /// Whether the peer has closed its side, or is gone. May be asked on any thread.
+    bool PeerHasClosed() const;
     /// Reads away what the peer still sends, for a moment, so that closing does not take the answer
     /// away from it.
     void Drain();

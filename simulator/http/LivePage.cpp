@@ -21,12 +21,13 @@ const char* const kJson = "application/json";
 // Beside the viewers, who have a thread each.
 constexpr std::size_t kThreadsForRequests = 8;
 
-const PostTypes kPostTypes{{"/command", kJson}, {"/wayline", "text/plain"}};
+const PostTypes kPostTypes{{"/command", kJson}, {"/wayline", kJson}};
 
 httplib::Headers HeadersOfAll()
 {
     return {{"Cache-Control", "no-store"},
-            {"Content-Security-Policy", "default-src 'self'; frame-ancestors 'none'"},
+            {"Content-Security-Policy",
+             "default-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'"},
             {"Cross-Origin-Resource-Policy", "same-origin"},
             {"X-Content-Type-Options", "nosniff"}};
 }
@@ -146,14 +147,14 @@ private:
         handlers.Get("/trail", [this](const httplib::Request&, httplib::Response& response) {
             GiveTrail(response);
         });
-        handlers.Post("/command",
-                      [this](const httplib::Request& request, httplib::Response& response) {
-                          Give(response, m_commands.Command(request.body));
-                      });
-        handlers.Post("/wayline",
-                      [this](const httplib::Request& request, httplib::Response& response) {
-                          Give(response, m_commands.SetWayline(request.body));
-                      });
+        handlers.Post(
+            "/command", [this](const httplib::Request& request, httplib::Response& response) {
+                Give(response, m_commands.Command(request.body, HttpServerC::WhetherPeerHasGone()));
+            });
+        handlers.Post("/wayline", [this](const httplib::Request& request,
+                                         httplib::Response& response) {
+            Give(response, m_commands.SetWayline(request.body, HttpServerC::WhetherPeerHasGone()));
+        });
     }
 
     void OpenStream(httplib::Response& response)

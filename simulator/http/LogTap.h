@@ -33,8 +33,12 @@ public:
     {
         m_lines.clear();
         m_taking = true;
+        const struct UntilTheEnd
+        {
+            ~UntilTheEnd() { taking = false; } // whatever the work throws
+            bool& taking;
+        } end{m_taking};
         work();
-        m_taking = false;
         return std::move(m_lines);
     }
 

@@ -21,7 +21,7 @@ PageAnswer Refused(int status, const std::string& reason)
 /// a value could not even be copied, since that takes stack for each level.
 ///
 /// @return what is discarded, when the text is no JSON or nested too deeply.
-json CommandFrom(const std::string& body, bool& tooDeep)
+json JsonFrom(const std::string& body, bool& tooDeep)
 {
     tooDeep = false;
     const auto keeps = [&tooDeep](int depth, json::parse_event_t, json&) {
@@ -69,10 +69,10 @@ PageCommandsC::PageCommandsC(ServiceCoreC& core, LogTapC& log, LoopGateC& gate)
         m_operations.insert(std::move(name));
 }
 
-PageAnswer PageCommandsC::Command(const std::string& body)
+PageAnswer PageCommandsC::Command(const std::string& body, const PeerHasGone& peerHasGone)
 {
     bool tooDeep = false;
-    const json command = CommandFrom(body, tooDeep);
+    const json command = JsonFrom(body, tooDeep);
     std::string problem = tooDeep ? NestingProblem() : FormProblem(command);
     if (!problem.empty())
         return Refused(400, problem);
@@ -81,16 +81,21 @@ PageAnswer PageCommandsC::Command(const std::string& body)
         return Refused(404, "there is no operation \"" + Printable(operation) + "\"");
     const std::unique_ptr<BListC> arguments =
         ArgumentsFrom(command.value("arguments", json::array()), problem);
-    return arguments ? Request(operation, *arguments) : Refused(400, problem);
+    return arguments ? Request(operation, *arguments, peerHasGone) : Refused(400, problem);
 }
 
-PageAnswer PageCommandsC::SetWayline(const std::string& text)
+PageAnswer PageCommandsC::SetWayline(const std::string& body, const PeerHasGone& peerHasGone)
 {
-    const Kestrove::WaylinePtr wayline = WaylineFrom(WithoutLineEnd(text));
+    bool tooDeep = false;
+    const json form = JsonFrom(body, tooDeep);
+    if (!form.is_object() || !form.contains("text") || !form["text"].is_string())
+        return Refused(400, "the body is no object with the text of a wayline");
+    const Kestrove::WaylinePtr wayline =
+        WaylineFrom(WithoutLineEnd(form["text"].get<std::string>()));
     if (!wayline)
         return Refused(400, "the text is no wayline");
     const std::unique_ptr<BListC> listForm(wayline->ToBList());
-    PageAnswer answer = Request("set_wayline", *listForm);
+    PageAnswer answer = Request("set_wayline", *listForm, peerHasGone);
     const json told = json::parse(answer.json);
     if (answer.status != 200 || told["result"] == 1)
         return answer;
@@ -98,13 +103,18 @@ PageAnswer PageCommandsC::SetWayline(const std::string& text)
                                                 : told["reasons"][0].get<std::string>());
 }
 
-PageAnswer PageCommandsC::Request(const std::string& operation, const BListC& arguments)
+PageAnswer PageCommandsC::Request(const std::string& operation, const BListC& arguments,
+                                  const PeerHasGone& peerHasGone)
 {
     Answer answer;
     std::vector<std::string> reasons;
-    const bool done = m_gate.Run(
-        [&] { reasons = m_log.LinesOf([&] { answer = m_core.Request(operation, arguments); }); });
-    if (!done)
+    bool isWanted = true;
+    const bool done = m_gate.Run([&] {
+        isWanted = !peerHasGone();
+        if (isWanted)
+            reasons = m_log.LinesOf([&] { answer = m_core.Request(operation, arguments); });
+    });
+    if (!done || !isWanted)
         return Refused(503, "the service does not answer");
     if (!answer.error.empty())
         return Refused(409, answer.error);

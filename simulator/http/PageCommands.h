@@ -1,6 +1,7 @@
 #ifndef KESTROVE_SIMULATOR_HTTP_PAGECOMMANDS_H
 #define KESTROVE_SIMULATOR_HTTP_PAGECOMMANDS_H
 
+#include <functional>
 #include <set>
 #include <string>
 
@@ -21,20 +22,25 @@ struct PageAnswer
 class PageCommandsC
 {
 public:
+    /// Tells whether the one who asked has gone.
+    using PeerHasGone = std::function<bool()>;
+
     /// All must outlive this object.
     PageCommandsC(ServiceCoreC& core, LogTapC& log, LoopGateC& gate);
 
-    /// Carries out an operation.
+    /// Carries out an operation, unless the one who asked has gone when its turn comes: who has
+    /// given up waiting for it must not see it happen later.
     ///
     /// @param body {"operation": name, "arguments": [...]}
-    PageAnswer Command(const std::string& body);
-    /// Makes a wayline the service's.
+    PageAnswer Command(const std::string& body, const PeerHasGone& peerHasGone);
+    /// Makes a wayline the service's, likewise.
     ///
-    /// @param text its text form.
-    PageAnswer SetWayline(const std::string& text);
+    /// @param body {"text": its text form}
+    PageAnswer SetWayline(const std::string& body, const PeerHasGone& peerHasGone);
 
 private:
-    PageAnswer Request(const std::string& operation, const BListC& arguments);
+    PageAnswer Request(const std::string& operation, const BListC& arguments,
+                       const PeerHasGone& peerHasGone);
 
     ServiceCoreC& m_core;
     LogTapC& m_log;

@@ -64,6 +64,7 @@ void AddGuidance(json& state, const CSimulation& world)
     const GuidanceStatus status = world.Status();
     state["cross_track_error"] = aim ? json(status.crossTrackError) : json();
     state["heading_error"] = aim ? json(status.headingError) : json();
+    state["drives_against"] = world.FacesAgainst();
     state["pass"] = aim ? json(status.pass) : json();
     state["commanded_curvature"] = status.commandedCurvature;
     state["aim_point"] = aim ? PointJson(*aim) : json();

@@ -1,6 +1,6 @@
 // Engaging, navigation, nudging, the machine's settings: what the driver does.
 import { command, done } from "./service.js";
-import { drivesAgainst, shiftWords } from "./guidance.js";
+import { shiftTo, shiftWords } from "./guidance.js";
 
 const element = (id) => document.getElementById(id);
 
@@ -29,6 +29,7 @@ const tell = (request, said) => report(element("message"), request, said);
 export class DrivePanel {
   constructor(model) {
     this.model = model;
+    this.edited = new Set(); // the fields that hold what has not been sent
     for (const name of ["engage", "disengage", "start", "stop", "snap", "unnudge"]) {
       element(name).addEventListener("click", () => this[name]());
     }
@@ -38,9 +39,14 @@ export class DrivePanel {
   }
 
   listenToMachine() {
-    element("machine-form").addEventListener("submit", (event) => {
+    const form = element("machine-form");
+    form.addEventListener("submit", (event) => {
       event.preventDefault();
       this.setMachine();
+    });
+    form.addEventListener("input", ({ target }) => this.edited.add(target.id));
+    form.addEventListener("keydown", (event) => {
+      if (event.key === "Escape") this.forgetEdited("speed", "width");
     });
     const conditions = {
       "low-speed": "set_low_speed_engage_allowed",
@@ -48,9 +54,14 @@ export class DrivePanel {
       "reverse-allowed": "set_reverse_engage_allowed",
     };
     for (const [id, operation] of Object.entries(conditions)) {
-      element(id).addEventListener("change", ({ target }) =>
-        tell(command(operation, target.checked, false), "Condition set."));
+      element(id).addEventListener("change", ({ target }) => this.setCondition(operation, target.checked));
     }
+  }
+
+  async setCondition(operation, on) {
+    const reply = await tell(command(operation, on, false), "Condition set.");
+    // What was not done is not shown as done; what was comes back with the settings.
+    if (reply === null || !done(reply)) this.showSettings(this.model.settings);
   }
 
   engage() { return tell(command("EngageSteering", 1), "Steering is engaged."); }
@@ -68,29 +79,40 @@ export class DrivePanel {
 
   unnudge() { return tell(command("Nudge", 1, 0, 0), "The nudge is 0."); }
 
-  /** Nudges to the driver's right (1) or left (-1), which are the line's the other way round when
-   * the machine looks against it. */
+  /** Nudges to the driver's right (1) or left (-1). */
   nudge(side) {
-    const { state, line } = this.model;
+    const against = this.model.state?.drives_against ?? false;
     const amount = Number(element("nudge-step").value);
-    const against = state !== null && drivesAgainst(state, line?.followed);
     const name = `${Math.round(amount * 100)} cm to the ${side < 0 ? "left" : "right"}`;
-    return tell(command("Nudge", 1, 1, amount * side * (against ? -1 : 1)), `Nudged ${name}.`);
+    return tell(command("Nudge", 1, 1, shiftTo(side, amount, against)), `Nudged ${name}.`);
   }
 
   async setMachine() {
     const [speed, width] = [element("speed").valueAsNumber, element("width").valueAsNumber];
-    document.activeElement.blur?.();
-    await tell(command("SetVelocitySetPoint", speed), `Speed ${speed} m/s.`);
-    if (width !== this.model.settings?.implement_width) {
-      await tell(command("SetImplementWidth", 1, width), `Implement ${width} m wide.`);
+    const send = async (id, request, said) => {
+      const reply = await tell(request, said);
+      if (reply !== null && done(reply)) this.edited.delete(id);
+      return !this.edited.has(id);
+    };
+    const widthIsNew = this.edited.has("width");
+    if (this.edited.has("speed") || !widthIsNew) {
+      const sent = await send("speed", command("SetVelocitySetPoint", speed), `Speed ${speed} m/s.`);
+      if (!sent) return;
     }
+    if (widthIsNew) await send("width", command("SetImplementWidth", 1, width), `Implement ${width} m wide.`);
   }
 
-  /** Shows new settings, but for what is just being typed. */
+  /** Puts back into fields what the service has told. */
+  forgetEdited(...ids) {
+    ids.forEach((id) => this.edited.delete(id));
+    this.showSettings(this.model.settings);
+  }
+
+  /** Shows new settings, but for what is being edited. */
   showSettings(settings) {
+    if (settings === null) return;
     const show = (id, value) => {
-      if (document.activeElement !== element(id)) element(id).value = Number(value.toFixed(3));
+      if (!this.edited.has(id)) element(id).value = Number(value.toFixed(3));
     };
     show("speed", settings.velocity_set_point);
     show("width", settings.implement_width);
@@ -101,7 +123,7 @@ export class DrivePanel {
 
   showState(state) {
     const name = state.engage_state_name;
-    element("nudge-words").textContent = shiftWords(state.nudge);
+    element("nudge-words").textContent = shiftWords(state.nudge, state.drives_against);
     this.showReasons(state, name);
     const place = element("engage-state");
     const text = name + (name === "engaged" ? "" : state.navigating ? ", navigating" : "");

@@ -1,26 +1,19 @@
 // What the driver is told about the cross-track error. Its sign is the service's: positive right of
 // the line, looking along the line, which may be against the way that the machine looks.
-import { nearestOn } from "./geometry.js";
-
 /** Within this the machine counts as being on the line, metres. */
 export const bandMetres = 0.025;
 
 /** Errors from which the lights of one side burn, metres, from the middle outwards. */
 export const lightSteps = [0.025, 0.05, 0.075, 0.1, 0.15, 0.2, 0.3, 0.5, 0.75, 1];
 
-/** Whether the machine drives the followed line against its direction. */
-export function drivesAgainst(state, followed) {
-  if (!followed || state.heading_error === null) return false;
-  const nearest = nearestOn(followed.points, state.x, state.y);
-  if (nearest === null) return false;
-  return Math.cos(state.heading - state.heading_error - nearest.heading) < 0;
-}
-
 /** The side to steer to: -1 left, 1 right, 0 when the machine is on the line or there is none. */
 export function sideToSteerTo(error, against) {
   if (error === null || Math.abs(error) <= bandMetres) return 0;
   return (error > 0 ? -1 : 1) * (against ? -1 : 1);
 }
+
+/** The shift, as the service counts it, that moves the line to the driver's left (-1) or right (1). */
+export const shiftTo = (side, metres, against) => side * metres * (against ? -1 : 1);
 
 /** How the lightbar burns: how many lights, and on which side (the one to steer to). */
 export function lightbar(error, against) {
@@ -53,9 +46,9 @@ export function lightbarWords(error, against) {
   return `Lightbar: ${errorFigure(error)} centimetres, ${errorWords(error, against)}`;
 }
 
-/** A length in centimetres with its side, as a nudge is told. */
-export function shiftWords(metres) {
-  const centimetres = Math.round(metres * 1000) / 10;
+/** A shift of the line with the side on which the driver sees it, looking ahead. */
+export function shiftWords(metres, against) {
+  const centimetres = Math.round(metres * 1000) / 10 * (against ? -1 : 1);
   if (centimetres === 0) return "0 cm";
   return `${Math.abs(centimetres)} cm ${centimetres > 0 ? "right" : "left"}`;
 }

@@ -40,7 +40,7 @@ const drive = new DrivePanel(model);
 const tuning = new TuningPanel();
 const step = new StepPanel(model);
 const lines = new LinePanel(model, map, redraw);
-const readings = new Readings(model);
+const readings = new Readings();
 
 function showHistory(state) {
   history.add(state);

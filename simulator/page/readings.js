@@ -1,6 +1,6 @@
 // The figures and the lightbar at the top.
 import {
-  drivesAgainst, errorFigure, errorWords, lightSteps, lightbar, lightbarWords, shiftWords, sideToSteerTo,
+  errorFigure, errorWords, lightSteps, lightbar, lightbarWords, shiftWords, sideToSteerTo,
 } from "./guidance.js";
 import { degrees } from "./geometry.js";
 
@@ -36,13 +36,12 @@ function lights() {
 
 /** The readings; `show` is called with each state. */
 export class Readings {
-  constructor(model) {
-    this.model = model;
+  constructor() {
     this.lights = lights();
   }
 
   show(state) {
-    const against = drivesAgainst(state, this.model.line?.followed);
+    const { drives_against: against } = state;
     this.showError(state.cross_track_error, against);
     const text = (id, value) => {
       const place = element(id);
@@ -51,7 +50,7 @@ export class Readings {
     text("fact-speed", signed(state.speed, 1).replace("+", ""));
     text("fact-heading", `${String(Math.round(degrees(state.heading)) % 360).padStart(3, "0")}°`);
     text("fact-pass", state.pass === null ? "–" : signed(state.pass, 0));
-    text("fact-nudge", shiftWords(state.nudge));
+    text("fact-nudge", shiftWords(state.nudge, against));
     text("fact-time", clock(state.time));
   }
 

@@ -1,34 +1,42 @@
 // Requests to the service. Each gives {result, reasons}, or throws an Error with the reason.
 
+/** How long an answer is waited for, milliseconds. What has not been carried out by then is not. */
+const patience = 3000;
+
 async function answer(response) {
+  if (response.ok) return response.json();
   const value = await response.json().catch(() => ({}));
-  if (!response.ok) throw new Error(value.error ?? `the service answers with ${response.status}`);
-  return { result: value.result, reasons: value.reasons ?? [] };
+  throw new Error(value.error ?? `the service answers with ${response.status}`);
 }
 
-async function request(path, type, body) {
-  let response;
+/** Why a request failed, in words. */
+function failure(error) {
+  if (error.name === "TimeoutError") return new Error(`no answer within ${patience / 1000} s: given up`);
+  return error instanceof TypeError ? new Error("the service does not answer") : error;
+}
+
+async function request(path, options) {
   try {
-    response = await fetch(path, { method: "POST", headers: { "Content-Type": type }, body });
-  } catch {
-    throw new Error("the service does not answer");
+    return await answer(await fetch(path, { ...options, signal: AbortSignal.timeout(patience) }));
+  } catch (error) {
+    throw failure(error);
   }
-  return answer(response);
+}
+
+async function post(path, value) {
+  const headers = { "Content-Type": "application/json" };
+  const { result, reasons } = await request(path, { method: "POST", headers, body: JSON.stringify(value) });
+  return { result, reasons: reasons ?? [] };
 }
 
 /** Carries out an operation of the service under its own name. */
-export const command = (operation, ...values) =>
-  request("/command", "application/json", JSON.stringify({ operation, arguments: values }));
+export const command = (operation, ...values) => post("/command", { operation, arguments: values });
 
 /** Makes the line of a text form the service's line. */
-export const setLine = (text) => request("/wayline", "text/plain", text);
+export const setLine = (text) => post("/wayline", { text });
 
 /** Where the machine has been: {interval, end, points}. */
-export async function trail() {
-  const response = await fetch("/trail");
-  if (!response.ok) throw new Error(`the service answers with ${response.status}`);
-  return response.json();
-}
+export const trail = () => request("/trail", {});
 
 /** Whether a reply says that something was done; the status leads lists. */
 export const done = ({ result }) => (Array.isArray(result) ? result[0] : result) !== 0;

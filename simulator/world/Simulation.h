@@ -210,6 +210,9 @@ public:
     LineLayout Layout() const;
     /// The point of the followed pass that the machine aims at; nothing without a line.
     std::optional<Point> AimPoint() const;
+    /// Whether the machine looks against the direction of the followed line, as guidance has it: it
+    /// keeps to what it found when steering was engaged. False without a line.
+    bool FacesAgainst() const;
 
     // What only the simulation knows.
 

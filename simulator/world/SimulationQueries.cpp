@@ -158,6 +158,11 @@ std::optional<Point> CSimulation::AimPoint() const
     return shape->At(m_state->line.Position().station + way).position;
 }
 
+bool CSimulation::FacesAgainst() const
+{
+    return m_state->line.Shape() && m_state->facesAgainst;
+}
+
 Pose CSimulation::TruePose() const
 {
     return FedMode() ? m_state->fed.Now() : m_state->machine.TruePose();

@@ -4,7 +4,6 @@ import { load } from "./page_modules.mjs";
 
 const guidance = await load("guidance.js");
 const lines = await load("lines.js");
-const north = { pass: 0, points: [[0, -100], [0, 100]] };
 
 for (const [error, against, words] of [
   [0.12, false, "right of the line → steer left"],
@@ -40,22 +39,18 @@ test("without a line no light burns", () => {
   assert.deepEqual(guidance.lightbar(null, false), { side: 0, lit: 0, middle: false });
 });
 
-for (const [heading, headingError, against] of [
-  [0.1, 0.1, false], [Math.PI + 0.1, 0.1, true], [1.2, 1.2, false], [2.0, -1.14, true],
+for (const [metres, against, words] of [
+  [0, false, "0 cm"], [0, true, "0 cm"], [0.05, false, "5 cm right"], [-0.505, false, "50.5 cm left"],
+  [0.05, true, "5 cm left"], [-0.05, true, "5 cm right"],
 ]) {
-  test(`heading ${heading} with an error of ${headingError} drives ${against ? "against" : "along"}`, () => {
-    const state = { x: 1, y: 5, heading, heading_error: headingError };
-    assert.equal(guidance.drivesAgainst(state, north), against);
+  test(`a shift of ${metres} m ${against ? "against" : "along"} the line reads: ${words}`, () => {
+    assert.equal(guidance.shiftWords(metres, against), words);
   });
 }
 
-test("without a followed pass nothing is driven against", () => {
-  assert.equal(guidance.drivesAgainst({ x: 0, y: 0, heading: 3, heading_error: null }, null), false);
-});
-
-for (const [metres, words] of [[0, "0 cm"], [0.05, "5 cm right"], [-0.505, "50.5 cm left"]]) {
-  test(`a shift of ${metres} m reads: ${words}`, () => {
-    assert.equal(guidance.shiftWords(metres), words);
+for (const [side, against, shift] of [[1, false, 0.05], [-1, false, -0.05], [1, true, -0.05], [-1, true, 0.05]]) {
+  test(`side ${side} is a shift of ${shift} m ${against ? "against" : "along"} the line`, () => {
+    assert.equal(guidance.shiftTo(side, 0.05, against), shift);
   });
 }
 

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include <nlohmann/json.hpp>
+
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -101,6 +103,11 @@ HttpAnswer Post(std::uint16_t port, const std::string& path, const std::string& 
                 const std::string& body)
 {
     return Ask(port, {"POST", path, "", {"Content-Type: " + type}, body});
+}
+
+HttpAnswer PostWayline(std::uint16_t port, const std::string& text)
+{
+    return Post(port, "/wayline", "application/json", nlohmann::json({{"text", text}}).dump());
 }
 
 std::string Command(std::uint16_t port, const std::string& json)

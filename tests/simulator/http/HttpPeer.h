@@ -68,6 +68,8 @@ HttpAnswer Ask(std::uint16_t port, const HttpRequest& request);
 /// Posts.
 HttpAnswer Post(std::uint16_t port, const std::string& path, const std::string& type,
                 const std::string& body);
+/// Posts the text form of a wayline.
+HttpAnswer PostWayline(std::uint16_t port, const std::string& text);
 /// Posts a command; gives the answer's body.
 std::string Command(std::uint16_t port, const std::string& json);
 

@@ -30,7 +30,8 @@ TEST(Page, IsServedWithWhatKeepsItToItself)
     EXPECT_NE(std::string::npos, answer.body.find("<!DOCTYPE html>"));
     for (const char* header :
          {"Content-Type: text/html; charset=utf-8\r\n", "Cache-Control: no-store\r\n",
-          "Content-Security-Policy: default-src 'self'; frame-ancestors 'none'\r\n",
+          "Content-Security-Policy: default-src 'self'; base-uri 'none'; form-action 'none'; "
+          "frame-ancestors 'none'\r\n",
           "X-Content-Type-Options: nosniff\r\n", "Cross-Origin-Resource-Policy: same-origin\r\n",
           "Connection: close\r\n"})
         EXPECT_NE(std::string::npos, answer.head.find(header)) << header;
@@ -95,6 +96,13 @@ std::vector<Row> RowsOf(std::uint16_t port)
         {"command of another origin",
          {"POST", "/command", "", {type, "Origin: http://kestrove.example"}, body},
          403},
+        {"wayline of another origin",
+         {"POST", "/wayline", "", {type, "Origin: http://kestrove.example"}, R"({"text":""})"},
+         403},
+        {"wayline of a form",
+         {"POST", "/wayline", "", {"Content-Type: text/plain"}, R"({"text":""})"},
+         415},
+        {"wayline without a text", {"POST", "/wayline", "", {type}, R"({"text":7})"}, 400},
         {"command of the page", {"POST", "/command", "", {type, "Origin: " + own}, body}, 200},
         {"no such page", {"GET", "/../main.cpp", "", {}, ""}, 404},
         {"post to no operation", {"POST", "/trail", "", {type}, body}, 404},
@@ -220,8 +228,7 @@ TEST(Waylines, AreTakenFromTheirTextForm)
                                  {"9 1.0", 400, "the text is no wayline"},
                                  {"0 1.0 1.0 0.0 1.0 1.0 0.0", 400, "set_wayline refused"},
                                  {"5 ", 400, ""}}) {
-        const HttpAnswer answer =
-            Post(page.Port(), "/wayline", "text/plain;charset=UTF-8", row.body);
+        const HttpAnswer answer = PostWayline(page.Port(), row.body);
 
         EXPECT_EQ(row.status, answer.status) << row.body << answer.body;
         EXPECT_NE(std::string::npos, answer.body.find(row.answer)) << row.body << answer.body;
@@ -269,6 +276,24 @@ TEST(LivePage, RefusesCommandsOfAServiceThatDoesNotAnswer)
 
     EXPECT_EQ(503, answer.status);
     EXPECT_NE("", Command(page.Port(), R"({"operation":"IsSteeringEngaged"})"));
+}
+
+TEST(LivePage, DropsCommandsOfThoseWhoHaveGoneBeforeTheirTurn)
+{
+    RunningPage page;
+    const int before = CountsOfThisProcess().descriptors;
+    const std::string body = R"({"operation":"SetImplementWidth","arguments":[1,4.5]})";
+
+    page.OnLoop([&](ServiceCoreC&) {
+        HttpPeer peer(page.Port());
+        peer.Send(BytesOf({"POST", "/command", "", {std::string("Content-Type: ") + kJson}, body},
+                          page.Port()));
+        EXPECT_TRUE(WaitUntil([&] { return CountsOfThisProcess().descriptors == before + 2; }));
+    });
+
+    EXPECT_TRUE(WaitUntil([&] { return CountsOfThisProcess().descriptors == before; }));
+    EXPECT_EQ(R"({"reasons":[],"result":3.0})",
+              Command(page.Port(), R"({"operation":"GetImplementWidth","arguments":[1]})"));
 }
 
 /// What a client of the library hears of a command that the page gives; a problem, or nothing.

@@ -3,11 +3,13 @@
 #include <chrono>
 #include <list>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "simulator/http/LivePage.h"
+#include "simulator/http/PageValues.h"
 #include "simulator/http/WorldJson.h"
 #include "tests/simulator/Values.h"
 #include "tests/simulator/http/HttpPeer.h"
@@ -91,7 +93,7 @@ TEST(Viewer, HearsOfALineAndOfWhatShiftsIt)
     EventStream viewer(page.Port());
     viewer.Next("line");
 
-    Post(page.Port(), "/wayline", "text/plain", kLineNorth);
+    PostWayline(page.Port(), kLineNorth);
     const json line = json::parse(viewer.NextWith("line", "A-B line"));
     Command(page.Port(), R"({"operation":"Nudge","arguments":[1,0,0.5]})");
     const json nudged = json::parse(viewer.Next("line"));
@@ -141,7 +143,7 @@ TEST(Viewer, SeesTheMachineSteered)
     RunningPage page;
     page.OnLoop([](ServiceCoreC& core) { core.Advance(0.5); });
     EventStream viewer(page.Port());
-    Post(page.Port(), "/wayline", "text/plain", "0 0.8 0.0 0.0 0.8 100.0 0.0");
+    PostWayline(page.Port(), "0 0.8 0.0 0.0 0.8 100.0 0.0");
     Command(page.Port(), R"({"operation":"StartNavigation","arguments":[1,0]})");
 
     EXPECT_EQ(R"({"reasons":[],"result":1})",
@@ -157,6 +159,19 @@ TEST(Viewer, SeesTheMachineSteered)
     EXPECT_EQ(2.8, state["wheelbase"]);
     EXPECT_TRUE(WaitUntil(
         [&] { return json::parse(viewer.Next("state"))["desired_steering_angle"] > 0.0; }));
+}
+
+TEST(Viewer, IsToldWhetherTheMachineDrivesAgainstTheLine)
+{
+    const RunningPage page;
+    EventStream viewer(page.Port());
+    EXPECT_FALSE(json::parse(viewer.Next("state"))["drives_against"]);
+
+    PostWayline(page.Port(), "0 0.0 100.0 0.0 0.0 0.0 0.0");
+    EXPECT_NE("", viewer.NextWith("state", R"("drives_against":true)"));
+    PostWayline(page.Port(), kLineNorth);
+
+    EXPECT_NE("", viewer.NextWith("state", R"("drives_against":false)"));
 }
 
 TEST(Viewers, AreSixteenAtMostAndOneMoreWhenOneHasLeft)
@@ -191,7 +206,7 @@ TEST(Viewers, LoseOneThatTakesNothingAndDoNotNotice)
     ASSERT_TRUE(stalled.Peer().ReadUntil("retry"));
     // Each nudge draws the line anew: much more than the system keeps for a peer that reads
     // nothing.
-    Post(page.Port(), "/wayline", "text/plain", "2 0.0 0.0 0.0 300.0 300.0 0.0 600.0 0.0 0.0");
+    PostWayline(page.Port(), "2 0.0 0.0 0.0 300.0 300.0 0.0 600.0 0.0 0.0");
 
     bool dropped = false;
     for (int count = 0; count < 2000 && !dropped; ++count) {
@@ -258,32 +273,51 @@ TEST(Viewers, DoNotHoldUpTheEnd)
     EXPECT_TRUE(halfway.ReadToEnd());
 }
 
-/// Where the machine is after a drive of ten seconds along a line.
-std::string DriveWith(int viewerCount)
+/// What the world is like: the whole state, and the pass that is followed.
+std::string PictureOf(RunningPage& page)
+{
+    std::string picture;
+    page.OnLoop([&](ServiceCoreC& core) {
+        picture = StateJson(core.World()) + PointsJson(core.World().FollowedPoints()).dump();
+    });
+    return picture;
+}
+
+/// The pictures, one a second, of a drive of ten seconds along a line that is moved half-way. The
+/// viewers read all the while.
+std::vector<std::string> DriveWith(int viewerCount)
 {
     RunningPage page;
     std::list<EventStream> viewers;
-    for (int count = 0; count < viewerCount; ++count) {
+    for (int count = 0; count < viewerCount; ++count)
         viewers.emplace_back(page.Port());
-        viewers.back().Next("settings");
-    }
     page.OnLoop([](ServiceCoreC& core) {
         core.Request("set_wayline", *ListFrom("[0, 0.5, 0.0, 0.0, 0.5, 100.0, 0.0]"));
         core.Request("StartNavigation", *ListFrom("[1, 1]"));
         core.Request("EngageSteering", *ListFrom("[1]"));
     });
-    for (int step = 0; step < 100; ++step)
+    std::vector<std::string> pictures;
+    for (int step = 1; step <= 100; ++step) {
         page.Advance(0.1);
-    std::string state;
-    page.OnLoop([&](ServiceCoreC& core) { state = StateJson(core.World()); });
-    return state;
+        if (step == 50)
+            page.OnLoop(
+                [](ServiceCoreC& core) { core.Request("Nudge", *ListFrom("[1, 1, 0.2]")); });
+        if (step % 10 != 0)
+            continue;
+        for (EventStream& viewer : viewers)
+            EXPECT_NE("", viewer.Next("state")) << step;
+        pictures.push_back(PictureOf(page));
+    }
+    return pictures;
 }
 
 TEST(Viewers, DoNotChangeTheRun)
 {
-    const std::string unseen = DriveWith(0);
+    const std::vector<std::string> unseen = DriveWith(0);
 
-    EXPECT_EQ("engaged", json::parse(unseen)["engage_state_name"]);
+    ASSERT_EQ(10u, unseen.size());
+    EXPECT_NE(std::string::npos, unseen.back().find("\"engaged\"")) << unseen.back();
+    EXPECT_NE(unseen[3], unseen[4]);
     EXPECT_EQ(unseen, DriveWith(3));
 }
 
