@@ -4,7 +4,9 @@ import { bandMetres } from "./guidance.js";
 import { degrees } from "./geometry.js";
 
 const shownSeconds = 60;
-const errorScales = [0.05, 0.1, 0.25, 0.5, 1, 2, 5, 10, 50, 1000]; // metres
+// No more than what leaves the band to be seen; what is beyond gets a mark at the edge. Metres.
+const errorScales = [0.05, 0.1, 0.2, 0.3];
+const markPixels = 12;
 const angleScales = [5, 10, 20, 40]; // degrees
 
 /** The samples of the last minute. */
@@ -33,7 +35,7 @@ export class History {
   }
 }
 
-/** The smallest scale that holds all values. */
+/** The smallest scale that holds all values, or the greatest. */
 export function scaleFor(values, scales) {
   const most = values.reduce((greatest, value) => Math.max(greatest, Math.abs(value ?? 0)), 0);
   return scales.find((scale) => scale >= most) ?? scales[scales.length - 1];
@@ -62,6 +64,9 @@ function axes(context, chart, texts) {
   context.fillText("now", right, chart.height - 1);
 }
 
+const xOf = (chart, end, { time }) =>
+  chart.right - ((end - time) / shownSeconds) * (chart.right - chart.left);
+
 function curve(context, chart, samples, name, { colour, width, dashes }) {
   const end = samples[samples.length - 1].time;
   context.strokeStyle = colour;
@@ -71,12 +76,30 @@ function curve(context, chart, samples, name, { colour, width, dashes }) {
   let drawing = false;
   for (const sample of samples) {
     const value = sample[name];
-    const x = chart.right - ((end - sample.time) / shownSeconds) * (chart.right - chart.left);
+    const x = xOf(chart, end, sample);
     if (value !== null) context[drawing ? "lineTo" : "moveTo"](x, chart.y(value));
     drawing = value !== null;
   }
   context.stroke();
   context.setLineDash([]);
+}
+
+/** Marks where a curve is beyond the scale by arrows at the edge. */
+function overflow(context, chart, samples, name, scale) {
+  const end = samples[samples.length - 1].time;
+  let next = Infinity;
+  context.fillStyle = palette.desired;
+  for (const sample of samples.filter((each) => Math.abs(each[name] ?? 0) > scale).reverse()) {
+    const x = xOf(chart, end, sample);
+    if (x > next) continue;
+    next = x - markPixels;
+    const [edge, inwards] = sample[name] > 0 ? [chart.top, 1] : [chart.bottom, -1];
+    context.beginPath();
+    context.moveTo(x, edge - inwards);
+    context.lineTo(x - 5, edge + 8 * inwards);
+    context.lineTo(x + 5, edge + 8 * inwards);
+    context.fill();
+  }
 }
 
 /** The band around the line, hatched so that it does not hang on its colour. */
@@ -120,13 +143,14 @@ const clipTo = (context, { left, right, top, bottom }) => {
 export function drawErrors(canvas, { samples }) {
   const scale = scaleFor(samples.map(({ error }) => error), errorScales);
   const { context, chart } = chartOf(canvas, scale);
-  const text = scale < 2 ? `${scale * 100} cm` : `${scale} m`;
+  const text = `${scale * 100} cm`;
   band(context, chart);
   axes(context, chart, [`R ${text}`, "0", `L ${text}`]);
   if (samples.length === 0) return;
   context.save();
   clipTo(context, chart);
   curve(context, chart, samples, "error", { colour: palette.actual, width: 2.5, dashes: [] });
+  overflow(context, chart, samples, "error", scale);
   context.restore();
 }
 

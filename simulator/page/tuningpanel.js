@@ -20,6 +20,8 @@ class Slider {
   constructor(title, send) {
     this.send = newestOnly(send);
     this.moved = -Infinity;
+    this.told = null;
+    this.still = null;
     this.range = document.createElement("input");
     Object.assign(this.range, { type: "range", step: "any", min: 0, max: 100 });
     this.name = document.createElement("span");
@@ -38,7 +40,9 @@ class Slider {
   input() {
     this.moved = performance.now();
     this.showValue(this.range.valueAsNumber);
-    this.send(Math.round(this.range.valueAsNumber * 1000) / 1000);
+    clearTimeout(this.still);
+    this.still = setTimeout(() => this.showTold(), stillMilliseconds);
+    this.send(Math.round(this.range.valueAsNumber * 1000) / 1000).then(() => this.showTold());
   }
 
   showValue(value) {
@@ -46,12 +50,19 @@ class Slider {
     this.range.setAttribute("aria-valuetext", short(value));
   }
 
-  /** Shows a value and its limits, but leaves a slider alone that is being moved. */
-  show({ value, lowest, highest }) {
+  /** Takes in what the service tells of the value and its limits. */
+  show(told) {
+    this.told = told;
+    this.showTold();
+  }
+
+  /** Shows that, but leaves a slider alone that is being moved: it is shown when that is over. */
+  showTold() {
+    const { value, lowest, highest } = this.told;
     this.lowest.textContent = short(lowest);
     this.highest.textContent = short(highest);
-    const step = highest > lowest ? roundDistance((highest - lowest) / 100) : 0.01;
     if (performance.now() - this.moved < stillMilliseconds) return;
+    const step = highest > lowest ? roundDistance((highest - lowest) / 100) : 0.01;
     Object.assign(this.range, { min: lowest, max: highest, step });
     this.range.value = value;
     this.showValue(value);
