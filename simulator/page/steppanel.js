@@ -1,5 +1,5 @@
 // The step test: shifts the line, watches the answer, keeps the scores.
-import { bestScore, scoreStep, stepMetres } from "./scoring.js";
+import { Steadiness, bestScore, isScore, scoreStep, steadyMetres, stepMetres } from "./scoring.js";
 import { command, done } from "./service.js";
 import { errorFigure } from "./guidance.js";
 import { short } from "./tuningpanel.js";
@@ -9,11 +9,12 @@ const keptScores = "step-test-scores";
 const mostScores = 30;
 /** A shift of more than half a width drops steering; a bit of room is left for where the machine is. */
 const leastWidth = 2 * stepMetres + 0.1;
-const shiftSeconds = 3;
+const shiftMilliseconds = 3000;
 
 function loadScores() {
   try {
-    return JSON.parse(localStorage.getItem(keptScores)) ?? [];
+    const kept = JSON.parse(localStorage.getItem(keptScores));
+    return Array.isArray(kept) ? kept.filter(isScore).slice(-mostScores) : [];
   } catch {
     return [];
   }
@@ -34,12 +35,17 @@ const tuningOf = (settings, state) => ({
   speed: state.speed,
 });
 
+/** What must stay as it is during a test; the nudge is what the test itself changes. */
+const conditionsOf = ({ state, line, settings }) =>
+  JSON.stringify([state.pass, line.text, { ...settings, nudge: 0 }]);
+
 /** The panel of the step test. */
 export class StepPanel {
   constructor(model) {
     this.model = model;
     this.scores = loadScores();
     this.test = null;
+    this.steadiness = new Steadiness();
     element("step-run").addEventListener("click", () => this.run());
     element("step-clear").addEventListener("click", () => this.keep([]));
     this.showScores();
@@ -52,12 +58,15 @@ export class StepPanel {
 
   /** Why no test can be run now; empty when one can. */
   obstacle() {
-    const { state, line, lost } = this.model;
+    const { state, line, settings, lost } = this.model;
     if (this.test !== null) return "A test is running.";
-    if (lost || state === null) return "There is no connection.";
+    if (lost || state === null || line === null || settings === null) return "There is no connection.";
     if (state.engage_state_name !== "engaged") return "Engage first: steering is not engaged.";
     if (line.implement_width < leastWidth) {
       return `The implement is narrower than ${leastWidth} m: a shift of ${stepMetres} m would end steering.`;
+    }
+    if (this.steadiness.metres < steadyMetres) {
+      return `Not steady yet: drive ${steadyMetres} m within 2.5 cm of the line first.`;
     }
     return "";
   }
@@ -71,15 +80,26 @@ export class StepPanel {
     const { state, settings } = this.model;
     // To and fro, so that many tests do not lead away from the line.
     const side = state.nudge > stepMetres / 2 ? -1 : 1;
-    this.test = { samples: [], nudge: state.nudge, began: state.time, last: null,
-      tuning: tuningOf(settings, state) };
+    const test = { samples: [], nudge: state.nudge, last: null, tuning: tuningOf(settings, state),
+      conditions: conditionsOf(this.model) };
+    this.test = test;
     this.say("Shifting the line …");
+    setTimeout(() => this.expectShift(test), shiftMilliseconds);
     try {
       const reply = await command("Nudge", 1, 1, side * stepMetres);
-      if (!done(reply)) this.end(`Refused: ${reply.reasons.join("; ")}`);
+      if (!done(reply)) this.fail(test, `Refused: ${reply.reasons.join("; ")}`);
     } catch (error) {
-      this.end(`Failed: ${error.message}`);
+      this.fail(test, `Failed: ${error.message}`);
     }
+  }
+
+  expectShift(test) {
+    if (test.samples.length === 0) this.fail(test, "No score: the line did not move.");
+  }
+
+  /** Ends a test unless it has ended before. */
+  fail(test, text) {
+    if (this.test === test) this.end(text);
   }
 
   end(text, bad = true) {
@@ -95,12 +115,16 @@ export class StepPanel {
   /** Takes a new state in. */
   showState(state) {
     const { test } = this;
-    if (test === null) return;
+    this.steadiness.take({ x: state.x, y: state.y, engaged: state.engage_state_name === "engaged",
+      error: state.cross_track_error });
+    if (test === null) return undefined;
     if (state.engage_state_name !== "engaged") return this.abandon("steering was disengaged.");
+    if (conditionsOf(this.model) !== test.conditions) {
+      return this.abandon("the tuning, the speed, the pass or something else was changed meanwhile.");
+    }
     const shifted = Math.abs(Math.abs(state.nudge - test.nudge) - stepMetres) < 0.001;
     if (!shifted) {
       if (test.samples.length > 0) return this.abandon("the line was moved meanwhile.");
-      if (state.time - test.began > shiftSeconds) return this.abandon("the line did not move.");
       return undefined;
     }
     return this.sample(state);
@@ -120,7 +144,8 @@ export class StepPanel {
     }
     const settled = score.settled === null ? "did not settle" : `settled after ${score.settled.toFixed(1)} m`;
     const { tuning } = test;
-    this.end(`Scored: ${settled}, overshoot ${(score.overshoot * 100).toFixed(1)} cm.`, false);
+    this.end(`Scored: ${settled}, overshoot ${(score.overshoot * 100).toFixed(1)} cm${
+      score.coarse ? ", roughly: the states come more than 1 m apart" : ""}.`, false);
     this.keep([...this.scores, { ...score, ...tuning, number: this.nextNumber() }].slice(-mostScores));
   }
 
@@ -150,7 +175,7 @@ export class StepPanel {
     if (best) head.setAttribute("aria-label", `${score.number}, the best`);
     row.append(head);
     const values = [
-      score.settled === null ? "no" : score.settled.toFixed(1), (score.overshoot * 100).toFixed(1),
+      score.settled === null ? "no" : `${score.coarse ? "≈ " : ""}${score.settled.toFixed(1)}`, (score.overshoot * 100).toFixed(1),
       ...score.parameters.map(short), short(score.lookAhead), score.speed.toFixed(1),
     ];
     values.forEach((value) => { row.insertCell().textContent = value; });

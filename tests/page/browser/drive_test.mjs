@@ -129,6 +129,36 @@ test("nudge, snap, tuning and machine reach the service", async () => {
   await until(async () => Number(await navctl("get-implement-width")) === 6, "a width of 6 m");
 });
 
+test("what is being edited stays until it is sent, and Escape puts back what the service has", async () => {
+  await page.locator("#width").fill("4.75");
+  await page.locator("#engage").focus();
+  await navctl("set-tuning-parameter", "sensitivity", "2");
+  await page.locator(".slider b").first().filter({ hasText: /^2$/ }).waitFor();
+  assert.equal(await page.locator("#width").inputValue(), "4.75");
+  await page.locator("#width").press("Escape");
+  assert.equal(await page.locator("#width").inputValue(), "3");
+  await page.locator("#width").fill("4.75");
+  await page.locator("#width").press("Enter");
+  await until(async () => Number(await navctl("get-implement-width")) === 4.75, "a width of 4.75 m");
+});
+
+test("a condition that is refused is not shown as set", async () => {
+  await page.locator("summary", { hasText: "Conditions" }).click();
+  const shown = await page.locator("#reverse-enabled").isChecked();
+  await page.route("**/command", (route) => route.fulfill({ json: { result: 0, reasons: ["no"] } }));
+  await page.locator("#reverse-enabled").click();
+  await page.locator("#message.bad", { hasText: "Refused: no" }).waitFor();
+  assert.equal(await page.locator("#reverse-enabled").isChecked(), shown);
+});
+
+test("a nudge to the driver's right is one to the line's left when the machine drives against it", async () => {
+  await setLine(page, [0, 100], [0, 0]);
+  await page.locator("#nudge-right").click();
+  await page.locator("#nudge-words", { hasText: "5 cm right" }).waitFor();
+  assert.equal(await page.locator("#fact-nudge").textContent(), "5 cm right");
+  assert.equal(Number(await navctl("get-nudge-scalar")), -0.05);
+});
+
 test("steering is engaged by the keyboard alone", async () => {
   await navctl("set-wayline", "0 0 0 0 0 100 0");
   const target = async () => page.evaluate(() => document.activeElement.id);
@@ -150,22 +180,43 @@ test("steering is engaged by the keyboard alone", async () => {
   await page.locator("#engage-state[data-state=engaged]").waitFor();
 });
 
+/** Runs the step test as soon as the machine is steady. */
+async function startStepTest() {
+  await until(async () => {
+    await page.locator("#step-run").click();
+    return !(await page.locator("#step-status").textContent()).startsWith("Not steady");
+  }, "a machine that is steady");
+}
+
+test("a step test is given up when the tuning is changed meanwhile", async () => {
+  await setLine(page, [0, 0], [0, 100]);
+  await engage(page);
+  await startStepTest();
+  await page.locator("#step-status", { hasText: "Running" }).waitFor();
+  await navctl("set-tuning-parameter", "sensitivity", "2");
+  await page.locator("#step-status.bad", { hasText: "No score" }).waitFor();
+  assert.equal(await page.locator("#scores tbody tr").count(), 0);
+});
+
 test("the step test scores two tunings beside each other", async () => {
   await setLine(page, [0, 0], [0, 100]);
   await engage(page);
+  await page.locator("#step-run").click();
+  await page.locator("#step-status.bad", { hasText: "Not steady yet" }).waitFor();
   for (const [row, sensitivity] of [[1, "1"], [2, "1.5"]]) {
     await page.locator("#error-words", { hasText: "on the line" }).waitFor();
     await navctl("set-tuning-parameter", "sensitivity", sensitivity);
     await page.locator(".slider b").first().filter({ hasText: sensitivity }).waitFor();
-    await page.locator("#step-run").click();
+    await startStepTest();
     await page.locator("#step-status", { hasText: "Scored: settled" }).waitFor({ timeout: 60000 });
     assert.equal(await page.locator("#scores tbody tr").count(), row);
     const cells = await page.locator("#scores tbody tr").first().locator("td").allTextContents();
-    const [settled, overshoot, shown] = [Number(cells[0]), Number(cells[1]), cells[2]];
+    const [settled, overshoot, shown] = [Number(cells[0].replace("≈ ", "")), Number(cells[1]), cells[2]];
     console.log(`sensitivity ${shown}: settled after ${settled} m, overshoot ${overshoot} cm`);
     assert.equal(shown, sensitivity);
     assert.ok(settled > 5 && settled < 30, `${settled} m`);
     assert.ok(overshoot >= 0 && overshoot < 10, `${overshoot} cm`);
   }
-  assert.equal(await page.locator("#scores tr.best").count(), 1);
+  const rough = await page.locator("#scores td", { hasText: "≈" }).count(); // on a machine that is busy
+  assert.equal(await page.locator("#scores tr.best").count(), rough < 2 ? 1 : 0);
 });
