@@ -47,6 +47,11 @@ class ExitCodes(unittest.TestCase):
                     self.assertEqual((1, {"operation": arguments[0], "outcome": "refused"}),
                                      answer(*arguments))
 
+    def test_a_refusal_to_engage_points_to_the_doctor(self):
+        with Simulator():
+            self.assertIn('; "navctl doctor" tells what is missing',
+                          navctl("engage-steering").stderr)
+
     def test_1_when_the_service_answers_with_an_error(self):
         with scripted({}):
             self.assert_failure(1, ["engage-steering"], "no operation EngageSteering")

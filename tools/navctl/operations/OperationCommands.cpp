@@ -80,7 +80,10 @@ Json Report(const COperation& operation, const COutcome& outcome)
 void Tell(CContext& context, const COperation& operation, const COutcome& outcome)
 {
     if (outcome.kind == EOutcome::Refused) {
-        context.Refuse(Report(operation, outcome), "the service refused " + operation.name);
+        const bool isEngaging = operation.name == "engage-steering";
+        context.Refuse(Report(operation, outcome),
+                       "the service refused " + operation.name +
+                           (isEngaging ? "; \"navctl doctor\" tells what is missing" : ""));
         return;
     }
     const bool hasValue = outcome.kind == EOutcome::Value || !outcome.value.is_null();
