@@ -79,7 +79,13 @@ bool HttpStreamC::is_writable() const
 {
     if (m_expectOpenPeer && PeerHasClosed())
         return false;
-    return Wait(POLLOUT, Clock::now() + m_patience.write);
+    return Wait(POLLOUT, WriteUntil());
+}
+
+HttpStreamC::Clock::time_point HttpStreamC::WriteUntil() const
+{
+    const Clock::time_point until = Clock::now() + m_patience.write;
+    return m_answerUntil ? std::min(until, *m_answerUntil) : until;
 }
 
 ssize_t HttpStreamC::read(char* bytes, size_t size)
@@ -94,7 +100,9 @@ ssize_t HttpStreamC::read(char* bytes, size_t size)
 
 ssize_t HttpStreamC::write(const char* bytes, size_t size)
 {
-    if (!is_writable())
+    if (!m_expectOpenPeer && !m_answerUntil)
+        m_answerUntil = Clock::now() + m_patience.answer;
+    if ((m_answerUntil && Clock::now() > *m_answerUntil) || !is_writable())
         return -1;
     return ::send(m_socket, bytes, size, MSG_NOSIGNAL | MSG_DONTWAIT);
 }

@@ -4,6 +4,7 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <optional>
 #include <string>
 
 #include <httplib.h>
@@ -14,6 +15,7 @@ struct HttpPatience
     std::chrono::milliseconds firstByte{2000}; ///< browsers open connections that they never use
     std::chrono::milliseconds request{10000};  ///< for the whole of it, headers and body
     std::chrono::milliseconds write{5000};     ///< for a peer to take anything at all
+    std::chrono::milliseconds answer{20000};   ///< for the whole of it, unless it is a stream
 };
 
 /// One connection as the HTTP library reads and writes it, with a limit to every wait: the
@@ -33,7 +35,7 @@ public:
     /// @return false when none came.
     bool WaitForRequest();
     /// From now on a peer that has closed its side counts as gone: there is nothing more to be had
-    /// from it, and it will not read.
+    /// from it, and it will not read. Its answer may take as long as it wants.
     void ExpectOpenPeer() { m_expectOpenPeer = true; }
     /// Whether the peer has closed its side, or is gone. May be asked on any thread.
     bool PeerHasClosed() const;
@@ -53,6 +55,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    Clock::time_point WriteUntil() const;
     bool Wait(short events, Clock::time_point until) const;
     bool Fill(Clock::time_point until);
 
@@ -60,6 +63,7 @@ private:
     HttpPatience m_patience;
     std::size_t m_bytesLeft;
     Clock::time_point m_readUntil;
+    std::optional<Clock::time_point> m_answerUntil; ///< since the first byte of the answer
     std::array<char, 4096> m_buffer{};
     std::size_t m_taken = 0;
     std::size_t m_filled = 0;

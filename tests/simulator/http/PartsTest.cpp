@@ -1,5 +1,6 @@
 // The parts of the live page that need no connection.
 
+#include <chrono>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -7,8 +8,12 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include "simulator/guidance/LineBuilder.h"
 #include "simulator/http/EventFeed.h"
+#include "simulator/http/HttpStream.h"
 #include "simulator/http/PageValues.h"
 #include "simulator/http/Polyline.h"
 #include "simulator/http/RequestCheck.h"
@@ -184,6 +189,28 @@ TEST(State, TellsOfSteeringThatIsReadyAndDropped)
 
     EXPECT_EQ(EEngageState::Dropped, EngageStateOf(world));
     EXPECT_NE("", json::parse(StateJson(world))["drop_reason"]);
+}
+
+TEST(HttpStream, GivesUpAPeerThatTakesAnAnswerTooSlowly)
+{
+    int ends[2];
+    ASSERT_EQ(0, ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends));
+    HttpPatience patience;
+    patience.answer = std::chrono::milliseconds(200);
+    HttpStreamC stream(ends[0], patience, 1024);
+    const std::string bytes(4096, 'x');
+    const auto start = std::chrono::steady_clock::now();
+
+    // The peer takes something again and again, so that no single wait lasts long.
+    std::string taken(bytes.size(), ' ');
+    while (stream.write(bytes.data(), bytes.size()) > 0 &&
+           std::chrono::steady_clock::now() - start < std::chrono::seconds(10)) {
+        EXPECT_LT(0, ::recv(ends[1], taken.data(), taken.size(), 0));
+    }
+
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
+    ::close(ends[0]);
+    ::close(ends[1]);
 }
 
 } // namespace
