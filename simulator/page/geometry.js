@@ -147,13 +147,3 @@ export function nearestOn(points, x, y) {
   }
   return best;
 }
-
-/** The circle through three points, {x, y, radius}; null when they are on one line. */
-export function circleThrough([ax, ay], [bx, by], [cx, cy]) {
-  const [ux, uy, vx, vy] = [bx - ax, by - ay, cx - ax, cy - ay];
-  const cross = 2 * (ux * vy - uy * vx);
-  if (Math.abs(cross) < 1e-9) return null;
-  const [u, v] = [ux * ux + uy * uy, vx * vx + vy * vy];
-  const [x, y] = [(vy * u - uy * v) / cross, (ux * v - vx * u) / cross];
-  return { x: ax + x, y: ay + y, radius: Math.hypot(x, y) };
-}

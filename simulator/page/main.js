@@ -18,6 +18,7 @@ const element = (id) => document.getElementById(id);
 /** What the page knows; null until the service has told. */
 const model = { state: null, line: null, settings: null, trail: new Trail(), lost: false };
 const history = new History();
+let arriving = null; // the states that come while the trail before them is loaded
 let frame = null;
 let chartsOld = true;
 
@@ -56,6 +57,7 @@ const hear = {
   state(state) {
     model.state = state;
     model.trail.add([state.x, state.y]);
+    arriving?.push(state);
     readings.show(state);
     drive.showState(state);
     step.showState(state);
@@ -86,12 +88,14 @@ function showConnection(lost, reason = "") {
 
 async function connected() {
   showConnection(false);
-  try {
-    model.trail.replace((await loadTrail()).points);
-  } catch {
-    // The trail begins here: what was driven before is not known, what comes is.
-    model.trail.clear();
-  }
+  const meanwhile = [];
+  arriving = meanwhile;
+  // Without an answer the trail begins here: what was driven before is not known, what comes is.
+  const { end, points } = await loadTrail().catch(() => ({ end: -Infinity, points: [] }));
+  if (arriving !== meanwhile) return; // connected anew since
+  arriving = null;
+  model.trail.replace(points);
+  meanwhile.filter(({ time }) => time > end).forEach(({ x, y }) => model.trail.add([x, y]));
   redraw();
 }
 

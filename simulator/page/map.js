@@ -13,7 +13,6 @@ export class DriveMap {
     this.model = model;
     this.canvas = element("map");
     this.marks = [];
-    this.preview = null;
     this.picking = null;
     this.before = null;
     this.view = new MapView(this.canvas, {

@@ -68,15 +68,6 @@ export class MapView {
     this.changed();
   }
 
-  /** Shows a place at least this wide around it. */
-  show(x, y, metres) {
-    this.following = false;
-    this.centre = { x, y };
-    this.scale = clamp(Math.min(this.canvas.clientWidth, this.canvas.clientHeight) / metres,
-      leastScale, greatestScale);
-    this.changed();
-  }
-
   /** Takes a key that was pressed on the map; false when it is none of its own. */
   key(name) {
     const moves = { ArrowLeft: [1, 0], ArrowRight: [-1, 0], ArrowUp: [0, 1], ArrowDown: [0, -1] };
@@ -99,6 +90,7 @@ export class MapView {
   }
 
   press(event) {
+    if (event.button !== 0) return; // only the main button of a mouse drags and sets points
     this.canvas.setPointerCapture(event.pointerId);
     if (this.pointers.size === 0) this.travelled = 0;
     this.pointers.set(event.pointerId, [event.offsetX, event.offsetY]);

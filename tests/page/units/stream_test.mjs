@@ -3,7 +3,7 @@ import test from "node:test";
 import { load } from "./page_modules.mjs";
 
 const { EventParser, Stream } = await load("stream.js");
-const { newestOnly } = await load("service.js");
+const { command, newestOnly } = await load("service.js");
 const text = 'retry: 1000\n\nevent: state\ndata: {"x":1}\n\n: heartbeat\n\nevent: line\ndata: {"y":2}\n\n';
 const events = [{ event: "state", data: '{"x":1}' }, { event: "line", data: '{"y":2}' }];
 
@@ -67,3 +67,20 @@ test("of values that come faster than they are sent the newest is", async () => 
   await finished;
   assert.deepEqual(sent, [1, 3]);
 });
+
+for (const [name, failure, message] of [
+  ["does not come", new DOMException("", "TimeoutError"), "no answer within 3 s: given up"],
+  ["cannot be asked for", new TypeError("fetch failed"), "the service does not answer"],
+]) {
+  test(`an answer that ${name} is told in words`, async (t) => {
+    const { fetch } = globalThis;
+    t.after(() => { globalThis.fetch = fetch; });
+    let limit;
+    globalThis.fetch = async (path, { signal }) => {
+      limit = signal;
+      throw failure;
+    };
+    await assert.rejects(command("DisengageSteering", 1), { message });
+    assert.ok(limit instanceof AbortSignal);
+  });
+}
