@@ -16,9 +16,9 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int kConnectLimitMilliseconds = 1000; // the library's own
 #if defined(__SANITIZE_THREAD__)
-constexpr int kSlackMilliseconds = 10000; // decodes a flood some twenty times more slowly
+constexpr int kSlackMilliseconds = 20000; // decodes a flood that much more slowly
 #elif defined(__SANITIZE_ADDRESS__)
-constexpr int kSlackMilliseconds = 5000; // some ten times
+constexpr int kSlackMilliseconds = 5000; // likewise
 #else
 constexpr int kSlackMilliseconds = 500;
 #endif
