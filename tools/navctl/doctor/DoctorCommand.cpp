@@ -47,8 +47,9 @@ CFinding NavigationFinding(bool isActive)
 }
 
 /// The first question was not answered. A silent program may be another one that waits for a line.
-CFinding SilenceFinding(CContext& context, const LinkErrorC& error)
+CFinding SilenceFinding(CContext& context)
 {
+    const LinkErrorC error = context.Navigation().LastError(); // which goes with the client, below
     if (error.code != ELinkError::TimedOut)
         return LinkFinding(error);
     // Some programs serve one connection after the other.
@@ -69,7 +70,7 @@ Findings Examine(CContext& context)
         return findings;
     const bool isActive = navigation.IsNavigationActivated();
     if (context.HasLinkFailed()) {
-        findings.push_back(SilenceFinding(context, navigation.LastError()));
+        findings.push_back(SilenceFinding(context));
         return findings;
     }
     findings.push_back({"reply", "the service answers"});
