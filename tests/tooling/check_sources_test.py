@@ -56,7 +56,7 @@ class CheckSources(unittest.TestCase):
         self.assertTrue(faults[0].startswith("notes.md:2:"), faults[0])
 
     def test_accepts_places_that_every_machine_has(self):
-        text = "/usr/include /etc/hosts build/release/ $HOME/kestrove tests/work/x /tmp/x\n"
+        text = "/usr/include /etc/hosts build/release/ $HOME/kestrove tests/home/x /tmp/x\n"
         self.assertEqual([], self.faults_with("core/notes.md", text))
 
     def test_finds_a_folder_without_a_readme(self):
