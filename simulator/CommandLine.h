@@ -24,6 +24,7 @@ struct ProgramOptions
 enum EExitCode : int
 {
     kExitSuccess = 0,
+    kExitFailed = 1,       ///< the system refuses something that the program cannot do without
     kExitWrongOptions = 2, ///< wrong options, or a file named by one cannot be used
     kExitCannotListen = 3, ///< the port is taken
 };

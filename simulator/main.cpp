@@ -1,5 +1,6 @@
 #include <csignal>
 #include <cstdio>
+#include <exception>
 #include <optional>
 #include <string>
 
@@ -121,12 +122,8 @@ EExitCode Serve(const ProgramOptions& options, const KeptValues& kept)
     return kExitSuccess;
 }
 
-} // namespace
-
-int main(int argumentCount, char** arguments)
+EExitCode Run(int argumentCount, const char* const* arguments)
 {
-    // A client that goes away while it is written to is no reason to end.
-    std::signal(SIGPIPE, SIG_IGN);
     ProgramOptions options;
     const std::optional<EExitCode> exitCode = ReadCommandLine(argumentCount, arguments, options);
     if (exitCode)
@@ -136,4 +133,17 @@ int main(int argumentCount, char** arguments)
     if (!problem.empty())
         return Fail(kExitWrongOptions, problem);
     return Serve(options, kept);
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments)
+{
+    // A client that goes away while it is written to is no reason to end.
+    std::signal(SIGPIPE, SIG_IGN);
+    try {
+        return Run(argumentCount, arguments);
+    } catch (const std::exception& error) {
+        return Fail(kExitFailed, error.what());
+    }
 }

@@ -19,9 +19,9 @@ def program():
     return os.environ["NAVIGATION_SIMULATOR"]
 
 
-def run_to_end(*arguments):
-    """Runs the program with arguments that end it at once."""
-    return subprocess.run([program(), *arguments], capture_output=True, text=True,
+def run_to_end(*arguments, wrapper=()):
+    """Runs the program with arguments that end it at once, by the command WRAPPER if given."""
+    return subprocess.run([*wrapper, program(), *arguments], capture_output=True, text=True,
                           timeout=DEADLINE_SECONDS, check=False)
 
 

@@ -43,6 +43,12 @@ class Program(unittest.TestCase):
         self.assertIn("5010", result.stderr)
         self.assertEqual("", result.stdout)
 
+    def test_exits_with_1_when_the_system_gives_no_descriptors(self):
+        result = run_to_end(wrapper=("prlimit", "--nofile=4"))
+        self.assertEqual(1, result.returncode)
+        self.assertIn("Too many open files", result.stderr)
+        self.assertEqual("", result.stdout)
+
     def test_a_second_simulator_leaves_the_first_alone(self):
         with Simulator(), Client() as client:
             self.assertEqual(3, run_to_end().returncode)
