@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -63,7 +62,7 @@ void DecodeMessage(MessageDecoderC& decoder, const std::string& bytes)
         std::size_t room = 0;
         char* const space = decoder.Space(room);
         const std::size_t count = std::min(room, bytes.size() - gone);
-        std::memcpy(space, bytes.data() + gone, count);
+        std::copy_n(bytes.data() + gone, count, space);
         decoder.Arrived(count);
         gone += count;
         decoder.Next(message);
@@ -99,6 +98,7 @@ void CountNumbers(const std::string& bytes)
 std::vector<double> NumbersOf(const BListC& list)
 {
     std::vector<double> numbers;
+    numbers.reserve(static_cast<std::size_t>(list.Size()));
     for (int i = 0; i < list.Size(); ++i) {
         numbers.push_back(list.GetDouble(i) + 0.5); // a whole number would be packed shorter
     }

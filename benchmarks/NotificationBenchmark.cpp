@@ -99,6 +99,7 @@ void MeasurePositionFeed(CResults& results, CNavigationAPI& navigation)
 {
     const int samples = results.IsQuick() ? kQuickSamples : kSamples;
     std::vector<double> shares;
+    shares.reserve(static_cast<std::size_t>(results.Rounds()));
     for (int round = 0; round < results.Rounds(); ++round) {
         shares.push_back(ShareOfPacedSamples(navigation, samples));
     }

@@ -110,6 +110,7 @@ void Measure(CResults& results)
     const Benchmarks::CChild services[] = {Benchmarks::CChild(serve), Benchmarks::CChild(serve)};
     std::vector<Runner> runners = MakeRunners();
     std::vector<Benchmarks::Contender> contenders;
+    contenders.reserve(runners.size());
     const int calls = results.IsQuick() ? kQuickCalls : kCalls;
     for (Runner& runner : runners) {
         contenders.push_back(

@@ -173,7 +173,7 @@ void MPISocketServerC::StateC::Serve(ClientNumber client, const MessageC& messag
 void MPISocketServerC::StateC::Subscribe(ServerConnectionC& connection, const BListC& arguments)
 {
     const ClientNumber client = connection.Number();
-    const std::string event = arguments.GetString(0);
+    const std::string& event = arguments.GetString(0);
     const bool isName = arguments.Size() == 1 && arguments.TypeAt(0) == EBElementType::String &&
                         event.size() <= kLongestEventName;
     Tell(client, "subscribe", [&](MPIServiceHandlerC& handler) {

@@ -52,10 +52,11 @@ void EventsC::TellChanges(bool guidanceRan, const EventSink& sink)
 {
     const bool drawingDue = DrawingDue(guidanceRan);
     for (const auto& [name, event] : Table()) {
-        if (event.due == EDue::OnChange)
+        if (event.due == EDue::OnChange) {
             TellChanged(name, event, sink);
-        else if (event.due == EDue::WithGuidance ? guidanceRan : drawingDue)
+        } else if (event.due == EDue::WithGuidance ? guidanceRan : drawingDue) {
             TellPresentState(name, sink);
+        }
     }
 }
 
@@ -88,10 +89,11 @@ void EventsC::Send(const std::string& event, const Payload& payload, const Event
     BListC list(nullptr);
     list.Reserve(static_cast<int>(payload.size()));
     for (const Number& number : payload) {
-        if (const int* whole = std::get_if<int>(&number))
+        if (const int* whole = std::get_if<int>(&number)) {
             list.AddInt(*whole);
-        else
+        } else {
             list.AddDouble(std::get<double>(number));
+        }
     }
     sink(event, list);
 }

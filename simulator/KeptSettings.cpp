@@ -116,10 +116,11 @@ void KeptSettingsC::KeepTuning(ETuning parameter, const CTuning& tuning, bool as
     const std::array<double, 3> limits = tuning.Limits(parameter).Values();
     const bool ofTheStart = limits == CTuning().Limits(parameter).Values();
     for (std::size_t i = 0; i < limits.size(); ++i) {
-        if (ofTheStart)
+        if (ofTheStart) {
             m_values.erase(name + kLimits[i]);
-        else
+        } else {
             m_values[name + kLimits[i]] = limits[i];
+        }
     }
     Keep(name.c_str(), tuning.Get(parameter), asked);
 }
@@ -127,7 +128,7 @@ void KeptSettingsC::KeepTuning(ETuning parameter, const CTuning& tuning, bool as
 COutcome KeptSettingsC::ApplyTo(CSimulation& simulation) const
 {
     // The limits first, which the values must lie in.
-    const COutcome limited = ApplyLimits(simulation);
+    COutcome limited = ApplyLimits(simulation);
     if (!limited)
         return limited;
     for (const auto& [name, value] : m_values) {

@@ -22,10 +22,11 @@ void ServiceLinkC::RequestReceived(ClientNumber client, std::uint64_t requestNum
                                    const std::string& name, const BListC& arguments)
 {
     const Answer answer = m_core.Request(name, arguments);
-    if (answer.error.empty())
+    if (answer.error.empty()) {
         m_server.Reply(client, requestNumber, answer.value.get());
-    else
+    } else {
         m_server.ReplyError(client, requestNumber, answer.error);
+    }
 }
 
 void ServiceLinkC::NotificationReceived(ClientNumber, const std::string& name,

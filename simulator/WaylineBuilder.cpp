@@ -41,7 +41,7 @@ std::string WaylineBuilderC::Set(int number, const Waypoint& waypoint, const Vec
     if (number < 0 || number >= kMostWaypoints)
         return std::to_string(number) + " is no waypoint, allowed is 0 to 2";
     if (IsDriven() && number == 1) {
-        const std::string problem = EndRecording(here);
+        std::string problem = EndRecording(here);
         if (!problem.empty())
             return problem;
     }

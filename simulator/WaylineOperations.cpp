@@ -24,6 +24,7 @@ void WaylineOperationsC::SetWaylineOrigin(double latitude, double longitude, dou
 std::vector<double> WaylineOperationsC::CalculateHeadings(NestedLists waylines)
 {
     std::vector<double> headings;
+    headings.reserve(static_cast<std::size_t>(waylines.elements.Size()));
     for (int index = 0; index < waylines.elements.Size(); ++index)
         headings.push_back(m_waylines.HeadingOf(*waylines.elements.GetList(index)));
     return headings;

@@ -29,7 +29,7 @@ CAnswer CCallScript::Take(const std::string& name, const std::string& arguments)
         std::find_if(m_expected.begin(), m_expected.end(),
                      [&](const CExpectation& expectation) { return expectation.call == call; });
     if (expected != m_expected.end()) {
-        const CAnswer answer = expected->answer;
+        CAnswer answer = expected->answer;
         m_expected.erase(expected);
         return answer;
     }

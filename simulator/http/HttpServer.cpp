@@ -80,10 +80,11 @@ void HttpServerC::AcceptConnections()
 
 void HttpServerC::Take(int connection)
 {
-    if (Register(connection))
+    if (Register(connection)) {
         m_pool->enqueue([this, connection] { Serve(connection); });
-    else
+    } else {
         ::close(connection);
+    }
 }
 
 bool HttpServerC::Register(int connection)

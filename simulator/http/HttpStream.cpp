@@ -33,9 +33,9 @@ void HttpStreamC::Drain()
     ::shutdown(m_socket, SHUT_WR);
     m_bytesLeft = kMostDrained;
     const Clock::time_point until = Clock::now() + kDraining;
-    do
+    do {
         m_taken = m_filled;
-    while (Fill(until));
+    } while (Fill(until));
 }
 
 bool HttpStreamC::Wait(short events, Clock::time_point until) const

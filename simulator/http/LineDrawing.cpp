@@ -95,6 +95,7 @@ std::vector<LineLabel> LabelsOf(const WaylineKeeperC& waylines)
     const std::optional<LineDefinition> line = LineOf(*wayline, waylines.Drives());
     const std::vector<Point> places = line ? PlacesOf(*line) : std::vector<Point>();
     std::vector<LineLabel> labels;
+    labels.reserve(places.size());
     for (const Point& place : places)
         labels.push_back(Labelled(kind, static_cast<int>(labels.size()), place));
     return labels;

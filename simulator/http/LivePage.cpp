@@ -70,7 +70,7 @@ public:
 
     std::string Listen(std::uint16_t port)
     {
-        const std::string problem = m_server.Listen(port);
+        std::string problem = m_server.Listen(port);
         if (!problem.empty())
             return problem;
         AddChecks();
@@ -116,9 +116,10 @@ private:
             });
         // What the library itself refuses has no reason yet.
         handlers.set_error_handler([](const httplib::Request&, httplib::Response& response) {
-            if (response.body.empty())
+            if (response.body.empty()) {
                 Refuse(response, response.status,
                        response.status == 404 ? "there is no such page" : "not a request");
+            }
         });
         handlers.set_exception_handler(
             [](const httplib::Request&, httplib::Response& response, const std::exception_ptr&) {
@@ -206,10 +207,11 @@ private:
             const double intervals = m_core.World().Time() / TrailC::kInterval;
             end = std::floor(intervals + 1e-6) * TrailC::kInterval;
         });
-        if (done)
+        if (done) {
             response.set_content(TrailJson(points, end), kJson);
-        else
+        } else {
             Refuse(response, 503, "the service does not answer");
+        }
     }
 
     ServiceCoreC& m_core;

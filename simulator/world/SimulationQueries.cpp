@@ -3,6 +3,7 @@
 #include "simulator/world/Simulation.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 #include "simulator/guidance/LineBuilder.h"
@@ -134,8 +135,9 @@ std::vector<Point> CSimulation::FollowedPoints() const
     if (drawn.to <= drawn.from)
         return {};
     std::vector<Point> points;
-    for (double station = drawn.from; station < drawn.to; station += kDrawnSpacing)
-        points.push_back(shape->At(station).position);
+    const int spaces = static_cast<int>(std::ceil((drawn.to - drawn.from) / kDrawnSpacing));
+    for (int space = 0; space < spaces; ++space)
+        points.push_back(shape->At(drawn.from + space * kDrawnSpacing).position);
     points.push_back(shape->At(drawn.to).position);
     if (against)
         std::reverse(points.begin(), points.end());

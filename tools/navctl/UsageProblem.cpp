@@ -69,8 +69,10 @@ std::optional<std::string> UnknownCommand(const CLI::App& app,
         if (below == nullptr) {
             if (command->get_subcommands(nullptr).empty())
                 return std::nullopt;
-            const std::string of = command == &app ? "" : " of " + command->get_name();
-            return "there is no command \"" + word + "\"" + of + Suggestion(*command, word);
+            std::string problem = "there is no command \"" + word + '"';
+            if (command != &app)
+                problem.append(" of ").append(command->get_name());
+            return problem.append(Suggestion(*command, word));
         }
         command = below;
     }

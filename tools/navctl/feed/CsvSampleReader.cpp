@@ -159,10 +159,11 @@ std::string CCsvSampleReader::ReadRow(PositionSample& sample)
     m_position = {};
     std::string problem = ReadValues(sample);
     // A row that is broken takes its time all the same: the others keep theirs.
-    if (m_options.interval)
+    if (m_options.interval) {
         sample.time = m_options.startTime + *m_options.interval * m_rows++;
-    else if (m_timeIsOfArrival)
+    } else if (m_timeIsOfArrival) {
         sample.time = m_options.clock();
+    }
     sample.timeIsOfArrival = m_timeIsOfArrival;
     return problem.empty() ? Complete(sample) : problem;
 }

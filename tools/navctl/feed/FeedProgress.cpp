@@ -20,11 +20,12 @@ std::string ClockText(double seconds)
 {
     const auto whole = static_cast<long>(seconds);
     char text[32];
-    if (whole >= 3600)
+    if (whole >= 3600) {
         std::snprintf(text, sizeof text, "%ld:%02ld:%02ld", whole / 3600, whole / 60 % 60,
                       whole % 60);
-    else
+    } else {
         std::snprintf(text, sizeof text, "%ld:%02ld", whole / 60, whole % 60);
+    }
     return text;
 }
 
