@@ -19,9 +19,8 @@ export const short = (value) => String(Math.round(value * 100) / 100);
 class Slider {
   constructor(title, send) {
     this.send = newestOnly(send);
-    this.moved = -Infinity;
     this.told = null;
-    this.still = null;
+    this.moving = null; // the timer that runs until it has been still, null when it has been
     this.range = document.createElement("input");
     Object.assign(this.range, { type: "range", step: "any", min: 0, max: 100 });
     this.name = document.createElement("span");
@@ -38,10 +37,13 @@ class Slider {
   }
 
   input() {
-    this.moved = performance.now();
     this.showValue(this.range.valueAsNumber);
-    clearTimeout(this.still);
-    this.still = setTimeout(() => this.showTold(), stillMilliseconds);
+    clearTimeout(this.moving);
+    // The timer alone tells when that is over: it may run before a clock has come so far.
+    this.moving = setTimeout(() => {
+      this.moving = null;
+      this.showTold();
+    }, stillMilliseconds);
     this.send(Math.round(this.range.valueAsNumber * 1000) / 1000).then(() => this.showTold());
   }
 
@@ -61,7 +63,7 @@ class Slider {
     const { value, lowest, highest } = this.told;
     this.lowest.textContent = short(lowest);
     this.highest.textContent = short(highest);
-    if (performance.now() - this.moved < stillMilliseconds) return;
+    if (this.moving !== null) return;
     const step = highest > lowest ? roundDistance((highest - lowest) / 100) : 0.01;
     Object.assign(this.range, { min: lowest, max: highest, step });
     this.range.value = value;
