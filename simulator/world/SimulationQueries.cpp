@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 
 #include "simulator/guidance/LineBuilder.h"
@@ -136,6 +137,7 @@ std::vector<Point> CSimulation::FollowedPoints() const
         return {};
     std::vector<Point> points;
     const int spaces = static_cast<int>(std::ceil((drawn.to - drawn.from) / kDrawnSpacing));
+    points.reserve(static_cast<std::size_t>(spaces) + 1);
     for (int space = 0; space < spaces; ++space)
         points.push_back(shape->At(drawn.from + space * kDrawnSpacing).position);
     points.push_back(shape->At(drawn.to).position);

@@ -31,10 +31,11 @@ EExitCode Run(int argumentCount, char** arguments, COutput& output)
         context.options.json = AsksForJson(words);
         std::ostringstream text;
         app->exit(wanted, text, text);
-        if (context.WritesJson())
+        if (context.WritesJson()) {
             context.Print({{"text", text.str()}}, "");
-        else
+        } else {
             output.Write(text.str());
+        }
     } catch (const CLI::ParseError& error) {
         // The options need not have been read yet.
         context.options.json = AsksForJson(words);

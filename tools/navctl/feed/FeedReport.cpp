@@ -5,9 +5,10 @@ namespace {
 Json ReasonsJson(const CSkipCount& counts)
 {
     Json reasons = Json::array();
-    for (const auto& [reason, entry] : counts.Reasons())
+    for (const auto& [reason, entry] : counts.Reasons()) {
         reasons.push_back(
             {{"reason", reason}, {"count", entry.count}, {"first_line", entry.firstLine}});
+    }
     return reasons;
 }
 
@@ -54,9 +55,10 @@ std::string FeedText(const FeedResult& result, const CSampleReader& reader)
         text += ", then interrupted";
     if (result.reconnections > 0)
         text += "\nlost the link and found it again " + Counted(result.reconnections, "time");
-    for (const auto& [reason, entry] : reader.Skipped().Reasons())
+    for (const auto& [reason, entry] : reader.Skipped().Reasons()) {
         text += "\nskipped " + std::to_string(entry.count) + ": " + reason + " (first in line " +
                 std::to_string(entry.firstLine) + ")";
+    }
     std::string types;
     for (const auto& [type, entry] : reader.NotUsed().Reasons())
         types += (types.empty() ? "" : ", ") + std::to_string(entry.count) + " " + type;

@@ -65,11 +65,17 @@ const CNmeaEpochs::Part* CNmeaEpochs::Find(const char* type) const
 
 bool CNmeaEpochs::HasPosition() const
 {
-    if (m_isOver || !m_timeOfDay)
-        return false;
-    const Part* gga = Find("GGA");
-    const Part* rmc = Find("RMC");
-    return (gga != nullptr && gga->report.latitude) || (rmc != nullptr && rmc->report.latitude);
+    return !m_isOver && m_timeOfDay && PlaceReport() != nullptr;
+}
+
+const NmeaReport* CNmeaEpochs::PlaceReport() const
+{
+    for (const char* const type : {"GGA", "RMC"}) {
+        const Part* part = Find(type);
+        if (part != nullptr && part->report.latitude)
+            return &part->report;
+    }
+    return nullptr;
 }
 
 bool CNmeaEpochs::IsWhole() const
@@ -84,13 +90,13 @@ std::optional<PositionSample> CNmeaEpochs::Flush(NmeaProblem& problem)
     problem = {};
     if (m_isOver || !m_timeOfDay)
         return std::nullopt;
-    const bool hasPosition = HasPosition();
+    const NmeaReport* const place = PlaceReport();
     m_isOver = true;
     m_lastTypes.clear();
     for (const auto& [type, part] : m_parts)
         m_lastTypes.insert(type);
     const double time = UnixTime();
-    if (!hasPosition) {
+    if (place == nullptr) {
         problem = {"no position", m_firstLine};
         return std::nullopt;
     }
@@ -102,7 +108,7 @@ std::optional<PositionSample> CNmeaEpochs::Flush(NmeaProblem& problem)
     PositionSample sample;
     sample.time = time;
     sample.startsAnew = order == ETimeOrder::NewStart;
-    AddPlace(sample);
+    AddPlace(sample, *place);
     AddMovement(sample);
     return sample;
 }
@@ -131,11 +137,8 @@ void CNmeaEpochs::SetDay(std::int64_t day)
     m_day = day;
 }
 
-void CNmeaEpochs::AddPlace(PositionSample& sample)
+void CNmeaEpochs::AddPlace(PositionSample& sample, const NmeaReport& place)
 {
-    const Part* gga = Find("GGA");
-    const Part* rmc = Find("RMC");
-    const NmeaReport& place = gga != nullptr && gga->report.latitude ? gga->report : rmc->report;
     sample.latitude = *place.latitude;
     sample.longitude = *place.longitude;
     if (place.geoidSeparation)
@@ -145,6 +148,7 @@ void CNmeaEpochs::AddPlace(PositionSample& sample)
     sample.height = m_lastHeight;
     sample.fixQuality = place.fixQuality.value_or(0);
     sample.satellites = place.satellites.value_or(0);
+    const Part* const rmc = Find("RMC");
     const bool isWarned = rmc != nullptr && rmc->report.fixQuality == 0;
     sample.positionValid = sample.fixQuality > 0 && !isWarned;
     if (const Part* gst = Find("GST")) {

@@ -68,9 +68,12 @@ private:
 
     void AddUntimed(const NmeaSentence& sentence, const NmeaReport& report);
     const Part* Find(const char* type) const;
+
+    /// The report that tells the place, GGA before RMC; null when none does.
+    const NmeaReport* PlaceReport() const;
     double UnixTime();
     void SetDay(std::int64_t day);
-    void AddPlace(PositionSample& sample);
+    void AddPlace(PositionSample& sample, const NmeaReport& place);
     void AddMovement(PositionSample& sample) const;
 
     std::optional<std::int64_t> m_timeOfDay;

@@ -69,11 +69,12 @@ ELine CNmeaReader::ReadLine(int timeoutMilliseconds)
         wait = wait < 0 ? left : std::min(wait, left);
     }
     const ELine state = m_lines.Next(m_line, wait);
-    if (state == ELine::Line)
+    if (state == ELine::Line) {
         m_lastLineTime = std::chrono::steady_clock::now();
-    else if (state == ELine::NothingYet && endsAtPause && !m_lines.HoldsPartOfALine() &&
-             PauseLeft() <= Milliseconds(0))
+    } else if (state == ELine::NothingYet && endsAtPause && !m_lines.HoldsPartOfALine() &&
+               PauseLeft() <= Milliseconds(0)) {
         EndMoment();
+    }
     return state;
 }
 

@@ -25,10 +25,11 @@ ELine CLineReader::Next(std::string& line, int timeoutMilliseconds)
         if (m_ended)
             return HoldsPartOfALine() ? Give(line) : ELine::End;
         const ELine state = Refill(timeoutMilliseconds);
-        if (state == ELine::End)
+        if (state == ELine::End) {
             m_ended = true;
-        else if (state != ELine::Line)
+        } else if (state != ELine::Line) {
             return state;
+        }
     }
     return Give(line);
 }

@@ -14,12 +14,13 @@ COpenFile::COpenFile(const std::string& path) : m_isStandardInput(path == "-")
     struct stat status
     {
     };
-    if (m_descriptor < 0 || fstat(m_descriptor, &status) != 0)
+    if (m_descriptor < 0 || fstat(m_descriptor, &status) != 0) {
         m_problem = "cannot read " + path + ": " + std::strerror(errno);
-    else if (S_ISDIR(status.st_mode))
+    } else if (S_ISDIR(status.st_mode)) {
         m_problem = "cannot read " + path + ": it is a directory";
-    else if (S_ISREG(status.st_mode))
+    } else if (S_ISREG(status.st_mode)) {
         m_length = static_cast<std::uint64_t>(status.st_size);
+    }
 }
 
 COpenFile::~COpenFile()

@@ -98,7 +98,7 @@ std::string ChoicesOfOptions()
     }
     std::string table;
     for (const auto& [name, words] : choices)
-        table += "    [\"--" + name + "\"]=\"" + words + "\"\n";
+        table.append("    [\"--").append(name).append("\"]=\"").append(words).append("\"\n");
     return table;
 }
 

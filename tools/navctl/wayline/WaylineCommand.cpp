@@ -47,10 +47,11 @@ void Deliver(CContext& context, const std::string& target, const std::string& co
              const Json& json, const std::string& words)
 {
     if (target == "-") {
-        if (context.WritesJson())
+        if (context.WritesJson()) {
             context.Print(json, "");
-        else
+        } else {
             context.Output().Write(content);
+        }
         return;
     }
     const std::string problem = WriteWholeFile(target, content);
@@ -61,9 +62,10 @@ void Deliver(CContext& context, const std::string& target, const std::string& co
 
 void Convert(CContext& context, const FileOptions& options)
 {
-    if (options.target == "-" && !options.targetFormat)
+    if (options.target == "-" && !options.targetFormat) {
         return context.Fail(kExitUsage, "the standard output has no name that tells the format: "
                                         "--to text, --to geojson or --to csv");
+    }
     const std::optional<WaylineList> list = ReadSource(context, options.source);
     if (!list)
         return;
@@ -86,9 +88,10 @@ void Plot(CContext& context, const FileOptions& options)
     if (!list)
         return;
     const std::string picture = WaylinePlot(*list);
-    if (picture.empty())
+    if (picture.empty()) {
         return context.Fail(kExitUsage, options.source.file + ": there is no point to draw within "
                                                               "a million kilometres");
+    }
     Deliver(context, options.target, picture, Json{{"content", picture}},
             "picture of " + Counted(list->entries.size()));
 }

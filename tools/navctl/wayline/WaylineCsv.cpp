@@ -34,10 +34,11 @@ public:
                 m_list.problems.push_back(std::strerror(errno));
                 return m_list;
             }
-            if (state == ELine::TooLong)
+            if (state == ELine::TooLong) {
                 Problem("the line is too long");
-            else if (state == ELine::Line && !line.empty() && !TakeLine(line))
+            } else if (state == ELine::Line && !line.empty() && !TakeLine(line)) {
                 return m_list;
+            }
         }
         if (m_layout == ELayout::Points)
             TakeCurve(m_firstPoint, {}, std::move(m_points));
@@ -126,10 +127,11 @@ private:
                 return Problem('"' + text + "\" is no finite number");
             numbers[i] = *value;
         }
-        if (m_frame)
+        if (m_frame) {
             TakePlace({numbers[0], numbers[1], numbers[2]});
-        else
+        } else {
             m_points.emplace_back(numbers[0], numbers[1], numbers[2]);
+        }
     }
 
     void TakePlace(GeodeticPlace place)
@@ -187,22 +189,32 @@ private:
     WaylineList m_list;
 };
 
+/// Why an entry cannot be written beside the others; empty when it can.
+std::string Obstacle(const WaylineContent& content, const WaylineList& list)
+{
+    const std::string title = KindTitle(content.kind);
+    if (content.kind == Kestrove::EWaylineTypeAHeading)
+        return "CSV points have no place for the heading of an " + title;
+    if (content.kind == Kestrove::EWaylineTypePath ||
+        content.kind == Kestrove::EWaylineTypeReplay) {
+        return "a " + title + " has no points to write";
+    }
+    const Kestrove::EWaylineType first = list.entries.front().content.kind;
+    if (content.kind != first) {
+        return "CSV points do not name their kind, so that " + title + " and " + KindTitle(first) +
+               " cannot be in one file";
+    }
+    if (list.entries.size() > 1 && content.points.empty())
+        return "it has no points to write";
+    return {};
+}
+
 std::string CannotWrite(const WaylineList& list)
 {
     for (const WaylineList::Entry& entry : list.entries) {
-        const WaylineContent& content = entry.content;
-        const std::string title = KindTitle(content.kind);
-        const std::string who = "wayline " + std::to_string(entry.number) + ": ";
-        if (content.kind == Kestrove::EWaylineTypeAHeading)
-            return who + "CSV points have no place for the heading of an " + title;
-        if (content.kind == Kestrove::EWaylineTypePath ||
-            content.kind == Kestrove::EWaylineTypeReplay)
-            return who + "a " + title + " has no points to write";
-        if (content.kind != list.entries.front().content.kind)
-            return who + "CSV points do not name their kind, so that " + title + " and " +
-                   KindTitle(list.entries.front().content.kind) + " cannot be in one file";
-        if (list.entries.size() > 1 && content.points.empty())
-            return who + "it has no points to write";
+        const std::string obstacle = Obstacle(entry.content, list);
+        if (!obstacle.empty())
+            return "wayline " + std::to_string(entry.number) + ": " + obstacle;
     }
     return {};
 }
@@ -221,7 +233,7 @@ WaylineList ReadWaylineCsv(CLineReader& lines, const WaylineReading& reading)
 
 std::string WriteWaylineCsv(const WaylineList& list, std::string& csv)
 {
-    const std::string problem = CannotWrite(list);
+    std::string problem = CannotWrite(list);
     if (!problem.empty())
         return problem;
     csv.clear();

@@ -37,10 +37,11 @@ WaylineList ReadTextForms(CLineReader& lines)
             list.problems.push_back(where + "the line is too long");
         } else if (state == ELine::Line && line.find_first_not_of(' ') != std::string::npos) {
             const std::optional<WaylineContent> content = ReadWaylineText(line, problem);
-            if (content)
+            if (content) {
                 list.entries.push_back({lines.LineNumber(), *content});
-            else
+            } else {
                 list.problems.push_back(where + problem);
+            }
         }
     }
     return list;
@@ -85,12 +86,13 @@ WaylineList ReadWaylineFile(const std::string& path, EWaylineFormat format,
         return list;
     }
     CLineReader lines(file.Descriptor(), kLongestLine);
-    if (format == EWaylineFormat::Text)
+    if (format == EWaylineFormat::Text) {
         list = ReadTextForms(lines);
-    else if (format == EWaylineFormat::Csv)
+    } else if (format == EWaylineFormat::Csv) {
         list = ReadWaylineCsv(lines, reading);
-    else
+    } else {
         list = ReadGeoJsonLines(lines, reading);
+    }
     if (list.entries.empty() && list.problems.empty())
         list.problems.push_back("there is no wayline in it");
     for (std::string& problem : list.problems)

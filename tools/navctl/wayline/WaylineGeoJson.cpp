@@ -182,10 +182,11 @@ void CheckGeometry(const WaylineContent& content, const std::vector<Position>& p
         agrees = std::hypot(point.x - expected[i].x, point.y - expected[i].y,
                             positions[i].hasHeight ? point.z - expected[i].z : 0.0) <= kTolerance;
     }
-    if (!agrees)
+    if (!agrees) {
         throw BadFeature{"its geometry is not where its parameters say; without the property " +
                          std::string(PointNames(content.kind).front()) +
                          " the geometry would be used"};
+    }
 }
 
 /// The same wayline in another frame.

@@ -253,9 +253,10 @@ private:
                 Letter(points[i], 1.0, 1.0, std::to_string(i + 1), colour);
         } else if (const std::optional<double> heading = HeadingOf(content)) {
             // Straight lines go on past their points: to their right.
-            for (std::size_t i = 0; i < points.size(); ++i)
+            for (std::size_t i = 0; i < points.size(); ++i) {
                 Letter(points[i], std::cos(*heading), -std::sin(*heading), i == 0 ? "A" : "B",
                        colour);
+            }
         } else {
             EndLetter(points.front(), points[points.size() > 1 ? 1 : 0], "A", colour);
             if (points.size() > 1)

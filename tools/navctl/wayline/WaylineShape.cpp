@@ -53,7 +53,7 @@ WaylinePoint OnCatmullRom(const std::array<WaylinePoint, 4>& p, double share)
 
 std::vector<WaylinePoint> SplineOutline(const std::vector<WaylinePoint>& all)
 {
-    const std::vector<WaylinePoint> points = WithoutRepeats(all);
+    std::vector<WaylinePoint> points = WithoutRepeats(all);
     if (points.size() < 3)
         return points;
     const std::size_t last = points.size() - 1;
