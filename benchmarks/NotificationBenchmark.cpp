@@ -3,6 +3,7 @@
 //
 // usage: notification-benchmark [--quick] RESULTS
 
+#include <cstddef>
 #include <ctime>
 #include <stdexcept>
 #include <string>
@@ -25,6 +26,7 @@ constexpr int kNotifications = 20000;
 constexpr int kQuickNotifications = 200;
 constexpr int kSamples = 1000;
 constexpr int kQuickSamples = 20;
+constexpr std::size_t kBytesOfASample = 190; // as most samples have on the link
 constexpr long kPaceNanoseconds = 1'000'000;
 constexpr long kSecondInNanoseconds = 1'000'000'000;
 
@@ -76,15 +78,16 @@ void SendSample(CNavigationAPI& navigation, int number)
     }
 }
 
-/// The share of a core, in per cent, that 1000 samples a second take.
-double ShareOfPacedSamples(CNavigationAPI& navigation, int samples)
+/// The share of a core, in per cent, that sending 1000 times a second takes.
+template <typename TSend>
+double ShareOfPaced(int samples, TSend send)
 {
     timespec next{};
     clock_gettime(CLOCK_MONOTONIC, &next);
     const double startTime = Benchmarks::Now();
     const double start = Benchmarks::ProcessTime();
     for (int number = 0; number < samples; ++number) {
-        SendSample(navigation, number);
+        send(number);
         next.tv_nsec += kPaceNanoseconds;
         if (next.tv_nsec >= kSecondInNanoseconds) {
             next.tv_nsec -= kSecondInNanoseconds;
@@ -95,16 +98,29 @@ double ShareOfPacedSamples(CNavigationAPI& navigation, int samples)
     return 100.0 * (Benchmarks::ProcessTime() - start) / (Benchmarks::Now() - startTime);
 }
 
-void MeasurePositionFeed(CResults& results, CNavigationAPI& navigation)
+void MeasurePositionFeed(CResults& results, CNavigationAPI& navigation, const CTcp& bare)
 {
     const int samples = results.IsQuick() ? kQuickSamples : kSamples;
-    std::vector<double> shares;
-    shares.reserve(static_cast<std::size_t>(results.Rounds()));
-    for (int round = 0; round < results.Rounds(); ++round) {
-        shares.push_back(ShareOfPacedSamples(navigation, samples));
-    }
+    const std::string bytes(kBytesOfASample, 'x');
+    const auto shares = Benchmarks::Interleave(
+        results.Rounds(),
+        {{"SetPositionData",
+          [&] {
+              return ShareOfPaced(samples, [&](int number) { SendSample(navigation, number); });
+          }},
+         {"raw looks and sends",
+          [&] {
+              return ShareOfPaced(samples, [&](int) {
+                  bare.Look();
+                  bare.Write(bytes);
+              });
+          }},
+         {"timer alone", [&] { return ShareOfPaced(samples, [](int) {}); }}});
     results.Add({"SetPositionData, 1000 a second", "% of a core", {Target::ESense::AtMost, 2.0}},
-                shares);
+                shares[0]);
+    results.Add({"raw looks and sends of as many bytes, 1000 a second", "% of a core", {}},
+                shares[1]);
+    results.Add({"the timer of 1000 a second alone", "% of a core", {}}, shares[2]);
 }
 
 void Measure(CResults& results)
@@ -116,7 +132,7 @@ void Measure(CResults& results)
     CNavigationAPI navigation;
     const CTcp bare = CTcp::Connect(Benchmarks::kServicePort);
     MeasureRate(results, navigation, bare);
-    MeasurePositionFeed(results, navigation);
+    MeasurePositionFeed(results, navigation, bare);
 }
 
 } // namespace
