@@ -30,8 +30,8 @@ async function keepPicture(page, name) {
 }
 
 for (const [width, height, colorScheme] of [
-  [360, 740, "dark"], [360, 740, "light"], [768, 1024, "light"], [1920, 1080, "light"],
-  [1920, 1080, "dark"],
+  [360, 740, "dark"], [360, 740, "light"], [768, 1024, "light"], [1024, 768, "light"],
+  [1280, 900, "dark"], [1920, 1080, "light"], [1920, 1080, "dark"],
 ]) {
   test(`at ${width} pixels, ${colorScheme}, nothing reaches over the side`, async () => {
     const page = await openPage(browser, simulator.page, { viewport: { width, height }, colorScheme });
@@ -49,6 +49,45 @@ for (const [width, height, colorScheme] of [
     await page.context().close();
   });
 }
+
+/** The controls that something else lies over when they are scrolled into view, or that stay out of it. */
+function coveredControls() {
+  document.querySelectorAll("details").forEach((details) => { details.open = true; });
+  const isItself = (node, hit) => node.contains(hit) || hit?.closest("label")?.control === node;
+  return [...document.querySelectorAll("main :is(button, input, select, textarea, summary, canvas)")]
+    .filter((node) => node.checkVisibility())
+    .map((node) => {
+      node.scrollIntoView({ block: "nearest" });
+      const { left, top, width, height } = node.getBoundingClientRect();
+      return [node, document.elementFromPoint(left + width / 2, top + height / 2)];
+    })
+    .filter(([node, hit]) => !isItself(node, hit))
+    .map(([node, hit]) => `${node.id || node.outerHTML.slice(0, 60)} under ${hit?.outerHTML.slice(0, 60)}`);
+}
+
+for (const [width, height] of [
+  [360, 740], [600, 900], [1000, 700], [1024, 768], [1280, 900], [1440, 900], [1500, 900], [1920, 600], [1920, 1080],
+]) {
+  test(`at ${width} x ${height} pixels each control can be reached, and the page ends with its last one`, async () => {
+    const page = await openPage(browser, simulator.page, { viewport: { width, height } });
+    await page.locator(".slider").first().waitFor();
+    await page.locator("#pick").click(); // its hint lies on the map
+    assert.deepEqual(await page.evaluate(coveredControls), []);
+    const [scrolled, end] = await page.evaluate(() => [document.documentElement.scrollHeight,
+      Math.max(window.innerHeight, document.querySelector("main").getBoundingClientRect().bottom + window.scrollY)]);
+    assert.ok(scrolled <= Math.ceil(end), `${scrolled} pixels of ${end}`);
+    await page.context().close();
+  });
+}
+
+test("forced colours leave the unlit lights to be seen", async () => {
+  const page = await openPage(browser, simulator.page, { forcedColors: "active" });
+  const edge = await page.locator(".lightbar i:not(.lit)").first()
+    .evaluate((node) => getComputedStyle(node).borderTopStyle);
+  assert.equal(edge, "solid");
+  await keepPicture(page, "forced.png");
+  await page.context().close();
+});
 
 test("each control has a name", async () => {
   const page = await openPage(browser, simulator.page);
