@@ -1,27 +1,11 @@
 // Engaging, navigation, nudging, the machine's settings: what the driver does.
 import { command, done } from "./service.js";
+import { report } from "./messages.js";
 import { shiftTo, shiftWords } from "./guidance.js";
 
 const element = (id) => document.getElementById(id);
 
 const marks = { engaged: "●", ready: "○", "not ready": "✕", dropped: "▲" };
-
-/** Says in a place of the page what became of a request; `said` unless it was refused. */
-export async function report(place, request, said) {
-  const tell = (text, bad) => {
-    place.textContent = text;
-    place.classList.toggle("bad", bad);
-  };
-  try {
-    const reply = await request;
-    if (done(reply)) tell(said, false);
-    else tell(`Refused: ${reply.reasons.join("; ") || "the service gives no reason"}`, true);
-    return reply;
-  } catch (error) {
-    tell(`Failed: ${error.message}`, true);
-    return null;
-  }
-}
 
 const tell = (request, said) => report(element("message"), request, said);
 

@@ -19,8 +19,21 @@ function remember(on) {
   }
 }
 
+/**
+ * A key that is held counts once: Enter would press a button, or send a form, again and again. A text of
+ * many lines alone takes one after the other.
+ */
+function ignoreHeldEnter() {
+  document.addEventListener("keydown", (event) => {
+    if (!event.repeat || event.key !== "Enter" || event.target.matches("textarea")) return;
+    event.preventDefault();
+    event.stopPropagation();
+  }, { capture: true });
+}
+
 /** Lets keys act: `actions` maps a key, in small letters, to what it does. */
 export function listenToKeys(actions) {
+  ignoreHeldEnter();
   const toggle = element("keys-on");
   toggle.checked = switched();
   toggle.addEventListener("change", () => remember(toggle.checked));

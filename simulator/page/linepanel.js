@@ -1,9 +1,12 @@
 // The forms for a new line: from points, set on the map or typed, and from a text form.
-import { clickPrompt, clickedHeading, clicksOf, kinds, textForm } from "./lines.js";
+import { clickPrompt, clickedHeading, clicksOf, kinds, textForm, textFormHint } from "./lines.js";
 import { command, setLine } from "./service.js";
-import { report } from "./drivepanel.js";
+import { report, say } from "./messages.js";
 
 const element = (id) => document.getElementById(id);
+const tell = (text, ...kinds) => say(element("line-status"), text, ...kinds);
+/** Clicks nearer to the one before are its second half, or a hand that shakes. */
+const samePlacePixels = 6;
 const toCentimetre = (value) => Math.round(value * 100) / 100;
 
 function numberField(id, title, unit) {
@@ -22,6 +25,7 @@ export class LinePanel {
   constructor(model, map, redraw) {
     Object.assign(this, { model, map, redraw });
     this.clicks = null; // how many points have been set on the map; null unless setting them
+    this.lastPlace = null; // where the last of them was set
     element("line-form").addEventListener("submit", (event) => {
       event.preventDefault();
       this.submit();
@@ -41,7 +45,8 @@ export class LinePanel {
   listenToText() {
     element("text-form").addEventListener("submit", (event) => {
       event.preventDefault();
-      this.send(element("text").value.trim(), "The line is loaded.");
+      const text = element("text").value.trim();
+      this.send(text, "The line is loaded.", textFormHint(text));
     });
     element("file").addEventListener("change", async ({ target }) => {
       if (target.files.length > 0) element("text").value = (await target.files[0].text()).trim();
@@ -95,7 +100,9 @@ export class LinePanel {
 
   /** Begins or ends the setting of points on the map. */
   pick(on) {
+    if (this.clicks !== null) tell(""); // what asked for the next point
     this.clicks = on ? 0 : null;
+    this.lastPlace = null;
     this.map.pick(on ? (place) => this.clicked(place) : null);
     element("pick").setAttribute("aria-pressed", on);
     this.showHint();
@@ -110,11 +117,22 @@ export class LinePanel {
     hint.hidden = this.clicks === null;
     if (this.clicks === null) return;
     hint.textContent = `${clickPrompt(this.kind(), this.clicks)}: click, or move the map and press Enter. Esc ends.`;
-    element("line-status").textContent = clickPrompt(this.kind(), this.clicks);
+    tell(clickPrompt(this.kind(), this.clicks));
+  }
+
+  /** Whether a place is that of the point before, as near as the map can show it. */
+  isLastPlace([x, y]) {
+    if (this.lastPlace === null) return false;
+    return Math.hypot(x - this.lastPlace[0], y - this.lastPlace[1]) * this.map.view.scale < samePlacePixels;
   }
 
   clicked(place) {
     const kind = this.kind();
+    if (this.isLastPlace(place)) {
+      tell(`That is where the point before is. ${clickPrompt(kind, this.clicks)} elsewhere.`, "bad");
+      return;
+    }
+    this.lastPlace = place;
     if (this.clicks < kinds[kind].points.length) this.setPoint(this.clicks, place);
     else element("line-heading").value = clickedHeading(this.point(0), place);
     this.clicks += 1;
@@ -124,7 +142,7 @@ export class LinePanel {
       return;
     }
     this.pick(false);
-    element("line-status").textContent = "All points are set: check them and set the line.";
+    tell("All points are set: check them and set the line.");
     element("line-form").querySelector("[type=submit]").focus();
   }
 
@@ -144,7 +162,7 @@ export class LinePanel {
     this.map.view.follow(true);
   }
 
-  send(text, said) {
-    return report(element("line-status"), setLine(text), said);
+  send(text, said, hint = "") {
+    return report(element("line-status"), setLine(text), said, hint);
   }
 }

@@ -8,6 +8,35 @@ export const kinds = {
   2: { title: "circle", points: ["1", "2", "3"] },
 };
 
+/** The values that follow the code of a kind in a text form. */
+const pointOf = "x, y, z of";
+const valuesOf = {
+  0: { title: "an A-B line", count: 6, what: `${pointOf} A and of B` },
+  1: { title: "an A-plus-heading line", count: 4, what: `${pointOf} A, and the heading in radians` },
+  2: { title: "a circle", count: 9, what: `${pointOf} three points` },
+  3: { title: "a spline", counted: true },
+  4: { title: "an A-B curve", counted: true },
+};
+
+/**
+ * What a text that was not taken lacks of a text form, to be said after the reason; empty when it has the
+ * words that its kind wants.
+ */
+export function textFormHint(text) {
+  const [code, ...values] = text.split(/\s+/).filter((word) => word !== "");
+  const kind = valuesOf[code];
+  if (kind === undefined) {
+    return ". It begins with the code of its kind: 0 A-B line, 1 A-plus-heading line, 2 circle, 3 spline, "
+      + "4 A-B curve; such as 0 0 0 0 0 100 0.";
+  }
+  const wrong = values.find((value) => !Number.isFinite(Number(value)));
+  if (wrong !== undefined) return `. "${wrong.slice(0, 20)}" is no number.`;
+  const count = kind.counted ? 1 + 3 * (Number(values[0]) || 0) : kind.count;
+  if (values.length === count) return "";
+  const what = kind.counted ? "the number of points, then x, y, z of each" : `${count} numbers: ${kind.what}`;
+  return `. The text form of ${kind.title} is ${code}, then ${what}. Here ${values.length} follow the ${code}.`;
+}
+
 const number = (value) => value.toFixed(6);
 const flat = ([x, y]) => `${number(x)} ${number(y)} ${number(0)}`;
 

@@ -9,6 +9,7 @@ import { Stream } from "./stream.js";
 import { Trail } from "./trail.js";
 import { TuningPanel } from "./tuningpanel.js";
 import { degrees } from "./geometry.js";
+import { forgetUnanswered, say } from "./messages.js";
 import { listenToKeys } from "./keys.js";
 import { trail as loadTrail } from "./service.js";
 import { whenPaletteChanges } from "./palette.js";
@@ -80,9 +81,9 @@ function showConnection(lost, reason = "") {
   element("lost").hidden = !lost;
   element("lost-reason").textContent = reason;
   element("connection").textContent = lost ? "✕ no connection" : "● connected";
-  document.querySelectorAll("button[id], form button").forEach((button) => {
-    const needsService = button.closest(".map-buttons") === null && button.id !== "pick";
-    if (needsService) button.disabled = lost;
+  if (!lost) forgetUnanswered();
+  document.querySelectorAll("main button, #sliders input, .condition").forEach((control) => {
+    if (control.closest("[data-local]") === null) control.disabled = lost;
   });
 }
 
@@ -99,14 +100,20 @@ async function connected() {
   redraw();
 }
 
+/** What a key asks of the service is not sent while that is lost, as little as by the button. */
+const whileConnected = (act) => () => {
+  if (model.lost) say(element("message"), "Not sent: there is no connection.", "bad", "unanswered");
+  else act();
+};
+
 listenToKeys({
-  e: () => drive.engage(),
-  d: () => drive.disengage(),
-  g: () => drive.start(),
-  x: () => drive.stop(),
-  s: () => drive.snap(),
-  ",": () => drive.nudge(-1),
-  ".": () => drive.nudge(1),
+  e: whileConnected(() => drive.engage()),
+  d: whileConnected(() => drive.disengage()),
+  g: whileConnected(() => drive.start()),
+  x: whileConnected(() => drive.stop()),
+  s: whileConnected(() => drive.snap()),
+  ",": whileConnected(() => drive.nudge(-1)),
+  ".": whileConnected(() => drive.nudge(1)),
   t: () => step.run(),
   p: () => lines.pick(lines.clicks === null),
   escape: () => lines.pick(false),

@@ -1,4 +1,5 @@
-// Requests to the service. Each gives {result, reasons}, or throws an Error with the reason.
+// Requests to the service. Each gives {result, reasons}, or throws an Error with the reason; `refused` of
+// that tells a refusal from an answer that did not come.
 
 /** How long an answer is waited for, milliseconds. What has not been carried out by then is not. */
 const patience = 3000;
@@ -6,7 +7,8 @@ const patience = 3000;
 async function answer(response) {
   if (response.ok) return response.json();
   const value = await response.json().catch(() => ({}));
-  throw new Error(value.error ?? `the service answers with ${response.status}`);
+  const error = new Error(value.error ?? `the service answers with ${response.status}`);
+  throw Object.assign(error, { refused: response.status < 500 });
 }
 
 /** Why a request failed, in words. */
@@ -38,8 +40,14 @@ export const setLine = (text) => post("/wayline", { text });
 /** Where the machine has been: {interval, end, points}. */
 export const trail = () => request("/trail", {});
 
-/** Whether a reply says that something was done; the status leads lists. */
-export const done = ({ result }) => (Array.isArray(result) ? result[0] : result) !== 0;
+/**
+ * Whether a reply says that something was done. The status leads lists; an operation without a reply of its
+ * own was done unless the service has told a reason against it.
+ */
+export function done({ result, reasons }) {
+  if (result === null || result === undefined) return reasons.length === 0;
+  return (Array.isArray(result) ? result[0] : result) !== 0;
+}
 
 /**
  * Sends the newest of many values, one at a time: a slider that is drawn makes more of them than the

@@ -2,6 +2,7 @@
 import { Steadiness, bestScore, isScore, scoreStep, steadyMetres, stepMetres } from "./scoring.js";
 import { command, done } from "./service.js";
 import { errorFigure } from "./guidance.js";
+import { say, sayFailure } from "./messages.js";
 import { short } from "./tuningpanel.js";
 
 const element = (id) => document.getElementById(id);
@@ -11,20 +12,29 @@ const mostScores = 30;
 const leastWidth = 2 * stepMetres + 0.1;
 const shiftMilliseconds = 3000;
 
+/** The scores that the browser keeps for all pages of this address; null when it keeps none at all. */
 function loadScores() {
+  let text = null;
   try {
-    const kept = JSON.parse(localStorage.getItem(keptScores));
+    text = localStorage.getItem(keptScores);
+  } catch {
+    return null;
+  }
+  try {
+    const kept = JSON.parse(text);
     return Array.isArray(kept) ? kept.filter(isScore).slice(-mostScores) : [];
   } catch {
     return [];
   }
 }
 
+/** Gives whether the browser has kept them. Otherwise they last as long as the page. */
 function saveScores(scores) {
   try {
     localStorage.setItem(keptScores, JSON.stringify(scores));
+    return true;
   } catch {
-    // The browser keeps nothing: the scores last as long as the page.
+    return false;
   }
 }
 
@@ -43,17 +53,30 @@ const conditionsOf = ({ state, line, settings }) =>
 export class StepPanel {
   constructor(model) {
     this.model = model;
-    this.scores = loadScores();
+    this.scores = loadScores() ?? [];
+    this.saved = true; // whether the browser keeps what is shown
+    this.obstacleSaid = "";
     this.test = null;
     this.steadiness = new Steadiness();
     element("step-run").addEventListener("click", () => this.run());
     element("step-clear").addEventListener("click", () => this.keep([]));
+    addEventListener("storage", ({ key }) => {
+      if (key !== null && key !== keptScores) return;
+      this.reload(); // another page has scored or cleared
+      this.showScores();
+    });
     this.showScores();
   }
 
   say(text, bad = false) {
-    element("step-status").textContent = text;
-    element("step-status").classList.toggle("bad", bad);
+    this.obstacleSaid = "";
+    say(element("step-status"), text, ...(bad ? ["bad"] : []));
+  }
+
+  /** Says why no test can be run, for as long as that is so. */
+  sayObstacle(obstacle) {
+    this.say(obstacle, obstacle !== "");
+    this.obstacleSaid = obstacle;
   }
 
   /** Why no test can be run now; empty when one can. */
@@ -74,7 +97,7 @@ export class StepPanel {
   async run() {
     const obstacle = this.obstacle();
     if (obstacle !== "") {
-      if (this.test === null) this.say(obstacle, true);
+      if (this.test === null) this.sayObstacle(obstacle);
       return;
     }
     const { state, settings } = this.model;
@@ -89,7 +112,9 @@ export class StepPanel {
       const reply = await command("Nudge", 1, 1, side * stepMetres);
       if (!done(reply)) this.fail(test, `Refused: ${reply.reasons.join("; ")}`);
     } catch (error) {
-      this.fail(test, `Failed: ${error.message}`);
+      if (this.test !== test) return;
+      this.end("");
+      sayFailure(element("step-status"), error);
     }
   }
 
@@ -117,7 +142,7 @@ export class StepPanel {
     const { test } = this;
     this.steadiness.take({ x: state.x, y: state.y, engaged: state.engage_state_name === "engaged",
       error: state.cross_track_error });
-    if (test === null) return undefined;
+    if (test === null) return this.followObstacle();
     if (state.engage_state_name !== "engaged") return this.abandon("steering was disengaged.");
     if (conditionsOf(this.model) !== test.conditions) {
       return this.abandon("the tuning, the speed, the pass or something else was changed meanwhile.");
@@ -130,6 +155,12 @@ export class StepPanel {
     return this.sample(state);
   }
 
+  followObstacle() {
+    if (this.obstacleSaid === "") return;
+    const obstacle = this.obstacle();
+    if (obstacle !== this.obstacleSaid) this.sayObstacle(obstacle);
+  }
+
   sample(state) {
     const { test } = this;
     const before = test.last;
@@ -139,13 +170,14 @@ export class StepPanel {
     test.samples.push({ distance, error: state.cross_track_error });
     const score = scoreStep(test.samples);
     if (score.outcome === "running") {
-      this.say(`Running: ${distance.toFixed(0)} m driven, ${errorFigure(state.cross_track_error)} cm`);
+      this.say(`Running: ${distance.toFixed(0)} m driven, ${errorFigure(state.cross_track_error, state.drives_against)} cm`);
       return;
     }
     const settled = score.settled === null ? "did not settle" : `settled after ${score.settled.toFixed(1)} m`;
     const { tuning } = test;
     this.end(`Scored: ${settled}, overshoot ${(score.overshoot * 100).toFixed(1)} cm${
       score.coarse ? ", roughly: the states come more than 1 m apart" : ""}.`, false);
+    this.reload();
     this.keep([...this.scores, { ...score, ...tuning, number: this.nextNumber() }].slice(-mostScores));
   }
 
@@ -153,9 +185,14 @@ export class StepPanel {
     return 1 + this.scores.reduce((most, { number }) => Math.max(most, number), 0);
   }
 
+  /** Takes over what other pages of this browser have scored, unless this one's own could not be kept. */
+  reload() {
+    if (this.saved) this.scores = loadScores() ?? this.scores;
+  }
+
   keep(scores) {
     this.scores = scores;
-    saveScores(scores);
+    this.saved = saveScores(scores);
     this.showScores();
   }
 

@@ -1,6 +1,6 @@
 // The sliders of the tuning parameters and the look-ahead time.
 import { command, newestOnly } from "./service.js";
-import { report } from "./drivepanel.js";
+import { report } from "./messages.js";
 import { roundDistance } from "./geometry.js";
 
 const element = (id) => document.getElementById(id);

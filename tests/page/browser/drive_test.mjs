@@ -109,7 +109,46 @@ test("a text form is loaded, and a bad one refused with the reason", async () =>
   assert.deepEqual((await navctl("get-wayline")).trim().split(/\s+/).map(Number), [0, 5, 6, 0, 7, 80, 0]);
   await page.locator("#text").fill("0 5 6");
   await page.locator("#text-form [type=submit]").click();
-  await page.locator("#line-status.bad", { hasText: "Failed" }).waitFor();
+  await page.locator("#line-status.bad", { hasText: "Refused: the text is no wayline" }).waitFor();
+  await page.locator("#line-status", { hasText: "6 numbers" }).waitFor();
+});
+
+test("prompts are no errors, Escape takes them back, and a point on the place of the last is refused", async () => {
+  const status = page.locator("#line-status");
+  await page.locator("#clear-line").click();
+  await page.locator("#line-status.bad", { hasText: "Refused" }).waitFor();
+  await page.locator("#pick").click();
+  await page.locator("#line-status:not(.bad)", { hasText: "Set point A" }).waitFor();
+  await page.keyboard.press("Escape");
+  assert.equal(await status.textContent(), "");
+  await page.locator("#pick").click();
+  await page.locator("#map").dblclick({ position: { x: 100, y: 300 } });
+  await page.locator("#line-status.bad", { hasText: "Set point B elsewhere" }).waitFor();
+  assert.equal(await page.locator("#x1").inputValue(), "");
+  await page.locator("#map").click({ position: { x: 150, y: 200 } });
+  await page.locator("#line-status:not(.bad)", { hasText: "All points are set" }).waitFor();
+});
+
+/** Holds Enter on a control for so long that it repeats. */
+async function holdEnter(id) {
+  await page.locator(id).focus();
+  for (let i = 0; i < 6; i += 1) await page.keyboard.down("Enter");
+  await page.keyboard.up("Enter");
+}
+
+test("a key that is held acts once", async () => {
+  const sent = [];
+  page.on("request", (request) => { if (request.method() === "POST") sent.push(request.postData()); });
+  await holdEnter("#pick");
+  await page.locator("#line-status", { hasText: "Set point A" }).waitFor();
+  assert.equal(await page.locator("#x0").inputValue(), "");
+  await page.keyboard.press("Escape");
+  assert.deepEqual(sent, []);
+  await setLine(page, [0, 0], [0, 100]);
+  sent.length = 0;
+  await holdEnter("#nudge-right");
+  await page.locator("#nudge-words", { hasText: "5 cm right" }).waitFor();
+  assert.equal(sent.length, 1);
 });
 
 test("nudge, snap, tuning and machine reach the service", async () => {
@@ -159,6 +198,15 @@ test("a nudge to the driver's right is one to the line's left when the machine d
   assert.equal(Number(await navctl("get-nudge-scalar")), -0.05);
 });
 
+test("what stands in the way of a step test is told for as long as it does", async () => {
+  await setLine(page, [0, 0], [0, 100]);
+  await page.locator("#step-run").click();
+  await page.locator("#step-status.bad", { hasText: "Engage first" }).waitFor();
+  await engage(page);
+  await page.locator("#step-status.bad", { hasText: "Not steady yet" }).waitFor();
+  await page.locator("#step-status:not(.bad)", { hasText: /^$/ }).waitFor({ state: "attached" });
+});
+
 test("steering is engaged by the keyboard alone", async () => {
   await navctl("set-wayline", "0 0 0 0 0 100 0");
   const target = async () => page.evaluate(() => document.activeElement.id);
@@ -181,17 +229,17 @@ test("steering is engaged by the keyboard alone", async () => {
 });
 
 /** Runs the step test as soon as the machine is steady. */
-async function startStepTest() {
+async function startStepTest(page) {
   await until(async () => {
     await page.locator("#step-run").click();
-    return !(await page.locator("#step-status").textContent()).startsWith("Not steady");
+    return /^(Shifting|Running)/.test(await page.locator("#step-status").textContent());
   }, "a machine that is steady");
 }
 
 test("a step test is given up when the tuning is changed meanwhile", async () => {
   await setLine(page, [0, 0], [0, 100]);
   await engage(page);
-  await startStepTest();
+  await startStepTest(page);
   await page.locator("#step-status", { hasText: "Running" }).waitFor();
   await navctl("set-tuning-parameter", "sensitivity", "2");
   await page.locator("#step-status.bad", { hasText: "No score" }).waitFor();
@@ -207,7 +255,7 @@ test("the step test scores two tunings beside each other", async () => {
     await page.locator("#error-words", { hasText: "on the line" }).waitFor();
     await navctl("set-tuning-parameter", "sensitivity", sensitivity);
     await page.locator(".slider b").first().filter({ hasText: sensitivity }).waitFor();
-    await startStepTest();
+    await startStepTest(page);
     await page.locator("#step-status", { hasText: "Scored: settled" }).waitFor({ timeout: 60000 });
     assert.equal(await page.locator("#scores tbody tr").count(), row);
     const cells = await page.locator("#scores tbody tr").first().locator("td").allTextContents();
@@ -219,4 +267,20 @@ test("the step test scores two tunings beside each other", async () => {
   }
   const rough = await page.locator("#scores td", { hasText: "≈" }).count(); // on a machine that is busy
   assert.equal(await page.locator("#scores tr.best").count(), rough < 2 ? 1 : 0);
+});
+
+test("two tabs of a browser keep their scores together", async () => {
+  await setLine(page, [0, 0], [0, 100]);
+  const other = await page.context().newPage();
+  await other.goto(simulator.page);
+  await engage(page);
+  for (const [tab, numbers] of [[page, ["1"]], [other, ["2", "1"]]]) {
+    await startStepTest(tab);
+    await tab.locator("#step-status", { hasText: "Scored: settled" }).waitFor({ timeout: 60000 });
+    const shown = async (each) => (await each.locator("#scores tbody th").allTextContents())
+      .map((text) => text.replace(" ★", ""));
+    for (const each of [page, other]) {
+      await until(async () => JSON.stringify(await shown(each)) === JSON.stringify(numbers), `scores ${numbers}`);
+    }
+  }
 });

@@ -22,12 +22,18 @@ async function showsTheLoss(page) {
   assert.equal(await page.locator("#engage").isDisabled(), true);
   assert.match(await page.locator("#engage-state span").evaluate(
     (node) => getComputedStyle(node, "::after").content), /old/);
+  assert.equal(await page.locator("#sliders input").first().isDisabled(), true);
+  assert.equal(await page.locator("#step-clear").isDisabled(), false);
+  await page.keyboard.press("e");
+  await page.locator("#message.bad", { hasText: "Not sent" }).waitFor();
 }
 
 async function showsTheReturn(page) {
   await page.locator("#lost").waitFor({ state: "hidden" });
   await page.locator("#connection", { hasText: "● connected" }).waitFor();
   assert.equal(await page.locator("#engage").isDisabled(), false);
+  assert.equal(await page.locator("#sliders input").first().isDisabled(), false);
+  assert.equal(await page.locator("#message").textContent(), "");
   const time = await page.locator("#fact-time").textContent();
   await until(async () => await page.locator("#fact-time").textContent() !== time, "time goes on");
 }

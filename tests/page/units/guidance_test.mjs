@@ -4,6 +4,7 @@ import { load } from "./page_modules.mjs";
 
 const guidance = await load("guidance.js");
 const lines = await load("lines.js");
+const service = await load("service.js");
 
 for (const [error, against, words] of [
   [0.12, false, "right of the line → steer left"],
@@ -73,3 +74,30 @@ test("each kind asks for its clicks in turn", () => {
   assert.deepEqual([0, 1, 2].map(lines.clicksOf), [2, 2, 3]);
   assert.equal(lines.clickPrompt(1, 1), "Set a point in the heading wanted");
 });
+
+for (const [text, hint] of [
+  ["0 5 6", /6 numbers: x, y, z of A and of B\. Here 2 follow/],
+  ["1 0 0 0", /heading in radians\. Here 3 follow/],
+  ["2 0 0 0", /9 numbers.*Here 3 follow/],
+  ["3 2 0 0 0", /number of points.*Here 4 follow/],
+  ["4 1 0 0 0", /^$/],
+  ["0 0 0 0 0 1oo 0", /"1oo" is no number/],
+  ["hello", /begins with the code of its kind/],
+  ["", /begins with the code of its kind/],
+]) {
+  test(`the text "${text}" is told what it lacks`, () => {
+    assert.match(lines.textFormHint(text), hint);
+  });
+}
+
+for (const [name, reply, expected] of [
+  ["a status of 1", { result: 1, reasons: [] }, true],
+  ["a status of 0", { result: 0, reasons: ["no"] }, false],
+  ["a list led by 0", { result: [0, 2], reasons: [] }, false],
+  ["nothing", { result: null, reasons: [] }, true],
+  ["nothing but a reason", { result: null, reasons: ["no"] }, false],
+]) {
+  test(`a reply of ${name} means ${expected ? "done" : "refused"}`, () => {
+    assert.equal(service.done(reply), expected);
+  });
+}
