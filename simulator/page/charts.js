@@ -1,6 +1,6 @@
 // The two charts of the last minute.
 import { fitted, font, palette } from "./palette.js";
-import { bandMetres } from "./guidance.js";
+import { bandMetres, seenByDriver } from "./guidance.js";
 import { degrees } from "./geometry.js";
 
 const shownSeconds = 60;
@@ -20,7 +20,7 @@ export class History {
     if (last && state.time < last.time) this.samples = []; // another run of the simulation
     this.samples.push({
       time: state.time,
-      error: state.cross_track_error,
+      error: seenByDriver(state.cross_track_error, state.drives_against),
       actual: degrees(state.steering_angle),
       desired: degrees(state.desired_steering_angle),
     });

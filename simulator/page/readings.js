@@ -62,7 +62,7 @@ export class Readings {
       light.classList.toggle("lit", burns);
     }
     element("lightbar").setAttribute("aria-label", lightbarWords(error, against));
-    element("error-figure").textContent = errorFigure(error);
+    element("error-figure").textContent = errorFigure(error, against);
     element("error-words").textContent = errorWords(error, against);
     const steer = sideToSteerTo(error, against);
     element("steer-left").classList.toggle("now", steer < 0);

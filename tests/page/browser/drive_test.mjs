@@ -198,6 +198,15 @@ test("a nudge to the driver's right is one to the line's left when the machine d
   assert.equal(Number(await navctl("get-nudge-scalar")), -0.05);
 });
 
+test("against the line's direction figure, words, arrow and lights are the driver's", async () => {
+  await setLine(page, [0, 100], [0, 0]);
+  const words = "right of the line, driven against its direction → steer left";
+  await page.locator("#error-words", { hasText: words }).waitFor();
+  assert.equal(await shownError(page), 40);
+  await page.locator("#steer-left.now").waitFor();
+  assert.ok(Number(await page.locator(".lightbar .lit").last().getAttribute("data-place")) < 0);
+});
+
 test("what stands in the way of a step test is told for as long as it does", async () => {
   await setLine(page, [0, 0], [0, 100]);
   await page.locator("#step-run").click();

@@ -157,6 +157,14 @@ test("another run of the simulation begins the history anew", () => {
   assert.deepEqual(history.samples.map(({ time }) => time), [0.1, 0.2]);
 });
 
+test("errors are kept with the sign of the side on which the driver sees the machine", () => {
+  const history = new History();
+  for (const against of [false, true]) {
+    history.add({ ...state(1), cross_track_error: 0.1, drives_against: against });
+  }
+  assert.deepEqual(history.samples.map(({ error }) => error), [0.1, -0.1]);
+});
+
 test("the part in the band is that of the states with a line", () => {
   const history = new History();
   history.add(state(0, null));

@@ -9,8 +9,8 @@ const service = await load("service.js");
 for (const [error, against, words] of [
   [0.12, false, "right of the line → steer left"],
   [-0.12, false, "left of the line → steer right"],
-  [0.12, true, "right of the line, driven in reverse order → steer right"],
-  [-0.12, true, "left of the line, driven in reverse order → steer left"],
+  [0.12, true, "left of the line, driven against its direction → steer right"],
+  [-0.12, true, "right of the line, driven against its direction → steer left"],
   [0.025, false, "on the line"],
   [null, false, "no line"],
 ]) {
@@ -35,6 +35,14 @@ for (const [error, side, lit] of [
     assert.deepEqual(guidance.lightbar(error, false), { side, lit, middle: side === 0 });
   });
 }
+
+test("against the line's direction figure, words and arrow are the driver's", () => {
+  assert.equal(guidance.errorFigure(0.12, true), "−12.0");
+  assert.equal(guidance.errorFigure(0, true), "0.0");
+  assert.equal(guidance.errorFigure(null, true), "–");
+  assert.equal(guidance.sideToSteerTo(0.12, true), 1);
+  assert.match(guidance.lightbarWords(0.12, true), /−12.0 centimetres, left of the line.*steer right/);
+});
 
 test("without a line no light burns", () => {
   assert.deepEqual(guidance.lightbar(null, false), { side: 0, lit: 0, middle: false });
