@@ -129,7 +129,9 @@ export class LinePanel {
   clicked(place) {
     const kind = this.kind();
     if (this.isLastPlace(place)) {
-      tell(`That is where the point before is. ${clickPrompt(kind, this.clicks)} elsewhere.`, "bad");
+      const problem = `That is where the point before is. ${clickPrompt(kind, this.clicks)} elsewhere.`;
+      tell(problem, "bad");
+      element("pick-hint").textContent = problem; // on a small screen the status is out of sight
       return;
     }
     this.lastPlace = place;

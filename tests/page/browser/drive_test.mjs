@@ -125,6 +125,7 @@ test("prompts are no errors, Escape takes them back, and a point on the place of
   await page.locator("#map").dblclick({ position: { x: 100, y: 300 } });
   await page.locator("#line-status.bad", { hasText: "Set point B elsewhere" }).waitFor();
   assert.equal(await page.locator("#x1").inputValue(), "");
+  assert.match(await page.locator("#pick-hint").textContent(), /Set point B elsewhere/);
   await page.locator("#map").click({ position: { x: 150, y: 200 } });
   await page.locator("#line-status:not(.bad)", { hasText: "All points are set" }).waitFor();
 });
