@@ -51,7 +51,7 @@ py::object PointsToPython(const std::vector<Point>& points)
     for (std::size_t i = 0; i < points.size(); ++i) {
         list[i] = ToPython(points[i]);
     }
-    return std::move(list);
+    return py::object(std::move(list));
 }
 
 /// Reads an array of doubles without asking for each of its elements.
