@@ -193,6 +193,7 @@ test("a condition that is refused is not shown as set", async () => {
 
 test("a nudge to the driver's right is one to the line's left when the machine drives against it", async () => {
   await setLine(page, [0, 100], [0, 0]);
+  await page.locator("#error-words", { hasText: "driven against its direction" }).waitFor();
   await page.locator("#nudge-right").click();
   await page.locator("#nudge-words", { hasText: "5 cm right" }).waitFor();
   assert.equal(await page.locator("#fact-nudge").textContent(), "5 cm right");
