@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
+#include <future>
 #include <iterator>
 #include <memory>
 #include <string>
@@ -133,15 +134,19 @@ TEST(Connection, SendsALargeMessageWholeToAPeerThatReadsSlowly)
 TEST(Connection, RaisesNoSignalWhenThePeerHasGone)
 {
     for (const bool withReset : {false, true}) {
+        std::promise<void> connected; // a reset while it still connects would fail that
         CRawPeer peer(
             [&](CRawLink& link) {
+                connected.get_future().wait();
                 if (withReset) {
                     link.Reset();
                 }
             },
             0);
         MPISocketClientC client(false);
-        ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
+        const bool isConnected = client.Connect(kHost, peer.Port(), -1);
+        connected.set_value();
+        ASSERT_TRUE(isConnected);
         pollfd watched = {client.Descriptor(), POLLRDHUP, 0};
         ASSERT_EQ(1, ::poll(&watched, 1, 10000));
         int sent = 0;
