@@ -12,7 +12,7 @@ enum class ELinkError
     None,         ///< it did not fail
     NotConnected, ///< there was no connection to send on
     Refused,      ///< nobody listens at the address, or it could not be reached
-    TimedOut,     ///< no connection, no room to send, or no reply in time
+    TimedOut,     ///< no connection, no room to send, no reply, or too much to read, in time
     Closed,       ///< the service closed or reset the connection
     BadMessage, ///< bytes that are no message, or a message over a limit; the connection is closed
     NoValue,    ///< the service answered, but with nothing

@@ -114,7 +114,8 @@ public:
     void RequestCallback(const std::string& name, MPICallbackBase* callback);
 
     /// Looks at the socket, takes in what has arrived, and closes a connection that the peer has
-    /// closed. Does not wait and does not reconnect.
+    /// closed, and one over which a peer sends more than can be taken in within 400 ms. Does not
+    /// wait for anything to arrive and does not reconnect.
     ///
     /// @return whether the link can be used: the connection was opened by Connect() or taken over
     ///         by Accept(), and is alive.

@@ -10,10 +10,11 @@ MPISocketClientC::~MPISocketClientC() = default;
 
 int MPISocketClientC::CheckCallbacks()
 {
-    if (m_messages->reconnects && !IsLinkUp()) {
+    ReceiveMessage(false);
+    if (m_messages->reconnects && !m_messages->IsUp()) {
         m_messages->ReopenPaced();
     }
-    return MPISocketConnectionC::CheckCallbacks();
+    return m_messages->Deliver();
 }
 
 bool MPISocketClientC::VerifyConnection()

@@ -57,17 +57,7 @@ bool MPISocketConnectionC::ProcessMessages(bool wait)
 int MPISocketConnectionC::CheckCallbacks()
 {
     ReceiveMessage(false);
-    m_messages->AttendExtraReader();
-    EventQueueC& events = m_messages->events;
-    int delivered = 0;
-    // Those that are there now: what arrives while callbacks run waits for the next time.
-    for (std::size_t left = events.Size(); left > 0 && events.Size() > 0; --left) {
-        EventC event = events.Pop();
-        DoClientCallback(*event.name, event.payload.get());
-        events.Recycle(std::move(event));
-        ++delivered;
-    }
-    return delivered;
+    return m_messages->Deliver();
 }
 
 bool MPISocketConnectionC::SendMessage(BEncoderC* encoder)
@@ -96,10 +86,11 @@ bool MPISocketConnectionC::SendMessageElement(BElementC* element)
 bool MPISocketConnectionC::ReceiveMessage(bool wait)
 {
     if (!wait) {
-        return m_messages->TakeIn();
+        return m_messages->TakeIn() != MessageStateC::ELook::Nothing;
     }
     const DeadlineC deadline = DeadlineC::After(m_timeoutMilliseconds);
-    return m_messages->IsUp() && m_socket->tcp.Wait(false, deadline) && m_messages->TakeIn();
+    return m_messages->IsUp() && m_socket->tcp.Wait(false, deadline) &&
+           m_messages->TakeIn() != MessageStateC::ELook::Nothing;
 }
 
 void MPISocketConnectionC::MessageReceived(BDictionaryC* message)
@@ -153,8 +144,7 @@ void MPISocketConnectionC::RequestCallback(const std::string& name, MPICallbackB
 
 bool MPISocketConnectionC::IsLinkUp()
 {
-    m_messages->TakeIn();
-    return m_messages->IsUp();
+    return m_messages->LookAtLink();
 }
 
 unsigned long MPISocketConnectionC::DroppedEvents() const

@@ -16,6 +16,12 @@ constexpr std::size_t kLargestMessage = std::size_t{32} * 1024 * 1024;
 /// connection is seen, and yet an end, for a peer that never stops sending.
 constexpr std::size_t kMostAtOneLook = std::size_t{16} * 1024 * 1024;
 constexpr std::size_t kBytesARead = std::size_t{64} * 1024;
+/// How long that may take, so that a call through a flood of tiny messages ends in time on a slow
+/// machine too.
+constexpr int kLongestLookMilliseconds = 400;
+/// What a look takes in however long that takes: a backlog, read by a process that was held up, is
+/// no flood.
+constexpr std::size_t kLeastAtOneLook = std::size_t{1} * 1024 * 1024;
 /// How many requests of the peer wait for their answer while a message of our own is half written.
 constexpr std::size_t kMostRequests = 1024;
 /// A wait that is this much shorter than the time-out still counts as the whole time-out.
@@ -206,14 +212,30 @@ void MessageStateC::AnswerRequests()
     }
 }
 
-bool MessageStateC::TakeIn()
+MessageStateC::ELook MessageStateC::TakeIn()
 {
-    const std::size_t most = kMostAtOneLook / kBytesARead;
+    constexpr std::size_t least = kLeastAtOneLook / kBytesARead;
+    constexpr std::size_t most = kMostAtOneLook / kBytesARead;
     std::size_t reads = 0;
+    DeadlineC end; // counts from the first read, so that a look at a silent link asks for no time
     while (IsUp() && reads < most && Receive(false) == ETransfer::Done) {
         ++reads;
+        if (reads == 1) {
+            end = DeadlineC::After(kLongestLookMilliseconds);
+        } else if (reads >= least && end.Passed()) {
+            return ELook::OutOfTime;
+        }
     }
-    return reads > 0;
+    return reads > 0 ? ELook::Something : ELook::Nothing;
+}
+
+bool MessageStateC::LookAtLink()
+{
+    if (TakeIn() == ELook::OutOfTime && IsUp()) {
+        // Whether the service is still there stands behind what is left, out of sight.
+        return Lose(ELinkError::TimedOut, "the service sends more than can be read in time");
+    }
+    return IsUp();
 }
 
 bool MessageStateC::Await(const DeadlineC& deadline)
@@ -312,6 +334,20 @@ bool MessageStateC::WaitToProcess(const DeadlineC& deadline)
                                   pollfd{connection.GetExtraReader(), POLLIN, 0}};
     ::poll(entries.data(), entries.size(), limit);
     return true;
+}
+
+int MessageStateC::Deliver()
+{
+    AttendExtraReader();
+    int delivered = 0;
+    // Those that are there now: what arrives while callbacks run waits for the next time.
+    for (std::size_t left = events.Size(); left > 0 && events.Size() > 0; --left) {
+        EventC event = events.Pop();
+        connection.DoClientCallback(*event.name, event.payload.get());
+        events.Recycle(std::move(event));
+        ++delivered;
+    }
+    return delivered;
 }
 
 void MessageStateC::AttendExtraReader()

@@ -29,11 +29,19 @@ struct MessageStateC
 
     /// Sends bytes whole before the deadline, or closes the connection.
     bool Send(const char* data, std::size_t size, const DeadlineC& deadline);
-    /// Takes in all that has arrived, without waiting; closes a connection that the peer has
-    /// closed.
-    ///
-    /// @return whether anything arrived.
-    bool TakeIn();
+    /// What a look at what has arrived found.
+    enum class ELook
+    {
+        Nothing,
+        Something,
+        OutOfTime ///< more than could be taken in before the look had to end
+    };
+    /// Takes in all that has arrived, without waiting, within a bound in bytes and in time; closes
+    /// a connection that the peer has closed.
+    ELook TakeIn();
+    /// Takes in what has arrived and tells whether the link is up. A peer that sends more than can
+    /// be taken in in time is taken for lost, because the end of its connection could not be seen.
+    bool LookAtLink();
     /// Waits for something to arrive and takes it in.
     ///
     /// @return false when the deadline has passed or the connection is lost.
@@ -53,8 +61,10 @@ struct MessageStateC
     ///
     /// @return false when there is no use in waiting longer.
     bool WaitToProcess(const DeadlineC& deadline);
-    /// Calls ReadExtra() when the extra descriptor has something to read.
-    void AttendExtraReader();
+    /// Attends the extra descriptor and delivers the events that are queued.
+    ///
+    /// @return the number of events delivered.
+    int Deliver();
     /// Makes a short attempt to reopen a lost connection, unless the last was less than 500 ms ago.
     void ReopenPaced();
     using Registration = std::pair<const std::string, std::shared_ptr<MPICallbackBase>>;
@@ -104,6 +114,8 @@ private:
     void Sort(MessageC& message);
     void TakeReply(MessageC& message);
     void AnswerRequests();
+    /// Calls ReadExtra() when the extra descriptor has something to read.
+    void AttendExtraReader();
     bool Lose(ELinkError code, std::string reason);
     std::unique_ptr<BElementC> ResultOf(Awaited& reply);
 

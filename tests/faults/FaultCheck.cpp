@@ -15,13 +15,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr int kConnectLimitMilliseconds = 1000; // the library's own
-#if defined(__SANITIZE_THREAD__)
-constexpr int kSlackMilliseconds = 20000; // decodes a flood that much more slowly
-#elif defined(__SANITIZE_ADDRESS__)
-constexpr int kSlackMilliseconds = 5000; // likewise
-#else
 constexpr int kSlackMilliseconds = 500;
-#endif
 constexpr int kHealthyTimeoutMilliseconds = 10000;
 constexpr std::size_t kMostGrowth = std::size_t{32} * 1024 * 1024;
 
