@@ -15,13 +15,13 @@ using Kestrove::Testing::CScriptedService;
 
 namespace {
 
-constexpr int kEvents = 100'000;
+constexpr int kFlood = 100'000;
 constexpr int kKept = 4096;
 
 std::string NumberedOffsets()
 {
     std::string bytes;
-    for (int number = 1; number <= kEvents; ++number) {
+    for (int number = 1; number <= kFlood; ++number) {
         bytes += Bytes::Notification("cb_offsets", '\x91' + Bytes::Float64(number));
     }
     return bytes;
@@ -41,9 +41,9 @@ TEST(EventFlood, OfAnApplicationThatDoesNotReadIsBoundedCountedAndLeavesTheLinkA
     client.SetTimeout(20000);
     EXPECT_EQ(1, client.EngageSteering()); // takes in all of it on the way to its reply
     EXPECT_LE(meter.LargestBlock(), std::size_t{4} * 1024 * 1024);
-    EXPECT_EQ(static_cast<unsigned long>(kEvents - kKept), client.DroppedEvents());
+    EXPECT_EQ(static_cast<unsigned long>(kFlood - kKept), client.DroppedEvents());
     EXPECT_EQ(kKept, client.CheckCallbacks());
-    EXPECT_EQ("offset " + std::to_string(kEvents - kKept + 1), client.Calls().front());
+    EXPECT_EQ("offset " + std::to_string(kFlood - kKept + 1), client.Calls().front());
     EXPECT_EQ("offset 100000", client.Calls().back());
     EXPECT_EQ(1U, service.AcceptedCount());
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/navctl/files/Pipe.h"
+#include "tests/navctl/files/WaylineLists.h"
 
 namespace {
 
@@ -11,14 +12,6 @@ WaylineList Read(const std::string& content, const WaylineReading& reading = {})
     const CPipe pipe(content);
     CLineReader lines(pipe.Descriptor(), 10000);
     return ReadWaylineCsv(lines, reading);
-}
-
-WaylineList ListOf(const std::vector<WaylineContent>& contents)
-{
-    WaylineList list;
-    for (const WaylineContent& content : contents)
-        list.entries.push_back({list.entries.size() + 1, content});
-    return list;
 }
 
 WaylineContent Curve(std::vector<WaylinePoint> points, const std::string& name = {})

@@ -5,19 +5,12 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "tests/navctl/files/WaylineLists.h"
 #include "tools/navctl/wayline/WaylineText.h"
 
 namespace {
 
 const GeodeticPlace kOrigin{48.5, 11.25, 520.0};
-
-WaylineList ListOf(const std::vector<WaylineContent>& contents)
-{
-    WaylineList list;
-    for (const WaylineContent& content : contents)
-        list.entries.push_back({list.entries.size() + 1, content});
-    return list;
-}
 
 std::string Feature(const std::string& properties, const std::string& geometry)
 {

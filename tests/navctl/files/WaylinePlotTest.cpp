@@ -2,17 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace {
-
-WaylineList ListOf(const std::vector<WaylineContent>& contents)
-{
-    WaylineList list;
-    for (const WaylineContent& content : contents)
-        list.entries.push_back({list.entries.size() + 1, content});
-    return list;
-}
-
-} // namespace
+#include "tests/navctl/files/WaylineLists.h"
 
 TEST(WaylinePlot, DrawsAxesInMetresAScaleAndTheLetters)
 {

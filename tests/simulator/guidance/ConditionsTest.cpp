@@ -20,13 +20,6 @@ SimulationOptions OnTheLine()
     return options;
 }
 
-void Advance(CSimulation& simulation, double seconds)
-{
-    const double end = simulation.Time() + seconds;
-    while (simulation.Time() < end)
-        simulation.Step();
-}
-
 struct RefusalRow
 {
     const char* what;

@@ -233,3 +233,11 @@ CDrive NudgedDrive(std::uint64_t seed)
     simulation->SetNudge(0.5);
     return DrivenOn(*simulation, 40.0);
 }
+
+void Advance(CSimulation& simulation, double seconds)
+{
+    const double end = simulation.Time() + seconds;
+    while (simulation.Time() < end) {
+        simulation.Step();
+    }
+}

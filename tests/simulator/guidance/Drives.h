@@ -81,4 +81,7 @@ CDrive NudgedDrive(std::uint64_t seed);
 /// the origin, `spacing` metres apart.
 std::vector<Point> BendsPoints(double spacing);
 
+/// Lets a simulation run on for `seconds` of its clock.
+void Advance(CSimulation& simulation, double seconds);
+
 #endif

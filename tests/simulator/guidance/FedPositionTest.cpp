@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "simulator/world/Simulation.h"
+#include "tests/simulator/guidance/Drives.h"
 
 namespace {
 
@@ -27,13 +28,6 @@ void FeedFor(CSimulation& simulation, double seconds, double east)
         for (int step = 0; step < CSimulation::kStepsPerControl; ++step)
             simulation.Step();
     }
-}
-
-void Advance(CSimulation& simulation, double seconds)
-{
-    const double end = simulation.Time() + seconds;
-    while (simulation.Time() < end)
-        simulation.Step();
 }
 
 TEST(FedMode, TheMachineIsWhereTheSamplesSay)
