@@ -49,13 +49,13 @@ public:
     /// @param payload stays the connection's.
     /// @return what DoCallback() returned.
     virtual int DoClientCallback(const std::string& name, BListC* payload);
-    /// Delivers all events that have arrived. An exception of a callback passes through; the
-    /// events behind it stay queued.
+    /// Delivers all events that have arrived, or as many as can be taken in within 250 ms. An
+    /// exception of a callback passes through; the events behind it stay queued.
     ///
     /// @param wait whether to wait for an event, up to the time-out, when none is there.
     /// @return whether an event was delivered.
     virtual bool ProcessMessages(bool wait);
-    /// Delivers all events that have arrived, without waiting.
+    /// Delivers events by the rules of ProcessMessages(), without waiting.
     ///
     /// @return the number of events delivered.
     virtual int CheckCallbacks();
@@ -114,8 +114,8 @@ public:
     void RequestCallback(const std::string& name, MPICallbackBase* callback);
 
     /// Looks at the socket, takes in what has arrived, and closes a connection that the peer has
-    /// closed, and one over which a peer sends more than can be taken in within 400 ms. Does not
-    /// wait for anything to arrive and does not reconnect.
+    /// closed, and one over which a peer has sent 64 KiB or more that cannot all be taken in within
+    /// 250 ms. Does not wait for anything to arrive and does not reconnect.
     ///
     /// @return whether the link can be used: the connection was opened by Connect() or taken over
     ///         by Accept(), and is alive.

@@ -15,13 +15,12 @@ constexpr std::size_t kLargestMessage = std::size_t{32} * 1024 * 1024;
 /// How much is taken in at one look at the link: more than a socket buffers, so that the end of a
 /// connection is seen, and yet an end, for a peer that never stops sending.
 constexpr std::size_t kMostAtOneLook = std::size_t{16} * 1024 * 1024;
-constexpr std::size_t kBytesARead = std::size_t{64} * 1024;
-/// How long that may take, so that a call through a flood of tiny messages ends in time on a slow
-/// machine too.
-constexpr int kLongestLookMilliseconds = 400;
-/// What a look takes in however long that takes: a backlog, read by a process that was held up, is
-/// no flood.
-constexpr std::size_t kLeastAtOneLook = std::size_t{1} * 1024 * 1024;
+/// How long that may take: a call that looks twice and opens a connection in between still ends
+/// within half a second of its limits.
+constexpr int kLongestLookMilliseconds = 250;
+/// A peer that has sent less is not taken for lost when that time is over: it is this process that
+/// is held up, and soon catches up.
+constexpr std::size_t kLeastFlood = std::size_t{64} * 1024;
 /// How many requests of the peer wait for their answer while a message of our own is half written.
 constexpr std::size_t kMostRequests = 1024;
 /// A wait that is this much shorter than the time-out still counts as the whole time-out.
@@ -98,14 +97,15 @@ bool MessageStateC::SendWhole(const char* data, std::size_t size, const Deadline
             if (!tcp.Wait(true, deadline) || deadline.Passed()) {
                 Lose(ELinkError::TimedOut, "the service took no message in time");
             } else {
-                Receive(false);
+                std::size_t received = 0;
+                Receive(false, received);
             }
         }
     }
     return gone == size;
 }
 
-ETransfer MessageStateC::Receive(bool mayWait)
+ETransfer MessageStateC::Receive(bool mayWait, std::size_t& received)
 {
     SocketStateC& socket = SocketState();
     const unsigned long present = socket.connections;
@@ -116,7 +116,6 @@ ETransfer MessageStateC::Receive(bool mayWait)
     }
     std::size_t room = 0;
     char* const space = m_decoder.Space(room);
-    std::size_t received = 0;
     const ETransfer outcome = mayWait ? socket.tcp.ReceiveWaiting(space, room, received)
                                       : socket.tcp.ReceiveNow(space, room, received);
     if (outcome == ETransfer::Closed) {
@@ -214,28 +213,30 @@ void MessageStateC::AnswerRequests()
 
 MessageStateC::ELook MessageStateC::TakeIn()
 {
-    constexpr std::size_t least = kLeastAtOneLook / kBytesARead;
-    constexpr std::size_t most = kMostAtOneLook / kBytesARead;
-    std::size_t reads = 0;
+    std::size_t taken = 0;
+    std::size_t received = 0;
     DeadlineC end; // counts from the first read, so that a look at a silent link asks for no time
-    while (IsUp() && reads < most && Receive(false) == ETransfer::Done) {
-        ++reads;
-        if (reads == 1) {
+    bool isOver = false;
+    while (IsUp() && taken < kMostAtOneLook && Receive(false, received) == ETransfer::Done) {
+        if (taken == 0) {
             end = DeadlineC::After(kLongestLookMilliseconds);
-        } else if (reads >= least && end.Passed()) {
-            return ELook::OutOfTime;
         }
+        taken += received;
+        if (isOver) { // and there was still something to read
+            return taken < kLeastFlood ? ELook::Something : ELook::Flood;
+        }
+        isOver = end.Passed();
     }
-    return reads > 0 ? ELook::Something : ELook::Nothing;
+    return taken > 0 ? ELook::Something : ELook::Nothing;
 }
 
 bool MessageStateC::LookAtLink()
 {
-    if (TakeIn() == ELook::OutOfTime && IsUp()) {
+    if (TakeIn() == ELook::Flood && IsUp()) {
         // Whether the service is still there stands behind what is left, out of sight.
-        return Lose(ELinkError::TimedOut, "the service sends more than can be read in time");
+        Lose(ELinkError::TimedOut, "the service sends more than can be read in time");
     }
-    return IsUp();
+    return IsUp(); // a hook may have opened another connection
 }
 
 bool MessageStateC::Await(const DeadlineC& deadline)
@@ -251,7 +252,8 @@ bool MessageStateC::Await(const DeadlineC& deadline)
     } else if (!tcp.Wait(false, deadline)) {
         return false;
     }
-    const ETransfer outcome = Receive(isWhole);
+    std::size_t received = 0;
+    const ETransfer outcome = Receive(isWhole, received);
     return outcome == ETransfer::Done || (outcome == ETransfer::NotNow && !deadline.Passed());
 }
 

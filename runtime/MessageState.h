@@ -34,7 +34,7 @@ struct MessageStateC
     {
         Nothing,
         Something,
-        OutOfTime ///< more than could be taken in before the look had to end
+        Flood ///< more than could be taken in before the look had to end
     };
     /// Takes in all that has arrived, without waiting, within a bound in bytes and in time; closes
     /// a connection that the peer has closed.
@@ -109,7 +109,8 @@ private:
 
     bool IsStill(unsigned long present);
     bool SendWhole(const char* data, std::size_t size, const DeadlineC& deadline);
-    ETransfer Receive(bool mayWait);
+    /// Takes in what one read gives, `received` bytes.
+    ETransfer Receive(bool mayWait, std::size_t& received);
     bool SortArrived();
     void Sort(MessageC& message);
     void TakeReply(MessageC& message);

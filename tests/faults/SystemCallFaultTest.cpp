@@ -40,12 +40,8 @@ const FailureRow kFailures[] = {
 };
 
 constexpr int kTimeoutMilliseconds = 200;
-#if defined(__SANITIZE_THREAD__)
-constexpr int kLongestCall = 10000;
-#else
 // The connect limit, the time-out and half a second.
 constexpr int kLongestCall = 1000 + kTimeoutMilliseconds + 500;
-#endif
 
 /// A service that ends its first connection behind its first reply, ahead of which it has sent an
 /// event that came by itself.

@@ -159,7 +159,7 @@ class PlainService(unittest.TestCase):
             with self.subTest(request):
                 code, subject, text = self.found({"GetImplementWidth": 3.0, request: SILENCE})
                 self.assertEqual((4, "reply"), (code, subject))
-                self.assertEqual("connected, but the service is silent: no reply in time", text)
+                self.assertEqual("connected, but no answer: no reply in time", text)
 
     def test_control_characters_of_the_service_do_not_reach_a_terminal(self):
         with scripted({"IsNavigationActivated": 1, "IsSteeringEngaged": 0,

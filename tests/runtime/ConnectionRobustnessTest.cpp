@@ -1,14 +1,11 @@
 #include "platform/MPISocketConnection.h"
 
-#include <chrono>
 #include <future>
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <thread>
 
 #include <gtest/gtest.h>
-#include <poll.h>
 
 #include "platform/MPISocketClient.h"
 #include "tests/runtime/ConnectionCalls.h"
@@ -67,83 +64,7 @@ public:
     bool m_throws = true;
 };
 
-/// Takes its time over all that arrives, like a machine that decodes slowly.
-class CSlowClient : public MPISocketClientC
-{
-public:
-    CSlowClient() : MPISocketClientC(false) {}
-    void DataReceived() override
-    {
-        ++m_reads;
-        std::this_thread::sleep_for(std::chrono::milliseconds(60));
-    }
-    int m_reads = 0;
-};
-
-/// More than a look needs to run out of its time, and far less than it may read in it.
-constexpr int kMostReadsInTime = 32;
-
-/// Sends events that nobody has asked for as fast as they are taken.
-void FloodWithEvents(CRawLink& link)
-{
-    std::string events;
-    while (events.size() < 65536) {
-        events += Bytes::Notification("ev", "\x90");
-    }
-    while (true) {
-        link.Send(events);
-    }
-}
-
 } // namespace
-
-TEST(ConnectionRobustness, TakesAServiceThatSendsMoreThanCanBeReadInTimeForLost)
-{
-    CRawPeer peer(FloodWithEvents, 0);
-    CSlowClient client;
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    ASSERT_TRUE(client.ReceiveMessage(true));
-
-    client.m_reads = 0;
-    EXPECT_FALSE(client.IsLinkUp());
-    EXPECT_GE(kMostReadsInTime, client.m_reads);
-    EXPECT_EQ(ELinkError::TimedOut, client.LastError().code);
-    EXPECT_EQ("the service sends more than can be read in time", client.LastError().text);
-}
-
-TEST(ConnectionRobustness, KeepsAServiceThatSendsMoreThanCanBeReadWhenItDeliversEvents)
-{
-    CRawPeer peer(FloodWithEvents, 0);
-    CSlowClient client;
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    ASSERT_TRUE(client.ReceiveMessage(true));
-
-    client.m_reads = 0;
-    EXPECT_FALSE(client.ProcessMessages(false)) << "nobody has asked for the events";
-    EXPECT_GE(kMostReadsInTime, client.m_reads);
-    EXPECT_NE(-1, client.Descriptor());
-}
-
-TEST(ConnectionRobustness, ReadsABacklogToItsEndHoweverLongThatTakes)
-{
-    constexpr std::size_t size = std::size_t{512} * 1024;
-    const std::string event =
-        Bytes::Notification("ev", "\x91\xdb" + Bytes::BigEndian(size, 4) + std::string(size, 'x'));
-    CRawPeer peer(
-        [&](CRawLink& link) {
-            link.Send(event);
-            link.WaitForEnd();
-        },
-        0);
-    CSlowClient client;
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    pollfd arrival{client.Descriptor(), POLLIN, 0};
-    ASSERT_EQ(1, ::poll(&arrival, 1, 10000));
-
-    const auto start = Clock::now();
-    EXPECT_TRUE(client.IsLinkUp());
-    EXPECT_LT(400, MillisecondsSince(start)) << "the look must outlast its time";
-}
 
 TEST(ConnectionRobustness, DeliversEventsWithoutWaitingForAPortThatSwallowsConnections)
 {

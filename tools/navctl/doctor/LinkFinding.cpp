@@ -4,7 +4,7 @@ CFinding LinkFinding(const LinkErrorC& error)
 {
     switch (error.code) {
     case ELinkError::TimedOut:
-        return {"reply", "connected, but the service is silent: " + error.text,
+        return {"reply", "connected, but no answer: " + error.text,
                 "look whether the service hangs, and start it again", kExitNoReply};
     case ELinkError::ServiceError:
         return OtherProgramFinding("what listens there is no navigation service: " + error.text);
