@@ -21,7 +21,7 @@ public:
     /// Closes the connection; calls no hook.
     ~MPISocketClientC() override;
 
-    /// Delivers all events that have arrived, without waiting for more. A client that reconnects
+    /// Delivers events by the rules of ProcessMessages(), without waiting. A client that reconnects
     /// reopens a lost connection first, so that an application that only listens recovers too: not
     /// more than once in 500 ms, and for at most 100 ms where something swallows the attempt.
     ///
