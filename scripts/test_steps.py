@@ -1,6 +1,6 @@
 """The steps of scripts/test, which are run in lanes: those of a lane one after another, the lanes
-side by side, so that processors which one lane leaves alone work for another. A step waits for those
-that it needs, and is left out when one of them has failed."""
+side by side, so that a processor which one lane leaves idle works for another. A step waits for
+those that it needs, and is left out when one of them has failed."""
 
 import os
 import re
@@ -15,6 +15,12 @@ from pathlib import Path
 SKIPPED = 77
 LINES_OF_A_FAILURE = 60
 CLOSING_LINE = re.compile(r"^\d+% tests passed.*$", re.MULTILINE)
+
+
+def end(process):
+    """Ends a process with its children, unless it has ended."""
+    if process.poll() is None:
+        os.killpg(process.pid, signal.SIGTERM)
 
 
 @dataclass
@@ -78,7 +84,7 @@ class Run:
                         other.done.wait()
                 if not self.is_interrupted and self._has_what_it_needs(step):
                     self._run_step(step)
-            except Exception as error:  # pylint: disable=broad-except # it must not pass for a success
+            except Exception as error:  # pylint: disable=broad-except # is no success
                 step.result = f"FAILED: {error}"
                 self.say(f"{step.name}: {step.result}")
             finally:
@@ -96,6 +102,8 @@ class Run:
                 process = subprocess.Popen(step.command, stdin=subprocess.DEVNULL, stdout=output,
                                            stderr=subprocess.STDOUT, start_new_session=True)
                 self.processes.append(process)
+            if self.is_interrupted:
+                end(process)
             status = process.wait()
         step.seconds = time.monotonic() - start
         text = log.read_text(encoding="utf-8", errors="replace")
@@ -118,10 +126,10 @@ class Run:
             self.say(f"{step.name}: {step.result} after {step.seconds:.0f} s")
 
     def _interrupt(self, *_):
+        # A step that is just being started sees this, or is among the processes already.
         self.is_interrupted = True
         for process in self.processes:
-            if process.poll() is None:
-                os.killpg(process.pid, signal.SIGTERM)
+            end(process)
 
     def _summarise(self):
         width = max(len(step.name) for step in self.steps)
@@ -141,13 +149,13 @@ class Run:
         return 0
 
 
-def build(preset, *arguments, lane="build"):
+def build(preset, *arguments):
     """Configures and builds a preset. Builds give way to the tests that run beside them."""
-    command = ('cmake --preset "$@" && exec nice -n 5 cmake --build --preset "$1"')
-    return Step(f"{preset}: build", lane, ["sh", "-ec", command, "sh", preset, *arguments])
+    command = 'cmake --preset "$@" && exec nice -n 5 cmake --build --preset "$1"'
+    return Step(f"{preset}: build", "build", ["sh", "-ec", command, "sh", preset, *arguments])
 
 
-def ctest(preset, name, *arguments, lane="run"):
+def ctest(preset, name, *arguments):
     """Runs tests of a preset: most wait more than they calculate, so there are twice as many at a
     time as there are processors. Where each cannot have a network of its own, one at a time."""
     directory = Path("build", preset)
@@ -160,7 +168,7 @@ def ctest(preset, name, *arguments, lane="run"):
     parallel = 2 * len(os.sched_getaffinity(0)) if has_networks else 1
     command = [*fixed, "ctest", "--test-dir", str(directory), "--parallel", str(parallel),
                "--output-on-failure", "--no-tests=error", "--timeout", "300", *arguments]
-    return Step(f"{preset}: {name}", lane, command, (f"{preset}: build",),
+    return Step(f"{preset}: {name}", "run", command, (f"{preset}: build",),
                 directory / "test-notes")
 
 
@@ -196,7 +204,8 @@ def full_steps():
         Step("packages in a clean root", "build",
              ["tests/packaging/install_in_clean_root.sh", packages, "examples/engage.cpp"],
              ("packages",)),
-        Step("soak, 10 minutes", "beside", ["scripts/soak", "--minutes", "10"], ("release: build",)),
+        Step("soak, 10 minutes", "beside", ["scripts/soak", "--minutes", "10"],
+             ("release: build",)),
         Step("bare root", "beside", ["scripts/bare-root"]),
     ]
 

@@ -1,4 +1,4 @@
-"""The runner of scripts/test: no failure passes for a success, and none keeps other steps from running."""
+"""The runner of scripts/test: no failure passes for a success, and none keeps others back."""
 
 import io
 import os
@@ -34,7 +34,8 @@ class Steps(unittest.TestCase):
 
     def test_that_pass_give_0_with_their_seconds_and_closing_lines(self):
         closing = "100% tests passed, 0 tests failed out of 12"
-        code, text = self.run_steps(step("first", f"echo '{closing}'; echo more"), step("second", ":"))
+        code, text = self.run_steps(step("first", f"echo '{closing}'; echo more"),
+                                    step("second", ":"))
         self.assertEqual(0, code, text)
         self.assertRegex(text, r"(?m)^first +\d+  passed$")
         self.assertRegex(text, r"(?m)^second +\d+  passed$")
@@ -62,8 +63,8 @@ class Steps(unittest.TestCase):
 
     def test_that_need_a_failed_one_are_not_run_and_listed(self):
         code, text = self.run_steps(
-            step("build", "false", lane="build"), step("tests", f"touch {self.directory}/ran", "build"),
-            step("others", ":"))
+            step("build", "false", lane="build"),
+            step("tests", f"touch {self.directory}/ran", "build"), step("others", ":"))
         self.assertEqual(1, code)
         self.assertFalse((self.directory / "ran").exists())
         self.assertRegex(text, r"(?m)^tests +0  not run$")
@@ -75,7 +76,7 @@ class Steps(unittest.TestCase):
         os.mkfifo(self.directory / "gate")
         code, text = self.run_steps(
             step("build", f"cat {self.directory}/gate; touch {made}", lane="build"),
-            step("beside", f"echo >{self.directory}/gate"),  # ends the build: lanes run side by side
+            step("beside", f"echo >{self.directory}/gate"),  # ends the build beside it
             step("tests", f"test -e {made}", "build"))
         self.assertEqual(0, code, text)
 
@@ -87,14 +88,15 @@ class Steps(unittest.TestCase):
 
     def test_show_the_notes_of_their_tests(self):
         notes = self.directory / "notes"
-        code, text = self.run_steps(
-            step("tests", f"mkdir {notes}; echo one after another >{notes}/no-namespaces", notes=notes))
+        script = f"mkdir {notes}; echo one after another >{notes}/no-namespaces"
+        code, text = self.run_steps(step("tests", script, notes=notes))
         self.assertEqual(0, code)
         self.assertIn("\ntests: one after another\n", text)
 
     def test_end_with_their_children_when_interrupted(self):
         program = ("import sys; from test_steps import Run, Step\n"
-                   "steps = [Step(name, 'run', ['sh', '-c', 'exec 3>$0; echo started >&3; sleep 600; :', name])"
+                   "script = 'exec 3>$0; echo started >&3; sleep 600; :'\n"
+                   "steps = [Step(name, 'run', ['sh', '-c', script, name])"
                    "         for name in sys.argv[1:]]\n"
                    "sys.exit(Run(steps, 'logs').run())")
         os.mkfifo(self.directory / "first")
@@ -122,9 +124,10 @@ class Steps(unittest.TestCase):
 class Environment(unittest.TestCase):
     def test_has_nothing_of_the_machine(self):
         told = subprocess.run(
-            [PROJECT / "scripts/clean-environment", "env"], capture_output=True, text=True, check=True,
-            env={"PATH": "/nowhere:/usr/bin:/bin", "CXXFLAGS": "-O9", "PYTHONUNBUFFERED": "1",
-                 "LANG": "de_DE", "HOME": "/home/somebody", "DISPLAY": ":0"}).stdout
+            [PROJECT / "scripts/clean-environment", "env"], stdout=subprocess.PIPE, text=True,
+            check=True, env={
+                "PATH": "/nowhere:/usr/bin:/bin", "CXXFLAGS": "-O9", "PYTHONUNBUFFERED": "1",
+                "LANG": "de_DE", "HOME": "/home/somebody", "DISPLAY": ":0"}).stdout
         names = {line.split("=")[0] for line in told.splitlines()}
         self.assertLessEqual(
             names, {"PATH", "HOME", "LANG", "GIT_CONFIG_COUNT", "GIT_CONFIG_KEY_0",
