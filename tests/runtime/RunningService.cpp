@@ -66,7 +66,7 @@ std::vector<std::string> CRunningService::Notes() const
 bool CRunningService::WaitForNotes(const std::string& text, std::size_t count) const
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    return m_changed.wait_for(lock, std::chrono::seconds(10), [&] {
+    return m_changed.wait_for(lock, std::chrono::seconds(60), [&] {
         const auto begins = [&](const std::string& note) { return note.rfind(text, 0) == 0; };
         return static_cast<std::size_t>(std::count_if(m_notes.begin(), m_notes.end(), begins)) >=
                count;
