@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr std::size_t kMostWaitingBytes = 256 * 1024;
+constexpr std::size_t kMostWaitingBytes = 64 * 1024;
 constexpr const char* kProgram = "navigation-simulator: ";
 
 [[noreturn]] void Throw(const char* what)
@@ -46,7 +46,7 @@ CDescriptor TakeOutput()
     FillStandardDescriptors();
     CDescriptor output = Copy(STDOUT_FILENO);
     const CDescriptor nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
-    if (::dup2(nowhere.Get(), STDOUT_FILENO) < 0) {
+    if (!nowhere.IsOpen() || ::dup2(nowhere.Get(), STDOUT_FILENO) < 0) {
         Throw("cannot open /dev/null");
     }
     return output;

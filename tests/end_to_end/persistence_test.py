@@ -59,10 +59,10 @@ class Persistence(unittest.TestCase):
                 if last_on_disk is not None:
                     self.assertGreaterEqual(
                         client.request("get_low_speed_engage_timeout", 1), last_on_disk)
-                first = run * 1000
-                for step in range(pause.randint(1, 400)):
+                first = run * 100
+                for step in range(pause.randint(1, 99)):
                     client.notify("set_low_speed_engage_timeout", float(first + step), 1)
-                    if step % 40 == 0:
+                    if step % 10 == 0:
                         client.request("IsSteeringEngaged")
                 if run % 5 == 0:
                     # Nothing more has to come for the last one to get there.
