@@ -1,9 +1,12 @@
 #include "simulator/LogLimit.h"
 
+#include <algorithm>
+#include <cstring>
 #include <limits>
 
 namespace {
 
+constexpr const char* kDigits = "0123456789";
 // Stands for all clients.
 constexpr std::uint64_t kEverybody = std::numeric_limits<std::uint64_t>::max();
 // So that many clients with few lines each do not fill the memory: those beyond count as one.
@@ -11,11 +14,12 @@ constexpr std::size_t kMostPeriods = 4096;
 
 std::string KindOf(const std::string& text)
 {
-    std::string kind;
-    for (const char character : text.substr(0, text.find(':'))) {
-        if (character < '0' || character > '9') {
-            kind += character;
-        }
+    std::string kind = text.substr(0, text.find(':'));
+    if (kind.find_first_of(kDigits) != std::string::npos) {
+        kind.erase(std::remove_if(
+                       kind.begin(), kind.end(),
+                       [](char character) { return std::strchr(kDigits, character) != nullptr; }),
+                   kind.end());
     }
     return kind;
 }
@@ -29,19 +33,28 @@ void CLogLimit::Take(Instant now, std::uint64_t client, ELogLevel level, const s
         return;
     }
     const std::string kind = KindOf(text);
-    Period& ofAll = PeriodOf(now, kEverybody, kind);
     Period& ofClient = PeriodOf(now, client, kind);
-    const bool isTooMany = ofClient.lines >= kMostLinesOfAClient;
-    if (isTooMany || ofAll.lines >= kMostLinesOfAll) {
-        Period& counted = isTooMany ? ofClient : ofAll;
-        ++counted.leftOut;
-        counted.level = level;
-        counted.example = Printable(text);
+    if (ofClient.lines >= kMostLinesOfAClient) {
+        LeaveOut(ofClient, level, text);
+        return;
+    }
+    Period& ofAll = PeriodOf(now, kEverybody, kind);
+    if (ofAll.lines >= kMostLinesOfAll) {
+        LeaveOut(ofAll, level, text);
         return;
     }
     ++ofAll.lines;
     ++ofClient.lines;
     m_onward(level, text);
+}
+
+void CLogLimit::LeaveOut(Period& period, ELogLevel level, const std::string& text)
+{
+    if (period.leftOut == 0) {
+        period.level = level;
+        period.example = Printable(text);
+    }
+    ++period.leftOut;
 }
 
 CLogLimit::Period& CLogLimit::PeriodOf(Instant now, std::uint64_t client, const std::string& kind)

@@ -48,9 +48,10 @@ private:
         std::size_t lines = 0;
         std::size_t leftOut = 0;
         ELogLevel level = ELogLevel::Warning;
-        std::string example; ///< one that was left out
+        std::string example; ///< the first that was left out
     };
 
+    static void LeaveOut(Period& period, ELogLevel level, const std::string& text);
     Period& PeriodOf(Instant now, std::uint64_t client, const std::string& kind);
     void TellLeftOut(const Key& key, const Period& period) const;
 

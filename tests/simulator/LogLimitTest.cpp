@@ -50,7 +50,7 @@ TEST(LogLimit, LetsTenLinesASecondPassAndTellsTheNumberOfTheOthersInOne)
     limited.Wait(1000);
 
     ASSERT_EQ(11u, limited.lines.size());
-    EXPECT_EQ("client 7: 990 lines left out like \"ignored: 999\"", limited.lines.back());
+    EXPECT_EQ("client 7: 990 lines left out like \"ignored: 10\"", limited.lines.back());
     EXPECT_FALSE(limited.HasPeriods());
     limited.Warn(7, "ignored: again");
     EXPECT_EQ("ignored: again", limited.lines.back());
