@@ -11,7 +11,7 @@
 
 class CSimulation;
 
-/// Takes all kept values each time that one of them changes.
+/// Takes all kept values each time that one of them changes, which is not when it is set anew.
 using KeepSink = std::function<void(const KeptValues&)>;
 
 /// The settings that clients asked to keep over a restart.
@@ -49,6 +49,7 @@ public:
     COutcome ApplyTo(CSimulation& simulation) const;
 
 private:
+    void Take(KeptValues values);
     COutcome ApplyLimits(CSimulation& simulation) const;
 
     KeptValues m_values;
