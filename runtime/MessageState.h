@@ -2,6 +2,7 @@
 #define KESTROVE_RUNTIME_MESSAGESTATE_H
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -125,6 +126,7 @@ private:
     Awaited* m_awaited = nullptr;
     const Registration* m_lastFound = nullptr; // registrations stay, in their places
     std::vector<std::unique_ptr<BDictionaryC>> m_requests;
+    std::size_t m_requestMemory = 0;
     bool m_isSending = false;
     std::chrono::steady_clock::time_point m_nextReopening;
 };
