@@ -49,9 +49,9 @@ std::string CContext::OtherProgram(const LinkErrorC& error)
         return {};
     Disconnect();
     const std::string answer = AnswerOfOtherProtocol(options.timeoutSeconds);
-    return answer.empty() ? answer
-                          : "something listens that does not speak the service's protocol; " +
-                                answer;
+    return answer.empty()
+               ? answer
+               : "something listens that does not speak the service's protocol; " + answer;
 }
 
 bool CContext::HasLinkFailed()

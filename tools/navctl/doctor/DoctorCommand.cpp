@@ -145,7 +145,8 @@ void AddDoctorCommand(CLI::App& app, CContext& context)
                        "Tells what stands between you and an engaged machine, and what to do next")
         ->callback([&context] {
             const Findings findings = Examine(context);
-            context.Print(JsonOf(findings), TextOf(findings, context.Output().HasColours()));
+            COutput& output = context.Output();
+            context.Print(JsonOf(findings), output.Fitted(TextOf(findings, output.HasColours())));
             context.Finish(WorstOf(findings));
         });
 }

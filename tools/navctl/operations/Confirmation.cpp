@@ -108,7 +108,7 @@ CHeld AskWhatIsHeld(CNavigationAPI& navigation, const CConfirmation& confirmatio
     const std::unique_ptr<BElementC> reply =
         CallFor(navigation, getter.serviceName, getter.exchange, {values.begin(), end});
     if (reply == nullptr && navigation.LastError().code == ELinkError::NoValue)
-        return {CHeld::EState::Another, {EOutcome::Value}, "none"};
+        return {CHeld::EState::Another, {EOutcome::Value}, "no complete wayline"};
     if (reply == nullptr)
         return {CHeld::EState::Unknown, {EOutcome::NoAnswer}};
     const std::optional<COutcome> outcome = getter.exchange.read(*reply);
@@ -121,9 +121,8 @@ CHeld AskWhatIsHeld(CNavigationAPI& navigation, const CConfirmation& confirmatio
         return held;
     held.state = CHeld::EState::Another;
     if (confirmation.limited != CConfirmation::kNone) {
-        const int parameter = confirmation.limited == kFirstArgument
-                                  ? std::get<int>(values.front())
-                                  : confirmation.limited;
+        const int parameter = confirmation.limited == kFirstArgument ? std::get<int>(values.front())
+                                                                     : confirmation.limited;
         LookAtLimits(navigation, parameter, numbers->front(), wanted.numbers.front(), held);
     }
     return held;

@@ -37,10 +37,14 @@ inline COperation Request(std::string name, std::string serviceName, std::string
                           std::vector<CArgument> arguments, std::vector<int> leading,
                           ReplyReader read, std::string unit = "")
 {
-    return {std::move(name),      std::move(serviceName),
-            EOperationKind::Request, std::move(summary),
-            std::move(arguments), {std::move(leading), std::move(read)},
-            {},                   std::move(unit)};
+    return {std::move(name),
+            std::move(serviceName),
+            EOperationKind::Request,
+            std::move(summary),
+            std::move(arguments),
+            {std::move(leading), std::move(read)},
+            {},
+            std::move(unit)};
 }
 inline COperation Notification(std::string name, std::string serviceName, std::string summary,
                                std::vector<CArgument> arguments, Invocation send)

@@ -29,8 +29,7 @@ class COperationRun
 public:
     COperationRun(CContext& context, const COperation& operation, const ArgumentValues& values,
                   const CConfirmation* confirmation)
-        : m_context(context), m_operation(operation), m_values(values),
-          m_confirmation(confirmation)
+        : m_context(context), m_operation(operation), m_values(values), m_confirmation(confirmation)
     {
     }
 
@@ -101,8 +100,7 @@ private:
 
     void Confirm()
     {
-        const CHeld held =
-            AskWhatIsHeld(m_context.Navigation(), *m_confirmation, m_values);
+        const CHeld held = AskWhatIsHeld(m_context.Navigation(), *m_confirmation, m_values);
         const COperation& getter = FindOperation(m_confirmation->getter);
         if (held.state == CHeld::EState::Unknown) {
             GotThrough(getter, held.outcome);
@@ -186,7 +184,6 @@ private:
 void RunOperation(CContext& context, const COperation& operation, const ArgumentValues& values,
                   bool checks)
 {
-    const CConfirmation* const confirmation =
-        checks ? FindConfirmation(operation.name) : nullptr;
+    const CConfirmation* const confirmation = checks ? FindConfirmation(operation.name) : nullptr;
     COperationRun(context, operation, values, confirmation).Run();
 }

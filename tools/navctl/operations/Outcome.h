@@ -13,12 +13,12 @@
 /// What an operation that passed the link has come to.
 enum class EOutcome
 {
-    Done,     ///< the service did it
-    Refused,  ///< the service refused
-    Value,    ///< the service gave a value
-    Sent,     ///< it was sent; nothing tells whether the service took it
-    Answered, ///< the service answered, but the operation does not tell what
-    NoAnswer, ///< the link failed
+    Done,      ///< the service did it
+    Refused,   ///< the service refused
+    Value,     ///< the service gave a value
+    Sent,      ///< it was sent; nothing tells whether the service took it
+    Answered,  ///< the service answered, but the operation does not tell what
+    NoAnswer,  ///< the link failed
     OtherForm, ///< the reply is of another form than the operation's
 };
 

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <memory>
 
+#include "tools/navctl/operations/Confirmation.h"
 #include "tools/navctl/operations/ValueText.h"
 
 namespace {
@@ -58,14 +59,14 @@ std::string ReasonOfRefusal(CNavigationAPI& navigation, const COperation& operat
     std::string reason = WordsOfService(navigation, operation.serviceName);
     if (reason.empty())
         reason = OutsideOfRange(operation, values);
-    // These depend on the whole state, of which the doctor shows more and the next step.
+    if (FindConfirmation(operation.name) != nullptr)
+        return reason.empty() ? "it gives no reason" : reason;
+    // An action depends on the state, of which the doctor shows more, and the next step.
     const bool hasMore =
         operation.name == "engage-steering" || operation.name == "start-navigation";
-    if (reason.empty() || hasMore) {
-        reason += (reason.empty() ? "" : "; ") +
-                  std::string("\"navctl doctor\" tells what is missing");
-    }
-    return reason;
+    if (!reason.empty() && !hasMore)
+        return reason;
+    return reason + (reason.empty() ? "" : "; ") + "\"navctl doctor\" tells what is missing";
 }
 
 bool ForgetsAtRestart(CNavigationAPI& navigation)

@@ -75,8 +75,7 @@ void Append(BListC& list, const ArgumentValue& value)
 std::unique_ptr<BListC> ListOf(const CExchange& exchange, const ArgumentValues& values)
 {
     if (values.size() == 1 && std::holds_alternative<Kestrove::WaylinePtr>(values.front())) {
-        return std::unique_ptr<BListC>(
-            std::get<Kestrove::WaylinePtr>(values.front())->ToBList());
+        return std::unique_ptr<BListC>(std::get<Kestrove::WaylinePtr>(values.front())->ToBList());
     }
     auto list = std::make_unique<BListC>(nullptr);
     for (const int constant : exchange.leading)
@@ -122,8 +121,9 @@ ReplyReader NumberReply()
 
 ReplyReader SingleReply()
 {
-    return Reader(NumberIn,
-                  [](double value) { return ValueOutcome(NumberValue(static_cast<float>(value))); });
+    return Reader(NumberIn, [](double value) {
+        return ValueOutcome(NumberValue(static_cast<float>(value)));
+    });
 }
 
 ReplyReader FirstSingleReply()
@@ -172,11 +172,10 @@ ReplyReader LimitsReply()
             return numbers && numbers->size() == 3 ? numbers : std::nullopt;
         },
         [](const std::vector<double>& limits) {
-            return COutcome{
-                EOutcome::Value,
-                {{"lowest", limits[0]}, {"start", limits[1]}, {"highest", limits[2]}},
-                "lowest " + NumberText(limits[0]) + ", start " + NumberText(limits[1]) +
-                    ", highest " + NumberText(limits[2])};
+            return COutcome{EOutcome::Value,
+                            {{"lowest", limits[0]}, {"start", limits[1]}, {"highest", limits[2]}},
+                            "lowest " + NumberText(limits[0]) + ", start " + NumberText(limits[1]) +
+                                ", highest " + NumberText(limits[2])};
         });
 }
 

@@ -37,8 +37,7 @@ std::vector<COperation> WaylineEntries()
             {}, NumbersReply(), "rad"),
         Request("get-wayline", "get_wayline", "Asks for the service's wayline, in its text form",
                 {}, {}, WaylineReply()),
-        Request("set-wayline", "set_wayline",
-                "Replaces the service's wayline",
+        Request("set-wayline", "set_wayline", "Replaces the service's wayline",
                 {{"wayline", EArgumentType::Wayline, "", "", "its text form, quoted as one word"}},
                 {}, AnsweredReply()),
         Request("clear-wayline", "clear_wayline", "Drops the service's wayline and disengages", {},
@@ -54,7 +53,7 @@ std::vector<COperation> WaylineEntries()
         Request("is-waypoint-set", "is_waypoint_set", "Asks whether a waypoint is set",
                 {Waypoint()}, {}, OneReply()),
         Request("restore-waypoints", "RestoreWaypoints",
-                "Brings back the waypoints before the last change and gives their number", {},
-                {1}, IntegerReply()),
+                "Brings back the waypoints before the last change and gives their number", {}, {1},
+                IntegerReply()),
     };
 }
