@@ -57,6 +57,14 @@ std::unique_ptr<BDictionaryC> DescriptionOf(MessageC& request)
 
 } // namespace
 
+bool MessageStateC::IsUp()
+{
+    if (SocketState().tcp.IsInherited()) {
+        Lose(ELinkError::NotConnected, "the connection is the parent process's");
+    }
+    return connection.m_connected || connection.m_accepted;
+}
+
 bool MessageStateC::IsStill(unsigned long present)
 {
     // A hook may have opened another connection in the meantime.

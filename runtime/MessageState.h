@@ -73,7 +73,9 @@ struct MessageStateC
     /// kind, so that the last answer is looked at first.
     const Registration* FindRegistration(const std::string& name);
 
-    bool IsUp() const { return connection.m_connected || connection.m_accepted; }
+    /// Whether there is a connection. One that was open when this process was forked is the
+    /// parent's: it is left to the parent, and this process opens its own.
+    bool IsUp();
     SocketStateC& SocketState() { return *connection.m_socket; }
 
     MPISocketConnectionC& connection;
