@@ -34,6 +34,9 @@ public:
     ///        and such that the last move is of no more than about a thirty-second.
     static std::size_t RoomFor(std::size_t size, std::size_t needed, std::size_t announced);
 
+    /// About what a value costs that is kept in its place in a list, in bytes.
+    static constexpr std::size_t kSlotBytes = 16;
+
     /// The message that has been built.
     MessageC& Message() { return m_message; }
     const std::string& Problem() const { return m_problem; }

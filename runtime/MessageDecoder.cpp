@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr std::size_t kLargestMessage = std::size_t{32} * 1024 * 1024;
-
 /// Bytes in one piece.
 class BufferC
 {

@@ -47,6 +47,9 @@ public:
     /// How many bytes Space() gives room for, as long as they are decoded as they arrive.
     static constexpr std::size_t kUsualPortion = std::size_t{64} * 1024;
 
+    /// The size of the largest message, in bytes.
+    static constexpr std::size_t kLargestMessage = std::size_t{32} * 1024 * 1024;
+
     explicit MessageDecoderC(std::size_t portion = kUsualPortion);
     ~MessageDecoderC();
     MessageDecoderC(const MessageDecoderC&) = delete;
