@@ -6,9 +6,8 @@
 
 namespace {
 
-/// About what a value costs that is a node of its own, and one that is kept in place.
+/// About what a value costs that is a node of its own.
 constexpr std::size_t kNodeBytes = 96;
-constexpr std::size_t kSlotBytes = 16;
 
 constexpr std::uint32_t kNotificationFields = 3;
 constexpr std::uint32_t kRequestFields = 4; // and of a response

@@ -21,6 +21,9 @@ public:
     /// How deep lists and dictionaries may be nested.
     static constexpr std::size_t kDeepestNesting = 64;
 
+    /// About what a value costs that is kept in its place in a list, in bytes.
+    static constexpr std::size_t kSlotBytes = 16;
+
     /// The message that has been built.
     MessageC& Message() { return m_message; }
     const std::string& Problem() const { return m_problem; }

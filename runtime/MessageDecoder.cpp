@@ -13,10 +13,9 @@
 
 namespace {
 
-constexpr std::size_t kLargestMessage = std::size_t{32} * 1024 * 1024;
 constexpr std::size_t kSmallBuffer = std::size_t{64} * 1024;
 /// A buffer that has grown beyond this is given back as soon as it is empty.
-constexpr std::size_t kLargestKeptBuffer = std::size_t{1024} * 1024;
+constexpr std::size_t kLargestIdleBuffer = std::size_t{1024} * 1024;
 /// A receive into less room than this would cost more calls than moving the rest costs.
 constexpr std::size_t kLeastRoom = std::size_t{16} * 1024;
 
@@ -99,7 +98,7 @@ char* MessageDecoderC::Space(std::size_t& room)
     if (waiting == 0) {
         state.begin = 0;
         state.end = 0;
-        if (buffer.Capacity() == 0 || buffer.Capacity() > kLargestKeptBuffer) {
+        if (buffer.Capacity() == 0 || buffer.Capacity() > kLargestIdleBuffer) {
             buffer.Resize(kSmallBuffer);
         }
     } else if (buffer.Capacity() - state.end < kLeastRoom) {
@@ -144,7 +143,7 @@ NumberMessageC::EResult MessageDecoderC::StateC::TakeNumbers()
 MessageDecoderC::EResult MessageDecoderC::StateC::Checked(EResult result)
 {
     const std::size_t size = consumed + (result == EResult::NeedMore ? WaitingCount() : 0);
-    if (size <= kLargestMessage) {
+    if (size <= MessageDecoderC::kLargestMessage) {
         return result;
     }
     problem = "a message of more than 32 MiB";

@@ -43,6 +43,9 @@ public:
         Bad,      ///< no message, or over a limit; Problem() tells
     };
 
+    /// The size of the largest message, in bytes.
+    static constexpr std::size_t kLargestMessage = std::size_t{32} * 1024 * 1024;
+
     MessageDecoderC();
     ~MessageDecoderC();
     MessageDecoderC(const MessageDecoderC&) = delete;

@@ -10,8 +10,6 @@
 
 namespace {
 
-/// What a peer would refuse is not sent.
-constexpr std::size_t kLargestMessage = std::size_t{32} * 1024 * 1024;
 /// How much is taken in at one look at the link: more than a socket buffers, so that the end of a
 /// connection is seen, and yet an end, for a peer that never stops sending.
 constexpr std::size_t kMostAtOneLook = std::size_t{16} * 1024 * 1024;
@@ -308,7 +306,8 @@ bool MessageStateC::FinishMessage(const std::string& name, const BListC* argumen
     } else if (!encoder.Write(*arguments)) {
         return SocketState().Fail(ELinkError::BadMessage, "arguments nested deeper than 64 levels");
     }
-    return encoder.Size() <= kLargestMessage ||
+    // What a peer would refuse is not sent.
+    return encoder.Size() <= MessageDecoderC::kLargestMessage ||
            SocketState().Fail(ELinkError::BadMessage, "a message of more than 32 MiB");
 }
 

@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr std::size_t kSlotBytes = 16;
 constexpr std::size_t kMostKeptSlots = 64;
 
 /// Reads bytes one after another; once they do not suffice, it has failed for good.
@@ -133,7 +132,7 @@ void Front(CReader& reader, MessageC& message)
 }
 
 constexpr std::size_t kFloat64Bytes = 9;
-constexpr char kFloat64 = '\xcb';
+constexpr char kFloat64Head = '\xcb';
 
 /// A run this short is appended one by one.
 constexpr std::size_t kShortRun = 8;
@@ -156,7 +155,7 @@ void MakeRoom(BListC& list, std::size_t count, std::size_t most)
 std::size_t RunOfDoubles(const char* bytes, std::size_t most)
 {
     std::size_t run = 1;
-    while (run < most && bytes[run * kFloat64Bytes] == kFloat64) {
+    while (run < most && bytes[run * kFloat64Bytes] == kFloat64Head) {
         ++run;
     }
     return run;
@@ -170,13 +169,13 @@ std::size_t TakeDoubles(BListC& list, const char* bytes, std::size_t size, std::
     const std::size_t whole = std::min(most, size / kFloat64Bytes);
     std::size_t count = 0;
     if (whole < kShortRun) {
-        for (; count < whole && *bytes == kFloat64; ++count, bytes += kFloat64Bytes) {
+        for (; count < whole && *bytes == kFloat64Head; ++count, bytes += kFloat64Bytes) {
             BListAccessC::AddDouble(list, BigEndian::LoadDouble(bytes + 1));
         }
         return count;
     }
     MakeRoom(list, whole, most);
-    while (count < whole && *bytes == kFloat64) {
+    while (count < whole && *bytes == kFloat64Head) {
         const std::size_t run = RunOfDoubles(bytes, std::min(whole - count, kPortion));
         BListAccessC::Slot* const slots = BListAccessC::Extend(list, run);
         for (std::size_t i = 0; i < run; ++i, bytes += kFloat64Bytes) {
@@ -257,10 +256,10 @@ NumberMessageC::EResult NumberMessageC::Take(const char* bytes, std::size_t size
         taken += length;
         --m_left;
     }
-    m_message.memory += kSlotBytes * (leftBefore - m_left);
+    m_message.memory += MessageBuilderC::kSlotBytes * (leftBefore - m_left);
     if (m_left > 0) {
         const bool mayBeCut =
-            size - taken < kFloat64Bytes && (size == taken || bytes[taken] == kFloat64);
+            size - taken < kFloat64Bytes && (size == taken || bytes[taken] == kFloat64Head);
         return mayBeCut ? EResult::NeedMore : EResult::Other;
     }
     if (m_message.kind == MessageC::EKind::Response) {

@@ -6,7 +6,7 @@ namespace {
 
 constexpr double kDrawingSeconds = 1.0;
 // The clock is a sum of steps; a hair's breadth must not put off a drawing to the next one.
-constexpr double kClockTolerance = 1e-6;
+constexpr double kDrawingTolerance = 1e-6;
 
 int Flag(bool value)
 {
@@ -75,7 +75,8 @@ bool EventsC::DrawingDue(bool guidanceRan)
 {
     const int revision = m_simulation.FollowedPassRevision();
     const double waited = m_simulation.Time() - m_drawnAt;
-    const bool timeIsUp = guidanceRan && (!m_drawn || waited >= kDrawingSeconds - kClockTolerance);
+    const bool timeIsUp =
+        guidanceRan && (!m_drawn || waited >= kDrawingSeconds - kDrawingTolerance);
     if (!timeIsUp && revision == m_drawnRevision)
         return false;
     m_drawn = true;

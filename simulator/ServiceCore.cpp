@@ -5,7 +5,7 @@
 namespace {
 
 // Ten tenths of a second are as many steps as one second, whatever their sum rounds to.
-constexpr double kClockTolerance = 1e-9;
+constexpr double kStepTolerance = 1e-9;
 
 /// Applied before anything looks at the settings, so that nothing is told as a change of them.
 CSimulation& WithKept(CSimulation& simulation, const KeptSettingsC& kept, const ServiceLogC& log)
@@ -61,7 +61,7 @@ void ServiceCoreC::TellPresentState(const std::string& event, const EventSink& s
 void ServiceCoreC::Advance(double seconds)
 {
     m_untakenSeconds += seconds;
-    while (m_untakenSeconds >= CSimulation::kStepSeconds - kClockTolerance) {
+    while (m_untakenSeconds >= CSimulation::kStepSeconds - kStepTolerance) {
         m_untakenSeconds -= CSimulation::kStepSeconds;
         Step();
     }

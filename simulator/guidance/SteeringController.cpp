@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr double kPeriodSeconds = 0.1;
+constexpr double kControlPeriodSeconds = 0.1;
 /// How long a command takes to do half its work after the dead time, seconds.
 constexpr double kForesightSeconds = 0.1;
 /// The line's curvature is taken so much farther on, which is what is left of the lag, seconds.
@@ -15,7 +15,7 @@ constexpr double kPreviewSeconds = 0.1;
 /// By how much a command overstates the change of angle, against the lag.
 constexpr double kLead = 2.0;
 /// Slower than that nothing can be steered, metres per second.
-constexpr double kLeastSpeed = 0.05;
+constexpr double kLeastSteeredSpeed = 0.05;
 /// The integral term gathers only below these slopes, wanted and wrong: on the line, not on the
 /// way.
 constexpr double kIntegralReach = 0.04;
@@ -58,7 +58,7 @@ double CSteeringController::Command(const SteeringInput& input, const CLineShape
                                     double station, const TrackingGains& gains)
 {
     const double speed = std::abs(input.speed);
-    if (speed < kLeastSpeed)
+    if (speed < kLeastSteeredSpeed)
         return m_lastCommand;
     const bool backwards = input.speed < 0.0;
     // All is seen in the direction of movement, in which a machine that moves backwards is steered
@@ -84,7 +84,7 @@ double CSteeringController::Command(const SteeringInput& input, const CLineShape
     m_lastCommand =
         std::clamp(ahead.steeringAngle + std::clamp(change, -greatestChange, greatestChange),
                    -kSteeringStop, kSteeringStop);
-    Integrate(ApproachOf(error, gains), gains, wheelSign * speed * kPeriodSeconds,
+    Integrate(ApproachOf(error, gains), gains, wheelSign * speed * kControlPeriodSeconds,
               std::abs(change) > greatestChange || std::abs(wanted) >= kSteeringStop);
     return m_lastCommand;
 }

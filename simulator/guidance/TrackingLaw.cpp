@@ -20,11 +20,11 @@ constexpr double kSteeringRate = Radians(18.0);
 /// How much of the steering rate the switching curve counts on, which leaves some for errors.
 constexpr double kCountedRate = 0.7;
 /// The line's curvature centre is kept at a distance, in parts of the radius.
-constexpr double kLeastStretch = 0.2;
+constexpr double kLeastLengthening = 0.2;
 
-double Stretch(const TrackingError& error)
+double LengtheningAt(const TrackingError& error)
 {
-    return std::max(kLeastStretch, 1.0 - error.lineCurvature * error.crossTrack);
+    return std::max(kLeastLengthening, 1.0 - error.lineCurvature * error.crossTrack);
 }
 
 } // namespace
@@ -48,7 +48,7 @@ TrackingGains GainsFor(const CTuning& tuning, double lookAheadTime, double speed
 
 Approach ApproachOf(const TrackingError& error, const TrackingGains& gains)
 {
-    const double slope = Stretch(error) * std::tan(error.course);
+    const double slope = LengtheningAt(error) * std::tan(error.course);
     const double wanted = -gains.sensitivity * error.crossTrack / gains.lookAheadDistance;
     // A limit that comes in smoothly, as the steering cannot follow a sudden one.
     const double limited = gains.greatestSlope * std::tanh(wanted / gains.greatestSlope);
@@ -57,7 +57,7 @@ Approach ApproachOf(const TrackingError& error, const TrackingGains& gains)
 
 double TrackingCurvature(const TrackingError& error, const TrackingGains& gains)
 {
-    const double stretch = Stretch(error);
+    const double stretch = LengtheningAt(error);
     const double tangent = std::tan(error.course);
     const double cosine = std::cos(error.course);
     const double slope = stretch * tangent;

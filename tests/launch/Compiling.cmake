@@ -18,6 +18,11 @@ endif()
 function(kestrove_compile_fast target)
   # The system library's checks of sizes want optimisation.
   set_target_properties(${target} PROPERTIES KESTROVE_IS_UNOPTIMISED TRUE)
+  # Tests of a kind use the same names, a table Rows() each; those stay apart in any build.
+  get_target_property(is_in_batches ${target} KESTROVE_IS_IN_BATCHES)
+  if(NOT is_in_batches)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD OFF)
+  endif()
   get_target_property(libraries ${target} LINK_LIBRARIES)
   if(precompile AND libraries MATCHES "GTest::" AND NOT target STREQUAL kestrove_test_headers)
     target_precompile_headers(${target} REUSE_FROM kestrove_test_headers)

@@ -59,11 +59,22 @@ TEST(Faulty, Hangs)
     }
 }
 
-TEST(Faulty, LeavesAProcessAndHangs)
+void LeaveAProcess()
 {
     if (::fork() == 0) {
         ::execlp("sleep", "sleep", std::getenv("SAMPLE_SLEEPS"), nullptr);
     }
+}
+
+TEST(Faulty, LeavesAProcessAndCrashes)
+{
+    LeaveAProcess();
+    std::raise(SIGSEGV);
+}
+
+TEST(Faulty, LeavesAProcessAndHangs)
+{
+    LeaveAProcess();
     std::this_thread::sleep_for(std::chrono::hours(1));
 }
 

@@ -75,11 +75,13 @@ class Runner(unittest.TestCase):
 
     def test_leaves_no_process_behind(self):
         sleeps = f"{10000 + os.getpid() / 1e7:f}"  # a time that no other process sleeps
-        self.ran(1, "0 passed, 1 failed, 0 skipped of 1 tests", "Faulty.LeavesAProcessAndHangs",
-                 "--timeout", "1", SAMPLE_SLEEPS=sleeps)
-        left = [path for path in Path("/proc").glob("[0-9]*/cmdline")
-                if sleeps.encode() in content_of(path)]
-        self.assertEqual([], left)
+        for test in ("Faulty.LeavesAProcessAndHangs", "Faulty.LeavesAProcessAndCrashes"):
+            with self.subTest(test):
+                self.ran(1, "0 passed, 1 failed, 0 skipped of 1 tests", test, "--timeout", "1",
+                         SAMPLE_SLEEPS=sleeps)
+                left = [path for path in Path("/proc").glob("[0-9]*/cmdline")
+                        if sleeps.encode() in content_of(path)]
+                self.assertEqual([], left)
 
     def test_takes_a_fault_behind_the_tests_for_a_failure(self):
         output = self.ran(1, "4 passed, 0 failed, 0 skipped of 4 tests",

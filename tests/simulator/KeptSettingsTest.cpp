@@ -10,7 +10,7 @@
 namespace {
 
 /// A setting that can be kept.
-struct Row
+struct KeptRow
 {
     const char* setter;
     const char* kept;    ///< arguments that ask to keep the value
@@ -22,7 +22,7 @@ struct Row
     const char* reply;
 };
 
-const std::vector<Row> kRows{
+const std::vector<KeptRow> kKeptRows{
     {"set_reverse_engage_enabled", "[1, 1]", "[0, 0]", "get_reverse_engage_enabled", "[1]",
      "reverse_engage_enabled", true, "1"},
     {"set_reverse_engage_allowed", "[1, 1]", "[0, 0]", "get_reverse_engage_allowed", "[1]",
@@ -45,7 +45,7 @@ const std::vector<Row> kRows{
 
 TEST(KeptSettings, KeepWhatAClientAskedToKeep)
 {
-    for (const Row& row : kRows) {
+    for (const KeptRow& row : kKeptRows) {
         Service service;
 
         service.Notify(row.setter, row.kept);
@@ -57,7 +57,7 @@ TEST(KeptSettings, KeepWhatAClientAskedToKeep)
 
 TEST(KeptSettings, DoNotKeepWhatNobodyAskedToKeep)
 {
-    for (const Row& row : kRows) {
+    for (const KeptRow& row : kKeptRows) {
         Service service;
         service.Notify(row.setter, row.kept);
 
@@ -71,7 +71,7 @@ TEST(KeptSettings, DoNotKeepWhatNobodyAskedToKeep)
 
 TEST(KeptSettings, AreTheSettingsOfTheNextRun)
 {
-    for (const Row& row : kRows) {
+    for (const KeptRow& row : kKeptRows) {
         Service next(IdealWorld(0.0), {{row.name, row.value}});
 
         EXPECT_EQ(row.reply, next.Request(row.getter, row.arguments)) << row.name;

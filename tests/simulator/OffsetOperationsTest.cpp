@@ -145,7 +145,7 @@ TEST(OffsetOperations, AutoSetIsRefusedWithoutAWayline)
 }
 
 /// A value that a setter cannot take, and how it stands in the log.
-struct Impossible
+struct ImpossibleOffset
 {
     const char* setter;
     const char* arguments;
@@ -156,7 +156,7 @@ struct Impossible
 
 TEST(OffsetOperations, LeaveThePresentValueForAnImpossibleOne)
 {
-    for (const Impossible& row : std::vector<Impossible>{
+    for (const ImpossibleOffset& row : std::vector<ImpossibleOffset>{
              {"SetImplementWidth", "[1, 0.0]", "0", "GetImplementWidth", "0"},
              {"SetImplementWidth", "[1, -3.0]", "0", "GetImplementWidth", "-3"},
              {"SetImplementWidth", "[1, nan]", "0", "GetImplementWidth", "nan"},

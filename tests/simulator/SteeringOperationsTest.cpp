@@ -11,7 +11,7 @@
 
 namespace {
 
-const char* const kLineNorth = "[0, 0.0, 0.0, 0.0, 0.0, 100.0, 0.0]";
+const char* const kStraightNorth = "[0, 0.0, 0.0, 0.0, 0.0, 100.0, 0.0]";
 
 TEST(SteeringOperations, StartNavigationNeedsAWayline)
 {
@@ -21,7 +21,7 @@ TEST(SteeringOperations, StartNavigationNeedsAWayline)
     EXPECT_EQ("0", service.Request("IsNavigationActivated", "[]"));
     EXPECT_NE(std::string::npos, service.Log().find("StartNavigation refused: "));
 
-    service.Request("set_wayline", kLineNorth);
+    service.Request("set_wayline", kStraightNorth);
     EXPECT_EQ("1", service.Request("StartNavigation", "[1, 0]"));
     EXPECT_EQ("1", service.Request("IsNavigationActivated", "[]"));
 }
@@ -47,7 +47,7 @@ TEST(SteeringOperations, StopNavigationKeepsTheWayline)
 
     EXPECT_EQ("0", service.Request("IsSteeringEngaged", "[]"));
     EXPECT_EQ("0", service.Request("IsNavigationActivated", "[]"));
-    EXPECT_EQ(kLineNorth, service.Request("get_wayline", "[]"));
+    EXPECT_EQ(kStraightNorth, service.Request("get_wayline", "[]"));
 }
 
 TEST(SteeringOperations, ClearNavigationDropsWaylineWaypointsNudgeAndFieldOffset)
