@@ -38,6 +38,8 @@ public:
     /// @param sink called at once with every change; may be empty.
     KeptSettingsC(KeptValues values, KeepSink sink);
 
+    /// Whether what is kept outlives a restart.
+    bool OutlivesRestart() const { return static_cast<bool>(m_sink); }
     /// Keeps a value, when a client asks for it.
     void Keep(const char* name, KeptValue value, bool asked);
     /// Keeps the present value of a tuning parameter, when a client asks for it.
