@@ -9,8 +9,8 @@
 
 namespace {
 
-// So much is read at once: decoding it takes about a millisecond at the worst.
-constexpr std::size_t kReadPortion = 16U * 1024U;
+// So much is read at once: decoding it takes a fraction of a turn at the worst.
+constexpr std::size_t kReadPortion = 4U * 1024U;
 
 // About what a name takes that is subscribed to, beside itself.
 constexpr std::size_t kNameBytes = 96;
