@@ -29,9 +29,9 @@ public:
     /// For how many elements to make room, when a list or dictionary of `size` is full.
     ///
     /// @param needed for how many at least; for so many, bytes have arrived.
-    /// @param announced how many it will have in the end. Room is made for up to thirty-two times as
-    ///        many as there are, since moving megabytes takes time; never for more than announced,
-    ///        and such that the last move is of no more than about a thirty-second.
+    /// @param announced how many it will have in the end. Room is made for up to thirty-two times
+    ///        as many as there are, since moving megabytes takes time; never for more than
+    ///        announced, and such that the last move is of no more than about a thirty-second.
     static std::size_t RoomFor(std::size_t size, std::size_t needed, std::size_t announced);
 
     /// About what a value costs that is kept in its place in a list, in bytes.

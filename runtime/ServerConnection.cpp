@@ -9,8 +9,11 @@
 
 namespace {
 
-// So much is read at once: decoding it takes about a millisecond at the worst.
-constexpr std::size_t kReadPortion = 16U * 1024U;
+// So much is read at once: decoding it takes a fraction of a turn at the worst.
+constexpr std::size_t kReadPortion = 4U * 1024U;
+
+// More than a turn has the time for.
+constexpr int kReadsPerTurn = 1024;
 
 // About what a name takes that is subscribed to, beside itself.
 constexpr std::size_t kNameBytes = 96;
@@ -87,7 +90,9 @@ void ServerConnectionC::WaitForBytes()
 void ServerConnectionC::BytesWait()
 {
     if (!m_decoder.InMessage()) {
-        TakeTurn();
+        // Enough for a request. Many that send much get no turns by sending it over new
+        // connections.
+        TakeTurn(1);
     } else if (const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock()) {
         owner->TurnWanted(*this);
     }
@@ -95,12 +100,17 @@ void ServerConnectionC::BytesWait()
 
 void ServerConnectionC::TakeTurn()
 {
+    TakeTurn(kReadsPerTurn);
+}
+
+void ServerConnectionC::TakeTurn(int mostReads)
+{
     const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock();
     if (owner == nullptr || !m_open) {
         return;
     }
     m_serving = true;
-    const bool isDone = ServeForATurn(*owner);
+    const bool isDone = ServeForATurn(*owner, mostReads);
     m_serving = false;
     if (!m_open) {
         return;
@@ -121,11 +131,12 @@ void ServerConnectionC::TakeTurn()
 }
 
 /// @return true when there is nothing more to do for now.
-bool ServerConnectionC::ServeForATurn(ServerConnectionOwnerC& owner)
+bool ServerConnectionC::ServeForATurn(ServerConnectionOwnerC& owner, int mostReads)
 {
     const auto end = std::chrono::steady_clock::now() + kTurn;
     int served = 0;
-    m_mayHaveMore = true;
+    int reads = 0;
+    bool mayHaveMore = true;
     while (m_open) {
         if (served == kMessagesPerTurn || std::chrono::steady_clock::now() > end) {
             return false;
@@ -140,7 +151,14 @@ bool ServerConnectionC::ServeForATurn(ServerConnectionOwnerC& owner)
             return true;
         case MessageDecoderC::EResult::NeedMore:
             CountHeld();
-            if (!m_open || !Receive()) {
+            if (!m_open || !mayHaveMore) {
+                return true;
+            }
+            if (reads == mostReads) {
+                return false;
+            }
+            ++reads;
+            if (!Receive(mayHaveMore)) {
                 return true;
             }
             break;
@@ -158,12 +176,10 @@ void ServerConnectionC::ServeMessage(ServerConnectionOwnerC& owner)
     }
 }
 
-/// @return false when nothing more has arrived, or the connection has ended.
-bool ServerConnectionC::Receive()
+/// @param mayHaveMore receives whether the system may have more.
+/// @return false when nothing has arrived, or the connection has ended.
+bool ServerConnectionC::Receive(bool& mayHaveMore)
 {
-    if (!m_mayHaveMore) {
-        return false;
-    }
     std::size_t room = 0;
     char* const space = m_decoder.Space(room);
     asio::error_code error;
@@ -175,7 +191,7 @@ bool ServerConnectionC::Receive()
         Lost(error == asio::error::eof ? "closed by the client" : error.message());
         return false;
     }
-    m_mayHaveMore = count == room;
+    mayHaveMore = count == room;
     m_lastGrowth = std::chrono::steady_clock::now();
     m_decoder.Arrived(count);
     return true;

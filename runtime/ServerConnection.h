@@ -93,9 +93,10 @@ public:
 private:
     void WaitForBytes();
     void BytesWait();
-    bool ServeForATurn(ServerConnectionOwnerC& owner);
+    void TakeTurn(int mostReads);
+    bool ServeForATurn(ServerConnectionOwnerC& owner, int mostReads);
     void ServeMessage(ServerConnectionOwnerC& owner);
-    bool Receive();
+    bool Receive(bool& mayHaveMore);
     void CountHeld();
     void FlushLater();
     void Flush();
@@ -118,8 +119,7 @@ private:
     std::size_t m_held = 0;
     std::chrono::steady_clock::time_point m_lastGrowth;
     bool m_open = true;
-    bool m_isWaiting = false;  // for bytes
-    bool m_mayHaveMore = true; // the last read filled its room
+    bool m_isWaiting = false; // for bytes
     bool m_serving = false;
     bool m_isWriting = false;
     bool m_willFlush = false;

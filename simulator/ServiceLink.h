@@ -1,6 +1,7 @@
 #ifndef KESTROVE_SIMULATOR_SERVICELINK_H
 #define KESTROVE_SIMULATOR_SERVICELINK_H
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -27,6 +28,8 @@ public:
     std::string Listen(std::uint16_t port) { return m_server.Listen(port); }
     /// The port that is listened on.
     std::uint16_t Port() const { return m_server.Port(); }
+    /// How many bytes its connections hold of what is unfinished or waits.
+    std::size_t HeldBytes() const { return m_server.HeldBytes(); }
     ServiceCoreC& Core() { return m_core; }
 
 private:

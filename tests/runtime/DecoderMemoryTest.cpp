@@ -106,7 +106,7 @@ TEST_P(EndlessMessage, TakesAtMost96Mebibytes)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    OfEveryKind, EndlessMessage,
+    EndlessMessage, EndlessMessage,
     testing::Values(
         Attack{"EmptyLists", ListHead(kMostElements), "90"},
         Attack{"EmptyDictionaries", ListHead(kMostElements), "80"},
@@ -204,7 +204,7 @@ TEST_P(PlainList, OfTheMostElementsFitsAndComesBackByteByByte)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    OfEveryKind, PlainList,
+    PlainList, PlainList,
     testing::Values(Plain{"SmallNumbers", "07", 1}, Plain{"LargerNumbers", "cd 7f ff cc ff 07", 3},
                     Plain{"Nothing", "c0", 1}, Plain{"EmptyTexts", "a0", 1},
                     Plain{"TextsOfSeven", "a6 61 62 63 64 65 66", 1},
