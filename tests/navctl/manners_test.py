@@ -358,6 +358,8 @@ class Documents(unittest.TestCase):
             ("navctl feed x --rate ", {"max"}),
             ("navctl set-position-data 1 2 3 --heading-valid ", {"on", "off"}),
             ("navctl completion ", {"bash"}),
+            ("navctl help eng", {"engage-steering"}),
+            ("navctl set-nudge 1 --no", {"--no-check"}),
             ("navctl wayline con", {"convert"}),
             ("navctl set-position-data --time", {"--time", "--timeout"}),
         ):
