@@ -30,7 +30,7 @@ class ExitCodes(unittest.TestCase):
         with self.subTest(arguments):
             result = navctl(*arguments)
             self.assertEqual((code, ""), (result.returncode, result.stdout), result.stderr)
-            self.assertRegex(result.stderr, f"^navctl: .*{words}")
+            self.assertRegex(result.stderr, f"(?m)^navctl: .*{words}")
             in_json, reply = answer(*arguments)
             self.assertEqual((code, "failed", code),
                              (in_json, reply["outcome"], reply["exit_code"]))
@@ -236,7 +236,7 @@ class Outputs(unittest.TestCase):
             with self.subTest(arguments):
                 _, text = on_terminal(arguments, {"NO_COLOR": "1"}, columns=36)
                 lines = text.splitlines()
-                self.assertGreater(len(lines), 2)
+                self.assertGreater(len(lines), 1)
                 self.assertLessEqual(max(len(line) for line in lines), 36)
                 self.assertLessEqual(set(re.findall(r"\S+", text)), words)
 
@@ -296,8 +296,7 @@ class Documents(unittest.TestCase):
                                       "The output cannot be written")):
             self.assertRegex(page, f"{code} {words}")
         self.assertIn("A reply of another type than the operation's is a protocol error", page)
-        self.assertIn("navctl set-wayline '0 0 0 0 0 100 0' && navctl start-navigation on && "
-                      "navctl engage-steering", page)
+        self.assertIn("set-wayline '0 0 0 0 0 100 0' && navctl start-navigation on && navctl", page)
         sections = re.findall(r"^([A-Z][A-Z ]+)$", self.rendered(navctl("manual").stdout), re.MULTILINE)
         self.assertEqual(["NAME", "SYNOPSIS", "DESCRIPTION", "OPTIONS", "COMMANDS", "OPERATIONS",
                           "JSON", "EXIT STATUS", "ENVIRONMENT", "EXAMPLES", "SEE ALSO"], sections)
@@ -359,6 +358,8 @@ class Documents(unittest.TestCase):
             ("navctl feed x --rate ", {"max"}),
             ("navctl set-position-data 1 2 3 --heading-valid ", {"on", "off"}),
             ("navctl completion ", {"bash"}),
+            ("navctl help eng", {"engage-steering"}),
+            ("navctl set-nudge 1 --no", {"--no-check"}),
             ("navctl wayline con", {"convert"}),
             ("navctl set-position-data --time", {"--time", "--timeout"}),
         ):

@@ -52,11 +52,9 @@ int WriteWhole(int descriptor, const std::string& text, const sigset_t& unblocke
     std::size_t written = 0;
     while (written < text.size()) {
         pollfd entry{descriptor, POLLOUT, 0};
-        if (::ppoll(&entry, 1, nullptr, &unblocked) < 0) {
-            if (errno != EINTR)
-                return errno;
-            continue;
-        }
+        // A signal that a handler has taken is to end the wait, too.
+        if (::ppoll(&entry, 1, nullptr, &unblocked) < 0)
+            return errno;
         const std::size_t length = std::min(text.size() - written, most);
         const ssize_t count = ::write(descriptor, text.data() + written, length);
         if (count >= 0) {

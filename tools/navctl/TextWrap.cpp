@@ -46,11 +46,16 @@ std::string Filled(std::string line, const std::string& text, std::size_t indent
     return filled + line;
 }
 
+/// How far a text is indented that is set too far in for the columns that there are.
+constexpr std::size_t kLeastIndent = 4;
+
 std::string WrappedLine(const std::string& line, std::size_t columns)
 {
     if (ColumnsOf(line) <= columns)
         return line;
     const std::size_t start = std::min(line.find_first_not_of(' '), line.size());
+    if (start > columns / 2 && start > kLeastIndent)
+        return WrappedLine(std::string(kLeastIndent, ' ') + line.substr(start), columns);
     const std::size_t gap = line.find("  ", start);
     const std::size_t second = gap == std::string::npos ? gap : line.find_first_not_of(' ', gap);
     const std::size_t hanging = start + 2 < columns / 2 ? start + 2 : 0;
@@ -60,7 +65,7 @@ std::string WrappedLine(const std::string& line, std::size_t columns)
     if (indent <= columns / 2)
         return Filled(line.substr(0, second), line.substr(second), indent, columns);
     // The second column has no room beside the first.
-    const std::size_t deeper = start + 4 < columns / 2 ? start + 4 : 0;
+    const std::size_t deeper = start + kLeastIndent < columns / 2 ? start + kLeastIndent : 0;
     return Filled(line.substr(0, start), line.substr(start, gap - start), hanging, columns) + "\n" +
            Filled(std::string(deeper, ' '), line.substr(second), deeper, columns);
 }

@@ -20,12 +20,18 @@ bool AsksForJson(const std::vector<std::string>& words)
     return std::find(words.begin(), end, "--json") != end;
 }
 
+void FailByUsage(CContext& context, const std::string& problem)
+{
+    context.Fail(kExitUsage, problem);
+    WriteError("navctl --help and navctl COMMAND --help tell more");
+}
+
 /// Gives what is asked for in place of a command's work: help or the version.
 void PrintHelp(CContext& context, CLI::App& app, const std::vector<std::string>& words,
                const CLI::Success& wanted)
 {
     if (const auto problem = UnknownWord(app, words)) {
-        context.Fail(kExitUsage, *problem);
+        FailByUsage(context, *problem);
         return;
     }
     std::ostringstream text;
@@ -52,8 +58,7 @@ EExitCode Run(int argumentCount, char** arguments, COutput& output)
     } catch (const CLI::ParseError& error) {
         // The options need not have been read yet.
         context.options.json = AsksForJson(words);
-        context.Fail(kExitUsage, UsageProblem(*app, words, error));
-        WriteError("navctl --help and navctl COMMAND --help tell more");
+        FailByUsage(context, UsageProblem(*app, words, error));
     } catch (const std::exception& error) {
         context.Fail(kExitProtocolError, error.what());
     }

@@ -3,7 +3,6 @@
 
 #include <functional>
 #include <string>
-#include <tuple>
 #include <type_traits>
 #include <utility>
 
@@ -46,14 +45,6 @@ Wanted As(const ArgumentValue& value)
 /// A number as JSON. A float in the digits that make it, which a double in its place would not
 /// have.
 Json NumberValue(float value);
-inline Json NumberValue(double value)
-{
-    return value;
-}
-inline Json NumberValue(int value)
-{
-    return value;
-}
 
 /// Carries out an operation that waits for no reply.
 using Invocation = std::function<void(CNavigationAPI&, const ArgumentValues&)>;
