@@ -57,11 +57,20 @@ bool IsEnclosed(const Burst& burst, std::size_t place)
            std::any_of(here + 1, burst.end(), MarksTime);
 }
 
+/// Whether the order was told, by a type that comes once in a burst.
+bool TellsItsBeginning(const Scene& scene)
+{
+    return std::count_if(scene.burst.begin(), scene.burst.end(),
+                         [&scene](const StreamSentence& sentence) {
+                             return sentence.type == scene.burstBeginsWith;
+                         }) == 1;
+}
+
 /// Whether the epoch of a sentence can be told at all.
 bool CanBeCertain(const Scene& scene, std::size_t place)
 {
     return HasTime(scene.burst[place].type) || IsEnclosed(scene.burst, place) ||
-           scene.pace == EPace::Bursts || scene.burstBeginsWith;
+           scene.pace == EPace::Bursts || TellsItsBeginning(scene);
 }
 
 /// What holds whatever happens: no value of another epoch, one sample an epoch, everything counted.
@@ -129,9 +138,8 @@ bool IsInTime(const Scene& scene, const Events& events, const Outcome& outcome, 
         return true;
     }
     const int last = isLearned && scene.pace == EPace::Bursts ? epoch : epoch + 1;
-    const bool isLate = sent->atEvent < events.size()
-                            ? events[sent->atEvent].epoch > last
-                            : events.back().epoch > last;
+    const bool isLate = sent->atEvent < events.size() ? events[sent->atEvent].epoch > last
+                                                      : events.back().epoch > last;
     if (isLate) {
         ADD_FAILURE() << name << ": epoch " << epoch << " goes out late";
     }
@@ -161,9 +169,9 @@ void Judge(const Scene& scene, const Events& events, int first, int last, const 
 
 std::size_t PlaceOfEpoch(const Events& events, int epoch)
 {
-    const auto found = std::find_if(events.begin(), events.end(), [epoch](const StreamEvent& event) {
-        return event.epoch == epoch;
-    });
+    const auto found =
+        std::find_if(events.begin(), events.end(),
+                     [epoch](const StreamEvent& event) { return event.epoch == epoch; });
     return static_cast<std::size_t>(found - events.begin());
 }
 
@@ -264,7 +272,11 @@ TEST(NmeaEpochs, GiveNoSampleAValueOfAnotherEpochWithTwoTimesInABurst)
 
 TEST(NmeaEpochs, GiveNoSampleAValueOfAnotherEpochInALongBurst)
 {
-    DisturbAllOrders({{T::Hdt}, {T::Gga}, {T::Gst}, {T::Vtg}, {T::Rot}}, {100}, {1, 6}, false);
+    ForEachOrder({{T::Hdt}, {T::Gga}, {T::Gst}, {T::Vtg}, {T::Rot}}, [](const Burst& order) {
+        for (const EPace pace : {EPace::File, EPace::Bursts}) {
+            Disturb({order, 100, pace, std::nullopt}, {6}, false);
+        }
+    });
 }
 
 TEST(NmeaEpochs, GiveNoSampleAValueOfAnotherEpochWithAnAttitudeThatHasItsOwnTime)

@@ -24,8 +24,8 @@ NmeaPart PartOf(const StreamSentence& sentence, int epoch, std::int64_t period)
         part.report.fixQuality = sentence.hasFix ? 4 : 0;
         part.report.satellites = epoch;
         if (!sentence.hasFix) {
-            part.report.altitude = -1.0;
-            part.report.satellites = 0;
+            part.report.altitude.reset();
+            part.report.satellites.reset();
         }
         break;
     case ENmeaType::Gst:
@@ -170,7 +170,8 @@ std::string ForeignValues(const PositionSample& sample, int epoch)
             foreign += std::string(" ") + NameOf(type) + " of " + std::to_string(*value);
         }
     }
-    if (std::lround(sample.latitude * 1000.0) != epoch || sample.satellites != epoch) {
+    if (std::lround(sample.latitude * 1000.0) != epoch ||
+        sample.satellites.value_or(epoch) != epoch) {
         foreign += " position";
     }
     return foreign;

@@ -82,7 +82,7 @@ void CNmeaEpochs::Add(const NmeaPart& part)
 void CNmeaEpochs::AddTimed(const NmeaPart& part)
 {
     if (part.report.timeOfDay) {
-        Note(part.kind, true);
+        Note(part);
         if (m_epoch && IsSameTime(m_epoch->timeOfDay, *part.report.timeOfDay)) {
             Join(part);
         } else {
@@ -148,7 +148,7 @@ void CNmeaEpochs::Open(const NmeaPart& part)
     }
     m_isBroken = false;
     ++m_epochNumber;
-    Note(part.kind, true);
+    Note(part);
     m_epoch.emplace();
     m_epoch->timeOfDay = time;
     m_epoch->firstLine = leading.empty() ? part.line : leading.front().line;
@@ -171,7 +171,7 @@ void CNmeaEpochs::Open(const NmeaPart& part)
 
 void CNmeaEpochs::AddUntimed(const NmeaPart& part)
 {
-    Note(part.kind, false);
+    Note(part);
     if (m_waiting.size() >= kMostWaiting) {
         for (const Waiting& waiting : m_waiting) {
             if (!waiting.isPlaced) {
@@ -216,7 +216,7 @@ void CNmeaEpochs::AddAttitude(const NmeaPart& part)
             Late(part);
             return;
         }
-        Note(part.kind, true);
+        Note(part);
         AddPart(part, EHow::ItsTime);
         EndEarly();
     } else {
@@ -326,6 +326,14 @@ std::optional<CNmeaEpochs::Cut> CNmeaEpochs::FindCut(const NmeaPart& next, bool 
     if (!m_burstBeginsWith) {
         return PauseBefore(next);
     }
+    // Of several talkers, the first one may be lost, and then another's would not be the beginning.
+    const auto isBeginning = [this](const RecentKind& recent) {
+        return recent.type == *m_burstBeginsWith &&
+               recent.epoch + kEpochsToWaitFor >= m_epochNumber;
+    };
+    if (std::count_if(m_recent.begin(), m_recent.end(), isBeginning) > 1) {
+        return std::nullopt;
+    }
     std::optional<Cut> cut;
     if (m_ahead && m_burstBeginsWith == ENmeaType::Pashr) {
         cut = Cut{std::min(m_placeOfAhead, m_waiting.size()), false};
@@ -434,7 +442,7 @@ bool CNmeaEpochs::IsWhole() const
     return m_epochNumber > kEpochsToWaitFor &&
            std::all_of(m_recent.begin(), m_recent.end(), [this](const RecentKind& recent) {
                const bool isAwaited = recent.epoch + kEpochsToWaitFor >= m_epochNumber &&
-                                      (recent.isTimed || StandsBehind(recent.kind, true));
+                                      (HasTime(recent.type) || StandsBehind(recent.kind, true));
                return !isAwaited || Has(recent.kind);
            });
 }
@@ -445,10 +453,10 @@ bool CNmeaEpochs::Has(NmeaKind kind) const
                        [kind](const NmeaPart& part) { return part.kind == kind; });
 }
 
-void CNmeaEpochs::Note(NmeaKind kind, bool isTimed)
+void CNmeaEpochs::Note(const NmeaPart& part)
 {
     for (RecentKind& recent : m_recent) {
-        if (recent.kind == kind) {
+        if (recent.kind == part.kind) {
             recent.epoch = m_epochNumber;
             return;
         }
@@ -456,7 +464,7 @@ void CNmeaEpochs::Note(NmeaKind kind, bool isTimed)
     if (m_recent.size() >= kMostRecent) {
         m_recent.clear();
     }
-    m_recent.push_back({kind, isTimed, m_epochNumber});
+    m_recent.push_back({part.kind, part.type, m_epochNumber});
 }
 
 /// Whether a sentence of the next time has come when it was due.

@@ -135,7 +135,7 @@ private:
     void EndEarly();
     bool IsWhole() const;
     bool Has(NmeaKind kind) const;
-    void Note(NmeaKind kind, bool isTimed);
+    void Note(const NmeaPart& part);
     bool IsPaced(const NmeaPart& part) const;
     void LeaveOut(const NmeaPart& part, const char* why);
     void Late(const NmeaPart& part);
@@ -144,7 +144,7 @@ private:
     struct RecentKind
     {
         NmeaKind kind;
-        bool isTimed;
+        ENmeaType type;
         std::uint64_t epoch;
     };
 
