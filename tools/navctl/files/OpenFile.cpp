@@ -19,6 +19,7 @@ COpenFile::COpenFile(const std::string& path) : m_isStandardInput(path == "-")
         m_problem = "cannot read " + path + ": it is a directory";
     } else if (S_ISREG(status.st_mode)) {
         m_length = static_cast<std::uint64_t>(status.st_size);
+        m_isRegular = true;
     }
 }
 

@@ -24,10 +24,13 @@ public:
     /// Its length in bytes; 0 for what has none, such as a pipe.
     std::uint64_t Length() const { return m_length; }
     bool IsStandardInput() const { return m_isStandardInput; }
+    /// Whether it is a file on a disk, that is all there already, and not a pipe or a device.
+    bool IsRegular() const { return m_isRegular; }
 
 private:
     int m_descriptor = -1;
     bool m_isStandardInput = false;
+    bool m_isRegular = false;
     std::uint64_t m_length = 0;
     std::string m_problem;
 };
