@@ -33,7 +33,7 @@ constexpr std::size_t BlockBytes(std::size_t size)
 constexpr std::size_t kAtomBytes = BlockBytes(sizeof(BAtomC));
 constexpr std::size_t kListBytes = BlockBytes(sizeof(BListC));
 constexpr std::size_t kDictionaryBytes = BlockBytes(sizeof(BDictionaryC));
-constexpr std::size_t kSlotBytes = sizeof(BListAccessC::Slot);
+static_assert(MessageBuilderC::kSlotBytes == sizeof(BListAccessC::Slot));
 constexpr std::size_t kEntryBytes = sizeof(BListAccessC::Entry);
 
 /// What a text takes beside the string itself, which keeps a short one inside.

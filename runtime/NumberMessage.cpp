@@ -219,7 +219,9 @@ bool IsWorthKeeping(const BListC* list)
 
 std::size_t NumberMessageC::Held() const
 {
-    return m_list == nullptr ? 0 : BListAccessC::SlotsOf(*m_list).capacity() * kSlotBytes;
+    return m_list == nullptr
+               ? 0
+               : BListAccessC::SlotsOf(*m_list).capacity() * MessageBuilderC::kSlotBytes;
 }
 
 std::size_t NumberMessageC::Begin(const char* bytes, std::size_t size)
