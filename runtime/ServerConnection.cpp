@@ -1,6 +1,5 @@
 #include "runtime/ServerConnection.h"
 
-#include <algorithm>
 #include <utility>
 
 #include <asio/buffer.hpp>
@@ -10,8 +9,14 @@
 
 namespace {
 
-// So much is read at once: a turn of the loop stays short, however fast a client sends.
-constexpr std::size_t kReadPortion = 256U * 1024U;
+// So much is read at once: decoding it takes a fraction of a turn at the worst.
+constexpr std::size_t kReadPortion = 4U * 1024U;
+
+// More than a turn has the time for.
+constexpr int kReadsPerTurn = 1024;
+
+// About what a name takes that is subscribed to, beside itself.
+constexpr std::size_t kNameBytes = 96;
 
 // A buffer that one large message has blown up is given back once it has been written.
 constexpr std::size_t kKeptBuffer = 256U * 1024U;
@@ -27,85 +32,191 @@ void Empty(std::string& buffer)
 } // namespace
 
 ServerConnectionC::ServerConnectionC(asio::ip::tcp::socket socket, ClientNumber number,
-                                     const std::shared_ptr<ServerConnectionOwnerC>& owner)
-    : m_socket(std::move(socket)), m_number(number), m_owner(owner)
+                                     const std::shared_ptr<ServerConnectionOwnerC>& owner,
+                                     std::shared_ptr<DisposerC> disposer)
+    : m_socket(std::move(socket)), m_number(number), m_owner(owner),
+      m_disposer(std::move(disposer)), m_decoder(kReadPortion)
 {
     asio::error_code ignored;
     m_socket.set_option(asio::ip::tcp::no_delay(true), ignored);
     m_socket.non_blocking(true, ignored);
 }
 
-void ServerConnectionC::Start()
+ServerConnectionC::~ServerConnectionC()
 {
-    Read();
+    struct Remains
+    {
+        MessageDecoderC decoder;
+        MessageC message;
+        std::set<std::string> subscriptions;
+        std::string queued;
+        std::string writing;
+    };
+    const std::size_t bytes = m_decoder.Held() + m_message.memory + m_subscribed +
+                              m_queued.capacity() + m_writing.capacity();
+    m_disposer->Destroy(Remains{std::move(m_decoder), std::move(m_message),
+                                std::move(m_subscriptions), std::move(m_queued),
+                                std::move(m_writing)},
+                        bytes);
 }
 
-void ServerConnectionC::Read()
+void ServerConnectionC::Start()
+{
+    CountHeld();
+    WaitForBytes();
+}
+
+/// Without room for them: a connection that sends nothing takes none.
+void ServerConnectionC::WaitForBytes()
 {
     if (!m_open) {
         return;
     }
-    std::size_t room = 0;
-    char* const space = m_decoder.Space(room);
-    m_socket.async_read_some(
-        asio::buffer(space, std::min(room, kReadPortion)),
-        [self = shared_from_this()](const asio::error_code& error, std::size_t count) {
-            if (!self->m_open) {
-                return;
-            }
-            if (error) {
-                self->Lost(error == asio::error::eof ? "closed by the client" : error.message());
-                return;
-            }
-            self->BytesArrived(count);
-        });
+    m_isWaiting = true;
+    m_socket.async_wait(asio::socket_base::wait_read,
+                        [self = shared_from_this()](const asio::error_code& error) {
+                            self->m_isWaiting = false;
+                            if (!self->m_open) {
+                                return;
+                            }
+                            if (error) {
+                                self->Lost(error.message());
+                                return;
+                            }
+                            self->BytesWait();
+                        });
 }
 
-void ServerConnectionC::BytesArrived(std::size_t count)
+void ServerConnectionC::BytesWait()
 {
-    m_decoder.Arrived(count);
-    ServeArrived();
+    if (!m_decoder.InMessage()) {
+        // Enough for a request. Many that send much get no turns by sending it over new
+        // connections.
+        TakeTurn(1);
+    } else if (const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock()) {
+        owner->TurnWanted(*this);
+    }
 }
 
-/// Serves the messages that have arrived, at most a turn's worth; then reads on, or leaves the rest
-/// to a later turn. Nothing is read meanwhile, so a client that floods is slowed down to its share.
-void ServerConnectionC::ServeArrived()
+void ServerConnectionC::TakeTurn()
+{
+    TakeTurn(kReadsPerTurn);
+}
+
+void ServerConnectionC::TakeTurn(int mostReads)
 {
     const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock();
     if (owner == nullptr || !m_open) {
         return;
     }
     m_serving = true;
-    int served = 0;
-    while (served < kMessagesPerTurn && ServeNext(*owner)) {
-        ++served;
-    }
+    const bool isDone = ServeForATurn(*owner, mostReads);
     m_serving = false;
     if (!m_open) {
         return;
     }
     Flush();
-    if (served < kMessagesPerTurn) {
-        Read();
-    } else {
-        asio::post(m_socket.get_executor(), [self = shared_from_this()] { self->ServeArrived(); });
+    CountHeld();
+    if (!m_open) {
+        return;
+    }
+    if (!isDone) {
+        owner->TurnWanted(*this);
+        return;
+    }
+    WaitForBytes();
+    if (m_decoder.InMessage()) {
+        owner->MessageUnfinished(*this);
     }
 }
 
-/// Serves the next message. False when no whole one is there or the connection has been closed.
-bool ServerConnectionC::ServeNext(ServerConnectionOwnerC& owner)
+/// @return true when there is nothing more to do for now.
+bool ServerConnectionC::ServeForATurn(ServerConnectionOwnerC& owner, int mostReads)
 {
-    switch (m_decoder.Next(m_message)) {
-    case MessageDecoderC::EResult::Complete:
-        owner.MessageArrived(*this, m_message);
-        return m_open;
-    case MessageDecoderC::EResult::Bad:
-        owner.MessageRejected(*this, m_decoder.Problem());
-        return false;
-    case MessageDecoderC::EResult::NeedMore:
-        break;
+    const auto end = std::chrono::steady_clock::now() + kTurn;
+    int served = 0;
+    int reads = 0;
+    bool mayHaveMore = true;
+    while (m_open) {
+        if (served == kMessagesPerTurn || std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        switch (m_decoder.Next(m_message)) {
+        case MessageDecoderC::EResult::Complete:
+            ++served;
+            ServeMessage(owner);
+            break;
+        case MessageDecoderC::EResult::Bad:
+            owner.MessageRejected(*this, m_decoder.Problem());
+            return true;
+        case MessageDecoderC::EResult::NeedMore:
+            CountHeld();
+            if (!m_open || !mayHaveMore) {
+                return true;
+            }
+            if (reads == mostReads) {
+                return false;
+            }
+            ++reads;
+            if (!Receive(mayHaveMore)) {
+                return true;
+            }
+            break;
+        }
     }
-    return false;
+    return true;
+}
+
+void ServerConnectionC::ServeMessage(ServerConnectionOwnerC& owner)
+{
+    owner.MessageArrived(*this, m_message);
+    if (m_message.memory >= DisposerC::kLeastBytes) {
+        m_disposer->Destroy(std::move(m_message), m_message.memory);
+        m_message = MessageC();
+    }
+}
+
+/// @param mayHaveMore receives whether the system may have more.
+/// @return false when nothing has arrived, or the connection has ended.
+bool ServerConnectionC::Receive(bool& mayHaveMore)
+{
+    std::size_t room = 0;
+    char* const space = m_decoder.Space(room);
+    asio::error_code error;
+    const std::size_t count = m_socket.read_some(asio::buffer(space, room), error);
+    if (error == asio::error::would_block || error == asio::error::try_again) {
+        return false;
+    }
+    if (error) {
+        Lost(error == asio::error::eof ? "closed by the client" : error.message());
+        return false;
+    }
+    mayHaveMore = count == room;
+    m_lastGrowth = std::chrono::steady_clock::now();
+    m_decoder.Arrived(count);
+    return true;
+}
+
+bool ServerConnectionC::Subscribe(const std::string& event)
+{
+    const bool isNew = m_subscriptions.insert(event).second;
+    if (isNew) {
+        m_subscribed += event.size() + kNameBytes;
+        CountHeld();
+    }
+    return isNew;
+}
+
+void ServerConnectionC::CountHeld()
+{
+    const std::size_t before = m_held;
+    m_held = !m_open ? 0
+                     : kSilentBytes + m_decoder.Held() + m_message.memory + m_subscribed +
+                           m_queued.capacity() + m_writing.capacity();
+    const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock();
+    if (owner != nullptr && m_held != before) {
+        owner->HeldChanged(before, m_held);
+    }
 }
 
 bool ServerConnectionC::Queue(const char* bytes, std::size_t count)
@@ -118,6 +229,7 @@ bool ServerConnectionC::Queue(const char* bytes, std::size_t count)
     }
     m_queued.append(bytes, count);
     FlushLater();
+    CountHeld();
     return true;
 }
 
@@ -165,6 +277,7 @@ void ServerConnectionC::Written(std::size_t count)
     if (m_written == m_writing.size()) {
         Empty(m_writing);
         m_written = 0;
+        CountHeld();
     }
     Flush();
 }
@@ -188,6 +301,7 @@ void ServerConnectionC::Close(bool withReset)
         m_socket.shutdown(asio::socket_base::shutdown_send, error);
     }
     m_socket.close(error);
+    CountHeld();
 }
 
 void ServerConnectionC::SendRestAtOnce()

@@ -58,11 +58,16 @@ COutcome PositionFeedC::SetOrigin(const GeodeticPlace& place)
     if (!problem.empty())
         return COutcome::Refused(problem);
     m_frame = std::make_unique<FrameC>(place);
+    m_knownHeight = place.height;
     return COutcome::Done();
 }
 
-COutcome PositionFeedC::Feed(const PositionSample& sample)
+COutcome PositionFeedC::Feed(const PositionSample& told)
 {
+    PositionSample sample = told;
+    // Where nobody knows the height, the machine stays at the last one that was known.
+    if (std::isnan(sample.height))
+        sample.height = m_knownHeight;
     if (!sample.positionValid)
         return COutcome::Refused("the position is marked as not valid");
     const std::string problem = ImpossibleInSample(sample);
@@ -74,8 +79,10 @@ COutcome PositionFeedC::Feed(const PositionSample& sample)
     }
     double height = 0.0;
     COutcome outcome = m_simulation.Feed(m_frame->ToLocal(sample, height));
-    if (outcome)
+    if (outcome) {
         m_height = height;
+        m_knownHeight = sample.height;
+    }
     return outcome;
 }
 

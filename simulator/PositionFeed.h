@@ -31,8 +31,8 @@ public:
     /// Moves the origin. Refused when there is no such place.
     COutcome SetOrigin(const GeodeticPlace& place);
     /// Takes a sample over as the machine's position. Refused when it is not valid or when a
-    /// machine cannot be there.
-    COutcome Feed(const PositionSample& sample);
+    /// machine cannot be there. A height that is not a number is one that nobody knows.
+    COutcome Feed(const PositionSample& told);
     /// How far above the origin the machine is, metres; 0 while the simulation drives it itself.
     double Height() const;
 
@@ -42,6 +42,7 @@ private:
     CSimulation& m_simulation;
     std::unique_ptr<FrameC> m_frame;
     double m_height = 0.0;
+    double m_knownHeight = 0.0; ///< metres above the ellipsoid
 };
 
 #endif

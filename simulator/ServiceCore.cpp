@@ -73,8 +73,10 @@ void ServiceCoreC::Step()
     if (!m_simulation.ControlRan())
         return;
     m_waylines.Record(m_feed.Height());
-    if (!m_recorder.Write(m_simulation))
-        m_log.Write(ELogLevel::Error, "the track file cannot be written any more and ends here");
+    const std::string problem = m_recorder.Write(m_simulation);
+    if (!problem.empty()) {
+        m_log.Write(ELogLevel::Error, problem);
+    }
     LogDrop();
     TellChanges(true);
 }

@@ -1,6 +1,7 @@
 #ifndef KESTROVE_SIMULATOR_SERVICECORE_H
 #define KESTROVE_SIMULATOR_SERVICECORE_H
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -57,6 +58,8 @@ public:
 
     /// Writes the drive to a file from now on; see TrackRecorderC::Open().
     std::string RecordTrack(const std::string& path) { return m_recorder.Open(path); }
+    /// Ends that file; see TrackRecorderC::Close().
+    void EndTrack(std::chrono::steady_clock::time_point deadline) { m_recorder.Close(deadline); }
     /// The names of all operations.
     std::vector<std::string> OperationNames() const { return m_operations.Names(); }
     /// The wayline and the waypoints, to look at.

@@ -1,7 +1,9 @@
 #ifndef KESTROVE_SIMULATOR_SERVICELINK_H
 #define KESTROVE_SIMULATOR_SERVICELINK_H
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "runtime/MPISocketServer.h"
@@ -14,14 +16,20 @@
 class ServiceLinkC : private MPIServiceHandlerC
 {
 public:
+    /// Told whose message is about to be carried out, and 0 when it has been.
+    using ServedSink = std::function<void(ClientNumber)>;
+
     /// @param loop must outlive this object.
     /// @param options what the core is made with; its events go to the subscribers too.
-    ServiceLinkC(asio::io_context& loop, ServiceCoreOptions options);
+    /// @param served may be empty.
+    ServiceLinkC(asio::io_context& loop, ServiceCoreOptions options, ServedSink served = {});
 
     /// Starts to listen; see MPISocketServerC::Listen().
     std::string Listen(std::uint16_t port) { return m_server.Listen(port); }
     /// The port that is listened on.
     std::uint16_t Port() const { return m_server.Port(); }
+    /// How many bytes its connections hold of what is unfinished or waits.
+    std::size_t HeldBytes() const { return m_server.HeldBytes(); }
     ServiceCoreC& Core() { return m_core; }
 
 private:
@@ -37,9 +45,12 @@ private:
     void HandlerFailed(ClientNumber client, const std::string& name,
                        const std::string& reason) override;
 
+    class WhileServingC;
+
     ServiceCoreOptions Publishing(ServiceCoreOptions options);
 
     ServiceLogC m_log;
+    ServedSink m_served;
     MPISocketServerC m_server;
     ServiceCoreC m_core;
 };

@@ -1,33 +1,30 @@
 #include "simulator/http/EventFeed.h"
 
+#include <utility>
+
 namespace {
 
-std::string Framed(EFeedEvent event, const std::string& json)
+std::string Framed(const char* name, const std::string& json)
 {
-    static const char* const names[] = {"settings", "line", "state"};
-    return std::string("event: ") + names[static_cast<std::size_t>(event)] + "\ndata: " + json +
-           "\n\n";
+    return std::string("event: ") + name + "\ndata: " + json + "\n\n";
 }
 
 } // namespace
 
-bool EventFeedC::Enter(std::chrono::milliseconds atMost)
+void EventFeedC::Enter()
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait_for(lock, atMost, [this] { return m_closed || m_viewers < m_mostViewers; });
-    if (m_closed || m_viewers >= m_mostViewers)
-        return false;
+    const std::lock_guard<std::mutex> lock(m_mutex);
     ++m_viewers;
-    return true;
 }
 
 void EventFeedC::Leave()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_changed.notify_all();
-    if (--m_viewers > 0)
+    if (--m_viewers > 0) {
         return;
+    }
     m_newest = {};
+    m_line.reset();
     ++m_generation;
 }
 
@@ -45,52 +42,64 @@ std::uint64_t EventFeedC::Generation() const
 
 void EventFeedC::Publish(EFeedEvent event, const std::string& json)
 {
-    const auto message = std::make_shared<const std::string>(Framed(event, json));
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         Newest& newest = m_newest[static_cast<std::size_t>(event)];
-        if (m_viewers == 0 || (newest.message && *newest.message == *message))
+        if (m_viewers == 0 || newest.json == json) {
             return;
-        newest = {message, ++m_lastNumber};
-    }
-    m_changed.notify_all();
-}
-
-EventFeedC::Messages EventFeedC::Unseen(Seen& seen) const
-{
-    Messages messages;
-    for (std::size_t event = 0; event < kFeedEvents; ++event) {
-        const Newest& newest = m_newest[event];
-        if (newest.message && newest.number > seen[event]) {
-            messages.push_back(newest.message);
-            seen[event] = newest.number;
         }
+        newest = {json, ++m_lastNumber};
     }
-    return messages;
+    if (m_changed) {
+        m_changed();
+    }
 }
 
-EventFeedC::Messages EventFeedC::Take(Seen& seen, std::chrono::milliseconds atMost)
-{
-    std::unique_lock<std::mutex> lock(m_mutex);
-    Messages messages;
-    m_changed.wait_for(lock, atMost, [&] {
-        messages = Unseen(seen);
-        return m_closed || !messages.empty();
-    });
-    return messages;
-}
-
-void EventFeedC::Close()
+void EventFeedC::PublishLine(LinePicturePtr picture)
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_closed = true;
+        if (m_viewers == 0) {
+            return;
+        }
+        m_line = std::move(picture);
+        m_lineNumber = ++m_lastNumber;
     }
-    m_changed.notify_all();
+    if (m_changed) {
+        m_changed();
+    }
 }
 
-bool EventFeedC::Closed() const
+std::string EventFeedC::TakeEvent(EFeedEvent event, Seen& seen) const
+{
+    static const char* const names[] = {"settings", "state"};
+    const auto index = static_cast<std::size_t>(event);
+    const Newest& newest = m_newest[index];
+    if (newest.number <= seen.numbers[index] || newest.json.empty()) {
+        return {};
+    }
+    seen.numbers[index] = newest.number;
+    return Framed(names[index], newest.json);
+}
+
+std::string EventFeedC::TakeLine(Seen& seen) const
+{
+    if (!m_line || m_lineNumber <= seen.line) {
+        return {};
+    }
+    bool isWhole = false;
+    const std::string event = LineEvent(*m_line, seen.pieces, kMostPointBytes, isWhole);
+    if (isWhole) {
+        seen.line = m_lineNumber;
+    }
+    return Framed("line", event);
+}
+
+std::string EventFeedC::Take(Seen& seen) const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_closed;
+    std::string events = TakeEvent(EFeedEvent::Settings, seen);
+    events += TakeLine(seen);
+    events += TakeEvent(EFeedEvent::State, seen);
+    return events;
 }

@@ -2,24 +2,22 @@
 #define KESTROVE_SIMULATOR_HTTP_EVENTFEED_H
 
 #include <array>
-#include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <functional>
 #include <mutex>
 #include <string>
-#include <vector>
 
-/// What viewers are told, in the order in which a new one hears of it.
+#include "simulator/http/LineEvent.h"
+
+/// What viewers are told beside the line.
 enum class EFeedEvent : std::size_t
 {
     Settings,
-    Line,
     State,
 };
 
-inline constexpr std::size_t kFeedEvents = 3;
+inline constexpr std::size_t kFeedEvents = 2;
 
 /// What the viewers of the page are to know: of each kind the newest event, written once and shared
 /// by all viewers. There is no queue: a viewer that is slow misses what was replaced meanwhile, and
@@ -29,19 +27,25 @@ inline constexpr std::size_t kFeedEvents = 3;
 class EventFeedC
 {
 public:
-    using Message = std::shared_ptr<const std::string>;
-    using Messages = std::vector<Message>;
-    /// What a viewer has been told last, by number.
-    using Seen = std::array<std::uint64_t, kFeedEvents>;
+    /// How many bytes of points are taken at once, but for those of a single longer pass.
+    static constexpr std::size_t kMostPointBytes = 24 * 1024;
 
-    explicit EventFeedC(std::size_t mostViewers) : m_mostViewers(mostViewers) {}
+    /// What a viewer has been told last.
+    struct Seen
+    {
+        std::array<std::uint64_t, kFeedEvents> numbers{};
+        std::uint64_t line = 0;
+        SentPieces pieces;
+    };
 
-    /// Takes a viewer in; false when there are too many, or the feed is closed.
-    ///
-    /// @param atMost how long to wait for one to leave when there are too many.
-    bool Enter(std::chrono::milliseconds atMost = std::chrono::milliseconds(0));
-    /// A viewer that was taken in is gone. With the last one the events are forgotten, since nobody
-    /// keeps them up to date without viewers.
+    /// @param changed is called when there is something new, on whatever thread brings it; may be
+    ///        empty.
+    explicit EventFeedC(std::function<void()> changed = {}) : m_changed(std::move(changed)) {}
+
+    /// A viewer has come.
+    void Enter();
+    /// A viewer has gone. With the last one the events are forgotten, since nobody keeps them up to
+    /// date without viewers.
     void Leave();
     bool HasViewers() const;
     /// How often the events have been forgotten: when it changes, all must be published anew.
@@ -51,33 +55,36 @@ public:
     ///
     /// @param json one line.
     void Publish(EFeedEvent event, const std::string& json);
-    /// Waits until there is an event that the viewer has not been told.
+    /// Replaces the line, likewise.
+    void PublishLine(LinePicturePtr picture);
+    /// What is new to a viewer.
     ///
-    /// @param seen is brought up to date.
-    /// @return the events as they go over the stream; none when nothing came in time.
-    Messages Take(Seen& seen, std::chrono::milliseconds atMost);
-
-    /// Ends all waiting, for good.
-    void Close();
-    bool Closed() const;
+    /// @param seen is brought up to date. Points that are too many to be taken at once come with
+    /// the
+    ///        next calls.
+    /// @return the events as they go over the stream, one of each kind at most; empty when there
+    /// are
+    ///         none.
+    std::string Take(Seen& seen) const;
 
 private:
     struct Newest
     {
-        Message message;
+        std::string json;
         std::uint64_t number = 0;
     };
 
-    Messages Unseen(Seen& seen) const;
+    std::string TakeEvent(EFeedEvent event, Seen& seen) const;
+    std::string TakeLine(Seen& seen) const;
 
-    std::size_t m_mostViewers;
-    mutable std::mutex m_mutex;
-    std::condition_variable m_changed;
+    std::function<void()> m_changed;
+    mutable std::mutex m_mutex; ///< guards all that follows
     std::size_t m_viewers = 0;
     std::array<Newest, kFeedEvents> m_newest;
+    LinePicturePtr m_line;
+    std::uint64_t m_lineNumber = 0;
     std::uint64_t m_lastNumber = 0;
     std::uint64_t m_generation = 1;
-    bool m_closed = false;
 };
 
 #endif

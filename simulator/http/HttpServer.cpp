@@ -1,133 +1,172 @@
 #include "simulator/http/HttpServer.h"
 
+#include <algorithm>
+#include <array>
+#include <cerrno>
 #include <exception>
 #include <utility>
 
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include "simulator/http/SignalsBlocked.h"
+#include <asio/error.hpp>
 
 namespace {
 
-// Beside the body.
-constexpr std::size_t kMostHeaderBytes = 64 * 1024;
-// Connections that wait for a thread.
-constexpr std::size_t kMostWaiting = 40;
+// A port that is free on the one address need not be so on the other.
+constexpr int kAttemptsAtAFreePort = 20;
 
-// What this thread answers on: the library tells its handlers nothing of the connection.
-thread_local const HttpStreamC* answeredOn = nullptr;
+using EStage = HttpConnectionC::EStage;
+
+// Who listens to a stream, or waits for what has been begun, is not cut off for a stranger.
+constexpr std::array<EStage, 3> kClosedForOthers{EStage::Reading, EStage::Ending,
+                                                 EStage::Answering};
+
+bool IsLacking(const asio::error_code& error)
+{
+    return error == asio::error::address_family_not_supported ||
+           error == asio::error_code(EADDRNOTAVAIL, asio::error::get_system_category());
+}
+
+std::string ReasonOf(const asio::error_code& error, std::uint16_t port)
+{
+    const std::string name = "port " + std::to_string(port);
+    if (error == asio::error::address_in_use) {
+        return name + " is already in use";
+    }
+    return "cannot listen on " + name + ": " + error.message();
+}
 
 } // namespace
 
-HttpServerC::HttpServerC(std::size_t threads, std::size_t mostBodyBytes,
-                         const HttpPatience& patience, std::string streamPath)
-    : m_threadCount(threads), m_mostBytes(mostBodyBytes + kMostHeaderBytes), m_patience(patience),
-      m_streamPath(std::move(streamPath))
+HttpServerC::HttpServerC(asio::io_context& loop, const HttpPatience& patience, Handlers handlers)
+    : m_loop(loop), m_patience(patience), m_handlers(std::move(handlers))
 {
-    set_payload_max_length(mostBodyBytes);
-}
-
-HttpServerC::~HttpServerC()
-{
-    Stop();
-}
-
-std::function<bool()> HttpServerC::WhetherPeerHasGone()
-{
-    return [stream = answeredOn] { return stream->PeerHasClosed(); };
 }
 
 std::string HttpServerC::Listen(std::uint16_t port)
 {
-    return m_listener.Listen(port);
-}
-
-void HttpServerC::Start()
-{
-    const SignalsBlockedC blocked;
-    // The library takes an answer that is still being written for one to break off without this.
-    svr_sock_ = m_listener.Socket();
-    m_pool = std::make_unique<httplib::ThreadPool>(m_threadCount);
-    m_acceptor = std::thread([this] { AcceptConnections(); });
-}
-
-void HttpServerC::Stop()
-{
-    if (!m_acceptor.joinable())
-        return;
-    svr_sock_ = INVALID_SOCKET;
-    m_listener.Stop();
-    m_acceptor.join();
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_stopping = true;
-        for (const int connection : m_connections)
-            ::shutdown(connection, SHUT_RDWR);
+    std::string problem;
+    for (int attempt = 0; attempt < (port == 0 ? kAttemptsAtAFreePort : 1); ++attempt) {
+        Close();
+        problem = ListenOnBoth(port);
+        if (problem.empty()) {
+            return {};
+        }
     }
-    m_pool->shutdown();
+    Close();
+    return problem;
 }
 
-void HttpServerC::AcceptConnections()
+std::string HttpServerC::ListenOnBoth(std::uint16_t port)
 {
-    for (;;) {
-        const int connection = m_listener.Accept();
-        if (connection < 0)
+    const asio::error_code errorOfV4 = Open(asio::ip::address_v4::loopback(), port);
+    if (errorOfV4 && !IsLacking(errorOfV4)) {
+        return ReasonOf(errorOfV4, port);
+    }
+    const std::uint16_t samePort = m_listeners.empty() ? port : Port();
+    const asio::error_code errorOfV6 = Open(asio::ip::address_v6::loopback(), samePort);
+    const bool isServed = !errorOfV6 || (IsLacking(errorOfV6) && !m_listeners.empty());
+    return isServed ? std::string() : ReasonOf(errorOfV6, samePort);
+}
+
+asio::error_code HttpServerC::Open(const asio::ip::address& address, std::uint16_t port)
+{
+    // Where the descriptors of the process have run out the listener pauses, and tries again.
+    const auto listener = std::make_shared<ServerListenerC>(
+        m_loop, [this](asio::ip::tcp::socket socket) { Take(std::move(socket)); },
+        [this](const asio::error_code&) { CloseOldest(); });
+    const asio::error_code error = listener->Open(address, port);
+    if (!error) {
+        m_listeners.push_back(listener);
+    }
+    return error;
+}
+
+std::uint16_t HttpServerC::Port() const
+{
+    return m_listeners.empty() ? std::uint16_t{0} : m_listeners.front()->Port();
+}
+
+void HttpServerC::Close()
+{
+    for (const std::shared_ptr<ServerListenerC>& listener : m_listeners) {
+        listener->Close();
+    }
+    m_listeners.clear();
+    while (!m_connections.empty()) {
+        m_connections.front()->Close();
+    }
+}
+
+void HttpServerC::Take(asio::ip::tcp::socket socket)
+{
+    if (m_connections.size() >= kMostConnections) {
+        CloseOldest();
+    }
+    const auto connection = std::make_shared<HttpConnectionC>(std::move(socket), m_patience, *this);
+    m_connections.push_back(connection);
+    connection->Start();
+}
+
+void HttpServerC::CloseOldest()
+{
+    for (const EStage stage : kClosedForOthers) {
+        const auto oldest =
+            std::find_if(m_connections.begin(), m_connections.end(),
+                         [stage](const auto& one) { return one->Stage() == stage; });
+        if (oldest != m_connections.end()) {
+            const std::shared_ptr<HttpConnectionC> closed = *oldest;
+            closed->Close();
             return;
-        Take(connection);
+        }
     }
 }
 
-void HttpServerC::Take(int connection)
+bool HttpServerC::CloseGreediest()
 {
-    if (Register(connection)) {
-        m_pool->enqueue([this, connection] { Serve(connection); });
-    } else {
-        ::close(connection);
+    std::shared_ptr<HttpConnectionC> greediest;
+    for (const std::shared_ptr<HttpConnectionC>& one : m_connections) {
+        const bool mayBeClosed = std::find(kClosedForOthers.begin(), kClosedForOthers.end(),
+                                           one->Stage()) != kClosedForOthers.end();
+        if (mayBeClosed && (!greediest || one->Held() > greediest->Held())) {
+            greediest = one;
+        }
     }
-}
-
-bool HttpServerC::Register(int connection)
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_stopping || m_connections.size() >= m_threadCount + kMostWaiting)
-        return false;
-    m_connections.insert(connection);
-    return true;
-}
-
-void HttpServerC::Serve(int connection)
-{
-    HttpStreamC stream(connection, m_patience, m_mostBytes);
-    if (stream.WaitForRequest()) {
-        Answer(stream);
-        stream.Drain();
+    if (greediest) {
+        greediest->Close();
     }
-    Close(connection);
+    return greediest != nullptr;
 }
 
-void HttpServerC::Answer(HttpStreamC& stream)
+std::size_t HttpServerC::Held() const
 {
-    answeredOn = &stream;
+    std::size_t held = 0;
+    for (const std::shared_ptr<HttpConnectionC>& connection : m_connections) {
+        held += connection->Held();
+    }
+    return held;
+}
+
+HttpRefusal HttpServerC::Check(const ServedRequest& request)
+{
+    return m_handlers.check(request);
+}
+
+void HttpServerC::Serve(const std::shared_ptr<HttpConnectionC>& connection)
+{
     try {
-        bool closed = false;
-        process_request(stream, true, closed, [this, &stream](httplib::Request& request) {
-            // Nothing is gained by either between programs of one machine.
-            request.headers.erase("Accept-Encoding");
-            request.ranges.clear();
-            if (request.path == m_streamPath)
-                stream.ExpectOpenPeer();
-        });
+        m_handlers.serve(connection);
     } catch (const std::exception&) {
         // Want of memory, for one: it costs this connection and nothing else.
+        connection->Answer(RefusalOf(500, "the request could not be carried out"));
     }
-    answeredOn = nullptr;
 }
 
-void HttpServerC::Close(int connection)
+void HttpServerC::Grown()
 {
-    // Together, so that Stop() does not shut down another connection under the same number.
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_connections.erase(connection);
-    ::close(connection);
+    while (Held() > kMostHeld && CloseGreediest()) {
+    }
+}
+
+void HttpServerC::Ended(HttpConnectionC& connection)
+{
+    m_connections.remove_if([&connection](const auto& one) { return one.get() == &connection; });
 }

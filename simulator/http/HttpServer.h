@@ -4,69 +4,74 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <list>
 #include <memory>
-#include <mutex>
-#include <set>
 #include <string>
-#include <thread>
+#include <vector>
 
-#include <httplib.h>
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
 
-#include "simulator/http/HttpStream.h"
-#include "simulator/http/LoopbackListener.h"
+#include "runtime/ServerListener.h"
+#include "simulator/http/HttpConnection.h"
 
-/// Serves HTTP on the loopback addresses: the HTTP library understands requests and writes answers,
-/// while connections and threads are kept here, so that both are bounded and an end is prompt.
+/// Serves HTTP on the loopback addresses, by events, on whatever thread runs the loop.
 ///
-/// A connection carries one request and is then closed. A fixed number of threads serves them; a
-/// few connections more wait for their turn, and any beyond are closed at once.
+/// Connections and what is held for them are bounded, and who comes is served all the same: when
+/// the connections run out the oldest that has not completed its request goes, when the memory does
+/// the one that holds the most.
 ///
-/// Thread safety: started and stopped on one thread. Handlers run on the serving threads.
-class HttpServerC : private httplib::Server
+/// Thread safety: none; Listen() before the loop runs, the rest on the thread that runs it.
+class HttpServerC final : public HttpConnectionOwnerC
 {
 public:
-    /// @param threads how many requests are served at once.
-    /// @param mostBodyBytes the longest body of a request.
-    /// @param streamPath the path whose answer goes on for as long as the peer is there.
-    HttpServerC(std::size_t threads, std::size_t mostBodyBytes, const HttpPatience& patience,
-                std::string streamPath);
-    /// Stops.
-    ~HttpServerC() override;
+    /// How many connections there are at once. A process may have 1024 descriptors as a rule, and
+    /// the service's own clients need some.
+    static constexpr std::size_t kMostConnections = 256;
+    /// How much memory is held for all of them together, bytes.
+    static constexpr std::size_t kMostHeld = 32 * 1024 * 1024;
 
-    /// What to do with requests; to be told before Start().
-    httplib::Server& Handlers() { return *this; }
+    /// What is done with requests.
+    struct Handlers
+    {
+        /// Why a request is not served, when it is not.
+        std::function<HttpRefusal(const ServedRequest&)> check;
+        /// Serves a request; see HttpConnectionOwnerC::Serve().
+        std::function<void(const std::shared_ptr<HttpConnectionC>&)> serve;
+    };
 
-    /// For a handler, about the request that it is called with: what tells whether the peer has
-    /// gone meanwhile. May be asked on any thread, as long as the handler has not returned.
-    static std::function<bool()> WhetherPeerHasGone();
+    /// @param loop must outlive this object.
+    HttpServerC(asio::io_context& loop, const HttpPatience& patience, Handlers handlers);
 
-    /// Starts to listen; see LoopbackListenerC::Listen().
+    /// Starts to listen on 127.0.0.1 and ::1; port 0 takes a free one. A machine that lacks one of
+    /// the two addresses is served on the other.
+    ///
+    /// @return an empty text on success, otherwise the reason.
     std::string Listen(std::uint16_t port);
-    std::uint16_t Port() const { return m_listener.Port(); }
-    /// Starts to serve what comes in.
-    void Start();
-    /// Ends every connection and all threads. Handlers that wait for something of their own must be
-    /// let go before.
-    void Stop();
+    /// The port that is listened on; 0 when none is.
+    std::uint16_t Port() const;
+    /// Ends every connection and listens no more.
+    void Close();
 
 private:
-    void AcceptConnections();
-    void Take(int connection);
-    void Serve(int connection);
-    bool Register(int connection);
-    void Answer(HttpStreamC& stream);
-    void Close(int connection);
+    using Connections = std::list<std::shared_ptr<HttpConnectionC>>;
 
-    std::size_t m_threadCount;
-    std::size_t m_mostBytes;
+    std::string ListenOnBoth(std::uint16_t port);
+    asio::error_code Open(const asio::ip::address& address, std::uint16_t port);
+    void Take(asio::ip::tcp::socket socket);
+    void CloseOldest();
+    bool CloseGreediest();
+    std::size_t Held() const;
+    HttpRefusal Check(const ServedRequest& request) override;
+    void Serve(const std::shared_ptr<HttpConnectionC>& connection) override;
+    void Grown() override;
+    void Ended(HttpConnectionC& connection) override;
+
+    asio::io_context& m_loop;
     HttpPatience m_patience;
-    std::string m_streamPath;
-    LoopbackListenerC m_listener;
-    std::unique_ptr<httplib::ThreadPool> m_pool;
-    std::thread m_acceptor;
-    std::mutex m_mutex;
-    std::set<int> m_connections; ///< guarded by m_mutex
-    bool m_stopping = false;     ///< guarded by m_mutex
+    Handlers m_handlers;
+    std::vector<std::shared_ptr<ServerListenerC>> m_listeners;
+    Connections m_connections; ///< the oldest first
 };
 
 #endif

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "simulator/http/SignalsBlocked.h"
+#include "simulator/SignalsBlocked.h"
 
 LineDrawerC::LineDrawerC(EventFeedC& feed) : m_feed(feed)
 {
@@ -31,14 +31,25 @@ void LineDrawerC::Draw(LineDrawing drawing)
 
 void LineDrawerC::DrawLines()
 {
+    std::optional<LinePainterC::TimePoint> goOnAt;
     std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
-        m_changed.wait(lock, [this] { return m_ending || m_next; });
-        if (m_ending)
+        const auto isCalled = [this] { return m_ending || m_next; };
+        if (goOnAt) {
+            m_changed.wait_until(lock, *goOnAt, isCalled);
+        } else {
+            m_changed.wait(lock, isCalled);
+        }
+        if (m_ending) {
             return;
-        const LineDrawing drawing = *std::exchange(m_next, std::nullopt);
+        }
+        std::optional<LineDrawing> next = std::exchange(m_next, std::nullopt);
         lock.unlock();
-        m_feed.Publish(EFeedEvent::Line, LineJson(drawing));
+        if (next) {
+            m_painter.Take(*std::move(next));
+        }
+        goOnAt = m_painter.Draw(std::chrono::steady_clock::now());
+        m_feed.PublishLine(m_painter.Picture());
         lock.lock();
     }
 }

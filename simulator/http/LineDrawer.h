@@ -7,10 +7,10 @@
 #include <thread>
 
 #include "simulator/http/EventFeed.h"
-#include "simulator/http/LineDrawing.h"
+#include "simulator/http/LinePainter.h"
 
-/// Draws lines on a thread of its own, since the passes beside a long curve take their time, and
-/// publishes them. When lines come faster than they are drawn, the newest counts.
+/// Has lines drawn on a thread of its own, since the passes beside a long curve take their time,
+/// and publishes them. When lines come faster than they are drawn, the newest counts.
 ///
 /// Thread safety: any thread.
 class LineDrawerC
@@ -32,6 +32,7 @@ private:
     EventFeedC& m_feed;
     std::mutex m_mutex;
     std::condition_variable m_changed;
+    LinePainterC m_painter;            ///< the thread's own
     std::optional<LineDrawing> m_next; ///< guarded by m_mutex
     bool m_ending = false;             ///< guarded by m_mutex
     std::thread m_thread;

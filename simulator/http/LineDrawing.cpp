@@ -3,14 +3,10 @@
 #include <nlohmann/json.hpp>
 
 #include "simulator/http/PageValues.h"
-#include "simulator/http/Polyline.h"
 
 using nlohmann::json;
 
 namespace {
-
-/// How many passes beside the followed one are drawn, to each side.
-constexpr int kNeighbours = 3;
 
 const char* NameOf(Kestrove::EWaylineType kind)
 {
@@ -62,28 +58,6 @@ std::vector<LineLabel> WaypointLabels(const WaylineKeeperC& waylines, Kestrove::
     return labels;
 }
 
-/// @param baseStation on the line that `line` is parallel to.
-json PassPoints(const CLineShape& line, double baseStation)
-{
-    return PointsJson(PolylineOf(line, line.StationFromBase(baseStation)));
-}
-
-json PassesJson(const LineLayout& layout)
-{
-    json passes = json::array();
-    if (!layout.line || !layout.repeats)
-        return passes;
-    for (int pass = layout.pass - kNeighbours; pass <= layout.pass + kNeighbours; ++pass) {
-        if (pass == layout.pass)
-            continue;
-        const double offset = pass * layout.width + layout.shift;
-        const LineShapePtr shape = offset == 0.0 ? layout.line : layout.line->Parallel(offset);
-        if (shape)
-            passes.push_back({{"pass", pass}, {"points", PassPoints(*shape, layout.station)}});
-    }
-    return passes;
-}
-
 } // namespace
 
 std::vector<LineLabel> LabelsOf(const WaylineKeeperC& waylines)
@@ -101,34 +75,26 @@ std::vector<LineLabel> LabelsOf(const WaylineKeeperC& waylines)
     return labels;
 }
 
-std::string LineJson(const LineDrawing& drawing)
+std::string LineMembers(const LineDrawing& drawing, std::uint64_t picture)
 {
-    const LineLayout& layout = drawing.layout;
-    json event{{"revision", drawing.revision},
-               {"kind", static_cast<int>(drawing.status.kind)},
-               {"kind_name", NameOf(drawing.status.kind)},
-               {"complete", drawing.status.complete},
-               {"recording", drawing.status.recording},
-               {"length", drawing.status.recording ? 0.0 : drawing.status.length},
-               {"text", *drawing.text},
-               {"line", json::array()},
-               {"followed", nullptr},
-               {"passes", PassesJson(layout)},
-               {"labels", json::array()},
-               {"nudge", drawing.nudge},
-               {"field_offset", drawing.fieldOffset},
-               {"implement_offset", drawing.implementOffset},
-               {"shift", layout.shift},
-               {"implement_width", layout.width}};
-    if (layout.line)
-        event["line"] = PointsJson(PolylineOf(*layout.line, layout.station));
-    if (layout.followed) {
-        event["followed"] = {{"pass", layout.pass},
-                             {"points", PassPoints(*layout.followed, layout.station)}};
-    }
+    json members{{"revision", drawing.revision},
+                 {"picture", picture},
+                 {"kind", static_cast<int>(drawing.status.kind)},
+                 {"kind_name", NameOf(drawing.status.kind)},
+                 {"complete", drawing.status.complete},
+                 {"recording", drawing.status.recording},
+                 {"length", drawing.status.recording ? 0.0 : drawing.status.length},
+                 {"pass", drawing.layout.pass},
+                 {"labels", json::array()},
+                 {"nudge", drawing.nudge},
+                 {"field_offset", drawing.fieldOffset},
+                 {"implement_offset", drawing.implementOffset},
+                 {"shift", drawing.layout.shift},
+                 {"implement_width", drawing.layout.width}};
     for (const LineLabel& label : drawing.labels) {
         const json place = PointJson(label.position);
-        event["labels"].push_back({{"text", label.text}, {"x", place[0]}, {"y", place[1]}});
+        members["labels"].push_back({{"text", label.text}, {"x", place[0]}, {"y", place[1]}});
     }
-    return JsonText(event);
+    const std::string text = JsonText(members);
+    return text.substr(1, text.size() - 2);
 }

@@ -1,7 +1,7 @@
 #ifndef KESTROVE_SIMULATOR_HTTP_LINEDRAWING_H
 #define KESTROVE_SIMULATOR_HTTP_LINEDRAWING_H
 
-#include <memory>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -20,9 +20,9 @@ struct LineDrawing
 {
     int revision = 0;
     WaylineStatus status;
-    std::shared_ptr<const std::string> text; ///< the wayline's text form
     std::vector<LineLabel> labels;
     LineLayout layout;
+    double station = 0.0; ///< along the line itself, around which it is drawn
     double nudge = 0.0;
     double fieldOffset = 0.0;
     double implementOffset = 0.0;
@@ -31,7 +31,9 @@ struct LineDrawing
 /// The names of the places that make a wayline, complete or not.
 std::vector<LineLabel> LabelsOf(const WaylineKeeperC& waylines);
 
-/// Draws: the data of the event "line".
-std::string LineJson(const LineDrawing& drawing);
+/// The members of the event "line", but for those with points: JSON without braces.
+///
+/// @param picture the number of the picture that the points belong to.
+std::string LineMembers(const LineDrawing& drawing, std::uint64_t picture);
 
 #endif

@@ -1,9 +1,16 @@
 #include "simulator/http/LivePage.h"
 
-#include <algorithm>
+#include <atomic>
 #include <cmath>
+#include <functional>
+#include <map>
+#include <thread>
 #include <utility>
 #include <vector>
+
+#include <asio/executor_work_guard.hpp>
+#include <asio/post.hpp>
+#include <asio/thread_pool.hpp>
 
 #include "simulator/http/EmbeddedFiles.h"
 #include "simulator/http/EventFeed.h"
@@ -13,45 +20,48 @@
 #include "simulator/http/PageValues.h"
 #include "simulator/http/PageWatch.h"
 #include "simulator/http/RequestCheck.h"
+#include "simulator/SignalsBlocked.h"
+#include "simulator/http/Viewers.h"
 
 namespace {
 
-const char* const kStream = "/events";
 const char* const kJson = "application/json";
-// Beside the viewers, who have a thread each.
-constexpr std::size_t kThreadsForRequests = 8;
+const char* const kDisengage = "DisengageSteering";
+// A body or a list that is longer than this is read or written aside.
+constexpr std::size_t kLongBody = 16 * 1024;
+constexpr int kLongList = 500;
+// Of bodies that are long.
+constexpr int kMostAside = 4;
 
 const PostTypes kPostTypes{{"/command", kJson}, {"/wayline", kJson}};
 
-httplib::Headers HeadersOfAll()
+using ConnectionPtr = std::shared_ptr<HttpConnectionC>;
+
+ServedAnswer JsonAnswer(PageAnswer answer)
 {
-    return {{"Cache-Control", "no-store"},
-            {"Content-Security-Policy",
-             "default-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'"},
-            {"Cross-Origin-Resource-Policy", "same-origin"},
-            {"X-Content-Type-Options", "nosniff"}};
+    return {answer.status, kJson, std::make_shared<const std::string>(std::move(answer.json)), {}};
 }
 
-void Give(httplib::Response& response, const PageAnswer& answer)
+std::map<std::string, ServedAnswer> AnswersWithFiles()
 {
-    response.status = answer.status;
-    response.set_content(answer.json, kJson);
+    std::map<std::string, ServedAnswer> answers;
+    for (EmbeddedFile& file : EmbeddedFiles()) {
+        const ServedAnswer answer{200,
+                                  ContentTypeOf(file.name),
+                                  std::make_shared<const std::string>(std::move(file.content)),
+                                  {}};
+        answers["/" + file.name] = answer;
+        if (file.name == "index.html") {
+            answers["/"] = answer;
+        }
+    }
+    return answers;
 }
 
-void Refuse(httplib::Response& response, int status, const std::string& reason)
+bool IsLong(const Answer& answer)
 {
-    Give(response, {status, ErrorJson(reason)});
-}
-
-/// The names under which a file of the page is asked for, as the library's patterns.
-std::vector<std::string> PatternsOf(const std::string& name)
-{
-    std::string pattern = "/";
-    for (const char character : name)
-        pattern += character == '.' ? std::string("\\.") : std::string(1, character);
-    if (name == "index.html")
-        return {"/", pattern};
-    return {pattern};
+    const auto* list = dynamic_cast<const BListC*>(answer.value.get());
+    return list != nullptr && list->Size() > kLongList;
 }
 
 } // namespace
@@ -61,167 +71,240 @@ class LivePageC::StateC
 public:
     StateC(asio::io_context& loop, ServiceCoreC& core, const TrailC& trail, LogTapC& log,
            const LivePageTimes& times)
-        : m_core(core), m_trail(trail), m_times(times), m_feed(kMostViewers),
-          m_gate(loop, times.command), m_commands(core, log, m_gate), m_watch(loop, core, m_feed),
-          m_server(kMostViewers + kThreadsForRequests, kMostBodyBytes,
-                   {times.firstByte, times.request, times.stalledPeer}, kStream)
+        : m_core(core), m_trail(trail), m_feed([this] { CallViewers(); }),
+          m_gate(loop, m_loop, times.command), m_commands(core, log), m_watch(loop, core, m_feed),
+          m_viewers(m_loop, m_feed,
+                    {kMostViewers, times.heartbeat, times.slowViewer, times.oldViewer}),
+          m_server(m_loop, PatienceOf(times),
+                   {[this](const ServedRequest& request) { return Check(request); },
+                    [this](const ConnectionPtr& connection) { Serve(connection); }})
     {
     }
 
     std::string Listen(std::uint16_t port)
     {
         std::string problem = m_server.Listen(port);
-        if (!problem.empty())
+        if (!problem.empty()) {
             return problem;
-        AddChecks();
-        AddPage();
-        AddOperations();
-        m_server.Start();
+        }
+        m_port = m_server.Port();
+        m_viewers.Start();
+        const SignalsBlockedC blocked;
+        m_aside = std::make_unique<asio::thread_pool>(1);
+        m_thread = std::thread([this] { m_loop.run(); });
         m_watch.Start();
         return {};
     }
 
-    std::uint16_t Port() const { return m_server.Port(); }
+    std::uint16_t Port() const { return m_port; }
 
     void Stop()
     {
-        m_feed.Close();
+        m_loop.stop();
+        if (m_thread.joinable()) {
+            m_thread.join();
+        }
+        if (m_aside) {
+            m_aside->stop();
+            m_aside->join();
+        }
+        m_server.Close();
         m_gate.Close();
-        m_server.Stop();
     }
 
 private:
-    /// One viewer, for as long as its stream goes on.
-    struct Viewer
+    static HttpPatience PatienceOf(const LivePageTimes& times)
     {
-        EventFeedC::Seen seen{};
-        std::chrono::steady_clock::time_point lastSent = std::chrono::steady_clock::now();
-        bool greeted = false;
-    };
-
-    void AddChecks()
-    {
-        httplib::Server& handlers = m_server.Handlers();
-        handlers.set_default_headers(HeadersOfAll());
-        handlers.set_pre_routing_handler(
-            [this](const httplib::Request& request, httplib::Response& response) {
-                const HttpRefusal refusal =
-                    CheckRequest(request, m_server.Port(), kPostTypes, kMostBodyBytes);
-                if (refusal.status == 0)
-                    return httplib::Server::HandlerResponse::Unhandled;
-                if (refusal.status == 405)
-                    response.set_header("Allow", "GET, POST");
-                Refuse(response, refusal.status, refusal.reason);
-                return httplib::Server::HandlerResponse::Handled;
-            });
-        // What the library itself refuses has no reason yet.
-        handlers.set_error_handler([](const httplib::Request&, httplib::Response& response) {
-            if (response.body.empty()) {
-                Refuse(response, response.status,
-                       response.status == 404 ? "there is no such page" : "not a request");
-            }
-        });
-        handlers.set_exception_handler(
-            [](const httplib::Request&, httplib::Response& response, const std::exception_ptr&) {
-                Refuse(response, 500, "the request could not be carried out");
-            });
+        return {times.firstByte, times.request, times.answer, times.stalledPeer};
     }
 
-    void AddPage()
+    /// However often it is called, the viewers are looked after once.
+    void CallViewers()
     {
-        for (const EmbeddedFile& file : EmbeddedFiles()) {
-            for (const std::string& pattern : PatternsOf(file.name)) {
-                m_server.Handlers().Get(
-                    pattern, [file](const httplib::Request&, httplib::Response& response) {
-                        response.set_content(file.content, ContentTypeOf(file.name));
-                    });
-            }
-        }
-    }
-
-    void AddOperations()
-    {
-        httplib::Server& handlers = m_server.Handlers();
-        handlers.Get(kStream, [this](const httplib::Request&, httplib::Response& response) {
-            OpenStream(response);
-        });
-        handlers.Get("/trail", [this](const httplib::Request&, httplib::Response& response) {
-            GiveTrail(response);
-        });
-        handlers.Post(
-            "/command", [this](const httplib::Request& request, httplib::Response& response) {
-                Give(response, m_commands.Command(request.body, HttpServerC::WhetherPeerHasGone()));
-            });
-        handlers.Post("/wayline", [this](const httplib::Request& request,
-                                         httplib::Response& response) {
-            Give(response, m_commands.SetWayline(request.body, HttpServerC::WhetherPeerHasGone()));
-        });
-    }
-
-    void OpenStream(httplib::Response& response)
-    {
-        // A page that is loaded anew may come before its predecessor is known to have gone.
-        if (!m_feed.Enter(2 * m_times.closedPeer)) {
-            response.set_header("Retry-After", "5");
-            Refuse(response, 503, std::to_string(kMostViewers) + " viewers are there already");
+        if (m_viewersAreCalled.exchange(true)) {
             return;
         }
-        // Leaves with the last copy of the answer's stream, however that ends.
-        const std::shared_ptr<Viewer> viewer(new Viewer, [this](Viewer* gone) {
-            delete gone;
-            m_feed.Leave();
+        asio::post(m_loop, [this] {
+            m_viewersAreCalled = false;
+            m_viewers.Wake();
         });
-        response.set_chunked_content_provider(
-            "text/event-stream",
-            [this, viewer](std::size_t, httplib::DataSink& sink) { return Tell(*viewer, sink); });
     }
 
-    /// Sends a viewer what is new, or waits a moment for it.
-    ///
-    /// @return false when the stream ends.
-    bool Tell(Viewer& viewer, httplib::DataSink& sink)
+    HttpRefusal Check(const ServedRequest& request) const
     {
-        using std::chrono::steady_clock;
-        std::string text = viewer.greeted ? "" : "retry: 1000\n\n";
-        viewer.greeted = true;
-        if (text.empty()) {
-            for (const EventFeedC::Message& message : m_feed.Take(viewer.seen, m_times.closedPeer))
-                text += *message;
-        }
-        if (m_feed.Closed() || !sink.is_writable())
-            return false;
-        if (text.empty() && steady_clock::now() - viewer.lastSent >= m_times.heartbeat)
-            text = ": heartbeat\n\n";
-        if (text.empty())
-            return true;
-        viewer.lastSent = steady_clock::now();
-        return sink.write(text.data(), text.size());
+        return CheckRequest(request, m_port, kPostTypes, kMostBodyBytes);
     }
 
-    void GiveTrail(httplib::Response& response)
+    void Serve(const ConnectionPtr& connection)
     {
-        std::vector<Point> points;
-        double end = 0.0;
-        const bool done = m_gate.Run([&] {
-            points = m_trail.Points();
-            const double intervals = m_core.World().Time() / TrailC::kInterval;
-            end = std::floor(intervals + 1e-6) * TrailC::kInterval;
-        });
-        if (done) {
-            response.set_content(TrailJson(points, end), kJson);
+        const ServedRequest& request = connection->Request();
+        const auto file = m_files.find(request.path);
+        if (request.method == "POST") {
+            Carry(connection);
+        } else if (file != m_files.end()) {
+            connection->Answer(file->second);
+        } else if (request.path == "/events") {
+            m_viewers.Add(connection);
+        } else if (request.path == "/trail") {
+            GiveTrail(connection);
+        } else if (request.path == "/wayline") {
+            GiveWayline(connection);
         } else {
-            Refuse(response, 503, "the service does not answer");
+            connection->Answer(RefusalOf(404, "there is no such page"));
         }
     }
 
+    /// Does something at once, or when it takes long on the thread for that.
+    ///
+    /// @param then is called on the page's thread with what `work` gives.
+    template <typename Work, typename Then>
+    void Do(bool takesLong, const ConnectionPtr& connection, Work work, Then then)
+    {
+        if (!takesLong) {
+            then(work());
+            return;
+        }
+        if (m_workAside == kMostAside) {
+            connection->Answer(RefusalOf(503, "too much is asked at once"));
+            return;
+        }
+        ++m_workAside;
+        asio::post(*m_aside, [this, connection, work = std::move(work), then = std::move(then)] {
+            using Result = decltype(work());
+            std::shared_ptr<Result> result;
+            try {
+                result = std::make_shared<Result>(work());
+            } catch (const std::exception&) {
+                // Want of memory, for one.
+            }
+            asio::post(m_loop, [this, connection, result, then] {
+                --m_workAside;
+                if (result) {
+                    then(std::move(*result));
+                } else {
+                    connection->Answer(RefusalOf(500, "the request could not be carried out"));
+                }
+            });
+        });
+    }
+
+    /// Has the service do something, and goes on when that is done; answers when it is not.
+    void Ask(const ConnectionPtr& connection, LoopGateC::Work work, std::function<void()> then,
+             LoopGateC::EOrder order = LoopGateC::EOrder::InTurn)
+    {
+        using EOutcome = LoopGateC::EOutcome;
+        m_gate.Run(
+            std::move(work),
+            [connection, then = std::move(then)](EOutcome outcome) {
+                if (outcome == EOutcome::Done) {
+                    then();
+                } else if (outcome == EOutcome::Failed) {
+                    connection->Answer(RefusalOf(500, "the request could not be carried out"));
+                } else {
+                    connection->Answer(RefusalOf(503, "the service does not answer"));
+                }
+            },
+            order);
+    }
+
+    void Carry(const ConnectionPtr& connection)
+    {
+        const auto body = std::make_shared<const std::string>(connection->TakeBody());
+        const bool isWayline = connection->Request().path == "/wayline";
+        Do(
+            body->size() > kLongBody, connection,
+            [this, body, isWayline] {
+                return std::make_shared<PageCommand>(isWayline ? PageCommandsC::ReadWayline(*body)
+                                                               : m_commands.ReadCommand(*body));
+            },
+            [this, connection](const std::shared_ptr<PageCommand>& command) {
+                CarryOut(connection, command);
+            });
+    }
+
+    /// Who has given up waiting for a command must not see it happen later.
+    void CarryOut(const ConnectionPtr& connection, const std::shared_ptr<PageCommand>& command)
+    {
+        if (command->IsRefused()) {
+            connection->Answer(JsonAnswer(command->refusal));
+            return;
+        }
+        const auto outcome = std::make_shared<PageOutcome>();
+        const bool isUrgent = command->operation == kDisengage;
+        Ask(
+            connection,
+            [this, connection, command, outcome] {
+                if (!connection->HasGone()) {
+                    *outcome = m_commands.CarryOut(*command);
+                }
+            },
+            [this, connection, command, outcome] {
+                Do(
+                    IsLong(outcome->answer), connection,
+                    [command, outcome] { return PageCommandsC::Write(*command, *outcome); },
+                    [connection](PageAnswer answer) {
+                        connection->Answer(JsonAnswer(std::move(answer)));
+                    });
+            },
+            isUrgent ? LoopGateC::EOrder::AtOnce : LoopGateC::EOrder::InTurn);
+    }
+
+    void GiveTrail(const ConnectionPtr& connection)
+    {
+        const auto points = std::make_shared<std::vector<Point>>();
+        const auto end = std::make_shared<double>(0.0);
+        Ask(
+            connection,
+            [this, points, end] {
+                *points = m_trail.Points();
+                const double intervals = m_core.World().Time() / TrailC::kInterval;
+                *end = std::floor(intervals + 1e-6) * TrailC::kInterval;
+            },
+            [this, connection, points, end] {
+                Do(
+                    points->size() > static_cast<std::size_t>(kLongList), connection,
+                    [points, end] {
+                        return PageAnswer{200, TrailJson(*points, *end)};
+                    },
+                    [connection](PageAnswer answer) {
+                        connection->Answer(JsonAnswer(std::move(answer)));
+                    });
+            });
+    }
+
+    void GiveWayline(const ConnectionPtr& connection)
+    {
+        const auto text = std::make_shared<std::function<std::string()>>();
+        Ask(
+            connection, [this, text] { *text = TextOf(m_core.Waylines().Current()); },
+            [this, connection, text] {
+                Do(
+                    true, connection,
+                    [text] {
+                        return PageAnswer{200, TextJson((*text)())};
+                    },
+                    [connection](PageAnswer answer) {
+                        connection->Answer(JsonAnswer(std::move(answer)));
+                    });
+            });
+    }
+
+    asio::io_context m_loop{1}; ///< of the page's own thread
+    asio::executor_work_guard<asio::io_context::executor_type> m_work{m_loop.get_executor()};
     ServiceCoreC& m_core;
     const TrailC& m_trail;
-    LivePageTimes m_times;
+    const std::map<std::string, ServedAnswer> m_files = AnswersWithFiles();
+    std::atomic<bool> m_viewersAreCalled{false};
     EventFeedC m_feed;
     LoopGateC m_gate;
     PageCommandsC m_commands;
     PageWatchC m_watch;
+    ViewersC m_viewers;
     HttpServerC m_server;
+    std::uint16_t m_port = 0;
+    int m_workAside = 0;
+    std::unique_ptr<asio::thread_pool> m_aside;
+    std::thread m_thread;
 };
 
 LivePageC::LivePageC(asio::io_context& loop, ServiceCoreC& core, const TrailC& trail, LogTapC& log,

@@ -16,20 +16,23 @@
 /// How long the live page waits for what.
 struct LivePageTimes
 {
-    std::chrono::milliseconds heartbeat{1000};   ///< of silence, before a viewer is sent a comment
-    std::chrono::milliseconds closedPeer{250};   ///< until a viewer that has gone is noticed
-    std::chrono::milliseconds stalledPeer{5000}; ///< for a viewer to take anything
-    std::chrono::milliseconds firstByte{2000};   ///< of a request
-    std::chrono::milliseconds request{10000};    ///< for the whole of it
-    std::chrono::milliseconds command{5000};     ///< until the service has its turn for it
+    std::chrono::milliseconds heartbeat{1000};  ///< of silence, before a viewer is sent a comment
+    std::chrono::milliseconds slowViewer{5000}; ///< without taking anything, before it gives way
+    std::chrono::milliseconds oldViewer{30000}; ///< of viewing, before it gives way
+    std::chrono::milliseconds stalledPeer{120000}; ///< for a viewer to take anything
+    std::chrono::milliseconds firstByte{2000};     ///< of a request
+    std::chrono::milliseconds request{10000};      ///< for the whole of it
+    std::chrono::milliseconds answer{20000};       ///< for the peer to take the whole of it
+    std::chrono::milliseconds command{5000};       ///< until the service has its turn for it
 };
 
 /// The live page: an HTTP server on the loopback addresses that serves the page, tells its viewers
 /// what happens, and takes their commands. docs/live-page.md has all that goes over the wire.
 ///
-/// Connections are served on threads of their own. The service core stays with the thread that runs
-/// the loop: what the viewers are told is written there once and shared, and commands are handed
-/// over to it. So a viewer, however slow, holds up nothing.
+/// Connections are served by events, on one thread of their own; another reads and writes what is
+/// long, a third draws lines. The service core stays with the thread that runs the loop: what the
+/// viewers are told is written there once and shared, and commands are handed over to it. So a
+/// viewer, however slow, holds up nothing.
 ///
 /// Thread safety: none; used from the thread that runs the loop.
 class LivePageC

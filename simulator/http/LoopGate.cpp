@@ -1,78 +1,113 @@
 #include "simulator/http/LoopGate.h"
 
-#include <condition_variable>
+#include <algorithm>
+#include <atomic>
 #include <exception>
-#include <mutex>
+#include <utility>
 
 #include <asio/post.hpp>
+#include <asio/steady_timer.hpp>
 
-struct LoopGateC::State
-{
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool closed = false;
-};
-
-/// All of it guarded by the state's mutex.
+/// The service's loop may keep it for longer than the gate lives; it holds nothing of the page
+/// then.
 struct LoopGateC::Job
 {
     enum class EStage
     {
         Waiting,
-        Running,
-        Done,
+        Taken, ///< by the service's thread
         GivenUp,
     };
 
-    const std::function<void()>& work; ///< of a caller that waits unless the job is given up
-    EStage stage = EStage::Waiting;
-    std::exception_ptr thrown;
+    bool Become(EStage stage)
+    {
+        EStage waiting = EStage::Waiting;
+        return state.compare_exchange_strong(waiting, stage);
+    }
+
+    Work work;
+    Then then;
+    std::unique_ptr<asio::steady_timer> timer;
+    bool isUnderWay = false; ///< with the service
+    std::atomic<EStage> state{EStage::Waiting};
 };
 
-LoopGateC::LoopGateC(asio::io_context& loop, std::chrono::milliseconds patience)
-    : m_loop(loop), m_patience(patience), m_state(std::make_shared<State>())
+LoopGateC::LoopGateC(asio::io_context& service, asio::io_context& own,
+                     std::chrono::milliseconds patience)
+    : m_service(service), m_own(own), m_patience(patience)
 {
 }
 
-bool LoopGateC::Run(const std::function<void()>& work)
+LoopGateC::~LoopGateC()
 {
-    using EStage = Job::EStage;
-    const auto job = std::make_shared<Job>(Job{work, EStage::Waiting, nullptr});
-    asio::post(m_loop, [state = m_state, job] {
-        std::unique_lock<std::mutex> lock(state->mutex);
-        if (job->stage == EStage::GivenUp)
+    Close();
+}
+
+void LoopGateC::Run(Work work, Then then, EOrder order)
+{
+    const auto job = std::make_shared<Job>();
+    job->work = std::move(work);
+    job->then = std::move(then);
+    job->timer = std::make_unique<asio::steady_timer>(m_own, m_patience);
+    job->timer->async_wait([this, job](const asio::error_code& error) {
+        if (!error && job->Become(Job::EStage::GivenUp)) {
+            Finish(job, EOutcome::NotDone);
+        }
+    });
+    m_jobs.insert(job);
+    if (order == EOrder::AtOnce || m_underWay < kMostUnderWay) {
+        Begin(job);
+    } else {
+        m_waiting.push_back(job);
+    }
+}
+
+void LoopGateC::Begin(const JobPtr& job)
+{
+    job->isUnderWay = true;
+    ++m_underWay;
+    asio::post(m_service, [this, job] {
+        if (!job->Become(Job::EStage::Taken)) {
             return;
-        job->stage = EStage::Running;
-        lock.unlock();
-        std::exception_ptr thrown;
+        }
+        EOutcome outcome = EOutcome::Done;
         try {
             job->work();
-        } catch (...) {
-            thrown = std::current_exception();
+        } catch (const std::exception&) {
+            outcome = EOutcome::Failed;
         }
-        lock.lock();
-        job->thrown = thrown;
-        job->stage = EStage::Done;
-        state->changed.notify_all();
+        asio::post(m_own, [this, job, outcome] { Finish(job, outcome); });
     });
-    std::unique_lock<std::mutex> lock(m_state->mutex);
-    m_state->changed.wait_for(lock, m_patience,
-                              [&] { return m_state->closed || job->stage != EStage::Waiting; });
-    if (job->stage == EStage::Waiting) {
-        job->stage = EStage::GivenUp;
-        return false;
+}
+
+void LoopGateC::Finish(const JobPtr& job, EOutcome outcome)
+{
+    if (m_jobs.erase(job) == 0) {
+        return;
     }
-    m_state->changed.wait(lock, [&] { return job->stage == EStage::Done; });
-    if (job->thrown)
-        std::rethrow_exception(job->thrown);
-    return true;
+    job->timer.reset();
+    if (job->isUnderWay) {
+        --m_underWay;
+    } else {
+        m_waiting.erase(std::find(m_waiting.begin(), m_waiting.end(), job));
+    }
+    const Then then = std::exchange(job->then, {});
+    job->work = {};
+    while (!m_waiting.empty() && m_underWay < kMostUnderWay) {
+        const JobPtr next = m_waiting.front();
+        m_waiting.pop_front();
+        Begin(next);
+    }
+    then(outcome);
 }
 
 void LoopGateC::Close()
 {
-    {
-        const std::lock_guard<std::mutex> lock(m_state->mutex);
-        m_state->closed = true;
+    m_waiting.clear();
+    for (const JobPtr& job : std::exchange(m_jobs, {})) {
+        job->Become(Job::EStage::GivenUp);
+        job->work = {};
+        job->then = {};
+        job->timer.reset();
     }
-    m_state->changed.notify_all();
 }

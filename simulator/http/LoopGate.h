@@ -2,39 +2,69 @@
 #define KESTROVE_SIMULATOR_HTTP_LOOPGATE_H
 
 #include <chrono>
+#include <cstddef>
+#include <deque>
 #include <functional>
 #include <memory>
+#include <set>
 
 #include <asio/io_context.hpp>
 
-/// The one place where other threads reach the service: hands work over to the thread that runs the
-/// loop, to which the service core and the simulation belong, and waits until it is done.
+/// The one place where the page's thread reaches the service: hands work over to the thread that
+/// runs the service's loop, to which the service core and the simulation belong, and hears when it
+/// is done. Neither thread waits for the other.
 ///
-/// No more work waits at once than there are threads that call Run(), so it is bounded by them.
-/// Thread safety: Run() and Close() on any thread.
+/// A few pieces of work are with the service at once; others wait for their turn here, so that the
+/// service has its own turns between them.
+/// Thread safety: none; lives on the page's thread, or where neither of the two loops runs.
 class LoopGateC
 {
 public:
-    /// @param loop must outlive this object.
-    /// @param patience how long work may wait for its turn.
-    LoopGateC(asio::io_context& loop, std::chrono::milliseconds patience);
+    enum class EOutcome
+    {
+        Done,
+        Failed,  ///< it threw
+        NotDone, ///< and will not be: the service did not come to it in time
+    };
+    enum class EOrder
+    {
+        InTurn,
+        AtOnce, ///< overtakes what waits here
+    };
+    using Work = std::function<void()>;
+    using Then = std::function<void(EOutcome)>;
 
-    /// Has the loop's thread do something, between its other work. Not to be called on that thread.
-    /// What the work throws is thrown here.
+    /// How many pieces of work are with the service at once.
+    static constexpr std::size_t kMostUnderWay = 8;
+
+    /// @param service, own the loops; must outlive this object.
+    /// @param patience how long work may wait for its turn.
+    LoopGateC(asio::io_context& service, asio::io_context& own, std::chrono::milliseconds patience);
+    /// Closes.
+    ~LoopGateC();
+    LoopGateC(const LoopGateC&) = delete;
+    LoopGateC& operator=(const LoopGateC&) = delete;
+
+    /// Has the service's thread do something, between its other work.
     ///
-    /// @return false when it has not been done and will not be: the gate is closed, or the loop did
-    ///         not come to it in time.
-    bool Run(const std::function<void()>& work);
-    /// Gives up what waits and refuses all that comes, for good.
+    /// @param then is called on the page's thread; not at all once the gate has been closed.
+    void Run(Work work, Then then, EOrder order = EOrder::InTurn);
+    /// Gives up what waits, for good. To be called when neither loop runs.
     void Close();
 
 private:
-    struct State;
     struct Job;
+    using JobPtr = std::shared_ptr<Job>;
 
-    asio::io_context& m_loop;
+    void Begin(const JobPtr& job);
+    void Finish(const JobPtr& job, EOutcome outcome);
+
+    asio::io_context& m_service;
+    asio::io_context& m_own;
     std::chrono::milliseconds m_patience;
-    std::shared_ptr<State> m_state;
+    std::set<JobPtr> m_jobs;
+    std::deque<JobPtr> m_waiting;
+    std::size_t m_underWay = 0;
 };
 
 #endif

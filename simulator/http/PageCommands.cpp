@@ -12,24 +12,38 @@ using nlohmann::json;
 
 namespace {
 
-PageAnswer Refused(int status, const std::string& reason)
+// Of a command: each takes many times the bytes that it has in the text.
+constexpr std::size_t kMostValues = 1000000;
+
+PageCommand Refused(int status, const std::string& reason)
 {
-    return {status, ErrorJson(reason)};
+    PageCommand command;
+    command.refusal = {status, ErrorJson(reason)};
+    return command;
 }
 
-/// Reads a text of JSON, of which nothing that is nested deeper than a command may be is kept: such
-/// a value could not even be copied, since that takes stack for each level.
+/// Reads a text of JSON, of which nothing is kept that is nested deeper than a command may be, or
+/// has more values: what is nested deeply could not even be copied, since that takes stack for each
+/// level.
 ///
-/// @return what is discarded, when the text is no JSON or nested too deeply.
-json JsonFrom(const std::string& body, bool& tooDeep)
+/// @param problem receives what there is too much of, if anything.
+/// @return what is discarded, when the text is no JSON or there is too much of it.
+json JsonFrom(const std::string& body, std::string& problem)
 {
-    tooDeep = false;
-    const auto keeps = [&tooDeep](int depth, json::parse_event_t, json&) {
-        tooDeep = tooDeep || depth > kDeepestNesting;
-        return !tooDeep;
+    std::size_t values = 0;
+    const auto keeps = [&](int depth, json::parse_event_t event, json&) {
+        using EEvent = json::parse_event_t;
+        if (depth > kDeepestNesting) {
+            problem = NestingProblem();
+        }
+        const bool isEnd = event == EEvent::array_end || event == EEvent::object_end;
+        if (!isEnd && ++values > kMostValues) {
+            problem = "the body has more than " + std::to_string(kMostValues) + " values";
+        }
+        return problem.empty();
     };
     json command = json::parse(body, keeps, false);
-    return tooDeep ? json(json::value_t::discarded) : command;
+    return problem.empty() ? command : json(json::value_t::discarded);
 }
 
 /// What is wrong with a command; empty when nothing is.
@@ -62,61 +76,83 @@ std::string WithoutLineEnd(std::string text)
 
 } // namespace
 
-PageCommandsC::PageCommandsC(ServiceCoreC& core, LogTapC& log, LoopGateC& gate)
-    : m_core(core), m_log(log), m_gate(gate)
+PageCommandsC::PageCommandsC(ServiceCoreC& core, LogTapC& log) : m_core(core), m_log(log)
 {
-    for (std::string& name : core.OperationNames())
+    for (std::string& name : core.OperationNames()) {
         m_operations.insert(std::move(name));
+    }
 }
 
-PageAnswer PageCommandsC::Command(const std::string& body, const PeerHasGone& peerHasGone)
+PageCommand PageCommandsC::ReadCommand(const std::string& body) const
 {
-    bool tooDeep = false;
-    const json command = JsonFrom(body, tooDeep);
-    std::string problem = tooDeep ? NestingProblem() : FormProblem(command);
-    if (!problem.empty())
+    std::string problem;
+    const json form = JsonFrom(body, problem);
+    if (problem.empty()) {
+        problem = FormProblem(form);
+    }
+    if (!problem.empty()) {
         return Refused(400, problem);
-    const std::string operation = command["operation"].get<std::string>();
-    if (m_operations.count(operation) == 0)
-        return Refused(404, "there is no operation \"" + Printable(operation) + "\"");
-    const std::unique_ptr<BListC> arguments =
-        ArgumentsFrom(command.value("arguments", json::array()), problem);
-    return arguments ? Request(operation, *arguments, peerHasGone) : Refused(400, problem);
+    }
+    PageCommand command;
+    command.operation = form["operation"].get<std::string>();
+    if (m_operations.count(command.operation) == 0) {
+        return Refused(404, "there is no operation \"" + Printable(command.operation) + "\"");
+    }
+    static const json none = json::array();
+    const auto arguments = form.find("arguments");
+    command.arguments = ArgumentsFrom(arguments != form.end() ? *arguments : none, problem);
+    return command.arguments ? std::move(command) : Refused(400, problem);
 }
 
-PageAnswer PageCommandsC::SetWayline(const std::string& body, const PeerHasGone& peerHasGone)
+PageCommand PageCommandsC::ReadWayline(const std::string& body)
 {
-    bool tooDeep = false;
-    const json form = JsonFrom(body, tooDeep);
-    if (!form.is_object() || !form.contains("text") || !form["text"].is_string())
+    std::string problem;
+    const json form = JsonFrom(body, problem);
+    if (!form.is_object() || !form.contains("text") || !form["text"].is_string()) {
         return Refused(400, "the body is no object with the text of a wayline");
+    }
     const Kestrove::WaylinePtr wayline =
         WaylineFrom(WithoutLineEnd(form["text"].get<std::string>()));
-    if (!wayline)
+    if (!wayline) {
         return Refused(400, "the text is no wayline");
-    const std::unique_ptr<BListC> listForm(wayline->ToBList());
-    PageAnswer answer = Request("set_wayline", *listForm, peerHasGone);
-    const json told = json::parse(answer.json);
-    if (answer.status != 200 || told["result"] == 1)
-        return answer;
-    return Refused(400, told["reasons"].empty() ? "the service refuses the wayline"
-                                                : told["reasons"][0].get<std::string>());
+    }
+    PageCommand command;
+    command.operation = "set_wayline";
+    command.arguments.reset(wayline->ToBList());
+    command.isWayline = true;
+    return command;
 }
 
-PageAnswer PageCommandsC::Request(const std::string& operation, const BListC& arguments,
-                                  const PeerHasGone& peerHasGone)
+PageOutcome PageCommandsC::CarryOut(const PageCommand& command)
 {
-    Answer answer;
-    std::vector<std::string> reasons;
-    bool isWanted = true;
-    const bool done = m_gate.Run([&] {
-        isWanted = !peerHasGone();
-        if (isWanted)
-            reasons = m_log.LinesOf([&] { answer = m_core.Request(operation, arguments); });
-    });
-    if (!done || !isWanted)
-        return Refused(503, "the service does not answer");
-    if (!answer.error.empty())
-        return Refused(409, answer.error);
-    return {200, JsonText({{"result", ReplyJson(answer.value.get())}, {"reasons", reasons}})};
+    PageOutcome outcome;
+    outcome.reasons = m_log.LinesOf(
+        [&] { outcome.answer = m_core.Request(command.operation, *command.arguments); });
+    return outcome;
+}
+
+PageAnswer PageCommandsC::Write(const PageCommand& command, const PageOutcome& outcome)
+{
+    const std::string& error = outcome.answer.error;
+    if (!error.empty()) {
+        return {409, ErrorJson(error)};
+    }
+    const json result = ReplyJson(outcome.answer.value.get());
+    if (command.isWayline && result != 1) {
+        return {400, ErrorJson(outcome.reasons.empty() ? "the service refuses the wayline"
+                                                       : outcome.reasons.front())};
+    }
+    return {200, JsonText({{"result", result}, {"reasons", outcome.reasons}})};
+}
+
+std::function<std::string()> TextOf(const Kestrove::CWayline* wayline)
+{
+    // To copy many points takes a moment, to write them takes long.
+    if (const auto* spline = dynamic_cast<const Kestrove::CSplineWayline*>(wayline)) {
+        return [copy = *spline] { return copy.ToString(); };
+    }
+    if (const auto* curve = dynamic_cast<const Kestrove::CABCurveWayline*>(wayline)) {
+        return [copy = *curve] { return copy.ToString(); };
+    }
+    return [text = wayline != nullptr ? wayline->ToString() : std::string()] { return text; };
 }

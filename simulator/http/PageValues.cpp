@@ -126,6 +126,11 @@ std::string JsonText(const json& value)
     return value.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
+std::string TextJson(const std::string& text)
+{
+    return JsonText({{"text", text}});
+}
+
 std::string ErrorJson(const std::string& reason)
 {
     return JsonText({{"error", reason}});

@@ -32,6 +32,8 @@ nlohmann::json PointsJson(const std::vector<Point>& points);
 
 /// Writes a text of JSON; bytes that are no UTF-8 are replaced.
 std::string JsonText(const nlohmann::json& value);
+/// Writes {"text": text}.
+std::string TextJson(const std::string& text);
 /// Writes {"error": reason}.
 std::string ErrorJson(const std::string& reason);
 

@@ -108,24 +108,35 @@ void PageWatchC::LookAtLine()
     m_drawer.Draw(TakeDrawing());
 }
 
+/// Those of a complete wayline are kept: to find them takes time with a long one.
+std::vector<LineLabel> PageWatchC::Labels()
+{
+    const WaylineKeeperC& waylines = m_core.Waylines();
+    if (waylines.Current() == nullptr) {
+        return LabelsOf(waylines);
+    }
+    if (m_labelRevision != waylines.Revision()) {
+        m_labels = LabelsOf(waylines);
+        m_labelRevision = waylines.Revision();
+    }
+    return m_labels;
+}
+
 LineDrawing PageWatchC::TakeDrawing()
 {
     const CSimulation& world = m_core.World();
-    const WaylineKeeperC& waylines = m_core.Waylines();
-    if (m_textRevision != waylines.Revision()) {
-        const Kestrove::CWayline* wayline = waylines.Current();
-        m_text = std::make_shared<const std::string>(wayline ? wayline->ToString() : "");
-        m_textRevision = waylines.Revision();
-    }
     LineDrawing drawing;
     drawing.revision = ++m_revision;
-    drawing.status = waylines.Status();
-    drawing.text = m_text;
-    drawing.labels = LabelsOf(waylines);
+    drawing.status = m_core.Waylines().Status();
+    drawing.labels = Labels();
     drawing.layout = world.Layout();
     drawing.nudge = world.Nudge();
     drawing.fieldOffset = world.FieldOffset();
     drawing.implementOffset = world.ImplementOffset();
-    m_drawnStation = drawing.layout.station;
+    if (m_drawnLine != drawing.layout.line || HasGoneFar(drawing.layout.station)) {
+        m_drawnLine = drawing.layout.line;
+        m_drawnStation = drawing.layout.station;
+    }
+    drawing.station = m_drawnStation;
     return drawing;
 }

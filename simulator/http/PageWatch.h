@@ -3,10 +3,10 @@
 
 #include <chrono>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <tuple>
+#include <vector>
 
 #include <asio/io_context.hpp>
 #include <asio/steady_timer.hpp>
@@ -42,6 +42,7 @@ private:
     LineKey KeyOfLine() const;
     void LookAtLine();
     bool HasGoneFar(double station) const;
+    std::vector<LineLabel> Labels();
     LineDrawing TakeDrawing();
 
     asio::steady_timer m_timer;
@@ -52,10 +53,11 @@ private:
     long m_lastControl = -1;
     std::uint64_t m_generation = 0;
     std::optional<LineKey> m_lineKey; ///< of the line drawn last
+    LineShapePtr m_drawnLine;         ///< null when none has been drawn
     double m_drawnStation = 0.0;
     int m_revision = 0;
-    int m_textRevision = -1;
-    std::shared_ptr<const std::string> m_text;
+    int m_labelRevision = -1;
+    std::vector<LineLabel> m_labels; ///< of the complete wayline with that revision
 };
 
 #endif

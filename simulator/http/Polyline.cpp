@@ -78,5 +78,11 @@ std::vector<Point> PolylineOf(const CLineShape& line, double station)
         at += line.Length() == 0.0 ? drawn.to - drawn.from : ChordAt(point.curvature);
     }
     points.push_back(line.At(drawn.to).position);
-    return Simplified(points, kTolerance);
+    double tolerance = kTolerance;
+    points = Simplified(points, tolerance);
+    while (points.size() > kMostDrawnPoints) {
+        tolerance *= 2.0;
+        points = Simplified(points, tolerance);
+    }
+    return points;
 }

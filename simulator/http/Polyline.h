@@ -1,6 +1,7 @@
 #ifndef KESTROVE_SIMULATOR_HTTP_POLYLINE_H
 #define KESTROVE_SIMULATOR_HTTP_POLYLINE_H
 
+#include <cstddef>
 #include <vector>
 
 #include "simulator/guidance/LineShape.h"
@@ -8,7 +9,11 @@
 /// How far along a line from the machine it is drawn, metres.
 inline constexpr double kDrawnReach = 2000.0;
 
-/// The part of a line around a station, as a polyline that is within a centimetre of it.
+/// How many points a polyline of a line has at most.
+inline constexpr std::size_t kMostDrawnPoints = 1500;
+
+/// The part of a line around a station, as a polyline that is within a centimetre of it, or as near
+/// as kMostDrawnPoints allow.
 ///
 /// @return empty when the line has no part there.
 std::vector<Point> PolylineOf(const CLineShape& line, double station);

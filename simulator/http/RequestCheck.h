@@ -6,7 +6,7 @@
 #include <map>
 #include <string>
 
-#include <httplib.h>
+#include "simulator/http/ServedRequest.h"
 
 /// Why a request is not served.
 struct HttpRefusal
@@ -26,12 +26,13 @@ bool IsOwnOrigin(const std::string& origin, std::uint16_t port);
 /// Looks at a request before its body is read.
 ///
 /// Any page that a browser shows can send requests to this machine, and can give a name of its own
-/// this machine's address. So it counts which name was asked for and which page asks.
+/// this machine's address. So it counts which name was asked for and which page asks. A header that
+/// decides something must not come twice: whoever reads it might go by the other one.
 ///
 /// @param port that is listened on.
 /// @param postTypes the paths that take a body.
 /// @param mostBodyBytes the longest body.
-HttpRefusal CheckRequest(const httplib::Request& request, std::uint16_t port,
+HttpRefusal CheckRequest(const ServedRequest& request, std::uint16_t port,
                          const PostTypes& postTypes, std::size_t mostBodyBytes);
 
 #endif

@@ -1,7 +1,7 @@
 // The forms for a new line: from points, set on the map or typed, and from a text form.
 import { clickPrompt, clickedHeading, clicksOf, kinds, textForm, textFormHint } from "./lines.js";
-import { command, setLine } from "./service.js";
-import { report, say } from "./messages.js";
+import { command, lineText, setLine } from "./service.js";
+import { report, say, sayFailure } from "./messages.js";
 
 const element = (id) => document.getElementById(id);
 const tell = (text, ...kinds) => say(element("line-status"), text, ...kinds);
@@ -51,8 +51,12 @@ export class LinePanel {
     element("file").addEventListener("change", async ({ target }) => {
       if (target.files.length > 0) element("text").value = (await target.files[0].text()).trim();
     });
-    element("present-line").addEventListener("click", () => {
-      element("text").value = this.model.line?.text ?? "";
+    element("present-line").addEventListener("click", async () => {
+      try {
+        element("text").value = (await lineText()).text;
+      } catch (error) {
+        sayFailure(element("line-status"), error);
+      }
     });
   }
 

@@ -3,6 +3,7 @@ import { History, drawErrors, drawSteering } from "./charts.js";
 import { DrivePanel } from "./drivepanel.js";
 import { DriveMap } from "./map.js";
 import { LinePanel } from "./linepanel.js";
+import { Passes } from "./passes.js";
 import { Readings } from "./readings.js";
 import { StepPanel } from "./steppanel.js";
 import { Stream } from "./stream.js";
@@ -19,6 +20,7 @@ const element = (id) => document.getElementById(id);
 /** What the page knows; null until the service has told. */
 const model = { state: null, line: null, settings: null, trail: new Trail(), lost: false };
 const history = new History();
+const passes = new Passes();
 let arriving = null; // the states that come while the trail before them is loaded
 let frame = null;
 let chartsOld = true;
@@ -66,7 +68,7 @@ const hear = {
     map.moved();
   },
   line(line) {
-    model.line = line;
+    model.line = passes.whole(line);
   },
   settings(settings) {
     model.settings = settings;
@@ -89,6 +91,7 @@ function showConnection(lost, reason = "") {
 
 async function connected() {
   showConnection(false);
+  passes.begin();
   const meanwhile = [];
   arriving = meanwhile;
   // Without an answer the trail begins here: what was driven before is not known, what comes is.

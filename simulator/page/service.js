@@ -37,6 +37,9 @@ export const command = (operation, ...values) => post("/command", { operation, a
 /** Makes the line of a text form the service's line. */
 export const setLine = (text) => post("/wayline", { text });
 
+/** The text form of the service's line: {text}, empty without one. */
+export const lineText = () => request("/wayline", {});
+
 /** Where the machine has been: {interval, end, points}. */
 export const trail = () => request("/trail", {});
 

@@ -11,13 +11,14 @@ import tempfile
 import time
 import unittest
 
-from navctl_files import (CountingService, field_data, moment, navctl, navctl_json, on_terminal,
+from navctl_files import (CountingService, coordinate, field_data, moment, navctl, navctl_json, on_terminal,
                           sentence)
 from navigation_service import DEADLINE_SECONDS, Client, Simulator, wait_for
 
 SAMPLES = 100000
 LONG_DEADLINE_SECONDS = 240.0
 ORIGIN = "48.0,11.0,500"
+LOGS = os.path.join(os.environ.get("FIELD_DATA_DIR", ""), "nmea")
 with open(os.environ["NAVCTL"], "rb") as executable:
     PROGRAM = executable.read(200000)  # nothing for a feed, and every byte there is
 
@@ -41,6 +42,20 @@ class Files(unittest.TestCase):
             code, report = navctl_json("feed", path, "--rate", "max", *options)
         return code, report, service.samples
 
+    def assert_adds_up(self, report, lines=None):
+        """Every line is in the counts once."""
+        counts = dict(report["lines"])
+        read = counts.pop("read")
+        further = counts.pop("further_on_a_line")
+        self.assertEqual(read, sum(counts.values()) - further, report)
+        self.assertTrue(lines is None or lines == read, report)
+
+
+def gga(number):
+    """A position of a second of the day."""
+    return sentence(f"GPGGA,{number // 3600:02d}{number // 60 % 60:02d}{number % 60:02d}.00,"
+                    f"{coordinate(48.0, 2)},N,{coordinate(11.0, 3)},E,4,12,0.7,480.0,M,47.0,M,,")
+
 
 def reasons(report):
     """How often something was skipped for which reason."""
@@ -51,8 +66,8 @@ class Samples(Files):
     def test_sends_what_the_receiver_tells(self):
         code, report, samples = self.feed(
             "drive.nmea",
-            [moment(0), sentence("GNGST,000000.00,1,,,,0.012,0.011,0.02"),
-             sentence("GNHDT,90.0,T"), moment(1)])
+            [moment(0), sentence("GNHDT,90.0,T"),
+             sentence("GNGST,000000.00,1,,,,0.012,0.011,0.02"), moment(1)])
         self.assertEqual((0, 2, 0), (code, report["sent"], report["skipped"]), report)
         first = samples[0]
         self.assertAlmostEqual(48.0, first[1], 9)
@@ -110,6 +125,7 @@ class Samples(Files):
         lines = "".join(moment(number) for number in range(4)).splitlines(keepends=True)
         report, samples = self.stream([lines[0][30:], *lines[1:]], 0.1)
         self.assertEqual((4, {"not a sentence": 1}), (len(samples), reasons(report)))
+        self.assertFalse(report["date_guessed"], "RMC of the first moment has told it")
 
     def test_puts_the_sentences_of_a_slow_line_together(self):
         lines = "".join(moment(number) for number in range(5)).splitlines(keepends=True)
@@ -236,6 +252,9 @@ class BrokenFiles(Files):
         with Simulator():
             for name, text, reason in (
                 ("empty.csv", "", "empty"),
+                ("satellites.nmea", sentence("GPGSV,1,1,00") * 3, "found: 3 GSV"),
+                ("heading.log", "# lat, lon: none\n" + sentence("GPHDT,1.0,T"),
+                 "it takes GGA, GNS, RMC or GLL"),
                 ("empty.nmea", "", "no sample"),
                 ("noise.nmea", "noise\n", "no sample"),
                 ("columns.csv", "time,latitude\n1,48\n", "no longitude"),
@@ -284,7 +303,7 @@ class Terminal(Files):
         self.assertEqual((sorted(shares), 0), (shares, shares[0]))
         self.assertRegex(text, "\u2588+")
         # Taken away before the result is told.
-        self.assertTrue(text.endswith("\r\x1b[Ksent 21 samples\r\n"), repr(text[-60:]))
+        self.assertIn("\r\x1b[Ksent 21 samples\r\nread 42 lines: 42 in samples sent\r\n", text)
 
     def test_there_are_no_colours_where_they_are_not_wanted(self):
         text = self.feed_on_terminal({"NO_COLOR": "1", "LC_ALL": "C"})
@@ -310,6 +329,8 @@ class Link(Files):
         report = json.loads(output)
         self.assertEqual((3, 3), (process.returncode, report["exit_code"]), report)
         self.assertLess(report["sent"], 3000)
+        self.assertGreater(report["lost"], 0)
+        self.assert_adds_up(report)
 
     def test_goes_on_when_the_service_comes_back(self):
         path = self.write("drive.nmea", [moment(number) for number in range(60)])
@@ -326,8 +347,10 @@ class Link(Files):
                     output, errors = process.communicate(timeout=DEADLINE_SECONDS)
         report = json.loads(output)
         self.assertIn("the link is back", errors)
-        self.assertEqual((0, 60, 1),
-                         (process.returncode, report["sent"], report["reconnections"]), report)
+        self.assertEqual((0, 60, 1), (process.returncode, report["sent"] + report["lost"],
+                                      report["reconnections"]), report)
+        self.assertGreater(report["sent"], 0)
+        self.assert_adds_up(report, 120)
 
     def test_ends_in_good_order_when_it_is_interrupted(self):
         for number in (signal.SIGINT, signal.SIGTERM):
@@ -342,6 +365,132 @@ class Link(Files):
                 report = json.loads(process.stdout.read())
                 self.assertEqual(0, process.returncode)
                 self.assertEqual((True, 1), (report["interrupted"], report["sent"]))
+                self.assert_adds_up(report, 2)
+
+    def test_counts_what_it_had_read_ahead_when_it_is_interrupted(self):
+        path = self.write("drive.nmea", [moment(number) for number in range(995)])
+        with CountingService() as service, subprocess.Popen(
+                [os.environ["NAVCTL"], "--json", "feed", path],
+                stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True) as process:
+            wait_for(lambda: len(service.samples) >= 8, "samples")
+            process.send_signal(signal.SIGINT)
+            output, _ = process.communicate(timeout=DEADLINE_SECONDS)
+        report = json.loads(output)
+        self.assertEqual((0, {}), (report["skipped"], report["not_used"]))
+        self.assertEqual(report["sent"], len(service.samples))
+        self.assertGreater(report["lines"]["read_ahead"], 0)
+        self.assert_adds_up(report)
+
+    def test_counts_as_sent_what_a_service_that_dies_has_read(self):
+        path = self.write("drive.nmea", [moment(number) for number in range(710)])
+        with CountingService(most=300) as service:
+            code, report = navctl_json("feed", path, "--rate", "max", "--reconnect", "0")
+        self.assertNotEqual(0, code, report)
+        self.assertLessEqual(report["sent"], len(service.samples))
+        self.assertGreaterEqual(report["sent"], 250)
+        self.assert_adds_up(report)
+
+
+class Bursts(Files):
+    """What a receiver says without a time."""
+
+    def test_a_log_without_an_order_gives_no_heading_away(self):
+        log = [sentence("GPHDT,%d.0,T" % number) + gga(number) + sentence("GPVTG,%d,T,,M,1,N,2,K" % number)
+               for number in range(20)]
+        for skip in range(3):
+            with self.subTest(skip):
+                lines = "".join(log).splitlines(keepends=True)[skip:]
+                code, report, samples = self.feed("drive.nmea", lines)
+                self.assertEqual((0, {0.0}), (code, {sample[18] for sample in samples}))
+                self.assertEqual(20 if skip == 0 else 19,
+                                 reasons(report)["HDT whose time is not certain"])
+                code, report, samples = self.feed("drive.nmea", lines,
+                                                  "--burst-begins-with", "HDT")
+                told = [sample for sample in samples if sample[18] == 1]
+                self.assertGreater(len(told), 14)
+                for sample in told:
+                    self.assertEqual(round(math.degrees(sample[8])), round(sample[21] % 86400))
+                self.assert_adds_up(report, len(lines))
+
+    def test_a_live_stream_tells_the_order_by_its_pauses(self):
+        bursts = [sentence("GPHDT,%d.0,T" % number) + gga(number) for number in range(12)]
+        report, samples = self.stream_paced(bursts, 1.0)
+        told = [sample for sample in samples if sample[18] == 1]
+        self.assertGreater(len(told), 0, report)
+        for sample in told:
+            self.assertEqual(round(math.degrees(sample[8])), round(sample[21] % 86400))
+
+    def stream_paced(self, bursts, period):
+        with CountingService() as service, subprocess.Popen(
+                [os.environ["NAVCTL"], "--json", "feed", "-"], stdin=subprocess.PIPE,
+                stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True) as process:
+            start = time.monotonic()
+            for number, burst in enumerate(bursts):
+                time.sleep(max(0.0, start + number * period - time.monotonic()))  # as measured
+                process.stdin.write(burst)
+                process.stdin.flush()
+            output, errors = process.communicate(timeout=DEADLINE_SECONDS)
+        self.assertEqual(0, process.returncode, output)
+        self.assertEqual(1, errors.count("no sentence has told the day yet"), errors)
+        self.assertTrue(json.loads(output)["date_guessed"])
+        return json.loads(output), service.samples
+
+    def test_says_what_nobody_has_told(self):
+        rmc = moment(0).splitlines(keepends=True)[1]
+        _, report, samples = self.feed("drive.nmea", [rmc])
+        self.assertTrue(math.isnan(samples[0][3]), "RMC has no height")
+        self.assertEqual((1, -1), (samples[0][15], samples[0][17]))
+        self.assertEqual(1, report["not_told"]["height"])
+        self.assertNotIn("speed", report["not_told"])
+
+    def test_numbers_lines_as_others_do(self):
+        _, report, _ = self.feed("drive.nmea", [moment(0).replace("\r\n", "\r"), "\n", "noise\n"])
+        self.assertEqual(2, report["skipped_reasons"][0]["first_line"])
+        self.assert_adds_up(report, 2)
+
+
+@unittest.skipUnless(os.path.isdir(LOGS), "there are no logs of receivers")
+class Logs(Files):
+    def feed_log(self, name, *options):
+        with CountingService() as service:
+            code, report = navctl_json("feed", os.path.join(LOGS, name), "--rate", "max", *options)
+        with open(os.path.join(LOGS, name), "rb") as file:
+            self.assert_adds_up(report, file.read().count(b"\n"))
+        self.assertEqual(0, code, report)
+        return report, service.samples
+
+    def test_a_heading_first_log_gives_every_value_to_its_time(self):
+        with open(os.path.join(LOGS, "heading-first-cold-start.nmea"), encoding="ascii") as file:
+            lines = file.read().split()
+        headings, courses = {}, {}
+        for before, line, after in zip(lines, lines[1:], lines[2:]):
+            fields = line.split(",")
+            if fields[0] == "$GPGGA" and fields[1]:
+                clock = fields[1]
+                seconds = int(clock[:2]) * 3600 + int(clock[2:4]) * 60 + float(clock[4:])
+                headings[seconds] = before.split(",")[1]
+                courses[seconds] = after.split(",")[1]
+        for options in ((), ("--burst-begins-with", "HDT")):
+            report, samples = self.feed_log("heading-first-cold-start.nmea", *options)
+            self.assertEqual(len(courses), len(samples))
+            told = 0
+            for sample in samples:
+                seconds = sample[21] % 86400
+                if sample[18] == 1:
+                    told += 1
+                    self.assertAlmostEqual(float(headings[seconds]), math.degrees(sample[8]), 6)
+            self.assertEqual(bool(options), told > 0, report)
+
+    def test_a_log_of_many_constellations_counts_all_satellites(self):
+        report, samples = self.feed_log("many-constellations.nmea")
+        self.assertEqual((29, 0), (len(samples), report["skipped"]))
+        self.assertEqual({20}, {sample[17] for sample in samples[:3]}, "GGA says 12")
+
+    def test_a_damaged_log_gives_what_is_whole(self):
+        report, samples = self.feed_log("damaged-gga.nmea")
+        self.assertEqual(23, len(samples))
+        self.assertEqual({"wrong checksum": 23}, reasons(report))
+        self.assertTrue(all(math.isnan(sample[3]) for sample in samples))
 
 
 class LongFiles(Files):

@@ -112,9 +112,12 @@ class Pace:
 
 
 class CountingService:
-    """A service that reads everything, keeps the numbers of the samples, and answers 1."""
+    """A service that reads everything, keeps the numbers of the samples, and answers 1.
 
-    def __init__(self):
+    With `most`, it reads so many samples and then dies."""
+
+    def __init__(self, most=None):
+        self.most = most
         self.listener = socket.socket()
         self.listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
         self.listener.bind(("127.0.0.1", PORT))
@@ -129,7 +132,8 @@ class CountingService:
 
     def __exit__(self, *_):
         # Ends the wait for a client when there was none; one that has come is served first.
-        socket.create_connection(("127.0.0.1", PORT)).close()
+        if self.most is None:
+            socket.create_connection(("127.0.0.1", PORT)).close()
         self.thread.join(DEADLINE_SECONDS)
         assert not self.thread.is_alive(), "the service still serves a client"
         self.listener.close()
@@ -145,6 +149,9 @@ class CountingService:
                     if message[0] == 0:
                         client.sendall(msgpack.packb([1, message[1], None, 1]))
                     elif message[1] == "SetPositionData":
+                        if len(self.samples) == self.most:
+                            self.listener.close()
+                            return
                         self.samples.append(record(message[2][0]))
                         self.times.append(time.monotonic())
 

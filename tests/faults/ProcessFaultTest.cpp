@@ -242,24 +242,6 @@ TEST(ProcessFault, AChildThatDestroysItsCopyOfTheClientLeavesTheLinkAlone)
     EXPECT_EQ(1, service.WaitForConnections(1));
 }
 
-TEST(ProcessFault, AChildMayCallOverTheLinkWhileItsParentDoesNot)
-{
-    CRawPeer service(Serve);
-    CNavigationAPI navigation;
-    ASSERT_EQ(7, navigation.EngageSteering());
-    EXPECT_EQ(0, ExitStatusOfAChild([&] {
-                  navigation.SetLookAheadTime(kSecondLookAheadTime, true);
-                  if (navigation.EngageSteering() != 7 || navigation.GetLookAheadTime() != 1.5) {
-                      return 1;
-                  }
-                  ::execl("/bin/true", "true", nullptr);
-                  return 2;
-              }));
-    EXPECT_EQ(kSecondLookAheadTime, navigation.GetLookAheadTime());
-    EXPECT_EQ(7, navigation.EngageSteering());
-    EXPECT_EQ(1, service.WaitForConnections(1));
-}
-
 TEST(ProcessFault, AChildReopensALostLinkForItselfAlone)
 {
     CRawPeer service(Scripts::SendAndClose([](const CRawMessage& call) { return ReplyTo(call); }));

@@ -317,6 +317,71 @@ std::vector<Seed> Waylines()
     return seeds;
 }
 
+/// What a client of the whole service does, a step at a time; FuzzServer.cpp reads it.
+class CSteps
+{
+public:
+    enum EStep : unsigned
+    {
+        Read,
+        EndSending,
+        Reset,
+        Advance,
+        Leave,
+        Send,
+    };
+
+    CSteps& Do(EStep step, unsigned client = 0)
+    {
+        m_bytes += static_cast<char>(step * kClients + client);
+        return *this;
+    }
+    /// Sends bytes in portions.
+    CSteps& SendInPortions(const std::string& bytes, std::size_t portion, unsigned client = 0)
+    {
+        for (std::size_t place = 0; place < bytes.size(); place += portion) {
+            const std::string piece = bytes.substr(place, portion);
+            Do(Send, client);
+            m_bytes += static_cast<char>(piece.size() - 1);
+            m_bytes += piece;
+        }
+        return *this;
+    }
+    const std::string& Bytes() const { return m_bytes; }
+
+private:
+    static constexpr unsigned kClients = 4;
+    std::string m_bytes;
+};
+
+/// Each message as clients of every kind send it.
+std::vector<Seed> Sessions()
+{
+    constexpr std::size_t largestPortion = 256;
+    std::vector<Seed> seeds;
+    for (const Seed& message : Messages()) {
+        if (message.bytes.empty() || message.bytes.size() > 2048) {
+            continue;
+        }
+        const std::string& bytes = message.bytes;
+        seeds.push_back({message.name + "-whole",
+                         CSteps().SendInPortions(bytes, largestPortion).Do(CSteps::Read).Bytes()});
+        seeds.push_back({message.name + "-two", CSteps()
+                                                    .SendInPortions(bytes, 7, 0)
+                                                    .SendInPortions(bytes, largestPortion, 1)
+                                                    .Do(CSteps::Advance)
+                                                    .Do(CSteps::EndSending, 1)
+                                                    .Do(CSteps::Leave, 0)
+                                                    .Bytes()});
+        seeds.push_back(
+            {message.name + "-cut", CSteps()
+                                        .SendInPortions(bytes.substr(0, bytes.size() / 2), 16)
+                                        .Do(CSteps::Reset)
+                                        .Bytes()});
+    }
+    return seeds;
+}
+
 /// Leaves out a seed that says the same as one before it.
 void Write(const std::filesystem::path& directory, const std::vector<Seed>& seeds)
 {
@@ -341,5 +406,6 @@ int main(int count, char** arguments)
     const std::filesystem::path directory(arguments[1]);
     Write(directory / "messages", Messages());
     Write(directory / "waylines", Waylines());
+    Write(directory / "server", Sessions());
     return 0;
 }

@@ -4,8 +4,9 @@
 #include <chrono>
 #include <stdexcept>
 
-CRunningService::CRunningService(EListenOn addresses)
-    : m_work(m_loop.get_executor()), m_server(std::make_unique<MPISocketServerC>(m_loop, *this))
+CRunningService::CRunningService(EListenOn addresses, const MPIServerLimitsC& limits)
+    : m_work(m_loop.get_executor()),
+      m_server(std::make_unique<MPISocketServerC>(m_loop, *this, limits))
 {
     const std::string problem = m_server->Listen(0, addresses);
     if (!problem.empty()) {

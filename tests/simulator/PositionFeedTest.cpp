@@ -74,6 +74,22 @@ TEST(PositionFeed, MovesTheMachineToTheSamples)
     EXPECT_TRUE(service.World().FedMode());
 }
 
+TEST(PositionFeed, KeepsTheLastHeightWhereNobodyKnowsIt)
+{
+    Service service(0.0);
+    service.Notify("set_wayline_origin", "[51.0, 7.0, 100.0]");
+    Sample sample;
+    sample.north = 40.0;
+    std::string record = sample.Record();
+    record.replace(record.find("3=100"), 5, "3=nan");
+
+    service.Notify("SetPositionData", "['" + record + "']");
+    service.Advance(0.1);
+
+    EXPECT_NEAR(40.0, service.World().MeasuredPose().position.y, 0.01);
+    EXPECT_TRUE(service.World().FedMode());
+}
+
 TEST(PositionFeed, TakesTheCourseWithoutAHeading)
 {
     Service service(0.0);

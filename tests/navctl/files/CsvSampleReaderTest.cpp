@@ -59,7 +59,7 @@ TEST(CsvSampleReader, PlacesThePlaneAtItsOrigin)
     const Reader reader("id,x,y,theta\n0,0,0,0\n1,0,1000,1.5707963267948966\n", InAPlane());
     ASSERT_EQ(2U, reader.samples.size()) << reader.csv.Problem();
     EXPECT_NEAR(48.0, reader.samples[0].latitude, 1e-12);
-    EXPECT_NEAR(500.0, reader.samples[0].height, 1e-6);
+    EXPECT_NEAR(500.0, reader.samples[0].height.value(), 1e-6);
     EXPECT_NEAR(kPi / 2.0, reader.samples[0].yaw.value(), 1e-9) << "theta 0 is east";
     // A degree of latitude has 111.2 km here.
     EXPECT_NEAR(48.0 + 1.0 / 111.2, reader.samples[1].latitude, 1e-5);

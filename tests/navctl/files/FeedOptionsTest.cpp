@@ -19,6 +19,9 @@ TEST(FeedFormat, IsToldByTheBeginningOfTheInput)
         {"time,latitude,longitude\n", EFeedFormat::Csv},
         {"\r\n\xEF\xBB\xBFX_m,Y_m\r\n1,2\r\n", EFeedFormat::Csv},
         {"price in $,lat,lon\n", EFeedFormat::Csv},
+        {"# lat, lon\n$GPGGA,", EFeedFormat::Nmea},
+        {"# time, lat, lon, paid in $\n", unknown},
+        {"# a remark\r\ntime,lat,lon\n", EFeedFormat::Csv},
     };
     for (const auto& row : rows)
         EXPECT_EQ(row.format, FeedFormatByContent(row.begin)) << row.begin;

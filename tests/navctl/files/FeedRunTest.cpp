@@ -57,16 +57,22 @@ public:
         numbers.push_back(number);
         return {};
     }
-    LinkErrorC Confirm() override { return {confirmation, "told to fail"}; }
+    LinkErrorC Confirm() override
+    {
+        const bool fails = confirmation != ELinkError::None && ++m_confirmations >= failsFrom;
+        return fails ? LinkErrorC{confirmation, "told to fail"} : LinkErrorC{};
+    }
 
     std::map<int, ELinkError> failures;
     ELinkError confirmation = ELinkError::None;
+    int failsFrom = 1; ///< the number of the first confirmation that fails
     std::vector<double> sentAt;
     std::vector<int> numbers;
 
 private:
     CFakeClock& m_clock;
     int m_attempts = 0;
+    int m_confirmations = 0;
 };
 
 /// A feed with all that it stands on.
@@ -142,7 +148,8 @@ TEST(FeedRun, SendsASampleAgainWhenTheLinkIsBackAndKeepsTheDistances)
     feed.sink.failures = {{2, ELinkError::Closed}, {3, ELinkError::Refused}};
     const FeedResult result = feed.Run(1.0);
     EXPECT_EQ(EFeedEnd::Done, result.end);
-    EXPECT_EQ(3U, result.sent);
+    EXPECT_EQ(2U, result.sent);
+    EXPECT_EQ(1U, result.lost) << "the one before the loss";
     EXPECT_EQ(1U, result.reconnections);
     ExpectTimes({0.0, 1.4, 2.4}, feed.sink.sentAt);
 }
@@ -155,7 +162,8 @@ TEST(FeedRun, GivesUpWhenTheLinkDoesNotComeBack)
     const FeedResult result = feed.Run(1.0);
     EXPECT_EQ(EFeedEnd::LinkFailed, result.end);
     EXPECT_EQ(ELinkError::Refused, result.linkError.code);
-    EXPECT_EQ(1U, result.sent);
+    EXPECT_EQ(0U, result.sent);
+    EXPECT_EQ(1U, result.lost);
     EXPECT_NEAR(1002.0, feed.clock.now, 0.3) << "a second behind the loss";
 }
 
@@ -166,7 +174,8 @@ TEST(FeedRun, DoesNotTryAServiceAgainThatTakesNothing)
     const FeedResult result = feed.Run(1.0);
     EXPECT_EQ(EFeedEnd::LinkFailed, result.end);
     EXPECT_EQ(ELinkError::TimedOut, result.linkError.code);
-    EXPECT_EQ(1U, result.sent);
+    EXPECT_EQ(0U, result.sent);
+    EXPECT_EQ(1U, result.lost);
 }
 
 TEST(FeedRun, FailsWhenTheServiceDoesNotConfirm)
@@ -175,7 +184,49 @@ TEST(FeedRun, FailsWhenTheServiceDoesNotConfirm)
     feed.sink.confirmation = ELinkError::TimedOut;
     const FeedResult result = feed.Run(1.0);
     EXPECT_EQ(EFeedEnd::LinkFailed, result.end);
-    EXPECT_EQ(2U, result.sent);
+    EXPECT_EQ(2U, result.handedOver);
+    EXPECT_EQ(0U, result.sent) << "nothing says that they were read";
+    EXPECT_EQ(2U, result.lost);
+}
+
+TEST(FeedRun, CountsAsLostWhatNothingHasConfirmed)
+{
+    std::vector<double> times;
+    for (int i = 0; i < 710; ++i) {
+        times.push_back(i);
+    }
+    Feed feed(times);
+    feed.sink.confirmation = ELinkError::TimedOut;
+    feed.sink.failsFrom = 7;
+    const FeedResult result = feed.Run(std::nullopt);
+    EXPECT_EQ(EFeedEnd::LinkFailed, result.end);
+    EXPECT_EQ(300U, result.sent);
+    EXPECT_EQ(50U, result.lost);
+    EXPECT_EQ(300U, result.sourcesSent);
+    EXPECT_EQ(50U, result.sourcesLost);
+}
+
+TEST(FeedRun, GoesOnWhenAConfirmationShowsThatTheLinkIsLost)
+{
+    std::vector<double> times;
+    for (int i = 0; i < 60; ++i) {
+        times.push_back(i);
+    }
+    Feed feed(times);
+    feed.sink.confirmation = ELinkError::Closed;
+    const FeedResult first = feed.Run(std::nullopt);
+    EXPECT_EQ(1U, first.reconnections);
+    EXPECT_EQ(60U, first.handedOver);
+    EXPECT_EQ(60U, first.lost);
+    EXPECT_EQ(EFeedEnd::LinkFailed, first.end) << "the last confirmation fails, too";
+}
+
+TEST(FeedRun, CountsTheValuesThatNobodyHasTold)
+{
+    Feed feed({0.0, 1.0});
+    const FeedResult result = feed.Run(std::nullopt);
+    EXPECT_EQ(2U, result.notTold.at("height"));
+    EXPECT_EQ(2U, result.notTold.at("heading"));
 }
 
 TEST(FeedRun, EndsWhenTheUserWantsItTo)

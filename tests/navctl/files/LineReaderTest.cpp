@@ -72,6 +72,20 @@ TEST(LineReader, WaitsNoLongerThanAskedAndKeepsThePartThatHasCome)
     EXPECT_EQ("second", line);
 }
 
+TEST(LineReader, CountsLinesAsOtherToolsDo)
+{
+    const CPipe pipe("a\rb\r\nc\n\rd\n\ne");
+    CLineReader reader(pipe.Descriptor(), 10);
+    std::string line;
+    std::vector<std::pair<std::string, std::uint64_t>> lines;
+    while (reader.Next(line) == ELine::Line) {
+        lines.emplace_back(line, reader.LineNumber());
+    }
+    const std::vector<std::pair<std::string, std::uint64_t>> expected{
+        {"a", 1}, {"b", 1}, {"c", 2}, {"", 3}, {"d", 3}, {"", 4}, {"e", 5}};
+    EXPECT_EQ(expected, lines);
+}
+
 TEST(LineReader, PeeksWithoutUsingUp)
 {
     const CPipe pipe("a\nb\n");

@@ -56,12 +56,13 @@ TEST(MotionDerivation, KeepsWhatTheReceiverGives)
     EXPECT_EQ(0.25, sample.yawRate);
 }
 
-TEST(MotionDerivation, HasZerosForTheFirstSample)
+TEST(MotionDerivation, HasZerosForWhatServicesNeedOfTheFirstSampleAndDoesNotMakeUpTheRest)
 {
     const PositionSample sample = LastOf({At(0, 0, 0.0)});
-    for (const auto& value : {sample.course, sample.speed, sample.roll, sample.pitch, sample.yaw,
-                              sample.rollRate, sample.pitchRate, sample.yawRate})
+    for (const auto& value : {sample.course, sample.speed, sample.yaw, sample.yawRate})
         EXPECT_EQ(0.0, value);
+    for (const auto& value : {sample.roll, sample.pitch, sample.rollRate, sample.pitchRate})
+        EXPECT_FALSE(value.has_value());
 }
 
 TEST(MotionDerivation, KeepsTheCourseWhileTheMachineStands)

@@ -15,8 +15,10 @@ constexpr std::int64_t kFirstOfMay2024 = 19844;
 /// A reader with all that it stands on.
 struct Reader
 {
-    explicit Reader(const std::string& content, std::int64_t day = kFirstOfMay2024)
-        : pipe(content), lines(pipe.Descriptor(), 1000), nmea(lines, day)
+    explicit Reader(const std::string& content, std::int64_t day = kFirstOfMay2024,
+                    std::optional<ENmeaType> burstBeginsWith = std::nullopt)
+        : pipe(content), lines(pipe.Descriptor(), 1000),
+          nmea(lines, NmeaReaderOptions{{day, burstBeginsWith}, {}, false, true, {}})
     {
         PositionSample sample;
         while (nmea.Next(sample, 1000) == ESample::Sample)
@@ -61,12 +63,12 @@ TEST(NmeaReader, MakesOneSampleOfTheSentencesOfOneMoment)
     const Reader reader(
         Gga("120000.00") +
         Sentence("GPRMC,120000.00,A,4807.038,N,01131.000,E,022.4,084.4,010524,,,R") + "\n" +
-        Sentence("GPGST,120000.00,1,,,,0.012,0.011,0.02") + "\n" + Sentence("GPHDT,90.0,T") + "\n");
+        Sentence("GPHDT,90.0,T") + "\n" + Sentence("GPGST,120000.00,1,,,,0.012,0.011,0.02") + "\n");
     ASSERT_EQ(1U, reader.samples.size());
     const PositionSample& sample = reader.samples[0];
     EXPECT_NEAR(48.0 + 7.038 / 60.0, sample.latitude, 1e-12);
     EXPECT_NEAR(11.0 + 31.0 / 60.0, sample.longitude, 1e-12);
-    EXPECT_NEAR(545.4 + 46.9, sample.height, 1e-9) << "above the ellipsoid";
+    EXPECT_NEAR(545.4 + 46.9, sample.height.value(), 1e-9) << "above the ellipsoid";
     EXPECT_NEAR(22.4 * 1852.0 / 3600.0, sample.speed.value(), 1e-12);
     EXPECT_NEAR(Radians(84.4), sample.course.value(), 1e-12);
     EXPECT_NEAR(kPi / 2.0, sample.yaw.value(), 1e-12);
@@ -106,6 +108,12 @@ TEST(NmeaReader, CountsWhatIsBrokenAndReadsTheRest)
         {Sentence("GPRMC,115959,X,4807.038,N,01131.000,E,1,2,010124,,,A"), "RMC with a bad status"},
         {Sentence("GPHDT,400,T"), "HDT with a bad heading"},
         {Sentence("GPVTG,1,N,,,1,N,,K"), "VTG with a bad unit"},
+        {Sentence("GPZDA,115959,32,01,2024,00,00"), "ZDA with a bad date"},
+        {Sentence("GNGNS,120000,4807.038,N,01131.000,E,AA,x,0.9,1,1,,"),
+         "GNS with a bad satellites"},
+        {Sentence("HCHDG,101.1,0.5,X,7.1,W"), "HDG with a bad deviation"},
+        {Sentence("TIROT,fast,A"), "ROT with a bad rate of turn"},
+        {Sentence("PASHR,120000,10.0,T,x,0,0,0,0,0,1"), "PASHR with a bad roll"},
     };
     for (const auto& row : rows) {
         const Reader reader(Gga("115958") + row.line + "\r\n" + Gga("120001"));
@@ -152,19 +160,31 @@ TEST(NmeaReader, PrefersTheCombinedSolutionOfSeveralSystems)
     EXPECT_EQ(8, reader.samples[0].satellites);
 }
 
-TEST(NmeaReader, GivesAHeadingThatComesFirstToTheMomentThatFollows)
+TEST(NmeaReader, LeavesAHeadingOutWhoseTimeIsNotCertainUnlessTheOrderIsTold)
 {
-    const Reader reader(Sentence("GPHDT,10.0,T") + "\n" + Gga("120000") + Sentence("GPHDT,20.0,T") +
-                        "\n" + Gga("120001") + Sentence("GPHDT,30.0,T") + "\n" + Gga("120002"));
-    ASSERT_EQ(3U, reader.samples.size());
-    EXPECT_NEAR(Radians(10.0), reader.samples[0].yaw.value(), 1e-12);
-    EXPECT_NEAR(Radians(20.0), reader.samples[1].yaw.value(), 1e-12);
-    EXPECT_NEAR(Radians(30.0), reader.samples[2].yaw.value(), 1e-12);
+    std::string content;
+    for (int second = 0; second < 9; ++second) {
+        content += Sentence("GPHDT," + std::to_string(10 + second) + ".0,T") + "\n" +
+                   Gga("12000" + std::to_string(second));
+    }
+    const Reader guesses(content);
+    ASSERT_EQ(9U, guesses.samples.size());
+    for (const PositionSample& sample : guesses.samples) {
+        EXPECT_FALSE(sample.yaw.has_value());
+    }
+    EXPECT_EQ(9U, guesses.Skipped("HDT whose time is not certain"));
+    const Reader knows(content, kFirstOfMay2024, ENmeaType::Hdt);
+    ASSERT_EQ(9U, knows.samples.size());
+    for (std::size_t second = 3; second < 9; ++second) {
+        EXPECT_NEAR(Radians(10.0 + static_cast<double>(second)),
+                    knows.samples[second].yaw.value_or(-1.0), 1e-12);
+    }
 }
 
 TEST(NmeaReader, TakesSpeedAndCourseFromVtgWhereThereIsNoRmc)
 {
-    const Reader reader(Gga("120000") + Sentence("GPVTG,90.0,T,,M,,N,36.0,K,A") + "\n");
+    const Reader reader(Gga("120000") + Sentence("GPVTG,90.0,T,,M,,N,36.0,K,A") + "\n" +
+                        Sentence("GPZDA,120000,01,05,2024,00,00") + "\n");
     ASSERT_EQ(1U, reader.samples.size());
     EXPECT_NEAR(10.0, reader.samples[0].speed.value(), 1e-12);
     EXPECT_NEAR(kPi / 2.0, reader.samples[0].course.value(), 1e-12);
@@ -212,7 +232,7 @@ TEST(NmeaReader, GivesSamplesOfAnAssumedDayWhenTheStreamPausesAndStartsAnewThen)
 {
     CPipe pipe;
     CLineReader lines(pipe.Descriptor(), 1000);
-    CNmeaReader reader(lines, kFirstOfMay2024 + 900);
+    CNmeaReader reader(lines, NmeaReaderOptions{{kFirstOfMay2024 + 900, {}}, {}, true, true, {}});
     PositionSample sample;
     pipe.Write(Gga("120000"));
     EXPECT_EQ(ESample::Sample, reader.Next(sample, 5000));
@@ -237,7 +257,7 @@ TEST(NmeaReader, WaitsForTheSentencesThatTheLastMomentHad)
 {
     CPipe pipe;
     CLineReader lines(pipe.Descriptor(), 1000);
-    CNmeaReader reader(lines, kFirstOfMay2024);
+    CNmeaReader reader(lines, NmeaReaderOptions{{kFirstOfMay2024, {}}, {}, true, true, {}});
     PositionSample sample;
     pipe.Write(Gga("120000") + Rmc("120000") + Gga("120001"));
     EXPECT_EQ(ESample::Sample, reader.Next(sample, 5000));
@@ -264,7 +284,7 @@ TEST(NmeaReader, GivesTheLastMomentWhenALiveStreamPauses)
 {
     CPipe pipe;
     CLineReader lines(pipe.Descriptor(), 1000);
-    CNmeaReader reader(lines, kFirstOfMay2024);
+    CNmeaReader reader(lines, NmeaReaderOptions{{kFirstOfMay2024, {}}, {}, true, true, {}});
     PositionSample sample;
     pipe.Write(Gga("120000"));
     EXPECT_EQ(ESample::Sample, reader.Next(sample, 5000));
@@ -273,6 +293,123 @@ TEST(NmeaReader, GivesTheLastMomentWhenALiveStreamPauses)
     pipe.End();
     EXPECT_EQ(ESample::End, reader.Next(sample, 5000));
     EXPECT_EQ(1U, reader.Skipped().Reasons().count("RMC after its sample was sent"));
+}
+
+TEST(NmeaReader, ReadsWhatOtherReceiversSay)
+{
+    const auto sampleOf = [](const std::vector<std::string>& sentences) {
+        std::string content = Gga("120000");
+        for (const std::string& body : sentences) {
+            content += Sentence(body) + "\n";
+        }
+        const Reader reader(content + Sentence("GPGBS,120000,1,1,1,,,,") + "\n");
+        EXPECT_EQ(0U, reader.nmea.Skipped().Total()) << sentences.front();
+        return reader.samples.at(0);
+    };
+    const auto degrees = [](const std::optional<double>& radians) {
+        return radians ? Degrees(*radians) : -1000.0;
+    };
+    EXPECT_NEAR(121.15, degrees(sampleOf({"GNTHS,121.15,A"}).yaw), 1e-9);
+    EXPECT_FALSE(sampleOf({"GNTHS,121.15,V"}).yaw.has_value());
+    EXPECT_NEAR(101.1 + 0.5 - 7.1, degrees(sampleOf({"HCHDG,101.1,0.5,E,7.1,W"}).yaw), 1e-9);
+    EXPECT_NEAR(1.0 - 2.0 + 360.0, degrees(sampleOf({"HCHDG,1.0,,,2.0,W"}).yaw), 1e-9);
+    EXPECT_FALSE(sampleOf({"HCHDG,101.1,0.5,E,,"}).yaw.has_value()) << "north is not known";
+    EXPECT_NEAR(-2.0, degrees(sampleOf({"TIROT,-120.0,A"}).yawRate), 1e-9) << "to port";
+    EXPECT_FALSE(sampleOf({"TIROT,-120.0,V"}).yawRate.has_value());
+    EXPECT_EQ(5.0, sampleOf({"GPVTG,90,,,18"}).speed) << "the old form, without letters";
+    EXPECT_FALSE(sampleOf({"GPVTG,90,T,,M,1,N,2,K,N"}).speed.has_value()) << "no fix";
+    const PositionSample attitude =
+        sampleOf({"PASHR,120000,224.19,T,-01.26,+00.83,+00.00,0.101,0.113,0.267,1,0"});
+    EXPECT_NEAR(224.19, degrees(attitude.yaw), 1e-9);
+    EXPECT_NEAR(-1.26, degrees(attitude.roll), 1e-9);
+    EXPECT_NEAR(0.83, degrees(attitude.pitch), 1e-9);
+    EXPECT_EQ(
+        20, sampleOf({"GNGSA,A,3,13,16,21,15,10,29,27,20,,,,,1,1,1,1",
+                      "GNGSA,A,3,82,66,81,,,,,,,,,,1,1,1,2", "GNGSA,A,3,07,12,33,,,,,,,,,,1,1,1,3",
+                      "GNGSA,A,3,13,12,22,19,08,21,,,,,,,1,1,1,4"})
+                .satellites)
+        << "of all systems";
+}
+
+TEST(NmeaReader, TakesThePositionOfSeveralSystemsFromGns)
+{
+    const Reader reader(
+        Sentence("GNGNS,120000,4807.038,N,01131.000,E,NAAN,11,0.9,545.4,46.9,,,S") + "\n" +
+        Sentence("GNGNS,120001,4807.038,N,01131.000,E,RR,11,0.9,545.4,46.9,,") + "\n" +
+        Sentence("GNGNS,120002,4807.038,N,01131.000,E,RR,11,0.9,545.4,46.9,,,U") + "\n");
+    ASSERT_EQ(3U, reader.samples.size());
+    EXPECT_EQ(1, reader.samples[0].fixQuality) << "the best of the letters";
+    EXPECT_TRUE(reader.samples[0].positionValid);
+    EXPECT_EQ(4, reader.samples[1].fixQuality);
+    EXPECT_EQ(11, reader.samples[1].satellites);
+    EXPECT_NEAR(592.3, reader.samples[1].height.value(), 1e-9);
+    EXPECT_FALSE(reader.samples[2].positionValid) << "unsafe";
+}
+
+TEST(NmeaReader, KnowsEveryTalkerAndTheDateOfZda)
+{
+    for (const char* const talker : {"GP", "GN", "GL", "GA", "GB", "GQ", "GI", "BD", "QZ"}) {
+        const Reader reader(Gga("120000", talker) +
+                                Sentence(std::string(talker) + "ZDA,120000,01,05,2024,00,00") +
+                                "\n",
+                            0);
+        ASSERT_EQ(1U, reader.samples.size()) << talker;
+        EXPECT_EQ(1714564800.0, reader.samples[0].time) << talker;
+        EXPECT_FALSE(reader.nmea.DayWasGuessed()) << talker;
+    }
+    EXPECT_TRUE(Reader(Gga("120000")).nmea.DayWasGuessed());
+}
+
+TEST(NmeaReader, TurnsSignsOfTheAttitudeWhereTheDeviceHasThemOtherwise)
+{
+    CPipe pipe(Gga("120000") + Sentence("PASHR,120000,10.0,T,1.0,2.0,0,0,0,0,1") + "\n");
+    CLineReader lines(pipe.Descriptor(), 1000);
+    CNmeaReader reader(lines, NmeaReaderOptions{{}, {true, true}, false, false, {}});
+    PositionSample sample;
+    ASSERT_EQ(ESample::Sample, reader.Next(sample, 1000));
+    EXPECT_NEAR(Radians(-1.0), sample.roll.value(), 1e-12);
+    EXPECT_NEAR(Radians(-2.0), sample.pitch.value(), 1e-12);
+}
+
+TEST(NmeaReader, DoesNotKnowWhatNobodyHasTold)
+{
+    const Reader reader(Rmc("120000") +
+                        Sentence("GPGGA,120001,4807.038,N,01131.000,E,4,,,5.0,M,,M,,"));
+    ASSERT_EQ(2U, reader.samples.size());
+    EXPECT_FALSE(reader.samples[0].height.has_value()) << "RMC has none";
+    EXPECT_FALSE(reader.samples[0].satellites.has_value());
+    EXPECT_FALSE(reader.samples[1].height.has_value()) << "above the geoid, not the ellipsoid";
+}
+
+TEST(NmeaReader, DoesNotLetATalkerWithoutAFixHideAnothersFix)
+{
+    const std::string none = Sentence("GLGGA,120000,,,,,0,00,,,M,,M,,") + "\n" +
+                             Sentence("GLRMC,120000,V,,,,,,,010524,,,N") + "\n";
+    for (const std::string& content : {Gga("120000") + none, none + Gga("120000")}) {
+        const Reader reader(content);
+        ASSERT_EQ(1U, reader.samples.size());
+        EXPECT_TRUE(reader.samples[0].positionValid);
+        EXPECT_EQ(8, reader.samples[0].satellites);
+        EXPECT_NEAR(592.3, reader.samples[0].height.value(), 1e-9);
+    }
+}
+
+TEST(NmeaReader, GivesEverySentenceAPlaceInItsCounts)
+{
+    const Reader reader("# a remark\n\n" + Gga("120000") + Rmc("120000") + Sentence("GPHDT,1.0,T") +
+                        Sentence("GPGSV,1,1,00") + "\nnoise\r" + Gga("120001") + "\n" +
+                        Gga("120000"));
+    std::uint64_t sources = 0;
+    for (const PositionSample& sample : reader.samples) {
+        sources += sample.sources;
+    }
+    const ReadCounts counts = reader.nmea.Counts();
+    EXPECT_EQ(8U, counts.lines);
+    EXPECT_EQ(2U, counts.empty);
+    EXPECT_EQ(2U, counts.further);
+    EXPECT_EQ(counts.sources,
+              sources + reader.nmea.Skipped().Total() + reader.nmea.NotUsed().Total());
+    EXPECT_EQ(counts.lines, counts.sources - counts.further + counts.empty);
 }
 
 TEST(NmeaDates, CountDaysSince1970)

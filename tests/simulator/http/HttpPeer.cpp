@@ -41,6 +41,11 @@ void HttpPeer::Send(const std::string& bytes)
     }
 }
 
+void HttpPeer::EndSending()
+{
+    ::shutdown(m_socket, SHUT_WR);
+}
+
 bool HttpPeer::ReadSome(std::chrono::steady_clock::time_point until)
 {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(

@@ -19,6 +19,8 @@ public:
     HttpPeer& operator=(const HttpPeer&) = delete;
 
     void Send(const std::string& bytes);
+    /// Says that nothing more will be sent.
+    void EndSending();
     /// Reads until a text has come, or the other end closes, or ten seconds are over.
     ///
     /// @return whether the text has come.

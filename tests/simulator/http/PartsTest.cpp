@@ -1,6 +1,5 @@
 // The parts of the live page that need no connection.
 
-#include <chrono>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -8,12 +7,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include "simulator/guidance/LineBuilder.h"
 #include "simulator/http/EventFeed.h"
-#include "simulator/http/HttpStream.h"
 #include "simulator/http/PageValues.h"
 #include "simulator/http/Polyline.h"
 #include "simulator/http/RequestCheck.h"
@@ -96,34 +91,31 @@ TEST(Trail, TakesItsPositionsFromTheEventsOfTheService)
 
 TEST(Feed, HasTheNewestOfEachKindForASlowViewer)
 {
-    EventFeedC feed(2);
-    EventFeedC::Seen seen{};
+    EventFeedC feed;
+    EventFeedC::Seen seen;
     feed.Enter();
     feed.Publish(EFeedEvent::State, "1");
     feed.Publish(EFeedEvent::State, "2");
     feed.Publish(EFeedEvent::Settings, "{}");
 
-    const EventFeedC::Messages messages = feed.Take(seen, std::chrono::milliseconds(0));
-
-    ASSERT_EQ(2u, messages.size());
-    EXPECT_EQ("event: settings\ndata: {}\n\n", *messages[0]);
-    EXPECT_EQ("event: state\ndata: 2\n\n", *messages[1]);
-    EXPECT_TRUE(feed.Take(seen, std::chrono::milliseconds(0)).empty());
+    EXPECT_EQ("event: settings\ndata: {}\n\nevent: state\ndata: 2\n\n", feed.Take(seen));
+    EXPECT_EQ("", feed.Take(seen));
 }
 
 TEST(Feed, TellsNothingTwiceAndForgetsWithTheLastViewer)
 {
-    EventFeedC feed(2);
-    EventFeedC::Seen seen{};
+    int calls = 0;
+    EventFeedC feed([&calls] { ++calls; });
+    EventFeedC::Seen seen;
     feed.Publish(EFeedEvent::State, "unheard");
-    EXPECT_TRUE(feed.Enter());
-    EXPECT_TRUE(feed.Enter());
-    EXPECT_FALSE(feed.Enter());
-    EXPECT_TRUE(feed.Take(seen, std::chrono::milliseconds(0)).empty());
+    feed.Enter();
+    feed.Enter();
+    EXPECT_EQ("", feed.Take(seen));
     feed.Publish(EFeedEvent::State, "1");
-    feed.Take(seen, std::chrono::milliseconds(0));
+    feed.Take(seen);
     feed.Publish(EFeedEvent::State, "1");
-    EXPECT_TRUE(feed.Take(seen, std::chrono::milliseconds(0)).empty());
+    EXPECT_EQ("", feed.Take(seen));
+    EXPECT_EQ(1, calls);
     const std::uint64_t generation = feed.Generation();
 
     feed.Leave();
@@ -131,8 +123,8 @@ TEST(Feed, TellsNothingTwiceAndForgetsWithTheLastViewer)
     feed.Leave();
 
     EXPECT_NE(generation, feed.Generation());
-    EventFeedC::Seen fresh{};
-    EXPECT_TRUE(feed.Take(fresh, std::chrono::milliseconds(0)).empty());
+    EventFeedC::Seen fresh;
+    EXPECT_EQ("", feed.Take(fresh));
 }
 
 TEST(Hosts, AreOwnWithTheRightNameAndPort)
@@ -190,27 +182,6 @@ TEST(State, TellsOfSteeringThatIsReadyAndDropped)
 
     EXPECT_EQ(EEngageState::Dropped, EngageStateOf(world));
     EXPECT_NE("", json::parse(StateJson(world))["drop_reason"]);
-}
-
-TEST(HttpStream, GivesUpAPeerThatTakesAnAnswerTooSlowly)
-{
-    int ends[2];
-    ASSERT_EQ(0, ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends));
-    HttpPatience patience;
-    patience.answer = std::chrono::milliseconds(200);
-    HttpStreamC stream(ends[0], patience, 1024);
-    const std::string bytes(4096, 'x');
-    const CStopwatch stopwatch;
-
-    // The peer takes something again and again, so that no single wait lasts long.
-    std::string taken(bytes.size(), ' ');
-    while (stream.write(bytes.data(), bytes.size()) > 0 && stopwatch.Milliseconds() < 10000) {
-        EXPECT_LT(0, ::recv(ends[1], taken.data(), taken.size(), 0));
-    }
-
-    EXPECT_LT(stopwatch.Milliseconds(), 4000);
-    ::close(ends[0]);
-    ::close(ends[1]);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // What the live page answers, and what it refuses.
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -9,6 +10,7 @@
 
 #include "api/NavigationAPI.h"
 #include "simulator/http/EmbeddedFiles.h"
+#include "simulator/http/HttpServer.h"
 #include "tests/simulator/http/HttpPeer.h"
 #include "tests/simulator/http/RunningPage.h"
 #include "tests/support/NetworkNamespace.h"
@@ -114,6 +116,34 @@ std::vector<Row> RowsOf(std::uint16_t port)
         {"no length", {"POST", "/command", "", {type}, ""}, 411},
         {"chunks", {"POST", "/command", "", {type, "Transfer-Encoding: chunked"}, ""}, 411},
         {"huge", {"POST", "/command", "", {type, "Content-Length: 99999999999"}, ""}, 413},
+        {"unknown method", {"FLY", "/", "", {}, ""}, 405},
+        {"empty origin", {"GET", "/trail", "", {"Origin:"}, ""}, 403},
+        {"two origins", {"GET", "/trail", "", {"Origin: " + own, "Origin: " + own}, ""}, 403},
+        {"empty site", {"GET", "/trail", "", {"Sec-Fetch-Site:"}, ""}, 403},
+        {"two sites",
+         {"GET", "/trail", "", {"Sec-Fetch-Site: same-origin", "Sec-Fetch-Site: cross-site"}, ""},
+         403},
+        {"two modes",
+         {"GET",
+          "/",
+          "",
+          {"Sec-Fetch-Site: cross-site", "Sec-Fetch-Mode: navigate", "Sec-Fetch-Mode: cors"},
+          ""},
+         403},
+        {"two types", {"POST", "/command", "", {type, "Content-Type: text/plain"}, body}, 400},
+        {"two lengths", {"POST", "/command", "", {type, "Content-Length: 5"}, body}, 400},
+        {"two equal lengths",
+         {"POST", "/command", "", {type, "Content-Length: " + std::to_string(body.size())}, body},
+         400},
+        {"length and chunks",
+         {"POST", "/command", "", {type, "Transfer-Encoding: chunked"}, body},
+         400},
+        {"other coding", {"POST", "/command", "", {type, "Transfer-Encoding: gzip"}, ""}, 411},
+        {"negative length", {"POST", "/command", "", {type, "Content-Length: -1"}, ""}, 400},
+        {"length of letters", {"POST", "/command", "", {type, "Content-Length: 0x5"}, ""}, 400},
+        {"blank in a name", {"GET", "/", "", {"Origin : " + own}, ""}, 400},
+        {"long head", {"GET", "/", "", {"X: " + std::string(70000, 'x')}, ""}, 431},
+        {"query", {"GET", "/?reload", "", {}, ""}, 200},
         {"ranges", {"GET", "/", "", {"Range: bytes=0-3"}, ""}, 200},
     };
 }
@@ -130,6 +160,42 @@ TEST(Requests, AreRefusedUnlessTheyComeFromThePage)
         const bool hasReason = row.status != 200 && row.request.method != "HEAD";
         EXPECT_EQ(hasReason, answer.body.find("{\"error\":") == 0) << row.name << answer.body;
     }
+}
+
+TEST(Requests, OfAnUnknownMethodHearWhichThereAre)
+{
+    const RunningPage page;
+
+    const HttpAnswer answer = Ask(page.Port(), {"FLY", "/", "", {}, ""});
+
+    EXPECT_EQ(405, answer.status);
+    EXPECT_NE(std::string::npos, answer.head.find("Allow: GET, POST\r\n"));
+}
+
+TEST(Requests, MayComeByteForByteAndHalfClosed)
+{
+    const RunningPage page;
+    HttpPeer peer(page.Port());
+    for (const char byte : BytesOf({"GET", "/page.css", "", {}, ""}, page.Port())) {
+        peer.Send(std::string(1, byte));
+    }
+    peer.EndSending();
+
+    EXPECT_TRUE(peer.ReadToEnd());
+    EXPECT_EQ(0u, peer.Read().find("HTTP/1.1 200 OK"));
+    EXPECT_NE(std::string::npos, peer.Read().find("--followed"));
+}
+
+TEST(Requests, AreOneAConnection)
+{
+    const RunningPage page;
+    HttpPeer peer(page.Port());
+    const std::string request = BytesOf({"GET", "/icon.svg", "", {}, ""}, page.Port());
+    peer.Send(request + request + request);
+
+    EXPECT_TRUE(peer.ReadToEnd());
+    EXPECT_EQ(0u, peer.Read().find("HTTP/1.1 200 OK"));
+    EXPECT_EQ(std::string::npos, peer.Read().find("HTTP/1.1", 1));
 }
 
 TEST(Requests, MayHaveABodyUpToTheLimit)
@@ -166,6 +232,72 @@ TEST(Requests, AreServedWhileOthersSaySoMuchAsNothing)
         silent.push_back(std::make_unique<HttpPeer>(page.Port()));
 
     EXPECT_EQ(200, Ask(page.Port(), {"GET", "/trail", "", {}, ""}).status);
+}
+
+/// Connections that say something and then nothing more.
+std::vector<std::unique_ptr<HttpPeer>> PeersThatSay(const std::string& text, std::size_t count,
+                                                    std::uint16_t port)
+{
+    std::vector<std::unique_ptr<HttpPeer>> peers;
+    for (std::size_t number = 0; number < count; ++number) {
+        peers.push_back(std::make_unique<HttpPeer>(port));
+        peers.back()->Send(text);
+    }
+    return peers;
+}
+
+TEST(Requests, AreServedWhenConnectionsHaveRunOut)
+{
+    const RunningPage page;
+    const auto stuck =
+        PeersThatSay("GET / HTTP/1.1\r\n", HttpServerC::kMostConnections + 50, page.Port());
+
+    EXPECT_EQ(R"({"reasons":[],"result":1})",
+              Command(page.Port(), R"({"operation":"DisengageSteering","arguments":[1]})"));
+    EXPECT_TRUE(stuck.front()->ReadToEnd()) << "the oldest is still there";
+    EXPECT_FALSE(stuck.back()->ReadToEnd(std::chrono::milliseconds(0)));
+}
+
+TEST(Requests, OfWhichMuchHasComeGiveWayToOthers)
+{
+    const RunningPage page;
+    const std::string head =
+        "POST /command HTTP/1.1\r\nHost: localhost:" + std::to_string(page.Port()) +
+        "\r\nContent-Type: application/json\r\nContent-Length: 4194304\r\n\r\n";
+    const auto greedy = PeersThatSay(head + std::string(4000000, ' '), 12, page.Port());
+
+    EXPECT_TRUE(WaitUntil([&] {
+        return std::any_of(greedy.begin(), greedy.end(), [](const auto& peer) {
+            return peer->ReadToEnd(std::chrono::milliseconds(5));
+        });
+    }));
+    EXPECT_EQ(R"({"reasons":[],"result":0})",
+              Command(page.Port(), R"({"operation":"IsSteeringEngaged"})"));
+}
+
+TEST(Answers, ThatArePartlyTakenAreGivenUp)
+{
+    LivePageTimes times;
+    times.answer = std::chrono::milliseconds(300);
+    RunningPage page(times);
+    page.OnLoop([](ServiceCoreC& core) {
+        constexpr int kPoints = 50000;
+        BListC line(nullptr);
+        line.AddInt(Kestrove::EWaylineTypeABCurve);
+        line.AddInt(kPoints);
+        for (int number = 0; number < kPoints; ++number) {
+            line.AddDouble(number);
+            line.AddDouble(0.0);
+            line.AddDouble(0.0);
+        }
+        EXPECT_EQ("", core.Request("set_wayline", line).error);
+    });
+    const int before = CountsOfThisProcess().descriptors;
+    HttpPeer peer(page.Port(), 4096);
+    peer.Send(BytesOf({"GET", "/wayline", "", {}, ""}, page.Port()));
+    ASSERT_TRUE(peer.ReadUntil("200 OK"));
+
+    EXPECT_TRUE(WaitUntil([&] { return CountsOfThisProcess().descriptors == before + 1; }));
 }
 
 /// A body of a command, and what it is answered with.

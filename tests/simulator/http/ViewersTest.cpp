@@ -132,7 +132,8 @@ TEST(Viewer, HearsOfALineAndOfWhatShiftsIt)
               line["labels"]);
     EXPECT_EQ(2u, line["followed"]["points"].size());
     EXPECT_EQ(6u, line["passes"].size());
-    EXPECT_NE("", line["text"]);
+    EXPECT_EQ(R"({"text":"0 0.000000 0.000000 0.000000 0.000000 100.000000 0.000000"})",
+              Ask(page.Port(), {"GET", "/wayline", "", {}, ""}).body);
     EXPECT_EQ(0.5, nudged["nudge"]);
     EXPECT_EQ(0.5, nudged["followed"]["points"][0][0]);
     EXPECT_EQ(0.0, nudged["line"][0][0]);
@@ -219,6 +220,23 @@ TEST(Viewers, AreSixteenAtMostAndOneMoreWhenOneHasLeft)
 
     viewers.pop_front();
     EXPECT_TRUE(WaitUntil([&] { return !EventStream(page.Port()).Next("settings").empty(); }));
+}
+
+TEST(Viewers, ThatHaveBeenThereForLongGiveWayToOneMore)
+{
+    LivePageTimes times;
+    times.oldViewer = std::chrono::milliseconds(50);
+    const RunningPage page(times);
+    std::list<EventStream> viewers;
+    for (std::size_t count = 0; count < LivePageC::kMostViewers; ++count) {
+        viewers.emplace_back(page.Port());
+        ASSERT_FALSE(viewers.back().Next("settings").empty()) << count;
+    }
+
+    EXPECT_TRUE(WaitUntil([&] { return !EventStream(page.Port()).Next("settings").empty(); }));
+
+    EXPECT_TRUE(viewers.front().Peer().ReadToEnd());
+    EXPECT_FALSE(viewers.back().Peer().ReadToEnd(std::chrono::milliseconds(0)));
 }
 
 TEST(Viewers, LoseOneThatTakesNothingAndDoNotNotice)

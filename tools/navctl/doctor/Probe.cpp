@@ -15,6 +15,9 @@ using ProbeClock = std::chrono::steady_clock;
 
 constexpr std::uint16_t kServicePort = 5010;
 constexpr std::string_view kQuestion = "GET / HTTP/1.0\r\n\r\n";
+/// A greeting of TLS that is cut off: it is answered with an alert, where a request of HTTP often
+/// just ends the connection.
+constexpr std::string_view kQuestionOfTls{"\x16\x03\x01\x00\x05\x01\x00\x00\x01\x00", 10};
 constexpr std::size_t kLongestAnswer = 80;
 
 /// A connection to the port, closed at its end.
@@ -45,10 +48,10 @@ public:
                ::getsockopt(m_descriptor, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
     }
 
-    std::string Ask(ProbeClock::time_point deadline)
+    std::string Ask(std::string_view question, ProbeClock::time_point deadline)
     {
         char answer[kLongestAnswer];
-        if (::send(m_descriptor, kQuestion.data(), kQuestion.size(), MSG_NOSIGNAL) < 0 ||
+        if (::send(m_descriptor, question.data(), question.size(), MSG_NOSIGNAL) < 0 ||
             !Wait(POLLIN, deadline))
             return {};
         const ssize_t count = ::recv(m_descriptor, answer, sizeof answer, 0);
@@ -68,7 +71,7 @@ private:
 };
 
 /// The addresses of localhost; the second is where most services listen too.
-std::string AskEither(ProbeClock::time_point deadline)
+std::string AskEither(std::string_view question, ProbeClock::time_point deadline)
 {
     sockaddr_in6 address6{};
     address6.sin6_family = AF_INET6;
@@ -76,14 +79,14 @@ std::string AskEither(ProbeClock::time_point deadline)
     address6.sin6_addr = in6addr_loopback;
     CProbeSocket socket6(AF_INET6);
     if (socket6.Connect(reinterpret_cast<const sockaddr*>(&address6), sizeof address6, deadline))
-        return socket6.Ask(deadline);
+        return socket6.Ask(question, deadline);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(kServicePort);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     CProbeSocket socket(AF_INET);
     if (socket.Connect(reinterpret_cast<const sockaddr*>(&address), sizeof address, deadline))
-        return socket.Ask(deadline);
+        return socket.Ask(question, deadline);
     return {};
 }
 
@@ -94,15 +97,26 @@ bool BeginsAMessage(const std::string& answer)
     return first == 0x93 || first == 0x94 || first == 0xdc || first == 0xdd;
 }
 
+/// A record of TLS is an alert or a handshake, and then the version, whose first byte is 3.
+bool BeginsARecordOfTls(const std::string& answer)
+{
+    return answer.size() > 1 && (answer[0] == 0x15 || answer[0] == 0x16) && answer[1] == 0x03;
+}
+
 } // namespace
 
 std::string AnswerOfOtherProtocol(double seconds)
 {
     const std::chrono::duration<double> limit(seconds);
-    const std::string answer =
-        AskEither(ProbeClock::now() + std::chrono::duration_cast<ProbeClock::duration>(limit));
+    const auto deadline =
+        ProbeClock::now() + std::chrono::duration_cast<ProbeClock::duration>(limit);
+    std::string answer = AskEither(kQuestion, deadline);
+    if (answer.empty())
+        answer = AskEither(kQuestionOfTls, deadline);
     if (answer.empty() || BeginsAMessage(answer))
         return {};
+    if (BeginsARecordOfTls(answer))
+        return "it speaks TLS";
     const std::string line = answer.substr(0, answer.find_first_of("\r\n"));
-    return line.empty() ? "an empty line" : line;
+    return "it says: " + (line.empty() ? "an empty line" : line);
 }

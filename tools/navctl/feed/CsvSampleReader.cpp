@@ -20,14 +20,22 @@ ESample CCsvSampleReader::Next(PositionSample& sample, int timeoutMilliseconds)
         case ELine::NothingYet:
             return ESample::NothingYet;
         case ELine::TooLong:
+            CountLine(m_lines.LineNumber(), 1);
             m_skipped.Add("line too long", m_lines.LineNumber());
             continue;
         case ELine::Line:
             break;
         }
-        if (m_line.empty())
+        CountLine(m_lines.LineNumber(), m_line.empty() ? 0 : 1);
+        if (m_line.empty()) {
             continue;
+        }
+        if (!m_hasHeader && m_line.front() == '#') {
+            m_notUsed.Add("comments", m_lines.LineNumber());
+            continue;
+        }
         if (!m_hasHeader) {
+            m_notUsed.Add("names of columns", m_lines.LineNumber());
             m_problem = ReadHeader(m_line);
             if (!m_problem.empty())
                 return ESample::Failed;
@@ -196,7 +204,7 @@ std::string CCsvSampleReader::Complete(PositionSample& sample)
                 *direction = m_frame->ToTrueHeading(m_position, **direction);
         }
     }
-    if (!ImpossiblePlace({sample.latitude, sample.longitude, sample.height}).empty())
+    if (!ImpossiblePlace({sample.latitude, sample.longitude, sample.height.value_or(0.0)}).empty())
         return "no place on the earth";
     if (m_timeIsOfArrival)
         return {};

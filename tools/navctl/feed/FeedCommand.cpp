@@ -24,7 +24,7 @@ constexpr std::size_t kLongestInputLine = 65536;
 constexpr int kLongestRestMilliseconds = 100;
 constexpr std::int64_t kSecondsADay = 86400;
 /// A stream may begin within a sentence; a whole one is among the first lines.
-constexpr int kLinesThatTell = 10;
+constexpr std::size_t kLinesThatTell = 10;
 
 double UnixTimeNow()
 {
@@ -63,17 +63,29 @@ public:
 
     LinkErrorC Send(const PositionSample& sample, bool headingValid, int number) override
     {
-        // What the receiver does not know is no number, and not 0, which would mean: exact.
+        // The service has closed the link: sending would open another one without a word, and what
+        // was not read would be lost unseen.
+        if (m_hasSent && !m_navigation.IsLinkUp()) {
+            m_hasSent = false;
+            const LinkErrorC error = m_navigation.LastError();
+            return error.code == ELinkError::None ? LinkErrorC{ELinkError::Closed, "closed"}
+                                                  : error;
+        }
+        // What nobody has told is not a number, and not 0, which would mean something.
         const double unknown = std::numeric_limits<double>::quiet_NaN();
+        constexpr int kUnknownCount = -1;
         m_navigation.SetPositionData(
-            sample.latitude, sample.longitude, sample.height, *sample.course, *sample.speed,
-            *sample.roll, *sample.pitch, *sample.yaw, *sample.rollRate, *sample.pitchRate,
+            sample.latitude, sample.longitude, sample.height.value_or(unknown), *sample.course,
+            *sample.speed, sample.roll.value_or(unknown), sample.pitch.value_or(unknown),
+            *sample.yaw, sample.rollRate.value_or(unknown), sample.pitchRate.value_or(unknown),
             *sample.yawRate, sample.sigmaEast.value_or(unknown),
             sample.sigmaNorth.value_or(unknown), sample.sigmaUp.value_or(unknown),
-            sample.positionValid, sample.fixQuality, sample.satellites, headingValid,
-            *sample.reversing, number, *sample.time);
+            sample.positionValid, sample.fixQuality, sample.satellites.value_or(kUnknownCount),
+            headingValid, *sample.reversing, number, *sample.time);
         // The result tells of the guard alone; the last error tells of the sending too.
-        return m_navigation.LastError();
+        const LinkErrorC error = m_navigation.LastError();
+        m_hasSent = error.code == ELinkError::None;
+        return error;
     }
 
     LinkErrorC Confirm() override
@@ -81,8 +93,9 @@ public:
         // On a new connection a reply would say nothing of the samples.
         if (!m_navigation.IsLinkUp())
             return m_navigation.LastError();
-        // Messages are read in their order: a reply to any request means that they were.
-        m_navigation.IsNavigationActivated();
+        // Messages are read in their order: a reply to any request means that they were. This one
+        // does not open a link again that has just been lost.
+        m_navigation.GetReverseEngageEnabled();
         LinkErrorC error = m_navigation.LastError();
         const bool hasReplied =
             error.code == ELinkError::NoValue || error.code == ELinkError::ServiceError;
@@ -91,6 +104,7 @@ public:
 
 private:
     CNavigationAPI& m_navigation;
+    bool m_hasSent = false;
 };
 
 /// One run of the command.
@@ -114,7 +128,7 @@ public:
         CServiceSink sink(m_context.Navigation());
         const double start = m_clock.Now();
         const auto show = [&](const FeedResult& result) {
-            m_progress.Show({m_lines.BytesUsed(), m_file.Length(), result.sent,
+            m_progress.Show({m_lines.BytesUsed(), m_file.Length(), result.handedOver,
                              reader->Skipped().Total(), m_clock.Now() - start});
         };
         const auto tell = [this](const std::string& text) {
@@ -133,8 +147,7 @@ private:
     {
         const double now = UnixTimeNow();
         if (Format() == EFeedFormat::Nmea) {
-            const std::int64_t today = static_cast<std::int64_t>(now) / kSecondsADay;
-            return std::make_unique<CNmeaReader>(m_lines, m_options.day.value_or(today));
+            return std::make_unique<CNmeaReader>(m_lines, NmeaOptions(now));
         }
         CsvSampleOptions csv;
         csv.origin = m_options.origin;
@@ -146,6 +159,21 @@ private:
         return std::make_unique<CCsvSampleReader>(m_lines, csv);
     }
 
+    NmeaReaderOptions NmeaOptions(double now)
+    {
+        NmeaReaderOptions nmea;
+        nmea.epochs.day = m_options.day.value_or(static_cast<std::int64_t>(now) / kSecondsADay);
+        nmea.epochs.burstBeginsWith = m_options.burstBeginsWith;
+        nmea.signs = m_options.signs;
+        nmea.isLive = !m_file.IsRegular();
+        nmea.dayIsGuessed = !m_options.day;
+        nmea.remark = [this](const std::string& text) {
+            m_progress.Clear();
+            WriteError(text);
+        };
+        return nmea;
+    }
+
     /// The format of the input, which tells it itself if nothing else does. What neither begins
     /// with the names of columns nor has a sentence soon is, on the standard input, a receiver's
     /// stream all the same; a file is one of values, whose reader tells what is wrong with it.
@@ -154,8 +182,7 @@ private:
         if (const std::optional<EFeedFormat> named = FeedFormatByName(m_options))
             return *named;
         const std::string begin = m_lines.Peek([](const std::string& text) {
-            return FeedFormatByContent(text).has_value() ||
-                   std::count(text.begin(), text.end(), '\n') >= kLinesThatTell;
+            return FeedFormatByContent(text).has_value() || LinesThatSay(text) >= kLinesThatTell;
         });
         return FeedFormatByContent(begin).value_or(
             m_file.IsStandardInput() && !begin.empty() ? EFeedFormat::Nmea : EFeedFormat::Csv);
@@ -172,9 +199,9 @@ private:
             const CLinkFailure failure = LinkFailure(result.linkError);
             code = failure.code;
             reason = failure.reason;
-        } else if (result.sent == 0 && result.end != EFeedEnd::Interrupted) {
+        } else if (result.handedOver == 0 && result.end != EFeedEnd::Interrupted) {
             code = kExitUsage;
-            reason = m_options.file + ": no sample that could be sent";
+            reason = m_options.file + ": " + NothingToSend(reader);
         }
         if (code != kExitDone)
             WriteError(reason);
@@ -204,8 +231,10 @@ void AddFeedCommand(CLI::App& app, CContext& context)
 {
     CLI::App* command =
         app.add_subcommand("feed", "Sends position samples from a file or from standard input");
-    command->footer("Reads NMEA 0183 sentences (GGA, RMC, VTG, HDT, GST), or comma-separated "
-                    "values whose first line\nnames the columns; see navctl-files.md.");
+    command->footer(
+        "Reads NMEA 0183 sentences (GGA, GNS, RMC, GLL, GST, ZDA, VTG, HDT, THS, HDG, ROT, "
+        "PASHR, GSA), or\ncomma-separated values whose first line names the columns; "
+        "see navctl-files.md.");
     const auto options = std::make_shared<FeedOptions>();
     AddFeedOptions(*command, *options);
     command->callback([&context, options] { CFeedCommand(context, *options).Run(); });

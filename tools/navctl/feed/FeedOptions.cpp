@@ -37,19 +37,62 @@ std::string CheckRate(const std::string& text)
     return "\"" + text + "\" is neither a factor from 0.001 to 1000000 nor \"max\"";
 }
 
-/// Whether the first line that is not empty has come and names columns of places.
-bool NamesColumns(const std::string& text)
+/// What a beginning of a file says: its lines, but for empty ones and remarks.
+struct Beginning
 {
-    const std::size_t begin = text.find_first_not_of("\r\n");
-    const std::size_t end = text.find_first_of("\r\n", begin);
-    std::vector<std::string> names;
-    if (end == std::string::npos || !SplitCsvLine(text.substr(begin, end - begin), names))
-        return false;
+    explicit Beginning(const std::string& text)
+    {
+        std::size_t begin = text.find_first_not_of("\r\n");
+        while (begin != std::string::npos) {
+            const std::size_t end = text.find_first_of("\r\n", begin);
+            const bool isRemark = text[begin] == '#';
+            if (end == std::string::npos) {
+                part = isRemark ? std::string() : text.substr(begin);
+                return;
+            }
+            if (!isRemark) {
+                lines.push_back(text.substr(begin, end - begin));
+            }
+            begin = text.find_first_not_of("\r\n", end);
+        }
+    }
+
+    std::vector<std::string> lines; ///< those that have come whole
+    std::string part;               ///< of the last one, when it has not
+};
+
+/// Whether a line names columns of places.
+bool NamesColumns(std::string line)
+{
     // Perhaps with a byte order mark in front.
-    if (names.front().rfind("\xEF\xBB\xBF", 0) == 0)
-        names.front().erase(0, 3);
+    if (line.rfind("\xEF\xBB\xBF", 0) == 0) {
+        line.erase(0, 3);
+    }
+    std::vector<std::string> names;
+    if (!SplitCsvLine(line, names)) {
+        return false;
+    }
     CCsvHeader header(names);
     return header.Find({"latitude", "lat", "longitude", "lon", "lng", "x", "y"}).has_value();
+}
+
+void AddNmeaOptions(CLI::App& command, FeedOptions& options)
+{
+    command
+        .add_option_function<std::string>(
+            "--burst-begins-with",
+            [&options](const std::string& name) { options.burstBeginsWith = TypeByName(name); },
+            "Type of the NMEA sentence that the receiver begins each burst with, such as HDT; "
+            "otherwise learned where that is possible")
+        ->check([](const std::string& name) {
+            return TypeByName(name) ? std::string()
+                                    : "\"" + name + "\" is not a type of sentence that is read";
+        })
+        ->type_name("TYPE");
+    command.add_flag("--invert-roll", options.signs.invertRoll,
+                     "In PASHR, a positive roll is port side down");
+    command.add_flag("--invert-pitch", options.signs.invertPitch,
+                     "In PASHR, a positive pitch is bow down");
 }
 
 void AddFeedFormatOption(CLI::App& command, FeedOptions& options)
@@ -69,6 +112,7 @@ void AddFeedOptions(CLI::App& command, FeedOptions& options)
 {
     command.add_option("FILE", options.file, "The file; - for standard input")->required();
     AddFeedFormatOption(command, options);
+    AddNmeaOptions(command, options);
     command
         .add_option_function<std::string>(
             "--origin",
@@ -139,9 +183,20 @@ std::optional<EFeedFormat> FeedFormatByName(const FeedOptions& options)
 
 std::optional<EFeedFormat> FeedFormatByContent(const std::string& firstBytes)
 {
-    if (NamesColumns(firstBytes))
+    Beginning beginning(firstBytes);
+    if (!beginning.lines.empty() && NamesColumns(beginning.lines.front())) {
         return EFeedFormat::Csv;
-    if (firstBytes.find_first_of("$!") != std::string::npos)
-        return EFeedFormat::Nmea;
+    }
+    beginning.lines.push_back(beginning.part);
+    for (const std::string& line : beginning.lines) {
+        if (line.find_first_of("$!") != std::string::npos) {
+            return EFeedFormat::Nmea;
+        }
+    }
     return std::nullopt;
+}
+
+std::size_t LinesThatSay(const std::string& firstBytes)
+{
+    return Beginning(firstBytes).lines.size();
 }

@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "tools/navctl/feed/NmeaFields.h"
 #include "tools/navctl/files/LocalFrame.h"
 
 /// The formats of files with position samples.
@@ -26,6 +27,8 @@ struct FeedOptions
     std::optional<double> interval;  ///< seconds
     std::optional<std::string> rate; ///< a factor, or "max"
     std::optional<std::int64_t> day; ///< days since 1970-01-01
+    std::optional<ENmeaType> burstBeginsWith;
+    NmeaSigns signs;
     double secondsToReconnect = 10.0;
 };
 
@@ -51,6 +54,10 @@ std::optional<EFeedFormat> FeedFormatByName(const FeedOptions& options);
 /// @param firstBytes the beginning of the file, as far as it has come. A stream may begin in the
 ///        middle of a line.
 /// @return nothing when it is none of them, so far.
+/// Lines that begin with "#" are remarks and say nothing.
 std::optional<EFeedFormat> FeedFormatByContent(const std::string& firstBytes);
+
+/// How many whole lines a beginning has that say something of the format.
+std::size_t LinesThatSay(const std::string& firstBytes);
 
 #endif

@@ -25,7 +25,47 @@ std::string Counted(std::uint64_t count, const std::string& what)
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
+/// What was read, but is in no sample that was handed over: an end in between.
+std::uint64_t ReadAhead(const FeedResult& result, const CSampleReader& reader)
+{
+    return reader.Counts().sources - result.sourcesSent - result.sourcesLost -
+           reader.Skipped().Total() - reader.NotUsed().Total();
+}
+
+/// Where the lines have gone: the parts add up to the lines.
+std::string LinesText(const FeedResult& result, const CSampleReader& reader)
+{
+    const ReadCounts read = reader.Counts();
+    std::string text = "read " + Counted(read.lines, "line") + ": " +
+                       std::to_string(result.sourcesSent) + " in samples sent";
+    const auto add = [&text](std::uint64_t count, const char* what) {
+        if (count > 0)
+            text += ", " + std::to_string(count) + " " + what;
+    };
+    add(result.sourcesLost, "in samples lost");
+    add(reader.Skipped().Total(), "skipped");
+    add(reader.NotUsed().Total(), "not used");
+    add(ReadAhead(result, reader), "read ahead");
+    add(read.empty, "empty");
+    if (read.further > 0)
+        text += "; " + std::to_string(read.further) + " of them behind another on one line";
+    return text;
+}
+
 } // namespace
+
+std::string NothingToSend(const CSampleReader& reader)
+{
+    std::string reason = "no sample that could be sent";
+    if (!reader.Wants().empty())
+        reason += "; it takes " + reader.Wants();
+    std::string found;
+    for (const CSkipCount* counts : {&reader.NotUsed(), &reader.Skipped()}) {
+        for (const auto& [what, entry] : counts->Reasons())
+            found += (found.empty() ? "" : ", ") + std::to_string(entry.count) + " " + what;
+    }
+    return reason + "; found: " + (found.empty() ? "nothing" : found);
+}
 
 Json FeedJson(const FeedResult& result, const CSampleReader& reader, EExitCode code,
               const std::string& reason)
@@ -36,23 +76,46 @@ Json FeedJson(const FeedResult& result, const CSampleReader& reader, EExitCode c
         value["reason"] = reason;
     }
     value["sent"] = result.sent;
+    value["lost"] = result.lost;
     value["not_valid"] = result.notValid;
+    value["not_told"] = result.notTold;
+    value["date_guessed"] = reader.DayWasGuessed();
     value["interrupted"] = result.end == EFeedEnd::Interrupted;
     value["reconnections"] = result.reconnections;
     value["skipped"] = reader.Skipped().Total();
     value["skipped_reasons"] = ReasonsJson(reader.Skipped());
     value["not_used"] = NotUsedJson(reader.NotUsed());
     value["columns_not_used"] = reader.UnusedColumns();
+    const ReadCounts read = reader.Counts();
+    value["lines"] = {{"read", read.lines},
+                      {"in_samples_sent", result.sourcesSent},
+                      {"in_samples_lost", result.sourcesLost},
+                      {"skipped", reader.Skipped().Total()},
+                      {"not_used", reader.NotUsed().Total()},
+                      {"read_ahead", ReadAhead(result, reader)},
+                      {"empty", read.empty},
+                      {"further_on_a_line", read.further}};
     return value;
 }
 
 std::string FeedText(const FeedResult& result, const CSampleReader& reader)
 {
     std::string text = "sent " + Counted(result.sent, "sample");
+    if (result.lost > 0) {
+        text += ", lost " + std::to_string(result.lost) + " that the service has perhaps not read";
+    }
     if (result.notValid > 0)
         text += ", " + std::to_string(result.notValid) + " of them without a valid position";
     if (result.end == EFeedEnd::Interrupted)
         text += ", then interrupted";
+    text += "\n" + LinesText(result, reader);
+    std::string untold;
+    for (const auto& [name, count] : result.notTold)
+        untold += (untold.empty() ? "" : ", ") + name + " " + std::to_string(count);
+    if (!untold.empty())
+        text += "\nnot told, in so many samples: " + untold;
+    if (reader.DayWasGuessed())
+        text += "\nthe day was guessed: no sentence told it in time";
     if (result.reconnections > 0)
         text += "\nlost the link and found it again " + Counted(result.reconnections, "time");
     for (const auto& [reason, entry] : reader.Skipped().Reasons()) {

@@ -14,6 +14,9 @@
 Json FeedJson(const FeedResult& result, const CSampleReader& reader, EExitCode code,
               const std::string& reason);
 
+/// Why a feed had nothing to send: what it would need, and what it has found instead.
+std::string NothingToSend(const CSampleReader& reader);
+
 /// What a feed did, in words; a line and one for each reason to skip something.
 std::string FeedText(const FeedResult& result, const CSampleReader& reader);
 

@@ -10,6 +10,9 @@ namespace {
 /// How long to wait for input before looking after everything else.
 constexpr int kLookMilliseconds = 200;
 constexpr double kSecondsBetweenAttempts = 0.2;
+/// How much may be lost at most without its being known, in samples and in seconds.
+constexpr std::uint64_t kSamplesToConfirm = 50;
+constexpr double kSecondsToConfirm = 1.0;
 /// Longer waits for the next sample are told.
 constexpr double kLongestSilence = 60.0;
 
@@ -31,6 +34,7 @@ bool MayComeBack(const LinkErrorC& error)
 FeedResult CFeedRun::Run()
 {
     PositionSample sample;
+    m_lastConfirmed = m_parts.clock.Now();
     while (true) {
         m_parts.show(m_result);
         if (m_parts.clock.IsInterrupted()) {
@@ -41,24 +45,29 @@ FeedResult CFeedRun::Run()
         if (found == ESample::Failed) {
             m_result.problem = m_parts.reader.Problem();
             End(EFeedEnd::BadFile);
-            return m_result;
+            break;
         }
         if (found == ESample::End)
             break;
         if (found == ESample::Sample && !SendInTime(sample))
             break;
     }
-    const bool confirms = m_result.end != EFeedEnd::LinkFailed && m_result.sent > 0;
-    if (confirms)
-        m_result.linkError = m_parts.sink.Confirm();
-    if (m_result.linkError.code != ELinkError::None)
+    if (m_result.end != EFeedEnd::LinkFailed && m_unconfirmed > 0) {
+        Confirm();
+    }
+    CountLost();
+    const bool endsWell = m_result.end == EFeedEnd::Done || m_result.end == EFeedEnd::Interrupted;
+    if (endsWell && m_loss.code != ELinkError::None) {
+        m_result.linkError = m_loss;
         End(EFeedEnd::LinkFailed);
+    }
     return m_result;
 }
 
 /// @return whether to go on.
 bool CFeedRun::SendInTime(PositionSample& sample)
 {
+    NoteUntold(sample);
     m_motion.Complete(sample);
     TellGap(sample);
     m_lastTime = sample.time;
@@ -86,34 +95,107 @@ void CFeedRun::TellGap(const PositionSample& sample)
 bool CFeedRun::Send(const PositionSample& sample)
 {
     const auto number = static_cast<int>(std::min<std::uint64_t>(
-        m_result.sent + 1, static_cast<std::uint64_t>(std::numeric_limits<int>::max())));
-    const LinkErrorC error = m_parts.sink.Send(sample, m_motion.HeadingIsValid(), number);
+        m_result.handedOver + 1, static_cast<std::uint64_t>(std::numeric_limits<int>::max())));
+    // A confirmation may have shown already that the link is lost.
+    const LinkErrorC error = m_loss.code != ELinkError::None
+                                 ? m_loss
+                                 : m_parts.sink.Send(sample, m_motion.HeadingIsValid(), number);
     if (error.code == ELinkError::None) {
-        ++m_result.sent;
-        if (!sample.positionValid)
-            ++m_result.notValid;
-        return true;
+        CountHandedOver(sample);
+        return ConfirmNowAndThen();
     }
     // At the very start there is no service to come back.
-    if (m_result.sent > 0 && MayComeBack(error))
+    if (m_result.handedOver > 0 && MayComeBack(error)) {
+        CountLost();
         return Reconnect(sample, error);
+    }
     m_result.linkError = error;
     return End(EFeedEnd::LinkFailed);
+}
+
+void CFeedRun::CountHandedOver(const PositionSample& sample)
+{
+    ++m_result.handedOver;
+    ++m_unconfirmed;
+    m_unconfirmedSources += sample.sources;
+    m_result.notValid += sample.positionValid ? 0 : 1;
+    for (const char* const name : m_untold) {
+        ++m_result.notTold[name];
+    }
+}
+
+/// Notes what neither a sentence nor a column has told, before anything is derived.
+void CFeedRun::NoteUntold(const PositionSample& sample)
+{
+    const std::pair<const char*, bool> values[] = {
+        {"height", sample.height.has_value()},
+        {"course", sample.course.has_value()},
+        {"speed", sample.speed.has_value()},
+        {"heading", sample.yaw.has_value()},
+        {"roll", sample.roll.has_value()},
+        {"pitch", sample.pitch.has_value()},
+        {"accuracy", sample.sigmaEast && sample.sigmaNorth && sample.sigmaUp},
+        {"satellites", sample.satellites.has_value()},
+    };
+    m_untold.clear();
+    for (const auto& [name, isTold] : values) {
+        if (!isTold) {
+            m_untold.push_back(name);
+        }
+    }
+}
+
+bool CFeedRun::ConfirmNowAndThen()
+{
+    const bool isDue = m_unconfirmed >= kSamplesToConfirm ||
+                       m_parts.clock.Now() - m_lastConfirmed >= kSecondsToConfirm;
+    return !isDue || Confirm();
+}
+
+/// Has the service say that it has read what was handed over.
+///
+/// @return whether to go on.
+bool CFeedRun::Confirm()
+{
+    const LinkErrorC error = m_parts.sink.Confirm();
+    m_lastConfirmed = m_parts.clock.Now();
+    if (error.code == ELinkError::None) {
+        m_result.sent += m_unconfirmed;
+        m_result.sourcesSent += m_unconfirmedSources;
+        m_unconfirmed = m_unconfirmedSources = 0;
+        return true;
+    }
+    CountLost();
+    if (MayComeBack(error)) {
+        m_loss = error;
+        return true;
+    }
+    m_result.linkError = error;
+    return End(EFeedEnd::LinkFailed);
+}
+
+/// Nothing says any more whether what was handed over since the last confirmation was read.
+void CFeedRun::CountLost()
+{
+    m_result.lost += m_unconfirmed;
+    m_result.sourcesLost += m_unconfirmedSources;
+    m_unconfirmed = m_unconfirmedSources = 0;
 }
 
 bool CFeedRun::Reconnect(const PositionSample& sample, const LinkErrorC& loss)
 {
     m_parts.tell("the link is lost (" + loss.text + "), trying again");
+    m_loss = {};
     const double lastAttempt = m_parts.clock.Now() + m_secondsToReconnect;
     LinkErrorC error = loss;
     while (MayComeBack(error) && m_parts.clock.Now() < lastAttempt) {
         if (!WaitUntil(m_parts.clock.Now() + kSecondsBetweenAttempts))
             return false;
         error = m_parts.sink.Send(sample, m_motion.HeadingIsValid(),
-                                  static_cast<int>(m_result.sent + 1));
+                                  static_cast<int>(m_result.handedOver + 1));
         if (error.code == ELinkError::None) {
             m_parts.tell("the link is back");
-            ++m_result.sent;
+            CountHandedOver(sample);
             ++m_result.reconnections;
             m_schedule.GoOnFrom(*sample.time, m_parts.clock.Now());
             return true;

@@ -3,8 +3,10 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tools/navctl/feed/FeedSchedule.h"
 #include "tools/navctl/feed/MotionDerivation.h"
@@ -24,8 +26,14 @@ enum class EFeedEnd
 struct FeedResult
 {
     EFeedEnd end = EFeedEnd::Done;
-    std::uint64_t sent = 0;          ///< samples handed over
-    std::uint64_t notValid = 0;      ///< those of them whose position is marked as not valid
+    std::uint64_t handedOver = 0;  ///< samples that the link took: sent, lost, and not yet known
+    std::uint64_t sent = 0;        ///< samples that the service has read, by its own reply
+    std::uint64_t lost = 0;        ///< samples of which nothing says that it has read them
+    std::uint64_t sourcesSent = 0; ///< sentences or rows in the samples that were sent
+    std::uint64_t sourcesLost = 0; ///< the same of those that were lost
+    std::uint64_t notValid = 0;    ///< samples handed over whose position is marked as not valid
+    /// In how many samples handed over nobody has told a value, by its name.
+    std::map<std::string, std::uint64_t> notTold;
     std::uint64_t reconnections = 0; ///< how often the link was lost and came back
     LinkErrorC linkError;            ///< for LinkFailed
     std::string problem;             ///< for BadFile
@@ -36,6 +44,9 @@ struct FeedResult
 /// A sample that cannot be sent because the link is lost is tried again until the link is back or a
 /// time has passed; the samples after it then keep their distance to it. A service that takes
 /// nothing within the connection's time-out is not tried again.
+///
+/// No reply says that a sample was read. So the sink is asked to confirm now and then, and what was
+/// handed over since it did last is counted as lost when the link fails.
 class CFeedRun
 {
 public:
@@ -62,6 +73,11 @@ private:
     bool SendInTime(PositionSample& sample);
     void TellGap(const PositionSample& sample);
     bool Send(const PositionSample& sample);
+    void NoteUntold(const PositionSample& sample);
+    void CountHandedOver(const PositionSample& sample);
+    bool ConfirmNowAndThen();
+    bool Confirm();
+    void CountLost();
     bool Reconnect(const PositionSample& sample, const LinkErrorC& loss);
     bool WaitUntil(double time);
     bool End(EFeedEnd end);
@@ -72,6 +88,11 @@ private:
     CMotionDerivation m_motion;
     std::optional<double> m_lastTime;
     FeedResult m_result;
+    std::uint64_t m_unconfirmed = 0;
+    std::uint64_t m_unconfirmedSources = 0;
+    double m_lastConfirmed = 0.0;
+    std::vector<const char*> m_untold; ///< values of the present sample
+    LinkErrorC m_loss;                 ///< of the link, when a confirmation has shown it
 };
 
 #endif

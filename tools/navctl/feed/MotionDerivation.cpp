@@ -117,11 +117,11 @@ void CMotionDerivation::AddRates(PositionSample& sample)
     const double yawRate = m_headingIsValid ? m_headingRate.Update(*sample.yaw, time)
                            : moves          ? courseRate
                                             : 0.0;
-    const double rollRate = m_rollRate.Update(sample.roll.value_or(0.0), time);
-    const double pitchRate = m_pitchRate.Update(sample.pitch.value_or(0.0), time);
-    sample.roll = sample.roll.value_or(0.0);
-    sample.pitch = sample.pitch.value_or(0.0);
-    sample.rollRate = sample.rollRate.value_or(rollRate);
-    sample.pitchRate = sample.pitchRate.value_or(pitchRate);
     sample.yawRate = sample.yawRate.value_or(yawRate);
+    if (sample.roll) {
+        sample.rollRate = sample.rollRate.value_or(m_rollRate.Update(*sample.roll, time));
+    }
+    if (sample.pitch) {
+        sample.pitchRate = sample.pitchRate.value_or(m_pitchRate.Update(*sample.pitch, time));
+    }
 }

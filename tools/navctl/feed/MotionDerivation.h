@@ -41,9 +41,10 @@ private:
 class CMotionDerivation
 {
 public:
-    /// Fills in what is empty of course, speed, yaw, roll, pitch, their rates, and reversing. The
-    /// yaw becomes the course when the sample has none; HeadingIsValid() tells. What cannot be
-    /// known yet is 0. A sample without a valid position does not count as one before.
+    /// Fills in what is empty of course, speed, yaw, yaw rate and reversing, and the rates of roll
+    /// and pitch where the sample has these. The yaw becomes the course when the sample has none;
+    /// HeadingIsValid() says so. Course, speed and yaw rate that cannot be known yet are 0, as
+    /// services need them. A sample without a valid position does not count as one before.
     ///
     /// @param sample with its time.
     void Complete(PositionSample& sample);

@@ -1,172 +1,553 @@
 #include "tools/navctl/feed/NmeaEpochs.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace {
 
-constexpr std::int64_t kHalfDay = 12LL * 3600 * 1000;
-constexpr double kSecondsOfADay = 86400.0;
+constexpr std::int64_t kMillisecondsADay = 86400000;
+/// Times that differ by less are one: receivers round.
+constexpr std::int64_t kSameTime = 10;
+/// So many sentences without a time are kept until one with a time comes.
+constexpr std::size_t kMostWaiting = 64;
+constexpr std::size_t kMostRecent = 64;
+/// A kind that has not come for so many epochs is not waited for.
+constexpr std::uint64_t kEpochsToWaitFor = 3;
 
-bool HasTime(const std::string& type)
+/// A pause is a fifth of the period at least, and three times as long as any other rest.
+constexpr double kLeastPause = 0.2;
+constexpr double kPauseToOtherRests = 3.0;
+/// How much earlier or later than by its own time a burst may come for its rests to say something,
+/// and how soon behind a time a sentence must follow, both of a period. A sentence of the next
+/// burst comes a period behind that time.
+constexpr double kMostDelay = 0.25;
+constexpr double kSoon = 0.5;
+
+/// How long a stream must rest for the burst being over, when every kind has come that came of
+/// late: long enough for one that is not told each time.
+constexpr double kRestOfWholeBurst = 0.03;
+/// The same when something is missing. A slow line takes 85 ms a sentence (82 characters at 9600
+/// baud), and receivers rest between the sentences of a burst.
+constexpr double kRestOfBurst = 0.25;
+constexpr double kLongestRestOfBurst = 1.5;
+
+constexpr const char* kNotCertain = " whose time is not certain";
+constexpr const char* kLate = " after its sample was sent";
+
+std::int64_t Step(std::int64_t from, std::int64_t to)
 {
-    return type == "GGA" || type == "RMC" || type == "GST";
+    return (to - from + kMillisecondsADay) % kMillisecondsADay;
+}
+
+bool IsSameTime(std::int64_t left, std::int64_t right)
+{
+    const std::int64_t step = Step(left, right);
+    return std::min(step, kMillisecondsADay - step) <= kSameTime;
 }
 
 } // namespace
 
-std::optional<PositionSample> CNmeaEpochs::Add(const NmeaSentence& sentence,
-                                               const NmeaReport& report, std::uint64_t line,
-                                               NmeaProblem& problem)
+NmeaKind KindOf(const NmeaSentence& sentence, ENmeaType type, const NmeaReport& report)
 {
-    problem = {};
-    if (!HasTime(sentence.type)) {
-        AddUntimed(sentence, report);
+    const auto character = [&sentence](std::size_t place) -> NmeaKind {
+        return place < sentence.talker.size() ? static_cast<unsigned char>(sentence.talker[place])
+                                              : 0U;
+    };
+    return character(0) << 24U | character(1) << 16U | static_cast<NmeaKind>(type) << 8U |
+           report.systemId;
+}
+
+void CNmeaEpochs::Hear(double arrival)
+{
+    if (m_lastHeard) {
+        m_gap = std::max(m_gap, arrival - *m_lastHeard);
+    }
+    m_lastHeard = arrival;
+}
+
+void CNmeaEpochs::Add(const NmeaPart& part)
+{
+    if (part.type == ENmeaType::Pashr) {
+        // Nothing is told by where it stands: the rest before it counts for what follows.
+        AddAttitude(part);
+        return;
+    }
+    if (HasTime(part.type)) {
+        AddTimed(part);
+    } else {
+        AddUntimed(part);
+    }
+    m_gap = 0.0;
+}
+
+void CNmeaEpochs::AddTimed(const NmeaPart& part)
+{
+    if (part.report.timeOfDay) {
+        Note(part);
+        if (m_epoch && IsSameTime(m_epoch->timeOfDay, *part.report.timeOfDay)) {
+            Join(part);
+        } else {
+            Open(part);
+        }
+        return;
+    }
+    LeaveOut(part, " without a time");
+    // Of one that had a time before it is not known which epoch it is of, and what follows it.
+    m_isBroken = m_isBroken || !m_epoch ||
+                 std::any_of(m_recent.begin(), m_recent.end(), [&part](const RecentKind& recent) {
+                     return recent.kind == part.kind;
+                 });
+}
+
+/// A sentence of the epoch's time: what came since the last one is of that time, too.
+void CNmeaEpochs::Join(const NmeaPart& part)
+{
+    Epoch& epoch = *m_epoch;
+    const bool isRepeated = Has(part.kind);
+    epoch.isRepeated = epoch.isRepeated || isRepeated;
+    for (const Waiting& waiting : m_waiting) {
+        epoch.longestGap = std::max(epoch.longestGap, waiting.gap);
+        if (!waiting.isPlaced) {
+            PlaceInEpoch(waiting.part, EHow::ItsTime);
+        }
+    }
+    m_waiting.clear();
+    m_isBroken = false;
+    epoch.longestGap = std::max(epoch.longestGap, m_gap);
+    epoch.lastTimedArrival = part.arrival;
+    if (!epoch.isRepeated) {
+        for (const auto& [kind, isByPause] : epoch.shown) {
+            m_order.Show(kind, part.kind, false, isByPause);
+        }
+        epoch.timedKinds.push_back(part.kind);
+    }
+    if (!epoch.isSent) {
+        AddPart(part, EHow::ItsTime);
+    } else {
+        Late(part);
+        m_endsEarly = m_endsEarly && (isRepeated || !epoch.isSentEarly);
+        if (part.report.day) {
+            m_day.Set(*part.report.day);
+        }
+    }
+    EndEarly();
+}
+
+/// A sentence of another time: the epoch is over.
+void CNmeaEpochs::Open(const NmeaPart& part)
+{
+    const std::int64_t time = *part.report.timeOfDay;
+    const std::int64_t step = m_epoch ? Step(m_epoch->timeOfDay, time) : 0;
+    const bool isOneStep = m_epoch && !m_isBroken && m_period.IsOneStep(step);
+    const bool isPaced = isOneStep && IsPaced(part);
+    const bool isByPause = FindCut(part, isOneStep).value_or(Cut{0, false}).isByPause;
+    const std::vector<NmeaPart> leading = TakeLeading(part, isOneStep);
+    if (m_epoch) {
+        Send();
+        m_longestGap = std::max(0.9 * m_longestGap, m_epoch->longestGap);
+        m_period.Learn(step);
+    }
+    m_isBroken = false;
+    ++m_epochNumber;
+    Note(part);
+    m_epoch.emplace();
+    m_epoch->timeOfDay = time;
+    m_epoch->firstLine = leading.empty() ? part.line : leading.front().line;
+    m_epoch->firstArrival = m_epoch->lastTimedArrival = part.arrival;
+    m_epoch->isPaced = isPaced;
+    for (const NmeaPart& first : leading) {
+        AddPart(first, EHow::ItsTime);
+        m_epoch->shown.emplace_back(first.kind, isByPause);
+    }
+    m_epoch->timedKinds.push_back(part.kind);
+    AddPart(part, EHow::ItsTime);
+    if (m_ahead && IsSameTime(*m_ahead->report.timeOfDay, time)) {
+        AddPart(*m_ahead, EHow::ItsTime);
+    } else if (m_ahead) {
+        LeaveOut(*m_ahead, " of another time than a position");
+    }
+    m_ahead.reset();
+    EndEarly();
+}
+
+void CNmeaEpochs::AddUntimed(const NmeaPart& part)
+{
+    Note(part);
+    if (m_waiting.size() >= kMostWaiting) {
+        for (const Waiting& waiting : m_waiting) {
+            if (!waiting.isPlaced) {
+                LeaveOut(waiting.part, kNotCertain);
+            }
+        }
+        m_waiting.clear();
+        m_isBroken = true;
+    }
+    double gapInBurst = m_gap;
+    bool isFirst = true;
+    bool isLast = true;
+    for (const Waiting& waiting : m_waiting) {
+        gapInBurst = std::max(gapInBurst, waiting.gap);
+        isFirst = isFirst && waiting.part.kind != part.kind;
+        isLast = isLast && waiting.isPlaced;
+    }
+    const bool isLive = part.arrival && m_epoch && !m_isBroken && isFirst;
+    if (isLive && isLast && BeginsTheNext(part.kind)) {
+        Send();
+    }
+    const double period = m_period.Seconds();
+    const bool isSoon = isLive && m_epoch->isPaced && m_epoch->lastTimedArrival &&
+                        *part.arrival - *m_epoch->lastTimedArrival < kSoon * period;
+    const bool isPlaced = isSoon && StandsBehind(part.kind, gapInBurst < kLeastPause * period);
+    m_waiting.push_back({part, m_gap, isPlaced});
+    if (isPlaced) {
+        PlaceInEpoch(part, EHow::Learned);
+        EndEarly();
+    }
+}
+
+/// The attitude has a time of its own, and neither opens an epoch nor ends one.
+void CNmeaEpochs::AddAttitude(const NmeaPart& part)
+{
+    if (!part.report.timeOfDay) {
+        LeaveOut(part, " without a time");
+    } else if (m_epoch && IsSameTime(m_epoch->timeOfDay, *part.report.timeOfDay)) {
+        m_epoch->longestGap = std::max(m_epoch->longestGap, m_gap);
+        if (m_epoch->isSent) {
+            m_endsEarly = m_endsEarly && (Has(part.kind) || !m_epoch->isSentEarly);
+            Late(part);
+            return;
+        }
+        Note(part);
+        AddPart(part, EHow::ItsTime);
+        EndEarly();
+    } else {
+        if (m_ahead) {
+            LeaveOut(*m_ahead, " of another time than a position");
+        }
+        m_ahead = part;
+        m_placeOfAhead = m_waiting.size();
+    }
+}
+
+void CNmeaEpochs::PlaceInEpoch(const NmeaPart& part, EHow how)
+{
+    if (how != EHow::Learned && !m_epoch->isRepeated) {
+        for (const NmeaKind timed : m_epoch->timedKinds) {
+            m_order.Show(part.kind, timed, true, how == EHow::Pause);
+        }
+        m_epoch->shown.emplace_back(part.kind, how == EHow::Pause);
+    }
+    if (m_epoch->isSent) {
+        Late(part);
+    } else {
+        AddPart(part, how);
+    }
+}
+
+void CNmeaEpochs::AddPart(const NmeaPart& part, EHow)
+{
+    ++m_epoch->sources;
+    const auto known =
+        std::find_if(m_epoch->parts.begin(), m_epoch->parts.end(), [&part](const NmeaPart& other) {
+            return other.kind == part.kind && part.type != ENmeaType::Gsa;
+        });
+    // A burst that is repeated says the same once more; a position counts more than none.
+    if (known == m_epoch->parts.end()) {
+        m_epoch->parts.push_back(part);
+    } else if (!known->report.latitude || part.report.latitude) {
+        *known = part;
+    }
+}
+
+/// Gives what came between two times to the one or the other, and what is not certain to neither.
+///
+/// @return what belongs to the next time.
+std::vector<NmeaPart> CNmeaEpochs::TakeLeading(const NmeaPart& next, bool isOneStep)
+{
+    std::vector<NmeaPart> leading;
+    const std::optional<Cut> cut = FindCut(next, isOneStep);
+    for (std::size_t i = 0; i < m_waiting.size(); ++i) {
+        const Waiting& waiting = m_waiting[i];
+        const NmeaKind kind = waiting.part.kind;
+        const bool isSingle =
+            std::count_if(m_waiting.begin(), m_waiting.end(),
+                          [kind](const Waiting& other) { return other.part.kind == kind; }) == 1;
+        const EPlace cutPlace = !cut             ? EPlace::Unknown
+                                : i < cut->place ? EPlace::This
+                                                 : EPlace::Next;
+        if (!isOneStep || !isSingle) {
+            if (isOneStep) {
+                // Told more often than the time: its place in the burst says nothing.
+                m_order.Forget(kind);
+            }
+            if (!waiting.isPlaced) {
+                LeaveOut(waiting.part, kNotCertain);
+            }
+            continue;
+        }
+        bool isByPause = false;
+        const EPlace orderPlace = PlaceByOrder(kind, next.kind, isByPause);
+        if (cut && !m_epoch->isRepeated) {
+            if (cutPlace == EPlace::Next) {
+                m_order.Show(kind, next.kind, false, cut->isByPause);
+            } else {
+                for (const NmeaKind timed : m_epoch->timedKinds) {
+                    m_order.Show(kind, timed, true, cut->isByPause);
+                }
+            }
+        }
+        EPlace place = orderPlace;
+        if (cut && !cut->isByPause) {
+            place = cutPlace;
+        } else if ((cut || isByPause) && cutPlace != orderPlace) {
+            place = EPlace::Unknown;
+        }
+        if (waiting.isPlaced) {
+            continue;
+        }
+        if (place == EPlace::Next) {
+            leading.push_back(waiting.part);
+        } else if (place == EPlace::This) {
+            m_epoch->longestGap = std::max(m_epoch->longestGap, waiting.gap);
+            PlaceInEpoch(waiting.part, EHow::Learned);
+        } else {
+            LeaveOut(waiting.part, kNotCertain);
+        }
+    }
+    m_waiting.clear();
+    return leading;
+}
+
+/// Where in what is waiting one burst ends and the next begins.
+std::optional<CNmeaEpochs::Cut> CNmeaEpochs::FindCut(const NmeaPart& next, bool isOneStep) const
+{
+    if (!isOneStep) {
         return std::nullopt;
     }
-    if (!report.timeOfDay) {
-        problem = {sentence.type + " without a time", line};
+    if (!m_burstBeginsWith) {
+        return PauseBefore(next);
+    }
+    // Of several talkers, the first one may be lost, and then another's would not be the beginning.
+    const auto isBeginning = [this](const RecentKind& recent) {
+        return recent.type == *m_burstBeginsWith &&
+               recent.epoch + kEpochsToWaitFor >= m_epochNumber;
+    };
+    if (std::count_if(m_recent.begin(), m_recent.end(), isBeginning) > 1) {
         return std::nullopt;
     }
-    std::optional<PositionSample> finished;
-    if (m_timeOfDay && *m_timeOfDay != *report.timeOfDay)
-        finished = Flush(problem);
-    if (m_isOver && *m_timeOfDay == *report.timeOfDay) {
-        problem = {sentence.type + " after its sample was sent", line};
-        return finished;
+    std::optional<Cut> cut;
+    if (m_ahead && m_burstBeginsWith == ENmeaType::Pashr) {
+        cut = Cut{std::min(m_placeOfAhead, m_waiting.size()), false};
     }
-    if (m_isOver) {
-        m_parts = std::exchange(m_next, {});
-        m_isOver = false;
+    for (std::size_t i = 0; i < m_waiting.size(); ++i) {
+        if (m_waiting[i].part.type == *m_burstBeginsWith) {
+            if (cut) {
+                return std::nullopt;
+            }
+            cut = Cut{i, false};
+        }
     }
-    if (m_timeOfDay != report.timeOfDay)
-        m_firstLine = line;
-    m_timeOfDay = report.timeOfDay;
-    // A receiver of several systems may tell the same of each; the combined solution is GN's.
-    const auto known = m_parts.find(sentence.type);
-    if (known == m_parts.end() || known->second.talker != "GN" || sentence.talker == "GN")
-        m_parts[sentence.type] = {sentence.talker, report};
-    return finished;
+    return cut || next.type != *m_burstBeginsWith ? cut : Cut{m_waiting.size(), false};
 }
 
-/// One of a type that has come already begins the next moment: some receivers tell the heading
-/// before the position.
-void CNmeaEpochs::AddUntimed(const NmeaSentence& sentence, const NmeaReport& report)
+/// The pause between two bursts, when the stream runs with its own time and rests nowhere else so
+/// long.
+std::optional<CNmeaEpochs::Cut> CNmeaEpochs::PauseBefore(const NmeaPart& next) const
 {
-    const bool isForNext = m_isOver || (m_timeOfDay && m_parts.count(sentence.type) != 0);
-    (isForNext ? m_next : m_parts)[sentence.type] = {sentence.talker, report};
-}
-
-const CNmeaEpochs::Part* CNmeaEpochs::Find(const char* type) const
-{
-    const auto part = m_parts.find(type);
-    return part == m_parts.end() ? nullptr : &part->second;
-}
-
-bool CNmeaEpochs::HasPosition() const
-{
-    return !m_isOver && m_timeOfDay && PlaceReport() != nullptr;
-}
-
-const NmeaReport* CNmeaEpochs::PlaceReport() const
-{
-    for (const char* const type : {"GGA", "RMC"}) {
-        const Part* part = Find(type);
-        if (part != nullptr && part->report.latitude)
-            return &part->report;
+    if (!IsPaced(next)) {
+        return std::nullopt;
     }
-    return nullptr;
+    Cut cut{m_waiting.size(), true};
+    double longest = m_gap;
+    double second = m_epoch->longestGap;
+    for (std::size_t i = 0; i < m_waiting.size(); ++i) {
+        const double gap = m_waiting[i].gap;
+        if (gap > longest) {
+            second = std::max(second, longest);
+            longest = gap;
+            cut.place = i;
+        } else {
+            second = std::max(second, gap);
+        }
+    }
+    const bool isPause =
+        longest >= kLeastPause * m_period.Seconds() && longest >= kPauseToOtherRests * second;
+    return isPause ? std::optional(cut) : std::nullopt;
 }
 
+/// Of which of two neighbouring epochs a sentence between them is, by what was learned: not of this
+/// one when it stands before a sentence that this one has already, and not of the next one when it
+/// stands behind the sentence that the next one begins with.
+CNmeaEpochs::EPlace CNmeaEpochs::PlaceByOrder(NmeaKind kind, NmeaKind next, bool& isByPause) const
+{
+    isByPause = true;
+    const std::optional<CBurstOrder::Place> inNext = m_order.PlaceOf(kind, next);
+    const bool isNotOfNext = inNext && inNext->isBehind;
+    if (isNotOfNext) {
+        isByPause = inNext->isByPauseAlone;
+    }
+    bool isNotOfThis = false;
+    for (const NmeaKind timed : m_epoch->timedKinds) {
+        const std::optional<CBurstOrder::Place> here = m_order.PlaceOf(kind, timed);
+        if (here && !here->isBehind) {
+            isNotOfThis = true;
+            isByPause = isByPause && here->isByPauseAlone;
+        }
+    }
+    if (isNotOfThis == isNotOfNext) {
+        return EPlace::Unknown;
+    }
+    return isNotOfNext ? EPlace::This : EPlace::Next;
+}
+
+/// Whether a sentence that has followed the epoch's time so soon is of that epoch.
+bool CNmeaEpochs::StandsBehind(NmeaKind kind, bool isGapShort) const
+{
+    bool isBehind = false;
+    for (const NmeaKind timed : m_epoch->timedKinds) {
+        const std::optional<CBurstOrder::Place> place = m_order.PlaceOf(kind, timed);
+        if (place && !place->isBehind) {
+            return false;
+        }
+        isBehind = isBehind || (place && (isGapShort || !place->isByPauseAlone));
+    }
+    return isBehind;
+}
+
+bool CNmeaEpochs::BeginsTheNext(NmeaKind kind) const
+{
+    bool isBefore = false;
+    for (const NmeaKind timed : m_epoch->timedKinds) {
+        const std::optional<CBurstOrder::Place> place = m_order.PlaceOf(kind, timed);
+        if (place && place->isBehind) {
+            return false;
+        }
+        isBefore = isBefore || place;
+    }
+    return isBefore;
+}
+
+/// Sends a live sample as soon as all has come that is to come for it.
+void CNmeaEpochs::EndEarly()
+{
+    if (m_lastHeard && m_endsEarly && !m_epoch->isSent && IsWhole() &&
+        HasPosition(m_epoch->parts)) {
+        m_epoch->isSentEarly = true;
+        Send();
+    }
+}
+
+/// Whether every kind has come that came of late and can still come for this epoch.
 bool CNmeaEpochs::IsWhole() const
 {
-    return !m_lastTypes.empty() &&
-           std::all_of(m_lastTypes.begin(), m_lastTypes.end(),
-                       [this](const std::string& type) { return m_parts.count(type) != 0; });
+    return m_epochNumber > kEpochsToWaitFor &&
+           std::all_of(m_recent.begin(), m_recent.end(), [this](const RecentKind& recent) {
+               const bool isAwaited = recent.epoch + kEpochsToWaitFor >= m_epochNumber &&
+                                      (HasTime(recent.type) || StandsBehind(recent.kind, true));
+               return !isAwaited || Has(recent.kind);
+           });
 }
 
-std::optional<PositionSample> CNmeaEpochs::Flush(NmeaProblem& problem)
+bool CNmeaEpochs::Has(NmeaKind kind) const
 {
-    problem = {};
-    if (m_isOver || !m_timeOfDay)
+    return std::any_of(m_epoch->parts.begin(), m_epoch->parts.end(),
+                       [kind](const NmeaPart& part) { return part.kind == kind; });
+}
+
+void CNmeaEpochs::Note(const NmeaPart& part)
+{
+    for (RecentKind& recent : m_recent) {
+        if (recent.kind == part.kind) {
+            recent.epoch = m_epochNumber;
+            return;
+        }
+    }
+    if (m_recent.size() >= kMostRecent) {
+        m_recent.clear();
+    }
+    m_recent.push_back({part.kind, part.type, m_epochNumber});
+}
+
+/// Whether a sentence of the next time has come when it was due.
+bool CNmeaEpochs::IsPaced(const NmeaPart& part) const
+{
+    if (!part.arrival || !m_epoch->firstArrival) {
+        return false;
+    }
+    const double period = m_period.Seconds();
+    const double delay = *part.arrival - *m_epoch->firstArrival - period;
+    return delay >= -kMostDelay * period && delay <= kMostDelay * period;
+}
+
+std::optional<double> CNmeaEpochs::EndsAt() const
+{
+    if (!m_lastHeard || !m_epoch || m_epoch->isSent || !HasPosition(m_epoch->parts)) {
         return std::nullopt;
-    const NmeaReport* const place = PlaceReport();
-    m_isOver = true;
-    m_lastTypes.clear();
-    for (const auto& [type, part] : m_parts)
-        m_lastTypes.insert(type);
-    const double time = UnixTime();
-    if (place == nullptr) {
-        problem = {"no position", m_firstLine};
-        return std::nullopt;
     }
-    const ETimeOrder order = m_order.Take(time);
-    if (order == ETimeOrder::NotLater) {
-        problem = {kNoLaterTime, m_firstLine};
-        return std::nullopt;
-    }
-    PositionSample sample;
-    sample.time = time;
-    sample.startsAnew = order == ETimeOrder::NewStart;
-    AddPlace(sample, *place);
-    AddMovement(sample);
-    return sample;
+    const double shortest = IsWhole() ? kRestOfWholeBurst : kRestOfBurst;
+    const double rest = std::max(shortest, 2.0 * std::max(m_longestGap, m_epoch->longestGap));
+    const double most = m_period.Seconds() > 0.0 ? kLongestRestOfBurst * m_period.Seconds() : rest;
+    return *m_lastHeard + std::min(rest, std::max(most, kRestOfWholeBurst));
 }
 
-/// The time of the moment. The day comes from RMC; without it, a new day begins when the time of
-/// day jumps back.
-double CNmeaEpochs::UnixTime()
+void CNmeaEpochs::EndAtPause()
 {
-    if (m_lastTimeOfDay && *m_timeOfDay + kHalfDay < *m_lastTimeOfDay)
-        ++m_day;
-    const Part* rmc = Find("RMC");
-    if (rmc != nullptr && rmc->report.day)
-        SetDay(*rmc->report.day);
-    m_lastTimeOfDay = m_timeOfDay;
-    return static_cast<double>(m_day) * kSecondsOfADay + static_cast<double>(*m_timeOfDay) / 1000.0;
+    Send();
 }
 
-/// The first day that is told sets what was assumed before it right.
-void CNmeaEpochs::SetDay(std::int64_t day)
+void CNmeaEpochs::Flush()
 {
-    if (!m_dayIsTold) {
-        m_correction = static_cast<double>(day - m_day) * kSecondsOfADay;
-        m_order.Shift(m_correction);
+    for (const Waiting& waiting : m_waiting) {
+        if (!waiting.isPlaced) {
+            LeaveOut(waiting.part, kNotCertain);
+        }
     }
-    m_dayIsTold = true;
-    m_day = day;
+    m_waiting.clear();
+    if (m_ahead) {
+        LeaveOut(*m_ahead, " of another time than a position");
+    }
+    m_ahead.reset();
+    if (m_epoch) {
+        Send();
+    }
+    m_epoch.reset();
 }
 
-void CNmeaEpochs::AddPlace(PositionSample& sample, const NmeaReport& place)
+void CNmeaEpochs::LeaveOut(const NmeaPart& part, const char* why)
 {
-    sample.latitude = *place.latitude;
-    sample.longitude = *place.longitude;
-    if (place.geoidSeparation)
-        m_lastSeparation = *place.geoidSeparation;
-    if (place.altitude)
-        m_lastHeight = *place.altitude + m_lastSeparation;
-    sample.height = m_lastHeight;
-    sample.fixQuality = place.fixQuality.value_or(0);
-    sample.satellites = place.satellites.value_or(0);
-    const Part* const rmc = Find("RMC");
-    const bool isWarned = rmc != nullptr && rmc->report.fixQuality == 0;
-    sample.positionValid = sample.fixQuality > 0 && !isWarned;
-    if (const Part* gst = Find("GST")) {
-        sample.sigmaNorth = gst->report.sigmaNorth;
-        sample.sigmaEast = gst->report.sigmaEast;
-        sample.sigmaUp = gst->report.sigmaUp;
-    }
+    m_leftOut.Add(std::string(NameOf(part.type)) + why, part.line);
 }
 
-void CNmeaEpochs::AddMovement(PositionSample& sample) const
+void CNmeaEpochs::Late(const NmeaPart& part)
 {
-    for (const char* type : {"RMC", "VTG"}) {
-        const Part* part = Find(type);
-        if (part != nullptr && !sample.course)
-            sample.course = part->report.course;
-        if (part != nullptr && !sample.speed)
-            sample.speed = part->report.speed;
+    LeaveOut(part, kLate);
+}
+
+/// Gives the epoch's sample, once.
+void CNmeaEpochs::Send()
+{
+    Epoch& epoch = *m_epoch;
+    if (epoch.isSent) {
+        return;
     }
-    if (const Part* hdt = Find("HDT"))
-        sample.yaw = hdt->report.heading;
+    epoch.isSent = true;
+    std::optional<std::int64_t> day;
+    for (const NmeaPart& part : epoch.parts) {
+        const bool tells = part.report.day && (!day || part.type == ENmeaType::Rmc);
+        day = tells ? part.report.day : day;
+    }
+    std::optional<PositionSample> sample = SampleOf(epoch.parts);
+    const char* problem = sample ? nullptr : "no position";
+    ETimeOrder order = ETimeOrder::Later;
+    const double time = m_day.UnixTime(epoch.timeOfDay, day, order, sample.has_value());
+    if (sample && order == ETimeOrder::NotLater) {
+        problem = kNoLaterTime;
+    }
+    if (problem != nullptr) {
+        m_leftOut.Add(problem, epoch.firstLine, epoch.sources);
+        return;
+    }
+    sample->time = time - m_day.Correction();
+    sample->sources = epoch.sources;
+    sample->startsAnew = order == ETimeOrder::NewStart;
+    m_samples.push_back(*sample);
 }

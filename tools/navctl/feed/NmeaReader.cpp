@@ -2,18 +2,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 
 namespace {
-
-using Milliseconds = std::chrono::milliseconds;
-
-/// How long a stream must pause for the moment being over, when every kind of sentence has come
-/// that came for the last moment: long enough for one that is not told each time.
-constexpr Milliseconds kPauseOfWholeMoment(30);
-/// The same when something is missing. A slow line takes 85 ms a sentence (82 characters at 9600
-/// baud), and receivers rest between the sentences of a moment.
-constexpr Milliseconds kPauseOfMoment(250);
 
 /// How many samples to keep back while no sentence has told the day.
 constexpr std::size_t kMostKeptBack = 1000;
@@ -28,114 +20,136 @@ ESample CNmeaReader::Next(PositionSample& sample, int timeoutMilliseconds)
             TakeLine();
             break;
         case ELine::TooLong:
+            CountLine(m_lines.LineNumber(), 1);
             m_skipped.Add("line too long", m_lines.LineNumber());
             break;
         case ELine::NothingYet:
-            // What comes as it is measured is worth more at once than with the right day.
-            m_keepsBack = false;
-            if (m_ready.empty())
+            if (m_ready.empty()) {
                 return ESample::NothingYet;
+            }
             break;
         case ELine::Failed:
             m_problem = std::strerror(errno);
             return ESample::Failed;
         case ELine::End:
-            EndMoment();
-            m_keepsBack = false;
-            if (m_ready.empty())
+            EndFile();
+            if (m_ready.empty()) {
                 return ESample::End;
+            }
             break;
         }
     }
-    sample = m_ready.front();
-    m_ready.pop_front();
-    m_hasGiven = true;
+    Give(sample);
     return ESample::Sample;
+}
+
+std::string CNmeaReader::Wants() const
+{
+    return "GGA, GNS, RMC or GLL sentences with a time and a position";
 }
 
 bool CNmeaReader::IsReady() const
 {
-    const bool keepsBack = m_keepsBack && !m_epochs.DayIsTold() && m_ready.size() < kMostKeptBack;
+    const bool keepsBack =
+        m_keepsBack && !m_epochs.Day().IsTold() && m_ready.size() < kMostKeptBack;
     return !m_ready.empty() && !keepsBack;
 }
 
-/// Waits for a line; when the stream pauses, ends the moment that is being told.
+void CNmeaReader::Give(PositionSample& sample)
+{
+    sample = m_ready.front();
+    m_ready.pop_front();
+    // What waits for the day gets it too; what was given already has the time of another one.
+    const double correction = m_epochs.Day().Correction();
+    *sample.time += correction;
+    sample.startsAnew = sample.startsAnew || (m_hasGiven && correction != m_correction);
+    m_correction = correction;
+    m_hasGiven = true;
+    if (!m_dayWasGuessed && m_options.dayIsGuessed && !m_epochs.Day().IsTold()) {
+        m_dayWasGuessed = true;
+        if (m_options.remark) {
+            m_options.remark(
+                "no sentence has told the day yet: samples get today's (UTC) until one "
+                "does; --date names another");
+        }
+    }
+}
+
+/// Waits for a line; when a live stream pauses long enough, ends the burst.
 ELine CNmeaReader::ReadLine(int timeoutMilliseconds)
 {
+    if (!m_options.isLive) {
+        return m_lines.Next(m_line, timeoutMilliseconds);
+    }
     int wait = timeoutMilliseconds;
-    const bool endsAtPause = m_epochs.HasPosition() && !m_lines.HoldsPartOfALine();
+    const std::optional<double> endsAt = m_epochs.EndsAt();
+    const bool endsAtPause = endsAt && !m_lines.HoldsPartOfALine();
     if (endsAtPause) {
-        const int left = static_cast<int>(std::max(PauseLeft(), Milliseconds(0)).count());
+        const int left =
+            static_cast<int>(std::ceil(std::clamp(*endsAt - Now(), 0.0, 3600.0) * 1000.0));
         wait = wait < 0 ? left : std::min(wait, left);
     }
     const ELine state = m_lines.Next(m_line, wait);
-    if (state == ELine::Line) {
-        m_lastLineTime = std::chrono::steady_clock::now();
+    if (state == ELine::Line || state == ELine::TooLong) {
+        m_epochs.Hear(Now());
     } else if (state == ELine::NothingYet && endsAtPause && !m_lines.HoldsPartOfALine() &&
-               PauseLeft() <= Milliseconds(0)) {
-        EndMoment();
+               Now() >= *endsAt) {
+        m_epochs.EndAtPause();
     }
     return state;
 }
 
-/// How much longer the stream must pause for the moment being over.
-std::chrono::milliseconds CNmeaReader::PauseLeft() const
-{
-    const auto pause = std::chrono::steady_clock::now() - m_lastLineTime;
-    const Milliseconds wanted = m_epochs.IsWhole() ? kPauseOfWholeMoment : kPauseOfMoment;
-    return std::chrono::ceil<Milliseconds>(wanted - pause);
-}
-
 void CNmeaReader::TakeLine()
 {
-    for (const std::string_view text : SentencesIn(m_line))
+    // A remark that somebody has written into a log, whatever it quotes.
+    if (!m_line.empty() && m_line.front() == '#') {
+        CountLine(m_lines.LineNumber(), 1);
+        m_notUsed.Add("comments", m_lines.LineNumber());
+        return;
+    }
+    std::uint64_t sentences = 0;
+    ForEachSentence(m_line, [&](std::string_view text) {
+        ++sentences;
         TakeSentence(text);
+    });
+    CountLine(m_lines.LineNumber(), sentences);
 }
 
 void CNmeaReader::TakeSentence(std::string_view text)
 {
-    std::string problem;
-    const std::optional<NmeaSentence> sentence = ReadSentence(text, problem);
-    if (!sentence) {
-        m_skipped.Add(problem, m_lines.LineNumber());
+    const char* const broken = ReadSentence(text, m_sentence);
+    if (broken != nullptr) {
+        m_skipped.Add(broken, m_lines.LineNumber());
         return;
     }
-    if (!IsReported(sentence->type)) {
-        m_notUsed.Add(sentence->talker == "P" ? "makers' own" : sentence->type,
+    NmeaPart part;
+    part.type = TypeOf(m_sentence);
+    if (part.type == ENmeaType::Other) {
+        m_notUsed.Add(m_sentence.talker == "P" ? "makers' own" : std::string(m_sentence.type),
                       m_lines.LineNumber());
         return;
     }
-    const std::optional<NmeaReport> report = ReadReport(*sentence, problem);
-    if (!report) {
+    const std::string problem = ReadReport(m_sentence, part.type, m_options.signs, part.report);
+    if (!problem.empty()) {
         m_skipped.Add(problem, m_lines.LineNumber());
         return;
     }
-    NmeaProblem whyNot;
-    const auto sample = m_epochs.Add(*sentence, *report, m_lines.LineNumber(), whyNot);
-    Finish(sample, whyNot);
-}
-
-void CNmeaReader::EndMoment()
-{
-    NmeaProblem problem;
-    const auto sample = m_epochs.Flush(problem);
-    Finish(sample, problem);
-}
-
-void CNmeaReader::Finish(const std::optional<PositionSample>& sample, const NmeaProblem& problem)
-{
-    if (!problem.reason.empty())
-        m_skipped.Add(problem.reason, problem.line);
-    const bool dayIsNew = m_epochs.Correction() != m_correction;
-    if (dayIsNew) {
-        for (PositionSample& kept : m_ready)
-            *kept.time += m_epochs.Correction() - m_correction;
-        m_correction = m_epochs.Correction();
+    part.kind = KindOf(m_sentence, part.type, part.report);
+    part.line = m_lines.LineNumber();
+    if (m_options.isLive) {
+        part.arrival = Now();
     }
-    if (!sample)
-        return;
-    m_ready.push_back(*sample);
-    // What was given already has the time of another day.
-    if (dayIsNew && m_hasGiven)
-        m_ready.front().startsAnew = true;
+    m_epochs.Add(part);
+}
+
+void CNmeaReader::EndFile()
+{
+    m_epochs.Flush();
+    m_keepsBack = false;
+}
+
+double CNmeaReader::Now() const
+{
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration<double>(now).count();
 }

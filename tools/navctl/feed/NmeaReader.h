@@ -4,41 +4,59 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <functional>
+#include <string>
 
 #include "tools/navctl/feed/NmeaEpochs.h"
 #include "tools/navctl/feed/SampleReader.h"
 #include "tools/navctl/files/LineReader.h"
 
+/// How a stream of sentences is read.
+struct NmeaReaderOptions
+{
+    NmeaEpochOptions epochs;
+    NmeaSigns signs;
+    bool isLive = false;       ///< it comes as it is measured: when something comes says something
+    bool dayIsGuessed = false; ///< nobody has told the day of the first sample
+    /// Told once, in words, when samples get a day that nobody has told; may be empty.
+    std::function<void(const std::string&)> remark{};
+};
+
 /// Reads position samples from a stream of NMEA 0183 sentences. A sentence that is broken is
 /// counted and passed over; everything else on its line is read.
 ///
-/// On a stream that pauses, the sample of the last moment is given after a short while, so that a
-/// live receiver's samples do not wait for its next ones. While no sentence has told the day,
-/// samples are kept back, a thousand at most and not over a pause, so that they get it too.
+/// Of a live stream, a sample is given as soon as its burst is known to be complete; of a file,
+/// samples are kept back while no sentence has told the day, a thousand at most, so that they get
+/// it too.
 class CNmeaReader : public CSampleReader
 {
 public:
     /// @param lines where the sentences come from; must live as long as the reader.
-    /// @param day the day of the first sample when no sentence tells it, in days since 1970-01-01.
-    CNmeaReader(CLineReader& lines, std::int64_t day) : m_lines(lines), m_epochs(day) {}
+    CNmeaReader(CLineReader& lines, NmeaReaderOptions options)
+        : m_lines(lines), m_options(std::move(options)),
+          m_epochs(m_options.epochs, m_ready, m_skipped), m_keepsBack(!m_options.isLive)
+    {
+    }
 
     ESample Next(PositionSample& sample, int timeoutMilliseconds) override;
+    std::string Wants() const override;
 
 private:
     bool IsReady() const;
+    void Give(PositionSample& sample);
     ELine ReadLine(int timeoutMilliseconds);
-    std::chrono::milliseconds PauseLeft() const;
     void TakeLine();
     void TakeSentence(std::string_view text);
-    void EndMoment();
-    void Finish(const std::optional<PositionSample>& sample, const NmeaProblem& problem);
+    void EndFile();
+    double Now() const;
 
     CLineReader& m_lines;
+    NmeaReaderOptions m_options;
+    std::deque<PositionSample> m_ready;
     CNmeaEpochs m_epochs;
     std::string m_line;
-    std::deque<PositionSample> m_ready;
-    std::chrono::steady_clock::time_point m_lastLineTime;
-    bool m_keepsBack = true;
+    NmeaSentence m_sentence;
+    bool m_keepsBack;
     bool m_hasGiven = false;
     double m_correction = 0.0;
 };

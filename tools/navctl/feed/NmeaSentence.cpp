@@ -1,12 +1,11 @@
 #include "tools/navctl/feed/NmeaSentence.h"
 
 #include <algorithm>
-#include <cctype>
 
 namespace {
 
 constexpr std::string_view kStarts = "$!";
-constexpr std::string_view kBlanks = " \t";
+constexpr std::string_view kBlanks = " \t\r";
 // Of the standard's own sentences 5; makers' are longer.
 constexpr std::size_t kLongestAddress = 16;
 
@@ -39,77 +38,64 @@ int Checksum(std::string_view body)
     return sum;
 }
 
-std::vector<std::string> SplitFields(std::string_view body)
+void SplitFields(std::string_view body, NmeaSentence& sentence)
 {
-    std::vector<std::string> fields;
-    while (true) {
-        const std::size_t comma = body.find(',');
-        fields.emplace_back(body.substr(0, comma));
-        if (comma == std::string_view::npos)
-            return fields;
-        body.remove_prefix(comma + 1);
+    sentence.fieldCount = 0;
+    for (std::size_t comma = 0; comma != std::string_view::npos; ++sentence.fieldCount) {
+        comma = body.find(',');
+        if (sentence.fieldCount < NmeaSentence::kMostFields) {
+            sentence.fields[sentence.fieldCount] = body.substr(0, comma);
+        }
+        body.remove_prefix(comma == std::string_view::npos ? body.size() : comma + 1);
     }
 }
 
-bool IsAddress(const std::string& address)
+bool IsAddress(std::string_view address)
 {
     return address.size() >= 2 && address.size() <= kLongestAddress &&
-           std::all_of(address.begin(), address.end(),
-                       [](unsigned char character) { return std::isalnum(character) != 0; });
+           std::all_of(address.begin(), address.end(), [](char character) {
+               return (character >= '0' && character <= '9') ||
+                      (character >= 'A' && character <= 'Z') ||
+                      (character >= 'a' && character <= 'z');
+           });
 }
 
 } // namespace
 
-const std::string& NmeaSentence::Field(std::size_t index) const
+const char* ReadSentence(std::string_view text, NmeaSentence& sentence)
 {
-    static const std::string none;
-    return index < fields.size() ? fields[index] : none;
-}
-
-std::vector<std::string_view> SentencesIn(std::string_view line)
-{
-    std::vector<std::string_view> pieces;
-    std::size_t start = std::min(line.find_first_of(kStarts), line.size());
-    if (!Trimmed(line.substr(0, start)).empty())
-        pieces.push_back(line.substr(0, start));
-    while (start < line.size()) {
-        const std::size_t next = std::min(line.find_first_of(kStarts, start + 1), line.size());
-        pieces.push_back(line.substr(start, next - start));
-        start = next;
-    }
-    return pieces;
-}
-
-std::optional<NmeaSentence> ReadSentence(std::string_view text, std::string& problem)
-{
-    const auto broken = [&problem](const char* reason) {
-        problem = reason;
-        return std::nullopt;
-    };
     text = Trimmed(text);
-    if (text.empty() || kStarts.find(text[0]) == std::string_view::npos)
-        return broken("not a sentence");
+    if (text.empty() || kStarts.find(text[0]) == std::string_view::npos) {
+        return "not a sentence";
+    }
     const std::size_t star = text.find('*');
-    if (star == std::string_view::npos)
-        return broken("no checksum");
+    if (star == std::string_view::npos) {
+        return "no checksum";
+    }
     const std::string_view sum = text.substr(star + 1);
-    if (sum.size() < 2 || HexDigit(sum[0]) < 0 || HexDigit(sum[1]) < 0)
-        return broken("cut checksum");
-    if (sum.size() > 2)
-        return broken("something behind the checksum");
+    if (sum.size() < 2 || HexDigit(sum[0]) < 0 || HexDigit(sum[1]) < 0) {
+        return "cut checksum";
+    }
+    if (sum.size() > 2) {
+        return "something behind the checksum";
+    }
     const std::string_view body = text.substr(1, star - 1);
-    if (Checksum(body) != HexDigit(sum[0]) * 16 + HexDigit(sum[1]))
-        return broken("wrong checksum");
-    NmeaSentence sentence;
-    sentence.fields = SplitFields(body);
-    const std::string address = sentence.fields.front();
-    sentence.fields.erase(sentence.fields.begin());
-    if (!IsAddress(address))
-        return broken("no address");
+    if (Checksum(body) != HexDigit(sum[0]) * 16 + HexDigit(sum[1])) {
+        return "wrong checksum";
+    }
+    const std::size_t comma = body.find(',');
+    const std::string_view address = body.substr(0, comma);
+    if (!IsAddress(address)) {
+        return "no address";
+    }
+    sentence.fieldCount = 0;
+    if (comma != std::string_view::npos) {
+        SplitFields(body.substr(comma + 1), sentence);
+    }
     // Makers' own sentences start with P and have no talker; the rest is theirs.
     const std::size_t talkerLength =
         address[0] == 'P' ? 1 : std::min<std::size_t>(2, address.size());
     sentence.talker = address.substr(0, talkerLength);
     sentence.type = address.substr(talkerLength);
-    return sentence;
+    return nullptr;
 }

@@ -10,7 +10,7 @@ class CPositionSink
 public:
     virtual ~CPositionSink() = default;
 
-    /// Sends a sample that has all its values.
+    /// Sends a sample with its time, course, speed and yaw. What else is empty is not known.
     ///
     /// @param sample the sample; stays the caller's.
     /// @param headingValid the sample's yaw is a heading.

@@ -16,6 +16,16 @@ enum class ESample
     Failed,     ///< the file cannot be read as what it should be; Problem() tells why
 };
 
+/// What a reader has read. Lines are the sources, but for further ones on one line, and the lines
+/// that are empty.
+struct ReadCounts
+{
+    std::uint64_t lines = 0;
+    std::uint64_t sources = 0; ///< sentences or rows, whole and broken, and what is none
+    std::uint64_t further = 0; ///< those of them that stand behind another on one line
+    std::uint64_t empty = 0;   ///< lines
+};
+
 /// Reads position samples one after the other, in a memory that does not grow with the file.
 class CSampleReader
 {
@@ -32,6 +42,17 @@ public:
     const CSkipCount& Skipped() const { return m_skipped; }
     /// Sentences that are well formed, but of no use here, by their type.
     const CSkipCount& NotUsed() const { return m_notUsed; }
+    /// What has been read so far.
+    ReadCounts Counts() const
+    {
+        ReadCounts counts = m_counts;
+        counts.empty += m_line > 0 && m_onLine == 0 ? 1 : 0;
+        return counts;
+    }
+    /// What a file must have to give samples, for people; empty when Problem() says it.
+    virtual std::string Wants() const { return {}; }
+    /// Whether samples were given a day that nobody has told.
+    bool DayWasGuessed() const { return m_dayWasGuessed; }
     /// Why Next() has failed.
     const std::string& Problem() const { return m_problem; }
     /// The columns of a file that are not used.
@@ -46,10 +67,33 @@ public:
     }
 
 protected:
+    /// Counts what stands on a line; to be called for every part of it.
+    ///
+    /// @param line its number.
+    /// @param sources sentences or rows.
+    void CountLine(std::uint64_t line, std::uint64_t sources)
+    {
+        if (line != m_line) {
+            m_counts.empty += m_line > 0 && m_onLine == 0 ? 1 : 0;
+            ++m_counts.lines;
+            m_line = line;
+            m_onLine = 0;
+        }
+        m_counts.sources += sources;
+        m_counts.further += m_onLine + sources > 1 ? sources - (m_onLine == 0 ? 1 : 0) : 0;
+        m_onLine += sources;
+    }
+
+    bool m_dayWasGuessed = false;
     CSkipCount m_skipped;
     CSkipCount m_notUsed;
     std::string m_problem;
     std::vector<std::string> m_unusedColumns;
+
+private:
+    ReadCounts m_counts;
+    std::uint64_t m_line = 0;
+    std::uint64_t m_onLine = 0;
 };
 
 #endif

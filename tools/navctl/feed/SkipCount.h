@@ -16,16 +16,18 @@ struct SkipReason
 class CSkipCount
 {
 public:
-    /// Counts one.
+    /// Counts one, or several.
     ///
     /// @param reason a phrase from a small set, without values of the file in it.
-    void Add(const std::string& reason, std::uint64_t line)
+    /// @param line the line of the first of them.
+    void Add(const std::string& reason, std::uint64_t line, std::uint64_t count = 1)
     {
         const bool isFull = m_reasons.size() >= kMostReasons && m_reasons.count(reason) == 0;
         SkipReason& entry = m_reasons[isFull ? "other reasons" : reason];
-        if (entry.count++ == 0)
+        if (entry.count == 0)
             entry.firstLine = line;
-        ++m_total;
+        entry.count += count;
+        m_total += count;
     }
 
     std::uint64_t Total() const { return m_total; }

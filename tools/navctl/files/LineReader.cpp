@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <string_view>
 
 #include <poll.h>
 #include <unistd.h>
@@ -22,8 +23,10 @@ CLineReader::CLineReader(int descriptor, std::size_t longestLine)
 ELine CLineReader::Next(std::string& line, int timeoutMilliseconds)
 {
     while (!TakeFromBuffer()) {
-        if (m_ended)
+        if (m_ended) {
+            m_lineNumber = m_lineFeeds + 1;
             return HoldsPartOfALine() ? Give(line) : ELine::End;
+        }
         const ELine state = Refill(timeoutMilliseconds);
         if (state == ELine::End) {
             m_ended = true;
@@ -75,11 +78,15 @@ ELine CLineReader::Refill(int timeoutMilliseconds)
 bool CLineReader::TakeFromBuffer()
 {
     if (m_skipLineFeed && m_place < m_buffer.size()) {
-        if (m_buffer[m_place] == '\n')
+        if (m_buffer[m_place] == '\n') {
             ++m_place;
+            ++m_lineFeeds;
+        }
         m_skipLineFeed = false;
     }
-    const std::size_t end = std::min(m_buffer.find_first_of("\r\n", m_place), m_buffer.size());
+    const std::string_view rest = std::string_view(m_buffer).substr(m_place);
+    const std::string_view upToLineFeed = rest.substr(0, rest.find('\n'));
+    const std::size_t end = m_place + std::min(upToLineFeed.find('\r'), upToLineFeed.size());
     const std::size_t length = end - m_place;
     const std::size_t room = m_longestLine - m_line.size();
     m_line.append(m_buffer, m_place, std::min(length, room));
@@ -87,18 +94,20 @@ bool CLineReader::TakeFromBuffer()
     m_place = end;
     if (end == m_buffer.size())
         return false;
+    m_lineNumber = m_lineFeeds + 1;
     m_skipLineFeed = m_buffer[end] == '\r';
+    m_lineFeeds += m_skipLineFeed ? 0 : 1;
     ++m_place;
     return true;
 }
 
 ELine CLineReader::Give(std::string& line)
 {
-    ++m_lineNumber;
     line.swap(m_line);
     m_line.clear();
-    if (m_lineNumber == 1 && line.compare(0, kByteOrderMark.size(), kByteOrderMark) == 0)
+    if (m_isFirst && line.compare(0, kByteOrderMark.size(), kByteOrderMark) == 0)
         line.erase(0, kByteOrderMark.size());
+    m_isFirst = false;
     const bool tooLong = m_tooLong;
     m_tooLong = false;
     return tooLong ? ELine::TooLong : ELine::Line;

@@ -17,8 +17,9 @@ enum class ELine
 };
 
 /// Reads a file or a stream line by line, in a memory that does not grow with the file or with its
-/// longest line. Lines end with LF, CRLF or CR; the last one may have no end. A byte order mark at
-/// the front is taken away.
+/// longest line. Lines end with LF, CRLF or CR; the last one may have no end. Lines are counted by
+/// LF, as other tools count them: what a bare CR ends has the number of what follows it. A byte
+/// order mark at the front is taken away.
 ///
 /// Thread safety: none. Does not close the descriptor.
 class CLineReader
@@ -64,7 +65,9 @@ private:
     bool m_tooLong = false;
     bool m_skipLineFeed = false;
     bool m_ended = false;
-    std::uint64_t m_lineNumber = 0;
+    bool m_isFirst = true;
+    std::uint64_t m_lineNumber = 1;
+    std::uint64_t m_lineFeeds = 0;
     std::uint64_t m_bytesTaken = 0;
 };
 

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -20,6 +19,7 @@ COpenFile::COpenFile(const std::string& path) : m_isStandardInput(path == "-")
         m_problem = "cannot read " + path + ": it is a directory";
     } else if (S_ISREG(status.st_mode)) {
         m_length = static_cast<std::uint64_t>(status.st_size);
+        m_isRegular = true;
     }
 }
 
@@ -31,10 +31,18 @@ COpenFile::~COpenFile()
 
 std::string WriteWholeFile(const std::string& path, const std::string& content)
 {
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file << content;
-    file.close();
-    if (!file)
-        return "cannot write " + path + ": " + std::strerror(errno);
-    return {};
+    CTargetFile file(path);
+    file.Write(content);
+    return file.End();
+}
+
+CTargetFile::CTargetFile(const std::string& path)
+    : m_path(path), m_file(path, std::ios::binary | std::ios::trunc)
+{
+}
+
+std::string CTargetFile::End()
+{
+    m_file.close();
+    return m_file ? std::string() : "cannot write " + m_path + ": " + std::strerror(errno);
 }

@@ -58,6 +58,10 @@ std::string WordsAfter(CLI::App& command)
         for (const CEventKind& kind : EventKinds())
             Append(words, kind.name);
     }
+    if (command.get_name() == "help") {
+        for (const CLI::App* const other : command.get_parent()->get_subcommands(nullptr))
+            Append(words, other->get_name());
+    }
     if (command.get_name() == "start") {
         for (const auto& [name, code] : WaylineKindNames())
             Append(words, name);

@@ -1,0 +1,361 @@
+#include "simulator/http/HttpConnection.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <asio/buffer.hpp>
+#include <asio/error.hpp>
+
+#include "simulator/http/PageValues.h"
+
+namespace {
+
+// For what the peer still sends after its answer.
+constexpr std::chrono::milliseconds kEnding(500);
+constexpr std::size_t kMostDrained = 8 * 1024 * 1024;
+// So much is read at once, and so often before others have their turn.
+constexpr std::size_t kReadBytes = 16 * 1024;
+constexpr int kReadsPerTurn = 16;
+// The system doubles it.
+constexpr int kSendBufferOfAStream = 8 * 1024;
+
+const char* ReasonOf(int status)
+{
+    switch (status) {
+    case 200:
+        return "OK";
+    case 400:
+        return "Bad Request";
+    case 403:
+        return "Forbidden";
+    case 404:
+        return "Not Found";
+    case 405:
+        return "Method Not Allowed";
+    case 409:
+        return "Conflict";
+    case 411:
+        return "Length Required";
+    case 413:
+        return "Content Too Large";
+    case 415:
+        return "Unsupported Media Type";
+    case 431:
+        return "Request Header Fields Too Large";
+    case 500:
+        return "Internal Server Error";
+    default:
+        return "Service Unavailable";
+    }
+}
+
+/// The status line and the headers that every answer has.
+std::string HeadOf(int status, const std::string& type)
+{
+    return "HTTP/1.1 " + std::to_string(status) + " " + ReasonOf(status) +
+           "\r\nCache-Control: no-store\r\n"
+           "Connection: close\r\n"
+           "Content-Security-Policy: default-src 'self'; base-uri 'none'; form-action 'none'; "
+           "frame-ancestors 'none'\r\n"
+           "Content-Type: " +
+           type +
+           "\r\n"
+           "Cross-Origin-Resource-Policy: same-origin\r\n"
+           "X-Content-Type-Options: nosniff\r\n";
+}
+
+} // namespace
+
+ServedAnswer RefusalOf(int status, const std::string& reason)
+{
+    ServedAnswer answer;
+    answer.status = status;
+    answer.type = "application/json";
+    answer.body = std::make_shared<const std::string>(ErrorJson(reason));
+    if (status == 405) {
+        answer.headers.emplace_back("Allow", "GET, POST");
+    }
+    return answer;
+}
+
+HttpConnectionC::HttpConnectionC(asio::ip::tcp::socket socket, const HttpPatience& patience,
+                                 HttpConnectionOwnerC& owner)
+    : m_socket(std::move(socket)), m_timer(m_socket.get_executor()), m_patience(patience),
+      m_owner(owner)
+{
+}
+
+void HttpConnectionC::Start()
+{
+    asio::error_code error;
+    m_socket.non_blocking(true, error);
+    m_socket.set_option(asio::ip::tcp::no_delay(true), error);
+    Limit(Clock::now() + m_patience.firstByte);
+    Read();
+}
+
+bool HttpConnectionC::HasGone() const
+{
+    const std::lock_guard<std::mutex> lock(m_closing);
+    if (m_isClosed) {
+        return true;
+    }
+    // Its lowest-level handle alone: the rest of the socket belongs to the other thread.
+    pollfd polled{const_cast<asio::ip::tcp::socket&>(m_socket).native_handle(), POLLRDHUP, 0};
+    return ::poll(&polled, 1, 0) > 0;
+}
+
+std::size_t HttpConnectionC::Held() const
+{
+    return m_reader.Held() + m_head.capacity() +
+           (m_body && m_body.use_count() == 1 ? m_body->size() : 0);
+}
+
+void HttpConnectionC::Limit(Clock::time_point until)
+{
+    m_timer.expires_at(until);
+    m_timer.async_wait([self = shared_from_this()](const asio::error_code& error) {
+        // A wait that was over just before it was made anew ends without an error.
+        if (!error && self->m_timer.expiry() <= Clock::now()) {
+            self->Close();
+        }
+    });
+}
+
+void HttpConnectionC::WaitToRead()
+{
+    if (m_isWaitingToRead) {
+        return;
+    }
+    m_isWaitingToRead = true;
+    m_socket.async_wait(asio::socket_base::wait_read,
+                        [self = shared_from_this()](const asio::error_code& error) {
+                            self->m_isWaitingToRead = false;
+                            if (!error && self->m_stage != EStage::Closed) {
+                                self->Read();
+                            }
+                        });
+}
+
+void HttpConnectionC::Read()
+{
+    std::array<char, kReadBytes> bytes; // NOLINT(cppcoreguidelines-pro-type-member-init)
+    for (int count = 0; count < kReadsPerTurn; ++count) {
+        asio::error_code error;
+        const std::size_t size = m_socket.read_some(asio::buffer(bytes), error);
+        if (error == asio::error::would_block) {
+            break;
+        }
+        if (error) {
+            // A peer that has said all may still listen for its answer, but not for a stream.
+            if (m_stage != EStage::Waiting && m_stage != EStage::Answering) {
+                Close();
+            }
+            return;
+        }
+        Take(bytes.data(), size);
+        if (m_stage == EStage::Closed) {
+            return;
+        }
+    }
+    // What comes while an answer is waited for stays with the system.
+    if (m_stage != EStage::Waiting && m_stage != EStage::Answering) {
+        WaitToRead();
+    }
+}
+
+void HttpConnectionC::Take(const char* bytes, std::size_t count)
+{
+    using ERead = RequestReaderC::EStage;
+    if (m_stage == EStage::Ending) {
+        m_drained += count;
+        if (m_drained > kMostDrained) {
+            Close();
+        }
+    }
+    if (m_stage != EStage::Reading) {
+        return;
+    }
+    if (!m_anythingCame) {
+        m_anythingCame = true;
+        Limit(Clock::now() + m_patience.request);
+    }
+    const ERead read = m_reader.Take(bytes, count);
+    if (read == ERead::Headed) {
+        HeadHasCome();
+    } else {
+        GoOnFrom(read);
+    }
+}
+
+void HttpConnectionC::HeadHasCome()
+{
+    const HttpRefusal refusal = m_owner.Check(m_reader.Request());
+    if (refusal.status != 0) {
+        Refuse(refusal.status, refusal.reason);
+        return;
+    }
+    // What a request has beyond its head is read away where nothing is done with it.
+    const bool hasBody = m_reader.Request().method == "POST";
+    GoOnFrom(hasBody ? m_reader.ReadBody() : RequestReaderC::EStage::Whole);
+}
+
+void HttpConnectionC::GoOnFrom(RequestReaderC::EStage read)
+{
+    using ERead = RequestReaderC::EStage;
+    if (read == ERead::Whole) {
+        m_stage = EStage::Waiting;
+        m_timer.cancel();
+        m_owner.Serve(shared_from_this());
+    } else if (read == ERead::Malformed) {
+        Refuse(400, "not a request");
+    } else if (read == ERead::HeadTooLong) {
+        Refuse(431, "the head of the request has more than " +
+                        std::to_string(RequestReaderC::kMostHeadBytes) + " bytes");
+    } else {
+        m_owner.Grown();
+    }
+}
+
+void HttpConnectionC::Refuse(int status, const std::string& reason)
+{
+    m_stage = EStage::Waiting;
+    Answer(RefusalOf(status, reason));
+}
+
+void HttpConnectionC::Answer(const ServedAnswer& answer)
+{
+    if (m_stage != EStage::Waiting) {
+        return;
+    }
+    m_stage = EStage::Answering;
+    m_head = HeadOf(answer.status, answer.type);
+    for (const auto& [name, value] : answer.headers) {
+        m_head += name + ": " + value + "\r\n";
+    }
+    m_head += "Content-Length: " + std::to_string(answer.body->size()) + "\r\n\r\n";
+    m_body = Request().method == "HEAD" ? std::make_shared<const std::string>() : answer.body;
+    Limit(Clock::now() + m_patience.answer);
+    Write();
+    m_owner.Grown();
+}
+
+void HttpConnectionC::Stream(Source source, std::function<void()> ended)
+{
+    if (m_stage != EStage::Waiting) {
+        ended();
+        return;
+    }
+    m_stage = EStage::Streaming;
+    asio::error_code error;
+    m_socket.set_option(asio::socket_base::send_buffer_size(kSendBufferOfAStream), error);
+    m_source = std::move(source);
+    m_ended = std::move(ended);
+    m_head = HeadOf(200, "text/event-stream") + "\r\n";
+    Write();
+    WaitToRead();
+}
+
+void HttpConnectionC::Wake()
+{
+    if (m_stage != EStage::Streaming || m_isWriting) {
+        return;
+    }
+    m_head = m_source();
+    m_sent = 0;
+    if (!m_head.empty()) {
+        Write();
+    }
+}
+
+void HttpConnectionC::Write()
+{
+    if (!m_isWriting) {
+        m_isWriting = true;
+        m_lastTaken = Clock::now();
+    }
+    if (m_stage == EStage::Streaming) {
+        Limit(m_lastTaken + m_patience.stream);
+    }
+    while (m_stage == EStage::Answering || m_stage == EStage::Streaming) {
+        const std::size_t bodySize = m_body ? m_body->size() : 0;
+        if (m_sent == m_head.size() + bodySize) {
+            m_isWriting = false;
+            AllIsWritten();
+            return;
+        }
+        const std::size_t ofHead = std::min(m_sent, m_head.size());
+        const std::size_t ofBody = m_sent - ofHead;
+        const std::array<asio::const_buffer, 2> buffers{
+            asio::buffer(m_head) + ofHead,
+            bodySize > 0 ? asio::buffer(*m_body) + ofBody : asio::const_buffer()};
+        asio::error_code error;
+        const std::size_t count = m_socket.write_some(buffers, error);
+        if (error == asio::error::would_block) {
+            WaitToWrite();
+            return;
+        }
+        if (error) {
+            Close();
+            return;
+        }
+        m_sent += count;
+        m_lastTaken = Clock::now();
+    }
+}
+
+void HttpConnectionC::WaitToWrite()
+{
+    m_socket.async_wait(asio::socket_base::wait_write,
+                        [self = shared_from_this()](const asio::error_code& error) {
+                            if (!error && self->m_stage != EStage::Closed) {
+                                self->Write();
+                            }
+                        });
+}
+
+void HttpConnectionC::AllIsWritten()
+{
+    if (m_stage == EStage::Streaming) {
+        m_timer.cancel();
+        m_head.clear();
+        Wake();
+        return;
+    }
+    m_stage = EStage::Ending;
+    m_body.reset();
+    asio::error_code error;
+    m_socket.shutdown(asio::ip::tcp::socket::shutdown_send, error);
+    Limit(Clock::now() + kEnding);
+    WaitToRead();
+}
+
+std::chrono::milliseconds HttpConnectionC::Untaken() const
+{
+    const auto since = m_isWriting ? Clock::now() - m_lastTaken : Clock::duration(0);
+    return std::chrono::duration_cast<std::chrono::milliseconds>(since);
+}
+
+void HttpConnectionC::Close()
+{
+    if (m_stage == EStage::Closed) {
+        return;
+    }
+    m_stage = EStage::Closed;
+    m_timer.cancel();
+    {
+        const std::lock_guard<std::mutex> lock(m_closing);
+        m_isClosed = true;
+        asio::error_code error;
+        m_socket.close(error);
+    }
+    m_source = {};
+    const std::function<void()> ended = std::exchange(m_ended, {});
+    if (ended) {
+        ended();
+    }
+    m_owner.Ended(*this);
+}

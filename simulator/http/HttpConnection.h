@@ -1,0 +1,139 @@
+#ifndef KESTROVE_SIMULATOR_HTTP_HTTPCONNECTION_H
+#define KESTROVE_SIMULATOR_HTTP_HTTPCONNECTION_H
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
+
+#include "simulator/http/RequestCheck.h"
+#include "simulator/http/RequestReader.h"
+
+/// How long a peer is waited for.
+struct HttpPatience
+{
+    std::chrono::milliseconds firstByte{2000}; ///< browsers open connections that they never use
+    std::chrono::milliseconds request{10000};  ///< for the whole of it, headers and body
+    std::chrono::milliseconds answer{20000};   ///< for the peer to take the whole of it
+    std::chrono::milliseconds stream{120000};  ///< for the peer of a stream to take anything
+};
+
+class HttpConnectionC;
+
+/// What a connection reports, on the thread that serves it.
+class HttpConnectionOwnerC
+{
+public:
+    /// The head of a request has come.
+    ///
+    /// @return why the request is not served, when it is not.
+    virtual HttpRefusal Check(const ServedRequest& request) = 0;
+    /// A request has come whole. It is answered by HttpConnectionC::Answer() or Stream(), now or
+    /// later.
+    virtual void Serve(const std::shared_ptr<HttpConnectionC>& connection) = 0;
+    /// Something has come of a body, or an answer waits: more memory is held.
+    virtual void Grown() = 0;
+    /// The connection has ended.
+    virtual void Ended(HttpConnectionC& connection) = 0;
+
+protected:
+    ~HttpConnectionOwnerC() = default;
+};
+
+/// One connection, which carries one request: reads it, writes its answer or a stream, and reads
+/// away what still comes before it closes, so that closing does not take the answer from the peer.
+/// No wait is without a limit, and none holds up anybody else.
+///
+/// Thread safety: none, but for HasGone(); lives on the thread that runs its loop. Lifetime: shared
+/// by its owner and by the operations under way.
+class HttpConnectionC : public std::enable_shared_from_this<HttpConnectionC>
+{
+public:
+    enum class EStage
+    {
+        Reading,   ///< the request has not come whole
+        Waiting,   ///< for the answer
+        Answering, ///< writing it
+        Streaming,
+        Ending, ///< all is written; reading away what still comes
+        Closed,
+    };
+
+    /// Gives what is to be sent next over a stream; empty when nothing is.
+    using Source = std::function<std::string()>;
+
+    /// @param owner must outlive the connection, until it has been closed.
+    HttpConnectionC(asio::ip::tcp::socket socket, const HttpPatience& patience,
+                    HttpConnectionOwnerC& owner);
+
+    /// Begins to read; what has come already is read now.
+    void Start();
+    EStage Stage() const { return m_stage; }
+    const ServedRequest& Request() const { return m_reader.Request(); }
+    /// The body of the request, to keep; the request has none then.
+    std::string TakeBody() { return m_reader.TakeBody(); }
+    /// Whether the peer has closed its side, or is gone. May be asked on any thread.
+    bool HasGone() const;
+
+    /// Answers. Without effect when the connection has been closed meanwhile.
+    void Answer(const ServedAnswer& answer);
+    /// Answers with a stream of events, which goes on for as long as the peer is there. What waits
+    /// for the peer at this end is what `source` gave last, and 16 KiB of the system's.
+    ///
+    /// @param ended is called once the stream has ended.
+    void Stream(Source source, std::function<void()> ended);
+    /// Sends what the source of the stream has, unless something is being sent.
+    void Wake();
+    /// For how long the peer of the stream has taken nothing of what is being sent; 0 when nothing
+    /// is.
+    std::chrono::milliseconds Untaken() const;
+
+    /// How much memory is held for this connection alone, bytes.
+    std::size_t Held() const;
+    /// Closes at once.
+    void Close();
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void Limit(Clock::time_point until);
+    void WaitToRead();
+    void Read();
+    void Take(const char* bytes, std::size_t count);
+    void HeadHasCome();
+    void GoOnFrom(RequestReaderC::EStage read);
+    void Refuse(int status, const std::string& reason);
+    void Write();
+    void WaitToWrite();
+    void AllIsWritten();
+
+    asio::ip::tcp::socket m_socket;
+    asio::steady_timer m_timer;
+    HttpPatience m_patience;
+    HttpConnectionOwnerC& m_owner;
+    RequestReaderC m_reader;
+    EStage m_stage = EStage::Reading;
+    bool m_anythingCame = false;
+    bool m_isWaitingToRead = false;
+    std::string m_head; ///< of the answer; or what is being sent of the stream
+    ServedAnswer::Body m_body;
+    std::size_t m_sent = 0; ///< of both
+    std::size_t m_drained = 0;
+    Source m_source;
+    std::function<void()> m_ended;
+    bool m_isWriting = false;
+    Clock::time_point m_lastTaken; ///< or when the writing began
+    mutable std::mutex m_closing;  ///< the socket is closed, and looked at from elsewhere, under it
+    bool m_isClosed = false;       ///< guarded by m_closing
+};
+
+/// Writes {"error": reason} as an answer.
+ServedAnswer RefusalOf(int status, const std::string& reason);
+
+#endif

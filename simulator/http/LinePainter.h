@@ -1,0 +1,53 @@
+#ifndef KESTROVE_SIMULATOR_HTTP_LINEPAINTER_H
+#define KESTROVE_SIMULATOR_HTTP_LINEPAINTER_H
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "simulator/http/LineDrawing.h"
+#include "simulator/http/LineEvent.h"
+
+/// Draws the line and the passes around the machine, each pass once, and no more bytes a second
+/// than a viewer's link is to carry: a machine that crosses a field of long curves comes to new
+/// passes faster than they could be sent. The followed pass comes first, then the line, then the
+/// nearest.
+///
+/// Thread safety: none.
+class LinePainterC
+{
+public:
+    using TimePoint = std::chrono::steady_clock::time_point;
+
+    /// How many bytes of points there are a second, over a longer time.
+    static constexpr double kBytesASecond = 12000.0;
+    /// How many of them may be saved up.
+    static constexpr double kMostSavedBytes = 60000.0;
+
+    /// Has another drawing made, in place of the one before.
+    void Take(LineDrawing drawing);
+    /// Draws what is missing, as far as the bytes go.
+    ///
+    /// @return when to go on; nothing when all is drawn.
+    std::optional<TimePoint> Draw(TimePoint now);
+    /// What is drawn by now.
+    LinePicturePtr Picture() const;
+
+private:
+    struct Wanted;
+
+    bool BelongsToPicture(const LineDrawing& drawing) const;
+    std::vector<int> WantedPasses() const;
+    std::vector<Point> PointsOf(int pass) const;
+
+    std::optional<LineDrawing> m_drawing;
+    std::uint64_t m_number = 0;
+    std::map<int, std::shared_ptr<const std::string>> m_drawn; ///< of the present picture
+    double m_savedBytes = kMostSavedBytes;
+    std::optional<TimePoint> m_lastDraw;
+};
+
+#endif

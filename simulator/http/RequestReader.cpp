@@ -1,0 +1,78 @@
+#include "simulator/http/RequestReader.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+#include <boost/asio/buffer.hpp>
+#include <boost/beast/http/empty_body.hpp>
+#include <boost/beast/http/parser.hpp>
+
+namespace http = boost::beast::http;
+
+struct RequestReaderC::Parser
+{
+    http::request_parser<http::empty_body> head;
+};
+
+RequestReaderC::RequestReaderC() : m_parser(std::make_unique<Parser>())
+{
+    m_parser->head.header_limit(kMostHeadBytes);
+    // Whether a body is too long is decided by whoever looks at the head.
+    m_parser->head.body_limit(std::numeric_limits<std::uint64_t>::max());
+}
+
+RequestReaderC::~RequestReaderC() = default;
+
+RequestReaderC::EStage RequestReaderC::Take(const char* bytes, std::size_t count)
+{
+    if (m_stage == EStage::Head || m_stage == EStage::Headed) {
+        m_pending.append(bytes, count);
+        m_stage = m_stage == EStage::Head ? ReadHead() : EStage::Headed;
+    } else if (m_stage == EStage::Body) {
+        std::string& body = m_request.body;
+        body.append(bytes, std::min(count, m_bodyBytes - body.size()));
+        m_stage = body.size() < m_bodyBytes ? EStage::Body : EStage::Whole;
+    }
+    return m_stage;
+}
+
+RequestReaderC::EStage RequestReaderC::ReadHead()
+{
+    boost::system::error_code error;
+    const std::size_t used = m_parser->head.put(boost::asio::buffer(m_pending), error);
+    m_pending.erase(0, used);
+    if (error == http::error::header_limit) {
+        return EStage::HeadTooLong;
+    }
+    if (error && error != http::error::need_more) {
+        return EStage::Malformed;
+    }
+    if (!m_parser->head.is_header_done()) {
+        return EStage::Head;
+    }
+    KeepHead();
+    return EStage::Headed;
+}
+
+void RequestReaderC::KeepHead()
+{
+    const auto& head = m_parser->head.get();
+    m_request.method = std::string(head.method_string());
+    m_request.path = std::string(head.target());
+    m_request.path.resize(std::min(m_request.path.size(), m_request.path.find('?')));
+    for (const auto& field : head) {
+        m_request.headers.emplace_back(LowerCase(std::string(field.name_string())),
+                                       std::string(field.value()));
+    }
+    m_bodyBytes = static_cast<std::size_t>(m_parser->head.content_length().value_or(0));
+    m_parser.reset();
+}
+
+RequestReaderC::EStage RequestReaderC::ReadBody()
+{
+    m_stage = EStage::Body;
+    std::string pending;
+    pending.swap(m_pending);
+    return Take(pending.data(), pending.size());
+}

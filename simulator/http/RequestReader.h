@@ -1,0 +1,57 @@
+#ifndef KESTROVE_SIMULATOR_HTTP_REQUESTREADER_H
+#define KESTROVE_SIMULATOR_HTTP_REQUESTREADER_H
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "simulator/http/ServedRequest.h"
+
+/// Makes a request of the bytes that arrive, in pieces of any length. The head is read by a
+/// library, the body is what its length announces.
+///
+/// Thread safety: none.
+class RequestReaderC
+{
+public:
+    /// The longest head, bytes.
+    static constexpr std::size_t kMostHeadBytes = 16 * 1024;
+
+    enum class EStage
+    {
+        Head,   ///< the head has not come whole
+        Headed, ///< the head has; nothing of the body is taken before ReadBody()
+        Body,   ///< the body has not come whole
+        Whole,
+        Malformed,   ///< no request, or one whose length is ambiguous
+        HeadTooLong, ///< more than kMostHeadBytes
+    };
+
+    RequestReaderC();
+    ~RequestReaderC();
+
+    /// Takes bytes in. Those after the end of the request are left out.
+    EStage Take(const char* bytes, std::size_t count);
+    /// Goes on to the body after the head.
+    EStage ReadBody();
+    const ServedRequest& Request() const { return m_request; }
+    /// The body, to keep; the request has none then.
+    std::string TakeBody() { return std::exchange(m_request.body, {}); }
+    /// How much memory is held, bytes.
+    std::size_t Held() const { return m_pending.capacity() + m_request.body.capacity(); }
+
+private:
+    struct Parser;
+
+    EStage ReadHead();
+    void KeepHead();
+
+    std::unique_ptr<Parser> m_parser;
+    std::string m_pending; ///< what the parser has not used yet
+    ServedRequest m_request;
+    std::size_t m_bodyBytes = 0;
+    EStage m_stage = EStage::Head;
+};
+
+#endif

@@ -1,0 +1,60 @@
+#ifndef KESTROVE_SIMULATOR_HTTP_VIEWERS_H
+#define KESTROVE_SIMULATOR_HTTP_VIEWERS_H
+
+#include <chrono>
+#include <cstddef>
+#include <list>
+#include <memory>
+#include <string>
+
+#include <asio/io_context.hpp>
+#include <asio/steady_timer.hpp>
+
+#include "simulator/http/EventFeed.h"
+#include "simulator/http/HttpConnection.h"
+
+/// Those who view the page: sends each the events that are new to it, at its own pace.
+///
+/// There are places for a few. When all are taken, and another comes, one that has taken nothing
+/// for some time gives way, or else the one that has been there longest, if that is long enough:
+/// whether anybody reads at the other end cannot be known here, and no page is to be locked out for
+/// good.
+///
+/// Thread safety: none; lives on the thread that runs the loop.
+class ViewersC
+{
+public:
+    struct Rules
+    {
+        std::size_t most;                    ///< viewers
+        std::chrono::milliseconds heartbeat; ///< of silence, before a viewer is sent a comment
+        std::chrono::milliseconds slow;      ///< without taking anything, before it gives way
+        std::chrono::milliseconds old;       ///< of viewing, before it gives way
+    };
+
+    /// @param loop, feed must outlive this object.
+    ViewersC(asio::io_context& loop, EventFeedC& feed, const Rules& rules);
+
+    /// Starts to keep the time.
+    void Start();
+    /// Answers a connection with the events, or with the reason why not.
+    void Add(const std::shared_ptr<HttpConnectionC>& connection);
+    /// Sends what is new.
+    void Wake();
+
+private:
+    using Clock = std::chrono::steady_clock;
+    struct Viewer;
+    using ViewerPtr = std::shared_ptr<Viewer>;
+
+    void WaitForTick();
+    void MakeRoom();
+    std::string Next(Viewer& viewer);
+
+    EventFeedC& m_feed;
+    Rules m_rules;
+    asio::steady_timer m_timer;
+    std::list<ViewerPtr> m_viewers; ///< the first to have come first
+};
+
+#endif

@@ -1,0 +1,365 @@
+// An oracle over what a receiver may send: orders of a burst, rates, places of joining, losses,
+// repetitions. Every value in a sentence is the number of its epoch, so that a value in the sample
+// of another epoch is seen.
+
+#include "tools/navctl/feed/NmeaEpochs.h"
+
+#include <algorithm>
+#include <functional>
+
+#include <gtest/gtest.h>
+
+#include "tests/navctl/files/NmeaStream.h"
+
+namespace {
+
+constexpr int kEpochs = 20;
+/// Until when the period and the order are learned from the beginning, and anew.
+constexpr int kEpochsToLearn = 8;
+constexpr int kEpochsToLearnAnew = 4;
+/// The epoch in which a disturbance begins.
+constexpr int kDisturbed = 10;
+
+using Events = std::vector<StreamEvent>;
+using T = ENmeaType;
+
+/// A receiver, how its sentences come, and what is known of it.
+struct Scene
+{
+    Burst burst;
+    std::int64_t period = 100;
+    EPace pace = EPace::File;
+    std::optional<ENmeaType> burstBeginsWith;
+
+    std::string Name() const
+    {
+        std::string name = pace == EPace::File     ? "file"
+                           : pace == EPace::Bursts ? "bursts"
+                                                   : "evenly spread";
+        for (const StreamSentence& sentence : burst) {
+            name += std::string(" ") + sentence.talker + NameOf(sentence.type);
+        }
+        return name + " every " + std::to_string(period) + " ms" +
+               (burstBeginsWith ? ", order told" : "");
+    }
+};
+
+bool MarksTime(const StreamSentence& sentence)
+{
+    return HasTime(sentence.type) && sentence.type != T::Pashr;
+}
+
+/// Whether a sentence stands between two with a time, so that its epoch is certain at once.
+bool IsEnclosed(const Burst& burst, std::size_t place)
+{
+    const auto here = burst.begin() + static_cast<std::ptrdiff_t>(place);
+    return std::any_of(burst.begin(), here, MarksTime) &&
+           std::any_of(here + 1, burst.end(), MarksTime);
+}
+
+/// Whether the order was told, by a type that comes once in a burst.
+bool TellsItsBeginning(const Scene& scene)
+{
+    return std::count_if(scene.burst.begin(), scene.burst.end(),
+                         [&scene](const StreamSentence& sentence) {
+                             return sentence.type == scene.burstBeginsWith;
+                         }) == 1;
+}
+
+/// Whether the epoch of a sentence can be told at all.
+bool CanBeCertain(const Scene& scene, std::size_t place)
+{
+    return HasTime(scene.burst[place].type) || IsEnclosed(scene.burst, place) ||
+           scene.pace == EPace::Bursts || TellsItsBeginning(scene);
+}
+
+/// What holds whatever happens: no value of another epoch, one sample an epoch, everything counted.
+bool IsSound(const Events& events, const Outcome& outcome, const std::string& name)
+{
+    std::uint64_t read = 0;
+    for (const StreamEvent& event : events) {
+        read += event.isDamaged ? 0 : 1;
+    }
+    bool isSound = true;
+    std::vector<int> epochs;
+    for (const Outcome::Sent& sent : outcome.sent) {
+        const std::string foreign = ForeignValues(sent.sample, sent.epoch);
+        if (!foreign.empty()) {
+            ADD_FAILURE() << name << ": epoch " << sent.epoch << " holds" << foreign;
+            isSound = false;
+        }
+        if (std::count(epochs.begin(), epochs.end(), sent.epoch) != 0) {
+            ADD_FAILURE() << name << ": a second sample of epoch " << sent.epoch;
+            isSound = false;
+        }
+        epochs.push_back(sent.epoch);
+    }
+    if (read != outcome.sources + outcome.leftOut.Total()) {
+        ADD_FAILURE() << name << ": " << read << " read, " << outcome.sources << " in samples, "
+                      << outcome.leftOut.Total() << " left out";
+        isSound = false;
+    }
+    return isSound;
+}
+
+/// What an epoch that nothing has disturbed must hold.
+bool IsComplete(const Scene& scene, const Outcome& outcome, int epoch, bool isLearned,
+                const std::string& name)
+{
+    const Outcome::Sent* const sent = outcome.Find(epoch);
+    if (sent == nullptr) {
+        ADD_FAILURE() << name << ": no sample of epoch " << epoch;
+        return false;
+    }
+    for (std::size_t i = 0; i < scene.burst.size(); ++i) {
+        const ENmeaType type = scene.burst[i].type;
+        const bool tells = type != T::Zda && type != T::Gll && scene.burst[i].hasFix;
+        const bool isAtOnce = HasTime(type) || IsEnclosed(scene.burst, i);
+        if (tells && CanBeCertain(scene, i) && (isLearned || isAtOnce) &&
+            !ValueOf(type, sent->sample)) {
+            ADD_FAILURE() << name << ": epoch " << epoch << " lacks " << NameOf(type);
+            return false;
+        }
+        if (tells && !CanBeCertain(scene, i) && ValueOf(type, sent->sample)) {
+            ADD_FAILURE() << name << ": epoch " << epoch << " guesses " << NameOf(type);
+            return false;
+        }
+    }
+    return true;
+}
+
+/// A live sample goes out before the next burst has ended; where the order is known, with the last
+/// sentence of its own.
+bool IsInTime(const Scene& scene, const Events& events, const Outcome& outcome, int epoch,
+              bool isLearned, const std::string& name)
+{
+    const Outcome::Sent* const sent = outcome.Find(epoch);
+    if (scene.pace == EPace::File || sent == nullptr) {
+        return true;
+    }
+    const int last = isLearned && scene.pace == EPace::Bursts ? epoch : epoch + 1;
+    const bool isLate = sent->atEvent < events.size() ? events[sent->atEvent].epoch > last
+                                                      : events.back().epoch > last;
+    if (isLate) {
+        ADD_FAILURE() << name << ": epoch " << epoch << " goes out late";
+    }
+    return !isLate;
+}
+
+/// Feeds a stream and judges it.
+///
+/// @param first,last the epochs that a disturbance touches.
+void Judge(const Scene& scene, const Events& events, int first, int last, const std::string& what)
+{
+    const std::string name = scene.Name() + ", " + what;
+    const Outcome outcome = Feed(events, scene.period, scene.burstBeginsWith);
+    if (!IsSound(events, outcome, name)) {
+        return;
+    }
+    for (int epoch = 2; epoch < kEpochs; ++epoch) {
+        const bool isDisturbed = epoch >= first - 1 && epoch <= last + 1;
+        const bool isLearned =
+            epoch >= kEpochsToLearn && (epoch < first - 1 || epoch > last + kEpochsToLearnAnew);
+        if (!isDisturbed && (!IsComplete(scene, outcome, epoch, isLearned, name) ||
+                             !IsInTime(scene, events, outcome, epoch, isLearned, name))) {
+            return;
+        }
+    }
+}
+
+std::size_t PlaceOfEpoch(const Events& events, int epoch)
+{
+    const auto found =
+        std::find_if(events.begin(), events.end(),
+                     [epoch](const StreamEvent& event) { return event.epoch == epoch; });
+    return static_cast<std::size_t>(found - events.begin());
+}
+
+Events Without(Events events, std::size_t place, std::size_t count)
+{
+    const auto from = events.begin() + static_cast<std::ptrdiff_t>(place);
+    events.erase(from, from + static_cast<std::ptrdiff_t>(count));
+    return events;
+}
+
+/// A piece of the stream once more, while the receiver rests.
+Events Repeated(Events events, std::size_t place, std::size_t count)
+{
+    const auto from = events.begin() + static_cast<std::ptrdiff_t>(place);
+    Events piece(from, from + static_cast<std::ptrdiff_t>(count));
+    const std::optional<double> arrival = piece.back().part.arrival;
+    for (StreamEvent& event : piece) {
+        event.part.arrival = arrival;
+    }
+    events.insert(from + static_cast<std::ptrdiff_t>(count), piece.begin(), piece.end());
+    return events;
+}
+
+/// Joins, loses, damages and repeats everywhere in a burst.
+///
+/// @param lengths how many sentences are lost in one piece.
+/// @param losesTwice any two sentences of two neighbouring bursts are lost as well.
+void Disturb(const Scene& scene, const std::vector<std::size_t>& lengths, bool losesTwice)
+{
+    const Events whole = StreamOf(scene.burst, kEpochs, scene.period, scene.pace);
+    Judge(scene, whole, 0, 0, "whole");
+    const std::size_t begin = PlaceOfEpoch(whole, kDisturbed);
+    for (std::size_t i = 0; i < scene.burst.size(); ++i) {
+        const std::string place = " at " + std::to_string(i);
+        Judge(scene, Without(whole, 0, i), 0, 1, "joined" + place);
+        for (const std::size_t length : lengths) {
+            const int last = whole[begin + i + length - 1].epoch;
+            const std::string lost = std::to_string(length) + place;
+            Judge(scene, Without(whole, begin + i, length), kDisturbed, last, "lost " + lost);
+        }
+        Events damaged = whole;
+        damaged[begin + i].isDamaged = true;
+        Judge(scene, damaged, kDisturbed, kDisturbed, "damaged" + place);
+        Judge(scene, Repeated(whole, begin, i + 1), kDisturbed, kDisturbed, "repeated to" + place);
+        for (std::size_t j = i; losesTwice && j < 2 * scene.burst.size(); ++j) {
+            Judge(scene, Without(Without(whole, begin + i, 1), begin + j, 1), kDisturbed,
+                  kDisturbed + 1, "lost" + place + " and at " + std::to_string(j));
+        }
+    }
+    const std::size_t two = PlaceOfEpoch(whole, kDisturbed + 2) - begin;
+    Judge(scene, Repeated(whole, begin, two), kDisturbed, kDisturbed + 2, "two repeated");
+}
+
+/// Every order of the sentences.
+void ForEachOrder(Burst burst, const std::function<void(const Burst&)>& test)
+{
+    std::vector<std::size_t> order(burst.size());
+    for (std::size_t i = 0; i < order.size(); ++i) {
+        order[i] = i;
+    }
+    do {
+        Burst permuted;
+        for (const std::size_t place : order) {
+            permuted.push_back(burst[place]);
+        }
+        test(permuted);
+    } while (std::next_permutation(order.begin(), order.end()) && !testing::Test::HasFailure());
+}
+
+const std::vector<EPace> kPaces{EPace::File, EPace::Bursts, EPace::EvenlySpread};
+
+void DisturbAllOrders(const Burst& burst, const std::vector<std::int64_t>& periods,
+                      const std::vector<std::size_t>& lengths, bool losesTwice = true)
+{
+    ForEachOrder(burst, [&](const Burst& order) {
+        for (const std::int64_t period : periods) {
+            for (const EPace pace : kPaces) {
+                Disturb({order, period, pace, std::nullopt}, lengths, losesTwice);
+            }
+        }
+        Disturb({order, periods.front(), EPace::File, order.front().type}, lengths, losesTwice);
+    });
+}
+
+} // namespace
+
+TEST(NmeaEpochs, GiveNoSampleAValueOfAnotherEpochInAnyOrderOfAShortBurstAtAnyRate)
+{
+    // Up to two bursts and a bit are lost in one piece.
+    DisturbAllOrders({{T::Hdt}, {T::Gga}, {T::Vtg}}, {1000, 500, 333, 200, 100, 50},
+                     {1, 2, 3, 4, 5, 6, 7}, false);
+}
+
+TEST(NmeaEpochs, GiveNoSampleAValueOfAnotherEpochWithTwoTimesInABurst)
+{
+    DisturbAllOrders({{T::Hdt}, {T::Gga}, {T::Rmc}, {T::Vtg}}, {50}, {1, 2, 3, 4, 5, 9});
+}
+
+TEST(NmeaEpochs, GiveNoSampleAValueOfAnotherEpochInALongBurst)
+{
+    ForEachOrder({{T::Hdt}, {T::Gga}, {T::Gst}, {T::Vtg}, {T::Rot}}, [](const Burst& order) {
+        for (const EPace pace : {EPace::File, EPace::Bursts}) {
+            Disturb({order, 100, pace, std::nullopt}, {6}, false);
+        }
+    });
+}
+
+TEST(NmeaEpochs, GiveNoSampleAValueOfAnotherEpochWithAnAttitudeThatHasItsOwnTime)
+{
+    DisturbAllOrders({{T::Pashr}, {T::Gga}, {T::Vtg}}, {1000, 50}, {1, 2, 3, 4});
+}
+
+TEST(NmeaEpochs, TakeTheTalkerThatHasAFix)
+{
+    DisturbAllOrders({{T::Gga}, {T::Gga, "GL", false}, {T::Vtg}, {T::Hdt}}, {100}, {});
+}
+
+TEST(NmeaEpochs, KeepTheirValuesApartWhenASentenceComesInEverySecondEpoch)
+{
+    DisturbAllOrders({{T::Hdt}, {T::Gga}, {T::Vtg}, {T::Zda, "GP", true, 2}}, {500}, {1, 2, 3, 4});
+}
+
+TEST(NmeaEpochs, GiveNoValueOfATimeThatIsNotTold)
+{
+    // Heading and speed come twice as often as the position, and one of them is lost.
+    ForEachOrder({{T::Hdt}, {T::Gga, "GP", true, 2}, {T::Vtg}, {T::Zda, "GP", true, 2}},
+                 [](const Burst& order) {
+                     for (const EPace pace : kPaces) {
+                         const Scene scene{order, 100, pace, std::nullopt};
+                         const Events whole = StreamOf(order, kEpochs, scene.period, pace);
+                         for (std::size_t i = 0; i < whole.size(); ++i) {
+                             const Events events = Without(whole, i, 1);
+                             IsSound(events, Feed(events, scene.period),
+                                     scene.Name() + ", lost " + std::to_string(i));
+                         }
+                     }
+                 });
+}
+
+TEST(NmeaEpochs, ComeOutOfAColdStart)
+{
+    const Burst burst{{T::Hdt}, {T::Gga}, {T::Vtg}, {T::Rmc}};
+    ForEachOrder(burst, [&burst](const Burst& order) {
+        for (const EPace pace : kPaces) {
+            const Scene scene{order, 50, pace, std::nullopt};
+            const Events whole = StreamOf(order, 2 * kEpochs, scene.period, pace);
+            // The first time may be told by any sentence, and the position come later.
+            for (std::size_t cold = 0; cold < 3 * burst.size(); ++cold) {
+                Events events = whole;
+                for (std::size_t i = 0; i < cold + burst.size(); ++i) {
+                    events[i].part.report.latitude.reset();
+                    events[i].part.report.longitude.reset();
+                    events[i].part.report.fixQuality = 0;
+                    if (i < cold) {
+                        events[i].part.report.timeOfDay.reset();
+                    }
+                }
+                const std::string name = scene.Name() + ", cold " + std::to_string(cold);
+                const Outcome outcome = Feed(events, scene.period);
+                IsSound(events, outcome, name);
+                for (int epoch = kEpochsToLearn + 4; epoch < kEpochs; ++epoch) {
+                    IsComplete(scene, outcome, epoch, true, name);
+                }
+            }
+        }
+    });
+}
+
+TEST(NmeaEpochs, LearnAnOrderAnewThatChanges)
+{
+    const Burst burst{{T::Hdt}, {T::Gga}, {T::Vtg}};
+    ForEachOrder(burst, [&burst](const Burst& before) {
+        ForEachOrder(burst, [&before](const Burst& after) {
+            for (const EPace pace : {EPace::Bursts, EPace::EvenlySpread}) {
+                Events events = StreamOf(before, 2 * kEpochs, 100, EPace::Bursts);
+                const Events changed = StreamOf(after, 2 * kEpochs, 100, pace);
+                events = Without(events, events.size() / 2, events.size() / 2);
+                events.insert(events.end(),
+                              changed.begin() + static_cast<std::ptrdiff_t>(changed.size() / 2),
+                              changed.end());
+                const Scene scene{after, 100, pace, std::nullopt};
+                const std::string name = scene.Name() + " instead";
+                const Outcome outcome = Feed(events, scene.period);
+                IsSound(events, outcome, name);
+                for (int epoch = kEpochs + kEpochsToLearn; epoch < 2 * kEpochs; ++epoch) {
+                    IsComplete(scene, outcome, epoch, true, name);
+                }
+            }
+        });
+    });
+}

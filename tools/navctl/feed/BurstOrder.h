@@ -1,0 +1,72 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_FEED_BURSTORDER_H
+#define KESTROVE_TOOLS_NAVCTL_FEED_BURSTORDER_H
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+/// What distinguishes the sentences of a burst: talker and type, and of GSA the system.
+using NmeaKind = std::uint32_t;
+
+/// Where in the burst of a receiver its sentences without a time stand: behind or before each kind
+/// that has one.
+///
+/// A place counts as known once it was shown three times without having been shown otherwise. One
+/// that contradicts starts the count again, so an order that has changed is learned anew.
+class CBurstOrder
+{
+public:
+    /// A place that is known.
+    struct Place
+    {
+        bool isBehind = false;
+        bool isByPauseAlone = false; ///< only pauses of the stream have shown it
+    };
+
+    /// Takes in where a sentence without a time stood.
+    ///
+    /// @param isBehind it came behind the other, in one burst; otherwise before it.
+    /// @param isByPause a pause has shown it, and not sentences of one time around it.
+    void Show(NmeaKind untimed, NmeaKind timed, bool isBehind, bool isByPause);
+
+    /// Where a sentence stands; nothing when it is not known.
+    std::optional<Place> PlaceOf(NmeaKind untimed, NmeaKind timed) const;
+
+    /// Forgets everything about a kind without a time.
+    void Forget(NmeaKind untimed);
+
+private:
+    struct Entry
+    {
+        NmeaKind untimed;
+        NmeaKind timed;
+        Place place;
+        int timesShown;
+    };
+
+    std::vector<Entry> m_entries;
+};
+
+/// The distance between the times of a stream, learned from steps that repeat.
+class CEpochPeriod
+{
+public:
+    /// Takes in the step from one time to the next, milliseconds.
+    void Learn(std::int64_t step);
+
+    /// Whether a step leads to the very next time, so that none is missing in between. False while
+    /// the period is not known.
+    bool IsOneStep(std::int64_t step) const { return m_period > 0 && IsNear(step, m_period); }
+
+    /// Seconds; 0 while it is not known.
+    double Seconds() const { return static_cast<double>(m_period) / 1000.0; }
+
+private:
+    static bool IsNear(std::int64_t step, std::int64_t period);
+
+    std::int64_t m_period = 0;
+    std::int64_t m_candidate = 0;
+    int m_timesSeen = 0;
+};
+
+#endif
