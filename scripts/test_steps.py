@@ -15,12 +15,20 @@ from pathlib import Path
 SKIPPED = 77
 LINES_OF_A_FAILURE = 60
 CLOSING_LINE = re.compile(r"^\d+% tests passed.*$", re.MULTILINE)
+SKIPPED_TEST = re.compile(r"^\s+\d+ - (\S+) \(Skipped\)$", re.MULTILINE)
 
 
 def end(process):
     """Ends a process with its children, unless it has ended."""
     if process.poll() is None:
         os.killpg(process.pid, signal.SIGTERM)
+
+
+def told_by_ctest(text):
+    """CTest's closing line, and the tests that were skipped."""
+    skipped = SKIPPED_TEST.findall(text)
+    return CLOSING_LINE.findall(text)[-1:] + (
+        [f"{len(skipped)} skipped: {', '.join(skipped)}"] if skipped else [])
 
 
 @dataclass
@@ -107,8 +115,8 @@ class Run:
             status = process.wait()
         step.seconds = time.monotonic() - start
         text = log.read_text(encoding="utf-8", errors="replace")
-        closing, lines = CLOSING_LINE.findall(text), text.strip().splitlines()
-        step.told += closing[-1:]
+        lines = text.strip().splitlines()
+        step.told += told_by_ctest(text)
         if status == 0:
             step.result = "passed"
         elif status == SKIPPED:

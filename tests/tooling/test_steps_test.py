@@ -34,12 +34,13 @@ class Steps(unittest.TestCase):
 
     def test_that_pass_give_0_with_their_seconds_and_closing_lines(self):
         closing = "100% tests passed, 0 tests failed out of 12"
-        code, text = self.run_steps(step("first", f"echo '{closing}'; echo more"),
+        skipped = "printf '\\t 7 - Page.drive (Skipped)\\n\\t81 - Python.typing (Skipped)\\n'"
+        code, text = self.run_steps(step("first", f"echo '{closing}'; {skipped}; echo more"),
                                     step("second", ":"))
         self.assertEqual(0, code, text)
         self.assertRegex(text, r"(?m)^first +\d+  passed$")
         self.assertRegex(text, r"(?m)^second +\d+  passed$")
-        self.assertIn(f"\nfirst: {closing}\n", text)
+        self.assertIn(f"\nfirst: {closing}\nfirst: 2 skipped: Page.drive, Python.typing\n", text)
         self.assertRegex(text, r"\n== passed in \d+ s\n\Z")
 
     def test_behind_one_that_fails_are_run_and_all_failures_are_listed(self):
@@ -127,7 +128,7 @@ class Environment(unittest.TestCase):
             [PROJECT / "scripts/clean-environment", "env"], stdout=subprocess.PIPE, text=True,
             check=True, env={
                 "PATH": "/nowhere:/usr/bin:/bin", "CXXFLAGS": "-O9", "PYTHONUNBUFFERED": "1",
-                "LANG": "de_DE", "HOME": "/nowhere", "DISPLAY": ":0"}).stdout
+                "LANG": "de_DE", "HOME": "/elsewhere", "DISPLAY": ":0"}).stdout
         names = {line.split("=")[0] for line in told.splitlines()}
         self.assertLessEqual(
             names, {"PATH", "HOME", "LANG", "GIT_CONFIG_COUNT", "GIT_CONFIG_KEY_0",
