@@ -124,11 +124,10 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     LogTapC log(limited.Sink());
     TrailC trail;
     std::optional<CSettingsSaver> saver;
-    const KeepSink keep = [&saver](const KeptValues& values) {
-        if (saver) {
-            saver->Keep(values);
-        }
-    };
+    KeepSink keep;
+    if (kept.file) {
+        keep = [&saver](const KeptValues& values) { saver->Keep(values); };
+    }
     ServiceLinkC link(loop,
                       {options.simulation, kept.values, keep,
                        options.httpPort ? trail.Sink() : EventSink(), log.Sink()},

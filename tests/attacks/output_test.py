@@ -23,11 +23,11 @@ REFUSED = b"set_lookahead_time refused"
 
 
 def send_refused():
-    """Sends notifications that leave a warning each, some thousands a second: this is about who
-    reads the warnings, not about how many messages are served."""
+    """Sends a thousand notifications a second that leave a warning each: this is about who reads
+    the warnings, not about how many messages are served."""
     with connect() as link:
         while True:
-            link.sendall(100 * BAD)
+            link.sendall(10 * BAD)
             time.sleep(0.01)
 
 
