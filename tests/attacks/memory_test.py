@@ -13,6 +13,7 @@ import unittest
 import msgpack
 
 from attack import MEBIBYTE, AttackTest, HonestClient, SimulatorUnderAttack, attackers, connect
+from navigation_service import DEADLINE_SECONDS
 
 ATTACK_SECONDS = 3.0
 BACK_SECONDS = 10.0
@@ -21,8 +22,7 @@ MOST_HELD = 256 * MEBIBYTE + 128 * MEBIBYTE
 MOST_KEPT = 32 * MEBIBYTE
 MOST_ELEMENTS = 4_194_304
 
-HEAD = msgpack.packb([2, "n"])[1:]
-HEAD = b"\x93" + HEAD
+HEAD = b"\x93" + msgpack.packb(2) + msgpack.packb("n")
 LIST = b"\xdd" + struct.pack(">I", MOST_ELEMENTS)
 DICTIONARY = b"\x91\xdf" + struct.pack(">I", MOST_ELEMENTS - 1)
 
@@ -187,9 +187,9 @@ class Memory(AttackTest):
 
     def test_ends_in_time_with_much_to_destroy(self):
         with SimulatorUnderAttack() as simulator:
+            before = simulator.resident_bytes()
             with attackers(unfinished("empty lists", size=1_000_000, connections=3)):
-                before = simulator.resident_bytes()
-                deadline = time.monotonic() + 30
+                deadline = time.monotonic() + DEADLINE_SECONDS
                 while simulator.resident_bytes() < before + 150 * MEBIBYTE:
                     self.assertLess(time.monotonic(), deadline)
                     time.sleep(0.02)  # between two looks
