@@ -46,7 +46,7 @@ struct Scene
 
 bool MarksTime(const StreamSentence& sentence)
 {
-    return HasTime(sentence.type) && sentence.type != T::Pashr;
+    return HasTime(sentence.type) && sentence.type != T::Pashr && sentence.every == 1;
 }
 
 /// Whether a sentence stands between two with a time, so that its epoch is certain at once.
@@ -71,6 +71,12 @@ bool CanBeCertain(const Scene& scene, std::size_t place)
 {
     return HasTime(scene.burst[place].type) || IsEnclosed(scene.burst, place) ||
            scene.pace == EPace::Bursts || TellsItsBeginning(scene);
+}
+
+bool IsAlwaysSame(const Scene& scene)
+{
+    return std::all_of(scene.burst.begin(), scene.burst.end(),
+                       [](const StreamSentence& sentence) { return sentence.every == 1; });
 }
 
 /// What holds whatever happens: no value of another epoch, one sample an epoch, everything counted.
@@ -120,7 +126,9 @@ bool IsComplete(const Scene& scene, const Outcome& outcome, int epoch, bool isLe
             ADD_FAILURE() << name << ": epoch " << epoch << " lacks " << NameOf(type);
             return false;
         }
-        if (tells && !CanBeCertain(scene, i) && ValueOf(type, sent->sample)) {
+        // A sentence that comes at times may show the order for those between.
+        if (tells && IsAlwaysSame(scene) && !CanBeCertain(scene, i) &&
+            ValueOf(type, sent->sample)) {
             ADD_FAILURE() << name << ": epoch " << epoch << " guesses " << NameOf(type);
             return false;
         }
@@ -137,7 +145,8 @@ bool IsInTime(const Scene& scene, const Events& events, const Outcome& outcome, 
     if (scene.pace == EPace::File || sent == nullptr) {
         return true;
     }
-    const int last = isLearned && scene.pace == EPace::Bursts ? epoch : epoch + 1;
+    const bool isKnown = isLearned && IsAlwaysSame(scene) && scene.pace == EPace::Bursts;
+    const int last = isKnown ? epoch : epoch + 1;
     const bool isLate = sent->atEvent < events.size() ? events[sent->atEvent].epoch > last
                                                       : events.back().epoch > last;
     if (isLate) {
@@ -156,10 +165,12 @@ void Judge(const Scene& scene, const Events& events, int first, int last, const 
     if (!IsSound(events, outcome, name)) {
         return;
     }
+    // What comes in every second epoch shows its place half as often.
+    const int slower = IsAlwaysSame(scene) ? 1 : 2;
     for (int epoch = 2; epoch < kEpochs; ++epoch) {
         const bool isDisturbed = epoch >= first - 1 && epoch <= last + 1;
-        const bool isLearned =
-            epoch >= kEpochsToLearn && (epoch < first - 1 || epoch > last + kEpochsToLearnAnew);
+        const bool isLearned = epoch >= kEpochsToLearn * slower &&
+                               (epoch < first - 1 || epoch > last + kEpochsToLearnAnew * slower);
         if (!isDisturbed && (!IsComplete(scene, outcome, epoch, isLearned, name) ||
                              !IsInTime(scene, events, outcome, epoch, isLearned, name))) {
             return;
