@@ -116,10 +116,13 @@ class ExitCodes(unittest.TestCase):
     def test_no_getter_is_ever_corrected_to_a_setter(self):
         _, listed = answer("operations")
         getters = [entry["command"] for entry in listed if entry["command"].startswith("get-")]
+        # Those that there are, and those of settings that nothing gives.
+        getters += ["get" + entry["command"][3:] for entry in listed
+                    if entry["command"].startswith("set-")]
         for getter in getters:
-            for wrong in (getter + "s", getter[:-1], getter[:-2], "g" + getter[2:], "gte" + getter[3:],
+            for wrong in (getter, getter + "s", getter[:-1], getter[:-2], "g" + getter[2:], "gte" + getter[3:],
                           getter.replace("-", "", 1), "ge" + getter[3:]):
-                result = navctl(wrong)
+                result = navctl("help", wrong)
                 if result.returncode == 2 and "did you mean" in result.stderr:
                     suggested = result.stderr.split("did you mean", 1)[1]
                     self.assertNotRegex(suggested, '"set|"reset', wrong)

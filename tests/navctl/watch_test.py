@@ -138,6 +138,14 @@ class Readers(unittest.TestCase):
                     self.assertEqual(("141", ""), (lines[-1], result.stderr))
                     self.assertEqual(2, len(lines))
 
+    def test_the_lightbar_ends_with_its_reader_where_there_is_no_service(self):
+        # Two lines come, that it waits and what for; the third never does.
+        shell = f'{shlex.quote(program())} watch --lightbar | head -1; echo "${{PIPESTATUS[0]}}"'
+        result = subprocess.run(["bash", "-c", shell], capture_output=True, text=True, timeout=60,
+                                check=False)
+        self.assertEqual((2, "141"), (len(result.stdout.splitlines()),
+                                      result.stdout.splitlines()[-1]))
+
     def test_a_reader_that_goes_is_a_failure_where_the_signal_is_ignored(self):
         with Simulator():
             shell = (f"trap '' PIPE; {shlex.quote(program())} watch --lightbar | head -1; "
