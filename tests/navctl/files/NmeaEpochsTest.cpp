@@ -35,6 +35,7 @@ struct Scene
     {
         std::string name = pace == EPace::File     ? "file"
                            : pace == EPace::Bursts ? "bursts"
+                           : pace == EPace::AtOnce ? "at once"
                                                    : "evenly spread";
         for (const StreamSentence& sentence : burst) {
             name += std::string(" ") + sentence.talker + NameOf(sentence.type);
@@ -263,6 +264,7 @@ void DisturbAllOrders(const Burst& burst, const std::vector<std::int64_t>& perio
                 Disturb({order, period, pace, std::nullopt}, lengths, losesTwice);
             }
         }
+        Disturb({order, periods.front(), EPace::AtOnce, std::nullopt}, lengths, false);
         Disturb({order, periods.front(), EPace::File, order.front().type}, lengths, losesTwice);
     });
 }

@@ -75,6 +75,9 @@ std::vector<StreamEvent> StreamOf(const Burst& burst, int epochs, std::int64_t p
                 const double within = pace == EPace::Bursts ? share / 3.0 : share;
                 event.part.arrival = (epoch + within) * static_cast<double>(period) / 1000.0;
             }
+            if (pace == EPace::AtOnce) {
+                event.part.arrival = 1e-5 * static_cast<double>(events.size());
+            }
             events.push_back(event);
         }
     }

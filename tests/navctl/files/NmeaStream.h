@@ -12,6 +12,7 @@ enum class EPace
     File,         ///< all there already
     Bursts,       ///< live, a burst in a third of the period, then a pause
     EvenlySpread, ///< live, without a pause
+    AtOnce,       ///< live, but much faster than measured: when something comes says nothing
 };
 
 /// A sentence of a receiver's burst.
