@@ -13,6 +13,18 @@ constexpr std::size_t kLeastToGiveBack = std::size_t{4} * 1024 * 1024;
 /// Giving back has the allocator to itself: it waits until nothing has been destroyed for so long.
 constexpr std::chrono::milliseconds kQuiet(1000);
 
+/// Has the system's allocator return large blocks to the system at once, whatever it has met
+/// before, and take its memory in larger steps, since each step waits for what is being returned.
+void SetUpAllocator()
+{
+    constexpr int kLeastOwnBlock = 256 * 1024;
+    constexpr int kStep = 1024 * 1024;
+    constexpr int kMostAtTheTop = 8 * kStep;
+    ::mallopt(M_MMAP_THRESHOLD, kLeastOwnBlock);
+    ::mallopt(M_TOP_PAD, kStep);
+    ::mallopt(M_TRIM_THRESHOLD, kMostAtTheTop);
+}
+
 /// Whoever has the process's signals to handle is not this thread.
 void BlockSignals(sigset_t& before)
 {
@@ -59,6 +71,7 @@ void DisposerC::HandOver(std::shared_ptr<void> thing, std::size_t bytes)
 void DisposerC::StartThread()
 {
     if (!m_thread.joinable()) {
+        SetUpAllocator();
         sigset_t before;
         BlockSignals(before);
         m_thread = std::thread([this] { Run(); });

@@ -15,8 +15,9 @@
 /// Destroys what is large on a thread of its own, so that a loop does not wait for it, and gives
 /// the memory back to the system once there is nothing more to destroy.
 ///
-/// The thread begins with the first thing that is handed over; a service that meets nothing large
-/// has none. Thread safety: used from one thread.
+/// The thread begins with the first thing that is handed over, and the process's allocator is then
+/// told to return large blocks at once; a service that meets nothing large has neither. Thread
+/// safety: used from one thread.
 class DisposerC
 {
 public:

@@ -188,9 +188,9 @@ class Memory(AttackTest):
     def test_ends_in_time_with_much_to_destroy(self):
         with SimulatorUnderAttack() as simulator:
             before = simulator.resident_bytes()
-            with attackers(unfinished("empty lists", size=1_000_000, connections=3)):
+            with attackers(unfinished("doubles", size=31 * MEBIBYTE, connections=3)):
                 deadline = time.monotonic() + DEADLINE_SECONDS
-                while simulator.resident_bytes() < before + 150 * MEBIBYTE:
+                while simulator.resident_bytes() < before + 120 * MEBIBYTE:
                     self.assertLess(time.monotonic(), deadline)
                     time.sleep(0.02)  # between two looks
                 self.assert_ends_in_time(simulator)
