@@ -11,8 +11,8 @@ import tempfile
 import time
 import unittest
 
-from navctl_files import (CountingService, coordinate, field_data, moment, navctl, navctl_json, on_terminal,
-                          sentence)
+from navctl_files import (CountingService, Pace, coordinate, field_data, moment, navctl, navctl_json,
+                          on_terminal, sentence)
 from navigation_service import DEADLINE_SECONDS, Client, Simulator, wait_for
 
 SAMPLES = 100000
