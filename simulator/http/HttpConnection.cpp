@@ -10,6 +10,7 @@
 #include <asio/error.hpp>
 
 #include "simulator/http/PageValues.h"
+#include "simulator/http/PeersWindow.h"
 
 namespace {
 
@@ -21,6 +22,8 @@ constexpr std::size_t kReadBytes = 16 * 1024;
 constexpr int kReadsPerTurn = 16;
 // The system doubles it.
 constexpr int kSendBufferOfAStream = 8 * 1024;
+// Of the widest window.
+constexpr std::size_t kNarrowedBy = 32;
 
 const char* ReasonOf(int status)
 {
@@ -337,6 +340,13 @@ std::chrono::milliseconds HttpConnectionC::Untaken() const
 {
     const auto since = m_isWriting ? Clock::now() - m_lastTaken : Clock::duration(0);
     return std::chrono::duration_cast<std::chrono::milliseconds>(since);
+}
+
+bool HttpConnectionC::Lags()
+{
+    const std::size_t window = PeersWindow(m_socket.native_handle());
+    m_widestWindow = std::max(m_widestWindow, window);
+    return m_widestWindow - window > m_widestWindow / kNarrowedBy;
 }
 
 void HttpConnectionC::Close()

@@ -94,6 +94,10 @@ public:
     /// is.
     std::chrono::milliseconds Untaken() const;
 
+    /// Whether the peer's system has much for the peer that it has not read: the window that it
+    /// grants is narrower than it was. To be asked again and again.
+    bool Lags();
+
     /// How much memory is held for this connection alone, bytes.
     std::size_t Held() const;
     /// Closes at once.
@@ -129,8 +133,9 @@ private:
     std::function<void()> m_ended;
     bool m_isWriting = false;
     Clock::time_point m_lastTaken; ///< or when the writing began
-    mutable std::mutex m_closing;  ///< the socket is closed, and looked at from elsewhere, under it
-    bool m_isClosed = false;       ///< guarded by m_closing
+    std::size_t m_widestWindow = 0;
+    mutable std::mutex m_closing; ///< the socket is closed, and looked at from elsewhere, under it
+    bool m_isClosed = false;      ///< guarded by m_closing
 };
 
 /// Writes {"error": reason} as an answer.

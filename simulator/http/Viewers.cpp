@@ -92,9 +92,13 @@ void ViewersC::Add(const std::shared_ptr<HttpConnectionC>& connection)
 
 std::string ViewersC::Next(Viewer& viewer)
 {
+    const Clock::time_point now = Clock::now();
+    // What has been sent to one that does not read is the past when it does.
+    if (viewer.connection->Lags() && now - viewer.lastSent < m_rules.heartbeat) {
+        return {};
+    }
     std::string text = viewer.greeted ? m_feed.Take(viewer.seen) : "retry: 1000\n\n";
     viewer.greeted = true;
-    const Clock::time_point now = Clock::now();
     if (text.empty() && now - viewer.lastSent >= m_rules.heartbeat) {
         text = ": heartbeat\n\n";
     }

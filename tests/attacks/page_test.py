@@ -16,6 +16,7 @@ PAGE_PORT = 8010
 ATTACK_SECONDS = 2.0
 COMMAND_SECONDS = 1.0
 MOST_OLD_STATES = 300
+MOST_THREADS = 12  # whoever comes
 
 HOST = f"Host: localhost:{PAGE_PORT}\r\n"
 GET = f"GET / HTTP/1.1\r\n{HOST}\r\n".encode()
@@ -160,11 +161,10 @@ class Page(AttackTest):
     def hold_out(self, *attacks):
         """What must hold under the attacks."""
         with PageUnderAttack() as simulator:
-            threads = simulator.threads()
             with HonestClient() as honest, HonestEcho() as echo, attackers(*attacks):
                 time.sleep(0.5)  # until the attack is on
                 waits = self.disengages(time.monotonic() + ATTACK_SECONDS)
-                self.assertEqual(threads, simulator.threads())
+                self.assertLess(simulator.threads(), MOST_THREADS)
                 echo.seconds()
             self.assertLess(waits[-1], COMMAND_SECONDS + echo.longest, f"of {len(waits)} commands")
             self.assert_untroubled(honest.report)
