@@ -42,14 +42,16 @@ void ServerConnectionC::Start()
 
 void ServerConnectionC::Read()
 {
-    if (!m_open) {
+    if (!m_open || m_isReading || IsWaitingFull()) {
         return;
     }
+    m_isReading = true;
     std::size_t room = 0;
     char* const space = m_decoder.Space(room);
     m_socket.async_read_some(
         asio::buffer(space, std::min(room, kReadPortion)),
         [self = shared_from_this()](const asio::error_code& error, std::size_t count) {
+            self->m_isReading = false;
             if (!self->m_open) {
                 return;
             }
@@ -88,16 +90,51 @@ void ServerConnectionC::ServeArrived()
     if (served < kMessagesPerTurn) {
         Read();
     } else {
-        asio::post(m_socket.get_executor(), [self = shared_from_this()] { self->ServeArrived(); });
+        ServeLater();
     }
 }
 
-/// Serves the next message. False when no whole one is there or the connection has been closed.
+void ServerConnectionC::ServeLater()
+{
+    if (m_willServe) {
+        return;
+    }
+    m_willServe = true;
+    asio::post(m_socket.get_executor(), [self = shared_from_this()] {
+        self->m_willServe = false;
+        self->ServeArrived();
+    });
+}
+
+bool ServerConnectionC::ServeWaiting(ServerConnectionOwnerC& owner)
+{
+    m_message = std::move(m_waiting.front());
+    m_waiting.pop_front();
+    m_waitingMemory -= m_message.memory;
+    owner.MessageArrived(*this, m_message);
+    return m_open;
+}
+
+/// Serves the next message, or has it wait. False when no whole one is there, none more may wait or
+/// the connection has been closed.
 bool ServerConnectionC::ServeNext(ServerConnectionOwnerC& owner)
 {
+    if (!m_isHeld && !m_waiting.empty()) {
+        return ServeWaiting(owner);
+    }
+    // While bytes are awaited, the decoder's room is theirs, and it holds no whole message.
+    if (m_isReading || IsWaitingFull()) {
+        return false;
+    }
     switch (m_decoder.Next(m_message)) {
     case MessageDecoderC::EResult::Complete:
-        owner.MessageArrived(*this, m_message);
+        m_message.arrival = owner.NextArrival();
+        if (m_isHeld && !owner.Overtakes(m_message)) {
+            m_waitingMemory += m_message.memory;
+            m_waiting.push_back(std::move(m_message));
+        } else {
+            owner.MessageArrived(*this, m_message);
+        }
         return m_open;
     case MessageDecoderC::EResult::Bad:
         owner.MessageRejected(*this, m_decoder.Problem());
@@ -106,6 +143,27 @@ bool ServerConnectionC::ServeNext(ServerConnectionOwnerC& owner)
         break;
     }
     return false;
+}
+
+std::unique_ptr<BListC> ServerConnectionC::Hold()
+{
+    m_isHeld = true;
+    m_heldMemory = m_message.memory;
+    return std::move(m_message.arguments);
+}
+
+void ServerConnectionC::Release()
+{
+    if (m_isHeld) {
+        m_isHeld = false;
+        m_heldMemory = 0;
+        ServeLater();
+    }
+}
+
+bool ServerConnectionC::IsWaitingFull() const
+{
+    return m_waiting.size() >= kMostWaiting || m_waitingMemory >= kMostWaitingMemory;
 }
 
 bool ServerConnectionC::Queue(const char* bytes, std::size_t count)
