@@ -83,6 +83,14 @@ void MPISocketServerC::Reply(ClientNumber client, std::uint64_t requestNumber,
     m_state->SendTo(client);
 }
 
+void MPISocketServerC::ReplyWritten(ClientNumber client, std::uint64_t requestNumber,
+                                    const std::string& result)
+{
+    m_state->StartReply(requestNumber).WriteNothing();
+    m_state->SendTo(client);
+    SendBytes(client, result);
+}
+
 void MPISocketServerC::ReplyError(ClientNumber client, std::uint64_t requestNumber,
                                   const std::string& text)
 {

@@ -1,6 +1,8 @@
 #ifndef KESTROVE_SIMULATOR_SERVICECORE_H
 #define KESTROVE_SIMULATOR_SERVICECORE_H
 
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -17,6 +19,7 @@
 #include "simulator/TuningOperations.h"
 #include "simulator/WaylineKeeper.h"
 #include "simulator/WaylineOperations.h"
+#include "simulator/WorkQueue.h"
 #include "simulator/world/Simulation.h"
 
 /// What a service core is made with.
@@ -27,13 +30,23 @@ struct ServiceCoreOptions
     KeepSink keep;     ///< takes the settings to keep each time that they change; may be empty
     EventSink publish; ///< takes the events for all subscribers; may be empty
     LogSink log;       ///< takes the log lines; may be empty
+    /// Makes what takes long, and must outlive the core; null to have it made on the spot.
+    WorkQueueC* work = nullptr;
+};
+
+/// What a client sends.
+enum class ECall
+{
+    Request,
+    Notification,
 };
 
 /// The navigation service without its sockets: maps operation names to handlers, keeps the state
 /// behind them, moves the simulated world on, and tells events.
 ///
 /// Time comes in from outside, and nothing else that differs from run to run: the same options and
-/// calls give the same answers and events.
+/// calls give the same answers and events. With a work queue, when the results come of what takes
+/// long differs.
 /// Thread safety: none.
 class ServiceCoreC
 {
@@ -42,7 +55,21 @@ public:
     ServiceCoreC(const ServiceCoreC&) = delete;
     ServiceCoreC& operator=(const ServiceCoreC&) = delete;
 
-    /// Carries out a request.
+    /// Takes the answer to a call.
+    using AnswerSink = std::function<void(Answer)>;
+
+    /// Carries out a call, unless that takes long.
+    ///
+    /// @param answer receives the reply; as Request() returns it.
+    /// @return false when it takes long: nothing has happened then, and it is to be queued.
+    bool Try(ECall kind, const std::string& name, const BListC& arguments, Answer& answer);
+    /// Queues a call that Try() has left; only with a work queue.
+    ///
+    /// @param done is called with the answer when the call has been carried out, from the loop.
+    WorkQueueC::Ticket Queue(ECall kind, const std::string& name, std::unique_ptr<BListC> arguments,
+                             AnswerSink done);
+
+    /// Carries out a request, however long it takes.
     ///
     /// @return the reply: a value, or an error whose text names the operation and what it wanted.
     Answer Request(const std::string& name, const BListC& arguments);
@@ -65,11 +92,14 @@ public:
     const CSimulation& World() const { return m_simulation; }
 
 private:
+    Answer Call(ECall kind, const std::string& name, const BListC& arguments);
+    Answer CallOnTheSpot(ECall kind, const std::string& name, const BListC& arguments);
     void Step();
     void TellChanges(bool guidanceRan);
     void LogDrop();
 
     ServiceLogC m_log;
+    WorkQueueC* m_work;
     EventSink m_publish;
     CSimulation m_simulation;
     KeptSettingsC m_kept;
