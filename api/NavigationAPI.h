@@ -28,7 +28,7 @@
 /// fails. "Verifies the connection" means: the operation fails unless VerifyConnection() finds the
 /// connection usable; that, too, makes one attempt to reopen a lost link.
 ///
-/// Failures are neither thrown nor logged: each operation tells the value by which it fails, which
+/// Failures are neither thrown nor logged: each operation names the value by which it fails, which
 /// cannot be told from the same value sent by the service. LastError() tells the two apart: its
 /// code is None after a reply that was read. It is None, too, after a reply of another type: a list
 /// in place of a value, or the other way round, gives the failure value; among values, a text
@@ -36,6 +36,10 @@
 /// because the service cannot be reached has sent nothing. A request that got no reply may have
 /// reached the service; it is not sent a second time. A notification may be lost without a word:
 /// what such an operation returns tells that the service could be reached, and nothing more.
+///
+/// What is thrown is std::length_error, by GetWayline() and by the delivery of "cb_draw_points",
+/// when the service announces a negative number of points, and std::bad_alloc where memory runs
+/// out.
 ///
 /// Every operation may block. An attempt to connect takes at most 1000 ms; then a request waits for
 /// its reply, and a notification for room to be sent, for at most the connection's time-out

@@ -14,7 +14,9 @@ target_link_libraries(KestroveNavigation PRIVATE $<BUILD_INTERFACE:kestrove_flag
 get_target_property(library_kind KestroveNavigation TYPE)
 if(library_kind STREQUAL SHARED_LIBRARY)
   set(exports ${PROJECT_SOURCE_DIR}/packaging/abi/libkestrove-navigation.map)
-  target_link_options(KestroveNavigation PRIVATE -Wl,--version-script=${exports})
+  # An application may have a class of the same name as one of ours: the library uses its own.
+  # Casts across the border work all the same, because types are compared by their names.
+  target_link_options(KestroveNavigation PRIVATE -Wl,--version-script=${exports} -Wl,-Bsymbolic)
   set_target_properties(KestroveNavigation PROPERTIES LINK_DEPENDS ${exports})
 endif()
 kestrove_include_root(KestroveNavigation PUBLIC core platform wayline api)

@@ -41,10 +41,11 @@ endif()
 include(CheckPIESupported)
 check_pie_supported()
 if(NOT KESTROVE_SANITIZERS)
+  set(unoptimised $<OR:$<CONFIG:Debug>,$<BOOL:$<TARGET_PROPERTY:KESTROVE_IS_UNOPTIMISED>>>)
   target_compile_options(kestrove_flags INTERFACE
     -fstack-protector-strong -fstack-clash-protection
     $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>:-fcf-protection>
-    $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
+    $<$<NOT:${unoptimised}>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
   target_compile_definitions(kestrove_flags INTERFACE _GLIBCXX_ASSERTIONS)
   target_link_options(kestrove_flags INTERFACE
     -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)

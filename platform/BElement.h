@@ -111,7 +111,8 @@ private:
 /// An ordered list of values: an argument list, a list reply, an event's payload.
 ///
 /// Whole and floating-point numbers are kept in place, 16 bytes an element; texts and nested
-/// values are nodes of their own that the list owns. Positions count from 0.
+/// values are nodes of their own that the list owns. A text of a long list that has arrived over
+/// the link becomes a node when it is first asked for. Positions count from 0.
 class KESTROVE_EXPORT BListC : public BElementC
 {
 public:
@@ -191,15 +192,20 @@ private:
             std::int64_t integer;
             double number;
             BElementC* element;
+            char* text;
         };
         EBElementType type;
         bool isNode; // `element` holds the value: texts, nested values, and what Add() was given
+        // Of a text that is no node: it lies in a block that texts share, which the slot of the
+        // block's first text owns.
+        bool beginsBlock;
+        std::uint16_t length;
     };
 
     const Slot* At(int index) const;
 
     std::vector<Slot> m_slots;
-    bool m_hasNodes = false; // some slot is a node: without one there is nothing to destroy
+    bool m_hasNodes = false; // some slot is a node or a text: else there is nothing to destroy
 };
 
 /// Values under names, in the order in which they were added.
@@ -235,6 +241,9 @@ protected:
     BElementC* ReleaseLastChild() override;
 
 private:
+    // The runtime's codec makes room for the entries.
+    friend class BListAccessC;
+
     std::vector<std::pair<std::string, BElementC*>> m_entries;
 };
 

@@ -22,6 +22,9 @@ struct MessageStateC;
 /// At most 4096 events or 16 MiB of them are kept; beyond that the oldest go (DroppedEvents()), so
 /// that a single event which takes more is dropped as well.
 ///
+/// Forking: the child of a fork() leaves the connection to its parent and has none itself. A client
+/// that reconnects opens one at its next operation.
+///
 /// Thread safety: none. Lifetime: owns the callbacks that were registered and destroys them with
 /// itself; must not be destroyed from inside a callback.
 class KESTROVE_EXPORT MPISocketConnectionC : public Socket

@@ -4,6 +4,8 @@
 #include <limits>
 #include <memory>
 
+#include "runtime/ListAccess.h"
+
 namespace {
 
 const std::string kNoText;
@@ -137,7 +139,7 @@ void BListC::Add(BElementC* element)
 {
     // Owned from the first moment on: growing the list may throw.
     std::unique_ptr<BElementC> owner(element);
-    Slot slot;
+    Slot slot = {};
     slot.element = element;
     slot.type = element == nullptr ? EBElementType::Nothing : element->Type();
     slot.isNode = element != nullptr;
@@ -209,19 +211,29 @@ double BListC::GetDouble(int index) const
 
 const std::string& BListC::GetString(int index) const
 {
+    if (TypeAt(index) != EBElementType::String) {
+        return kNoText;
+    }
     const auto* const atom = dynamic_cast<const BAtomC*>(GetElement(index));
     return atom == nullptr ? kNoText : atom->StringValue();
 }
 
 const BListC* BListC::GetList(int index) const
 {
-    return dynamic_cast<const BListC*>(GetElement(index));
+    return TypeAt(index) == EBElementType::List ? static_cast<const BListC*>(GetElement(index))
+                                                : nullptr;
 }
 
 const BElementC* BListC::GetElement(int index) const
 {
     const Slot* const slot = At(index);
-    return slot != nullptr && slot->isNode ? slot->element : nullptr;
+    if (slot == nullptr) {
+        return nullptr;
+    }
+    if (BListAccessC::IsText(*slot)) {
+        return BListAccessC::MakeNode(*this, static_cast<std::size_t>(index));
+    }
+    return slot->isNode ? slot->element : nullptr;
 }
 
 BElementC* BListC::ReleaseLastChild()
@@ -231,6 +243,10 @@ BElementC* BListC::ReleaseLastChild()
         m_slots.pop_back();
         if (last.isNode) {
             return last.element;
+        }
+        if (last.beginsBlock) {
+            // The texts behind it in the block have gone before it.
+            delete[] last.text;
         }
     }
     return nullptr;

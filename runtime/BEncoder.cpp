@@ -85,10 +85,15 @@ private:
     StringSink& m_sink;
 };
 
+void PackText(Packer& packer, const char* text, std::size_t length)
+{
+    packer.pack_str(static_cast<std::uint32_t>(length));
+    packer.pack_str_body(text, static_cast<std::uint32_t>(length));
+}
+
 void PackString(Packer& packer, const std::string& text)
 {
-    packer.pack_str(static_cast<std::uint32_t>(text.size()));
-    packer.pack_str_body(text.data(), static_cast<std::uint32_t>(text.size()));
+    PackText(packer, text.data(), text.size());
 }
 
 void PackAtom(Packer& packer, const BAtomC& atom)
@@ -127,6 +132,8 @@ bool PackList(Packer& packer, const BListC& list, int level)
             }
         } else if (slot->type == EBElementType::Integer) {
             packer.pack_int64(slot->integer);
+        } else if (BListAccessC::IsText(*slot)) {
+            PackText(packer, slot->text, slot->length);
         } else {
             packer.pack_nil();
         }
@@ -199,8 +206,7 @@ void BEncoderC::WriteString(const char* text, std::size_t length)
 {
     StringSink sink(m_bytes);
     Packer packer(sink);
-    packer.pack_str(static_cast<std::uint32_t>(length));
-    packer.pack_str_body(text, static_cast<std::uint32_t>(length));
+    PackText(packer, text, length);
 }
 
 void BEncoderC::WriteNothing()

@@ -3,16 +3,26 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/BElement.h"
 
 /// The elements of a list in place, for the codec. Through the list's own operations, which look a
 /// place up for each question, writing a long list takes several times as long.
+///
+/// The texts of a long list share blocks of memory: as nodes, 4 million short ones would take 80
+/// bytes each. What asks for one gets a node, which takes the text's place.
 class BListAccessC
 {
 public:
     using Slot = BListC::Slot;
+    using Entry = std::pair<std::string, BElementC*>;
+
+    /// Longer texts are nodes from the start.
+    static constexpr std::size_t kLongestTextInPlace = 2048;
 
     static const std::vector<Slot>& SlotsOf(const BListC& list) { return list.m_slots; }
 
@@ -36,6 +46,62 @@ public:
         return list.m_slots.data() + size;
     }
 
+    /// True for a slot whose text lies in a block.
+    static bool IsText(const Slot& slot)
+    {
+        return slot.type == EBElementType::String && !slot.isNode;
+    }
+    /// Appends a text that lies in a block.
+    ///
+    /// @param beginsBlock true for the first text of a block, made with `new char[]`, which the
+    ///        list owns from now on.
+    static void AddText(BListC& list, char* text, std::size_t length, bool beginsBlock)
+    {
+        Slot& slot = list.m_slots.emplace_back();
+        slot.text = text;
+        slot.type = EBElementType::String;
+        slot.beginsBlock = beginsBlock;
+        slot.length = static_cast<std::uint16_t>(length);
+        list.m_hasNodes = true;
+    }
+    /// Makes a text that lies in a block a node.
+    ///
+    /// @return the node, which the list owns.
+    static const BElementC* MakeNode(const BListC& list, std::size_t place)
+    {
+        // The list says the same before and after: it is constant to whoever reads it.
+        auto& changed = const_cast<BListC&>(list);
+        Slot& slot = changed.m_slots[place];
+        std::string text(slot.text, slot.length);
+        std::unique_ptr<BElementC> node;
+        if (slot.beginsBlock) {
+            node = std::make_unique<BlockHolderC>(std::move(text), slot.text);
+        } else {
+            node = std::make_unique<BAtomC>(std::move(text));
+        }
+        changed.Adopt(node.get());
+        slot.element = node.release();
+        slot.isNode = true;
+        slot.beginsBlock = false;
+        return slot.element;
+    }
+
+    /// How many entries a dictionary has room for.
+    static std::size_t RoomOf(const BDictionaryC& dictionary)
+    {
+        return dictionary.m_entries.capacity();
+    }
+    static void Reserve(BDictionaryC& dictionary, std::size_t count)
+    {
+        dictionary.m_entries.reserve(count);
+    }
+    /// Appends a value whose key is taken over.
+    static void Add(BDictionaryC& dictionary, std::string&& key, std::unique_ptr<BElementC> element)
+    {
+        dictionary.m_entries.emplace_back(std::move(key), element.get());
+        dictionary.Adopt(element.release());
+    }
+
     static void AddInteger(BListC& list, std::int64_t value)
     {
         Slot& slot = list.m_slots.emplace_back();
@@ -48,6 +114,17 @@ public:
         slot.number = value;
         slot.type = EBElementType::Double;
     }
+
+private:
+    /// A text that was the first of its block, whose place in the list it has taken.
+    class BlockHolderC final : public BAtomC
+    {
+    public:
+        BlockHolderC(std::string text, char* block) : BAtomC(std::move(text)), m_block(block) {}
+
+    private:
+        std::unique_ptr<char[]> m_block;
+    };
 };
 
 #endif

@@ -62,7 +62,7 @@ int MPISocketConnectionC::CheckCallbacks()
 
 bool MPISocketConnectionC::SendMessage(BEncoderC* encoder)
 {
-    if (!m_connected && !m_accepted) {
+    if (!m_messages->IsUp()) {
         return m_socket->Fail(ELinkError::NotConnected, "not connected to a service");
     }
     const DeadlineC deadline = DeadlineC::After(m_timeoutMilliseconds);

@@ -22,8 +22,9 @@ void MPIServiceHandlerC::HandlerFailed(ClientNumber client, const std::string& n
     std::cerr << "client " << client << ": " << name << ": " << reason << '\n';
 }
 
-MPISocketServerC::MPISocketServerC(asio::io_context& loop, MPIServiceHandlerC& handler)
-    : m_state(std::make_shared<StateC>(loop, handler))
+MPISocketServerC::MPISocketServerC(asio::io_context& loop, MPIServiceHandlerC& handler,
+                                   const MPIServerLimitsC& limits)
+    : m_state(std::make_shared<StateC>(loop, handler, limits))
 {
 }
 
@@ -127,6 +128,11 @@ std::uint64_t MPISocketServerC::Arrival() const
 std::size_t MPISocketServerC::ClientCount() const
 {
     return m_state->ClientCount();
+}
+
+std::size_t MPISocketServerC::HeldBytes() const
+{
+    return m_state->HeldBytes();
 }
 
 unsigned long MPISocketServerC::RejectedMessages() const

@@ -1,6 +1,7 @@
 #ifndef KESTROVE_RUNTIME_MPISOCKETSERVER_H
 #define KESTROVE_RUNTIME_MPISOCKETSERVER_H
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -59,20 +60,35 @@ enum class EListenOn
     IPv6Only, ///< ::1
 };
 
+/// What the clients of a service may have it hold.
+struct MPIServerLimitsC
+{
+    /// How many bytes all connections together hold of what is unfinished or waits: messages that
+    /// have not arrived whole, that are being served, and what is queued for clients. Beyond it
+    /// the connection that holds most is closed.
+    std::size_t memory = std::size_t{256} * 1024 * 1024;
+    /// How long a message may be unfinished without growing.
+    std::chrono::milliseconds unfinished{30'000};
+};
+
 /// The service's side of the link: listens on the loopback addresses only, serves many clients on
 /// one thread, hands requests and notifications to a handler, and pushes events to subscribers.
 ///
 /// Writing never waits: what a client does not read is queued, and a client that lets more than
 /// 8 MiB queue up is disconnected, so that a slow client never holds up the others. A message that
-/// is no MessagePack-RPC closes the connection that sent it.
+/// is no MessagePack-RPC closes the connection that sent it, and so does one that exceeds a limit.
+/// Large messages are read in turns of a millisecond.
 ///
-/// Thread safety: none; used from the thread that runs the loop.
+/// Thread safety: none; used from the thread that runs the loop. Has a thread of its own, which
+/// destroys large messages, from the first of them on.
 class MPISocketServerC
 {
 public:
     /// @param loop the event loop, run by its owner; must outlive this object.
     /// @param handler must outlive this object.
-    MPISocketServerC(asio::io_context& loop, MPIServiceHandlerC& handler);
+    /// @param limits of what its clients may have it hold.
+    MPISocketServerC(asio::io_context& loop, MPIServiceHandlerC& handler,
+                     const MPIServerLimitsC& limits = {});
     /// Closes the listener and every connection.
     ~MPISocketServerC();
     MPISocketServerC(const MPISocketServerC&) = delete;
@@ -121,6 +137,8 @@ public:
     std::uint64_t Arrival() const;
     /// How many clients are connected.
     std::size_t ClientCount() const;
+    /// How many bytes the connections hold of what is unfinished or waits.
+    std::size_t HeldBytes() const;
     /// How many connections have been closed because of bytes that are no message.
     unsigned long RejectedMessages() const;
 

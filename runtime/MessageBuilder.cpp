@@ -4,25 +4,83 @@
 #include <limits>
 #include <utility>
 
-namespace {
+#include "runtime/ListAccess.h"
 
-/// About what a value costs that is a node of its own, and one that is kept in place.
-constexpr std::size_t kNodeBytes = 96;
-constexpr std::size_t kSlotBytes = 16;
+namespace {
 
 constexpr std::uint32_t kNotificationFields = 3;
 constexpr std::uint32_t kRequestFields = 4; // and of a response
 
+/// The texts of a list that announces no more than this are nodes from the start, which is what
+/// they become when they are read.
+constexpr std::size_t kFewElements = 64;
+constexpr std::size_t kSmallestBlock = 24;
+constexpr std::size_t kLargestBlock = std::size_t{64} * 1024;
+/// What is longer does not fit into a message.
+constexpr std::size_t kLongestText = std::size_t{32} * 1024 * 1024;
+/// By how much rooms grow at once: while the last move of the longest list goes on, its first part,
+/// the whole and the texts that came with it fit into what a message may take.
+constexpr std::size_t kGrowth = 32;
+
+/// What the system takes for a block of so many bytes.
+constexpr std::size_t BlockBytes(std::size_t size)
+{
+    constexpr std::size_t overhead = 8;
+    constexpr std::size_t unit = 16;
+    return std::max<std::size_t>((size + overhead + unit - 1) / unit * unit, 2 * unit);
+}
+
+constexpr std::size_t kAtomBytes = BlockBytes(sizeof(BAtomC));
+constexpr std::size_t kListBytes = BlockBytes(sizeof(BListC));
+constexpr std::size_t kDictionaryBytes = BlockBytes(sizeof(BDictionaryC));
+constexpr std::size_t kSlotBytes = sizeof(BListAccessC::Slot);
+constexpr std::size_t kEntryBytes = sizeof(BListAccessC::Entry);
+
+/// What a text takes beside the string itself, which keeps a short one inside.
+std::size_t TextBytes(std::size_t capacity)
+{
+    static const std::size_t inside = std::string().capacity();
+    return capacity <= inside ? 0 : BlockBytes(capacity + 1);
+}
+
+std::size_t RoomBytes(std::size_t room, std::size_t bytesEach)
+{
+    return room == 0 ? 0 : BlockBytes(room * bytesEach);
+}
+
+std::size_t NodeBytes(const BElementC& element)
+{
+    switch (element.Type()) {
+    case EBElementType::List:
+        return kListBytes;
+    case EBElementType::Dictionary:
+        return kDictionaryBytes;
+    default:
+        return kAtomBytes;
+    }
+}
+
 } // namespace
 
-void MessageBuilderC::init()
+std::size_t MessageBuilderC::RoomFor(std::size_t size, std::size_t needed, std::size_t announced)
+{
+    if (needed >= announced || size >= announced / kGrowth) {
+        return std::max(needed, announced);
+    }
+    return std::max(needed, std::min(size * kGrowth, announced / kGrowth));
+}
+
+void MessageBuilderC::Init()
 {
     m_message = MessageC();
     m_begun.reset();
-    m_depth = 0;
+    m_open.clear();
     m_elements = 0;
+    m_held = 0;
     m_field = EField::Before;
     m_inKey = false;
+    m_key = std::string();
+    m_text = std::string();
 }
 
 bool MessageBuilderC::Refuse(const char* problem)
@@ -31,9 +89,13 @@ bool MessageBuilderC::Refuse(const char* problem)
     return false;
 }
 
-void MessageBuilderC::parse_error(std::size_t /*parsedOffset*/, std::size_t /*errorOffset*/)
+bool MessageBuilderC::Claim(std::size_t bytes)
 {
-    m_problem = "bytes that are no MessagePack";
+    if (bytes > kMostMemory - m_held) {
+        return Refuse("a message whose values take more than 96 MiB");
+    }
+    m_held += bytes;
+    return true;
 }
 
 MessageBuilderC::EField MessageBuilderC::NextField() const
@@ -53,37 +115,38 @@ MessageBuilderC::EField MessageBuilderC::NextField() const
     }
 }
 
-bool MessageBuilderC::start_array_item()
+bool MessageBuilderC::TakeNothing()
 {
-    if (m_depth == 0) {
-        m_field = NextField();
+    if (OpenList() != nullptr && !m_inKey) {
+        m_message.memory += kSlotBytes;
+        return MakePlace(m_open.back()) && (OpenList()->Add(nullptr), true);
     }
-    return true;
+    return TakeNode(nullptr);
 }
 
-bool MessageBuilderC::visit_boolean(bool value)
+bool MessageBuilderC::TakeTruth(bool value)
 {
-    if (m_depth == 0 && WantsNumber()) {
+    if (WantsNumber()) {
         return Refuse("a message whose kind or number is a truth value");
     }
     return TakeInteger(value ? 1 : 0);
 }
 
-bool MessageBuilderC::visit_positive_integer(std::uint64_t value)
+bool MessageBuilderC::TakePositive(std::uint64_t value)
 {
-    if (m_depth == 0 && WantsNumber()) {
+    if (WantsNumber()) {
         return TakeNumber(value);
     }
     if (value > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
         // Beyond the whole numbers that a value can hold; the double is the nearest.
-        return visit_float64(static_cast<double>(value));
+        return TakeDouble(static_cast<double>(value));
     }
     return TakeInteger(static_cast<std::int64_t>(value));
 }
 
-bool MessageBuilderC::visit_negative_integer(std::int64_t value)
+bool MessageBuilderC::TakeNegative(std::int64_t value)
 {
-    if (m_depth == 0 && WantsNumber()) {
+    if (WantsNumber()) {
         // A response under a negative number answers nothing that was asked and is dropped by its
         // number like any other; a request under one could not be answered.
         if (value < 0 && m_message.kind != MessageC::EKind::Response) {
@@ -111,61 +174,177 @@ bool MessageBuilderC::TakeNumber(std::uint64_t value)
 
 bool MessageBuilderC::TakeInteger(std::int64_t value)
 {
-    if (m_depth > 0 && m_open[m_depth - 1].list != nullptr) {
+    if (BListC* const list = OpenList()) {
         m_message.memory += kSlotBytes;
-        m_open[m_depth - 1].list->AddInt64(value);
-        return true;
+        return MakePlace(m_open.back()) && (BListAccessC::AddInteger(*list, value), true);
     }
-    return TakeElement(std::make_unique<BAtomC>(value));
+    return Claim(kAtomBytes) && TakeNode(std::make_unique<BAtomC>(value));
 }
 
-bool MessageBuilderC::visit_float64(double value)
+bool MessageBuilderC::TakeDouble(double value)
 {
-    if (m_depth > 0 && m_open[m_depth - 1].list != nullptr) {
+    if (BListC* const list = OpenList()) {
         m_message.memory += kSlotBytes;
-        m_open[m_depth - 1].list->AddDouble(value);
-        return true;
+        return MakePlace(m_open.back()) && (BListAccessC::AddDouble(*list, value), true);
     }
-    return TakeElement(std::make_unique<BAtomC>(value));
+    return Claim(kAtomBytes) && TakeNode(std::make_unique<BAtomC>(value));
 }
 
-bool MessageBuilderC::visit_str(const char* text, std::uint32_t length)
+/// Makes room for one more element.
+bool MessageBuilderC::MakePlace(Container& container)
 {
-    // The parser gives a null pointer with an empty text.
-    if (m_depth == 0 && m_field == EField::Method) {
-        m_message.method.assign(length == 0 ? "" : text, length);
+    const bool isList = container.list != nullptr;
+    const std::size_t size =
+        static_cast<std::size_t>(isList ? container.list->Size() : container.dictionary->Size());
+    const std::size_t room = isList ? BListAccessC::SlotsOf(*container.list).capacity()
+                                    : BListAccessC::RoomOf(*container.dictionary);
+    return size < room || MakeRoom(container, RoomFor(size, size + 1, container.announced));
+}
+
+bool MessageBuilderC::MakeRoom(Container& container, std::size_t room)
+{
+    const bool isList = container.list != nullptr;
+    const std::size_t bytesEach = isList ? kSlotBytes : kEntryBytes;
+    const std::size_t before = isList ? BListAccessC::SlotsOf(*container.list).capacity()
+                                      : BListAccessC::RoomOf(*container.dictionary);
+    // For a moment there are both.
+    if (room <= before || !Claim(RoomBytes(room, bytesEach))) {
+        return room <= before;
+    }
+    if (isList) {
+        container.list->Reserve(static_cast<int>(room));
+    } else {
+        BListAccessC::Reserve(*container.dictionary, room);
+    }
+    m_held -= RoomBytes(before, bytesEach);
+    return true;
+}
+
+bool MessageBuilderC::TakeText(const char* text, std::size_t length)
+{
+    if (IsForBlock(length)) {
+        return PlaceText(text, length);
+    }
+    return Claim(TextBytes(length)) && TakeString(std::string(text, length));
+}
+
+bool MessageBuilderC::AddText(const char* piece, std::size_t length, std::size_t announced)
+{
+    const std::size_t needed = m_text.size() + length;
+    if (needed > m_text.capacity()) {
+        const std::size_t before = TextBytes(m_text.capacity());
+        const std::size_t most = std::min(announced, kLongestText);
+        const std::size_t room = RoomFor(needed, needed, most);
+        if (!Claim(TextBytes(room))) {
+            return false;
+        }
+        std::string grown; // one that is full would take twice its room
+        grown.reserve(room);
+        grown.append(m_text);
+        m_text.swap(grown);
+        m_held -= before;
+    }
+    m_text.append(piece, length);
+    return true;
+}
+
+bool MessageBuilderC::EndText()
+{
+    std::string text;
+    text.swap(m_text);
+    if (!IsForBlock(text.size())) {
+        return TakeString(std::move(text));
+    }
+    m_held -= TextBytes(text.capacity());
+    return PlaceText(text.data(), text.size());
+}
+
+/// True for a text that shares a block with others of its list.
+bool MessageBuilderC::IsForBlock(std::size_t length) const
+{
+    return OpenList() != nullptr && m_open.back().announced > kFewElements &&
+           length <= BListAccessC::kLongestTextInPlace;
+}
+
+bool MessageBuilderC::PlaceText(const char* text, std::size_t length)
+{
+    Container& container = m_open.back();
+    m_message.memory += kSlotBytes + length;
+    if (!MakePlace(container)) {
+        return false;
+    }
+    const bool beginsBlock = container.blockSize - container.blockUsed < length;
+    if (!beginsBlock) {
+        char* const place = container.block + container.blockUsed;
+        std::copy_n(text, length, place);
+        container.blockUsed += length;
+        BListAccessC::AddText(*container.list, place, length, false);
+        return true;
+    }
+    if (!StartBlock(container, length)) {
+        return false;
+    }
+    std::copy_n(text, length, container.block);
+    container.blockUsed = length;
+    BListAccessC::AddText(*container.list, container.block, length, true);
+    return true;
+}
+
+bool MessageBuilderC::StartBlock(Container& container, std::size_t length)
+{
+    const std::size_t size = std::max(
+        length, std::min(std::max(2 * container.blockSize, kSmallestBlock), kLargestBlock));
+    if (!Claim(BlockBytes(size))) {
+        return false;
+    }
+    container.block = new char[size]; // the list's with the first text in it, which follows
+    container.blockSize = size;
+    return true;
+}
+
+/// Takes a text whose bytes have been claimed.
+bool MessageBuilderC::TakeString(std::string text)
+{
+    if (m_open.empty() && m_field == EField::Method) {
+        m_message.method = std::move(text);
         return true;
     }
     if (m_inKey) {
-        m_key.assign(length == 0 ? "" : text, length);
+        m_key = std::move(text);
         m_inKey = false;
         return true;
     }
-    m_message.memory += length;
-    return TakeElement(std::make_unique<BAtomC>(std::string(length == 0 ? "" : text, length)));
+    m_message.memory += TextBytes(text.capacity());
+    return Claim(kAtomBytes) && TakeNode(std::make_unique<BAtomC>(std::move(text)));
 }
 
-bool MessageBuilderC::visit_ext(const char* /*bytes*/, std::uint32_t /*length*/)
-{
-    return Refuse("a value of an extension type");
-}
-
-bool MessageBuilderC::TakeElement(std::unique_ptr<BElementC> element)
+/// Takes a value that is a node of its own, whose bytes have been claimed; null for "nothing".
+bool MessageBuilderC::TakeNode(std::unique_ptr<BElementC> element)
 {
     if (m_inKey) {
         return Refuse("a dictionary with a key that is no text");
     }
-    if (m_depth == 0) {
+    if (m_open.empty()) {
         return TakeFieldValue(std::move(element));
     }
-    m_message.memory += kNodeBytes;
-    const Container& container = m_open[m_depth - 1];
-    if (container.list != nullptr) {
-        container.list->Add(element.release());
-    } else {
-        m_message.memory += m_key.size();
-        container.dictionary->Add(m_key, element.release());
+    Container& container = m_open.back();
+    if (!MakePlace(container)) {
+        return false;
     }
+    if (container.list != nullptr) {
+        m_message.memory += kSlotBytes + NodeBytes(*element);
+        container.list->Add(element.release());
+        return true;
+    }
+    if (element == nullptr) {
+        if (!Claim(kAtomBytes)) {
+            return false;
+        }
+        element = std::make_unique<BAtomC>();
+    }
+    m_message.memory += kEntryBytes + TextBytes(m_key.capacity()) + NodeBytes(*element);
+    BListAccessC::Add(*container.dictionary, std::move(m_key), std::move(element));
+    m_key = std::string();
     return true;
 }
 
@@ -199,57 +378,59 @@ bool MessageBuilderC::CountElements(std::size_t count)
     return m_elements <= kMostElements || Refuse("a message of more than 4194304 elements");
 }
 
-bool MessageBuilderC::Open(std::unique_ptr<BElementC> element, Container container)
+bool MessageBuilderC::Open(std::unique_ptr<BElementC> element, const Container& container)
 {
-    if (m_depth == kDeepestNesting) {
+    if (m_open.size() == kDeepestNesting) {
         return Refuse("a message nested deeper than 64 levels");
     }
     // Placed before it is filled, so that whatever comes later, it has an owner.
-    if (!TakeElement(std::move(element))) {
+    if (!TakeNode(std::move(element))) {
         return false;
     }
-    m_open[m_depth] = container;
-    ++m_depth;
+    m_open.push_back(container);
     return true;
 }
 
-bool MessageBuilderC::start_array(std::uint32_t count)
+bool MessageBuilderC::StartList(std::uint32_t count)
 {
-    if (m_depth == 0 && m_field == EField::Before) {
+    if (m_open.empty() && m_field == EField::Before) {
         m_fieldCount = count;
         return count == kNotificationFields || count == kRequestFields ||
                Refuse("a list that is no message");
     }
+    if (!Claim(kListBytes)) {
+        return false;
+    }
     auto list = m_begun == nullptr ? std::make_unique<BListC>(nullptr) : std::move(m_begun);
-    BListC* const opened = list.get();
-    const auto begun = static_cast<std::size_t>(opened->Size());
+    Container opened;
+    opened.list = list.get();
+    const auto begun = static_cast<std::size_t>(opened.list->Size());
+    opened.announced = begun + count;
     m_message.memory += kSlotBytes * begun;
-    if (!CountElements(begun + count) || !Open(std::move(list), {opened, nullptr})) {
+    if (!Claim(RoomBytes(BListAccessC::SlotsOf(*list).capacity(), kSlotBytes)) ||
+        !CountElements(opened.announced) || !Open(std::move(list), opened)) {
         return false;
     }
     const std::size_t room = std::min<std::size_t>(count, m_roomAhead);
     m_roomAhead -= room;
-    opened->Reserve(static_cast<int>(begun + room));
-    return true;
+    return MakeRoom(m_open.back(), begun + room);
 }
 
-bool MessageBuilderC::start_map(std::uint32_t count)
+bool MessageBuilderC::StartDictionary(std::uint32_t count)
 {
-    auto dictionary = std::make_unique<BDictionaryC>(nullptr);
-    BDictionaryC* const opened = dictionary.get();
-    return CountElements(count) && Open(std::move(dictionary), {nullptr, opened});
-}
-
-bool MessageBuilderC::end_array()
-{
-    if (m_depth > 0) {
-        --m_depth;
+    if (!Claim(kDictionaryBytes)) {
+        return false;
     }
-    return true;
+    auto dictionary = std::make_unique<BDictionaryC>(nullptr);
+    Container opened;
+    opened.dictionary = dictionary.get();
+    opened.announced = count;
+    return CountElements(count) && Open(std::move(dictionary), opened);
 }
 
-bool MessageBuilderC::start_map_key()
+void MessageBuilderC::EndContainer()
 {
-    m_inKey = true;
-    return true;
+    if (!m_open.empty()) {
+        m_open.pop_back();
+    }
 }

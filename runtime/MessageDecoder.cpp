@@ -6,32 +6,15 @@
 #include <new>
 #include <utility>
 
-#include <msgpack.hpp>
-
 #include "runtime/MessageBuilder.h"
+#include "runtime/MessageParser.h"
 #include "runtime/NumberMessage.h"
 
 namespace {
 
 constexpr std::size_t kLargestMessage = std::size_t{32} * 1024 * 1024;
-constexpr std::size_t kSmallBuffer = std::size_t{64} * 1024;
-/// A buffer that has grown beyond this is given back as soon as it is empty.
-constexpr std::size_t kLargestKeptBuffer = std::size_t{1024} * 1024;
-/// A receive into less room than this would cost more calls than moving the rest costs.
-constexpr std::size_t kLeastRoom = std::size_t{16} * 1024;
 
-/// The parser, which keeps its place between portions of the stream.
-class Parser : public msgpack::detail::context<Parser>
-{
-public:
-    MessageBuilderC& visitor() { return m_builder; }
-
-private:
-    MessageBuilderC m_builder;
-};
-
-/// Bytes in one piece. Where they are many, the system moves their pages when they get more room:
-/// copying megabytes would hold up all other clients of a service.
+/// Bytes in one piece.
 class BufferC
 {
 public:
@@ -64,7 +47,7 @@ private:
 class MessageDecoderC::StateC
 {
 public:
-    StateC() { parser.init(); }
+    explicit StateC(std::size_t roomAtOnce) : portion(roomAtOnce) { parser.Init(); }
 
     const char* Waiting() { return buffer.Data() + begin; }
     std::size_t WaitingCount() const { return end - begin; }
@@ -79,8 +62,9 @@ public:
     /// Bad when the message that ends here, or goes on, is larger than a message may be.
     EResult Checked(EResult result);
 
+    const std::size_t portion;
     NumberMessageC numbers;
-    Parser parser;
+    MessageParserC parser;
     BufferC buffer;
     std::size_t begin = 0;    // of what is not parsed yet
     std::size_t end = 0;      // of what has arrived
@@ -88,28 +72,28 @@ public:
     std::string problem;
 };
 
-MessageDecoderC::MessageDecoderC() : m_state(std::make_unique<StateC>()) {}
+MessageDecoderC::MessageDecoderC(std::size_t portion) : m_state(std::make_unique<StateC>(portion))
+{
+}
 MessageDecoderC::~MessageDecoderC() = default;
+MessageDecoderC::MessageDecoderC(MessageDecoderC&&) noexcept = default;
+MessageDecoderC& MessageDecoderC::operator=(MessageDecoderC&&) noexcept = default;
 
 char* MessageDecoderC::Space(std::size_t& room)
 {
     StateC& state = *m_state;
     BufferC& buffer = state.buffer;
-    const std::size_t waiting = state.end - state.begin;
-    if (waiting == 0) {
+    const std::size_t waiting = state.WaitingCount();
+    if (state.begin > 0) {
+        // What is left of a decoded portion is the begun head of a value.
+        std::memmove(buffer.Data(), state.Waiting(), waiting);
         state.begin = 0;
-        state.end = 0;
-        if (buffer.Capacity() == 0 || buffer.Capacity() > kLargestKeptBuffer) {
-            buffer.Resize(kSmallBuffer);
-        }
-    } else if (buffer.Capacity() - state.end < kLeastRoom) {
-        if (waiting + kLeastRoom <= buffer.Capacity() / 2) {
-            std::memmove(buffer.Data(), buffer.Data() + state.begin, waiting);
-            state.begin = 0;
-            state.end = waiting;
-        } else {
-            buffer.Resize(buffer.Capacity() * 2);
-        }
+        state.end = waiting;
+    }
+    if (waiting == 0 && buffer.Capacity() != state.portion) {
+        buffer.Resize(state.portion);
+    } else if (waiting > buffer.Capacity() / 2) {
+        buffer.Resize(buffer.Capacity() * 2);
     }
     room = buffer.Capacity() - state.end;
     return buffer.Data() + state.end;
@@ -133,10 +117,10 @@ NumberMessageC::EResult MessageDecoderC::StateC::TakeNumbers()
     Consume(taken);
     if (result == NumberMessageC::EResult::Other) {
         std::string front;
-        parser.visitor().Adopt(numbers.HandOver(front));
-        parser.visitor().SetArrived(WaitingCount());
+        parser.Builder().Adopt(numbers.HandOver(front));
+        parser.Builder().SetArrived(WaitingCount());
         std::size_t parsed = 0;
-        parser.execute(front.data(), front.size(), parsed);
+        parser.Parse(front.data(), front.size(), parsed);
     }
     return result;
 }
@@ -160,16 +144,17 @@ MessageDecoderC::EResult MessageDecoderC::Next(MessageC& message)
     EResult result = EResult::NeedMore;
     const NumberMessageC::EResult numbers = state.TakeNumbers();
     if (numbers == NumberMessageC::EResult::Other) {
-        MessageBuilderC& builder = state.parser.visitor();
+        MessageBuilderC& builder = state.parser.Builder();
         builder.SetArrived(state.WaitingCount());
         std::size_t parsed = 0;
-        const auto outcome = state.parser.execute(state.Waiting(), state.WaitingCount(), parsed);
+        const auto outcome = state.parser.Parse(state.Waiting(), state.WaitingCount(), parsed);
         state.Consume(parsed);
-        if (outcome != msgpack::PARSE_CONTINUE && outcome != msgpack::PARSE_SUCCESS) {
+        if (outcome == MessageParserC::EResult::Bad) {
             state.problem = builder.Problem();
             return EResult::Bad;
         }
-        result = outcome == msgpack::PARSE_SUCCESS ? EResult::Complete : EResult::NeedMore;
+        result =
+            outcome == MessageParserC::EResult::Complete ? EResult::Complete : EResult::NeedMore;
     } else if (numbers == NumberMessageC::EResult::Complete) {
         result = EResult::Complete;
     }
@@ -180,8 +165,8 @@ MessageDecoderC::EResult MessageDecoderC::Next(MessageC& message)
     if (numbers == NumberMessageC::EResult::Complete) {
         state.numbers.GiveTo(message);
     } else {
-        message = std::move(state.parser.visitor().Message());
-        state.parser.init();
+        message = std::move(state.parser.Builder().Message());
+        state.parser.Init();
     }
     state.consumed = 0;
     return EResult::Complete;
@@ -190,6 +175,11 @@ MessageDecoderC::EResult MessageDecoderC::Next(MessageC& message)
 bool MessageDecoderC::InMessage() const
 {
     return m_state->consumed > 0 || m_state->end > m_state->begin;
+}
+
+std::size_t MessageDecoderC::Held() const
+{
+    return m_state->buffer.Capacity() + m_state->numbers.Held() + m_state->parser.Builder().Held();
 }
 
 const std::string& MessageDecoderC::Problem() const
@@ -204,5 +194,5 @@ void MessageDecoderC::Reset()
     m_state->consumed = 0;
     m_state->problem.clear();
     m_state->numbers.Reset();
-    m_state->parser.init();
+    m_state->parser.Init();
 }

@@ -31,9 +31,10 @@ struct MessageC
 /// Cuts a stream of bytes into messages and builds their values straight from the parser.
 ///
 /// Takes the bytes in any portions. Refuses what is no message and what exceeds a limit: 32 MiB and
-/// 4 194 304 elements a message, 64 levels of nesting. Makes room for what has arrived and for up
-/// to four times as many numbers, never for what is announced alone. After a refusal the stream has
-/// no known state and the connection must be closed.
+/// 4 194 304 elements a message, 96 MiB of decoded values, 64 levels of nesting. Makes room for
+/// what has arrived and for up to thirty-two times as much of one list or text, never for what is
+/// announced alone. After a refusal the stream has no known state and the connection must be
+/// closed.
 class MessageDecoderC
 {
 public:
@@ -44,10 +45,15 @@ public:
         Bad,      ///< no message, or over a limit; Problem() tells
     };
 
-    MessageDecoderC();
+    /// How many bytes Space() gives room for, as long as they are decoded as they arrive.
+    static constexpr std::size_t kUsualPortion = std::size_t{64} * 1024;
+
+    explicit MessageDecoderC(std::size_t portion = kUsualPortion);
     ~MessageDecoderC();
     MessageDecoderC(const MessageDecoderC&) = delete;
     MessageDecoderC& operator=(const MessageDecoderC&) = delete;
+    MessageDecoderC(MessageDecoderC&&) noexcept;
+    MessageDecoderC& operator=(MessageDecoderC&&) noexcept;
 
     /// Room for the next bytes: at least one; `room` receives how many. Valid until the next call.
     char* Space(std::size_t& room);
@@ -57,6 +63,8 @@ public:
     EResult Next(MessageC& message);
     /// True when part of a message has arrived that is not complete yet.
     bool InMessage() const;
+    /// How many bytes are held for what has arrived and for the message that is not complete.
+    std::size_t Held() const;
     /// Why Next() answered Bad.
     const std::string& Problem() const;
     /// Forgets everything: the start of a new stream.

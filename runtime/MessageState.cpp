@@ -23,6 +23,8 @@ constexpr int kLongestLookMilliseconds = 250;
 constexpr std::size_t kLeastFlood = std::size_t{64} * 1024;
 /// How many requests of the peer wait for their answer while a message of our own is half written.
 constexpr std::size_t kMostRequests = 1024;
+/// And how much memory their arguments may take.
+constexpr std::size_t kMostRequestMemory = std::size_t{16} * 1024 * 1024;
 /// A wait that is this much shorter than the time-out still counts as the whole time-out.
 constexpr int kSlackMilliseconds = 5;
 constexpr std::chrono::milliseconds kReopeningPace(500);
@@ -54,6 +56,14 @@ std::unique_ptr<BDictionaryC> DescriptionOf(MessageC& request)
 }
 
 } // namespace
+
+bool MessageStateC::IsUp()
+{
+    if (SocketState().tcp.IsInherited()) {
+        Lose(ELinkError::NotConnected, "the connection is the parent process's");
+    }
+    return connection.m_connected || connection.m_accepted;
+}
 
 bool MessageStateC::IsStill(unsigned long present)
 {
@@ -112,6 +122,7 @@ ETransfer MessageStateC::Receive(bool mayWait, std::size_t& received)
     if (m_decodedConnection != present) {
         m_decoder.Reset();
         m_requests.clear();
+        m_requestMemory = 0;
         m_decodedConnection = present;
     }
     std::size_t room = 0;
@@ -162,7 +173,9 @@ void MessageStateC::Sort(MessageC& message)
         }
         break;
     case MessageC::EKind::Request:
-        if (m_requests.size() < kMostRequests) {
+        if (m_requests.size() < kMostRequests &&
+            message.memory <= kMostRequestMemory - m_requestMemory) {
+            m_requestMemory += message.memory;
             m_requests.push_back(DescriptionOf(message));
         }
         break;
@@ -203,6 +216,7 @@ void MessageStateC::AnswerRequests()
     }
     const auto requests = std::move(m_requests);
     m_requests.clear();
+    m_requestMemory = 0;
     for (const auto& request : requests) {
         // An answer belongs to the connection that the request came over.
         if (IsStill(m_decodedConnection)) {

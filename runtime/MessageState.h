@@ -2,6 +2,7 @@
 #define KESTROVE_RUNTIME_MESSAGESTATE_H
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -72,7 +73,9 @@ struct MessageStateC
     /// kind, so that the last answer is looked at first.
     const Registration* FindRegistration(const std::string& name);
 
-    bool IsUp() const { return connection.m_connected || connection.m_accepted; }
+    /// Whether there is a connection. One that was open when this process was forked is the
+    /// parent's: it is left to the parent, and this process opens its own.
+    bool IsUp();
     SocketStateC& SocketState() { return *connection.m_socket; }
 
     MPISocketConnectionC& connection;
@@ -125,6 +128,7 @@ private:
     Awaited* m_awaited = nullptr;
     const Registration* m_lastFound = nullptr; // registrations stay, in their places
     std::vector<std::unique_ptr<BDictionaryC>> m_requests;
+    std::size_t m_requestMemory = 0;
     bool m_isSending = false;
     std::chrono::steady_clock::time_point m_nextReopening;
 };

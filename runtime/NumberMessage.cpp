@@ -139,16 +139,12 @@ constexpr char kFloat64 = '\xcb';
 constexpr std::size_t kShortRun = 8;
 /// How many slots of a longer one are made at a time: few enough to stay in the nearest cache.
 constexpr std::size_t kPortion = 64;
-/// By how much a list grows that arrives in pieces: each time what it has is moved.
-constexpr std::size_t kGrowth = 4;
-
 /// Makes room for `count` numbers that may have arrived; `most` are announced.
 void MakeRoom(BListC& list, std::size_t count, std::size_t most)
 {
     const std::size_t size = BListAccessC::SlotsOf(list).size();
     if (BListAccessC::SlotsOf(list).capacity() - size < count) {
-        const std::size_t room = std::max(size + count, std::min(size + most, kGrowth * size));
-        list.Reserve(static_cast<int>(room));
+        list.Reserve(static_cast<int>(MessageBuilderC::RoomFor(size, size + count, size + most)));
     }
 }
 
@@ -222,6 +218,11 @@ bool IsWorthKeeping(const BListC* list)
 
 } // namespace
 
+std::size_t NumberMessageC::Held() const
+{
+    return m_list == nullptr ? 0 : BListAccessC::SlotsOf(*m_list).capacity() * kSlotBytes;
+}
+
 std::size_t NumberMessageC::Begin(const char* bytes, std::size_t size)
 {
     CReader reader(bytes, size);
@@ -244,6 +245,7 @@ NumberMessageC::EResult NumberMessageC::Take(const char* bytes, std::size_t size
     taken = 0;
     const std::size_t leftBefore = m_left;
     while (m_left > 0 && taken < size) {
+        MakeRoom(*m_list, std::min(m_left, kShortRun), m_left);
         const std::size_t doubles = TakeDoubles(*m_list, bytes + taken, size - taken, m_left);
         taken += doubles * kFloat64Bytes;
         m_left -= doubles;

@@ -25,6 +25,8 @@ public:
 
     /// True between Begin() and the end of the list.
     bool IsActive() const { return m_list != nullptr; }
+    /// How many bytes are held for the list that has begun.
+    std::size_t Held() const;
     /// Forgets the message that has begun.
     void Reset() { m_list.reset(); }
 

@@ -1,6 +1,5 @@
 #include "runtime/ServerConnection.h"
 
-#include <algorithm>
 #include <utility>
 
 #include <asio/buffer.hpp>
@@ -10,8 +9,14 @@
 
 namespace {
 
-// So much is read at once: a turn of the loop stays short, however fast a client sends.
-constexpr std::size_t kReadPortion = 256U * 1024U;
+// So much is read at once: decoding it takes about a millisecond at the worst.
+constexpr std::size_t kReadPortion = 16U * 1024U;
+
+// About what a name takes that is subscribed to, beside itself.
+constexpr std::size_t kNameBytes = 96;
+
+// About what a waiting message takes beside its values.
+constexpr std::size_t kMessageBytes = 256;
 
 // A buffer that one large message has blown up is given back once it has been written.
 constexpr std::size_t kKeptBuffer = 256U * 1024U;
@@ -27,143 +32,237 @@ void Empty(std::string& buffer)
 } // namespace
 
 ServerConnectionC::ServerConnectionC(asio::ip::tcp::socket socket, ClientNumber number,
-                                     const std::shared_ptr<ServerConnectionOwnerC>& owner)
-    : m_socket(std::move(socket)), m_number(number), m_owner(owner)
+                                     const std::shared_ptr<ServerConnectionOwnerC>& owner,
+                                     std::shared_ptr<DisposerC> disposer)
+    : m_socket(std::move(socket)), m_number(number), m_owner(owner),
+      m_disposer(std::move(disposer)), m_decoder(kReadPortion)
 {
     asio::error_code ignored;
     m_socket.set_option(asio::ip::tcp::no_delay(true), ignored);
     m_socket.non_blocking(true, ignored);
 }
 
+ServerConnectionC::~ServerConnectionC()
+{
+    struct Remains
+    {
+        MessageDecoderC decoder;
+        MessageC message;
+        std::deque<MessageC> waiting;
+        std::set<std::string> subscriptions;
+        std::string queued;
+        std::string writing;
+    };
+    const std::size_t bytes = m_decoder.Held() + m_message.memory + m_waitingMemory + m_subscribed +
+                              m_queued.capacity() + m_writing.capacity();
+    m_disposer->Destroy(Remains{std::move(m_decoder), std::move(m_message), std::move(m_waiting),
+                                std::move(m_subscriptions), std::move(m_queued),
+                                std::move(m_writing)},
+                        bytes);
+}
+
 void ServerConnectionC::Start()
 {
-    Read();
+    CountHeld();
+    WaitForBytes();
 }
 
-void ServerConnectionC::Read()
+/// Without room for them: a connection that sends nothing takes none.
+void ServerConnectionC::WaitForBytes()
 {
-    if (!m_open || m_isReading || IsWaitingFull()) {
+    if (!m_open || m_isWaiting || IsWaitingFull()) {
         return;
     }
-    m_isReading = true;
-    std::size_t room = 0;
-    char* const space = m_decoder.Space(room);
-    m_socket.async_read_some(
-        asio::buffer(space, std::min(room, kReadPortion)),
-        [self = shared_from_this()](const asio::error_code& error, std::size_t count) {
-            self->m_isReading = false;
-            if (!self->m_open) {
-                return;
-            }
-            if (error) {
-                self->Lost(error == asio::error::eof ? "closed by the client" : error.message());
-                return;
-            }
-            self->BytesArrived(count);
-        });
+    m_isWaiting = true;
+    m_socket.async_wait(asio::socket_base::wait_read,
+                        [self = shared_from_this()](const asio::error_code& error) {
+                            self->m_isWaiting = false;
+                            if (!self->m_open) {
+                                return;
+                            }
+                            if (error) {
+                                self->Lost(error.message());
+                                return;
+                            }
+                            self->BytesWait();
+                        });
 }
 
-void ServerConnectionC::BytesArrived(std::size_t count)
+void ServerConnectionC::BytesWait()
 {
-    m_decoder.Arrived(count);
-    ServeArrived();
+    if (!m_decoder.InMessage()) {
+        TakeTurn();
+    } else if (const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock()) {
+        owner->TurnWanted(*this);
+    }
 }
 
-/// Serves the messages that have arrived, at most a turn's worth; then reads on, or leaves the rest
-/// to a later turn. Nothing is read meanwhile, so a client that floods is slowed down to its share.
-void ServerConnectionC::ServeArrived()
+void ServerConnectionC::TakeTurn()
 {
     const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock();
     if (owner == nullptr || !m_open) {
         return;
     }
     m_serving = true;
-    int served = 0;
-    while (served < kMessagesPerTurn && ServeNext(*owner)) {
-        ++served;
-    }
+    const bool isDone = ServeForATurn(*owner);
     m_serving = false;
     if (!m_open) {
         return;
     }
     Flush();
-    if (served < kMessagesPerTurn) {
-        Read();
-    } else {
-        ServeLater();
-    }
-}
-
-void ServerConnectionC::ServeLater()
-{
-    if (m_willServe) {
+    CountHeld();
+    if (!m_open) {
         return;
     }
-    m_willServe = true;
-    asio::post(m_socket.get_executor(), [self = shared_from_this()] {
-        self->m_willServe = false;
-        self->ServeArrived();
-    });
+    if (!isDone) {
+        owner->TurnWanted(*this);
+        return;
+    }
+    WaitForBytes();
+    if (m_decoder.InMessage()) {
+        owner->MessageUnfinished(*this);
+    }
 }
 
-bool ServerConnectionC::ServeWaiting(ServerConnectionOwnerC& owner)
+/// @return true when there is nothing more to do for now.
+bool ServerConnectionC::ServeForATurn(ServerConnectionOwnerC& owner)
 {
-    m_message = std::move(m_waiting.front());
-    m_waiting.pop_front();
-    m_waitingMemory -= m_message.memory;
-    owner.MessageArrived(*this, m_message);
-    return m_open;
+    const auto end = std::chrono::steady_clock::now() + kTurn;
+    int served = 0;
+    m_mayHaveMore = true;
+    while (m_open) {
+        if (served == kMessagesPerTurn || std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        if (m_isHeld && IsWaitingFull()) {
+            return true;
+        }
+        switch (ServeNext(owner)) {
+        case MessageDecoderC::EResult::Complete:
+            ++served;
+            break;
+        case MessageDecoderC::EResult::Bad:
+            owner.MessageRejected(*this, m_decoder.Problem());
+            return true;
+        case MessageDecoderC::EResult::NeedMore:
+            CountHeld();
+            if (!m_open || !Receive()) {
+                return true;
+            }
+            break;
+        }
+    }
+    return true;
 }
 
-/// Serves the next message, or has it wait. False when no whole one is there, none more may wait or
-/// the connection has been closed.
-bool ServerConnectionC::ServeNext(ServerConnectionOwnerC& owner)
+/// Serves the next message, or has it wait behind the held one.
+MessageDecoderC::EResult ServerConnectionC::ServeNext(ServerConnectionOwnerC& owner)
 {
     if (!m_isHeld && !m_waiting.empty()) {
-        return ServeWaiting(owner);
+        m_message = std::move(m_waiting.front());
+        m_waiting.pop_front();
+        m_waitingMemory -= m_message.memory + kMessageBytes;
+        ServeMessage(owner);
+        return MessageDecoderC::EResult::Complete;
     }
-    // While bytes are awaited, the decoder's room is theirs, and it holds no whole message.
-    if (m_isReading || IsWaitingFull()) {
-        return false;
-    }
-    switch (m_decoder.Next(m_message)) {
-    case MessageDecoderC::EResult::Complete:
+    const MessageDecoderC::EResult result = m_decoder.Next(m_message);
+    if (result == MessageDecoderC::EResult::Complete) {
         m_message.arrival = owner.NextArrival();
         if (m_isHeld && !owner.Overtakes(m_message)) {
-            m_waitingMemory += m_message.memory;
-            m_waiting.push_back(std::move(m_message));
+            HaveWait();
         } else {
-            owner.MessageArrived(*this, m_message);
+            ServeMessage(owner);
         }
-        return m_open;
-    case MessageDecoderC::EResult::Bad:
-        owner.MessageRejected(*this, m_decoder.Problem());
-        return false;
-    case MessageDecoderC::EResult::NeedMore:
-        break;
     }
-    return false;
+    return result;
+}
+
+void ServerConnectionC::ServeMessage(ServerConnectionOwnerC& owner)
+{
+    owner.MessageArrived(*this, m_message);
+    if (m_message.memory >= DisposerC::kLeastBytes) {
+        m_disposer->Destroy(std::move(m_message), m_message.memory);
+        m_message = MessageC();
+    }
+}
+
+void ServerConnectionC::HaveWait()
+{
+    m_waitingMemory += m_message.memory + kMessageBytes;
+    m_waiting.push_back(std::move(m_message));
+    m_message = MessageC();
+}
+
+bool ServerConnectionC::IsWaitingFull() const
+{
+    return m_waiting.size() >= kMostWaiting || m_waitingMemory >= kMostWaitingMemory;
 }
 
 std::unique_ptr<BListC> ServerConnectionC::Hold()
 {
     m_isHeld = true;
     m_heldMemory = m_message.memory;
+    m_message.memory = 0;
     return std::move(m_message.arguments);
 }
 
 void ServerConnectionC::Release()
 {
-    if (m_isHeld) {
-        m_isHeld = false;
-        m_heldMemory = 0;
-        ServeLater();
+    if (!m_isHeld) {
+        return;
+    }
+    m_isHeld = false;
+    m_heldMemory = 0;
+    const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock();
+    if (owner != nullptr && m_open) {
+        owner->TurnWanted(*this);
     }
 }
 
-bool ServerConnectionC::IsWaitingFull() const
+/// @return false when nothing more has arrived, or the connection has ended.
+bool ServerConnectionC::Receive()
 {
-    return m_waiting.size() >= kMostWaiting || m_waitingMemory >= kMostWaitingMemory;
+    if (!m_mayHaveMore) {
+        return false;
+    }
+    std::size_t room = 0;
+    char* const space = m_decoder.Space(room);
+    asio::error_code error;
+    const std::size_t count = m_socket.read_some(asio::buffer(space, room), error);
+    if (error == asio::error::would_block || error == asio::error::try_again) {
+        return false;
+    }
+    if (error) {
+        Lost(error == asio::error::eof ? "closed by the client" : error.message());
+        return false;
+    }
+    m_mayHaveMore = count == room;
+    m_lastGrowth = std::chrono::steady_clock::now();
+    m_decoder.Arrived(count);
+    return true;
+}
+
+bool ServerConnectionC::Subscribe(const std::string& event)
+{
+    const bool isNew = m_subscriptions.insert(event).second;
+    if (isNew) {
+        m_subscribed += event.size() + kNameBytes;
+        CountHeld();
+    }
+    return isNew;
+}
+
+void ServerConnectionC::CountHeld()
+{
+    const std::size_t before = m_held;
+    m_held = !m_open
+                 ? 0
+                 : kSilentBytes + m_decoder.Held() + m_message.memory + m_heldMemory +
+                       m_waitingMemory + m_subscribed + m_queued.capacity() + m_writing.capacity();
+    const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock();
+    if (owner != nullptr && m_held != before) {
+        owner->HeldChanged(before, m_held);
+    }
 }
 
 bool ServerConnectionC::Queue(const char* bytes, std::size_t count)
@@ -176,6 +275,7 @@ bool ServerConnectionC::Queue(const char* bytes, std::size_t count)
     }
     m_queued.append(bytes, count);
     FlushLater();
+    CountHeld();
     return true;
 }
 
@@ -223,6 +323,7 @@ void ServerConnectionC::Written(std::size_t count)
     if (m_written == m_writing.size()) {
         Empty(m_writing);
         m_written = 0;
+        CountHeld();
     }
     Flush();
 }
@@ -246,6 +347,7 @@ void ServerConnectionC::Close(bool withReset)
         m_socket.shutdown(asio::socket_base::shutdown_send, error);
     }
     m_socket.close(error);
+    CountHeld();
 }
 
 void ServerConnectionC::SendRestAtOnce()

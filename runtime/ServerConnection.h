@@ -1,6 +1,7 @@
 #ifndef KESTROVE_RUNTIME_SERVERCONNECTION_H
 #define KESTROVE_RUNTIME_SERVERCONNECTION_H
 
+#include <chrono>
 #include <cstddef>
 #include <deque>
 #include <memory>
@@ -10,6 +11,7 @@
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
 
+#include "runtime/Disposer.h"
 #include "runtime/MPISocketServer.h"
 #include "runtime/MessageDecoder.h"
 
@@ -30,12 +32,25 @@ public:
     virtual void MessageRejected(ServerConnectionC& connection, const std::string& problem) = 0;
     /// The connection has ended without Close().
     virtual void ConnectionLost(ServerConnectionC& connection, const std::string& reason) = 0;
+    /// The connection has more to do than one turn allows: TakeTurn() is to be called again, when
+    /// those that wait already and whatever is new had theirs.
+    virtual void TurnWanted(ServerConnectionC& connection) = 0;
+    /// The connection waits for the rest of a message.
+    virtual void MessageUnfinished(ServerConnectionC& connection) = 0;
+    /// The connection holds `now` bytes and no longer `before`. May close any connection.
+    virtual void HeldChanged(std::size_t before, std::size_t now) = 0;
 };
 
 /// One client of a service: reads messages, and queues and writes bytes without ever waiting.
 ///
 /// What is queued during one turn of the loop leaves in one write. A client occupies the loop with
-/// at most kMessagesPerTurn messages in a row; the rest waits until the others had their turn.
+/// at most kMessagesPerTurn messages in a row, and for at most kTurn; the rest waits until the
+/// others had their turn. Within a message that is larger than a read it asks for a turn before it
+/// reads on, so that many who send much take no more of the loop than one.
+///
+/// Counts what it holds: what is read and not complete, the message that is being served, what
+/// waits behind one that is held, what is queued, the names of subscriptions. What is large of it
+/// is destroyed aside.
 ///
 /// Thread safety: none; lives on the thread that runs the loop. Lifetime: shared by its owner and
 /// by the operations under way. A closed one tells its owner nothing more.
@@ -45,20 +60,37 @@ public:
     /// How many unsent bytes a client may let queue up.
     static constexpr std::size_t kQueueLimit = 8U * 1024U * 1024U;
     static constexpr int kMessagesPerTurn = 64;
+    static constexpr std::chrono::microseconds kTurn{1000};
     /// How much waits behind a held message before nothing more is read.
     static constexpr std::size_t kMostWaiting = 1024;
     static constexpr std::size_t kMostWaitingMemory = 16U * 1024U * 1024U;
+    /// What a connection counts for that has never sent anything.
+    static constexpr std::size_t kSilentBytes = 4096;
 
     ServerConnectionC(asio::ip::tcp::socket socket, ClientNumber number,
-                      const std::shared_ptr<ServerConnectionOwnerC>& owner);
+                      const std::shared_ptr<ServerConnectionOwnerC>& owner,
+                      std::shared_ptr<DisposerC> disposer);
+    ~ServerConnectionC();
 
     ClientNumber Number() const { return m_number; }
     bool IsOpen() const { return m_open; }
     /// The events that this client has subscribed to.
-    std::set<std::string>& Subscriptions() { return m_subscriptions; }
+    const std::set<std::string>& Subscriptions() const { return m_subscriptions; }
+    /// Adds one.
+    ///
+    /// @return false when it was there already.
+    bool Subscribe(const std::string& event);
+    /// How many bytes it holds; 0 once it is closed.
+    std::size_t Held() const { return m_held; }
+    /// True while it waits for the rest of a message.
+    bool IsUnfinished() const { return m_isWaiting && m_decoder.InMessage(); }
+    /// When something was last received.
+    std::chrono::steady_clock::time_point LastGrowth() const { return m_lastGrowth; }
 
     /// Begins to read.
     void Start();
+    /// Reads and serves for a turn.
+    void TakeTurn();
     /// Queues bytes for writing.
     ///
     /// @return false when more than kQueueLimit bytes are waiting already; nothing is queued then.
@@ -66,25 +98,26 @@ public:
     /// Holds the message that is being served: those behind it wait until Release(), but for what
     /// overtakes. They are read all the same, up to a limit.
     ///
-    /// @return the arguments of the message, which are the caller's from now on.
+    /// @return the arguments of the message, which are the caller's from now on. What they take
+    ///         still counts for the connection.
     std::unique_ptr<BListC> Hold();
     /// Serves what has waited, in order and in a turn of its own. Nothing happens when no message
     /// is held.
     void Release();
-    /// About how many bytes the held message and those behind it take.
-    std::size_t WaitingMemory() const { return m_heldMemory + m_waitingMemory; }
     /// Ends the connection. In order, what is queued still goes out as far as the system takes it
     /// at once, so that an answer followed by a disconnection arrives; with a reset it does not.
     void Close(bool withReset);
 
 private:
-    void Read();
-    void BytesArrived(std::size_t count);
-    void ServeArrived();
-    void ServeLater();
-    bool ServeWaiting(ServerConnectionOwnerC& owner);
-    bool ServeNext(ServerConnectionOwnerC& owner);
+    void WaitForBytes();
+    void BytesWait();
+    bool ServeForATurn(ServerConnectionOwnerC& owner);
+    MessageDecoderC::EResult ServeNext(ServerConnectionOwnerC& owner);
+    void ServeMessage(ServerConnectionOwnerC& owner);
+    void HaveWait();
     bool IsWaitingFull() const;
+    bool Receive();
+    void CountHeld();
     void FlushLater();
     void Flush();
     void Written(std::size_t count);
@@ -95,20 +128,24 @@ private:
     asio::ip::tcp::socket m_socket;
     const ClientNumber m_number;
     std::weak_ptr<ServerConnectionOwnerC> m_owner;
+    const std::shared_ptr<DisposerC> m_disposer;
     MessageDecoderC m_decoder;
     MessageC m_message;              // the one that is being served
     std::deque<MessageC> m_waiting;  // behind a held one
     std::size_t m_waitingMemory = 0; // of those
     std::size_t m_heldMemory = 0;    // of the held one
     std::set<std::string> m_subscriptions;
-    std::string m_queued;      // waits for the write under way to end
-    std::string m_writing;     // handed to the write under way
-    std::size_t m_written = 0; // how much of m_writing the system has taken
+    std::string m_queued;         // waits for the write under way to end
+    std::string m_writing;        // handed to the write under way
+    std::size_t m_written = 0;    // how much of m_writing the system has taken
+    std::size_t m_subscribed = 0; // bytes of the names
+    std::size_t m_held = 0;
+    std::chrono::steady_clock::time_point m_lastGrowth;
     bool m_open = true;
     bool m_isHeld = false;
-    bool m_isReading = false;
+    bool m_isWaiting = false;  // for bytes
+    bool m_mayHaveMore = true; // the last read filled its room
     bool m_serving = false;
-    bool m_willServe = false;
     bool m_isWriting = false;
     bool m_willFlush = false;
 };

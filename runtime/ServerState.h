@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
 #include <string>
@@ -11,8 +12,10 @@
 #include <asio/io_context.hpp>
 #include <asio/ip/address.hpp>
 #include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
 
 #include "platform/BEncoder.h"
+#include "runtime/Disposer.h"
 #include "runtime/MPISocketServer.h"
 #include "runtime/ServerConnection.h"
 #include "runtime/ServerListener.h"
@@ -23,7 +26,8 @@ class MPISocketServerC::StateC final : public ServerConnectionOwnerC,
                                        public std::enable_shared_from_this<StateC>
 {
 public:
-    StateC(asio::io_context& loop, MPIServiceHandlerC& handler) : m_loop(loop), m_handler(&handler)
+    StateC(asio::io_context& loop, MPIServiceHandlerC& handler, const MPIServerLimitsC& limits)
+        : m_loop(loop), m_handler(&handler), m_limits(limits), m_pause(loop), m_watch(loop)
     {
     }
 
@@ -34,7 +38,7 @@ public:
     void DisconnectAll(const std::string& reason, bool withReset);
     std::unique_ptr<BListC> Hold(ClientNumber client);
     void Release(ClientNumber client);
-    void Detach() { m_handler = nullptr; }
+    void Detach();
 
     void SendTo(ClientNumber client, const char* bytes, std::size_t count);
     void SendTo(ClientNumber client) { SendTo(client, m_encoder.Data(), m_encoder.Size()); }
@@ -45,6 +49,7 @@ public:
     std::uint64_t Arrival() const { return m_served != 0 ? m_served : m_arrivals; }
     std::size_t ClientCount() const { return m_clients.size(); }
     unsigned long RejectedMessages() const { return m_rejected; }
+    std::size_t HeldBytes() const { return m_held; }
 
 private:
     asio::error_code Open(const asio::ip::address& address, std::uint16_t port);
@@ -55,6 +60,14 @@ private:
     bool Overtakes(const MessageC& message) override;
     void MessageRejected(ServerConnectionC& connection, const std::string& problem) override;
     void ConnectionLost(ServerConnectionC& connection, const std::string& reason) override;
+    void TurnWanted(ServerConnectionC& connection) override;
+    void MessageUnfinished(ServerConnectionC& connection) override;
+    void HeldChanged(std::size_t before, std::size_t now) override;
+    void PostTurn();
+    void GiveTurn();
+    void Watch(std::chrono::steady_clock::duration time);
+    void EndUnfinished();
+    void DropGreediest();
     void Serve(ClientNumber client, const MessageC& message);
     void Subscribe(ServerConnectionC& connection, const BListC& arguments);
     void TellThatConnectionsWait(const std::string& reason);
@@ -65,8 +78,15 @@ private:
 
     asio::io_context& m_loop;
     MPIServiceHandlerC* m_handler;
+    const MPIServerLimitsC m_limits;
+    const std::shared_ptr<DisposerC> m_disposer = std::make_shared<DisposerC>();
     std::vector<std::shared_ptr<ServerListenerC>> m_listeners;
     std::map<ClientNumber, std::shared_ptr<ServerConnectionC>> m_clients;
+    std::deque<std::shared_ptr<ServerConnectionC>> m_turns; // who waits for one
+    asio::steady_timer m_pause;                             // of all turns
+    asio::steady_timer m_watch;                             // over unfinished messages
+    bool m_isWatching = false;
+    std::size_t m_held = 0;
     BEncoderC m_encoder;
     ClientNumber m_lastNumber = 0;
     std::uint64_t m_arrivals = 0;

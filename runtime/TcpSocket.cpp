@@ -191,6 +191,7 @@ bool TcpSocketC::TakeOver(int descriptor)
 void TcpSocketC::Adopt(int descriptor)
 {
     m_descriptor = descriptor;
+    m_process = ProcessMark();
     m_receiveTimeout = -1;
     // A request is one small message that must leave at once. Fails harmlessly on other streams.
     const int on = 1;

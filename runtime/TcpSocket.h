@@ -2,10 +2,12 @@
 #define KESTROVE_RUNTIME_TCPSOCKET_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "platform/LinkError.h"
 #include "runtime/Deadline.h"
+#include "runtime/ProcessMark.h"
 
 /// How an attempt to send or receive ended.
 enum class ETransfer
@@ -36,7 +38,10 @@ public:
     void Close();
 
     bool IsOpen() const { return m_descriptor >= 0; }
-    int Descriptor() const { return m_descriptor; }
+    /// Whether the socket was open when this process was forked from the one that it belongs to.
+    bool IsInherited() const { return m_descriptor >= 0 && m_process != ProcessMark(); }
+    /// The descriptor; -1 when none is open, or when it is another process's.
+    int Descriptor() const { return IsInherited() ? -1 : m_descriptor; }
     const std::string& PeerHost() const { return m_peerHost; }
     unsigned short PeerPort() const { return m_peerPort; }
 
@@ -58,6 +63,7 @@ private:
     void Adopt(int descriptor);
 
     int m_descriptor = -1;
+    std::uint64_t m_process = 0; // whose socket it is
     int m_receiveTimeout = -1;
     std::string m_peerHost;
     unsigned short m_peerPort = 0;

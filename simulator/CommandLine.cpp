@@ -143,7 +143,8 @@ void AddWorldOptions(CLI::App& app, SimulationOptions& world, std::vector<double
 } // namespace
 
 std::optional<EExitCode> ReadCommandLine(int argumentCount, const char* const* arguments,
-                                         ProgramOptions& options)
+                                         ProgramOptions& options, std::ostream& output,
+                                         std::ostream& errors)
 {
     CLI::App app("A navigation service with a simulated machine, to develop applications against.",
                  "navigation-simulator");
@@ -154,7 +155,7 @@ std::optional<EExitCode> ReadCommandLine(int argumentCount, const char* const* a
     try {
         app.parse(argumentCount, arguments);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? kExitSuccess : kExitWrongOptions;
+        return app.exit(error, output, errors) == 0 ? kExitSuccess : kExitWrongOptions;
     }
     if (!start.empty())
         options.simulation.startPose = {{start[0], start[1]}, NormaliseHeading(Radians(start[2]))};

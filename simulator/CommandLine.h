@@ -2,6 +2,7 @@
 #define KESTROVE_SIMULATOR_COMMANDLINE_H
 
 #include <cstdint>
+#include <iosfwd>
 #include <optional>
 #include <string>
 
@@ -32,9 +33,11 @@ enum EExitCode : int
 /// Reads the command line.
 ///
 /// @param options receives the options.
+/// @param output, errors receive help and version, and what is wrong.
 /// @return nothing when the program is to run; otherwise the code to exit with, after help, version
 ///         or what is wrong has been written.
 std::optional<EExitCode> ReadCommandLine(int argumentCount, const char* const* arguments,
-                                         ProgramOptions& options);
+                                         ProgramOptions& options, std::ostream& output,
+                                         std::ostream& errors);
 
 #endif

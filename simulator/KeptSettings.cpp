@@ -4,6 +4,7 @@
 #include <sstream>
 #include <utility>
 
+#include "simulator/ServiceLog.h"
 #include "simulator/world/Simulation.h"
 
 namespace {
@@ -101,28 +102,42 @@ KeptSettingsC::KeptSettingsC(KeptValues values, KeepSink sink)
 
 void KeptSettingsC::Keep(const char* name, KeptValue value, bool asked)
 {
-    if (!asked)
-        return;
-    m_values[name] = value;
-    if (m_sink)
-        m_sink(m_values);
+    if (asked) {
+        KeptValues values = m_values;
+        values[name] = value;
+        Take(std::move(values));
+    }
 }
 
 void KeptSettingsC::KeepTuning(ETuning parameter, const CTuning& tuning, bool asked)
 {
-    if (!asked)
+    if (!asked) {
         return;
+    }
     const std::string name = kTuning[static_cast<std::size_t>(parameter)];
     const std::array<double, 3> limits = tuning.Limits(parameter).Values();
     const bool ofTheStart = limits == CTuning().Limits(parameter).Values();
+    KeptValues values = m_values;
     for (std::size_t i = 0; i < limits.size(); ++i) {
         if (ofTheStart) {
-            m_values.erase(name + kLimits[i]);
+            values.erase(name + kLimits[i]);
         } else {
-            m_values[name + kLimits[i]] = limits[i];
+            values[name + kLimits[i]] = limits[i];
         }
     }
-    Keep(name.c_str(), tuning.Get(parameter), asked);
+    values[name] = tuning.Get(parameter);
+    Take(std::move(values));
+}
+
+void KeptSettingsC::Take(KeptValues values)
+{
+    if (values == m_values) {
+        return;
+    }
+    m_values = std::move(values);
+    if (m_sink) {
+        m_sink(m_values);
+    }
 }
 
 COutcome KeptSettingsC::ApplyTo(CSimulation& simulation) const
@@ -134,7 +149,7 @@ COutcome KeptSettingsC::ApplyTo(CSimulation& simulation) const
     for (const auto& [name, value] : m_values) {
         const COutcome outcome = Apply(simulation, name, value);
         if (!outcome)
-            return COutcome::Refused("\"" + name + "\": " + outcome.Reason());
+            return COutcome::Refused("\"" + Printable(name) + "\": " + outcome.Reason());
     }
     return COutcome::Done();
 }

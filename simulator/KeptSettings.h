@@ -11,7 +11,7 @@
 
 class CSimulation;
 
-/// Takes all kept values each time that one of them changes.
+/// Takes all kept values each time that one of them changes, which is not when it is set anew.
 using KeepSink = std::function<void(const KeptValues&)>;
 
 /// The settings that clients asked to keep over a restart.
@@ -38,6 +38,8 @@ public:
     /// @param sink called at once with every change; may be empty.
     KeptSettingsC(KeptValues values, KeepSink sink);
 
+    /// Whether what is kept outlives a restart.
+    bool OutlivesRestart() const { return static_cast<bool>(m_sink); }
     /// Keeps a value, when a client asks for it.
     void Keep(const char* name, KeptValue value, bool asked);
     /// Keeps the present value of a tuning parameter, when a client asks for it.
@@ -49,6 +51,7 @@ public:
     COutcome ApplyTo(CSimulation& simulation) const;
 
 private:
+    void Take(KeptValues values);
     COutcome ApplyLimits(CSimulation& simulation) const;
 
     KeptValues m_values;

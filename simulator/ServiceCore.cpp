@@ -54,10 +54,12 @@ try {
 }
 
 WorkQueueC::Ticket ServiceCoreC::Queue(ECall kind, const std::string& name,
-                                       std::unique_ptr<BListC> arguments, AnswerSink done)
+                                       std::unique_ptr<BListC> arguments, AnswerSink done,
+                                       ScopeMaker scope)
 {
-    return m_work->Add([this, kind, name, done = std::move(done),
+    return m_work->Add([this, kind, name, done = std::move(done), scope = std::move(scope),
                         list = std::shared_ptr<const BListC>(std::move(arguments))] {
+        const std::shared_ptr<void> during = scope ? scope() : nullptr;
         Answer answer;
         try {
             answer = Call(kind, name, *list);
@@ -116,8 +118,10 @@ void ServiceCoreC::Step()
     if (!m_simulation.ControlRan())
         return;
     m_waylines.Record(m_feed.Height());
-    if (!m_recorder.Write(m_simulation))
-        m_log.Write(ELogLevel::Error, "the track file cannot be written any more and ends here");
+    const std::string problem = m_recorder.Write(m_simulation);
+    if (!problem.empty()) {
+        m_log.Write(ELogLevel::Error, problem);
+    }
     LogDrop();
     TellChanges(true);
 }

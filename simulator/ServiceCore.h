@@ -1,6 +1,7 @@
 #ifndef KESTROVE_SIMULATOR_SERVICECORE_H
 #define KESTROVE_SIMULATOR_SERVICECORE_H
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -57,6 +58,8 @@ public:
 
     /// Takes the answer to a call.
     using AnswerSink = std::function<void(Answer)>;
+    /// Makes what is to be there while an attempt at a call is made.
+    using ScopeMaker = std::function<std::shared_ptr<void>()>;
 
     /// Carries out a call, unless that takes long.
     ///
@@ -66,8 +69,9 @@ public:
     /// Queues a call that Try() has left; only with a work queue.
     ///
     /// @param done is called with the answer when the call has been carried out, from the loop.
+    /// @param scope may be empty.
     WorkQueueC::Ticket Queue(ECall kind, const std::string& name, std::unique_ptr<BListC> arguments,
-                             AnswerSink done);
+                             AnswerSink done, ScopeMaker scope = {});
 
     /// Carries out a request, however long it takes.
     ///
@@ -84,6 +88,8 @@ public:
 
     /// Writes the drive to a file from now on; see TrackRecorderC::Open().
     std::string RecordTrack(const std::string& path) { return m_recorder.Open(path); }
+    /// Ends that file; see TrackRecorderC::Close().
+    void EndTrack(std::chrono::steady_clock::time_point deadline) { m_recorder.Close(deadline); }
     /// The names of all operations.
     std::vector<std::string> OperationNames() const { return m_operations.Names(); }
     /// The wayline and the waypoints, to look at.

@@ -9,8 +9,31 @@ const char* const kDisengage = "DisengageSteering";
 
 } // namespace
 
-ServiceLinkC::ServiceLinkC(asio::io_context& loop, ServiceCoreOptions options)
-    : m_log(options.log), m_server(loop, *this), m_work(loop),
+/// Names a client as the one that is served, until the end of a scope.
+class ServiceLinkC::WhileServingC
+{
+public:
+    WhileServingC(const ServedSink& served, ClientNumber client) : m_served(served)
+    {
+        Tell(client);
+    }
+    ~WhileServingC() { Tell(0); }
+    WhileServingC(const WhileServingC&) = delete;
+    WhileServingC& operator=(const WhileServingC&) = delete;
+
+private:
+    void Tell(ClientNumber client) const
+    {
+        if (m_served) {
+            m_served(client);
+        }
+    }
+
+    const ServedSink& m_served;
+};
+
+ServiceLinkC::ServiceLinkC(asio::io_context& loop, ServiceCoreOptions options, ServedSink served)
+    : m_log(options.log), m_served(std::move(served)), m_server(loop, *this), m_work(loop),
       m_core(Publishing(std::move(options)))
 {
     m_work.OnDisengaged([this] { m_disengaged = m_server.Arrival(); });
@@ -43,6 +66,7 @@ bool ServiceLinkC::IsOvertakenEngaging(const std::string& name)
 void ServiceLinkC::RequestReceived(ClientNumber client, std::uint64_t requestNumber,
                                    const std::string& name, const BListC& arguments)
 {
+    const WhileServingC serving(m_served, client);
     Answer answer;
     if (IsOvertakenEngaging(name)) {
         answer.value = ToValue(false);
@@ -56,6 +80,7 @@ void ServiceLinkC::RequestReceived(ClientNumber client, std::uint64_t requestNum
 void ServiceLinkC::NotificationReceived(ClientNumber client, const std::string& name,
                                         const BListC& arguments)
 {
+    const WhileServingC serving(m_served, client);
     Answer answer;
     if (!IsOvertakenEngaging(name) && !m_core.Try(ECall::Notification, name, arguments, answer))
         Queue(ECall::Notification, client, 0, name);
@@ -67,13 +92,15 @@ void ServiceLinkC::Queue(ECall kind, ClientNumber client, std::uint64_t requestN
     std::unique_ptr<BListC> arguments = m_server.Hold(client);
     if (!arguments)
         return;
-    m_held[client] = m_core.Queue(kind, name, std::move(arguments),
-                                  [this, kind, client, requestNumber](const Answer& answer) {
-                                      m_held.erase(client);
-                                      if (kind == ECall::Request)
-                                          Reply(client, requestNumber, answer);
-                                      m_server.Release(client);
-                                  });
+    m_held[client] = m_core.Queue(
+        kind, name, std::move(arguments),
+        [this, kind, client, requestNumber](const Answer& answer) {
+            m_held.erase(client);
+            if (kind == ECall::Request)
+                Reply(client, requestNumber, answer);
+            m_server.Release(client);
+        },
+        [this, client] { return std::make_shared<WhileServingC>(m_served, client); });
 }
 
 void ServiceLinkC::Reply(ClientNumber client, std::uint64_t requestNumber, const Answer& answer)
@@ -89,8 +116,9 @@ void ServiceLinkC::Reply(ClientNumber client, std::uint64_t requestNumber, const
 
 void ServiceLinkC::Subscribed(ClientNumber client, const std::string& event)
 {
+    const WhileServingC serving(m_served, client);
     m_log.Write(ELogLevel::Debug,
-                "client " + std::to_string(client) + " subscribed to " + Printable(event));
+                "client " + std::to_string(client) + " subscribed: " + Printable(event));
     m_core.TellPresentState(event, [this, client](const std::string& name, const BListC& payload) {
         m_server.PushTo(client, name, payload);
     });
@@ -98,11 +126,13 @@ void ServiceLinkC::Subscribed(ClientNumber client, const std::string& event)
 
 void ServiceLinkC::ClientConnected(ClientNumber client)
 {
+    const WhileServingC serving(m_served, client);
     m_log.Write(ELogLevel::Debug, "client " + std::to_string(client) + " connected");
 }
 
 void ServiceLinkC::ClientDropped(ClientNumber client, const std::string& reason)
 {
+    const WhileServingC serving(m_served, client);
     m_log.Write(ELogLevel::Warning, "client " + std::to_string(client) + " is dropped: " + reason);
 }
 
@@ -113,6 +143,7 @@ void ServiceLinkC::ConnectionsWait(const std::string& reason)
 
 void ServiceLinkC::ClientDisconnected(ClientNumber client, const std::string& reason)
 {
+    const WhileServingC serving(m_served, client);
     const auto held = m_held.find(client);
     if (held != m_held.end()) {
         m_work.Forget(held->second);
@@ -124,6 +155,7 @@ void ServiceLinkC::ClientDisconnected(ClientNumber client, const std::string& re
 void ServiceLinkC::HandlerFailed(ClientNumber client, const std::string& name,
                                  const std::string& reason)
 {
-    m_log.Write(ELogLevel::Warning, "notification " + Printable(name) + " of client " +
-                                        std::to_string(client) + " failed: " + reason);
+    const WhileServingC serving(m_served, client);
+    m_log.Write(ELogLevel::Warning, "notification of client " + std::to_string(client) +
+                                        " failed: " + Printable(name) + ": " + reason);
 }

@@ -2,6 +2,7 @@
 #define KESTROVE_SIMULATOR_SERVICELINK_H
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 
@@ -19,9 +20,13 @@
 class ServiceLinkC : private MPIServiceHandlerC
 {
 public:
+    /// Told whose message is about to be carried out, and 0 when it has been.
+    using ServedSink = std::function<void(ClientNumber)>;
+
     /// @param loop must outlive this object.
     /// @param options what the core is made with; its events go to the subscribers too.
-    ServiceLinkC(asio::io_context& loop, ServiceCoreOptions options);
+    /// @param served may be empty.
+    ServiceLinkC(asio::io_context& loop, ServiceCoreOptions options, ServedSink served = {});
 
     /// Starts to listen; see MPISocketServerC::Listen().
     std::string Listen(std::uint16_t port) { return m_server.Listen(port); }
@@ -43,6 +48,7 @@ private:
                        const std::string& reason) override;
 
     bool Overtakes(const std::string& name) override;
+    class WhileServingC;
 
     ServiceCoreOptions Publishing(ServiceCoreOptions options);
     void Queue(ECall kind, ClientNumber client, std::uint64_t requestNumber,
@@ -51,6 +57,7 @@ private:
     bool IsOvertakenEngaging(const std::string& name);
 
     ServiceLogC m_log;
+    ServedSink m_served;
     MPISocketServerC m_server;
     WorkQueueC m_work;
     ServiceCoreC m_core;

@@ -19,9 +19,19 @@ void ServiceLogC::Write(ELogLevel level, const std::string& text) const
 
 bool ServiceLogC::Carried(const char* operation, const COutcome& outcome) const
 {
-    if (!outcome)
-        Write(ELogLevel::Warning, std::string(operation) + " refused: " + outcome.Reason());
-    return static_cast<bool>(outcome);
+    if (outcome) {
+        m_refusals.erase(operation);
+        return true;
+    }
+    m_refusals[operation] = outcome.Reason();
+    Write(ELogLevel::Warning, std::string(operation) + " refused: " + outcome.Reason());
+    return false;
+}
+
+std::string ServiceLogC::RefusalOf(const std::string& operation) const
+{
+    const auto found = m_refusals.find(operation);
+    return found == m_refusals.end() ? std::string() : found->second;
 }
 
 std::string Printable(const std::string& text)

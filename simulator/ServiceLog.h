@@ -2,6 +2,7 @@
 #define KESTROVE_SIMULATOR_SERVICELOG_H
 
 #include <functional>
+#include <map>
 #include <string>
 
 #include "simulator/world/Outcome.h"
@@ -30,14 +31,21 @@ public:
     /// Logs a line.
     void Write(ELogLevel level, const std::string& text) const;
 
-    /// Logs why an operation was refused; nothing when it was carried out.
+    /// Logs why an operation was refused, and remembers it; nothing when it was carried out.
     ///
     /// @param operation its name on the link.
     /// @return whether it was carried out.
     bool Carried(const char* operation, const COutcome& outcome) const;
 
+    /// @param operation its name on the link.
+    /// @return why it was refused the last time; empty when it was carried out then, or has never
+    ///         been asked for.
+    std::string RefusalOf(const std::string& operation) const;
+
 private:
     LogSink m_sink;
+    /// Why the operations were refused whose last try was. Logging changes nothing else.
+    mutable std::map<std::string, std::string> m_refusals;
 };
 
 /// A text from the link as it can stand in a log line or an error text: at most 80 characters, and

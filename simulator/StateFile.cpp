@@ -1,97 +1,117 @@
 #include "simulator/StateFile.h"
 
+#include <array>
 #include <cerrno>
-#include <cstddef>
-#include <fcntl.h>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <sys/stat.h>
+#include <climits>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <random>
 #include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
 
+#include "simulator/ServiceLog.h"
+
 namespace {
 
 constexpr const char* kSettingsKey = "settings";
+// What the names of the files beside it add to the file's own fits in 255 bytes then.
+constexpr std::size_t kLongestNameShown = 200;
+// Of a file that comes and goes meanwhile.
+constexpr int kAttempts = 20;
+constexpr int kOpenFlags = O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK;
 
 std::string ReasonOf(int error)
 {
     return std::generic_category().message(error);
 }
 
-/// Closes a file descriptor at the end of a scope.
-class FileC
+/// Where a file is once all symbolic links have been followed.
+///
+/// @return empty when there is none, with errno.
+std::string RealPath(const std::string& path)
 {
-public:
-    // Not blocking, or a pipe without a reader would hold up the program.
-    FileC(const std::string& path, int flags)
-        : m_descriptor(::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0644))
-    {
-    }
-    ~FileC()
-    {
-        if (m_descriptor >= 0)
-            ::close(m_descriptor);
-    }
-    FileC(const FileC&) = delete;
-    FileC& operator=(const FileC&) = delete;
-
-    bool IsOpen() const { return m_descriptor >= 0; }
-    bool Sync() const { return ::fsync(m_descriptor) == 0; }
-    bool Write(const std::string& text) const
-    {
-        std::size_t written = 0;
-        while (written < text.size()) {
-            const ssize_t count =
-                ::write(m_descriptor, text.data() + written, text.size() - written);
-            if (count < 0 && errno != EINTR)
-                return false;
-            if (count > 0)
-                written += static_cast<std::size_t>(count);
-        }
-        return true;
-    }
-
-private:
-    int m_descriptor;
-};
-
-/// Where the file itself is, so that a rename replaces the file and not a link to it.
-std::string Resolved(const std::string& path)
-{
-    std::error_code error;
-    const std::filesystem::path resolved = std::filesystem::weakly_canonical(path, error);
-    return error ? path : resolved.string();
+    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
+                                                           &std::free);
+    return real ? real.get() : std::string();
 }
 
-/// What a file is that should be a regular one; empty when it is, or is not there.
-std::string NoRegularFile(const std::filesystem::file_status& status)
+/// What a file is that should be a regular one; empty when it is one.
+std::string NoRegularFile(const struct stat& file)
 {
-    if (!std::filesystem::exists(status) || std::filesystem::is_regular_file(status))
+    if (S_ISREG(file.st_mode)) {
         return {};
-    return std::filesystem::is_directory(status) ? "it is a directory" : "it is no regular file";
+    }
+    return S_ISDIR(file.st_mode) ? "it is a directory" : "it is no regular file";
 }
 
-std::string ReadWhole(const std::string& path, std::string& text)
+/// A number for a name, the same at every run (Fowler, Noll and Vo).
+std::string NumberOf(const std::string& name)
 {
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream content;
-    content << file.rdbuf();
-    if (!file)
-        return ReasonOf(errno != 0 ? errno : EIO);
-    text = content.str();
-    return {};
+    std::uint64_t number = 14695981039346656037u;
+    for (const char character : name) {
+        number = (number ^ static_cast<unsigned char>(character)) * 1099511628211u;
+    }
+    std::array<char, 20> text{};
+    std::snprintf(text.data(), text.size(), "%016llx", static_cast<unsigned long long>(number));
+    return text.data();
+}
+
+/// @return an error number; 0 on success.
+int ReadWhole(const CDescriptor& file, std::string& text)
+{
+    std::array<char, 65536> part;
+    while (text.size() <= StateFileC::kMostBytes) {
+        const ssize_t count = ::read(file.Get(), part.data(), part.size());
+        if (count == 0) {
+            return 0;
+        }
+        if (count > 0) {
+            text.append(part.data(), static_cast<std::size_t>(count));
+        } else if (errno != EINTR) {
+            return errno;
+        }
+    }
+    return EFBIG;
+}
+
+bool WriteWhole(const CDescriptor& file, const std::string& text)
+{
+    std::size_t written = 0;
+    while (written < text.size()) {
+        const ssize_t count = ::write(file.Get(), text.data() + written, text.size() - written);
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+        if (count > 0) {
+            written += static_cast<std::size_t>(count);
+        }
+    }
+    return true;
+}
+
+std::string Shown(const nlohmann::json& value)
+{
+    if (value.is_structured()) {
+        return value.is_array() ? "a list" : "an object";
+    }
+    return Printable(value.dump());
 }
 
 std::string Parse(const std::string& text, KeptValues& values)
 {
     const nlohmann::json document = nlohmann::json::parse(text, nullptr, false);
     if (!document.is_object() || !document.contains(kSettingsKey) ||
-        !document[kSettingsKey].is_object())
+        !document[kSettingsKey].is_object()) {
         return "it is no JSON object with an object \"settings\"";
+    }
     KeptValues found;
     for (const auto& entry : document[kSettingsKey].items()) {
         if (entry.value().is_boolean()) {
@@ -99,7 +119,7 @@ std::string Parse(const std::string& text, KeptValues& values)
         } else if (entry.value().is_number()) {
             found[entry.key()] = entry.value().get<double>();
         } else {
-            return "\"" + entry.key() + "\" is " + entry.value().dump() +
+            return "\"" + Printable(entry.key()) + "\" is " + Shown(entry.value()) +
                    ", allowed is a number, true or false";
         }
     }
@@ -110,65 +130,270 @@ std::string Parse(const std::string& text, KeptValues& values)
 std::string Document(const KeptValues& values)
 {
     nlohmann::json settings = nlohmann::json::object();
-    for (const auto& [name, value] : values)
+    for (const auto& [name, value] : values) {
         std::visit([&entry = settings[name]](auto plain) { entry = plain; }, value);
+    }
     return nlohmann::json{{kSettingsKey, settings}}.dump(2) + "\n";
 }
 
 } // namespace
 
-StateFileC::StateFileC(const std::string& path) : m_path(Resolved(path)) {}
-
-std::string StateFileC::Directory() const
+StateFileC::~StateFileC()
 {
-    const std::string directory = std::filesystem::path(m_path).parent_path().string();
-    return directory.empty() ? "." : directory;
+    // While it is locked, so that nobody else can have taken the lock over.
+    if (m_nameLock.IsOpen()) {
+        ::unlinkat(m_folder.Get(), SideFile(".lock").c_str(), 0);
+    }
 }
 
-std::string StateFileC::Check() const
+std::string StateFileC::Open()
 {
-    const std::string useless = "cannot use the state file " + m_path + ": ";
-    std::error_code error;
-    const std::string problem = NoRegularFile(std::filesystem::status(m_path, error));
-    if (!problem.empty())
-        return useless + problem;
-    if (::access(Directory().c_str(), W_OK | X_OK) != 0)
-        return useless + "files cannot be made in " + Directory() + ": " + ReasonOf(errno);
-    const auto temporary = std::filesystem::symlink_status(TemporaryFile(), error);
-    if (!NoRegularFile(temporary).empty())
-        return useless + TemporaryFile() + ", which it needs for itself, is no regular file";
+    std::string problem = OpenFolder();
+    if (problem.empty()) {
+        problem = TakeLock();
+    }
+    if (problem.empty()) {
+        problem = LockFile();
+    }
+    return problem.empty() ? problem : "cannot use the state file " + m_path + ": " + problem;
+}
+
+/// Finds where the file itself is, so that a rename replaces the file and not a link to it.
+std::string StateFileC::OpenFolder()
+{
+    std::string real = RealPath(m_path);
+    if (real.empty() && errno != ENOENT) {
+        return ReasonOf(errno);
+    }
+    if (real.empty()) {
+        struct stat link
+        {
+        };
+        if (::lstat(m_path.c_str(), &link) == 0) {
+            return "it is a symbolic link to a file that is not there";
+        }
+        real = m_path;
+    }
+    const std::size_t slash = real.rfind('/');
+    m_name = slash == std::string::npos ? real : real.substr(slash + 1);
+    const std::string folder = slash == std::string::npos ? "."
+                               : slash == 0               ? "/"
+                                                          : real.substr(0, slash);
+    m_folder = CDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const std::string cannotMake = "files cannot be made in " + folder + ": ";
+    if (!m_folder.IsOpen()) {
+        return cannotMake + ReasonOf(errno);
+    }
+    std::string problem = CheckFile();
+    if (problem.empty() && ::faccessat(m_folder.Get(), ".", W_OK | X_OK, 0) != 0) {
+        problem = cannotMake + ReasonOf(errno);
+    }
+    return problem;
+}
+
+/// What the file is that should be a regular one, or none yet.
+std::string StateFileC::CheckFile()
+{
+    if (m_name.empty() || m_name == "." || m_name == "..") {
+        return "it is a directory";
+    }
+    struct stat file
+    {
+    };
+    if (::fstatat(m_folder.Get(), m_name.c_str(), &file, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errno == ENOENT ? std::string() : ReasonOf(errno);
+    }
+    m_owner = file;
+    return NoRegularFile(file);
+}
+
+/// Opens the file, if there is one, and locks it.
+std::string StateFileC::LockFile()
+{
+    m_file = CDescriptor(::openat(m_folder.Get(), m_name.c_str(), O_RDONLY | kOpenFlags));
+    if (!m_file.IsOpen()) {
+        return errno == ENOENT ? std::string() : ReasonOf(errno);
+    }
+    // Some file systems lock nothing that is only read; the lock of the name is left then.
+    if (::flock(m_file.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        return "another program uses it, perhaps under another name";
+    }
     return {};
 }
 
-std::string StateFileC::Load(KeptValues& values) const
+std::string StateFileC::TakeLock()
 {
-    std::error_code error;
-    const std::filesystem::file_status status = std::filesystem::status(m_path, error);
-    if (status.type() == std::filesystem::file_type::not_found)
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        std::string problem;
+        CDescriptor lock = OpenLockFile(problem);
+        if (!problem.empty()) {
+            return problem;
+        }
+        if (!lock.IsOpen()) {
+            continue;
+        }
+        if (::flock(lock.Get(), LOCK_EX | LOCK_NB) != 0) {
+            return errno == EWOULDBLOCK ? "another simulator uses it"
+                                        : "it cannot be locked: " + ReasonOf(errno);
+        }
+        // Whoever ends removes the file, which may be this one.
+        if (IsLockFile(lock)) {
+            m_nameLock = std::move(lock);
+            return {};
+        }
+    }
+    return "it cannot be locked: others lock it all the time";
+}
+
+/// Opens the lock's file, or makes it.
+///
+/// @param problem receives what stands in the way.
+/// @return none when the file came or went meanwhile.
+CDescriptor StateFileC::OpenLockFile(std::string& problem) const
+{
+    const std::string name = SideFile(".lock");
+    CDescriptor lock(::openat(m_folder.Get(), name.c_str(), O_RDONLY | kOpenFlags));
+    if (!lock.IsOpen() && errno == ENOENT) {
+        lock = CDescriptor(
+            ::openat(m_folder.Get(), name.c_str(), O_RDONLY | O_CREAT | O_EXCL | kOpenFlags, 0644));
+    }
+    struct stat file
+    {
+    };
+    if (!lock.IsOpen() && errno != EEXIST) {
+        problem = name + ", which it needs for itself: " + ReasonOf(errno);
+    } else if (lock.IsOpen() && (::fstat(lock.Get(), &file) != 0 || !S_ISREG(file.st_mode))) {
+        problem = name + ", which it needs for itself, is no regular file";
+    }
+    return lock;
+}
+
+/// Whether a file is the one that has the name of the lock's file now.
+bool StateFileC::IsLockFile(const CDescriptor& lock) const
+{
+    struct stat mine
+    {
+    };
+    struct stat named
+    {
+    };
+    return ::fstat(lock.Get(), &mine) == 0 &&
+           ::fstatat(m_folder.Get(), SideFile(".lock").c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+           mine.st_dev == named.st_dev && mine.st_ino == named.st_ino;
+}
+
+/// The name of a file beside the state file.
+std::string StateFileC::SideFile(const std::string& ending) const
+{
+    return "." + (m_name.size() > kLongestNameShown ? NumberOf(m_name) : m_name) + ending;
+}
+
+std::string StateFileC::Load(KeptValues& values)
+{
+    if (!m_file.IsOpen()) {
         return {};
+    }
+    struct stat file
+    {
+    };
+    const bool isKnown = ::fstat(m_file.Get(), &file) == 0;
     std::string text;
-    std::string problem = NoRegularFile(status);
-    if (problem.empty())
-        problem = ReadWhole(m_path, text);
-    if (problem.empty())
-        problem = Parse(text, values);
+    int error = isKnown ? 0 : errno;
+    if (error == 0) {
+        const bool isTooLong = file.st_size > static_cast<off_t>(kMostBytes);
+        error = isTooLong ? EFBIG : ReadWhole(m_file, text);
+    }
+    const std::string problem = error == EFBIG
+                                    ? "it has more than " + std::to_string(kMostBytes) + " bytes"
+                                : error != 0 ? ReasonOf(error)
+                                             : Parse(text, values);
     return problem.empty() ? problem : "cannot read the state file " + m_path + ": " + problem;
 }
 
-std::string StateFileC::Save(const KeptValues& values) const
+std::string StateFileC::Save(const KeptValues& values)
 {
-    const std::string temporary = TemporaryFile();
-    const std::string failed = "cannot write the state file " + m_path + ": ";
-    {
-        const FileC file(temporary, O_WRONLY | O_CREAT | O_TRUNC);
-        if (!file.IsOpen() || !file.Write(Document(values)) || !file.Sync())
-            return failed + ReasonOf(errno);
+    if (Replace(Document(values))) {
+        return {};
     }
-    if (::rename(temporary.c_str(), m_path.c_str()) != 0)
-        return failed + ReasonOf(errno);
-    // The new name must reach the disk too, or a power cut brings the old file back.
-    const FileC folder(Directory(), O_RDONLY | O_DIRECTORY);
-    if (!folder.IsOpen() || !folder.Sync())
-        return failed + ReasonOf(errno);
-    return {};
+    return "cannot write the state file " + m_path + ": " + ReasonOf(errno);
+}
+
+/// @return false on failure, with errno.
+bool StateFileC::Replace(const std::string& document)
+{
+    struct stat old
+    {
+    };
+    if (::fstatat(m_folder.Get(), m_name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0 &&
+        S_ISREG(old.st_mode)) {
+        m_owner = old;
+    }
+    std::string name;
+    CDescriptor file = MakeNewFile(name);
+    if (!file.IsOpen()) {
+        return false;
+    }
+    // Locked before it has the name, so that there is no moment in which another program could.
+    const bool isDone =
+        WriteWhole(file, document) && TakeOver(file) && ::fsync(file.Get()) == 0 &&
+        (::flock(file.Get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) &&
+        ::renameat(m_folder.Get(), name.c_str(), m_folder.Get(), m_name.c_str()) == 0;
+    if (!isDone) {
+        const int error = errno;
+        ::unlinkat(m_folder.Get(), name.c_str(), 0);
+        errno = error;
+        return false;
+    }
+    m_file = std::move(file);
+    // The new name must reach the disk too, or a power cut brings the old file back. Some file
+    // systems have no such thing.
+    return ::fsync(m_folder.Get()) == 0 || errno == EINVAL;
+}
+
+/// Makes the file that is to take the place of the old one.
+///
+/// @param name receives its name.
+/// @return none on failure, with errno.
+CDescriptor StateFileC::MakeNewFile(std::string& name) const
+{
+    const int flags = O_WRONLY | O_CREAT | O_EXCL | kOpenFlags;
+    const mode_t mode = m_owner ? 0600 : 0644;
+    name = SideFile(".new");
+    CDescriptor file;
+    for (int attempt = 0; attempt < kAttempts && !file.IsOpen(); ++attempt) {
+        file = CDescriptor(::openat(m_folder.Get(), name.c_str(), flags, mode));
+        if (file.IsOpen() || errno != EEXIST) {
+            break;
+        }
+        // Left behind by a crash, or put there by somebody: what it is goes untouched. A folder
+        // cannot be removed so.
+        if (::unlinkat(m_folder.Get(), name.c_str(), 0) != 0 && errno != ENOENT) {
+            name = SideFile(".new" + std::to_string(std::random_device()()));
+            errno = EEXIST;
+        }
+    }
+    return file;
+}
+
+/// Gives a new file the owner and the mode of the old one.
+///
+/// @return false when it cannot have the mode, with errno.
+bool StateFileC::TakeOver(const CDescriptor& file) const
+{
+    struct stat made
+    {
+    };
+    if (!m_owner) {
+        return true;
+    }
+    if (::fstat(file.Get(), &made) != 0) {
+        return false;
+    }
+    const bool isForeign = made.st_uid != m_owner->st_uid || made.st_gid != m_owner->st_gid;
+    // Only some may give files away; what they may not belongs to this process then.
+    if (isForeign && ::fchown(file.Get(), m_owner->st_uid, m_owner->st_gid) != 0) {
+        [[maybe_unused]] const int ignored =
+            ::fchown(file.Get(), static_cast<uid_t>(-1), m_owner->st_gid);
+    }
+    return ::fchmod(file.Get(), m_owner->st_mode & 07777) == 0;
 }

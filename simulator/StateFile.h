@@ -1,9 +1,15 @@
 #ifndef KESTROVE_SIMULATOR_STATEFILE_H
 #define KESTROVE_SIMULATOR_STATEFILE_H
 
+#include <cstddef>
 #include <map>
+#include <optional>
 #include <string>
 #include <variant>
+
+#include <sys/stat.h>
+
+#include "simulator/Descriptor.h"
 
 /// A setting that outlives a restart: a switch or a number.
 using KeptValue = std::variant<bool, double>;
@@ -14,36 +20,68 @@ using KeptValues = std::map<std::string, KeptValue>;
 ///
 /// Writing replaces the file as a whole: a new file is written beside it, brought to the disk and
 /// renamed. So whenever the program or the machine stops, the file is the old or the new one, and
-/// never half of one. Thread safety: none.
+/// never half of one. Mode and owner go over to the new file, the owner where the system allows it.
+///
+/// One file is used by one program at a time. Two locks see to that: that of a file of its own in
+/// the same folder, which stands for the name whatever file comes to have it, and that of the file
+/// itself, which may have other names. Both end with the process, however it ends.
+///
+/// Beside "state.json" lie ".state.json.lock", until the end, and ".state.json.new", while the file
+/// is written; a name too long for that is replaced by a number made of it. Symbolic and hard links
+/// in their place are never followed.
+/// Thread safety: none.
 class StateFileC
 {
 public:
-    /// @param path where the file is or is to be; a symbolic link is followed.
-    explicit StateFileC(const std::string& path);
+    /// A longer file is not read.
+    static constexpr std::size_t kMostBytes = 1024 * 1024;
 
-    /// Whether Save() can be expected to work: the file can be made, or replaced where there is
-    /// one. Changes nothing.
+    /// @param path where the file is or is to be; a symbolic link to a file is followed.
+    explicit StateFileC(std::string path) : m_path(std::move(path)) {}
+    /// Removes the lock's file.
+    ~StateFileC();
+    StateFileC(const StateFileC&) = delete;
+    StateFileC& operator=(const StateFileC&) = delete;
+
+    /// Takes the file for this program alone. Comes before everything else.
     ///
-    /// @return an empty text when it is so, otherwise what stands in the way.
-    std::string Check() const;
+    /// @return an empty text when Load() and Save() can be expected to work, otherwise what stands
+    ///         in the way.
+    std::string Open();
 
     /// Reads the file. None there is the same as an empty one.
     ///
     /// @param values receives what the file holds; untouched on failure.
     /// @return an empty text on success, otherwise why the file cannot be read.
-    std::string Load(KeptValues& values) const;
+    std::string Load(KeptValues& values);
 
     /// Replaces the file.
     ///
     /// @return an empty text on success, otherwise why it could not be written; the old file then
-    ///         stands as it was.
-    std::string Save(const KeptValues& values) const;
+    ///         stands as it was, unless it is only its place that may not have reached the disk.
+    std::string Save(const KeptValues& values);
+
+    /// The path as it was given.
+    const std::string& Path() const { return m_path; }
 
 private:
-    std::string Directory() const;
-    std::string TemporaryFile() const { return m_path + ".new"; }
+    std::string OpenFolder();
+    std::string CheckFile();
+    std::string LockFile();
+    std::string TakeLock();
+    CDescriptor OpenLockFile(std::string& problem) const;
+    bool IsLockFile(const CDescriptor& lock) const;
+    std::string SideFile(const std::string& ending) const;
+    CDescriptor MakeNewFile(std::string& name) const;
+    bool TakeOver(const CDescriptor& file) const;
+    bool Replace(const std::string& document);
 
     std::string m_path;
+    std::string m_name; ///< in its folder
+    CDescriptor m_folder;
+    CDescriptor m_nameLock;
+    CDescriptor m_file;                 ///< holds the lock of the file itself
+    std::optional<struct stat> m_owner; ///< of the file there was last, and its mode
 };
 
 #endif

@@ -12,6 +12,8 @@ void SteeringOperationsC::Register(OperationTableC& table)
     table.Add("ReinitialiseNavigation", *this, &Self::ReinitialiseNavigation);
     table.Add("IsNavigationActivated", *this, &Self::IsNavigationActivated);
     table.Add("why_not_engaged", *this, &Self::WhyNotEngaged);
+    table.Add("why_refused", *this, &Self::WhyRefused);
+    table.Add("simulator_keeps", *this, &Self::SimulatorKeeps);
     table.Add("set_reverse_engage_enabled", *this, &Self::SetReverseEngageEnabled);
     table.Add("get_reverse_engage_enabled", *this, &Self::GetReverseEngageEnabled);
     table.Add("set_reverse_engage_allowed", *this, &Self::SetReverseEngageAllowed);
@@ -75,6 +77,17 @@ bool SteeringOperationsC::IsNavigationActivated()
 std::vector<std::string> SteeringOperationsC::WhyNotEngaged()
 {
     return m_simulation.WhyNotEngaged();
+}
+
+Value SteeringOperationsC::WhyRefused(const std::string& operation)
+{
+    const std::string reason = m_log.RefusalOf(operation);
+    return reason.empty() ? nullptr : std::make_unique<BAtomC>(reason);
+}
+
+bool SteeringOperationsC::SimulatorKeeps()
+{
+    return m_kept.OutlivesRestart();
 }
 
 void SteeringOperationsC::SetReverseEngageEnabled(bool enabled, bool keep)

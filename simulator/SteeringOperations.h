@@ -31,6 +31,8 @@ private:
     bool ReinitialiseNavigation(LeadingOne);
     bool IsNavigationActivated();
     std::vector<std::string> WhyNotEngaged();
+    Value WhyRefused(const std::string& operation);
+    bool SimulatorKeeps();
     void SetReverseEngageEnabled(bool enabled, bool keep);
     bool GetReverseEngageEnabled(LeadingOne);
     void SetReverseEngageAllowed(bool allowed, bool keep);

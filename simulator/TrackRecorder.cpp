@@ -1,47 +1,46 @@
 #include "simulator/TrackRecorder.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
-#include <fcntl.h>
-#include <filesystem>
 #include <system_error>
+#include <utility>
+
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
 
-/// Whether a file is a pipe that nobody reads, which could not be opened before somebody does.
-bool IsUnreadPipe(const std::string& path)
-{
-    std::error_code error;
-    if (!std::filesystem::is_fifo(path, error))
-        return false;
-    const int descriptor = ::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-    const bool unread = descriptor < 0 && errno == ENXIO;
-    if (descriptor >= 0)
-        ::close(descriptor);
-    return unread;
-}
+constexpr std::size_t kMostWaitingBytes = 4 * 1024 * 1024;
 
 } // namespace
 
 std::string TrackRecorderC::Open(const std::string& path)
 {
     const std::string failed = "cannot write the track file " + path + ": ";
-    if (IsUnreadPipe(path))
-        return failed + "it is a pipe that nobody reads";
-    errno = 0;
-    m_file.open(path, std::ios::trunc);
-    if (!m_file)
-        return failed + std::generic_category().message(errno != 0 ? errno : EIO);
-    m_file << "time_s,true_x_m,true_y_m,true_heading_rad,measured_x_m,measured_y_m,speed_mps,"
-              "steering_angle_rad,cross_track_error_m,implement_cross_track_error_m,pass,engaged\n";
+    // Not blocking, or opening a pipe would wait for its reader.
+    CDescriptor file(::open(
+        path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666));
+    if (!file.IsOpen()) {
+        return failed + (errno == ENXIO ? "it is a pipe that nobody reads"
+                                        : std::generic_category().message(errno));
+    }
+    m_writer.emplace(std::move(file), kMostWaitingBytes);
+    m_writer->Write(
+        "time_s,true_x_m,true_y_m,true_heading_rad,measured_x_m,measured_y_m,speed_mps,"
+        "steering_angle_rad,cross_track_error_m,implement_cross_track_error_m,pass,engaged\n");
     return {};
 }
 
-bool TrackRecorderC::Write(const CSimulation& simulation)
+std::string TrackRecorderC::Write(const CSimulation& simulation)
 {
-    if (!m_file.is_open())
-        return true;
+    if (!m_writer) {
+        return {};
+    }
+    if (m_writer->Error() != 0) {
+        m_writer.reset();
+        return "the track file cannot be written any more and ends here";
+    }
     const Pose truth = simulation.TruePose();
     const Pose measured = simulation.MeasuredPose();
     char line[512];
@@ -51,9 +50,19 @@ bool TrackRecorderC::Write(const CSimulation& simulation)
                   simulation.Speed(), simulation.SteeringAngle(), simulation.TrueCrossTrackError(),
                   simulation.TrueImplementCrossTrackError(), simulation.Status().pass,
                   simulation.Engaged() ? 1 : 0);
-    m_file << line << std::flush;
-    if (m_file)
-        return true;
-    m_file.close();
-    return false;
+    m_writer->Write(line);
+    const std::size_t leftOut = m_writer->TakeLeftOut();
+    if (leftOut == 0 || m_writer->Error() != 0) {
+        return {};
+    }
+    return "the track file lacks " + std::to_string(leftOut) +
+           " lines that could not be written in time";
+}
+
+void TrackRecorderC::Close(std::chrono::steady_clock::time_point deadline)
+{
+    if (m_writer) {
+        m_writer->Finish(deadline);
+        m_writer.reset();
+    }
 }

@@ -1,9 +1,11 @@
 #ifndef KESTROVE_SIMULATOR_TRACKRECORDER_H
 #define KESTROVE_SIMULATOR_TRACKRECORDER_H
 
-#include <fstream>
+#include <chrono>
+#include <optional>
 #include <string>
 
+#include "simulator/LineWriter.h"
 #include "simulator/world/Simulation.h"
 
 /// Writes the drive as comma-separated values, a line each time that guidance ran.
@@ -11,7 +13,8 @@
 /// Columns: time_s; true_x_m, true_y_m, true_heading_rad; measured_x_m, measured_y_m;
 /// speed_mps; steering_angle_rad; cross_track_error_m and implement_cross_track_error_m, both true;
 /// pass; engaged.
-/// Thread safety: none.
+/// A slow disk or reader holds up nobody: lines wait for it, up to 4 MiB, and beyond that are left
+/// out. Thread safety: none.
 class TrackRecorderC
 {
 public:
@@ -19,13 +22,16 @@ public:
     ///
     /// @return an empty text on success, otherwise why the file cannot be written.
     std::string Open(const std::string& path);
-    /// Writes the present line; nothing happens without a file.
+    /// Has the present line written; nothing happens without a file.
     ///
-    /// @return false when the line could not be written; the file is closed then.
-    bool Write(const CSimulation& simulation);
+    /// @return an empty text, or what has become of earlier lines: that some were left out, or that
+    ///         one could not be written, and the file is closed then.
+    std::string Write(const CSimulation& simulation);
+    /// Ends the file, once all lines have been written or the deadline has come.
+    void Close(std::chrono::steady_clock::time_point deadline);
 
 private:
-    std::ofstream m_file;
+    std::optional<CLineWriter> m_writer;
 };
 
 #endif

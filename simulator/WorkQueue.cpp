@@ -9,6 +9,9 @@
 
 namespace {
 
+/// About what is discarded at a time; what is not large does no harm there.
+constexpr std::size_t kDiscardedBytes = std::size_t{1} << 20U;
+
 /// Signals are the loop's.
 void BlockSignals()
 {
@@ -185,8 +188,9 @@ WorkResult WorkQueueC::Get(const WorkKey& key, EWork kind, std::size_t points,
         if (found != made.end())
             return found->result;
     }
+    // Taken by what it was prepared for: it is not needed twice.
     if (m_prepared && isThat(*m_prepared) && m_prepared->result)
-        return m_prepared->result;
+        return std::exchange(m_prepared, nullptr)->result;
     if (!m_onTheSpot && points > kPointsOnTheSpot)
         throw CWorkPending(key, kind, calculate);
     const WorkResult result = calculate();
@@ -216,8 +220,8 @@ void WorkQueueC::Prepare(const CWorkPending& pending)
 
 void WorkQueueC::Discard(std::shared_ptr<const void> thing)
 {
-    // Made anew in a handler, since asio moves handlers before it destroys them.
-    asio::post(m_thread, [thing = std::move(thing)]() mutable { thing.reset(); });
+    if (thing)
+        m_disposer.Destroy(std::move(thing), kDiscardedBytes);
 }
 
 void WorkQueueC::EndChange(Task& task, const char* reason)
@@ -236,6 +240,7 @@ void WorkQueueC::LineReplaced()
 
 void WorkQueueC::Disengaged()
 {
+    Discard(std::exchange(m_prepared, nullptr));
     for (const std::shared_ptr<Task>& task : m_tasks) {
         if (task != m_present)
             EndChange(*task, "steering was ended by hand meanwhile");

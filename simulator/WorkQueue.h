@@ -14,6 +14,7 @@
 #include <asio/io_context.hpp>
 #include <asio/thread_pool.hpp>
 
+#include "runtime/Disposer.h"
 #include "simulator/guidance/LongWork.h"
 
 /// Has long calculations made on a thread of its own, and the operations that need them wait for
@@ -90,6 +91,7 @@ private:
     Ticket m_lastTicket = 0;
     bool m_onTheSpot = false;
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true); ///< for what comes back late
+    DisposerC m_disposer;
     asio::thread_pool m_thread{1};
 };
 

@@ -1,149 +1,200 @@
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 #include <asio/io_context.hpp>
 #include <asio/signal_set.hpp>
 
 #include "simulator/CommandLine.h"
 #include "simulator/KeptSettings.h"
+#include "simulator/LimitedLog.h"
 #include "simulator/Pacer.h"
+#include "simulator/ProgramOutput.h"
 #include "simulator/ServiceLink.h"
+#include "simulator/SettingsSaver.h"
 #include "simulator/StateFile.h"
 #include "simulator/Version.h"
 #include "simulator/http/LivePage.h"
 
 namespace {
 
-void WriteError(const std::string& text)
-{
-    std::fprintf(stderr, "navigation-simulator: %s\n", text.c_str());
-}
+using Clock = std::chrono::steady_clock;
+/// Shared with threads that a disk may keep beyond the end of main().
+using OutputPointer = std::shared_ptr<CProgramOutput>;
 
-LogSink MakeLog(ELogLevel mostDetailed)
-{
-    return [mostDetailed](ELogLevel level, const std::string& text) {
-        if (level <= mostDetailed)
-            WriteError(text);
-    };
-}
+// A program that is told to end has done so within two seconds, whatever holds up its files.
+constexpr std::chrono::milliseconds kLongestSaving(1000);
+constexpr std::chrono::milliseconds kLongestWriting(400);
 
-KeepSink MakeKeep(const ProgramOptions& options)
+/// The state file and what it holds.
+struct KeptState
 {
-    if (options.stateFile.empty())
-        return {};
-    return [file = StateFileC(options.stateFile)](const KeptValues& values) {
-        const std::string problem = file.Save(values);
-        if (!problem.empty())
-            WriteError(problem);
-    };
-}
+    std::unique_ptr<StateFileC> file; ///< none: nothing is kept
+    KeptValues values;
+};
 
 /// Reads the kept settings and makes sure that each of them can be used.
-std::string LoadKept(const ProgramOptions& options, KeptValues& kept)
+std::string LoadKept(const ProgramOptions& options, KeptState& kept)
 {
-    if (options.stateFile.empty())
+    if (options.stateFile.empty()) {
         return {};
-    const StateFileC file(options.stateFile);
-    std::string problem = file.Check();
-    if (problem.empty())
-        problem = file.Load(kept);
-    if (!problem.empty())
+    }
+    kept.file = std::make_unique<StateFileC>(options.stateFile);
+    std::string problem = kept.file->Open();
+    if (problem.empty()) {
+        problem = kept.file->Load(kept.values);
+    }
+    if (!problem.empty()) {
         return problem;
+    }
     CSimulation trial(options.simulation);
-    const COutcome outcome = KeptSettingsC(kept, {}).ApplyTo(trial);
+    const COutcome outcome = KeptSettingsC(kept.values, {}).ApplyTo(trial);
     return outcome ? std::string()
                    : "cannot use the state file " + options.stateFile + ": " + outcome.Reason();
 }
 
-void Announce(const ServiceLinkC& link, const std::optional<LivePageC>& page)
+std::string Announcement(const ServiceLinkC& link, const std::optional<LivePageC>& page)
 {
+    std::ostringstream text;
     if (page) {
-        std::printf("live page at http://localhost:%u/\n", static_cast<unsigned>(page->Port()));
-        std::fflush(stdout);
+        text << "live page at http://localhost:" << page->Port() << "/\n";
     }
-    std::printf("navigation-simulator %s listens on localhost, port %u\n", ProgramVersion(),
-                static_cast<unsigned>(link.Port()));
-    std::fflush(stdout);
+    text << "navigation-simulator " << ProgramVersion() << " listens on localhost, port "
+         << link.Port() << '\n';
+    return text.str();
 }
 
-EExitCode Fail(EExitCode code, const std::string& problem)
+/// Starts to listen and to write the drive down.
+///
+/// @return the code to exit with when that fails, with what stands in the way in `problem`.
+EExitCode StartServing(const ProgramOptions& options, ServiceLinkC& link,
+                       std::optional<LivePageC>& page, std::string& problem)
 {
-    WriteError(problem);
-    return code;
+    // First of all: the track file may be that of the simulator which has the port.
+    problem = link.Listen(options.port);
+    if (!problem.empty()) {
+        return kExitCannotListen;
+    }
+    if (page) {
+        problem = page->Listen(*options.httpPort);
+        if (!problem.empty()) {
+            problem = "live page: " + problem;
+            return kExitCannotListen;
+        }
+    }
+    if (!options.trackFile.empty()) {
+        problem = link.Core().RecordTrack(options.trackFile);
+    }
+    return problem.empty() ? kExitSuccess : kExitWrongOptions;
 }
 
-/// Has nothing more come out on the standard output: the wayline library prints the text forms that
-/// it reads, and whoever started the program need not read that. It stays open all the same, since
-/// its end stands for the end of the program.
-void SilenceOutput()
+/// Has the kept settings saved from now on, where there is a file for them.
+void StartSaving(KeptState kept, const OutputPointer& output, std::optional<CSettingsSaver>& saver)
 {
-    [[maybe_unused]] static const int kept = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
-    if (std::freopen("/dev/null", "w", stdout) == nullptr)
-        WriteError("cannot open /dev/null");
+    if (kept.file) {
+        saver.emplace(std::move(kept.file), std::move(kept.values),
+                      [output](const std::string& line) { output->Log(line); });
+    }
 }
 
-EExitCode Serve(const ProgramOptions& options, const KeptValues& kept)
+/// Brings to the disk what is still to be brought there.
+void EndSaving(const ProgramOptions& options, ServiceLinkC& link,
+               std::optional<CSettingsSaver>& saver, CProgramOutput& output)
+{
+    const Clock::time_point deadline = Clock::now() + kLongestSaving;
+    if (saver && !saver->Finish(deadline)) {
+        output.Log("the state file " + options.stateFile +
+                   " may lack the last settings: it could not be written in time");
+    }
+    link.Core().EndTrack(deadline);
+}
+
+EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPointer& output)
 {
     asio::io_context loop;
     asio::signal_set signals(loop, SIGINT, SIGTERM);
     signals.async_wait([&loop](const auto&, int) { loop.stop(); });
-    LogTapC log(MakeLog(options.logLevel));
+    CLimitedLog limited(loop, options.logLevel,
+                        [&output](ELogLevel, const std::string& line) { output->Log(line); });
+    LogTapC log(limited.Sink());
     TrailC trail;
-    ServiceLinkC link(loop, {options.simulation, kept, MakeKeep(options),
-                             options.httpPort ? trail.Sink() : EventSink(), log.Sink()});
-    // First of all: the track file may be that of the simulator which has the port.
-    const std::string busy = link.Listen(options.port);
-    if (!busy.empty())
-        return Fail(kExitCannotListen, busy);
+    std::optional<CSettingsSaver> saver;
+    const KeepSink keep = [&saver](const KeptValues& values) {
+        if (saver) {
+            saver->Keep(values);
+        }
+    };
+    ServiceLinkC link(loop,
+                      {options.simulation, kept.values, keep,
+                       options.httpPort ? trail.Sink() : EventSink(), log.Sink()},
+                      [&limited](ClientNumber client) { limited.Serve(client); });
     std::optional<LivePageC> page;
     if (options.httpPort) {
         page.emplace(loop, link.Core(), trail, log);
-        const std::string problem = page->Listen(*options.httpPort);
-        if (!problem.empty())
-            return Fail(kExitCannotListen, "live page: " + problem);
     }
-    if (!options.trackFile.empty()) {
-        const std::string problem = link.Core().RecordTrack(options.trackFile);
-        if (!problem.empty())
-            return Fail(kExitWrongOptions, problem);
+    std::string problem;
+    const EExitCode exitCode = StartServing(options, link, page, problem);
+    if (!problem.empty()) {
+        output->Log(problem);
+        return exitCode;
     }
-    Announce(link, page);
-    if (page)
-        SilenceOutput();
+    StartSaving(std::move(kept), output, saver);
+    output->Print(Announcement(link, page));
     PacerC pacer(loop, link.Core(), options.speedFactor);
     pacer.Start();
     loop.run();
+    EndSaving(options, link, saver, *output);
     return kExitSuccess;
 }
 
-EExitCode Run(int argumentCount, const char* const* arguments)
+EExitCode Run(int argumentCount, const char* const* arguments, const OutputPointer& output)
 {
     ProgramOptions options;
-    const std::optional<EExitCode> exitCode = ReadCommandLine(argumentCount, arguments, options);
-    if (exitCode)
+    std::ostringstream text;
+    std::ostringstream errors;
+    const std::optional<EExitCode> exitCode =
+        ReadCommandLine(argumentCount, arguments, options, text, errors);
+    output->Print(text.str());
+    output->PrintError(errors.str());
+    if (exitCode) {
         return *exitCode;
-    KeptValues kept;
+    }
+    KeptState kept;
     const std::string problem = LoadKept(options, kept);
-    if (!problem.empty())
-        return Fail(kExitWrongOptions, problem);
-    return Serve(options, kept);
+    if (!problem.empty()) {
+        output->Log(problem);
+        return kExitWrongOptions;
+    }
+    return Serve(options, std::move(kept), output);
 }
 
 } // namespace
 
 int main(int argumentCount, char** arguments)
 {
-    // A client that goes away while it is written to is no reason to end.
+    // A client that goes away while it is written to is no reason to end, nor is a file that has
+    // become as long as it may.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    OutputPointer output;
+    EExitCode exitCode = kExitFailed;
     try {
-        return Run(argumentCount, arguments);
+        output = std::make_shared<CProgramOutput>();
+        exitCode = Run(argumentCount, arguments, output);
     } catch (const std::exception& error) {
-        return Fail(kExitFailed, error.what());
+        if (output) {
+            output->Log(error.what());
+        } else {
+            std::fprintf(stderr, "navigation-simulator: %s\n", error.what());
+        }
     }
+    if (output) {
+        output->Finish(Clock::now() + kLongestWriting);
+    }
+    return exitCode;
 }

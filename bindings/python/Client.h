@@ -2,6 +2,7 @@
 #define KESTROVE_BINDINGS_PYTHON_CLIENT_H
 
 #include <array>
+#include <cstdio>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -68,6 +69,9 @@ public:
     template <typename MakeEvent>
     void Deliver(std::size_t kind, MakeEvent makeEvent)
     {
+        // The library's trace line lies in C's buffer, which Python's sys.stdout.flush() does not
+        // reach. It comes before what the callable prints.
+        std::fflush(stdout);
         const pybind11::gil_scoped_acquire gil;
         Offer(kind, makeEvent());
     }

@@ -6,7 +6,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "simulator/http/SignalsBlocked.h"
+#include "simulator/SignalsBlocked.h"
 
 namespace {
 

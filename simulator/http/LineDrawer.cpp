@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "simulator/http/SignalsBlocked.h"
+#include "simulator/SignalsBlocked.h"
 
 LineDrawerC::LineDrawerC(EventFeedC& feed) : m_feed(feed)
 {

@@ -16,7 +16,7 @@ namespace {
 using Core::Functors::MakeFunctor;
 using Kestrove::Testing::EListen;
 
-constexpr auto kPatience = std::chrono::seconds(10);
+constexpr auto kPatience = std::chrono::seconds(60);
 
 /// Whether a descriptor becomes readable.
 bool IsReadable(int descriptor)

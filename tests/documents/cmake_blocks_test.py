@@ -44,7 +44,7 @@ class CMakeBlocks(unittest.TestCase):
         project.mkdir()
         (project / "CMakeLists.txt").write_text(PRELUDE + lists, encoding="utf-8")
         (project / source_name).write_text(source, encoding="utf-8")
-        run(os.environ["CMAKE"], "-S", project, "-B", project / "build",
+        run(os.environ["CMAKE"], "-G", "Ninja", "-S", project, "-B", project / "build",
             f"-DCMAKE_PREFIX_PATH={self.directory / 'prefix'}",
             f"-DCMAKE_CXX_COMPILER={os.environ['COMPILER']}")
         return project / "build"

@@ -25,6 +25,14 @@ def block(language):
     return blocks[0]
 
 
+def commands():
+    """Those of step 4: configure, build, drive."""
+    step = guide().split("\n## 4.")[1].split("\n## ")[0]
+    found = [line.split("  #")[0].strip() for line in re.findall(r"^    (\S.*)$", step, re.MULTILINE)]
+    assert len(found) == 3, found
+    return found
+
+
 def without_figures(text):
     return re.sub(r"-?\d[\d.e+-]*", "N", text)
 
@@ -34,20 +42,21 @@ class GettingStarted(unittest.TestCase):
     def setUpClass(cls):
         directory = tempfile.TemporaryDirectory()
         cls.addClassCleanup(directory.cleanup)
-        prefix, source = Path(directory.name, "kestrove"), Path(directory.name, "first_drive")
+        home, source = Path(directory.name), Path(directory.name, "first_drive")
         source.mkdir()
         (source / "main.cpp").write_text(block("cpp"), encoding="utf-8")
         (source / "CMakeLists.txt").write_text(block("cmake"), encoding="utf-8")
-        cmake, compiler = os.environ["CMAKE"], os.environ["COMPILER"]
-        for command in ([cmake, "--install", os.environ["BUILD"], "--prefix", prefix],
-                        [cmake, "-S", source, "-B", source / "build",
-                         f"-DCMAKE_PREFIX_PATH={prefix}", f"-DCMAKE_CXX_COMPILER={compiler}"],
-                        [cmake, "--build", source / "build"]):
-            result = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                                    text=True, check=False)
+        cmake = Path(os.environ["CMAKE"])
+        environment = {**os.environ, "HOME": home, "CXX": os.environ["COMPILER"],
+                       "PATH": f"{cmake.parent}:{os.environ['PATH']}"}
+        configure, build, drive = commands()
+        for command in (f"cmake --install {os.environ['BUILD']} --prefix ~/kestrove", configure,
+                        build):
+            result = subprocess.run(["sh", "-c", command], cwd=source, env=environment, text=True,
+                                    stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
             if result.returncode != 0:
-                raise AssertionError(result.stdout)
-        cls.program = source / "build" / "first_drive"
+                raise AssertionError(f"{command}:\n{result.stdout}")
+        cls.program = source / drive
 
     def drive(self):
         return subprocess.run([self.program], capture_output=True, text=True,

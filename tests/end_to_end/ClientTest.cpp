@@ -26,7 +26,7 @@ WaylinePtr LineNorth()
 /// Delivers events until a condition holds; false when it does not within 20 s.
 bool WaitFor(CNavigationAPI& navigation, const std::function<bool()>& condition)
 {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline)
             return false;

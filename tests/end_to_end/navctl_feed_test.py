@@ -164,14 +164,16 @@ class Samples(Files):
     def test_keeps_the_time_of_the_file_and_is_faster_with_a_rate(self):
         path = self.write("drive.nmea", [moment(number) for number in range(21)])
         for rate, seconds in ((None, 2.0), ("4", 0.5)):
-            with self.subTest(rate), CountingService() as service:
+            with self.subTest(rate), CountingService() as service, Pace(seconds / 20) as pace:
+                start = time.monotonic()
                 result = navctl("feed", path, *(("--rate", rate) if rate else ()))
                 self.assertEqual(0, result.returncode, result.stderr)
             self.assertEqual(21, len(service.samples))
+            self.assertGreaterEqual(service.times[-1] - start, seconds)
             # When they came: the start of the program and its end do not count.
             lasted = service.times[-1] - service.times[0]
-            self.assertGreaterEqual(lasted, 0.9 * seconds)
-            self.assertLess(lasted, 1.5 * seconds)
+            # On a busy machine whoever keeps such a pace is held up.
+            self.assertLess(lasted, 1.5 * max(seconds, pace.lasted(20)))
 
     def test_moves_the_simulated_machine(self):
         path = self.write("drive.nmea", [moment(number) for number in range(11)])

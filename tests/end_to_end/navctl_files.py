@@ -84,6 +84,33 @@ def on_terminal(arguments, environment=None, columns=80, answer=None):
     return process.returncode, written.decode()
 
 
+class Pace:
+    """Keeps a pace beside what is tested, as far as the machine lets it."""
+
+    def __init__(self, step_seconds):
+        self.step = step_seconds
+        self.times = []
+        self.is_over = threading.Event()
+        self.thread = threading.Thread(target=self.keep, daemon=True)
+
+    def __enter__(self):
+        self.thread.start()
+        return self
+
+    def __exit__(self, *_):
+        self.is_over.set()
+        self.thread.join(DEADLINE_SECONDS)
+
+    def keep(self):
+        while not self.is_over.wait(self.step):
+            self.times.append(time.monotonic())
+
+    def lasted(self, steps):
+        """What the slowest of so many steps in turn has taken; 0 when there were fewer."""
+        return max((later - earlier for earlier, later in zip(self.times, self.times[steps:])),
+                   default=0.0)
+
+
 class CountingService:
     """A service that reads everything, keeps the numbers of the samples, and answers 1."""
 

@@ -2,6 +2,7 @@
 
 import json
 import os
+import re
 import socket
 import tempfile
 import threading
@@ -28,6 +29,11 @@ LINE_STRING = ('{"type":"Feature","properties":{},"geometry":{"type":"LineString
                '"coordinates":[[11,48],[11.1,48]]}}')
 with open(os.environ["NAVCTL"], "rb") as executable:
     PROGRAM = executable.read(200000)  # no wayline, and every byte there is
+
+
+# A sanitizer takes memory of its own.
+with open(os.environ["NAVCTL"], "rb") as executable:
+    IS_SANITIZED = re.search(rb"__[amt]san_init", executable.read()) is not None
 
 
 class OneReply:
@@ -113,6 +119,28 @@ class WithoutService(Files):
         self.assertEqual("x,y,z\n0,0,0\n10,10,1\n", csv.stdout)
         back = navctl("wayline", "convert", "-", "--from", "csv", "--to", "text", text=csv.stdout)
         self.assertEqual(LINES[4] + "\n", back.stdout)
+
+    def test_converts_a_line_of_a_million_points_piece_by_piece(self):
+        with open(self.path("long.txt"), "w", encoding="ascii") as file:
+            file.write("4 1000000")
+            for point in range(1000000):
+                file.write(f" {1000 + point * 0.25:.6f} {point % 977 / 3:.6f} 0.000000")
+            file.write("\n")
+        target = self.path("long.geojson")
+        with open(os.devnull, "wb") as nothing:
+            child = os.posix_spawn(os.environ["NAVCTL"],
+                                   ["navctl", "wayline", "convert", self.path("long.txt"), target,
+                                    "--origin", ORIGIN], os.environ,
+                                   file_actions=[(os.POSIX_SPAWN_DUP2, nothing.fileno(), 1)])
+            _, status, usage = os.wait4(child, 0)
+        self.assertEqual(0, status)
+        size = os.path.getsize(target)
+        with open(target, encoding="ascii") as file:
+            self.assertEqual(1000000, len(json.load(file)["features"][0]["geometry"]["coordinates"]))
+        print(f"a million points: {size / 1e6:.0f} MB of GeoJSON, "
+              f"{usage.ru_maxrss * 1024 / 1e6:.0f} MB of memory")
+        if not IS_SANITIZED:
+            self.assertLess(usage.ru_maxrss * 1024, 3 * size)
 
     def test_refuses_what_a_format_cannot_carry(self):
         path = self.write("lines.txt", "\n".join(LINES))

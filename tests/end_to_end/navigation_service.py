@@ -10,7 +10,7 @@ import time
 import msgpack
 
 PORT = 5010
-DEADLINE_SECONDS = 20.0
+DEADLINE_SECONDS = 60.0
 LINE_NORTH = [0, 0.0, 0.0, 0.0, 0.0, 100.0, 0.0]
 
 

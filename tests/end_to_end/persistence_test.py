@@ -7,7 +7,7 @@ import signal
 import tempfile
 import unittest
 
-from navigation_service import Client, Simulator
+from navigation_service import Client, Simulator, wait_for
 
 
 class Persistence(unittest.TestCase):
@@ -43,25 +43,37 @@ class Persistence(unittest.TestCase):
             simulator.end()
         self.assertFalse(os.path.exists(self.path))
 
+    def kept(self, name):
+        """A value in the state file; None while there is no file or no such value."""
+        try:
+            with open(self.path, encoding="utf-8") as file:
+                return json.load(file)["settings"].get(name)
+        except FileNotFoundError:
+            return None
+
     def test_always_finds_a_whole_file_after_being_killed(self):
         pause = random.Random(1)
-        last_acknowledged = None
+        last_on_disk = None
         for run in range(25):
             with Simulator("--state", self.path) as simulator, Client() as client:
-                if last_acknowledged is not None:
+                if last_on_disk is not None:
                     self.assertGreaterEqual(
-                        client.request("get_low_speed_engage_timeout", 1), last_acknowledged)
+                        client.request("get_low_speed_engage_timeout", 1), last_on_disk)
                 first = run * 100
-                for step in range(pause.randint(1, 40)):
+                for step in range(pause.randint(1, 99)):
                     client.notify("set_low_speed_engage_timeout", float(first + step), 1)
-                    if step % 4 == 0:
+                    if step % 10 == 0:
                         client.request("IsSteeringEngaged")
-                        last_acknowledged = float(first + step)
-                # The last writes are under way now.
+                if run % 5 == 0:
+                    # Nothing more has to come for the last one to get there.
+                    wait_for(lambda: self.kept("low_speed_engage_timeout") == first + step,
+                             "the last value on the disk")
+                    last_on_disk = float(first + step)
+                # The last writes are under way now, but for every fifth time.
                 simulator.end(signal.SIGKILL)
-            with open(self.path, encoding="utf-8") as file:
-                kept = json.load(file)["settings"]["low_speed_engage_timeout"]
-            self.assertGreaterEqual(kept, last_acknowledged)
+            kept = self.kept("low_speed_engage_timeout")
+            if last_on_disk is not None:
+                self.assertGreaterEqual(kept, last_on_disk)
 
 
 if __name__ == "__main__":

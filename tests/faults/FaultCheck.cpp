@@ -9,6 +9,7 @@
 #include "tests/faults/SystemCalls.h"
 #include "tests/support/AllocationMeter.h"
 #include "tests/support/Bytes.h"
+#include "tests/support/Stopwatch.h"
 
 namespace {
 
@@ -60,7 +61,7 @@ std::size_t GrowthForALegalMessage()
 /// Waits until something has come over a connection, or until it has ended.
 bool Comes(int descriptor, short events)
 {
-    const Clock::time_point end = Clock::now() + std::chrono::seconds(10);
+    const Clock::time_point end = Clock::now() + std::chrono::seconds(60);
     pollfd watched = {descriptor, events, 0};
     int ready = -1;
     do {

@@ -6,7 +6,6 @@
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <system_error>
 
@@ -21,31 +20,12 @@ namespace {
 std::atomic<int> g_interruptions{0};
 timer_t g_timer{};
 
-/// For how long this thread has been ready to run without running; 0 where the system does not
-/// tell.
-std::chrono::nanoseconds HeldUp()
-{
-    std::ifstream file("/proc/thread-self/schedstat");
-    long long running = 0;
-    long long waiting = 0;
-    file >> running >> waiting;
-    return std::chrono::nanoseconds(waiting);
-}
-
 } // namespace
 
 int CountDescriptors()
 {
     const std::filesystem::directory_iterator entries("/proc/self/fd");
     return static_cast<int>(std::distance(begin(entries), end(entries))) - 1; // its own
-}
-
-CStopwatch::CStopwatch() : m_start(std::chrono::steady_clock::now()), m_heldUp(HeldUp()) {}
-
-int CStopwatch::Milliseconds() const
-{
-    const auto taken = std::chrono::steady_clock::now() - m_start - (HeldUp() - m_heldUp);
-    return static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(taken).count());
 }
 
 CCapturedOutput::CCapturedOutput()

@@ -1,25 +1,11 @@
 #ifndef KESTROVE_TESTS_FAULTS_PROCESS_H
 #define KESTROVE_TESTS_FAULTS_PROCESS_H
 
-#include <chrono>
 #include <string>
 #include <vector>
 
 /// How many descriptors the process has open.
 int CountDescriptors();
-
-/// Takes the time of what the calling thread does, less the time for which the thread was ready to
-/// run and other work had the processors.
-class CStopwatch
-{
-public:
-    CStopwatch();
-    int Milliseconds() const;
-
-private:
-    std::chrono::steady_clock::time_point m_start;
-    std::chrono::nanoseconds m_heldUp;
-};
 
 /// Takes what the process writes to standard output and to standard error while it lives.
 class CCapturedOutput

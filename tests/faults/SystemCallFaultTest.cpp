@@ -10,6 +10,7 @@
 #include "tests/faults/Calls.h"
 #include "tests/faults/Process.h"
 #include "tests/faults/SystemCalls.h"
+#include "tests/support/Stopwatch.h"
 
 namespace {
 

@@ -86,7 +86,7 @@ void CEventClient::TakeAll()
 
 bool CEventClient::ProcessUntil(std::size_t calls)
 {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (m_calls.size() < calls && std::chrono::steady_clock::now() < end) {
         ProcessMessages(true);
     }

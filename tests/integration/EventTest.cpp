@@ -98,7 +98,7 @@ TEST(Event, ComesToAnApplicationThatOnlyListensOnceTheServiceExists)
     CEventClient client;
     client.TakeOffsets();
     service.Listen(EListen::Both);
-    const Clock::time_point end = Clock::now() + std::chrono::seconds(10);
+    const Clock::time_point end = Clock::now() + std::chrono::seconds(60);
     while (service.SubscriptionCount("cb_offsets") == 0 && Clock::now() < end) {
         client.CheckCallbacks();
     }
@@ -147,7 +147,7 @@ TEST(Event, ComesToAnApplicationThatOnlyListensAfterARestart)
     ASSERT_TRUE(service.WaitForSubscriptions("cb_offsets", 1));
     service.Stop();
     service.Listen(EListen::Both);
-    const Clock::time_point end = Clock::now() + std::chrono::seconds(10);
+    const Clock::time_point end = Clock::now() + std::chrono::seconds(60);
     client.SetTimeout(10);
     while (service.SubscriptionCount("cb_offsets") < 2 && Clock::now() < end) {
         client.ProcessMessages(true);
@@ -167,7 +167,7 @@ TEST(Event, MayReplaceItsFunctorFromInsideTheCall)
     ASSERT_TRUE(service.WaitForSubscriptions("cb_offsets", 1));
     service.Push("cb_offsets", {1.0});
     service.Push("cb_offsets", {2.0});
-    const Clock::time_point end = Clock::now() + std::chrono::seconds(10);
+    const Clock::time_point end = Clock::now() + std::chrono::seconds(60);
     while (offsets.size() < 2 && Clock::now() < end) {
         navigation.ProcessMessages(true);
     }

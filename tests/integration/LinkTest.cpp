@@ -1,24 +1,16 @@
-#include <chrono>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "api/NavigationAPI.h"
 #include "testing/ScriptedService.h"
+#include "tests/support/Stopwatch.h"
 
 using Kestrove::Testing::CAnswer;
 using Kestrove::Testing::CScriptedService;
 using Kestrove::Testing::EListen;
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-int MillisecondsSince(Clock::time_point start)
-{
-    return static_cast<int>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
-}
 
 /// An operation of either guard.
 struct GuardRow
@@ -65,9 +57,9 @@ TEST(Link, GivesTheFailureValueWhileThereIsNoService)
 {
     CNavigationAPI navigation;
     for (const GuardRow& row : kGuards) {
-        const Clock::time_point start = Clock::now();
+        const CStopwatch stopwatch;
         EXPECT_FALSE(row.succeeds(navigation)) << row.guard;
-        EXPECT_LT(MillisecondsSince(start), 1000) << row.guard;
+        EXPECT_LT(stopwatch.Milliseconds(), 1000) << row.guard;
         EXPECT_EQ(ELinkError::Refused, navigation.LastError().code) << row.guard;
     }
     EXPECT_EQ(-1, navigation.EngageSteering());
@@ -123,9 +115,9 @@ TEST(Link, FailsAtOnceWhenTheServiceGoesWhileAReplyIsAwaited)
             service.Answer(row.serviceName, end);
             CNavigationAPI navigation;
             navigation.SetTimeout(30000);
-            const Clock::time_point start = Clock::now();
+            const CStopwatch stopwatch;
             EXPECT_FALSE(row.succeeds(navigation)) << row.guard;
-            EXPECT_LT(MillisecondsSince(start), 5000) << row.guard;
+            EXPECT_LT(stopwatch.Milliseconds(), 5000) << row.guard;
             EXPECT_EQ(ELinkError::Closed, navigation.LastError().code) << row.guard;
         }
     }

@@ -10,13 +10,19 @@ import time
 import unittest
 from pathlib import Path
 
-from navctl_program import (LINE_NORTH, Listener, Simulator, answer, navctl, program, scripted,
-                            silent, value, web_server)
+from navctl_program import (LINE_NORTH, Listener, Simulator, answer, navctl, on_terminal, program,
+                            scripted, silent, value, web_server)
 
 ROOT = Path(__file__).resolve().parents[2]
 # Of either kind of guard, a request and a notification.
 SOME_OPERATIONS = (["engage-steering"], ["get-look-ahead-time"], ["set-nudge", "1"],
                    ["set-velocity-set-point", "1"])
+
+
+def said(command):
+    """Exit code and both streams."""
+    result = navctl(*command)
+    return result.returncode, result.stdout, result.stderr
 
 
 class ExitCodes(unittest.TestCase):
@@ -43,9 +49,11 @@ class ExitCodes(unittest.TestCase):
                 with self.subTest(arguments):
                     result = navctl(*arguments)
                     self.assertEqual((1, ""), (result.returncode, result.stdout))
-                    self.assertIn(f"refused {arguments[0]}", result.stderr)
-                    self.assertEqual((1, {"operation": arguments[0], "outcome": "refused"}),
-                                     answer(*arguments))
+                    self.assertIn(f"refused {arguments[0]}: ", result.stderr)
+                    code, reply = answer(*arguments)
+                    self.assertEqual((1, arguments[0], "refused"),
+                                     (code, reply["operation"], reply["outcome"]))
+                    self.assertIn(reply["reason"], result.stderr)
 
     def test_a_refusal_to_engage_points_to_the_doctor(self):
         with Simulator():
@@ -70,14 +78,59 @@ class ExitCodes(unittest.TestCase):
             (["set-nudg", "1"], 'no command "set-nudg"; did you mean "set-nudge"\\?'),
             (["--timeout", "1", "docter"], 'no command "docter"; did you mean "doctor"\\?'),
             (["wayline", "shwo"], 'no command "shwo" of wayline; did you mean "show"\\?'),
+            (["completion", "bsh"], 'no command "bsh" of completion; did you mean "bash"\\?'),
+            (["get-nudge"], 'did you mean "get-nudge-(vector|scalar)" or "get-nudge-(vector|scalar)"'),
+            (["get-implement-widht"], 'did you mean "get-implement-width"\\?$'),
+            (["gte-implement-width"], 'did you mean "get-implement-width"\\?$'),
+            (["is-engaged"], 'did you mean "is-steering-engaged"\\?$'),
+            (["est-nudge", "1"], 'did you mean "set-nudge"\\?$'),
+            (["get-velocity"], 'did you mean "get-velocity-set-point"\\?$'),
+            (["help", "docter"], 'no command "docter"; did you mean "doctor"\\?'),
+            (["help", "wayline", "convret"], 'no command "convret" of wayline; did you mean "convert"'),
+            (["fly", "--help"], 'there is no command "fly"$'),
         ):
             self.assert_failure(2, arguments, words)
             self.assertIn("navctl: navctl --help", navctl(*arguments).stderr)
+
+    def test_2_for_an_option_that_there_is_not(self):
+        for arguments, words in (
+            (["--jsno", "doctor"], 'no option "--jsno"; did you mean "--json"\\?'),
+            (["get-wayline", "--jsno"], 'no option "--jsno" of get-wayline; did you mean "--json"'),
+            (["set-overshoot", "1", "--persit"], '"--persit" of set-overshoot; .* "--persist"\\?'),
+            (["set-nudge", "1", "--nocheck"], 'did you mean "--no-check"\\?'),
+            (["watch", "--light-bar"], 'did you mean "--lightbar"\\?'),
+            (["wayline", "convert", "x", "--form=csv"], '"--form" of convert; .* "--from"'),
+            (["set-nudge", "1", "--wings"], 'no option "--wings" of set-nudge$'),
+        ):
+            self.assert_failure(2, arguments, words)
+
+    def test_2_with_the_word_that_may_have_been_meant(self):
+        for arguments, words in (
+            (["watch", "guidance-statu"], 'did you mean "guidance-status"\\?'),
+            (["watch", "guidance"], 'did you mean "guidance-status"\\?'),
+            (["get-tuning-limits", "overshot"], 'did you mean "overshoot"\\?'),
+            (["start-wayline", "circel"], 'did you mean "circle"\\?'),
+        ):
+            self.assert_failure(2, arguments, words)
+
+    def test_no_getter_is_ever_corrected_to_a_setter(self):
+        _, listed = answer("operations")
+        getters = [entry["command"] for entry in listed if entry["command"].startswith("get-")]
+        for getter in getters:
+            for wrong in (getter + "s", getter[:-1], getter[:-2], "g" + getter[2:], "gte" + getter[3:],
+                          getter.replace("-", "", 1), "ge" + getter[3:]):
+                result = navctl(wrong)
+                if result.returncode == 2 and "did you mean" in result.stderr:
+                    suggested = result.stderr.split("did you mean", 1)[1]
+                    self.assertNotRegex(suggested, '"set|"reset', wrong)
 
     def test_2_for_values_that_are_none(self):
         for arguments, words in (
             (["set-nudge", "wide"], 'nudge: "wide" is not allowed.*-1000 to 1000'),
             (["set-nudge", "1,5"], '"1,5"'),
+            (["--timeout", "abc", "get-nudge-scalar"], '--timeout: "abc" is no number from 0.001'),
+            (["get-nudge-scalar", "--timeout", "0"], '--timeout: "0" is no number from 0.001'),
+            (["get-nudge-scalar", "--timeout", "nan"], '--timeout: "nan" is no number from 0.001'),
             (["set-nudge", "1.5m"], '"1.5m"'),
             (["set-nudge", "nan"], '"nan"'),
             (["set-nudge", "inf"], '"inf"'),
@@ -116,10 +169,6 @@ class ExitCodes(unittest.TestCase):
                 self.assert_failure(4, ["--timeout", "0.2", *arguments], "no reply in time")
             self.assertLess(time.monotonic() - before, 6 * 2.0)  # the time-out was the one given
 
-    def test_a_notification_is_sent_to_whoever_listens(self):
-        with silent():
-            self.assertEqual("sent\n", navctl("set-nudge", "1").stdout)
-
     def test_5_when_what_answers_is_no_message(self):
         with web_server():
             self.assert_failure(5, ["engage-steering"], "protocol error")
@@ -157,7 +206,7 @@ class Outputs(unittest.TestCase):
             quiet = navctl("watch", "implement-width-changed", "--count", "1")
             self.assertNotIn(trace, quiet.stdout + quiet.stderr)
             result = navctl("--trace", "set-wayline", "3 2 0 0 0 1 10 0")
-            self.assertEqual("answered\n", result.stdout)
+            self.assertEqual("done\n", result.stdout)
 
     def test_the_common_options_stand_before_or_after_the_command(self):
         with Simulator():
@@ -170,6 +219,26 @@ class Outputs(unittest.TestCase):
             self.assertEqual((0, ""), (result.returncode, result.stderr))
             self.assertIn("navctl", result.stdout.lower() + result.stderr)
         self.assertEqual(navctl("--version").stdout, "navctl " + navctl("version").stdout)
+
+    def test_help_of_a_command_is_that_of_its_option(self):
+        for command in ([], ["watch"], ["set-nudge"], ["wayline"], ["wayline", "convert"]):
+            with self.subTest(command):
+                wanted = navctl(*command, "--help").stdout
+                self.assertEqual((0, wanted, ""), said(["help", *command]))
+                self.assertEqual((0, {"text": wanted}), answer("help", *command))
+
+    def test_texts_wrap_at_words_on_a_narrow_terminal(self):
+        words = set(re.findall(r"\S+", navctl("set-position-data", "--help").stdout
+                               + navctl("watch", "--help").stdout + navctl("doctor").stdout
+                               + navctl("fly").stderr + navctl("set-nudge", "1").stderr))
+        for arguments in (["set-position-data", "--help"], ["watch", "--help"], ["doctor"], ["fly"],
+                          ["set-nudge", "1"]):
+            with self.subTest(arguments):
+                _, text = on_terminal(arguments, {"NO_COLOR": "1"}, columns=36)
+                lines = text.splitlines()
+                self.assertGreater(len(lines), 2)
+                self.assertLessEqual(max(len(line) for line in lines), 36)
+                self.assertLessEqual(set(re.findall(r"\S+", text)), words)
 
     def test_help_version_and_documents_are_one_json_value_with_json(self):
         for arguments, key in ((["--help"], "text"), (["watch", "--help"], "text"),
@@ -226,7 +295,9 @@ class Documents(unittest.TestCase):
                                       "What answers does not keep the protocol",
                                       "The output cannot be written")):
             self.assertRegex(page, f"{code} {words}")
-        self.assertIn("failure value is printed as a value, -1 or 0, false, none", page)
+        self.assertIn("A reply of another type than the operation's is a protocol error", page)
+        self.assertIn("navctl set-wayline '0 0 0 0 0 100 0' && navctl start-navigation on && "
+                      "navctl engage-steering", page)
         sections = re.findall(r"^([A-Z][A-Z ]+)$", self.rendered(navctl("manual").stdout), re.MULTILINE)
         self.assertEqual(["NAME", "SYNOPSIS", "DESCRIPTION", "OPTIONS", "COMMANDS", "OPERATIONS",
                           "JSON", "EXIT STATUS", "ENVIRONMENT", "EXAMPLES", "SEE ALSO"], sections)
@@ -303,13 +374,14 @@ class Tour(unittest.TestCase):
         tour = re.search(r"^## Tour\n(.*?)^## ", text, re.MULTILINE | re.DOTALL).group(1)
         commands = re.findall(r"^    (navctl [^#\n]*?) *(?:#.*)?$", tour, re.MULTILINE)
         self.assertGreater(len(commands), 8)
-        with tempfile.TemporaryDirectory() as directory, Simulator("--speed=2"):
+        with tempfile.TemporaryDirectory() as directory, \
+                Simulator("--speed=2", "--state", f"{directory}/settings.json"):
             for command in commands:
                 with self.subTest(command):
                     words = shlex.split(command.replace("navctl", shlex.quote(program()), 1))
                     result = subprocess.run(words, cwd=directory, capture_output=True, text=True,
                                             timeout=60, check=False)
-                    self.assertEqual(0, result.returncode, result.stdout + result.stderr)
+                    self.assertEqual((0, ""), (result.returncode, result.stderr), result.stdout)
                     self.assertRegex(result.stdout, self.shown(words[1:]))
             self.assertTrue(value("is-navigation-activated"))
 
@@ -321,16 +393,16 @@ class Tour(unittest.TestCase):
             ("set-implement-width", r"^done\n$"),
             ("get-implement-width", r'^{"operation":"get-implement-width","outcome":"value",'
                                     r'"value":6.0,"unit":"m"}\n$'),
-            ("set-wayline", r"^answered\n$"),
+            ("set-wayline", r"^done\n$"),
             ("start-navigation", r"^done\n$"),
             ("doctor", r"^\[ok\] link .*\n\[ok\] reply .*\n\[ok\] wayline .* ab\n\[ok\] "
                        r"navigation +active\n\[ok\] steering +ready"),
             ("engage-steering", r"^done\n$"),
             ("watch guidance-status", r"^(\S+  guidance-status +pass 0, cross-track error .*\n){5}$"),
-            ("nudge", r"^-?0\.1 -?0(\.0*)? 0\n$|^0\.1 "),
+            ("nudge", r"^done: x 0\.\d+ m, y \S+ m, z 0 m\n$"),
             ("watch --lightbar", r"ENGAGED"),
-            ("set-tuning-parameter", r"^sent\n$"),
-            ("get-tuning-limits", r"^\S+ \S+ \S+\n$"),
+            ("set-tuning-parameter", r"^done\n$"),
+            ("get-tuning-limits", r"^lowest \S+, start \S+, highest \S+\n$"),
             ("disengage-steering", r"^done\n$"),
         ):
             if " ".join(words).startswith(start):

@@ -1,12 +1,17 @@
 """The events as they come."""
 
 import datetime
+import fcntl
 import json
+import os
+import re
+import shlex
 import signal
+import subprocess
 import unittest
 
 from navctl_program import (LINE_NORTH, Client, Running, Simulator, answer, navctl, on_terminal,
-                            silent, wait_for, web_server)
+                            program, scripted, silent, wait_for, web_server)
 
 # Of each kind of event, the names of its values.
 FIELDS = {
@@ -119,6 +124,55 @@ def end_when(part):
     return look
 
 
+class Readers(unittest.TestCase):
+    """Whoever reads the output may go, or stop reading."""
+
+    def test_watching_ends_with_its_reader_though_there_is_nothing_more_to_write(self):
+        with Simulator():
+            for arguments in (["--lightbar"], ["offsets"], ["--json", "offsets"]):
+                with self.subTest(arguments):
+                    shell = f"{shlex.quote(program())} watch {shlex.join(arguments)} | head -1"
+                    result = subprocess.run(["bash", "-c", shell + '; echo "${PIPESTATUS[0]}"'],
+                                            capture_output=True, text=True, timeout=60, check=False)
+                    lines = result.stdout.splitlines()
+                    self.assertEqual(("141", ""), (lines[-1], result.stderr))
+                    self.assertEqual(2, len(lines))
+
+    def test_a_reader_that_goes_is_a_failure_where_the_signal_is_ignored(self):
+        with Simulator():
+            shell = (f"trap '' PIPE; {shlex.quote(program())} watch --lightbar | head -1; "
+                     'echo "${PIPESTATUS[0]}"')
+            result = subprocess.run(["bash", "-c", shell], capture_output=True, text=True,
+                                    timeout=60, check=False)
+            self.assertEqual("6", result.stdout.splitlines()[-1])
+            self.assertIn("cannot write the standard output: Broken pipe", result.stderr)
+
+    def test_a_signal_ends_a_command_whose_output_nobody_reads(self):
+        for arguments in (["watch"], ["--json", "watch", "guidance-status"],
+                          ["watch", "--lightbar"]):
+            for number in (signal.SIGINT, signal.SIGTERM):
+                with self.subTest((arguments, number)):
+                    self.end_unread(arguments, number)
+
+    def end_unread(self, arguments, number):
+        reader, writer = os.pipe()
+        # Full from the beginning.
+        os.write(writer, b" " * fcntl.fcntl(writer, fcntl.F_GETPIPE_SZ))
+        sent = []
+        events = {"cb_guidance_status": lambda place: sent.append(place) or [place, 0.0, 0.0, 0.0]}
+        with scripted({}, events), \
+                subprocess.Popen([program(), *arguments], stdout=writer) as process:
+            os.close(writer)
+            try:
+                # The first event fills what the program would write; others come behind it.
+                wait_for(lambda: len(sent) > 10, "some events")
+                process.send_signal(number)
+                self.assertEqual(-number, process.wait(30))
+            finally:
+                process.kill()
+        os.close(reader)
+
+
 class Lightbar(unittest.TestCase):
     def test_shows_the_side_and_the_distance(self):
         # The line runs 12 cm left of the machine.
@@ -147,9 +201,20 @@ class Lightbar(unittest.TestCase):
                     self.assertIn("\r" + lamps + "   12.0 cm right", text)
                     self.assertIn("\x1b[K", text)
                     self.assertEqual(1, text.count("\n"), "at the end")
-            code, text = on_terminal(["watch", "--lightbar"], columns=30, answer=end_when("12.0"))
+            code, text = on_terminal(["watch", "--lightbar"], columns=30, answer=end_when("ready"))
             self.assertIn("\r 12.0 cm right  pass 0", text)  # the words where the lamps have no room
             self.assertNotIn("[·", text)
+
+    def test_words_wrap_where_there_is_no_room(self):
+        with Simulator("--speed=2", "--receiver=ideal"):
+            answer("set-wayline", "0 -0.12 0 0 -0.12 100 0")
+            answer("start-navigation", "off")
+            _, text = on_terminal(["watch", "--lightbar"], columns=24, answer=end_when("ready"))
+        self.assertRegex(text, r"12\.0 cm right pass 0\r\nready\x1b\[K")
+        _, text = on_terminal(["watch", "--lightbar"], columns=36, answer=end_when("refused"))
+        drawn = re.sub(r"\x1b\[[0-9]*[A-Z]", "", text)
+        self.assertLessEqual(max(len(line) for line in re.split(r"[\r\n]+", drawn)), 36)
+        self.assertIn("no service: localhost port 5010:\r\n", drawn)
 
     def test_lights_the_middle_on_the_line(self):
         with Simulator("--speed=2", "--receiver=ideal"):

@@ -1,14 +1,12 @@
 #ifndef KESTROVE_TESTS_RUNTIME_CONNECTIONCALLS_H
 #define KESTROVE_TESTS_RUNTIME_CONNECTIONCALLS_H
 
-#include <chrono>
 #include <memory>
 #include <string>
 
 #include "platform/MPISocketConnection.h"
 #include "tests/support/RawPeer.h"
-
-using Clock = std::chrono::steady_clock;
+#include "tests/support/Stopwatch.h"
 
 inline const char* const kHost = "127.0.0.1";
 
@@ -29,12 +27,6 @@ inline int Call(MPISocketConnectionC& connection, const std::string& name)
     const std::unique_ptr<BElementC> reply(connection.CallMethod(name, nullptr));
     const auto* const atom = dynamic_cast<const BAtomC*>(reply.get());
     return atom == nullptr ? -1 : atom->IntValue();
-}
-
-inline int MillisecondsSince(Clock::time_point start)
-{
-    return static_cast<int>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
 }
 
 #endif

@@ -69,10 +69,10 @@ TEST(Events, AreWaitedForUpToTheTimeout)
     CNotingClient client;
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
     client.SetTimeout(60);
-    const Clock::time_point start = Clock::now();
+    const CStopwatch stopwatch;
     EXPECT_FALSE(client.ProcessMessages(true));
-    EXPECT_GE(MillisecondsSince(start), 59);
-    EXPECT_LT(MillisecondsSince(start), 800);
+    EXPECT_GE(stopwatch.MillisecondsPassed(), 59);
+    EXPECT_LT(stopwatch.Milliseconds(), 800);
 }
 
 TEST(Events, EndTheWaitForThem)
@@ -89,9 +89,9 @@ TEST(Events, EndTheWaitForThem)
     client.Note("ev");
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
     client.SetTimeout(10000);
-    const Clock::time_point start = Clock::now();
+    const CStopwatch stopwatch;
     EXPECT_TRUE(client.ProcessMessages(true));
-    EXPECT_LT(MillisecondsSince(start), 5000);
+    EXPECT_LT(stopwatch.Milliseconds(), 5000);
     EXPECT_EQ(std::vector<int>{5}, client.m_events);
 }
 
@@ -101,11 +101,11 @@ TEST(Events, AreNotWaitedForWhenNotAskedTo)
     CNotingClient client;
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
     client.SetTimeout(5000);
-    const Clock::time_point start = Clock::now();
+    const CStopwatch stopwatch;
     EXPECT_FALSE(client.ProcessMessages(false));
     EXPECT_EQ(0, client.CheckCallbacks());
     EXPECT_FALSE(client.ReceiveMessage(false));
-    EXPECT_LT(MillisecondsSince(start), 1000);
+    EXPECT_LT(stopwatch.Milliseconds(), 1000);
 }
 
 TEST(Events, GoToTheLaterRegistrationAloneAndTheEarlierIsDestroyed)

@@ -4,8 +4,9 @@
 #include <chrono>
 #include <stdexcept>
 
-CRunningService::CRunningService(EListenOn addresses)
-    : m_work(m_loop.get_executor()), m_server(std::make_unique<MPISocketServerC>(m_loop, *this))
+CRunningService::CRunningService(EListenOn addresses, const MPIServerLimitsC& limits)
+    : m_work(m_loop.get_executor()),
+      m_server(std::make_unique<MPISocketServerC>(m_loop, *this, limits))
 {
     const std::string problem = m_server->Listen(0, addresses);
     if (!problem.empty()) {
@@ -66,7 +67,7 @@ std::vector<std::string> CRunningService::Notes() const
 bool CRunningService::WaitForNotes(const std::string& text, std::size_t count) const
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    return m_changed.wait_for(lock, std::chrono::seconds(10), [&] {
+    return m_changed.wait_for(lock, std::chrono::seconds(60), [&] {
         const auto begins = [&](const std::string& note) { return note.rfind(text, 0) == 0; };
         return static_cast<std::size_t>(std::count_if(m_notes.begin(), m_notes.end(), begins)) >=
                count;

@@ -24,7 +24,8 @@ public:
     /// What to do on a call; gets the client and, for a request, its number.
     using Action = std::function<void(MPISocketServerC&, ClientNumber, std::uint64_t)>;
 
-    explicit CRunningService(EListenOn addresses = EListenOn::Both);
+    explicit CRunningService(EListenOn addresses = EListenOn::Both,
+                             const MPIServerLimitsC& limits = {});
     ~CRunningService() override;
 
     /// Hangs an action on a request or a notification, or on "subscribed", "connected" or

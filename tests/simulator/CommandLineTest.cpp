@@ -1,5 +1,6 @@
 #include "simulator/CommandLine.h"
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,12 +23,12 @@ Outcome Read(std::vector<const char*> arguments)
 {
     arguments.insert(arguments.begin(), "navigation-simulator");
     Outcome outcome;
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
-    outcome.exitCode =
-        ReadCommandLine(static_cast<int>(arguments.size()), arguments.data(), outcome.options);
-    outcome.output = testing::internal::GetCapturedStdout();
-    outcome.errors = testing::internal::GetCapturedStderr();
+    std::ostringstream output;
+    std::ostringstream errors;
+    outcome.exitCode = ReadCommandLine(static_cast<int>(arguments.size()), arguments.data(),
+                                       outcome.options, output, errors);
+    outcome.output = output.str();
+    outcome.errors = errors.str();
     return outcome;
 }
 

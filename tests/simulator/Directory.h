@@ -14,6 +14,8 @@ public:
 
     /// The path of a file in it.
     std::string File(const std::string& name) const { return m_path + "/" + name; }
+    /// Its own name, in the folder that it is in.
+    std::string Name() const { return m_path.substr(m_path.rfind('/') + 1); }
     void Write(const std::string& name, const std::string& content) const;
     std::string Read(const std::string& name) const;
 

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iterator>
 #include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -78,9 +79,9 @@ TEST(ServiceDocument, NamesEveryOptionWithItsDefault)
     const std::string document = ReadDocument("service.md");
     const char* const arguments[] = {"navigation-simulator", "--help"};
     ProgramOptions options;
-    testing::internal::CaptureStdout();
-    ReadCommandLine(2, arguments, options);
-    const std::string help = testing::internal::GetCapturedStdout();
+    std::ostringstream output;
+    ReadCommandLine(2, arguments, options, output, output);
+    const std::string help = output.str();
 
     const auto rows = MatchesOf(help, R"((--[a-z-]+) [A-Z,]+(=([0-9a-z.,-]+))?)");
     EXPECT_EQ(13u, rows.size());

@@ -69,6 +69,21 @@ TEST(KeptSettings, DoNotKeepWhatNobodyAskedToKeep)
     }
 }
 
+TEST(KeptSettings, AreNotKeptAnewWhenTheyDoNotChange)
+{
+    for (const Row& row : kRows) {
+        Service service;
+        service.Notify(row.setter, row.kept);
+        ASSERT_EQ(1, service.TimesKept()) << row.name;
+
+        service.Notify(row.setter, row.kept);
+        service.Notify(row.setter, row.notKept);
+        service.Notify(row.setter, row.kept);
+
+        EXPECT_EQ(1, service.TimesKept()) << row.name;
+    }
+}
+
 TEST(KeptSettings, AreTheSettingsOfTheNextRun)
 {
     for (const Row& row : kRows) {
@@ -161,13 +176,14 @@ TEST(KeptSettings, RefuseWhatIsNoSetting)
                                                         {"speed_adjust", -0.5},
                                                         {"aggressiveness", false},
                                                         {"aggressiveness_highest", true},
-                                                        {"aggressiveness_width", 1.0}}) {
+                                                        {"aggressiveness_width", 1.0},
+                                                        {"\x1b[31m\n\x7f", 1.0}}) {
         CSimulation simulation(IdealWorld(0.0));
 
         const COutcome outcome = KeptSettingsC({{name, value}}, {}).ApplyTo(simulation);
 
         EXPECT_FALSE(outcome) << name;
-        EXPECT_EQ(0u, outcome.Reason().find("\"" + name + "\": ")) << outcome.Reason();
+        EXPECT_EQ(0u, outcome.Reason().find("\"" + Printable(name) + "\": ")) << outcome.Reason();
     }
 }
 

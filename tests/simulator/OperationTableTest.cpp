@@ -30,6 +30,8 @@ const std::vector<Row> kRows{
     {"ReinitialiseNavigation", "[int]", "[1]", "int"},
     {"IsNavigationActivated", "[]", "[]", "int"},
     {"why_not_engaged", "[]", "[]", "[text]"},
+    {"why_refused", "[text]", "['EngageSteering']", "nil"},
+    {"simulator_keeps", "[]", "[]", "int"},
     {"set_reverse_engage_enabled", "[int, int]", "[1, 0]", "nil"},
     {"get_reverse_engage_enabled", "[int]", "[1]", "int"},
     {"set_reverse_engage_allowed", "[int, int]", "[1, 0]", "nil"},

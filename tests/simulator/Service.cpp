@@ -19,7 +19,10 @@ Service::Service(SimulationOptions world, KeptValues kept)
     ServiceCoreOptions options;
     options.simulation = world;
     options.kept = std::move(kept);
-    options.keep = [this](const KeptValues& values) { m_kept = values; };
+    options.keep = [this](const KeptValues& values) {
+        m_kept = values;
+        ++m_timesKept;
+    };
     options.publish = [this](const std::string& event, const BListC& payload) {
         m_events.push_back({event, TextOf(&payload)});
     };

@@ -38,6 +38,8 @@ public:
     /// Everything logged since Forget(), a line each.
     const std::string& Log() const { return m_log; }
     const KeptValues& Kept() const { return m_kept; }
+    /// How often the settings to keep have been handed over.
+    int TimesKept() const { return m_timesKept; }
     const CSimulation& World() const { return m_core->World(); }
     ServiceCoreC& Core() { return *m_core; }
 
@@ -54,6 +56,7 @@ private:
     std::vector<Event> m_events;
     std::string m_log;
     KeptValues m_kept;
+    int m_timesKept = 0;
     std::unique_ptr<ServiceCoreC> m_core;
 };
 

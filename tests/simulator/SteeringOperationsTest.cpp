@@ -120,6 +120,33 @@ TEST(SteeringOperations, GiveTheReasonForARefusal)
     }
 }
 
+TEST(SteeringOperations, TellOfAnyOperationWhyItWasRefusedTheLastTime)
+{
+    Service service(0.0);
+    EXPECT_EQ("nil", service.Request("why_refused", "['StartNavigation']"));
+
+    service.Request("StartNavigation", "[1, 1]");
+    service.Request("set_waypoint", "[7, 0.0, 0.0, 0.0, 0.0]");
+    service.Notify("set_nudge", "[1, 5000.0]");
+
+    EXPECT_EQ("'there is no complete line'", service.Request("why_refused", "['StartNavigation']"));
+    EXPECT_NE(std::string::npos, service.Request("why_refused", "['set_waypoint']").find('7'));
+    EXPECT_NE(std::string::npos, service.Request("why_refused", "['set_nudge']").find("5000"));
+
+    service.NavigateNorth();
+    EXPECT_EQ("nil", service.Request("why_refused", "['StartNavigation']"));
+    EXPECT_EQ("nil", service.Request("why_refused", "['no_such_operation']"));
+}
+
+TEST(SteeringOperations, SayWhetherSettingsOutliveARestart)
+{
+    EXPECT_EQ("1", Service().Request("simulator_keeps", "[]"));
+
+    ServiceCoreC forgetful{ServiceCoreOptions{}};
+    const Answer answer = forgetful.Request("simulator_keeps", BListC(nullptr));
+    EXPECT_EQ("0", TextOf(answer.value.get()));
+}
+
 TEST(SteeringOperations, EngageBackwardsNeedsBothEnabledAndAllowed)
 {
     for (const int switches : {0, 1, 2, 3}) {

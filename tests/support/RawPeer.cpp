@@ -219,7 +219,7 @@ void CRawPeer::SetConnection(int descriptor)
 int CRawPeer::WaitForConnections(int count)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait_for(lock, std::chrono::seconds(10), [&] { return m_connectionCount >= count; });
+    m_changed.wait_for(lock, std::chrono::seconds(60), [&] { return m_connectionCount >= count; });
     return m_connectionCount;
 }
 

@@ -1,5 +1,8 @@
 #include "tools/navctl/CommandLine.h"
 
+#include <algorithm>
+
+#include "tools/navctl/UsageProblem.h"
 #include "tools/navctl/Version.h"
 #include "tools/navctl/doctor/DoctorCommand.h"
 #include "tools/navctl/feed/FeedCommand.h"
@@ -13,13 +16,14 @@ namespace {
 
 /// Where the descriptions of a help page start: right of the longest command.
 constexpr std::size_t kHelpColumn = 36;
+const char* const kHelpCommand = "help";
 
 void AddCommonOptions(CLI::App& app, CContext& context)
 {
     app.set_version_flag("--version", std::string("navctl ") + ProgramVersion());
     app.add_option("--timeout", context.options.timeoutSeconds,
                    "Longest wait for a reply, seconds, 0.001 to 3600")
-        ->check(CLI::Range(0.001, 3600.0).description(""))
+        ->check(NumberWithin(0.001, 3600.0, "0.001 to 3600"))
         ->type_name("SECONDS")
         ->capture_default_str();
     app.add_flag("--json", context.options.json, "Write the result as one JSON value");
@@ -34,6 +38,13 @@ void AddVersionCommand(CLI::App& app, CContext& context)
     });
 }
 
+/// For the list of commands: the words are turned into those of --help before they are read.
+void AddHelpCommand(CLI::App& app)
+{
+    app.add_subcommand(kHelpCommand, "Prints the help of a command: navctl help COMMAND")
+        ->callback([] { throw CLI::CallForHelp(); });
+}
+
 void AddCommands(CLI::App& app, CContext& context)
 {
     AddOperationsCommand(app, context);
@@ -44,10 +55,22 @@ void AddCommands(CLI::App& app, CContext& context)
     AddManualCommand(app, context);
     AddCompletionCommand(app, context);
     AddVersionCommand(app, context);
+    AddHelpCommand(app);
     AddOperationCommands(app, context);
 }
 
 } // namespace
+
+std::vector<std::string> WithHelpAsOption(std::vector<std::string> words)
+{
+    const auto isCommand = [](const std::string& word) { return word.rfind('-', 0) != 0; };
+    const auto first = std::find_if(words.begin(), words.end(), isCommand);
+    if (first == words.end() || *first != kHelpCommand)
+        return words;
+    words.erase(first);
+    words.emplace_back("--help");
+    return words;
+}
 
 std::unique_ptr<CLI::App> MakeCommandLine(CContext& context)
 {

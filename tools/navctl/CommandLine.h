@@ -2,6 +2,8 @@
 #define KESTROVE_TOOLS_NAVCTL_COMMANDLINE_H
 
 #include <memory>
+#include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -12,5 +14,9 @@
 ///
 /// @param context receives the options and is what the commands work with; must outlive the result.
 std::unique_ptr<CLI::App> MakeCommandLine(CContext& context);
+
+/// The words of a command line with "help COMMAND" turned into "COMMAND --help"; others as they
+/// are.
+std::vector<std::string> WithHelpAsOption(std::vector<std::string> words);
 
 #endif

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "tools/navctl/doctor/Probe.h"
+
 namespace {
 
 constexpr double kMillisecondsASecond = 1000.0;
@@ -35,9 +37,21 @@ bool CContext::Reach()
     CNavigationAPI& navigation = Navigation();
     if (navigation.IsLinkUp())
         return true;
-    const CLinkFailure failure = ConnectFailure(navigation.LastError());
-    Fail(failure.code, failure.reason);
+    const LinkErrorC error = navigation.LastError();
+    FailBy(ConnectFailure(error), error);
     return false;
+}
+
+std::string CContext::OtherProgram(const LinkErrorC& error)
+{
+    if (error.code != ELinkError::TimedOut && error.code != ELinkError::BadMessage &&
+        error.code != ELinkError::Closed)
+        return {};
+    Disconnect();
+    const std::string answer = AnswerOfOtherProtocol(options.timeoutSeconds);
+    return answer.empty()
+               ? answer
+               : "something listens that does not speak the service's protocol; " + answer;
 }
 
 bool CContext::HasLinkFailed()
@@ -67,8 +81,20 @@ void CContext::Refuse(const Json& value, const std::string& reason)
 
 void CContext::FailByLink()
 {
-    const CLinkFailure failure = CallFailure(Navigation().LastError());
-    Fail(failure.code, failure.reason);
+    const LinkErrorC error = Navigation().LastError();
+    FailBy(CallFailure(error), error);
+}
+
+void CContext::FailBy(const CLinkFailure& failure, const LinkErrorC& error)
+{
+    // Whoever cannot be connected to says nothing either.
+    const std::string otherProgram =
+        failure.code == kExitCannotConnect ? std::string() : OtherProgram(error);
+    if (otherProgram.empty()) {
+        Fail(failure.code, failure.reason);
+    } else {
+        Fail(kExitProtocolError, "protocol error: " + otherProgram);
+    }
 }
 
 CLinkFailure CallFailure(const LinkErrorC& error)

@@ -13,6 +13,13 @@
 /// What is written as JSON: the entries in the order in which they were set.
 using Json = nlohmann::ordered_json;
 
+/// The exit code and the words for a failure of the link.
+struct CLinkFailure
+{
+    EExitCode code;
+    std::string reason;
+};
+
 /// What every command works with: the options that stand before it, the standard output, and the
 /// connection to the service.
 ///
@@ -51,6 +58,12 @@ public:
     bool Reach();
     /// Ends the connection; Navigation() makes a new one.
     void Disconnect() { m_navigation.reset(); }
+    /// Looks for another program on the service's port, after a call has failed for a reason that
+    /// such a program may be. Ends the connection, since some programs serve one after the other.
+    ///
+    /// @param error why the call has failed.
+    /// @return who listens, in words; empty when it may be a navigation service.
+    std::string OtherProgram(const LinkErrorC& error);
     /// Whether the last operation failed at the link, by LastError(); a failure value alone does
     /// not tell. A reply of nil, which GetWayline() gives for "none", counts as a failure.
     bool HasLinkFailed();
@@ -64,22 +77,18 @@ public:
     /// Ends the command with kExitRefused: the reason on the standard error; with `--json`, `value`
     /// on the standard output.
     void Refuse(const Json& value, const std::string& reason);
-    /// Fail() for the reason that LastError() gives.
+    /// Fail() for the reason that LastError() gives; it names another program that listens in the
+    /// service's place.
     void FailByLink();
     /// What the program exits with.
     EExitCode ExitCode() const { return m_exitCode; }
 
 private:
+    void FailBy(const CLinkFailure& failure, const LinkErrorC& error);
+
     COutput& m_output;
     std::unique_ptr<CNavigationAPI> m_navigation;
     EExitCode m_exitCode = kExitDone;
-};
-
-/// The exit code and the words for a failure of the link.
-struct CLinkFailure
-{
-    EExitCode code;
-    std::string reason;
 };
 
 /// What a failure of a call over a connection that was up means.

@@ -1,13 +1,19 @@
 #include "tools/navctl/Output.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include "tools/navctl/TextWrap.h"
 
 namespace {
 
@@ -20,9 +26,63 @@ std::string Variable(const char* name)
     return value == nullptr ? std::string() : value;
 }
 
+int ColumnsOf(int descriptor)
+{
+    winsize size{};
+    const bool known =
+        descriptor >= 0 && ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return known ? size.ws_col : kUsualColumns;
+}
+
+bool IsRegularFile(int descriptor)
+{
+    struct stat status = {};
+    return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+/// Writes text whole. While there is no room, because nobody reads, signals come through that are
+/// blocked otherwise: they end the program then, as if nothing were written.
+///
+/// @param unblocked the signals that are blocked while waiting.
+/// @return 0, or the reason as in errno.
+int WriteWhole(int descriptor, const std::string& text, const sigset_t& unblocked)
+{
+    // Once there is room in a pipe, so much fits without waiting.
+    const std::size_t most = IsRegularFile(descriptor) ? text.size() : PIPE_BUF;
+    std::size_t written = 0;
+    while (written < text.size()) {
+        pollfd entry{descriptor, POLLOUT, 0};
+        if (::ppoll(&entry, 1, nullptr, &unblocked) < 0) {
+            if (errno != EINTR)
+                return errno;
+            continue;
+        }
+        const std::size_t length = std::min(text.size() - written, most);
+        const ssize_t count = ::write(descriptor, text.data() + written, length);
+        if (count >= 0) {
+            written += static_cast<std::size_t>(count);
+        } else if (errno != EINTR && errno != EAGAIN) {
+            return errno;
+        }
+    }
+    return 0;
+}
+
+/// The signals that are blocked at the program's start: none that would end it.
+sigset_t BlockedAtStart()
+{
+    sigset_t signals;
+    ::sigprocmask(SIG_SETMASK, nullptr, &signals);
+    ::sigdelset(&signals, SIGINT);
+    ::sigdelset(&signals, SIGTERM);
+    return signals;
+}
+
 } // namespace
 
-COutput::COutput() : m_descriptor(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1))
+COutput::COutput()
+    : m_descriptor(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)),
+      m_unblocked(BlockedAtStart())
 {
     if (m_descriptor < 0)
         m_problem = std::strerror(errno);
@@ -48,15 +108,29 @@ void COutput::TraceToErrors()
 
 void COutput::Write(const std::string& text)
 {
-    std::size_t written = 0;
-    while (written < text.size() && !HasFailed()) {
-        const ssize_t count = ::write(m_descriptor, text.data() + written, text.size() - written);
-        if (count >= 0) {
-            written += static_cast<std::size_t>(count);
-        } else if (errno != EINTR) {
-            m_problem = std::strerror(errno);
-        }
+    if (HasFailed())
+        return;
+    const int error = WriteWhole(m_descriptor, text, m_unblocked);
+    if (error != 0)
+        m_problem = std::strerror(error);
+}
+
+bool COutput::HasLostReader()
+{
+    pollfd entry{m_descriptor, 0, 0};
+    const bool isLost =
+        ::poll(&entry, 1, 0) > 0 && (entry.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0;
+    if (isLost && !HasFailed()) {
+        // What a write would do, whether or not there is something to write.
+        ::raise(SIGPIPE);
+        m_problem = std::strerror(EPIPE);
     }
+    return isLost;
+}
+
+std::string COutput::Fitted(const std::string& text) const
+{
+    return IsTerminal() ? Wrapped(text, static_cast<std::size_t>(Columns())) : text;
 }
 
 bool COutput::IsTerminal() const
@@ -66,10 +140,7 @@ bool COutput::IsTerminal() const
 
 int COutput::Columns() const
 {
-    winsize size{};
-    const bool known =
-        m_descriptor >= 0 && ::ioctl(m_descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return known ? size.ws_col : kUsualColumns;
+    return ColumnsOf(m_descriptor);
 }
 
 bool COutput::HasColours() const
@@ -101,7 +172,10 @@ std::string Printable(const std::string& text)
 
 void WriteError(const std::string& text)
 {
-    std::fprintf(stderr, "navctl: %s\n", Printable(text).c_str());
+    std::string line = "navctl: " + Printable(text);
+    if (ErrorsAreTerminal())
+        line = Wrapped(line, static_cast<std::size_t>(ColumnsOf(STDERR_FILENO)));
+    WriteWhole(STDERR_FILENO, line + "\n", BlockedAtStart());
 }
 
 bool ErrorsAreTerminal()

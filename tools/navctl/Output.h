@@ -1,6 +1,7 @@
 #ifndef KESTROVE_TOOLS_NAVCTL_OUTPUT_H
 #define KESTROVE_TOOLS_NAVCTL_OUTPUT_H
 
+#include <csignal>
 #include <string>
 
 /// The program's standard output, which carries data and nothing else.
@@ -22,7 +23,9 @@ public:
     /// Shows the library's trace lines on the standard error.
     void TraceToErrors();
 
-    /// Writes text as it is, at once and whole.
+    /// Writes text as it is, at once and whole. While nobody reads it, SIGINT and SIGTERM end the
+    /// program even where they are blocked. A reader that has gone ends it by SIGPIPE, as other
+    /// programs end; HasFailed() where that is ignored.
     void Write(const std::string& text);
     /// Writes text and ends the line.
     void WriteLine(const std::string& text) { Write(text + "\n"); }
@@ -31,6 +34,16 @@ public:
     bool HasFailed() const { return !m_problem.empty(); }
     /// Why it could not.
     const std::string& Problem() const { return m_problem; }
+
+    /// Whether whoever read the output has gone, though nothing is written; acts on it as Write()
+    /// does.
+    bool HasLostReader();
+    /// The descriptor that wakes up a poll() for nothing when the reader goes.
+    int Descriptor() const { return m_descriptor; }
+
+    /// The text with its lines broken between words where a terminal has fewer columns; as it is
+    /// elsewhere.
+    std::string Fitted(const std::string& text) const;
 
     /// Whether the standard output is a terminal.
     bool IsTerminal() const;
@@ -42,6 +55,7 @@ public:
 
 private:
     int m_descriptor;
+    sigset_t m_unblocked; ///< the signals that are blocked while nobody reads
     std::string m_problem;
 };
 
@@ -52,7 +66,7 @@ private:
 std::string Printable(const std::string& text);
 
 /// Writes a line for people to the standard error, with the program's name in front; what is not
-/// Printable() in it is made so.
+/// Printable() in it is made so. Broken between words on a terminal.
 void WriteError(const std::string& text);
 
 /// Whether the standard error is a terminal, for a progress bar.

@@ -1,33 +1,12 @@
 #include "tools/navctl/UsageProblem.h"
 
 #include <algorithm>
-#include <numeric>
-#include <optional>
 
 #include "platform/Utilities.h"
+#include "tools/navctl/Suggestion.h"
 #include "tools/navctl/files/CsvRow.h"
 
 namespace {
-
-/// So many letters may be wrong in a command for another one to be suggested.
-constexpr std::size_t kMostWrongLetters = 2;
-
-/// How many letters must be changed, put in or taken out to make one word of the other: V. I.
-/// Levenshtein, "Binary codes capable of correcting deletions, insertions and reversals", 1966.
-std::size_t Distance(const std::string& from, const std::string& to)
-{
-    std::vector<std::size_t> row(to.size() + 1);
-    std::iota(row.begin(), row.end(), 0U);
-    for (std::size_t i = 0; i < from.size(); ++i) {
-        std::size_t diagonal = row[0]++;
-        for (std::size_t k = 0; k < to.size(); ++k) {
-            const std::size_t changed = diagonal + (from[i] == to[k] ? 0 : 1);
-            diagonal = row[k + 1];
-            row[k + 1] = std::min({changed, row[k] + 1, row[k + 1] + 1});
-        }
-    }
-    return row.back();
-}
 
 const CLI::App* CommandBelow(const CLI::App& app, const std::string& name)
 {
@@ -38,53 +17,116 @@ const CLI::App* CommandBelow(const CLI::App& app, const std::string& name)
     return nullptr;
 }
 
-std::string Suggestion(const CLI::App& app, const std::string& word)
+std::vector<std::string> CommandsBelow(const CLI::App& app)
 {
-    std::string nearest;
-    std::size_t least = std::min(kMostWrongLetters + 1, word.size());
-    for (const CLI::App* const command : app.get_subcommands(nullptr)) {
-        const std::size_t distance = Distance(word, command->get_name());
-        if (distance < least) {
-            least = distance;
-            nearest = command->get_name();
-        }
-    }
-    return nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?";
+    std::vector<std::string> names;
+    for (const CLI::App* const command : app.get_subcommands(nullptr))
+        names.push_back(command->get_name());
+    return names;
 }
 
-/// What stands in the place of a command and is none.
-std::optional<std::string> UnknownCommand(const CLI::App& app,
-                                          const std::vector<std::string>& words)
+/// The options of a command and those of the commands above it, with their hyphens.
+std::vector<std::string> OptionsOf(const CLI::App& app)
 {
-    const CLI::App* command = &app;
-    for (std::size_t place = 0; place < words.size(); ++place) {
-        const std::string& word = words[place];
-        if (word.rfind('-', 0) == 0) {
-            const CLI::Option* const option = app.get_option_no_throw(word);
-            if (option != nullptr && option->get_items_expected_min() > 0)
-                ++place;
-            continue;
+    std::vector<std::string> names;
+    for (const CLI::App* each = &app; each != nullptr; each = each->get_parent()) {
+        for (const CLI::Option* const option : each->get_options()) {
+            for (const std::string& name : option->get_lnames())
+                names.push_back("--" + name);
         }
-        const CLI::App* const below = CommandBelow(*command, word);
-        if (below == nullptr) {
-            if (command->get_subcommands(nullptr).empty())
-                return std::nullopt;
-            std::string problem = "there is no command \"" + word + '"';
-            if (command != &app)
-                problem.append(" of ").append(command->get_name());
-            return problem.append(Suggestion(*command, word));
-        }
-        command = below;
     }
-    return std::nullopt;
+    return names;
 }
+
+const CLI::Option* FindOption(const CLI::App& app, const std::string& name)
+{
+    for (const CLI::App* each = &app; each != nullptr; each = each->get_parent()) {
+        if (const CLI::Option* const option = each->get_option_no_throw(name))
+            return option;
+    }
+    return nullptr;
+}
+
+std::string Of(const CLI::App& app, const CLI::App& command)
+{
+    return &command == &app ? "" : " of " + command.get_name();
+}
+
+bool IsNumber(const std::string& word)
+{
+    return word.find_first_of("0123456789.") == 1;
+}
+
+/// Goes through the words of a command line up to the first that is none of its commands or
+/// options.
+class CWordSearch
+{
+public:
+    CWordSearch(const CLI::App& app, const std::vector<std::string>& words)
+        : m_app(app), m_words(words), m_command(&app)
+    {
+    }
+
+    /// What the word is and may have been meant to be; nothing when there is no such word.
+    std::optional<std::string> Find()
+    {
+        for (m_place = 0; m_place < m_words.size() && m_words[m_place] != "--"; ++m_place) {
+            const std::string& word = m_words[m_place];
+            const bool isOption = word.size() > 1 && word.front() == '-' && !IsNumber(word);
+            if (!(isOption ? PassOption(word) : PassCommand(word)))
+                return m_problem;
+        }
+        return std::nullopt;
+    }
+
+private:
+    bool PassOption(const std::string& word)
+    {
+        const std::size_t end = word.find('=');
+        const std::string name = word.substr(0, end);
+        const CLI::Option* const option = FindOption(*m_command, name);
+        if (option == nullptr) {
+            m_problem = "there is no option \"" + name + '"' + Of(m_app, *m_command) +
+                        Suggestion(name, OptionsOf(*m_command));
+            return false;
+        }
+        if (end == std::string::npos && option->get_items_expected_min() > 0)
+            ++m_place;
+        return true;
+    }
+
+    bool PassCommand(const std::string& word)
+    {
+        if (m_command->get_subcommands(nullptr).empty())
+            return true;
+        const CLI::App* const below = CommandBelow(*m_command, word);
+        if (below == nullptr) {
+            m_problem = "there is no command \"" + word + '"' + Of(m_app, *m_command) +
+                        CommandSuggestion(word, CommandsBelow(*m_command));
+            return false;
+        }
+        m_command = below;
+        return true;
+    }
+
+    const CLI::App& m_app;
+    const std::vector<std::string>& m_words;
+    const CLI::App* m_command;
+    std::size_t m_place = 0;
+    std::string m_problem;
+};
 
 } // namespace
+
+std::optional<std::string> UnknownWord(const CLI::App& app, const std::vector<std::string>& words)
+{
+    return CWordSearch(app, words).Find();
+}
 
 std::string UsageProblem(const CLI::App& app, const std::vector<std::string>& words,
                          const CLI::ParseError& error)
 {
-    return UnknownCommand(app, words).value_or(error.what());
+    return UnknownWord(app, words).value_or(error.what());
 }
 
 CLI::Validator WholeNumberWithin(int lowest, int highest)

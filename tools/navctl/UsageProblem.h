@@ -1,13 +1,19 @@
 #ifndef KESTROVE_TOOLS_NAVCTL_USAGEPROBLEM_H
 #define KESTROVE_TOOLS_NAVCTL_USAGEPROBLEM_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 
-/// What is wrong with a command line, in words. A command that there is not is named, with the one
-/// that may have been meant.
+/// The first word of a command line that stands where a command or an option does and is none, in
+/// words, with the one that may have been meant; nothing when there is no such word.
+///
+/// @param words the arguments, without the program's name.
+std::optional<std::string> UnknownWord(const CLI::App& app, const std::vector<std::string>& words);
+
+/// What is wrong with a command line, in words: its UnknownWord(), if it has one.
 ///
 /// @param app the command line that could not be read.
 /// @param words the arguments, without the program's name.

@@ -20,22 +20,35 @@ bool AsksForJson(const std::vector<std::string>& words)
     return std::find(words.begin(), end, "--json") != end;
 }
 
+/// Gives what is asked for in place of a command's work: help or the version.
+void PrintHelp(CContext& context, CLI::App& app, const std::vector<std::string>& words,
+               const CLI::Success& wanted)
+{
+    if (const auto problem = UnknownWord(app, words)) {
+        context.Fail(kExitUsage, *problem);
+        return;
+    }
+    std::ostringstream text;
+    app.exit(wanted, text, text);
+    if (context.WritesJson()) {
+        context.Print({{"text", text.str()}}, "");
+    } else {
+        context.Output().Write(context.Output().Fitted(text.str()));
+    }
+}
+
 EExitCode Run(int argumentCount, char** arguments, COutput& output)
 {
-    const std::vector<std::string> words(arguments + 1, arguments + std::max(argumentCount, 1));
+    const std::vector<std::string> words =
+        WithHelpAsOption({arguments + 1, arguments + std::max(argumentCount, 1)});
     CContext context(output);
     const std::unique_ptr<CLI::App> app = MakeCommandLine(context);
     try {
-        app->parse(argumentCount, arguments);
+        // The reader takes them from the back.
+        app->parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::Success& wanted) {
         context.options.json = AsksForJson(words);
-        std::ostringstream text;
-        app->exit(wanted, text, text);
-        if (context.WritesJson()) {
-            context.Print({{"text", text.str()}}, "");
-        } else {
-            output.Write(text.str());
-        }
+        PrintHelp(context, *app, words, wanted);
     } catch (const CLI::ParseError& error) {
         // The options need not have been read yet.
         context.options.json = AsksForJson(words);

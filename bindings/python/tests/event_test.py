@@ -1,6 +1,7 @@
 """Events, as calls and as an iteration."""
 
 import contextlib
+import ctypes
 import os
 import signal
 import threading
@@ -232,26 +233,43 @@ class Waiting(unittest.TestCase):
 
 
 class TraceLines(unittest.TestCase):
-    def test_are_left_on_standard_output(self):
+    TRACE = b"CNavigationAPI::ImplementWidthChangedCallback\n"
+
+    @classmethod
+    def setUpClass(cls):
+        # C's buffer as it is where standard output is a pipe, whatever the environment made of it.
+        libc = ctypes.CDLL(None)
+        full_buffering = 0
+        libc.setvbuf(ctypes.c_void_p.in_dll(libc, "stdout"), None, full_buffering, 4096)
+
+    def test_come_before_what_the_callable_prints(self):
         with ScriptedPeer() as peer, NavigationClient() as client, self._captured() as output:
-            client.on_implement_width(lambda width: None)
+            client.on_implement_width(lambda width: os.write(1, b"callable\n"))
             peer.push("cb_implement_width_changed", 6.0)
             client.process_messages(wait=True)
-        self.assertIn("CNavigationAPI::ImplementWidthChangedCallback", output())
+            self.assertEqual(self.TRACE + b"callable\n", output())
+
+    def test_of_text_readers_are_there_when_they_return(self):
+        for read in (navigation.Wayline.from_string, navigation.PathWayline().load_string):
+            with self.subTest(read), self._captured() as output:
+                read("5 0")
+                self.assertEqual(b"CPathWayline::LoadString: 5 0\n"
+                                 b"CPathWayline::LoadString: split string length: 2\n", output())
 
     @staticmethod
     @contextlib.contextmanager
     def _captured():
         """What is written to the descriptor of standard output, by whatever language."""
         reader, writer = os.pipe()
+        os.set_blocking(reader, False)
         kept = os.dup(1)
         os.dup2(writer, 1)
         try:
-            yield lambda: os.read(reader, 65536).decode()
+            yield lambda: os.read(reader, 65536)
         finally:
             os.dup2(kept, 1)
-            os.close(kept)
-            os.close(writer)
+            for descriptor in (kept, reader, writer):
+                os.close(descriptor)
 
 
 if __name__ == "__main__":

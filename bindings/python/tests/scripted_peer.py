@@ -7,7 +7,7 @@ import threading
 import msgpack
 
 PORT = 5010
-DEADLINE_SECONDS = 20.0
+DEADLINE_SECONDS = 60.0
 SILENCE = object()
 
 

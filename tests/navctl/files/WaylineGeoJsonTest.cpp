@@ -26,6 +26,14 @@ WaylineContent FromText(const std::string& text)
     return ReadWaylineText(text, problem).value();
 }
 
+std::string Written(const WaylineList& list, const GeodeticPlace& origin, bool isOneLine = false)
+{
+    std::string text;
+    WriteWaylineGeoJson(list, origin, isOneLine,
+                        [&text](const std::string& piece) { text += piece; });
+    return text;
+}
+
 } // namespace
 
 TEST(WaylineGeoJson, BringsEveryKindBackAsItWas)
@@ -43,8 +51,7 @@ TEST(WaylineGeoJson, BringsEveryKindBackAsItWas)
              "6",
          }) {
         const WaylineContent content = FromText(text);
-        const WaylineList back =
-            ReadWaylineGeoJson(WriteWaylineGeoJson(ListOf({content}), kOrigin), {});
+        const WaylineList back = ReadWaylineGeoJson(Written(ListOf({content}), kOrigin), {});
         ASSERT_TRUE(back.problems.empty()) << text << ": " << back.problems[0];
         ASSERT_EQ(1U, back.entries.size()) << text;
         EXPECT_EQ(WriteWaylineText(content), WriteWaylineText(back.entries[0].content));
@@ -55,16 +62,25 @@ TEST(WaylineGeoJson, KeepsEveryBitOfAFixedKind)
 {
     const WaylineContent line{
         Kestrove::EWaylineTypeAHeading, {{1.0 / 3.0, 1e-17, -2.0 / 3.0}}, std::sqrt(2.0), "north"};
-    const WaylineList back = ReadWaylineGeoJson(WriteWaylineGeoJson(ListOf({line}), kOrigin), {});
+    const WaylineList back = ReadWaylineGeoJson(Written(ListOf({line}), kOrigin), {});
     ASSERT_TRUE(back.problems.empty()) << back.problems[0];
     EXPECT_TRUE(back.entries.at(0).content == line);
     EXPECT_EQ("north", back.entries[0].content.name);
 }
 
+TEST(WaylineGeoJson, IsTheSameOnOneLine)
+{
+    const WaylineList list =
+        ListOf({FromText("0 0 0 0 0 100 0"), FromText("5"), FromText("4 3 0 0 0 10 20 0 30 40 0")});
+    const std::string line = Written(list, kOrigin, true);
+    EXPECT_EQ(line.size() - 1, line.find('\n'));
+    EXPECT_EQ(nlohmann::json::parse(line), nlohmann::json::parse(Written(list, kOrigin)));
+}
+
 TEST(WaylineGeoJson, PutsLongitudeFirst)
 {
     const auto file =
-        nlohmann::json::parse(WriteWaylineGeoJson(ListOf({FromText("0 0 0 0 0 100 0")}), kOrigin));
+        nlohmann::json::parse(Written(ListOf({FromText("0 0 0 0 0 100 0")}), kOrigin));
     const auto& first = file["features"][0]["geometry"]["coordinates"][0];
     EXPECT_NEAR(11.25, first[0].get<double>(), 1e-9);
     EXPECT_NEAR(48.5, first[1].get<double>(), 1e-9);
@@ -74,7 +90,7 @@ TEST(WaylineGeoJson, PutsLongitudeFirst)
 TEST(WaylineGeoJson, MovesALineIntoTheFrameThatIsAskedFor)
 {
     const std::string file =
-        WriteWaylineGeoJson(ListOf({FromText("0 0 0 0 0 100 0"), FromText("1 0 0 0 0")}), kOrigin);
+        Written(ListOf({FromText("0 0 0 0 0 100 0"), FromText("1 0 0 0 0")}), kOrigin);
     WaylineReading reading;
     reading.origin = GeodeticPlace{48.501, 11.25, 520.0};
     const WaylineList list = ReadWaylineGeoJson(file, reading);

@@ -58,7 +58,7 @@ bool HttpPeer::ReadSome(std::chrono::steady_clock::time_point until)
 
 bool HttpPeer::ReadUntil(const std::string& text)
 {
-    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (m_read.find(text) == std::string::npos) {
         if (!ReadSome(until))
             return false;

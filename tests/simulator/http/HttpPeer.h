@@ -26,7 +26,7 @@ public:
     /// Reads until the other end closes, or the time is over.
     ///
     /// @return whether it has closed.
-    bool ReadToEnd(std::chrono::milliseconds atMost = std::chrono::seconds(10));
+    bool ReadToEnd(std::chrono::milliseconds atMost = std::chrono::seconds(60));
     /// Forgets what has been read.
     void Forget() { m_read.clear(); }
     /// Takes bytes as if they had just been read.

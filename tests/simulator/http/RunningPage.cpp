@@ -80,7 +80,7 @@ ProcessCounts CountsOfThisProcess()
 
 bool WaitUntil(const std::function<bool()>& condition)
 {
-    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > until)
             return false;

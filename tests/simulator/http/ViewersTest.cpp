@@ -1,8 +1,10 @@
 // The stream of events of the live page: what viewers are told and what they cost.
 
+#include <atomic>
 #include <chrono>
 #include <list>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -23,6 +25,32 @@ using Clock = std::chrono::steady_clock;
 
 const char* const kLineNorth = "0 0.0 0.0 0.0 0.0 100.0 0.0";
 
+/// A peer of the page on the same machine: does something ten times a second, as far as it is let.
+class Metronome
+{
+public:
+    Metronome()
+        : m_thread([this] {
+              while (!m_isOver) {
+                  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+                  ++m_beats;
+              }
+          })
+    {
+    }
+    ~Metronome()
+    {
+        m_isOver = true;
+        m_thread.join();
+    }
+    int Beats() const { return m_beats; }
+
+private:
+    std::atomic<bool> m_isOver{false};
+    std::atomic<int> m_beats{0};
+    std::thread m_thread;
+};
+
 TEST(Viewer, HearsOfTheSettingsTheLineAndTheStateAtOnce)
 {
     const RunningPage page;
@@ -42,9 +70,10 @@ TEST(Viewer, HearsOfTheStateTenTimesASecond)
 {
     RunningPage page;
     page.Run();
+    const auto start = Clock::now();
     EventStream viewer(page.Port());
     double last = json::parse(viewer.Next("state"))["time"];
-    const auto start = Clock::now();
+    const Metronome metronome;
 
     for (int count = 0; count < 30; ++count) {
         const double time = json::parse(viewer.Next("state"))["time"];
@@ -52,18 +81,17 @@ TEST(Viewer, HearsOfTheStateTenTimesASecond)
         last = time;
     }
 
-    const std::chrono::duration<double> taken = Clock::now() - start;
-    EXPECT_GT(taken.count(), 2.5);
-    EXPECT_LT(taken.count(), 6.0);
+    EXPECT_GT(std::chrono::duration<double>(Clock::now() - start).count(), 2.5);
+    EXPECT_LT(metronome.Beats(), 60);
 }
 
 TEST(Viewer, HearsOfTheStateNoMoreOftenWhenTheWorldRunsFaster)
 {
     RunningPage page;
     page.Run(100.0);
+    const auto start = Clock::now();
     EventStream viewer(page.Port());
     viewer.Next("state");
-    const auto start = Clock::now();
 
     for (int count = 0; count < 20; ++count)
         viewer.Next("state");
@@ -208,15 +236,12 @@ TEST(Viewers, LoseOneThatTakesNothingAndDoNotNotice)
     // nothing.
     PostWayline(page.Port(), "2 0.0 0.0 0.0 300.0 300.0 0.0 600.0 0.0 0.0");
 
-    bool dropped = false;
-    for (int count = 0; count < 2000 && !dropped; ++count) {
+    EXPECT_TRUE(WaitUntil([&] {
         Command(page.Port(), R"({"operation":"Nudge","arguments":[1,1,0.001]})");
-        ASSERT_FALSE(other.Next("state").empty()) << count;
+        EXPECT_FALSE(other.Next("state").empty());
         // The stalled viewer keeps its own end open: one descriptor, not two.
-        dropped = CountsOfThisProcess().descriptors == before + 1;
-    }
-
-    EXPECT_TRUE(dropped);
+        return CountsOfThisProcess().descriptors == before + 1;
+    }));
     EXPECT_FALSE(other.Next("line").empty());
 }
 
@@ -240,21 +265,24 @@ TEST(Viewers, LeaveNoThreadAndNoDescriptorBehind)
 
 TEST(Viewers, AreNoticedToHaveGoneWhileNothingHappens)
 {
-    const RunningPage page;
+    LivePageTimes times;
+    times.heartbeat = std::chrono::hours(1);
+    const RunningPage page(times);
     const int before = CountsOfThisProcess().descriptors;
     {
         EventStream viewer(page.Port());
         viewer.Next("line");
     }
-    const auto gone = Clock::now();
 
     EXPECT_TRUE(WaitUntil([&] { return CountsOfThisProcess().descriptors == before; }));
-    EXPECT_LT(Clock::now() - gone, std::chrono::seconds(2));
 }
 
 TEST(Viewers, DoNotHoldUpTheEnd)
 {
-    RunningPage page;
+    LivePageTimes times;
+    times.heartbeat = times.stalledPeer = times.firstByte = times.request =
+        std::chrono::minutes(30);
+    RunningPage page(times);
     std::list<EventStream> viewers;
     for (int count = 0; count < 5; ++count) {
         viewers.emplace_back(page.Port());
@@ -267,7 +295,7 @@ TEST(Viewers, DoNotHoldUpTheEnd)
 
     page.Stop();
 
-    EXPECT_LT(Clock::now() - start, std::chrono::milliseconds(1500));
+    EXPECT_LT(Clock::now() - start, std::chrono::minutes(1)) << "it waits for none of them";
     for (EventStream& viewer : viewers)
         EXPECT_TRUE(viewer.Peer().ReadToEnd());
     EXPECT_TRUE(halfway.ReadToEnd());

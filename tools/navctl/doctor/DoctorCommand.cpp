@@ -6,20 +6,22 @@
 #include "tools/navctl/doctor/Engagement.h"
 #include "tools/navctl/doctor/Finding.h"
 #include "tools/navctl/doctor/LinkFinding.h"
-#include "tools/navctl/doctor/Probe.h"
 
 namespace {
 
 const char* const kStartService = "start the navigation service, for example: navigation-simulator";
 
-CFinding LookAtLink(CNavigationAPI& navigation)
+CFinding SilenceFinding(CContext& context);
+
+CFinding LookAtLink(CContext& context)
 {
+    CNavigationAPI& navigation = context.Navigation();
     if (navigation.IsLinkUp())
         return {"link", "connected to localhost port 5010"};
     const LinkErrorC error = navigation.LastError();
     const CLinkFailure failure = ConnectFailure(error);
     if (failure.code == kExitProtocolError)
-        return LinkFinding(error);
+        return SilenceFinding(context);
     const bool isRefused = error.code == ELinkError::Refused;
     return {"link", (isRefused ? "nothing listens: " : "cannot be reached: ") + error.text,
             kStartService, failure.code};
@@ -46,28 +48,21 @@ CFinding NavigationFinding(bool isActive)
     return {"navigation", "not active", "navctl start-navigation on", kExitRefused};
 }
 
-/// The first question was not answered. A silent program may be another one that waits for a line.
+/// The first question was not answered, or with something else than a message.
 CFinding SilenceFinding(CContext& context)
 {
     const LinkErrorC error = context.Navigation().LastError(); // which goes with the client, below
-    if (error.code != ELinkError::TimedOut)
-        return LinkFinding(error);
-    // Some programs serve one connection after the other.
-    context.Disconnect();
-    const std::string answer = AnswerOfOtherProtocol(context.options.timeoutSeconds);
-    return answer.empty() ? LinkFinding(error)
-                          : OtherProgramFinding("something listens that does not speak the "
-                                                "service's protocol; it says: " +
-                                                answer);
+    const std::string otherProgram = context.OtherProgram(error);
+    return otherProgram.empty() ? LinkFinding(error) : OtherProgramFinding(otherProgram);
 }
 
 /// Looks at one thing after the other, up to the first that the next ones depend on.
 Findings Examine(CContext& context)
 {
-    CNavigationAPI& navigation = context.Navigation();
-    Findings findings{LookAtLink(navigation)};
+    Findings findings{LookAtLink(context)};
     if (findings.back().IsObstacle())
         return findings;
+    CNavigationAPI& navigation = context.Navigation();
     const bool isActive = navigation.IsNavigationActivated();
     if (context.HasLinkFailed()) {
         findings.push_back(SilenceFinding(context));
@@ -150,7 +145,8 @@ void AddDoctorCommand(CLI::App& app, CContext& context)
                        "Tells what stands between you and an engaged machine, and what to do next")
         ->callback([&context] {
             const Findings findings = Examine(context);
-            context.Print(JsonOf(findings), TextOf(findings, context.Output().HasColours()));
+            COutput& output = context.Output();
+            context.Print(JsonOf(findings), output.Fitted(TextOf(findings, output.HasColours())));
             context.Finish(WorstOf(findings));
         });
 }

@@ -66,7 +66,7 @@ CObservation Observe(CNavigationAPI& navigation, double seconds)
                                       FindEventKind("guidance-status"),
                                       FindEventKind("relative-position")},
                                      [&](const CEvent& event) { observer.Take(event); });
-    CEventLoop loop(navigation);
+    CEventLoop loop(navigation, -1);
     loop.Run({[&] { return observer.IsComplete(); }, {}, {}},
              std::chrono::duration<double>(seconds));
     return observer.Seen();

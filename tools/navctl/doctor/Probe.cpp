@@ -94,6 +94,12 @@ bool BeginsAMessage(const std::string& answer)
     return first == 0x93 || first == 0x94 || first == 0xdc || first == 0xdd;
 }
 
+/// A record of TLS is an alert or a handshake, and then the version, whose first byte is 3.
+bool BeginsARecordOfTls(const std::string& answer)
+{
+    return answer.size() > 1 && (answer[0] == 0x15 || answer[0] == 0x16) && answer[1] == 0x03;
+}
+
 } // namespace
 
 std::string AnswerOfOtherProtocol(double seconds)
@@ -103,6 +109,8 @@ std::string AnswerOfOtherProtocol(double seconds)
         AskEither(ProbeClock::now() + std::chrono::duration_cast<ProbeClock::duration>(limit));
     if (answer.empty() || BeginsAMessage(answer))
         return {};
+    if (BeginsARecordOfTls(answer))
+        return "it speaks TLS";
     const std::string line = answer.substr(0, answer.find_first_of("\r\n"));
-    return line.empty() ? "an empty line" : line;
+    return "it says: " + (line.empty() ? "an empty line" : line);
 }

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -31,10 +30,18 @@ COpenFile::~COpenFile()
 
 std::string WriteWholeFile(const std::string& path, const std::string& content)
 {
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file << content;
-    file.close();
-    if (!file)
-        return "cannot write " + path + ": " + std::strerror(errno);
-    return {};
+    CTargetFile file(path);
+    file.Write(content);
+    return file.End();
+}
+
+CTargetFile::CTargetFile(const std::string& path)
+    : m_path(path), m_file(path, std::ios::binary | std::ios::trunc)
+{
+}
+
+std::string CTargetFile::End()
+{
+    m_file.close();
+    return m_file ? std::string() : "cannot write " + m_path + ": " + std::strerror(errno);
 }

@@ -2,6 +2,7 @@
 #define KESTROVE_TOOLS_NAVCTL_FILES_OPENFILE_H
 
 #include <cstdint>
+#include <fstream>
 #include <string>
 
 /// A file that is open for reading, or standard input for the name "-". Closes the file, but not
@@ -29,6 +30,23 @@ private:
     bool m_isStandardInput = false;
     std::uint64_t m_length = 0;
     std::string m_problem;
+};
+
+/// A file that is written piece by piece in place of what is there.
+class CTargetFile
+{
+public:
+    explicit CTargetFile(const std::string& path);
+
+    void Write(const std::string& text) { m_file << text; }
+    /// Ends the writing.
+    ///
+    /// @return why the file could not be written, with its name; empty on success.
+    std::string End();
+
+private:
+    std::string m_path;
+    std::ofstream m_file;
 };
 
 /// Writes a file in place of what is there.

@@ -130,12 +130,21 @@ std::string Head()
                "which listens on localhost, port 5010. The commands are its operations, and a few "
                "more.\n"
                "Data goes to the standard output and everything else to the standard error. An "
-               "operation that gives a value prints it bare, with a point and without its unit; "
-               "others print \"done\"; \"sent\" where nothing tells whether the service took it; "
-               "\"answered\" where the service answers but the operation does not tell what.\n"
-               "A reply of a type that an operation does not take cannot always be told from one "
-               "that it does: then the operation's failure value is printed as a value, -1 or 0, "
-               "false, none, and the exit status is 0.\n"
+               "operation that gives a number or a switch prints it bare, with a point and "
+               "without its unit; vectors and limits have their names and units with them. Others "
+               "print \"done\".\n"
+               "An operation that sets something is confirmed: the service is asked afterwards "
+               "what it holds. When that is something else, the exit status is 1 and the reason "
+               "is printed, so that \"&&\" stops there. A tuning value that the service has "
+               "brought to its limit is done, and the limit is printed. --no-check leaves the "
+               "question out. Where nothing can be asked, \"sent; nothing confirms that the "
+               "service took it\" is printed.\n"
+               "A refusal brings its reason where the service gives one; navigation-simulator "
+               "does. With --persist, a warning tells when the service is known to keep nothing "
+               "over a restart.\n"
+               "A reply of another type than the operation's is a protocol error. Where another "
+               "program listens in the service's place, the message says what that program "
+               "answers.\n"
                "Angles are radians, clockwise from north; positions are metres east, north and up "
                "of the wayline origin. The ranges are those of the bundled service. navctl passes "
                "on finite numbers outside of them, since another service may have others.\n"
@@ -149,7 +158,10 @@ std::string JsonForm()
                "With --json, a command writes exactly one JSON value and watch one a line. That "
                "of an operation is an object with \"operation\", \"outcome\" (\"done\", "
                "\"refused\", \"value\", \"sent\" or \"answered\"), and \"value\" and \"unit\" "
-               "where there are any; numbers that JSON has no form for are null.\n"
+               "where there are any; numbers that JSON has no form for are null. A setting that "
+               "was confirmed has \"held\", what the service holds, \"limited\" when it was "
+               "brought to a limit, and \"kept\", false, when it is to outlive a restart and will "
+               "not. What was refused has a \"reason\".\n"
                "A command that fails writes an object with \"outcome\" \"failed\", \"exit_code\" "
                "and \"reason\", with arguments that cannot be read, too; one that cannot read a "
                "file of waylines also \"problems\", a list of everything that is wrong with it. "
@@ -160,7 +172,8 @@ std::string JsonForm()
 std::string Tail()
 {
     return ".SH EXIT STATUS\n" + Tagged("0", "Done.") +
-           Tagged("1", "The service refused; for doctor, something stands in the way.") +
+           Tagged("1", "The service refused, or does not hold what was set; for doctor, "
+                       "something stands in the way.") +
            Tagged("2", "Wrong arguments, or a file that cannot be used.") +
            Tagged("3", "Cannot connect: nothing listens, or it cannot be reached.") +
            Tagged("4", "No reply in time.") +
@@ -171,9 +184,10 @@ std::string Tail()
            Tagged("LC_ALL, LC_CTYPE, LANG",
                   "With UTF-8 in the first that is set, the lightbar has round lamps.") +
            ".SH EXAMPLES\n" +
-           Tagged(Bold("navctl set-wayline '0 0 0 0 0 100 0'"), "A line to the north.") +
-           Tagged(Bold("navctl start-navigation on && navctl engage-steering"),
-                  "Follow it, and let the service steer.") +
+           Tagged(Bold("navctl set-wayline '0 0 0 0 0 100 0' && navctl start-navigation on && "
+                       "navctl engage-steering"),
+                  "A line to the north: follow it, and let the service steer. Stops at the first "
+                  "that the service does not take.") +
            Tagged(Bold("navctl watch guidance-status --count 10"),
                   "The next ten cross-track errors.") +
            Tagged(Bold("navctl doctor"), "Why it does not engage.") +

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "tools/navctl/Names.h"
+#include "tools/navctl/Suggestion.h"
 #include "tools/navctl/wayline/WaylineContent.h"
 #include "tools/navctl/wayline/WaylineText.h"
 
@@ -189,7 +190,8 @@ std::optional<ArgumentValue> CArgument::Read(const std::vector<std::string>& wor
                                              std::string& problem) const
 {
     const std::string word = words.empty() ? otherwise : words.front();
-    problem = name + ": \"" + word + "\" is not allowed, wanted is " + Description();
+    problem = name + ": \"" + word + "\" is not allowed, wanted is " + Description() +
+              Suggestion(word, Words());
     switch (type) {
     case EArgumentType::Switch:
         return ReadSwitch(word);

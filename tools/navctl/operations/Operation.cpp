@@ -1,6 +1,8 @@
 #include "tools/navctl/operations/Operation.h"
 
+#include <algorithm>
 #include <cctype>
+#include <stdexcept>
 
 const std::vector<COperation>& Operations()
 {
@@ -14,6 +16,15 @@ const std::vector<COperation>& Operations()
         return all;
     }();
     return kOperations;
+}
+
+const COperation& FindOperation(const std::string& name)
+{
+    const auto found = std::find_if(Operations().begin(), Operations().end(),
+                                    [&name](const COperation& each) { return each.name == name; });
+    if (found == Operations().end())
+        throw std::out_of_range(name);
+    return *found;
 }
 
 std::string MemberName(const std::string& command)

@@ -6,6 +6,7 @@
 
 #include "tools/navctl/operations/Argument.h"
 #include "tools/navctl/operations/Outcome.h"
+#include "tools/navctl/operations/Reply.h"
 
 /// Whether an operation waits for a reply.
 enum class EOperationKind
@@ -22,29 +23,43 @@ struct COperation
     EOperationKind kind;
     std::string summary; ///< what it does, as a sentence without its end
     std::vector<CArgument> arguments;
-    Invocation invoke;
+    CExchange exchange; ///< of a request
+    Invocation send;    ///< of a notification
     std::string unit{}; ///< of the value that it gives; empty for what has none
+
+    /// Whether it can ask the service to keep a value over a restart: its last argument, then.
+    bool MayPersist() const { return !arguments.empty() && arguments.back().isFlag; }
 };
 
 // Operations by their kind, for the tables.
 
 inline COperation Request(std::string name, std::string serviceName, std::string summary,
-                          std::vector<CArgument> arguments, Invocation invoke,
-                          std::string unit = "")
+                          std::vector<CArgument> arguments, std::vector<int> leading,
+                          ReplyReader read, std::string unit = "")
 {
-    return {std::move(name),    std::move(serviceName), EOperationKind::Request,
-            std::move(summary), std::move(arguments),   std::move(invoke),
+    return {std::move(name),
+            std::move(serviceName),
+            EOperationKind::Request,
+            std::move(summary),
+            std::move(arguments),
+            {std::move(leading), std::move(read)},
+            {},
             std::move(unit)};
 }
 inline COperation Notification(std::string name, std::string serviceName, std::string summary,
-                               std::vector<CArgument> arguments, Invocation invoke)
+                               std::vector<CArgument> arguments, Invocation send)
 {
     return {std::move(name),    std::move(serviceName), EOperationKind::Notification,
-            std::move(summary), std::move(arguments),   std::move(invoke)};
+            std::move(summary), std::move(arguments),   {},
+            std::move(send)};
 }
 
 /// All operations, in the order of api/NavigationAPI.h.
 const std::vector<COperation>& Operations();
+/// The operation of a command's name.
+///
+/// @throws std::out_of_range when there is none.
+const COperation& FindOperation(const std::string& name);
 
 /// The name that an operation has in C++: "engage-steering" is "EngageSteering".
 std::string MemberName(const std::string& command);

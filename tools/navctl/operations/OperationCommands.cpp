@@ -1,9 +1,9 @@
 #include "tools/navctl/operations/OperationCommands.h"
 
-#include <charconv>
 #include <memory>
 
-#include "tools/navctl/operations/Operation.h"
+#include "tools/navctl/operations/Confirmation.h"
+#include "tools/navctl/operations/OperationRun.h"
 
 const char* const kOperationGroup = "Operations of the service";
 
@@ -16,106 +16,12 @@ struct CPendingCall
 {
     const COperation& operation;
     std::vector<Words> words; ///< what was given for each argument
+    bool checks = true;       ///< whether to ask what the service holds afterwards
 
     explicit CPendingCall(const COperation& which) : operation(which), words(which.arguments.size())
     {
     }
 };
-
-std::string TextOf(const Json& value);
-
-std::string TextOfList(const Json& list)
-{
-    std::string text;
-    for (const Json& element : list)
-        text += (text.empty() ? "" : " ") + TextOf(element);
-    return text;
-}
-
-/// A value as a script takes it. A wayline is its text form.
-std::string TextOf(const Json& value)
-{
-    if (value.is_null())
-        return "none";
-    if (value.is_string())
-        return value.get<std::string>();
-    if (value.contains("text"))
-        return TextOf(value["text"]);
-    if (value.is_structured())
-        return TextOfList(value);
-    if (!value.is_number_float())
-        return value.dump();
-    char text[64];
-    const auto end = std::to_chars(text, text + sizeof text, value.get<double>()).ptr;
-    return std::string(text, end);
-}
-
-std::string OutcomeWord(EOutcome outcome)
-{
-    switch (outcome) {
-    case EOutcome::Done:
-        return "done";
-    case EOutcome::Value:
-        return "value";
-    case EOutcome::Sent:
-        return "sent";
-    case EOutcome::Answered:
-        return "answered";
-    default:
-        return "refused";
-    }
-}
-
-Json Report(const COperation& operation, const COutcome& outcome)
-{
-    Json report{{"operation", operation.name}, {"outcome", OutcomeWord(outcome.kind)}};
-    if (outcome.kind == EOutcome::Value || !outcome.value.is_null()) {
-        report["value"] = outcome.value;
-        if (!operation.unit.empty())
-            report["unit"] = operation.unit;
-    }
-    return report;
-}
-
-void Tell(CContext& context, const COperation& operation, const COutcome& outcome)
-{
-    if (outcome.kind == EOutcome::Refused) {
-        const bool isEngaging = operation.name == "engage-steering";
-        context.Refuse(Report(operation, outcome),
-                       "the service refused " + operation.name +
-                           (isEngaging ? "; \"navctl doctor\" tells what is missing" : ""));
-        return;
-    }
-    const bool hasValue = outcome.kind == EOutcome::Value || !outcome.value.is_null();
-    context.Print(Report(operation, outcome),
-                  hasValue ? TextOf(outcome.value) : OutcomeWord(outcome.kind));
-    context.Finish();
-}
-
-/// Whether the operation got past the link; LastError() tells, since a failure value alone may be
-/// the service's own.
-bool GotThrough(CContext& context, const COutcome& outcome)
-{
-    const ELinkError error = context.Navigation().LastError().code;
-    if (error == ELinkError::NoValue)
-        return outcome.kind == EOutcome::Value && outcome.value.is_null();
-    return error == ELinkError::None && outcome.kind != EOutcome::NoAnswer;
-}
-
-void Run(CContext& context, const COperation& operation, const ArgumentValues& values)
-{
-    if (!context.Reach())
-        return;
-    const COutcome outcome = operation.invoke(context.Navigation(), values);
-    if (GotThrough(context, outcome)) {
-        Tell(context, operation, outcome);
-    } else if (context.HasLinkFailed()) {
-        context.FailByLink();
-    } else {
-        context.Fail(kExitProtocolError, "protocol error: the reply to " + operation.serviceName +
-                                             " is of another form than the operation takes");
-    }
-}
 
 /// Reads the arguments, which end the command when they are wrong, and runs the operation.
 void ReadAndRun(CContext& context, const CPendingCall& call)
@@ -131,7 +37,7 @@ void ReadAndRun(CContext& context, const CPendingCall& call)
         }
         values.push_back(*value);
     }
-    Run(context, call.operation, values);
+    RunOperation(context, call.operation, values, call.checks);
 }
 
 void AddArgument(CLI::App& command, const CArgument& argument, Words& words)
@@ -160,11 +66,18 @@ void AddOperationCommand(CLI::App& app, CContext& context, const COperation& ope
     if (!operation.unit.empty())
         help += ", " + operation.unit;
     CLI::App* const command = app.add_subcommand(operation.name, help)->group(kOperationGroup);
-    if (operation.kind == EOperationKind::Notification)
-        command->footer("Prints \"sent\": nothing tells whether the service took it.");
     const auto call = std::make_shared<CPendingCall>(operation);
     for (std::size_t place = 0; place < call->words.size(); ++place)
         AddArgument(*command, operation.arguments[place], call->words[place]);
+    if (const CConfirmation* const confirmation = FindConfirmation(operation.name)) {
+        command->footer("Asks with " + std::string(confirmation->getter) +
+                        " what the service holds then; exits with 1 when it is something else.");
+        command->add_flag_callback(
+            "--no-check", [call] { call->checks = false; },
+            "The operation alone: do not ask what the service holds then");
+    } else if (operation.kind == EOperationKind::Notification) {
+        command->footer("Nothing confirms that the service took it.");
+    }
     command->callback([&context, call] { ReadAndRun(context, *call); });
 }
 

@@ -14,21 +14,10 @@ CArgument TuningValue()
     return Single("value", "", "within its limits", "the value");
 }
 
-COutcome InvokeGetTuningLimits(CNavigationAPI& navigation, const ArgumentValues& values)
-{
-    double lowest = 0.0;
-    double start = 0.0;
-    double highest = 0.0;
-    const auto parameter = As<Kestrove::ETuningParameter>(values[0]);
-    if (!navigation.GetTuningLimits(parameter, lowest, start, highest))
-        return {EOutcome::NoAnswer};
-    return {EOutcome::Value, {{"lowest", lowest}, {"start", start}, {"highest", highest}}};
-}
-
 /// The setter and the getter of a parameter that has operations of its own.
-COperation Getter(const char* name, const char* summary, float (Api::*operation)())
+COperation Getter(const char* name, const char* summary, Kestrove::ETuningParameter parameter)
 {
-    return Request(name, "get_tuning_parameter", summary, {}, Value(operation));
+    return Request(name, "get_tuning_parameter", summary, {}, {parameter}, SingleReply());
 }
 COperation Setter(const char* name, const char* summary, void (Api::*operation)(float, bool))
 {
@@ -42,21 +31,21 @@ std::vector<COperation> TuningEntries()
 {
     return {
         Request("get-tuning-limits", "GetTuningLimits", "Asks for the limits of a tuning parameter",
-                {Parameter()}, InvokeGetTuningLimits),
+                {Parameter()}, {}, LimitsReply()),
         Notification("set-tuning-limits", "SetTuningLimits",
                      "Sets the limits of a tuning parameter",
                      {Parameter(), Limit("lowest", "the lowest value"),
                       Limit("start", "the start value"), Limit("highest", "the highest value")},
                      Sent(&Api::SetTuningLimits)),
         Request("get-tuning-parameter", "get_tuning_parameter", "Asks for a tuning parameter",
-                {Parameter()}, Value(&Api::GetTuningParameter)),
+                {Parameter()}, {}, SingleReply()),
         Notification("set-tuning-parameter", "set_tuning_parameter",
                      "Sets a tuning parameter; the service clamps it to its limits",
                      {Parameter(), TuningValue(), Persist()}, Sent(&Api::SetTuningParameter)),
-        Getter("get-sensitivity", "Asks for the sensitivity", &Api::GetSensitivity),
-        Getter("get-aggressiveness", "Asks for the aggressiveness", &Api::GetAggressiveness),
-        Getter("get-overshoot", "Asks for the overshoot", &Api::GetOvershoot),
-        Getter("get-speed-adjust", "Asks for the speed adjustment", &Api::GetSpeedAdjust),
+        Getter("get-sensitivity", "Asks for the sensitivity", Kestrove::Sensitivity),
+        Getter("get-aggressiveness", "Asks for the aggressiveness", Kestrove::Aggressiveness),
+        Getter("get-overshoot", "Asks for the overshoot", Kestrove::Overshoot),
+        Getter("get-speed-adjust", "Asks for the speed adjustment", Kestrove::SpeedAdjust),
         Setter("set-sensitivity", "Sets the sensitivity", &Api::SetSensitivity),
         Setter("set-aggressiveness", "Sets the aggressiveness", &Api::SetAggressiveness),
         Setter("set-overshoot", "Sets the overshoot", &Api::SetOvershoot),
@@ -65,13 +54,12 @@ std::vector<COperation> TuningEntries()
                      "Puts the integral term of the controller back to zero", {},
                      Sent(&Api::ResetIntegral)),
         Request("get-velocity-set-point", "GetVelocitySetPoint", "Asks for the velocity set point",
-                {}, Value(&Api::GetVelocitySetPoint), "m/s"),
+                {}, {}, FirstSingleReply(), "m/s"),
         Notification("set-velocity-set-point", "SetVelocitySetPoint", "Sets the velocity set point",
                      {Single("velocity", "m/s", "-5 to 15", "the velocity, negative backwards")},
                      Sent(&Api::SetVelocitySetPoint)),
         Request("get-curve-filter-size", "GetCurveFilterSize",
-                "Asks for the size of the curve filter", {}, Value(&Api::GetCurveFilterSize),
-                "points"),
+                "Asks for the size of the curve filter", {}, {1}, IntegerReply(), "points"),
         Notification("set-curve-filter-size", "SetCurveFilterSize",
                      "Sets the size of the curve filter",
                      {Integer("size", "", "1 to 1001", "how many recorded points")},

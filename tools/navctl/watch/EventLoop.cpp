@@ -43,7 +43,8 @@ DeadlineOf(const std::optional<std::chrono::duration<double>>& limit)
 
 } // namespace
 
-CEventLoop::CEventLoop(CNavigationAPI& navigation) : m_navigation(navigation)
+CEventLoop::CEventLoop(CNavigationAPI& navigation, int output)
+    : m_navigation(navigation), m_output(output)
 {
     const sigset_t signals = EndingSignals();
     ::sigprocmask(SIG_BLOCK, &signals, nullptr);
@@ -100,8 +101,9 @@ void CEventLoop::TellLink(const Listener& listener)
 bool CEventLoop::IsInterrupted(int milliseconds)
 {
     // A negative descriptor is passed over.
-    std::array<pollfd, 2> entries{pollfd{m_signals, POLLIN, 0},
-                                  pollfd{m_navigation.Descriptor(), POLLIN, 0}};
+    std::array<pollfd, 3> entries{pollfd{m_signals, POLLIN, 0},
+                                  pollfd{m_navigation.Descriptor(), POLLIN, 0},
+                                  pollfd{m_output, 0, 0}};
     ::poll(entries.data(), entries.size(), milliseconds);
     return (entries[0].revents & POLLIN) != 0;
 }

@@ -33,7 +33,8 @@ public:
     };
 
     /// @param navigation must outlive this object.
-    explicit CEventLoop(CNavigationAPI& navigation);
+    /// @param output a descriptor whose loss wakes the loop up, so that `isDone` can look.
+    CEventLoop(CNavigationAPI& navigation, int output);
     ~CEventLoop();
     CEventLoop(const CEventLoop&) = delete;
     CEventLoop& operator=(const CEventLoop&) = delete;
@@ -50,6 +51,7 @@ private:
     bool IsInterrupted(int milliseconds);
 
     CNavigationAPI& m_navigation;
+    int m_output;
     int m_signals = -1;
     std::optional<bool> m_wasUp;
     bool m_hasBeenUp = false;

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "tools/navctl/TextWrap.h"
+
 namespace {
 
 /// From which cross-track error on a lamp is lit, metres; the first lamp is the one next to the
@@ -81,8 +83,8 @@ std::string CLightbar::Draw(const Style& style) const
     const std::string state = State();
     const int lampColumns = static_cast<int>(2 * kLitFrom.size()) + 5;
     // A terminal that is too narrow shows the words, which say the same.
-    if (style.columns < lampColumns + static_cast<int>(state.size()))
-        return state.substr(0, static_cast<std::size_t>(std::max(style.columns - 1, 0)));
+    if (style.columns > 0 && style.columns < lampColumns + static_cast<int>(state.size()))
+        return WrappedProse(state, static_cast<std::size_t>(style.columns - 1));
     return Lamps(style) + "  " + state;
 }
 

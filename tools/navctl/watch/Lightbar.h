@@ -16,7 +16,7 @@ public:
     {
         bool colours = false;
         bool utf8 = false; ///< round lamps; otherwise of ASCII letters
-        int columns = 80;  ///< never more than so many
+        int columns = 80;  ///< a line never has more; 0 for no limit
     };
 
     /// The kinds of events that it needs.
@@ -27,7 +27,8 @@ public:
     /// Forgets the state: the link is down for this reason.
     void LoseLink(const std::string& reason);
 
-    /// The line, without its end.
+    /// The line, without its end; the words alone, on several lines if need be, where the lamps
+    /// have no room.
     std::string Draw(const Style& style) const;
 
 private:

@@ -6,6 +6,7 @@
 #include <ctime>
 #include <memory>
 
+#include "tools/navctl/Suggestion.h"
 #include "tools/navctl/UsageProblem.h"
 #include "tools/navctl/watch/EventKind.h"
 #include "tools/navctl/watch/EventLoop.h"
@@ -125,6 +126,11 @@ private:
     bool m_hasWaited = false;
 };
 
+bool HasNoReader(COutput& output)
+{
+    return output.HasLostReader() || output.HasFailed();
+}
+
 void WatchLines(CContext& context, const CWatchOptions& options,
                 const std::vector<const CEventKind*>& kinds)
 {
@@ -135,13 +141,14 @@ void WatchLines(CContext& context, const CWatchOptions& options,
         if (isFull())
             return;
         ++told;
-        context.Output().WriteLine(context.WritesJson() ? JsonLine(event)
-                                                        : TextLine(event, hasColours));
+        COutput& output = context.Output();
+        output.WriteLine(context.WritesJson() ? JsonLine(event)
+                                              : output.Fitted(TextLine(event, hasColours)));
     };
     const CSubscription subscription(context.Navigation(), kinds, sink);
-    CEventLoop loop(context.Navigation());
+    CEventLoop loop(context.Navigation(), context.Output().Descriptor());
     const CEventLoop::Listener listener{
-        [&] { return isFull() || context.Output().HasFailed(); }, {}, CLinkTeller()};
+        [&] { return isFull() || HasNoReader(context.Output()); }, {}, CLinkTeller()};
     const EEnd end = loop.Run(listener, LimitOf(options));
     const bool isShort = options.count > 0 && !isFull();
     Conclude(context, loop, end,
@@ -150,7 +157,7 @@ void WatchLines(CContext& context, const CWatchOptions& options,
                      : "");
 }
 
-/// Redraws a line in place on a terminal; elsewhere writes each line that differs from the last.
+/// Redraws a text in place on a terminal; elsewhere writes each line that differs from the last.
 class CLineWriter
 {
 public:
@@ -167,11 +174,19 @@ public:
     {
         if (line == m_last)
             return;
+        const std::string start = Start();
         m_last = line;
-        m_output.Write(m_isTerminal ? "\r" + line + "\033[K" : line + "\n");
+        m_output.Write(m_isTerminal ? start + line + "\033[K" : line + "\n");
     }
 
 private:
+    /// What leads back to where the last text begins; one of several lines is taken away.
+    std::string Start() const
+    {
+        const auto ends = std::count(m_last.begin(), m_last.end(), '\n');
+        return ends == 0 ? "\r" : "\r\033[" + std::to_string(ends) + "A\033[J";
+    }
+
     COutput& m_output;
     bool m_isTerminal;
     std::string m_last;
@@ -182,19 +197,20 @@ void WatchLightbar(CContext& context, const CWatchOptions& options)
     CLightbar lightbar;
     const auto sink = [&](const CEvent& event) { lightbar.Take(event); };
     const CSubscription subscription(context.Navigation(), CLightbar::Kinds(), sink);
-    CEventLoop loop(context.Navigation());
+    CEventLoop loop(context.Navigation(), context.Output().Descriptor());
     EEnd end = EEnd::Done;
     {
         CLineWriter writer(context.Output());
         const auto draw = [&] {
+            COutput& output = context.Output();
             writer.Show(lightbar.Draw(
-                {context.Output().HasColours(), HasUtf8(), context.Output().Columns()}));
+                {output.HasColours(), HasUtf8(), output.IsTerminal() ? output.Columns() : 0}));
         };
         const auto linkChanged = [&](bool isUp, const std::string& reason) {
             if (!isUp)
                 lightbar.LoseLink(reason);
         };
-        const auto isDone = [&] { return context.Output().HasFailed(); };
+        const auto isDone = [&] { return HasNoReader(context.Output()); };
         end = loop.Run({isDone, draw, linkChanged}, LimitOf(options));
     }
     Conclude(context, loop, end, "");
@@ -223,9 +239,12 @@ std::string CheckEvent(const std::string& name)
     if (FindEventKind(name) != nullptr)
         return {};
     std::string names;
-    for (const CEventKind& kind : EventKinds())
+    std::vector<std::string> words;
+    for (const CEventKind& kind : EventKinds()) {
         names += std::string(names.empty() ? "" : ", ") + kind.name;
-    return "\"" + name + "\" is no event, allowed are " + names;
+        words.emplace_back(kind.name);
+    }
+    return "\"" + name + "\" is no event, allowed are " + names + Suggestion(name, words);
 }
 
 std::string EventsHelp()

@@ -40,24 +40,57 @@ void Show(CContext& context, const FileOptions& options)
     context.Print({{"waylines", waylines}}, text);
 }
 
-/// Writes a file, or the standard output for "-".
-///
-/// @param json what is written to the standard output with --json.
-void Deliver(CContext& context, const std::string& target, const std::string& content,
-             const Json& json, const std::string& words)
+/// Gathers pieces of the standard output, so that not each is written by itself.
+class CPieces
 {
-    if (target == "-") {
-        if (context.WritesJson()) {
-            context.Print(json, "");
-        } else {
-            context.Output().Write(content);
-        }
-        return;
+public:
+    explicit CPieces(COutput& output) : m_output(output) {}
+
+    void Write(const std::string& text)
+    {
+        m_text += text;
+        if (m_text.size() >= kMost)
+            End();
     }
-    const std::string problem = WriteWholeFile(target, content);
-    if (!problem.empty())
-        return context.Fail(kExitCannotWrite, problem);
+    void End()
+    {
+        m_output.Write(m_text);
+        m_text.clear();
+    }
+
+private:
+    static constexpr std::size_t kMost = 65536;
+
+    COutput& m_output;
+    std::string m_text;
+};
+
+void ReportWritten(CContext& context, const std::string& target, const std::string& words)
+{
     context.Print({{"outcome", "done"}, {"file", target}}, words + " written to " + target);
+}
+
+/// Writes waylines to the standard output. With --json that is one JSON value: GeoJSON as it is,
+/// another format as a text.
+///
+/// @return why they cannot be written in the format.
+std::string WriteToOutput(CContext& context, const WaylineList& list, EWaylineFormat format,
+                          const std::optional<GeodeticPlace>& origin)
+{
+    if (context.WritesJson() && format != EWaylineFormat::GeoJson) {
+        std::string content;
+        const std::string problem = WriteWaylines(
+            list, format, origin, true, [&content](const std::string& text) { content += text; });
+        if (problem.empty())
+            context.Print({{"content", content}}, "");
+        return problem;
+    }
+    CPieces pieces(context.Output());
+    const std::string problem =
+        WriteWaylines(list, format, origin, context.WritesJson(),
+                      [&pieces](const std::string& text) { pieces.Write(text); });
+    pieces.End();
+    return problem;
 }
 
 void Convert(CContext& context, const FileOptions& options)
@@ -70,16 +103,28 @@ void Convert(CContext& context, const FileOptions& options)
     if (!list)
         return;
     const EWaylineFormat format = options.targetFormat.value_or(WaylineFormatOf(options.target));
-    std::string content;
     const std::optional<GeodeticPlace> origin =
         options.source.reading.origin ? options.source.reading.origin : list->origin;
-    const std::string problem = WriteWaylines(*list, format, origin, content);
+    if (options.target == "-") {
+        const std::string problem = WriteToOutput(context, *list, format, origin);
+        if (!problem.empty())
+            context.Fail(kExitUsage, problem);
+        return;
+    }
+    // Opened with the first piece: a file stays as it is when the waylines cannot be written.
+    std::optional<CTargetFile> file;
+    const std::string problem =
+        WriteWaylines(*list, format, origin, false, [&](const std::string& text) {
+            if (!file)
+                file.emplace(options.target);
+            file->Write(text);
+        });
     if (!problem.empty())
         return context.Fail(kExitUsage, problem);
-    Json json{{"content", content}};
-    if (format == EWaylineFormat::GeoJson)
-        json = Json::parse(content);
-    Deliver(context, options.target, content, json, Counted(list->entries.size()));
+    const std::string failure = file->End();
+    if (!failure.empty())
+        return context.Fail(kExitCannotWrite, failure);
+    ReportWritten(context, options.target, Counted(list->entries.size()));
 }
 
 void Plot(CContext& context, const FileOptions& options)
@@ -92,8 +137,18 @@ void Plot(CContext& context, const FileOptions& options)
         return context.Fail(kExitUsage, options.source.file + ": there is no point to draw within "
                                                               "a million kilometres");
     }
-    Deliver(context, options.target, picture, Json{{"content", picture}},
-            "picture of " + Counted(list->entries.size()));
+    if (options.target == "-") {
+        if (context.WritesJson()) {
+            context.Print({{"content", picture}}, "");
+        } else {
+            context.Output().Write(picture);
+        }
+        return;
+    }
+    const std::string problem = WriteWholeFile(options.target, picture);
+    if (!problem.empty())
+        return context.Fail(kExitCannotWrite, problem);
+    ReportWritten(context, options.target, "picture of " + Counted(list->entries.size()));
 }
 
 using FileAction = void (*)(CContext&, const FileOptions&);

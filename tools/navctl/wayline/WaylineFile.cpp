@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "tools/navctl/files/LineReader.h"
 #include "tools/navctl/files/OpenFile.h"
@@ -36,9 +37,9 @@ WaylineList ReadTextForms(CLineReader& lines)
         if (state == ELine::TooLong) {
             list.problems.push_back(where + "the line is too long");
         } else if (state == ELine::Line && line.find_first_not_of(' ') != std::string::npos) {
-            const std::optional<WaylineContent> content = ReadWaylineText(line, problem);
+            std::optional<WaylineContent> content = ReadWaylineText(line, problem);
             if (content) {
-                list.entries.push_back({lines.LineNumber(), *content});
+                list.entries.push_back({lines.LineNumber(), std::move(*content)});
             } else {
                 list.problems.push_back(where + problem);
             }
@@ -101,18 +102,23 @@ WaylineList ReadWaylineFile(const std::string& path, EWaylineFormat format,
 }
 
 std::string WriteWaylines(const WaylineList& list, EWaylineFormat format,
-                          const std::optional<GeodeticPlace>& origin, std::string& text)
+                          const std::optional<GeodeticPlace>& origin, bool isOneLine,
+                          const TextSink& sink)
 {
-    if (format == EWaylineFormat::Csv)
-        return WriteWaylineCsv(list, text);
+    if (format == EWaylineFormat::Csv) {
+        std::string text;
+        const std::string problem = WriteWaylineCsv(list, text);
+        if (problem.empty())
+            sink(text);
+        return problem;
+    }
     if (format == EWaylineFormat::GeoJson) {
         if (!origin)
             return "GeoJSON needs the origin of the local frame: --origin LAT,LON,HEIGHT";
-        text = WriteWaylineGeoJson(list, *origin);
+        WriteWaylineGeoJson(list, *origin, isOneLine, sink);
         return {};
     }
-    text.clear();
     for (const WaylineList::Entry& entry : list.entries)
-        text += WriteWaylineText(entry.content) + "\n";
+        sink(WriteWaylineText(entry.content) + "\n");
     return {};
 }

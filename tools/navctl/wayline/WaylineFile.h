@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "tools/navctl/files/TextSink.h"
 #include "tools/navctl/wayline/WaylineList.h"
 
 /// The formats of files of waylines.
@@ -29,9 +30,11 @@ WaylineList ReadWaylineFile(const std::string& path, EWaylineFormat format,
 /// Writes waylines in a format.
 ///
 /// @param origin where their local frame is; GeoJSON needs it.
-/// @param text receives the file's content.
+/// @param isOneLine whether GeoJSON stands on one line.
+/// @param sink takes the file's content; not called when they cannot be written.
 /// @return why they cannot be written so; empty on success.
 std::string WriteWaylines(const WaylineList& list, EWaylineFormat format,
-                          const std::optional<GeodeticPlace>& origin, std::string& text);
+                          const std::optional<GeodeticPlace>& origin, bool isOneLine,
+                          const TextSink& sink);
 
 #endif

@@ -287,25 +287,45 @@ std::optional<GeodeticPlace> FirstOrigin(const std::vector<Json>& features)
     return std::nullopt;
 }
 
-Json PositionJson(const WaylinePoint& point, const CLocalFrame& frame)
+/// How a file is laid out: what stands between the values on its levels.
+struct CLayout
+{
+    const char* feature;  ///< in front of a feature
+    const char* position; ///< in front of a position
+    const char* end;      ///< behind the last feature
+};
+constexpr CLayout kLines{"\n", "\n ", "\n"};
+constexpr CLayout kOneLine{"", "", ""};
+
+std::string PositionText(const WaylinePoint& point, const CLocalFrame& frame)
 {
     const GeodeticPlace place = frame.ToGeodetic(point);
-    return Json::array({place.longitude, place.latitude, place.height});
+    return Json::array({place.longitude, place.latitude, place.height}).dump();
 }
 
-Json GeometryJson(const WaylineContent& content, const CLocalFrame& frame)
+/// Writes the geometry piece by piece: a line of a million points is far longer in JSON than what
+/// it is written from.
+void WriteGeometry(const WaylineContent& content, const CLocalFrame& frame, const CLayout& layout,
+                   const TextSink& sink)
 {
     // The points themselves, from which the service makes the curve.
     const bool hasAnyPoints = !PointCountOf(content.kind);
-    const std::vector<WaylinePoint> points = hasAnyPoints ? content.points : Outline(content);
+    const std::vector<WaylinePoint> outline =
+        hasAnyPoints ? std::vector<WaylinePoint>() : Outline(content);
+    const std::vector<WaylinePoint>& points = hasAnyPoints ? content.points : outline;
     if (points.empty())
-        return nullptr;
-    if (points.size() == 1)
-        return {{"type", "Point"}, {"coordinates", PositionJson(points[0], frame)}};
-    Json coordinates = Json::array();
-    for (const WaylinePoint& point : points)
-        coordinates.push_back(PositionJson(point, frame));
-    return {{"type", "LineString"}, {"coordinates", coordinates}};
+        return sink("null");
+    if (points.size() == 1) {
+        return sink(R"({"type":"Point","coordinates":)" + PositionText(points.front(), frame) +
+                    "}");
+    }
+    sink(R"({"type":"LineString","coordinates":[)");
+    const char* separator = "";
+    for (const WaylinePoint& point : points) {
+        sink(std::string(separator) + layout.position + PositionText(point, frame));
+        separator = ",";
+    }
+    sink("]}");
 }
 
 Json PropertiesJson(const WaylineContent& content, const GeodeticPlace& origin)
@@ -357,15 +377,21 @@ WaylineList ReadWaylineGeoJson(const std::string& text, const WaylineReading& re
     return list;
 }
 
-std::string WriteWaylineGeoJson(const WaylineList& list, const GeodeticPlace& origin)
+void WriteWaylineGeoJson(const WaylineList& list, const GeodeticPlace& origin, bool isOneLine,
+                         const TextSink& sink)
 {
     const CLocalFrame frame(origin);
-    Json features = Json::array();
+    const CLayout& layout = isOneLine ? kOneLine : kLines;
+    sink(R"({"type":"FeatureCollection","features":[)");
+    const char* separator = "";
     for (const WaylineList::Entry& entry : list.entries) {
-        features.push_back({{"type", "Feature"},
-                            {"properties", PropertiesJson(entry.content, origin)},
-                            {"geometry", GeometryJson(entry.content, frame)}});
+        const std::string properties = PropertiesJson(entry.content, origin)
+                                           .dump(-1, ' ', false, Json::error_handler_t::replace);
+        sink(std::string(separator) + layout.feature + R"({"type":"Feature","properties":)" +
+             properties + R"(,"geometry":)");
+        WriteGeometry(entry.content, frame, layout, sink);
+        sink("}");
+        separator = ",";
     }
-    const Json file{{"type", "FeatureCollection"}, {"features", features}};
-    return file.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    sink(std::string(layout.end) + "]}\n");
 }

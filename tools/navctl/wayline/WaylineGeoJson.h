@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "tools/navctl/files/TextSink.h"
 #include "tools/navctl/wayline/WaylineList.h"
 
 /// Reads GeoJSON (RFC 7946): a FeatureCollection, a Feature or a geometry. A feature that
@@ -14,11 +15,14 @@
 /// @param text the whole file.
 WaylineList ReadWaylineGeoJson(const std::string& text, const WaylineReading& reading);
 
-/// Writes a FeatureCollection, a feature a wayline: as its geometry the wayline's outline, for a
-/// path and a replay none; as its properties the kind, the origin and, of the kinds with a fixed
-/// number of values, those in full.
+/// Writes a FeatureCollection piece by piece, a feature a wayline: as its geometry the wayline's
+/// outline, for a path and a replay none; as its properties the kind, the origin and, of the kinds
+/// with a fixed number of values, those in full.
 ///
 /// @param origin where the waylines' local frame is.
-std::string WriteWaylineGeoJson(const WaylineList& list, const GeodeticPlace& origin);
+/// @param isOneLine whether it stands on one line; otherwise each position has a line of its own.
+/// @param sink takes the pieces.
+void WriteWaylineGeoJson(const WaylineList& list, const GeodeticPlace& origin, bool isOneLine,
+                         const TextSink& sink);
 
 #endif

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "tools/navctl/Names.h"
+#include "tools/navctl/operations/Refusal.h"
 #include "tools/navctl/wayline/WaylineReport.h"
 #include "tools/navctl/wayline/WaylineSource.h"
 #include "tools/navctl/wayline/WaylineText.h"
@@ -44,6 +45,14 @@ void Get(CContext& context)
     context.Print(HeldJson(*held.content), WriteWaylineText(*held.content));
 }
 
+/// Ends the command with what was refused, and why.
+void Refuse(CContext& context, const Json& value, const char* operation, const std::string& words)
+{
+    const std::string reason =
+        ReasonOfRefusal(context.Navigation(), FindOperation(operation), ArgumentValues());
+    context.Refuse(value, words + "; " + reason);
+}
+
 void ReportSet(CContext& context, const WaylineContent& wanted, const HeldWayline& held)
 {
     if (!held.isKnown)
@@ -53,9 +62,9 @@ void ReportSet(CContext& context, const WaylineContent& wanted, const HeldWaylin
                      {"held", held.content ? HeldJson(*held.content) : Json(nullptr)}};
     if (isTaken)
         return context.Print(value, "the service holds: " + WaylineWords(*held.content));
-    context.Refuse(value, held.content ? "the service did not take it; it holds: " +
-                                             WaylineWords(*held.content)
-                                       : "the service did not take it; it holds no wayline");
+    Refuse(context, value, "set-wayline",
+           held.content ? "the service did not take it; it holds: " + WaylineWords(*held.content)
+                        : "the service did not take it; it holds no wayline");
 }
 
 void Set(CContext& context, const WaylineSource& source)
@@ -87,7 +96,8 @@ void Start(CContext& context, Kestrove::EWaylineType kind)
         return context.Print(value, "done");
     if (context.HasLinkFailed())
         return context.FailByLink();
-    context.Refuse(value, "the service begins no " + std::string(KindTitle(kind)));
+    Refuse(context, value, "start-wayline",
+           "the service begins no " + std::string(KindTitle(kind)));
 }
 
 void Clear(CContext& context)
@@ -100,7 +110,7 @@ void Clear(CContext& context)
         return context.Print(value, "done");
     if (context.HasLinkFailed())
         return context.FailByLink();
-    context.Refuse(value, "there was no wayline to drop");
+    Refuse(context, value, "clear-wayline", "there was no wayline to drop");
 }
 
 } // namespace

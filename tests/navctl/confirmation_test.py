@@ -1,0 +1,409 @@
+"""What navctl says of a setting is so: it asks what the service holds, gives reasons, and names who
+listens in the service's place."""
+
+import re
+import shlex
+import socket
+import ssl
+import subprocess
+import tempfile
+import threading
+import unittest
+from pathlib import Path
+
+import msgpack
+
+from navctl_program import (LINE_NORTH, PORT, Listener, Simulator, answer, navctl, program,
+                            scripted, value)
+
+ROOT = Path(__file__).resolve().parents[2]
+SAME_POINTS = "0 5 5 0 5 5 0"
+NOTHING_CONFIRMS = "nothing confirms that the service took it\n"
+
+# A setting that the simulator refuses, what it holds, and words of its reason.
+REFUSED = (
+    (["set-wayline", SAME_POINTS], None, "points A and B are 0 m apart"),
+    (["set-wayline", "2 0 0 0 0 1 0 0 2 0"], None, "lie on one line"),
+    (["set-nudge", "5000"], 0.0, "5000"),
+    (["set-field-offset", "-1001"], 0.0, "-1001"),
+    (["set-implement-offset", "1e9"], 0.0, "1e"),
+    (["set-implement-width", "-5"], 3.0, "-5"),
+    (["set-velocity-set-point", "-100"], 2.0, "-100"),
+    (["set-look-ahead-time", "0.1"], 1.6, "0.1"),
+    (["set-low-speed-engage-timeout", "-1"], 2.0, "-1"),
+    (["set-curve-filter-size", "2000"], 11, "2000"),
+    (["set-tuning-limits", "overshoot", "3", "2", "1"],
+     {"lowest": 0.2, "start": 1.0, "highest": 3.0}, "3"),
+    (["set-tuning-limits", "overshoot", "-1", "1", "2"],
+     {"lowest": 0.2, "start": 1.0, "highest": 3.0}, "-1"),
+)
+STATUS_SETTERS = {"set-field-offset", "set-implement-offset", "set-implement-width"}
+
+# A tuning value that is brought to its limit, and the limit.
+LIMITED = (
+    (["set-overshoot", "9"], 3.0), (["set-sensitivity", "0"], 0.2),
+    (["set-aggressiveness", "-4"], 0.2), (["set-speed-adjust", "3.5"], 3.0),
+    (["set-tuning-parameter", "overshoot", "0.1"], 0.2),
+    (["set-tuning-parameter", "3", "7", "--persist"], 3.0),
+)
+
+
+def documented_rows():
+    """The document's table: the command, what confirms it, what is compared."""
+    text = (ROOT / "docs/navctl-operations.md").read_text(encoding="utf-8")
+    return {row[0]: row[1:] for row in
+            re.findall(r"^\| `([a-z-]+)` \| (.*?) \| (.*?) ?\|$", text, re.MULTILINE)}
+
+
+class Confirmed(unittest.TestCase):
+    def assert_streams(self, arguments, code, output, errors):
+        """Exit code and both streams; `errors` is a pattern."""
+        result = navctl(*arguments)
+        self.assertEqual((code, output), (result.returncode, result.stdout), result.stderr)
+        self.assertRegex(result.stderr, errors)
+
+    def test_a_setting_that_is_not_held_is_a_refusal_with_its_reason(self):
+        with Simulator("--speed=2"):
+            for arguments, held, words in REFUSED:
+                with self.subTest(arguments):
+                    self.assert_streams(
+                        arguments, 1, "",
+                        rf"^navctl: the service refused {arguments[0]}: .*{re.escape(words)}.*\n$")
+                    code, reply = answer(*arguments)
+                    self.assertEqual((1, "refused"), (code, reply["outcome"]))
+                    self.assertIn(words, reply["reason"])
+                    if arguments[0] not in STATUS_SETTERS:
+                        self.assertEqual(held, reply["held"])
+
+    def test_a_tuning_value_at_its_limit_is_done_and_says_which_value_holds(self):
+        with Simulator():
+            for arguments, limit in LIMITED:
+                with self.subTest(arguments):
+                    result = navctl(*arguments)
+                    self.assertEqual(0, result.returncode, result.stderr)
+                    self.assertRegex(result.stdout, rf"^done, brought to the limit: {limit:g} holds "
+                                                    r"\(lowest \S+, start \S+, highest \S+\)\n$")
+                    _, reply = answer(*arguments)
+                    self.assertEqual(("done", limit, True),
+                                     (reply["outcome"], reply["held"], reply["limited"]))
+
+    def test_a_chain_of_commands_stops_at_a_line_that_is_refused(self):
+        chain = "{0} set-wayline {1} && {0} start-navigation on && {0} engage-steering"
+        with Simulator("--speed=2"):
+            for line in (LINE_NORTH, "0 0 5 0 0 50 0"):
+                self.assertEqual(0, navctl("set-wayline", line).returncode)
+                shell = chain.format(shlex.quote(program()), shlex.quote(SAME_POINTS))
+                result = subprocess.run(["sh", "-c", shell], capture_output=True, text=True,
+                                        check=False, timeout=60)
+                self.assertEqual((1, ""), (result.returncode, result.stdout))
+                self.assertIn("it holds A-B line, 2 points", result.stderr)
+                self.assertFalse(value("is-navigation-activated"))
+                self.assertFalse(value("is-steering-engaged"))
+            shell = chain.format(shlex.quote(program()), shlex.quote(LINE_NORTH))
+            result = subprocess.run(["sh", "-c", shell], capture_output=True, text=True,
+                                    check=False, timeout=60)
+            self.assertEqual((0, "done\ndone\ndone\n", ""),
+                             (result.returncode, result.stdout, result.stderr))
+
+    def test_the_operation_alone_asks_nothing_afterwards(self):
+        heard = set()
+        with scripted({"set_wayline": 0, "IsNavigationActivated": 0}, heard=heard):
+            self.assert_streams(["set-wayline", SAME_POINTS, "--no-check"], 0,
+                                "answered; " + NOTHING_CONFIRMS, "^$")
+            self.assert_streams(["set-nudge", "5000", "--no-check"], 0, "sent; " + NOTHING_CONFIRMS,
+                                "^$")
+            self.assertEqual((0, {"operation": "set-nudge", "outcome": "sent"}),
+                             answer("set-nudge", "5000", "--no-check"))
+        self.assertEqual({"set_wayline", "set_nudge", "IsNavigationActivated"}, heard)
+
+    def test_where_there_is_no_getter_nothing_confirms_it(self):
+        with Simulator():
+            for arguments in (["set-wayline-origin", "95", "0", "0"], ["reset-integral"],
+                              ["set-splines-use-implement-offset", "on"],
+                              ["set-position-data", "51", "7", "0"]):
+                with self.subTest(arguments):
+                    self.assert_streams(arguments, 0, "sent; " + NOTHING_CONFIRMS, "^$")
+                    self.assertEqual((0, {"operation": arguments[0], "outcome": "sent"}),
+                                     answer(*arguments))
+
+    def test_the_document_has_every_setting_and_what_confirms_it(self):
+        _, listed = answer("operations")
+        commands = {entry["command"] for entry in listed}
+        rows = documented_rows()
+        settings = {name for name in commands if name.startswith(("set-", "reset-"))}
+        self.assertEqual(settings - {"set-waypoint"}, rows.keys() & commands)
+        for name in settings - {"set-waypoint"}:
+            with self.subTest(name):
+                page = " ".join(navctl(name, "--help").stdout.split())
+                getter = re.search(r"`(get-[a-z-]+)`", rows[name][0])
+                if getter:
+                    self.assertIn(f"Asks with {getter.group(1)} what the service holds", page)
+                    self.assertIn("--no-check", page)
+                else:
+                    self.assertNotIn("--no-check", page)
+                # Whatever has a getter of its name is confirmed by it.
+                namesake = name.replace("set-", "get-", 1)
+                self.assertTrue(namesake not in commands or (getter and getter.group(1) == namesake))
+
+    def test_another_value_than_the_one_set_is_no_success_whatever_the_service_says(self):
+        for arguments, replies, held in (
+            (["set-nudge", "0.5"], {"get_nudge": 0.25}, "0.25 m"),
+            (["set-nudge", "0.5"], {"get_nudge": float("nan")}, "nan m"),
+            (["set-implement-width", "6"], {"SetImplementWidth": 1, "GetImplementWidth": 3}, "3.0 m"),
+            (["set-reverse-engage-enabled", "on"], {"get_reverse_engage_enabled": 0}, "false"),
+            (["set-overshoot", "9"], {"get_tuning_parameter": 2.5,
+                                      "GetTuningLimits": [0.0, 1.0, 3.0]}, "2.5"),
+            (["set-overshoot", "1"], {"get_tuning_parameter": 3.0,
+                                      "GetTuningLimits": [0.0, 1.0, 3.0]}, "3"),
+            (["set-wayline", LINE_NORTH], {"set_wayline": 1, "get_wayline": None}, "no complete wayline"),
+            (["set-wayline", LINE_NORTH],
+             {"set_wayline": 1, "get_wayline": [0, 0.0, 0.0, 0.0, 0.0, 100.0000001, 0.0]}, "A-B line"),
+        ):
+            with self.subTest(arguments), scripted(replies):
+                result = navctl(*arguments)
+                self.assertEqual((1, ""), (result.returncode, result.stdout))
+                self.assertIn("it holds " + held.replace(".0 m", " m"), result.stderr)
+
+    def test_single_precision_is_the_same_number(self):
+        held = msgpack.unpackb(msgpack.packb(0.1, use_single_float=True))
+        for arguments, replies in (
+            (["set-nudge", "0.1"], {"get_nudge": held}),
+            (["set-overshoot", "0.1"], {"get_tuning_parameter": held}),
+            (["set-velocity-set-point", "0.1"], {"GetVelocitySetPoint": [0.1]}),
+            (["set-curve-filter-size", "7"], {"GetCurveFilterSize": 7}),
+        ):
+            with self.subTest(arguments), scripted(replies):
+                self.assert_streams(arguments, 0, "done\n", "^$")
+
+    def test_a_getter_that_fails_fails_the_setting(self):
+        with scripted({}):
+            self.assert_streams(["set-nudge", "0.1"], 1, "", "refused: no operation get_nudge")
+        with scripted({"get_nudge": "0.1"}):
+            self.assert_streams(["set-nudge", "0.1"], 5, "", "get_nudge is of another form")
+
+
+class Persisting(unittest.TestCase):
+    WARNING = "navctl: warning: the service keeps nothing over a restart"
+
+    def test_a_service_that_keeps_nothing_is_warned_of(self):
+        with Simulator():
+            for arguments in (["set-overshoot", "1.2"], ["set-look-ahead-time", "1.8"],
+                              ["set-allow-reverse-engage", "on"]):
+                with self.subTest(arguments):
+                    self.assertEqual("", navctl(*arguments).stderr)
+                    result = navctl(*arguments, "--persist")
+                    self.assertEqual((0, "done\n"), (result.returncode, result.stdout))
+                    self.assertIn(self.WARNING, result.stderr)
+                    self.assertIs(False, answer(*arguments, "--persist")[1]["kept"])
+
+    def test_a_service_that_keeps_or_does_not_tell_is_not(self):
+        with tempfile.TemporaryDirectory() as directory, \
+                Simulator("--state", f"{directory}/settings.json"):
+            result = navctl("set-overshoot", "1.2", "--persist")
+            self.assertEqual((0, "done\n", ""), (result.returncode, result.stdout, result.stderr))
+        with scripted({"get_lookahead_time": 1.8}):
+            result = navctl("set-look-ahead-time", "1.8", "--persist")
+            self.assertEqual((0, "done\n", ""), (result.returncode, result.stdout, result.stderr))
+
+
+class Reasons(unittest.TestCase):
+    def test_every_refusal_has_its_reason(self):
+        with Simulator():
+            for arguments, words in (
+                (["set-waypoint", "7", "0", "0", "0", "0"], "7"),
+                (["set-implement-width", "-5"], "-5"),
+                (["start-navigation", "on"], "no complete line.*navctl doctor"),
+                (["engage-steering"], "navigation is not active.*navctl doctor"),
+                (["start-wayline", "12"], "12"), (["clear-wayline"], "there is no wayline"),
+                (["auto-set-nudge"], "there is no wayline"),
+                (["auto-set-field-offset"], "there is no wayline"), (["nudge", "off", "5000"], "5000"),
+                (["start-wayline", "replay"], "recorded drive"),
+            ):
+                with self.subTest(arguments):
+                    result = navctl(*arguments)
+                    self.assertEqual((1, ""), (result.returncode, result.stdout))
+                    self.assertRegex(result.stderr, rf"^navctl: the service refused {arguments[0]}: "
+                                                    rf".*{words}")
+                    self.assertRegex(answer(*arguments)[1]["reason"], words)
+
+    def test_a_waypoint_that_makes_no_line_is_told_why(self):
+        with Simulator():
+            navctl("start-wayline", "ab")
+            navctl("set-waypoint", "0", "5", "5", "0", "0")
+            result = navctl("set-waypoint", "1", "5", "5", "0", "0")
+            self.assertEqual(1, result.returncode)
+            self.assertIn("points A and B are 0 m apart", result.stderr)
+
+    def test_a_service_that_gives_no_reason_is_judged_by_the_ranges(self):
+        with scripted({"set_waypoint": 0, "SetImplementWidth": 0, "StartNavigation": 0}):
+            for arguments, words in (
+                (["set-waypoint", "7", "0", "0", "0", "0"], "waypoint 7 .* 0 to 2"),
+                (["set-waypoint", "1", "0", "0", "0", "0"], '"navctl doctor" tells what is missing'),
+                (["set-implement-width", "-5"], "width -5 .* 0.1 to 100 m"),
+                (["start-navigation", "on"], '"navctl doctor" tells what is missing'),
+            ):
+                with self.subTest(arguments):
+                    self.assertRegex(navctl(*arguments).stderr, words)
+
+
+def talker(greeting=b"", reply=b""):
+    """A program of another protocol: greets, and answers every line."""
+    def serve(connection):
+        connection.settimeout(10)
+        connection.sendall(greeting)
+        data = b""
+        while not data.endswith(b"\n"):
+            more = connection.recv(4096)
+            if not more:
+                return
+            data += more
+        connection.sendall(reply)
+        connection.shutdown(socket.SHUT_RDWR)
+
+    def serve_aside(connection):
+        threading.Thread(target=lambda: quietly(serve, connection), daemon=True).start()
+    return Listener(serve_aside)
+
+
+def quietly(serve, connection):
+    try:
+        serve(connection)
+    except OSError:
+        pass
+
+
+def secure_server(directory):
+    """A server that speaks TLS."""
+    subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "1",
+                    "-subj", "/CN=localhost", "-keyout", f"{directory}/key", "-out",
+                    f"{directory}/certificate"], check=True, capture_output=True)
+    context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+    context.load_cert_chain(f"{directory}/certificate", f"{directory}/key")
+
+    def serve(connection):
+        connection.settimeout(10)
+        context.wrap_socket(connection, server_side=True)
+    return Listener(lambda connection: threading.Thread(
+        target=lambda: quietly(serve, connection), daemon=True).start())
+
+
+class OtherPrograms(unittest.TestCase):
+    COMMANDS = (["set-nudge", "1"], ["set-wayline-origin", "51", "7", "0"],
+                ["set-nudge", "1", "--no-check"], ["set-position-data", "51", "7", "0"],
+                ["reset-integral"], ["engage-steering"], ["get-nudge-scalar"])
+
+    def assert_named(self, words):
+        for arguments in self.COMMANDS:
+            with self.subTest((words, arguments)):
+                result = navctl("--timeout", "0.5", *arguments)
+                self.assertEqual((5, ""), (result.returncode, result.stdout), result.stderr)
+                self.assertRegex(result.stderr, words)
+
+    def test_are_named(self):
+        for greeting, reply, words in (
+            (b"SSH-2.0-OpenSSH_9.2\r\n", b"", "it says: SSH-2.0-OpenSSH_9.2"),
+            (b"", b"HTTP/1.1 400 Bad Request\r\n\r\n", "it says: HTTP/1.1 400 Bad Request"),
+            (b"", b"-ERR wrong number of arguments for 'get' command\r\n", "it says: -ERR wrong"),
+            (b"220 mail ESMTP\r\n", b"500 what\r\n", "it says: 220 mail ESMTP"),
+        ):
+            with talker(greeting, reply):
+                self.assert_named(words)
+
+    def test_that_speak_tls_are_named(self):
+        with tempfile.TemporaryDirectory() as directory, secure_server(directory):
+            self.assert_named("protocol")
+            self.assertIn("TLS", navctl("--timeout", "0.5", "set-nudge", "1").stderr)
+
+    def test_a_service_of_other_operations_is_none(self):
+        with scripted({}):
+            result = navctl("set-wayline-origin", "51", "7", "0")
+            self.assertEqual((5, ""), (result.returncode, result.stdout))
+            self.assertIn("what listens there is no navigation service", result.stderr)
+
+    def test_one_that_is_silent_gives_no_reply(self):
+        with Listener():
+            for arguments in (["set-nudge", "1"], ["reset-integral"]):
+                result = navctl("--timeout", "0.2", *arguments)
+                self.assertEqual((4, ""), (result.returncode, result.stdout))
+                self.assertIn("no reply in time", result.stderr)
+
+
+# What a request may be answered with, by the form of its reply.
+OTHER_FORMS = {
+    "int": ("1", 1.0, [1], {"a": 1}),
+    "double": ("1", [1.0], {"a": 1}),
+    "list": ("1", 1, 1.0, {"a": 1}, ["1", "2", "3", "4"], [[1.0], 2.0, 3.0, 4.0]),
+}
+
+
+class ReplyTypes(unittest.TestCase):
+    def test_a_reply_of_another_type_is_an_error(self):
+        text = (ROOT / "docs/operations.md").read_text(encoding="utf-8")
+        rows = re.findall(r"^\| `[^`(]* (\w+)\([^`]*\)` \| `(\w+)` \| \w+ \| request \| .*? \| (.*?) "
+                          r"\| ", text, re.MULTILINE)
+        self.assertGreater(len(rows), 30)
+        forms = {name: (wire, reply.strip("`")) for name, wire, reply in rows}
+        _, listed = answer("operations")
+        requests = [entry for entry in listed if entry["kind"] == "request"]
+        for entry in requests:
+            wire, reply = forms[entry["operation"]]
+            kind = reply if reply in OTHER_FORMS else "list"
+            given = [GIVEN.get(argument["name"], "1") for argument in entry["arguments"]
+                     if not argument["option"]]
+            for other in OTHER_FORMS[kind]:
+                with self.subTest((entry["command"], other)), scripted({wire: other}):
+                    result = navctl(entry["command"], *given)
+                    self.assertEqual((5, ""), (result.returncode, result.stdout), result.stderr)
+                    self.assertIn(f"the reply to {wire} is of another form", result.stderr)
+
+    def test_a_whole_number_is_a_number(self):
+        with scripted({"get_nudge": 3, "GetVelocitySetPoint": [2], "get_nudge_vector": [1, 0, 0]}):
+            self.assertEqual("3\n", navctl("get-nudge-scalar").stdout)
+            self.assertEqual("2\n", navctl("get-velocity-set-point").stdout)
+            self.assertEqual("x 1 m, y 0 m, z 0 m\n", navctl("get-nudge-vector").stdout)
+
+    def test_requests_send_what_the_document_says(self):
+        text = (ROOT / "docs/operations.md").read_text(encoding="utf-8")
+        rows = dict(re.findall(r"^\| `[^`(]* (\w+)\([^`]*\)` \| `\w+` \| \w+ \| request \| `\[(.*?)\]` \|",
+                               text, re.MULTILINE))
+        _, listed = answer("operations")
+        checked = 0
+        for entry in listed:
+            if entry["operation"] not in rows:
+                continue
+            wanted = [part.split() for part in rows[entry["operation"]].split(", ") if part]
+            given = [GIVEN.get(argument["name"], "1") for argument in entry["arguments"]]
+            sent = []
+            with recording(sent):
+                navctl("--timeout", "1", entry["command"], *given)
+            with self.subTest(entry["command"]):
+                name, arguments = sent[0]
+                self.assertEqual(entry["service_name"], name)
+                self.assertEqual([kind for kind, _ in wanted],
+                                 ["int" if isinstance(part, int) else "double" for part in arguments])
+                for (_, what), part in zip(wanted, arguments):
+                    self.assertTrue(not what.isdigit() or int(what) == part, (what, part))
+                checked += 1
+        self.assertGreater(checked, 30)
+
+
+def recording(sent):
+    """Answers every request with an error, and adds its name and arguments to `sent`."""
+    def serve(connection):
+        unpacker = msgpack.Unpacker()
+        while data := connection.recv(65536):
+            unpacker.feed(data)
+            for message in unpacker:
+                if message[0] == 0:
+                    sent.append((message[2], message[3]))
+                    connection.sendall(msgpack.packb([1, message[1], "no", None]))
+    return Listener(serve)
+
+
+# Values for arguments by their name; 1 for others.
+GIVEN = {"wayline": LINE_NORTH, "waylines": LINE_NORTH, "kind": "ab", "parameter": "overshoot",
+         "waypoint": "1", "add": "on", "follow-nearest-pass": "on"}
+
+
+if __name__ == "__main__":
+    unittest.main()

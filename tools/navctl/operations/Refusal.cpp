@@ -1,0 +1,77 @@
+#include "tools/navctl/operations/Refusal.h"
+
+#include <charconv>
+#include <memory>
+
+#include "tools/navctl/operations/Confirmation.h"
+#include "tools/navctl/operations/ValueText.h"
+
+namespace {
+
+/// The service's own words; empty from a service that does not know the request or the reason.
+std::string WordsOfService(CNavigationAPI& navigation, const std::string& serviceName)
+{
+    BListC arguments(nullptr);
+    arguments.AddString(serviceName);
+    const std::unique_ptr<BElementC> reply(navigation.CallMethod("why_refused", &arguments));
+    const auto* const text = dynamic_cast<const BAtomC*>(reply.get());
+    return text == nullptr ? std::string() : text->StringValue();
+}
+
+/// Whether a number lies in a range that is told as "0.1 to 100"; true for any other words.
+bool LiesIn(const std::string& range, double number)
+{
+    double lowest = 0.0;
+    double highest = 0.0;
+    const char* const end = range.data() + range.size();
+    const auto first = std::from_chars(range.data(), end, lowest);
+    const std::string between = " to ";
+    const std::size_t place = static_cast<std::size_t>(first.ptr - range.data());
+    if (first.ec != std::errc() || range.compare(place, between.size(), between) != 0)
+        return true;
+    const auto second = std::from_chars(first.ptr + between.size(), end, highest);
+    return second.ec != std::errc() || (number >= lowest && number <= highest);
+}
+
+std::string OutsideOfRange(const COperation& operation, const ArgumentValues& values)
+{
+    for (std::size_t place = 0; place < values.size(); ++place) {
+        const CArgument& argument = operation.arguments[place];
+        const auto* const integer = std::get_if<int>(&values[place]);
+        const auto* const number = std::get_if<double>(&values[place]);
+        if (integer == nullptr && number == nullptr)
+            continue;
+        const double value = number != nullptr ? *number : static_cast<double>(*integer);
+        if (!LiesIn(argument.range, value)) {
+            return "the " + argument.name + " " + NumberText(value) +
+                   " is outside what the bundled service takes, " + argument.range +
+                   (argument.unit.empty() ? "" : " " + argument.unit);
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+std::string ReasonOfRefusal(CNavigationAPI& navigation, const COperation& operation,
+                            const ArgumentValues& values)
+{
+    std::string reason = WordsOfService(navigation, operation.serviceName);
+    if (reason.empty())
+        reason = OutsideOfRange(operation, values);
+    if (FindConfirmation(operation.name) != nullptr)
+        return reason.empty() ? "it gives no reason" : reason;
+    // An action depends on the state, of which the doctor shows more, and the next step.
+    const bool hasMore =
+        operation.name == "engage-steering" || operation.name == "start-navigation";
+    if (!reason.empty() && !hasMore)
+        return reason;
+    return reason + (reason.empty() ? "" : "; ") + "\"navctl doctor\" tells what is missing";
+}
+
+bool ForgetsAtRestart(CNavigationAPI& navigation)
+{
+    const std::unique_ptr<BElementC> reply(navigation.CallMethod("simulator_keeps", nullptr));
+    const auto* const keeps = dynamic_cast<const BAtomC*>(reply.get());
+    return keeps != nullptr && keeps->Type() == EBElementType::Integer && keeps->IntValue() == 0;
+}

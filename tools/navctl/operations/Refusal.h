@@ -1,0 +1,19 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_OPERATIONS_REFUSAL_H
+#define KESTROVE_TOOLS_NAVCTL_OPERATIONS_REFUSAL_H
+
+#include <string>
+
+#include "tools/navctl/operations/Operation.h"
+
+/// Why the service has just refused an operation: in its own words where it tells them (request
+/// "why_refused"), otherwise by the ranges of the bundled service, otherwise where to look.
+///
+/// @param values the values of its arguments.
+std::string ReasonOfRefusal(CNavigationAPI& navigation, const COperation& operation,
+                            const ArgumentValues& values);
+
+/// Whether the service has said that what it is to keep does not outlive a restart (request
+/// "simulator_keeps"); false for one that does not know the request.
+bool ForgetsAtRestart(CNavigationAPI& navigation);
+
+#endif
