@@ -5,6 +5,7 @@ import random
 import select
 import time
 import unittest
+import weakref
 
 import msgpack
 
@@ -47,6 +48,7 @@ class Caller:
 
     def __init__(self):
         self.link = connect()
+        weakref.finalize(self, self.link.close)
         self._unpacker = msgpack.Unpacker(max_buffer_size=1 << 26)
         self._replies = {}
         self._order = []
@@ -108,11 +110,12 @@ def change_all(count):
 
 
 def vanish():
-    """Asks for long work and goes, without end."""
+    """Asks for long work and goes, without end. No flood of bytes, which is another attack."""
     packet = msgpack.packb([0, 1, "set_wayline", field(20000)])
     while True:
         with connect() as link:
             link.sendall(packet)
+            time.sleep(0.05)  # the attack's pace; by then the work is under way or waits
 
 
 class LongWork(AttackTest):
