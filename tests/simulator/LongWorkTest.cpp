@@ -183,8 +183,8 @@ TEST(LongWork, IsEndedWithoutEffectByWhatEndsSteeringOrTakesTheLineAway)
     const std::vector<std::pair<std::string, std::string>> works{
         {"set_wayline", Curve(4, 10.0)},    {"StartNavigation", "[1, 1]"},
         {"Nudge", "[1, 1, 0.5]"},           {"SetFieldOffset", "[1, 1.5]"},
-        {"SetImplementOffset", "[1, 0.7]"}, {"SetImplementWidth", "[1, 7.0]"},
-        {"SetCurveFilterSize", "[1, 31]"},  {"ReinitialiseNavigation", "[1]"},
+        {"SetImplementOffset", "[1, 0.7]"}, {"SetCurveFilterSize", "[1, 31]"},
+        {"ReinitialiseNavigation", "[1]"},
     };
     const std::vector<std::pair<std::string, std::string>> enders{
         {"DisengageSteering", "[1]"}, {"StopNavigation", "[1]"},   {"ClearNavigation", "[]"},
