@@ -11,6 +11,7 @@ of scripts/benchmark instead. Needs port 5010 and python3-msgpack.
 
 import argparse
 import json
+import math
 import multiprocessing
 import socket
 import struct
@@ -78,6 +79,20 @@ def send_halves():
             link.close()
 
 
+def ask_for_long_work():
+    """Sets a line of the most points and moves it, over and over."""
+    numbers = []
+    for place in range(200000):
+        numbers += [30.0 * math.sin(place / 200.0), 0.5 * place, 0.0]
+    packet = b"".join(msgpack.packb([0, 1, name, arguments]) for name, arguments in (
+        ("set_wayline", [4, 200000, *numbers]), ("StartNavigation", [1, 1]),
+        ("Nudge", [1, 1, 0.01]), ("SetCurveFilterSize", [1, 31]), ("clear_wayline", [])))
+    with connect() as link:
+        while True:
+            link.sendall(packet)
+            link.recv(4096)
+
+
 def connect_often():
     """A thousand connections at once, over and over."""
     while True:
@@ -134,7 +149,8 @@ def main():
         try:
             simulator.stdout.readline()
             percentiles = {offence: measure(offence, given.seconds) for offence in (
-                do_nothing, stall, vanish, send_garbage, send_halves, connect_often)}
+                do_nothing, stall, vanish, send_garbage, send_halves, ask_for_long_work,
+                connect_often)}
         finally:
             simulator.terminate()
     if given.results:

@@ -6,6 +6,10 @@
 
 #include "runtime/ServerState.h"
 
+bool MPIServiceHandlerC::Overtakes(const std::string&)
+{
+    return false;
+}
 void MPIServiceHandlerC::Subscribed(ClientNumber, const std::string&) {}
 void MPIServiceHandlerC::ClientConnected(ClientNumber) {}
 void MPIServiceHandlerC::ClientDropped(ClientNumber, const std::string&) {}
@@ -56,6 +60,16 @@ void MPISocketServerC::Disconnect(ClientNumber client, const std::string& reason
     m_state->Disconnect(client, reason, withReset);
 }
 
+std::unique_ptr<BListC> MPISocketServerC::Hold(ClientNumber client)
+{
+    return m_state->Hold(client);
+}
+
+void MPISocketServerC::Release(ClientNumber client)
+{
+    m_state->Release(client);
+}
+
 void MPISocketServerC::Reply(ClientNumber client, std::uint64_t requestNumber,
                              const BElementC* result)
 {
@@ -68,6 +82,14 @@ void MPISocketServerC::Reply(ClientNumber client, std::uint64_t requestNumber,
         return;
     }
     m_state->SendTo(client);
+}
+
+void MPISocketServerC::ReplyWritten(ClientNumber client, std::uint64_t requestNumber,
+                                    const std::string& result)
+{
+    m_state->StartReply(requestNumber).WriteNothing();
+    m_state->SendTo(client);
+    SendBytes(client, result);
 }
 
 void MPISocketServerC::ReplyError(ClientNumber client, std::uint64_t requestNumber,
@@ -96,6 +118,11 @@ void MPISocketServerC::PushTo(ClientNumber client, const std::string& event, con
 void MPISocketServerC::SendBytes(ClientNumber client, const std::string& bytes)
 {
     m_state->SendTo(client, bytes.data(), bytes.size());
+}
+
+std::uint64_t MPISocketServerC::Arrival() const
+{
+    return m_state->Arrival();
 }
 
 std::size_t MPISocketServerC::ClientCount() const

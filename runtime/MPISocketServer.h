@@ -31,6 +31,9 @@ public:
     /// A notification; not answered.
     virtual void NotificationReceived(ClientNumber client, const std::string& name,
                                       const BListC& arguments) = 0;
+    /// Whether a message of that name is served at once although its client has a held one (see
+    /// MPISocketServerC::Hold()). No, unless overridden.
+    virtual bool Overtakes(const std::string& name);
     /// A client has subscribed to an event; the place to push the present state to it.
     virtual void Subscribed(ClientNumber client, const std::string& event);
     virtual void ClientConnected(ClientNumber client);
@@ -104,8 +107,22 @@ public:
     /// Closes one connection, likewise; nothing happens when it is gone.
     void Disconnect(ClientNumber client, const std::string& reason, bool withReset = false);
 
+    /// Holds the request or notification of a client that is being served, for work that ends
+    /// later: what the client sends behind it waits until Release(), in order and up to a limit,
+    /// beyond which nothing more is read. Only what the handler lets overtake does not wait. To be
+    /// called while the handler is given the message.
+    ///
+    /// @return the arguments that the handler was given, its own from now on; null when the client
+    ///         is gone.
+    std::unique_ptr<BListC> Hold(ClientNumber client);
+    /// Ends the holding: what has waited is served. A client that is gone is ignored, and so is
+    /// what it sent behind the held message.
+    void Release(ClientNumber client);
+
     /// Answers a request. A null result stands for "nothing". A client that is gone is ignored.
     void Reply(ClientNumber client, std::uint64_t requestNumber, const BElementC* result);
+    /// Answers a request with a result that a BEncoderC has written before.
+    void ReplyWritten(ClientNumber client, std::uint64_t requestNumber, const std::string& result);
     /// Answers a request with an error.
     void ReplyError(ClientNumber client, std::uint64_t requestNumber, const std::string& text);
     /// Pushes an event to every subscriber of it. Encoded once, however many there are.
@@ -115,6 +132,9 @@ public:
     /// Writes bytes to one client as they are; for tests of what a client makes of them.
     void SendBytes(ClientNumber client, const std::string& bytes);
 
+    /// The place of the message that is being served in the order in which messages have arrived
+    /// from all clients; between messages, that of the last one. Tells what overtook what.
+    std::uint64_t Arrival() const;
     /// How many clients are connected.
     std::size_t ClientCount() const;
     /// How many bytes the connections hold of what is unfinished or waits.

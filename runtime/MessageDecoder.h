@@ -24,7 +24,8 @@ struct MessageC
     std::unique_ptr<BListC> arguments;
     std::unique_ptr<BElementC> error;
     std::unique_ptr<BElementC> result;
-    std::size_t memory = 0; ///< about how many bytes its values take
+    std::size_t memory = 0;    ///< about how many bytes its values take
+    std::uint64_t arrival = 0; ///< at a service: its place among the messages of all clients
 };
 
 /// Cuts a stream of bytes into messages and builds their values straight from the parser.

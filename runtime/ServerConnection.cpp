@@ -18,6 +18,9 @@ constexpr int kReadsPerTurn = 1024;
 // About what a name takes that is subscribed to, beside itself.
 constexpr std::size_t kNameBytes = 96;
 
+// About what a waiting message takes beside its values.
+constexpr std::size_t kMessageBytes = 256;
+
 // A buffer that one large message has blown up is given back once it has been written.
 constexpr std::size_t kKeptBuffer = 256U * 1024U;
 
@@ -48,13 +51,14 @@ ServerConnectionC::~ServerConnectionC()
     {
         MessageDecoderC decoder;
         MessageC message;
+        std::deque<MessageC> waiting;
         std::set<std::string> subscriptions;
         std::string queued;
         std::string writing;
     };
-    const std::size_t bytes = m_decoder.Held() + m_message.memory + m_subscribed +
+    const std::size_t bytes = m_decoder.Held() + m_message.memory + m_waitingMemory + m_subscribed +
                               m_queued.capacity() + m_writing.capacity();
-    m_disposer->Destroy(Remains{std::move(m_decoder), std::move(m_message),
+    m_disposer->Destroy(Remains{std::move(m_decoder), std::move(m_message), std::move(m_waiting),
                                 std::move(m_subscriptions), std::move(m_queued),
                                 std::move(m_writing)},
                         bytes);
@@ -69,7 +73,7 @@ void ServerConnectionC::Start()
 /// Without room for them: a connection that sends nothing takes none.
 void ServerConnectionC::WaitForBytes()
 {
-    if (!m_open) {
+    if (!m_open || m_isWaiting || IsWaitingFull()) {
         return;
     }
     m_isWaiting = true;
@@ -141,10 +145,12 @@ bool ServerConnectionC::ServeForATurn(ServerConnectionOwnerC& owner, int mostRea
         if (served == kMessagesPerTurn || std::chrono::steady_clock::now() > end) {
             return false;
         }
-        switch (m_decoder.Next(m_message)) {
+        if (m_isHeld && IsWaitingFull()) {
+            return true;
+        }
+        switch (ServeNext(owner)) {
         case MessageDecoderC::EResult::Complete:
             ++served;
-            ServeMessage(owner);
             break;
         case MessageDecoderC::EResult::Bad:
             owner.MessageRejected(*this, m_decoder.Problem());
@@ -167,12 +173,67 @@ bool ServerConnectionC::ServeForATurn(ServerConnectionOwnerC& owner, int mostRea
     return true;
 }
 
+/// Serves the next message, or has it wait behind the held one.
+MessageDecoderC::EResult ServerConnectionC::ServeNext(ServerConnectionOwnerC& owner)
+{
+    if (!m_isHeld && !m_waiting.empty()) {
+        m_message = std::move(m_waiting.front());
+        m_waiting.pop_front();
+        m_waitingMemory -= m_message.memory + kMessageBytes;
+        ServeMessage(owner);
+        return MessageDecoderC::EResult::Complete;
+    }
+    const MessageDecoderC::EResult result = m_decoder.Next(m_message);
+    if (result == MessageDecoderC::EResult::Complete) {
+        m_message.arrival = owner.NextArrival();
+        if (m_isHeld && !owner.Overtakes(m_message)) {
+            HaveWait();
+        } else {
+            ServeMessage(owner);
+        }
+    }
+    return result;
+}
+
 void ServerConnectionC::ServeMessage(ServerConnectionOwnerC& owner)
 {
     owner.MessageArrived(*this, m_message);
     if (m_message.memory >= DisposerC::kLeastBytes) {
         m_disposer->Destroy(std::move(m_message), m_message.memory);
         m_message = MessageC();
+    }
+}
+
+void ServerConnectionC::HaveWait()
+{
+    m_waitingMemory += m_message.memory + kMessageBytes;
+    m_waiting.push_back(std::move(m_message));
+    m_message = MessageC();
+}
+
+bool ServerConnectionC::IsWaitingFull() const
+{
+    return m_waiting.size() >= kMostWaiting || m_waitingMemory >= kMostWaitingMemory;
+}
+
+std::unique_ptr<BListC> ServerConnectionC::Hold()
+{
+    m_isHeld = true;
+    m_heldMemory = m_message.memory;
+    m_message.memory = 0;
+    return std::move(m_message.arguments);
+}
+
+void ServerConnectionC::Release()
+{
+    if (!m_isHeld) {
+        return;
+    }
+    m_isHeld = false;
+    m_heldMemory = 0;
+    const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock();
+    if (owner != nullptr && m_open) {
+        owner->TurnWanted(*this);
     }
 }
 
@@ -210,9 +271,10 @@ bool ServerConnectionC::Subscribe(const std::string& event)
 void ServerConnectionC::CountHeld()
 {
     const std::size_t before = m_held;
-    m_held = !m_open ? 0
-                     : kSilentBytes + m_decoder.Held() + m_message.memory + m_subscribed +
-                           m_queued.capacity() + m_writing.capacity();
+    m_held = !m_open
+                 ? 0
+                 : kSilentBytes + m_decoder.Held() + m_message.memory + m_heldMemory +
+                       m_waitingMemory + m_subscribed + m_queued.capacity() + m_writing.capacity();
     const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock();
     if (owner != nullptr && m_held != before) {
         owner->HeldChanged(before, m_held);

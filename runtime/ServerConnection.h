@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <deque>
 #include <memory>
 #include <set>
 #include <string>
@@ -23,6 +24,10 @@ public:
     virtual ~ServerConnectionOwnerC() = default;
     /// A whole message has arrived. May close any connection, `connection` included.
     virtual void MessageArrived(ServerConnectionC& connection, const MessageC& message) = 0;
+    /// The place of the next message among those of all clients.
+    virtual std::uint64_t NextArrival() = 0;
+    /// Whether a message is served at once, past those that wait behind a held one.
+    virtual bool Overtakes(const MessageC& message) = 0;
     /// The client has sent bytes that are no message.
     virtual void MessageRejected(ServerConnectionC& connection, const std::string& problem) = 0;
     /// The connection has ended without Close().
@@ -43,8 +48,9 @@ public:
 /// others had their turn. Within a message that is larger than a read it asks for a turn before it
 /// reads on, so that many who send much take no more of the loop than one.
 ///
-/// Counts what it holds: what is read and not complete, the message that is being served, what is
-/// queued, the names of subscriptions. What is large of it is destroyed aside.
+/// Counts what it holds: what is read and not complete, the message that is being served, what
+/// waits behind one that is held, what is queued, the names of subscriptions. What is large of it
+/// is destroyed aside.
 ///
 /// Thread safety: none; lives on the thread that runs the loop. Lifetime: shared by its owner and
 /// by the operations under way. A closed one tells its owner nothing more.
@@ -55,6 +61,9 @@ public:
     static constexpr std::size_t kQueueLimit = 8U * 1024U * 1024U;
     static constexpr int kMessagesPerTurn = 64;
     static constexpr std::chrono::microseconds kTurn{1000};
+    /// How much waits behind a held message before nothing more is read.
+    static constexpr std::size_t kMostWaiting = 1024;
+    static constexpr std::size_t kMostWaitingMemory = 16U * 1024U * 1024U;
     /// What a connection counts for that has never sent anything.
     static constexpr std::size_t kSilentBytes = 4096;
 
@@ -86,6 +95,15 @@ public:
     ///
     /// @return false when more than kQueueLimit bytes are waiting already; nothing is queued then.
     bool Queue(const char* bytes, std::size_t count);
+    /// Holds the message that is being served: those behind it wait until Release(), but for what
+    /// overtakes. They are read all the same, up to a limit.
+    ///
+    /// @return the arguments of the message, which are the caller's from now on. What they take
+    ///         still counts for the connection.
+    std::unique_ptr<BListC> Hold();
+    /// Serves what has waited, in order and in a turn of its own. Nothing happens when no message
+    /// is held.
+    void Release();
     /// Ends the connection. In order, what is queued still goes out as far as the system takes it
     /// at once, so that an answer followed by a disconnection arrives; with a reset it does not.
     void Close(bool withReset);
@@ -95,7 +113,10 @@ private:
     void BytesWait();
     void TakeTurn(int mostReads);
     bool ServeForATurn(ServerConnectionOwnerC& owner, int mostReads);
+    MessageDecoderC::EResult ServeNext(ServerConnectionOwnerC& owner);
     void ServeMessage(ServerConnectionOwnerC& owner);
+    void HaveWait();
+    bool IsWaitingFull() const;
     bool Receive(bool& mayHaveMore);
     void CountHeld();
     void FlushLater();
@@ -110,7 +131,10 @@ private:
     std::weak_ptr<ServerConnectionOwnerC> m_owner;
     const std::shared_ptr<DisposerC> m_disposer;
     MessageDecoderC m_decoder;
-    MessageC m_message;
+    MessageC m_message;              // the one that is being served
+    std::deque<MessageC> m_waiting;  // behind a held one
+    std::size_t m_waitingMemory = 0; // of those
+    std::size_t m_heldMemory = 0;    // of the held one
     std::set<std::string> m_subscriptions;
     std::string m_queued;         // waits for the write under way to end
     std::string m_writing;        // handed to the write under way
@@ -119,6 +143,7 @@ private:
     std::size_t m_held = 0;
     std::chrono::steady_clock::time_point m_lastGrowth;
     bool m_open = true;
+    bool m_isHeld = false;
     bool m_isWaiting = false; // for bytes
     bool m_serving = false;
     bool m_isWriting = false;

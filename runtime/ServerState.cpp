@@ -267,6 +267,7 @@ void MPISocketServerC::StateC::TellThatConnectionsWait(const std::string& reason
 void MPISocketServerC::StateC::MessageArrived(ServerConnectionC& connection,
                                               const MessageC& message)
 {
+    m_served = message.arrival;
     const bool isSubscription =
         message.kind == MessageC::EKind::Notification && message.method == "subscribe";
     if (message.kind == MessageC::EKind::Response) {
@@ -275,6 +276,27 @@ void MPISocketServerC::StateC::MessageArrived(ServerConnectionC& connection,
         Subscribe(connection, *message.arguments);
     } else {
         Serve(connection.Number(), message);
+    }
+    m_served = 0;
+}
+
+bool MPISocketServerC::StateC::Overtakes(const MessageC& message)
+{
+    return message.kind != MessageC::EKind::Response && m_handler != nullptr &&
+           m_handler->Overtakes(message.method);
+}
+
+std::unique_ptr<BListC> MPISocketServerC::StateC::Hold(ClientNumber client)
+{
+    const auto found = m_clients.find(client);
+    return found != m_clients.end() ? found->second->Hold() : nullptr;
+}
+
+void MPISocketServerC::StateC::Release(ClientNumber client)
+{
+    const auto found = m_clients.find(client);
+    if (found != m_clients.end()) {
+        found->second->Release();
     }
 }
 

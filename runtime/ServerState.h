@@ -36,6 +36,8 @@ public:
     void StopListening();
     void Disconnect(ClientNumber client, const std::string& reason, bool withReset);
     void DisconnectAll(const std::string& reason, bool withReset);
+    std::unique_ptr<BListC> Hold(ClientNumber client);
+    void Release(ClientNumber client);
     void Detach();
 
     void SendTo(ClientNumber client, const char* bytes, std::size_t count);
@@ -44,6 +46,7 @@ public:
     BEncoderC& StartReply(std::uint64_t requestNumber);
     bool EncodeEvent(const std::string& event, const BListC& payload);
 
+    std::uint64_t Arrival() const { return m_served != 0 ? m_served : m_arrivals; }
     std::size_t ClientCount() const { return m_clients.size(); }
     unsigned long RejectedMessages() const { return m_rejected; }
     std::size_t HeldBytes() const { return m_held; }
@@ -53,6 +56,8 @@ private:
     std::string ListenOnBoth(std::uint16_t port);
     void Take(asio::ip::tcp::socket socket);
     void MessageArrived(ServerConnectionC& connection, const MessageC& message) override;
+    std::uint64_t NextArrival() override { return ++m_arrivals; }
+    bool Overtakes(const MessageC& message) override;
     void MessageRejected(ServerConnectionC& connection, const std::string& problem) override;
     void ConnectionLost(ServerConnectionC& connection, const std::string& reason) override;
     void TurnWanted(ServerConnectionC& connection) override;
@@ -84,6 +89,8 @@ private:
     std::size_t m_held = 0;
     BEncoderC m_encoder;
     ClientNumber m_lastNumber = 0;
+    std::uint64_t m_arrivals = 0;
+    std::uint64_t m_served = 0; // the arrival of the message that is being served; 0 between them
     unsigned long m_rejected = 0;
 };
 

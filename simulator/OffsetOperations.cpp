@@ -81,7 +81,7 @@ double OffsetOperationsC::GetImplementOffset(LeadingOne)
 
 void OffsetOperationsC::SetSplinesUseImplementOffset(bool use)
 {
-    m_simulation.SetSplinesUseImplementOffset(use);
+    m_log.Carried("SetSplinesUseImplementOffset", m_simulation.SetSplinesUseImplementOffset(use));
 }
 
 bool OffsetOperationsC::SetImplementWidth(LeadingOne, double width)

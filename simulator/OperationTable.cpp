@@ -6,14 +6,15 @@ Answer OperationTableC::Call(const std::string& name, const BListC& arguments) c
 {
     const auto found = m_operations.find(name);
     if (found == m_operations.end())
-        return {nullptr, "there is no operation \"" + Printable(name) + "\""};
+        return {nullptr, "there is no operation \"" + Printable(name) + "\"", nullptr};
     const Operation& operation = found->second;
     if (!operation.fits(arguments))
-        return {nullptr, name + " wants " + operation.wants + ", not " + DescribeTypes(arguments)};
+        return {nullptr, name + " wants " + operation.wants + ", not " + DescribeTypes(arguments),
+                nullptr};
     try {
-        return {operation.call(arguments), {}};
+        return operation.call(arguments);
     } catch (const UnusableArgument& error) {
-        return {nullptr, name + ": " + error.what()};
+        return {nullptr, name + ": " + error.what(), nullptr};
     }
 }
 

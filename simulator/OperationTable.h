@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -16,6 +17,8 @@ struct Answer
 {
     Value value;       ///< null for "nothing"
     std::string error; ///< why the call was not carried out; empty when it was
+    /// In place of the value, when it has been written aside: its bytes on the link.
+    std::shared_ptr<const std::string> bytes;
 };
 
 /// Thrown by a handler that cannot make use of an argument although its type fits. The call then
@@ -41,12 +44,14 @@ public:
     void Add(const char* name, Object& object, Result (Object::*handler)(Parameters...))
     {
         using Wanted = Signature<std::decay_t<Parameters>...>;
-        auto call = [&object, handler](const BListC& arguments) -> Value {
+        auto call = [&object, handler](const BListC& arguments) -> Answer {
             if constexpr (std::is_void_v<Result>) {
                 Wanted::Call(object, handler, arguments);
-                return nullptr;
+                return {};
+            } else if constexpr (std::is_same_v<Result, Answer>) {
+                return Wanted::Call(object, handler, arguments);
             } else
-                return ToValue(Wanted::Call(object, handler, arguments));
+                return {ToValue(Wanted::Call(object, handler, arguments)), {}, nullptr};
         };
         m_operations[name] = {Wanted::Wants(), Wanted::Fits, call};
     }
@@ -65,7 +70,7 @@ private:
     {
         std::string wants;
         std::function<bool(const BListC&)> fits;
-        std::function<Value(const BListC&)> call;
+        std::function<Answer(const BListC&)> call;
     };
 
     std::map<std::string, Operation> m_operations;

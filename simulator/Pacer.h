@@ -11,6 +11,7 @@
 /// Moves the simulated world on as real time passes, at a multiple of its speed. The only place
 /// that reads a clock.
 ///
+/// At a high speed, moving the world takes turns with the loop's other work.
 /// When the program was held up (suspended, or asked for more than the computer can do), the world
 /// goes on from where it stood and does not catch up.
 class PacerC
@@ -26,10 +27,12 @@ public:
 private:
     void WaitForNextTick();
     void Tick();
+    void AdvanceForATurn(std::chrono::steady_clock::time_point end);
 
     asio::steady_timer m_timer;
     ServiceCoreC& m_core;
     double m_speedFactor;
+    double m_owedSeconds = 0.0; ///< of the world's clock, that a turn of the loop had no time for
     std::chrono::steady_clock::time_point m_last;
 };
 

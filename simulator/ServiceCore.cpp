@@ -1,5 +1,6 @@
 #include "simulator/ServiceCore.h"
 
+#include <exception>
 #include <utility>
 
 namespace {
@@ -17,13 +18,14 @@ CSimulation& WithKept(CSimulation& simulation, const KeptSettingsC& kept, const 
 } // namespace
 
 ServiceCoreC::ServiceCoreC(ServiceCoreOptions options)
-    : m_log(std::move(options.log)), m_publish(std::move(options.publish)),
-      m_simulation(options.simulation), m_kept(std::move(options.kept), std::move(options.keep)),
-      m_waylines(WithKept(m_simulation, m_kept, m_log)), m_feed(m_simulation),
+    : m_log(std::move(options.log)), m_work(options.work), m_publish(std::move(options.publish)),
+      m_simulation(options.simulation, m_work),
+      m_kept(std::move(options.kept), std::move(options.keep)),
+      m_waylines(WithKept(m_simulation, m_kept, m_log), m_work), m_feed(m_simulation),
       m_steering(m_simulation, m_waylines, m_kept, m_log),
-      m_waylineOperations(m_waylines, m_feed, m_log), m_offsets(m_simulation, m_log),
-      m_positions(m_feed, m_log), m_tuning(m_simulation, m_kept, m_log),
-      m_events(m_simulation, m_waylines)
+      m_waylineOperations(m_simulation, m_waylines, m_feed, m_log, m_work),
+      m_offsets(m_simulation, m_log), m_positions(m_feed, m_log),
+      m_tuning(m_simulation, m_kept, m_log), m_events(m_simulation, m_waylines)
 {
     m_steering.Register(m_operations);
     m_waylineOperations.Register(m_operations);
@@ -32,21 +34,64 @@ ServiceCoreC::ServiceCoreC(ServiceCoreOptions options)
     m_tuning.Register(m_operations);
 }
 
-Answer ServiceCoreC::Request(const std::string& name, const BListC& arguments)
+Answer ServiceCoreC::Call(ECall kind, const std::string& name, const BListC& arguments)
 {
     Answer answer = m_operations.Call(name, arguments);
-    if (!answer.error.empty())
+    if (!answer.error.empty() && kind == ECall::Request)
         m_log.Write(ELogLevel::Info, "request refused: " + answer.error);
+    if (!answer.error.empty() && kind == ECall::Notification)
+        m_log.Write(ELogLevel::Warning, "notification ignored: " + answer.error);
     TellChanges(false);
     return answer;
 }
 
+bool ServiceCoreC::Try(ECall kind, const std::string& name, const BListC& arguments, Answer& answer)
+try {
+    answer = Call(kind, name, arguments);
+    return true;
+} catch (const CWorkPending&) {
+    return false;
+}
+
+WorkQueueC::Ticket ServiceCoreC::Queue(ECall kind, const std::string& name,
+                                       std::unique_ptr<BListC> arguments, AnswerSink done,
+                                       ScopeMaker scope)
+{
+    return m_work->Add([this, kind, name, done = std::move(done), scope = std::move(scope),
+                        list = std::shared_ptr<const BListC>(std::move(arguments))] {
+        const std::shared_ptr<void> during = scope ? scope() : nullptr;
+        Answer answer;
+        try {
+            answer = Call(kind, name, *list);
+        } catch (const CWorkPending&) {
+            throw;
+        } catch (const std::exception& error) {
+            answer.error = error.what();
+        }
+        done(std::move(answer));
+    });
+}
+
+Answer ServiceCoreC::CallOnTheSpot(ECall kind, const std::string& name, const BListC& arguments)
+{
+    Answer answer;
+    const auto call = [&] { answer = Call(kind, name, arguments); };
+    if (m_work != nullptr) {
+        m_work->CallOnTheSpot(call);
+    } else {
+        call();
+    }
+    return answer;
+}
+
+Answer ServiceCoreC::Request(const std::string& name, const BListC& arguments)
+{
+    return CallOnTheSpot(ECall::Request, name, arguments);
+}
+
 void ServiceCoreC::Notify(const std::string& name, const BListC& arguments)
 {
-    const Answer answer = m_operations.Call(name, arguments);
-    if (!answer.error.empty())
-        m_log.Write(ELogLevel::Warning, "notification ignored: " + answer.error);
-    TellChanges(false);
+    CallOnTheSpot(ECall::Notification, name, arguments);
 }
 
 void ServiceCoreC::TellPresentState(const std::string& event, const EventSink& subscriber) const

@@ -2,6 +2,8 @@
 #define KESTROVE_SIMULATOR_SERVICECORE_H
 
 #include <chrono>
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -18,6 +20,7 @@
 #include "simulator/TuningOperations.h"
 #include "simulator/WaylineKeeper.h"
 #include "simulator/WaylineOperations.h"
+#include "simulator/WorkQueue.h"
 #include "simulator/world/Simulation.h"
 
 /// What a service core is made with.
@@ -28,13 +31,23 @@ struct ServiceCoreOptions
     KeepSink keep;     ///< takes the settings to keep each time that they change; may be empty
     EventSink publish; ///< takes the events for all subscribers; may be empty
     LogSink log;       ///< takes the log lines; may be empty
+    /// Makes what takes long, and must outlive the core; null to have it made on the spot.
+    WorkQueueC* work = nullptr;
+};
+
+/// What a client sends.
+enum class ECall
+{
+    Request,
+    Notification,
 };
 
 /// The navigation service without its sockets: maps operation names to handlers, keeps the state
 /// behind them, moves the simulated world on, and tells events.
 ///
 /// Time comes in from outside, and nothing else that differs from run to run: the same options and
-/// calls give the same answers and events.
+/// calls give the same answers and events. With a work queue, when the results come of what takes
+/// long differs.
 /// Thread safety: none.
 class ServiceCoreC
 {
@@ -43,7 +56,24 @@ public:
     ServiceCoreC(const ServiceCoreC&) = delete;
     ServiceCoreC& operator=(const ServiceCoreC&) = delete;
 
-    /// Carries out a request.
+    /// Takes the answer to a call.
+    using AnswerSink = std::function<void(Answer)>;
+    /// Makes what is to be there while an attempt at a call is made.
+    using ScopeMaker = std::function<std::shared_ptr<void>()>;
+
+    /// Carries out a call, unless that takes long.
+    ///
+    /// @param answer receives the reply; as Request() returns it.
+    /// @return false when it takes long: nothing has happened then, and it is to be queued.
+    bool Try(ECall kind, const std::string& name, const BListC& arguments, Answer& answer);
+    /// Queues a call that Try() has left; only with a work queue.
+    ///
+    /// @param done is called with the answer when the call has been carried out, from the loop.
+    /// @param scope may be empty.
+    WorkQueueC::Ticket Queue(ECall kind, const std::string& name, std::unique_ptr<BListC> arguments,
+                             AnswerSink done, ScopeMaker scope = {});
+
+    /// Carries out a request, however long it takes.
     ///
     /// @return the reply: a value, or an error whose text names the operation and what it wanted.
     Answer Request(const std::string& name, const BListC& arguments);
@@ -68,11 +98,14 @@ public:
     const CSimulation& World() const { return m_simulation; }
 
 private:
+    Answer Call(ECall kind, const std::string& name, const BListC& arguments);
+    Answer CallOnTheSpot(ECall kind, const std::string& name, const BListC& arguments);
     void Step();
     void TellChanges(bool guidanceRan);
     void LogDrop();
 
     ServiceLogC m_log;
+    WorkQueueC* m_work;
     EventSink m_publish;
     CSimulation m_simulation;
     KeptSettingsC m_kept;

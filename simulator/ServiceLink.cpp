@@ -2,6 +2,13 @@
 
 #include <utility>
 
+namespace {
+
+const char* const kEngage = "EngageSteering";
+const char* const kDisengage = "DisengageSteering";
+
+} // namespace
+
 /// Names a client as the one that is served, until the end of a scope.
 class ServiceLinkC::WhileServingC
 {
@@ -26,9 +33,10 @@ private:
 };
 
 ServiceLinkC::ServiceLinkC(asio::io_context& loop, ServiceCoreOptions options, ServedSink served)
-    : m_log(options.log), m_served(std::move(served)), m_server(loop, *this),
+    : m_log(options.log), m_served(std::move(served)), m_server(loop, *this), m_work(loop),
       m_core(Publishing(std::move(options)))
 {
+    m_work.OnDisengaged([this] { m_disengaged = m_server.Arrival(); });
 }
 
 ServiceCoreOptions ServiceLinkC::Publishing(ServiceCoreOptions options)
@@ -39,26 +47,71 @@ ServiceCoreOptions ServiceLinkC::Publishing(ServiceCoreOptions options)
         if (also)
             also(event, payload);
     };
+    options.work = &m_work;
     return options;
+}
+
+bool ServiceLinkC::Overtakes(const std::string& name)
+{
+    return name == kDisengage;
+}
+
+/// An EngageSteering that waited while steering was ended by hand, and so must not bring it back.
+bool ServiceLinkC::IsOvertakenEngaging(const std::string& name)
+{
+    return name == kEngage && m_server.Arrival() < m_disengaged &&
+           !m_log.Carried(kEngage, COutcome::Overtaken("steering was ended by hand after it"));
 }
 
 void ServiceLinkC::RequestReceived(ClientNumber client, std::uint64_t requestNumber,
                                    const std::string& name, const BListC& arguments)
 {
     const WhileServingC serving(m_served, client);
-    const Answer answer = m_core.Request(name, arguments);
-    if (answer.error.empty()) {
-        m_server.Reply(client, requestNumber, answer.value.get());
-    } else {
-        m_server.ReplyError(client, requestNumber, answer.error);
+    Answer answer;
+    if (IsOvertakenEngaging(name)) {
+        answer.value = ToValue(false);
+    } else if (!m_core.Try(ECall::Request, name, arguments, answer)) {
+        Queue(ECall::Request, client, requestNumber, name);
+        return;
     }
+    Reply(client, requestNumber, answer);
 }
 
 void ServiceLinkC::NotificationReceived(ClientNumber client, const std::string& name,
                                         const BListC& arguments)
 {
     const WhileServingC serving(m_served, client);
-    m_core.Notify(name, arguments);
+    Answer answer;
+    if (!IsOvertakenEngaging(name) && !m_core.Try(ECall::Notification, name, arguments, answer))
+        Queue(ECall::Notification, client, 0, name);
+}
+
+void ServiceLinkC::Queue(ECall kind, ClientNumber client, std::uint64_t requestNumber,
+                         const std::string& name)
+{
+    std::unique_ptr<BListC> arguments = m_server.Hold(client);
+    if (!arguments)
+        return;
+    m_held[client] = m_core.Queue(
+        kind, name, std::move(arguments),
+        [this, kind, client, requestNumber](const Answer& answer) {
+            m_held.erase(client);
+            if (kind == ECall::Request)
+                Reply(client, requestNumber, answer);
+            m_server.Release(client);
+        },
+        [this, client] { return std::make_shared<WhileServingC>(m_served, client); });
+}
+
+void ServiceLinkC::Reply(ClientNumber client, std::uint64_t requestNumber, const Answer& answer)
+{
+    if (!answer.error.empty()) {
+        m_server.ReplyError(client, requestNumber, answer.error);
+    } else if (answer.bytes) {
+        m_server.ReplyWritten(client, requestNumber, *answer.bytes);
+    } else {
+        m_server.Reply(client, requestNumber, answer.value.get());
+    }
 }
 
 void ServiceLinkC::Subscribed(ClientNumber client, const std::string& event)
@@ -91,6 +144,11 @@ void ServiceLinkC::ConnectionsWait(const std::string& reason)
 void ServiceLinkC::ClientDisconnected(ClientNumber client, const std::string& reason)
 {
     const WhileServingC serving(m_served, client);
+    const auto held = m_held.find(client);
+    if (held != m_held.end()) {
+        m_work.Forget(held->second);
+        m_held.erase(held);
+    }
     m_log.Write(ELogLevel::Debug, "client " + std::to_string(client) + " is gone: " + reason);
 }
 

@@ -4,15 +4,20 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
 
 #include "runtime/MPISocketServer.h"
 #include "simulator/ServiceCore.h"
 #include "simulator/ServiceLog.h"
+#include "simulator/WorkQueue.h"
 
 /// The navigation service on the link: a service core and the server that carries messages between
 /// it and its clients.
-/// Thread safety: none; used from the thread that runs the loop.
+///
+/// A request that takes long is held, and with it what its client sends behind it; the others are
+/// served meanwhile. DisengageSteering overtakes all of that, and no EngageSteering that came
+/// before it is carried out after it. Thread safety: none; used from the thread that runs the loop.
 class ServiceLinkC : private MPIServiceHandlerC
 {
 public:
@@ -45,14 +50,22 @@ private:
     void HandlerFailed(ClientNumber client, const std::string& name,
                        const std::string& reason) override;
 
+    bool Overtakes(const std::string& name) override;
     class WhileServingC;
 
     ServiceCoreOptions Publishing(ServiceCoreOptions options);
+    void Queue(ECall kind, ClientNumber client, std::uint64_t requestNumber,
+               const std::string& name);
+    void Reply(ClientNumber client, std::uint64_t requestNumber, const Answer& answer);
+    bool IsOvertakenEngaging(const std::string& name);
 
     ServiceLogC m_log;
     ServedSink m_served;
     MPISocketServerC m_server;
+    WorkQueueC m_work;
     ServiceCoreC m_core;
+    std::map<ClientNumber, WorkQueueC::Ticket> m_held; ///< whose requests are at their work
+    std::uint64_t m_disengaged = 0; ///< the arrival of what last ended steering by hand
 };
 
 #endif

@@ -56,8 +56,9 @@ bool SteeringOperationsC::StopNavigation(LeadingOne)
 
 bool SteeringOperationsC::ClearNavigation()
 {
-    m_simulation.StopNavigation();
+    // Without a line nothing has to be made of the offsets.
     m_waylines.ClearAll();
+    m_simulation.StopNavigation();
     m_simulation.SetNudge(0.0);
     m_simulation.SetFieldOffset(0.0);
     return true;
@@ -65,8 +66,7 @@ bool SteeringOperationsC::ClearNavigation()
 
 bool SteeringOperationsC::ReinitialiseNavigation(LeadingOne)
 {
-    m_simulation.RestoreSettings();
-    return true;
+    return m_log.Carried("ReinitialiseNavigation", m_simulation.RestoreSettings());
 }
 
 bool SteeringOperationsC::IsNavigationActivated()

@@ -69,6 +69,11 @@ int WaylineBuilderC::Restore()
         m_waypoints = m_history.back();
         m_history.pop_back();
     }
+    return Count();
+}
+
+int WaylineBuilderC::Count() const
+{
     return static_cast<int>(
         std::count_if(m_waypoints.begin(), m_waypoints.end(),
                       [](const auto& waypoint) { return waypoint.has_value(); }));

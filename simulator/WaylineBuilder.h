@@ -50,6 +50,8 @@ public:
     ///
     /// @return the number of waypoints set now.
     int Restore();
+    /// The number of waypoints set now.
+    int Count() const;
 
     /// The most points of a recorded drive; what is driven after them is not recorded. Half a metre
     /// and more apart, they reach for 50 km at least.

@@ -31,6 +31,14 @@ std::string Unreadable(const BListC& list)
 {
     if (list.Size() == 0 || list.TypeAt(0) != EBElementType::Integer)
         return "the list does not begin with the code of a kind";
+    const int kind = list.GetInt(0);
+    const bool hasPoints =
+        kind == Kestrove::EWaylineTypeSpline || kind == Kestrove::EWaylineTypeABCurve;
+    const std::int64_t count = list.GetInt64(1);
+    if (hasPoints && count > kMostWaylinePoints) {
+        return std::to_string(count) + " points are too many for a wayline, allowed is " +
+               std::to_string(kMostWaylinePoints);
+    }
     for (int index = 1; index < list.Size(); ++index) {
         const EBElementType type = list.TypeAt(index);
         if (type != EBElementType::Integer && type != EBElementType::Double)
@@ -41,10 +49,6 @@ std::string Unreadable(const BListC& list)
                    std::to_string(list.GetDouble(index)) + ", no finite number";
         }
     }
-    const int kind = list.GetInt(0);
-    const bool hasPoints =
-        kind == Kestrove::EWaylineTypeSpline || kind == Kestrove::EWaylineTypeABCurve;
-    const std::int64_t count = list.GetInt64(1);
     if (hasPoints && (count < 0 || count > (list.Size() - 2) / 3)) {
         return std::to_string(count) + " points are announced, and " +
                std::to_string((list.Size() - 2) / 3) + " are there";

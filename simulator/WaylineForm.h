@@ -17,6 +17,9 @@ struct RecordedDrives
     std::vector<Core::Maths::Vector3<double>> last; ///< the last recorded drive of any kind
 };
 
+/// The most points of a wayline.
+inline constexpr int kMostWaylinePoints = 200000;
+
 /// Reads a wayline from its list form, which must be whole: every value a number and, for the kinds
 /// with points, all the points there that the count announces.
 ///

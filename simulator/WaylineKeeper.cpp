@@ -1,6 +1,5 @@
 #include "simulator/WaylineKeeper.h"
 
-#include <limits>
 #include <optional>
 #include <string>
 #include <utility>
@@ -8,40 +7,84 @@
 using Kestrove::EWaylineType;
 using Kestrove::WaylinePtr;
 
-COutcome WaylineKeeperC::Set(const BListC& listForm)
+namespace {
+
+/// The drives with what a builder has recorded, if that is new.
+std::shared_ptr<const RecordedDrives>
+DrivesWith(const WaylineBuilderC& builder, const std::shared_ptr<const RecordedDrives>& drives)
 {
-    std::string problem;
-    const WaylinePtr wayline = ReadWayline(listForm, problem);
-    if (!wayline)
-        return COutcome::Refused(problem);
-    COutcome outcome = Take(wayline, m_drives);
+    const bool isPath = builder.Kind() == Kestrove::EWaylineTypePath;
+    if (builder.Recorded().empty() && !isPath)
+        return drives;
+    RecordedDrives with = *drives;
+    if (!builder.Recorded().empty())
+        with.last = builder.Recorded();
+    if (isPath)
+        with.path = builder.Recorded();
+    return std::make_shared<const RecordedDrives>(std::move(with));
+}
+
+LineDefinitionPtr SharedLineOf(const Kestrove::CWayline& wayline, const RecordedDrives& drives)
+{
+    std::optional<LineDefinition> line = LineOf(wayline, drives);
+    return line ? std::make_shared<const LineDefinition>(std::move(*line)) : nullptr;
+}
+
+} // namespace
+
+COutcome WaylineKeeperC::Set(const BListC& listForm)
+try {
+    const auto candidate =
+        Made({"set_wayline", &listForm}, static_cast<std::size_t>(listForm.Size()),
+             [list = &listForm, drives = m_drives] { return FromList(*list, drives); });
+    if (!candidate->problem.empty())
+        return COutcome::Refused(candidate->problem);
+    COutcome outcome = Take(*candidate);
     if (outcome)
         m_builder.Finish();
     return outcome;
+} catch (const CWorkEnded& ended) {
+    return COutcome::Overtaken(ended.what());
 }
 
 COutcome WaylineKeeperC::Begin(EWaylineType kind)
 {
-    if (kind == Kestrove::EWaylineTypeReplay) {
-        COutcome outcome = Take(WaylinePtr(new Kestrove::CReplayWayline()), m_drives);
-        if (outcome)
-            m_builder.Finish();
-        return outcome;
-    }
-    if (!m_builder.Begin(kind)) {
+    if (kind == Kestrove::EWaylineTypeReplay)
+        return TakeReplay();
+    WaylineBuilderC begun = m_builder;
+    if (!begun.Begin(kind)) {
         return COutcome::Refused(std::to_string(kind) +
                                  " is no kind of wayline that can be started, allowed is 0 to 6");
     }
-    Become(WaylinePtr());
+    ChangeBuilder(begun);
+    Become(nullptr);
     m_simulation.ClearLine();
     return COutcome::Done();
+}
+
+COutcome WaylineKeeperC::TakeReplay()
+try {
+    const auto candidate =
+        Made({"replay", m_drives.get()}, m_drives->last.size(), [drives = m_drives] {
+            Candidate replay;
+            replay.wayline = Shared(WaylinePtr(new Kestrove::CReplayWayline()));
+            replay.line = SharedLineOf(*replay.wayline, *drives);
+            return replay;
+        });
+    COutcome outcome = Take(*candidate);
+    if (outcome)
+        m_builder.Finish();
+    return outcome;
+} catch (const CWorkEnded& ended) {
+    return COutcome::Overtaken(ended.what());
 }
 
 bool WaylineKeeperC::Clear()
 {
     const bool had = m_wayline || m_builder.Kind() != Kestrove::EWaylineTypeEmpty;
     m_builder.Finish();
-    Become(WaylinePtr());
+    ++m_changes;
+    Become(nullptr);
     m_simulation.ClearLine();
     return had;
 }
@@ -53,35 +96,64 @@ void WaylineKeeperC::ClearAll()
 }
 
 COutcome WaylineKeeperC::SetWaypoint(int number, const Waypoint& waypoint)
-{
+try {
     // A copy tries it out: waypoints that make no line change nothing.
     WaylineBuilderC changed = m_builder;
     const std::string problem = changed.Set(number, waypoint, Here());
     if (!problem.empty())
         return COutcome::Refused(problem);
-    const WaylinePtr wayline = changed.Wayline();
-    if (wayline) {
-        RecordedDrives drives = DrivesWith(changed);
-        COutcome outcome = Take(wayline, drives);
+    const std::size_t recorded = changed.Recorded().size();
+    const auto candidate =
+        Made({"set_waypoint"}, recorded,
+             [builder = std::make_shared<const WaylineBuilderC>(std::move(changed)),
+              drives = m_drives, changes = m_changes] {
+                 Candidate made = FromBuilder(*builder, drives);
+                 made.changes = changes;
+                 return made;
+             });
+    if (candidate->changes != m_changes)
+        return COutcome::Overtaken("the waypoints were changed meanwhile");
+    if (candidate->wayline) {
+        COutcome outcome = Take(*candidate);
         if (!outcome)
             return outcome;
-        m_drives = std::move(drives);
+        m_drives = candidate->drives;
     }
-    m_builder = std::move(changed);
+    ChangeBuilder(candidate->builder);
     return COutcome::Done();
+} catch (const CWorkEnded& ended) {
+    return COutcome::Overtaken(ended.what());
 }
 
 int WaylineKeeperC::RestoreWaypoints()
-{
-    const int count = m_builder.Restore();
-    if (m_builder.Kind() == Kestrove::EWaylineTypeEmpty)
+try {
+    WaylineBuilderC restored = m_builder;
+    const int count = restored.Restore();
+    if (restored.Kind() == Kestrove::EWaylineTypeEmpty) {
+        ChangeBuilder(restored);
         return count;
-    const WaylinePtr wayline = m_builder.Wayline();
-    if (!wayline || !Take(wayline, DrivesWith(m_builder))) {
-        Become(WaylinePtr());
+    }
+    const auto candidate =
+        Made({"RestoreWaypoints"}, restored.Recorded().size(),
+             [builder = std::make_shared<const WaylineBuilderC>(std::move(restored)),
+              drives = m_drives, changes = m_changes] {
+                 Candidate made = FromBuilder(*builder, drives);
+                 made.changes = changes;
+                 return made;
+             });
+    if (candidate->changes != m_changes)
+        return m_builder.Count();
+    const COutcome outcome = candidate->wayline ? Take(*candidate) : COutcome::Refused({});
+    if (outcome.IsOvertaken())
+        return m_builder.Count();
+    ChangeBuilder(candidate->builder);
+    if (!outcome) {
+        Become(nullptr);
         m_simulation.ClearLine();
     }
     return count;
+} catch (const CWorkEnded&) {
+    return m_builder.Count();
 }
 
 void WaylineKeeperC::Record(double height)
@@ -100,43 +172,72 @@ WaylineStatus WaylineKeeperC::Status() const
     return status;
 }
 
-double WaylineKeeperC::HeadingOf(const BListC& listForm) const
-{
-    std::string problem;
-    const WaylinePtr wayline = ReadWayline(listForm, problem);
-    const std::optional<LineDefinition> line = wayline ? LineOf(*wayline, m_drives) : std::nullopt;
-    return line ? m_simulation.HeadingNearest(*line) : std::numeric_limits<double>::quiet_NaN();
-}
-
 Core::Maths::Vector3<double> WaylineKeeperC::Here() const
 {
     const Point position = m_simulation.EstimatedPose().position;
     return {position.x, position.y, m_height};
 }
 
-COutcome WaylineKeeperC::Take(const WaylinePtr& wayline, const RecordedDrives& drives)
+/// Of a pointer whose references are not counted for threads: this one keeps the only one.
+WaylineKeeperC::SharedWayline WaylineKeeperC::Shared(const WaylinePtr& wayline)
 {
-    const std::optional<LineDefinition> line = LineOf(*wayline, drives);
-    if (!line)
+    const auto kept = std::make_shared<WaylinePtr>(wayline);
+    return {kept, kept->Get()};
+}
+
+WaylineKeeperC::Candidate WaylineKeeperC::FromList(const BListC& list,
+                                                   const SharedDrivesPtr& drives)
+{
+    Candidate read;
+    const WaylinePtr wayline = ReadWayline(list, read.problem);
+    if (wayline) {
+        read.line = SharedLineOf(*wayline, *drives);
+        read.wayline = Shared(wayline);
+    }
+    return read;
+}
+
+WaylineKeeperC::Candidate WaylineKeeperC::FromBuilder(WaylineBuilderC builder,
+                                                      const SharedDrivesPtr& drives)
+{
+    Candidate made;
+    const WaylinePtr wayline = builder.Wayline();
+    if (wayline) {
+        made.drives = DrivesWith(builder, drives);
+        made.line = SharedLineOf(*wayline, *made.drives);
+        made.wayline = Shared(wayline);
+    }
+    made.builder = std::move(builder);
+    return made;
+}
+
+template <typename TMake>
+std::shared_ptr<const WaylineKeeperC::Candidate>
+WaylineKeeperC::Made(const WorkKey& key, std::size_t points, TMake make) const
+{
+    return Calculated<Candidate>(m_work, key, EWork::Change, points, std::move(make));
+}
+
+COutcome WaylineKeeperC::Take(const Candidate& candidate)
+{
+    if (!candidate.line)
         return COutcome::Refused("there is no recorded drive");
-    COutcome outcome = m_simulation.SetLine(*line);
+    COutcome outcome = m_simulation.SetLine(candidate.line);
     if (outcome)
-        Become(wayline);
+        Become(candidate.wayline);
     return outcome;
 }
 
-void WaylineKeeperC::Become(const WaylinePtr& wayline)
+void WaylineKeeperC::Become(const SharedWayline& wayline)
 {
+    if (m_work != nullptr && m_wayline)
+        m_work->Discard(m_wayline);
     m_wayline = wayline;
     ++m_revision;
 }
 
-RecordedDrives WaylineKeeperC::DrivesWith(const WaylineBuilderC& builder) const
+void WaylineKeeperC::ChangeBuilder(const WaylineBuilderC& builder)
 {
-    RecordedDrives drives = m_drives;
-    if (!builder.Recorded().empty())
-        drives.last = builder.Recorded();
-    if (builder.Kind() == Kestrove::EWaylineTypePath)
-        drives.path = builder.Recorded();
-    return drives;
+    m_builder = builder;
+    ++m_changes;
 }

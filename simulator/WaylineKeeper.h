@@ -1,6 +1,10 @@
 #ifndef KESTROVE_SIMULATOR_WAYLINEKEEPER_H
 #define KESTROVE_SIMULATOR_WAYLINEKEEPER_H
 
+#include <cstddef>
+#include <memory>
+#include <vector>
+
 #include "core/Vector3.h"
 #include "platform/BElement.h"
 #include "simulator/WaylineBuilder.h"
@@ -24,14 +28,24 @@ struct WaylineStatus
 class WaylineKeeperC
 {
 public:
-    /// @param simulation must outlive this object.
-    explicit WaylineKeeperC(CSimulation& simulation) : m_simulation(simulation) {}
+    /// What a wayline is held as: it never changes, so that other threads can read it.
+    using SharedWayline = std::shared_ptr<const Kestrove::CWayline>;
+
+    /// @param simulation must outlive this object, and so must `work`, which makes what takes long;
+    ///        null to have it made on the spot. With it, operations may throw CWorkPending, as
+    ///        those of the simulation.
+    explicit WaylineKeeperC(CSimulation& simulation, CLongWork* work = nullptr)
+        : m_simulation(simulation), m_work(work)
+    {
+    }
 
     /// Replaces the wayline. Refused, the present one staying, when the list form is none or makes
     /// no line.
     COutcome Set(const BListC& listForm);
     /// The wayline; null when there is none that is complete.
-    const Kestrove::CWayline* Current() const { return m_wayline.Get(); }
+    const Kestrove::CWayline* Current() const { return m_wayline.get(); }
+    /// The same, to keep.
+    const SharedWayline& SharedCurrent() const { return m_wayline; }
     /// Begins a wayline in place of the present one. A replay is complete at once.
     COutcome Begin(Kestrove::EWaylineType kind);
     /// Drops the wayline, or the one that is being made.
@@ -48,7 +62,9 @@ public:
     /// Changes whenever the wayline does.
     int Revision() const { return m_revision; }
     /// The last recorded drives.
-    const RecordedDrives& Drives() const { return m_drives; }
+    const RecordedDrives& Drives() const { return *m_drives; }
+    /// The same, to keep.
+    const std::shared_ptr<const RecordedDrives>& SharedDrives() const { return m_drives; }
     /// Brings back the waypoints before the last change, and the wayline that they make.
     ///
     /// @return the number of waypoints set now.
@@ -61,21 +77,40 @@ public:
     void Record(double height);
 
     WaylineStatus Status() const;
-    /// The heading of any wayline where the machine is nearest to it; NaN for one without a shape.
-    double HeadingOf(const BListC& listForm) const;
 
 private:
+    using SharedDrivesPtr = std::shared_ptr<const RecordedDrives>;
+
+    /// A wayline that is to become the present one, with all that goes with it.
+    struct Candidate
+    {
+        std::string problem; ///< why there is none; empty otherwise
+        SharedWayline wayline;
+        LineDefinitionPtr line; ///< null when the wayline stands for none
+        SharedDrivesPtr drives;
+        WaylineBuilderC builder;
+        int changes = 0; ///< of the waypoints, so far
+    };
+
+    static SharedWayline Shared(const Kestrove::WaylinePtr& wayline);
+    static Candidate FromList(const BListC& list, const SharedDrivesPtr& drives);
+    static Candidate FromBuilder(WaylineBuilderC builder, const SharedDrivesPtr& drives);
+    template <typename TMake>
+    std::shared_ptr<const Candidate> Made(const WorkKey& key, std::size_t points, TMake make) const;
     Core::Maths::Vector3<double> Here() const;
-    COutcome Take(const Kestrove::WaylinePtr& wayline, const RecordedDrives& drives);
-    void Become(const Kestrove::WaylinePtr& wayline);
-    RecordedDrives DrivesWith(const WaylineBuilderC& builder) const;
+    COutcome Take(const Candidate& candidate);
+    COutcome TakeReplay();
+    void Become(const SharedWayline& wayline);
+    void ChangeBuilder(const WaylineBuilderC& builder);
 
     CSimulation& m_simulation;
+    CLongWork* m_work;
     WaylineBuilderC m_builder;
-    Kestrove::WaylinePtr m_wayline;
-    RecordedDrives m_drives;
+    SharedWayline m_wayline;
+    SharedDrivesPtr m_drives = std::make_shared<const RecordedDrives>();
     double m_height = 0.0;
     int m_revision = 0;
+    int m_changes = 0; ///< of the waypoints
 };
 
 #endif

@@ -1,6 +1,69 @@
 #include "simulator/WaylineOperations.h"
 
 #include <cmath>
+#include <limits>
+#include <optional>
+#include <string>
+
+#include "platform/BEncoder.h"
+#include "simulator/guidance/LineBuilder.h"
+
+namespace {
+
+/// The line that a list form stands for; nothing when it is none.
+std::optional<LineDefinition> LineIn(const BListC& list, const RecordedDrives& drives)
+{
+    std::string problem;
+    const Kestrove::WaylinePtr wayline = ReadWayline(list, problem);
+    return wayline ? LineOf(*wayline, drives) : std::nullopt;
+}
+
+/// How many points have to be looked at to make the lines of list forms, about.
+std::size_t WorkIn(const BListC& lists, const RecordedDrives& drives)
+{
+    auto points = static_cast<std::size_t>(lists.Size());
+    for (int index = 0; index < lists.Size() && points <= WorkQueueC::kPointsOnTheSpot; ++index) {
+        const BListC& list = *lists.GetList(index);
+        points += static_cast<std::size_t>(list.Size());
+        if (points > WorkQueueC::kPointsOnTheSpot)
+            break;
+        // Two points can be far apart. A drive may be long, too.
+        const int kind = list.GetInt(0);
+        const bool isDrive =
+            kind == Kestrove::EWaylineTypePath || kind == Kestrove::EWaylineTypeReplay;
+        points += isDrive ? drives.path.size() + drives.last.size() : 0;
+        if (points > WorkQueueC::kPointsOnTheSpot)
+            break;
+        const std::optional<LineDefinition> line = LineIn(list, drives);
+        points += line ? WorkOf(*line) : 0;
+    }
+    return points;
+}
+
+std::size_t PointsIn(const Kestrove::CWayline& wayline)
+{
+    if (const auto* spline = dynamic_cast<const Kestrove::CSplineWayline*>(&wayline))
+        return spline->points.size();
+    if (const auto* curve = dynamic_cast<const Kestrove::CABCurveWayline*>(&wayline))
+        return curve->points.size();
+    return 0;
+}
+
+/// Answers with a value that takes the longer the more points there are: what takes long is made
+/// aside as the bytes that cross the link, since to write them takes as long as the rest.
+template <typename TMake>
+Answer AnswerTo(CLongWork* work, const WorkKey& key, std::size_t points, const TMake& make)
+{
+    if (work == nullptr || work->OnTheSpot() || points <= WorkQueueC::kPointsOnTheSpot)
+        return {make(), {}, nullptr};
+    return {nullptr, {}, Calculated<std::string>(work, key, EWork::Query, points, [make] {
+                BEncoderC encoder;
+                encoder.Write(*make());
+                return std::string(encoder.Data(), encoder.Size());
+            })};
+}
+
+} // namespace
 
 void WaylineOperationsC::Register(OperationTableC& table)
 {
@@ -21,19 +84,32 @@ void WaylineOperationsC::SetWaylineOrigin(double latitude, double longitude, dou
     m_log.Carried("set_wayline_origin", m_feed.SetOrigin({latitude, longitude, height}));
 }
 
-std::vector<double> WaylineOperationsC::CalculateHeadings(NestedLists waylines)
+Answer WaylineOperationsC::CalculateHeadings(NestedLists waylines)
 {
-    std::vector<double> headings;
-    headings.reserve(static_cast<std::size_t>(waylines.elements.Size()));
-    for (int index = 0; index < waylines.elements.Size(); ++index)
-        headings.push_back(m_waylines.HeadingOf(*waylines.elements.GetList(index)));
-    return headings;
+    const auto headings = [lists = &waylines.elements, drives = m_waylines.SharedDrives(),
+                           filterSize = m_simulation.CurveFilterSize(),
+                           place = m_simulation.EstimatedPose().position] {
+        std::vector<double> found;
+        found.reserve(static_cast<std::size_t>(lists->Size()));
+        for (int index = 0; index < lists->Size(); ++index) {
+            EndWorkIfStopped();
+            const auto line = LineIn(*lists->GetList(index), *drives);
+            found.push_back(line ? CSimulation::HeadingNearest(*line, filterSize, place)
+                                 : std::numeric_limits<double>::quiet_NaN());
+        }
+        return ToValue(found);
+    };
+    return AnswerTo(m_work, {"calculate_headings", &waylines.elements},
+                    WorkIn(waylines.elements, m_waylines.Drives()), headings);
 }
 
-Value WaylineOperationsC::GetWayline()
+Answer WaylineOperationsC::GetWayline()
 {
-    const Kestrove::CWayline* wayline = m_waylines.Current();
-    return Value(wayline != nullptr ? wayline->ToBList() : nullptr);
+    const WaylineKeeperC::SharedWayline wayline = m_waylines.SharedCurrent();
+    if (!wayline)
+        return {};
+    return AnswerTo(m_work, {"get_wayline", wayline.get()}, PointsIn(*wayline),
+                    [wayline] { return Value(wayline->ToBList()); });
 }
 
 bool WaylineOperationsC::SetWayline(WholeList wayline)

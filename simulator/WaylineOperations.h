@@ -1,20 +1,21 @@
 #ifndef KESTROVE_SIMULATOR_WAYLINEOPERATIONS_H
 #define KESTROVE_SIMULATOR_WAYLINEOPERATIONS_H
 
-#include <vector>
-
 #include "simulator/OperationTable.h"
 #include "simulator/PositionFeed.h"
 #include "simulator/ServiceLog.h"
 #include "simulator/WaylineKeeper.h"
+#include "simulator/WorkQueue.h"
 
 /// The operations of waylines and waypoints.
 class WaylineOperationsC
 {
 public:
+    /// @param work makes what takes long; null to have it made on the spot.
     /// All must outlive this object.
-    WaylineOperationsC(WaylineKeeperC& waylines, PositionFeedC& feed, const ServiceLogC& log)
-        : m_waylines(waylines), m_feed(feed), m_log(log)
+    WaylineOperationsC(const CSimulation& simulation, WaylineKeeperC& waylines, PositionFeedC& feed,
+                       const ServiceLogC& log, CLongWork* work)
+        : m_simulation(simulation), m_waylines(waylines), m_feed(feed), m_log(log), m_work(work)
     {
     }
 
@@ -23,8 +24,8 @@ public:
 
 private:
     void SetWaylineOrigin(double latitude, double longitude, double height);
-    std::vector<double> CalculateHeadings(NestedLists waylines);
-    Value GetWayline();
+    Answer CalculateHeadings(NestedLists waylines);
+    Answer GetWayline();
     bool SetWayline(WholeList wayline);
     bool ClearWayline();
     bool StartWayline(int kind);
@@ -32,9 +33,11 @@ private:
     bool IsWaypointSet(int number);
     int RestoreWaypoints(LeadingOne);
 
+    const CSimulation& m_simulation;
     WaylineKeeperC& m_waylines;
     PositionFeedC& m_feed;
     const ServiceLogC& m_log;
+    CLongWork* m_work;
 };
 
 #endif

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "simulator/guidance/LongWork.h"
+
 namespace {
 
 Point Mix(const Point& from, const Point& to, double share)
@@ -116,6 +118,7 @@ std::vector<Point> CatmullRom(const std::vector<Point>& points)
     const double step = SpacingFor(PolylineLength(points)) / 4.0;
     std::vector<Point> curve;
     for (std::size_t i = 0; i < last; ++i) {
+        EndWorkIfStopped();
         const CCatmullRomSegment segment({i == 0 ? before : points[i - 1], points[i], points[i + 1],
                                           i + 1 == last ? after : points[i + 2]});
         const auto pieces = static_cast<int>(Distance(points[i], points[i + 1]) / step) + 1;

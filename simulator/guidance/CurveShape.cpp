@@ -9,7 +9,10 @@
 
 namespace {
 
+/// Segments that follow each other are looked at together, so many as lie within a small part of
+/// the whole: of points that lie scattered, each by itself.
 constexpr std::size_t kGroupSize = 32;
+constexpr double kGroupShare = 64.0;
 /// Curvature is the turn over this distance to both sides, which evens out the steps that
 /// Catmull-Rom curves make at their points.
 constexpr double kCurvatureReach = 1.0;
@@ -60,14 +63,25 @@ void CCurveShape::SetCurvatures()
 
 void CCurveShape::MakeGroups()
 {
-    for (std::size_t first = 0; first + 1 < m_vertices.size(); first += kGroupSize) {
-        const std::size_t last = std::min(first + kGroupSize, m_vertices.size() - 1);
-        const Point& centre = m_vertices[(first + last) / 2].position;
-        double radius = 0.0;
-        for (std::size_t i = first; i <= last; ++i)
-            radius = std::max(radius, Distance(centre, m_vertices[i].position));
-        m_groups.push_back({first, last, centre, radius});
+    Box whole = Box::Around(m_vertices.front().position);
+    for (const Vertex& vertex : m_vertices)
+        whole.Take(Box::Around(vertex.position));
+    const double largest = Distance(whole.least, whole.most) / kGroupShare;
+    std::vector<Box> boxes;
+    for (std::size_t first = 0; first + 1 < m_vertices.size();) {
+        Box box = Box::Around(m_vertices[first].position);
+        box.Take(Box::Around(m_vertices[first + 1].position));
+        std::size_t last = first + 1;
+        while (last + 1 < m_vertices.size() && last - first < kGroupSize &&
+               Distance(box.least, box.most) <= largest) {
+            ++last;
+            box.Take(Box::Around(m_vertices[last].position));
+        }
+        m_groups.push_back({first, last});
+        boxes.push_back(box);
+        first = last;
     }
+    m_tree = CBoxTree(boxes);
 }
 
 CCurveShape::OnSegment CCurveShape::NearestOn(std::size_t segment, const Point& place) const
@@ -127,18 +141,17 @@ Projection CCurveShape::Project(const Point& place) const
 {
     std::size_t best = 0;
     double bestDistance = NearestOn(0, place).squaredDistance;
-    for (const Group& group : m_groups) {
-        const double reach = Distance(group.centre, place) - group.radius;
-        if (reach > 0.0 && reach * reach >= bestDistance)
-            continue;
-        for (std::size_t segment = group.first; segment < group.last; ++segment) {
+    m_tree.Search(place, bestDistance, [&](std::size_t group) {
+        for (std::size_t segment = m_groups[group].first; segment < m_groups[group].last;
+             ++segment) {
             const double distance = NearestOn(segment, place).squaredDistance;
-            if (distance < bestDistance) {
+            // Of two that are equally near, the first one along the line.
+            if (distance < bestDistance || (distance == bestDistance && segment < best)) {
                 best = segment;
                 bestDistance = distance;
             }
         }
-    }
+    });
     Projection projection = ProjectOnto(best, place);
     if (m_ends == EEnds::Stop)
         return projection;

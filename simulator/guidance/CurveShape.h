@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "simulator/guidance/BoxTree.h"
 #include "simulator/guidance/LineShape.h"
 
 /// What a curve does past its first and last point.
@@ -27,6 +28,7 @@ public:
     LinePoint At(double station) const override;
     Stretch Clip(const Stretch& stretch) const override;
     double Length() const override;
+    std::size_t PointCount() const override { return m_vertices.size(); }
     /// Where the curve bends so tightly that its parallel would fold over, keeps the points that
     /// are no nearer to the curve than the offset, and rounds the corners that are left.
     LineShapePtr Parallel(double offset) const override;
@@ -47,13 +49,11 @@ private:
         double curvature;
         double station;
     };
-    /// A run of segments and a circle that holds them, which spares most segments a look.
+    /// A run of segments, which a box holds.
     struct Group
     {
         std::size_t first;
         std::size_t last;
-        Point centre;
-        double radius;
     };
 
     /// The nearest point of a segment: the share of its length and the square of the distance.
@@ -80,6 +80,7 @@ private:
 
     std::vector<Vertex> m_vertices;
     std::vector<Group> m_groups;
+    CBoxTree m_tree;              ///< of the groups
     std::vector<Beside> m_beside; ///< in rising order; empty unless made by Parallel()
     EEnds m_ends;
 };

@@ -61,15 +61,23 @@ void CFollowedLine::ChooseNearest(const Point& place)
         Take(static_cast<int>(std::lround(passes)));
 }
 
-void CFollowedLine::MoveTo(const Point& place, bool mayChangePass)
+void CFollowedLine::ChoosePass(const Point& place)
 {
     if (!m_base)
         return;
-    if (mayChangePass && m_repeats && m_follow == EFollow::NearestPass)
+    if (m_follow == EFollow::LineItself) {
+        if (m_pass != 0)
+            Take(0);
+    } else if (m_repeats) {
         ChooseNearest(place);
+    }
+}
+
+void CFollowedLine::MoveTo(const Point& place, bool mayChangeBranch)
+{
     if (!m_shape)
         return;
-    const bool tracked = !mayChangePass && m_tracked;
+    const bool tracked = !mayChangeBranch && m_tracked;
     m_position =
         tracked ? m_shape->ProjectNear(place, m_position.station) : m_shape->Project(place);
     m_baseStation = m_shape->StationOnBase(m_position.station);
@@ -92,10 +100,17 @@ void CFollowedLine::Rebuild()
     const double offset = m_pass * m_width + m_shift;
     if (m_base == m_shapeBase && (offset == m_shapeOffset || !m_base))
         return;
-    m_shape = m_base && offset != 0.0 ? m_base->Parallel(offset) : m_base;
+    m_shape = m_base && offset != 0.0 ? ParallelOfBase(offset) : m_base;
     m_shapeBase = m_base;
     m_shapeOffset = offset;
     ++m_revision;
     if (m_shape)
         m_position.station = m_shape->StationFromBase(m_baseStation);
+}
+
+LineShapePtr CFollowedLine::ParallelOfBase(double offset) const
+{
+    return *Calculated<LineShapePtr>(m_work, {"parallel", m_base.get(), offset}, EWork::Change,
+                                     m_base->PointCount(),
+                                     [base = m_base, offset] { return base->Parallel(offset); });
 }

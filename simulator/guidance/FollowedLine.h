@@ -2,6 +2,7 @@
 #define KESTROVE_SIMULATOR_GUIDANCE_FOLLOWEDLINE_H
 
 #include "simulator/guidance/LineShape.h"
+#include "simulator/guidance/LongWork.h"
 
 /// Which of the parallel passes is followed.
 enum class EFollow
@@ -19,9 +20,16 @@ enum class EFollow
 ///
 /// While the pass may not change, the machine stays on its branch of a line that crosses itself,
 /// also when the line moves or is reshaped.
+///
+/// A value: a copy tries a change out. Where a pass is made, CWorkPending and CWorkEnded may come
+/// out; the object is good for nothing then but to be destroyed.
 class CFollowedLine
 {
 public:
+    /// @param work makes the passes; null to have them made on the spot. Must outlive this object
+    ///        and its copies.
+    explicit CFollowedLine(CLongWork* work = nullptr) : m_work(work) {}
+
     /// Replaces the line; null for none. Follows the line itself.
     /// @param repeats whether there are passes beside it.
     void SetBase(LineShapePtr base, bool repeats);
@@ -40,10 +48,14 @@ public:
     /// Starts to follow the pass nearest to `place`, or the line itself.
     void Follow(EFollow follow, const Point& place);
     EFollow Following() const { return m_follow; }
+    /// Has the line itself followed from the next ChoosePass() on.
+    void FollowItselfSoon() { m_follow = EFollow::LineItself; }
 
-    /// Takes in where the machine is now.
-    /// @param mayChangePass false while steering is engaged.
-    void MoveTo(const Point& place, bool mayChangePass);
+    /// Follows the pass that the machine has moved to; not to be called while steering is engaged.
+    void ChoosePass(const Point& place);
+    /// Takes in where the machine is now, beside the present pass.
+    /// @param mayChangeBranch false while steering is engaged.
+    void MoveTo(const Point& place, bool mayChangeBranch);
 
     int Pass() const { return m_pass; }
     /// The followed pass at its present place; null when there is no line, or nothing is left of
@@ -64,7 +76,9 @@ private:
     void ChooseNearest(const Point& place);
     void Take(int pass);
     void Rebuild();
+    LineShapePtr ParallelOfBase(double offset) const;
 
+    CLongWork* m_work;
     LineShapePtr m_base;
     LineShapePtr m_shape;
     Projection m_position;

@@ -1,5 +1,6 @@
 #include "simulator/guidance/LineBuilder.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <memory>
@@ -146,4 +147,13 @@ BuiltLine BuildLine(const LineDefinition& line, int curveFilterSize)
         return BuildDriven(points, EEnds::Stop, curveFilterSize);
     }
     return Refused("the line is of an unknown kind");
+}
+
+std::size_t WorkOf(const LineDefinition& line)
+{
+    if (PointCount(line.kind) != 0)
+        return 0;
+    const double held = std::min(PolylineLength(line.points) / kCurveSpacing, kMostCurvePoints);
+    // What is not finite is refused before anything is made of it.
+    return line.points.size() + (held > 0.0 ? static_cast<std::size_t>(held) : 0);
 }

@@ -1,6 +1,7 @@
 #ifndef KESTROVE_SIMULATOR_GUIDANCE_LINEBUILDER_H
 #define KESTROVE_SIMULATOR_GUIDANCE_LINEBUILDER_H
 
+#include <cstddef>
 #include <string>
 
 #include "simulator/guidance/LineDefinition.h"
@@ -12,6 +13,9 @@ struct BuiltLine
     LineShapePtr shape; ///< null when refused
     std::string reason; ///< empty unless refused; names the value
 };
+
+/// How many points the shape of a definition has to be made of, about: how long that takes.
+std::size_t WorkOf(const LineDefinition& line);
 
 /// Makes the shape that a definition describes.
 ///

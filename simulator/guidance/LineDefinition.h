@@ -1,6 +1,7 @@
 #ifndef KESTROVE_SIMULATOR_GUIDANCE_LINEDEFINITION_H
 #define KESTROVE_SIMULATOR_GUIDANCE_LINEDEFINITION_H
 
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -25,6 +26,8 @@ struct LineDefinition
     std::vector<Point> points;
     double heading = 0.0; ///< of ELineKind::Heading alone
 };
+
+using LineDefinitionPtr = std::shared_ptr<const LineDefinition>;
 
 inline LineDefinition StraightLine(const Point& a, const Point& b)
 {

@@ -1,6 +1,7 @@
 #ifndef KESTROVE_SIMULATOR_GUIDANCE_LINESHAPE_H
 #define KESTROVE_SIMULATOR_GUIDANCE_LINESHAPE_H
 
+#include <cstddef>
 #include <memory>
 
 #include "simulator/machine/Pose.h"
@@ -52,6 +53,9 @@ public:
     virtual LinePoint At(double station) const = 0;
     /// The part of a stretch that belongs to the line, once round at most.
     virtual Stretch Clip(const Stretch& stretch) const = 0;
+    /// How many points the shape is held as, which tells how long it takes to make one like it; 0
+    /// for one that a few numbers hold.
+    virtual std::size_t PointCount() const { return 0; }
     /// Metres; 0 for a straight line, which has no ends.
     virtual double Length() const = 0;
     /// The parallel line `offset` metres to the right; null when nothing is left of it, such as far

@@ -4,6 +4,8 @@
 #include <array>
 #include <cstddef>
 
+#include "simulator/guidance/LongWork.h"
+
 namespace {
 
 /// The sums of a least-squares parabola over some points, in distances from an origin on the line.
@@ -157,6 +159,7 @@ std::vector<Point> SmoothedByParabolas(const std::vector<Point>& points, int win
     std::vector<Point> smoothed;
     smoothed.reserve(points.size());
     for (std::size_t i = 0; i < points.size(); ++i) {
+        EndWorkIfStopped();
         // Near an end the window keeps at least four points, or the parabola would be no smoother.
         const std::size_t first = std::min(i < reach ? 0 : i - reach, points.size() - 4);
         const std::size_t last = std::max<std::size_t>(std::min(points.size() - 1, i + reach), 3);

@@ -28,15 +28,16 @@ bool IsDriven(ELineKind kind)
 
 } // namespace
 
-CSimulation::State::State(const SimulationOptions& startOptions)
+CSimulation::State::State(const SimulationOptions& startOptions, CLongWork* longWork)
     : options(startOptions),
       machine(options.startPose, options.speed, CSteering(options.centreBias, options.backlash)),
       ground(options.ground, options.seed),
       receiver(options.receiver, options.seed, kControlSeconds),
-      estimator(AccuracyOf(options.receiver))
+      estimator(AccuracyOf(options.receiver)), work(longWork), line(longWork),
+      definition(std::make_shared<const LineDefinition>())
 {
     settings.speedSetPoint = options.speed;
-    ArrangeLine();
+    Arrange(line, settings, *definition);
     measured = receiver.Measure(machine.TruePose());
     estimator.Correct(measured);
 }
@@ -51,63 +52,162 @@ Pose CSimulation::State::ControlPose() const
     return fed.Active() ? fed.Now() : estimator.Estimate().pose;
 }
 
-double CSimulation::State::CountedImplementOffset() const
+double CSimulation::State::CountedImplementOffset(const SimulationSettings& of,
+                                                  const LineDefinition& line)
 {
-    const bool counts = definition.kind != ELineKind::Spline || settings.splinesUseImplementOffset;
-    return counts ? settings.implementOffset : 0.0;
+    const bool counts = line.kind != ELineKind::Spline || of.splinesUseImplementOffset;
+    return counts ? of.implementOffset : 0.0;
 }
 
-void CSimulation::State::ArrangeLine()
+void CSimulation::State::Arrange(CFollowedLine& placed, const SimulationSettings& by,
+                                 const LineDefinition& of) const
 {
-    line.Arrange(settings.implementWidth,
-                 settings.nudge + settings.fieldOffset + CountedImplementOffset());
+    placed.Arrange(by.implementWidth, by.nudge + by.fieldOffset + CountedImplementOffset(by, of));
 }
 
-void CSimulation::State::ShiftLine()
+void CSimulation::State::EndIfOvertaken() const
 {
-    ArrangeLine();
+    if (work != nullptr)
+        work->EndIfOvertaken();
+}
+
+void CSimulation::State::Become(CFollowedLine&& changed)
+{
+    const bool keepsShapes =
+        line.SharedBase() == changed.SharedBase() && line.SharedShape() == changed.SharedShape();
+    if (work != nullptr && !keepsShapes)
+        work->Discard(std::make_shared<CFollowedLine>(std::move(line)));
+    line = std::move(changed);
+}
+
+COutcome CSimulation::State::Adopt(const SimulationSettings& changed)
+try {
+    EndIfOvertaken();
+    CFollowedLine moved = line;
+    Arrange(moved, changed, *definition);
+    Become(std::move(moved));
+    settings = changed;
     LocateOnLine();
+    return COutcome::Done();
+} catch (const CWorkEnded& ended) {
+    return COutcome::Overtaken(ended.what());
 }
 
 void CSimulation::State::LocateOnLine()
 {
-    line.MoveTo(ControlPose().position, !engagement.Engaged());
-    if (line.Shape() && !engagement.Engaged()) {
-        const double lineHeading = line.Position().foot.heading;
-        facesAgainst = std::abs(NormaliseTurn(ControlPose().heading - lineHeading)) > kPi / 2.0;
+    const Point place = ControlPose().position;
+    const bool engaged = engagement.Engaged();
+    if (!engaged) {
+        try {
+            CFollowedLine chosen = line;
+            chosen.ChoosePass(place);
+            Become(std::move(chosen));
+        } catch (const CWorkPending& pending) {
+            work->Prepare(pending);
+        } catch (const CWorkEnded&) {
+            // The present pass stays until a later look.
+        }
     }
+    line.MoveTo(place, !engaged);
+    if (!engaged)
+        FaceLine();
 }
 
-COutcome CSimulation::State::BuildFrom(const LineDefinition& newLine)
+void CSimulation::State::FaceLine()
 {
-    BuiltLine built = BuildLine(newLine, settings.curveFilterSize);
+    if (!line.Shape())
+        return;
+    const double lineHeading = line.Position().foot.heading;
+    facesAgainst = std::abs(NormaliseTurn(ControlPose().heading - lineHeading)) > kPi / 2.0;
+}
+
+bool CSimulation::State::IsSmoothed() const
+{
+    return line.Base() != nullptr && IsDriven(definition->kind);
+}
+
+BuiltLine CSimulation::State::Built(const LineDefinitionPtr& of, int filterSize) const
+{
+    return *Calculated<BuiltLine>(work, {"build", of.get(), static_cast<double>(filterSize)},
+                                  EWork::Change, WorkOf(*of),
+                                  [of, filterSize] { return BuildLine(*of, filterSize); });
+}
+
+COutcome CSimulation::State::BuildFrom(const LineDefinitionPtr& newLine)
+try {
+    EndIfOvertaken();
+    BuiltLine built = Built(newLine, settings.curveFilterSize);
     if (!built.shape)
         return COutcome::Refused(built.reason);
-    const EFollow follow = line.Following();
+    CFollowedLine replaced = line;
+    replaced.SetBase(std::move(built.shape), Repeats(newLine->kind));
+    Arrange(replaced, settings, *newLine);
+    replaced.Follow(navigationActive ? line.Following() : EFollow::LineItself,
+                    ControlPose().position);
+    Become(std::move(replaced));
     definition = newLine;
-    line.SetBase(std::move(built.shape), Repeats(newLine.kind));
-    ArrangeLine();
-    line.Follow(navigationActive ? follow : EFollow::LineItself, ControlPose().position);
-    if (line.Shape()) {
-        const double lineHeading = line.Position().foot.heading;
-        facesAgainst = std::abs(NormaliseTurn(ControlPose().heading - lineHeading)) > kPi / 2.0;
-    }
+    FaceLine();
+    if (work != nullptr)
+        work->LineReplaced();
     return COutcome::Done();
+} catch (const CWorkEnded& ended) {
+    return COutcome::Overtaken(ended.what());
 }
 
 COutcome CSimulation::State::Smooth(int filterSize)
-{
-    if (line.Base() != nullptr && IsDriven(definition.kind)) {
-        BuiltLine built = BuildLine(definition, filterSize);
+try {
+    EndIfOvertaken();
+    if (IsSmoothed()) {
+        BuiltLine built = Built(definition, filterSize);
         if (!built.shape) {
             return COutcome::Refused("smoothed over " + std::to_string(filterSize) + " points, " +
                                      built.reason);
         }
-        line.Reshape(std::move(built.shape));
+        CFollowedLine reshaped = line;
+        reshaped.Reshape(std::move(built.shape));
+        Become(std::move(reshaped));
         LocateOnLine();
     }
     settings.curveFilterSize = filterSize;
     return COutcome::Done();
+} catch (const CWorkEnded& ended) {
+    return COutcome::Overtaken(ended.what());
+}
+
+COutcome CSimulation::State::Restore()
+try {
+    EndIfOvertaken();
+    SimulationSettings start;
+    start.speedSetPoint = options.speed;
+    CFollowedLine restored = line;
+    if (start.curveFilterSize != settings.curveFilterSize && IsSmoothed()) {
+        BuiltLine built = Built(definition, start.curveFilterSize);
+        // A line that this would leave nothing of stays smoothed as it is.
+        if (built.shape)
+            restored.Reshape(std::move(built.shape));
+    }
+    Arrange(restored, start, *definition);
+    Become(std::move(restored));
+    settings = start;
+    LocateOnLine();
+    return COutcome::Done();
+} catch (const CWorkEnded& ended) {
+    return COutcome::Overtaken(ended.what());
+}
+
+COutcome CSimulation::State::Follow(EFollow follow)
+try {
+    EndIfOvertaken();
+    if (line.Base() == nullptr)
+        return COutcome::Refused("there is no complete line");
+    CFollowedLine followed = line;
+    followed.Follow(follow, ControlPose().position);
+    Become(std::move(followed));
+    navigationActive = true;
+    LocateOnLine();
+    return COutcome::Done();
+} catch (const CWorkEnded& ended) {
+    return COutcome::Overtaken(ended.what());
 }
 
 double CSimulation::State::HeadingErrorNow() const
@@ -155,8 +255,8 @@ void CSimulation::State::Control()
     }
 }
 
-CSimulation::CSimulation(const SimulationOptions& options)
-    : m_state(std::make_unique<State>(options))
+CSimulation::CSimulation(const SimulationOptions& options, CLongWork* work)
+    : m_state(std::make_unique<State>(options, work))
 {
 }
 
@@ -196,6 +296,11 @@ bool CSimulation::ControlRan() const
 
 COutcome CSimulation::SetLine(const LineDefinition& line)
 {
+    return SetLine(std::make_shared<const LineDefinition>(line));
+}
+
+COutcome CSimulation::SetLine(const LineDefinitionPtr& line)
+{
     return m_state->BuildFrom(line);
 }
 
@@ -203,20 +308,19 @@ bool CSimulation::ClearLine()
 {
     if (!HasLine())
         return false;
-    StopNavigation();
-    m_state->line.SetBase(nullptr, false);
-    m_state->definition = {};
+    State& state = *m_state;
+    state.navigationActive = false;
+    Disengage();
+    CFollowedLine none = state.line;
+    none.SetBase(nullptr, false);
+    state.Become(std::move(none));
+    state.definition = std::make_shared<const LineDefinition>();
     return true;
 }
 
 COutcome CSimulation::StartNavigation(EFollow follow)
 {
-    if (!HasLine())
-        return COutcome::Refused("there is no complete line");
-    m_state->navigationActive = true;
-    m_state->line.Follow(follow, m_state->ControlPose().position);
-    m_state->LocateOnLine();
-    return COutcome::Done();
+    return m_state->Follow(follow);
 }
 
 void CSimulation::StopNavigation()
@@ -224,7 +328,7 @@ void CSimulation::StopNavigation()
     State& state = *m_state;
     state.navigationActive = false;
     Disengage();
-    state.line.Follow(EFollow::LineItself, state.ControlPose().position);
+    state.line.FollowItselfSoon();
     state.LocateOnLine();
 }
 
@@ -247,6 +351,8 @@ void CSimulation::Disengage()
 {
     m_state->engagement.Disengage();
     m_state->command = 0.0;
+    if (m_state->work != nullptr)
+        m_state->work->Disengaged();
 }
 
 COutcome CSimulation::Feed(const FedPosition& sample)

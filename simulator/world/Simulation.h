@@ -67,7 +67,11 @@ public:
     /// Guidance runs, and all that it reports changes, once in so many steps.
     static constexpr int kStepsPerControl = 5;
 
-    explicit CSimulation(const SimulationOptions& options);
+    /// @param work makes the long calculations; null to have them made on the spot. With it, the
+    ///        operations that move or replace the line may throw CWorkPending and have changed
+    ///        nothing then: they are to be called again when the result is there. Those that have
+    ///        been overtaken are refused. Must outlive this object.
+    explicit CSimulation(const SimulationOptions& options, CLongWork* work = nullptr);
     ~CSimulation();
     CSimulation(const CSimulation&) = delete;
     CSimulation& operator=(const CSimulation&) = delete;
@@ -86,6 +90,8 @@ public:
     /// Replaces the line. Navigation and steering go on along the new one while their conditions
     /// hold. Refused, the old line staying, when the values make no line: the reason names them.
     COutcome SetLine(const LineDefinition& line);
+    /// The same without a copy.
+    COutcome SetLine(const LineDefinitionPtr& line);
     /// Drops the line, which ends navigation and steering.
     /// @return false when there was none.
     bool ClearLine();
@@ -94,6 +100,9 @@ public:
     double LineLength() const;
     /// The heading of any line where the machine is nearest to it; NaN when it makes no line.
     double HeadingNearest(const LineDefinition& line) const;
+    /// The same of a line smoothed over so many points, from any place; uses nothing else, so that
+    /// it may be called on any thread.
+    static double HeadingNearest(const LineDefinition& line, int filterSize, const Point& place);
 
     // Navigation and steering.
 
@@ -140,7 +149,7 @@ public:
     double FieldOffset() const;
     COutcome SetImplementOffset(double metres);
     double ImplementOffset() const;
-    void SetSplinesUseImplementOffset(bool use);
+    COutcome SetSplinesUseImplementOffset(bool use);
     bool SplinesUseImplementOffset() const;
     /// The whole shift of the line that is set: nudge + field offset + implement offset as it
     /// counts.
@@ -173,7 +182,7 @@ public:
     /// Puts every setting (conditions, offsets, width, tuning and its limits, speed set point,
     /// look-ahead time, filter size) back to its start value. Navigation goes on. A curve that
     /// would be none when smoothed by the start value stays as it is.
-    void RestoreSettings();
+    COutcome RestoreSettings();
 
     // Positions from outside.
 

@@ -32,10 +32,15 @@ double CSimulation::LineLength() const
 
 double CSimulation::HeadingNearest(const LineDefinition& line) const
 {
-    const BuiltLine built = BuildLine(line, m_state->settings.curveFilterSize);
+    return HeadingNearest(line, CurveFilterSize(), EstimatedPose().position);
+}
+
+double CSimulation::HeadingNearest(const LineDefinition& line, int filterSize, const Point& place)
+{
+    const BuiltLine built = BuildLine(line, filterSize);
     if (!built.shape)
         return std::numeric_limits<double>::quiet_NaN();
-    return built.shape->Project(m_state->ControlPose().position).foot.heading;
+    return built.shape->Project(place).foot.heading;
 }
 
 bool CSimulation::NavigationActive() const

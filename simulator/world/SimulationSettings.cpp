@@ -84,9 +84,9 @@ double CSimulation::LowSpeedTimeout() const
 
 COutcome CSimulation::SetNudge(double metres)
 {
-    COutcome outcome = Set(m_state->settings.nudge, kShift, metres);
-    m_state->ShiftLine();
-    return outcome;
+    SimulationSettings changed = m_state->settings;
+    COutcome outcome = Set(changed.nudge, kShift, metres);
+    return outcome ? m_state->Adopt(changed) : outcome;
 }
 
 double CSimulation::Nudge() const
@@ -96,9 +96,9 @@ double CSimulation::Nudge() const
 
 COutcome CSimulation::SetFieldOffset(double metres)
 {
-    COutcome outcome = Set(m_state->settings.fieldOffset, kShift, metres);
-    m_state->ShiftLine();
-    return outcome;
+    SimulationSettings changed = m_state->settings;
+    COutcome outcome = Set(changed.fieldOffset, kShift, metres);
+    return outcome ? m_state->Adopt(changed) : outcome;
 }
 
 double CSimulation::FieldOffset() const
@@ -108,9 +108,9 @@ double CSimulation::FieldOffset() const
 
 COutcome CSimulation::SetImplementOffset(double metres)
 {
-    COutcome outcome = Set(m_state->settings.implementOffset, kShift, metres);
-    m_state->ShiftLine();
-    return outcome;
+    SimulationSettings changed = m_state->settings;
+    COutcome outcome = Set(changed.implementOffset, kShift, metres);
+    return outcome ? m_state->Adopt(changed) : outcome;
 }
 
 double CSimulation::ImplementOffset() const
@@ -118,10 +118,11 @@ double CSimulation::ImplementOffset() const
     return m_state->settings.implementOffset;
 }
 
-void CSimulation::SetSplinesUseImplementOffset(bool use)
+COutcome CSimulation::SetSplinesUseImplementOffset(bool use)
 {
-    m_state->settings.splinesUseImplementOffset = use;
-    m_state->ShiftLine();
+    SimulationSettings changed = m_state->settings;
+    changed.splinesUseImplementOffset = use;
+    return m_state->Adopt(changed);
 }
 
 bool CSimulation::SplinesUseImplementOffset() const
@@ -137,9 +138,9 @@ double CSimulation::LineShift() const
 
 COutcome CSimulation::SetImplementWidth(double metres)
 {
-    COutcome outcome = Set(m_state->settings.implementWidth, kWidth, metres);
-    m_state->ShiftLine();
-    return outcome;
+    SimulationSettings changed = m_state->settings;
+    COutcome outcome = Set(changed.implementWidth, kWidth, metres);
+    return outcome ? m_state->Adopt(changed) : outcome;
 }
 
 double CSimulation::ImplementWidth() const
@@ -194,12 +195,7 @@ int CSimulation::CurveFilterSize() const
     return m_state->settings.curveFilterSize;
 }
 
-void CSimulation::RestoreSettings()
+COutcome CSimulation::RestoreSettings()
 {
-    const SimulationSettings start;
-    // A line that this would leave nothing of stays smoothed as it is.
-    SetCurveFilterSize(start.curveFilterSize);
-    m_state->settings = start;
-    m_state->settings.speedSetPoint = m_state->options.speed;
-    m_state->ShiftLine();
+    return m_state->Restore();
 }

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "simulator/guidance/Engagement.h"
+#include "simulator/guidance/LineBuilder.h"
 #include "simulator/guidance/PoseEstimator.h"
 #include "simulator/guidance/SteeringController.h"
 #include "simulator/world/Simulation.h"
@@ -27,26 +28,32 @@ struct SimulationSettings
 /// All that a simulation is made of, and what its operations share.
 struct CSimulation::State
 {
-    explicit State(const SimulationOptions& startOptions);
+    State(const SimulationOptions& startOptions, CLongWork* longWork);
 
     // Runs guidance: measures, finds the pose, looks at the conditions, steers.
     void Control();
-    // Takes the machine's present pose and all settings over into where it is on the line.
+    // Takes the machine's present pose over into where it is on the line. A pass that it has moved
+    // to and that takes long to make is followed when it has been made.
     void LocateOnLine();
-    // Takes the settings that place the line over.
-    void ArrangeLine();
-    // The same, and takes in where that leaves the machine.
-    void ShiftLine();
-    // Makes the line from its definition. Returns false, changing nothing, when it makes none.
-    COutcome BuildFrom(const LineDefinition& line);
+    // Takes settings over, with the line at the place that they give it. Refused when that has been
+    // overtaken. Changes nothing when the line's place has to be calculated aside first.
+    COutcome Adopt(const SimulationSettings& changed);
+    // Makes the line from its definition. Refused, changing nothing, when it makes none.
+    COutcome BuildFrom(const LineDefinitionPtr& newLine);
     // Takes a curve filter size over, for the present line too. Refused, changing nothing, when it
     // would leave no line.
     COutcome Smooth(int filterSize);
+    COutcome Follow(EFollow follow);
+    // Puts all settings back to those of the start.
+    COutcome Restore();
 
     double ControlSpeed() const;
     Pose ControlPose() const;
     double HeadingErrorNow() const;
-    double CountedImplementOffset() const;
+    double CountedImplementOffset() const { return CountedImplementOffset(settings, *definition); }
+    static double CountedImplementOffset(const SimulationSettings& of, const LineDefinition& line);
+    bool IsSmoothed() const;
+    BuiltLine Built(const LineDefinitionPtr& of, int filterSize) const;
     EngageSituation Situation() const;
     TrackingGains Gains() const;
 
@@ -57,11 +64,18 @@ struct CSimulation::State
     CReceiver receiver;
     CPoseEstimator estimator;
     CFedPositions fed;
+    CLongWork* work; ///< null to have all calculated on the spot
     CFollowedLine line;
-    LineDefinition definition; ///< of `line`, when it has one
+    LineDefinitionPtr definition; ///< of `line`, when it has one; never null
     CSteeringController controller;
     CEngagement engagement;
     bool navigationActive = false;
+    void Arrange(CFollowedLine& placed, const SimulationSettings& by,
+                 const LineDefinition& of) const;
+    void Become(CFollowedLine&& changed);
+    void FaceLine();
+    void EndIfOvertaken() const;
+
     bool facesAgainst = false; ///< the machine looks against the direction of the line
     bool controlRan = false;
     std::uint64_t steps = 0;

@@ -1,0 +1,250 @@
+#include "simulator/WorkQueue.h"
+
+#include <algorithm>
+#include <csignal>
+#include <utility>
+
+#include <asio/post.hpp>
+#include <pthread.h>
+
+namespace {
+
+/// About what is discarded at a time; what is not large does no harm there.
+constexpr std::size_t kDiscardedBytes = std::size_t{1} << 20U;
+
+/// Signals are the loop's.
+void BlockSignals()
+{
+    sigset_t all;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, nullptr);
+}
+
+} // namespace
+
+/// What has become of a calculation: one of `result` and `thrown`. Keeps its inputs alive, whose
+/// places in memory are part of the key.
+struct WorkQueueC::Made
+{
+    WorkKey key;
+    Calculation calculate;
+    WorkResult result;
+    std::exception_ptr thrown;
+};
+
+struct WorkQueueC::Job
+{
+    explicit Job(const CWorkPending& pending)
+        : key(pending.Key()), kind(pending.Kind()), calculate(pending.Calculate())
+    {
+    }
+
+    WorkKey key;
+    EWork kind;
+    Calculation calculate;
+    std::atomic<bool> stop{false};
+};
+
+struct WorkQueueC::Task
+{
+    Ticket ticket = 0;
+    Attempt attempt;
+    int attempts = 0;
+    std::vector<Made> made;
+    std::shared_ptr<Job> job; ///< that is being made; null while none is
+    std::string ended;        ///< why a change is not to take effect; empty unless so
+};
+
+WorkQueueC::WorkQueueC(asio::io_context& loop) : m_loop(loop)
+{
+    asio::post(m_thread, BlockSignals);
+}
+
+WorkQueueC::~WorkQueueC()
+{
+    *m_alive = false;
+    if (m_preparing)
+        m_preparing->stop = true;
+    if (!m_tasks.empty() && m_tasks.front()->job)
+        m_tasks.front()->job->stop = true;
+    m_thread.stop();
+    m_thread.join();
+}
+
+WorkQueueC::Ticket WorkQueueC::Add(Attempt attempt)
+{
+    const auto task = std::make_shared<Task>();
+    task->ticket = ++m_lastTicket;
+    task->attempt = std::move(attempt);
+    m_tasks.push_back(task);
+    if (m_tasks.size() == 1)
+        PostNext();
+    return task->ticket;
+}
+
+void WorkQueueC::Forget(Ticket ticket)
+{
+    const auto found = std::find_if(m_tasks.begin(), m_tasks.end(),
+                                    [ticket](const auto& task) { return task->ticket == ticket; });
+    if (found == m_tasks.end())
+        return;
+    if (found != m_tasks.begin()) {
+        Discard(*found);
+        m_tasks.erase(found);
+    } else if ((*found)->job && (*found)->job->kind == EWork::Query) {
+        (*found)->job->stop = true;
+    }
+}
+
+void WorkQueueC::CallOnTheSpot(const Attempt& attempt)
+{
+    const bool before = std::exchange(m_onTheSpot, true);
+    try {
+        attempt();
+    } catch (...) {
+        m_onTheSpot = before;
+        throw;
+    }
+    m_onTheSpot = before;
+}
+
+/// In a turn of its own, so that short operations that are queued together do not hold the loop.
+void WorkQueueC::PostNext()
+{
+    asio::post(m_loop, [this, alive = m_alive] {
+        if (*alive)
+            Next();
+    });
+}
+
+void WorkQueueC::Next()
+{
+    if (m_tasks.empty())
+        return;
+    const std::shared_ptr<Task> task = m_tasks.front();
+    Call(task);
+}
+
+void WorkQueueC::Call(const std::shared_ptr<Task>& task)
+{
+    if (++task->attempts > kMostAttempts)
+        EndChange(*task, "what it works on kept changing");
+    m_present = task;
+    try {
+        task->attempt();
+        m_present = nullptr;
+        End(task);
+    } catch (const CWorkPending& pending) {
+        m_present = nullptr;
+        task->job = std::make_shared<Job>(pending);
+        MakeAside(task->job, [this, task](Made made) {
+            task->job = nullptr;
+            task->made.push_back(std::move(made));
+            Call(task);
+        });
+    }
+}
+
+void WorkQueueC::End(const std::shared_ptr<Task>& task)
+{
+    m_tasks.pop_front();
+    // What is large, and not the task itself, which its caller still holds.
+    Discard(std::make_shared<std::pair<std::vector<Made>, Attempt>>(std::move(task->made),
+                                                                    std::move(task->attempt)));
+    if (!m_tasks.empty())
+        PostNext();
+}
+
+void WorkQueueC::MakeAside(const std::shared_ptr<Job>& job, std::function<void(Made)> take)
+{
+    asio::post(m_thread, [this, &loop = m_loop, alive = m_alive, job, take = std::move(take)] {
+        Made made{job->key, job->calculate, nullptr, nullptr};
+        g_workStop = &job->stop;
+        try {
+            EndWorkIfStopped();
+            made.result = job->calculate();
+        } catch (...) {
+            made.thrown = std::current_exception();
+        }
+        g_workStop = nullptr;
+        asio::post(loop, [alive, take, made = std::move(made)]() mutable {
+            if (*alive)
+                take(std::move(made));
+        });
+    });
+}
+
+WorkResult WorkQueueC::Get(const WorkKey& key, EWork kind, std::size_t points,
+                           const Calculation& calculate)
+{
+    if (kind == EWork::Change)
+        EndIfOvertaken();
+    const auto isThat = [&key](const Made& made) { return made.key == key; };
+    if (m_present) {
+        std::vector<Made>& made = m_present->made;
+        const auto found = std::find_if(made.begin(), made.end(), isThat);
+        if (found != made.end() && found->thrown)
+            std::rethrow_exception(found->thrown);
+        if (found != made.end())
+            return found->result;
+    }
+    // Taken by what it was prepared for: it is not needed twice.
+    if (m_prepared && isThat(*m_prepared) && m_prepared->result)
+        return std::exchange(m_prepared, nullptr)->result;
+    if (!m_onTheSpot && points > kPointsOnTheSpot)
+        throw CWorkPending(key, kind, calculate);
+    const WorkResult result = calculate();
+    // A later attempt of the same operation takes it from here: what it stands for stays the same.
+    if (m_present)
+        m_present->made.push_back({key, calculate, result, nullptr});
+    return result;
+}
+
+void WorkQueueC::EndIfOvertaken() const
+{
+    if (m_present && !m_present->ended.empty())
+        throw CWorkEnded(m_present->ended);
+}
+
+void WorkQueueC::Prepare(const CWorkPending& pending)
+{
+    if (m_preparing)
+        return;
+    m_preparing = std::make_shared<Job>(pending);
+    MakeAside(m_preparing, [this](Made made) {
+        m_preparing = nullptr;
+        Discard(m_prepared);
+        m_prepared = std::make_shared<const Made>(std::move(made));
+    });
+}
+
+void WorkQueueC::Discard(std::shared_ptr<const void> thing)
+{
+    if (thing)
+        m_disposer.Destroy(std::move(thing), kDiscardedBytes);
+}
+
+void WorkQueueC::EndChange(Task& task, const char* reason)
+{
+    if (task.ended.empty())
+        task.ended = reason;
+    if (task.job && task.job->kind == EWork::Change)
+        task.job->stop = true;
+}
+
+void WorkQueueC::LineReplaced()
+{
+    if (!m_tasks.empty() && m_tasks.front() != m_present && m_tasks.front()->attempts > 0)
+        EndChange(*m_tasks.front(), "the line was replaced meanwhile");
+}
+
+void WorkQueueC::Disengaged()
+{
+    Discard(std::exchange(m_prepared, nullptr));
+    for (const std::shared_ptr<Task>& task : m_tasks) {
+        if (task != m_present)
+            EndChange(*task, "steering was ended by hand meanwhile");
+    }
+    if (m_disengaged)
+        m_disengaged();
+}
