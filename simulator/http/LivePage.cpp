@@ -12,6 +12,7 @@
 #include <asio/post.hpp>
 #include <asio/thread_pool.hpp>
 
+#include "simulator/SignalsBlocked.h"
 #include "simulator/http/EmbeddedFiles.h"
 #include "simulator/http/EventFeed.h"
 #include "simulator/http/HttpServer.h"
@@ -20,7 +21,6 @@
 #include "simulator/http/PageValues.h"
 #include "simulator/http/PageWatch.h"
 #include "simulator/http/RequestCheck.h"
-#include "simulator/SignalsBlocked.h"
 #include "simulator/http/Viewers.h"
 
 namespace {

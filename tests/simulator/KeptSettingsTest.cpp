@@ -71,7 +71,7 @@ TEST(KeptSettings, DoNotKeepWhatNobodyAskedToKeep)
 
 TEST(KeptSettings, AreNotKeptAnewWhenTheyDoNotChange)
 {
-    for (const Row& row : kRows) {
+    for (const KeptRow& row : kKeptRows) {
         Service service;
         service.Notify(row.setter, row.kept);
         ASSERT_EQ(1, service.TimesKept()) << row.name;
