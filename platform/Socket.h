@@ -75,7 +75,8 @@ public:
     void Close();
 
     /// @return the socket's descriptor, for an application's own event loop; -1 when there is no
-    ///         connection, or only one that belongs to the process from which this one was forked. It changes with every reconnection and must not be read from or closed.
+    ///         connection, or only one that belongs to the process from which this one was forked.
+    ///         It changes with every reconnection and must not be read from or closed.
     int Descriptor() const;
 
     /// Tells why the last call failed. Set by Connect(), Reconnect() and Accept(), by every call

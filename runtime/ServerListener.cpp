@@ -13,7 +13,7 @@
 namespace {
 
 // How long to leave connections waiting when there is no descriptor for them.
-constexpr std::chrono::milliseconds kPause(100);
+constexpr std::chrono::milliseconds kListenerPause(100);
 
 // So many connections are taken in a row before the other work of the loop has its turn.
 constexpr int kAcceptsPerTurn = 16;
@@ -121,7 +121,7 @@ void ServerListenerC::Pause(int error)
         m_hasComplained = true;
         m_complaint(asio::error_code(error, asio::error::get_system_category()));
     }
-    m_pause.expires_after(kPause);
+    m_pause.expires_after(kListenerPause);
     m_pause.async_wait([self = shared_from_this()](const asio::error_code& ended) {
         if (!ended && self->m_acceptor.is_open()) {
             self->Accept();

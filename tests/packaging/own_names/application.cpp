@@ -16,7 +16,8 @@ int main()
     const Kestrove::WaylinePtr wayline = navigation.GetWayline();
     // Made inside the library, looked at outside.
     const auto* const line = dynamic_cast<const Kestrove::CABWayline*>(wayline.Get());
-    if (line == nullptr || dynamic_cast<const Kestrove::CCircleWayline*>(wayline.Get()) != nullptr) {
+    if (line == nullptr ||
+        dynamic_cast<const Kestrove::CCircleWayline*>(wayline.Get()) != nullptr) {
         std::puts("the wayline is of another kind");
         return 1;
     }
