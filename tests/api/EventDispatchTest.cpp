@@ -1,4 +1,5 @@
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 
@@ -135,6 +136,81 @@ TEST_F(EventDispatch, PassesKindsAndParametersWithoutANameOn)
     EXPECT_EQ(events, "(false, false, false, 1000)(-7, 0.1)");
     Contract::EventTable()[3].set(api, nullptr);
     Contract::EventTable()[6].set(api, nullptr);
+}
+
+TEST_F(EventDispatch, TakesEveryNumberButZeroForTrue)
+{
+    Contract::EventTable()[3].set(api, &events);
+    for (const int number : {-1, 2, 256}) {
+        DeliverList("cb_wayline_status", number, 0, 0, 4, 0.0);
+        DeliverList("cb_wayline_status", 0, number, 0, 4, 0.0);
+        DeliverList("cb_wayline_status", 0, 0, number, 4, 0.0);
+        EXPECT_EQ(events, "(true, false, false, 4)(false, true, false, 4)(false, false, true, 4)")
+            << number;
+        events.clear();
+    }
+    Contract::EventTable()[3].set(api, nullptr);
+}
+
+TEST_F(EventDispatch, ReadsADoubleInThePlaceOfAnIntegerWithoutItsFraction)
+{
+    Contract::EventTable()[1].set(api, &events);
+    Contract::EventTable()[3].set(api, &events);
+
+    DeliverList("cb_guidance_status", -2.9, 0.1, 1.1, 2.1);
+    DeliverList("cb_wayline_status", 0.5, 1.9, -0.9, 3.9, 0.1);
+
+    EXPECT_EQ(events, "(-2, 0.1, 1.1, 2.1)(false, true, false, 3)");
+    Contract::EventTable()[1].set(api, nullptr);
+    Contract::EventTable()[3].set(api, nullptr);
+}
+
+/// Does something when it is deleted.
+class CParting : public Core::Functors::Functor1<void, double>
+{
+public:
+    CParting(std::string& events, std::function<void()> farewell)
+        : m_events(events), m_farewell(std::move(farewell))
+    {
+    }
+    ~CParting() override { m_farewell(); }
+    void operator()(double /*offset*/) override { m_events += "old called;"; }
+
+private:
+    std::string& m_events;
+    std::function<void()> m_farewell;
+};
+
+TEST_F(EventDispatch, DeletesTheOldFunctorBeforeItHoldsTheNewOne)
+{
+    api.SetOffsetCallback(new CParting(events, [this] { DeliverList("cb_offsets", 0.1); }));
+
+    api.SetOffsetCallback(MakeFunctor([this](double) { events += "new called;"; }));
+    EXPECT_EQ(events, "old called;");
+
+    DeliverList("cb_offsets", 0.1);
+    EXPECT_EQ(events, "old called;new called;");
+    api.SetOffsetCallback(nullptr);
+}
+
+TEST_F(EventDispatch, CallsWhatTheSecondWaylineStatusSlotHoldsOnceTheFirstFunctorHasRun)
+{
+    using Kestrove::EWaylineType;
+    api.SetWaylineStatusCallback(MakeFunctor(
+        [this](bool, bool, bool, EWaylineType, double) { events += "replaced one called;"; }));
+    api.SetWaylineStatusCallback(MakeFunctor([this](bool, bool, bool, EWaylineType) {
+        CNavigationAPI& client = api;
+        std::string& text = events;
+        client.SetWaylineStatusCallback(MakeFunctor(
+            [&text](bool, bool, bool, EWaylineType, double) { text += "new one called;"; }));
+    }));
+    const auto payload = ListOf(1, 1, 0, 4, 12.1);
+
+    recording.Callbacks("cb_wayline_status").back()->Callback(payload.get());
+
+    EXPECT_EQ(events, "new one called;");
+    Contract::EventTable()[3].set(api, nullptr);
+    Contract::EventTable()[4].set(api, nullptr);
 }
 
 TEST_F(EventDispatch, WritesTheTraceLineBeforeItCalls)
