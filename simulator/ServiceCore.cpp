@@ -59,9 +59,10 @@ WorkQueueC::Ticket ServiceCoreC::Queue(ECall kind, const std::string& name,
 {
     return m_work->Add([this, kind, name, done = std::move(done), scope = std::move(scope),
                         list = std::shared_ptr<const BListC>(std::move(arguments))] {
-        const std::shared_ptr<void> during = scope ? scope() : nullptr;
+        std::shared_ptr<void> during;
         Answer answer;
         try {
+            during = scope ? scope() : nullptr;
             answer = Call(kind, name, *list);
         } catch (const CWorkPending&) {
             throw;

@@ -87,6 +87,7 @@ def byte_at_a_time():
                 link.sendall(request[sent:sent + 1] or b" ")
                 links[link] = sent + 1
             except OSError:
+                link.close()
                 del links[link]
 
 
