@@ -356,6 +356,35 @@ class ReplyTypes(unittest.TestCase):
                     self.assertEqual((5, ""), (result.returncode, result.stdout), result.stderr)
                     self.assertIn(f"the reply to {wire} is of another form", result.stderr)
 
+    def test_of_another_type_is_an_error_of_the_commands_of_waylines_and_the_doctor_too(self):
+        with tempfile.NamedTemporaryFile("w", suffix=".txt") as file:
+            file.write(LINE_NORTH + "\n")
+            file.flush()
+            for arguments, replies, wire in (
+                (["wayline", "get"], {"get_wayline": {"a": 1}}, "get_wayline"),
+                (["wayline", "get"], {"get_wayline": [0, 1.0]}, "get_wayline"),
+                (["wayline", "set", file.name], {"set_wayline": "1"}, "set_wayline"),
+                (["wayline", "set", file.name], {"set_wayline": 1, "get_wayline": 1}, "get_wayline"),
+                (["wayline", "start", "ab"], {"start_wayline": [1]}, "start_wayline"),
+                (["wayline", "clear"], {"clear_wayline": "1"}, "clear_wayline"),
+            ):
+                with self.subTest((arguments, replies)), scripted(replies):
+                    result = navctl(*arguments)
+                    self.assertEqual((5, ""), (result.returncode, result.stdout), result.stderr)
+                    self.assertIn(f"the reply to {wire} is of another form", result.stderr)
+        line = [0, 0.0, 0.0, 0.0, 0.0, 100.0, 0.0]
+        for replies, wire in (
+            ({"IsNavigationActivated": {"a": 1}}, "IsNavigationActivated"),
+            ({"IsNavigationActivated": 1, "get_wayline": "none"}, "get_wayline"),
+            ({"IsNavigationActivated": 1, "get_wayline": line, "IsSteeringEngaged": "no"},
+             "IsSteeringEngaged"),
+        ):
+            with self.subTest(replies), scripted(replies):
+                result = navctl("doctor")
+                self.assertEqual((5, ""), (result.returncode, result.stderr))
+                self.assertRegex(result.stdout, r"\[no\] protocol .* no navigation service: the reply to "
+                                                f"{wire} is of another form")
+
     def test_a_whole_number_is_a_number(self):
         with scripted({"get_nudge": 3, "GetVelocitySetPoint": [2], "get_nudge_vector": [1, 0, 0]}):
             self.assertEqual("3\n", navctl("get-nudge-scalar").stdout)

@@ -85,6 +85,13 @@ class ExitCodes(unittest.TestCase):
             (["is-engaged"], 'did you mean "is-steering-engaged"\\?$'),
             (["est-nudge", "1"], 'did you mean "set-nudge"\\?$'),
             (["get-velocity"], 'did you mean "get-velocity-set-point"\\?$'),
+            (["get-nuge"], 'did you mean "get-nudge-(vector|scalar)" or "get-nudge-(vector|scalar)"\\?$'),
+            (["gett-nudge"], 'did you mean "get-nudge-(vector|scalar)" or "get-nudge-(vector|scalar)"\\?$'),
+            (["getnudge"], 'did you mean "get-nudge-(vector|scalar)" or "get-nudge-(vector|scalar)"\\?$'),
+            (["set-tunning-paramter", "0", "1"], 'did you mean "set-tuning-parameter"\\?$'),
+            (["GET-NUDGE-SCALAR"], 'did you mean "get-nudge-scalar"\\?$'),
+            (["overshoot"], 'did you mean "get-overshoot" or "set-overshoot"\\?$'),
+            (["wayline-get"], 'did you mean "get-wayline"\\?$'),
             (["help", "docter"], 'no command "docter"; did you mean "doctor"\\?'),
             (["help", "wayline", "convret"], 'no command "convret" of wayline; did you mean "convert"'),
             (["fly", "--help"], 'there is no command "fly"$'),
@@ -100,6 +107,7 @@ class ExitCodes(unittest.TestCase):
             (["set-nudge", "1", "--nocheck"], 'did you mean "--no-check"\\?'),
             (["watch", "--light-bar"], 'did you mean "--lightbar"\\?'),
             (["wayline", "convert", "x", "--form=csv"], '"--form" of convert; .* "--from"'),
+            (["set-position-data", "1", "2", "3", "--headng", "1"], 'did you mean "--heading-valid"\\?$'),
             (["set-nudge", "1", "--wings"], 'no option "--wings" of set-nudge$'),
         ):
             self.assert_failure(2, arguments, words)
@@ -121,7 +129,8 @@ class ExitCodes(unittest.TestCase):
                     if entry["command"].startswith("set-")]
         for getter in getters:
             for wrong in (getter, getter + "s", getter[:-1], getter[:-2], "g" + getter[2:], "gte" + getter[3:],
-                          getter.replace("-", "", 1), "ge" + getter[3:]):
+                          getter.replace("-", "", 1), "ge" + getter[3:], getter.upper(),
+                          getter.replace("-", "_"), getter.replace("-", "")):
                 result = navctl("help", wrong)
                 if result.returncode == 2 and "did you mean" in result.stderr:
                     suggested = result.stderr.split("did you mean", 1)[1]

@@ -1,6 +1,8 @@
 #include "tools/navctl/Suggestion.h"
 
 #include <algorithm>
+#include <cctype>
+#include <functional>
 #include <set>
 
 namespace {
@@ -69,6 +71,56 @@ std::set<std::string> PartsOf(const std::string& word)
     return parts;
 }
 
+/// The word as the words of a command line are written.
+std::string InTheirSpelling(const std::string& word)
+{
+    std::string spelt;
+    for (const char letter : word)
+        spelt += letter == '_'
+                     ? '-'
+                     : static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+    return spelt;
+}
+
+/// Whether a part of a word is meant to be another one: a letter may be wrong in it, of a long one
+/// two.
+bool IsNearPart(const std::string& part, const std::string& other)
+{
+    constexpr std::size_t kShort = 4;
+    constexpr std::size_t kLong = 8;
+    if (part.size() < kShort || other.size() < kShort)
+        return part == other;
+    return Distance(part, other) <= (part.size() < kLong ? 1 : kMostWrongLetters);
+}
+
+/// The words that have every part of a word.
+///
+/// @param isSame whether two parts count as the same.
+template <typename IsSame>
+Words WithAllParts(const std::string& word, const Words& words, IsSame isSame)
+{
+    const std::set<std::string> parts = PartsOf(word);
+    Words found;
+    for (const std::string& each : words) {
+        const std::set<std::string> others = PartsOf(each);
+        const auto isThere = [&](const std::string& part) {
+            return std::any_of(others.begin(), others.end(),
+                               [&](const std::string& other) { return isSame(part, other); });
+        };
+        if (std::all_of(parts.begin(), parts.end(), isThere))
+            found.push_back(each);
+    }
+    return found;
+}
+
+std::string Question(const Words& suggested)
+{
+    std::string text;
+    for (std::size_t place = 0; place < std::min(suggested.size(), kMostSuggested); ++place)
+        text += (text.empty() ? "" : " or ") + ('"' + suggested[place] + '"');
+    return text.empty() ? text : "; did you mean " + text + "?";
+}
+
 std::string VerbOf(const std::string& command)
 {
     return command.substr(0, command.find('-'));
@@ -82,36 +134,45 @@ Words VerbsMeant(const std::string& word, const Words& commands)
         if (command.find('-') != std::string::npos)
             verbs.insert(VerbOf(command));
     }
-    for (const std::string& verb : verbs) {
-        if (word.find('-') == std::string::npos && word.rfind(verb, 0) == 0)
-            return {verb};
-    }
     if (verbs.count(VerbOf(word)) != 0)
         return {VerbOf(word)};
+    for (const std::string& verb : verbs) {
+        if (word.rfind(verb, 0) == 0)
+            return {verb};
+    }
     return Nearest(VerbOf(word), {verbs.begin(), verbs.end()});
+}
+
+/// The word with the verb that it was meant to begin with: "get-nudge" for "gett-nudge" and for
+/// "getnudge".
+std::string WithVerb(const std::string& word, const Words& verbs)
+{
+    if (verbs.size() != 1 || VerbOf(word) == verbs.front())
+        return word;
+    const std::size_t hyphen = word.find('-');
+    if (hyphen != std::string::npos)
+        return verbs.front() + word.substr(hyphen);
+    return word.rfind(verbs.front(), 0) == 0
+               ? verbs.front() + "-" + word.substr(verbs.front().size())
+               : word;
 }
 
 } // namespace
 
-std::string Suggestion(const std::string& word, const std::vector<std::string>& words)
+std::string Suggestion(const std::string& given, const std::vector<std::string>& words)
 {
+    const std::string word = InTheirSpelling(given);
     Words suggested = Nearest(word, words);
-    const std::set<std::string> parts = PartsOf(word);
-    for (const std::string& each : words) {
-        const std::set<std::string> others = PartsOf(each);
-        const bool hasAll = std::includes(others.begin(), others.end(), parts.begin(), parts.end());
-        if (hasAll && std::find(suggested.begin(), suggested.end(), each) == suggested.end())
+    for (const std::string& each : WithAllParts(word, words, std::equal_to<>())) {
+        if (std::find(suggested.begin(), suggested.end(), each) == suggested.end())
             suggested.push_back(each);
     }
-    suggested.resize(std::min(suggested.size(), kMostSuggested));
-    std::string text;
-    for (const std::string& each : suggested)
-        text += (text.empty() ? "" : " or ") + ('"' + each + '"');
-    return text.empty() ? text : "; did you mean " + text + "?";
+    return Question(suggested.empty() ? WithAllParts(word, words, IsNearPart) : suggested);
 }
 
-std::string CommandSuggestion(const std::string& word, const std::vector<std::string>& commands)
+std::string CommandSuggestion(const std::string& given, const std::vector<std::string>& commands)
 {
+    const std::string word = InTheirSpelling(given);
     const Words verbs = VerbsMeant(word, commands);
     const bool isPlain = word.find('-') == std::string::npos;
     Words possible;
@@ -121,5 +182,10 @@ std::string CommandSuggestion(const std::string& word, const std::vector<std::st
         if (isOfVerb || isPlainToo)
             possible.push_back(command);
     }
-    return Suggestion(word, possible);
+    const std::string suggestion = Suggestion(word, possible);
+    if (!suggestion.empty())
+        return suggestion;
+    // Without a verb, or with it behind: whatever has all its parts, and as they are.
+    return verbs.empty() ? Question(WithAllParts(word, commands, std::equal_to<>()))
+                         : Suggestion(WithVerb(word, verbs), possible);
 }

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "tools/navctl/Names.h"
 #include "tools/navctl/doctor/Engagement.h"
 #include "tools/navctl/doctor/Finding.h"
 #include "tools/navctl/doctor/LinkFinding.h"
+#include "tools/navctl/operations/OperationRun.h"
 
 namespace {
 
@@ -27,12 +27,26 @@ CFinding LookAtLink(CContext& context)
             kStartService, failure.code};
 }
 
-CFinding LookAtWayline(CNavigationAPI& navigation)
+COutcome Ask(CContext& context, const char* command)
 {
-    const Kestrove::WaylinePtr wayline = navigation.GetWayline();
-    if (wayline)
-        return {"wayline", "there is one, kind " + KindName(wayline->Type())};
-    const LinkErrorC error = navigation.LastError();
+    const COperation& operation = FindOperation(command);
+    return Call(context.Navigation(), operation.serviceName, operation.exchange, {});
+}
+
+CFinding OtherFormFinding(const char* command)
+{
+    return OtherProgramFinding("what listens there is no navigation service: " +
+                               OtherFormText(FindOperation(command)));
+}
+
+CFinding LookAtWayline(CContext& context)
+{
+    const COutcome wayline = Ask(context, "get-wayline");
+    if (wayline.kind == EOutcome::Value)
+        return {"wayline", "there is one, kind " + wayline.value["kind"].get<std::string>()};
+    if (wayline.kind == EOutcome::OtherForm)
+        return OtherFormFinding("get-wayline");
+    const LinkErrorC error = context.Navigation().LastError();
     if (error.code == ELinkError::NoValue) {
         return {"wayline", "there is none that is complete",
                 "navctl wayline set FILE; or navctl start-wayline KIND and its waypoints",
@@ -56,41 +70,46 @@ CFinding SilenceFinding(CContext& context)
     return otherProgram.empty() ? LinkFinding(error) : OtherProgramFinding(otherProgram);
 }
 
+/// Adds whether it is engaged, and if not, what stands in the way.
+void LookAtSteering(CContext& context, Findings& findings)
+{
+    const COutcome isEngaged = Ask(context, "is-steering-engaged");
+    const LinkErrorC error = context.Navigation().LastError();
+    if (isEngaged.kind == EOutcome::OtherForm)
+        return findings.push_back(OtherFormFinding("is-steering-engaged"));
+    if (error.code == ELinkError::ServiceError) {
+        findings.push_back({"steering", "the service does not tell whether it is engaged"});
+    } else if (isEngaged.kind == EOutcome::NoAnswer) {
+        return findings.push_back(LinkFinding(error));
+    } else if (isEngaged.value.get<bool>()) {
+        return findings.push_back({"steering", "engaged"});
+    }
+    const Findings obstacles = FindEngageObstacles(context);
+    findings.insert(findings.end(), obstacles.begin(), obstacles.end());
+    if (obstacles.empty())
+        findings.push_back({"steering", "ready; to engage: navctl engage-steering"});
+}
+
 /// Looks at one thing after the other, up to the first that the next ones depend on.
 Findings Examine(CContext& context)
 {
     Findings findings{LookAtLink(context)};
     if (findings.back().IsObstacle())
         return findings;
-    CNavigationAPI& navigation = context.Navigation();
-    const bool isActive = navigation.IsNavigationActivated();
-    if (context.HasLinkFailed()) {
-        findings.push_back(SilenceFinding(context));
+    const COutcome isActive = Ask(context, "is-navigation-activated");
+    if (isActive.kind != EOutcome::Value) {
+        findings.push_back(isActive.kind == EOutcome::OtherForm
+                               ? OtherFormFinding("is-navigation-activated")
+                               : SilenceFinding(context));
         return findings;
     }
     findings.push_back({"reply", "the service answers"});
-    findings.push_back(LookAtWayline(navigation));
+    findings.push_back(LookAtWayline(context));
     if (findings.back().IsObstacle())
         return findings;
-    findings.push_back(NavigationFinding(isActive));
-    if (findings.back().IsObstacle())
-        return findings;
-    const bool isEngaged = navigation.IsSteeringEngaged();
-    const LinkErrorC error = navigation.LastError();
-    if (error.code == ELinkError::ServiceError) {
-        findings.push_back({"steering", "the service does not tell whether it is engaged"});
-    } else if (error.code != ELinkError::None) {
-        findings.push_back(LinkFinding(error));
-        return findings;
-    }
-    if (isEngaged) {
-        findings.push_back({"steering", "engaged"});
-        return findings;
-    }
-    const Findings obstacles = FindEngageObstacles(context);
-    findings.insert(findings.end(), obstacles.begin(), obstacles.end());
-    if (obstacles.empty())
-        findings.push_back({"steering", "ready; to engage: navctl engage-steering"});
+    findings.push_back(NavigationFinding(isActive.value.get<bool>()));
+    if (!findings.back().IsObstacle())
+        LookAtSteering(context, findings);
     return findings;
 }
 

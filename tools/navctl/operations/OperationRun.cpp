@@ -45,7 +45,7 @@ public:
         const COutcome outcome = isRequest ? Call(m_context.Navigation(), m_operation.serviceName,
                                                   m_operation.exchange, m_values)
                                            : Send();
-        if (!GotThrough(m_operation, outcome))
+        if (!GotThrough(m_context, m_operation, outcome))
             return;
         m_report = {{"operation", m_operation.name}, {"outcome", OutcomeWord(outcome.kind)}};
         if (outcome.kind == EOutcome::Refused) {
@@ -71,7 +71,7 @@ private:
             m_context.Fail(kExitProtocolError, "protocol error: " + LinkFinding(error).text);
             return false;
         }
-        return GotThrough(question, answer);
+        return GotThrough(m_context, question, answer);
     }
 
     COutcome Send()
@@ -80,30 +80,12 @@ private:
         return {m_context.HasLinkFailed() ? EOutcome::NoAnswer : EOutcome::Sent};
     }
 
-    /// Whether there is an answer that the operation can give; if not, the command has failed.
-    bool GotThrough(const COperation& operation, COutcome outcome)
-    {
-        const ELinkError error = m_context.Navigation().LastError().code;
-        // An answer without a value is how the service says that it has no wayline.
-        if (outcome.kind == EOutcome::NoAnswer && error == ELinkError::NoValue &&
-            operation.name == "get-wayline")
-            return true;
-        if (outcome.kind == EOutcome::NoAnswer) {
-            m_context.FailByLink();
-        } else if (outcome.kind == EOutcome::OtherForm) {
-            m_context.Fail(kExitProtocolError, "protocol error: the reply to " +
-                                                   operation.serviceName +
-                                                   " is of another form than the operation's");
-        }
-        return outcome.kind != EOutcome::NoAnswer && outcome.kind != EOutcome::OtherForm;
-    }
-
     void Confirm()
     {
         const CHeld held = AskWhatIsHeld(m_context.Navigation(), *m_confirmation, m_values);
         const COperation& getter = FindOperation(m_confirmation->getter);
         if (held.state == CHeld::EState::Unknown) {
-            GotThrough(getter, held.outcome);
+            GotThrough(m_context, getter, held.outcome);
             return;
         }
         m_report["held"] = held.outcome.value;
@@ -186,4 +168,24 @@ void RunOperation(CContext& context, const COperation& operation, const Argument
 {
     const CConfirmation* const confirmation = checks ? FindConfirmation(operation.name) : nullptr;
     COperationRun(context, operation, values, confirmation).Run();
+}
+
+bool GotThrough(CContext& context, const COperation& operation, const COutcome& outcome)
+{
+    const ELinkError error = context.Navigation().LastError().code;
+    // An answer without a value is how the service says that it has no wayline.
+    if (outcome.kind == EOutcome::NoAnswer && error == ELinkError::NoValue &&
+        operation.name == "get-wayline")
+        return true;
+    if (outcome.kind == EOutcome::NoAnswer) {
+        context.FailByLink();
+    } else if (outcome.kind == EOutcome::OtherForm) {
+        context.Fail(kExitProtocolError, "protocol error: " + OtherFormText(operation));
+    }
+    return outcome.kind != EOutcome::NoAnswer && outcome.kind != EOutcome::OtherForm;
+}
+
+std::string OtherFormText(const COperation& operation)
+{
+    return "the reply to " + operation.serviceName + " is of another form than the operation's";
 }

@@ -11,4 +11,10 @@
 void RunOperation(CContext& context, const COperation& operation, const ArgumentValues& values,
                   bool checks);
 
+/// Looks whether a call has got an answer that the operation can give. If not, the command has
+/// failed, and the failure has been told. A wayline that the service does not have is an answer.
+bool GotThrough(CContext& context, const COperation& operation, const COutcome& outcome);
+/// What is wrong with a reply of another form than the operation's, in words.
+std::string OtherFormText(const COperation& operation);
+
 #endif

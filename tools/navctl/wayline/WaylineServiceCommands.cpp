@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "tools/navctl/Names.h"
+#include "tools/navctl/operations/OperationRun.h"
 #include "tools/navctl/operations/Refusal.h"
 #include "tools/navctl/wayline/WaylineReport.h"
 #include "tools/navctl/wayline/WaylineSource.h"
@@ -10,20 +11,41 @@
 
 namespace {
 
+COutcome CallByName(CContext& context, const char* command, const ArgumentValues& values)
+{
+    const COperation& operation = FindOperation(command);
+    return Call(context.Navigation(), operation.serviceName, operation.exchange, values);
+}
+
+/// Calls an operation.
+///
+/// @return whether it was carried out or refused; nothing when the command has failed.
+std::optional<EOutcome> Outcome(CContext& context, const char* command,
+                                const ArgumentValues& values)
+{
+    const COutcome outcome = CallByName(context, command, values);
+    return GotThrough(context, FindOperation(command), outcome) ? std::optional(outcome.kind)
+                                                                : std::nullopt;
+}
+
 /// What the service holds.
 struct HeldWayline
 {
-    bool isKnown = false; ///< the service has told
+    bool isKnown = false; ///< the service has told; if not, the command has failed
     std::optional<WaylineContent> content;
 };
 
 HeldWayline AskForWayline(CContext& context)
 {
-    const Kestrove::WaylinePtr wayline = context.Navigation().GetWayline();
+    const COperation& getter = FindOperation("get-wayline");
+    const std::unique_ptr<BElementC> reply =
+        CallFor(context.Navigation(), getter.serviceName, getter.exchange, {});
+    const Kestrove::WaylinePtr wayline =
+        Kestrove::CWayline::FromBList(dynamic_cast<BListC*>(reply.get()));
     if (wayline)
         return {true, ContentOf(*wayline)};
-    // An answer without a value is how the service says that it has none.
-    return {context.Navigation().LastError().code == ELinkError::NoValue, std::nullopt};
+    const EOutcome outcome = reply == nullptr ? EOutcome::NoAnswer : EOutcome::OtherForm;
+    return {GotThrough(context, getter, {outcome}), std::nullopt};
 }
 
 Json HeldJson(const WaylineContent& content)
@@ -39,30 +61,31 @@ void Get(CContext& context)
         return;
     const HeldWayline held = AskForWayline(context);
     if (!held.isKnown)
-        return context.FailByLink();
+        return;
     if (!held.content)
         return context.Fail(kExitRefused, "the service has no complete wayline");
     context.Print(HeldJson(*held.content), WriteWaylineText(*held.content));
 }
 
 /// Ends the command with what was refused, and why.
-void Refuse(CContext& context, const Json& value, const char* operation, const std::string& words)
+void Refuse(CContext& context, const Json& value, const char* operation,
+            const ArgumentValues& values, const std::string& words)
 {
     const std::string reason =
-        ReasonOfRefusal(context.Navigation(), FindOperation(operation), ArgumentValues());
+        ReasonOfRefusal(context.Navigation(), FindOperation(operation), values);
     context.Refuse(value, words + "; " + reason);
 }
 
 void ReportSet(CContext& context, const WaylineContent& wanted, const HeldWayline& held)
 {
     if (!held.isKnown)
-        return context.FailByLink();
+        return;
     const bool isTaken = held.content && *held.content == wanted;
     const Json value{{"outcome", isTaken ? "done" : "refused"},
                      {"held", held.content ? HeldJson(*held.content) : Json(nullptr)}};
     if (isTaken)
         return context.Print(value, "the service holds: " + WaylineWords(*held.content));
-    Refuse(context, value, "set-wayline",
+    Refuse(context, value, "set-wayline", {},
            held.content ? "the service did not take it; it holds: " + WaylineWords(*held.content)
                         : "the service did not take it; it holds no wayline");
 }
@@ -80,23 +103,24 @@ void Set(CContext& context, const WaylineSource& source)
     if (!context.Reach())
         return;
     const WaylineContent& wanted = list->entries.front().content;
-    // True for every answer, a refusal included: what the service holds afterwards tells.
-    if (!context.Navigation().SetWayline(MakeWayline(wanted)))
-        return context.FailByLink();
-    ReportSet(context, wanted, AskForWayline(context));
+    // The reply tells nothing, what the service holds afterwards does.
+    if (Outcome(context, "set-wayline", {MakeWayline(wanted)}))
+        ReportSet(context, wanted, AskForWayline(context));
 }
 
 void Start(CContext& context, Kestrove::EWaylineType kind)
 {
     if (!context.Reach())
         return;
-    const bool isStarted = context.Navigation().StartWayline(kind);
+    const ArgumentValues values{static_cast<int>(kind)};
+    const std::optional<EOutcome> outcome = Outcome(context, "start-wayline", values);
+    if (!outcome)
+        return;
+    const bool isStarted = outcome == EOutcome::Done;
     const Json value{{"outcome", isStarted ? "done" : "refused"}, {"kind", KindName(kind)}};
     if (isStarted)
         return context.Print(value, "done");
-    if (context.HasLinkFailed())
-        return context.FailByLink();
-    Refuse(context, value, "start-wayline",
+    Refuse(context, value, "start-wayline", values,
            "the service begins no " + std::string(KindTitle(kind)));
 }
 
@@ -104,13 +128,14 @@ void Clear(CContext& context)
 {
     if (!context.Reach())
         return;
-    const bool isCleared = context.Navigation().ClearWayline();
+    const std::optional<EOutcome> outcome = Outcome(context, "clear-wayline", {});
+    if (!outcome)
+        return;
+    const bool isCleared = outcome == EOutcome::Done;
     const Json value{{"outcome", isCleared ? "done" : "refused"}};
     if (isCleared)
         return context.Print(value, "done");
-    if (context.HasLinkFailed())
-        return context.FailByLink();
-    Refuse(context, value, "clear-wayline", "there was no wayline to drop");
+    Refuse(context, value, "clear-wayline", {}, "there was no wayline to drop");
 }
 
 } // namespace
