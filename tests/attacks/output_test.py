@@ -2,10 +2,12 @@
 
 import contextlib
 import fcntl
+import itertools
 import os
 import pty
 import re
 import resource
+import signal
 import subprocess
 import tempfile
 import termios
@@ -219,6 +221,22 @@ class Output(AttackTest):
                 process = subprocess.Popen([program(), *arguments], stdout=pipe.writing,
                                            stderr=pipe.writing)
                 self.assertEqual(code, process.wait(DEADLINE_SECONDS))
+
+    def test_that_nobody_reads_lets_no_signal_cut_the_end_short(self):
+        with tempfile.TemporaryDirectory() as folder, Pipe(full=True) as pipe, SimulatorUnderAttack(
+                "--state", os.path.join(folder, "state.json"),
+                stdout=pipe.writing, stderr=pipe.writing) as simulator:
+            with Client() as client:
+                client.notify("set_lookahead_time", 2.5, 1)
+                client.request("IsSteeringEngaged")
+            deadline = time.monotonic() + DEADLINE_SECONDS
+            for number in itertools.cycle((signal.SIGTERM, signal.SIGTERM, signal.SIGINT)):
+                if simulator.process.poll() is not None or time.monotonic() > deadline:
+                    break
+                simulator.process.send_signal(number)
+                time.sleep(0.005)
+            self.assertEqual(0, simulator.process.returncode)
+            self.assertEqual(["state.json"], os.listdir(folder))
 
     def test_of_names_with_control_characters_shows_them_as_text(self):
         for arguments in (("--\x1b[31m",), ("--state", "/no/such\x1b[31m/x"),
