@@ -238,6 +238,17 @@ class Output(AttackTest):
             self.assertEqual(0, simulator.process.returncode)
             self.assertEqual(["state.json"], os.listdir(folder))
 
+    def test_of_a_start_that_a_signal_ends_early_is_no_failure(self):
+        for number in (signal.SIGTERM, signal.SIGINT):
+            with self.subTest(number), Pipe(full=True) as pipe:
+                process = subprocess.Popen([program(), "--help"], stdout=pipe.writing,
+                                           stderr=pipe.writing)
+                # It waits for the thread that writes its output, and does not serve.
+                wait_for(lambda: process.poll() is not None or
+                         len(os.listdir(f"/proc/{process.pid}/task")) > 1, "the thread")
+                process.send_signal(number)
+                self.assertEqual(0, process.wait(DEADLINE_SECONDS))
+
     def test_of_names_with_control_characters_shows_them_as_text(self):
         for arguments in (("--\x1b[31m",), ("--state", "/no/such\x1b[31m/x"),
                           ("--track", "/no/such/\x07\u009b"), ("\x1b]0;title\x07",)):
