@@ -24,7 +24,7 @@ ServiceCoreC::ServiceCoreC(ServiceCoreOptions options)
       m_waylines(WithKept(m_simulation, m_kept, m_log), m_work), m_feed(m_simulation),
       m_steering(m_simulation, m_waylines, m_kept, m_log),
       m_waylineOperations(m_simulation, m_waylines, m_feed, m_log, m_work),
-      m_offsets(m_simulation, m_log), m_positions(m_feed, m_log),
+      m_offsets(m_simulation, m_log, m_work), m_positions(m_feed, m_log),
       m_tuning(m_simulation, m_kept, m_log), m_events(m_simulation, m_waylines)
 {
     m_steering.Register(m_operations);
