@@ -175,6 +175,16 @@ bool MessageDecoderC::InMessage() const
     return m_state->consumed > 0 || m_state->end > m_state->begin;
 }
 
+std::uint64_t MessageDecoderC::LeastMissing() const
+{
+    if (m_state->consumed == 0) {
+        return 0;
+    }
+    const std::uint64_t missing =
+        m_state->numbers.IsActive() ? m_state->numbers.Left() : m_state->parser.LeastMissing();
+    return missing - std::min<std::uint64_t>(missing, m_state->WaitingCount());
+}
+
 std::size_t MessageDecoderC::Held() const
 {
     return m_state->buffer.Capacity() + m_state->numbers.Held() + m_state->parser.Builder().Held();

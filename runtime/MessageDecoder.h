@@ -66,6 +66,8 @@ public:
     EResult Next(MessageC& message);
     /// True when part of a message has arrived that is not complete yet.
     bool InMessage() const;
+    /// How many bytes the message lacks at least to be complete; 0 between messages.
+    std::uint64_t LeastMissing() const;
     /// How many bytes are held for what has arrived and for the message that is not complete.
     std::size_t Held() const;
     /// Why Next() answered Bad.

@@ -172,6 +172,15 @@ bool MessageParserC::ReadNumber(unsigned kind, const char* head)
     }
 }
 
+std::uint64_t MessageParserC::LeastMissing() const
+{
+    std::uint64_t missing = 0;
+    for (const auto& level : m_levels) {
+        missing += level.left - 1; // the one that is open, or comes next, counts once, at the end
+    }
+    return m_levels.empty() ? 0 : missing + (m_isText ? m_textLeft : 1);
+}
+
 void MessageParserC::StartText(std::uint32_t length)
 {
     m_isText = true;

@@ -29,6 +29,8 @@ public:
     /// @param parsed receives how many bytes have been used up. Up to eight may be left, the begun
     ///        head of a value, which must come again with those that follow.
     EResult Parse(const char* bytes, std::size_t size, std::size_t& parsed);
+    /// How many bytes the message lacks at least, each element being one or more.
+    std::uint64_t LeastMissing() const;
 
 private:
     /// A list or a dictionary that has begun.

@@ -27,6 +27,8 @@ public:
     bool IsActive() const { return m_list != nullptr; }
     /// How many bytes are held for the list that has begun.
     std::size_t Held() const;
+    /// How many elements the list still lacks.
+    std::size_t Left() const { return m_left; }
     /// Forgets the message that has begun.
     void Reset() { m_list.reset(); }
 

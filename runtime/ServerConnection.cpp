@@ -1,5 +1,7 @@
 #include "runtime/ServerConnection.h"
 
+#include <algorithm>
+#include <array>
 #include <utility>
 
 #include <asio/buffer.hpp>
@@ -11,6 +13,14 @@ namespace {
 
 // So much is read at once: decoding it takes a fraction of a turn at the worst.
 constexpr std::size_t kReadPortion = 4U * 1024U;
+
+// What a connection reads without waiting for its turn: a request, and so little that decoding it
+// takes no longer than a few requests, whatever it is.
+constexpr std::size_t kFirstRead = 512;
+
+// What is read ahead of decoding: so much at once, and no more than a message may take.
+constexpr std::size_t kAheadPortion = 64U * 1024U;
+constexpr std::size_t kMostAhead = 32U * 1024U * 1024U;
 
 // More than a turn has the time for.
 constexpr int kReadsPerTurn = 1024;
@@ -47,20 +57,36 @@ ServerConnectionC::ServerConnectionC(asio::ip::tcp::socket socket, ClientNumber 
 
 ServerConnectionC::~ServerConnectionC()
 {
+    GiveAway();
+    struct Remains
+    {
+        std::set<std::string> subscriptions;
+        std::string queued;
+        std::string writing;
+    };
+    const std::size_t bytes = m_subscribed + m_queued.capacity() + m_writing.capacity();
+    m_disposer->Destroy(
+        Remains{std::move(m_subscriptions), std::move(m_queued), std::move(m_writing)}, bytes);
+}
+
+/// Has all that came from the client destroyed. Who waits for a turn may do so for long: a closed
+/// connection keeps nothing meanwhile.
+void ServerConnectionC::GiveAway()
+{
+    if (m_hasGivenAway) {
+        return;
+    }
+    m_hasGivenAway = true;
     struct Remains
     {
         MessageDecoderC decoder;
         MessageC message;
         std::deque<MessageC> waiting;
-        std::set<std::string> subscriptions;
-        std::string queued;
-        std::string writing;
+        std::deque<std::string> ahead;
     };
-    const std::size_t bytes = m_decoder.Held() + m_message.memory + m_waitingMemory + m_subscribed +
-                              m_queued.capacity() + m_writing.capacity();
+    const std::size_t bytes = m_decoder.Held() + m_message.memory + m_waitingMemory + m_aheadBytes;
     m_disposer->Destroy(Remains{std::move(m_decoder), std::move(m_message), std::move(m_waiting),
-                                std::move(m_subscriptions), std::move(m_queued),
-                                std::move(m_writing)},
+                                std::move(m_ahead)},
                         bytes);
 }
 
@@ -104,7 +130,65 @@ void ServerConnectionC::BytesWait()
 
 void ServerConnectionC::TakeTurn()
 {
-    TakeTurn(kReadsPerTurn);
+    const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock();
+    const bool maySend = m_open && !(m_isHeld && IsWaitingFull());
+    const bool mayHaveMore = maySend && m_decoder.InMessage() && ReadAhead();
+    if (m_open && IsLeft()) {
+        Lost(EndReason());
+    } else if (mayHaveMore && m_open && owner != nullptr) {
+        owner->TurnWanted(*this);
+    } else {
+        TakeTurn(kReadsPerTurn);
+    }
+}
+
+/// Reads for a turn at the most.
+///
+/// @return true when there may be more.
+bool ServerConnectionC::ReadAhead()
+{
+    const auto end = std::chrono::steady_clock::now() + kTurn;
+    std::array<char, kAheadPortion> portion;
+    bool mayHaveMore = true;
+    while (mayHaveMore && std::chrono::steady_clock::now() < end) {
+        asio::error_code error;
+        const std::size_t count = m_socket.read_some(asio::buffer(portion), error);
+        if (count > 0) {
+            m_lastGrowth = std::chrono::steady_clock::now();
+            m_ahead.emplace_back(portion.data(), count);
+            m_aheadBytes += count;
+        } else if (error != asio::error::would_block && error != asio::error::try_again) {
+            m_end = error;
+        }
+        mayHaveMore = !error && m_aheadBytes < kMostAhead;
+    }
+    CountHeld();
+    return mayHaveMore;
+}
+
+/// @return how many bytes, read ahead, have been put where the decoder wants them.
+std::size_t ServerConnectionC::TakeAhead(char* space, std::size_t room)
+{
+    std::string& first = m_ahead.front();
+    const std::size_t count = first.copy(space, room, m_aheadTaken);
+    m_aheadTaken += count;
+    m_aheadBytes -= count;
+    if (m_aheadTaken == first.size()) {
+        m_ahead.pop_front();
+        m_aheadTaken = 0;
+    }
+    return count;
+}
+
+/// True when the client has gone and what it sent does not make its message whole.
+bool ServerConnectionC::IsLeft() const
+{
+    return m_end && !m_hasGivenAway && m_decoder.LeastMissing() > m_aheadBytes;
+}
+
+std::string ServerConnectionC::EndReason() const
+{
+    return m_end == asio::error::eof ? "closed by the client" : m_end.message();
 }
 
 void ServerConnectionC::TakeTurn(int mostReads)
@@ -117,6 +201,7 @@ void ServerConnectionC::TakeTurn(int mostReads)
     const bool isDone = ServeForATurn(*owner, mostReads);
     m_serving = false;
     if (!m_open) {
+        GiveAway();
         return;
     }
     Flush();
@@ -164,7 +249,7 @@ bool ServerConnectionC::ServeForATurn(ServerConnectionOwnerC& owner, int mostRea
                 return false;
             }
             ++reads;
-            if (!Receive(mayHaveMore)) {
+            if (!Receive(mayHaveMore, mostReads == 1 ? kFirstRead : kReadPortion)) {
                 return true;
             }
             break;
@@ -238,18 +323,28 @@ void ServerConnectionC::Release()
 }
 
 /// @param mayHaveMore receives whether the system may have more.
+/// @param most how many bytes to read at the most.
 /// @return false when nothing has arrived, or the connection has ended.
-bool ServerConnectionC::Receive(bool& mayHaveMore)
+bool ServerConnectionC::Receive(bool& mayHaveMore, std::size_t most)
 {
     std::size_t room = 0;
     char* const space = m_decoder.Space(room);
-    asio::error_code error;
-    const std::size_t count = m_socket.read_some(asio::buffer(space, room), error);
-    if (error == asio::error::would_block || error == asio::error::try_again) {
-        return false;
+    room = std::min(room, most);
+    if (!m_ahead.empty()) {
+        m_decoder.Arrived(TakeAhead(space, room));
+        return true;
     }
-    if (error) {
-        Lost(error == asio::error::eof ? "closed by the client" : error.message());
+    std::size_t count = 0;
+    if (!m_end) {
+        asio::error_code error;
+        count = m_socket.read_some(asio::buffer(space, room), error);
+        if (error == asio::error::would_block || error == asio::error::try_again) {
+            return false;
+        }
+        m_end = error;
+    }
+    if (m_end) {
+        Lost(EndReason());
         return false;
     }
     mayHaveMore = count == room;
@@ -271,10 +366,10 @@ bool ServerConnectionC::Subscribe(const std::string& event)
 void ServerConnectionC::CountHeld()
 {
     const std::size_t before = m_held;
-    m_held = !m_open
-                 ? 0
-                 : kSilentBytes + m_decoder.Held() + m_message.memory + m_heldMemory +
-                       m_waitingMemory + m_subscribed + m_queued.capacity() + m_writing.capacity();
+    m_held = !m_open ? 0
+                     : kSilentBytes + m_decoder.Held() + m_aheadBytes + m_message.memory +
+                           m_heldMemory + m_waitingMemory + m_subscribed + m_queued.capacity() +
+                           m_writing.capacity();
     const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock();
     if (owner != nullptr && m_held != before) {
         owner->HeldChanged(before, m_held);
@@ -364,6 +459,9 @@ void ServerConnectionC::Close(bool withReset)
     }
     m_socket.close(error);
     CountHeld();
+    if (!m_serving) {
+        GiveAway();
+    }
 }
 
 void ServerConnectionC::SendRestAtOnce()

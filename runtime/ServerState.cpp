@@ -162,8 +162,16 @@ void MPISocketServerC::StateC::PostTurn()
     asio::post(m_loop, [self = shared_from_this()] { self->GiveTurn(); });
 }
 
+void MPISocketServerC::StateC::DropClosedTurns()
+{
+    while (!m_turns.empty() && !m_turns.front()->IsOpen()) {
+        m_turns.pop_front();
+    }
+}
+
 void MPISocketServerC::StateC::GiveTurn()
 {
+    DropClosedTurns();
     if (m_turns.empty()) {
         return;
     }
@@ -173,11 +181,16 @@ void MPISocketServerC::StateC::GiveTurn()
             [self = shared_from_this()](const asio::error_code&) { self->GiveTurn(); });
         return;
     }
-    const std::shared_ptr<ServerConnectionC> connection = m_turns.front();
-    connection->TakeTurn();
-    if (!m_turns.empty()) { // it is, when the handler has ended the server
-        m_turns.pop_front();
-    }
+    // Several short ones in the time of one.
+    const auto end = std::chrono::steady_clock::now() + ServerConnectionC::kTurn;
+    do {
+        const std::shared_ptr<ServerConnectionC> connection = m_turns.front();
+        connection->TakeTurn();
+        if (!m_turns.empty()) { // it is, when the handler has ended the server
+            m_turns.pop_front();
+        }
+        DropClosedTurns();
+    } while (!m_turns.empty() && std::chrono::steady_clock::now() < end);
     if (!m_turns.empty()) {
         PostTurn();
     }

@@ -64,6 +64,7 @@ private:
     void MessageUnfinished(ServerConnectionC& connection) override;
     void HeldChanged(std::size_t before, std::size_t now) override;
     void PostTurn();
+    void DropClosedTurns();
     void GiveTurn();
     void Watch(std::chrono::steady_clock::duration time);
     void EndUnfinished();

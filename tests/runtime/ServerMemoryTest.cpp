@@ -17,7 +17,8 @@ using Bytes::BigEndian;
 using Bytes::FromHex;
 using Bytes::Request;
 using Bytes::Subscription;
-using namespace std::chrono_literals;
+using std::chrono_literals::operator""ms;
+using std::chrono_literals::operator""s;
 
 namespace {
 
@@ -235,4 +236,46 @@ TEST(ServerMemory, ServesOthersBetweenThePortionsOfALargeMessage)
     EXPECT_EQ(7U, other.Read().number);
     // Two turns of a millisecond; all of what lies ready would take megabytes.
     EXPECT_LE(heldAtTheQuestion, 10 * kMebibyte);
+}
+
+TEST(ServerMemory, ServesWhatStandsBehindAMessageThatIsReadAhead)
+{
+    CRunningService service;
+    CRawClient client(service.Port());
+    SendWhatIsTaken(client, FromHex("93 02 a1 6e dd 00 03 00 00") + std::string(0x30000, '\x90'),
+                    0);
+    for (std::uint64_t number = 1; number <= 500; ++number) {
+        client.Send(Request(number, "q", "\x90"));
+    }
+    for (std::uint64_t number = 1; number <= 500; ++number) {
+        ASSERT_EQ(number, client.Read().number);
+    }
+}
+
+TEST(ServerMemory, ServesAllThatAClientSentBeforeItLeft)
+{
+    CRunningService service;
+    {
+        CRawClient client(service.Port());
+        SendWhatIsTaken(client,
+                        FromHex("93 02 a1 6e dd 00 03 00 00") + std::string(0x30000, '\x90') +
+                            Request(7, "q", "\x90") + EndlessList(200'000, '\x90'),
+                        0);
+    }
+    EXPECT_TRUE(service.WaitForNotes("request q of 0"));
+    EXPECT_TRUE(service.WaitForNotes("disconnected"));
+    EXPECT_EQ(0U, Held(service));
+}
+
+TEST(ServerMemory, DecodesNoMessageThatItsClientHasLeftInTheMiddle)
+{
+    CRunningService service(EListenOn::Both, Memory(16 * kMebibyte));
+    const std::uint16_t port = service.Port();
+    service.OnLoop([port](MPISocketServerC&) {
+        const CRawClient client(port);
+        SendWhatIsTaken(client, EndlessList(1'000'000, '\x90'), MSG_DONTWAIT);
+    });
+    // Decoded it would take 80 MB, and its connection were the greediest.
+    EXPECT_TRUE(service.WaitForNotes("disconnected"));
+    EXPECT_EQ(0U, CountNotes(service, "dropped"));
 }
