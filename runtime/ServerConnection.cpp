@@ -64,7 +64,9 @@ ServerConnectionC::~ServerConnectionC()
         std::string queued;
         std::string writing;
     };
-    const std::size_t bytes = m_subscribed + m_queued.capacity() + m_writing.capacity();
+    // With the connection itself: thousands that have sent nothing take megabytes, too.
+    const std::size_t bytes =
+        kSilentBytes + m_subscribed + m_queued.capacity() + m_writing.capacity();
     m_disposer->Destroy(
         Remains{std::move(m_subscriptions), std::move(m_queued), std::move(m_writing)}, bytes);
 }

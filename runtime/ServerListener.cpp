@@ -14,15 +14,17 @@ namespace {
 
 // How long to leave connections waiting when there is no descriptor for them.
 constexpr std::chrono::milliseconds kListenerPause(100);
+constexpr std::chrono::milliseconds kBusyPause(2);
 
 // So many connections are taken in a row before the other work of the loop has its turn.
 constexpr int kAcceptsPerTurn = 16;
 
 } // namespace
 
-ServerListenerC::ServerListenerC(asio::io_context& loop, Taker taker, Complaint complaint)
+ServerListenerC::ServerListenerC(asio::io_context& loop, Taker taker, Complaint complaint,
+                                 Busy isBusy)
     : m_loop(loop), m_acceptor(loop), m_pause(loop), m_taker(std::move(taker)),
-      m_complaint(std::move(complaint))
+      m_complaint(std::move(complaint)), m_isBusy(std::move(isBusy))
 {
 }
 
@@ -82,6 +84,10 @@ void ServerListenerC::Wait()
 void ServerListenerC::Accept()
 {
     for (int taken = 0; taken < kAcceptsPerTurn && m_acceptor.is_open(); ++taken) {
+        if (m_isBusy && m_isBusy()) {
+            Pause(kBusyPause);
+            return;
+        }
         sockaddr_storage peer = {};
         socklen_t length = sizeof(peer);
         const int descriptor = ::accept4(m_acceptor.native_handle(),
@@ -90,7 +96,8 @@ void ServerListenerC::Accept()
             const bool noneLeft = errno == EAGAIN || errno == EWOULDBLOCK;
             const bool thatOneIsGone = errno == ECONNABORTED || errno == EINTR;
             if (!noneLeft && !thatOneIsGone) {
-                Pause(errno);
+                Complain(errno);
+                Pause(kListenerPause);
                 return;
             }
             break;
@@ -115,13 +122,17 @@ void ServerListenerC::Take(int descriptor, bool isV6)
     m_taker(std::move(socket));
 }
 
-void ServerListenerC::Pause(int error)
+void ServerListenerC::Complain(int error)
 {
     if (!m_hasComplained) {
         m_hasComplained = true;
         m_complaint(asio::error_code(error, asio::error::get_system_category()));
     }
-    m_pause.expires_after(kListenerPause);
+}
+
+void ServerListenerC::Pause(std::chrono::milliseconds time)
+{
+    m_pause.expires_after(time);
     m_pause.async_wait([self = shared_from_this()](const asio::error_code& ended) {
         if (!ended && self->m_acceptor.is_open()) {
             self->Accept();

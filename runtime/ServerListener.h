@@ -1,6 +1,7 @@
 #ifndef KESTROVE_RUNTIME_SERVERLISTENER_H
 #define KESTROVE_RUNTIME_SERVERLISTENER_H
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -22,10 +23,12 @@ class ServerListenerC : public std::enable_shared_from_this<ServerListenerC>
 public:
     using Taker = std::function<void(asio::ip::tcp::socket)>;
     using Complaint = std::function<void(const asio::error_code&)>;
+    using Busy = std::function<bool()>;
 
     /// @param taker is called with each connection, until Close().
     /// @param complaint is called when connections have to wait; once, until one can be taken.
-    ServerListenerC(asio::io_context& loop, Taker taker, Complaint complaint);
+    /// @param isBusy tells whether the next connection is to wait for a moment; never without it.
+    ServerListenerC(asio::io_context& loop, Taker taker, Complaint complaint, Busy isBusy = {});
 
     /// Begins to listen. Port 0 takes a free one.
     ///
@@ -39,13 +42,15 @@ private:
     void Wait();
     void Accept();
     void Take(int descriptor, bool isV6);
-    void Pause(int error);
+    void Complain(int error);
+    void Pause(std::chrono::milliseconds time);
 
     asio::io_context& m_loop;
     asio::ip::tcp::acceptor m_acceptor;
     asio::steady_timer m_pause;
     Taker m_taker;
     Complaint m_complaint;
+    Busy m_isBusy;
     bool m_hasComplained = false;
 };
 

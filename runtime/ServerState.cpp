@@ -24,6 +24,8 @@ constexpr std::size_t kMostSubscriptions = 1024;
 // With so much to be destroyed, what is large goes on when some of it is gone.
 constexpr std::size_t kMostPending = std::size_t{32} * 1024 * 1024;
 constexpr std::chrono::milliseconds kPause(2);
+/// While so many connections wait for their turn, no more are taken.
+constexpr std::size_t kMostTurns = 64;
 
 // Unfinished messages are looked through no more often than so many times until one is over.
 constexpr int kLooksAtUnfinished = 8;
@@ -107,6 +109,11 @@ asio::error_code MPISocketServerC::StateC::Open(const asio::ip::address& address
             if (const std::shared_ptr<StateC> state = self.lock()) {
                 state->TellThatConnectionsWait(reason.message());
             }
+        },
+        // Those that are there share the loop with each that is taken.
+        [self] {
+            const std::shared_ptr<StateC> state = self.lock();
+            return state != nullptr && state->m_turns.size() >= kMostTurns;
         });
     const asio::error_code error = listener->Open(address, port);
     if (!error) {
