@@ -45,10 +45,10 @@ void PrintHelp(CContext& context, CLI::App& app, const std::vector<std::string>&
 
 EExitCode Run(int argumentCount, char** arguments, COutput& output)
 {
-    const std::vector<std::string> words =
-        WithHelpAsOption({arguments + 1, arguments + std::max(argumentCount, 1)});
     CContext context(output);
     const std::unique_ptr<CLI::App> app = MakeCommandLine(context);
+    const std::vector<std::string> words =
+        WithHelpAsOption(*app, {arguments + 1, arguments + std::max(argumentCount, 1)});
     try {
         // The reader takes them from the back.
         app->parse(std::vector<std::string>(words.rbegin(), words.rend()));
