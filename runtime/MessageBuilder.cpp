@@ -43,6 +43,18 @@ std::size_t TextBytes(std::size_t capacity)
     return capacity <= inside ? 0 : BlockBytes(capacity + 1);
 }
 
+/// A string that is told to make room makes no less than this, once what it has inside is too
+/// little.
+std::size_t LeastTextRoom()
+{
+    static const std::size_t least = [] {
+        std::string text;
+        text.reserve(text.capacity() + 1);
+        return text.capacity();
+    }();
+    return least;
+}
+
 std::size_t RoomBytes(std::size_t room, std::size_t bytesEach)
 {
     return room == 0 ? 0 : BlockBytes(room * bytesEach);
@@ -234,7 +246,7 @@ bool MessageBuilderC::AddText(const char* piece, std::size_t length, std::size_t
     if (needed > m_text.capacity()) {
         const std::size_t before = TextBytes(m_text.capacity());
         const std::size_t most = std::min(announced, kLongestText);
-        const std::size_t room = RoomFor(needed, needed, most);
+        const std::size_t room = std::max(RoomFor(needed, needed, most), LeastTextRoom());
         if (!Claim(TextBytes(room))) {
             return false;
         }
@@ -252,11 +264,12 @@ bool MessageBuilderC::EndText()
 {
     std::string text;
     text.swap(m_text);
-    if (!IsForBlock(text.size())) {
+    if (!IsForBlock(text.size()) && text.capacity() == text.size()) {
         return TakeString(std::move(text));
     }
+    // In any pieces, a text takes as much in the end as one that came whole.
     m_held -= TextBytes(text.capacity());
-    return PlaceText(text.data(), text.size());
+    return TakeText(text.data(), text.size());
 }
 
 /// True for a text that shares a block with others of its list.

@@ -2,6 +2,8 @@
 
 #include <optional>
 
+#include "simulator/guidance/LongWork.h"
+
 void OffsetOperationsC::Register(OperationTableC& table)
 {
     using Self = OffsetOperationsC;
@@ -98,5 +100,8 @@ COutcome OffsetOperationsC::ShiftUnderMachine(COutcome (CSimulation::*set)(doubl
 {
     if (!m_simulation.HasLine())
         return COutcome::Refused("there is no wayline");
-    return (m_simulation.*set)(present + m_simulation.Status().crossTrackError);
+    // Once for all attempts: a machine that moves on meanwhile must not begin the calculation anew.
+    const double aside = present + m_simulation.Status().crossTrackError;
+    return (m_simulation.*set)(*Calculated<double>(m_work, {"shift under the machine"},
+                                                   EWork::Query, 1, [aside] { return aside; }));
 }

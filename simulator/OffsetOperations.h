@@ -10,9 +10,11 @@
 class OffsetOperationsC
 {
 public:
-    /// Both must outlive this object.
-    OffsetOperationsC(CSimulation& simulation, const ServiceLogC& log)
-        : m_simulation(simulation), m_log(log)
+    /// @param work makes what takes long; null to have it made on the spot.
+    ///
+    /// All must outlive this object.
+    OffsetOperationsC(CSimulation& simulation, const ServiceLogC& log, CLongWork* work)
+        : m_simulation(simulation), m_log(log), m_work(work)
     {
     }
 
@@ -38,6 +40,7 @@ private:
 
     CSimulation& m_simulation;
     const ServiceLogC& m_log;
+    CLongWork* m_work;
 };
 
 #endif

@@ -24,7 +24,7 @@ ServiceCoreC::ServiceCoreC(ServiceCoreOptions options)
       m_waylines(WithKept(m_simulation, m_kept, m_log), m_work), m_feed(m_simulation),
       m_steering(m_simulation, m_waylines, m_kept, m_log),
       m_waylineOperations(m_simulation, m_waylines, m_feed, m_log, m_work),
-      m_offsets(m_simulation, m_log), m_positions(m_feed, m_log),
+      m_offsets(m_simulation, m_log, m_work), m_positions(m_feed, m_log),
       m_tuning(m_simulation, m_kept, m_log), m_events(m_simulation, m_waylines)
 {
     m_steering.Register(m_operations);
@@ -59,9 +59,10 @@ WorkQueueC::Ticket ServiceCoreC::Queue(ECall kind, const std::string& name,
 {
     return m_work->Add([this, kind, name, done = std::move(done), scope = std::move(scope),
                         list = std::shared_ptr<const BListC>(std::move(arguments))] {
-        const std::shared_ptr<void> during = scope ? scope() : nullptr;
+        std::shared_ptr<void> during;
         Answer answer;
         try {
+            during = scope ? scope() : nullptr;
             answer = Call(kind, name, *list);
         } catch (const CWorkPending&) {
             throw;

@@ -58,7 +58,8 @@ public:
 
     /// Takes the answer to a call.
     using AnswerSink = std::function<void(Answer)>;
-    /// Makes what is to be there while an attempt at a call is made.
+    /// Makes what is to be there while an attempt at a call is made. When it throws, the call is
+    /// not carried out, and its answer is the reason.
     using ScopeMaker = std::function<std::shared_ptr<void>()>;
 
     /// Carries out a call, unless that takes long.

@@ -140,8 +140,9 @@ std::string Document(const KeptValues& values)
 
 StateFileC::~StateFileC()
 {
-    // While it is locked, so that nobody else can have taken the lock over.
-    if (m_nameLock.IsOpen()) {
+    // While it is locked, so that nobody else can have taken the lock over; what somebody has put
+    // in its place stays.
+    if (m_nameLock.IsOpen() && IsLockFile(m_nameLock)) {
         ::unlinkat(m_folder.Get(), SideFile(".lock").c_str(), 0);
     }
 }

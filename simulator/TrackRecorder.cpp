@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr std::size_t kMostWaitingBytes = 4 * 1024 * 1024;
+constexpr std::size_t kMostWaitingTrackBytes = 4 * 1024 * 1024;
 
 } // namespace
 
@@ -25,7 +25,7 @@ std::string TrackRecorderC::Open(const std::string& path)
         return failed + (errno == ENXIO ? "it is a pipe that nobody reads"
                                         : std::generic_category().message(errno));
     }
-    m_writer.emplace(std::move(file), kMostWaitingBytes);
+    m_writer.emplace(std::move(file), kMostWaitingTrackBytes);
     m_writer->Write(
         "time_s,true_x_m,true_y_m,true_heading_rad,measured_x_m,measured_y_m,speed_mps,"
         "steering_angle_rad,cross_track_error_m,implement_cross_track_error_m,pass,engaged\n");

@@ -9,6 +9,8 @@
 
 #include <asio/io_context.hpp>
 #include <asio/signal_set.hpp>
+#include <pthread.h>
+#include <unistd.h>
 
 #include "simulator/CommandLine.h"
 #include "simulator/KeptSettings.h"
@@ -30,6 +32,26 @@ using OutputPointer = std::shared_ptr<CProgramOutput>;
 // A program that is told to end has done so within two seconds, whatever holds up its files.
 constexpr std::chrono::milliseconds kLongestSaving(1000);
 constexpr std::chrono::milliseconds kLongestWriting(400);
+
+/// Until the program serves, SIGINT and SIGTERM end it at once, whatever holds it up: there is
+/// nothing to bring to an end yet.
+void EndAtOnceOnSignals()
+{
+    for (const int signal : {SIGINT, SIGTERM}) {
+        std::signal(signal, [](int) { ::_exit(kExitSuccess); });
+    }
+}
+
+/// Once the program ends, further ones change nothing: they would cut short what it still saves and
+/// writes. No other thread takes them either.
+void HoldSignalsBack()
+{
+    sigset_t held;
+    ::sigemptyset(&held);
+    ::sigaddset(&held, SIGINT);
+    ::sigaddset(&held, SIGTERM);
+    ::pthread_sigmask(SIG_BLOCK, &held, nullptr);
+}
 
 /// The state file and what it holds.
 struct KeptState
@@ -147,6 +169,7 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     PacerC pacer(loop, link.Core(), options.speedFactor);
     pacer.Start();
     loop.run();
+    HoldSignalsBack();
     EndSaving(options, link, saver, *output);
     return kExitSuccess;
 }
@@ -180,6 +203,7 @@ int main(int argumentCount, char** arguments)
     // become as long as it may.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+    EndAtOnceOnSignals();
     OutputPointer output;
     EExitCode exitCode = kExitFailed;
     try {

@@ -10,7 +10,6 @@
 #include <asio/error.hpp>
 
 #include "simulator/http/PageValues.h"
-#include "simulator/http/PeersWindow.h"
 
 namespace {
 
@@ -22,8 +21,8 @@ constexpr std::size_t kReadBytes = 16 * 1024;
 constexpr int kReadsPerTurn = 16;
 // The system doubles it.
 constexpr int kSendBufferOfAStream = 8 * 1024;
-// Of the widest window.
-constexpr std::size_t kNarrowedBy = 32;
+// A peer of a stream that has not read so much is sent no more: some fifty states.
+constexpr std::size_t kMostUnread = 32 * 1024;
 
 const char* ReasonOf(int status)
 {
@@ -246,7 +245,7 @@ void HttpConnectionC::Answer(const ServedAnswer& answer)
     m_owner.Grown();
 }
 
-void HttpConnectionC::Stream(Source source, std::function<void()> ended)
+void HttpConnectionC::Stream(Source source, CUnreadBytes& unread, std::function<void()> ended)
 {
     if (m_stage != EStage::Waiting) {
         ended();
@@ -256,6 +255,7 @@ void HttpConnectionC::Stream(Source source, std::function<void()> ended)
     asio::error_code error;
     m_socket.set_option(asio::socket_base::send_buffer_size(kSendBufferOfAStream), error);
     m_source = std::move(source);
+    m_unreadBytes = &unread;
     m_ended = std::move(ended);
     m_head = HeadOf(200, "text/event-stream") + "\r\n";
     Write();
@@ -264,7 +264,7 @@ void HttpConnectionC::Stream(Source source, std::function<void()> ended)
 
 void HttpConnectionC::Wake()
 {
-    if (m_stage != EStage::Streaming || m_isWriting) {
+    if (m_stage != EStage::Streaming || m_isWriting || IsHeldBack()) {
         return;
     }
     m_head = m_source();
@@ -272,6 +272,22 @@ void HttpConnectionC::Wake()
     if (!m_head.empty()) {
         Write();
     }
+}
+
+/// Whether the peer has to read before it is sent more. One that never does is dropped.
+bool HttpConnectionC::IsHeldBack()
+{
+    const std::size_t unread = m_unreadBytes->Of(m_socket).value_or(0);
+    const bool isBehind = unread > kMostUnread;
+    if (isBehind && (!m_isHeldBack || unread < m_unread)) {
+        m_lastTaken = Clock::now();
+        Limit(m_lastTaken + m_patience.stream);
+    } else if (!isBehind && m_isHeldBack) {
+        m_timer.cancel();
+    }
+    m_isHeldBack = isBehind;
+    m_unread = unread;
+    return isBehind;
 }
 
 void HttpConnectionC::Write()
@@ -338,15 +354,9 @@ void HttpConnectionC::AllIsWritten()
 
 std::chrono::milliseconds HttpConnectionC::Untaken() const
 {
-    const auto since = m_isWriting ? Clock::now() - m_lastTaken : Clock::duration(0);
+    const bool waits = m_isWriting || m_isHeldBack;
+    const auto since = waits ? Clock::now() - m_lastTaken : Clock::duration(0);
     return std::chrono::duration_cast<std::chrono::milliseconds>(since);
-}
-
-bool HttpConnectionC::Lags()
-{
-    const std::size_t window = PeersWindow(m_socket.native_handle());
-    m_widestWindow = std::max(m_widestWindow, window);
-    return m_widestWindow - window > m_widestWindow / kNarrowedBy;
 }
 
 void HttpConnectionC::Close()

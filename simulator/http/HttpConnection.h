@@ -14,6 +14,7 @@
 
 #include "simulator/http/RequestCheck.h"
 #include "simulator/http/RequestReader.h"
+#include "simulator/http/UnreadBytes.h"
 
 /// How long a peer is waited for.
 struct HttpPatience
@@ -86,17 +87,16 @@ public:
     /// Answers with a stream of events, which goes on for as long as the peer is there. What waits
     /// for the peer at this end is what `source` gave last, and 16 KiB of the system's.
     ///
+    /// @param unread must outlive the stream.
     /// @param ended is called once the stream has ended.
-    void Stream(Source source, std::function<void()> ended);
-    /// Sends what the source of the stream has, unless something is being sent.
+    void Stream(Source source, CUnreadBytes& unread, std::function<void()> ended);
+    /// Sends what the source of the stream has, unless something is being sent, or the peer has
+    /// left so much unread that more would be out of date when it comes to it. To be called again
+    /// and again.
     void Wake();
-    /// For how long the peer of the stream has taken nothing of what is being sent; 0 when nothing
-    /// is.
+    /// For how long the peer of the stream has taken nothing of what it is sent; 0 when it takes
+    /// all.
     std::chrono::milliseconds Untaken() const;
-
-    /// Whether the peer's system has much for the peer that it has not read: the window that it
-    /// grants is narrower than it was. To be asked again and again.
-    bool Lags();
 
     /// How much memory is held for this connection alone, bytes.
     std::size_t Held() const;
@@ -116,6 +116,7 @@ private:
     void Write();
     void WaitToWrite();
     void AllIsWritten();
+    bool IsHeldBack();
 
     asio::ip::tcp::socket m_socket;
     asio::steady_timer m_timer;
@@ -132,8 +133,10 @@ private:
     Source m_source;
     std::function<void()> m_ended;
     bool m_isWriting = false;
-    Clock::time_point m_lastTaken; ///< or when the writing began
-    std::size_t m_widestWindow = 0;
+    Clock::time_point m_lastTaken; ///< or when the writing or holding back began
+    CUnreadBytes* m_unreadBytes = nullptr;
+    bool m_isHeldBack = false;    ///< what is new, until the peer reads
+    std::size_t m_unread = 0;     ///< by the peer, when it was last asked for
     mutable std::mutex m_closing; ///< the socket is closed, and looked at from elsewhere, under it
     bool m_isClosed = false;      ///< guarded by m_closing
 };

@@ -45,9 +45,11 @@ std::vector<Point> PlacesOf(const LineDefinition& line)
     return {line.points.front(), line.points.back()};
 }
 
-/// The waypoints set so far of a wayline that is being made.
-std::vector<LineLabel> WaypointLabels(const WaylineKeeperC& waylines, Kestrove::EWaylineType kind)
+} // namespace
+
+std::vector<LineLabel> WaypointLabels(const WaylineKeeperC& waylines)
 {
+    const Kestrove::EWaylineType kind = waylines.Status().kind;
     const int wanted = kind == Kestrove::EWaylineTypeCircle ? 3 : 2;
     std::vector<LineLabel> labels;
     for (int number = 0; kind != Kestrove::EWaylineTypeEmpty && number < wanted; ++number) {
@@ -58,24 +60,22 @@ std::vector<LineLabel> WaypointLabels(const WaylineKeeperC& waylines, Kestrove::
     return labels;
 }
 
-} // namespace
-
-std::vector<LineLabel> LabelsOf(const WaylineKeeperC& waylines)
+std::vector<LineLabel> LabelsOf(const LineDrawing& drawing)
 {
-    const Kestrove::EWaylineType kind = waylines.Status().kind;
-    const Kestrove::CWayline* wayline = waylines.Current();
-    if (wayline == nullptr)
-        return WaypointLabels(waylines, kind);
-    const std::optional<LineDefinition> line = LineOf(*wayline, waylines.Drives());
+    if (!drawing.wayline)
+        return drawing.waypoints;
+    const std::optional<LineDefinition> line = LineOf(*drawing.wayline, *drawing.drives);
     const std::vector<Point> places = line ? PlacesOf(*line) : std::vector<Point>();
     std::vector<LineLabel> labels;
     labels.reserve(places.size());
-    for (const Point& place : places)
-        labels.push_back(Labelled(kind, static_cast<int>(labels.size()), place));
+    for (const Point& place : places) {
+        labels.push_back(Labelled(drawing.status.kind, static_cast<int>(labels.size()), place));
+    }
     return labels;
 }
 
-std::string LineMembers(const LineDrawing& drawing, std::uint64_t picture)
+std::string LineMembers(const LineDrawing& drawing, const std::vector<LineLabel>& labels,
+                        std::uint64_t picture)
 {
     json members{{"revision", drawing.revision},
                  {"picture", picture},
@@ -91,7 +91,7 @@ std::string LineMembers(const LineDrawing& drawing, std::uint64_t picture)
                  {"implement_offset", drawing.implementOffset},
                  {"shift", drawing.layout.shift},
                  {"implement_width", drawing.layout.width}};
-    for (const LineLabel& label : drawing.labels) {
+    for (const LineLabel& label : labels) {
         const json place = PointJson(label.position);
         members["labels"].push_back({{"text", label.text}, {"x", place[0]}, {"y", place[1]}});
     }

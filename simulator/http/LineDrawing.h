@@ -20,7 +20,9 @@ struct LineDrawing
 {
     int revision = 0;
     WaylineStatus status;
-    std::vector<LineLabel> labels;
+    std::vector<LineLabel> waypoints;      ///< of a wayline that is not complete
+    WaylineKeeperC::SharedWayline wayline; ///< null without a complete one
+    std::shared_ptr<const RecordedDrives> drives;
     LineLayout layout;
     double station = 0.0; ///< along the line itself, around which it is drawn
     double nudge = 0.0;
@@ -28,12 +30,17 @@ struct LineDrawing
     double implementOffset = 0.0;
 };
 
-/// The names of the places that make a wayline, complete or not.
-std::vector<LineLabel> LabelsOf(const WaylineKeeperC& waylines);
+/// The names of the waypoints set so far of a wayline that is being made.
+std::vector<LineLabel> WaypointLabels(const WaylineKeeperC& waylines);
+
+/// The names of the places that make a wayline, complete or not. Takes time with a long one.
+std::vector<LineLabel> LabelsOf(const LineDrawing& drawing);
 
 /// The members of the event "line", but for those with points: JSON without braces.
 ///
+/// @param labels as LabelsOf() gives them.
 /// @param picture the number of the picture that the points belong to.
-std::string LineMembers(const LineDrawing& drawing, std::uint64_t picture);
+std::string LineMembers(const LineDrawing& drawing, const std::vector<LineLabel>& labels,
+                        std::uint64_t picture);
 
 #endif

@@ -35,6 +35,11 @@ void LinePainterC::Take(LineDrawing drawing)
         ++m_number;
         m_drawn.clear();
     }
+    // Those of a complete wayline are kept: to find them takes time with a long one.
+    if (!m_drawing || !drawing.wayline || m_drawing->wayline != drawing.wayline ||
+        m_drawing->drives != drawing.drives) {
+        m_labels = LabelsOf(drawing);
+    }
     m_drawing = std::move(drawing);
     for (auto drawn = m_drawn.begin(); drawn != m_drawn.end();) {
         const bool isFar = drawn->first != LinePiece::kTheLine &&
@@ -101,7 +106,7 @@ LinePicturePtr LinePainterC::Picture() const
 {
     auto picture = std::make_shared<LinePicture>();
     picture->number = m_number;
-    picture->members = LineMembers(*m_drawing, m_number);
+    picture->members = LineMembers(*m_drawing, m_labels, m_number);
     picture->pass = m_drawing->layout.pass;
     picture->hasLine = m_drawing->layout.line != nullptr;
     picture->isFollowed = m_drawing->layout.followed != nullptr;

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "simulator/http/LineDrawing.h"
 #include "simulator/http/LineEvent.h"
@@ -44,6 +45,7 @@ private:
     std::vector<Point> PointsOf(int pass) const;
 
     std::optional<LineDrawing> m_drawing;
+    std::vector<LineLabel> m_labels;
     std::uint64_t m_number = 0;
     std::map<int, std::shared_ptr<const std::string>> m_drawn; ///< of the present picture
     double m_savedBytes = kMostSavedBytes;

@@ -13,6 +13,7 @@
 #include <asio/thread_pool.hpp>
 
 #include "simulator/SignalsBlocked.h"
+#include "simulator/guidance/LongWork.h"
 #include "simulator/http/EmbeddedFiles.h"
 #include "simulator/http/EventFeed.h"
 #include "simulator/http/HttpServer.h"
@@ -26,7 +27,6 @@
 namespace {
 
 const char* const kJson = "application/json";
-const char* const kDisengage = "DisengageSteering";
 // A body or a list that is longer than this is read or written aside.
 constexpr std::size_t kLongBody = 16 * 1024;
 constexpr int kLongList = 500;
@@ -61,7 +61,7 @@ std::map<std::string, ServedAnswer> AnswersWithFiles()
 bool IsLong(const Answer& answer)
 {
     const auto* list = dynamic_cast<const BListC*>(answer.value.get());
-    return list != nullptr && list->Size() > kLongList;
+    return answer.bytes || (list != nullptr && list->Size() > kLongList);
 }
 
 } // namespace
@@ -100,6 +100,7 @@ public:
 
     void Stop()
     {
+        m_isEnding = true;
         m_loop.stop();
         if (m_thread.joinable()) {
             m_thread.join();
@@ -172,6 +173,7 @@ private:
         asio::post(*m_aside, [this, connection, work = std::move(work), then = std::move(then)] {
             using Result = decltype(work());
             std::shared_ptr<Result> result;
+            g_workStop = &m_isEnding;
             try {
                 result = std::make_shared<Result>(work());
             } catch (const std::exception&) {
@@ -188,9 +190,22 @@ private:
         });
     }
 
-    /// Has the service do something, and goes on when that is done; answers when it is not.
-    void Ask(const ConnectionPtr& connection, LoopGateC::Work work, std::function<void()> then,
-             LoopGateC::EOrder order = LoopGateC::EOrder::InTurn)
+    /// Has the service do something at once, and goes on when that is done; answers when it is not.
+    void Ask(const ConnectionPtr& connection, std::function<void()> work,
+             std::function<void()> then)
+    {
+        AskLong(
+            connection,
+            [work = std::move(work)](const LoopGateC::Done& done) {
+                work();
+                done();
+            },
+            std::move(then), LoopGateC::EOrder::InTurn);
+    }
+
+    /// Likewise what may go on for long.
+    void AskLong(const ConnectionPtr& connection, LoopGateC::Work work, std::function<void()> then,
+                 LoopGateC::EOrder order)
     {
         using EOutcome = LoopGateC::EOutcome;
         m_gate.Run(
@@ -209,6 +224,15 @@ private:
 
     void Carry(const ConnectionPtr& connection)
     {
+        const std::uint64_t arrival = ++m_lastArrival;
+        std::shared_ptr<void> turn;
+        if (connection->Request().body.size() > kLongBody) {
+            if (m_longCommands.use_count() > kMostAside) {
+                connection->Answer(RefusalOf(503, "too much is asked at once"));
+                return;
+            }
+            turn = m_longCommands;
+        }
         const auto body = std::make_shared<const std::string>(connection->TakeBody());
         const bool isWayline = connection->Request().path == "/wayline";
         Do(
@@ -217,7 +241,9 @@ private:
                 return std::make_shared<PageCommand>(isWayline ? PageCommandsC::ReadWayline(*body)
                                                                : m_commands.ReadCommand(*body));
             },
-            [this, connection](const std::shared_ptr<PageCommand>& command) {
+            [this, connection, arrival, turn](const std::shared_ptr<PageCommand>& command) {
+                command->arrival = arrival;
+                command->turn = turn;
                 CarryOut(connection, command);
             });
     }
@@ -230,12 +256,19 @@ private:
             return;
         }
         const auto outcome = std::make_shared<PageOutcome>();
-        const bool isUrgent = command->operation == kDisengage;
-        Ask(
+        const bool isUrgent = command->operation == PageCommandsC::kDisengage;
+        // What the service queues must not keep the connection, which is the page's.
+        const auto isWanted = [weak = std::weak_ptr<HttpConnectionC>(connection)] {
+            const ConnectionPtr asking = weak.lock();
+            return asking && !asking->HasGone();
+        };
+        AskLong(
             connection,
-            [this, connection, command, outcome] {
-                if (!connection->HasGone()) {
-                    *outcome = m_commands.CarryOut(*command);
+            [this, command, outcome, isWanted](LoopGateC::Done done) {
+                if (isWanted()) {
+                    m_commands.CarryOut(*command, outcome, isWanted, std::move(done));
+                } else {
+                    done();
                 }
             },
             [this, connection, command, outcome] {
@@ -274,14 +307,15 @@ private:
 
     void GiveWayline(const ConnectionPtr& connection)
     {
-        const auto text = std::make_shared<std::function<std::string()>>();
+        const auto wayline = std::make_shared<WaylineKeeperC::SharedWayline>();
         Ask(
-            connection, [this, text] { *text = TextOf(m_core.Waylines().Current()); },
-            [this, connection, text] {
+            connection, [this, wayline] { *wayline = m_core.Waylines().SharedCurrent(); },
+            [this, connection, wayline] {
                 Do(
                     true, connection,
-                    [text] {
-                        return PageAnswer{200, TextJson((*text)())};
+                    [wayline] {
+                        return PageAnswer{
+                            200, TextJson(*wayline ? (*wayline)->ToString() : std::string())};
                     },
                     [connection](PageAnswer answer) {
                         connection->Answer(JsonAnswer(std::move(answer)));
@@ -303,6 +337,9 @@ private:
     HttpServerC m_server;
     std::uint16_t m_port = 0;
     int m_workAside = 0;
+    std::uint64_t m_lastArrival = 0;
+    std::shared_ptr<void> m_longCommands = std::make_shared<int>(0); ///< each keeps a reference
+    std::atomic<bool> m_isEnding{false};
     std::unique_ptr<asio::thread_pool> m_aside;
     std::thread m_thread;
 };

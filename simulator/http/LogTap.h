@@ -1,6 +1,7 @@
 #ifndef KESTROVE_SIMULATOR_HTTP_LOGTAP_H
 #define KESTROVE_SIMULATOR_HTTP_LOGTAP_H
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,35 +26,37 @@ public:
         return [this](ELogLevel level, const std::string& text) { Take(level, text); };
     }
 
+    /// Takes the warnings and errors down from now on, until what is returned goes.
+    ///
+    /// @param lines receives them; must live as long.
+    std::shared_ptr<void> TakeInto(std::vector<std::string>& lines)
+    {
+        m_lines = &lines;
+        return {static_cast<void*>(this), [this](void*) { m_lines = nullptr; }};
+    }
     /// Does something.
     ///
     /// @return the warnings and errors that it logged.
     template <typename Work>
     std::vector<std::string> LinesOf(Work work)
     {
-        m_lines.clear();
-        m_taking = true;
-        const struct UntilTheEnd
-        {
-            ~UntilTheEnd() { taking = false; } // whatever the work throws
-            bool& taking;
-        } end{m_taking};
+        std::vector<std::string> lines;
+        const std::shared_ptr<void> taking = TakeInto(lines); // whatever the work throws
         work();
-        return std::move(m_lines);
+        return lines;
     }
 
 private:
     void Take(ELogLevel level, const std::string& text)
     {
-        if (m_taking && level <= ELogLevel::Warning)
-            m_lines.push_back(text);
+        if (m_lines != nullptr && level <= ELogLevel::Warning)
+            m_lines->push_back(text);
         if (m_onward)
             m_onward(level, text);
     }
 
     LogSink m_onward;
-    std::vector<std::string> m_lines;
-    bool m_taking = false;
+    std::vector<std::string>* m_lines = nullptr; ///< null while nothing is taken down
 };
 
 #endif

@@ -28,7 +28,8 @@ struct LoopGateC::Job
     Work work;
     Then then;
     std::unique_ptr<asio::steady_timer> timer;
-    bool isUnderWay = false; ///< with the service
+    bool isUnderWay = false;  ///< on its way to the service
+    bool isForgotten = false; ///< the gate is closed: neither loop runs any more
     std::atomic<EStage> state{EStage::Waiting};
 };
 
@@ -70,14 +71,37 @@ void LoopGateC::Begin(const JobPtr& job)
         if (!job->Become(Job::EStage::Taken)) {
             return;
         }
-        EOutcome outcome = EOutcome::Done;
+        const auto end = [this, job](EOutcome outcome) {
+            if (!job->isForgotten) {
+                asio::post(m_own, [this, job, outcome] { Finish(job, outcome); });
+            }
+        };
         try {
-            job->work();
+            job->work([end] { end(EOutcome::Done); });
+            asio::post(m_own, [this, job] { Leave(job); });
         } catch (const std::exception&) {
-            outcome = EOutcome::Failed;
+            end(EOutcome::Failed);
         }
-        asio::post(m_own, [this, job, outcome] { Finish(job, outcome); });
     });
+}
+
+/// What goes on aside holds up nobody else.
+void LoopGateC::Leave(const JobPtr& job)
+{
+    if (job->isUnderWay) {
+        job->isUnderWay = false;
+        --m_underWay;
+    }
+    BeginNext();
+}
+
+void LoopGateC::BeginNext()
+{
+    while (!m_waiting.empty() && m_underWay < kMostUnderWay) {
+        const JobPtr next = m_waiting.front();
+        m_waiting.pop_front();
+        Begin(next);
+    }
 }
 
 void LoopGateC::Finish(const JobPtr& job, EOutcome outcome)
@@ -86,18 +110,10 @@ void LoopGateC::Finish(const JobPtr& job, EOutcome outcome)
         return;
     }
     job->timer.reset();
-    if (job->isUnderWay) {
-        --m_underWay;
-    } else {
-        m_waiting.erase(std::find(m_waiting.begin(), m_waiting.end(), job));
-    }
+    m_waiting.erase(std::remove(m_waiting.begin(), m_waiting.end(), job), m_waiting.end());
     const Then then = std::exchange(job->then, {});
     job->work = {};
-    while (!m_waiting.empty() && m_underWay < kMostUnderWay) {
-        const JobPtr next = m_waiting.front();
-        m_waiting.pop_front();
-        Begin(next);
-    }
+    Leave(job);
     then(outcome);
 }
 
@@ -106,6 +122,7 @@ void LoopGateC::Close()
     m_waiting.clear();
     for (const JobPtr& job : std::exchange(m_jobs, {})) {
         job->Become(Job::EStage::GivenUp);
+        job->isForgotten = true;
         job->work = {};
         job->then = {};
         job->timer.reset();

@@ -14,9 +14,9 @@
 /// runs the service's loop, to which the service core and the simulation belong, and hears when it
 /// is done. Neither thread waits for the other.
 ///
-/// A few pieces of work are with the service at once; others wait for their turn here, so that the
-/// service has its own turns between them.
-/// Thread safety: none; lives on the page's thread, or where neither of the two loops runs.
+/// A few pieces of work are begun by the service at once; others wait for their turn here, so that
+/// the service has its own turns between them. Thread safety: none; lives on the page's thread, or
+/// where neither of the two loops runs.
 class LoopGateC
 {
 public:
@@ -31,14 +31,18 @@ public:
         InTurn,
         AtOnce, ///< overtakes what waits here
     };
-    using Work = std::function<void()>;
+    /// To be called once the work is done, on the service's thread.
+    using Done = std::function<void()>;
+    /// Work that goes on after it has returned, until it calls what it is given. That may be kept
+    /// for longer than the gate lives, and does nothing then.
+    using Work = std::function<void(Done)>;
     using Then = std::function<void(EOutcome)>;
 
-    /// How many pieces of work are with the service at once.
+    /// How many pieces of work wait at once for the service to begin with them.
     static constexpr std::size_t kMostUnderWay = 8;
 
     /// @param service, own the loops; must outlive this object.
-    /// @param patience how long work may wait for its turn.
+    /// @param patience how long work may wait for its turn; for its end there is no limit.
     LoopGateC(asio::io_context& service, asio::io_context& own, std::chrono::milliseconds patience);
     /// Closes.
     ~LoopGateC();
@@ -57,6 +61,8 @@ private:
     using JobPtr = std::shared_ptr<Job>;
 
     void Begin(const JobPtr& job);
+    void Leave(const JobPtr& job);
+    void BeginNext();
     void Finish(const JobPtr& job, EOutcome outcome);
 
     asio::io_context& m_service;

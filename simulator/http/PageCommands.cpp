@@ -1,11 +1,14 @@
 #include "simulator/http/PageCommands.h"
 
+#include <algorithm>
 #include <exception>
 #include <memory>
 #include <utility>
 
 #include <nlohmann/json.hpp>
 
+#include "simulator/Reply.h"
+#include "simulator/guidance/LongWork.h"
 #include "simulator/http/PageValues.h"
 
 using nlohmann::json;
@@ -14,6 +17,7 @@ namespace {
 
 // Of a command: each takes many times the bytes that it has in the text.
 constexpr std::size_t kMostValues = 1000000;
+const char* const kEngage = "EngageSteering";
 
 PageCommand Refused(int status, const std::string& reason)
 {
@@ -32,6 +36,7 @@ json JsonFrom(const std::string& body, std::string& problem)
 {
     std::size_t values = 0;
     const auto keeps = [&](int depth, json::parse_event_t event, json&) {
+        EndWorkIfStopped();
         using EEvent = json::parse_event_t;
         if (depth > kDeepestNesting) {
             problem = NestingProblem();
@@ -123,12 +128,47 @@ PageCommand PageCommandsC::ReadWayline(const std::string& body)
     return command;
 }
 
-PageOutcome PageCommandsC::CarryOut(const PageCommand& command)
+bool PageCommandsC::IsOvertaken(const PageCommand& command, PageOutcome& outcome)
 {
-    PageOutcome outcome;
-    outcome.reasons = m_log.LinesOf(
-        [&] { outcome.answer = m_core.Request(command.operation, *command.arguments); });
-    return outcome;
+    if (command.operation == kDisengage) {
+        m_disengaged = std::max(m_disengaged, command.arrival);
+    }
+    if (command.operation != kEngage || command.arrival > m_disengaged) {
+        return false;
+    }
+    outcome.answer.value = ToValue(false);
+    outcome.reasons = {std::string(kEngage) + " overtaken: steering was ended by hand after it"};
+    return true;
+}
+
+void PageCommandsC::CarryOut(PageCommand& command, const std::shared_ptr<PageOutcome>& outcome,
+                             std::function<bool()> isWanted, std::function<void()> done)
+{
+    if (IsOvertaken(command, *outcome)) {
+        done();
+        return;
+    }
+    bool isDone = false;
+    outcome->reasons = m_log.LinesOf([&] {
+        isDone = m_core.Try(ECall::Request, command.operation, *command.arguments, outcome->answer);
+    });
+    if (isDone) {
+        done();
+        return;
+    }
+    m_core.Queue(
+        ECall::Request, command.operation, std::move(command.arguments),
+        [outcome, done = std::move(done)](Answer answer) {
+            outcome->answer = std::move(answer);
+            done();
+        },
+        [&log = m_log, outcome, isWanted = std::move(isWanted), hasBegun = false]() mutable {
+            if (!hasBegun && !isWanted()) {
+                throw CWorkEnded("nobody waits for it");
+            }
+            hasBegun = true;
+            return log.TakeInto(outcome->reasons);
+        });
 }
 
 PageAnswer PageCommandsC::Write(const PageCommand& command, const PageOutcome& outcome)
@@ -137,22 +177,11 @@ PageAnswer PageCommandsC::Write(const PageCommand& command, const PageOutcome& o
     if (!error.empty()) {
         return {409, ErrorJson(error)};
     }
-    const json result = ReplyJson(outcome.answer.value.get());
+    const std::shared_ptr<const std::string>& bytes = outcome.answer.bytes;
+    const json result = bytes ? json::from_msgpack(*bytes) : ReplyJson(outcome.answer.value.get());
     if (command.isWayline && result != 1) {
         return {400, ErrorJson(outcome.reasons.empty() ? "the service refuses the wayline"
                                                        : outcome.reasons.front())};
     }
     return {200, JsonText({{"result", result}, {"reasons", outcome.reasons}})};
-}
-
-std::function<std::string()> TextOf(const Kestrove::CWayline* wayline)
-{
-    // To copy many points takes a moment, to write them takes long.
-    if (const auto* spline = dynamic_cast<const Kestrove::CSplineWayline*>(wayline)) {
-        return [copy = *spline] { return copy.ToString(); };
-    }
-    if (const auto* curve = dynamic_cast<const Kestrove::CABCurveWayline*>(wayline)) {
-        return [copy = *curve] { return copy.ToString(); };
-    }
-    return [text = wayline != nullptr ? wayline->ToString() : std::string()] { return text; };
 }

@@ -1,6 +1,7 @@
 #ifndef KESTROVE_SIMULATOR_HTTP_PAGECOMMANDS_H
 #define KESTROVE_SIMULATOR_HTTP_PAGECOMMANDS_H
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <set>
@@ -24,6 +25,8 @@ struct PageCommand
     std::string operation;
     std::unique_ptr<BListC> arguments;
     bool isWayline = false;
+    std::uint64_t arrival = 0;  ///< its place among the commands
+    std::shared_ptr<void> turn; ///< of one that is long, while it is there
 
     bool IsRefused() const { return !refusal.json.empty(); }
 };
@@ -40,6 +43,9 @@ struct PageOutcome
 class PageCommandsC
 {
 public:
+    /// The operation that overtakes the others.
+    static constexpr const char* kDisengage = "DisengageSteering";
+
     /// All must outlive this object.
     PageCommandsC(ServiceCoreC& core, LogTapC& log);
 
@@ -51,19 +57,26 @@ public:
     ///
     /// @param body {"text": its text form}
     static PageCommand ReadWayline(const std::string& body);
-    /// Carries a command out; on the service's thread.
-    PageOutcome CarryOut(const PageCommand& command);
+    /// Carries a command out; on the service's thread. What takes long is queued with the service's
+    /// other long work, and nothing of this object is used for it later. No EngageSteering is
+    /// carried out after a DisengageSteering that has come behind it.
+    ///
+    /// @param isWanted asked when a command that is queued has its turn, whether it is to be
+    /// carried
+    ///        out still.
+    /// @param done is called once it has been carried out, now or later.
+    void CarryOut(PageCommand& command, const std::shared_ptr<PageOutcome>& outcome,
+                  std::function<bool()> isWanted, std::function<void()> done);
     /// Writes the answer. Thread safety: any thread.
     static PageAnswer Write(const PageCommand& command, const PageOutcome& outcome);
 
 private:
+    bool IsOvertaken(const PageCommand& command, PageOutcome& outcome);
+
     ServiceCoreC& m_core;
     LogTapC& m_log;
+    std::uint64_t m_disengaged = 0; ///< the arrival of the last to end steering
     std::set<std::string> m_operations;
 };
-
-/// The text form of the service's wayline, empty for none. To be asked for on the service's thread;
-/// what writes a long one may be called on any.
-std::function<std::string()> TextOf(const Kestrove::CWayline* wayline);
 
 #endif

@@ -6,6 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "simulator/guidance/LongWork.h"
+
 using nlohmann::json;
 
 namespace {
@@ -51,6 +53,7 @@ std::unique_ptr<BListC> ListFrom(const json& list, int depth, std::string& probl
 {
     auto read = std::make_unique<BListC>(nullptr);
     for (const json& value : list) {
+        EndWorkIfStopped();
         if (!AddTo(*read, value, depth, problem))
             return nullptr;
     }
@@ -94,8 +97,10 @@ json ReplyJson(const BElementC* value)
 {
     if (const auto* list = dynamic_cast<const BListC*>(value)) {
         json elements = json::array();
-        for (int index = 0; index < list->Size(); ++index)
+        for (int index = 0; index < list->Size(); ++index) {
+            EndWorkIfStopped();
             elements.push_back(ElementJson(*list, index));
+        }
         return elements;
     }
     const auto* atom = dynamic_cast<const BAtomC*>(value);

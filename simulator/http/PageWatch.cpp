@@ -108,27 +108,17 @@ void PageWatchC::LookAtLine()
     m_drawer.Draw(TakeDrawing());
 }
 
-/// Those of a complete wayline are kept: to find them takes time with a long one.
-std::vector<LineLabel> PageWatchC::Labels()
-{
-    const WaylineKeeperC& waylines = m_core.Waylines();
-    if (waylines.Current() == nullptr) {
-        return LabelsOf(waylines);
-    }
-    if (m_labelRevision != waylines.Revision()) {
-        m_labels = LabelsOf(waylines);
-        m_labelRevision = waylines.Revision();
-    }
-    return m_labels;
-}
-
 LineDrawing PageWatchC::TakeDrawing()
 {
     const CSimulation& world = m_core.World();
     LineDrawing drawing;
     drawing.revision = ++m_revision;
-    drawing.status = m_core.Waylines().Status();
-    drawing.labels = Labels();
+    const WaylineKeeperC& waylines = m_core.Waylines();
+    drawing.status = waylines.Status();
+    drawing.wayline = waylines.SharedCurrent();
+    drawing.drives = waylines.SharedDrives();
+    if (!drawing.wayline)
+        drawing.waypoints = WaypointLabels(waylines);
     drawing.layout = world.Layout();
     drawing.nudge = world.Nudge();
     drawing.fieldOffset = world.FieldOffset();

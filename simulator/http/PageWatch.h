@@ -42,7 +42,6 @@ private:
     LineKey KeyOfLine() const;
     void LookAtLine();
     bool HasGoneFar(double station) const;
-    std::vector<LineLabel> Labels();
     LineDrawing TakeDrawing();
 
     asio::steady_timer m_timer;
@@ -56,8 +55,6 @@ private:
     LineShapePtr m_drawnLine;         ///< null when none has been drawn
     double m_drawnStation = 0.0;
     int m_revision = 0;
-    int m_labelRevision = -1;
-    std::vector<LineLabel> m_labels; ///< of the complete wayline with that revision
 };
 
 #endif

@@ -82,7 +82,7 @@ void ViewersC::Add(const std::shared_ptr<HttpConnectionC>& connection)
     viewer->connection = connection;
     m_viewers.push_back(viewer);
     m_feed.Enter();
-    connection->Stream([this, viewer] { return Next(*viewer); },
+    connection->Stream([this, viewer] { return Next(*viewer); }, m_unread,
                        [this, viewer] {
                            viewer->connection.reset();
                            m_viewers.remove(viewer);
@@ -93,10 +93,6 @@ void ViewersC::Add(const std::shared_ptr<HttpConnectionC>& connection)
 std::string ViewersC::Next(Viewer& viewer)
 {
     const Clock::time_point now = Clock::now();
-    // What has been sent to one that does not read is the past when it does.
-    if (viewer.connection->Lags() && now - viewer.lastSent < m_rules.heartbeat) {
-        return {};
-    }
     std::string text = viewer.greeted ? m_feed.Take(viewer.seen) : "retry: 1000\n\n";
     viewer.greeted = true;
     if (text.empty() && now - viewer.lastSent >= m_rules.heartbeat) {

@@ -89,7 +89,7 @@ TEST_F(ClientLink, IsNeverOpenedByAVerifyingGuard)
 {
     TakeServiceDown();
 
-    api.SetLookAheadTime(1.5, true);
+    api.SetLookAheadTime(1.1, true);
 
     EXPECT_EQ(recording.Transcript(), Lines{"VerifyConnection: false"});
 }
@@ -103,7 +103,7 @@ TEST_F(ClientLink, ThatGivesNoReplyLeavesNothingBehind)
 
 TEST_F(ClientLink, GivesTheFailureValueForAListWhereAValueBelongs)
 {
-    recording.ReplyWith(Contract::ListOf(1, 2.5).release());
+    recording.ReplyWith(Contract::ListOf(1, 2.1).release());
 
     EXPECT_EQ(api.GetLookAheadTime(), 0.0);
 

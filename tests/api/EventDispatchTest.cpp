@@ -1,4 +1,5 @@
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 
@@ -80,9 +81,9 @@ TEST_F(EventDispatch, LetsAFunctorReplaceItselfWhileItRuns)
         text += "replaced;";
     }));
 
-    DeliverList("cb_offsets", 0.5);
+    DeliverList("cb_offsets", 0.1);
     EXPECT_TRUE(first.expired());
-    DeliverList("cb_offsets", 0.5);
+    DeliverList("cb_offsets", 0.1);
 
     EXPECT_EQ(events, "replaced;second called;");
     api.SetOffsetCallback(nullptr);
@@ -92,8 +93,8 @@ TEST_F(EventDispatch, LetsAFunctorEmptyItsSlotWhileItRuns)
 {
     api.SetOffsetCallback(MakeFunctor([this](double) { api.SetOffsetCallback(nullptr); }));
 
-    DeliverList("cb_offsets", 0.5);
-    DeliverList("cb_offsets", 0.5);
+    DeliverList("cb_offsets", 0.1);
+    DeliverList("cb_offsets", 0.1);
 
     EXPECT_EQ(recording.CountStartingWith("RequestCallback"), 1);
 }
@@ -103,11 +104,11 @@ TEST_F(EventDispatch, OffersAWaylineStatusToBothFunctorsInOrder)
     Contract::EventTable()[4].set(api, &events);
     Contract::EventTable()[3].set(api, &events);
     EXPECT_EQ(recording.CountStartingWith("RequestCallback cb_wayline_status"), 2);
-    const auto payload = ListOf(1, 1, 0, 4, 12.5);
+    const auto payload = ListOf(1, 1, 0, 4, 12.1);
 
     recording.Callbacks("cb_wayline_status").back()->Callback(payload.get());
 
-    EXPECT_EQ(events, "(true, true, false, 4)(true, true, false, 4, 12.5)");
+    EXPECT_EQ(events, "(true, true, false, 4)(true, true, false, 4, 12.1)");
     Contract::EventTable()[3].set(api, nullptr);
     Contract::EventTable()[4].set(api, nullptr);
 }
@@ -130,11 +131,86 @@ TEST_F(EventDispatch, PassesKindsAndParametersWithoutANameOn)
     Contract::EventTable()[6].set(api, &events);
 
     DeliverList("cb_wayline_status", 0, 0, 0, 1000, 0.0);
-    DeliverList("cb_tuning_parameter_changed", -7, 0.5);
+    DeliverList("cb_tuning_parameter_changed", -7, 0.1);
 
-    EXPECT_EQ(events, "(false, false, false, 1000)(-7, 0.5)");
+    EXPECT_EQ(events, "(false, false, false, 1000)(-7, 0.1)");
     Contract::EventTable()[3].set(api, nullptr);
     Contract::EventTable()[6].set(api, nullptr);
+}
+
+TEST_F(EventDispatch, TakesEveryNumberButZeroForTrue)
+{
+    Contract::EventTable()[3].set(api, &events);
+    for (const int number : {-1, 2, 256}) {
+        DeliverList("cb_wayline_status", number, 0, 0, 4, 0.0);
+        DeliverList("cb_wayline_status", 0, number, 0, 4, 0.0);
+        DeliverList("cb_wayline_status", 0, 0, number, 4, 0.0);
+        EXPECT_EQ(events, "(true, false, false, 4)(false, true, false, 4)(false, false, true, 4)")
+            << number;
+        events.clear();
+    }
+    Contract::EventTable()[3].set(api, nullptr);
+}
+
+TEST_F(EventDispatch, ReadsADoubleInThePlaceOfAnIntegerWithoutItsFraction)
+{
+    Contract::EventTable()[1].set(api, &events);
+    Contract::EventTable()[3].set(api, &events);
+
+    DeliverList("cb_guidance_status", -2.9, 0.1, 1.1, 2.1);
+    DeliverList("cb_wayline_status", 0.5, 1.9, -0.9, 3.9, 0.1);
+
+    EXPECT_EQ(events, "(-2, 0.1, 1.1, 2.1)(false, true, false, 3)");
+    Contract::EventTable()[1].set(api, nullptr);
+    Contract::EventTable()[3].set(api, nullptr);
+}
+
+/// Does something when it is deleted.
+class CParting : public Core::Functors::Functor1<void, double>
+{
+public:
+    CParting(std::string& events, std::function<void()> farewell)
+        : m_events(events), m_farewell(std::move(farewell))
+    {
+    }
+    ~CParting() override { m_farewell(); }
+    void operator()(double /*offset*/) override { m_events += "old called;"; }
+
+private:
+    std::string& m_events;
+    std::function<void()> m_farewell;
+};
+
+TEST_F(EventDispatch, DeletesTheOldFunctorBeforeItHoldsTheNewOne)
+{
+    api.SetOffsetCallback(new CParting(events, [this] { DeliverList("cb_offsets", 0.1); }));
+
+    api.SetOffsetCallback(MakeFunctor([this](double) { events += "new called;"; }));
+    EXPECT_EQ(events, "old called;");
+
+    DeliverList("cb_offsets", 0.1);
+    EXPECT_EQ(events, "old called;new called;");
+    api.SetOffsetCallback(nullptr);
+}
+
+TEST_F(EventDispatch, CallsWhatTheSecondWaylineStatusSlotHoldsOnceTheFirstFunctorHasRun)
+{
+    using Kestrove::EWaylineType;
+    api.SetWaylineStatusCallback(MakeFunctor(
+        [this](bool, bool, bool, EWaylineType, double) { events += "replaced one called;"; }));
+    api.SetWaylineStatusCallback(MakeFunctor([this](bool, bool, bool, EWaylineType) {
+        CNavigationAPI& client = api;
+        std::string& text = events;
+        client.SetWaylineStatusCallback(MakeFunctor(
+            [&text](bool, bool, bool, EWaylineType, double) { text += "new one called;"; }));
+    }));
+    const auto payload = ListOf(1, 1, 0, 4, 12.1);
+
+    recording.Callbacks("cb_wayline_status").back()->Callback(payload.get());
+
+    EXPECT_EQ(events, "new one called;");
+    Contract::EventTable()[3].set(api, nullptr);
+    Contract::EventTable()[4].set(api, nullptr);
 }
 
 TEST_F(EventDispatch, WritesTheTraceLineBeforeItCalls)
@@ -142,7 +218,7 @@ TEST_F(EventDispatch, WritesTheTraceLineBeforeItCalls)
     api.SetImplementWidthCallback(MakeFunctor([](double) { std::puts("functor"); }));
     testing::internal::CaptureStdout();
 
-    DeliverList("cb_implement_width_changed", 24.5);
+    DeliverList("cb_implement_width_changed", 24.1);
 
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "CNavigationAPI::ImplementWidthChangedCallback\nfunctor\n");
@@ -152,7 +228,7 @@ TEST_F(EventDispatch, WritesTheTraceLineBeforeItCalls)
 TEST_F(EventDispatch, LetsAnExceptionOfAFunctorPass)
 {
     api.SetOffsetCallback(MakeFunctor([](double) { throw std::runtime_error("functor"); }));
-    const auto payload = ListOf(0.5);
+    const auto payload = ListOf(0.1);
 
     EXPECT_THROW(recording.Callbacks("cb_offsets")[0]->Callback(payload.get()), std::runtime_error);
 
@@ -168,39 +244,39 @@ protected:
 
 TEST_F(DrawPoints, GivesThePointsThatAreWhole)
 {
-    DeliverList("cb_draw_points", 3, 1.0, 2.0, 3.0, 4.0);
-    EXPECT_EQ(events, "[(1.0, 2.0)(3.0, 4.0)]");
+    DeliverList("cb_draw_points", 3, 1.1, 2.1, 3.1, 4.1);
+    EXPECT_EQ(events, "[(1.1, 2.1)(3.1, 4.1)]");
 }
 
 TEST_F(DrawPoints, IgnoresAnOddElementAtTheEnd)
 {
-    DeliverList("cb_draw_points", 3, 1.0, 2.0, 3.0);
-    EXPECT_EQ(events, "[(1.0, 2.0)]");
+    DeliverList("cb_draw_points", 3, 1.1, 2.1, 3.1);
+    EXPECT_EQ(events, "[(1.1, 2.1)]");
 }
 
 TEST_F(DrawPoints, GivesNoMorePointsThanAreAnnounced)
 {
-    DeliverList("cb_draw_points", 1, 1.0, 2.0, 3.0, 4.0);
-    EXPECT_EQ(events, "[(1.0, 2.0)]");
+    DeliverList("cb_draw_points", 1, 1.1, 2.1, 3.1, 4.1);
+    EXPECT_EQ(events, "[(1.1, 2.1)]");
 }
 
 TEST_F(DrawPoints, CallsTheFunctorWithoutPointsToo)
 {
     DeliverList("cb_draw_points", 0);
     DeliverList("cb_draw_points", 2);
-    DeliverList("cb_draw_points", 2, 1.0);
+    DeliverList("cb_draw_points", 2, 1.1);
     EXPECT_EQ(events, "[][][]");
 }
 
 TEST_F(DrawPoints, ClaimsNoMemoryForAFalseAnnouncement)
 {
-    DeliverList("cb_draw_points", 2147483647, 1.0, 2.0);
-    EXPECT_EQ(events, "[(1.0, 2.0)]");
+    DeliverList("cb_draw_points", 2147483647, 1.1, 2.1);
+    EXPECT_EQ(events, "[(1.1, 2.1)]");
 }
 
 TEST_F(DrawPoints, LetsTheLengthErrorOfANegativeNumberPass)
 {
-    const auto payload = ListOf(-1, 1.0, 2.0);
+    const auto payload = ListOf(-1, 1.1, 2.1);
 
     EXPECT_THROW(recording.Callbacks("cb_draw_points")[0]->Callback(payload.get()),
                  std::length_error);

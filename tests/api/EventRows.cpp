@@ -120,10 +120,10 @@ std::vector<EventRow> ExactRows()
          "(true, false, true, false, true)", SetEngageStatus, Payload(1, 0, 2, 0, -1), ""},
         {"void SetGuidanceStatusCallback(Core::Functors::Functor4<void, int, double, double, "
          "double>* functor)",
-         "cb_guidance_status", "[int -2, double 0.5, double 1.5, double 2.5]", true,
-         "(-2, 0.5, 1.5, 2.5)", SetGuidanceStatus, Payload(-2, 0.5, 1.5, 2.5), ""},
+         "cb_guidance_status", "[int -2, double 0.1, double 1.1, double 2.1]", true,
+         "(-2, 0.1, 1.1, 2.1)", SetGuidanceStatus, Payload(-2, 0.1, 1.1, 2.1), ""},
         {"void SetOffsetCallback(Core::Functors::Functor1<void, double>* functor)", "cb_offsets",
-         "[double 0.25]", true, "(0.25)", SetOffset, Payload(0.25), ""},
+         "[double 0.2]", true, "(0.2)", SetOffset, Payload(0.2), ""},
     };
 }
 
@@ -132,24 +132,24 @@ std::vector<EventRow> GrowingRows()
     return {
         {"void SetWaylineStatusCallback(Core::Functors::Functor4<void, bool, bool, bool, "
          "Kestrove::EWaylineType>* functor)",
-         "cb_wayline_status", "[int 1, int 1, int 0, int 4, double 12.5]", false,
-         "(true, true, false, 4)", SetWaylineStatus4, Payload(1, 1, 0, 4, 12.5), ""},
+         "cb_wayline_status", "[int 1, int 1, int 0, int 4, double 12.1]", false,
+         "(true, true, false, 4)", SetWaylineStatus4, Payload(1, 1, 0, 4, 12.1), ""},
         {"void SetWaylineStatusCallback(Core::Functors::Functor5<void, bool, bool, bool, "
          "Kestrove::EWaylineType, double>* functor)",
-         "cb_wayline_status", "[int 1, int 1, int 0, int 4, double 12.5]", false,
-         "(true, true, false, 4, 12.5)", SetWaylineStatus5, Payload(1, 1, 0, 4, 12.5), ""},
+         "cb_wayline_status", "[int 1, int 1, int 0, int 4, double 12.1]", false,
+         "(true, true, false, 4, 12.1)", SetWaylineStatus5, Payload(1, 1, 0, 4, 12.1), ""},
         {"void SetImplementWidthCallback(Core::Functors::Functor1<void, double>* functor)",
-         "cb_implement_width_changed", "[double 24.5]", false, "(24.5)", SetImplementWidth,
-         Payload(24.5), "CNavigationAPI::ImplementWidthChangedCallback\n"},
+         "cb_implement_width_changed", "[double 24.1]", false, "(24.1)", SetImplementWidth,
+         Payload(24.1), "CNavigationAPI::ImplementWidthChangedCallback\n"},
         {"void SetTuningParameterChangedCallback(Core::Functors::Functor2<void, "
          "Kestrove::ETuningParameter, double>* functor)",
-         "cb_tuning_parameter_changed", "[int 3, double 0.25]", false, "(3, 0.25)",
-         SetTuningParameterChanged, Payload(3, 0.25),
+         "cb_tuning_parameter_changed", "[int 3, double 0.2]", false, "(3, 0.2)",
+         SetTuningParameterChanged, Payload(3, 0.2),
          "CNavigationAPI::TuningParameterChangedCallback\n"},
         {"void SetRelativePositionCallback(Core::Functors::Functor2<void, const "
          "Core::Maths::Vector2<double>&, double>* functor)",
-         "cb_relative_position", "[double 1.5, double 2.5, double 0.5]", false, "(1.5, 2.5, 0.5)",
-         SetRelativePosition, Payload(1.5, 2.5, 0.5), ""},
+         "cb_relative_position", "[double 1.1, double 2.1, double 0.1]", false, "(1.1, 2.1, 0.1)",
+         SetRelativePosition, Payload(1.1, 2.1, 0.1), ""},
         {"void SetDrawPointsCallback(Core::Functors::Functor1<void, const "
          "std::vector<Core::Maths::Vector2<double>>&>* functor)",
          "cb_draw_points", "[int 0]", false, "[]", SetDrawPoints, Payload(0), ""},

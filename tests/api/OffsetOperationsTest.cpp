@@ -18,19 +18,19 @@ protected:
 
 TEST_F(OffsetOperations, NudgeFillsTheVectorWithAStatusOfZeroToo)
 {
-    recording.ReplyWith(ListOf(0, 1.5, 2.5, 3.5).release());
+    recording.ReplyWith(ListOf(0, 1.1, 2.1, 3.1).release());
 
-    EXPECT_EQ(api.Nudge(nudge, false, -0.5), 0);
+    EXPECT_EQ(api.Nudge(nudge, false, -0.1), 0);
 
-    EXPECT_EQ(nudge, Vector(1.5, 2.5, 3.5));
-    ExpectSent("CallMethod Nudge [int 1, int 0, double -0.5]");
+    EXPECT_EQ(nudge, Vector(1.1, 2.1, 3.1));
+    ExpectSent("CallMethod Nudge [int 1, int 0, double -0.1]");
 }
 
 TEST_F(OffsetOperations, LeaveTheVectorAloneWhenTheServiceIsDown)
 {
     TakeServiceDown();
 
-    EXPECT_EQ(api.Nudge(nudge, true, 0.5), -1);
+    EXPECT_EQ(api.Nudge(nudge, true, 0.1), -1);
     EXPECT_EQ(api.AutoSetNudge(nudge), -1);
 
     EXPECT_EQ(nudge, Vector(7.0, 8.0, 9.0));
@@ -38,26 +38,26 @@ TEST_F(OffsetOperations, LeaveTheVectorAloneWhenTheServiceIsDown)
 
 TEST_F(OffsetOperations, ReadMissingElementsOfANudgeAsZero)
 {
-    recording.ReplyWith(ListOf(5, 1.5).release());
-    EXPECT_EQ(api.Nudge(nudge, true, 0.5), 5);
-    EXPECT_EQ(nudge, Vector(1.5, 0.0, 0.0));
+    recording.ReplyWith(ListOf(5, 1.1).release());
+    EXPECT_EQ(api.Nudge(nudge, true, 0.1), 5);
+    EXPECT_EQ(nudge, Vector(1.1, 0.0, 0.0));
 
     recording.ReplyWith(ListOf().release());
     EXPECT_EQ(api.AutoSetNudge(nudge), 0);
     EXPECT_EQ(nudge, Vector(0.0, 0.0, 0.0));
 
-    recording.ReplyWith(ListOf(2.5).release());
+    recording.ReplyWith(ListOf(2.1).release());
     EXPECT_TRUE(api.GetNudgeVector(nudge));
-    EXPECT_EQ(nudge, Vector(2.5, 0.0, 0.0));
+    EXPECT_EQ(nudge, Vector(2.1, 0.0, 0.0));
 }
 
 TEST_F(OffsetOperations, IgnoreFurtherElementsOfANudge)
 {
-    recording.ReplyWith(ListOf(1.5, 2.5, 3.5, 4.5, 5.5).release());
+    recording.ReplyWith(ListOf(1.1, 2.1, 3.1, 4.1, 5.1).release());
 
     EXPECT_TRUE(api.GetNudgeVector(nudge));
 
-    EXPECT_EQ(nudge, Vector(1.5, 2.5, 3.5));
+    EXPECT_EQ(nudge, Vector(1.1, 2.1, 3.1));
 }
 
 TEST_F(OffsetOperations, GiveMinusOneForNumbersWithoutAReply)
@@ -79,19 +79,19 @@ TEST_F(OffsetOperations, SendTheUseOfTheImplementOffsetWithoutALeadingOne)
 
 TEST_F(OffsetOperations, SendAFieldOffsetBehindTheLeadingOne)
 {
-    api.SetFieldOffset(2.5);
+    api.SetFieldOffset(2.1);
 
-    ExpectSent("CallMethod SetFieldOffset [int 1, double 2.5]");
+    ExpectSent("CallMethod SetFieldOffset [int 1, double 2.1]");
 }
 
 TEST_F(OffsetOperations, MakeRoomForTheirTwoElementsWhereTheyAlwaysHave)
 {
-    api.SetFieldOffset(2.5);
-    api.SetImplementOffset(2.5);
-    api.SetImplementWidth(2.5);
+    api.SetFieldOffset(2.1);
+    api.SetImplementOffset(2.1);
+    api.SetImplementWidth(2.1);
     EXPECT_EQ(recording.CountStartingWith("Reserve 2"), 3);
 
-    api.SetNudge(2.5);
+    api.SetNudge(2.1);
     EXPECT_EQ(recording.CountStartingWith("Reserve"), 3);
 }
 

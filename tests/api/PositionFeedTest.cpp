@@ -34,17 +34,17 @@ TEST_F(PositionFeed, WritesBooleansAsOneAndZeroUnderTheirTags)
 
 TEST_F(PositionFeed, WritesTheTimeAfterTheIntegers)
 {
-    Feed(0.0, true, false, true, 1.5);
+    Feed(0.0, true, false, true, 1.1);
 
-    EXPECT_EQ(IndexOf("ProcessDouble 21 1.5"), IndexOf("ProcessInt 20 0") + 1);
+    EXPECT_EQ(IndexOf("ProcessDouble 21 1.1"), IndexOf("ProcessInt 20 0") + 1);
     EXPECT_EQ(IndexOf("ProcessInt 15 1"), IndexOf("ProcessDouble 14 0") + 1);
 }
 
 TEST_F(PositionFeed, SendsOneTextAndNoLeadingOne)
 {
-    Feed(51.5, true, true, false);
+    Feed(51.1, true, true, false);
 
-    EXPECT_EQ(recording.CountStartingWith("SendNotification SetPositionData [string \"1=51.5;2=0;"),
+    EXPECT_EQ(recording.CountStartingWith("SendNotification SetPositionData [string \"1=51.1;2=0;"),
               1);
 }
 
@@ -52,14 +52,14 @@ TEST_F(PositionFeed, MakesNoRecordWhenTheServiceIsDown)
 {
     TakeServiceDown();
 
-    EXPECT_EQ(Feed(51.5, true, true, false), -1);
+    EXPECT_EQ(Feed(51.1, true, true, false), -1);
 
     EXPECT_EQ(recording.Transcript(), kUnreachable);
 }
 
 TEST_F(PositionFeed, SucceedsWhateverBecomesOfTheSample)
 {
-    EXPECT_EQ(Feed(51.5, true, true, false), 0);
+    EXPECT_EQ(Feed(51.1, true, true, false), 0);
 }
 
 TEST_F(PositionFeed, HandsExtremeNumbersOnUnchanged)

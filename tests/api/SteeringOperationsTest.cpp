@@ -46,9 +46,9 @@ TEST_F(SteeringOperations, CountEveryReplyButZeroAsTrueInTheSettings)
 
 TEST_F(SteeringOperations, SendTheTimeOutWithoutALeadingOne)
 {
-    api.SetLowSpeedEngageTimeout(2.5, true);
+    api.SetLowSpeedEngageTimeout(2.1, true);
 
-    ExpectSent("SendNotification set_low_speed_engage_timeout [double 2.5, int 1]");
+    ExpectSent("SendNotification set_low_speed_engage_timeout [double 2.1, int 1]");
 }
 
 TEST_F(SteeringOperations, SendTheValueFirstAndTheWishToPersistLast)
@@ -70,7 +70,7 @@ TEST_F(SteeringOperations, SendTheLeadingOneBeforeTheFlagOfStartNavigation)
 TEST_F(SteeringOperations, GiveZeroForALookAheadTimeThatCannotBeHad)
 {
     EXPECT_EQ(api.GetLookAheadTime(), 0.0) << "no reply";
-    recording.ReplyWith(Contract::ListOf(2.5).release());
+    recording.ReplyWith(Contract::ListOf(2.1).release());
     EXPECT_EQ(api.GetLookAheadTime(), 0.0) << "no single value";
     recording.SetVerified(false);
     EXPECT_EQ(api.GetLookAheadTime(), 0.0) << "no usable connection";

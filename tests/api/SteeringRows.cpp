@@ -78,24 +78,24 @@ std::vector<Row> TimeRows()
 {
     return {
         NotificationRow("void SetLowSpeedEngageTimeout(double timeoutSeconds, bool persist)",
-                        kVerifying, "set_low_speed_engage_timeout", "[double 2.5, int 1]",
+                        kVerifying, "set_low_speed_engage_timeout", "[double 2.1, int 1]",
                         "nothing", "nothing",
                         [](CNavigationAPI& api) {
-                            api.SetLowSpeedEngageTimeout(2.5, true);
+                            api.SetLowSpeedEngageTimeout(2.1, true);
                             return "nothing";
                         }),
         RequestRow("double GetLowSpeedEngageTimeout()", kVerifying, "get_low_speed_engage_timeout",
-                   "[int 1]", DoubleReply(2.25), "2.25", "0.0",
+                   "[int 1]", DoubleReply(2.2), "2.2", "0.0",
                    [](CNavigationAPI& api) { return Text(api.GetLowSpeedEngageTimeout()); })
             .Disposing(EDisposal::AtOnce),
         NotificationRow("void SetLookAheadTime(double lookAheadSeconds, bool persist)", kVerifying,
-                        "set_lookahead_time", "[double 1.5, int 0]", "nothing", "nothing",
+                        "set_lookahead_time", "[double 1.1, int 0]", "nothing", "nothing",
                         [](CNavigationAPI& api) {
-                            api.SetLookAheadTime(1.5, false);
+                            api.SetLookAheadTime(1.1, false);
                             return "nothing";
                         }),
         RequestRow("double GetLookAheadTime()", kVerifying, "get_lookahead_time", "[int 1]",
-                   DoubleReply(1.75), "1.75", "0.0",
+                   DoubleReply(1.7), "1.7", "0.0",
                    [](CNavigationAPI& api) { return Text(api.GetLookAheadTime()); })
             .Disposing(EDisposal::AtOnce),
     };

@@ -33,10 +33,10 @@ TEST_F(TuningOperations, ShortcutsAskForTheirParameter)
 
 TEST_F(TuningOperations, ShortcutsSetTheirParameter)
 {
-    api.SetSpeedAdjust(0.5F, true);
+    api.SetSpeedAdjust(0.1F, true);
     api.SetSensitivity(2.0F, false);
 
-    ExpectSent("SendNotification set_tuning_parameter [int 3, double 0.5, int 1]");
+    ExpectSent("SendNotification set_tuning_parameter [int 3, double 0.10000000149011612, int 1]");
     ExpectSent("SendNotification set_tuning_parameter [int 0, double 2, int 0]");
 }
 
@@ -59,13 +59,13 @@ TEST_F(TuningOperations, TakeExactlyThreeLimitsOrNone)
 
 TEST_F(TuningOperations, GiveTheLimitsInTheServicesOrder)
 {
-    recording.ReplyWith(ListOf(1.0, 2.0, 3.0).release());
+    recording.ReplyWith(ListOf(1.1, 2.1, 3.1).release());
 
     EXPECT_TRUE(api.GetTuningLimits(Kestrove::Overshoot, lowest, start, highest));
 
-    EXPECT_EQ(lowest, 1.0);
-    EXPECT_EQ(start, 2.0);
-    EXPECT_EQ(highest, 3.0);
+    EXPECT_EQ(lowest, 1.1);
+    EXPECT_EQ(start, 2.1);
+    EXPECT_EQ(highest, 3.1);
 }
 
 TEST_F(TuningOperations, GiveZeroForAParameterThatComesAsAList)
@@ -103,9 +103,9 @@ TEST_F(TuningOperations, PutTheLeadingOneBeforeTheCurveFilterSize)
 
 TEST_F(TuningOperations, SetLimitsIsTrueOnceItIsHandedToTheConnection)
 {
-    EXPECT_TRUE(api.SetTuningLimits(Kestrove::Overshoot, 0.1, 0.5, 0.9));
+    EXPECT_TRUE(api.SetTuningLimits(Kestrove::Overshoot, 0.1, 0.3, 0.9));
 
-    ExpectSent("SendNotification SetTuningLimits [int 2, double 0.1, double 0.5, double 0.9]");
+    ExpectSent("SendNotification SetTuningLimits [int 2, double 0.1, double 0.3, double 0.9]");
 }
 
 TEST_F(TuningOperations, ResetIntegralTellsWhetherTheConnectionIsUsable)
@@ -122,7 +122,7 @@ TEST_F(TuningOperations, KeepOneListForEveryCallThatLeavesItToTheConnection)
 {
     api.GetTuningLimits(Kestrove::Overshoot, lowest, start, highest);
     EXPECT_EQ(recording.LiveLists(), 1) << "GetTuningLimits";
-    api.SetTuningLimits(Kestrove::Overshoot, 0.1, 0.5, 0.9);
+    api.SetTuningLimits(Kestrove::Overshoot, 0.1, 0.3, 0.9);
     EXPECT_EQ(recording.LiveLists(), 2) << "SetTuningLimits";
     api.SetVelocitySetPoint(2.5F);
     EXPECT_EQ(recording.LiveLists(), 3) << "SetVelocitySetPoint";

@@ -12,8 +12,8 @@ std::vector<Row> LimitsRows()
     return {
         RequestRow("bool GetTuningLimits(Kestrove::ETuningParameter parameter, double& lowest, "
                    "double& start, double& highest)",
-                   kReconnecting, "GetTuningLimits", "[int 1]", ListReply(1.5, 2.5, 3.5),
-                   "true (1.5, 2.5, 3.5)", "false (7.0, 8.0, 9.0)",
+                   kReconnecting, "GetTuningLimits", "[int 1]", ListReply(1.1, 2.1, 3.1),
+                   "true (1.1, 2.1, 3.1)", "false (7.0, 8.0, 9.0)",
                    [](CNavigationAPI& api) {
                        Core::Maths::Vector3<double> limits(7.0, 8.0, 9.0);
                        const bool known = api.GetTuningLimits(Kestrove::Aggressiveness, limits.x,
@@ -24,9 +24,9 @@ std::vector<Row> LimitsRows()
         NotificationRow("bool SetTuningLimits(Kestrove::ETuningParameter parameter, double lowest, "
                         "double start, double highest)",
                         kReconnecting, "SetTuningLimits",
-                        "[int 2, double 0.1, double 0.5, double 0.9]", "true", "false",
+                        "[int 2, double 0.1, double 0.3, double 0.9]", "true", "false",
                         [](CNavigationAPI& api) {
-                            return Text(api.SetTuningLimits(Kestrove::Overshoot, 0.1, 0.5, 0.9));
+                            return Text(api.SetTuningLimits(Kestrove::Overshoot, 0.1, 0.3, 0.9));
                         })
             .Disposing(EDisposal::Kept),
     };
@@ -37,15 +37,15 @@ std::vector<Row> ParameterRows()
     return {
         RequestRow(
             "float GetTuningParameter(Kestrove::ETuningParameter parameter)", kVerifying,
-            "get_tuning_parameter", "[int 2]", DoubleReply(0.25), "0.25", "0.0",
+            "get_tuning_parameter", "[int 2]", DoubleReply(0.2), "0.20000000298023224", "0.0",
             [](CNavigationAPI& api) { return Text(api.GetTuningParameter(Kestrove::Overshoot)); })
             .Disposing(EDisposal::AtOnce),
         NotificationRow("void SetTuningParameter(Kestrove::ETuningParameter parameter, float "
                         "value, bool persist)",
-                        kVerifying, "set_tuning_parameter", "[int 1, double 0.5, int 1]", "nothing",
-                        "nothing",
+                        kVerifying, "set_tuning_parameter",
+                        "[int 1, double 0.10000000149011612, int 1]", "nothing", "nothing",
                         [](CNavigationAPI& api) {
-                            api.SetTuningParameter(Kestrove::Aggressiveness, 0.5F, true);
+                            api.SetTuningParameter(Kestrove::Aggressiveness, 0.1F, true);
                             return "nothing";
                         }),
     };
@@ -54,8 +54,8 @@ std::vector<Row> ParameterRows()
 Row ShortcutGetter(const std::string& operation, int parameter, const Run& run)
 {
     return RequestRow(operation, kVerifying, "get_tuning_parameter",
-                      "[int " + std::to_string(parameter) + "]", DoubleReply(0.125), "0.125", "0.0",
-                      run)
+                      "[int " + std::to_string(parameter) + "]", DoubleReply(0.3),
+                      "0.30000001192092896", "0.0", run)
         .Disposing(EDisposal::AtOnce);
 }
 
@@ -76,26 +76,28 @@ std::vector<Row> ShortcutRows()
                        [](CNavigationAPI& api) { return Text(api.GetOvershoot()); }),
         ShortcutGetter("float GetSpeedAdjust()", 3,
                        [](CNavigationAPI& api) { return Text(api.GetSpeedAdjust()); }),
-        ShortcutSetter("void SetSensitivity(float value, bool persist)", "[int 0, double 2, int 0]",
+        ShortcutSetter("void SetSensitivity(float value, bool persist)",
+                       "[int 0, double 2.0999999046325684, int 0]",
                        [](CNavigationAPI& api) {
-                           api.SetSensitivity(2.0F, false);
+                           api.SetSensitivity(2.1F, false);
                            return "nothing";
                        }),
         ShortcutSetter("void SetAggressiveness(float value, bool persist)",
-                       "[int 1, double 0.75, int 1]",
+                       "[int 1, double 0.699999988079071, int 1]",
                        [](CNavigationAPI& api) {
-                           api.SetAggressiveness(0.75F, true);
+                           api.SetAggressiveness(0.7F, true);
                            return "nothing";
                        }),
-        ShortcutSetter("void SetOvershoot(float value, bool persist)", "[int 2, double 1.5, int 0]",
+        ShortcutSetter("void SetOvershoot(float value, bool persist)",
+                       "[int 2, double 1.100000023841858, int 0]",
                        [](CNavigationAPI& api) {
-                           api.SetOvershoot(1.5F, false);
+                           api.SetOvershoot(1.1F, false);
                            return "nothing";
                        }),
         ShortcutSetter("void SetSpeedAdjust(float value, bool persist)",
-                       "[int 3, double 0.5, int 1]",
+                       "[int 3, double 0.10000000149011612, int 1]",
                        [](CNavigationAPI& api) {
-                           api.SetSpeedAdjust(0.5F, true);
+                           api.SetSpeedAdjust(0.1F, true);
                            return "nothing";
                        }),
     };
@@ -107,13 +109,13 @@ std::vector<Row> ControllerRows()
         NotificationRow("bool ResetIntegral()", kVerifying, "reset_integral", "[]", "true", "false",
                         [](CNavigationAPI& api) { return Text(api.ResetIntegral()); }),
         RequestRow("float GetVelocitySetPoint()", kReconnecting, "GetVelocitySetPoint", "[]",
-                   ListReply(2.75), "2.75", "0.0",
+                   ListReply(2.7), "2.700000047683716", "0.0",
                    [](CNavigationAPI& api) { return Text(api.GetVelocitySetPoint()); })
             .Disposing(EDisposal::KeptWithoutReply),
         NotificationRow("void SetVelocitySetPoint(float velocity)", kReconnecting,
-                        "SetVelocitySetPoint", "[double 3.5]", "nothing", "nothing",
+                        "SetVelocitySetPoint", "[double 3.0999999046325684]", "nothing", "nothing",
                         [](CNavigationAPI& api) {
-                            api.SetVelocitySetPoint(3.5F);
+                            api.SetVelocitySetPoint(3.1F);
                             return "nothing";
                         })
             .Disposing(EDisposal::Kept),

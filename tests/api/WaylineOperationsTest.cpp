@@ -24,8 +24,8 @@ protected:
 
 TEST_F(WaylineOperations, CalculateHeadingsOfNoWaylinesGiveWhatTheServiceReplies)
 {
-    Reply(ListOf(0.5, 1, 2.5).release());
-    EXPECT_EQ(api.CalculateHeadings({}), (std::vector<double>{0.5, 1.0, 2.5}));
+    Reply(ListOf(0.1, 1, 2.1).release());
+    EXPECT_EQ(api.CalculateHeadings({}), (std::vector<double>{0.1, 1.0, 2.1}));
     ExpectSent("CallMethod calculate_headings []");
 
     Reply(ListOf().release());
@@ -34,7 +34,7 @@ TEST_F(WaylineOperations, CalculateHeadingsOfNoWaylinesGiveWhatTheServiceReplies
 
 TEST_F(WaylineOperations, CalculateHeadingsGiveNothingForAReplyThatIsNoList)
 {
-    Reply(new BAtomC(0.5));
+    Reply(new BAtomC(0.1));
 
     EXPECT_TRUE(api.CalculateHeadings({}).empty());
 }
@@ -43,9 +43,9 @@ TEST_F(WaylineOperations, CalculateHeadingsLeaveTheWaylinesToTheCaller)
 {
     const std::vector<WaylinePtr> waylines = {WaylinePtr(new Kestrove::CPathWayline()),
                                               WaylinePtr(new Kestrove::CReplayWayline())};
-    Reply(ListOf(0.5).release());
+    Reply(ListOf(0.1).release());
 
-    EXPECT_EQ(api.CalculateHeadings(waylines), std::vector<double>{0.5});
+    EXPECT_EQ(api.CalculateHeadings(waylines), std::vector<double>{0.1});
 
     ExpectSent("CallMethod calculate_headings [[int 5], [int 6]]");
     EXPECT_EQ(recording.LiveElements(), 0);
@@ -61,13 +61,13 @@ TEST_F(WaylineOperations, GetWaylineGivesNoWaylineWithoutAUsableConnection)
 
 TEST_F(WaylineOperations, GetWaylineRebuildsTheWayline)
 {
-    Reply(ListOf(4, 1, 1.5, 2.5, 3.5).release());
+    Reply(ListOf(4, 1, 1.1, 2.1, 3.1).release());
 
     const WaylinePtr wayline = api.GetWayline();
 
     const auto& curve = dynamic_cast<const Kestrove::CABCurveWayline&>(*wayline);
     ASSERT_EQ(curve.points.size(), 1U);
-    EXPECT_EQ(curve.points[0], Core::Maths::Vector3<double>(1.5, 2.5, 3.5));
+    EXPECT_EQ(curve.points[0], Core::Maths::Vector3<double>(1.1, 2.1, 3.1));
 }
 
 TEST_F(WaylineOperations, GetWaylineGivesNoWaylineForAReplyThatIsNoList)

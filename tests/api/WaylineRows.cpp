@@ -38,17 +38,17 @@ std::vector<Row> WholeWaylineRows()
 {
     return {
         NotificationRow("void SetWaylineOrigin(const Core::Maths::Vector3<double>& origin)",
-                        kVerifying, "set_wayline_origin", "[double 51.5, double -0.25, double 80]",
+                        kVerifying, "set_wayline_origin", "[double 51.1, double -0.2, double 80]",
                         "nothing", "nothing",
                         [](CNavigationAPI& api) {
-                            api.SetWaylineOrigin({51.5, -0.25, 80.0});
+                            api.SetWaylineOrigin({51.1, -0.2, 80.0});
                             return "nothing";
                         }),
         RequestRow("std::vector<double> CalculateHeadings(const "
                    "std::vector<Kestrove::WaylinePtr>& waylines)",
                    kVerifying, "calculate_headings",
                    "[[int 0, double 1, double 2, double 3, double 4, double 5, double 6], [int 5]]",
-                   ListReply(0.5, 1.5, 2), "0.5 1.5 2.0", "empty",
+                   ListReply(0.1, 1.1, 2), "0.1 1.1 2.0", "empty",
                    [](CNavigationAPI& api) {
                        return Headings(api.CalculateHeadings({Line(), Path()}));
                    })
@@ -56,7 +56,7 @@ std::vector<Row> WholeWaylineRows()
             .Cleaning({"nested list destroyed", "nested list destroyed"})
             .Documented("[list form of each wayline]"),
         RequestRow("Kestrove::WaylinePtr GetWayline()", kVerifying, "get_wayline", "[]",
-                   ListReply(1, 1.0, 2.0, 3.0, 0.5), "1 1.000000 2.000000 3.000000 0.500000",
+                   ListReply(1, 1.0, 2.0, 3.0, 0.1), "1 1.000000 2.000000 3.000000 0.100000",
                    "null", [](CNavigationAPI& api) { return WaylineText(api.GetWayline()); }),
         RequestRow("bool SetWayline(Kestrove::WaylinePtr wayline)", kVerifying, "set_wayline",
                    "[int 0, double 1, double 2, double 3, double 4, double 5, double 6]",
@@ -79,9 +79,9 @@ std::vector<Row> WaypointRows()
     return {
         RequestRow(
             "bool SetWaypoint(int waypoint, double x, double y, double z, double heading)",
-            kVerifying, "set_waypoint", "[int 2, double 1.5, double 2.5, double 3.5, double 4.5]",
+            kVerifying, "set_waypoint", "[int 2, double 1.1, double 2.1, double 3.1, double 4.1]",
             IntReply(2), "true", "false",
-            [](CNavigationAPI& api) { return Text(api.SetWaypoint(2, 1.5, 2.5, 3.5, 4.5)); }),
+            [](CNavigationAPI& api) { return Text(api.SetWaypoint(2, 1.1, 2.1, 3.1, 4.1)); }),
         RequestRow("bool IsWaypointSet(int waypoint)", kReconnecting, "is_waypoint_set", "[int 3]",
                    IntReply(1), "true", "false",
                    [](CNavigationAPI& api) { return Text(api.IsWaypointSet(3)); }),

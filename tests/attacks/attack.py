@@ -246,9 +246,10 @@ def _listen():
 
 def _serve_echoes(listener):
     link, _ = listener.accept()
-    link.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-    while data := link.recv(4096):
-        link.sendall(data)
+    with listener, link:
+        link.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+        while data := link.recv(4096):
+            link.sendall(data)
 
 
 class _Asked:

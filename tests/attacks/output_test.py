@@ -2,10 +2,12 @@
 
 import contextlib
 import fcntl
+import itertools
 import os
 import pty
 import re
 import resource
+import signal
 import subprocess
 import tempfile
 import termios
@@ -219,6 +221,33 @@ class Output(AttackTest):
                 process = subprocess.Popen([program(), *arguments], stdout=pipe.writing,
                                            stderr=pipe.writing)
                 self.assertEqual(code, process.wait(DEADLINE_SECONDS))
+
+    def test_that_nobody_reads_lets_no_signal_cut_the_end_short(self):
+        with tempfile.TemporaryDirectory() as folder, Pipe(full=True) as pipe, SimulatorUnderAttack(
+                "--state", os.path.join(folder, "state.json"),
+                stdout=pipe.writing, stderr=pipe.writing) as simulator:
+            with Client() as client:
+                client.notify("set_lookahead_time", 2.5, 1)
+                client.request("IsSteeringEngaged")
+            deadline = time.monotonic() + DEADLINE_SECONDS
+            for number in itertools.cycle((signal.SIGTERM, signal.SIGTERM, signal.SIGINT)):
+                if simulator.process.poll() is not None or time.monotonic() > deadline:
+                    break
+                simulator.process.send_signal(number)
+                time.sleep(0.005)
+            self.assertEqual(0, simulator.process.returncode)
+            self.assertEqual(["state.json"], os.listdir(folder))
+
+    def test_of_a_start_that_a_signal_ends_early_is_no_failure(self):
+        for number in (signal.SIGTERM, signal.SIGINT):
+            with self.subTest(number), Pipe(full=True) as pipe:
+                process = subprocess.Popen([program(), "--help"], stdout=pipe.writing,
+                                           stderr=pipe.writing)
+                # It waits for the thread that writes its output, and does not serve.
+                wait_for(lambda: process.poll() is not None or
+                         len(os.listdir(f"/proc/{process.pid}/task")) > 1, "the thread")
+                process.send_signal(number)
+                self.assertEqual(0, process.wait(DEADLINE_SECONDS))
 
     def test_of_names_with_control_characters_shows_them_as_text(self):
         for arguments in (("--\x1b[31m",), ("--state", "/no/such\x1b[31m/x"),

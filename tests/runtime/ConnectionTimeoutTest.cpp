@@ -1,6 +1,7 @@
 #include "platform/MPISocketConnection.h"
 
 #include <future>
+#include <limits>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -38,21 +39,23 @@ TEST(Connection, WaitsTwoSecondsUnlessToldOtherwise)
     EXPECT_LT(stopwatch.Milliseconds(), 2800);
 }
 
-TEST(Connection, WaitsWithoutLimitWhenTheTimeoutIsMinusOne)
+TEST(Connection, WaitsWithoutLimitWhenTheTimeoutIsNegative)
 {
-    CRawPeer peer(
-        [](CRawLink& link) {
-            const CRawMessage first = link.Read();
-            link.Pause(150);
-            link.Reply(first, "\x07");
-            link.WaitForEnd();
-        },
-        0);
-    MPISocketClientC client(false);
-    ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
-    client.SetTimeout(20);
-    client.SetTimeout(-1);
-    EXPECT_EQ(7, Call(client, "a"));
+    for (const int timeoutMilliseconds : {-1, -2, std::numeric_limits<int>::min()}) {
+        CRawPeer peer(
+            [](CRawLink& link) {
+                const CRawMessage first = link.Read();
+                link.Pause(150);
+                link.Reply(first, "\x07");
+                link.WaitForEnd();
+            },
+            0);
+        MPISocketClientC client(false);
+        ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
+        client.SetTimeout(20);
+        client.SetTimeout(timeoutMilliseconds);
+        EXPECT_EQ(7, Call(client, "a")) << timeoutMilliseconds;
+    }
 }
 
 TEST(Connection, KeepsOneDeadlineThatEventsDoNotExtend)

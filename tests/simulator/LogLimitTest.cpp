@@ -114,14 +114,32 @@ TEST(LogLimit, LetsAHundredLinesPassOfClientsThatComeAnewForEachOne)
     EXPECT_FALSE(limited.HasPeriods());
 }
 
+/// A name for a number, in letters, since numbers are no part of a kind.
+std::string NameWithoutDigits(std::size_t number)
+{
+    std::string name;
+    for (; number > 0; number /= 26)
+        name += static_cast<char>('a' + number % 26);
+    return name;
+}
+
 TEST(LogLimit, BoundsLinesOfEverNewKinds)
 {
     LimitedLines limited;
-    for (int kind = 0; kind < 20000; ++kind)
-        limited.Warn(1, std::string(static_cast<std::size_t>(kind % 5000), 'x') + "y: text");
+    for (int line = 0; line < 20; ++line) {
+        for (std::size_t kind = 0; kind < 5000; ++kind)
+            limited.Warn(1, NameWithoutDigits(kind) + ": text");
+    }
+    // Ten of each of those that are counted, by client and for all, and as many of all the others.
+    const std::size_t counted = 4096 / 2;
+    EXPECT_GE(limited.lines.size(), 10 * counted);
+    EXPECT_LE(limited.lines.size(), 10 * counted + 10);
 
-    EXPECT_LE(limited.lines.size(), 25000u);
     limited.Wait(1000);
+
+    EXPECT_LE(limited.lines.size(), 11 * counted + 11);
+    EXPECT_NE(std::string::npos, limited.lines.back().find("left out like"))
+        << limited.lines.back();
     EXPECT_FALSE(limited.HasPeriods());
 }
 

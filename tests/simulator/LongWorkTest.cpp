@@ -253,6 +253,27 @@ TEST(LongWork, OfADriveEndsWhereTheMachineWasWhenItWasAskedFor)
     EXPECT_NEAR(length, service.World().LineLength(), 0.5);
 }
 
+TEST(LongWork, ThatShiftsTheLineUnderTheMachineTakesWhereItWasAtFirst)
+{
+    for (const char* const shift : {"AutoSetNudge", "AutoSetFieldOffset"}) {
+        CQueuedService service;
+        ASSERT_EQ("1", service.Request("set_wayline", Curve(3, 10.0)));
+        service.Request("SetVelocitySetPoint", "[5.0]");
+        service.Advance(1.0);
+        const double aside = service.World().Status().crossTrackError;
+        const auto reply = service.Ask(shift, "[1]");
+        service.Begin();
+        for (int step = 0; step < 20 && service.Queue().Waiting() != 0; ++step) {
+            service.Advance(0.5);
+            service.Loop().run_one();
+        }
+        EXPECT_EQ(0U, service.Queue().Waiting());
+        EXPECT_NE(std::string::npos, reply->value_or("none").find('1'));
+        const CSimulation& world = service.World();
+        EXPECT_EQ(aside, world.Nudge() + world.FieldOffset());
+    }
+}
+
 TEST(LongWork, MakesAPassThatTheMachineDrivesToWhileItKeepsThePresentOne)
 {
     CQueuedService service;

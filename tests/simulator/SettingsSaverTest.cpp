@@ -18,7 +18,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-Clock::time_point Soon()
+Clock::time_point InGoodTime()
 {
     return Clock::now() + std::chrono::seconds(20);
 }
@@ -29,7 +29,7 @@ KeptValues LookAhead(double seconds)
 }
 
 /// Takes the lines that a saver logs.
-class Lines
+class CReportedLines
 {
 public:
     CSettingsSaver::Report Report()
@@ -44,7 +44,7 @@ public:
     std::vector<std::string> Wait(std::size_t count)
     {
         std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait_until(lock, Soon(), [&] { return m_lines.size() >= count; });
+        m_changed.wait_until(lock, InGoodTime(), [&] { return m_lines.size() >= count; });
         return m_lines;
     }
 
@@ -80,7 +80,7 @@ public:
     std::string Text() const { return m_directory.Read("state.json"); }
     bool WaitForText(const std::string& part) const
     {
-        const auto deadline = Soon();
+        const auto deadline = InGoodTime();
         while (Text().find(part) == std::string::npos) {
             if (Clock::now() > deadline)
                 return false;
@@ -88,7 +88,7 @@ public:
         return true;
     }
 
-    Lines lines;
+    CReportedLines lines;
 
 private:
     Directory m_directory;
@@ -102,7 +102,7 @@ TEST(SettingsSaver, SavesByItself)
     settings.Saver().Keep(LookAhead(2.5));
 
     EXPECT_TRUE(settings.WaitForText("2.5"));
-    EXPECT_TRUE(settings.Saver().Finish(Soon()));
+    EXPECT_TRUE(settings.Saver().Finish(InGoodTime()));
     EXPECT_TRUE(settings.lines.Wait(0).empty());
 }
 
@@ -112,7 +112,7 @@ TEST(SettingsSaver, SavesTheLastOfManyAtTheEndAndLetsTheFileGo)
     for (int change = 0; change < 100000; ++change)
         settings.Saver().Keep(LookAhead(change));
 
-    EXPECT_TRUE(settings.Saver().Finish(Soon()));
+    EXPECT_TRUE(settings.Saver().Finish(InGoodTime()));
 
     EXPECT_NE(std::string::npos, settings.Text().find("99999"));
     StateFileC next(settings.Path());
@@ -134,7 +134,7 @@ TEST(SettingsSaver, SavesAtMostTenTimesASecond)
     const double tenths = std::chrono::duration<double>(Clock::now() - start).count() * 10.0;
     EXPECT_GE(files, 2);
     EXPECT_LE(files, tenths + 1.0);
-    EXPECT_TRUE(settings.Saver().Finish(Soon()));
+    EXPECT_TRUE(settings.Saver().Finish(InGoodTime()));
 }
 
 TEST(SettingsSaver, WritesNothingThatTheFileHasAlready)
@@ -144,7 +144,7 @@ TEST(SettingsSaver, WritesNothingThatTheFileHasAlready)
 
     settings.Saver().Keep(LookAhead(1.5));
 
-    EXPECT_TRUE(settings.Saver().Finish(Soon()));
+    EXPECT_TRUE(settings.Saver().Finish(InGoodTime()));
     EXPECT_EQ(file, settings.File());
 }
 
@@ -192,7 +192,7 @@ TEST(SettingsSaver, TriesAgainAndTellsOnceEachThatItCannotAndThatItCan)
     EXPECT_EQ("cannot write the state file " + settings.Path() + ": File too large", lines[0]);
     EXPECT_EQ("the state file " + settings.Path() + " is written again", lines[1]);
     EXPECT_TRUE(settings.WaitForText("3.5"));
-    EXPECT_TRUE(settings.Saver().Finish(Soon()));
+    EXPECT_TRUE(settings.Saver().Finish(InGoodTime()));
 }
 
 TEST(SettingsSaver, TriesOnceMoreAtTheEnd)
@@ -203,7 +203,7 @@ TEST(SettingsSaver, TriesOnceMoreAtTheEnd)
         settings.Saver().Keep(LookAhead(2.5));
         ASSERT_EQ(1u, settings.lines.Wait(1).size());
     }
-    EXPECT_TRUE(settings.Saver().Finish(Soon()));
+    EXPECT_TRUE(settings.Saver().Finish(InGoodTime()));
 
     EXPECT_NE(std::string::npos, settings.Text().find("2.5"));
 }
@@ -214,7 +214,7 @@ TEST(SettingsSaver, EndsWithoutHavingSavedWhereThatIsImpossible)
     const FullDisk full;
     settings.Saver().Keep(LookAhead(2.5));
 
-    EXPECT_TRUE(settings.Saver().Finish(Soon()));
+    EXPECT_TRUE(settings.Saver().Finish(InGoodTime()));
 
     EXPECT_EQ(1u, settings.lines.Wait(1).size());
     EXPECT_NE(std::string::npos, settings.Text().find("1.5"));

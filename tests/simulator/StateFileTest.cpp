@@ -317,6 +317,17 @@ TEST(StateFile, FollowsNoLinkInThePlaceOfItsLock)
     EXPECT_FALSE(std::filesystem::exists(directory.File("missing")));
 }
 
+TEST(StateFile, LeavesWhatIsPutInThePlaceOfItsLock)
+{
+    const Directory directory;
+    {
+        const auto file = Opened(directory.File("state.json"));
+        std::filesystem::remove(directory.File(".state.json.lock"));
+        directory.Write(".state.json.lock", "precious");
+    }
+    EXPECT_EQ("precious", directory.Read(".state.json.lock"));
+}
+
 TEST(StateFile, ReplacesALinkThatIsPutInItsPlaceMeanwhile)
 {
     const Directory directory;

@@ -71,7 +71,7 @@ TEST(SteeringOperations, ClearNavigationDropsWaylineWaypointsNudgeAndFieldOffset
 }
 
 /// A condition of engaging, and how a machine comes to miss it.
-struct Refusal
+struct ReasonRow
 {
     const char* name;
     double speed;
@@ -80,7 +80,7 @@ struct Refusal
     const char* reason;
 };
 
-const std::vector<Refusal> kRefusals{
+const std::vector<ReasonRow> kReasonRows{
     {"navigation is not active", 2.0,
      [](Service& service) { service.Request("StopNavigation", "[1]"); }, 1, "navigation"},
     {"too far from the line", 2.0,
@@ -101,7 +101,7 @@ const std::vector<Refusal> kRefusals{
 
 TEST(SteeringOperations, GiveTheReasonForARefusal)
 {
-    for (const Refusal& row : kRefusals) {
+    for (const ReasonRow& row : kReasonRows) {
         Service service(row.speed);
         service.NavigateNorth();
         row.arrange(service);

@@ -376,3 +376,55 @@ TEST(NmeaEpochs, LearnAnOrderAnewThatChanges)
         });
     });
 }
+
+TEST(NmeaEpochs, GiveNoValueByAnOrderThatHasChangedInAFile)
+{
+    const Burst burst{{T::Gga}, {T::Hdt}, {T::Rmc}, {T::Vtg}};
+    ForEachOrder(burst, [&burst](const Burst& before) {
+        ForEachOrder(burst, [&before](const Burst& after) {
+            Events events = StreamOf(before, 2 * kEpochs, 100, EPace::File);
+            events.resize(events.size() / 2);
+            // What came in the middle of the burst may not come any more.
+            for (std::size_t dropped = 0; dropped <= after.size(); ++dropped) {
+                Events both = events;
+                const Events changed = StreamOf(after, 2 * kEpochs, 100, EPace::File);
+                for (std::size_t i = changed.size() / 2; i < changed.size(); ++i) {
+                    if (i % after.size() != dropped) {
+                        both.push_back(changed[i]);
+                    }
+                }
+                IsSound(both, Feed(both, 100),
+                        Scene{before, 100, EPace::File, {}}.Name() + ", then " +
+                            Scene{after, 100, EPace::File, {}}.Name() + " without " +
+                            std::to_string(dropped));
+            }
+        });
+    });
+}
+
+TEST(NmeaEpochs, PlaceASentenceByTheOrderWhereATimeIsLostInAFile)
+{
+    const Burst burst{{T::Gga}, {T::Hdt}, {T::Rmc}};
+    const Events whole = StreamOf(burst, kEpochs, 100, EPace::File);
+    const Outcome outcome = Feed(Without(whole, PlaceOfEpoch(whole, kDisturbed) + 2, 1), 100);
+    ASSERT_NE(outcome.Find(kDisturbed), nullptr);
+    EXPECT_EQ(ValueOf(T::Hdt, outcome.Find(kDisturbed)->sample), kDisturbed);
+}
+
+TEST(NmeaEpochs, KeepToTheFirstOfWhatComesWithATimeThatStandsStill)
+{
+    ForEachOrder({{T::Hdt}, {T::Gga}, {T::Rmc}, {T::Vtg}}, [](const Burst& order) {
+        for (const EPace pace : kPaces) {
+            Events events = StreamOf(order, kEpochs, 100, pace);
+            for (StreamEvent& event : events) {
+                const bool stands = event.epoch > kDisturbed && event.epoch <= kDisturbed + 3;
+                if (stands && event.part.report.timeOfDay) {
+                    event.part.report.timeOfDay =
+                        *event.part.report.timeOfDay - (event.epoch - kDisturbed) * 100;
+                }
+            }
+            IsSound(events, Feed(events, 100),
+                    Scene{order, 100, pace, {}}.Name() + ", time stands");
+        }
+    });
+}

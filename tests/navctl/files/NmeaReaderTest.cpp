@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/navctl/files/Pipe.h"
+#include "tools/navctl/feed/NmeaValues.h"
 #include "tools/navctl/files/Angle.h"
 
 namespace {

@@ -60,6 +60,21 @@ double NearestOf(const Points& points, const Point& place)
     return nearest;
 }
 
+/// The distance of a place from a polyline.
+double NearestOnSegments(const Points& points, const Point& place)
+{
+    double nearest = std::numeric_limits<double>::infinity();
+    for (std::size_t i = 1; i < points.size(); ++i) {
+        const Point& from = points[i - 1];
+        const double x = points[i].x - from.x;
+        const double y = points[i].y - from.y;
+        const double along = ((place.x - from.x) * x + (place.y - from.y) * y) / (x * x + y * y);
+        const double share = std::clamp(along, 0.0, 1.0);
+        nearest = std::min(nearest, Distance({from.x + share * x, from.y + share * y}, place));
+    }
+    return nearest;
+}
+
 } // namespace
 
 TEST(CurveOffset, KeepsWhatALookAtEveryPointKeeps)
@@ -132,12 +147,16 @@ TEST(CurveShape, IsNearestWhereALookAtEverySegmentIs)
             for (int i = 0; i < 100; ++i) {
                 const Point& near = curve[which(random)];
                 const Point place{near.x + aside(random), near.y + aside(random)};
-                const double apart = Distance(curve[0], curve[1]);
-                const double nearest = NearestOf(curve, place);
                 const Projection found = shape.Project(place);
-                ASSERT_LE(found.distance, nearest + 1e-6) << line.name;
-                ASSERT_GE(found.distance, nearest - apart) << line.name;
-                ASSERT_NEAR(found.distance, Distance(found.foot.position, place), 0.5 * apart)
+                ASSERT_NEAR(NearestOnSegments(curve, place), found.distance, 1e-6) << line.name;
+                const bool isPastEnd = found.station < 0.0 || found.station > shape.Length();
+                const Point& end = found.station < 0.0 ? curve.front() : curve.back();
+                // Past an end the foot lies on the extension, abeam of the place, and the line's
+                // nearest point is its end.
+                ASSERT_NEAR(found.distance, Distance(isPastEnd ? end : found.foot.position, place),
+                            1e-6)
+                    << line.name;
+                ASSERT_NEAR(std::abs(found.crossTrack), Distance(found.foot.position, place), 1e-6)
                     << line.name;
             }
         }

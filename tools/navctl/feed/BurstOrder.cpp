@@ -6,6 +6,10 @@
 namespace {
 
 constexpr int kShownOftenEnough = 3;
+/// A place that is shown in every epoch may fail to be shown in one; one that is shown now and then
+/// in as many again, but not in more than these.
+constexpr std::uint64_t kFewestEpochs = 2;
+constexpr std::uint64_t kMostEpochs = 40;
 /// A stream of many talkers has some dozens; noise must not make more of them.
 constexpr std::size_t kMostEntries = 512;
 /// Steps that make a first or a shorter period.
@@ -17,31 +21,44 @@ constexpr std::int64_t kLeastTolerance = 10;
 
 } // namespace
 
-void CBurstOrder::Show(NmeaKind untimed, NmeaKind timed, bool isBehind, bool isByPause)
+void CBurstOrder::Show(const BurstPlace& place, bool isByPause)
 {
     const auto entry = std::find_if(m_entries.begin(), m_entries.end(), [&](const Entry& other) {
-        return other.untimed == untimed && other.timed == timed;
+        return other.untimed == place.untimed && other.timed == place.timed;
     });
+    const Entry first{
+        place.untimed, place.timed, {place.isBehind, isByPause, kFewestEpochs}, 1, m_epoch};
     if (entry == m_entries.end()) {
         if (m_entries.size() >= kMostEntries) {
             m_entries.clear();
         }
-        m_entries.push_back({untimed, timed, {isBehind, isByPause}, 1});
-    } else if (entry->place.isBehind != isBehind) {
-        entry->place = {isBehind, isByPause};
-        entry->timesShown = 1;
-    } else {
-        entry->place.isByPauseAlone = entry->place.isByPauseAlone && isByPause;
-        entry->timesShown = std::min(entry->timesShown + 1, kShownOftenEnough);
+        m_entries.push_back(first);
+        return;
     }
+    const std::uint64_t epochs = m_epoch - entry->lastShown;
+    const bool isSettled = entry->timesShown >= kShownOftenEnough;
+    const std::uint64_t most = isSettled ? entry->place.epochsUntilShown : kMostEpochs;
+    if (entry->place.isBehind != place.isBehind || epochs > most) {
+        *entry = first;
+        return;
+    }
+    if (!isSettled) {
+        entry->place.epochsUntilShown = std::max(entry->place.epochsUntilShown, 2 * epochs);
+    }
+    entry->place.isByPauseAlone = entry->place.isByPauseAlone && isByPause;
+    entry->timesShown = std::min(entry->timesShown + 1, kShownOftenEnough);
+    entry->lastShown = m_epoch;
 }
 
 std::optional<CBurstOrder::Place> CBurstOrder::PlaceOf(NmeaKind untimed, NmeaKind timed) const
 {
     for (const Entry& entry : m_entries) {
         if (entry.untimed == untimed && entry.timed == timed &&
-            entry.timesShown >= kShownOftenEnough) {
-            return entry.place;
+            entry.timesShown >= kShownOftenEnough &&
+            m_epoch - entry.lastShown <= entry.place.epochsUntilShown) {
+            Place place = entry.place;
+            place.epochsUntilShown -= m_epoch - entry.lastShown;
+            return place;
         }
     }
     return std::nullopt;
@@ -55,19 +72,23 @@ void CBurstOrder::Forget(NmeaKind untimed)
         m_entries.end());
 }
 
-void CEpochPeriod::Learn(std::int64_t step)
+bool CEpochPeriod::Learn(std::int64_t step)
 {
     if (IsOneStep(step) || step <= 0 || step > kLongestStep) {
         m_timesSeen = 0;
-        return;
+        return false;
     }
     m_timesSeen = m_timesSeen > 0 && IsNear(step, m_candidate) ? m_timesSeen + 1 : 1;
     m_candidate = step;
-    const bool isLonger = m_period > 0 && step > m_period;
+    m_shortest = m_shortest > 0 ? std::min(m_shortest, step) : step;
+    const std::int64_t known = m_period > 0 ? m_period : m_shortest;
+    const bool isLonger = step > known && !IsNear(step, known);
     if (m_timesSeen >= (isLonger ? kStepsOfLongerPeriod : kStepsOfPeriod)) {
         m_period = step;
         m_timesSeen = 0;
+        return true;
     }
+    return false;
 }
 
 bool CEpochPeriod::IsNear(std::int64_t step, std::int64_t period)

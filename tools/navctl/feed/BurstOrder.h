@@ -8,11 +8,20 @@
 /// What distinguishes the sentences of a burst: talker and type, and of GSA the system.
 using NmeaKind = std::uint32_t;
 
+/// Where a sentence without a time stands in relation to one that has a time.
+struct BurstPlace
+{
+    NmeaKind untimed = 0;
+    NmeaKind timed = 0;
+    bool isBehind = false; ///< it comes behind the other, in one burst; otherwise before it
+};
+
 /// Where in the burst of a receiver its sentences without a time stand: behind or before each kind
 /// that has one.
 ///
-/// A place counts as known once it was shown three times without having been shown otherwise. One
-/// that contradicts starts the count again, so an order that has changed is learned anew.
+/// A place counts as known once it was shown three times without having been shown otherwise, and
+/// as long as it goes on to be shown as often as it was. One that contradicts starts the count
+/// again, so an order that has changed is learned anew.
 class CBurstOrder
 {
 public:
@@ -21,19 +30,26 @@ public:
     {
         bool isBehind = false;
         bool isByPauseAlone = false; ///< only pauses of the stream have shown it
+        /// Within so many epochs it should be shown again.
+        std::uint64_t epochsUntilShown = 0;
     };
+
+    /// Notes that an epoch has ended.
+    void EndEpoch() { ++m_epoch; }
 
     /// Takes in where a sentence without a time stood.
     ///
-    /// @param isBehind it came behind the other, in one burst; otherwise before it.
     /// @param isByPause a pause has shown it, and not sentences of one time around it.
-    void Show(NmeaKind untimed, NmeaKind timed, bool isBehind, bool isByPause);
+    void Show(const BurstPlace& place, bool isByPause);
 
     /// Where a sentence stands; nothing when it is not known.
     std::optional<Place> PlaceOf(NmeaKind untimed, NmeaKind timed) const;
 
     /// Forgets everything about a kind without a time.
     void Forget(NmeaKind untimed);
+
+    /// Forgets everything.
+    void Clear() { m_entries.clear(); }
 
 private:
     struct Entry
@@ -42,9 +58,11 @@ private:
         NmeaKind timed;
         Place place;
         int timesShown;
+        std::uint64_t lastShown;
     };
 
     std::vector<Entry> m_entries;
+    std::uint64_t m_epoch = 0;
 };
 
 /// The distance between the times of a stream, learned from steps that repeat.
@@ -52,7 +70,9 @@ class CEpochPeriod
 {
 public:
     /// Takes in the step from one time to the next, milliseconds.
-    void Learn(std::int64_t step);
+    ///
+    /// @return whether the period is another one now.
+    bool Learn(std::int64_t step);
 
     /// Whether a step leads to the very next time, so that none is missing in between. False while
     /// the period is not known.
@@ -65,6 +85,7 @@ private:
     static bool IsNear(std::int64_t step, std::int64_t period);
 
     std::int64_t m_period = 0;
+    std::int64_t m_shortest = 0; ///< that was ever seen; times that are lost make no shorter ones
     std::int64_t m_candidate = 0;
     int m_timesSeen = 0;
 };

@@ -2,6 +2,7 @@
 
 #include "platform/Utilities.h"
 #include "tools/navctl/feed/NmeaFields.h"
+#include "tools/navctl/feed/NmeaValues.h"
 #include "tools/navctl/files/CsvRow.h"
 
 namespace {

@@ -8,33 +8,9 @@
 #include <vector>
 
 #include "tools/navctl/feed/BurstOrder.h"
-#include "tools/navctl/feed/NmeaDay.h"
-#include "tools/navctl/feed/NmeaFields.h"
-#include "tools/navctl/feed/PositionSample.h"
+#include "tools/navctl/feed/FinishedEpochs.h"
+#include "tools/navctl/feed/NmeaEpoch.h"
 #include "tools/navctl/feed/SkipCount.h"
-
-/// A sentence as it goes into an epoch.
-struct NmeaPart
-{
-    NmeaKind kind = 0;
-    ENmeaType type = ENmeaType::Other;
-    NmeaReport report;
-    std::uint64_t line = 0; ///< of the file
-    /// When it came, seconds of a clock that does not jump; empty in a file, where nothing is told
-    /// by when something comes.
-    std::optional<double> arrival;
-};
-
-/// The kind of a sentence of a type that is read.
-NmeaKind KindOf(const NmeaSentence& sentence, ENmeaType type, const NmeaReport& report);
-
-/// The sample of the sentences of one time, but for its time.
-///
-/// @return nothing when none of them tells a position.
-std::optional<PositionSample> SampleOf(const std::vector<NmeaPart>& parts);
-
-/// Whether SampleOf() would give one.
-bool HasPosition(const std::vector<NmeaPart>& parts);
 
 /// How epochs are put together.
 struct NmeaEpochOptions
@@ -52,13 +28,12 @@ class CNmeaEpochs
 {
 public:
     /// @param samples where samples go as soon as their burst is known to be complete. To their
-    /// times
-    ///        Day().Correction() is to be added when they are used.
+    ///        times Day().Correction() is to be added when they are used.
     /// @param leftOut counts the sentences that go into none, by reason.
     CNmeaEpochs(const NmeaEpochOptions& options, std::deque<PositionSample>& samples,
                 CSkipCount& leftOut)
-        : m_burstBeginsWith(options.burstBeginsWith), m_samples(samples), m_leftOut(leftOut),
-          m_day(options.day)
+        : m_burstBeginsWith(options.burstBeginsWith), m_leftOut(leftOut),
+          m_finished(options.day, samples, leftOut)
     {
     }
 
@@ -76,36 +51,19 @@ public:
     /// Gives the sample of the epoch, as the stream has paused.
     void EndAtPause();
 
-    const CNmeaDay& Day() const { return m_day; }
+    const CNmeaDay& Day() const { return m_finished.Day(); }
 
 private:
-    /// How a sentence without a time was found to be of its epoch.
-    enum class EHow
-    {
-        ItsTime, ///< its time, or sentences of one time around it, or the user has said so
-        Pause,   ///< a pause
-        Learned, ///< the order that was learned
-    };
+    /// A kind that has not come for so many epochs is not waited for.
+    static constexpr std::uint64_t kEpochsToWaitFor = 3;
+    /// A pause is a fifth of the period at least.
+    static constexpr double kLeastPause = 0.2;
+
     struct Waiting
     {
         NmeaPart part;
         double gap;            ///< the longest rest before it, seconds
         bool isPlaced = false; ///< in the epoch already; kept for what it shows of the order
-    };
-    struct Epoch
-    {
-        std::int64_t timeOfDay = 0;
-        std::vector<NmeaPart> parts;
-        std::vector<NmeaKind> timedKinds;
-        std::vector<std::pair<NmeaKind, bool>> shown; ///< untimed kinds, and whether by a pause
-        std::uint64_t sources = 0;
-        std::uint64_t firstLine = 0;
-        std::optional<double> firstArrival, lastTimedArrival;
-        double longestGap = 0.0;
-        bool isPaced = false; ///< has come a period after the one before
-        bool isRepeated = false;
-        bool isSent = false;
-        bool isSentEarly = false;
     };
     struct Cut
     {
@@ -117,6 +75,13 @@ private:
         Unknown,
         This,
         Next,
+        Neither, ///< it fits nowhere
+    };
+    /// Of which epoch a sentence is, and what it rests on.
+    struct Placing
+    {
+        EPlace place = EPlace::Unknown;
+        std::vector<NmeaClaim> claims; ///< none when it is certain
     };
 
     void AddTimed(const NmeaPart& part);
@@ -124,21 +89,27 @@ private:
     void AddAttitude(const NmeaPart& part);
     void Join(const NmeaPart& part);
     void Open(const NmeaPart& part);
-    void AddPart(const NmeaPart& part, EHow how);
-    void PlaceInEpoch(const NmeaPart& part, EHow how);
-    std::vector<NmeaPart> TakeLeading(const NmeaPart& next, bool isOneStep);
+    void EndEpoch(std::int64_t step);
+    void AddAttitudeNow(const NmeaPart& part);
+    void AddStandingStill(const NmeaPart& part);
+    void PlaceInEpoch(const NmeaPart& part);
+    std::vector<PendingPart> TakeLeading(const NmeaPart& next, bool isOneStep);
+    Placing PlaceBetween(std::size_t i, const NmeaPart& next, const std::optional<Cut>& cut);
+    void LeaveOutWaiting();
+    void Show(NmeaKind untimed, NmeaKind timed, bool isBehind, bool isByPause);
+    void ShowBehind(NmeaKind untimed, bool isByPause);
+    void Forget(NmeaKind kind);
+    bool IsSingle(NmeaKind kind) const;
     std::optional<Cut> FindCut(const NmeaPart& next, bool isOneStep) const;
     std::optional<Cut> PauseBefore(const NmeaPart& next) const;
-    EPlace PlaceByOrder(NmeaKind kind, NmeaKind next, bool& isByPause) const;
-    bool StandsBehind(NmeaKind kind, bool isGapShort) const;
+    Placing PlaceByOrder(NmeaKind kind, NmeaKind next, bool& isByPause) const;
+    bool StandsBehind(NmeaKind kind) const;
     bool BeginsTheNext(NmeaKind kind) const;
     void EndEarly();
     bool IsWhole() const;
-    bool Has(NmeaKind kind) const;
     void Note(const NmeaPart& part);
     bool IsPaced(const NmeaPart& part) const;
     void LeaveOut(const NmeaPart& part, const char* why);
-    void Late(const NmeaPart& part);
     void Send();
 
     struct RecentKind
@@ -149,12 +120,11 @@ private:
     };
 
     std::optional<ENmeaType> m_burstBeginsWith;
-    std::deque<PositionSample>& m_samples;
     CSkipCount& m_leftOut;
-    CNmeaDay m_day;
+    CFinishedEpochs m_finished;
     CBurstOrder m_order;
     CEpochPeriod m_period;
-    std::optional<Epoch> m_epoch;
+    std::optional<NmeaEpoch> m_epoch;
     std::vector<Waiting> m_waiting;  ///< what came behind the last sentence with a time
     std::optional<NmeaPart> m_ahead; ///< an attitude whose epoch has not come
     std::size_t m_placeOfAhead = 0;  ///< how many were waiting when it came

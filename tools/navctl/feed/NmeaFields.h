@@ -74,12 +74,8 @@ bool HasTime(ENmeaType type);
 /// @param type its type.
 /// @param report receives what it tells.
 /// @return which field is wrong, in words that hold nothing of the sentence but its type; empty
-/// when
-///         every field that is not empty could be read.
+///         when every field that is not empty could be read.
 std::string ReadReport(const NmeaSentence& sentence, ENmeaType type, const NmeaSigns& signs,
                        NmeaReport& report);
-
-/// Days since 1970-01-01 of a date of the Gregorian calendar; nothing when there is no such date.
-std::optional<std::int64_t> DaysSince1970(int year, int month, int day);
 
 #endif

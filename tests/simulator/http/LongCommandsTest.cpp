@@ -1,0 +1,98 @@
+// Commands of the live page that take long, and what overtakes them.
+
+#include <chrono>
+#include <cmath>
+#include <future>
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "simulator/http/PageCommands.h"
+#include "tests/simulator/http/HttpPeer.h"
+#include "tests/simulator/http/RunningPage.h"
+
+using nlohmann::json;
+
+namespace {
+
+const char* const kDisengage = R"({"operation":"DisengageSteering","arguments":[1]})";
+
+/// The command to make a spline in bends the service's.
+std::string LongSpline(int points)
+{
+    json arguments{3, points};
+    for (int index = 0; index < points; ++index) {
+        const double y = 0.5 * index;
+        arguments.push_back(20.0 * std::sin(y / 60.0));
+        arguments.push_back(y);
+        arguments.push_back(0.0);
+    }
+    return json{{"operation", "set_wayline"}, {"arguments", arguments}}.dump();
+}
+
+TEST(LongCommands, AreAnsweredWithAllThatTheServiceReplies)
+{
+    const RunningPage page;
+    ASSERT_EQ(R"({"reasons":[],"result":1})", Command(page.Port(), LongSpline(3000)));
+
+    const json answer = json::parse(Command(page.Port(), R"({"operation":"get_wayline"})"));
+
+    ASSERT_EQ(3u * 3000 + 2, answer["result"].size());
+    EXPECT_EQ(3000, answer["result"][1]);
+    EXPECT_EQ(1499.5, answer["result"][3u * 3000]);
+}
+
+TEST(LongCommands, AreOvertakenByTheEndOfSteering)
+{
+    const RunningPage page;
+    const std::string spline = LongSpline(60000);
+    auto answer = std::async(std::launch::async, [&] { return Command(page.Port(), spline); });
+
+    while (answer.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+        EXPECT_EQ(R"({"reasons":[],"result":1})", Command(page.Port(), kDisengage));
+    }
+
+    const std::string text = answer.get();
+    EXPECT_NE(std::string::npos, text.find("steering was ended by hand meanwhile")) << text;
+    EXPECT_EQ(R"({"text":""})", Ask(page.Port(), {"GET", "/wayline", "", {}, ""}).body);
+}
+
+/// Carries a command out as the one that came at a place among the others.
+std::string Carried(PageCommandsC& commands, const std::string& body, std::uint64_t arrival)
+{
+    PageCommand command = commands.ReadCommand(body);
+    command.arrival = arrival;
+    const auto outcome = std::make_shared<PageOutcome>();
+    bool isDone = false;
+    commands.CarryOut(
+        command, outcome, [] { return true; }, [&] { isDone = true; });
+    EXPECT_TRUE(isDone);
+    return PageCommandsC::Write(command, *outcome).json;
+}
+
+TEST(Engaging, IsNotCarriedOutAfterTheDisengagingThatCameBehindIt)
+{
+    LogTapC log({});
+    ServiceCoreOptions options;
+    options.log = log.Sink();
+    options.simulation.speed = 2.0;
+    ServiceCoreC core(std::move(options));
+    core.Advance(0.5);
+    PageCommandsC commands(core, log);
+    const std::string engage = R"({"operation":"EngageSteering","arguments":[1]})";
+    Carried(commands, R"({"operation":"set_wayline","arguments":[0,0.5,0,0,0.5,100,0]})", 1);
+    Carried(commands, R"({"operation":"StartNavigation","arguments":[1,0]})", 2);
+
+    Carried(commands, kDisengage, 4);
+    const std::string overtaken = Carried(commands, engage, 3);
+
+    EXPECT_NE(std::string::npos, overtaken.find(R"("result":0)")) << overtaken;
+    EXPECT_NE(std::string::npos, overtaken.find("steering was ended by hand after it"));
+    EXPECT_FALSE(core.World().Engaged());
+    EXPECT_EQ(R"({"reasons":[],"result":1})", Carried(commands, engage, 5));
+    EXPECT_TRUE(core.World().Engaged());
+}
+
+} // namespace
