@@ -123,7 +123,7 @@ void ListOperations(CContext& context)
         lines += (lines.empty() ? "" : "\n") + Padded(operation.name, 32) +
                  Padded(operation.serviceName, 28) + kind;
     }
-    context.Print(list, context.Output().Fitted(lines));
+    context.Print(list, lines);
 }
 
 } // namespace

@@ -99,7 +99,7 @@ private:
             m_report["limited"] = true;
             text += ", brought to the limit: " + held.text + " holds (" + held.limits + ")";
         }
-        Finish(Fitted(text));
+        Finish(text);
     }
 
     void Report(const COutcome& outcome)
@@ -111,9 +111,7 @@ private:
             if (!m_operation.unit.empty())
                 m_report["unit"] = m_operation.unit;
         }
-        // A bare value is for scripts, in one piece.
-        const std::string words = Words(outcome, hasValue);
-        Finish(hasValue && outcome.text.empty() ? words : Fitted(words));
+        Finish(Words(outcome, hasValue));
     }
 
     std::string Words(const COutcome& outcome, bool hasValue) const
@@ -129,8 +127,6 @@ private:
             return "answered " + value + ", which is neither done (1) nor refused (0)";
         return outcome.value.is_null() ? "done" : "done: " + value;
     }
-
-    std::string Fitted(const std::string& text) const { return m_context.Output().Fitted(text); }
 
     void Finish(const std::string& text)
     {

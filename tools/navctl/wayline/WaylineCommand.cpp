@@ -37,7 +37,7 @@ void Show(CContext& context, const FileOptions& options)
         text += (text.empty() ? "" : "\n") + std::to_string(entry.number) + ": " +
                 WaylineWords(entry.content);
     }
-    context.Print({{"waylines", waylines}}, context.Output().Fitted(text));
+    context.Print({{"waylines", waylines}}, text);
 }
 
 /// Gathers pieces of the standard output, so that not each is written by itself.
@@ -67,8 +67,7 @@ private:
 
 void ReportWritten(CContext& context, const std::string& target, const std::string& words)
 {
-    context.Print({{"outcome", "done"}, {"file", target}},
-                  context.Output().Fitted(words + " written to " + target));
+    context.Print({{"outcome", "done"}, {"file", target}}, words + " written to " + target);
 }
 
 /// Writes waylines to the standard output. With --json that is one JSON value: GeoJSON as it is,

@@ -84,8 +84,7 @@ void ReportSet(CContext& context, const WaylineContent& wanted, const HeldWaylin
     const Json value{{"outcome", isTaken ? "done" : "refused"},
                      {"held", held.content ? HeldJson(*held.content) : Json(nullptr)}};
     if (isTaken)
-        return context.Print(
-            value, context.Output().Fitted("the service holds: " + WaylineWords(*held.content)));
+        return context.Print(value, "the service holds: " + WaylineWords(*held.content));
     Refuse(context, value, "set-wayline", {},
            held.content ? "the service did not take it; it holds: " + WaylineWords(*held.content)
                         : "the service did not take it; it holds no wayline");
