@@ -89,6 +89,9 @@ public:
         return std::nullopt;
     }
 
+    /// The words behind the command that are none of its options, once Find() has found nothing.
+    const std::vector<std::string>& Arguments() const { return m_arguments; }
+
 private:
     bool PassOption(const std::string& word)
     {
@@ -106,8 +109,10 @@ private:
 
     bool PassCommand(const std::string& word)
     {
-        if (m_command->get_subcommands(nullptr).empty())
+        if (m_command->get_subcommands(nullptr).empty()) {
+            m_arguments.push_back(word);
             return true;
+        }
         const CLI::App* const below = CommandBelow(*m_command, word);
         if (below == nullptr) {
             m_problem = "there is no command \"" + word + '"' + Of(m_app, *m_command) +
@@ -122,6 +127,7 @@ private:
     const std::vector<std::string>& m_words;
     const CLI::App* m_command;
     std::size_t m_place = 0;
+    std::vector<std::string> m_arguments;
     std::string m_problem;
 };
 
@@ -130,6 +136,17 @@ private:
 std::optional<std::string> UnknownWord(const CLI::App& app, const std::vector<std::string>& words)
 {
     return CWordSearch(app, words).Find();
+}
+
+std::optional<std::string> HelpProblem(const CLI::App& app, const std::vector<std::string>& words)
+{
+    CWordSearch search(app, words);
+    std::optional<std::string> problem = search.Find();
+    if (!problem && !search.Arguments().empty()) {
+        problem = "help takes the name of a command, and not \"" + search.Arguments().front() +
+                  "\" behind it";
+    }
+    return problem;
 }
 
 std::size_t PlaceOfCommand(const CLI::App& app, const std::vector<std::string>& words)
