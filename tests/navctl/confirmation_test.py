@@ -299,6 +299,18 @@ class OtherPrograms(unittest.TestCase):
                 self.assertEqual((5, ""), (result.returncode, result.stdout), result.stderr)
                 self.assertRegex(result.stderr, words)
 
+    def assert_named_to_watchers(self, words):
+        for arguments in (["watch"], ["watch", "guidance-status", "--count", "1"],
+                          ["watch", "--lightbar"]):
+            with self.subTest((words, arguments)):
+                result = navctl("--timeout", "0.5", *arguments, "--for", "20")
+                self.assertEqual(5, result.returncode, result.stderr)
+                self.assertRegex(result.stderr, words)
+                self.assertNotIn("connected", result.stderr)
+        code, last = answer("--timeout", "0.5", "watch", "--for", "20")
+        self.assertEqual((5, "error", 5), (code, last["event"], last["exit_code"]))
+        self.assertRegex(last["reason"], words)
+
     def test_are_named(self):
         for greeting, reply, words in (
             (b"SSH-2.0-OpenSSH_9.2\r\n", b"", "it says: SSH-2.0-OpenSSH_9.2"),
@@ -308,6 +320,8 @@ class OtherPrograms(unittest.TestCase):
         ):
             with talker(greeting, reply):
                 self.assert_named(words)
+                if greeting:
+                    self.assert_named_to_watchers(words)
 
     def test_that_speak_tls_are_named(self):
         with tempfile.TemporaryDirectory() as directory, secure_server(directory):

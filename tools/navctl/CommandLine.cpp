@@ -1,7 +1,5 @@
 #include "tools/navctl/CommandLine.h"
 
-#include <algorithm>
-
 #include "tools/navctl/UsageProblem.h"
 #include "tools/navctl/Version.h"
 #include "tools/navctl/doctor/DoctorCommand.h"
@@ -61,13 +59,12 @@ void AddCommands(CLI::App& app, CContext& context)
 
 } // namespace
 
-std::vector<std::string> WithHelpAsOption(std::vector<std::string> words)
+std::vector<std::string> WithHelpAsOption(const CLI::App& app, std::vector<std::string> words)
 {
-    const auto isCommand = [](const std::string& word) { return word.rfind('-', 0) != 0; };
-    const auto first = std::find_if(words.begin(), words.end(), isCommand);
-    if (first == words.end() || *first != kHelpCommand)
+    const std::size_t first = PlaceOfCommand(app, words);
+    if (first >= words.size() || words[first] != kHelpCommand)
         return words;
-    words.erase(first);
+    words.erase(words.begin() + static_cast<std::ptrdiff_t>(first));
     words.emplace_back("--help");
     return words;
 }

@@ -17,6 +17,8 @@ std::unique_ptr<CLI::App> MakeCommandLine(CContext& context);
 
 /// The words of a command line with "help COMMAND" turned into "COMMAND --help"; others as they
 /// are.
-std::vector<std::string> WithHelpAsOption(std::vector<std::string> words);
+///
+/// @param app the command line.
+std::vector<std::string> WithHelpAsOption(const CLI::App& app, std::vector<std::string> words);
 
 #endif

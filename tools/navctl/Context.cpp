@@ -18,7 +18,7 @@ void CContext::Print(const Json& value, const std::string& text)
         // Bytes that are no UTF-8, which a service may send, must not end the program.
         m_output.WriteLine(value.dump(-1, ' ', false, Json::error_handler_t::replace));
     } else {
-        m_output.WriteLine(text);
+        m_output.WriteLine(m_output.Fitted(text));
     }
 }
 

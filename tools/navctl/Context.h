@@ -44,8 +44,8 @@ public:
     COutput& Output() { return m_output; }
     /// Whether the result is written as JSON.
     bool WritesJson() const { return options.json; }
-    /// Gives the result: the JSON value, or the text as a line, whichever is asked for. Once a
-    /// command.
+    /// Gives the result: the JSON value in one line, or the text, broken between words where a
+    /// terminal is narrow, whichever is asked for. Once a command.
     void Print(const Json& value, const std::string& text);
 
     /// The connection to the service; made at the first call, with `--timeout` applied. It may be

@@ -66,6 +66,30 @@ int WriteWhole(int descriptor, const std::string& text, const sigset_t& unblocke
     return 0;
 }
 
+/// How many bytes the letter takes that begins at a place of a text in UTF-8; 0 where none does.
+std::size_t LetterLength(const std::string& text, std::size_t place)
+{
+    const auto byte = [&text](std::size_t at) {
+        return at < text.size() ? static_cast<unsigned char>(text[at]) : 0U;
+    };
+    const unsigned first = byte(place);
+    const std::size_t length = first < 0x80                    ? 1
+                               : first >= 0xc2 && first < 0xe0 ? 2
+                               : first >= 0xe0 && first < 0xf0 ? 3
+                               : first >= 0xf0 && first < 0xf5 ? 4
+                                                               : 0;
+    // What a shorter form has, the surrogates, and what lies beyond the last letter.
+    const unsigned second = byte(place + 1);
+    if ((first == 0xe0 && second < 0xa0) || (first == 0xed && second >= 0xa0) ||
+        (first == 0xf0 && second < 0x90) || (first == 0xf4 && second >= 0x90))
+        return 0;
+    for (std::size_t at = place + 1; at < place + length; ++at) {
+        if ((byte(at) & 0xc0U) != 0x80U)
+            return 0;
+    }
+    return length;
+}
+
 /// The signals that are blocked at the program's start: none that would end it.
 sigset_t BlockedAtStart()
 {
@@ -150,19 +174,20 @@ std::string Printable(const std::string& text)
 {
     std::string printable;
     char code[16];
-    for (std::size_t place = 0; place < text.size(); ++place) {
+    std::size_t length = 1;
+    for (std::size_t place = 0; place < text.size(); place += length) {
         const auto byte = static_cast<unsigned char>(text[place]);
-        const auto next =
-            static_cast<unsigned char>(place + 1 < text.size() ? text[place + 1] : '\0');
-        if ((byte < 0x20 && byte != '\n') || byte == 0x7f) {
+        const std::size_t letter = LetterLength(text, place);
+        length = std::max<std::size_t>(letter, 1);
+        if (letter == 0 || (byte < 0x20 && byte != '\n') || byte == 0x7f) {
             std::snprintf(code, sizeof code, "\\x%02x", static_cast<unsigned>(byte));
             printable += code;
-        } else if (byte == 0xc2 && next >= 0x80 && next < 0xa0) {
-            std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(next));
+        } else if (byte == 0xc2 && static_cast<unsigned char>(text[place + 1]) < 0xa0) {
+            std::snprintf(code, sizeof code, "\\u%04x",
+                          static_cast<unsigned>(static_cast<unsigned char>(text[place + 1])));
             printable += code;
-            ++place;
         } else {
-            printable += text[place];
+            printable.append(text, place, letter);
         }
     }
     return printable;

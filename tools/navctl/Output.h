@@ -60,7 +60,8 @@ private:
 };
 
 /// Text that a terminal shows and does not obey: control characters, those of Unicode's second set
-/// (U+0080 to U+009F) included, are written as "\x1b" or "\u009b". Ends of lines stay.
+/// (U+0080 to U+009F) included, are written as "\x1b" or "\u009b", and so is each byte that is not
+/// UTF-8. Ends of lines stay.
 ///
 /// @param text words that come from a file or from the link.
 std::string Printable(const std::string& text);

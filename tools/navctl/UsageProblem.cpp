@@ -57,6 +57,17 @@ bool IsNumber(const std::string& word)
     return word.find_first_of("0123456789.") == 1;
 }
 
+bool LooksLikeOption(const std::string& word)
+{
+    return word.size() > 1 && word.front() == '-' && !IsNumber(word);
+}
+
+/// Whether the word behind an option is its value.
+bool TakesNextWord(const CLI::Option& option, const std::string& word)
+{
+    return word.find('=') == std::string::npos && option.get_items_expected_min() > 0;
+}
+
 /// Goes through the words of a command line up to the first that is none of its commands or
 /// options.
 class CWordSearch
@@ -72,33 +83,36 @@ public:
     {
         for (m_place = 0; m_place < m_words.size() && m_words[m_place] != "--"; ++m_place) {
             const std::string& word = m_words[m_place];
-            const bool isOption = word.size() > 1 && word.front() == '-' && !IsNumber(word);
-            if (!(isOption ? PassOption(word) : PassCommand(word)))
+            if (!(LooksLikeOption(word) ? PassOption(word) : PassCommand(word)))
                 return m_problem;
         }
         return std::nullopt;
     }
 
+    /// The words behind the command that are none of its options, once Find() has found nothing.
+    const std::vector<std::string>& Arguments() const { return m_arguments; }
+
 private:
     bool PassOption(const std::string& word)
     {
-        const std::size_t end = word.find('=');
-        const std::string name = word.substr(0, end);
+        const std::string name = word.substr(0, word.find('='));
         const CLI::Option* const option = FindOption(*m_command, name);
         if (option == nullptr) {
             m_problem = "there is no option \"" + name + '"' + Of(m_app, *m_command) +
                         Suggestion(name, OptionsOf(*m_command));
             return false;
         }
-        if (end == std::string::npos && option->get_items_expected_min() > 0)
+        if (TakesNextWord(*option, word))
             ++m_place;
         return true;
     }
 
     bool PassCommand(const std::string& word)
     {
-        if (m_command->get_subcommands(nullptr).empty())
+        if (m_command->get_subcommands(nullptr).empty()) {
+            m_arguments.push_back(word);
             return true;
+        }
         const CLI::App* const below = CommandBelow(*m_command, word);
         if (below == nullptr) {
             m_problem = "there is no command \"" + word + '"' + Of(m_app, *m_command) +
@@ -113,6 +127,7 @@ private:
     const std::vector<std::string>& m_words;
     const CLI::App* m_command;
     std::size_t m_place = 0;
+    std::vector<std::string> m_arguments;
     std::string m_problem;
 };
 
@@ -121,6 +136,29 @@ private:
 std::optional<std::string> UnknownWord(const CLI::App& app, const std::vector<std::string>& words)
 {
     return CWordSearch(app, words).Find();
+}
+
+std::optional<std::string> HelpProblem(const CLI::App& app, const std::vector<std::string>& words)
+{
+    CWordSearch search(app, words);
+    std::optional<std::string> problem = search.Find();
+    if (!problem && !search.Arguments().empty()) {
+        problem = "help takes the name of a command, and not \"" + search.Arguments().front() +
+                  "\" behind it";
+    }
+    return problem;
+}
+
+std::size_t PlaceOfCommand(const CLI::App& app, const std::vector<std::string>& words)
+{
+    std::size_t place = 0;
+    for (; place < words.size() && LooksLikeOption(words[place]); ++place) {
+        const std::string name = words[place].substr(0, words[place].find('='));
+        const CLI::Option* const option = FindOption(app, name);
+        if (option != nullptr && TakesNextWord(*option, words[place]))
+            ++place;
+    }
+    return std::min(place, words.size());
 }
 
 std::string UsageProblem(const CLI::App& app, const std::vector<std::string>& words,

@@ -13,6 +13,18 @@
 /// @param words the arguments, without the program's name.
 std::optional<std::string> UnknownWord(const CLI::App& app, const std::vector<std::string>& words);
 
+/// What is wrong with a command line that asks for the help of a command: its UnknownWord(), or a
+/// word behind the command.
+///
+/// @param words the arguments, without the program's name.
+std::optional<std::string> HelpProblem(const CLI::App& app, const std::vector<std::string>& words);
+
+/// Where the first word stands that is neither an option nor the value of one; the number of words
+/// where there is none.
+///
+/// @param words the arguments, without the program's name.
+std::size_t PlaceOfCommand(const CLI::App& app, const std::vector<std::string>& words);
+
 /// What is wrong with a command line, in words: its UnknownWord(), if it has one.
 ///
 /// @param app the command line that could not be read.

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -27,10 +28,12 @@ void FailByUsage(CContext& context, const std::string& problem)
 }
 
 /// Gives what is asked for in place of a command's work: help or the version.
-void PrintHelp(CContext& context, CLI::App& app, const std::vector<std::string>& words,
+///
+/// @param problem what is wrong with the command line all the same.
+void PrintHelp(CContext& context, CLI::App& app, const std::optional<std::string>& problem,
                const CLI::Success& wanted)
 {
-    if (const auto problem = UnknownWord(app, words)) {
+    if (problem) {
         FailByUsage(context, *problem);
         return;
     }
@@ -45,16 +48,17 @@ void PrintHelp(CContext& context, CLI::App& app, const std::vector<std::string>&
 
 EExitCode Run(int argumentCount, char** arguments, COutput& output)
 {
-    const std::vector<std::string> words =
-        WithHelpAsOption({arguments + 1, arguments + std::max(argumentCount, 1)});
     CContext context(output);
     const std::unique_ptr<CLI::App> app = MakeCommandLine(context);
+    const std::vector<std::string> given{arguments + 1, arguments + std::max(argumentCount, 1)};
+    const std::vector<std::string> words = WithHelpAsOption(*app, given);
     try {
         // The reader takes them from the back.
         app->parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::Success& wanted) {
         context.options.json = AsksForJson(words);
-        PrintHelp(context, *app, words, wanted);
+        PrintHelp(context, *app,
+                  words == given ? UnknownWord(*app, words) : HelpProblem(*app, words), wanted);
     } catch (const CLI::ParseError& error) {
         // The options need not have been read yet.
         context.options.json = AsksForJson(words);

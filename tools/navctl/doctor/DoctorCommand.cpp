@@ -165,7 +165,7 @@ void AddDoctorCommand(CLI::App& app, CContext& context)
         ->callback([&context] {
             const Findings findings = Examine(context);
             COutput& output = context.Output();
-            context.Print(JsonOf(findings), output.Fitted(TextOf(findings, output.HasColours())));
+            context.Print(JsonOf(findings), TextOf(findings, output.HasColours()));
             context.Finish(WorstOf(findings));
         });
 }

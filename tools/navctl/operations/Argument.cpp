@@ -121,6 +121,22 @@ std::optional<ArgumentValue> ReadWayline(const std::string& text, std::string& p
     return MakeWayline(*content);
 }
 
+/// What a number has to be; empty for what the description says.
+std::string TypeWords(EArgumentType type)
+{
+    switch (type) {
+    case EArgumentType::Integer:
+        return "a whole number: ";
+    case EArgumentType::Number:
+    case EArgumentType::Single:
+    case EArgumentType::Accuracy:
+    case EArgumentType::Time:
+        return "a number: ";
+    default:
+        return {};
+    }
+}
+
 std::string Joined(const std::vector<std::string>& words)
 {
     std::string text;
@@ -190,8 +206,8 @@ std::optional<ArgumentValue> CArgument::Read(const std::vector<std::string>& wor
                                              std::string& problem) const
 {
     const std::string word = words.empty() ? otherwise : words.front();
-    problem = name + ": \"" + word + "\" is not allowed, wanted is " + Description() +
-              Suggestion(word, Words());
+    problem = name + ": \"" + word + "\" is not allowed, wanted is " + TypeWords(type) +
+              Description() + Suggestion(word, Words());
     switch (type) {
     case EArgumentType::Switch:
         return ReadSwitch(word);

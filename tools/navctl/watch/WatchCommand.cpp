@@ -91,13 +91,15 @@ std::string TextLine(const CEvent& event, bool hasColours)
     return TimeStampsNow().clock + "  " + name + "  " + event.text;
 }
 
-/// Ends the command by how the loop has ended.
+/// Ends the command by how the loop has ended. May end the connection: no subscription may be left.
 void Conclude(CContext& context, const CEventLoop& loop, EEnd end, const std::string& missing)
 {
     const LinkErrorC error = context.Navigation().LastError();
     if (end == EEnd::BadMessage) {
-        const CLinkFailure failure = CallFailure(error);
-        FailWatch(context, failure.code, failure.reason);
+        const std::string otherProgram = context.OtherProgram(error);
+        FailWatch(context, kExitProtocolError,
+                  otherProgram.empty() ? CallFailure(error).reason
+                                       : "protocol error: " + otherProgram);
     } else if (end == EEnd::TimeIsUp && !loop.HasBeenUp()) {
         const CLinkFailure failure = ConnectFailure(error);
         FailWatch(context, failure.code, failure.reason);
@@ -145,11 +147,13 @@ void WatchLines(CContext& context, const CWatchOptions& options,
         output.WriteLine(context.WritesJson() ? JsonLine(event)
                                               : output.Fitted(TextLine(event, hasColours)));
     };
-    const CSubscription subscription(context.Navigation(), kinds, sink);
+    std::optional<CSubscription> subscription;
+    subscription.emplace(context.Navigation(), kinds, sink);
     CEventLoop loop(context.Navigation(), context.Output().Descriptor());
     const CEventLoop::Listener listener{
         [&] { return isFull() || HasNoReader(context.Output()); }, {}, CLinkTeller()};
     const EEnd end = loop.Run(listener, LimitOf(options));
+    subscription.reset();
     const bool isShort = options.count > 0 && !isFull();
     Conclude(context, loop, end,
              isShort ? std::to_string(told) + (told == 1 ? " event" : " events") +
@@ -196,7 +200,8 @@ void WatchLightbar(CContext& context, const CWatchOptions& options)
 {
     CLightbar lightbar;
     const auto sink = [&](const CEvent& event) { lightbar.Take(event); };
-    const CSubscription subscription(context.Navigation(), CLightbar::Kinds(), sink);
+    std::optional<CSubscription> subscription;
+    subscription.emplace(context.Navigation(), CLightbar::Kinds(), sink);
     CEventLoop loop(context.Navigation(), context.Output().Descriptor());
     EEnd end = EEnd::Done;
     {
@@ -213,6 +218,7 @@ void WatchLightbar(CContext& context, const CWatchOptions& options)
         const auto isDone = [&] { return HasNoReader(context.Output()); };
         end = loop.Run({isDone, draw, linkChanged}, LimitOf(options));
     }
+    subscription.reset();
     Conclude(context, loop, end, "");
 }
 
