@@ -162,7 +162,7 @@ bool IsInTime(const Scene& scene, const Events& events, const Outcome& outcome, 
 void Judge(const Scene& scene, const Events& events, int first, int last, const std::string& what)
 {
     const std::string name = scene.Name() + ", " + what;
-    const Outcome outcome = Feed(events, scene.period, scene.burstBeginsWith);
+    const Outcome outcome = FeedStream(events, scene.period, scene.burstBeginsWith);
     if (!IsSound(events, outcome, name)) {
         return;
     }
@@ -317,7 +317,7 @@ TEST(NmeaEpochs, GiveNoValueOfATimeThatIsNotTold)
                          const Events whole = StreamOf(order, kEpochs, scene.period, pace);
                          for (std::size_t i = 0; i < whole.size(); ++i) {
                              const Events events = Without(whole, i, 1);
-                             IsSound(events, Feed(events, scene.period),
+                             IsSound(events, FeedStream(events, scene.period),
                                      scene.Name() + ", lost " + std::to_string(i));
                          }
                      }
@@ -343,7 +343,7 @@ TEST(NmeaEpochs, ComeOutOfAColdStart)
                     }
                 }
                 const std::string name = scene.Name() + ", cold " + std::to_string(cold);
-                const Outcome outcome = Feed(events, scene.period);
+                const Outcome outcome = FeedStream(events, scene.period);
                 IsSound(events, outcome, name);
                 for (int epoch = kEpochsToLearn + 4; epoch < kEpochs; ++epoch) {
                     IsComplete(scene, outcome, epoch, true, name);
@@ -367,7 +367,7 @@ TEST(NmeaEpochs, LearnAnOrderAnewThatChanges)
                               changed.end());
                 const Scene scene{after, 100, pace, std::nullopt};
                 const std::string name = scene.Name() + " instead";
-                const Outcome outcome = Feed(events, scene.period);
+                const Outcome outcome = FeedStream(events, scene.period);
                 IsSound(events, outcome, name);
                 for (int epoch = kEpochs + kEpochsToLearn; epoch < 2 * kEpochs; ++epoch) {
                     IsComplete(scene, outcome, epoch, true, name);
@@ -393,7 +393,7 @@ TEST(NmeaEpochs, GiveNoValueByAnOrderThatHasChangedInAFile)
                         both.push_back(changed[i]);
                     }
                 }
-                IsSound(both, Feed(both, 100),
+                IsSound(both, FeedStream(both, 100),
                         Scene{before, 100, EPace::File, {}}.Name() + ", then " +
                             Scene{after, 100, EPace::File, {}}.Name() + " without " +
                             std::to_string(dropped));
@@ -406,7 +406,7 @@ TEST(NmeaEpochs, PlaceASentenceByTheOrderWhereATimeIsLostInAFile)
 {
     const Burst burst{{T::Gga}, {T::Hdt}, {T::Rmc}};
     const Events whole = StreamOf(burst, kEpochs, 100, EPace::File);
-    const Outcome outcome = Feed(Without(whole, PlaceOfEpoch(whole, kDisturbed) + 2, 1), 100);
+    const Outcome outcome = FeedStream(Without(whole, PlaceOfEpoch(whole, kDisturbed) + 2, 1), 100);
     ASSERT_NE(outcome.Find(kDisturbed), nullptr);
     EXPECT_EQ(ValueOf(T::Hdt, outcome.Find(kDisturbed)->sample), kDisturbed);
 }
@@ -423,7 +423,7 @@ TEST(NmeaEpochs, KeepToTheFirstOfWhatComesWithATimeThatStandsStill)
                         *event.part.report.timeOfDay - (event.epoch - kDisturbed) * 100;
                 }
             }
-            IsSound(events, Feed(events, 100),
+            IsSound(events, FeedStream(events, 100),
                     Scene{order, 100, pace, {}}.Name() + ", time stands");
         }
     });

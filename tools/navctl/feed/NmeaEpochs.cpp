@@ -4,7 +4,6 @@
 
 namespace {
 
-constexpr std::int64_t kMillisecondsADay = 86400000;
 /// Times that differ by less are one: receivers round.
 constexpr std::int64_t kSameTime = 10;
 /// So many sentences without a time are kept until one with a time comes.
