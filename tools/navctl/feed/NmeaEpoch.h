@@ -75,6 +75,7 @@ struct NmeaEpoch
     double longestGap = 0.0;
     bool isPaced = false;      ///< has come a period after the one before
     bool isBeginKnown = false; ///< a pause, or what the user said, has shown where it begins
+    bool isCopy = false;       ///< its time is not later than one before
     bool isRepeated = false;   ///< a sentence with a time has come again
     std::vector<NmeaPart> partsBefore; ///< what it had before that
     std::uint64_t sourcesBefore = 0;
