@@ -22,6 +22,9 @@ struct NmeaPart
     std::optional<double> arrival;
 };
 
+/// Whether two sentences of one kind say the same.
+bool IsSame(const NmeaReport& left, const NmeaReport& right);
+
 /// The kind of a sentence of a type that is read.
 NmeaKind KindOf(const NmeaSentence& sentence, ENmeaType type, const NmeaReport& report);
 

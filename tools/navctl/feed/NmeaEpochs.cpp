@@ -9,6 +9,8 @@ constexpr std::int64_t kSameTime = 10;
 /// So many sentences without a time are kept until one with a time comes.
 constexpr std::size_t kMostWaiting = 64;
 constexpr std::size_t kMostRecent = 64;
+/// What is kept of each kind without a time: of as many times as come again at once.
+constexpr std::size_t kMostSaid = 8;
 constexpr std::int64_t kHalfDay = kMillisecondsADay / 2;
 /// Times that are not later than the latest one before they count as a new start.
 constexpr int kMostCopies = 8;
@@ -260,6 +262,7 @@ void CNmeaEpochs::EndEpoch(std::int64_t step)
 
 void CNmeaEpochs::AddUntimed(const NmeaPart& part)
 {
+    const bool wasSaid = part.arrival && WasSaidOfLate(part);
     Note(part);
     if (m_waiting.size() >= kMostWaiting) {
         LeaveOutWaiting();
@@ -283,8 +286,10 @@ void CNmeaEpochs::AddUntimed(const NmeaPart& part)
                         !m_epoch->isRepeated && m_epoch->Find(part.kind) == nullptr &&
                         !m_epoch->standsStill && gapInBurst < kLeastPause * period &&
                         *part.arrival - *m_epoch->firstArrival < kSoon * period;
-    const bool isPlaced = isSoon && StandsBehind(part.kind);
-    m_waiting.push_back({part, m_gap, isPlaced});
+    const bool isBehind = isSoon && StandsBehind(part.kind);
+    // What says the same as one before may be sent twice: the times behind it show that.
+    const bool isPlaced = isBehind && !wasSaid;
+    m_waiting.push_back({part, m_gap, isBehind && wasSaid, isPlaced});
     if (isPlaced) {
         PlaceInEpoch(part);
         EndEarly();
@@ -368,13 +373,29 @@ void CNmeaEpochs::Note(const NmeaPart& part)
     for (RecentKind& recent : m_recent) {
         if (recent.kind == part.kind) {
             recent.epoch = m_epochNumber;
+            if (part.arrival && !HasTime(part.type)) {
+                recent.said.push_back(part.report);
+                if (recent.said.size() > kMostSaid) {
+                    recent.said.pop_front();
+                }
+            }
             return;
         }
     }
     if (m_recent.size() >= kMostRecent) {
         m_recent.clear();
     }
-    m_recent.push_back({part.kind, part.type, m_epochNumber});
+    m_recent.push_back({part.kind, part.type, m_epochNumber, {}});
+}
+
+/// Whether a sentence without a time says what one of the last ones of its kind has said.
+bool CNmeaEpochs::WasSaidOfLate(const NmeaPart& part) const
+{
+    return std::any_of(m_recent.begin(), m_recent.end(), [&part](const RecentKind& recent) {
+        return recent.kind == part.kind &&
+               std::any_of(recent.said.begin(), recent.said.end(),
+                           [&part](const NmeaReport& said) { return IsSame(said, part.report); });
+    });
 }
 
 std::optional<double> CNmeaEpochs::EndsAt() const
@@ -390,6 +411,13 @@ std::optional<double> CNmeaEpochs::EndsAt() const
 
 void CNmeaEpochs::EndAtPause()
 {
+    const bool isRepeated = m_epoch->isRepeated || m_epoch->isCopy;
+    for (Waiting& waiting : m_waiting) {
+        if (waiting.waitsForPause && !isRepeated && !m_isBroken && IsSingle(waiting.part.kind)) {
+            waiting.isPlaced = true;
+            PlaceInEpoch(waiting.part);
+        }
+    }
     Send();
 }
 

@@ -62,8 +62,9 @@ private:
     struct Waiting
     {
         NmeaPart part;
-        double gap;            ///< the longest rest before it, seconds
-        bool isPlaced = false; ///< in the epoch already; kept for what it shows of the order
+        double gap;                 ///< the longest rest before it, seconds
+        bool waitsForPause = false; ///< is of the epoch, if a pause comes before the next time
+        bool isPlaced = false;      ///< in the epoch already; kept for what it shows of the order
     };
     struct Cut
     {
@@ -111,6 +112,7 @@ private:
     void EndEarly();
     bool IsWhole() const;
     void Note(const NmeaPart& part);
+    bool WasSaidOfLate(const NmeaPart& part) const;
     bool IsPaced(const NmeaPart& part) const;
     void LeaveOut(const NmeaPart& part, const char* why);
     void Send();
@@ -120,6 +122,7 @@ private:
         NmeaKind kind;
         ENmeaType type;
         std::uint64_t epoch;
+        std::deque<NmeaReport> said; ///< of late; of kinds without a time
     };
 
     std::optional<ENmeaType> m_burstBeginsWith;
