@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <random>
 
 #include <gtest/gtest.h>
 
@@ -162,7 +163,7 @@ bool IsInTime(const Scene& scene, const Events& events, const Outcome& outcome, 
 void Judge(const Scene& scene, const Events& events, int first, int last, const std::string& what)
 {
     const std::string name = scene.Name() + ", " + what;
-    const Outcome outcome = Feed(events, scene.period, scene.burstBeginsWith);
+    const Outcome outcome = FeedStream(events, scene.period, scene.burstBeginsWith);
     if (!IsSound(events, outcome, name)) {
         return;
     }
@@ -253,6 +254,77 @@ void ForEachOrder(Burst burst, const std::function<void(const Burst&)>& test)
     } while (std::next_permutation(order.begin(), order.end()) && !testing::Test::HasFailure());
 }
 
+/// Numbers that are the same in every run.
+class CDice
+{
+public:
+    explicit CDice(unsigned seed) : m_generator(seed) {}
+
+    /// A number below another one.
+    std::size_t Below(std::size_t end) { return m_generator() % end; }
+
+private:
+    std::mt19937 m_generator;
+};
+
+/// Two to five sentences in any order, one of which at least has a position.
+Burst AnyBurst(CDice& dice)
+{
+    static const Burst kOthers{{T::Rmc}, {T::Gst}, {T::Gll},       {T::Zda},      {T::Pashr},
+                               {T::Vtg}, {T::Vtg}, {T::Hdt, "HE"}, {T::Rot, "HE"}};
+    Burst burst{{dice.Below(2) == 0 ? T::Gga : T::Gns}};
+    const std::size_t size = 2 + dice.Below(4);
+    while (burst.size() < size) {
+        const StreamSentence& other = kOthers[dice.Below(kOthers.size())];
+        if (std::none_of(burst.begin(), burst.end(), [&other](const StreamSentence& sentence) {
+                return sentence.type == other.type;
+            })) {
+            burst.insert(burst.begin() + static_cast<std::ptrdiff_t>(dice.Below(burst.size() + 1)),
+                         other);
+        }
+    }
+    return burst;
+}
+
+/// Loses up to a fifth.
+///
+/// @param losesTimes sentences with a time are lost as well.
+void LoseAny(Events& events, bool losesTimes, CDice& dice)
+{
+    const std::size_t losses = dice.Below(21);
+    events.erase(std::remove_if(events.begin(), events.end(),
+                                [&](const StreamEvent& event) {
+                                    const bool mayBeLost =
+                                        losesTimes || !event.part.report.timeOfDay;
+                                    return mayBeLost && dice.Below(100) < losses;
+                                }),
+                 events.end());
+}
+
+/// A stream of which up to five pieces of one or two bursts come again, at once or somewhat later.
+/// Some of it is lost before, and of what has no time in either copy: that a piece has come again
+/// is known by its times alone.
+Events AnyRepetitionsAndLosses(const Scene& scene, CDice& dice)
+{
+    Events events = StreamOf(scene.burst, 2 * kEpochs, scene.period, scene.pace);
+    LoseAny(events, true, dice);
+    const std::size_t pieces = 1 + dice.Below(5);
+    for (std::size_t i = 0; i < pieces; ++i) {
+        const std::size_t count = scene.burst.size() + dice.Below(scene.burst.size() + 1);
+        const std::size_t later = dice.Below(2) == 0 ? 0 : dice.Below(2 * scene.burst.size());
+        const std::size_t place = dice.Below(events.size() - count - later);
+        const auto from = events.begin() + static_cast<std::ptrdiff_t>(place);
+        const auto to = from + static_cast<std::ptrdiff_t>(count + later);
+        Events piece(from, from + static_cast<std::ptrdiff_t>(count));
+        for (StreamEvent& event : piece) {
+            event.part.arrival = (to - 1)->part.arrival;
+        }
+        events.insert(to, piece.begin(), piece.end());
+    }
+    LoseAny(events, false, dice);
+    return events;
+}
+
 const std::vector<EPace> kPaces{EPace::File, EPace::Bursts, EPace::EvenlySpread};
 
 void DisturbAllOrders(const Burst& burst, const std::vector<std::int64_t>& periods,
@@ -317,7 +389,7 @@ TEST(NmeaEpochs, GiveNoValueOfATimeThatIsNotTold)
                          const Events whole = StreamOf(order, kEpochs, scene.period, pace);
                          for (std::size_t i = 0; i < whole.size(); ++i) {
                              const Events events = Without(whole, i, 1);
-                             IsSound(events, Feed(events, scene.period),
+                             IsSound(events, FeedStream(events, scene.period),
                                      scene.Name() + ", lost " + std::to_string(i));
                          }
                      }
@@ -343,7 +415,7 @@ TEST(NmeaEpochs, ComeOutOfAColdStart)
                     }
                 }
                 const std::string name = scene.Name() + ", cold " + std::to_string(cold);
-                const Outcome outcome = Feed(events, scene.period);
+                const Outcome outcome = FeedStream(events, scene.period);
                 IsSound(events, outcome, name);
                 for (int epoch = kEpochsToLearn + 4; epoch < kEpochs; ++epoch) {
                     IsComplete(scene, outcome, epoch, true, name);
@@ -367,7 +439,7 @@ TEST(NmeaEpochs, LearnAnOrderAnewThatChanges)
                               changed.end());
                 const Scene scene{after, 100, pace, std::nullopt};
                 const std::string name = scene.Name() + " instead";
-                const Outcome outcome = Feed(events, scene.period);
+                const Outcome outcome = FeedStream(events, scene.period);
                 IsSound(events, outcome, name);
                 for (int epoch = kEpochs + kEpochsToLearn; epoch < 2 * kEpochs; ++epoch) {
                     IsComplete(scene, outcome, epoch, true, name);
@@ -393,7 +465,7 @@ TEST(NmeaEpochs, GiveNoValueByAnOrderThatHasChangedInAFile)
                         both.push_back(changed[i]);
                     }
                 }
-                IsSound(both, Feed(both, 100),
+                IsSound(both, FeedStream(both, 100),
                         Scene{before, 100, EPace::File, {}}.Name() + ", then " +
                             Scene{after, 100, EPace::File, {}}.Name() + " without " +
                             std::to_string(dropped));
@@ -406,7 +478,7 @@ TEST(NmeaEpochs, PlaceASentenceByTheOrderWhereATimeIsLostInAFile)
 {
     const Burst burst{{T::Gga}, {T::Hdt}, {T::Rmc}};
     const Events whole = StreamOf(burst, kEpochs, 100, EPace::File);
-    const Outcome outcome = Feed(Without(whole, PlaceOfEpoch(whole, kDisturbed) + 2, 1), 100);
+    const Outcome outcome = FeedStream(Without(whole, PlaceOfEpoch(whole, kDisturbed) + 2, 1), 100);
     ASSERT_NE(outcome.Find(kDisturbed), nullptr);
     EXPECT_EQ(ValueOf(T::Hdt, outcome.Find(kDisturbed)->sample), kDisturbed);
 }
@@ -423,8 +495,26 @@ TEST(NmeaEpochs, KeepToTheFirstOfWhatComesWithATimeThatStandsStill)
                         *event.part.report.timeOfDay - (event.epoch - kDisturbed) * 100;
                 }
             }
-            IsSound(events, Feed(events, 100),
+            IsSound(events, FeedStream(events, 100),
                     Scene{order, 100, pace, {}}.Name() + ", time stands");
         }
     });
+}
+
+TEST(NmeaEpochs, GiveNoSampleAValueOfAnotherEpochWhenPiecesComeAgainAndSentencesAreLost)
+{
+    for (unsigned seed = 0; seed < 3000; ++seed) {
+        CDice dice(seed);
+        const Burst burst = AnyBurst(dice);
+        const std::int64_t period = dice.Below(2) == 0 ? 1000 : 50;
+        for (const EPace pace : {EPace::File, EPace::AtOnce}) {
+            Scene scene{burst, period, pace, std::nullopt};
+            if (dice.Below(2) == 0) {
+                scene.burstBeginsWith = burst.front().type;
+            }
+            const Events events = AnyRepetitionsAndLosses(scene, dice);
+            IsSound(events, FeedStream(events, period, scene.burstBeginsWith),
+                    scene.Name() + ", seed " + std::to_string(seed));
+        }
+    }
 }

@@ -17,6 +17,7 @@ NmeaPart PartOf(const StreamSentence& sentence, int epoch, std::int64_t period)
     }
     switch (sentence.type) {
     case ENmeaType::Gga:
+    case ENmeaType::Gns:
         part.report.latitude = value / 1000.0;
         part.report.longitude = value / 1000.0;
         part.report.altitude = value;
@@ -94,8 +95,8 @@ const Outcome::Sent* Outcome::Find(int epoch) const
     return nullptr;
 }
 
-Outcome Feed(const std::vector<StreamEvent>& events, std::int64_t period,
-             std::optional<ENmeaType> burstBeginsWith)
+Outcome FeedStream(const std::vector<StreamEvent>& events, std::int64_t period,
+                   std::optional<ENmeaType> burstBeginsWith)
 {
     Outcome outcome;
     std::deque<PositionSample> samples;

@@ -56,8 +56,8 @@ struct Outcome
 };
 
 /// Feeds a stream on a clock of its own, which ends bursts as the reader would.
-Outcome Feed(const std::vector<StreamEvent>& events, std::int64_t period,
-             std::optional<ENmeaType> burstBeginsWith = std::nullopt);
+Outcome FeedStream(const std::vector<StreamEvent>& events, std::int64_t period,
+                   std::optional<ENmeaType> burstBeginsWith = std::nullopt);
 
 /// What a sample holds of a type of sentence: the number of the epoch that the value is of; nothing
 /// when it holds none.

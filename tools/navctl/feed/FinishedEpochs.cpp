@@ -96,6 +96,11 @@ void CFinishedEpochs::EndEpoch(NmeaEpoch& ended)
 
 void CFinishedEpochs::Flush()
 {
+    LeaveOutPending();
+}
+
+void CFinishedEpochs::LeaveOutPending()
+{
     for (NmeaEpoch& epoch : m_waiting) {
         LeaveOutPending(epoch);
     }

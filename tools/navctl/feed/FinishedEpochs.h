@@ -28,6 +28,8 @@ public:
     void Forget(NmeaKind untimed, NmeaEpoch* current);
     /// Notes that an epoch has ended. To be called before it is taken in.
     void EndEpoch(NmeaEpoch& ended);
+    /// Refutes whatever is not certain yet in the epochs that are over.
+    void LeaveOutPending();
     /// Gives everything, as nothing more will be shown.
     void Flush();
 

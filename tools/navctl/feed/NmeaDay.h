@@ -6,6 +6,8 @@
 
 #include "tools/navctl/feed/TimeOrder.h"
 
+inline constexpr std::int64_t kMillisecondsADay = 86400000;
+
 /// Makes Unix times of times of the day, of which few sentences tell the day. A new day begins when
 /// the time of day jumps back by half a day at least. Until a sentence tells the day, the times are
 /// those of an assumed one; Correction() says by how much they were wrong.
@@ -53,7 +55,7 @@ public:
     double Correction() const { return m_correction; }
 
 private:
-    static constexpr std::int64_t kHalfDay = 12LL * 3600 * 1000;
+    static constexpr std::int64_t kHalfDay = kMillisecondsADay / 2;
     static constexpr double kSecondsOfADay = 86400.0;
 
     std::int64_t m_day;

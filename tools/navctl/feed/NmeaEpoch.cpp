@@ -3,21 +3,16 @@
 #include <algorithm>
 #include <tuple>
 
-namespace {
-
-/// Whether sentences with a time say the same.
 bool IsSame(const NmeaReport& left, const NmeaReport& right)
 {
     const auto values = [](const NmeaReport& report) {
         return std::tie(report.day, report.latitude, report.longitude, report.altitude,
                         report.geoidSeparation, report.fixQuality, report.satellites, report.course,
-                        report.speed, report.heading, report.roll, report.pitch, report.sigmaNorth,
-                        report.sigmaEast, report.sigmaUp);
+                        report.speed, report.heading, report.roll, report.pitch, report.yawRate,
+                        report.sigmaNorth, report.sigmaEast, report.sigmaUp);
     };
     return values(left) == values(right);
 }
-
-} // namespace
 
 NmeaKind KindOf(const NmeaSentence& sentence, ENmeaType type, const NmeaReport& report)
 {

@@ -22,6 +22,9 @@ struct NmeaPart
     std::optional<double> arrival;
 };
 
+/// Whether two sentences of one kind say the same.
+bool IsSame(const NmeaReport& left, const NmeaReport& right);
+
 /// The kind of a sentence of a type that is read.
 NmeaKind KindOf(const NmeaSentence& sentence, ENmeaType type, const NmeaReport& report);
 
@@ -75,6 +78,7 @@ struct NmeaEpoch
     double longestGap = 0.0;
     bool isPaced = false;      ///< has come a period after the one before
     bool isBeginKnown = false; ///< a pause, or what the user said, has shown where it begins
+    bool isCopy = false;       ///< its time is not later than one before
     bool isRepeated = false;   ///< a sentence with a time has come again
     std::vector<NmeaPart> partsBefore; ///< what it had before that
     std::uint64_t sourcesBefore = 0;

@@ -4,12 +4,16 @@
 
 namespace {
 
-constexpr std::int64_t kMillisecondsADay = 86400000;
 /// Times that differ by less are one: receivers round.
 constexpr std::int64_t kSameTime = 10;
 /// So many sentences without a time are kept until one with a time comes.
 constexpr std::size_t kMostWaiting = 64;
 constexpr std::size_t kMostRecent = 64;
+/// What is kept of each kind without a time: of as many times as come again at once.
+constexpr std::size_t kMostSaid = 8;
+constexpr std::int64_t kHalfDay = kMillisecondsADay / 2;
+/// Times that are not later than the latest one before they count as a new start.
+constexpr int kMostCopies = 8;
 /// How soon behind the first time of its burst a sentence must come to be placed before the next
 /// burst has shown that it is over; of a period.
 constexpr double kSoon = 0.5;
@@ -90,24 +94,15 @@ void CNmeaEpochs::Join(const NmeaPart& part)
     }
     const bool isRepeated = epoch.Find(part.kind) != nullptr;
     if (isRepeated && !epoch.isRepeated) {
+        m_finished.LeaveOutPending();
         epoch.isRepeated = true;
         epoch.partsBefore = epoch.parts;
         epoch.sourcesBefore = epoch.sources;
     }
-    for (const Waiting& waiting : m_waiting) {
-        epoch.longestGap = std::max(epoch.longestGap, waiting.gap);
-        if (!waiting.isPlaced) {
-            if (epoch.Awaits(waiting.part.kind)) {
-                Forget(waiting.part.kind);
-            }
-            ShowBehind(waiting.part.kind, false);
-            PlaceInEpoch(waiting.part);
-        }
-    }
-    m_waiting.clear();
+    PlaceEnclosed(part.kind);
     m_isBroken = false;
     epoch.longestGap = std::max(epoch.longestGap, m_gap);
-    if (!epoch.isRepeated) {
+    if (!epoch.isRepeated && !epoch.isCopy) {
         for (const auto& [kind, isByPause] : epoch.shown) {
             Show(kind, part.kind, false, isByPause);
         }
@@ -123,6 +118,52 @@ void CNmeaEpochs::Join(const NmeaPart& part)
         }
     }
     EndEarly();
+}
+
+/// Gives what came between two sentences of one time to it. Between two that are the same, and
+/// where times come again, a piece of the stream may have ended or begun.
+void CNmeaEpochs::PlaceEnclosed(NmeaKind next)
+{
+    std::vector<bool> isCertain;
+    for (const Waiting& waiting : m_waiting) {
+        isCertain.push_back(waiting.isPlaced || IsEnclosed(waiting.part, next));
+    }
+    for (std::size_t i = 0; i < m_waiting.size(); ++i) {
+        const Waiting& waiting = m_waiting[i];
+        m_epoch->longestGap = std::max(m_epoch->longestGap, waiting.gap);
+        if (waiting.isPlaced) {
+            continue;
+        }
+        if (!m_epoch->isRepeated && !m_epoch->isCopy && m_epoch->Awaits(waiting.part.kind)) {
+            Forget(waiting.part.kind);
+        }
+        ShowBehind(waiting.part.kind, false);
+        if (isCertain[i]) {
+            PlaceInEpoch(waiting.part);
+        } else {
+            LeaveOut(waiting.part, kNotCertain);
+        }
+    }
+    m_waiting.clear();
+}
+
+/// Whether a sentence between two of the epoch's time is of that time.
+bool CNmeaEpochs::IsEnclosed(const NmeaPart& part, NmeaKind next) const
+{
+    if (m_epoch->isRepeated || m_epoch->isCopy) {
+        return false;
+    }
+    if (part.type != ENmeaType::Gsa &&
+        (!IsSingle(part.kind) || m_epoch->Find(part.kind) != nullptr)) {
+        return false;
+    }
+    const std::optional<CBurstOrder::Place> known = m_order.PlaceOf(part.kind, next);
+    bool isAsLearned = !known || !known->isBehind;
+    for (const NmeaKind timed : m_epoch->timedKinds) {
+        const std::optional<CBurstOrder::Place> other = m_order.PlaceOf(part.kind, timed);
+        isAsLearned = isAsLearned && (!other || other->isBehind);
+    }
+    return isAsLearned;
 }
 
 /// A sentence that says something else of the same time than before: the receiver goes on and its
@@ -149,13 +190,18 @@ void CNmeaEpochs::Open(const NmeaPart& part)
     const std::int64_t time = *part.report.timeOfDay;
     const std::int64_t step = m_epoch ? Step(m_epoch->timeOfDay, time) : 0;
     // What comes behind a burst that was repeated may be of the repetition.
-    const bool isOneStep = m_epoch && !m_isBroken && !m_epoch->isRepeated &&
-                           !m_epoch->standsStill && m_period.IsOneStep(step);
+    const bool isCopy = IsCopy(time);
+    const bool isOneStep = m_epoch && !m_isBroken && !m_epoch->isRepeated && !m_epoch->isCopy &&
+                           !isCopy && !m_epoch->standsStill && m_period.IsOneStep(step);
+    if (isCopy) {
+        m_finished.LeaveOutPending();
+    }
     const bool isPaced = isOneStep && IsPaced(part);
     const std::optional<Cut> cut = FindCut(part, isOneStep);
     const std::vector<PendingPart> leading = TakeLeading(part, isOneStep);
     EndEpoch(step);
     m_epoch.emplace();
+    m_epoch->isCopy = isCopy;
     m_epoch->timeOfDay = time;
     m_epoch->firstLine = leading.empty() ? part.line : leading.front().part.line;
     m_epoch->firstArrival = part.arrival;
@@ -181,6 +227,21 @@ void CNmeaEpochs::Open(const NmeaPart& part)
     EndEarly();
 }
 
+/// Whether a time is not later than the latest one: a piece of the stream has come again. So many
+/// that follow one another are a clock that was set back, or another recording.
+bool CNmeaEpochs::IsCopy(std::int64_t time)
+{
+    const bool isLater =
+        !m_latest || (Step(*m_latest, time) > kSameTime && Step(*m_latest, time) < kHalfDay);
+    m_copies = isLater ? 0 : m_copies + 1;
+    if (isLater || m_copies > kMostCopies) {
+        m_copies = 0;
+        m_latest = time;
+        return false;
+    }
+    return true;
+}
+
 /// @param step to the time that follows, milliseconds.
 void CNmeaEpochs::EndEpoch(std::int64_t step)
 {
@@ -189,7 +250,7 @@ void CNmeaEpochs::EndEpoch(std::int64_t step)
         Send();
         m_longestGap = std::max(0.9 * m_longestGap, m_epoch->longestGap);
         const bool hadPeriod = m_period.Seconds() > 0.0;
-        if (m_period.Learn(step) && hadPeriod) {
+        if (!m_epoch->isCopy && m_period.Learn(step) && hadPeriod) {
             // A receiver of another rate was set up anew.
             m_order.Clear();
         }
@@ -201,6 +262,7 @@ void CNmeaEpochs::EndEpoch(std::int64_t step)
 
 void CNmeaEpochs::AddUntimed(const NmeaPart& part)
 {
+    const bool wasSaid = part.arrival && WasSaidOfLate(part);
     Note(part);
     if (m_waiting.size() >= kMostWaiting) {
         LeaveOutWaiting();
@@ -221,10 +283,13 @@ void CNmeaEpochs::AddUntimed(const NmeaPart& part)
     }
     const double period = m_period.Seconds();
     const bool isSoon = isLive && m_epoch->isPaced && m_epoch->isBeginKnown &&
+                        !m_epoch->isRepeated && m_epoch->Find(part.kind) == nullptr &&
                         !m_epoch->standsStill && gapInBurst < kLeastPause * period &&
                         *part.arrival - *m_epoch->firstArrival < kSoon * period;
-    const bool isPlaced = isSoon && StandsBehind(part.kind);
-    m_waiting.push_back({part, m_gap, isPlaced});
+    const bool isBehind = isSoon && StandsBehind(part.kind);
+    // What says the same as one before may be sent twice: the times behind it show that.
+    const bool isPlaced = isBehind && !wasSaid;
+    m_waiting.push_back({part, m_gap, isBehind && wasSaid, isPlaced});
     if (isPlaced) {
         PlaceInEpoch(part);
         EndEarly();
@@ -308,13 +373,29 @@ void CNmeaEpochs::Note(const NmeaPart& part)
     for (RecentKind& recent : m_recent) {
         if (recent.kind == part.kind) {
             recent.epoch = m_epochNumber;
+            if (part.arrival && !HasTime(part.type)) {
+                recent.said.push_back(part.report);
+                if (recent.said.size() > kMostSaid) {
+                    recent.said.pop_front();
+                }
+            }
             return;
         }
     }
     if (m_recent.size() >= kMostRecent) {
         m_recent.clear();
     }
-    m_recent.push_back({part.kind, part.type, m_epochNumber});
+    m_recent.push_back({part.kind, part.type, m_epochNumber, {}});
+}
+
+/// Whether a sentence without a time says what one of the last ones of its kind has said.
+bool CNmeaEpochs::WasSaidOfLate(const NmeaPart& part) const
+{
+    return std::any_of(m_recent.begin(), m_recent.end(), [&part](const RecentKind& recent) {
+        return recent.kind == part.kind &&
+               std::any_of(recent.said.begin(), recent.said.end(),
+                           [&part](const NmeaReport& said) { return IsSame(said, part.report); });
+    });
 }
 
 std::optional<double> CNmeaEpochs::EndsAt() const
@@ -330,6 +411,13 @@ std::optional<double> CNmeaEpochs::EndsAt() const
 
 void CNmeaEpochs::EndAtPause()
 {
+    const bool isRepeated = m_epoch->isRepeated || m_epoch->isCopy;
+    for (Waiting& waiting : m_waiting) {
+        if (waiting.waitsForPause && !isRepeated && !m_isBroken && IsSingle(waiting.part.kind)) {
+            waiting.isPlaced = true;
+            PlaceInEpoch(waiting.part);
+        }
+    }
     Send();
 }
 

@@ -62,8 +62,9 @@ private:
     struct Waiting
     {
         NmeaPart part;
-        double gap;            ///< the longest rest before it, seconds
-        bool isPlaced = false; ///< in the epoch already; kept for what it shows of the order
+        double gap;                 ///< the longest rest before it, seconds
+        bool waitsForPause = false; ///< is of the epoch, if a pause comes before the next time
+        bool isPlaced = false;      ///< in the epoch already; kept for what it shows of the order
     };
     struct Cut
     {
@@ -88,7 +89,10 @@ private:
     void AddUntimed(const NmeaPart& part);
     void AddAttitude(const NmeaPart& part);
     void Join(const NmeaPart& part);
+    void PlaceEnclosed(NmeaKind next);
+    bool IsEnclosed(const NmeaPart& part, NmeaKind next) const;
     void Open(const NmeaPart& part);
+    bool IsCopy(std::int64_t time);
     void EndEpoch(std::int64_t step);
     void AddAttitudeNow(const NmeaPart& part);
     void AddStandingStill(const NmeaPart& part);
@@ -108,6 +112,7 @@ private:
     void EndEarly();
     bool IsWhole() const;
     void Note(const NmeaPart& part);
+    bool WasSaidOfLate(const NmeaPart& part) const;
     bool IsPaced(const NmeaPart& part) const;
     void LeaveOut(const NmeaPart& part, const char* why);
     void Send();
@@ -117,6 +122,7 @@ private:
         NmeaKind kind;
         ENmeaType type;
         std::uint64_t epoch;
+        std::deque<NmeaReport> said; ///< of late; of kinds without a time
     };
 
     std::optional<ENmeaType> m_burstBeginsWith;
@@ -130,7 +136,9 @@ private:
     std::size_t m_placeOfAhead = 0;  ///< how many were waiting when it came
     std::vector<RecentKind> m_recent;
     std::uint64_t m_epochNumber = 0;
-    bool m_isBroken = false; ///< a sentence that should have a time had none
+    std::optional<std::int64_t> m_latest; ///< time of the day, milliseconds
+    int m_copies = 0;                     ///< times that have come in a row and are not later
+    bool m_isBroken = false;              ///< a sentence that should have a time had none
     bool m_endsEarly = true;
     std::optional<double> m_lastHeard;
     double m_gap = 0.0;        ///< the longest rest since the last sentence that counts

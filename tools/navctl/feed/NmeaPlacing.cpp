@@ -67,7 +67,10 @@ CNmeaEpochs::Placing CNmeaEpochs::PlaceBetween(std::size_t i, const NmeaPart& ne
     } else {
         ShowBehind(kind, cut->isByPause);
     }
-    const bool isCertain = !cut->isByPause || byCut == byOrder.place;
+    const bool isThere = byCut == EPlace::This && m_epoch->Find(kind) != nullptr;
+    const bool agrees = byCut == byOrder.place;
+    const bool isCertain =
+        !isThere && (agrees || (!cut->isByPause && byOrder.place == EPlace::Unknown));
     return isCertain ? Placing{byCut, {}} : Placing{};
 }
 
@@ -186,7 +189,7 @@ void CNmeaEpochs::Show(NmeaKind untimed, NmeaKind timed, bool isBehind, bool isB
 /// A sentence has come behind all that this epoch has.
 void CNmeaEpochs::ShowBehind(NmeaKind untimed, bool isByPause)
 {
-    if (m_epoch->isRepeated) {
+    if (m_epoch->isRepeated || m_epoch->isCopy) {
         return;
     }
     for (const NmeaKind timed : m_epoch->timedKinds) {

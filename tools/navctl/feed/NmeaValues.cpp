@@ -4,11 +4,10 @@
 #include <charconv>
 #include <cmath>
 
+#include "tools/navctl/feed/NmeaDay.h"
 #include "tools/navctl/files/Angle.h"
 
 namespace {
-
-constexpr std::int64_t kMillisecondsADay = 86400000;
 
 /// A number without an exponent, perhaps with a sign; the whole text must be the number.
 std::optional<double> DecimalNumber(std::string_view text)
