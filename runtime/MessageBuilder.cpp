@@ -5,72 +5,18 @@
 #include <utility>
 
 #include "runtime/ListAccess.h"
+#include "runtime/MessageCost.h"
 
 namespace {
 
 constexpr std::uint32_t kNotificationFields = 3;
 constexpr std::uint32_t kRequestFields = 4; // and of a response
 
-/// The texts of a list that announces no more than this are nodes from the start, which is what
-/// they become when they are read.
-constexpr std::size_t kFewElements = 64;
-constexpr std::size_t kSmallestBlock = 24;
-constexpr std::size_t kLargestBlock = std::size_t{64} * 1024;
-/// What is longer does not fit into a message.
-constexpr std::size_t kLongestText = std::size_t{32} * 1024 * 1024;
 /// By how much rooms grow at once: while the last move of the longest list goes on, its first part,
 /// the whole and the texts that came with it fit into what a message may take.
 constexpr std::size_t kGrowth = 32;
 
-/// What the system takes for a block of so many bytes.
-constexpr std::size_t BlockBytes(std::size_t size)
-{
-    constexpr std::size_t overhead = 8;
-    constexpr std::size_t unit = 16;
-    return std::max<std::size_t>((size + overhead + unit - 1) / unit * unit, 2 * unit);
-}
-
-constexpr std::size_t kAtomBytes = BlockBytes(sizeof(BAtomC));
-constexpr std::size_t kListBytes = BlockBytes(sizeof(BListC));
-constexpr std::size_t kDictionaryBytes = BlockBytes(sizeof(BDictionaryC));
 static_assert(MessageBuilderC::kSlotBytes == sizeof(BListAccessC::Slot));
-constexpr std::size_t kEntryBytes = sizeof(BListAccessC::Entry);
-
-/// What a text takes beside the string itself, which keeps a short one inside.
-std::size_t TextBytes(std::size_t capacity)
-{
-    static const std::size_t inside = std::string().capacity();
-    return capacity <= inside ? 0 : BlockBytes(capacity + 1);
-}
-
-/// A string that is told to make room makes no less than this, once what it has inside is too
-/// little.
-std::size_t LeastTextRoom()
-{
-    static const std::size_t least = [] {
-        std::string text;
-        text.reserve(text.capacity() + 1);
-        return text.capacity();
-    }();
-    return least;
-}
-
-std::size_t RoomBytes(std::size_t room, std::size_t bytesEach)
-{
-    return room == 0 ? 0 : BlockBytes(room * bytesEach);
-}
-
-std::size_t NodeBytes(const BElementC& element)
-{
-    switch (element.Type()) {
-    case EBElementType::List:
-        return kListBytes;
-    case EBElementType::Dictionary:
-        return kDictionaryBytes;
-    default:
-        return kAtomBytes;
-    }
-}
 
 } // namespace
 
@@ -190,7 +136,7 @@ bool MessageBuilderC::TakeInteger(std::int64_t value)
         m_message.memory += kSlotBytes;
         return MakePlace(m_open.back()) && (BListAccessC::AddInteger(*list, value), true);
     }
-    return Claim(kAtomBytes) && TakeNode(std::make_unique<BAtomC>(value));
+    return Claim(MessageCost::kAtomBytes) && TakeNode(std::make_unique<BAtomC>(value));
 }
 
 bool MessageBuilderC::TakeDouble(double value)
@@ -199,7 +145,7 @@ bool MessageBuilderC::TakeDouble(double value)
         m_message.memory += kSlotBytes;
         return MakePlace(m_open.back()) && (BListAccessC::AddDouble(*list, value), true);
     }
-    return Claim(kAtomBytes) && TakeNode(std::make_unique<BAtomC>(value));
+    return Claim(MessageCost::kAtomBytes) && TakeNode(std::make_unique<BAtomC>(value));
 }
 
 /// Makes room for one more element.
@@ -216,11 +162,11 @@ bool MessageBuilderC::MakePlace(Container& container)
 bool MessageBuilderC::MakeRoom(Container& container, std::size_t room)
 {
     const bool isList = container.list != nullptr;
-    const std::size_t bytesEach = isList ? kSlotBytes : kEntryBytes;
+    const std::size_t bytesEach = isList ? kSlotBytes : MessageCost::kEntryBytes;
     const std::size_t before = isList ? BListAccessC::SlotsOf(*container.list).capacity()
                                       : BListAccessC::RoomOf(*container.dictionary);
     // For a moment there are both.
-    if (room <= before || !Claim(RoomBytes(room, bytesEach))) {
+    if (room <= before || !Claim(MessageCost::RoomBytes(room, bytesEach))) {
         return room <= before;
     }
     if (isList) {
@@ -228,107 +174,8 @@ bool MessageBuilderC::MakeRoom(Container& container, std::size_t room)
     } else {
         BListAccessC::Reserve(*container.dictionary, room);
     }
-    m_held -= RoomBytes(before, bytesEach);
+    m_held -= MessageCost::RoomBytes(before, bytesEach);
     return true;
-}
-
-bool MessageBuilderC::TakeText(const char* text, std::size_t length)
-{
-    if (IsForBlock(length)) {
-        return PlaceText(text, length);
-    }
-    return Claim(TextBytes(length)) && TakeString(std::string(text, length));
-}
-
-bool MessageBuilderC::AddText(const char* piece, std::size_t length, std::size_t announced)
-{
-    const std::size_t needed = m_text.size() + length;
-    if (needed > m_text.capacity()) {
-        const std::size_t before = TextBytes(m_text.capacity());
-        const std::size_t most = std::min(announced, kLongestText);
-        const std::size_t room = std::max(RoomFor(needed, needed, most), LeastTextRoom());
-        if (!Claim(TextBytes(room))) {
-            return false;
-        }
-        std::string grown; // one that is full would take twice its room
-        grown.reserve(room);
-        grown.append(m_text);
-        m_text.swap(grown);
-        m_held -= before;
-    }
-    m_text.append(piece, length);
-    return true;
-}
-
-bool MessageBuilderC::EndText()
-{
-    std::string text;
-    text.swap(m_text);
-    if (!IsForBlock(text.size()) && text.capacity() == text.size()) {
-        return TakeString(std::move(text));
-    }
-    // In any pieces, a text takes as much in the end as one that came whole.
-    m_held -= TextBytes(text.capacity());
-    return TakeText(text.data(), text.size());
-}
-
-/// True for a text that shares a block with others of its list.
-bool MessageBuilderC::IsForBlock(std::size_t length) const
-{
-    return OpenList() != nullptr && m_open.back().announced > kFewElements &&
-           length <= BListAccessC::kLongestTextInPlace;
-}
-
-bool MessageBuilderC::PlaceText(const char* text, std::size_t length)
-{
-    Container& container = m_open.back();
-    m_message.memory += kSlotBytes + length;
-    if (!MakePlace(container)) {
-        return false;
-    }
-    const bool beginsBlock = container.blockSize - container.blockUsed < length;
-    if (!beginsBlock) {
-        char* const place = container.block + container.blockUsed;
-        std::copy_n(text, length, place);
-        container.blockUsed += length;
-        BListAccessC::AddText(*container.list, place, length, false);
-        return true;
-    }
-    if (!StartBlock(container, length)) {
-        return false;
-    }
-    std::copy_n(text, length, container.block);
-    container.blockUsed = length;
-    BListAccessC::AddText(*container.list, container.block, length, true);
-    return true;
-}
-
-bool MessageBuilderC::StartBlock(Container& container, std::size_t length)
-{
-    const std::size_t size = std::max(
-        length, std::min(std::max(2 * container.blockSize, kSmallestBlock), kLargestBlock));
-    if (!Claim(BlockBytes(size))) {
-        return false;
-    }
-    container.block = new char[size]; // the list's with the first text in it, which follows
-    container.blockSize = size;
-    return true;
-}
-
-/// Takes a text whose bytes have been claimed.
-bool MessageBuilderC::TakeString(std::string text)
-{
-    if (m_open.empty() && m_field == EField::Method) {
-        m_message.method = std::move(text);
-        return true;
-    }
-    if (m_inKey) {
-        m_key = std::move(text);
-        m_inKey = false;
-        return true;
-    }
-    m_message.memory += TextBytes(text.capacity());
-    return Claim(kAtomBytes) && TakeNode(std::make_unique<BAtomC>(std::move(text)));
 }
 
 /// Takes a value that is a node of its own, whose bytes have been claimed; null for "nothing".
@@ -345,17 +192,18 @@ bool MessageBuilderC::TakeNode(std::unique_ptr<BElementC> element)
         return false;
     }
     if (container.list != nullptr) {
-        m_message.memory += kSlotBytes + NodeBytes(*element);
+        m_message.memory += kSlotBytes + MessageCost::NodeBytes(*element);
         container.list->Add(element.release());
         return true;
     }
     if (element == nullptr) {
-        if (!Claim(kAtomBytes)) {
+        if (!Claim(MessageCost::kAtomBytes)) {
             return false;
         }
         element = std::make_unique<BAtomC>();
     }
-    m_message.memory += kEntryBytes + TextBytes(m_key.capacity()) + NodeBytes(*element);
+    m_message.memory += MessageCost::kEntryBytes + MessageCost::TextBytes(m_key.capacity()) +
+                        MessageCost::NodeBytes(*element);
     BListAccessC::Add(*container.dictionary, std::move(m_key), std::move(element));
     m_key = std::string();
     return true;
@@ -411,7 +259,7 @@ bool MessageBuilderC::StartList(std::uint32_t count)
         return count == kNotificationFields || count == kRequestFields ||
                Refuse("a list that is no message");
     }
-    if (!Claim(kListBytes)) {
+    if (!Claim(MessageCost::kListBytes)) {
         return false;
     }
     auto list = m_begun == nullptr ? std::make_unique<BListC>(nullptr) : std::move(m_begun);
@@ -420,7 +268,7 @@ bool MessageBuilderC::StartList(std::uint32_t count)
     const auto begun = static_cast<std::size_t>(opened.list->Size());
     opened.announced = begun + count;
     m_message.memory += kSlotBytes * begun;
-    if (!Claim(RoomBytes(BListAccessC::SlotsOf(*list).capacity(), kSlotBytes)) ||
+    if (!Claim(MessageCost::RoomBytes(BListAccessC::SlotsOf(*list).capacity(), kSlotBytes)) ||
         !CountElements(opened.announced) || !Open(std::move(list), opened)) {
         return false;
     }
@@ -431,7 +279,7 @@ bool MessageBuilderC::StartList(std::uint32_t count)
 
 bool MessageBuilderC::StartDictionary(std::uint32_t count)
 {
-    if (!Claim(kDictionaryBytes)) {
+    if (!Claim(MessageCost::kDictionaryBytes)) {
         return false;
     }
     auto dictionary = std::make_unique<BDictionaryC>(nullptr);

@@ -70,7 +70,7 @@ public:
     static constexpr std::size_t kMostWaiting = 1024;
     static constexpr std::size_t kMostWaitingMemory = 16U * 1024U * 1024U;
     /// What a connection counts for that has never sent anything.
-    static constexpr std::size_t kSilentBytes = 4096;
+    static constexpr std::size_t kSilentBytes = 32768;
 
     ServerConnectionC(asio::ip::tcp::socket socket, ClientNumber number,
                       const std::shared_ptr<ServerConnectionOwnerC>& owner,

@@ -157,7 +157,7 @@ void WorkQueueC::End(const std::shared_ptr<Task>& task)
 
 void WorkQueueC::MakeAside(const std::shared_ptr<Job>& job, std::function<void(Made)> take)
 {
-    asio::post(m_thread, [this, &loop = m_loop, alive = m_alive, job, take = std::move(take)] {
+    asio::post(m_thread, [&loop = m_loop, alive = m_alive, job, take = std::move(take)] {
         Made made{job->key, job->calculate, nullptr, nullptr};
         g_workStop = &job->stop;
         try {

@@ -164,7 +164,8 @@ class Page(AttackTest):
             with HonestClient() as honest, HonestEcho() as echo, attackers(*attacks):
                 time.sleep(0.5)  # until the attack is on
                 waits = self.disengages(time.monotonic() + ATTACK_SECONDS)
-                self.assertEqual(threads, simulator.threads(), "whoever comes")
+                # One for what is large to destroy begins when it is first needed.
+                self.assertLessEqual(simulator.threads(), threads + 1, "whoever comes")
                 echo.seconds()
             self.assertLess(waits[-1], COMMAND_SECONDS + echo.longest, f"of {len(waits)} commands")
             self.assert_untroubled(honest.report)

@@ -1,0 +1,143 @@
+#include "runtime/ServerState.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include <asio/post.hpp>
+
+namespace {
+
+// With so much to be destroyed, what is large goes on when some of it is gone.
+constexpr std::size_t kMostPending = std::size_t{32} * 1024 * 1024;
+constexpr std::chrono::milliseconds kTurnsPause(2);
+
+// Unfinished messages are looked through no more often than so many times until one is over.
+constexpr int kLooksAtUnfinished = 8;
+
+} // namespace
+
+/// Those who have much to do share what one of them would have: a turn at a time, and whatever is
+/// new in between.
+void MPISocketServerC::StateC::TurnWanted(ServerConnectionC& connection)
+{
+    m_turns.push_back(connection.shared_from_this());
+    if (m_turns.size() == 1) {
+        PostTurn();
+    }
+}
+
+void MPISocketServerC::StateC::PostTurn()
+{
+    asio::post(m_loop, [self = shared_from_this()] { self->GiveTurn(); });
+}
+
+void MPISocketServerC::StateC::DropClosedTurns()
+{
+    while (!m_turns.empty() && !m_turns.front()->IsOpen()) {
+        m_turns.pop_front();
+    }
+}
+
+void MPISocketServerC::StateC::GiveTurn()
+{
+    DropClosedTurns();
+    if (m_turns.empty()) {
+        return;
+    }
+    if (m_disposer->Pending() > kMostPending) {
+        m_pause.expires_after(kTurnsPause);
+        m_pause.async_wait(
+            [self = shared_from_this()](const asio::error_code&) { self->GiveTurn(); });
+        return;
+    }
+    // Several short ones in the time of one.
+    const auto end = std::chrono::steady_clock::now() + ServerConnectionC::kTurn;
+    do {
+        const std::shared_ptr<ServerConnectionC> connection = m_turns.front();
+        connection->TakeTurn();
+        if (!m_turns.empty()) { // it is, when the handler has ended the server
+            m_turns.pop_front();
+        }
+        DropClosedTurns();
+    } while (!m_turns.empty() && std::chrono::steady_clock::now() < end);
+    if (!m_turns.empty()) {
+        PostTurn();
+    }
+}
+
+void MPISocketServerC::StateC::MessageUnfinished(ServerConnectionC& /*connection*/)
+{
+    if (!m_isWatching) {
+        Watch(m_limits.unfinished);
+    }
+}
+
+/// Looks at the unfinished messages after a time. Without any there is no timer.
+void MPISocketServerC::StateC::Watch(std::chrono::steady_clock::duration time)
+{
+    m_isWatching = true;
+    m_watch.expires_after(time);
+    m_watch.async_wait([weak = weak_from_this()](const asio::error_code& error) {
+        const std::shared_ptr<StateC> self = weak.lock();
+        if (!error && self != nullptr) {
+            self->m_isWatching = false;
+            self->EndUnfinished();
+        }
+    });
+}
+
+void MPISocketServerC::StateC::EndUnfinished()
+{
+    const auto now = std::chrono::steady_clock::now();
+    std::vector<std::shared_ptr<ServerConnectionC>> over;
+    bool isAny = false;
+    auto next = now + m_limits.unfinished;
+    for (const auto& [client, connection] : m_clients) {
+        if (!connection->IsUnfinished()) {
+            continue;
+        }
+        const auto end = connection->LastGrowth() + m_limits.unfinished;
+        if (end <= now) {
+            over.push_back(connection);
+        } else {
+            isAny = true;
+            next = std::min(next, end);
+        }
+    }
+    if (isAny) {
+        Watch(std::max<std::chrono::steady_clock::duration>(next - now, m_limits.unfinished /
+                                                                            kLooksAtUnfinished));
+    }
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(m_limits.unfinished);
+    for (const std::shared_ptr<ServerConnectionC>& connection : over) {
+        Drop(*connection,
+             "an unfinished message that has not grown for " + std::to_string(seconds.count()) +
+                 " s",
+             true);
+    }
+}
+
+void MPISocketServerC::StateC::HeldChanged(std::size_t before, std::size_t now)
+{
+    m_held = m_held - before + now;
+    while (now > before && m_held > m_limits.memory && !m_clients.empty()) {
+        DropGreediest();
+    }
+}
+
+/// Of those that hold the same, the newest: the others were there before the trouble began.
+void MPISocketServerC::StateC::DropGreediest()
+{
+    const auto holdsLess = [](const auto& left, const auto& right) {
+        return left.second->Held() < right.second->Held() ||
+               (left.second->Held() == right.second->Held() && left.first < right.first);
+    };
+    const std::shared_ptr<ServerConnectionC> greediest =
+        std::max_element(m_clients.begin(), m_clients.end(), holdsLess)->second;
+    const std::size_t mebibytes = m_limits.memory >> 20U;
+    Drop(*greediest,
+         "holds the most of the connections, which together hold more than " +
+             std::to_string(mebibytes) + " MiB of what is unfinished or waits",
+         true);
+}
