@@ -153,9 +153,9 @@ TEST(ServerMemory, CountsTheNamesOfSubscriptions)
     EXPECT_GE(Held(service), before + 10'000);
 }
 
-TEST(ServerMemory, CountsASilentConnectionLittleAndTheNewestGoesFirst)
+TEST(ServerMemory, CountsASilentConnectionLikeASmallOneAndTheNewestGoesFirst)
 {
-    CRunningService service(EListenOn::Both, Memory(40 * 4200));
+    CRunningService service(EListenOn::Both, Memory(40 * 33'000));
     std::vector<std::unique_ptr<CRawClient>> clients;
     for (int count = 0; count < 60; ++count) {
         clients.push_back(std::make_unique<CRawClient>(service.Port()));

@@ -8,9 +8,6 @@ namespace {
 constexpr std::int64_t kSameTime = 10;
 /// So many sentences without a time are kept until one with a time comes.
 constexpr std::size_t kMostWaiting = 64;
-constexpr std::size_t kMostRecent = 64;
-/// What is kept of each kind without a time: of as many times as come again at once.
-constexpr std::size_t kMostSaid = 8;
 constexpr std::int64_t kHalfDay = kMillisecondsADay / 2;
 /// Times that are not later than the latest one before they count as a new start.
 constexpr int kMostCopies = 8;
@@ -18,15 +15,6 @@ constexpr int kMostCopies = 8;
 /// burst has shown that it is over; of a period.
 constexpr double kSoon = 0.5;
 
-/// How long a stream must rest for the burst being over, when every kind has come that came of
-/// late: long enough for one that is not told each time.
-constexpr double kRestOfWholeBurst = 0.03;
-/// The same when something is missing. A slow line takes 85 ms a sentence (82 characters at 9600
-/// baud), and receivers rest between the sentences of a burst.
-constexpr double kRestOfBurst = 0.25;
-constexpr double kLongestRestOfBurst = 1.5;
-
-constexpr const char* kOfNoPosition = " of another time than a position";
 constexpr const char* kLate = " after its sample was sent";
 
 std::int64_t Step(std::int64_t from, std::int64_t to)
@@ -345,94 +333,6 @@ void CNmeaEpochs::PlaceInEpoch(const NmeaPart& part)
     } else {
         m_epoch->Add(part);
     }
-}
-
-/// Sends a live sample as soon as all has come that is to come for it.
-void CNmeaEpochs::EndEarly()
-{
-    if (m_lastHeard && m_endsEarly && !m_epoch->isSent && IsWhole() &&
-        HasPosition(m_epoch->parts)) {
-        m_epoch->isSentEarly = true;
-        Send();
-    }
-}
-
-/// Whether every kind has come that came of late and can still come for this epoch.
-bool CNmeaEpochs::IsWhole() const
-{
-    return m_epochNumber > kEpochsToWaitFor &&
-           std::all_of(m_recent.begin(), m_recent.end(), [this](const RecentKind& recent) {
-               const bool isAwaited = recent.epoch + kEpochsToWaitFor >= m_epochNumber &&
-                                      (HasTime(recent.type) || StandsBehind(recent.kind));
-               return !isAwaited || m_epoch->Find(recent.kind) != nullptr;
-           });
-}
-
-void CNmeaEpochs::Note(const NmeaPart& part)
-{
-    for (RecentKind& recent : m_recent) {
-        if (recent.kind == part.kind) {
-            recent.epoch = m_epochNumber;
-            if (part.arrival && !HasTime(part.type)) {
-                recent.said.push_back(part.report);
-                if (recent.said.size() > kMostSaid) {
-                    recent.said.pop_front();
-                }
-            }
-            return;
-        }
-    }
-    if (m_recent.size() >= kMostRecent) {
-        m_recent.clear();
-    }
-    m_recent.push_back({part.kind, part.type, m_epochNumber, {}});
-}
-
-/// Whether a sentence without a time says what one of the last ones of its kind has said.
-bool CNmeaEpochs::WasSaidOfLate(const NmeaPart& part) const
-{
-    return std::any_of(m_recent.begin(), m_recent.end(), [&part](const RecentKind& recent) {
-        return recent.kind == part.kind &&
-               std::any_of(recent.said.begin(), recent.said.end(),
-                           [&part](const NmeaReport& said) { return IsSame(said, part.report); });
-    });
-}
-
-std::optional<double> CNmeaEpochs::EndsAt() const
-{
-    if (!m_lastHeard || !m_epoch || m_epoch->isSent || !HasPosition(m_epoch->parts)) {
-        return std::nullopt;
-    }
-    const double shortest = IsWhole() ? kRestOfWholeBurst : kRestOfBurst;
-    const double rest = std::max(shortest, 2.0 * std::max(m_longestGap, m_epoch->longestGap));
-    const double most = m_period.Seconds() > 0.0 ? kLongestRestOfBurst * m_period.Seconds() : rest;
-    return *m_lastHeard + std::min(rest, std::max(most, kRestOfWholeBurst));
-}
-
-void CNmeaEpochs::EndAtPause()
-{
-    const bool isRepeated = m_epoch->isRepeated || m_epoch->isCopy;
-    for (Waiting& waiting : m_waiting) {
-        if (waiting.waitsForPause && !isRepeated && !m_isBroken && IsSingle(waiting.part.kind)) {
-            waiting.isPlaced = true;
-            PlaceInEpoch(waiting.part);
-        }
-    }
-    Send();
-}
-
-void CNmeaEpochs::Flush()
-{
-    LeaveOutWaiting();
-    if (m_ahead) {
-        LeaveOut(*m_ahead, kOfNoPosition);
-    }
-    m_ahead.reset();
-    if (m_epoch) {
-        Send();
-    }
-    m_epoch.reset();
-    m_finished.Flush();
 }
 
 void CNmeaEpochs::LeaveOut(const NmeaPart& part, const char* why)

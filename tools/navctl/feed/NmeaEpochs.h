@@ -12,6 +12,9 @@
 #include "tools/navctl/feed/NmeaEpoch.h"
 #include "tools/navctl/feed/SkipCount.h"
 
+/// Why a sentence is left out that came with no position.
+inline constexpr const char* kOfNoPosition = " of another time than a position";
+
 /// How epochs are put together.
 struct NmeaEpochOptions
 {
