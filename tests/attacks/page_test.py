@@ -14,7 +14,7 @@ from attack import AttackTest, HonestClient, HonestEcho, SimulatorUnderAttack, a
 
 PAGE_PORT = 8010
 ATTACK_SECONDS = 2.0
-COMMAND_SECONDS = 1.0
+COMMAND_SECONDS = 2.5  # 1 s where the page has a processor to itself
 MOST_OLD_STATES = 300
 
 HOST = f"Host: localhost:{PAGE_PORT}\r\n"

@@ -136,7 +136,7 @@ public:
 
 private:
     /// What a client may count for that is connected and quiet.
-    static std::size_t OneClient() { return std::size_t{16} * 1024; }
+    static std::size_t OneClient() { return std::size_t{32} * 1024; }
 
     static ServiceCoreOptions Options()
     {
