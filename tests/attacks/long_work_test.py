@@ -23,7 +23,7 @@ def wait_for(condition):
     while not condition():
         if time.monotonic() > deadline:
             raise AssertionError("waited in vain")
-        time.sleep(0.01)
+        time.sleep(0.01)  # between two looks
 
 
 def scattered(count, seed=1):
