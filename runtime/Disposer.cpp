@@ -1,10 +1,10 @@
 #include "runtime/Disposer.h"
 
 #include <chrono>
-#include <csignal>
 
 #include <malloc.h>
-#include <pthread.h>
+
+#include "runtime/SignalsBlocked.h"
 
 namespace {
 
@@ -23,14 +23,6 @@ void SetUpAllocator()
     ::mallopt(M_MMAP_THRESHOLD, kLeastOwnBlock);
     ::mallopt(M_TOP_PAD, kStep);
     ::mallopt(M_TRIM_THRESHOLD, kMostAtTheTop);
-}
-
-/// Whoever has the process's signals to handle is not this thread.
-void BlockSignals(sigset_t& before)
-{
-    sigset_t all;
-    ::sigfillset(&all);
-    ::pthread_sigmask(SIG_SETMASK, &all, &before);
 }
 
 } // namespace
@@ -72,10 +64,8 @@ void DisposerC::StartThread()
 {
     if (!m_thread.joinable()) {
         SetUpAllocator();
-        sigset_t before;
-        BlockSignals(before);
+        const SignalsBlockedC blocked;
         m_thread = std::thread([this] { Run(); });
-        ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
     }
 }
 

@@ -140,7 +140,9 @@ bool ServerConnectionC::ReadAhead()
 {
     const auto end = std::chrono::steady_clock::now() + kTurn;
     std::array<char, kAheadPortion> portion;
-    bool mayHaveMore = true;
+    // What follows the message waits in the system, which holds its sender up.
+    const std::uint64_t most = std::min<std::uint64_t>(kMostAhead, m_decoder.LeastMissing());
+    bool mayHaveMore = m_aheadBytes < most;
     while (mayHaveMore && std::chrono::steady_clock::now() < end) {
         asio::error_code error;
         const std::size_t count = m_socket.read_some(asio::buffer(portion), error);
@@ -151,7 +153,7 @@ bool ServerConnectionC::ReadAhead()
         } else if (error != asio::error::would_block && error != asio::error::try_again) {
             m_end = error;
         }
-        mayHaveMore = !error && m_aheadBytes < kMostAhead;
+        mayHaveMore = !error && m_aheadBytes < most;
     }
     CountHeld();
     return mayHaveMore;
@@ -289,7 +291,7 @@ void ServerConnectionC::HaveWait()
 
 bool ServerConnectionC::IsWaitingFull() const
 {
-    return m_waiting.size() >= kMostWaiting || m_waitingMemory >= kMostWaitingMemory;
+    return m_waitingMemory >= kMostWaitingMemory;
 }
 
 std::unique_ptr<BListC> ServerConnectionC::Hold()

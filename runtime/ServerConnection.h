@@ -67,7 +67,6 @@ public:
     static constexpr int kMessagesPerTurn = 64;
     static constexpr std::chrono::microseconds kTurn{1000};
     /// How much waits behind a held message before nothing more is read.
-    static constexpr std::size_t kMostWaiting = 1024;
     static constexpr std::size_t kMostWaitingMemory = 16U * 1024U * 1024U;
     /// What a connection counts for that has never sent anything.
     static constexpr std::size_t kSilentBytes = 32768;

@@ -8,7 +8,7 @@
 #include <thread>
 #include <utility>
 
-#include "simulator/SignalsBlocked.h"
+#include "runtime/SignalsBlocked.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <thread>
 #include <utility>
 
-#include "simulator/SignalsBlocked.h"
+#include "runtime/SignalsBlocked.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "simulator/SignalsBlocked.h"
+#include "runtime/SignalsBlocked.h"
 
 LineDrawerC::LineDrawerC(EventFeedC& feed) : m_feed(feed)
 {

@@ -12,7 +12,7 @@
 #include <asio/post.hpp>
 #include <asio/thread_pool.hpp>
 
-#include "simulator/SignalsBlocked.h"
+#include "runtime/SignalsBlocked.h"
 #include "simulator/guidance/LongWork.h"
 #include "simulator/http/EmbeddedFiles.h"
 #include "simulator/http/EventFeed.h"

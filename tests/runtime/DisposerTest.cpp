@@ -1,11 +1,13 @@
 #include "runtime/Disposer.h"
 
+#include <csignal>
 #include <future>
 #include <memory>
 #include <thread>
 #include <utility>
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 namespace {
 
@@ -74,4 +76,26 @@ TEST(Disposer, DestroysWhatIsLeftWhenItEnds)
         disposer.Destroy(CWitness(second, AtOnce()), DisposerC::kLeastBytes);
     }
     EXPECT_EQ(first.get_future().get(), second.get_future().get());
+}
+
+TEST(Disposer, DestroysHereWithoutAThreadAndLeavesTheSignalsAlone)
+{
+    sigset_t before;
+    ASSERT_EQ(0, ::pthread_sigmask(SIG_SETMASK, nullptr, &before));
+    pthread_attr_t usual;
+    pthread_attr_t larger;
+    ASSERT_EQ(0, ::pthread_getattr_default_np(&usual));
+    ASSERT_EQ(0, ::pthread_getattr_default_np(&larger));
+    ASSERT_EQ(0, ::pthread_attr_setstacksize(&larger, std::size_t{1} << 47U)); // than there is room
+    ASSERT_EQ(0, ::pthread_setattr_default_np(&larger));
+    DisposerC disposer;
+    std::promise<std::thread::id> destroyed;
+    disposer.Destroy(CWitness(destroyed, AtOnce()), DisposerC::kLeastBytes);
+    EXPECT_EQ(0, ::pthread_setattr_default_np(&usual));
+    EXPECT_EQ(std::this_thread::get_id(), destroyed.get_future().get());
+    sigset_t after;
+    ASSERT_EQ(0, ::pthread_sigmask(SIG_SETMASK, nullptr, &after));
+    for (const int signal : {SIGTERM, SIGINT}) {
+        EXPECT_EQ(::sigismember(&before, signal), ::sigismember(&after, signal)) << signal;
+    }
 }

@@ -58,6 +58,25 @@ std::size_t CRunningService::ClientCount()
     return count;
 }
 
+std::size_t CRunningService::Held()
+{
+    std::size_t held = 0;
+    OnLoop([&](MPISocketServerC& server) { held = server.HeldBytes(); });
+    return held;
+}
+
+bool CRunningService::WaitForHeld(std::size_t least, std::size_t most)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (std::chrono::steady_clock::now() < deadline) {
+        const std::size_t held = Held();
+        if (held >= least && held <= most) {
+            return true;
+        }
+    }
+    return false;
+}
+
 std::vector<std::string> CRunningService::Notes() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

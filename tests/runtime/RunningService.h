@@ -38,6 +38,11 @@ public:
     void DestroyServer() { m_server.reset(); }
     unsigned long RejectedMessages();
     std::size_t ClientCount();
+    /// How many bytes all connections hold.
+    std::size_t Held();
+    /// Waits until what is held lies between two bounds, at most ten seconds; the loop takes bytes
+    /// in turns.
+    bool WaitForHeld(std::size_t least, std::size_t most);
 
     std::vector<std::string> Notes() const;
     /// Waits until there are so many notes that begin with `text`, at most ten seconds.

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -21,6 +22,8 @@ using testing::Contains;
 using testing::Not;
 
 namespace {
+
+constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
 
 /// A service that holds what is called "long" until it is let go, and lets "urgent" overtake.
 class CHoldingService : public CRunningService
@@ -113,18 +116,18 @@ TEST(HeldRequest, HoldsUpNobodyElse)
     EXPECT_EQ("[1,7,null,1]", other.Read().text);
 }
 
-TEST(HeldRequest, LetsWhatIsUrgentOvertakeThroughAThousandWaitingMessages)
+TEST(HeldRequest, LetsWhatIsUrgentOvertakeThroughTwentyThousandWaitingMessages)
 {
     CHoldingService service;
     CRawClient client(service.Port());
     std::string packet = Request(1, "long", "\x90");
-    for (std::uint64_t number = 2; number <= 1000; ++number) {
+    for (std::uint64_t number = 2; number <= 20'000; ++number) {
         packet += Request(number, "a", "\x90");
     }
     client.Send(packet);
     Settle(client);
     service.LetGo();
-    for (std::uint64_t number = 1; number <= 1000; ++number) {
+    for (std::uint64_t number = 1; number <= 20'000; ++number) {
         ASSERT_EQ(number, client.Read().number);
     }
 }
@@ -161,16 +164,21 @@ TEST(HeldRequest, LosesNothingOfAFloodThatExceedsWhatMayWait)
 {
     CHoldingService service;
     CRawClient client(service.Port());
+    const std::uint64_t last = 4000;
+    const std::string text = FromHex("91 da 20 00") + std::string(0x2000, 'x');
     std::string packet = Request(1, "long", "\x90");
-    for (std::uint64_t number = 2; number <= 5000; ++number) {
-        packet += Request(number, "a", "\x90");
+    for (std::uint64_t number = 2; number <= last; ++number) {
+        packet += Request(number, "a", text);
     }
-    client.Send(packet);
-    ASSERT_TRUE(service.WaitForNotes("request long"));
+    ASSERT_GT(packet.size(), 24 * kMebibyte);
+    std::thread sender([&] { client.Send(packet); });
+    const bool isFull = service.WaitForHeld(16 * kMebibyte, 17 * kMebibyte);
     service.LetGo();
-    for (std::uint64_t number = 1; number <= 5000; ++number) {
-        ASSERT_EQ(number, client.Read().number);
+    for (std::uint64_t number = 1; number <= last; ++number) {
+        EXPECT_EQ(number, client.Read().number);
     }
+    sender.join();
+    EXPECT_TRUE(isFull);
 }
 
 TEST(HeldRequest, OfAClientThatGoesIsForgottenWithWhatWaitsBehindIt)

@@ -56,26 +56,6 @@ MPIServerLimitsC Unfinished(std::chrono::milliseconds time)
     return limits;
 }
 
-std::size_t Held(CRunningService& service)
-{
-    std::size_t held = 0;
-    service.OnLoop([&](MPISocketServerC& server) { held = server.HeldBytes(); });
-    return held;
-}
-
-/// Waits until what is held lies between two bounds; the loop takes bytes in turns.
-bool WaitForHeld(CRunningService& service, std::size_t least, std::size_t most)
-{
-    const auto deadline = std::chrono::steady_clock::now() + 10s;
-    while (std::chrono::steady_clock::now() < deadline) {
-        const std::size_t held = Held(service);
-        if (held >= least && held <= most) {
-            return true;
-        }
-    }
-    return false;
-}
-
 void ExpectAnswers(CRawClient& client)
 {
     client.Send(Request(7, "q", "\x90"));
@@ -101,7 +81,7 @@ TEST(ServerMemory, ClosesAConnectionWhoseMessageTakesMoreThan96Mebibytes)
     EXPECT_TRUE(
         service.WaitForNotes("dropped 1 no message: a message whose values take more than 96 MiB"));
     ExpectAnswers(other);
-    EXPECT_TRUE(WaitForHeld(service, 0, kMebibyte));
+    EXPECT_TRUE(service.WaitForHeld(0, kMebibyte));
 }
 
 TEST(ServerMemory, ClosesTheGreediestConnectionOnceAllTogetherHoldTooMuch)
@@ -109,10 +89,10 @@ TEST(ServerMemory, ClosesTheGreediestConnectionOnceAllTogetherHoldTooMuch)
     CRunningService service(EListenOn::Both, Memory(24 * kMebibyte));
     CRawClient modest(service.Port());
     modest.Send(EndlessList(20'000, '\x90')); // about 1.6 MB
-    ASSERT_TRUE(WaitForHeld(service, kMebibyte, 24 * kMebibyte));
+    ASSERT_TRUE(service.WaitForHeld(kMebibyte, 24 * kMebibyte));
     CRawClient greedy(service.Port());
     greedy.Send(EndlessList(100'000, '\x90'));
-    ASSERT_TRUE(WaitForHeld(service, 7 * kMebibyte, 24 * kMebibyte));
+    ASSERT_TRUE(service.WaitForHeld(7 * kMebibyte, 24 * kMebibyte));
     CRawClient greediest(service.Port());
     SendWhatIsTaken(greediest, EndlessList(500'000, '\x90'), 0);
     EXPECT_TRUE(service.WaitForNotes("dropped 3 holds the most of the connections, which together "
@@ -136,7 +116,7 @@ TEST(ServerMemory, CountsRepliesThatWaitForClients)
         clients.back()->Send(Request(1, "q", "\x90") + Request(2, "q", "\x90"));
     }
     EXPECT_TRUE(service.WaitForNotes("request q of 0", 8));
-    EXPECT_LE(Held(service), 16 * kMebibyte);
+    EXPECT_LE(service.Held(), 16 * kMebibyte);
     EXPECT_GE(CountNotes(service, "dropped"), 1U);
 }
 
@@ -149,7 +129,7 @@ TEST(ServerMemory, CountsTheNamesOfSubscriptions)
         client.Send(Subscription("ev" + std::to_string(number) + std::string(20, 'e')));
     }
     ExpectAnswers(client);
-    EXPECT_GE(Held(service), 100'000U); // and 32 KiB without them
+    EXPECT_GE(service.Held(), 100'000U); // and 32 KiB without them
 }
 
 TEST(ServerMemory, CountsASilentConnectionLikeASmallOneAndTheNewestGoesFirst)
@@ -172,10 +152,10 @@ TEST(ServerMemory, HoldsNothingOfConnectionsThatHaveGone)
     for (const char element : {'\x90', '\x07', '\xa0', '\x80'}) {
         CRawClient client(service.Port());
         client.Send(EndlessList(50'000, element));
-        ASSERT_TRUE(WaitForHeld(service, 500'000, 100 * kMebibyte));
+        ASSERT_TRUE(service.WaitForHeld(500'000, 100 * kMebibyte));
     } // which leaves in the middle of its message
     EXPECT_TRUE(service.WaitForNotes("disconnected", 4));
-    EXPECT_EQ(0U, Held(service));
+    EXPECT_EQ(0U, service.Held());
 }
 
 TEST(ServerMemory, EndsAConnectionWhoseUnfinishedMessageDoesNotGrow)
@@ -263,7 +243,20 @@ TEST(ServerMemory, ServesAllThatAClientSentBeforeItLeft)
     }
     EXPECT_TRUE(service.WaitForNotes("request q of 0"));
     EXPECT_TRUE(service.WaitForNotes("disconnected"));
-    EXPECT_EQ(0U, Held(service));
+    EXPECT_EQ(0U, service.Held());
+}
+
+TEST(ServerMemory, TakesNoMoreOfAFloodThanItServes)
+{
+    CRunningService service(EListenOn::Both, Memory(kMebibyte));
+    std::string flood;
+    while (flood.size() < 8 * kMebibyte) {
+        flood += Bytes::Notification("n", "\x91\xcb\x3f\xb9\x99\x99\x99\x99\x99\x9a");
+    }
+    CRawClient client(service.Port());
+    SendWhatIsTaken(client, flood, 0);
+    ExpectAnswers(client);
+    EXPECT_EQ(0U, CountNotes(service, "dropped"));
 }
 
 TEST(ServerMemory, DecodesNoMessageThatItsClientHasLeftInTheMiddle)

@@ -1,12 +1,12 @@
-#ifndef KESTROVE_SIMULATOR_SIGNALSBLOCKED_H
-#define KESTROVE_SIMULATOR_SIGNALSBLOCKED_H
+#ifndef KESTROVE_RUNTIME_SIGNALSBLOCKED_H
+#define KESTROVE_RUNTIME_SIGNALSBLOCKED_H
 
 #include <csignal>
 
 #include <pthread.h>
 
 /// Keeps signals from the threads that are started while it lives: they are for the thread that
-/// runs the loop.
+/// runs the loop. It ends with the scope also when no thread could be started.
 class SignalsBlockedC
 {
 public:
