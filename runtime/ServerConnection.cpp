@@ -9,6 +9,8 @@
 #include <asio/post.hpp>
 #include <asio/socket_base.hpp>
 
+#include "runtime/TurnClock.h"
+
 namespace {
 
 // So much is read at once: decoding it takes a fraction of a turn at the worst.
@@ -138,10 +140,10 @@ void ServerConnectionC::TakeTurn()
 /// @return true when there may be more.
 bool ServerConnectionC::ReadAhead()
 {
-    const auto end = std::chrono::steady_clock::now() + kTurn;
+    const TurnClockC turn(kTurn);
     std::array<char, kAheadPortion> portion;
     bool mayHaveMore = true;
-    while (mayHaveMore && std::chrono::steady_clock::now() < end) {
+    while (mayHaveMore && !turn.IsOver()) {
         asio::error_code error;
         const std::size_t count = m_socket.read_some(asio::buffer(portion), error);
         if (count > 0) {
@@ -213,12 +215,12 @@ void ServerConnectionC::TakeTurn(int mostReads)
 /// @return true when there is nothing more to do for now.
 bool ServerConnectionC::ServeForATurn(ServerConnectionOwnerC& owner, int mostReads)
 {
-    const auto end = std::chrono::steady_clock::now() + kTurn;
+    const TurnClockC turn(kTurn);
     int served = 0;
     int reads = 0;
     bool mayHaveMore = true;
     while (m_open) {
-        if (served == kMessagesPerTurn || std::chrono::steady_clock::now() > end) {
+        if (served == kMessagesPerTurn || turn.IsOver()) {
             return false;
         }
         if (m_isHeld && IsWaitingFull()) {

@@ -2,7 +2,9 @@
 
 The honest client and the attackers are processes of their own, so that neither waits for the other's
 interpreter. The honest client talks to a bare echo server at the same pace as to the simulator: both
-suffer the same machine, so what the simulator's replies take longer than the echoes is the simulator's."""
+suffer the same machine, so what the simulator's replies take longer than the echoes is the simulator's.
+Where an attack has the simulator calculate, the echo server calculates as much: the system lets who
+sleeps run at once, and who calculates wait for whatever else runs."""
 
 import contextlib
 import multiprocessing
@@ -20,6 +22,7 @@ import msgpack
 from navigation_service import DEADLINE_SECONDS, PORT, program
 
 PACE_SECONDS = 0.01
+LOOK_SECONDS = 0.001
 EVENT = "cb_relative_position"  # 10 times a second
 EVENT_PERIOD_SECONDS = 0.1
 BOUND_SECONDS = 0.25  # what a loaded machine keeps; the tight figures are the benchmark's
@@ -144,11 +147,15 @@ class Report:
 class HonestClient:
     """Asks the simulator for IsSteeringEngaged every 10 ms and receives its events, beside an echo
     server that is asked at the same pace, in processes of their own, until the end of the block;
-    `report` holds what it saw then."""
+    `report` holds what it saw then.
 
-    def __init__(self):
+    With `simulator`, the echo server calculates as much as the loop of that one does."""
+
+    def __init__(self, simulator=None):
         self.report = None
-        self._echo = _processes.Process(target=_serve_echoes, args=(echo := _listen(),), daemon=True)
+        self._echo = _processes.Process(
+            target=_serve_echoes, daemon=True,
+            args=(echo := _listen(), simulator.process.pid if simulator else None))
         self._end, child_end = _processes.Pipe()
         self._client = _processes.Process(
             target=_ask, args=(child_end, echo.getsockname()[1]), daemon=True)
@@ -244,12 +251,42 @@ def _listen():
     return listener
 
 
-def _serve_echoes(listener):
+def _serve_echoes(listener, pid):
     link, _ = listener.accept()
     with listener, link:
         link.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-        while data := link.recv(4096):
+        calculation = Calculation(pid) if pid else None
+        while True:
+            if calculation:
+                calculation.go_on_until(link)
+            data = link.recv(4096)
+            if not data:
+                return
             link.sendall(data)
+
+
+class Calculation:
+    """As much calculation as a process's first thread, its loop, has made, from now on."""
+
+    def __init__(self, pid):
+        self._clock = (~pid << 3) | 6  # Linux's number for the processor time of a thread
+        self._lead = self._of_other() - time.thread_time()
+
+    def go_on_until(self, link):
+        """Calculates until a link is readable, as the loop is to: for a millisecond at most between
+        two looks at it."""
+        left = 0.0
+        while not select.select([link], [], [], 0.0 if left > 0.0 else LOOK_SECONDS)[0]:
+            left = self._of_other() - self._lead - time.thread_time()
+            end = time.thread_time() + min(left, LOOK_SECONDS)
+            while time.thread_time() < end:
+                pass
+
+    def _of_other(self):
+        try:
+            return time.clock_gettime(self._clock)
+        except OSError:  # it has ended
+            return 0.0
 
 
 class _Asked:

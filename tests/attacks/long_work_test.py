@@ -121,7 +121,7 @@ def vanish():
 class LongWork(AttackTest):
     def _assert_untroubled_by(self, *attacks, arguments=()):
         with SimulatorUnderAttack(*arguments) as simulator:
-            with HonestClient() as honest, attackers(*attacks):
+            with HonestClient(simulator) as honest, attackers(*attacks):
                 time.sleep(ATTACK_SECONDS)  # the attack's length
             self.assert_untroubled(honest.report)
             self.assert_ends_in_time(simulator)

@@ -161,7 +161,7 @@ class Page(AttackTest):
         """What must hold under the attacks."""
         with PageUnderAttack() as simulator:
             threads = simulator.threads()
-            with HonestClient() as honest, HonestEcho() as echo, attackers(*attacks):
+            with HonestClient(simulator) as honest, HonestEcho() as echo, attackers(*attacks):
                 time.sleep(0.5)  # until the attack is on
                 waits = self.disengages(time.monotonic() + ATTACK_SECONDS)
                 # One for what is large to destroy begins when it is first needed.
