@@ -276,7 +276,7 @@ MessageDecoderC::EResult ServerConnectionC::ServeNext(ServerConnectionOwnerC& ow
 void ServerConnectionC::ServeMessage(ServerConnectionOwnerC& owner)
 {
     owner.MessageArrived(*this, m_message);
-    if (m_message.memory >= DisposerC::kLeastBytes) {
+    if (m_message.memory > kKeptBytes) {
         m_disposer->Destroy(std::move(m_message), m_message.memory);
         m_message = MessageC();
     }
