@@ -176,10 +176,10 @@ TEST(ServerMemory, CountsAnIdleConnectionLikeASilentOneWhateverItHasSentAndBeenS
     CRawClient honest(service.Port());
     for (const char* const end : {"\x07", "\xa0", "\x90"}) {
         std::string elements;
-        for (int count = 0; count < 1000; ++count) {
+        for (int count = 0; count < 5000; ++count) {
             elements += end;
         }
-        honest.Send(Request(1, "a", FromHex("dc 03 e8") + elements));
+        honest.Send(Request(1, "a", FromHex("dc 13 88") + elements));
         EXPECT_EQ(1U, honest.Read().number);
         ExpectAnswers(honest);
         EXPECT_TRUE(WaitForHeld(service, 0, 32'768)) << Held(service);
