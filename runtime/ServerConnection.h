@@ -71,8 +71,9 @@ public:
     static constexpr std::size_t kMostWaitingMemory = 16U * 1024U * 1024U;
     /// What a connection counts for that has never sent anything.
     static constexpr std::size_t kSilentBytes = 32768;
-    /// How much of a buffer or a served message stays for the next one: with both buffers, less than
-    /// a silent connection counts, so that one which has been idle since counts no more than that.
+    /// How much of a buffer or a served message stays for the next one: with both buffers, less
+    /// than a silent connection counts, so that one which has been idle since counts no more than
+    /// that.
     static constexpr std::size_t kKeptBytes = 8192;
 
     ServerConnectionC(asio::ip::tcp::socket socket, ClientNumber number,
