@@ -112,7 +112,8 @@ private:
 ///
 /// Whole and floating-point numbers are kept in place, 16 bytes an element; texts and nested
 /// values are nodes of their own that the list owns. A text of a long list that has arrived over
-/// the link becomes a node when it is first asked for. Positions count from 0.
+/// the link becomes a node when it is first asked for; so one thread at a time reads a list, too.
+/// Positions count from 0.
 class KESTROVE_EXPORT BListC : public BElementC
 {
 public:

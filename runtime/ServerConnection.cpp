@@ -9,6 +9,8 @@
 #include <asio/post.hpp>
 #include <asio/socket_base.hpp>
 
+#include "runtime/TurnClock.h"
+
 namespace {
 
 // So much is read at once: decoding it takes a fraction of a turn at the worst.
@@ -138,12 +140,12 @@ void ServerConnectionC::TakeTurn()
 /// @return true when there may be more.
 bool ServerConnectionC::ReadAhead()
 {
-    const auto end = std::chrono::steady_clock::now() + kTurn;
+    const TurnClockC turn(kTurn);
     std::array<char, kAheadPortion> portion;
     // What follows the message waits in the system, which holds its sender up.
     const std::uint64_t most = std::min<std::uint64_t>(kMostAhead, m_decoder.LeastMissing());
     bool mayHaveMore = m_aheadBytes < most;
-    while (mayHaveMore && std::chrono::steady_clock::now() < end) {
+    while (mayHaveMore && !turn.IsOver()) {
         asio::error_code error;
         const std::size_t count = m_socket.read_some(asio::buffer(portion), error);
         if (count > 0) {
@@ -215,12 +217,12 @@ void ServerConnectionC::TakeTurn(int mostReads)
 /// @return true when there is nothing more to do for now.
 bool ServerConnectionC::ServeForATurn(ServerConnectionOwnerC& owner, int mostReads)
 {
-    const auto end = std::chrono::steady_clock::now() + kTurn;
+    const TurnClockC turn(kTurn);
     int served = 0;
     int reads = 0;
     bool mayHaveMore = true;
     while (m_open) {
-        if (served == kMessagesPerTurn || std::chrono::steady_clock::now() > end) {
+        if (served == kMessagesPerTurn || turn.IsOver()) {
             return false;
         }
         if (m_isHeld && IsWaitingFull()) {
@@ -276,7 +278,7 @@ MessageDecoderC::EResult ServerConnectionC::ServeNext(ServerConnectionOwnerC& ow
 void ServerConnectionC::ServeMessage(ServerConnectionOwnerC& owner)
 {
     owner.MessageArrived(*this, m_message);
-    if (m_message.memory >= DisposerC::kLeastBytes) {
+    if (m_message.memory > kKeptBytes) {
         m_disposer->Destroy(std::move(m_message), m_message.memory);
         m_message = MessageC();
     }

@@ -45,9 +45,9 @@ public:
 /// One client of a service: reads messages, and queues and writes bytes without ever waiting.
 ///
 /// What is queued during one turn of the loop leaves in one write. A client occupies the loop with
-/// at most kMessagesPerTurn messages in a row, and for at most kTurn; the rest waits until the
-/// others had their turn. Within a message that is larger than a read it asks for a turn before it
-/// reads on, so that many who send much take no more of the loop than one.
+/// at most kMessagesPerTurn messages in a row, and for at most kTurn of processor time; the rest
+/// waits until the others had their turn. Within a message that is larger than a read it asks for a
+/// turn before it reads on, so that many who send much take no more of the loop than one.
 ///
 /// In its turn it first reads ahead what the rest of an unfinished message may be, which costs a
 /// fraction of decoding it: what a client sent that has gone is in the system's way no longer, and
@@ -65,11 +65,15 @@ public:
     /// How many unsent bytes a client may let queue up.
     static constexpr std::size_t kQueueLimit = 8U * 1024U * 1024U;
     static constexpr int kMessagesPerTurn = 64;
-    static constexpr std::chrono::microseconds kTurn{1000};
+    static constexpr std::chrono::microseconds kTurn{1000}; // of processor time
     /// How much waits behind a held message before nothing more is read.
     static constexpr std::size_t kMostWaitingMemory = 16U * 1024U * 1024U;
     /// What a connection counts for that has never sent anything.
     static constexpr std::size_t kSilentBytes = 32768;
+    /// How much of a buffer or a served message stays for the next one: with both buffers, less
+    /// than a silent connection counts, so that one which has been idle since counts no more than
+    /// that.
+    static constexpr std::size_t kKeptBytes = 8192;
 
     ServerConnectionC(asio::ip::tcp::socket socket, ClientNumber number,
                       const std::shared_ptr<ServerConnectionOwnerC>& owner,

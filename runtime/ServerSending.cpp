@@ -10,13 +10,11 @@
 
 namespace {
 
-// A buffer that one large message has blown up is given back once it has been written.
-constexpr std::size_t kKeptBuffer = 256U * 1024U;
-
+/// A buffer that one large message has blown up is given back once it has been written.
 void Empty(std::string& buffer)
 {
     buffer.clear();
-    if (buffer.capacity() > kKeptBuffer) {
+    if (buffer.capacity() > ServerConnectionC::kKeptBytes) {
         buffer.shrink_to_fit();
     }
 }

@@ -6,6 +6,8 @@
 
 #include <asio/post.hpp>
 
+#include "runtime/TurnClock.h"
+
 namespace {
 
 // With so much to be destroyed, what is large goes on when some of it is gone.
@@ -52,7 +54,7 @@ void MPISocketServerC::StateC::GiveTurn()
         return;
     }
     // Several short ones in the time of one.
-    const auto end = std::chrono::steady_clock::now() + ServerConnectionC::kTurn;
+    const TurnClockC turn(ServerConnectionC::kTurn);
     do {
         const std::shared_ptr<ServerConnectionC> connection = m_turns.front();
         connection->TakeTurn();
@@ -60,7 +62,7 @@ void MPISocketServerC::StateC::GiveTurn()
             m_turns.pop_front();
         }
         DropClosedTurns();
-    } while (!m_turns.empty() && std::chrono::steady_clock::now() < end);
+    } while (!m_turns.empty() && !turn.IsOver());
     if (!m_turns.empty()) {
         PostTurn();
     }

@@ -88,7 +88,10 @@ public:
     void Advance(double seconds);
 
     /// Writes the drive to a file from now on; see TrackRecorderC::Open().
-    std::string RecordTrack(const std::string& path) { return m_recorder.Open(path); }
+    std::string RecordTrack(const std::string& path, const StateFileC* settings = nullptr)
+    {
+        return m_recorder.Open(path, settings);
+    }
     /// Ends that file; see TrackRecorderC::Close().
     void EndTrack(std::chrono::steady_clock::time_point deadline) { m_recorder.Close(deadline); }
     /// The names of all operations.

@@ -272,15 +272,34 @@ CDescriptor StateFileC::OpenLockFile(std::string& problem) const
 /// Whether a file is the one that has the name of the lock's file now.
 bool StateFileC::IsLockFile(const CDescriptor& lock) const
 {
+    return HasName(lock, SideFile(".lock"));
+}
+
+/// Whether a file is the one that has a name in the folder now.
+bool StateFileC::HasName(const CDescriptor& file, const std::string& name) const
+{
     struct stat mine
     {
     };
     struct stat named
     {
     };
-    return ::fstat(lock.Get(), &mine) == 0 &&
-           ::fstatat(m_folder.Get(), SideFile(".lock").c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+    return ::fstat(file.Get(), &mine) == 0 &&
+           ::fstatat(m_folder.Get(), name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
            mine.st_dev == named.st_dev && mine.st_ino == named.st_ino;
+}
+
+std::string StateFileC::Refusal(const CDescriptor& file, bool isMade) const
+{
+    for (const std::string& name : {m_name, SideFile(".lock"), SideFile(".new")}) {
+        if (HasName(file, name)) {
+            if (isMade) {
+                ::unlinkat(m_folder.Get(), name.c_str(), 0);
+            }
+            return name == m_name ? "it is the state file" : "the state file needs it for itself";
+        }
+    }
+    return {};
 }
 
 /// The name of a file beside the state file.

@@ -61,6 +61,13 @@ public:
     ///         stands as it was, unless it is only its place that may not have reached the disk.
     std::string Save(const KeptValues& values);
 
+    /// Whether another use may be made of a file that is open: not of this one, by whatever path it
+    /// was opened, nor of those that lie beside it.
+    ///
+    /// @param isMade true when the file was made by opening it; what is refused is removed then.
+    /// @return an empty text when it may be used, otherwise why not.
+    std::string Refusal(const CDescriptor& file, bool isMade) const;
+
     /// The path as it was given.
     const std::string& Path() const { return m_path; }
 
@@ -71,6 +78,7 @@ private:
     std::string TakeLock();
     CDescriptor OpenLockFile(std::string& problem) const;
     bool IsLockFile(const CDescriptor& lock) const;
+    bool HasName(const CDescriptor& file, const std::string& name) const;
     std::string SideFile(const std::string& ending) const;
     CDescriptor MakeNewFile(std::string& name) const;
     bool TakeOver(const CDescriptor& file) const;

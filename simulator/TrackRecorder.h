@@ -6,6 +6,7 @@
 #include <string>
 
 #include "simulator/LineWriter.h"
+#include "simulator/StateFile.h"
 #include "simulator/world/Simulation.h"
 
 /// Writes the drive as comma-separated values, a line each time that guidance ran.
@@ -20,8 +21,12 @@ class TrackRecorderC
 public:
     /// Starts a new file, in place of what stood there.
     ///
-    /// @return an empty text on success, otherwise why the file cannot be written.
-    std::string Open(const std::string& path);
+    /// @param settings the state file, which is not to be overwritten whatever the path of the
+    /// track
+    ///        file is; null for none.
+    /// @return an empty text on success, otherwise why the file cannot be written: it stands as it
+    ///         was then.
+    std::string Open(const std::string& path, const StateFileC* settings = nullptr);
     /// Has the present line written; nothing happens without a file.
     ///
     /// @return an empty text, or what has become of earlier lines: that some were left out, or that

@@ -94,8 +94,8 @@ std::string Announcement(const ServiceLinkC& link, const std::optional<LivePageC
 /// Starts to listen and to write the drive down.
 ///
 /// @return the code to exit with when that fails, with what stands in the way in `problem`.
-EExitCode StartServing(const ProgramOptions& options, ServiceLinkC& link,
-                       std::optional<LivePageC>& page, std::string& problem)
+EExitCode StartServing(const ProgramOptions& options, const StateFileC* settings,
+                       ServiceLinkC& link, std::optional<LivePageC>& page, std::string& problem)
 {
     // First of all: the track file may be that of the simulator which has the port.
     problem = link.Listen(options.port);
@@ -110,7 +110,7 @@ EExitCode StartServing(const ProgramOptions& options, ServiceLinkC& link,
         }
     }
     if (!options.trackFile.empty()) {
-        problem = link.Core().RecordTrack(options.trackFile);
+        problem = link.Core().RecordTrack(options.trackFile, settings);
     }
     return problem.empty() ? kExitSuccess : kExitWrongOptions;
 }
@@ -159,7 +159,7 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
         page.emplace(loop, link.Core(), trail, log);
     }
     std::string problem;
-    const EExitCode exitCode = StartServing(options, link, page, problem);
+    const EExitCode exitCode = StartServing(options, kept.file.get(), link, page, problem);
     if (!problem.empty()) {
         output->Log(problem);
         return exitCode;

@@ -56,8 +56,13 @@ class Caller:
 
     def send(self, operation, *arguments):
         """Sends a request; returns its number."""
+        return self.send_packed(operation, msgpack.packb(list(arguments)))
+
+    def send_packed(self, operation, arguments):
+        """Sends a request whose list of arguments is packed already; returns its number."""
         self._number += 1
-        self.link.sendall(msgpack.packb([0, self._number, operation, list(arguments)]))
+        head = msgpack.packb([0, self._number, operation])
+        self.link.sendall(b"\x94" + head[1:] + arguments)
         return self._number
 
     def reply(self, number):
@@ -121,7 +126,7 @@ def vanish():
 class LongWork(AttackTest):
     def _assert_untroubled_by(self, *attacks, arguments=()):
         with SimulatorUnderAttack(*arguments) as simulator:
-            with HonestClient() as honest, attackers(*attacks):
+            with HonestClient(simulator) as honest, attackers(*attacks):
                 time.sleep(ATTACK_SECONDS)  # the attack's length
             self.assert_untroubled(honest.report)
             self.assert_ends_in_time(simulator)

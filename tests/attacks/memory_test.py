@@ -16,9 +16,6 @@ from attack import MEBIBYTE, AttackTest, HonestClient, SimulatorUnderAttack, att
 from navigation_service import DEADLINE_SECONDS
 
 ATTACK_SECONDS = 3.0
-# The loop calculates all the while here, and other tests take the processors from it as they do not
-# from an echo, which sleeps.
-WAIT_SECONDS = 1.0
 BACK_SECONDS = 10.0
 # What all connections together may hold, and the allocator's share of what has just been freed.
 MOST_HELD = 256 * MEBIBYTE + 128 * MEBIBYTE
@@ -140,7 +137,7 @@ class Memory(AttackTest):
                 time.sleep(0.5)  # warm: what every client costs once does not count
             before = simulator.resident_bytes()
             most = before
-            with HonestClient() as honest:
+            with HonestClient(simulator) as honest:
                 with attackers(*attacks):
                     end = time.monotonic() + seconds
                     while time.monotonic() < end:
@@ -158,7 +155,7 @@ class Memory(AttackTest):
                   f"echo {honest.report.percentile(honest.report.echo_waits, 0.999) * 1e3:.1f} ms")
             self.assertLess(most, before + MOST_HELD)
             self.assertLess(kept, before + MOST_KEPT)
-            self.assert_untroubled(honest.report, WAIT_SECONDS)
+            self.assert_untroubled(honest.report)
             self.assert_ends_in_time(simulator)
 
     def test_of_four_unfinished_lists_of_empty_lists(self):

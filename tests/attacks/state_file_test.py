@@ -143,6 +143,45 @@ class StateFile(AttackTest):
                 os.unlink(path)
         self.assert_refused(self.file(256 * "n"), "too long")
 
+    def assert_no_track(self, track, reason, state=None):
+        """A simulator does not write its track to a file, and says why."""
+        result = subprocess.run([program(), "--port", "0", "--state", state or self.path,
+                                 "--track", track], check=False, capture_output=True, text=True,
+                                timeout=DEADLINE_SECONDS)
+        self.assertEqual((2, ""), (result.returncode, result.stdout))
+        self.assertIn(f"cannot write the track file {track}: {reason}", result.stderr)
+
+    def test_is_not_overwritten_by_the_track(self):
+        text = '{"settings": {"lookahead_time": 2.5}}'
+        os.symlink(self.folder, self.file("folder"))
+        os.symlink("state.json", self.file("link"))
+        os.symlink("link", self.file("link to link"))
+        paths = [self.path, os.path.relpath(self.path), self.file("./folder/state.json"),
+                 self.file("link"), self.file("link to link")]
+        for is_there in (False, True):
+            if is_there:
+                self.write("state.json", text)
+                os.link(self.path, self.file("hard"))
+                paths.append(self.file("hard"))
+            for track in paths:
+                with self.subTest(track, is_there=is_there):
+                    self.assert_no_track(track, "it is the state file")
+                    self.assertEqual(is_there, os.path.exists(self.path))
+        self.assertEqual(SETTINGS, self.settings(self.path))
+        self.assert_no_track(self.path, "it is the state file", self.file("hard"))
+        for ending in (".lock", ".new"):
+            self.assert_no_track(self.file(".state.json" + ending), "the state file needs it")
+        self.assertEqual({"folder", "link", "link to link", "hard", "state.json"},
+                         set(os.listdir(self.folder)))
+
+    def test_of_another_simulator_is_not_overwritten_by_the_track(self):
+        self.write("state.json", '{"settings": {"lookahead_time": 2.5}}')
+        with SimulatorUnderAttack("--state", self.path, "--track", self.file("track")):
+            for track in (self.path, self.file("track")):
+                self.assert_no_track(track, "another program uses it", self.file("other"))
+            self.assertEqual(SETTINGS, self.settings(self.path))
+            self.assertGreater(os.path.getsize(self.file("track")), 0)
+
     def test_keeps_its_mode_and_owner(self):
         for mode in (0o600, 0o640, 0o666):
             with self.subTest(mode):

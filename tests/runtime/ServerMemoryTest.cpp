@@ -146,6 +146,33 @@ TEST(ServerMemory, CountsASilentConnectionLikeASmallOneAndTheNewestGoesFirst)
     EXPECT_EQ(1U, CountNotes(service, "dropped 41 "));
 }
 
+TEST(ServerMemory, CountsAnIdleConnectionLikeASilentOneWhateverItHasSentAndBeenSent)
+{
+    CRunningService service(EListenOn::Both, Memory(40 * 33'000));
+    service.On("q", [](MPISocketServerC& server, ClientNumber client, std::uint64_t number) {
+        const BAtomC text(std::string(100'000, 'x'));
+        server.Reply(client, number, &text);
+    });
+    CRawClient honest(service.Port());
+    for (const char* const end : {"\x07", "\xa0", "\x90"}) {
+        std::string elements;
+        for (int count = 0; count < 5000; ++count) {
+            elements += end;
+        }
+        honest.Send(Request(1, "a", FromHex("dc 13 88") + elements));
+        EXPECT_EQ(1U, honest.Read().number);
+        ExpectAnswers(honest);
+        EXPECT_TRUE(WaitForHeld(service, 0, 32'768)) << Held(service);
+    }
+    // So it is not the first to go when others come that do nothing at all.
+    std::vector<std::unique_ptr<CRawClient>> silent;
+    for (int count = 0; count < 60; ++count) {
+        silent.push_back(std::make_unique<CRawClient>(service.Port()));
+    }
+    EXPECT_TRUE(service.WaitForNotes("dropped", 21));
+    EXPECT_EQ(0U, CountNotes(service, "dropped 1 "));
+}
+
 TEST(ServerMemory, HoldsNothingOfConnectionsThatHaveGone)
 {
     CRunningService service;

@@ -1,0 +1,50 @@
+"""What takes its time: a message that is never finished, and a viewer that reads nothing for a minute. They
+wait side by side, on one simulator, which has nothing else to do."""
+
+import json
+import time
+import unittest
+
+from attack import AttackTest, connect
+from memory_test import HEAD, LIST
+from navigation_service import wait_for
+from page_test import STREAM, PageUnderAttack, visit
+
+UNFINISHED_SECONDS = 30.0
+MINUTE_SECONDS = 60.0
+MOST_OLD_STATES = 300
+
+
+class Patience(AttackTest):
+    def test_ends_with_what_nobody_finishes_or_reads(self):
+        with PageUnderAttack() as simulator, visit() as viewer, connect() as client:
+            start = time.monotonic()
+            viewer.sendall(STREAM)
+            client.sendall(HEAD + LIST)
+            self._assert_ended(client, start)
+            wait_for(lambda: "an unfinished message that has not grown for 30 s" in
+                     simulator.errors(), "the reason")
+            # The viewer reads nothing meanwhile; the service has 600 states to report.
+            time.sleep(max(0.0, start + MINUTE_SECONDS - time.monotonic()))
+            self._assert_few_old_states(viewer)
+            self.assert_ends_in_time(simulator)
+
+    def _assert_ended(self, client, start):
+        client.settimeout(2 * UNFINISHED_SECONDS)
+        with self.assertRaises(ConnectionResetError):
+            client.recv(1)
+        self.assertGreater(time.monotonic() - start, UNFINISHED_SECONDS)
+
+    def _assert_few_old_states(self, viewer):
+        text, times = b"", []
+        while not times or times[-1] < MINUTE_SECONDS:
+            text += viewer.recv(65536)
+            times = [json.loads(event.split(b"data: ")[1])["time"]
+                     for event in text.split(b"\n\n")[:-1] if b"event: state" in event]
+        old = [moment for moment in times if moment < MINUTE_SECONDS - 2.0]
+        self.assertLessEqual(len(old), MOST_OLD_STATES)
+        self.assertGreater(len(old), 0)
+
+
+if __name__ == "__main__":
+    unittest.main()
