@@ -11,6 +11,9 @@ GUARD = "#ifndef KESTROVE_CORE_GOOD_H\n#define KESTROVE_CORE_GOOD_H\n#endif\n"
 
 FAULTY = (
     ("climbing include", "core/A.cpp", '#include "../api/B.h"\n', "climbs out"),
+    ("climbing include of a header", "core/Good.h",
+     GUARD.replace("#endif", '#include "../runtime/TcpSocket.h"\n#endif'), "climbs out"),
+    ("climbing include in angle brackets", "core/A.cpp", "#include <core/../api/B.h>\n", "climbs out"),
     ("include without a folder", "core/A.cpp", '#include "B.h"\n', "start at the root"),
     ("own header not first", "core/Good.cpp", '#include <string>\n#include "core/Good.h"\n',
      "core/Good.h first"),
