@@ -13,6 +13,7 @@
 #include "core/Functors.h"
 #include "core/Vector2.h"
 #include "core/Vector3.h"
+#include "core/Version.h"
 #include "platform/MPISocketClient.h"
 #include "wayline/Wayline.h"
 

@@ -10,21 +10,26 @@ install(TARGETS KestroveNavigation EXPORT KestroveNavigationTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     COMPONENT library NAMELINK_COMPONENT development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
-foreach(folder core platform wayline api)
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/${folder}
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestrove COMPONENT development
-    FILES_MATCHING PATTERN "*.h"
-    PATTERN "CallFrame.h" EXCLUDE PATTERN "NumberText.h" EXCLUDE)
-endforeach()
 if(KESTROVE_BUILD_TESTING_LIBRARY)
   install(TARGETS KestroveNavigationTesting EXPORT KestroveNavigationTargets
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
-  install(FILES
-    ${PROJECT_SOURCE_DIR}/testing/Answer.h
-    ${PROJECT_SOURCE_DIR}/testing/ScriptedService.h
-    ${PROJECT_SOURCE_DIR}/testing/Value.h
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestrove/testing COMPONENT development)
 endif()
+
+file(GLOB public_headers RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS
+  core/*.h platform/*.h wayline/*.h api/*.h)
+list(REMOVE_ITEM public_headers api/CallFrame.h wayline/NumberText.h)
+if(KESTROVE_BUILD_TESTING_LIBRARY)
+  list(APPEND public_headers testing/Answer.h testing/ScriptedService.h testing/Value.h)
+endif()
+set(copied_headers ${PROJECT_BINARY_DIR}/installed-headers)
+install(CODE "
+  set(SOURCE \"${PROJECT_SOURCE_DIR}\")
+  set(OUTPUT \"${copied_headers}\")
+  set(HEADERS \"${public_headers}\")
+  include(\"${PROJECT_SOURCE_DIR}/cmake/InstallHeaders.cmake\")"
+  COMPONENT development)
+install(DIRECTORY ${copied_headers}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestrove
+  COMPONENT development)
 
 set(package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/KestroveNavigation)
 install(EXPORT KestroveNavigationTargets NAMESPACE Kestrove::

@@ -179,7 +179,7 @@ struct SignatureOf<Result (Class::*)(Arguments...) const noexcept>
 /// @return a new functor, of the template for so many arguments. It belongs to whomever it is
 ///         handed to; who keeps it deletes it.
 template <typename Callable, typename CallOperator = decltype(&Callable::operator())>
-auto MakeFunctor(Callable callable)
+[[nodiscard]] auto MakeFunctor(Callable callable)
 {
     using Functor = typename Detail::SignatureOf<CallOperator>::template Functor<Callable>;
     return new Functor(std::move(callable));
@@ -190,7 +190,7 @@ auto MakeFunctor(Callable callable)
 /// @param function the function; must not be null.
 /// @return as from the overload for lambdas.
 template <typename Result, typename... Arguments>
-auto MakeFunctor(Result (*function)(Arguments...))
+[[nodiscard]] auto MakeFunctor(Result (*function)(Arguments...))
 {
     return new Detail::CallableFunctor<Result (*)(Arguments...), Result, Arguments...>(function);
 }
@@ -202,7 +202,7 @@ auto MakeFunctor(Result (*function)(Arguments...))
 /// @param callable is moved or copied into the functor and destroyed with it.
 /// @return as MakeFunctor().
 template <typename Result, typename Argument1, typename Callable>
-Functor1<Result, Argument1>* MakeFunctor1(Callable callable)
+[[nodiscard]] Functor1<Result, Argument1>* MakeFunctor1(Callable callable)
 {
     return new Detail::CallableFunctor<Callable, Result, Argument1>(std::move(callable));
 }
@@ -212,7 +212,7 @@ Functor1<Result, Argument1>* MakeFunctor1(Callable callable)
 /// @param callable is moved or copied into the functor and destroyed with it.
 /// @return as MakeFunctor().
 template <typename Result, typename Argument1, typename Argument2, typename Callable>
-Functor2<Result, Argument1, Argument2>* MakeFunctor2(Callable callable)
+[[nodiscard]] Functor2<Result, Argument1, Argument2>* MakeFunctor2(Callable callable)
 {
     return new Detail::CallableFunctor<Callable, Result, Argument1, Argument2>(std::move(callable));
 }
@@ -223,7 +223,7 @@ Functor2<Result, Argument1, Argument2>* MakeFunctor2(Callable callable)
 /// @return as MakeFunctor().
 template <typename Result, typename Argument1, typename Argument2, typename Argument3,
           typename Callable>
-Functor3<Result, Argument1, Argument2, Argument3>* MakeFunctor3(Callable callable)
+[[nodiscard]] Functor3<Result, Argument1, Argument2, Argument3>* MakeFunctor3(Callable callable)
 {
     return new Detail::CallableFunctor<Callable, Result, Argument1, Argument2, Argument3>(
         std::move(callable));
@@ -235,7 +235,8 @@ Functor3<Result, Argument1, Argument2, Argument3>* MakeFunctor3(Callable callabl
 /// @return as MakeFunctor().
 template <typename Result, typename Argument1, typename Argument2, typename Argument3,
           typename Argument4, typename Callable>
-Functor4<Result, Argument1, Argument2, Argument3, Argument4>* MakeFunctor4(Callable callable)
+[[nodiscard]] Functor4<Result, Argument1, Argument2, Argument3, Argument4>*
+MakeFunctor4(Callable callable)
 {
     return new Detail::CallableFunctor<Callable, Result, Argument1, Argument2, Argument3,
                                        Argument4>(std::move(callable));
@@ -247,7 +248,7 @@ Functor4<Result, Argument1, Argument2, Argument3, Argument4>* MakeFunctor4(Calla
 /// @return as MakeFunctor().
 template <typename Result, typename Argument1, typename Argument2, typename Argument3,
           typename Argument4, typename Argument5, typename Callable>
-Functor5<Result, Argument1, Argument2, Argument3, Argument4, Argument5>*
+[[nodiscard]] Functor5<Result, Argument1, Argument2, Argument3, Argument4, Argument5>*
 MakeFunctor5(Callable callable)
 {
     return new Detail::CallableFunctor<Callable, Result, Argument1, Argument2, Argument3, Argument4,

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include <api/NavigationAPI.h>
+#include <api/Subscription.h>
 
 #include "examples/drive_display.h"
 #include "examples/drive_picture.h"
@@ -23,7 +23,6 @@
 
 namespace {
 
-using Core::Functors::MakeFunctor;
 using Core::Maths::Vector2;
 using Core::Maths::Vector3;
 
@@ -77,6 +76,7 @@ private:
     Vector2<double> m_position;
     bool m_canEngage = false;
     bool m_isEngaged = false;
+    std::vector<Kestrove::Subscription> m_subscriptions; // behind what they use: they end first
 };
 
 CLineSteering::CLineSteering()
@@ -86,11 +86,6 @@ CLineSteering::CLineSteering()
 
 CLineSteering::~CLineSteering()
 {
-    // The functors refer to this object: null has the library delete them.
-    m_navigation.SetEngageStatusCallback(nullptr);
-    m_navigation.SetGuidanceStatusCallback(nullptr);
-    m_navigation.SetRelativePositionCallback(nullptr);
-    m_navigation.SetDrawPointsCallback(nullptr);
     if (m_navigation.IsLinkUp()) {
         m_navigation.SetVelocitySetPoint(0.0F);
         m_navigation.DisengageSteering();
@@ -100,22 +95,22 @@ CLineSteering::~CLineSteering()
 
 void CLineSteering::Listen()
 {
-    m_navigation.SetEngageStatusCallback(
-        MakeFunctor([this](bool engaged, bool canEngage, bool, bool, bool) {
+    m_subscriptions.push_back(Kestrove::OnEngageStatus(
+        m_navigation, [this](bool engaged, bool canEngage, bool, bool, bool) {
             m_isEngaged = engaged;
             m_canEngage = canEngage;
         }));
-    m_navigation.SetRelativePositionCallback(
-        MakeFunctor([this](const Vector2<double>& position, double) { m_position = position; }));
-    m_navigation.SetGuidanceStatusCallback(
-        MakeFunctor([this](int, double crossTrackError, double, double) {
+    m_subscriptions.push_back(Kestrove::OnRelativePosition(
+        m_navigation, [this](const Vector2<double>& position, double) { m_position = position; }));
+    m_subscriptions.push_back(Kestrove::OnGuidanceStatus(
+        m_navigation, [this](int, double crossTrackError, double, double) {
             m_record.Add(m_position, crossTrackError);
             if (!m_record.Legs().empty()) {
                 m_display.Show(m_record.LegDistance(), crossTrackError);
             }
         }));
-    m_navigation.SetDrawPointsCallback(
-        MakeFunctor([this](const PointsC& points) { m_record.AddPass(points); }));
+    m_subscriptions.push_back(Kestrove::OnDrawPoints(
+        m_navigation, [this](const PointsC& points) { m_record.AddPass(points); }));
 }
 
 void CLineSteering::Fail(const std::string& what) const

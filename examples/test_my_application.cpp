@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <api/NavigationAPI.h>
+#include <api/Subscription.h>
 #include <testing/ScriptedService.h>
 
 namespace {
@@ -17,9 +17,10 @@ class CrossTrackDisplay
 {
 public:
     explicit CrossTrackDisplay(CNavigationAPI& navigation)
+        : m_errors(
+              Kestrove::OnGuidanceStatus(navigation, [this](int, double crossTrackError, double,
+                                                            double) { Show(crossTrackError); }))
     {
-        navigation.SetGuidanceStatusCallback(Core::Functors::MakeFunctor(
-            [this](int, double crossTrackError, double, double) { Show(crossTrackError); }));
     }
     const std::string& Text() const { return m_text; }
 
@@ -31,6 +32,7 @@ private:
     }
 
     std::string m_text = "no signal";
+    Kestrove::Subscription m_errors; // ends with the display
 };
 
 /// Moves the line by `offset` metres and begins to steer along it.
@@ -99,5 +101,4 @@ TEST(MyApplication, ShowsTheCrossTrackErrorAsItComes)
     service.Push("cb_guidance_status", {0, -0.25, 0.0, 0.0});
     EXPECT_TRUE(navigation.ProcessMessages(true)); // waits for the event
     EXPECT_EQ("-25 cm", display.Text());
-    navigation.SetGuidanceStatusCallback(nullptr); // deletes the functor
 }

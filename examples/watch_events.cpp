@@ -8,49 +8,37 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include <api/NavigationAPI.h>
+#include <api/Subscription.h>
 
 namespace {
 
-using Core::Functors::MakeFunctor;
-
 constexpr int kLookForServiceMilliseconds = 500;
 
-/// The connection, with functors that print.
+/// The connection, with subscriptions that print.
 class CWatchedNavigation
 {
 public:
-    CWatchedNavigation()
-    {
-        m_navigation.SetEngageStatusCallback(
-            MakeFunctor([](bool engaged, bool possible, bool active, bool, bool) {
-                std::cout << "steering "
-                          << (engaged    ? "engaged"
-                              : possible ? "possible"
-                                         : "off")
-                          << ", navigation " << (active ? "active" : "off") << std::endl;
-            }));
-        m_navigation.SetGuidanceStatusCallback(
-            MakeFunctor([](int pass, double crossTrackError, double, double) {
-                std::cout << "pass " << pass << ", " << crossTrackError * 100 << " cm" << std::endl;
-            }));
-        m_navigation.SetImplementWidthCallback(MakeFunctor(
-            [](double width) { std::cout << "implement " << width << " m" << std::endl; }));
-    }
-    ~CWatchedNavigation()
-    {
-        // Null has the library delete the functors; the connection's end alone does not.
-        m_navigation.SetEngageStatusCallback(nullptr);
-        m_navigation.SetGuidanceStatusCallback(nullptr);
-        m_navigation.SetImplementWidthCallback(nullptr);
-    }
-    CWatchedNavigation(const CWatchedNavigation&) = delete;
-    CWatchedNavigation& operator=(const CWatchedNavigation&) = delete;
-
     CNavigationAPI& operator*() { return m_navigation; }
 
 private:
     CNavigationAPI m_navigation;
+    // Behind the connection, so that they end before it.
+    Kestrove::Subscription m_engageStatus = Kestrove::OnEngageStatus(
+        m_navigation, [](bool engaged, bool possible, bool active, bool, bool) {
+            std::cout << "steering "
+                      << (engaged    ? "engaged"
+                          : possible ? "possible"
+                                     : "off")
+                      << ", navigation " << (active ? "active" : "off") << std::endl;
+        });
+    Kestrove::Subscription m_guidanceStatus = Kestrove::OnGuidanceStatus(
+        m_navigation, [](int pass, double crossTrackError, double, double) {
+            std::cout << "pass " << pass << ", " << crossTrackError * 100 << " cm" << std::endl;
+        });
+    Kestrove::Subscription m_implementWidth =
+        Kestrove::OnImplementWidth(m_navigation, [](double width) {
+            std::cout << "implement " << width << " m" << std::endl;
+        });
 };
 
 /// Does what a command says; false when it says to end.

@@ -64,8 +64,9 @@ public:
     virtual int CheckCallbacks();
     /// Sets the time-out of requests, of sending and of ProcessMessages(true).
     ///
-    /// @param timeoutMilliseconds the time-out; -1 waits without limit. 2000 unless set. Applied at
-    ///        the next call.
+    /// @param timeoutMilliseconds the time-out; a negative one waits without limit. 2000 unless
+    /// set.
+    ///        Applied at the next call.
     virtual void SetTimeout(int timeoutMilliseconds)
     {
         m_timeoutMilliseconds = timeoutMilliseconds;

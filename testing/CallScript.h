@@ -21,7 +21,9 @@ public:
 
     /// What to do with a call. One that is not in the script is noted and answered with an error.
     CAnswer Take(const std::string& name, const std::string& arguments);
-    /// Calls nobody expected and expected calls that did not come, a line each.
+    /// Notes a line of what the test itself did wrong; nothing when it is empty.
+    void Note(const std::string& problem) { m_unexpected += problem; }
+    /// Calls nobody expected, what was noted, and expected calls that did not come, a line each.
     std::string Problems() const;
 
 private:

@@ -79,7 +79,7 @@ void CScriptedService::Push(const std::string& event, const std::vector<CValue>&
 
 void CScriptedService::PushList(const std::string& event, const BListC& payload)
 {
-    m_state->OnLoop([&] { m_state->Server().Push(event, payload); });
+    m_state->OnLoop([&] { m_state->Push(event, payload); });
 }
 
 void CScriptedService::PushToAll(const std::string& event, const std::vector<CValue>& payload)

@@ -99,8 +99,8 @@ public:
     /// Forgets every expectation, every standing answer and what was unexpected.
     void ForgetScript();
     /// @return what did not go by the script so far, a line each: calls that nobody expected,
-    ///         expected calls that did not come, and connections that sent what is no message.
-    ///         Empty when all is well.
+    ///         expected calls that did not come, pushed events with which nothing was called (see
+    ///         Push()), and connections that sent what is no message. Empty when all is well.
     std::string Problems() const;
 
     /// @}
@@ -128,17 +128,19 @@ public:
     /// @name Events and held answers
     /// @{
 
-    /// Pushes an event to every client that has subscribed to it.
+    /// Pushes an event to every client that has subscribed to it. Problems() shows one to which
+    /// nobody has subscribed (yet: see WaitForSubscriptions()), as when its name is misspelt, and
+    /// one of the service's that has an element too few or too many for the client to take it.
     ///
     /// @param event its name.
     /// @param payload its elements, in order.
     void Push(const std::string& event, const std::vector<CValue>& payload);
-    /// Pushes an event to every client that has subscribed to it.
+    /// Pushes an event by the rules of Push().
     ///
     /// @param event its name.
     /// @param payload its elements as the library's list, which stays the caller's.
     void PushList(const std::string& event, const BListC& payload);
-    /// Pushes an event to every client, subscribed or not.
+    /// Pushes an event to every client, subscribed or not, whatever its name and elements.
     ///
     /// @param event its name.
     /// @param payload its elements, in order.

@@ -5,6 +5,8 @@
 
 #include <asio/steady_timer.hpp>
 
+#include "testing/EventForm.h"
+
 namespace Kestrove::Testing {
 namespace {
 
@@ -91,6 +93,7 @@ void CScriptedService::StateC::NotificationReceived(ClientNumber client, const s
 
 void CScriptedService::StateC::Subscribed(ClientNumber client, const std::string& event)
 {
+    m_subscribers[event].insert(client);
     Record({CReceived::EKind::Subscription, event, std::make_unique<BListC>(nullptr), client});
 }
 
@@ -109,6 +112,9 @@ void CScriptedService::StateC::ClientConnected(ClientNumber client)
 
 void CScriptedService::StateC::ClientDisconnected(ClientNumber client, const std::string&)
 {
+    for (auto& [event, clients] : m_subscribers) {
+        clients.erase(client);
+    }
     Locked([&] {
         m_clients.erase(std::remove(m_clients.begin(), m_clients.end(), client), m_clients.end());
     });
@@ -146,6 +152,15 @@ void CScriptedService::StateC::Give(const CPending& pending)
         m_server.Disconnect(client, "reset by the script", true);
         break;
     }
+}
+
+void CScriptedService::StateC::Push(const std::string& event, const BListC& payload)
+{
+    const auto found = m_subscribers.find(event);
+    const std::size_t subscribers = found == m_subscribers.end() ? 0 : found->second.size();
+    const std::string problem = ProblemOfPush(event, payload, subscribers);
+    Locked([&] { m_script.Note(problem); });
+    m_server.Push(event, payload);
 }
 
 void CScriptedService::StateC::ReleaseHeld()

@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -69,6 +70,8 @@ public:
         return m_changed.wait_for(lock, std::chrono::milliseconds(timeoutMilliseconds), condition);
     }
 
+    /// Pushes to the subscribers, and notes when nothing would be called with it. On the loop.
+    void Push(const std::string& event, const BListC& payload);
     void ReleaseHeld();
     /// How many have been recorded under a name. Behind the mutex.
     std::size_t CountCalls(const std::string& name) const { return Count(m_callCounts, name); }
@@ -119,6 +122,7 @@ private:
     mutable std::condition_variable m_changed;
     Counts m_callCounts;
     Counts m_subscriptionCounts;
+    std::map<std::string, std::set<ClientNumber>> m_subscribers; // of the loop's thread alone
     std::vector<CPending> m_held;
     MPISocketServerC m_server;
     std::thread m_thread;

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 #include <optional>
+#include <utility>
 
 #include "bindings/python/Casters.h"
 #include "bindings/python/Client.h"
@@ -104,6 +105,15 @@ std::unique_ptr<CEventIterator> Events(const py::object& client, const py::args&
     return std::make_unique<CEventIterator>(client, KindsOf(kinds), seconds);
 }
 
+py::object SetEventCallable(CClient& client, std::size_t kind, py::object callable)
+{
+    if (!callable.is_none() && PyCallable_Check(callable.ptr()) == 0) {
+        throw py::type_error("neither callable nor None");
+    }
+    client.SetCallable(kind, callable);
+    return callable;
+}
+
 void DefineEvents(py::class_<CClient>& client)
 {
     for (std::size_t kind = 0; kind < kEventKindCount; ++kind) {
@@ -114,11 +124,7 @@ void DefineEvents(py::class_<CClient>& client)
         client.def(
             event.operation,
             [kind](CClient& self, py::object callable) {
-                if (!callable.is_none() && PyCallable_Check(callable.ptr()) == 0) {
-                    throw py::type_error("neither callable nor None");
-                }
-                self.SetCallable(kind, callable);
-                return callable;
+                return SetEventCallable(self, kind, std::move(callable));
             },
             summary.c_str(), py::arg("callable"));
     }

@@ -174,6 +174,47 @@ TEST_P(RequestContract, FailsOnAReplyOfAnotherTypeAndDestroysIt)
     EXPECT_EQ(recording.LiveElements(), row.disposal == EDisposal::Kept ? 1 : 0);
 }
 
+/// What requests do whose reply is an int.
+class IntReplyContract : public WireContract
+{
+protected:
+    std::string ResultOf(double reply)
+    {
+        recording.ReplyWith(new BAtomC(reply));
+        return row.run(api);
+    }
+    /// What the row returns for a reply of 0.
+    std::string ResultOfZero() const
+    {
+        if (row.service == "set_wayline") {
+            return "true"; // any reply will do
+        }
+        return row.result == "true" ? "false" : "0";
+    }
+};
+
+TEST_P(IntReplyContract, ReadsADoubleWithoutItsFraction)
+{
+    const std::unique_ptr<BElementC> normal(row.reply());
+    const int number = dynamic_cast<const BAtomC&>(*normal).IntValue();
+
+    EXPECT_EQ(ResultOf(number < 0 ? number - 0.5 : number + 0.5), row.result) << row.operation;
+    EXPECT_EQ(ResultOf(0.5), ResultOfZero()) << row.operation;
+    EXPECT_EQ(ResultOf(-0.9), ResultOfZero()) << row.operation;
+}
+
+std::vector<Row> RowsWithIntReply()
+{
+    std::vector<Row> rows;
+    for (const Row& row : Contract::Table()) {
+        const std::unique_ptr<BElementC> normal(row.reply ? row.reply() : nullptr);
+        if (normal != nullptr && normal->Type() == EBElementType::Integer) {
+            rows.push_back(row);
+        }
+    }
+    return rows;
+}
+
 std::vector<Row> RowsOf(EKind kind)
 {
     std::vector<Row> rows;
@@ -187,6 +228,8 @@ std::vector<Row> RowsOf(EKind kind)
 
 INSTANTIATE_TEST_SUITE_P(Operation, WireContract, testing::ValuesIn(Contract::Table()), TestName);
 INSTANTIATE_TEST_SUITE_P(Operation, RequestContract, testing::ValuesIn(RowsOf(EKind::Request)),
+                         TestName);
+INSTANTIATE_TEST_SUITE_P(Operation, IntReplyContract, testing::ValuesIn(RowsWithIntReply()),
                          TestName);
 INSTANTIATE_TEST_SUITE_P(Operation, NotificationContract,
                          testing::ValuesIn(RowsOf(EKind::Notification)), TestName);

@@ -10,6 +10,18 @@ std::string TestName(const testing::TestParamInfo<EventRow>& info)
     return info.param.event + "_" + std::to_string(info.index);
 }
 
+/// A copy of numbers in which the ints are doubles with a fraction.
+std::unique_ptr<BListC> WithFractions(const BListC& payload)
+{
+    auto list = std::make_unique<BListC>(nullptr);
+    for (int i = 0; i < payload.Size(); ++i) {
+        const double number = payload.GetDouble(i);
+        const bool isInt = payload.TypeAt(i) == EBElementType::Integer;
+        list->AddDouble(!isInt ? number : number < 0.0 ? number - 0.5 : number + 0.5);
+    }
+    return list;
+}
+
 /// A copy of numbers without its last.
 std::unique_ptr<BListC> OneShort(const BListC& payload)
 {
@@ -50,6 +62,15 @@ TEST_P(EventContract, CallsTheFunctorWithTheElements)
     EXPECT_EQ(OutputOf(*payload), row.trace);
 
     EXPECT_EQ(calls, row.call);
+}
+
+TEST_P(EventContract, ReadsADoubleInThePlaceOfAnIntWithoutItsFraction)
+{
+    const auto payload = WithFractions(*row.makePayload());
+
+    EXPECT_EQ(OutputOf(*payload), row.trace);
+
+    EXPECT_EQ(calls, row.call) << Doubles::Describe(*payload);
 }
 
 TEST_P(EventContract, DropsAPayloadThatIsOneShort)

@@ -260,6 +260,13 @@ TEST_F(DrawPoints, GivesNoMorePointsThanAreAnnounced)
     EXPECT_EQ(events, "[(1.1, 2.1)]");
 }
 
+TEST_F(DrawPoints, ReadsADoubleInThePlaceOfTheNumberWithoutItsFraction)
+{
+    DeliverList("cb_draw_points", 1.9, 1.1, 2.1, 3.1, 4.1);
+    DeliverList("cb_draw_points", -0.5, 1.1, 2.1);
+    EXPECT_EQ(events, "[(1.1, 2.1)][]");
+}
+
 TEST_F(DrawPoints, CallsTheFunctorWithoutPointsToo)
 {
     DeliverList("cb_draw_points", 0);

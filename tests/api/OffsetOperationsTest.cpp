@@ -51,6 +51,16 @@ TEST_F(OffsetOperations, ReadMissingElementsOfANudgeAsZero)
     EXPECT_EQ(nudge, Vector(2.1, 0.0, 0.0));
 }
 
+TEST_F(OffsetOperations, ReadADoubleInThePlaceOfTheStatusWithoutItsFraction)
+{
+    recording.ReplyWith(ListOf(0.5, 1.1, 2.1, 3.1).release());
+    EXPECT_EQ(api.Nudge(nudge, true, 0.1), 0);
+
+    recording.ReplyWith(ListOf(-1.9, 1.1, 2.1, 3.1).release());
+    EXPECT_EQ(api.AutoSetNudge(nudge), -1);
+    EXPECT_EQ(nudge, Vector(1.1, 2.1, 3.1));
+}
+
 TEST_F(OffsetOperations, IgnoreFurtherElementsOfANudge)
 {
     recording.ReplyWith(ListOf(1.1, 2.1, 3.1, 4.1, 5.1).release());

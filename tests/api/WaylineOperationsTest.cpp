@@ -32,6 +32,13 @@ TEST_F(WaylineOperations, CalculateHeadingsOfNoWaylinesGiveWhatTheServiceReplies
     EXPECT_TRUE(api.CalculateHeadings({}).empty());
 }
 
+TEST_F(WaylineOperations, CalculateHeadingsMakeRoomForAllHeadingsAtOnce)
+{
+    Reply(ListOf(0.1, 1.1, 2.1, 3.1, 4.1).release());
+
+    EXPECT_EQ(api.CalculateHeadings({}).capacity(), 5U) << "room that has grown would be for 8";
+}
+
 TEST_F(WaylineOperations, CalculateHeadingsGiveNothingForAReplyThatIsNoList)
 {
     Reply(new BAtomC(0.1));

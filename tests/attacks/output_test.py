@@ -30,7 +30,7 @@ def send_refused():
     with connect() as link:
         while True:
             link.sendall(10 * BAD)
-            time.sleep(0.01)
+            time.sleep(0.01)  # the attack's pace
 
 
 def flood_with_refused():
@@ -102,7 +102,7 @@ class Pipe:
             try:
                 text += os.read(self.reading, 65536)
             except BlockingIOError:
-                time.sleep(0.01)
+                time.sleep(0.01)  # between two looks
         return text
 
 
@@ -234,7 +234,7 @@ class Output(AttackTest):
                 if simulator.process.poll() is not None or time.monotonic() > deadline:
                     break
                 simulator.process.send_signal(number)
-                time.sleep(0.005)
+                time.sleep(0.005)  # as somebody who is impatient
             self.assertEqual(0, simulator.process.returncode)
             self.assertEqual(["state.json"], os.listdir(folder))
 
@@ -285,7 +285,7 @@ class Track(AttackTest):
             wait_for(lambda: "the track file cannot be written any more" in simulator.errors(),
                      "the end of the track file")
             with HonestClient() as honest:
-                time.sleep(ATTACK_SECONDS)
+                time.sleep(ATTACK_SECONDS)  # the attack's length
             self.assert_untroubled(honest.report)
             self.assert_ends_in_time(simulator)
 

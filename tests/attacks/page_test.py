@@ -52,7 +52,7 @@ def hold(count, *texts):
         if len(links) > count:
             links.pop(0).close()
         if len(links) == count:
-            time.sleep(0.01)
+            time.sleep(0.01)  # the attack's pace
 
 
 def silent_70():

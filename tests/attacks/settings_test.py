@@ -55,7 +55,7 @@ class Settings(AttackTest):
             now = os.stat(self.path).st_ino
             count += now != last
             last = now
-            time.sleep(0.002)
+            time.sleep(0.002)  # between two looks
         return count - 1, time.monotonic() - start
 
     def test_that_do_not_change_are_saved_once(self):

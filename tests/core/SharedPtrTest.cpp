@@ -244,6 +244,30 @@ TEST_F(SharedPtr, FreesTheCounterBeforeTheObject)
     EXPECT_EQ(order, "counter object ");
 }
 
+/// A thing that, while it is destroyed, looks at the pointer that held it.
+class CWitness
+{
+public:
+    explicit CWitness(std::string& seen) : m_seen(seen) {}
+    ~CWitness() { m_seen += pointer->Get() == this ? "still held" : "not held"; }
+    const Core::SharedPtr<CWitness, SimpleReferenceCounter>* pointer = nullptr;
+
+private:
+    std::string& m_seen;
+};
+
+TEST_F(SharedPtr, HoldsItsObjectUntilThatIsDestroyed)
+{
+    std::string seen;
+    Core::SharedPtr<CWitness, SimpleReferenceCounter> pointer(new CWitness(seen));
+    pointer->pointer = &pointer;
+
+    pointer.Dereference();
+
+    EXPECT_EQ(seen, "still held");
+    EXPECT_EQ(pointer.Get(), nullptr);
+}
+
 TEST_F(SharedPtr, AssignedReturnsAFurtherOwner)
 {
     ThingPtr target = NewThing();

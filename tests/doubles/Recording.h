@@ -31,6 +31,7 @@ namespace Doubles {
 ///     Reserve 2                          on an empty list ("Reserve 2 after 1" on a filled one)
 ///     AddInt64 5, Add 2.5                a number added by another way than AddInt() or
 ///                                    AddDouble()
+///     SplitString options 1              a text split with an option, of which there is none but 0
 ///     CallMethod EngageSteering [int 1]  a request, with a snapshot of its arguments
 ///     SendNotification set_nudge [int 1, double 2.5]
 ///     RequestCallback cb_offsets

@@ -3,6 +3,8 @@
 #include <charconv>
 #include <sstream>
 
+#include "tests/doubles/Recording.h"
+
 namespace Core::Utilities {
 
 namespace {
@@ -28,8 +30,11 @@ int ParseWhole(const std::string& text, Number& value)
 } // namespace
 
 int SplitString(const std::string& text, char separator, std::vector<std::string>& parts,
-                int /*options*/)
+                int options)
 {
+    if (options != 0) {
+        Doubles::Recording().Note("SplitString options " + std::to_string(options));
+    }
     parts.clear();
     std::istringstream stream(text);
     for (std::string word; std::getline(stream, word, separator);) {

@@ -504,7 +504,7 @@ class LongFiles(Files):
                 if early == 0 and len(service.samples) > SAMPLES // 10:
                     early = most_memory(process.pid)
                 late = most_memory(process.pid) or late
-                time.sleep(0.01)
+                time.sleep(0.01)  # between two looks
             output, _ = process.communicate(timeout=LONG_DEADLINE_SECONDS)
         self.assertEqual(0, process.returncode)
         self.assertEqual(list(range(1, SAMPLES + 1)),

@@ -51,8 +51,8 @@ void FeedAndCheck(int seconds)
     const int count = seconds * kSamplesPerSecond;
     const auto start = std::chrono::steady_clock::now();
     for (int sample = 0; sample < count; ++sample) {
-        // The pace of the feed, not a wait for anything.
-        std::this_thread::sleep_until(start + std::chrono::microseconds(1000) * sample);
+        const auto due = start + std::chrono::microseconds(1000) * sample;
+        std::this_thread::sleep_until(due); // the pace of the feed, not a wait for anything
         ASSERT_EQ(0, Feed(navigation, sample)) << sample;
     }
     ASSERT_TRUE(service.WaitForCalls("SetPositionData", static_cast<std::size_t>(count)));

@@ -55,7 +55,7 @@ TEST(Faulty, Exits)
 TEST(Faulty, Hangs)
 {
     for (;;) {
-        std::this_thread::sleep_for(std::chrono::hours(1));
+        std::this_thread::sleep_for(std::chrono::hours(1)); // what is ended from outside
     }
 }
 
@@ -75,7 +75,7 @@ TEST(Faulty, LeavesAProcessAndCrashes)
 TEST(Faulty, LeavesAProcessAndHangs)
 {
     LeaveAProcess();
-    std::this_thread::sleep_for(std::chrono::hours(1));
+    std::this_thread::sleep_for(std::chrono::hours(1)); // what is ended from outside
 }
 
 TEST(Spoiling, MakesTheProcessEndWithAFault)

@@ -23,14 +23,14 @@ server = socket.create_server(("127.0.0.1", 5010))
 socket.create_connection(("127.0.0.1", 5010)).close()
 pathlib.Path(mine).touch()
 while not pathlib.Path(other).exists():
-    time.sleep(0.01)
+    time.sleep(0.01)  # between two looks
 """
 # Fails when another is at work at the same time.
 WORK_ALONE = """
 import os, sys, time
 for _ in range(10):
     os.mkdir(sys.argv[1])
-    time.sleep(0.01)
+    time.sleep(0.01)  # long enough to be met by another
     os.rmdir(sys.argv[1])
 """
 

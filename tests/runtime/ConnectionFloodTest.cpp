@@ -23,7 +23,7 @@ public:
     void DataReceived() override
     {
         ++m_reads;
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        std::this_thread::sleep_for(std::chrono::milliseconds(100)); // a slow reader
     }
     void Disconnected() override { ++m_ends; }
     int m_reads = 0;

@@ -148,6 +148,78 @@ TEST(ScriptedService, TellsWhatDidNotGoByTheScript)
               service.Problems());
 }
 
+struct PushRow
+{
+    const char* label;
+    const char* event;
+    std::vector<Kestrove::Testing::CValue> payload;
+    const char* problem;
+};
+
+const PushRow kPushes[] = {
+    {"a misspelt name",
+     "cb_ofsets",
+     {0.5},
+     "pushed without a subscriber, and no event of the service: cb_ofsets [double 0.5]\n"},
+    {"no subscriber",
+     "cb_implement_width_changed",
+     {3.5},
+     "pushed without a subscriber: cb_implement_width_changed [double 3.5]\n"},
+    {"an element too few",
+     "cb_engage_status",
+     {1, 0, 0, 0},
+     "pushed with too few elements, of 5: cb_engage_status [int 1, int 0, int 0, int 0]\n"},
+    {"an element too many",
+     "cb_offsets",
+     {0.5, 1},
+     "pushed with too many elements, of 1: cb_offsets [double 0.5, int 1]\n"},
+    {"a point too few",
+     "cb_draw_points",
+     {2, 0.5, 1.5, 2.5},
+     "pushed with too few elements, of 5: "
+     "cb_draw_points [int 2, double 0.5, double 1.5, double 2.5]\n"},
+    {"a number of points that cannot be",
+     "cb_draw_points",
+     {2147483647},
+     "pushed with too few elements, of 2000001: cb_draw_points [int 2147483647]\n"},
+    {"all well", "cb_offsets", {0.5}, ""},
+    {"more, where events may grow", "cb_wayline_status", {1, 0, 0, 4, 0.5, 7}, ""},
+    {"whole points", "cb_draw_points", {1, 0.5, 1.5}, ""},
+    {"a name of the application's own", "ev", {}, ""},
+};
+
+TEST(ScriptedService, ShowsAPushThatCallsNothing)
+{
+    CScriptedService service;
+    CRawClient client(kPort);
+    for (const char* const event :
+         {"cb_engage_status", "cb_offsets", "cb_wayline_status", "cb_draw_points", "ev"}) {
+        client.Send(Bytes::Subscription(event));
+        ASSERT_TRUE(service.WaitForSubscriptions(event, 1));
+    }
+    for (const PushRow& row : kPushes) {
+        service.ForgetScript();
+        service.Push(row.event, row.payload);
+        EXPECT_EQ(row.problem, service.Problems()) << row.label;
+    }
+}
+
+TEST(ScriptedService, ShowsAPushWhoseSubscriberHasLeft)
+{
+    CScriptedService service;
+    {
+        CRawClient client(kPort);
+        client.Send(Bytes::Subscription("cb_offsets"));
+        ASSERT_TRUE(service.WaitForSubscriptions("cb_offsets", 1));
+    }
+    ASSERT_TRUE(service.WaitForClients(0));
+
+    service.PushToAll("cb_ofsets", {});
+    EXPECT_EQ("", service.Problems());
+    service.Push("cb_offsets", {0.5});
+    EXPECT_EQ("pushed without a subscriber: cb_offsets [double 0.5]\n", service.Problems());
+}
+
 TEST(ScriptedService, PushesToSubscribersOrToAll)
 {
     CScriptedService service;

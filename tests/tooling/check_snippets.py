@@ -13,7 +13,7 @@ import sys
 from pathlib import Path
 
 BLOCK = re.compile(r"^```cpp\n(.*?)^```$", re.MULTILINE | re.DOTALL)
-PROLOGUE = "#include <api/NavigationAPI.h>\nvoid Snippet(CNavigationAPI& navigation)\n{\n"
+PROLOGUE = "#include <api/Subscription.h>\nvoid Snippet(CNavigationAPI& navigation)\n{\n"
 
 
 def documents(project):

@@ -8,7 +8,9 @@ Prints a line for each fault and exits with 1 when there is one:
   - a .cpp with a header of its own name beside it that does not include that header first
   - an include guard that is not KESTROVE_<FOLDER>_<FILE>_H, or #pragma once
   - "using namespace"
-  - a .cpp of more than 400 lines, 600 in tests/ (headers are half comment)
+  - a source of more than 400 lines, 600 in tests/; of a header, comments do not count
+  - a C++ function of more than 40 lines, 80 in tests/, where it may be a table
+  - a pause in tests/ that does not say, on its line, what it stands for
   - a top folder without a README.md
   - a file of the repository, of whatever kind, that tells where somebody has built the project
 """
@@ -25,8 +27,15 @@ INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
 BUILD_PLACE = re.compile(r"(?<![\w.~$})/-])/(?:home|root|work|workspace|tmp/build[\w-]*)/\w")
 # A source in the record of the interface that is not named from the project's root on.
 RECORDED_PLACE = re.compile(r"path='/")
+COMMENT = re.compile(r"^\s*//")
+# As the formatter leaves it: the brace that opens a function or a class stands alone.
+OPENING = re.compile(r"( *)\{")
+PAUSE = re.compile(r"\b(?:sleep|sleep_for|sleep_until|usleep|nanosleep)\(")
+EXPLAINED = re.compile(r"(?:#|//) ?\w")
 LONGEST_SOURCE = 400
 LONGEST_TEST = 600
+LONGEST_FUNCTION = 40
+LONGEST_TABLE = 80
 
 
 def include_faults(name, text, root):
@@ -53,6 +62,39 @@ def guard_faults(name, text):
     return []
 
 
+def function_faults(name, lines):
+    longest = LONGEST_TABLE if name.parts[0] == "tests" else LONGEST_FUNCTION
+    faults = []
+    for start, line in enumerate(lines):
+        opening = OPENING.fullmatch(line)
+        if not opening:
+            continue
+        closing = opening.group(1) + "}"
+        end = next((i for i in range(start, len(lines)) if lines[i].startswith(closing)), start)
+        # A class ends with a semicolon.
+        if lines[end] == closing and end - start - 1 > longest:
+            faults.append(f"{name}:{start}: a function of {end - start - 1} lines")
+    return faults
+
+
+def length_faults(name, text):
+    lines = text.splitlines()
+    faults = function_faults(name, lines) if name.suffix in (".cpp", ".h") else []
+    if name.suffix == ".h":
+        lines = [line for line in lines if not COMMENT.match(line)]
+    if len(lines) > (LONGEST_TEST if name.parts[0] == "tests" else LONGEST_SOURCE):
+        faults.append(f"{name}: {len(lines)} lines")
+    return faults
+
+
+def pause_faults(name, text):
+    if name.parts[0] != "tests":
+        return []
+    return [f"{name}:{number}: a pause that does not say why"
+            for number, line in enumerate(text.splitlines(), 1)
+            if PAUSE.search(line) and not EXPLAINED.search(line)]
+
+
 def file_faults(name, root):
     text = (root / name).read_text(encoding="utf-8")
     faults = include_faults(name, text, root)
@@ -60,11 +102,7 @@ def file_faults(name, root):
         faults += guard_faults(name, text)
     if re.search(r"^\s*using\s+namespace\b", text, re.MULTILINE):
         faults.append(f"{name}: using namespace")
-    lines = text.count("\n")
-    longest = LONGEST_TEST if name.parts[0] == "tests" else LONGEST_SOURCE
-    if name.suffix == ".cpp" and lines > longest:
-        faults.append(f"{name}: {lines} lines")
-    return faults
+    return faults + length_faults(name, text) + pause_faults(name, text)
 
 
 def tracked_files(root):
@@ -100,9 +138,13 @@ def faults_below(root):
         if not (root / folder / "README.md").exists():
             faults.append(f"{folder}/: no README.md")
         for path in sorted((root / folder).rglob("*")):
+            name = path.relative_to(root)
             if path.suffix in (".h", ".cpp"):
                 count += 1
-                faults += file_faults(path.relative_to(root), root)
+                faults += file_faults(name, root)
+            elif path.suffix == ".py":
+                text = path.read_text(encoding="utf-8")
+                faults += length_faults(name, text) + pause_faults(name, text)
     return faults, count
 
 

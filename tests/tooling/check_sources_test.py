@@ -11,6 +11,9 @@ GUARD = "#ifndef KESTROVE_CORE_GOOD_H\n#define KESTROVE_CORE_GOOD_H\n#endif\n"
 
 FAULTY = (
     ("climbing include", "core/A.cpp", '#include "../api/B.h"\n', "climbs out"),
+    ("climbing include of a header", "core/Good.h",
+     GUARD.replace("#endif", '#include "../runtime/TcpSocket.h"\n#endif'), "climbs out"),
+    ("climbing include in angle brackets", "core/A.cpp", "#include <core/../api/B.h>\n", "climbs out"),
     ("include without a folder", "core/A.cpp", '#include "B.h"\n', "start at the root"),
     ("own header not first", "core/Good.cpp", '#include <string>\n#include "core/Good.h"\n',
      "core/Good.h first"),
@@ -22,6 +25,23 @@ FAULTY = (
     ("somebody's home", "core/notes.md", "built in " + "/ho" + "me/me/project\n", "was built"),
     ("source of a record", "core/a.abi", "<abi-instr pa" + "th='/src/a.cpp'>\n", "was built"),
     ("long file", "core/A.cpp", "int x;\n" * 401, "401 lines"),
+    ("long script", "core/a.py", "x = 1\n" * 401, "401 lines"),
+    ("long test", "tests/A.cpp", "int x;\n" * 601, "601 lines"),
+    ("long header", "core/Good.h", "/// x\n" * 500 + GUARD + "int x;\n" * 398, "401 lines"),
+    ("long function", "core/A.cpp", "void F()\n{\n" + "    F();\n" * 41 + "}\n", "of 41 lines"),
+    ("long member", "core/A.cpp",
+     "class A\n{\n    void F()\n    {\n" + "        F();\n" * 41 + "    }\n};\n", "of 41 lines"),
+    ("long table", "tests/A.cpp", "void F()\n{\n" + "    F();\n" * 81 + "}\n", "of 81 lines"),
+    ("bare pause", "tests/A.cpp", "std::this_thread::sle" + "ep_for(second);\n", "say why"),
+    ("bare pause of a script", "tests/a.py", "time.sle" + "ep(1)\n", "say why"),
+)
+# What comes close to a fault.
+FAULTLESS = (
+    ("core/Good.h", GUARD.replace("#endif", "/// x\n" * 500 + "#endif")),
+    ("core/A.cpp", "void F()\n{\n" + "    F();\n" * 40 + "}\n"),
+    ("core/A.cpp", "class A\n{\n" + "    void F();\n" * 41 + "};\n"),
+    ("tests/A.cpp", "void F()\n{\n" + "    F();\n" * 80 + "}\n" + "int x;\n" * 517),
+    ("tests/a.py", "time.sle" + "ep(1)  # between two looks\n"),
 )
 
 
@@ -32,6 +52,8 @@ class CheckSources(unittest.TestCase):
             (root / "core").mkdir()
             (root / "core" / "README.md").write_text("core\n")
             (root / "core" / "Good.h").write_text(GUARD)
+            (root / name).parent.mkdir(exist_ok=True)
+            (root / name).with_name("README.md").write_text("about it\n")
             (root / name).write_text(text)
             return faults_below(root)[0]
 
@@ -46,6 +68,11 @@ class CheckSources(unittest.TestCase):
     def test_accepts_a_source_that_keeps_the_rules(self):
         text = '#include "core/Good.h"\n\n#include <string>\n\n#include "platform/BElement.h"\n'
         self.assertEqual([], self.faults_with("core/Good.cpp", text))
+
+    def test_accepts_what_comes_close(self):
+        for name, text in FAULTLESS:
+            with self.subTest(name):
+                self.assertEqual([], self.faults_with(name, text))
 
     def test_finds_the_place_of_the_sources_themselves(self):
         with tempfile.TemporaryDirectory() as directory:

@@ -6,6 +6,7 @@ import shutil
 import subprocess
 import tempfile
 import unittest
+from html.parser import HTMLParser
 from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parents[2]
@@ -17,6 +18,37 @@ ENUMERATIONS = (("ELinkError", "globals_enum.html", "LinkError_8h.html", "TimedO
                  "Overshoot"))
 FUNCTION = "#ifndef H\n#define H\n/// @file\n/// A header.\n\n{}int Count(int number);\n#endif\n"
 COMMENT = "/// Counts.\n///\n/// @param number where to begin.\n/// @return the count.\n"
+
+
+class Page(HTMLParser):
+    """The anchors of a page, and where its links lead."""
+
+    def __init__(self, path):
+        super().__init__()
+        self.anchors = set()
+        self.links = set()
+        self.feed(path.read_text(encoding="utf-8"))
+
+    def handle_starttag(self, tag, attrs):
+        attributes = dict(attrs)
+        self.anchors |= {attributes[key] for key in ("id", "name") if attributes.get(key)}
+        self.links |= {attributes[key] for key in ("href", "src") if attributes.get(key)}
+
+
+def dead_links(html):
+    """The links of all pages that lead to no file and no anchor, each behind its page."""
+    pages = {path.name: Page(path) for path in html.glob("*.html")}
+    dead = []
+    for name, page in pages.items():
+        for link in page.links:
+            target, _, anchor = link.partition("#")
+            target = target or name
+            if re.match(r"[a-z]+:", link):
+                continue
+            if not (html / target).exists() or (
+                    anchor and target in pages and anchor not in pages[target].anchors):
+                dead.append(f"{name}: {link}")
+    return sorted(dead)
 
 
 def doxyfile():
@@ -67,6 +99,22 @@ class Reference(unittest.TestCase):
             linked)
         for page in linked:
             self.assertTrue((self.html / page).exists(), page)
+
+
+    def test_has_no_link_that_leads_nowhere(self):
+        self.assertEqual([], dead_links(self.html))
+
+
+class DeadLinks(unittest.TestCase):
+    def test_are_those_to_a_missing_page_and_a_missing_anchor(self):
+        with tempfile.TemporaryDirectory() as directory:
+            (Path(directory) / "a.html").write_text(
+                '<a id="here" href="b.html#there"></a><a href="#here"></a><a href="#lost"></a>'
+                '<a href="b.html#lost"></a><a href="c.html"></a><a href="https://d.invalid"></a>',
+                encoding="utf-8")
+            (Path(directory) / "b.html").write_text('<a name="there"></a>', encoding="utf-8")
+            self.assertEqual(["a.html: #lost", "a.html: b.html#lost", "a.html: c.html"],
+                             dead_links(Path(directory)))
 
 
 @unittest.skipUnless(shutil.which("doxygen"), "doxygen is missing; scripts/setup test installs it")

@@ -251,6 +251,8 @@ const FactoryRow kFactoryRows[] = {
     {{3, 1, 1.0, 2.0, 3.0}, "[int 3, int 1, double 1, double 2, double 3]"},
     {{4, 1, 1.0, 2.0, 3.0}, "[int 4, int 1, double 1, double 2, double 3]"},
     {{4, 1, 1.0, 2.0, 3.0, 9.0}, "[int 4, int 1, double 1, double 2, double 3]"},
+    {{4, 1.9, 1.0, 2.0, 3.0, 9.0, 9.0, 9.0}, "[int 4, int 1, double 1, double 2, double 3]"},
+    {{3, -0.9, 1.0, 2.0, 3.0}, "[int 3, int 0]"}, // so is the number of points
     {{5}, "[int 5]"},
     {{6, 1, 2}, "[int 6]"},
     {{-1}, nullptr},

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
+#include <type_traits>
 #include <vector>
 
 #include "wayline/Wayline.h"
@@ -73,6 +75,25 @@ TEST(WaylineLayout, HasThePointsOfThePointKindsFirst)
     EXPECT_EQ(OffsetIn(spline, &spline.points), kFirstMemberOffset);
     EXPECT_EQ(OffsetIn(curve, &curve.points), kFirstMemberOffset);
 }
+
+/// Whether a kind takes and gives lists by the very signatures that applications were linked with:
+/// the lists are not constant.
+template <typename Kind>
+constexpr bool kHasTheSignatures =
+    std::is_same_v<decltype(&Kind::LoadBList), bool (Kind::*)(BListC*)>&&
+        std::is_same_v<decltype(&Kind::ToBList), BListC* (Kind::*)() const>;
+
+static_assert(kHasTheSignatures<CWayline>);
+static_assert(kHasTheSignatures<CEmptyWayline>);
+static_assert(kHasTheSignatures<CABWayline>);
+static_assert(kHasTheSignatures<CAHeadingWayline>);
+static_assert(kHasTheSignatures<CCircleWayline>);
+static_assert(kHasTheSignatures<CSplineWayline>);
+static_assert(kHasTheSignatures<CABCurveWayline>);
+static_assert(kHasTheSignatures<CPathWayline>);
+static_assert(kHasTheSignatures<CReplayWayline>);
+static_assert(std::is_same_v<decltype(&CWayline::FromBList), WaylinePtr (*)(BListC*)>);
+static_assert(std::is_same_v<decltype(&CWayline::FromString), WaylinePtr (*)(const std::string&)>);
 
 TEST(WaylineLayout, HasCounterAndObjectInTheSharedPointer)
 {

@@ -32,7 +32,7 @@ public:
     Metronome()
         : m_thread([this] {
               while (!m_isOver) {
-                  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+                  std::this_thread::sleep_for(std::chrono::milliseconds(100)); // its beat
                   ++m_beats;
               }
           })

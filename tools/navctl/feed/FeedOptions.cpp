@@ -107,6 +107,20 @@ void AddFeedFormatOption(CLI::App& command, FeedOptions& options)
         ->type_name("WORD");
 }
 
+void AddDateOption(CLI::App& command, FeedOptions& options)
+{
+    command
+        .add_option_function<std::string>(
+            "--date",
+            [&options](const std::string& text) {
+                options.day = ParseDay(text);
+                if (!options.day)
+                    throw CLI::ValidationError("--date", "\"" + text + "\" is no YYYY-MM-DD");
+            },
+            "Day (UTC) of the first NMEA sentence when no sentence tells it; today unless given")
+        ->type_name("YYYY-MM-DD");
+}
+
 } // namespace
 
 void AddFeedOptions(CLI::App& command, FeedOptions& options)
@@ -137,16 +151,7 @@ void AddFeedOptions(CLI::App& command, FeedOptions& options)
                     "unless given, but standard input is sent as it comes")
         ->check(CLI::Validator(CheckRate, ""))
         ->type_name("FACTOR");
-    command
-        .add_option_function<std::string>(
-            "--date",
-            [&options](const std::string& text) {
-                options.day = ParseDay(text);
-                if (!options.day)
-                    throw CLI::ValidationError("--date", "\"" + text + "\" is no YYYY-MM-DD");
-            },
-            "Day (UTC) of the first NMEA sentence when no sentence tells it; today unless given")
-        ->type_name("YYYY-MM-DD");
+    AddDateOption(command, options);
     command
         .add_option("--reconnect", options.secondsToReconnect,
                     "How long to try to reach a service that was lost, seconds, 0 to 86400")
