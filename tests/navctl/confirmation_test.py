@@ -177,7 +177,7 @@ class Confirmed(unittest.TestCase):
 
     def test_a_getter_that_fails_fails_the_setting(self):
         with scripted({}):
-            self.assert_streams(["set-nudge", "0.1"], 1, "", "refused: no operation get_nudge")
+            self.assert_streams(["set-nudge", "0.1"], 1, "", "refuses get-nudge-scalar .no operation get_nudge")
         with scripted({"get_nudge": "0.1"}):
             self.assert_streams(["set-nudge", "0.1"], 5, "", "get_nudge is of another form")
 
@@ -334,6 +334,18 @@ class OtherPrograms(unittest.TestCase):
             self.assertEqual((5, ""), (result.returncode, result.stdout))
             self.assertIn("what listens there is no navigation service", result.stderr)
             self.assert_named_to_watchers("what listens there is no navigation service")
+
+    def test_a_service_without_the_getter_confirms_nothing(self):
+        with scripted({"IsNavigationActivated": 1, "set_wayline": 1}):
+            for arguments, getter in ((["set-nudge", "1"], "get-nudge-scalar"),
+                                      (["set-tuning-limits", "overshoot", "1", "2", "3"],
+                                       "get-tuning-limits")):
+                with self.subTest(arguments):
+                    result = navctl(*arguments)
+                    self.assertEqual((1, ""), (result.returncode, result.stdout))
+                    self.assertIn("sent, but nothing confirms that the service took it: it refuses "
+                                  + getter, result.stderr)
+                    self.assertEqual(0, navctl(*arguments, "--no-check").returncode)
 
     def test_that_come_later_are_named_to_who_watches(self):
         with Running("--timeout", "0.5", "watch") as watch:
