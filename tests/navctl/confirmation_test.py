@@ -13,8 +13,8 @@ from pathlib import Path
 
 import msgpack
 
-from navctl_program import (LINE_NORTH, PORT, Listener, Simulator, answer, navctl, program,
-                            scripted, value)
+from navctl_program import (DEADLINE_SECONDS, LINE_NORTH, PORT, Listener, Running, Simulator,
+                            answer, navctl, program, scripted, value, wait_for)
 
 ROOT = Path(__file__).resolve().parents[2]
 SAME_POINTS = "0 5 5 0 5 5 0"
@@ -177,7 +177,7 @@ class Confirmed(unittest.TestCase):
 
     def test_a_getter_that_fails_fails_the_setting(self):
         with scripted({}):
-            self.assert_streams(["set-nudge", "0.1"], 1, "", "refused: no operation get_nudge")
+            self.assert_streams(["set-nudge", "0.1"], 1, "", "refuses get-nudge-scalar .no operation get_nudge")
         with scripted({"get_nudge": "0.1"}):
             self.assert_streams(["set-nudge", "0.1"], 5, "", "get_nudge is of another form")
 
@@ -320,19 +320,39 @@ class OtherPrograms(unittest.TestCase):
         ):
             with talker(greeting, reply):
                 self.assert_named(words)
-                if greeting:
-                    self.assert_named_to_watchers(words)
+                self.assert_named_to_watchers(words)
 
     def test_that_speak_tls_are_named(self):
         with tempfile.TemporaryDirectory() as directory, secure_server(directory):
             self.assert_named("protocol")
             self.assertIn("TLS", navctl("--timeout", "0.5", "set-nudge", "1").stderr)
+            self.assert_named_to_watchers("it speaks TLS")
 
     def test_a_service_of_other_operations_is_none(self):
         with scripted({}):
             result = navctl("set-wayline-origin", "51", "7", "0")
             self.assertEqual((5, ""), (result.returncode, result.stdout))
             self.assertIn("what listens there is no navigation service", result.stderr)
+            self.assert_named_to_watchers("what listens there is no navigation service")
+
+    def test_a_service_without_the_getter_confirms_nothing(self):
+        with scripted({"IsNavigationActivated": 1, "set_wayline": 1}):
+            for arguments, getter in ((["set-nudge", "1"], "get-nudge-scalar"),
+                                      (["set-tuning-limits", "overshoot", "1", "2", "3"],
+                                       "get-tuning-limits")):
+                with self.subTest(arguments):
+                    result = navctl(*arguments)
+                    self.assertEqual((1, ""), (result.returncode, result.stdout))
+                    self.assertIn("sent, but nothing confirms that the service took it: it refuses "
+                                  + getter, result.stderr)
+                    self.assertEqual(0, navctl(*arguments, "--no-check").returncode)
+
+    def test_that_come_later_are_named_to_who_watches(self):
+        with Running("--timeout", "0.5", "watch") as watch:
+            wait_for(lambda: "waiting for the service" in watch.errors(), "the wait")
+            with talker(b"", b"HTTP/1.1 400 Bad Request\r\n\r\n"):
+                self.assertEqual(5, watch.process.wait(DEADLINE_SECONDS))
+            self.assertIn("it says: HTTP/1.1 400", watch.errors())
 
     def test_one_that_is_silent_gives_no_reply(self):
         with Listener():

@@ -168,7 +168,7 @@ class Readers(unittest.TestCase):
         os.write(writer, b" " * fcntl.fcntl(writer, fcntl.F_GETPIPE_SZ))
         sent = []
         events = {"cb_guidance_status": lambda place: sent.append(place) or [place, 0.0, 0.0, 0.0]}
-        with scripted({}, events), \
+        with scripted({"IsNavigationActivated": 0}, events), \
                 subprocess.Popen([program(), *arguments], stdout=writer) as process:
             os.close(writer)
             try:

@@ -167,6 +167,22 @@ std::string UsageProblem(const CLI::App& app, const std::vector<std::string>& wo
     return UnknownWord(app, words).value_or(error.what());
 }
 
+CLI::Validator WordAmong(const std::vector<std::string>& words)
+{
+    return CLI::Validator(
+        [words](const std::string& text) {
+            if (std::find(words.begin(), words.end(), text) != words.end()) {
+                return std::string();
+            }
+            std::string all;
+            for (const std::string& word : words) {
+                all += (all.empty() ? "" : ", ") + word;
+            }
+            return "\"" + text + "\" is none of " + all + Suggestion(text, words);
+        },
+        "");
+}
+
 CLI::Validator WholeNumberWithin(int lowest, int highest)
 {
     return CLI::Validator(

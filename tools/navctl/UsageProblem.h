@@ -33,6 +33,19 @@ std::size_t PlaceOfCommand(const CLI::App& app, const std::vector<std::string>& 
 std::string UsageProblem(const CLI::App& app, const std::vector<std::string>& words,
                          const CLI::ParseError& error);
 
+/// The words of a table of what they stand for.
+template <typename Table>
+std::vector<std::string> WordsOf(const Table& table)
+{
+    std::vector<std::string> words;
+    for (const auto& entry : table) {
+        words.push_back(entry.first);
+    }
+    return words;
+}
+
+/// A check that a text is one of some words; for another it names the one that may have been meant.
+CLI::Validator WordAmong(const std::vector<std::string>& words);
 /// A check that a text is a whole number within limits.
 CLI::Validator WholeNumberWithin(int lowest, int highest);
 /// A check that a text is a number within limits.

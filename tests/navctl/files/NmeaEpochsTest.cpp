@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <functional>
 #include <random>
+#include <set>
 
 #include <gtest/gtest.h>
 
@@ -57,6 +58,14 @@ bool IsEnclosed(const Burst& burst, std::size_t place)
     const auto here = burst.begin() + static_cast<std::ptrdiff_t>(place);
     return std::any_of(burst.begin(), here, MarksTime) &&
            std::any_of(here + 1, burst.end(), MarksTime);
+}
+
+/// Whether sentences without a time stand behind all that have one.
+bool EndsWithoutTime(const Burst& burst)
+{
+    const auto last = std::find_if(burst.rbegin(), burst.rend(), MarksTime);
+    return std::any_of(burst.rbegin(), last,
+                       [](const StreamSentence& sentence) { return !HasTime(sentence.type); });
 }
 
 /// Whether the order was told, by a type that comes once in a burst.
@@ -139,7 +148,7 @@ bool IsComplete(const Scene& scene, const Outcome& outcome, int epoch, bool isLe
 }
 
 /// A live sample goes out before the next burst has ended; where the order is known, with the last
-/// sentence of its own.
+/// sentence of its own or, when one without a time stands behind the times, with the pause.
 bool IsInTime(const Scene& scene, const Events& events, const Outcome& outcome, int epoch,
               bool isLearned, const std::string& name)
 {
@@ -149,8 +158,9 @@ bool IsInTime(const Scene& scene, const Events& events, const Outcome& outcome, 
     }
     const bool isKnown = isLearned && IsAlwaysSame(scene) && scene.pace == EPace::Bursts;
     const int last = isKnown ? epoch : epoch + 1;
-    const bool isLate = sent->atEvent < events.size() ? events[sent->atEvent].epoch > last
-                                                      : events.back().epoch > last;
+    const bool isByPause = sent->beforeEvent && EndsWithoutTime(scene.burst);
+    const std::size_t heard = isByPause ? sent->atEvent - 1 : sent->atEvent;
+    const bool isLate = events[std::min(heard, events.size() - 1)].epoch > last;
     if (isLate) {
         ADD_FAILURE() << name << ": epoch " << epoch << " goes out late";
     }
@@ -301,15 +311,43 @@ void LoseAny(Events& events, bool losesTimes, CDice& dice)
                  events.end());
 }
 
+bool TellsATime(const Events& piece)
+{
+    return std::any_of(piece.begin(), piece.end(), [](const StreamEvent& event) {
+        return event.part.report.timeOfDay.has_value();
+    });
+}
+
+/// Whether five times in a row come again, which is a clock that was set back.
+bool StartsAnew(const Events& events)
+{
+    int latest = 0;
+    std::set<int> again;
+    for (const StreamEvent& event : events) {
+        if (!event.part.report.timeOfDay) {
+            continue;
+        }
+        if (event.epoch > latest) {
+            again.clear();
+        } else {
+            again.insert(event.epoch);
+        }
+        if (again.size() >= 5) {
+            return true;
+        }
+        latest = std::max(latest, event.epoch);
+    }
+    return false;
+}
+
 /// A stream of which up to five pieces of one or two bursts come again, at once or somewhat later.
 /// Some of it is lost before, and of what has no time in either copy: that a piece has come again
-/// is known by its times alone.
+/// is known by its times alone, so each has one.
 Events AnyRepetitionsAndLosses(const Scene& scene, CDice& dice)
 {
     Events events = StreamOf(scene.burst, 2 * kEpochs, scene.period, scene.pace);
     LoseAny(events, true, dice);
-    const std::size_t pieces = 1 + dice.Below(5);
-    for (std::size_t i = 0; i < pieces; ++i) {
+    for (std::size_t pieces = 1 + dice.Below(5); pieces > 0;) {
         const std::size_t count = scene.burst.size() + dice.Below(scene.burst.size() + 1);
         const std::size_t later = dice.Below(2) == 0 ? 0 : dice.Below(2 * scene.burst.size());
         const std::size_t place = dice.Below(events.size() - count - later);
@@ -319,7 +357,12 @@ Events AnyRepetitionsAndLosses(const Scene& scene, CDice& dice)
         for (StreamEvent& event : piece) {
             event.part.arrival = (to - 1)->part.arrival;
         }
-        events.insert(to, piece.begin(), piece.end());
+        Events longer = events;
+        longer.insert(longer.begin() + (to - events.begin()), piece.begin(), piece.end());
+        if (TellsATime(piece) && !StartsAnew(longer)) {
+            events = std::move(longer);
+            --pieces;
+        }
     }
     LoseAny(events, false, dice);
     return events;
@@ -483,6 +526,28 @@ TEST(NmeaEpochs, PlaceASentenceByTheOrderWhereATimeIsLostInAFile)
     EXPECT_EQ(ValueOf(T::Hdt, outcome.Find(kDisturbed)->sample), kDisturbed);
 }
 
+TEST(NmeaEpochs, SendTheSamplesOfAReceiverThatAlwaysSaysTheSameAsSoonAsOthers)
+{
+    ForEachOrder({{T::Hdt}, {T::Gga}, {T::Vtg}, {T::Rmc}}, [](const Burst& order) {
+        for (const std::int64_t period : {1000, 200, 100, 50}) {
+            for (const EPace pace : {EPace::Bursts, EPace::EvenlySpread}) {
+                const Scene scene{order, period, pace, std::nullopt};
+                Events events = StreamOf(order, kEpochs, period, pace);
+                for (std::size_t i = order.size(); i < events.size(); ++i) {
+                    const std::optional<std::int64_t> time = events[i].part.report.timeOfDay;
+                    events[i].part.report = events[i - order.size()].part.report;
+                    events[i].part.report.timeOfDay = time;
+                }
+                const Outcome outcome = FeedStream(events, period);
+                for (int epoch = 2; epoch < kEpochs; ++epoch) {
+                    ASSERT_NE(outcome.Find(epoch), nullptr) << scene.Name() << epoch;
+                    IsInTime(scene, events, outcome, epoch, epoch >= kEpochsToLearn, scene.Name());
+                }
+            }
+        }
+    });
+}
+
 TEST(NmeaEpochs, KeepToTheFirstOfWhatComesWithATimeThatStandsStill)
 {
     ForEachOrder({{T::Hdt}, {T::Gga}, {T::Rmc}, {T::Vtg}}, [](const Burst& order) {
@@ -507,7 +572,7 @@ TEST(NmeaEpochs, GiveNoSampleAValueOfAnotherEpochWhenPiecesComeAgainAndSentences
         CDice dice(seed);
         const Burst burst = AnyBurst(dice);
         const std::int64_t period = dice.Below(2) == 0 ? 1000 : 50;
-        for (const EPace pace : {EPace::File, EPace::AtOnce}) {
+        for (const EPace pace : {EPace::File, EPace::AtOnce, EPace::Bursts, EPace::EvenlySpread}) {
             Scene scene{burst, period, pace, std::nullopt};
             if (dice.Below(2) == 0) {
                 scene.burstBeginsWith = burst.front().type;

@@ -14,8 +14,9 @@ constexpr std::uint64_t kMostEpochs = 40;
 constexpr std::size_t kMostEntries = 512;
 /// Steps that make a first or a shorter period.
 constexpr int kStepsOfPeriod = 2;
-/// Steps that make a longer one: times that are lost make steps longer, too.
-constexpr int kStepsOfLongerPeriod = 10;
+/// Steps that make a longer one, or one in which a time may be missing: times that are lost make
+/// steps longer, too.
+constexpr int kStepsOfDoubtfulPeriod = 10;
 constexpr std::int64_t kLongestStep = 3600000;
 constexpr std::int64_t kLeastTolerance = 10;
 
@@ -64,6 +65,13 @@ std::optional<CBurstOrder::Place> CBurstOrder::PlaceOf(NmeaKind untimed, NmeaKin
     return std::nullopt;
 }
 
+bool CBurstOrder::WasKnown(NmeaKind untimed) const
+{
+    return std::any_of(m_entries.begin(), m_entries.end(), [untimed](const Entry& entry) {
+        return entry.untimed == untimed && entry.timesShown >= kShownOftenEnough;
+    });
+}
+
 void CBurstOrder::Forget(NmeaKind untimed)
 {
     m_entries.erase(
@@ -72,21 +80,26 @@ void CBurstOrder::Forget(NmeaKind untimed)
         m_entries.end());
 }
 
-bool CEpochPeriod::Learn(std::int64_t step)
+bool CEpochPeriod::Learn(std::int64_t step, bool mayMissTime)
 {
-    if (IsOneStep(step) || step <= 0 || step > kLongestStep) {
+    if ((!m_isDoubtful && IsOneStep(step)) || step <= 0 || step > kLongestStep) {
         m_timesSeen = 0;
         return false;
     }
-    m_timesSeen = m_timesSeen > 0 && IsNear(step, m_candidate) ? m_timesSeen + 1 : 1;
+    const bool goesOn = m_timesSeen > 0 && IsNear(step, m_candidate);
+    m_timesSeen = goesOn ? m_timesSeen + 1 : 1;
+    m_mayMissTime = mayMissTime || (goesOn && m_mayMissTime);
     m_candidate = step;
     m_shortest = m_shortest > 0 ? std::min(m_shortest, step) : step;
     const std::int64_t known = m_period > 0 ? m_period : m_shortest;
     const bool isLonger = step > known && !IsNear(step, known);
-    if (m_timesSeen >= (isLonger ? kStepsOfLongerPeriod : kStepsOfPeriod)) {
+    m_isDoubtful = m_isDoubtful || (m_period > 0 && !isLonger);
+    if (m_timesSeen >= (isLonger || m_mayMissTime ? kStepsOfDoubtfulPeriod : kStepsOfPeriod)) {
+        const bool isOther = !IsNear(step, m_period);
         m_period = step;
         m_timesSeen = 0;
-        return true;
+        m_isDoubtful = false;
+        return isOther;
     }
     return false;
 }

@@ -45,6 +45,9 @@ public:
     /// Where a sentence stands; nothing when it is not known.
     std::optional<Place> PlaceOf(NmeaKind untimed, NmeaKind timed) const;
 
+    /// Whether a place of a sentence is known, or was until it has not been shown for long.
+    bool WasKnown(NmeaKind untimed) const;
+
     /// Forgets everything about a kind without a time.
     void Forget(NmeaKind untimed);
 
@@ -71,12 +74,16 @@ class CEpochPeriod
 public:
     /// Takes in the step from one time to the next, milliseconds.
     ///
+    /// @param mayMissTime what came in between was as if a time had been lost there.
     /// @return whether the period is another one now.
-    bool Learn(std::int64_t step);
+    bool Learn(std::int64_t step, bool mayMissTime);
 
     /// Whether a step leads to the very next time, so that none is missing in between. False while
     /// the period is not known.
-    bool IsOneStep(std::int64_t step) const { return m_period > 0 && IsNear(step, m_period); }
+    bool IsOneStep(std::int64_t step) const
+    {
+        return m_period > 0 && !m_isDoubtful && IsNear(step, m_period);
+    }
 
     /// Seconds; 0 while it is not known.
     double Seconds() const { return static_cast<double>(m_period) / 1000.0; }
@@ -88,6 +95,8 @@ private:
     std::int64_t m_shortest = 0; ///< that was ever seen; times that are lost make no shorter ones
     std::int64_t m_candidate = 0;
     int m_timesSeen = 0;
+    bool m_mayMissTime = false; ///< in one of these
+    bool m_isDoubtful = false; ///< a shorter step has come, and so the period may be that of losses
 };
 
 #endif

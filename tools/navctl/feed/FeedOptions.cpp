@@ -1,6 +1,8 @@
 #include "tools/navctl/feed/FeedOptions.h"
 
 #include "platform/Utilities.h"
+#include "tools/navctl/Suggestion.h"
+#include "tools/navctl/UsageProblem.h"
 #include "tools/navctl/feed/NmeaFields.h"
 #include "tools/navctl/feed/NmeaValues.h"
 #include "tools/navctl/files/CsvRow.h"
@@ -35,7 +37,8 @@ std::string CheckRate(const std::string& text)
     const std::optional<double> factor = FiniteNumber(text);
     if (text == "max" || (factor && *factor >= kSlowestRate && *factor <= kFastestRate))
         return {};
-    return "\"" + text + "\" is neither a factor from 0.001 to 1000000 nor \"max\"";
+    return "\"" + text + "\" is neither a factor from 0.001 to 1000000 nor \"max\"" +
+           Suggestion(text, {"max"});
 }
 
 /// What a beginning of a file says: its lines, but for empty ones and remarks.
@@ -85,10 +88,7 @@ void AddNmeaOptions(CLI::App& command, FeedOptions& options)
             [&options](const std::string& name) { options.burstBeginsWith = TypeByName(name); },
             "Type of the NMEA sentence that the receiver begins each burst with, such as HDT; "
             "otherwise learned where that is possible")
-        ->check([](const std::string& name) {
-            return TypeByName(name) ? std::string()
-                                    : "\"" + name + "\" is not a type of sentence that is read";
-        })
+        ->check(WordAmong(NmeaTypeNames()))
         ->type_name("TYPE");
     command.add_flag("--invert-roll", options.signs.invertRoll,
                      "In PASHR, a positive roll is port side down");
@@ -103,7 +103,7 @@ void AddFeedFormatOption(CLI::App& command, FeedOptions& options)
             "--format",
             [&options](const std::string& word) { options.format = FeedFormatNames().at(word); },
             "nmea or csv; otherwise told from the file's name or its beginning")
-        ->check(CLI::IsMember(FeedFormatNames()).description(""))
+        ->check(WordAmong(WordsOf(FeedFormatNames())))
         ->type_name("WORD");
 }
 

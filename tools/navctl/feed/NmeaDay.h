@@ -4,9 +4,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "tools/navctl/feed/TimeOfDay.h"
 #include "tools/navctl/feed/TimeOrder.h"
-
-inline constexpr std::int64_t kMillisecondsADay = 86400000;
 
 /// Makes Unix times of times of the day, of which few sentences tell the day. A new day begins when
 /// the time of day jumps back by half a day at least. Until a sentence tells the day, the times are

@@ -5,8 +5,6 @@
 namespace {
 
 constexpr std::size_t kMostRecent = 64;
-/// What is kept of each kind without a time: of as many times as come again at once.
-constexpr std::size_t kMostSaid = 8;
 /// How long a stream must rest for the burst being over, when every kind has come that came of
 /// late: long enough for one that is not told each time.
 constexpr double kRestOfWholeBurst = 0.03;
@@ -20,7 +18,7 @@ constexpr double kLongestRestOfBurst = 1.5;
 /// Sends a live sample as soon as all has come that is to come for it.
 void CNmeaEpochs::EndEarly()
 {
-    if (m_lastHeard && m_endsEarly && !m_epoch->isSent && IsWhole() &&
+    if (m_lastHeard && m_endsEarly && !m_epoch->isSent && IsWhole(false) &&
         HasPosition(m_epoch->parts)) {
         m_epoch->isSentEarly = true;
         Send();
@@ -28,14 +26,24 @@ void CNmeaEpochs::EndEarly()
 }
 
 /// Whether every kind has come that came of late and can still come for this epoch.
-bool CNmeaEpochs::IsWhole() const
+///
+/// @param countsWaiting what waits for the stream to pause counts as well.
+bool CNmeaEpochs::IsWhole(bool countsWaiting) const
 {
     return m_epochNumber > kEpochsToWaitFor &&
-           std::all_of(m_recent.begin(), m_recent.end(), [this](const RecentKind& recent) {
+           std::all_of(m_recent.begin(), m_recent.end(), [=](const RecentKind& recent) {
                const bool isAwaited = recent.epoch + kEpochsToWaitFor >= m_epochNumber &&
                                       (HasTime(recent.type) || StandsBehind(recent.kind));
-               return !isAwaited || m_epoch->Find(recent.kind) != nullptr;
+               return !isAwaited || m_epoch->Find(recent.kind) != nullptr ||
+                      (countsWaiting && WaitsForPause(recent.kind));
            });
+}
+
+bool CNmeaEpochs::WaitsForPause(NmeaKind kind) const
+{
+    return std::any_of(m_waiting.begin(), m_waiting.end(), [kind](const Waiting& waiting) {
+        return waiting.waitsForPause && waiting.part.kind == kind;
+    });
 }
 
 void CNmeaEpochs::Note(const NmeaPart& part)
@@ -43,29 +51,13 @@ void CNmeaEpochs::Note(const NmeaPart& part)
     for (RecentKind& recent : m_recent) {
         if (recent.kind == part.kind) {
             recent.epoch = m_epochNumber;
-            if (part.arrival && !HasTime(part.type)) {
-                recent.said.push_back(part.report);
-                if (recent.said.size() > kMostSaid) {
-                    recent.said.pop_front();
-                }
-            }
             return;
         }
     }
     if (m_recent.size() >= kMostRecent) {
         m_recent.clear();
     }
-    m_recent.push_back({part.kind, part.type, m_epochNumber, {}});
-}
-
-/// Whether a sentence without a time says what one of the last ones of its kind has said.
-bool CNmeaEpochs::WasSaidOfLate(const NmeaPart& part) const
-{
-    return std::any_of(m_recent.begin(), m_recent.end(), [&part](const RecentKind& recent) {
-        return recent.kind == part.kind &&
-               std::any_of(recent.said.begin(), recent.said.end(),
-                           [&part](const NmeaReport& said) { return IsSame(said, part.report); });
-    });
+    m_recent.push_back({part.kind, part.type, m_epochNumber});
 }
 
 std::optional<double> CNmeaEpochs::EndsAt() const
@@ -73,7 +65,7 @@ std::optional<double> CNmeaEpochs::EndsAt() const
     if (!m_lastHeard || !m_epoch || m_epoch->isSent || !HasPosition(m_epoch->parts)) {
         return std::nullopt;
     }
-    const double shortest = IsWhole() ? kRestOfWholeBurst : kRestOfBurst;
+    const double shortest = IsWhole(true) ? kRestOfWholeBurst : kRestOfBurst;
     const double rest = std::max(shortest, 2.0 * std::max(m_longestGap, m_epoch->longestGap));
     const double most = m_period.Seconds() > 0.0 ? kLongestRestOfBurst * m_period.Seconds() : rest;
     return *m_lastHeard + std::min(rest, std::max(most, kRestOfWholeBurst));
@@ -81,10 +73,11 @@ std::optional<double> CNmeaEpochs::EndsAt() const
 
 void CNmeaEpochs::EndAtPause()
 {
-    const bool isRepeated = m_epoch->isRepeated || m_epoch->isCopy;
+    const bool isRepeated = m_epoch->isRepeated || m_epoch->isCopy || TakeRepetition();
     for (Waiting& waiting : m_waiting) {
         if (waiting.waitsForPause && !isRepeated && !m_isBroken && IsSingle(waiting.part.kind)) {
             waiting.isPlaced = true;
+            m_epoch->longestGap = std::max(m_epoch->longestGap, waiting.gap);
             PlaceInEpoch(waiting.part);
         }
     }

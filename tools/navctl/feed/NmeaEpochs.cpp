@@ -4,29 +4,13 @@
 
 namespace {
 
-/// Times that differ by less are one: receivers round.
-constexpr std::int64_t kSameTime = 10;
 /// So many sentences without a time are kept until one with a time comes.
 constexpr std::size_t kMostWaiting = 64;
-constexpr std::int64_t kHalfDay = kMillisecondsADay / 2;
-/// Times that are not later than the latest one before they count as a new start.
-constexpr int kMostCopies = 8;
 /// How soon behind the first time of its burst a sentence must come to be placed before the next
 /// burst has shown that it is over; of a period.
 constexpr double kSoon = 0.5;
 
 constexpr const char* kLate = " after its sample was sent";
-
-std::int64_t Step(std::int64_t from, std::int64_t to)
-{
-    return (to - from + kMillisecondsADay) % kMillisecondsADay;
-}
-
-bool IsSameTime(std::int64_t left, std::int64_t right)
-{
-    const std::int64_t step = Step(left, right);
-    return std::min(step, kMillisecondsADay - step) <= kSameTime;
-}
 
 } // namespace
 
@@ -88,7 +72,7 @@ void CNmeaEpochs::Join(const NmeaPart& part)
         epoch.sourcesBefore = epoch.sources;
     }
     PlaceEnclosed(part.kind);
-    m_isBroken = false;
+    m_isBroken = m_comesAgain = false;
     epoch.longestGap = std::max(epoch.longestGap, m_gap);
     if (!epoch.isRepeated && !epoch.isCopy) {
         for (const auto& [kind, isByPause] : epoch.shown) {
@@ -112,9 +96,10 @@ void CNmeaEpochs::Join(const NmeaPart& part)
 /// where times come again, a piece of the stream may have ended or begun.
 void CNmeaEpochs::PlaceEnclosed(NmeaKind next)
 {
+    const bool comesAgain = TakeRepetition();
     std::vector<bool> isCertain;
     for (const Waiting& waiting : m_waiting) {
-        isCertain.push_back(waiting.isPlaced || IsEnclosed(waiting.part, next));
+        isCertain.push_back(!comesAgain && IsEnclosed(waiting.part, next));
     }
     for (std::size_t i = 0; i < m_waiting.size(); ++i) {
         const Waiting& waiting = m_waiting[i];
@@ -125,7 +110,9 @@ void CNmeaEpochs::PlaceEnclosed(NmeaKind next)
         if (!m_epoch->isRepeated && !m_epoch->isCopy && m_epoch->Awaits(waiting.part.kind)) {
             Forget(waiting.part.kind);
         }
-        ShowBehind(waiting.part.kind, false);
+        if (!comesAgain && (IsSingle(waiting.part.kind) || waiting.part.type == ENmeaType::Gsa)) {
+            ShowBehind(waiting.part.kind, false);
+        }
         if (isCertain[i]) {
             PlaceInEpoch(waiting.part);
         } else {
@@ -176,18 +163,20 @@ void CNmeaEpochs::AddStandingStill(const NmeaPart& part)
 void CNmeaEpochs::Open(const NmeaPart& part)
 {
     const std::int64_t time = *part.report.timeOfDay;
-    const std::int64_t step = m_epoch ? Step(m_epoch->timeOfDay, time) : 0;
+    const std::int64_t step = m_epoch ? StepBetween(m_epoch->timeOfDay, time) : 0;
     // What comes behind a burst that was repeated may be of the repetition.
-    const bool isCopy = IsCopy(time);
-    const bool isOneStep = m_epoch && !m_isBroken && !m_epoch->isRepeated && !m_epoch->isCopy &&
-                           !isCopy && !m_epoch->standsStill && m_period.IsOneStep(step);
-    if (isCopy) {
+    const bool isCopy = m_latest.IsCopy(time);
+    const bool follows = m_epoch && !m_isBroken && !m_epoch->isRepeated && !m_epoch->isCopy &&
+                         !isCopy && !m_epoch->standsStill && m_period.IsOneStep(step);
+    const bool isOneStep = follows && !TakeRepetition();
+    if (isCopy || m_comesAgain) {
         m_finished.LeaveOutPending();
     }
+    const bool mayMissTime = CameTwice();
     const bool isPaced = isOneStep && IsPaced(part);
     const std::optional<Cut> cut = FindCut(part, isOneStep);
     const std::vector<PendingPart> leading = TakeLeading(part, isOneStep);
-    EndEpoch(step);
+    EndEpoch(step, mayMissTime);
     m_epoch.emplace();
     m_epoch->isCopy = isCopy;
     m_epoch->timeOfDay = time;
@@ -215,42 +204,27 @@ void CNmeaEpochs::Open(const NmeaPart& part)
     EndEarly();
 }
 
-/// Whether a time is not later than the latest one: a piece of the stream has come again. So many
-/// that follow one another are a clock that was set back, or another recording.
-bool CNmeaEpochs::IsCopy(std::int64_t time)
-{
-    const bool isLater =
-        !m_latest || (Step(*m_latest, time) > kSameTime && Step(*m_latest, time) < kHalfDay);
-    m_copies = isLater ? 0 : m_copies + 1;
-    if (isLater || m_copies > kMostCopies) {
-        m_copies = 0;
-        m_latest = time;
-        return false;
-    }
-    return true;
-}
-
 /// @param step to the time that follows, milliseconds.
-void CNmeaEpochs::EndEpoch(std::int64_t step)
+/// @param mayMissTime whether a time may be missing in between.
+void CNmeaEpochs::EndEpoch(std::int64_t step, bool mayMissTime)
 {
     if (m_epoch) {
         m_finished.EndEpoch(*m_epoch);
         Send();
         m_longestGap = std::max(0.9 * m_longestGap, m_epoch->longestGap);
         const bool hadPeriod = m_period.Seconds() > 0.0;
-        if (!m_epoch->isCopy && m_period.Learn(step) && hadPeriod) {
+        if (!m_epoch->isCopy && m_period.Learn(step, mayMissTime) && hadPeriod) {
             // A receiver of another rate was set up anew.
             m_order.Clear();
         }
     }
     m_order.EndEpoch();
-    m_isBroken = false;
+    m_isBroken = m_comesAgain = false;
     ++m_epochNumber;
 }
 
 void CNmeaEpochs::AddUntimed(const NmeaPart& part)
 {
-    const bool wasSaid = part.arrival && WasSaidOfLate(part);
     Note(part);
     if (m_waiting.size() >= kMostWaiting) {
         LeaveOutWaiting();
@@ -274,14 +248,8 @@ void CNmeaEpochs::AddUntimed(const NmeaPart& part)
                         !m_epoch->isRepeated && m_epoch->Find(part.kind) == nullptr &&
                         !m_epoch->standsStill && gapInBurst < kLeastPause * period &&
                         *part.arrival - *m_epoch->firstArrival < kSoon * period;
-    const bool isBehind = isSoon && StandsBehind(part.kind);
-    // What says the same as one before may be sent twice: the times behind it show that.
-    const bool isPlaced = isBehind && !wasSaid;
-    m_waiting.push_back({part, m_gap, isBehind && wasSaid, isPlaced});
-    if (isPlaced) {
-        PlaceInEpoch(part);
-        EndEarly();
-    }
+    // Placed at once it might still be the first sentence of a piece that was sent twice.
+    m_waiting.push_back({part, m_gap, isSoon && StandsBehind(part.kind)});
 }
 
 void CNmeaEpochs::LeaveOutWaiting()
@@ -299,7 +267,10 @@ void CNmeaEpochs::AddAttitude(const NmeaPart& part)
 {
     if (!part.report.timeOfDay) {
         LeaveOut(part, " without a time");
-    } else if (m_epoch && IsSameTime(m_epoch->timeOfDay, *part.report.timeOfDay)) {
+        return;
+    }
+    m_comesAgain = m_latestAttitude.IsCopy(*part.report.timeOfDay) || m_comesAgain;
+    if (m_epoch && IsSameTime(m_epoch->timeOfDay, *part.report.timeOfDay)) {
         AddAttitudeNow(part);
     } else {
         if (m_ahead) {

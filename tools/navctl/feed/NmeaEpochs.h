@@ -11,6 +11,7 @@
 #include "tools/navctl/feed/FinishedEpochs.h"
 #include "tools/navctl/feed/NmeaEpoch.h"
 #include "tools/navctl/feed/SkipCount.h"
+#include "tools/navctl/feed/TimeOfDay.h"
 
 /// Why a sentence is left out that came with no position.
 inline constexpr const char* kOfNoPosition = " of another time than a position";
@@ -95,8 +96,7 @@ private:
     void PlaceEnclosed(NmeaKind next);
     bool IsEnclosed(const NmeaPart& part, NmeaKind next) const;
     void Open(const NmeaPart& part);
-    bool IsCopy(std::int64_t time);
-    void EndEpoch(std::int64_t step);
+    void EndEpoch(std::int64_t step, bool mayMissTime);
     void AddAttitudeNow(const NmeaPart& part);
     void AddStandingStill(const NmeaPart& part);
     void PlaceInEpoch(const NmeaPart& part);
@@ -107,15 +107,17 @@ private:
     void ShowBehind(NmeaKind untimed, bool isByPause);
     void Forget(NmeaKind kind);
     bool IsSingle(NmeaKind kind) const;
+    bool CameTwice() const;
+    bool TakeRepetition();
     std::optional<Cut> FindCut(const NmeaPart& next, bool isOneStep) const;
     std::optional<Cut> PauseBefore(const NmeaPart& next) const;
     Placing PlaceByOrder(NmeaKind kind, NmeaKind next, bool& isByPause) const;
     bool StandsBehind(NmeaKind kind) const;
     bool BeginsTheNext(NmeaKind kind) const;
     void EndEarly();
-    bool IsWhole() const;
+    bool IsWhole(bool countsWaiting) const;
+    bool WaitsForPause(NmeaKind kind) const;
     void Note(const NmeaPart& part);
-    bool WasSaidOfLate(const NmeaPart& part) const;
     bool IsPaced(const NmeaPart& part) const;
     void LeaveOut(const NmeaPart& part, const char* why);
     void Send();
@@ -125,7 +127,6 @@ private:
         NmeaKind kind;
         ENmeaType type;
         std::uint64_t epoch;
-        std::deque<NmeaReport> said; ///< of late; of kinds without a time
     };
 
     std::optional<ENmeaType> m_burstBeginsWith;
@@ -139,9 +140,10 @@ private:
     std::size_t m_placeOfAhead = 0;  ///< how many were waiting when it came
     std::vector<RecentKind> m_recent;
     std::uint64_t m_epochNumber = 0;
-    std::optional<std::int64_t> m_latest; ///< time of the day, milliseconds
-    int m_copies = 0;                     ///< times that have come in a row and are not later
-    bool m_isBroken = false;              ///< a sentence that should have a time had none
+    CLatestTime m_latest{kSameTimeMilliseconds};
+    CLatestTime m_latestAttitude{0};
+    bool m_isBroken = false;   ///< a sentence that should have a time had none
+    bool m_comesAgain = false; ///< an attitude of a time that is over has come since the last time
     bool m_endsEarly = true;
     std::optional<double> m_lastHeard;
     double m_gap = 0.0;        ///< the longest rest since the last sentence that counts

@@ -247,6 +247,15 @@ std::optional<ENmeaType> TypeByName(std::string_view name)
     return std::nullopt;
 }
 
+std::vector<std::string> NmeaTypeNames()
+{
+    std::vector<std::string> names;
+    for (const SentenceType& type : kTypes) {
+        names.emplace_back(type.name);
+    }
+    return names;
+}
+
 const char* NameOf(ENmeaType type)
 {
     return type == ENmeaType::Other ? "other" : kTypes[static_cast<std::size_t>(type)].name;

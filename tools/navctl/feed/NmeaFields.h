@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tools/navctl/feed/NmeaSentence.h"
 
@@ -61,6 +62,9 @@ ENmeaType TypeOf(const NmeaSentence& sentence);
 
 /// The type of a name such as "GGA"; nothing for one that is not read.
 std::optional<ENmeaType> TypeByName(std::string_view name);
+
+/// The names of all types that are read.
+std::vector<std::string> NmeaTypeNames();
 
 /// The name of a type as it stands in a sentence: "GGA".
 const char* NameOf(ENmeaType type);

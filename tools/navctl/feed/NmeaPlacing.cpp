@@ -179,6 +179,32 @@ bool CNmeaEpochs::IsSingle(NmeaKind kind) const
                          [kind](const Waiting& waiting) { return waiting.part.kind == kind; }) == 1;
 }
 
+/// Whether a kind came twice since the last sentence with a time.
+bool CNmeaEpochs::CameTwice() const
+{
+    return std::any_of(m_waiting.begin(), m_waiting.end(), [this](const Waiting& waiting) {
+        return waiting.part.type != ENmeaType::Gsa && !IsSingle(waiting.part.kind);
+    });
+}
+
+/// Whether what came since the last sentence with a time shows that a piece was sent twice or that
+/// a time was lost: an attitude of a time that is over, or twice a kind that comes once.
+bool CNmeaEpochs::TakeRepetition()
+{
+    for (const Waiting& waiting : m_waiting) {
+        const NmeaKind kind = waiting.part.kind;
+        if (waiting.part.type != ENmeaType::Gsa && !IsSingle(kind)) {
+            m_comesAgain = m_comesAgain || m_order.WasKnown(kind);
+            // Told more often than the time: its place in the burst says nothing.
+            Forget(kind);
+        }
+    }
+    if (m_comesAgain) {
+        m_finished.LeaveOutPending();
+    }
+    return m_comesAgain;
+}
+
 void CNmeaEpochs::Show(NmeaKind untimed, NmeaKind timed, bool isBehind, bool isByPause)
 {
     const BurstPlace place{untimed, timed, isBehind};

@@ -148,7 +148,9 @@ std::string Head()
                "Angles are radians, clockwise from north; positions are metres east, north and up "
                "of the wayline origin. The ranges are those of the bundled service. navctl passes "
                "on finite numbers outside of them, since another service may have others.\n"
-               "The options stand before the command or after it.");
+               "The options stand before the command or after it.\n"
+               "On a terminal, however narrow, texts are broken between words; what goes into a "
+               "pipe or a file, and JSON, is not broken.");
 }
 
 std::string JsonForm()

@@ -84,6 +84,14 @@ private:
     {
         const CHeld held = AskWhatIsHeld(m_context.Navigation(), *m_confirmation, m_values);
         const COperation& getter = FindOperation(m_confirmation->getter);
+        const LinkErrorC error = m_context.Navigation().LastError();
+        if (held.state == CHeld::EState::Unknown && error.code == ELinkError::ServiceError) {
+            m_context.Fail(kExitRefused, "sent, but nothing confirms that the service took it: it "
+                                         "refuses " +
+                                             getter.name + " (" + error.text +
+                                             "); --no-check does not ask");
+            return;
+        }
         if (held.state == CHeld::EState::Unknown) {
             GotThrough(m_context, getter, held.outcome);
             return;

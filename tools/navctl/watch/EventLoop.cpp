@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <limits>
 
 #include <poll.h>
 #include <sys/signalfd.h>
@@ -66,36 +67,53 @@ CEventLoop::~CEventLoop()
 CEventLoop::EEnd CEventLoop::Run(const Listener& listener,
                                  std::optional<std::chrono::duration<double>> limit)
 {
-    const std::optional<Clock::time_point> deadline = DeadlineOf(limit);
+    m_deadline = DeadlineOf(limit);
     while (true) {
         // Looked at before the delivery, which reopens a lost link and so forgets why it was lost.
         if (!m_navigation.IsLinkUp() && m_navigation.LastError().code == ELinkError::BadMessage)
             return EEnd::BadMessage;
-        TellLink(listener);
+        if (!TellLink(listener))
+            return EEnd::NoService;
         m_navigation.CheckCallbacks();
-        TellLink(listener);
+        if (!TellLink(listener))
+            return EEnd::NoService;
         if (listener.delivered)
             listener.delivered();
         if (listener.isDone && listener.isDone())
             return EEnd::Done;
         const int wait =
             m_navigation.Descriptor() < 0 ? kWaitWithoutLinkMilliseconds : kLongestWaitMilliseconds;
-        if (deadline && Clock::now() >= *deadline)
+        if (m_deadline && Clock::now() >= *m_deadline)
             return EEnd::TimeIsUp;
-        if (IsInterrupted(MillisecondsUntil(deadline, wait)))
+        if (IsInterrupted(MillisecondsUntil(m_deadline, wait)))
             return EEnd::Interrupted;
     }
 }
 
-void CEventLoop::TellLink(const Listener& listener)
+/// @return false when the link has come up, to something that is no navigation service.
+bool CEventLoop::TellLink(const Listener& listener)
 {
-    const bool isUp = m_navigation.Descriptor() >= 0;
+    bool isUp = m_navigation.Descriptor() >= 0;
     m_hasBeenUp = m_hasBeenUp || isUp;
     if (m_wasUp == isUp)
-        return;
+        return true;
+    if (isUp && listener.isService && !listener.isService(SecondsLeft()))
+        return false;
+    // The question may have lost the link again.
+    isUp = m_navigation.Descriptor() >= 0;
+    if (m_wasUp == isUp)
+        return true;
     m_wasUp = isUp;
     if (listener.linkChanged)
         listener.linkChanged(isUp, m_navigation.LastError().text);
+    return true;
+}
+
+double CEventLoop::SecondsLeft() const
+{
+    if (!m_deadline)
+        return std::numeric_limits<double>::infinity();
+    return std::max(0.0, std::chrono::duration<double>(*m_deadline - Clock::now()).count());
 }
 
 bool CEventLoop::IsInterrupted(int milliseconds)

@@ -21,6 +21,7 @@ public:
         TimeIsUp,    ///< the time is over
         Interrupted, ///< the user or the system wants the program to end
         BadMessage,  ///< what listens does not speak the protocol; LastError() has the reason
+        NoService,   ///< `isService` said so
     };
 
     /// What is told while the loop runs; each may be empty.
@@ -30,6 +31,8 @@ public:
         std::function<void()> delivered; ///< events may have been delivered
         /// The link has come up, or is down and why.
         std::function<void(bool isUp, const std::string& reason)> linkChanged;
+        /// Asked whenever the link has come up, with the time that is left.
+        std::function<bool(double secondsLeft)> isService{};
     };
 
     /// @param navigation must outlive this object.
@@ -47,12 +50,14 @@ public:
     bool HasBeenUp() const { return m_hasBeenUp; }
 
 private:
-    void TellLink(const Listener& listener);
+    bool TellLink(const Listener& listener);
+    double SecondsLeft() const;
     bool IsInterrupted(int milliseconds);
 
     CNavigationAPI& m_navigation;
     int m_output;
     int m_signals = -1;
+    std::optional<std::chrono::steady_clock::time_point> m_deadline;
     std::optional<bool> m_wasUp;
     bool m_hasBeenUp = false;
 };

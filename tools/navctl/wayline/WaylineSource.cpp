@@ -4,6 +4,7 @@
 
 #include "platform/Utilities.h"
 #include "tools/navctl/Names.h"
+#include "tools/navctl/Suggestion.h"
 #include "tools/navctl/UsageProblem.h"
 
 namespace {
@@ -16,13 +17,15 @@ Kestrove::EWaylineType ParseKind(const std::string& name, const std::string& tex
     int code = 0;
     const bool isNumber = Core::Utilities::ParseInt(text, code) != 0;
     std::string all;
+    std::vector<std::string> words;
     for (const auto& [word, value] : WaylineKindNames()) {
+        words.push_back(word);
         if (text == word || (isNumber && code == value))
             return static_cast<Kestrove::EWaylineType>(value);
         all += (all.empty() ? "" : ", ") + word;
     }
-    throw CLI::ValidationError(name,
-                               "\"" + text + "\" is none of " + all + ", nor the code of one");
+    throw CLI::ValidationError(name, "\"" + text + "\" is none of " + all +
+                                         ", nor the code of one" + Suggestion(text, words));
 }
 
 void TellProblems(CContext& context, const std::vector<std::string>& problems)
@@ -58,7 +61,7 @@ void AddFormatOption(CLI::App& command, const char* name, const char* help,
         .add_option_function<std::string>(
             name, [&format](const std::string& word) { format = WaylineFormatNames().at(word); },
             help)
-        ->check(CLI::IsMember(WaylineFormatNames()).description(""))
+        ->check(WordAmong(WordsOf(WaylineFormatNames())))
         ->type_name("FORMAT");
 }
 

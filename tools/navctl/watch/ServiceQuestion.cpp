@@ -1,0 +1,47 @@
+#include "tools/navctl/watch/ServiceQuestion.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "tools/navctl/doctor/LinkFinding.h"
+#include "tools/navctl/doctor/Probe.h"
+#include "tools/navctl/operations/Operation.h"
+#include "tools/navctl/operations/Reply.h"
+
+namespace {
+
+/// Nothing can end the command while it asks.
+constexpr double kLongestQuestion = 1.0;
+
+int Milliseconds(double seconds)
+{
+    return std::max(1, static_cast<int>(std::ceil(seconds * 1000.0)));
+}
+
+} // namespace
+
+bool CServiceQuestion::IsService(double secondsLeft)
+{
+    if (m_isSilent)
+        return true;
+    // The other half is for the words of other protocols.
+    const double limit = std::min({m_seconds, kLongestQuestion, secondsLeft / 2.0});
+    const COperation& question = FindOperation("is-navigation-activated");
+    m_navigation.SetTimeout(Milliseconds(limit));
+    const COutcome answer = Call(m_navigation, question.serviceName, question.exchange, {});
+    const LinkErrorC error = m_navigation.LastError();
+    m_navigation.SetTimeout(Milliseconds(m_seconds));
+    if (answer.kind != EOutcome::NoAnswer)
+        return true;
+    if (error.code == ELinkError::ServiceError) {
+        m_otherProgram = LinkFinding(error).text;
+        return false;
+    }
+    // Some programs serve one connection after the other.
+    m_navigation.Destroy();
+    const std::string words = AnswerOfOtherProtocol(limit);
+    m_isSilent = words.empty() && error.code == ELinkError::TimedOut;
+    if (!words.empty())
+        m_otherProgram = "something listens that does not speak the service's protocol; " + words;
+    return words.empty();
+}

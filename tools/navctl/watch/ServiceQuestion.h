@@ -1,0 +1,37 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_WATCH_SERVICEQUESTION_H
+#define KESTROVE_TOOLS_NAVCTL_WATCH_SERVICEQUESTION_H
+
+#include <string>
+
+#include "api/NavigationAPI.h"
+
+/// Finds out whether what listens is a navigation service: a program of another protocol may take
+/// subscriptions without a word.
+class CServiceQuestion
+{
+public:
+    /// @param navigation must outlive this object.
+    /// @param seconds the longest wait for a reply.
+    CServiceQuestion(CNavigationAPI& navigation, double seconds)
+        : m_navigation(navigation), m_seconds(seconds)
+    {
+    }
+
+    /// Asks something that changes nothing, over a link that is up. When nothing answers, closes
+    /// the link, which reopens by itself, and asks in the words of other protocols; after that it
+    /// asks nothing any more, since a service that hangs may wake up.
+    ///
+    /// @param secondsLeft until the command ends.
+    /// @return whether what listens may be a navigation service.
+    bool IsService(double secondsLeft);
+    /// Who listens instead, as words of an error; empty unless IsService() was false.
+    const std::string& OtherProgram() const { return m_otherProgram; }
+
+private:
+    CNavigationAPI& m_navigation;
+    double m_seconds;
+    bool m_isSilent = false;
+    std::string m_otherProgram;
+};
+
+#endif
