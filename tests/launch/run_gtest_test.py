@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Tests of run_gtest.py, on the tests in Sample.cpp, whose program is the first argument."""
+"""Tests of run_gtest.py, on the tests in Sample.cpp, whose program SAMPLE names."""
 
 import os
 import subprocess
@@ -9,7 +9,7 @@ import unittest
 from pathlib import Path
 
 RUNNER = Path(__file__).with_name("run_gtest.py")
-SAMPLE = sys.argv.pop(1)
+SAMPLE = os.environ["SAMPLE"]
 DEADLINE_SECONDS = 100
 
 
