@@ -94,10 +94,13 @@ class Launch(unittest.TestCase):
         self.assertEqual([0] * 6, self.ended(*(self.start(WORK_ALONE, work, path=path, by=way)
                                                for way in 2 * ways)))
 
-    def test_lets_a_command_of_its_own_run_within_its_turn(self):
-        inner = "import subprocess, sys; sys.exit(subprocess.call([*sys.argv[1:], 'true']))"
-        self.assertEqual([0], self.ended(self.start(inner, self.isolated,
-                                                    path=self.without_namespaces())))
+    def test_has_the_commands_of_a_command_take_turns_within_its_turn(self):
+        start_four = ("import subprocess, sys\n"
+                      "started = [subprocess.Popen(sys.argv[1:]) for _ in range(4)]\n"
+                      "sys.exit(max(process.wait() for process in started))")
+        self.assertEqual([0], self.ended(self.start(
+            start_four, self.isolated, sys.executable, "-B", "-c", WORK_ALONE, self.folder / "work",
+            path=self.without_namespaces())))
 
     def test_asks_for_all_that_a_network_needs(self):
         def is_possible(path):
