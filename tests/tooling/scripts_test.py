@@ -88,6 +88,50 @@ class TestCommand(unittest.TestCase):
             self.assertNotIn("setup", output)
 
 
+class BareRoot(unittest.TestCase):
+    """scripts/bare-root, with stubs of all that makes a root."""
+
+    def setUp(self):
+        directory = tempfile.TemporaryDirectory()
+        self.addCleanup(directory.cleanup)
+        self.bin = Path(directory.name)
+        for name in ("debootstrap", "unshare", "wget", "git"):
+            program(self.bin / name, "#!/bin/sh\nexit 0\n")
+        program(self.bin / "id", "#!/bin/sh\necho 0\n")
+        program(self.bin / "mknod", '#!/bin/sh\n: >"$1"\n')
+        # bwrap --bind ROOT / ...: what the root has, and what is run in it.
+        program(self.bin / "bwrap", '#!/bin/sh\nls "$2"; cat "$2"/*.pem; echo "runs: $*"\n')
+
+    def run_bare_root(self, **variables):
+        done = subprocess.run(
+            [PROJECT / "scripts/bare-root", "true"], stdout=subprocess.PIPE, text=True,
+            stderr=subprocess.STDOUT, timeout=DEADLINE_SECONDS, check=False,
+            env={"PATH": f"{self.bin}:/usr/bin:/bin", **variables})
+        return done.returncode, done.stdout
+
+    def test_is_skipped_where_no_device_can_be_made(self):
+        for fault in ("exit 1", 'mkdir "$1"'):  # not allowed, and not to be written to
+            program(self.bin / "mknod", f"#!/bin/sh\n{fault}\n")
+            code, output = self.run_bare_root()
+            self.assertEqual(77, code, output)
+            self.assertRegex(output, r"\Askipped: .* no devices in /var/tmp.*\n\Z")
+
+    def test_gets_the_certificates_that_the_machine_trusts_besides(self):
+        certificates = self.bin / "own.crt"
+        certificates.write_text("a certificate of the machine\n", encoding="utf-8")
+        code, output = self.run_bare_root(NODE_EXTRA_CA_CERTS=str(certificates))
+        self.assertEqual(0, code, output)
+        self.assertIn("a certificate of the machine\n", output)
+        self.assertRegex(output, r"runs: .*/env -i NODE_EXTRA_CA_CERTS=/certificates.pem true\n")
+
+    def test_has_an_empty_environment_where_there_are_none(self):
+        code, output = self.run_bare_root()
+        self.assertEqual(0, code, output)
+        has_own = any(Path("/usr/local/share/ca-certificates").glob("*.crt"))
+        self.assertEqual(has_own, "-i NODE_EXTRA_CA_CERTS" in output)
+        self.assertRegex(output, r"runs: .*/env -i (\S+=\S+ )?true\n")
+
+
 class RepeatTests(unittest.TestCase):
     """scripts/repeat-tests, on builds of a few commands."""
 
