@@ -87,7 +87,8 @@ class Run:
         for thread in threads:
             thread.start()
         for thread in threads:
-            thread.join()
+            while thread.is_alive():
+                thread.join(1)  # a signal that another thread has taken is handled between two of these
         return self._summarise()
 
     def _run_lane(self, lane):

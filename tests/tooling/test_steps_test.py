@@ -132,18 +132,29 @@ class Steps(unittest.TestCase):
         self.assertIn("\ntests: one after another\n", text)
 
     def test_end_with_their_children_when_interrupted(self):
-        program = ("import sys; from test_steps import Run, Step\n"
+        self.check_interruption(lambda run: run.send_signal(signal.SIGTERM))
+
+    def test_end_when_another_thread_than_the_main_one_gets_the_signal(self):
+        self.check_interruption(lambda run: run.stdin.write("interrupt\n") and run.stdin.flush())
+
+    def check_interruption(self, interrupt):
+        program = ("import signal, sys, threading; from test_steps import Run, Step\n"
+                   "def take_signal():\n"
+                   "    if sys.stdin.readline():\n"
+                   "        signal.pthread_kill(threading.get_ident(), signal.SIGTERM)\n"
+                   "threading.Thread(target=take_signal).start()\n"
                    "script = 'exec 3>$0; echo started >&3; sleep 600; :'\n"
                    "steps = [Step(name, 'run', ['sh', '-c', script, name])"
                    "         for name in sys.argv[1:]]\n"
                    "sys.exit(Run(steps, 'logs').run())")
         os.mkfifo(self.directory / "first")
         with subprocess.Popen([sys.executable, "-B", "-c", program, "first", "second"],
-                              cwd=self.directory, stdout=subprocess.PIPE, text=True,
+                              cwd=self.directory, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                              text=True,
                               env={**os.environ, "PYTHONPATH": str(PROJECT / "scripts")}) as run:
             with open(self.directory / "first", encoding="ascii") as held_by_all:
                 self.assertEqual("started\n", held_by_all.readline())
-                run.send_signal(signal.SIGTERM)
+                interrupt(run)
                 self.assertEqual("", held_by_all.read())  # all that could write have ended
             text, _ = run.communicate(timeout=60)
         self.assertEqual(1, run.returncode, text)
