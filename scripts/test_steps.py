@@ -12,7 +12,9 @@ import time
 from dataclasses import dataclass, field
 from pathlib import Path
 
+PROJECT = Path(__file__).resolve().parent.parent
 SKIPPED = 77
+GOOD = ("passed", "SKIPPED")
 LINES_OF_A_FAILURE = 60
 CLOSING_LINE = re.compile(r"^\d+% tests passed.*$", re.MULTILINE)
 SKIPPED_TEST = re.compile(r"^\s+\d+ - (\S+) \(Skipped\)$", re.MULTILINE)
@@ -21,7 +23,10 @@ SKIPPED_TEST = re.compile(r"^\s+\d+ - (\S+) \(Skipped\)$", re.MULTILINE)
 def end(process):
     """Ends a process with its children, unless it has ended."""
     if process.poll() is None:
-        os.killpg(process.pid, signal.SIGTERM)
+        try:
+            os.killpg(process.pid, signal.SIGTERM)
+        except ProcessLookupError:
+            pass  # another thread has waited for it meanwhile
 
 
 def told_by_ctest(text):
@@ -40,6 +45,7 @@ class Step:
     command: list
     needs: tuple = ()  # names of earlier steps
     notes: Path = None  # a directory whose files have further lines for the summary
+    may_skip: bool = False  # its exit code 77 says that it was skipped
     result: str = "not run"
     seconds: float = 0.0
     told: list = field(default_factory=list)  # lines for the summary
@@ -81,7 +87,8 @@ class Run:
         for thread in threads:
             thread.start()
         for thread in threads:
-            thread.join()
+            while thread.is_alive():
+                thread.join(1)  # a signal that another thread has taken is handled between two of these
         return self._summarise()
 
     def _run_lane(self, lane):
@@ -119,7 +126,7 @@ class Run:
         step.told += told_by_ctest(text)
         if status == 0:
             step.result = "passed"
-        elif status == SKIPPED:
+        elif status == SKIPPED and step.may_skip:
             step.result = "SKIPPED"
             step.told += lines[-1:]
         else:
@@ -127,7 +134,7 @@ class Run:
         if step.notes and step.notes.is_dir():
             step.told += [line for note in sorted(step.notes.iterdir())
                           for line in note.read_text(encoding="utf-8").splitlines()]
-        if status not in (0, SKIPPED):
+        if step.result not in GOOD:
             self.say("\n".join([f"{step.name}: {step.result}; the end of {log}:",
                                 *lines[-LINES_OF_A_FAILURE:]]))
         else:
@@ -148,7 +155,7 @@ class Run:
         for step in self.steps:
             for line in step.told:
                 print(f"{step.name}: {line}")
-        bad = [step.name for step in self.steps if step.result not in ("passed", "SKIPPED")]
+        bad = [step.name for step in self.steps if step.result not in GOOD]
         total = time.monotonic() - self.start
         if bad:
             print(f"\n== FAILED in {total:.0f} s: {', '.join(bad)}", flush=True)
@@ -163,21 +170,29 @@ def build(preset, *arguments):
     return Step(f"{preset}: build", "build", ["sh", "-ec", command, "sh", preset, *arguments])
 
 
-def ctest(preset, name, *arguments):
-    """Runs tests of a preset: most wait more than they calculate, so there are twice as many at a
-    time as there are processors. Where each cannot have a network of its own, one at a time."""
-    directory = Path("build", preset)
-    has_networks = subprocess.run(["unshare", "--map-root-user", "--net", "true"],
-                                  stderr=subprocess.DEVNULL, check=False).returncode == 0
+def has_networks():
+    """Whether each test can have a network of its own."""
+    return subprocess.run([PROJECT / "scripts/isolated", "--is-possible"], check=False).returncode == 0
+
+
+def ctest_command(directory, timeout, *arguments):
+    """Runs tests of a build: most wait more than they calculate, so there are twice as many at a
+    time as there are processors. Where each cannot have a network of its own, one at a time, so that
+    no test spends its time-out waiting for its turn."""
     # Some systems scatter memory in a way that the sanitizers cannot map.
     fixed = ["setarch", "--addr-no-randomize"]
     if subprocess.run([*fixed, "true"], stderr=subprocess.DEVNULL, check=False).returncode != 0:
         fixed = []
-    parallel = 2 * len(os.sched_getaffinity(0)) if has_networks else 1
-    command = [*fixed, "ctest", "--test-dir", str(directory), "--parallel", str(parallel),
-               "--output-on-failure", "--no-tests=error", "--timeout", "300", *arguments]
-    return Step(f"{preset}: {name}", "run", command, (f"{preset}: build",),
-                directory / "test-notes")
+    parallel = 2 * len(os.sched_getaffinity(0)) if has_networks() else 1
+    return [*fixed, "ctest", "--test-dir", str(directory), "--parallel", str(parallel),
+            "--output-on-failure", "--no-tests=error", "--timeout", str(timeout), *arguments]
+
+
+def ctest(preset, name, *arguments):
+    """Runs tests of a preset."""
+    directory = Path("build", preset)
+    return Step(f"{preset}: {name}", "run", ctest_command(directory, 300, *arguments),
+                (f"{preset}: build",), directory / "test-notes")
 
 
 def short_steps(is_full):
@@ -211,17 +226,25 @@ def full_steps():
         Step("packages", "build", ["scripts/package"]),
         Step("packages in a clean root", "build",
              ["tests/packaging/install_in_clean_root.sh", packages, "examples/engage.cpp"],
-             ("packages",)),
+             ("packages",), may_skip=True),
         Step("soak, 10 minutes", "beside", ["scripts/soak", "--minutes", "10"],
              ("release: build",)),
-        Step("bare root", "beside", ["scripts/bare-root"]),
+        Step("bare root", "beside", ["scripts/bare-root"], may_skip=True),
     ]
+
+
+def in_lanes(steps):
+    """Steps that share the machine's network come one after another: all are of one lane then."""
+    if not has_networks():
+        for step in steps:
+            step.lane = "run"
+    return steps
 
 
 def main():
     is_full = sys.argv[1:] == ["--full"]
-    os.chdir(Path(__file__).resolve().parent.parent)
-    steps = short_steps(is_full) + (full_steps() if is_full else [])
+    os.chdir(PROJECT)
+    steps = in_lanes(short_steps(is_full) + (full_steps() if is_full else []))
     return Run(steps, "build/test").run()
 
 

@@ -35,8 +35,6 @@ class CMakeBlocks(unittest.TestCase):
         directory = tempfile.TemporaryDirectory()
         cls.addClassCleanup(directory.cleanup)
         cls.directory = Path(directory.name)
-        run(os.environ["CMAKE"], "--install", os.environ["BUILD"], "--prefix",
-            cls.directory / "prefix")
 
     def configure(self, name, lists, source_name, source):
         """Configures a project of one source; gives its build directory."""
@@ -45,7 +43,7 @@ class CMakeBlocks(unittest.TestCase):
         (project / "CMakeLists.txt").write_text(PRELUDE + lists, encoding="utf-8")
         (project / source_name).write_text(source, encoding="utf-8")
         run(os.environ["CMAKE"], "-G", "Ninja", "-S", project, "-B", project / "build",
-            f"-DCMAKE_PREFIX_PATH={self.directory / 'prefix'}",
+            f"-DCMAKE_PREFIX_PATH={os.environ['PREFIX']}",
             f"-DCMAKE_CXX_COMPILER={os.environ['COMPILER']}")
         return project / "build"
 

@@ -50,8 +50,8 @@ class GettingStarted(unittest.TestCase):
         environment = {**os.environ, "HOME": home, "CXX": os.environ["COMPILER"],
                        "PATH": f"{cmake.parent}:{os.environ['PATH']}"}
         configure, build, drive = commands()
-        for command in (f"cmake --install {os.environ['BUILD']} --prefix ~/kestrove", configure,
-                        build):
+        (home / "kestrove").symlink_to(os.environ["PREFIX"])
+        for command in (configure, build):
             result = subprocess.run(["sh", "-c", command], cwd=source, env=environment, text=True,
                                     stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
             if result.returncode != 0:

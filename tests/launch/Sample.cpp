@@ -86,6 +86,17 @@ TEST(Spoiling, MakesTheProcessEndWithAFault)
     });
 }
 
+class Slow : public testing::TestWithParam<int>
+{
+};
+
+TEST_P(Slow, TakesASecond)
+{
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+}
+
+INSTANTIATE_TEST_SUITE_P(Seconds, Slow, testing::Range(0, 8));
+
 /// What a test leaves in its process.
 int g_runs = 0;
 

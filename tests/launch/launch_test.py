@@ -1,11 +1,10 @@
 #!/usr/bin/env python3
-"""Tests of launch, and that no test of a build is started without it.
-
-usage: launch_test.py CTEST BUILD-DIRECTORY
-"""
+"""Tests of launch and of scripts/isolated, and that no test of a build is started without them: of
+the build that BUILD names, as the program shows it that CTEST names."""
 
 import json
 import os
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -13,6 +12,7 @@ import unittest
 from pathlib import Path
 
 LAUNCHER = Path(__file__).with_name("launch")
+PROJECT = Path(__file__).resolve().parents[2]
 DEADLINE_SECONDS = 100
 
 # Serves the service's port until the other does, too: it cannot in the same network.
@@ -40,23 +40,31 @@ class Launch(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.folder = Path(folder.name)
+        # A project of its own, whose commands take their turns among themselves.
+        self.launcher = self.folder / "project/tests/launch/launch"
+        self.isolated = self.folder / "project/scripts/isolated"
+        for copy in (self.launcher, self.isolated):
+            copy.parent.mkdir(parents=True)
+            shutil.copy(PROJECT / copy.relative_to(self.folder / "project"), copy)
         self.notes = self.folder / "notes"
         self.note = self.notes / "no-namespaces"
 
-    def start(self, code, *arguments, path=""):
+    def start(self, code, *arguments, path="", by=None):
         return subprocess.Popen(
-            [LAUNCHER, self.notes, sys.executable, "-B", "-c", code, *arguments],
+            [*(by or (self.launcher, self.notes)), sys.executable, "-B", "-c", code, *arguments],
             env={**os.environ, "PATH": path + os.environ["PATH"]})
 
     def ended(self, *processes):
         return [process.wait(DEADLINE_SECONDS) for process in processes]
 
-    def without_namespaces(self):
-        """A PATH on which unshare is refused."""
-        refusing = self.folder / "unshare"
+    def without_namespaces(self, program="unshare"):
+        """A PATH on which a program is refused."""
+        folder = self.folder / f"without-{program}"
+        folder.mkdir(exist_ok=True)
+        refusing = folder / program
         refusing.write_text("#!/bin/sh\nexit 1\n")
         refusing.chmod(0o755)
-        return f"{self.folder}:"
+        return f"{folder}:"
 
     def has_namespaces(self):
         self.start("pass").wait(DEADLINE_SECONDS)
@@ -80,6 +88,31 @@ class Launch(unittest.TestCase):
                                                for _ in range(4))))
         self.assertIn("one after another", self.note.read_text())
 
+    def test_takes_its_turn_with_other_commands_of_the_project(self):
+        path, work = self.without_namespaces(), self.folder / "work"
+        ways = [(self.isolated,), (self.launcher, self.notes), (self.launcher, self.folder / "more")]
+        self.assertEqual([0] * 6, self.ended(*(self.start(WORK_ALONE, work, path=path, by=way)
+                                               for way in 2 * ways)))
+
+    def test_has_the_commands_of_a_command_take_turns_within_its_turn(self):
+        start_four = ("import subprocess, sys\n"
+                      "started = [subprocess.Popen(sys.argv[1:]) for _ in range(4)]\n"
+                      "sys.exit(max(process.wait() for process in started))")
+        self.assertEqual([0], self.ended(self.start(
+            start_four, self.isolated, sys.executable, "-B", "-c", WORK_ALONE, self.folder / "work",
+            path=self.without_namespaces())))
+
+    def test_asks_for_all_that_a_network_needs(self):
+        def is_possible(path):
+            return subprocess.call([self.isolated, "--is-possible"],
+                                   env={**os.environ, "PATH": path + os.environ["PATH"]})
+        self.assertEqual(0 if self.has_namespaces() else 1, is_possible(""))
+        for program in ("unshare", "ip"):
+            path = self.without_namespaces(program)
+            self.assertEqual(1, is_possible(path), program)
+            self.assertEqual([7], self.ended(self.start("raise SystemExit(7)", path=path)))
+            self.assertTrue(self.note.exists(), program)
+
     def test_takes_the_note_back_where_there_are(self):
         if not self.has_namespaces():
             self.skipTest("the system allows no network namespaces")
@@ -91,7 +124,7 @@ class Launch(unittest.TestCase):
 
 class Build(unittest.TestCase):
     def test_starts_every_test_by_the_launcher(self):
-        shown = subprocess.run([CTEST, "--test-dir", BUILD, "--show-only=json-v1"], check=True,
+        shown = subprocess.run([os.environ["CTEST"], "--test-dir", os.environ["BUILD"], "--show-only=json-v1"], check=True,
                                stdout=subprocess.PIPE, timeout=DEADLINE_SECONDS)
         tests = json.loads(shown.stdout)["tests"]
         self.assertLess(0, len(tests))
@@ -100,6 +133,4 @@ class Build(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    CTEST, BUILD = sys.argv[1:]
-    del sys.argv[1:]
     unittest.main()

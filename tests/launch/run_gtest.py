@@ -31,6 +31,8 @@ OUTCOMES = {b"       OK ": "passed", b"  FAILED  ": "failed", b"  SKIPPED ": "sk
 SUMMARY = re.compile(rb"^\[={10}\] \d+ tests? from", re.MULTILINE)
 MOST_OUTPUT_BYTES = 64 * 1024
 LISTING_SECONDS = 60
+START_SECONDS = 60  # for the first test to begin on a busy machine
+LOOK_SECONDS = 1  # how often the output is looked at
 
 Test = collections.namedtuple("Test", "name outcome output")
 
@@ -51,6 +53,12 @@ def tests_of(program):
 
 def matches(name, patterns):
     return any(fnmatch.fnmatchcase(name, pattern) for pattern in patterns.split(":") if pattern)
+
+
+def read_from(path, place):
+    with open(path, "rb") as file:
+        file.seek(place)
+        return file.read()
 
 
 class Process:
@@ -75,21 +83,25 @@ class Process:
 
     def _wait(self, process, output, timeout, limit):
         """Waits as long as each test stays within the time-out, and ends the process after that."""
-        running = None
+        read, until = 0, time.monotonic() + max(timeout, START_SECONDS)
         while True:
-            patience = min(timeout, limit - time.monotonic())
+            patience = min(until, limit) - time.monotonic()
             try:
-                status = process.wait(max(patience, 0))
+                status = process.wait(min(max(patience, 0), LOOK_SECONDS))
                 break
             except subprocess.TimeoutExpired:
-                marks = MARK.findall(output.read_bytes())
-                now = (len(marks), marks[-1:])
-                if now == running or time.monotonic() >= limit:
-                    self.ending = f"was ended after {patience:.0f} s without an end of its own"
+                text = read_from(output, read)
+                marks = list(MARK.finditer(text))
+                if marks:
+                    read += marks[-1].end()
+                    until = time.monotonic() + timeout
+                if min(until, limit) <= time.monotonic():
+                    self.ending = f"was ended after {timeout:.0f} s without an end of its own"
+                    if until > limit:
+                        self.ending = "was ended at the limit of all tests"
                     self._end(process)
                     status = process.wait()
                     break
-                running = now
         if not self.ending:
             self.ending = how_it_ended(status)
         return status

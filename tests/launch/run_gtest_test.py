@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Tests of run_gtest.py, on the tests in Sample.cpp, whose program is the first argument."""
+"""Tests of run_gtest.py, on the tests in Sample.cpp, whose program SAMPLE names."""
 
 import os
 import subprocess
@@ -9,7 +9,7 @@ import unittest
 from pathlib import Path
 
 RUNNER = Path(__file__).with_name("run_gtest.py")
-SAMPLE = sys.argv.pop(1)
+SAMPLE = os.environ["SAMPLE"]
 DEADLINE_SECONDS = 100
 
 
@@ -63,8 +63,12 @@ class Runner(unittest.TestCase):
 
     def test_ends_a_test_that_hangs_and_lets_the_rest_run(self):
         output = self.ran(1, "3 passed, 1 failed, 0 skipped of 4 tests",
-                          "Faulty.Hangs:Quiet.Passes*", "--timeout", "2")
-        self.assertIn("-- Faulty.Hangs was ended", output)
+                          "Faulty.Hangs:Quiet.Passes*", "--timeout", "5")
+        self.assertIn("-- Faulty.Hangs was ended after 5 s", output)
+
+    def test_counts_the_time_out_for_each_test_by_itself(self):
+        # Each takes a second; all of them take more than the time-out.
+        self.ran(0, "8 passed, 0 failed, 0 skipped of 8 tests", "Seconds/*", "--timeout", "6")
 
     def test_ends_with_its_limit_and_names_what_was_not_run(self):
         output = self.ran(1, "0 passed, 2 failed, 0 skipped of 2 tests",

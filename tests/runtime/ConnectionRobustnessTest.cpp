@@ -101,11 +101,13 @@ TEST(ConnectionRobustness, AnswersWhatTheServiceAsksWhileAMessageIsHalfWritten)
 TEST(ConnectionRobustness, AnswersNothingOnAnotherConnectionThanItWasAskedOn)
 {
     std::promise<std::string> first;
+    std::promise<void> reopened;
     CRawPeer peer(
         [&](CRawLink& link) {
             if (link.Number() == 1) {
                 link.Send(Bytes::Request(5, "ask", "\x90"));
-                link.Pause(5000);
+                reopened.get_future().wait(); // reads nothing until then
+                return;
             }
             first.set_value(link.Read().name);
             link.WaitForEnd();
@@ -115,7 +117,9 @@ TEST(ConnectionRobustness, AnswersNothingOnAnotherConnectionThanItWasAskedOn)
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
     client.SetTimeout(200);
     EXPECT_FALSE(SendLarge(client)) << "the service reads nothing";
-    ASSERT_TRUE(client.Reconnect());
+    const bool isReopened = client.Reconnect();
+    reopened.set_value();
+    ASSERT_TRUE(isReopened);
     client.CheckCallbacks();
     EXPECT_TRUE(client.SendNotification("fresh", nullptr));
     EXPECT_EQ("fresh", first.get_future().get());

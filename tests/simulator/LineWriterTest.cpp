@@ -1,11 +1,14 @@
 #include "simulator/LineWriter.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <string>
+#include <thread>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include "tests/simulator/Directory.h"
@@ -24,6 +27,28 @@ std::string Notice(std::size_t leftOut)
     return std::to_string(leftOut) + " left out\n";
 }
 
+/// Reads until what has been read ends with a text, or nothing more comes.
+std::string ReadUntil(const CDescriptor& descriptor, const std::string& end)
+{
+    const auto deadline = Soon();
+    std::string text;
+    char bytes[4096];
+    while (text.size() < end.size() ||
+           text.compare(text.size() - end.size(), end.size(), end) != 0) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        pollfd watched = {descriptor.Get(), POLLIN, 0};
+        if (left.count() <= 0 || ::poll(&watched, 1, static_cast<int>(left.count())) <= 0) {
+            break;
+        }
+        const ssize_t count = ::read(descriptor.Get(), bytes, sizeof bytes);
+        if (count <= 0) {
+            break;
+        }
+        text.append(bytes, static_cast<std::size_t>(count));
+    }
+    return text;
+}
+
 /// A pipe whose reader reads when it is told to.
 class Pipe
 {
@@ -38,20 +63,7 @@ public:
     int Writing() const { return m_writing.Get(); }
     CDescriptor Copy() const { return CDescriptor(::dup(m_writing.Get())); }
     void StopReading() { m_reading = CDescriptor(); }
-    /// Reads until what has been read ends with a text.
-    std::string ReadUntil(const std::string& end)
-    {
-        std::string text;
-        char bytes[4096];
-        while (text.size() < end.size() ||
-               text.compare(text.size() - end.size(), end.size(), end) != 0) {
-            const ssize_t count = ::read(m_reading.Get(), bytes, sizeof bytes);
-            if (count <= 0)
-                break;
-            text.append(bytes, static_cast<std::size_t>(count));
-        }
-        return text;
-    }
+    std::string ReadUntil(const std::string& end) { return ::ReadUntil(m_reading, end); }
 
 private:
     CDescriptor m_reading;
@@ -166,15 +178,15 @@ TEST(LineWriter, TellsWhatWasLeftOutWhenAReaderComesBackToAPipeWithAName)
     CLineWriter writer(CDescriptor(::open(path.c_str(), O_WRONLY)), 1000, Notice);
     reader = CDescriptor();
     writer.Write("a\n");
-    while (writer.Error() == 0) {
+    for (const auto deadline = Soon(); writer.Error() == 0;) {
+        ASSERT_LT(Clock::now(), deadline) << "the broken pipe goes unnoticed";
+        std::this_thread::yield();
     }
 
-    reader = CDescriptor(::open(path.c_str(), O_RDONLY));
+    // Opened without waiting for a writer, which may have gone.
+    reader = CDescriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK));
 
-    std::string text;
-    char byte = 0;
-    while (byte != '\n' && ::read(reader.Get(), &byte, 1) >= 0)
-        text += byte;
+    const std::string text = ReadUntil(reader, "\n");
     EXPECT_NE(std::string::npos, text.find("1 left out\n")) << text;
     EXPECT_TRUE(writer.Finish(Soon()));
 }

@@ -125,7 +125,13 @@ TEST(SettingsSaver, SavesAtMostTenTimesASecond)
     int files = 0;
     ino_t last = settings.File();
     const auto start = Clock::now();
-    for (int change = 0; Clock::now() - start < std::chrono::milliseconds(1000); ++change) {
+    const auto deadline = InGoodTime();
+    // For a second, and until a slow disk has two.
+    const auto goesOn = [&] {
+        const auto now = Clock::now();
+        return now - start < std::chrono::seconds(1) || (files < 2 && now < deadline);
+    };
+    for (int change = 0; goesOn(); ++change) {
         settings.Saver().Keep(LookAhead(change));
         const ino_t now = settings.File();
         files += now != last ? 1 : 0;

@@ -9,10 +9,13 @@ import tempfile
 import unittest
 from contextlib import redirect_stdout
 from pathlib import Path
+from types import SimpleNamespace
+from unittest import mock
 
 PROJECT = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(PROJECT / "scripts"))
-from test_steps import Run, Step, full_steps, short_steps  # pylint: disable=wrong-import-position
+from test_steps import (  # pylint: disable=wrong-import-position
+    Run, Step, end, full_steps, has_networks, in_lanes, short_steps)
 
 
 def step(name, script, *needs, lane="run", notes=None):
@@ -82,10 +85,44 @@ class Steps(unittest.TestCase):
         self.assertEqual(0, code, text)
 
     def test_that_are_skipped_say_why_and_are_no_failure(self):
-        code, text = self.run_steps(step("root", "echo 'skipped: no debootstrap'; exit 77"))
+        root = step("root", "echo 'skipped: no debootstrap'; exit 77")
+        root.may_skip = True
+        code, text = self.run_steps(root)
         self.assertEqual(0, code)
         self.assertRegex(text, r"(?m)^root +\d+  SKIPPED$")
         self.assertIn("\nroot: skipped: no debootstrap\n", text)
+
+    def test_that_may_not_be_skipped_have_failed_with_any_other_code_than_0(self):
+        code, text = self.run_steps(step("fuzz targets", "exit 77"))  # libFuzzer's of a finding
+        self.assertEqual(1, code)
+        self.assertRegex(text, r"(?m)^fuzz targets +\d+  FAILED with 77$")
+
+    def test_of_which_one_ends_as_it_is_interrupted_are_no_fault(self):
+        with subprocess.Popen(["true"], start_new_session=True) as process:
+            process.wait()
+        end(SimpleNamespace(pid=process.pid, poll=lambda: None))
+
+    def test_that_share_the_network_of_the_machine_are_in_one_lane(self):
+        for networks, lanes in ((False, {"run"}), (True, {"build", "run", "beside"})):
+            with mock.patch("test_steps.has_networks", return_value=networks):
+                steps = in_lanes(short_steps(True) + full_steps())
+                self.assertEqual(lanes, {each.lane for each in steps})
+                for each in steps:
+                    if "ctest" in each.command:
+                        at_a_time = each.command[each.command.index("--parallel") + 1]
+                        self.assertEqual(networks, at_a_time != "1")
+
+    def test_have_networks_only_where_each_test_gets_one(self):
+        isolated = PROJECT / "scripts/isolated"
+        self.assertEqual(subprocess.call([isolated, "--is-possible"]) == 0, has_networks())
+        for program in ("unshare", "ip"):
+            refusing = self.directory / program
+            refusing.write_text("#!/bin/sh\nexit 1\n", encoding="ascii")
+            refusing.chmod(0o755)
+            path = f"{self.directory}:{os.environ['PATH']}"
+            with mock.patch.dict(os.environ, {"PATH": path}):
+                self.assertFalse(has_networks(), program)
+            refusing.unlink()
 
     def test_show_the_notes_of_their_tests(self):
         notes = self.directory / "notes"
@@ -95,18 +132,29 @@ class Steps(unittest.TestCase):
         self.assertIn("\ntests: one after another\n", text)
 
     def test_end_with_their_children_when_interrupted(self):
-        program = ("import sys; from test_steps import Run, Step\n"
+        self.check_interruption(lambda run: run.send_signal(signal.SIGTERM))
+
+    def test_end_when_another_thread_than_the_main_one_gets_the_signal(self):
+        self.check_interruption(lambda run: run.stdin.write("interrupt\n") and run.stdin.flush())
+
+    def check_interruption(self, interrupt):
+        program = ("import signal, sys, threading; from test_steps import Run, Step\n"
+                   "def take_signal():\n"
+                   "    if sys.stdin.readline():\n"
+                   "        signal.pthread_kill(threading.get_ident(), signal.SIGTERM)\n"
+                   "threading.Thread(target=take_signal).start()\n"
                    "script = 'exec 3>$0; echo started >&3; sleep 600; :'\n"
                    "steps = [Step(name, 'run', ['sh', '-c', script, name])"
                    "         for name in sys.argv[1:]]\n"
                    "sys.exit(Run(steps, 'logs').run())")
         os.mkfifo(self.directory / "first")
         with subprocess.Popen([sys.executable, "-B", "-c", program, "first", "second"],
-                              cwd=self.directory, stdout=subprocess.PIPE, text=True,
+                              cwd=self.directory, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                              text=True,
                               env={**os.environ, "PYTHONPATH": str(PROJECT / "scripts")}) as run:
             with open(self.directory / "first", encoding="ascii") as held_by_all:
                 self.assertEqual("started\n", held_by_all.readline())
-                run.send_signal(signal.SIGTERM)
+                interrupt(run)
                 self.assertEqual("", held_by_all.read())  # all that could write have ended
             text, _ = run.communicate(timeout=60)
         self.assertEqual(1, run.returncode, text)
@@ -120,23 +168,6 @@ class Steps(unittest.TestCase):
             for word in each.command:
                 if word.startswith(("scripts/", "tests/")):
                     self.assertTrue(os.access(PROJECT / word, os.X_OK), word)
-
-
-class Environment(unittest.TestCase):
-    def test_has_nothing_of_the_machine(self):
-        told = subprocess.run(
-            [PROJECT / "scripts/clean-environment", "env"], stdout=subprocess.PIPE, text=True,
-            check=True, env={
-                "PATH": "/nowhere:/usr/bin:/bin", "CXXFLAGS": "-O9", "PYTHONUNBUFFERED": "1",
-                "LANG": "de_DE", "HOME": "/elsewhere", "DISPLAY": ":0"}).stdout
-        names = {line.split("=")[0] for line in told.splitlines()}
-        self.assertLessEqual(
-            names, {"PATH", "HOME", "LANG", "GIT_CONFIG_COUNT", "GIT_CONFIG_KEY_0",
-                    "GIT_CONFIG_VALUE_0", "CMAKE_CXX_COMPILER_LAUNCHER", "CCACHE_DIR",
-                    "CCACHE_SLOPPINESS"})
-        for line in ("LANG=C.UTF-8", f"HOME={PROJECT}/build/home"):
-            self.assertIn(line, told.splitlines())
-        self.assertNotIn("/nowhere", told)
 
 
 if __name__ == "__main__":

@@ -3,7 +3,7 @@
 import unittest
 
 from kestrove_navigation import ErrorCode, NavigationClient, NavigationError
-from scripted_peer import SILENCE, ScriptedPeer, ServiceError
+from scripted_peer import DEADLINE_SECONDS, SILENCE, ScriptedPeer, ServiceError
 
 # what the peer does, and what the client then says
 FAILURES = [
@@ -18,7 +18,7 @@ class LastError(unittest.TestCase):
     def test_tells_the_reason_of_a_failure(self):
         for name, reply, code in FAILURES:
             with self.subTest(name), ScriptedPeer() as peer, NavigationClient() as client:
-                client.timeout = 0.05
+                client.timeout = 0.05 if reply is SILENCE else DEADLINE_SECONDS
                 peer.replies.put(reply)
                 self.assertEqual(-1.0, client.get_implement_width())
                 self.assertIs(code, client.last_error.code)

@@ -1,11 +1,25 @@
 """Threads of Python beside a call that waits."""
 
+import contextlib
 import threading
 import time
 import unittest
 
-from kestrove_navigation import NavigationClient
-from scripted_peer import DEADLINE_SECONDS, SILENCE, ScriptedPeer
+from kestrove_navigation import NavigationClient, Offset
+from scripted_peer import DEADLINE_SECONDS, ScriptedPeer
+
+
+MANY = 10
+PATIENCE_SECONDS = DEADLINE_SECONDS / 3
+
+
+@contextlib.contextmanager
+def running(work):
+    """Runs the work on a thread of its own."""
+    thread = threading.Thread(target=work)
+    thread.start()
+    yield
+    thread.join()
 
 
 class Counting:
@@ -20,6 +34,13 @@ class Counting:
         while not self._stop.wait(0.001):
             self.count += 1
 
+    def counts_on(self):
+        """Waits until it has counted some more; true when it has."""
+        wanted, deadline = self.count + MANY, time.monotonic() + DEADLINE_SECONDS
+        while self.count < wanted and time.monotonic() < deadline:
+            time.sleep(0.001)
+        return self.count >= wanted
+
     def __enter__(self):
         self._thread.start()
         return self
@@ -30,22 +51,36 @@ class Counting:
 
 
 class Threads(unittest.TestCase):
-    def test_run_while_a_call_waits_for_a_silent_service(self):
+    def test_run_while_a_call_waits_for_its_reply(self):
+        counted = []
         with ScriptedPeer() as peer, NavigationClient() as client, Counting() as other:
-            client.timeout = 0.3
-            peer.replies.put(SILENCE)
-            before, start = other.count, time.monotonic()
-            self.assertEqual(-1, client.engage_steering())
-            self.assertGreaterEqual(time.monotonic() - start, 0.3)
-            self.assertGreater(other.count - before, 10)
+            client.timeout = PATIENCE_SECONDS
+
+            def reply():
+                peer.message()  # the call waits from now on
+                counted.append(other.counts_on())
+                peer.replies.put(7)
+            with running(reply):
+                self.assertEqual(7, client.engage_steering())
+        self.assertEqual([True], counted)
 
     def test_run_while_events_are_waited_for(self):
-        with ScriptedPeer(), NavigationClient() as client, Counting() as other:
-            client.timeout = 0.2
-            before = other.count
-            self.assertFalse(client.process_messages(wait=True))
-            self.assertEqual([], list(client.events(timeout=0.1)))
-            self.assertGreater(other.count - before, 10)
+        counted = []
+        with ScriptedPeer() as peer, NavigationClient() as client, Counting() as other:
+            client.timeout = PATIENCE_SECONDS
+            events = client.events(Offset, timeout=PATIENCE_SECONDS)
+            peer.push("cb_offsets", 0.0)
+            next(events)
+
+            def push():
+                counted.append(other.counts_on())
+                peer.push_again("cb_offsets", 1.0)
+            with running(push):
+                self.assertTrue(client.process_messages(wait=True))
+            with running(push):
+                next(events)  # has come
+                next(events)
+        self.assertEqual([True, True], counted)
 
     def test_take_turns_at_one_client(self):
         shifts, widths = [], []

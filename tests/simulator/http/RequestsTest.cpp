@@ -407,7 +407,8 @@ TEST(LivePage, RefusesCommandsOfAServiceThatDoesNotAnswer)
     });
 
     EXPECT_EQ(503, answer.status);
-    EXPECT_NE("", Command(page.Port(), R"({"operation":"IsSteeringEngaged"})"));
+    EXPECT_EQ(R"({"reasons":[],"result":0})",
+              Command(page.Port(), R"({"operation":"IsSteeringEngaged"})"));
 }
 
 TEST(LivePage, DropsCommandsOfThoseWhoHaveGoneBeforeTheirTurn)

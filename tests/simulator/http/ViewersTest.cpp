@@ -216,7 +216,8 @@ TEST(Viewers, AreSixteenAtMostAndOneMoreWhenOneHasLeft)
     EXPECT_EQ(503, refused.status);
     EXPECT_NE(std::string::npos, refused.head.find("Retry-After: 5\r\n"));
     EXPECT_EQ(R"({"error":"16 viewers are there already"})", refused.body);
-    EXPECT_NE("", Command(page.Port(), R"({"operation":"IsSteeringEngaged"})"));
+    EXPECT_EQ(R"({"reasons":[],"result":0})",
+              Command(page.Port(), R"({"operation":"IsSteeringEngaged"})"));
 
     viewers.pop_front();
     EXPECT_TRUE(WaitUntil([&] { return !EventStream(page.Port()).Next("settings").empty(); }));
