@@ -106,6 +106,19 @@ def send_halves():
             link.close()
 
 
+def send_numbers():
+    """The begin of a list that announces as many small numbers as a message may hold, over and over:
+    as many as let the list move to its last room."""
+    while True:
+        link = connect()
+        try:
+            link.sendall(b"\x94\x00\x01\xa1x\xdd\x00\x40\x00\x00" + 133_000 * b"\x01")
+            time.sleep(0.05)
+        except OSError:
+            pass
+        link.close()
+
+
 def connect_often():
     """A thousand connections at once, over and over."""
     while True:
@@ -123,6 +136,7 @@ OFFENCES = {
     "flood with requests": (flood,),
     "send garbage": (send_garbage,),
     "send half messages": (send_halves,),
+    "begin lists of numbers": (send_numbers,),
     "connect often": (connect_often,),
     "cause warnings that nobody reads": (output.send_refused, output.send_refused_anew),
     "keep the same setting": (settings.keep_the_same,),
