@@ -78,6 +78,7 @@ public:
     ~ServerConnectionC();
 
     ClientNumber Number() const { return m_number; }
+    bool HasSentAMessage() const { return m_hasSentAMessage; }
     bool IsOpen() const { return m_open; }
     /// The events that this client has subscribed to.
     const std::set<std::string>& Subscriptions() const { return m_subscriptions; }
@@ -157,6 +158,7 @@ private:
     std::size_t m_held = 0;
     std::chrono::steady_clock::time_point m_lastGrowth;
     bool m_open = true;
+    bool m_hasSentAMessage = false;
     bool m_hasGivenAway = false;
     bool m_isHeld = false;
     bool m_isWaiting = false; // for bytes

@@ -69,9 +69,11 @@ private:
     void Watch(std::chrono::steady_clock::duration time);
     void EndUnfinished();
     void DropGreediest();
+    std::shared_ptr<ServerConnectionC> LeastWorthy() const;
+    void DropLeastWorthy();
     void Serve(ClientNumber client, const MessageC& message);
     void Subscribe(ServerConnectionC& connection, const BListC& arguments);
-    void TellThatConnectionsWait(const std::string& reason);
+    void CannotTake(const asio::error_code& reason);
     void Drop(ServerConnectionC& connection, const std::string& reason, bool withReset);
     void End(ServerConnectionC& connection, const std::string& reason, bool withReset);
     template <typename Action>
@@ -87,6 +89,7 @@ private:
     asio::steady_timer m_pause;                             // of all turns
     asio::steady_timer m_watch;                             // over unfinished messages
     bool m_isWatching = false;
+    bool m_hasToldOfWaiting = false; // of connections that cannot be taken
     std::size_t m_held = 0;
     BEncoderC m_encoder;
     ClientNumber m_lastNumber = 0;
