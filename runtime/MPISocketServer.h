@@ -84,7 +84,7 @@ struct MPIServerLimitsC
 /// Writing never waits: what a client does not read is queued, and a client that lets more than
 /// 8 MiB queue up is disconnected, so that a slow client never holds up the others. A message that
 /// is no MessagePack-RPC closes the connection that sent it, and so does one that exceeds a limit.
-/// Large messages are read in turns of a millisecond.
+/// Large messages are read in turns of a millisecond, and events go to many in such turns.
 ///
 /// Thread safety: none; used from the thread that runs the loop. Has a thread of its own, which
 /// destroys large messages, from the first of them on.

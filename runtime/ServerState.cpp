@@ -159,6 +159,7 @@ void MPISocketServerC::StateC::Detach()
 {
     m_handler = nullptr;
     m_turns.clear();
+    m_senders.clear();
     m_pause.cancel();
     m_watch.cancel();
 }
