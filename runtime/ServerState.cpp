@@ -1,7 +1,6 @@
 #include "runtime/ServerState.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <exception>
 #include <set>
@@ -54,8 +53,8 @@ bool IsLacking(const asio::error_code& error)
 /// True when a connection could be taken if there were one less.
 bool IsWantOfRoom(const asio::error_code& error)
 {
-    const std::array<int, 4> wants{EMFILE, ENFILE, ENOBUFS, ENOMEM};
-    return std::find(wants.begin(), wants.end(), error.value()) != wants.end();
+    const int value = error.value();
+    return value == EMFILE || value == ENFILE || value == ENOBUFS || value == ENOMEM;
 }
 
 std::string ReasonOf(const asio::error_code& error, std::uint16_t port)
