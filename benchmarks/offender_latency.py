@@ -16,6 +16,7 @@ import argparse
 import json
 import os
 import resource
+import select
 import socket
 import struct
 import sys
@@ -39,6 +40,9 @@ from attack import (HonestClient, Report, SimulatorUnderAttack, attackers,  # no
 LIMIT_MILLISECONDS = 20.0
 EVENTS_A_SECOND = 9.9
 SHARE = 0.999
+EVENTS = ("cb_engage_status", "cb_guidance_status", "cb_offsets", "cb_wayline_status",
+          "cb_implement_width_changed", "cb_tuning_parameter_changed", "cb_relative_position",
+          "cb_draw_points")
 REQUEST = msgpack.packb([0, 1, "GetImplementWidth", [1]])
 
 
@@ -106,6 +110,39 @@ def send_halves():
             link.close()
 
 
+def subscribe_to_all(count):
+    """An offence of COUNT connections that are subscribed to every event and read them."""
+    wishes = b"".join(msgpack.packb([2, "subscribe", [event]]) for event in EVENTS)
+
+    def subscribe():
+        waiting = select.epoll()
+        links = {}
+        for _ in range(count):
+            link = connect()
+            link.setblocking(False)
+            link.sendall(wishes)
+            links[link.fileno()] = link
+            waiting.register(link, select.EPOLLIN)
+        while True:
+            for descriptor, _ in waiting.poll():
+                if not os.read(descriptor, 65536):
+                    raise AssertionError("a subscriber was dropped")
+    return subscribe
+
+
+def send_numbers():
+    """The begin of a list that announces as many small numbers as a message may hold, over and over:
+    as many as let the list move to its last room."""
+    while True:
+        link = connect()
+        try:
+            link.sendall(b"\x94\x00\x01\xa1x\xdd\x00\x40\x00\x00" + 133_000 * b"\x01")
+            time.sleep(0.05)
+        except OSError:
+            pass
+        link.close()
+
+
 def connect_often():
     """A thousand connections at once, over and over."""
     while True:
@@ -123,6 +160,8 @@ OFFENCES = {
     "flood with requests": (flood,),
     "send garbage": (send_garbage,),
     "send half messages": (send_halves,),
+    "begin lists of numbers": (send_numbers,),
+    "subscribe 900 times to every event": (subscribe_to_all(900),),
     "connect often": (connect_often,),
     "cause warnings that nobody reads": (output.send_refused, output.send_refused_anew),
     "keep the same setting": (settings.keep_the_same,),

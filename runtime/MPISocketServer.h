@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -42,8 +43,8 @@ public:
     virtual void ClientDropped(ClientNumber client, const std::string& reason);
     /// A client is gone, and why. Its number is not used again.
     virtual void ClientDisconnected(ClientNumber client, const std::string& reason);
-    /// Connections have to wait, for example for want of descriptors. Told once, until one can be
-    /// taken again.
+    /// Connections have to wait, for example for want of descriptors, and closing one does not
+    /// help. Told once, until one can be taken again.
     virtual void ConnectionsWait(const std::string& reason);
     /// Something failed that nobody waits for an answer to: a notification (or one of the calls
     /// above) whose handler threw, or a subscription without a name. Writes a line to standard
@@ -67,6 +68,12 @@ struct MPIServerLimitsC
     /// have not arrived whole, that are being served, and what is queued for clients. Beyond it
     /// the connection that holds most is closed.
     std::size_t memory = std::size_t{256} * 1024 * 1024;
+    /// How many connections there are at once. Beyond it, and when the system has no descriptor
+    /// left, the least worthy is closed: of those that have never sent a whole message the oldest,
+    /// unless they are few and new; then the quietest without a subscription; then the newest.
+    std::size_t connections = std::numeric_limits<std::size_t>::max();
+    /// How long a connection that has sent nothing counts as one that is in use, or new.
+    std::chrono::milliseconds quiet{1'000};
     /// How long a message may be unfinished without growing.
     std::chrono::milliseconds unfinished{30'000};
 };
@@ -77,7 +84,7 @@ struct MPIServerLimitsC
 /// Writing never waits: what a client does not read is queued, and a client that lets more than
 /// 8 MiB queue up is disconnected, so that a slow client never holds up the others. A message that
 /// is no MessagePack-RPC closes the connection that sent it, and so does one that exceeds a limit.
-/// Large messages are read in turns of a millisecond.
+/// Large messages are read in turns of a millisecond, and events go to many in such turns.
 ///
 /// Thread safety: none; used from the thread that runs the loop. Has a thread of its own, which
 /// destroys large messages, from the first of them on.

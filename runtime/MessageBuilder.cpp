@@ -20,12 +20,10 @@ static_assert(MessageBuilderC::kSlotBytes == sizeof(BListAccessC::Slot));
 
 } // namespace
 
-std::size_t MessageBuilderC::RoomFor(std::size_t size, std::size_t needed, std::size_t announced)
+std::size_t MessageBuilderC::RoomFor(std::size_t needed, std::size_t announced)
 {
-    if (needed >= announced || size >= announced / kGrowth) {
-        return std::max(needed, announced);
-    }
-    return std::max(needed, std::min(size * kGrowth, announced / kGrowth));
+    const std::size_t last = announced / kGrowth; // behind it comes the last move
+    return needed > last ? std::max(needed, announced) : std::min(needed * kGrowth, last);
 }
 
 void MessageBuilderC::Init()
@@ -156,7 +154,7 @@ bool MessageBuilderC::MakePlace(Container& container)
         static_cast<std::size_t>(isList ? container.list->Size() : container.dictionary->Size());
     const std::size_t room = isList ? BListAccessC::SlotsOf(*container.list).capacity()
                                     : BListAccessC::RoomOf(*container.dictionary);
-    return size < room || MakeRoom(container, RoomFor(size, size + 1, container.announced));
+    return size < room || MakeRoom(container, RoomFor(size + 1, container.announced));
 }
 
 bool MessageBuilderC::MakeRoom(Container& container, std::size_t room)

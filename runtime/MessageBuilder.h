@@ -26,13 +26,14 @@ public:
     /// hold fit in one list: 64 MiB of places, and texts that came within 32 MiB.
     static constexpr std::size_t kMostMemory = std::size_t{96} * 1024 * 1024;
 
-    /// For how many elements to make room, when a list or dictionary of `size` is full.
+    /// For how many elements to make room, when a list, a dictionary or a text has too little.
     ///
     /// @param needed for how many at least; for so many, bytes have arrived.
     /// @param announced how many it will have in the end. Room is made for up to thirty-two times
-    ///        as many as there are, since moving megabytes takes time; never for more than
-    ///        announced, and such that the last move is of no more than about a thirty-second.
-    static std::size_t RoomFor(std::size_t size, std::size_t needed, std::size_t announced);
+    ///        as many as are needed, since moving megabytes takes time; never for more than
+    ///        announced, and such that the last move is of about a thirty-second. So whatever is
+    ///        asked for, and in whatever steps, what is announced is moved a handful of times.
+    static std::size_t RoomFor(std::size_t needed, std::size_t announced);
 
     /// About what a value costs that is kept in its place in a list, in bytes.
     static constexpr std::size_t kSlotBytes = 16;

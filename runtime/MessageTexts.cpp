@@ -32,8 +32,7 @@ bool MessageBuilderC::AddText(const char* piece, std::size_t length, std::size_t
     if (needed > m_text.capacity()) {
         const std::size_t before = MessageCost::TextBytes(m_text.capacity());
         const std::size_t most = std::min(announced, kLongestText);
-        const std::size_t room =
-            std::max(RoomFor(needed, needed, most), MessageCost::LeastTextRoom());
+        const std::size_t room = std::max(RoomFor(needed, most), MessageCost::LeastTextRoom());
         if (!Claim(MessageCost::TextBytes(room))) {
             return false;
         }

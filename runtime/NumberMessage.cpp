@@ -143,7 +143,7 @@ void MakeRoom(BListC& list, std::size_t count, std::size_t most)
 {
     const std::size_t size = BListAccessC::SlotsOf(list).size();
     if (BListAccessC::SlotsOf(list).capacity() - size < count) {
-        list.Reserve(static_cast<int>(MessageBuilderC::RoomFor(size, size + count, size + most)));
+        list.Reserve(static_cast<int>(MessageBuilderC::RoomFor(size + count, size + most)));
     }
 }
 
@@ -162,6 +162,9 @@ std::size_t RunOfDoubles(const char* bytes, std::size_t most)
 /// @return how many they are.
 std::size_t TakeDoubles(BListC& list, const char* bytes, std::size_t size, std::size_t most)
 {
+    if (*bytes != kFloat64Head) {
+        return 0; // and no room for numbers that may not come
+    }
     const std::size_t whole = std::min(most, size / kFloat64Bytes);
     std::size_t count = 0;
     if (whole < kShortRun) {

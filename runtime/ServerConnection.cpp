@@ -85,6 +85,7 @@ void ServerConnectionC::GiveAway()
 
 void ServerConnectionC::Start()
 {
+    m_lastGrowth = std::chrono::steady_clock::now();
     CountHeld();
     WaitForBytes();
 }
@@ -265,6 +266,7 @@ MessageDecoderC::EResult ServerConnectionC::ServeNext(ServerConnectionOwnerC& ow
     }
     const MessageDecoderC::EResult result = m_decoder.Next(m_message);
     if (result == MessageDecoderC::EResult::Complete) {
+        m_hasSentAMessage = true;
         m_message.arrival = owner.NextArrival();
         if (m_isHeld && !owner.Overtakes(m_message)) {
             HaveWait();

@@ -36,6 +36,9 @@ public:
     /// The connection has more to do than one turn allows: TakeTurn() is to be called again, when
     /// those that wait already and whatever is new had theirs.
     virtual void TurnWanted(ServerConnectionC& connection) = 0;
+    /// The connection has something to send: SendQueued() is to be called after the handlers that
+    /// are ready now.
+    virtual void SendingWanted(ServerConnectionC& connection) = 0;
     /// The connection waits for the rest of a message.
     virtual void MessageUnfinished(ServerConnectionC& connection) = 0;
     /// The connection holds `now` bytes and no longer `before`. May close any connection.
@@ -81,6 +84,7 @@ public:
     ~ServerConnectionC();
 
     ClientNumber Number() const { return m_number; }
+    bool HasSentAMessage() const { return m_hasSentAMessage; }
     bool IsOpen() const { return m_open; }
     /// The events that this client has subscribed to.
     const std::set<std::string>& Subscriptions() const { return m_subscriptions; }
@@ -112,6 +116,8 @@ public:
     /// Serves what has waited, in order and in a turn of its own. Nothing happens when no message
     /// is held.
     void Release();
+    /// Hands to the system what is queued, as far as it takes it.
+    void SendQueued();
     /// Ends the connection. In order, what is queued still goes out as far as the system takes it
     /// at once, so that an answer followed by a disconnection arrives; with a reset it does not.
     void Close(bool withReset);
@@ -160,6 +166,7 @@ private:
     std::size_t m_held = 0;
     std::chrono::steady_clock::time_point m_lastGrowth;
     bool m_open = true;
+    bool m_hasSentAMessage = false;
     bool m_hasGivenAway = false;
     bool m_isHeld = false;
     bool m_isWaiting = false; // for bytes

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <utility>
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -16,8 +17,10 @@ namespace {
 constexpr std::chrono::milliseconds kListenerPause(100);
 constexpr std::chrono::milliseconds kBusyPause(2);
 
-// So many connections are taken in a row before the other work of the loop has its turn.
-constexpr int kAcceptsPerTurn = 16;
+// So many connections are taken in a row, and for so long, before the other work of the loop has
+// its turn.
+constexpr int kAttemptsPerTurn = 16;
+constexpr std::chrono::milliseconds kLongestTurn(1);
 
 } // namespace
 
@@ -83,7 +86,12 @@ void ServerListenerC::Wait()
 
 void ServerListenerC::Accept()
 {
-    for (int taken = 0; taken < kAcceptsPerTurn && m_acceptor.is_open(); ++taken) {
+    const auto end = std::chrono::steady_clock::now() + kLongestTurn;
+    bool hasComplained = false; // of the connection that is next
+    for (int attempt = 0; attempt < kAttemptsPerTurn && m_acceptor.is_open(); ++attempt) {
+        if (!hasComplained && std::chrono::steady_clock::now() > end) {
+            break;
+        }
         if (m_isBusy && m_isBusy()) {
             Pause(kBusyPause);
             return;
@@ -93,21 +101,33 @@ void ServerListenerC::Accept()
         const int descriptor = ::accept4(m_acceptor.native_handle(),
                                          reinterpret_cast<sockaddr*>(&peer), &length, SOCK_CLOEXEC);
         if (descriptor < 0) {
-            const bool noneLeft = errno == EAGAIN || errno == EWOULDBLOCK;
-            const bool thatOneIsGone = errno == ECONNABORTED || errno == EINTR;
-            if (!noneLeft && !thatOneIsGone) {
-                Complain(errno);
+            const int error = errno;
+            const bool noneLeft = error == EAGAIN || error == EWOULDBLOCK;
+            const bool thatOneIsGone = error == ECONNABORTED || error == EINTR;
+            if (noneLeft || thatOneIsGone || !IsOneWaiting()) {
+                break;
+            }
+            if (hasComplained) {
                 Pause(kListenerPause);
                 return;
             }
-            break;
+            hasComplained = true;
+            m_complaint(asio::error_code(error, asio::error::get_system_category()));
+            continue;
         }
-        m_hasComplained = false;
+        hasComplained = false;
         Take(descriptor, peer.ss_family == AF_INET6);
     }
     if (m_acceptor.is_open()) {
         Wait();
     }
+}
+
+/// The system says that it has no descriptor before it looks whether there is a connection.
+bool ServerListenerC::IsOneWaiting()
+{
+    pollfd listener = {m_acceptor.native_handle(), POLLIN, 0};
+    return ::poll(&listener, 1, 0) > 0;
 }
 
 void ServerListenerC::Take(int descriptor, bool isV6)
@@ -120,14 +140,6 @@ void ServerListenerC::Take(int descriptor, bool isV6)
         return;
     }
     m_taker(std::move(socket));
-}
-
-void ServerListenerC::Complain(int error)
-{
-    if (!m_hasComplained) {
-        m_hasComplained = true;
-        m_complaint(asio::error_code(error, asio::error::get_system_category()));
-    }
 }
 
 void ServerListenerC::Pause(std::chrono::milliseconds time)

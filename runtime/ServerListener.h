@@ -13,8 +13,9 @@
 
 /// Listens on one address and hands over every connection that comes in.
 ///
-/// Sockets are close-on-exec from their first moment. When the system has no descriptor left it
-/// pauses and tries again, instead of spinning on a connection that it cannot take.
+/// Sockets are close-on-exec from their first moment. When the system has no descriptor left its
+/// owner may make room for one; without success it pauses and tries again, instead of spinning on a
+/// connection that it cannot take.
 ///
 /// Thread safety: none; lives on the thread that runs the loop. Lifetime: shared by its owner and
 /// by the operations under way.
@@ -26,7 +27,8 @@ public:
     using Busy = std::function<bool()>;
 
     /// @param taker is called with each connection, until Close().
-    /// @param complaint is called when connections have to wait; once, until one can be taken.
+    /// @param complaint is called each time that a connection cannot be taken, for example for want
+    ///        of descriptors. It may close another: the next attempt follows at once.
     /// @param isBusy tells whether the next connection is to wait for a moment; never without it.
     ServerListenerC(asio::io_context& loop, Taker taker, Complaint complaint, Busy isBusy = {});
 
@@ -41,8 +43,8 @@ public:
 private:
     void Wait();
     void Accept();
+    bool IsOneWaiting();
     void Take(int descriptor, bool isV6);
-    void Complain(int error);
     void Pause(std::chrono::milliseconds time);
 
     asio::io_context& m_loop;
@@ -51,7 +53,6 @@ private:
     Taker m_taker;
     Complaint m_complaint;
     Busy m_isBusy;
-    bool m_hasComplained = false;
 };
 
 #endif

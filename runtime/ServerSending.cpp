@@ -4,7 +4,6 @@
 
 #include <asio/buffer.hpp>
 #include <asio/error.hpp>
-#include <asio/post.hpp>
 #include <asio/socket_base.hpp>
 #include <asio/write.hpp>
 
@@ -39,14 +38,18 @@ bool ServerConnectionC::Queue(const char* bytes, std::size_t count)
 /// are ready now, so that the events of one moment share a write.
 void ServerConnectionC::FlushLater()
 {
-    if (m_serving || m_isWriting || m_willFlush) {
+    const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock();
+    if (owner == nullptr || m_serving || m_isWriting || m_willFlush) {
         return;
     }
     m_willFlush = true;
-    asio::post(m_socket.get_executor(), [self = shared_from_this()] {
-        self->m_willFlush = false;
-        self->Flush();
-    });
+    owner->SendingWanted(*this);
+}
+
+void ServerConnectionC::SendQueued()
+{
+    m_willFlush = false;
+    Flush();
 }
 
 void ServerConnectionC::Flush()

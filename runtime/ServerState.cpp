@@ -24,6 +24,9 @@ constexpr std::size_t kMostSubscriptions = 1024;
 /// While so many connections wait for their turn, no more are taken.
 constexpr std::size_t kMostTurns = 64;
 
+/// Such a part of the connections may be new.
+constexpr std::size_t kShareOfNew = 8;
+
 const char* const kSlowClient = "too much is waiting for a client that does not read";
 
 /// Does what an exception of the handler must not keep from going on. Empty when nothing is thrown.
@@ -45,6 +48,13 @@ bool IsLacking(const asio::error_code& error)
 {
     return error == asio::error::address_family_not_supported ||
            error == asio::error_code(EADDRNOTAVAIL, asio::error::get_system_category());
+}
+
+/// True when a connection could be taken if there were one less.
+bool IsWantOfRoom(const asio::error_code& error)
+{
+    const int value = error.value();
+    return value == EMFILE || value == ENFILE || value == ENOBUFS || value == ENOMEM;
 }
 
 std::string ReasonOf(const asio::error_code& error, std::uint16_t port)
@@ -101,7 +111,7 @@ asio::error_code MPISocketServerC::StateC::Open(const asio::ip::address& address
         },
         [self](const asio::error_code& reason) {
             if (const std::shared_ptr<StateC> state = self.lock()) {
-                state->TellThatConnectionsWait(reason.message());
+                state->CannotTake(reason);
             }
         },
         // Those that are there share the loop with each that is taken.
@@ -131,6 +141,10 @@ void MPISocketServerC::StateC::StopListening()
 
 void MPISocketServerC::StateC::Take(asio::ip::tcp::socket socket)
 {
+    m_hasToldOfWaiting = false;
+    if (m_clients.size() >= m_limits.connections) {
+        DropLeastWorthy();
+    }
     const ClientNumber number = ++m_lastNumber;
     const auto connection = std::make_shared<ServerConnectionC>(std::move(socket), number,
                                                                 shared_from_this(), m_disposer);
@@ -144,13 +158,53 @@ void MPISocketServerC::StateC::Detach()
 {
     m_handler = nullptr;
     m_turns.clear();
+    m_senders.clear();
     m_pause.cancel();
     m_watch.cancel();
 }
 
-void MPISocketServerC::StateC::TellThatConnectionsWait(const std::string& reason)
+void MPISocketServerC::StateC::CannotTake(const asio::error_code& reason)
 {
-    Tell(0, "waiting", [&reason](MPIServiceHandlerC& handler) { handler.ConnectionsWait(reason); });
+    if (!m_clients.empty() && IsWantOfRoom(reason)) {
+        DropLeastWorthy();
+    } else if (!m_hasToldOfWaiting) {
+        m_hasToldOfWaiting = true;
+        Tell(0, "waiting",
+             [&reason](MPIServiceHandlerC& handler) { handler.ConnectionsWait(reason.message()); });
+    }
+}
+
+/// Who has sent nothing loses nothing, and who asks now and then connects anew for the next
+/// question. Of the others those stay that were there before the trouble began.
+std::shared_ptr<ServerConnectionC> MPISocketServerC::StateC::LeastWorthy() const
+{
+    const auto quietSince = std::chrono::steady_clock::now() - m_limits.quiet;
+    std::shared_ptr<ServerConnectionC> silent; // the oldest
+    std::shared_ptr<ServerConnectionC> quiet;  // the longest
+    std::shared_ptr<ServerConnectionC> newest;
+    std::size_t silentOnes = 0;
+    for (const auto& [client, connection] : m_clients) {
+        if (!connection->HasSentAMessage()) {
+            silent = silent == nullptr ? connection : silent;
+            ++silentOnes;
+        } else if (connection->Subscriptions().empty() && connection->LastGrowth() < quietSince) {
+            const bool isQuieter =
+                quiet == nullptr || connection->LastGrowth() < quiet->LastGrowth();
+            quiet = isQuieter ? connection : quiet;
+        } else {
+            newest = connection;
+        }
+    }
+    // Those that have just come may be about to send.
+    const bool areNew = silentOnes <= m_clients.size() / kShareOfNew && silent != nullptr &&
+                        silent->LastGrowth() >= quietSince;
+    const auto& other = quiet != nullptr ? quiet : newest;
+    return silent != nullptr && (!areNew || other == nullptr) ? silent : other;
+}
+
+void MPISocketServerC::StateC::DropLeastWorthy()
+{
+    Drop(*LeastWorthy(), "there are too many connections, and others are served better", true);
 }
 
 void MPISocketServerC::StateC::MessageArrived(ServerConnectionC& connection,

@@ -61,17 +61,22 @@ private:
     void MessageRejected(ServerConnectionC& connection, const std::string& problem) override;
     void ConnectionLost(ServerConnectionC& connection, const std::string& reason) override;
     void TurnWanted(ServerConnectionC& connection) override;
+    void SendingWanted(ServerConnectionC& connection) override;
     void MessageUnfinished(ServerConnectionC& connection) override;
     void HeldChanged(std::size_t before, std::size_t now) override;
     void PostTurn();
     void DropClosedTurns();
     void GiveTurn();
+    void PostSending();
+    void SendForATurn();
     void Watch(std::chrono::steady_clock::duration time);
     void EndUnfinished();
     void DropGreediest();
+    std::shared_ptr<ServerConnectionC> LeastWorthy() const;
+    void DropLeastWorthy();
     void Serve(ClientNumber client, const MessageC& message);
     void Subscribe(ServerConnectionC& connection, const BListC& arguments);
-    void TellThatConnectionsWait(const std::string& reason);
+    void CannotTake(const asio::error_code& reason);
     void Drop(ServerConnectionC& connection, const std::string& reason, bool withReset);
     void End(ServerConnectionC& connection, const std::string& reason, bool withReset);
     template <typename Action>
@@ -83,10 +88,12 @@ private:
     const std::shared_ptr<DisposerC> m_disposer = std::make_shared<DisposerC>();
     std::vector<std::shared_ptr<ServerListenerC>> m_listeners;
     std::map<ClientNumber, std::shared_ptr<ServerConnectionC>> m_clients;
-    std::deque<std::shared_ptr<ServerConnectionC>> m_turns; // who waits for one
-    asio::steady_timer m_pause;                             // of all turns
-    asio::steady_timer m_watch;                             // over unfinished messages
+    std::deque<std::shared_ptr<ServerConnectionC>> m_turns;   // who waits for one
+    std::deque<std::shared_ptr<ServerConnectionC>> m_senders; // who has something to send
+    asio::steady_timer m_pause;                               // of all turns
+    asio::steady_timer m_watch;                               // over unfinished messages
     bool m_isWatching = false;
+    bool m_hasToldOfWaiting = false; // of connections that cannot be taken
     std::size_t m_held = 0;
     BEncoderC m_encoder;
     ClientNumber m_lastNumber = 0;

@@ -68,6 +68,34 @@ void MPISocketServerC::StateC::GiveTurn()
     }
 }
 
+/// An event goes to all its subscribers; others are looked at after as many as a turn allows.
+void MPISocketServerC::StateC::SendingWanted(ServerConnectionC& connection)
+{
+    m_senders.push_back(connection.shared_from_this());
+    if (m_senders.size() == 1) {
+        PostSending();
+    }
+}
+
+void MPISocketServerC::StateC::PostSending()
+{
+    asio::post(m_loop, [self = shared_from_this()] { self->SendForATurn(); });
+}
+
+void MPISocketServerC::StateC::SendForATurn()
+{
+    const auto end = std::chrono::steady_clock::now() + ServerConnectionC::kTurn;
+    while (!m_senders.empty()) {
+        const std::shared_ptr<ServerConnectionC> connection = m_senders.front();
+        connection->SendQueued();
+        m_senders.pop_front();
+        if (!m_senders.empty() && std::chrono::steady_clock::now() >= end) {
+            PostSending();
+            return;
+        }
+    }
+}
+
 void MPISocketServerC::StateC::MessageUnfinished(ServerConnectionC& /*connection*/)
 {
     if (!m_isWatching) {

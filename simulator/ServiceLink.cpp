@@ -32,8 +32,9 @@ private:
     const ServedSink& m_served;
 };
 
-ServiceLinkC::ServiceLinkC(asio::io_context& loop, ServiceCoreOptions options, ServedSink served)
-    : m_log(options.log), m_served(std::move(served)), m_server(loop, *this), m_work(loop),
+ServiceLinkC::ServiceLinkC(asio::io_context& loop, ServiceCoreOptions options, ServedSink served,
+                           const MPIServerLimitsC& limits)
+    : m_log(options.log), m_served(std::move(served)), m_server(loop, *this, limits), m_work(loop),
       m_core(Publishing(std::move(options)))
 {
     m_work.OnDisengaged([this] { m_disengaged = m_server.Arrival(); });

@@ -27,7 +27,9 @@ public:
     /// @param loop must outlive this object.
     /// @param options what the core is made with; its events go to the subscribers too.
     /// @param served may be empty.
-    ServiceLinkC(asio::io_context& loop, ServiceCoreOptions options, ServedSink served = {});
+    /// @param limits of what the clients may have it hold.
+    ServiceLinkC(asio::io_context& loop, ServiceCoreOptions options, ServedSink served = {},
+                 const MPIServerLimitsC& limits = {});
 
     /// Starts to listen; see MPISocketServerC::Listen().
     std::string Listen(std::uint16_t port) { return m_server.Listen(port); }

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "simulator/CommandLine.h"
+#include "simulator/DescriptorLimit.h"
 #include "simulator/KeptSettings.h"
 #include "simulator/LimitedLog.h"
 #include "simulator/Pacer.h"
@@ -21,6 +22,7 @@
 #include "simulator/SettingsSaver.h"
 #include "simulator/StateFile.h"
 #include "simulator/Version.h"
+#include "simulator/http/HttpServer.h"
 #include "simulator/http/LivePage.h"
 
 namespace {
@@ -136,6 +138,15 @@ void EndSaving(const ProgramOptions& options, ServiceLinkC& link,
     link.Core().EndTrack(deadline);
 }
 
+/// Leaves descriptors for the page and for files, whoever connects to the service.
+MPIServerLimitsC LimitsOf(const ProgramOptions& options)
+{
+    MPIServerLimitsC limits;
+    limits.connections = DescriptorLimit::ConnectionsBeside(
+        options.httpPort ? HttpServerC::kMostConnections : std::size_t{0});
+    return limits;
+}
+
 EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPointer& output)
 {
     asio::io_context loop;
@@ -150,10 +161,11 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     if (kept.file) {
         keep = [&saver](const KeptValues& values) { saver->Keep(values); };
     }
-    ServiceLinkC link(loop,
-                      {options.simulation, kept.values, keep,
-                       options.httpPort ? trail.Sink() : EventSink(), log.Sink()},
-                      [&limited](ClientNumber client) { limited.Serve(client); });
+    ServiceLinkC link(
+        loop,
+        {options.simulation, kept.values, keep, options.httpPort ? trail.Sink() : EventSink(),
+         log.Sink()},
+        [&limited](ClientNumber client) { limited.Serve(client); }, LimitsOf(options));
     std::optional<LivePageC> page;
     if (options.httpPort) {
         page.emplace(loop, link.Core(), trail, log);
@@ -204,6 +216,7 @@ int main(int argumentCount, char** arguments)
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     EndAtOnceOnSignals();
+    DescriptorLimit::Raise();
     OutputPointer output;
     EExitCode exitCode = kExitFailed;
     try {

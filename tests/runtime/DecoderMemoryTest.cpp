@@ -217,6 +217,70 @@ INSTANTIATE_TEST_SUITE_P(
                     Plain{"DoublesAndSmallNumbers", "07 cb 3f b9 99 99 99 99 99 9a 07", 3}),
     [](const testing::TestParamInfo<Plain>& row) { return row.param.name; });
 
+namespace {
+
+/// Elements of a list, or a dictionary, that announces as many as a message may hold.
+struct Growing
+{
+    const char* name;
+    std::string head;
+    const char* unit;
+    std::size_t blocksEach; // what a unit takes beside its place
+};
+
+void PrintTo(const Growing& growing, std::ostream* out)
+{
+    *out << growing.name;
+}
+
+class GrowingList : public testing::TestWithParam<Growing>
+{
+};
+
+std::string DictionaryHead()
+{
+    return '\x91' + ('\xdf' + BigEndian(kMostElements / 2, 4));
+}
+
+} // namespace
+
+TEST_P(GrowingList, MovesAHandfulOfTimesInWhateverPortionsItArrives)
+{
+    const Growing& growing = GetParam();
+    const std::string unit = FromHex(growing.unit);
+    constexpr std::size_t units = 140'000; // more than a thirty-second of what is announced
+    constexpr std::size_t handful = 48;
+    const std::string stream = kEventHead + growing.head + Repeated(unit, units * unit.size());
+    for (const std::size_t portion : {std::size_t{509}, std::size_t{4096}, stream.size()}) {
+        MessageC message;
+        const CAllocationMeter meter;
+        MessageDecoderC decoder(portion > 65536 ? portion : 65536);
+        ASSERT_EQ(EResult::NeedMore, DecodeInPortions(decoder, stream, message, portion))
+            << decoder.Problem();
+        EXPECT_LE(meter.BlockCount(), growing.blocksEach * units + handful) << portion;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    GrowingList, GrowingList,
+    testing::Values(
+        Growing{"SmallNumbers", ListHead(kMostElements), "01", 0},
+        Growing{"LargerNumbers", ListHead(kMostElements), "cd 7f ff", 0},
+        Growing{"Doubles", ListHead(kMostElements), "cb 40 00 00 00 00 00 00 00", 0},
+        Growing{"NumbersAndDoubles", ListHead(kMostElements), "07 cb 40 00 00 00 00 00 00 00", 0},
+        Growing{"DoublesByTwoAndNumbers", ListHead(kMostElements),
+                "cb 40 00 00 00 00 00 00 00 cb 40 00 00 00 00 00 00 00 07", 0},
+        Growing{"NumbersInTheDepth", Nested(10) + ListHead(kMostElements - 100), "01", 0},
+        Growing{"Nothing", ListHead(kMostElements), "c0", 0},
+        Growing{"NothingBehindNumbers", ListHead(kMostElements) + std::string(131'000, '\x01'),
+                "c0", 0},
+        Growing{"NumbersAndEmptyTexts", ListHead(kMostElements), "01 a0", 0},
+        Growing{"EmptyLists", ListHead(kMostElements), "90", 1},
+        Growing{"ListsOfOneNumber", ListHead(kMostElements / 2), "91 07", 2},
+        Growing{"ADictionaryOfNumbers", DictionaryHead(), "a0 07", 1},
+        Growing{"ADictionaryOfLists", DictionaryHead(), "a0 90", 1}),
+    [](const testing::TestParamInfo<Growing>& row) { return row.param.name; });
+
 TEST(DecoderMemory, LeavesRoomForLongTextsBesideTheMostNumbers)
 {
     for (const std::size_t length : {820U, 2048U, 2049U}) {

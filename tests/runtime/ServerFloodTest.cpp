@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <ctime>
 #include <future>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -117,6 +118,36 @@ TEST(ServerFlood, SharesTheLoopBetweenAClientThatFloodsAndOneThatAsks)
     EXPECT_EQ(1U, asker.Read().number);
     EXPECT_LE(floodedBeforeTheQuestion, 1000);
     EXPECT_TRUE(service.WaitForNotes("notification n", 10000));
+}
+
+TEST(ServerFlood, LooksAtTheOthersWhileAnEventGoesToManySubscribers)
+{
+    constexpr std::size_t subscribers = 300;
+    CRunningService service;
+    std::vector<std::unique_ptr<CRawClient>> clients;
+    for (std::size_t count = 0; count < subscribers; ++count) {
+        clients.push_back(std::make_unique<CRawClient>(service.Port()));
+        clients.back()->Send(Subscription("ev"));
+        Settle(*clients.back());
+    }
+    CRawClient asker(service.Port());
+    Settle(asker);
+    std::size_t reached = 0;
+    service.On("q", [&](auto& server, auto client, auto number) {
+        reached = static_cast<std::size_t>(
+            std::count_if(clients.begin(), clients.end(),
+                          [](const auto& subscriber) { return subscriber->HasInput(0); }));
+        server.Reply(client, number, nullptr);
+    });
+    service.OnLoop([&](MPISocketServerC& server) {
+        PushText(server, kMebibyte / 4);
+        asker.Send(Request(1, "q", "\x90"));
+    });
+    EXPECT_EQ(1U, asker.Read().number);
+    EXPECT_LE(reached, subscribers / 2);
+    for (const auto& subscriber : clients) {
+        EXPECT_LT(kMebibyte / 4, subscriber->Read().bytes.size());
+    }
 }
 
 TEST(ServerFlood, WaitsInsteadOfSpinningWhenNoDescriptorIsLeft)
