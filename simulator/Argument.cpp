@@ -25,6 +25,17 @@ const char* TypeName(EBElementType type)
 
 } // namespace
 
+const std::string& Argument<std::string>::Read(const BListC& list, int index)
+{
+    const std::string& text = list.GetString(index);
+    if (text.size() > kLongestTextArgument) {
+        throw UnusableArgument("a text of " + std::to_string(text.size()) +
+                               " bytes is too long, allowed is " +
+                               std::to_string(kLongestTextArgument));
+    }
+    return text;
+}
+
 std::string DescribeTypes(const BListC& list)
 {
     std::vector<const char*> names;

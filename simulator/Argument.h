@@ -1,10 +1,26 @@
 #ifndef KESTROVE_SIMULATOR_ARGUMENT_H
 #define KESTROVE_SIMULATOR_ARGUMENT_H
 
+#include <cstddef>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "platform/BElement.h"
+
+/// Thrown where no use can be made of an argument although its type fits. The call then fails like
+/// one with arguments of the wrong types.
+class UnusableArgument : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// A longer text is refused unread, bytes: what an operation does with a text takes the longer the
+/// more there is of it, and everybody waits.
+inline constexpr std::size_t kLongestTextArgument = 4096;
+/// More nested lists are refused, for the same reason.
+inline constexpr int kMostNestedLists = 100000;
 
 /// The int that leads many argument lists. It says nothing to the service.
 struct LeadingOne
@@ -83,7 +99,9 @@ struct Argument<std::string>
     {
         return list.TypeAt(index) == EBElementType::String;
     }
-    static std::string Read(const BListC& list, int index) { return list.GetString(index); }
+    /// Valid as long as the list.
+    /// @throws UnusableArgument for a text that is too long.
+    static const std::string& Read(const BListC& list, int index);
 };
 
 /// What a list holds, as it stands in an error text: "[int, double, list]".

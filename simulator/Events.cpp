@@ -1,6 +1,8 @@
 #include "simulator/Events.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <utility>
 
 namespace {
 
@@ -19,8 +21,10 @@ EventsC::EventsC(const CSimulation& simulation, const WaylineKeeperC& waylines)
     : m_simulation(simulation), m_waylines(waylines)
 {
     for (const auto& [name, event] : Table()) {
-        if (event.due == EDue::OnChange)
-            m_told[name] = (this->*event.tell)();
+        if (event.due != EDue::OnChange)
+            continue;
+        for (Payload& payload : (this->*event.tell)())
+            m_told[name].push_back({std::move(payload), false});
     }
 }
 
@@ -53,22 +57,34 @@ void EventsC::TellChanges(bool guidanceRan, const EventSink& sink)
     const bool drawingDue = DrawingDue(guidanceRan);
     for (const auto& [name, event] : Table()) {
         if (event.due == EDue::OnChange) {
-            TellChanged(name, event, sink);
+            TellChanged(name, event, guidanceRan, sink);
         } else if (event.due == EDue::WithGuidance ? guidanceRan : drawingDue) {
             TellPresentState(name, sink);
         }
     }
 }
 
-void EventsC::TellChanged(const std::string& name, const Event& event, const EventSink& sink)
+void EventsC::TellChanged(const std::string& name, const Event& event, bool guidanceRan,
+                          const EventSink& sink)
 {
+    std::vector<Told>& told = m_told[name];
+    // What each call of a client's would only look at in vain is not even made.
+    const auto mayBeTold = [guidanceRan](const Told& last) {
+        return guidanceRan || !last.sinceGuidance;
+    };
+    if (std::none_of(told.begin(), told.end(), mayBeTold))
+        return;
     Payloads now = (this->*event.tell)();
-    Payloads& told = m_told[name];
     for (std::size_t index = 0; index < now.size(); ++index) {
-        if (now[index] != told[index])
+        Told& last = told[index];
+        if (!mayBeTold(last))
+            continue;
+        last.sinceGuidance = now[index] != last.payload;
+        if (last.sinceGuidance) {
             Send(name, now[index], sink);
+            last.payload = std::move(now[index]);
+        }
     }
-    told = std::move(now);
 }
 
 bool EventsC::DrawingDue(bool guidanceRan)
@@ -77,7 +93,9 @@ bool EventsC::DrawingDue(bool guidanceRan)
     const double waited = m_simulation.Time() - m_drawnAt;
     const bool timeIsUp =
         guidanceRan && (!m_drawn || waited >= kDrawingSeconds - kDrawingTolerance);
-    if (!timeIsUp && revision == m_drawnRevision)
+    const bool mayBeDrawn = guidanceRan || !m_drawnSinceGuidance;
+    m_drawnSinceGuidance = !mayBeDrawn || timeIsUp || revision != m_drawnRevision;
+    if (!mayBeDrawn || !m_drawnSinceGuidance)
         return false;
     m_drawn = true;
     m_drawnAt = m_simulation.Time();

@@ -16,6 +16,11 @@ using EventSink = std::function<void(const std::string& event, const BListC& pay
 
 /// Makes the service's events from what the simulation and the wayline are now.
 ///
+/// A value that has changed is told at once, unless it has been told since guidance last ran: then
+/// what it is when guidance runs next. So no value is told more often than guidance runs, however
+/// often clients change it, the last one is always told, and what guidance itself changes, such as
+/// that it drops steering, is never left out.
+///
 /// Thread safety: none.
 class EventsC
 {
@@ -30,8 +35,8 @@ public:
     /// the tuning parameters one a parameter; none for a name that is no event's.
     void TellPresentState(const std::string& event, const EventSink& sink) const;
 
-    /// The events whose values have changed since the last call, and guidance status, relative
-    /// position and the points to draw when they are due.
+    /// The events whose values have changed since they were told, and guidance status, relative
+    /// position and the points to draw, as far as they are due.
     ///
     /// @param guidanceRan whether guidance ran since the last call.
     void TellChanges(bool guidanceRan, const EventSink& sink);
@@ -47,6 +52,13 @@ private:
         OnChange,
         WithGuidance,
         ToDraw,
+    };
+
+    /// What subscribers have been told last.
+    struct Told
+    {
+        Payload payload;
+        bool sinceGuidance; ///< told since guidance last ran, so that a further change waits
     };
 
     struct Event
@@ -67,15 +79,17 @@ private:
     Payloads RelativePosition() const;
     Payloads DrawPoints() const;
 
-    void TellChanged(const std::string& name, const Event& event, const EventSink& sink);
+    void TellChanged(const std::string& name, const Event& event, bool guidanceRan,
+                     const EventSink& sink);
     bool DrawingDue(bool guidanceRan);
 
     const CSimulation& m_simulation;
     const WaylineKeeperC& m_waylines;
-    std::map<std::string, Payloads> m_told;
+    std::map<std::string, std::vector<Told>> m_told; ///< one a parameter of tuning
     double m_drawnAt = 0.0;
     int m_drawnRevision = 0;
     bool m_drawn = false;
+    bool m_drawnSinceGuidance = false;
 };
 
 #endif

@@ -4,7 +4,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -19,14 +18,6 @@ struct Answer
     std::string error; ///< why the call was not carried out; empty when it was
     /// In place of the value, when it has been written aside: its bytes on the link.
     std::shared_ptr<const std::string> bytes;
-};
-
-/// Thrown by a handler that cannot make use of an argument although its type fits. The call then
-/// fails like one with arguments of the wrong types.
-class UnusableArgument : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
 };
 
 /// The service's operations by name. Each is bound to a member function whose parameter types say

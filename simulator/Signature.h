@@ -65,9 +65,10 @@ struct Signature<NestedLists>
 {
     static std::string Wants() { return "[list, ...]"; }
 
+    /// Too many are not looked at: Call() refuses them, and says why.
     static bool Fits(const BListC& list)
     {
-        for (int index = 0; index < list.Size(); ++index) {
+        for (int index = 0; index < list.Size() && list.Size() <= kMostNestedLists; ++index) {
             if (list.TypeAt(index) != EBElementType::List)
                 return false;
         }
@@ -77,6 +78,11 @@ struct Signature<NestedLists>
     template <typename Object, typename Handler>
     static auto Call(Object& object, Handler handler, const BListC& list)
     {
+        if (list.Size() > kMostNestedLists) {
+            throw UnusableArgument(std::to_string(list.Size()) +
+                                   " arguments are too many, allowed is " +
+                                   std::to_string(kMostNestedLists));
+        }
         return (object.*handler)(NestedLists{list});
     }
 };

@@ -29,6 +29,12 @@ struct Box
     Point Middle() const { return {(least.x + most.x) / 2.0, (least.y + most.y) / 2.0}; }
 };
 
+/// Counts down how many looks are left, to 0.
+inline void CountLooks(std::size_t& left, std::size_t looks)
+{
+    left -= std::min(left, looks);
+}
+
 /// Things in the plane by the boxes that hold them, in a tree: each half of the things has a box of
 /// its own, split at the median along the longer side (Bentley, "Multidimensional Binary Search
 /// Trees Used for Associative Searching", 1975). So what is near a place is found without a look at
@@ -50,16 +56,41 @@ public:
             Split(0, m_items.size());
     }
 
-    /// Visits the things whose boxes are no farther from a place than a limit, near ones first by
-    /// and large.
+    /// Visits the things whose boxes are no farther from a place than a limit, those of the nearest
+    /// boxes first: Hjaltason and Samet, "Distance Browsing in Spatial Databases", 1999.
     ///
     /// @param squaredLimit the limit's square, which visits may lower: below 0 the search ends.
+    /// @param looks how many boxes may be looked at, counted down; the search ends at 0, or a few
+    ///        boxes later. Visits may count down what they look at themselves.
     /// @param visit is called with the place of the thing among the boxes.
     template <typename TVisit>
-    void Search(const Point& place, double& squaredLimit, const TVisit& visit) const
+    void Search(const Point& place, double& squaredLimit, std::size_t& looks,
+                const TVisit& visit) const
     {
-        if (!m_items.empty())
-            Search(0, 0, m_items.size(), place, squaredLimit, visit);
+        if (m_items.empty())
+            return;
+        std::vector<Part> parts{PartAt(0, 0, m_items.size(), place)};
+        while (!parts.empty() && looks > 0) {
+            std::pop_heap(parts.begin(), parts.end());
+            const Part part = parts.back();
+            parts.pop_back();
+            if (part.squaredDistance > squaredLimit)
+                return;
+            const std::size_t upper = m_nodes[part.node].upper;
+            if (upper == 0) {
+                SearchLeaf(part, place, squaredLimit, looks, visit);
+                continue;
+            }
+            CountLooks(looks, 2);
+            const std::size_t half = Half(part.first, part.last);
+            for (const Part& next : {PartAt(part.node + 1, part.first, half, place),
+                                     PartAt(upper, half, part.last, place)}) {
+                if (next.squaredDistance > squaredLimit)
+                    continue;
+                parts.push_back(next);
+                std::push_heap(parts.begin(), parts.end());
+            }
+        }
     }
 
 private:
@@ -84,33 +115,40 @@ private:
 
     void Split(std::size_t first, std::size_t last);
 
-    template <typename TVisit>
-    void Search(std::size_t node, std::size_t first, std::size_t last, const Point& place,
-                double& squaredLimit, const TVisit& visit) const
+    /// A node that is yet to be looked into.
+    struct Part
     {
-        if (m_nodes[node].box.SquaredDistance(place) > squaredLimit)
-            return;
-        const std::size_t upper = m_nodes[node].upper;
-        if (upper == 0) {
-            for (std::size_t i = first; i < last; ++i) {
-                if (m_items[i].box.SquaredDistance(place) <= squaredLimit)
-                    visit(m_items[i].thing);
-            }
-            return;
+        double squaredDistance; ///< of its box
+        double toMiddle;        ///< of the box, squared
+        std::size_t node;
+        std::size_t first; ///< of its items
+        std::size_t last;  ///< past the last of them
+
+        /// Later to be looked into; among boxes that are equally near, the middle counts.
+        bool operator<(const Part& other) const
+        {
+            if (squaredDistance != other.squaredDistance)
+                return squaredDistance > other.squaredDistance;
+            return toMiddle > other.toMiddle;
         }
-        const std::size_t half = Half(first, last);
-        const bool lowerFirst = Nearness(node + 1, place) <= Nearness(upper, place);
-        if (lowerFirst)
-            Search(node + 1, first, half, place, squaredLimit, visit);
-        Search(upper, half, last, place, squaredLimit, visit);
-        if (!lowerFirst)
-            Search(node + 1, first, half, place, squaredLimit, visit);
+    };
+
+    Part PartAt(std::size_t node, std::size_t first, std::size_t last, const Point& place) const
+    {
+        const Box& box = m_nodes[node].box;
+        return {box.SquaredDistance(place), Box::Around(box.Middle()).SquaredDistance(place), node,
+                first, last};
     }
 
-    /// Orders nodes that are looked into: among boxes that hold the place, the middle counts.
-    double Nearness(std::size_t node, const Point& place) const
+    template <typename TVisit>
+    void SearchLeaf(const Part& leaf, const Point& place, double& squaredLimit, std::size_t& looks,
+                    const TVisit& visit) const
     {
-        return Box::Around(m_nodes[node].box.Middle()).SquaredDistance(place);
+        CountLooks(looks, leaf.last - leaf.first);
+        for (std::size_t i = leaf.first; i < leaf.last; ++i) {
+            if (m_items[i].box.SquaredDistance(place) <= squaredLimit)
+                visit(m_items[i].thing);
+        }
     }
 
     std::vector<Item> m_items;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <unordered_set>
 
 #include "simulator/guidance/BoxTree.h"
@@ -65,7 +66,8 @@ std::vector<std::size_t> KeptClear(const std::vector<Point>& points,
             continue;
         near = looked.size();
         double squaredLimit = tooNear;
-        tree.Search(points[i], squaredLimit, [&](std::size_t found) {
+        std::size_t looks = std::numeric_limits<std::size_t>::max();
+        tree.Search(points[i], squaredLimit, looks, [&](std::size_t found) {
             near = found;
             squaredLimit = -1.0;
         });

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <numeric>
 
 #include "simulator/guidance/CurveOffset.h"
@@ -18,6 +19,10 @@ constexpr double kGroupShare = 64.0;
 constexpr double kCurvatureReach = 1.0;
 /// How far ProjectNear() looks to both sides of the hint, metres.
 constexpr double kNearReach = 2.5;
+/// How many segments beyond that it follows a place that has moved on farther: 4 km at least.
+constexpr std::size_t kFarthestWalk = 16384;
+/// The same of a search that begins there and goes on over the whole line.
+constexpr std::size_t kFarthestStart = 256;
 /// A parallel shorter than that part of the bend it belongs to is taken to fold over.
 constexpr double kLeastStretch = 0.3;
 /// How far the corners of a parallel are rounded to both sides, points.
@@ -139,20 +144,39 @@ Projection CCurveShape::ProjectOnto(std::size_t segment, const Point& place) con
 
 Projection CCurveShape::Project(const Point& place) const
 {
-    std::size_t best = 0;
-    double bestDistance = NearestOn(0, place).squaredDistance;
-    m_tree.Search(place, bestDistance, [&](std::size_t group) {
-        for (std::size_t segment = m_groups[group].first; segment < m_groups[group].last;
-             ++segment) {
+    std::size_t looks = std::numeric_limits<std::size_t>::max();
+    const Nearest first{0, NearestOn(0, place).squaredDistance};
+    return WithExtensions(NearestOfAll(place, first, looks).segment, place);
+}
+
+Projection CCurveShape::ProjectFrom(const Point& place, double station, std::size_t& looks) const
+{
+    const Nearest near = NearestNear(place, station, kFarthestStart);
+    return WithExtensions(NearestOfAll(place, near, looks).segment, place);
+}
+
+CCurveShape::Nearest CCurveShape::NearestOfAll(const Point& place, Nearest found,
+                                               std::size_t& looks) const
+{
+    double limit = found.squaredDistance;
+    m_tree.Search(place, limit, looks, [&](std::size_t group) {
+        const Group& run = m_groups[group];
+        CountLooks(looks, run.last - run.first);
+        for (std::size_t segment = run.first; segment < run.last; ++segment) {
             const double distance = NearestOn(segment, place).squaredDistance;
             // Of two that are equally near, the first one along the line.
-            if (distance < bestDistance || (distance == bestDistance && segment < best)) {
-                best = segment;
-                bestDistance = distance;
+            if (distance < limit || (distance == limit && segment < found.segment)) {
+                found = {segment, distance};
+                limit = distance;
             }
         }
     });
-    Projection projection = ProjectOnto(best, place);
+    return found;
+}
+
+Projection CCurveShape::WithExtensions(std::size_t segment, const Point& place) const
+{
+    Projection projection = ProjectOnto(segment, place);
     if (m_ends == EEnds::Stop)
         return projection;
     // An extension may pass nearer than the curve itself.
@@ -176,31 +200,35 @@ std::size_t CCurveShape::SegmentAt(double station) const
 
 Projection CCurveShape::ProjectNear(const Point& place, double station) const
 {
+    return ProjectOnto(NearestNear(place, station, kFarthestWalk).segment, place);
+}
+
+CCurveShape::Nearest CCurveShape::NearestNear(const Point& place, double station,
+                                              std::size_t farthest) const
+{
     const std::size_t first = SegmentAt(station - kNearReach);
     const std::size_t last = SegmentAt(station + kNearReach);
-    std::size_t best = first;
-    double bestDistance = NearestOn(first, place).squaredDistance;
+    Nearest best{first, NearestOn(first, place).squaredDistance};
     const auto look = [&](std::size_t segment) {
         const double distance = NearestOn(segment, place).squaredDistance;
-        const bool nearer = distance < bestDistance;
-        if (nearer) {
-            best = segment;
-            bestDistance = distance;
-        }
+        const bool nearer = distance < best.squaredDistance;
+        if (nearer)
+            best = {segment, distance};
         return nearer;
     };
     for (std::size_t segment = first + 1; segment <= last; ++segment)
         look(segment);
     // Nearest at the border of the window: the place has moved on further than that.
-    if (best == first) {
-        while (best > 0 && look(best - 1)) {
+    if (best.segment == first) {
+        while (best.segment > 0 && first - best.segment < farthest && look(best.segment - 1)) {
         }
     }
-    if (best == last) {
-        while (best + 2 < m_vertices.size() && look(best + 1)) {
+    if (best.segment == last) {
+        while (best.segment + 2 < m_vertices.size() && best.segment - last < farthest &&
+               look(best.segment + 1)) {
         }
     }
-    return ProjectOnto(best, place);
+    return best;
 }
 
 LinePoint CCurveShape::At(double station) const

@@ -24,6 +24,7 @@ public:
     CCurveShape(const std::vector<Point>& dense, EEnds ends);
 
     Projection Project(const Point& place) const override;
+    Projection ProjectFrom(const Point& place, double station, std::size_t& looks) const override;
     Projection ProjectNear(const Point& place, double station) const override;
     LinePoint At(double station) const override;
     Stretch Clip(const Stretch& stretch) const override;
@@ -63,6 +64,13 @@ private:
         double squaredDistance;
     };
 
+    /// A segment, and the square of its distance from a place.
+    struct Nearest
+    {
+        std::size_t segment;
+        double squaredDistance;
+    };
+
     static double Translated(const std::vector<Beside>& table, double Beside::*from,
                              double Beside::*to, double station);
     /// @param kept the places of the base that this line is made from, and `clear` where it has
@@ -74,6 +82,12 @@ private:
     void MakeGroups();
     OnSegment NearestOn(std::size_t segment, const Point& place) const;
     std::size_t SegmentAt(double station) const;
+    /// The nearest segment around a station, and on from there as long as they come nearer.
+    Nearest NearestNear(const Point& place, double station, std::size_t farthest) const;
+    /// The nearest segment of all, or `found`.
+    Nearest NearestOfAll(const Point& place, Nearest found, std::size_t& looks) const;
+    /// The nearest point of the line, extensions included, when `segment` is the nearest of it.
+    Projection WithExtensions(std::size_t segment, const Point& place) const;
     Projection ProjectOnto(std::size_t segment, const Point& place) const;
     Projection PastEnd(const Vertex& end, double beyond, const Point& place) const;
     LinePoint Between(std::size_t segment, double share) const;

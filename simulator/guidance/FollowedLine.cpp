@@ -17,6 +17,7 @@ constexpr double kFarthestPass = 2000.0;
 void CFollowedLine::SetBase(LineShapePtr base, bool repeats)
 {
     m_base = std::move(base);
+    m_baseSearch.Forget();
     m_repeats = repeats;
     m_follow = EFollow::LineItself;
     Take(0);
@@ -28,6 +29,7 @@ void CFollowedLine::Reshape(LineShapePtr base)
     if (m_base->Length() > 0.0)
         m_baseStation *= base->Length() / m_base->Length();
     m_base = std::move(base);
+    m_baseSearch.Forget();
     Rebuild();
 }
 
@@ -47,9 +49,10 @@ void CFollowedLine::Follow(EFollow follow, const Point& place)
     MoveTo(place, false);
 }
 
-double CFollowedLine::PassesAside(const Point& place) const
+double CFollowedLine::PassesAside(const Point& place)
 {
-    const double aside = m_base->Project(place).crossTrack - m_shift;
+    const Projection onBase = m_baseSearch.Find(*m_base, place, m_baseStation, *m_budget);
+    const double aside = onBase.crossTrack - m_shift;
     return std::clamp(aside, -kFarthestPass, kFarthestPass) / m_width;
 }
 
@@ -78,8 +81,9 @@ void CFollowedLine::MoveTo(const Point& place, bool mayChangeBranch)
     if (!m_shape)
         return;
     const bool tracked = !mayChangeBranch && m_tracked;
-    m_position =
-        tracked ? m_shape->ProjectNear(place, m_position.station) : m_shape->Project(place);
+    const double last = m_position.station;
+    m_position = tracked ? m_shape->ProjectNear(place, last)
+                         : m_shapeSearch.Find(*m_shape, place, last, *m_budget);
     m_baseStation = m_shape->StationOnBase(m_position.station);
     m_tracked = true;
     // The machine has followed the line to where it has moved: from here its own movement counts.
@@ -101,6 +105,7 @@ void CFollowedLine::Rebuild()
     if (m_base == m_shapeBase && (offset == m_shapeOffset || !m_base))
         return;
     m_shape = m_base && offset != 0.0 ? ParallelOfBase(offset) : m_base;
+    m_shapeSearch.Forget();
     m_shapeBase = m_base;
     m_shapeOffset = offset;
     ++m_revision;

@@ -1,6 +1,7 @@
 #ifndef KESTROVE_SIMULATOR_GUIDANCE_FOLLOWEDLINE_H
 #define KESTROVE_SIMULATOR_GUIDANCE_FOLLOWEDLINE_H
 
+#include "simulator/guidance/LineSearch.h"
 #include "simulator/guidance/LineShape.h"
 #include "simulator/guidance/LongWork.h"
 
@@ -26,9 +27,13 @@ enum class EFollow
 class CFollowedLine
 {
 public:
-    /// @param work makes the passes; null to have them made on the spot. Must outlive this object
-    ///        and its copies.
-    explicit CFollowedLine(CLongWork* work = nullptr) : m_work(work) {}
+    /// @param budget what looking for the machine may take; must outlive this object and its
+    ///        copies, as must `work`.
+    /// @param work makes the passes; null to have them made on the spot.
+    explicit CFollowedLine(LookBudget& budget, CLongWork* work = nullptr)
+        : m_budget(&budget), m_work(work)
+    {
+    }
 
     /// Replaces the line; null for none. Follows the line itself.
     /// @param repeats whether there are passes beside it.
@@ -72,15 +77,18 @@ public:
 
 private:
     /// In widths from the line itself, at its present place.
-    double PassesAside(const Point& place) const;
+    double PassesAside(const Point& place);
     void ChooseNearest(const Point& place);
     void Take(int pass);
     void Rebuild();
     LineShapePtr ParallelOfBase(double offset) const;
 
+    LookBudget* m_budget;
     CLongWork* m_work;
     LineShapePtr m_base;
     LineShapePtr m_shape;
+    CLineSearch m_baseSearch;  ///< of m_base
+    CLineSearch m_shapeSearch; ///< of m_shape
     Projection m_position;
     EFollow m_follow = EFollow::LineItself;
     bool m_repeats = false;

@@ -46,6 +46,13 @@ public:
 
     /// Where `place` is relative to the whole line.
     virtual Projection Project(const Point& place) const = 0;
+    /// The same, begun at the station of an earlier projection, with a bound.
+    ///
+    /// @param looks how many parts of the line may be looked at, about, counted down. When there
+    ///        are too many that may be nearest, as where they all are equally far away, the nearest
+    ///        of those that were looked at; it is no farther than what lies at the station.
+    virtual Projection ProjectFrom(const Point& place, double station,
+                                   std::size_t& looks) const = 0;
     /// The same for a place near the station of an earlier projection: faster, and stays on its
     /// branch where the line comes near itself.
     virtual Projection ProjectNear(const Point& place, double station) const = 0;

@@ -15,6 +15,11 @@ Projection CStraightShape::Project(const Point& place) const
     return {station, At(station), crossTrack, std::abs(crossTrack)};
 }
 
+Projection CStraightShape::ProjectFrom(const Point& place, double, std::size_t&) const
+{
+    return Project(place);
+}
+
 Projection CStraightShape::ProjectNear(const Point& place, double) const
 {
     return Project(place);
@@ -60,6 +65,11 @@ Projection CCircleShape::Project(const Point& place) const
     // The centre of a clockwise circle lies to the right.
     const double crossTrack = m_curvature > 0.0 ? -outside : outside;
     return {station, At(station), crossTrack, std::abs(crossTrack)};
+}
+
+Projection CCircleShape::ProjectFrom(const Point& place, double, std::size_t&) const
+{
+    return Project(place);
 }
 
 Projection CCircleShape::ProjectNear(const Point& place, double) const

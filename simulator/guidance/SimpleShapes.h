@@ -10,6 +10,7 @@ public:
     CStraightShape(const Point& origin, double heading);
 
     Projection Project(const Point& place) const override;
+    Projection ProjectFrom(const Point& place, double station, std::size_t& looks) const override;
     Projection ProjectNear(const Point& place, double station) const override;
     LinePoint At(double station) const override;
     Stretch Clip(const Stretch& stretch) const override;
@@ -29,6 +30,7 @@ public:
     CCircleShape(const Point& centre, double curvature);
 
     Projection Project(const Point& place) const override;
+    Projection ProjectFrom(const Point& place, double station, std::size_t& looks) const override;
     Projection ProjectNear(const Point& place, double station) const override;
     LinePoint At(double station) const override;
     Stretch Clip(const Stretch& stretch) const override;

@@ -33,7 +33,7 @@ CSimulation::State::State(const SimulationOptions& startOptions, CLongWork* long
       machine(options.startPose, options.speed, CSteering(options.centreBias, options.backlash)),
       ground(options.ground, options.seed),
       receiver(options.receiver, options.seed, kControlSeconds),
-      estimator(AccuracyOf(options.receiver)), work(longWork), line(longWork),
+      estimator(AccuracyOf(options.receiver)), work(longWork), line(looks, longWork),
       definition(std::make_shared<const LineDefinition>())
 {
     settings.speedSetPoint = options.speed;
@@ -239,6 +239,7 @@ TrackingGains CSimulation::State::Gains() const
 
 void CSimulation::State::Control()
 {
+    looks.left = LookBudget::kFull;
     if (!fed.Active()) {
         measured = receiver.Measure(machine.TruePose());
         estimator.Correct(measured);

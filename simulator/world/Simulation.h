@@ -233,6 +233,8 @@ public:
     /// the implement offset to the left.
     double TrueImplementCrossTrackError() const;
     Point TrueImplementPoint() const;
+    /// How many parts of the line have been looked at since the start, to find the machine on it.
+    std::uint64_t Looks() const;
 
 private:
     struct State;

@@ -185,6 +185,11 @@ double CSimulation::TrueCrossTrackError() const
     return shape->ProjectNear(TruePose().position, m_state->line.Position().station).crossTrack;
 }
 
+std::uint64_t CSimulation::Looks() const
+{
+    return m_state->looks.taken;
+}
+
 Point CSimulation::TrueImplementPoint() const
 {
     const Pose pose = TruePose();

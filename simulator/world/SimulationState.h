@@ -64,7 +64,8 @@ struct CSimulation::State
     CReceiver receiver;
     CPoseEstimator estimator;
     CFedPositions fed;
-    CLongWork* work; ///< null to have all calculated on the spot
+    CLongWork* work;  ///< null to have all calculated on the spot
+    LookBudget looks; ///< filled each time that guidance runs
     CFollowedLine line;
     LineDefinitionPtr definition; ///< of `line`, when it has one; never null
     CSteeringController controller;

@@ -1,5 +1,7 @@
 #include "simulator/Events.h"
 
+#include <map>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -73,13 +75,196 @@ TEST(ServiceEvents, TellAChangeOnceAndAtOnce)
     for (const Change& row : kChanges) {
         Service service;
         service.NavigateNorth();
+        service.Advance(0.2);
+        service.Forget();
         service.Notify(row.operation, row.arguments);
 
         EXPECT_EQ(Texts{row.payload}, service.Told(row.event)) << row.operation;
 
+        service.Advance(0.2);
+        service.Forget();
         service.Notify(row.operation, row.arguments);
         EXPECT_EQ(Texts{}, service.Told(row.event)) << row.operation << " again";
     }
+}
+
+/// Calls that change a value when they alternate, and the event that tells it.
+struct Alternation
+{
+    const char* event;
+    const char* operation;
+    const char* first;
+    const char* second;
+};
+
+const std::vector<Alternation> kAlternations{
+    {"cb_offsets", "set_nudge", "[1, 0.1]", "[1, 0.2]"},
+    {"cb_draw_points", "set_nudge", "[1, 0.1]", "[1, 0.2]"},
+    {"cb_draw_points", "StartNavigation", "[1, 0]", "[1, 1]"},
+    {"cb_implement_width_changed", "SetImplementWidth", "[1, 5.0]", "[1, 6.0]"},
+    {"cb_tuning_parameter_changed", "set_tuning_parameter", "[1, 0.5, 0]", "[1, 0.6, 0]"},
+    {"cb_tuning_parameter_changed", "SetTuningLimits", "[1, 0.1, 0.2, 0.3]", "[1, 2.0, 2.1, 2.2]"},
+    {"cb_wayline_status", "start_wayline", "[1]", "[2]"},
+    {"cb_wayline_status", "set_wayline", "[1, 0.0, 0.0, 0.0, 0.0]",
+     "[2, 0.0, 20.0, 0.0, 20.0, 0.0, 0.0, 0.0, -20.0, 0.0]"},
+    {"cb_engage_status", "set_wayline", "[1, 0.0, 0.0, 0.0, 0.0]", "[1, 99.0, 0.0, 0.0, 0.0]"},
+};
+
+TEST(ServiceEvents, TellWhatChangesWithoutEndTenTimesASecond)
+{
+    for (const Alternation& row : kAlternations) {
+        Service service;
+        service.NavigateNorth();
+        service.Advance(0.1);
+        service.Forget();
+
+        service.Request(row.operation, row.first);
+        service.Request(row.operation, row.second);
+        EXPECT_GE(1u, service.Told(row.event).size()) << row.event << ' ' << row.operation;
+
+        std::size_t told = 0;
+        for (int period = 0; period < 20; ++period) {
+            for (int call = 0; call < 50; ++call)
+                service.Request(row.operation, (period + call) % 2 == 0 ? row.first : row.second);
+            service.Advance(0.1);
+            told += service.Told(row.event).size();
+        }
+        EXPECT_GE(20u, told) << row.event << ' ' << row.operation;
+    }
+}
+
+TEST(ServiceEvents, TellTheLastOfManyValuesWhenGuidanceRunsNext)
+{
+    Service service;
+    service.NavigateNorth();
+    service.Advance(0.1);
+    service.Forget();
+
+    for (const char* nudge : {"[1, 0.1]", "[1, 0.2]", "[1, 0.3]"})
+        service.Notify("set_nudge", nudge);
+    EXPECT_EQ(Texts{"[0.1]"}, service.Told("cb_offsets"));
+
+    service.Advance(0.08);
+    EXPECT_EQ(Texts{}, service.Told("cb_offsets"));
+    service.Advance(0.02);
+    EXPECT_EQ(Texts{"[0.3]"}, service.Told("cb_offsets"));
+
+    service.Advance(1.0);
+    EXPECT_EQ(Texts{}, service.Told("cb_offsets"));
+    service.Notify("set_nudge", "[1, 0.4]");
+    EXPECT_EQ(Texts{"[0.4]"}, service.Told("cb_offsets"));
+}
+
+TEST(ServiceEvents, TellNothingOfAValueThatIsAgainWhatWasTold)
+{
+    Service service;
+    for (const char* nudge : {"[1, 0.1]", "[1, 0.2]", "[1, 0.1]"})
+        service.Notify("set_nudge", nudge);
+    service.Advance(0.5);
+
+    EXPECT_EQ(Texts{"[0.1]"}, service.Told("cb_offsets"));
+}
+
+TEST(ServiceEvents, TellEachTuningParameterForItself)
+{
+    Service service;
+    for (const char* value : {"[0, 0.5, 0]", "[1, 0.5, 0]", "[2, 0.5, 0]", "[0, 0.6, 0]"})
+        service.Notify("set_tuning_parameter", value);
+    EXPECT_EQ((Texts{"[0, 0.5]", "[1, 0.5]", "[2, 0.5]"}),
+              service.Told("cb_tuning_parameter_changed"));
+
+    service.Advance(0.1);
+    EXPECT_EQ(Texts{"[0, 0.6]"}, service.Told("cb_tuning_parameter_changed"));
+}
+
+TEST(ServiceEvents, TellThatSteeringWasDroppedHoweverOftenItWasEngagedBefore)
+{
+    Service service;
+    service.NavigateNorth();
+    service.Notify("set_low_speed_engage_timeout", "[0.0, 0]");
+    service.Notify("SetVelocitySetPoint", "[0.0]");
+    int drops = 0;
+    for (int step = 0; step < 200 && drops == 0; ++step) {
+        service.Request("DisengageSteering", "[1]");
+        service.Request("EngageSteering", "[1]");
+        service.Forget();
+        service.Advance(0.02);
+        if (service.World().DroppedByService()) {
+            ++drops;
+            EXPECT_EQ(Texts{"[0, 0, 1, 0, 1]"}, service.Told("cb_engage_status"));
+        }
+    }
+    EXPECT_EQ(1, drops);
+}
+
+TEST(ServiceEvents, TellASubscriberThePresentStateAlsoWhileAChangeWaits)
+{
+    Service service;
+    service.Notify("set_nudge", "[1, 0.1]");
+    service.Notify("set_nudge", "[1, 0.2]");
+
+    EXPECT_EQ(Texts{"cb_offsets [0.2]"}, service.Subscribe("cb_offsets"));
+}
+
+/// The events whose values clients change, each with what it told last.
+using LastTold = std::map<std::string, Texts>;
+
+LastTold PresentValues(const Service& service)
+{
+    LastTold present;
+    for (const char* event : {"cb_engage_status", "cb_offsets", "cb_wayline_status",
+                              "cb_implement_width_changed", "cb_tuning_parameter_changed"})
+        present[event] = service.Subscribe(event);
+    return present;
+}
+
+/// Takes what has been told into `last`, as a subscriber does.
+void TakeTold(Service& service, LastTold& last)
+{
+    for (auto& [event, texts] : last) {
+        for (const std::string& payload : service.Told(event, Service::EKeep::Others)) {
+            const std::string text = event + (" " + payload);
+            // Of the tuning parameters each has a line, which begins with its number.
+            const std::size_t place =
+                texts.size() > 1 ? static_cast<std::size_t>(ListFrom(payload)->GetInt(0)) : 0;
+            texts.at(place) = text;
+        }
+    }
+    service.Forget();
+}
+
+TEST(ServiceEvents, LeaveASubscriberWithThePresentStateWhateverClientsDo)
+{
+    std::mt19937 random(5);
+    Service service;
+    service.NavigateNorth();
+    service.Advance(0.1);
+    service.Forget();
+    LastTold last = PresentValues(service);
+    const auto below = [&random](std::size_t count) {
+        return std::uniform_int_distribution<std::size_t>(0, count - 1)(random);
+    };
+    int looks = 0;
+    for (int i = 0; i < 3000; ++i) {
+        const Alternation& row = kAlternations[below(kAlternations.size())];
+        if (below(4) == 0) {
+            service.Advance(0.02 * static_cast<double>(below(12)));
+        } else if (below(3) == 0) {
+            service.Request(below(2) == 0 ? "EngageSteering" : "DisengageSteering", "[1]");
+        } else {
+            service.Request(row.operation, below(2) == 0 ? row.first : row.second);
+        }
+        TakeTold(service, last);
+        if (below(10) == 0) {
+            service.Advance(0.1);
+            TakeTold(service, last);
+            if (service.World().ControlRan()) {
+                ++looks;
+                ASSERT_EQ(PresentValues(service), last) << i;
+            }
+        }
+    }
+    EXPECT_LT(20, looks);
 }
 
 TEST(ServiceEvents, TellAValueThatWasClamped)

@@ -189,6 +189,45 @@ TEST(ServiceOperations, NameAnOperationThatThereIsNot)
               Service().Request("engage_steering", "[1]"));
 }
 
+TEST(ServiceOperations, RefuseATextThatIsTooLong)
+{
+    int texts = 0;
+    for (const Row& row : kRows) {
+        const std::string name = row.name;
+        const std::unique_ptr<BListC> arguments = ListFrom(row.arguments);
+        for (int index = 0; index < arguments->Size(); ++index) {
+            if (arguments->TypeAt(index) != EBElementType::String)
+                continue;
+            ++texts;
+            const std::string longest(kLongestTextArgument, '1');
+            const std::string reply = Service().Request(name, "['" + longest + "']");
+            EXPECT_EQ(std::string::npos, reply.find("too long")) << reply;
+
+            const std::string refusal =
+                name + ": a text of 4097 bytes is too long, allowed is 4096";
+            Service service;
+            EXPECT_EQ("error: " + refusal, service.Request(name, "['" + longest + "1']"));
+            service.Forget();
+            service.Notify(name, "['" + longest + "1']");
+            EXPECT_EQ("notification ignored: " + refusal + "\n", service.Log());
+        }
+    }
+    EXPECT_EQ(2, texts);
+}
+
+TEST(ServiceOperations, RefuseTooManyLists)
+{
+    BListC arguments(nullptr);
+    for (int number = 0; number < kMostNestedLists; ++number)
+        arguments.Add(new BListC(nullptr));
+    const Answer most = Service().Core().Request("calculate_headings", arguments);
+    EXPECT_EQ("", most.error);
+
+    arguments.Add(new BListC(nullptr));
+    const Answer more = Service().Core().Request("calculate_headings", arguments);
+    EXPECT_EQ("calculate_headings: 100001 arguments are too many, allowed is 100000", more.error);
+}
+
 TEST(ServiceOperations, ShowOfAnOverlongNameWhatCanBePrinted)
 {
     const std::string reply = Service().Request("a\n\x1b" + std::string(1000, 'x'), "[]");

@@ -62,14 +62,15 @@ std::vector<std::string> Service::Subscribe(const std::string& event) const
     return told;
 }
 
-std::vector<std::string> Service::Told(const std::string& event)
+std::vector<std::string> Service::Told(const std::string& event, EKeep keep)
 {
     std::vector<std::string> payloads;
     for (const Event& told : m_events) {
         if (told.name == event)
             payloads.push_back(told.payload);
     }
-    m_events.clear();
+    if (keep == EKeep::Nothing)
+        m_events.clear();
     return payloads;
 }
 

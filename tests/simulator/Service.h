@@ -31,8 +31,15 @@ public:
     /// What a new subscriber of an event is told, each as "name payload".
     std::vector<std::string> Subscribe(const std::string& event) const;
 
-    /// The payloads of an event that have been told since the last call of this for any event.
-    std::vector<std::string> Told(const std::string& event);
+    /// What becomes of the other events that have been told.
+    enum class EKeep
+    {
+        Nothing,
+        Others,
+    };
+    /// The payloads of an event that have been told since the last call of this for any event, or
+    /// since Forget() where calls keep the others.
+    std::vector<std::string> Told(const std::string& event, EKeep keep = EKeep::Nothing);
     /// Forgets what has been told and logged so far.
     void Forget();
     /// Everything logged since Forget(), a line each.
