@@ -278,6 +278,7 @@ class WithService(Files):
         degenerate = self.write("point.txt", "0 1 1 0 1 1 0\n")
         with Simulator():
             code, value = navctl_json("wayline", "set", degenerate)
+            self.assertIn("points A and B are 0 m apart", value.pop("reason"))
             self.assertEqual((1, {"outcome": "refused", "held": None}), (code, value))
             self.assertEqual(0, navctl("wayline", "set", self.write("ab.txt", AB)).returncode)
             result = navctl("wayline", "set", degenerate)
@@ -297,11 +298,13 @@ class WithService(Files):
                               "bounds_m": {"x": [0.0, 0.0], "y": [0.0, 100.0], "z": [0.0, 0.0]}},
                              held["held"])
             self.assertEqual((0, {"outcome": "done"}), navctl_json("wayline", "clear"))
-            self.assertEqual((1, {"outcome": "refused"}), navctl_json("wayline", "clear"))
+            self.assertEqual((1, {"outcome": "refused", "reason": "there is no wayline"}),
+                             navctl_json("wayline", "clear"))
             self.assertEqual((0, {"outcome": "done", "kind": "circle"}),
                              navctl_json("wayline", "start", "circle"))
-            self.assertEqual((1, {"outcome": "refused", "kind": "empty"}),
-                             navctl_json("wayline", "start", "empty"))
+            code, refused = navctl_json("wayline", "start", "empty")
+            self.assertIn(refused.pop("reason"), navctl("wayline", "start", "empty").stderr)
+            self.assertEqual((1, {"outcome": "refused", "kind": "empty"}), (code, refused))
 
     def test_tells_when_it_cannot_read_back_what_it_has_set(self):
         path = self.write("ab.txt", AB)

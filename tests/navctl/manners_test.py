@@ -61,9 +61,14 @@ class ExitCodes(unittest.TestCase):
                           navctl("engage-steering").stderr)
 
     def test_1_when_the_service_answers_with_an_error(self):
+        with scripted({"IsNavigationActivated": 1}):
+            self.assert_failure(1, ["engage-steering"], "refused: no operation EngageSteering")
+            self.assert_failure(1, ["get-wayline"], "refused: no operation get_wayline")
+
+    def test_5_when_every_answer_is_an_error(self):
         with scripted({}):
-            self.assert_failure(1, ["engage-steering"], "no operation EngageSteering")
-            self.assert_failure(1, ["get-wayline"], "no operation get_wayline")
+            self.assert_failure(5, ["engage-steering"], "no navigation service: no operation Is")
+            self.assert_failure(5, ["get-wayline"], "no navigation service: no operation Is")
 
     def test_2_for_wrong_arguments(self):
         for arguments in ([], ["fly"], ["set-nudge"], ["set-nudge", "1", "2"], ["--wings"],

@@ -231,5 +231,27 @@ def outcome_of(command):
     return code, reply["outcome"], reply["value"]
 
 
+class NegativeNumbers(unittest.TestCase):
+    def test_may_begin_with_their_point(self):
+        with Simulator():
+            for arguments in (["set-nudge", "-.5"], ["--json", "set-nudge", "-.5"],
+                              ["set-nudge", "--", "-.5"]):
+                with self.subTest(arguments):
+                    navctl("set-nudge", "1")
+                    result = navctl(*arguments)
+                    self.assertEqual((0, ""), (result.returncode, result.stderr))
+                    self.assertEqual(-0.5, value("get-nudge-scalar"))
+            result = navctl("nudge", "on", "-.25")
+            self.assertEqual((0, ""), (result.returncode, result.stderr))
+            self.assertEqual(-0.75, value("get-nudge-scalar"))
+            self.assertEqual(0, navctl("set-velocity-set-point", "-.5e0").returncode)
+            self.assertEqual(-0.5, value("get-velocity-set-point"))
+        with CountingService() as service:
+            result = navctl("set-position-data", "-.5", "-.25", "-.75", "--course", "-.125")
+            self.assertEqual((0, ""), (result.returncode, result.stderr))
+        self.assertIn((-0.5, -0.25, -0.75), [tuple(sample[tag] for tag in sorted(sample))[:3]
+                                             for sample in service.samples])
+
+
 if __name__ == "__main__":
     unittest.main()

@@ -17,6 +17,7 @@
 #include "tools/navctl/feed/Interrupt.h"
 #include "tools/navctl/feed/NmeaReader.h"
 #include "tools/navctl/files/OpenFile.h"
+#include "tools/navctl/operations/ServiceQuestion.h"
 
 namespace {
 
@@ -93,13 +94,12 @@ public:
         // On a new connection a reply would say nothing of the samples.
         if (!m_navigation.IsLinkUp())
             return m_navigation.LastError();
-        // Messages are read in their order: a reply to any request means that they were. This one
-        // does not open a link again that has just been lost.
-        m_navigation.GetReverseEngageEnabled();
-        LinkErrorC error = m_navigation.LastError();
-        const bool hasReplied =
-            error.code == ELinkError::NoValue || error.code == ELinkError::ServiceError;
-        return hasReplied ? LinkErrorC{} : error;
+        // Messages are read in their order: a service's reply to any request means that they were.
+        const CServiceAnswer answer = AskWhetherService(m_navigation);
+        if (answer.isService)
+            return {};
+        return answer.problem.empty() ? m_navigation.LastError()
+                                      : LinkErrorC{ELinkError::BadMessage, answer.problem};
     }
 
 private:
@@ -122,7 +122,8 @@ public:
         if (!m_file.Problem().empty())
             return m_context.Fail(kExitUsage, m_file.Problem());
         const CInterrupt interrupt;
-        if (!m_context.Reach())
+        // Whoever is no navigation service takes samples as well as anything else.
+        if (!m_context.Reach() || !SpeaksToService(m_context))
             return;
         const std::unique_ptr<CSampleReader> reader = MakeReader();
         CServiceSink sink(m_context.Navigation());
@@ -209,11 +210,15 @@ private:
         m_context.Finish(code);
     }
 
-    static CLinkFailure LinkFailure(const LinkErrorC& error)
+    CLinkFailure LinkFailure(const LinkErrorC& error)
     {
         // Once lost and not found again, a service that has closed the link is one that is gone.
         if (error.code == ELinkError::Closed)
             return {kExitCannotConnect, "the link is lost: " + error.text};
+        // Another program may have come in the place of a service that was lost.
+        const std::string otherProgram = m_context.OtherProgram(error);
+        if (!otherProgram.empty())
+            return {kExitProtocolError, "protocol error: " + otherProgram};
         return CallFailure(error);
     }
 
