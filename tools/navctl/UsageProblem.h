@@ -25,7 +25,8 @@ std::optional<std::string> HelpProblem(const CLI::App& app, const std::vector<st
 /// @param words the arguments, without the program's name.
 std::size_t PlaceOfCommand(const CLI::App& app, const std::vector<std::string>& words);
 
-/// What is wrong with a command line, in words: its UnknownWord(), if it has one.
+/// What is wrong with a command line, in words: its UnknownWord(), if it has one; what is too much,
+/// given twice or missing.
 ///
 /// @param app the command line that could not be read.
 /// @param words the arguments, without the program's name.
@@ -33,6 +34,8 @@ std::size_t PlaceOfCommand(const CLI::App& app, const std::vector<std::string>& 
 std::string UsageProblem(const CLI::App& app, const std::vector<std::string>& words,
                          const CLI::ParseError& error);
 
+/// A check that a text is one of the words.
+CLI::Validator OneOfWords(const std::vector<std::string>& words);
 /// A check that a text is a whole number within limits.
 CLI::Validator WholeNumberWithin(int lowest, int highest);
 /// A check that a text is a number within limits.

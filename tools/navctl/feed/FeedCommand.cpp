@@ -125,6 +125,10 @@ public:
         // Whoever is no navigation service takes samples as well as anything else.
         if (!m_context.Reach() || !SpeaksToService(m_context))
             return;
+        m_format = Format();
+        const std::string problem = OptionOfOtherFormat(m_options, m_format);
+        if (!problem.empty())
+            return m_context.Fail(kExitUsage, problem);
         const std::unique_ptr<CSampleReader> reader = MakeReader();
         CServiceSink sink(m_context.Navigation());
         const double start = m_clock.Now();
@@ -147,7 +151,7 @@ private:
     std::unique_ptr<CSampleReader> MakeReader()
     {
         const double now = UnixTimeNow();
-        if (Format() == EFeedFormat::Nmea) {
+        if (m_format == EFeedFormat::Nmea) {
             return std::make_unique<CNmeaReader>(m_lines, NmeaOptions(now));
         }
         CsvSampleOptions csv;
@@ -157,6 +161,7 @@ private:
         csv.timeIsOfArrival = m_file.IsStandardInput();
         csv.clock = UnixTimeNow;
         csv.remark = WriteError;
+        csv.instead = [this] { return TakenInsteadOfColumns(m_beginning); };
         return std::make_unique<CCsvSampleReader>(m_lines, csv);
     }
 
@@ -180,13 +185,17 @@ private:
     /// stream all the same; a file is one of values, whose reader tells what is wrong with it.
     EFeedFormat Format()
     {
+        // Of a file, its beginning is there at once.
+        if (m_file.IsRegular())
+            m_beginning = m_lines.Peek([](const std::string&) { return true; });
         if (const std::optional<EFeedFormat> named = FeedFormatByName(m_options))
             return *named;
-        const std::string begin = m_lines.Peek([](const std::string& text) {
+        m_beginning = m_lines.Peek([](const std::string& text) {
             return FeedFormatByContent(text).has_value() || LinesThatSay(text) >= kLinesThatTell;
         });
-        return FeedFormatByContent(begin).value_or(
-            m_file.IsStandardInput() && !begin.empty() ? EFeedFormat::Nmea : EFeedFormat::Csv);
+        return FeedFormatByContent(m_beginning)
+            .value_or(m_file.IsStandardInput() && !m_beginning.empty() ? EFeedFormat::Nmea
+                                                                       : EFeedFormat::Csv);
     }
 
     void Report(const FeedResult& result, const CSampleReader& reader)
@@ -203,6 +212,9 @@ private:
         } else if (result.handedOver == 0 && result.end != EFeedEnd::Interrupted) {
             code = kExitUsage;
             reason = m_options.file + ": " + NothingToSend(reader);
+            const std::string instead =
+                m_format == EFeedFormat::Nmea ? TakenInsteadOfSentences(m_beginning) : "";
+            reason += (instead.empty() ? "" : "; ") + instead;
         }
         if (code != kExitDone)
             WriteError(reason);
@@ -226,6 +238,8 @@ private:
     const FeedOptions& m_options;
     COpenFile m_file;
     CLineReader m_lines;
+    EFeedFormat m_format = EFeedFormat::Nmea;
+    std::string m_beginning; ///< of the file, as far as it was looked at for its format
     CMonotonicClock m_clock;
     CFeedProgress m_progress;
 };
@@ -237,7 +251,7 @@ void AddFeedCommand(CLI::App& app, CContext& context)
     CLI::App* command =
         app.add_subcommand("feed", "Sends position samples from a file or from standard input");
     command->footer(
-        "Reads NMEA 0183 sentences (GGA, GNS, RMC, GLL, GST, ZDA, VTG, HDT, THS, HDG, ROT, "
+        "Reads NMEA 0183 sentences (GGA, GNS, RMC, GLL, GBS, GST, ZDA, VTG, HDT, THS, HDG, ROT, "
         "PASHR, GSA), or\ncomma-separated values whose first line names the columns; "
         "see navctl-files.md.");
     const auto options = std::make_shared<FeedOptions>();

@@ -95,6 +95,10 @@ private:
             if (!m_operation.unit.empty())
                 m_report["unit"] = m_operation.unit;
         }
+        // A service may answer what it is asked of something that it does not have.
+        const std::string outside = hasValue ? OutsideOfRange(m_operation, m_values) : "";
+        if (!outside.empty())
+            WriteError("warning: " + outside);
         Finish(Words(outcome, hasValue));
     }
 

@@ -19,7 +19,8 @@ Kestrove::EWaylineType ParseKind(const std::string& name, const std::string& tex
     for (const auto& [word, value] : WaylineKindNames()) {
         if (text == word || (isNumber && code == value))
             return static_cast<Kestrove::EWaylineType>(value);
-        all += (all.empty() ? "" : ", ") + word;
+        if (value != Kestrove::EWaylineTypeEmpty)
+            all += (all.empty() ? "" : ", ") + word;
     }
     throw CLI::ValidationError(name,
                                "\"" + text + "\" is none of " + all + ", nor the code of one");
@@ -58,7 +59,7 @@ void AddFormatOption(CLI::App& command, const char* name, const char* help,
         .add_option_function<std::string>(
             name, [&format](const std::string& word) { format = WaylineFormatNames().at(word); },
             help)
-        ->check(CLI::IsMember(WaylineFormatNames()).description(""))
+        ->check(OneOfWords({"text", "geojson", "csv"}))
         ->type_name("FORMAT");
 }
 
