@@ -117,8 +117,12 @@ public:
     /// The position that a value stands for or is.
     Position Of(const Json& value) const
     {
-        return value.is_number_unsigned() ? m_positions.at(value.get<std::size_t>())
-                                          : PositionIn(value);
+        if (value.is_number_unsigned())
+            return m_positions.at(value.get<std::size_t>());
+        const auto isTaken = [](const Json& part) { return part.is_number_unsigned(); };
+        if (value.is_array() && std::any_of(value.begin(), value.end(), isTaken))
+            throw BadFeature{"a position is no array of longitude, latitude and height"};
+        return PositionIn(value);
     }
 
 private:
