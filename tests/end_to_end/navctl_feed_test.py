@@ -16,6 +16,7 @@ from navctl_files import (CountingService, Pace, coordinate, field_data, moment,
 from navigation_service import DEADLINE_SECONDS, Client, Simulator, wait_for
 
 SAMPLES = 100000
+MOTION = (4, 5, 8, 11)  # course, speed, yaw and yaw rate
 LONG_DEADLINE_SECONDS = 240.0
 ORIGIN = "48.0,11.0,500"
 LOGS = os.path.join(os.environ.get("FIELD_DATA_DIR", ""), "nmea")
@@ -263,9 +264,9 @@ class BrokenFiles(Files):
                 ("interval.csv", "latitude,longitude\n48,11\n", "--interval"),
                 ("zeros", "\0" * 200000, "no line that names the columns"),
                 ("program.nmea", PROGRAM, "no sample"),
-                ("program.csv", PROGRAM, "names the columns"),
+                ("program.csv", PROGRAM, "the columns"),
                 ("wide.nmea", "".join(moment(1)).encode("utf-16"), "no sample"),
-                ("wide.csv", "time,latitude,longitude\n1,48,11\n".encode("utf-16"), "neither"),
+                ("wide.csv", "time,latitude,longitude\n1,48,11\n".encode("utf-16"), "does not name the columns"),
             ):
                 with self.subTest(name):
                     code, report = navctl_json("feed", self.write(name, [text]))
@@ -277,6 +278,83 @@ class BrokenFiles(Files):
         for path in (self.directory, os.path.join(self.directory, "none")):
             self.assertEqual(2, navctl("feed", path).returncode)
 
+    def test_says_what_a_file_of_unknown_format_is_and_should_be(self):
+        log = "".join(moment(number) for number in range(3))
+        columns = "the columns time (or --interval), latitude and longitude (or x and y with --origin)"
+        sentences = "NMEA sentences: GGA, GNS, RMC or GLL with a time and a position"
+        with Simulator():
+            for name, text, first, *others in (
+                ("log.csv", log, "line 1 does not name the columns", columns, sentences,
+                 "it begins with sentences, 3 GGA, 3 RMC: --format nmea reads them"),
+                ("rows.csv", "1,48,11\n2,48,11\n", "line 1 does not name the columns", columns,
+                 sentences, "there is no whole sentence at its beginning"),
+                ("rows.log", "1,48,11\n", "line 1 does not name the columns", columns, sentences),
+                ("x.log", "garbage\n", "line 1 does not name the columns", columns, sentences),
+                ("remarks.log", "# a\n", "there is no line that names the columns; found: 1 comment;",
+                 columns, sentences),
+                ("remarks.csv", "# a\n\n\n# b\n",
+                 "there is no line that names the columns; found: 2 comments, 2 empty lines;", columns),
+                ("rows.nmea", "time,lat,lon\n1,48,11\n", "no sample that could be sent; it takes GGA",
+                 "found: not a sentence (2)", "its first line names columns: --format csv reads it"),
+                ("remark.nmea", "# a\n\n", "no sample that could be sent",
+                 "found: 1 comment, 1 empty line", "columns time, latitude and longitude (--format csv)"),
+                ("none.csv", "time,lat,lon\n", "no sample that could be sent",
+                 "found: 1 line with the names of columns"),
+            ):
+                with self.subTest(name):
+                    path = self.write(name, [text])
+                    result = navctl("feed", path)
+                    self.assertEqual(2, result.returncode)
+                    self.assertTrue(result.stderr.startswith(f"navctl: {path}: {first}"), result.stderr)
+                    for words in others:
+                        self.assertIn(words, result.stderr)
+            code, report = navctl_json("feed", self.write("log.csv", [log]), "--rate", "max",
+                                       "--format", "nmea")
+            self.assertEqual((0, 3), (code, report["sent"]))
+
+    def test_refuses_options_of_the_other_format(self):
+        values = self.write("rows.csv", ["time,latitude,longitude\n", "1,48,11\n"])
+        log = self.write("drive.nmea", [moment(0)])
+        with Simulator():
+            for path, options, of, read_as in (
+                *((log, options, "comma-separated values", "NMEA sentences")
+                  for options in (["--interval", "1"], ["--origin", ORIGIN])),
+                *((values, options, "NMEA sentences", "comma-separated values")
+                  for options in (["--date", "2024-05-06"], ["--invert-roll"], ["--invert-pitch"],
+                                  ["--burst-begins-with", "HDT"])),
+            ):
+                with self.subTest(options):
+                    result = navctl("feed", path, "--rate", "max", *options)
+                    self.assertEqual((2, "", f"navctl: {options[0]} is for {of}; {path} is read as "
+                                             f"{read_as}\n"),
+                                     (result.returncode, result.stdout, result.stderr))
+
+    def test_comments_among_the_rows_are_no_rows(self):
+        code, report, samples = self.feed("rows.csv", ["# a\n", "time,lat,lon\n", "1,48,11\n", "# b\n",
+                                                       "2,48,11\n", "#3,48,11\n"])
+        self.assertEqual((0, 2, 0, 3), (code, len(samples), report["skipped"],
+                                        report["not_used"]["comments"]))
+        self.assert_adds_up(report, 6)
+
+    def test_nothing_goes_from_one_recording_into_the_next(self):
+        rows = [f"{1000 + row},{48 + row / 1000},11,10,2,0.5\n" for row in range(5)]
+        rows += [f"{100 + row},49,12,,,\n" for row in range(8)]
+        path = self.write("rows.csv", ["time,lat,lon,speed,course,yaw_rate\n", *rows])
+        with CountingService() as service:
+            result = navctl("feed", path, "--rate", "max")
+        self.assertIn("time starts anew in line 11, ", result.stderr)
+        self.assertEqual([104.0, 105.0, 106.0, 107.0], [sample[21] for sample in service.samples[5:]])
+        for sample in service.samples[5:]:
+            self.assertEqual([0.0] * 4, [sample[tag] for tag in MOTION], sample)
+        first = "".join(moment(number) for number in range(3600, 3606))
+        second = "".join(gga(number) for number in range(8))
+        path = self.write("joined.nmea", [first, second])
+        with CountingService() as service:
+            result = navctl("feed", path, "--rate", "max", "--date", "2024-05-06")
+        self.assertRegex(result.stderr, r"time starts anew in line \d+, ")
+        anew = service.samples[6]
+        self.assertEqual([0.0] * 4, [anew[tag] for tag in MOTION], anew)
+
     def test_refuses_wrong_options(self):
         path = self.write("drive.nmea", [moment(0)])
         for options in (("--rate", "0"), ("--rate", "fast"), ("--interval", "-1"),
@@ -285,6 +363,14 @@ class BrokenFiles(Files):
             with self.subTest(options):
                 result = navctl("feed", path, *options)
                 self.assertEqual((2, ""), (result.returncode, result.stdout))
+        for options, words in (
+            (("--interval", "0"), '--interval: "0" is no number from 0.001 to 3600'),
+            (("--interval", "abc"), '--interval: "abc" is no number from 0.001 to 3600'),
+            (("--reconnect", "abc"), '--reconnect: "abc" is no number from 0 to 86400'),
+            (("--format", "xml"), '--format: "xml" is none of nmea, csv'),
+        ):
+            with self.subTest(options):
+                self.assertIn(f"navctl: {words}", navctl("feed", path, *options).stderr)
 
 
 class Terminal(Files):

@@ -1,5 +1,6 @@
 """navctl wayline: files of waylines with and without a service."""
 
+import filecmp
 import json
 import os
 import re
@@ -127,20 +128,38 @@ class WithoutService(Files):
                 file.write(f" {1000 + point * 0.25:.6f} {point % 977 / 3:.6f} 0.000000")
             file.write("\n")
         target = self.path("long.geojson")
-        with open(os.devnull, "wb") as nothing:
-            child = os.posix_spawn(os.environ["NAVCTL"],
-                                   ["navctl", "wayline", "convert", self.path("long.txt"), target,
-                                    "--origin", ORIGIN], os.environ,
-                                   file_actions=[(os.POSIX_SPAWN_DUP2, nothing.fileno(), 1)])
-            _, status, usage = os.wait4(child, 0)
-        self.assertEqual(0, status)
+        memory = self.convert_and_measure("long.txt", "long.geojson", "--origin", ORIGIN)
+        # Before this process grows, whose memory a child's begins with.
+        back = self.convert_and_measure("long.geojson", "back.txt")
         size = os.path.getsize(target)
         with open(target, encoding="ascii") as file:
             self.assertEqual(1000000, len(json.load(file)["features"][0]["geometry"]["coordinates"]))
+        self.assertTrue(filecmp.cmp(self.path("long.txt"), self.path("back.txt"), shallow=False))
         print(f"a million points: {size / 1e6:.0f} MB of GeoJSON, "
-              f"{usage.ru_maxrss * 1024 / 1e6:.0f} MB of memory")
+              f"{memory / 1e6:.0f} MB of memory to write it, {back / 1e6:.0f} MB to read it")
         if not IS_SANITIZED:
-            self.assertLess(usage.ru_maxrss * 1024, 3 * size)
+            self.assertLess(memory, 3 * size)
+            self.assertLess(back, 4 * size)
+
+    def convert_and_measure(self, source, target, *options):
+        """Converts a file, and gives the most memory that it took, in bytes."""
+        with open(os.devnull, "wb") as nothing:
+            child = os.posix_spawn(os.environ["NAVCTL"],
+                                   ["navctl", "wayline", "convert", self.path(source),
+                                    self.path(target), *options], os.environ,
+                                   file_actions=[(os.POSIX_SPAWN_DUP2, nothing.fileno(), 1)])
+            _, status, usage = os.wait4(child, 0)
+        self.assertEqual(0, status)
+        return usage.ru_maxrss * 1024
+
+    def test_numbers_in_place_of_positions_are_refused(self):
+        for coordinates in ("[5,7]", "[[11,48],5]", "[[11,48],[1]]", "5", "[true,[11,48]]", "[[[11,48],[11,49]]]",
+                            '[[11,"48"],[11,49]]', "[0,[11,48],[11,49]]", "[[11,48],[11,48,1],0]"):
+            with self.subTest(coordinates):
+                path = self.write("bad.geojson", '{"type":"LineString","coordinates":' + coordinates + "}")
+                result = navctl("wayline", "show", path, "--origin", ORIGIN)
+                self.assertEqual((2, ""), (result.returncode, result.stdout))
+                self.assertRegex(result.stderr, "a position is no array|has no coordinates|is no number")
 
     def test_refuses_what_a_format_cannot_carry(self):
         path = self.write("lines.txt", "\n".join(LINES))
@@ -278,6 +297,7 @@ class WithService(Files):
         degenerate = self.write("point.txt", "0 1 1 0 1 1 0\n")
         with Simulator():
             code, value = navctl_json("wayline", "set", degenerate)
+            self.assertIn("points A and B are 0 m apart", value.pop("reason"))
             self.assertEqual((1, {"outcome": "refused", "held": None}), (code, value))
             self.assertEqual(0, navctl("wayline", "set", self.write("ab.txt", AB)).returncode)
             result = navctl("wayline", "set", degenerate)
@@ -297,11 +317,13 @@ class WithService(Files):
                               "bounds_m": {"x": [0.0, 0.0], "y": [0.0, 100.0], "z": [0.0, 0.0]}},
                              held["held"])
             self.assertEqual((0, {"outcome": "done"}), navctl_json("wayline", "clear"))
-            self.assertEqual((1, {"outcome": "refused"}), navctl_json("wayline", "clear"))
+            self.assertEqual((1, {"outcome": "refused", "reason": "there is no wayline"}),
+                             navctl_json("wayline", "clear"))
             self.assertEqual((0, {"outcome": "done", "kind": "circle"}),
                              navctl_json("wayline", "start", "circle"))
-            self.assertEqual((1, {"outcome": "refused", "kind": "empty"}),
-                             navctl_json("wayline", "start", "empty"))
+            code, refused = navctl_json("wayline", "start", "empty")
+            self.assertIn(refused.pop("reason"), navctl("wayline", "start", "empty").stderr)
+            self.assertEqual((1, {"outcome": "refused", "kind": "empty"}), (code, refused))
 
     def test_tells_when_it_cannot_read_back_what_it_has_set(self):
         path = self.write("ab.txt", AB)

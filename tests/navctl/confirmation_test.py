@@ -176,8 +176,11 @@ class Confirmed(unittest.TestCase):
                 self.assert_streams(arguments, 0, "done\n", "^$")
 
     def test_a_getter_that_fails_fails_the_setting(self):
-        with scripted({}):
+        with scripted({"IsNavigationActivated": 0}):
             self.assert_streams(["set-nudge", "0.1"], 1, "", "refuses get-nudge-scalar .no operation get_nudge")
+        with scripted({"get_nudge": None, "SetImplementWidth": 1, "GetImplementWidth": None}):
+            self.assert_streams(["set-nudge", "0.1"], 5, "", "answered without a value")
+            self.assert_streams(["set-implement-width", "3"], 5, "", "answered without a value")
         with scripted({"get_nudge": "0.1"}):
             self.assert_streams(["set-nudge", "0.1"], 5, "", "get_nudge is of another form")
 
@@ -287,10 +290,46 @@ def secure_server(directory):
         target=lambda: quietly(serve, connection), daemon=True).start())
 
 
+def always(make_reply):
+    """A program that answers every request with a message made of the request."""
+    def serve(connection):
+        unpacker = msgpack.Unpacker()
+        while data := connection.recv(65536):
+            unpacker.feed(data)
+            for message in unpacker:
+                if isinstance(message, list) and message[0] == 0:
+                    connection.sendall(msgpack.packb(make_reply(message)))
+    return Listener(lambda connection: threading.Thread(
+        target=lambda: quietly(serve, connection), daemon=True).start())
+
+
+def echo():
+    """A program that sends back what it gets."""
+    def serve(connection):
+        while data := connection.recv(65536):
+            connection.sendall(data)
+    return Listener(lambda connection: threading.Thread(
+        target=lambda: quietly(serve, connection), daemon=True).start())
+
+
 class OtherPrograms(unittest.TestCase):
-    COMMANDS = (["set-nudge", "1"], ["set-wayline-origin", "51", "7", "0"],
-                ["set-nudge", "1", "--no-check"], ["set-position-data", "51", "7", "0"],
-                ["reset-integral"], ["engage-steering"], ["get-nudge-scalar"])
+    ROWS = "time,latitude,longitude\n" + "".join(f"{row},51,7\n" for row in range(200))
+
+    @classmethod
+    def setUpClass(cls):
+        directory = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(directory.cleanup)
+        cls.rows = f"{directory.name}/drive.csv"
+        Path(cls.rows).write_text(cls.ROWS, encoding="ascii")
+        line = f"{directory.name}/line.txt"
+        Path(line).write_text(LINE_NORTH + "\n", encoding="ascii")
+        cls.COMMANDS = (
+            ["set-nudge", "1"], ["set-wayline-origin", "51", "7", "0"],
+            ["set-nudge", "1", "--no-check"], ["set-position-data", "51", "7", "0"],
+            ["reset-integral"], ["engage-steering"], ["get-nudge-scalar"], ["nudge", "on", "0.1"],
+            ["set-overshoot", "1", "--persist"], ["set-wayline", LINE_NORTH],
+            ["set-implement-width", "3"], ["wayline", "set", line], ["wayline", "start", "ab"],
+            ["feed", cls.rows, "--rate", "max"])
 
     def assert_named(self, words):
         for arguments in self.COMMANDS:
@@ -329,11 +368,55 @@ class OtherPrograms(unittest.TestCase):
             self.assert_named_to_watchers("it speaks TLS")
 
     def test_a_service_of_other_operations_is_none(self):
-        with scripted({}):
-            result = navctl("set-wayline-origin", "51", "7", "0")
-            self.assertEqual((5, ""), (result.returncode, result.stdout))
-            self.assertIn("what listens there is no navigation service", result.stderr)
-            self.assert_named_to_watchers("what listens there is no navigation service")
+        for form in ("no such method", 7, {"code": -32601}):
+            with always(lambda request, form=form: [1, request[1], form, None]):
+                self.assert_named("what listens there is no navigation service: ")
+                for command in (["wayline", "get"], ["wayline", "clear"]):
+                    self.assertEqual(5, navctl(*command).returncode)
+                self.assert_named_to_watchers("what listens there is no navigation service")
+
+    def test_one_that_answers_everything_alike_is_not_fed(self):
+        for reply in (None, "text", [1, 2], float("nan"), {"a": 1}):
+            with self.subTest(reply), always(lambda request, reply=reply: [1, request[1], None, reply]):
+                result = navctl("feed", self.rows, "--rate", "max")
+                self.assertEqual((5, ""), (result.returncode, result.stdout), result.stderr)
+                self.assertIn("protocol error: what listens there is no navigation service: ",
+                              result.stderr)
+                code, report = answer("feed", self.rows, "--rate", "max")
+                self.assertEqual((5, "failed", 5), (code, report["outcome"], report["exit_code"]))
+
+    def test_one_that_sends_back_what_it_gets_is_none(self):
+        with echo():
+            self.assert_named("protocol error")
+
+    def test_one_that_comes_in_the_place_of_a_service_is_not_fed_on(self):
+        for later in ([1, 0, "no such method", None], [1, 0, None, None], [1, 0, None, "text"]):
+            served = []
+
+            def serve(connection, later=later, served=served):
+                served.append(connection)
+                is_service, fed = len(served) == 1, 0
+                unpacker = msgpack.Unpacker()
+                while data := connection.recv(65536):
+                    unpacker.feed(data)
+                    for message in unpacker:
+                        if not isinstance(message, list):
+                            return None
+                        reply = [1, 0, None, 1] if is_service else list(later)
+                        if message[0] == 0:
+                            reply[1] = message[1]
+                            connection.sendall(msgpack.packb(reply))
+                        fed += message[0] == 2
+                    if is_service and fed >= 60:
+                        return connection.shutdown(socket.SHUT_RDWR)
+                return None
+            with self.subTest(later), Listener(serve):
+                code, report = answer("--timeout", "0.5", "feed", self.rows, "--rate", "100")
+                self.assertEqual((5, "failed"), (code, report["outcome"]))
+                self.assertRegex(report["reason"], "protocol error: .*no navigation service")
+                self.assertGreaterEqual(report["sent"], 50)
+                self.assertLessEqual(report["sent"], 100)
+                self.assertGreater(report["lost"], 0)
 
     def test_a_service_without_the_getter_confirms_nothing(self):
         with scripted({"IsNavigationActivated": 1, "set_wayline": 1}):

@@ -61,9 +61,14 @@ class ExitCodes(unittest.TestCase):
                           navctl("engage-steering").stderr)
 
     def test_1_when_the_service_answers_with_an_error(self):
+        with scripted({"IsNavigationActivated": 1}):
+            self.assert_failure(1, ["engage-steering"], "refused: no operation EngageSteering")
+            self.assert_failure(1, ["get-wayline"], "refused: no operation get_wayline")
+
+    def test_5_when_every_answer_is_an_error(self):
         with scripted({}):
-            self.assert_failure(1, ["engage-steering"], "no operation EngageSteering")
-            self.assert_failure(1, ["get-wayline"], "no operation get_wayline")
+            self.assert_failure(5, ["engage-steering"], "no navigation service: no operation Is")
+            self.assert_failure(5, ["get-wayline"], "no navigation service: no operation Is")
 
     def test_2_for_wrong_arguments(self):
         for arguments in ([], ["fly"], ["set-nudge"], ["set-nudge", "1", "2"], ["--wings"],
@@ -99,6 +104,9 @@ class ExitCodes(unittest.TestCase):
             (["GET-NUDGE-SCALAR"], 'did you mean "get-nudge-scalar"\\?$'),
             (["overshoot"], 'did you mean "get-overshoot" or "set-overshoot"\\?$'),
             (["wayline-get"], 'did you mean "get-wayline"\\?$'),
+            (["is-navigation-active"], 'did you mean "is-navigation-activated"\\?$'),
+            (["start-nav"], 'did you mean "start-navigation"\\?$'),
+            (["tunning"], 'did you mean "get-tuning-limits" or "set-tuning-limits" or '),
             (["help", "docter"], 'no command "docter"; did you mean "doctor"\\?'),
             (["help", "wayline", "convret"], 'no command "convret" of wayline; did you mean "convert"'),
             (["fly", "--help"], 'there is no command "fly"$'),
@@ -127,6 +135,42 @@ class ExitCodes(unittest.TestCase):
             (["start-wayline", "circel"], 'did you mean "circle"\\?'),
         ):
             self.assert_failure(2, arguments, words)
+
+    def test_2_in_words_of_its_own(self):
+        for arguments, words in (
+            ([], "navctl: a command is missing, such as doctor; navctl --help lists all\n"),
+            (["--json"], "a command is missing"),
+            (["wayline"], "navctl: wayline wants one of its commands: show, "),
+            (["--timeout", "1", "--timeout", "2", "doctor"],
+             "navctl: --timeout may be given once, and is given 2 times\n"),
+            (["doctor", "--timeout"],
+             "navctl: --timeout wants a value, SECONDS: Longest wait for a reply, seconds, 0.001 to 3600\n"),
+            (["watch", "--count"], "navctl: --count wants a value, "),
+            (["set-nudge", "1", "2", "-3"], 'navctl: set-nudge takes no more than nudge; too much is "2" "-3"\n'),
+            (["set-nudge", "--", "1", "-2"], 'navctl: set-nudge takes no more than nudge; too much is "-2"\n'),
+            (["get-wayline", "all"], 'navctl: get-wayline takes no arguments; too much is "all"\n'),
+            (["set-wayline-origin", "1", "2", "3", "4", "5"],
+             'set-wayline-origin takes no more than latitude, longitude, height; too much is "4" "5"\n'),
+            (["wayline", "convert", "a", "b", "--from", "xml"],
+             'navctl: --from: "xml" is none of text, geojson, csv\n'),
+            (["calculate-headings", "0", "1", "2"], "each text form is one word of the shell, in quotes\n"),
+        ):
+            with self.subTest(arguments):
+                result = navctl(*arguments)
+                self.assertEqual((2, result.stdout if "--json" in arguments else ""),
+                                 (result.returncode, result.stdout))
+                self.assertIn(words, result.stderr)
+
+    def test_2_for_numbers_that_single_precision_cannot_hold(self):
+        for arguments in (["set-overshoot", "1e39"], ["set-tuning-parameter", "overshoot", "-1e39"],
+                          ["set-velocity-set-point", "4e38"],
+                          ["set-tuning-limits", "overshoot", "1e39", "1e39", "1e39"],
+                          ["set-tuning-limits", "overshoot", "0", "1", "1e300"]):
+            with self.subTest(arguments):
+                result = navctl(*arguments)
+                self.assertEqual((2, ""), (result.returncode, result.stdout))
+                self.assertRegex(result.stderr, '^navctl: [a-z]+: "[^"]*e[^"]*" is too large: numbers of '
+                                                "single precision go up to 3.4e38 in size\n")
 
     def test_no_getter_is_ever_corrected_to_a_setter(self):
         _, listed = answer("operations")
@@ -253,6 +297,12 @@ class Outputs(unittest.TestCase):
             with self.subTest(options):
                 self.assertEqual((0, wanted, ""), said([*options, "help", "doctor"]))
         self.assertEqual((0, {"text": wanted}), answer("--timeout", "3", "help", "doctor"))
+
+    def test_help_of_feed_names_every_sentence_that_is_read(self):
+        page = navctl("help", "feed").stdout
+        for name in ("GGA", "GNS", "RMC", "GLL", "GBS", "GST", "ZDA", "VTG", "HDT", "THS", "HDG", "ROT",
+                     "PASHR", "GSA"):
+            self.assertIn(name, page)
 
     def test_help_of_more_than_a_command_is_refused(self):
         for words in (["doctor", "extra"], ["set-nudge", "extra"], ["wayline", "show", "extra"],

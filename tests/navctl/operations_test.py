@@ -231,5 +231,63 @@ def outcome_of(command):
     return code, reply["outcome"], reply["value"]
 
 
+class WaylineWords(unittest.TestCase):
+    def test_a_text_form_may_stand_without_quotes(self):
+        with Simulator():
+            for words in (LINE_NORTH.split(), LINE_EAST.split(), ["0", "1", "-2", "3", "-.5", "60", "6"]):
+                with self.subTest(words):
+                    result = navctl("set-wayline", *words)
+                    self.assertEqual((0, "done\n", ""),
+                                     (result.returncode, result.stdout, result.stderr))
+                    held = value("get-wayline")["text"]
+                    self.assertEqual([float(word) for word in words],
+                                     [float(word) for word in held.split()])
+            result = navctl("set-wayline", "0", "1", "2")
+            self.assertEqual((2, ""), (result.returncode, result.stdout))
+            self.assertIn("7 words", result.stderr)
+            self.assertEqual(2, navctl("set-wayline", "").returncode)
+
+    def test_what_is_always_refused_is_not_offered(self):
+        page = " ".join(navctl("start-wayline", "--help").stdout.split())
+        self.assertIn("the kind: ab, a-heading, circle, spline, ab-curve, path, replay, or its "
+                      "number, 0 to 6", page)
+        _, listed = answer("operations")
+        kinds = next(entry for entry in listed if entry["command"] == "start-wayline")
+        self.assertNotIn("empty", kinds["arguments"][0]["words"])
+        result = navctl("wayline", "start", "zigzag")
+        self.assertEqual(2, result.returncode)
+        self.assertNotIn("empty", result.stderr)
+
+    def test_a_question_outside_the_range_is_warned_of(self):
+        with Simulator():
+            result = navctl("is-waypoint-set", "9")
+            self.assertEqual((0, "false\n", "navctl: warning: the waypoint 9 is outside what the bundled "
+                                             "service takes, 0 to 2\n"),
+                             (result.returncode, result.stdout, result.stderr))
+            self.assertEqual("", navctl("is-waypoint-set", "2").stderr)
+
+
+class NegativeNumbers(unittest.TestCase):
+    def test_may_begin_with_their_point(self):
+        with Simulator():
+            for arguments in (["set-nudge", "-.5"], ["--json", "set-nudge", "-.5"],
+                              ["set-nudge", "--", "-.5"]):
+                with self.subTest(arguments):
+                    navctl("set-nudge", "1")
+                    result = navctl(*arguments)
+                    self.assertEqual((0, ""), (result.returncode, result.stderr))
+                    self.assertEqual(-0.5, value("get-nudge-scalar"))
+            result = navctl("nudge", "on", "-.25")
+            self.assertEqual((0, ""), (result.returncode, result.stderr))
+            self.assertEqual(-0.75, value("get-nudge-scalar"))
+            self.assertEqual(0, navctl("set-velocity-set-point", "-.5e0").returncode)
+            self.assertEqual(-0.5, value("get-velocity-set-point"))
+        with CountingService() as service:
+            result = navctl("set-position-data", "-.5", "-.25", "-.75", "--course", "-.125")
+            self.assertEqual((0, ""), (result.returncode, result.stderr))
+        self.assertIn((-0.5, -0.25, -0.75), [tuple(sample[tag] for tag in sorted(sample))[:3]
+                                             for sample in service.samples])
+
+
 if __name__ == "__main__":
     unittest.main()

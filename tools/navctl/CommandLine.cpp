@@ -1,5 +1,7 @@
 #include "tools/navctl/CommandLine.h"
 
+#include <cctype>
+
 #include "tools/navctl/UsageProblem.h"
 #include "tools/navctl/Version.h"
 #include "tools/navctl/doctor/DoctorCommand.h"
@@ -58,6 +60,17 @@ void AddCommands(CLI::App& app, CContext& context)
 }
 
 } // namespace
+
+std::vector<std::string> WithWholeNumbers(std::vector<std::string> words)
+{
+    for (std::string& word : words) {
+        const bool isNumber = word.size() > 2 && word.compare(0, 2, "-.") == 0 &&
+                              std::isdigit(static_cast<unsigned char>(word[2])) != 0;
+        if (isNumber)
+            word.insert(1, "0");
+    }
+    return words;
+}
 
 std::vector<std::string> WithHelpAsOption(const CLI::App& app, std::vector<std::string> words)
 {

@@ -15,6 +15,10 @@
 /// @param context receives the options and is what the commands work with; must outlive the result.
 std::unique_ptr<CLI::App> MakeCommandLine(CContext& context);
 
+/// The words of a command line with a digit in front of the point of each negative number, without
+/// which the reader takes "-.5" for an option.
+std::vector<std::string> WithWholeNumbers(std::vector<std::string> words);
+
 /// The words of a command line with "help COMMAND" turned into "COMMAND --help"; others as they
 /// are.
 ///

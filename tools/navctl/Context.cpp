@@ -81,7 +81,11 @@ void CContext::Refuse(const Json& value, const std::string& reason)
 
 void CContext::FailByLink()
 {
-    const LinkErrorC error = Navigation().LastError();
+    FailByLink(Navigation().LastError());
+}
+
+void CContext::FailByLink(const LinkErrorC& error)
+{
     FailBy(CallFailure(error), error);
 }
 

@@ -80,6 +80,8 @@ public:
     /// Fail() for the reason that LastError() gives; it names another program that listens in the
     /// service's place.
     void FailByLink();
+    /// The same for an error from before.
+    void FailByLink(const LinkErrorC& error);
     /// What the program exits with.
     EExitCode ExitCode() const { return m_exitCode; }
 

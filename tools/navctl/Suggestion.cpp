@@ -82,10 +82,16 @@ std::string InTheirSpelling(const std::string& word)
     return spelt;
 }
 
-/// Whether a part of a word is meant to be another one: a letter may be wrong in it, of a long one
-/// two.
+/// Whether a part of a word is meant to be another one: it may be the beginning of it, in which the
+/// last letter of five does not count ("active" for "activated"), and a letter may be wrong in it,
+/// of a long one two.
 bool IsNearPart(const std::string& part, const std::string& other)
 {
+    constexpr std::size_t kShortestBeginning = 3;
+    constexpr std::size_t kWithAnEnd = 5;
+    const std::string beginning = part.substr(0, part.size() - (part.size() < kWithAnEnd ? 0 : 1));
+    if (beginning.size() >= kShortestBeginning && other.rfind(beginning, 0) == 0)
+        return true;
     constexpr std::size_t kShort = 4;
     constexpr std::size_t kLong = 8;
     if (part.size() < kShort || other.size() < kShort)
@@ -185,7 +191,9 @@ std::string CommandSuggestion(const std::string& given, const std::vector<std::s
     const std::string suggestion = Suggestion(word, possible);
     if (!suggestion.empty())
         return suggestion;
-    // Without a verb, or with it behind: whatever has all its parts, and as they are.
-    return verbs.empty() ? Question(WithAllParts(word, commands, std::equal_to<>()))
-                         : Suggestion(WithVerb(word, verbs), possible);
+    if (!verbs.empty())
+        return Suggestion(WithVerb(word, verbs), possible);
+    // Without a verb, or with it behind: whatever has all its parts, best as they are.
+    const Words exact = WithAllParts(word, commands, std::equal_to<>());
+    return Question(exact.empty() ? WithAllParts(word, commands, IsNearPart) : exact);
 }

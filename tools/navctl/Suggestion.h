@@ -6,8 +6,8 @@
 
 /// Which of the words that there are may have been meant by one that there is not: those with the
 /// fewest letters wrong, two at most, and those that have all of its parts between hyphens; where
-/// there are none, those that have all of its parts but for a letter or two. Capital letters and
-/// underscores count as what they stand for.
+/// there are none, those that have all of its parts but for a letter or two, or begin with them.
+/// Capital letters and underscores count as what they stand for.
 ///
 /// @return words to follow others: "; did you mean \"watch\"?"; empty when none is near.
 std::string Suggestion(const std::string& word, const std::vector<std::string>& words);

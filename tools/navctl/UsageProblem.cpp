@@ -86,11 +86,26 @@ public:
             if (!(LooksLikeOption(word) ? PassOption(word) : PassCommand(word)))
                 return m_problem;
         }
+        // Behind "--" there are arguments alone.
+        for (++m_place; m_place < m_words.size(); ++m_place)
+            m_arguments.push_back(m_words[m_place]);
         return std::nullopt;
     }
 
     /// The words behind the command that are none of its options, once Find() has found nothing.
     const std::vector<std::string>& Arguments() const { return m_arguments; }
+    /// The command that the words name.
+    const CLI::App& Command() const { return *m_command; }
+
+    /// An option that was given.
+    struct Given
+    {
+        const CLI::Option* option;
+        std::string name;
+        bool isWithoutValue; ///< it wants one, and there is nothing behind it
+    };
+    /// The options that were given, once Find() has found nothing.
+    const std::vector<Given>& Options() const { return m_given; }
 
 private:
     bool PassOption(const std::string& word)
@@ -102,8 +117,9 @@ private:
                         Suggestion(name, OptionsOf(*m_command));
             return false;
         }
-        if (TakesNextWord(*option, word))
-            ++m_place;
+        const bool isApart = TakesNextWord(*option, word);
+        m_given.push_back({option, name, isApart && m_place + 1 == m_words.size()});
+        m_place += isApart ? 1 : 0;
         return true;
     }
 
@@ -128,8 +144,68 @@ private:
     const CLI::App* m_command;
     std::size_t m_place = 0;
     std::vector<std::string> m_arguments;
+    std::vector<Given> m_given;
     std::string m_problem;
 };
+
+std::string Joined(const std::vector<std::string>& words, const std::string& separator)
+{
+    std::string text;
+    for (const std::string& word : words)
+        text += (text.empty() ? "" : separator) + word;
+    return text;
+}
+
+/// Which arguments are too many; empty when none is.
+std::string TooMany(const CWordSearch& search)
+{
+    std::vector<std::string> names;
+    std::size_t count = 0;
+    for (const CLI::Option* const option : search.Command().get_options()) {
+        if (!option->get_positional())
+            continue;
+        names.push_back(option->get_name());
+        count += static_cast<std::size_t>(option->get_items_expected_max());
+    }
+    std::vector<std::string> surplus;
+    for (std::size_t place = count; place < search.Arguments().size(); ++place)
+        surplus.push_back('"' + search.Arguments()[place] + '"');
+    if (surplus.empty())
+        return {};
+    return search.Command().get_name() + " takes " +
+           (names.empty() ? "no arguments" : "no more than " + Joined(names, ", ")) +
+           "; too much is " + Joined(surplus, " ");
+}
+
+/// Which option has no value, or more than one; empty when none.
+std::string WrongCount(const CWordSearch& search)
+{
+    for (const CWordSearch::Given& given : search.Options()) {
+        const auto times =
+            std::count_if(search.Options().begin(), search.Options().end(),
+                          [&](const auto& other) { return other.option == given.option; });
+        if (given.isWithoutValue) {
+            return given.name + " wants a value, " + given.option->get_type_name() + ": " +
+                   given.option->get_description();
+        }
+        if (times > 1 && given.option->get_items_expected_max() <= 1) {
+            return given.name + " may be given once, and is given " + std::to_string(times) +
+                   " times";
+        }
+    }
+    return {};
+}
+
+/// The command that is missing; empty when none is.
+std::string MissingCommand(const CLI::App& app, const CLI::App& command)
+{
+    if (command.get_subcommands(nullptr).empty())
+        return {};
+    if (&command == &app)
+        return "a command is missing, such as doctor; navctl --help lists all";
+    return command.get_name() +
+           " wants one of its commands: " + Joined(CommandsBelow(command), ", ");
+}
 
 } // namespace
 
@@ -164,7 +240,18 @@ std::size_t PlaceOfCommand(const CLI::App& app, const std::vector<std::string>& 
 std::string UsageProblem(const CLI::App& app, const std::vector<std::string>& words,
                          const CLI::ParseError& error)
 {
-    return UnknownWord(app, words).value_or(error.what());
+    CWordSearch search(app, words);
+    if (const std::optional<std::string> problem = search.Find())
+        return *problem;
+    std::string problem;
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
+        problem = TooMany(search);
+    } else if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
+        problem = WrongCount(search);
+    } else if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+        problem = MissingCommand(app, search.Command());
+    }
+    return problem.empty() ? error.what() : problem;
 }
 
 CLI::Validator WordAmong(const std::vector<std::string>& words)
@@ -174,11 +261,7 @@ CLI::Validator WordAmong(const std::vector<std::string>& words)
             if (std::find(words.begin(), words.end(), text) != words.end()) {
                 return std::string();
             }
-            std::string all;
-            for (const std::string& word : words) {
-                all += (all.empty() ? "" : ", ") + word;
-            }
-            return "\"" + text + "\" is none of " + all + Suggestion(text, words);
+            return "\"" + text + "\" is none of " + Joined(words, ", ") + Suggestion(text, words);
         },
         "");
 }

@@ -25,7 +25,8 @@ std::optional<std::string> HelpProblem(const CLI::App& app, const std::vector<st
 /// @param words the arguments, without the program's name.
 std::size_t PlaceOfCommand(const CLI::App& app, const std::vector<std::string>& words);
 
-/// What is wrong with a command line, in words: its UnknownWord(), if it has one.
+/// What is wrong with a command line, in words: its UnknownWord(), if it has one; what is too much,
+/// given twice or missing.
 ///
 /// @param app the command line that could not be read.
 /// @param words the arguments, without the program's name.

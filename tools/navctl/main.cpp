@@ -50,7 +50,8 @@ EExitCode Run(int argumentCount, char** arguments, COutput& output)
 {
     CContext context(output);
     const std::unique_ptr<CLI::App> app = MakeCommandLine(context);
-    const std::vector<std::string> given{arguments + 1, arguments + std::max(argumentCount, 1)};
+    const std::vector<std::string> given =
+        WithWholeNumbers({arguments + 1, arguments + std::max(argumentCount, 1)});
     const std::vector<std::string> words = WithHelpAsOption(*app, given);
     try {
         // The reader takes them from the back.

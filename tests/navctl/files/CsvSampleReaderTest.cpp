@@ -77,7 +77,10 @@ TEST(CsvSampleReader, TellsWhatAFileLacks)
         const char* problem;
     } rows[] = {
         {"", "the file is empty"},
-        {"\n\n", "the file is empty"},
+        {"\n\n", "there is no line that names the columns; found: 2 empty lines"},
+        {"# a\n", "there is no line that names the columns; found: 1 comment"},
+        {"# a\n\n# b\n", "found: 2 comments, 1 empty line"},
+        {"time,speed\n", "line 1 names the columns, but there are neither"},
         {std::string(5000, '\0'), "there is no line that names the columns"},
         {"latitude,time\n", "line 1 names the columns, but there is no longitude"},
         {"time;latitude;longitude\n", "not by semicolons"},
@@ -85,7 +88,8 @@ TEST(CsvSampleReader, TellsWhatAFileLacks)
         {"x,y,time\n", "--origin"},
         {"latitude,longitude\n", "--interval"},
         {"\"latitude,longitude\n", "a double quote is not closed"},
-        {"1,2,3\n", "there are neither latitude and longitude nor x and y"},
+        {"1,2,3\n", "line 1 does not name the columns"},
+        {"# a\n$GPGGA,1\n", "line 2 does not name the columns"},
     };
     for (const auto& row : rows) {
         const Reader reader(row.content);

@@ -32,6 +32,19 @@ TEST(Suggestion, FindsWordsThatHaveAllParts)
     EXPECT_EQ("; did you mean \"set-wayline-origin\"?", Suggestion("set-origin", kCommands));
 }
 
+TEST(Suggestion, FindsWordsWhosePartsAreOnlyBegun)
+{
+    const std::vector<std::string> commands{"is-navigation-activated", "start-navigation",
+                                            "get-tuning-limits", "set-tuning-limits"};
+    EXPECT_EQ("; did you mean \"is-navigation-activated\"?",
+              CommandSuggestion("is-navigation-active", commands));
+    EXPECT_EQ("; did you mean \"start-navigation\"?", CommandSuggestion("start-nav", commands));
+    EXPECT_EQ("; did you mean \"get-tuning-limits\" or \"set-tuning-limits\"?",
+              CommandSuggestion("tunning", commands));
+    EXPECT_EQ("; did you mean \"get-tuning-limits\"?", CommandSuggestion("get-tun", commands));
+    EXPECT_EQ("", CommandSuggestion("get-t", commands)) << "one letter says nothing";
+}
+
 TEST(Suggestion, OfACommandKeepsItsVerb)
 {
     EXPECT_EQ("; did you mean \"get-nudge-scalar\" or \"get-nudge-vector\"?",

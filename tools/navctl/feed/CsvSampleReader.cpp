@@ -11,8 +11,7 @@ ESample CCsvSampleReader::Next(PositionSample& sample, int timeoutMilliseconds)
     while (true) {
         switch (m_lines.Next(m_line, timeoutMilliseconds)) {
         case ELine::End:
-            m_problem = m_skipped.Total() == 0 ? "the file is empty"
-                                               : "there is no line that names the columns";
+            m_problem = WithoutHeader();
             return m_hasHeader ? ESample::End : ESample::Failed;
         case ELine::Failed:
             m_problem = std::strerror(errno);
@@ -30,12 +29,12 @@ ESample CCsvSampleReader::Next(PositionSample& sample, int timeoutMilliseconds)
         if (m_line.empty()) {
             continue;
         }
-        if (!m_hasHeader && m_line.front() == '#') {
+        if (m_line.front() == '#') {
             m_notUsed.Add("comments", m_lines.LineNumber());
             continue;
         }
         if (!m_hasHeader) {
-            m_notUsed.Add("names of columns", m_lines.LineNumber());
+            m_notUsed.Add("line with the names of columns", m_lines.LineNumber());
             m_problem = ReadHeader(m_line);
             if (!m_problem.empty())
                 return ESample::Failed;
@@ -43,6 +42,7 @@ ESample CCsvSampleReader::Next(PositionSample& sample, int timeoutMilliseconds)
             continue;
         }
         sample = {};
+        sample.line = m_lines.LineNumber();
         const std::string problem = ReadRow(sample);
         if (problem.empty())
             return ESample::Sample;
@@ -54,8 +54,10 @@ std::string CCsvSampleReader::ReadHeader(const std::string& line)
 {
     const std::string where = "line " + std::to_string(m_lines.LineNumber());
     if (!SplitCsvLine(line, m_values))
-        return where + ": a double quote is not closed";
+        return where + ": a double quote is not closed" + Instead();
     CCsvHeader header(m_values);
+    if (!header.Find({"latitude", "lat", "longitude", "lon", "lng", "x", "y", "time", "timestamp"}))
+        return where + " does not name the columns" + SeparatorHint(line) + Instead();
     m_columnCount = header.Count();
     std::string problem = FindPlace(header, line);
     if (problem.empty())
@@ -68,6 +70,29 @@ std::string CCsvSampleReader::ReadHeader(const std::string& line)
     if (m_options.remark && !m_unusedColumns.empty())
         m_options.remark(Remark());
     return {};
+}
+
+/// Why a file is none that has ended without the names of its columns.
+std::string CCsvSampleReader::WithoutHeader() const
+{
+    if (Counts().lines == 0)
+        return "the file is empty";
+    std::string found;
+    const auto add = [&found](std::uint64_t count, const std::string& what) {
+        if (count > 0)
+            found += (found.empty() ? "" : ", ") + std::to_string(count) + " " + what +
+                     (count == 1 ? "" : "s");
+    };
+    add(m_notUsed.Total(), "comment");
+    add(Counts().empty, "empty line");
+    add(m_skipped.Total(), "overlong line");
+    return "there is no line that names the columns; found: " + found + Instead();
+}
+
+/// What the file may be instead, as the end of a sentence.
+std::string CCsvSampleReader::Instead() const
+{
+    return m_options.instead ? "; " + m_options.instead() : std::string();
 }
 
 /// @return true when the file has such a column.

@@ -22,10 +22,14 @@ struct CsvSampleOptions
     std::function<double()> clock;       ///< Unix time, for timeIsOfArrival
     /// Told how the file is read, in words, before the first row is; may be empty.
     std::function<void(const std::string&)> remark{};
+    /// Asked, where the file does not name columns, what it should have or may be instead, in
+    /// words; may be empty.
+    std::function<std::string()> instead{};
 };
 
 /// Reads position samples from comma-separated values whose first line names the columns; see
-/// docs/navctl-files.md for the names. Columns of other names are not used. A row that is broken is
+/// docs/navctl-files.md for the names. Columns of other names and lines that begin with "#" are not
+/// used. A row that is broken is
 /// counted and passed over.
 class CCsvSampleReader : public CSampleReader
 {
@@ -49,6 +53,8 @@ private:
         Store store;
     };
 
+    std::string WithoutHeader() const;
+    std::string Instead() const;
     std::string ReadHeader(const std::string& line);
     std::string FindPlace(CCsvHeader& header, const std::string& line);
     std::string FindTime(CCsvHeader& header);

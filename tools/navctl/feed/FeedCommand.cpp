@@ -17,6 +17,7 @@
 #include "tools/navctl/feed/Interrupt.h"
 #include "tools/navctl/feed/NmeaReader.h"
 #include "tools/navctl/files/OpenFile.h"
+#include "tools/navctl/operations/ServiceQuestion.h"
 
 namespace {
 
@@ -93,13 +94,12 @@ public:
         // On a new connection a reply would say nothing of the samples.
         if (!m_navigation.IsLinkUp())
             return m_navigation.LastError();
-        // Messages are read in their order: a reply to any request means that they were. This one
-        // does not open a link again that has just been lost.
-        m_navigation.GetReverseEngageEnabled();
-        LinkErrorC error = m_navigation.LastError();
-        const bool hasReplied =
-            error.code == ELinkError::NoValue || error.code == ELinkError::ServiceError;
-        return hasReplied ? LinkErrorC{} : error;
+        // Messages are read in their order: a service's reply to any request means that they were.
+        const CServiceAnswer answer = AskWhetherService(m_navigation);
+        if (answer.isService)
+            return {};
+        return answer.problem.empty() ? m_navigation.LastError()
+                                      : LinkErrorC{ELinkError::BadMessage, answer.problem};
     }
 
 private:
@@ -122,8 +122,13 @@ public:
         if (!m_file.Problem().empty())
             return m_context.Fail(kExitUsage, m_file.Problem());
         const CInterrupt interrupt;
-        if (!m_context.Reach())
+        // Whoever is no navigation service takes samples as well as anything else.
+        if (!m_context.Reach() || !SpeaksToService(m_context))
             return;
+        m_format = Format();
+        const std::string problem = OptionOfOtherFormat(m_options, m_format);
+        if (!problem.empty())
+            return m_context.Fail(kExitUsage, problem);
         const std::unique_ptr<CSampleReader> reader = MakeReader();
         CServiceSink sink(m_context.Navigation());
         const double start = m_clock.Now();
@@ -146,7 +151,7 @@ private:
     std::unique_ptr<CSampleReader> MakeReader()
     {
         const double now = UnixTimeNow();
-        if (Format() == EFeedFormat::Nmea) {
+        if (m_format == EFeedFormat::Nmea) {
             return std::make_unique<CNmeaReader>(m_lines, NmeaOptions(now));
         }
         CsvSampleOptions csv;
@@ -156,6 +161,7 @@ private:
         csv.timeIsOfArrival = m_file.IsStandardInput();
         csv.clock = UnixTimeNow;
         csv.remark = WriteError;
+        csv.instead = [this] { return TakenInsteadOfColumns(m_beginning); };
         return std::make_unique<CCsvSampleReader>(m_lines, csv);
     }
 
@@ -179,13 +185,17 @@ private:
     /// stream all the same; a file is one of values, whose reader tells what is wrong with it.
     EFeedFormat Format()
     {
+        // Of a file, its beginning is there at once.
+        if (m_file.IsRegular())
+            m_beginning = m_lines.Peek([](const std::string&) { return true; });
         if (const std::optional<EFeedFormat> named = FeedFormatByName(m_options))
             return *named;
-        const std::string begin = m_lines.Peek([](const std::string& text) {
+        m_beginning = m_lines.Peek([](const std::string& text) {
             return FeedFormatByContent(text).has_value() || LinesThatSay(text) >= kLinesThatTell;
         });
-        return FeedFormatByContent(begin).value_or(
-            m_file.IsStandardInput() && !begin.empty() ? EFeedFormat::Nmea : EFeedFormat::Csv);
+        return FeedFormatByContent(m_beginning)
+            .value_or(m_file.IsStandardInput() && !m_beginning.empty() ? EFeedFormat::Nmea
+                                                                       : EFeedFormat::Csv);
     }
 
     void Report(const FeedResult& result, const CSampleReader& reader)
@@ -202,6 +212,9 @@ private:
         } else if (result.handedOver == 0 && result.end != EFeedEnd::Interrupted) {
             code = kExitUsage;
             reason = m_options.file + ": " + NothingToSend(reader);
+            const std::string instead =
+                m_format == EFeedFormat::Nmea ? TakenInsteadOfSentences(m_beginning) : "";
+            reason += (instead.empty() ? "" : "; ") + instead;
         }
         if (code != kExitDone)
             WriteError(reason);
@@ -209,11 +222,15 @@ private:
         m_context.Finish(code);
     }
 
-    static CLinkFailure LinkFailure(const LinkErrorC& error)
+    CLinkFailure LinkFailure(const LinkErrorC& error)
     {
         // Once lost and not found again, a service that has closed the link is one that is gone.
         if (error.code == ELinkError::Closed)
             return {kExitCannotConnect, "the link is lost: " + error.text};
+        // Another program may have come in the place of a service that was lost.
+        const std::string otherProgram = m_context.OtherProgram(error);
+        if (!otherProgram.empty())
+            return {kExitProtocolError, "protocol error: " + otherProgram};
         return CallFailure(error);
     }
 
@@ -221,6 +238,8 @@ private:
     const FeedOptions& m_options;
     COpenFile m_file;
     CLineReader m_lines;
+    EFeedFormat m_format = EFeedFormat::Nmea;
+    std::string m_beginning; ///< of the file, as far as it was looked at for its format
     CMonotonicClock m_clock;
     CFeedProgress m_progress;
 };
@@ -232,7 +251,7 @@ void AddFeedCommand(CLI::App& app, CContext& context)
     CLI::App* command =
         app.add_subcommand("feed", "Sends position samples from a file or from standard input");
     command->footer(
-        "Reads NMEA 0183 sentences (GGA, GNS, RMC, GLL, GST, ZDA, VTG, HDT, THS, HDG, ROT, "
+        "Reads NMEA 0183 sentences (GGA, GNS, RMC, GLL, GBS, GST, ZDA, VTG, HDT, THS, HDG, ROT, "
         "PASHR, GSA), or\ncomma-separated values whose first line names the columns; "
         "see navctl-files.md.");
     const auto options = std::make_shared<FeedOptions>();

@@ -4,6 +4,7 @@
 #include "tools/navctl/Suggestion.h"
 #include "tools/navctl/UsageProblem.h"
 #include "tools/navctl/feed/NmeaFields.h"
+#include "tools/navctl/feed/NmeaSentence.h"
 #include "tools/navctl/feed/NmeaValues.h"
 #include "tools/navctl/files/CsvRow.h"
 
@@ -64,6 +65,27 @@ struct Beginning
     std::vector<std::string> lines; ///< those that have come whole
     std::string part;               ///< of the last one, when it has not
 };
+
+/// The whole sentences of a beginning, by type: "12 GGA, 12 RMC".
+std::string SentencesIn(const std::string& firstBytes)
+{
+    constexpr std::size_t kMostTypes = 10;
+    std::map<std::string, std::size_t> types;
+    NmeaSentence sentence;
+    for (const std::string& line : Beginning(firstBytes).lines) {
+        ForEachSentence(line, [&](std::string_view text) {
+            if (ReadSentence(text, sentence) == nullptr)
+                ++types[std::string(sentence.type)];
+        });
+    }
+    std::string found;
+    std::size_t named = 0;
+    for (const auto& [type, count] : types) {
+        if (++named <= kMostTypes)
+            found += (found.empty() ? "" : ", ") + std::to_string(count) + " " + type;
+    }
+    return found + (named > kMostTypes ? " and others" : "");
+}
 
 /// Whether a line names columns of places.
 bool NamesColumns(std::string line)
@@ -143,7 +165,7 @@ void AddFeedOptions(CLI::App& command, FeedOptions& options)
         .add_option("--interval", options.interval,
                     "Seconds between the rows of a CSV file, in place of its time column; "
                     "0.001 to 3600")
-        ->check(CLI::Range(0.001, 3600.0).description(""))
+        ->check(NumberWithin(0.001, 3600.0, "0.001 to 3600"))
         ->type_name("SECONDS");
     command
         .add_option("--rate", options.rate,
@@ -155,7 +177,7 @@ void AddFeedOptions(CLI::App& command, FeedOptions& options)
     command
         .add_option("--reconnect", options.secondsToReconnect,
                     "How long to try to reach a service that was lost, seconds, 0 to 86400")
-        ->check(CLI::Range(0.0, 86400.0).description(""))
+        ->check(NumberWithin(0.0, 86400.0, "0 to 86400"))
         ->type_name("SECONDS")
         ->capture_default_str();
 }
@@ -200,6 +222,52 @@ std::optional<EFeedFormat> FeedFormatByContent(const std::string& firstBytes)
         }
     }
     return std::nullopt;
+}
+
+std::string OptionOfOtherFormat(const FeedOptions& options, EFeedFormat format)
+{
+    const bool isNmea = format == EFeedFormat::Nmea;
+    const struct
+    {
+        const char* name;
+        bool isGiven;
+        bool isOfNmea;
+    } entries[] = {{"--burst-begins-with", options.burstBeginsWith.has_value(), true},
+                   {"--invert-roll", options.signs.invertRoll, true},
+                   {"--invert-pitch", options.signs.invertPitch, true},
+                   {"--date", options.day.has_value(), true},
+                   {"--origin", options.origin.has_value(), false},
+                   {"--interval", options.interval.has_value(), false}};
+    const std::string values = "comma-separated values";
+    const std::string sentences = "NMEA sentences";
+    for (const auto& entry : entries) {
+        if (entry.isGiven && entry.isOfNmea != isNmea) {
+            return std::string(entry.name) + " is for " + (isNmea ? values : sentences) + "; " +
+                   options.file + " is read as " + (isNmea ? sentences : values);
+        }
+    }
+    return {};
+}
+
+std::string TakenInsteadOfColumns(const std::string& firstBytes)
+{
+    const std::string found = SentencesIn(firstBytes);
+    return "a feed takes comma-separated values whose first line names the columns time (or "
+           "--interval), latitude and longitude (or x and y with --origin), or NMEA sentences: "
+           "GGA, "
+           "GNS, RMC or GLL with a time and a position; " +
+           (found.empty() ? "there is no whole sentence at its beginning"
+                          : "it begins with sentences, " + found + ": --format nmea reads them");
+}
+
+std::string TakenInsteadOfSentences(const std::string& firstBytes)
+{
+    if (FeedFormatByContent(firstBytes) == EFeedFormat::Csv)
+        return "its first line names columns: --format csv reads it";
+    if (!SentencesIn(firstBytes).empty())
+        return {};
+    return "of comma-separated values, the first line must name the columns time, latitude and "
+           "longitude (--format csv)";
 }
 
 std::size_t LinesThatSay(const std::string& firstBytes)

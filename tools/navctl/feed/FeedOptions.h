@@ -57,6 +57,20 @@ std::optional<EFeedFormat> FeedFormatByName(const FeedOptions& options);
 /// Lines that begin with "#" are remarks and say nothing.
 std::optional<EFeedFormat> FeedFormatByContent(const std::string& firstBytes);
 
+/// What is wrong with options that the format of the file has no use for, in words; empty when
+/// nothing is.
+std::string OptionOfOtherFormat(const FeedOptions& options, EFeedFormat format);
+
+/// What a feed takes, and which sentences are there, for a file that should be one of values and
+/// does not name its columns: words to follow others.
+///
+/// @param firstBytes the beginning of the file; empty where it is not known.
+std::string TakenInsteadOfColumns(const std::string& firstBytes);
+
+/// The same for a file that should be one of sentences and has none that can be used; empty when
+/// there is nothing to add.
+std::string TakenInsteadOfSentences(const std::string& firstBytes);
+
 /// How many whole lines a beginning has that say something of the format.
 std::size_t LinesThatSay(const std::string& firstBytes);
 

@@ -25,6 +25,13 @@ std::string Counted(std::uint64_t count, const std::string& what)
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
+/// What is not used, in so many of its kind.
+std::string NotUsedText(std::uint64_t count, const std::string& what)
+{
+    const bool isOneComment = count == 1 && what == "comments";
+    return std::to_string(count) + " " + (isOneComment ? "comment" : what);
+}
+
 /// What was read, but is in no sample that was handed over: an end in between.
 std::uint64_t ReadAhead(const FeedResult& result, const CSampleReader& reader)
 {
@@ -60,10 +67,12 @@ std::string NothingToSend(const CSampleReader& reader)
     if (!reader.Wants().empty())
         reason += "; it takes " + reader.Wants();
     std::string found;
-    for (const CSkipCount* counts : {&reader.NotUsed(), &reader.Skipped()}) {
-        for (const auto& [what, entry] : counts->Reasons())
-            found += (found.empty() ? "" : ", ") + std::to_string(entry.count) + " " + what;
-    }
+    for (const auto& [what, entry] : reader.NotUsed().Reasons())
+        found += (found.empty() ? "" : ", ") + NotUsedText(entry.count, what);
+    for (const auto& [what, entry] : reader.Skipped().Reasons())
+        found += (found.empty() ? "" : ", ") + what + " (" + std::to_string(entry.count) + ")";
+    if (reader.Counts().empty > 0)
+        found += (found.empty() ? "" : ", ") + Counted(reader.Counts().empty, "empty line");
     return reason + "; found: " + (found.empty() ? "nothing" : found);
 }
 
@@ -124,7 +133,7 @@ std::string FeedText(const FeedResult& result, const CSampleReader& reader)
     }
     std::string types;
     for (const auto& [type, entry] : reader.NotUsed().Reasons())
-        types += (types.empty() ? "" : ", ") + std::to_string(entry.count) + " " + type;
+        types += (types.empty() ? "" : ", ") + NotUsedText(entry.count, type);
     if (!types.empty())
         text += "\nnot used: " + types;
     return text;

@@ -84,7 +84,9 @@ void CFeedRun::TellGap(const PositionSample& sample)
 {
     const double gap = m_lastTime ? *sample.time - *m_lastTime : 0.0;
     if (sample.startsAnew) {
-        m_parts.tell("the file's time starts anew, " + Seconds(gap) + " from the last sample's");
+        const std::string where = sample.line > 0 ? " in line " + std::to_string(sample.line) : "";
+        m_parts.tell("the file's time starts anew" + where + ", " + Seconds(gap) +
+                     " from the last sample's");
     } else if (m_schedule.SecondsFor(gap) > 0.0 && gap > CFeedSchedule::kLongestGap) {
         m_parts.tell("passing over a gap of " + Seconds(gap) + " in the file's time");
     } else if (m_schedule.SecondsFor(gap) > kLongestSilence) {

@@ -141,6 +141,7 @@ void CFinishedEpochs::Give(const NmeaEpoch& epoch)
     }
     sample->time = time - m_day.Correction();
     sample->sources = epoch.sources;
+    sample->line = epoch.firstLine;
     sample->startsAnew = order == ETimeOrder::NewStart;
     m_samples.push_back(*sample);
 }

@@ -51,8 +51,11 @@ void CMotionDerivation::Complete(PositionSample& sample)
     m_lastTime = sample.time;
     if (isInABurst || sample.startsAnew)
         ForgetTimes();
-    if (sample.startsAnew)
+    // Another recording may begin here.
+    if (sample.startsAnew) {
         m_courseBegins.reset();
+        m_lastSpeed = m_lastCourse = 0.0;
+    }
     m_headingIsValid = sample.yaw.has_value();
     AddSpeed(sample);
     AddCourse(sample);

@@ -37,7 +37,7 @@ private:
 ///
 /// Nothing is derived over less than 5 ms, in which a millimetre of noise would be 0.2 m/s. Times
 /// of arrival say nothing of samples that come in a burst: of those that come within 20 ms, neither
-/// speed nor rates are derived.
+/// speed nor rates are derived. Where the time starts anew, nothing is derived or kept from before.
 class CMotionDerivation
 {
 public:

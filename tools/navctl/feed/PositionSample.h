@@ -23,6 +23,7 @@ struct PositionSample
     std::optional<double> time;   ///< seconds, Unix time where the file has it
     bool timeIsOfArrival = false; ///< the time is when the sample came, not when it was taken
     std::uint64_t sources = 1;    ///< how many sentences or rows it was made of
+    std::uint64_t line = 0;       ///< of the file, the first of them; 0 where nobody counts
     bool startsAnew = false;      ///< its time does not go on from that of the sample before
 };
 

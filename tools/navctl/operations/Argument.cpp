@@ -4,6 +4,7 @@
 #include <charconv>
 #include <chrono>
 #include <cmath>
+#include <iterator>
 #include <limits>
 
 #include "tools/navctl/Names.h"
@@ -106,8 +107,11 @@ std::optional<ArgumentValue> ReadWaylines(const std::vector<std::string>& texts,
     std::vector<Kestrove::WaylinePtr> waylines;
     for (const std::string& text : texts) {
         const std::optional<WaylineContent> content = ReadWaylineText(text, problem);
-        if (!content)
+        if (!content) {
+            if (texts.size() > 1 && text.find(' ') == std::string::npos)
+                problem += "; each text form is one word of the shell, in quotes";
             return std::nullopt;
+        }
         waylines.push_back(MakeWayline(*content));
     }
     return waylines;
@@ -145,12 +149,42 @@ std::string Joined(const std::vector<std::string>& words)
     return text;
 }
 
+/// The part of a table that a service can take: its other entry, the kind that is none, stands for
+/// a line that is not there.
+NameTable Offered(const NameTable& table)
+{
+    NameTable offered;
+    std::copy_if(table.begin(), table.end(), std::back_inserter(offered),
+                 [](const auto& entry) { return entry.second >= 0; });
+    return offered;
+}
+
 std::vector<std::string> NamesOf(const NameTable& table)
 {
     std::vector<std::string> names;
-    for (const auto& entry : table)
+    for (const auto& entry : Offered(table))
         names.push_back(entry.first);
     return names;
+}
+
+std::string InOneText(const std::vector<std::string>& words)
+{
+    std::string text;
+    for (const std::string& word : words)
+        text += (text.empty() ? "" : " ") + word;
+    return text;
+}
+
+/// Reads a number that the service holds in single precision.
+std::optional<ArgumentValue> ReadSingle(const std::string& name, const std::string& word,
+                                        std::string& problem)
+{
+    const auto value = ReadFinite(word, static_cast<double>(std::numeric_limits<float>::max()));
+    if (!value && ReadFinite(word, kGreatestDouble)) {
+        problem = name + ": \"" + word +
+                  "\" is too large: numbers of single precision go up to 3.4e38 in size";
+    }
+    return value;
 }
 
 } // namespace
@@ -188,8 +222,8 @@ std::string CArgument::Description() const
     if (!range.empty())
         text += ", " + range;
     if (type == EArgumentType::Kind || type == EArgumentType::Parameter) {
-        const NameTable& names =
-            type == EArgumentType::Kind ? WaylineKindNames() : TuningParameterNames();
+        const NameTable names =
+            Offered(type == EArgumentType::Kind ? WaylineKindNames() : TuningParameterNames());
         text += ": " + Joined(Words()) + ", or its number, " +
                 std::to_string(names.front().second) + " to " + std::to_string(names.back().second);
     } else if (type == EArgumentType::Switch && !isFlag) {
@@ -216,7 +250,7 @@ std::optional<ArgumentValue> CArgument::Read(const std::vector<std::string>& wor
     case EArgumentType::Number:
         return ReadFinite(word, kGreatestDouble);
     case EArgumentType::Single:
-        return ReadFinite(word, static_cast<double>(std::numeric_limits<float>::max()));
+        return ReadSingle(name, word, problem);
     case EArgumentType::Accuracy:
         return ReadAccuracy(word);
     case EArgumentType::Time:
@@ -226,7 +260,7 @@ std::optional<ArgumentValue> CArgument::Read(const std::vector<std::string>& wor
     case EArgumentType::Parameter:
         return ReadParameter(word);
     case EArgumentType::Wayline:
-        return ReadWayline(word, problem);
+        return ReadWayline(InOneText(words), problem);
     case EArgumentType::Waylines:
         return ReadWaylines(words, problem);
     }

@@ -19,7 +19,7 @@ enum class EArgumentType
     Time,      ///< Unix time in seconds, or "now"
     Kind,      ///< a kind of wayline, by name or number
     Parameter, ///< a tuning parameter, by name or number
-    Wayline,   ///< a wayline's text form, as one word of the shell
+    Wayline,   ///< a wayline's text form, as one word of the shell or several
     Waylines,  ///< one or more of them
 };
 

@@ -107,7 +107,9 @@ CHeld AskWhatIsHeld(CNavigationAPI& navigation, const CConfirmation& confirmatio
     const auto end = values.begin() + static_cast<std::ptrdiff_t>(confirmation.passed);
     const std::unique_ptr<BElementC> reply =
         CallFor(navigation, getter.serviceName, getter.exchange, {values.begin(), end});
-    if (reply == nullptr && navigation.LastError().code == ELinkError::NoValue)
+    // That is how the service says that it has no wayline; of anything else it says nothing.
+    if (reply == nullptr && navigation.LastError().code == ELinkError::NoValue &&
+        getter.name == "get-wayline")
         return {CHeld::EState::Another, {EOutcome::Value}, "no complete wayline"};
     if (reply == nullptr)
         return {CHeld::EState::Unknown, {EOutcome::NoAnswer}};

@@ -50,7 +50,8 @@ void AddArgument(CLI::App& command, const CArgument& argument, Words& words)
         return;
     }
     CLI::Option* option = nullptr;
-    if (argument.type == EArgumentType::Waylines) {
+    // A wayline's text form without quotes comes as several words, too.
+    if (argument.type == EArgumentType::Waylines || argument.type == EArgumentType::Wayline) {
         option = command.add_option(name, words, argument.Description());
     } else {
         option = command.add_option_function<std::string>(

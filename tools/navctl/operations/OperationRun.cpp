@@ -1,8 +1,8 @@
 #include "tools/navctl/operations/OperationRun.h"
 
-#include "tools/navctl/doctor/LinkFinding.h"
 #include "tools/navctl/operations/Confirmation.h"
 #include "tools/navctl/operations/Refusal.h"
+#include "tools/navctl/operations/ServiceQuestion.h"
 #include "tools/navctl/operations/ValueText.h"
 
 namespace {
@@ -40,7 +40,7 @@ public:
         const bool isRequest = m_operation.kind == EOperationKind::Request;
         // A program that is no navigation service takes any bytes; what is confirmed below need
         // not ask beforehand.
-        if (!isRequest && m_confirmation == nullptr && !SpeaksToService())
+        if (!isRequest && m_confirmation == nullptr && !SpeaksToService(m_context))
             return;
         const COutcome outcome = isRequest ? Call(m_context.Navigation(), m_operation.serviceName,
                                                   m_operation.exchange, m_values)
@@ -58,22 +58,6 @@ public:
     }
 
 private:
-    /// Asks whoever listens something that changes nothing.
-    ///
-    /// @return whether the answer is a navigation service's; if not, the command has failed.
-    bool SpeaksToService()
-    {
-        const COperation& question = FindOperation("is-navigation-activated");
-        const COutcome answer =
-            Call(m_context.Navigation(), question.serviceName, question.exchange, {});
-        const LinkErrorC error = m_context.Navigation().LastError();
-        if (answer.kind == EOutcome::NoAnswer && error.code == ELinkError::ServiceError) {
-            m_context.Fail(kExitProtocolError, "protocol error: " + LinkFinding(error).text);
-            return false;
-        }
-        return GotThrough(m_context, question, answer);
-    }
-
     COutcome Send()
     {
         m_operation.send(m_context.Navigation(), m_values);
@@ -86,6 +70,8 @@ private:
         const COperation& getter = FindOperation(m_confirmation->getter);
         const LinkErrorC error = m_context.Navigation().LastError();
         if (held.state == CHeld::EState::Unknown && error.code == ELinkError::ServiceError) {
+            if (!SpeaksToService(m_context))
+                return;
             m_context.Fail(kExitRefused, "sent, but nothing confirms that the service took it: it "
                                          "refuses " +
                                              getter.name + " (" + error.text +
@@ -119,6 +105,10 @@ private:
             if (!m_operation.unit.empty())
                 m_report["unit"] = m_operation.unit;
         }
+        // A service may answer what it is asked of something that it does not have.
+        const std::string outside = hasValue ? OutsideOfRange(m_operation, m_values) : "";
+        if (!outside.empty())
+            WriteError("warning: " + outside);
         Finish(Words(outcome, hasValue));
     }
 
@@ -180,13 +170,15 @@ void RunOperation(CContext& context, const COperation& operation, const Argument
 
 bool GotThrough(CContext& context, const COperation& operation, const COutcome& outcome)
 {
-    const ELinkError error = context.Navigation().LastError().code;
+    const LinkErrorC error = context.Navigation().LastError();
     // An answer without a value is how the service says that it has no wayline.
-    if (outcome.kind == EOutcome::NoAnswer && error == ELinkError::NoValue &&
+    if (outcome.kind == EOutcome::NoAnswer && error.code == ELinkError::NoValue &&
         operation.name == "get-wayline")
         return true;
     if (outcome.kind == EOutcome::NoAnswer) {
-        context.FailByLink();
+        // A program of other operations answers with an error too: it has refused nothing.
+        if (error.code != ELinkError::ServiceError || SpeaksToService(context))
+            context.FailByLink(error);
     } else if (outcome.kind == EOutcome::OtherForm) {
         context.Fail(kExitProtocolError, "protocol error: " + OtherFormText(operation));
     }

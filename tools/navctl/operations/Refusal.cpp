@@ -33,6 +33,8 @@ bool LiesIn(const std::string& range, double number)
     return second.ec != std::errc() || (number >= lowest && number <= highest);
 }
 
+} // namespace
+
 std::string OutsideOfRange(const COperation& operation, const ArgumentValues& values)
 {
     for (std::size_t place = 0; place < values.size(); ++place) {
@@ -50,8 +52,6 @@ std::string OutsideOfRange(const COperation& operation, const ArgumentValues& va
     }
     return {};
 }
-
-} // namespace
 
 std::string ReasonOfRefusal(CNavigationAPI& navigation, const COperation& operation,
                             const ArgumentValues& values)

@@ -12,6 +12,10 @@
 std::string ReasonOfRefusal(CNavigationAPI& navigation, const COperation& operation,
                             const ArgumentValues& values);
 
+/// The first value that lies outside the range of the bundled service, in words; empty when none
+/// does.
+std::string OutsideOfRange(const COperation& operation, const ArgumentValues& values);
+
 /// Whether the service has said that what it is to keep does not outlive a restart (request
 /// "simulator_keeps"); false for one that does not know the request.
 bool ForgetsAtRestart(CNavigationAPI& navigation);

@@ -6,7 +6,7 @@ using Api = CNavigationAPI;
 
 CArgument Limit(const char* name, const char* help)
 {
-    return Number(name, "", "not negative, in rising order", help);
+    return Single(name, "", "not negative, in rising order", help);
 }
 
 CArgument TuningValue()

@@ -11,7 +11,7 @@
 #include "tools/navctl/watch/EventKind.h"
 #include "tools/navctl/watch/EventLoop.h"
 #include "tools/navctl/watch/Lightbar.h"
-#include "tools/navctl/watch/ServiceQuestion.h"
+#include "tools/navctl/watch/ListenerCheck.h"
 
 namespace {
 
@@ -93,12 +93,12 @@ std::string TextLine(const CEvent& event, bool hasColours)
 }
 
 /// Ends the command by how the loop has ended. May end the connection: no subscription may be left.
-void Conclude(CContext& context, const CEventLoop& loop, EEnd end, const CServiceQuestion& question,
+void Conclude(CContext& context, const CEventLoop& loop, EEnd end, const CListenerCheck& listener,
               const std::string& missing)
 {
     const LinkErrorC error = context.Navigation().LastError();
     if (end == EEnd::NoService) {
-        FailWatch(context, kExitProtocolError, "protocol error: " + question.OtherProgram());
+        FailWatch(context, kExitProtocolError, "protocol error: " + listener.OtherProgram());
     } else if (end == EEnd::BadMessage) {
         const std::string otherProgram = context.OtherProgram(error);
         FailWatch(context, kExitProtocolError,
@@ -154,16 +154,16 @@ void WatchLines(CContext& context, const CWatchOptions& options,
     std::optional<CSubscription> subscription;
     subscription.emplace(context.Navigation(), kinds, sink);
     CEventLoop loop(context.Navigation(), context.Output().Descriptor());
-    CServiceQuestion question(context.Navigation(), context.options.timeoutSeconds);
+    CListenerCheck listener(context.Navigation(), context.options.timeoutSeconds);
     const CEventLoop::Listener listener{
         [&] { return isFull() || HasNoReader(context.Output()); },
         {},
         CLinkTeller(),
-        [&question](double secondsLeft) { return question.IsService(secondsLeft); }};
+        [&listener](double secondsLeft) { return listener.IsService(secondsLeft); }};
     const EEnd end = loop.Run(listener, LimitOf(options));
     subscription.reset();
     const bool isShort = options.count > 0 && !isFull();
-    Conclude(context, loop, end, question,
+    Conclude(context, loop, end, listener,
              isShort ? std::to_string(told) + (told == 1 ? " event" : " events") +
                            " in the time, not " + std::to_string(options.count)
                      : "");
@@ -211,7 +211,7 @@ void WatchLightbar(CContext& context, const CWatchOptions& options)
     std::optional<CSubscription> subscription;
     subscription.emplace(context.Navigation(), CLightbar::Kinds(), sink);
     CEventLoop loop(context.Navigation(), context.Output().Descriptor());
-    CServiceQuestion question(context.Navigation(), context.options.timeoutSeconds);
+    CListenerCheck listener(context.Navigation(), context.options.timeoutSeconds);
     EEnd end = EEnd::Done;
     {
         CLineWriter writer(context.Output());
@@ -225,13 +225,13 @@ void WatchLightbar(CContext& context, const CWatchOptions& options)
                 lightbar.LoseLink(reason);
         };
         const auto isDone = [&] { return HasNoReader(context.Output()); };
-        const auto isService = [&question](double secondsLeft) {
-            return question.IsService(secondsLeft);
+        const auto isService = [&listener](double secondsLeft) {
+            return listener.IsService(secondsLeft);
         };
         end = loop.Run({isDone, draw, linkChanged, isService}, LimitOf(options));
     }
     subscription.reset();
-    Conclude(context, loop, end, question, "");
+    Conclude(context, loop, end, listener, "");
 }
 
 void Watch(CContext& context, const CWatchOptions& options)

@@ -1,5 +1,6 @@
 #include "tools/navctl/wayline/WaylineGeoJson.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -75,7 +76,8 @@ struct Position
     bool hasHeight = false;
 };
 
-Position ReadPosition(const Json& value)
+/// A position as it stands in the file.
+Position PositionIn(const Json& value)
 {
     if (!value.is_array() || value.size() < 2)
         throw BadFeature{"a position is no array of longitude, latitude and height"};
@@ -85,27 +87,82 @@ Position ReadPosition(const Json& value)
     position.hasHeight = value.size() > 2;
     if (position.hasHeight)
         position.place.height = NumberIn(value[2], "a height");
+    return position;
+}
+
+/// Takes the positions out of a file while it is parsed, which as arrays of JSON would take several
+/// times the memory: in their place stands their number. Within coordinates, a whole number of JSON
+/// is such a number, since the others are made floating ones.
+class CPositions
+{
+public:
+    /// What the parser calls for every value. Has it refuse a file that is nested deeper than any
+    /// GeoJSON is: values are copied and destroyed recursively.
+    bool Take(int depth, Json::parse_event_t event, Json& parsed)
+    {
+        if (depth > kDeepest)
+            throw BadFeature{"it is nested deeper than " + std::to_string(kDeepest) + " levels"};
+        if (event == Json::parse_event_t::key) {
+            m_isInCoordinates = parsed == "coordinates";
+        } else if (m_isInCoordinates && event == Json::parse_event_t::value && parsed.is_number()) {
+            parsed = parsed.get<double>();
+        } else if (m_isInCoordinates && event == Json::parse_event_t::array_end &&
+                   IsPosition(parsed)) {
+            m_positions.push_back(PositionIn(parsed));
+            parsed = m_positions.size() - 1;
+        }
+        return true;
+    }
+
+    /// The position that a value stands for or is.
+    Position Of(const Json& value) const
+    {
+        if (value.is_number_unsigned())
+            return m_positions.at(value.get<std::size_t>());
+        const auto isTaken = [](const Json& part) { return part.is_number_unsigned(); };
+        if (value.is_array() && std::any_of(value.begin(), value.end(), isTaken))
+            throw BadFeature{"a position is no array of longitude, latitude and height"};
+        return PositionIn(value);
+    }
+
+private:
+    static bool IsPosition(const Json& array)
+    {
+        const auto isNumber = [](const Json& value) { return value.is_number_float(); };
+        return array.size() >= 2 && std::all_of(array.begin(), array.end(), isNumber);
+    }
+
+    std::vector<Position> m_positions;
+    bool m_isInCoordinates = false;
+};
+
+Position ReadPosition(const Json& value, const CPositions& taken)
+{
+    const Position position = taken.Of(value);
     const std::string problem = ImpossiblePlace(position.place);
     if (!problem.empty())
         throw BadFeature{problem};
     return position;
 }
 
-std::vector<Position> ReadGeometry(const Json& geometry)
+std::vector<Position> ReadGeometry(const Json& geometry, const CPositions& taken)
 {
     if (geometry.is_null())
         return {};
     const std::string type = TextIn(MemberOf(geometry, "type"));
     const Json& coordinates = MemberOf(geometry, "coordinates");
     if (type == "Point")
-        return {ReadPosition(coordinates)};
+        return {ReadPosition(coordinates, taken)};
     if (type != "LineString")
         throw BadFeature{"its geometry is no LineString but \"" + type + "\""};
+    if (coordinates.is_number_unsigned())
+        throw BadFeature{"a position is no array of longitude, latitude and height"};
     if (!coordinates.is_array())
         throw BadFeature{"the LineString has no coordinates"};
     std::vector<Position> positions;
+    positions.reserve(coordinates.size());
     for (const Json& coordinate : coordinates)
-        positions.push_back(ReadPosition(coordinate));
+        positions.push_back(ReadPosition(coordinate, taken));
     return positions;
 }
 
@@ -141,6 +198,7 @@ std::vector<WaylinePoint> LocalPoints(const std::vector<Position>& positions,
                                       const CLocalFrame& frame)
 {
     std::vector<WaylinePoint> points;
+    points.reserve(positions.size());
     for (Position position : positions) {
         if (!position.hasHeight)
             position.place.height = frame.Origin().height;
@@ -223,12 +281,12 @@ WaylineContent FromGeometry(Kestrove::EWaylineType kind, std::vector<WaylinePoin
 }
 
 WaylineContent ReadFeature(const Json& feature, const WaylineReading& reading,
-                           const std::optional<CLocalFrame>& frame)
+                           const std::optional<CLocalFrame>& frame, const CPositions& taken)
 {
     const bool isFeature = TextIn(MemberOf(feature, "type")) == "Feature";
-    const Json& properties = MemberOf(feature, "properties");
     const std::vector<Position> positions =
-        ReadGeometry(isFeature ? MemberOf(feature, "geometry") : feature);
+        ReadGeometry(isFeature ? MemberOf(feature, "geometry") : feature, taken);
+    const Json& properties = MemberOf(feature, "properties");
     const Kestrove::EWaylineType kind = ReadKind(properties, reading.kind);
     const std::optional<GeodeticPlace> ownOrigin = ReadOrigin(properties);
     WaylineContent content;
@@ -249,27 +307,22 @@ WaylineContent ReadFeature(const Json& feature, const WaylineReading& reading,
     return content;
 }
 
-/// Has the parser refuse a file that is nested deeper than any GeoJSON is: values are copied and
-/// destroyed recursively.
-bool CheckDepth(int depth, Json::parse_event_t, const Json&)
-{
-    if (depth > kDeepest)
-        throw BadFeature{"it is nested deeper than " + std::to_string(kDeepest) + " levels"};
-    return true;
-}
-
 /// The features of a file; a geometry alone counts as one.
-std::vector<Json> FeaturesIn(const Json& file)
+std::vector<Json> FeaturesIn(Json file)
 {
     const std::string type = TextIn(MemberOf(file, "type"));
-    if (type == "Feature" || type == "LineString")
-        return {file};
+    std::vector<Json> features;
+    if (type == "Feature" || type == "LineString") {
+        features.push_back(std::move(file));
+        return features;
+    }
     if (type != "FeatureCollection")
         throw BadFeature{"it is no GeoJSON with features: its type is \"" + type + "\""};
-    const Json& features = MemberOf(file, "features");
-    if (!features.is_array())
+    if (!MemberOf(file, "features").is_array())
         throw BadFeature{"the FeatureCollection has no array of features"};
-    return {features.begin(), features.end()};
+    for (Json& feature : file["features"])
+        features.push_back(std::move(feature));
+    return features;
 }
 
 std::optional<GeodeticPlace> FirstOrigin(const std::vector<Json>& features)
@@ -351,8 +404,12 @@ WaylineList ReadWaylineGeoJson(const std::string& text, const WaylineReading& re
 {
     WaylineList list;
     std::vector<Json> features;
+    CPositions positions;
+    const auto take = [&positions](int depth, Json::parse_event_t event, Json& parsed) {
+        return positions.Take(depth, event, parsed);
+    };
     try {
-        features = FeaturesIn(Json::parse(text, CheckDepth));
+        features = FeaturesIn(Json::parse(text, take));
     } catch (const Json::parse_error& error) {
         list.problems.push_back("byte " + std::to_string(error.byte) + ": this is no JSON");
         return list;
@@ -369,7 +426,7 @@ WaylineList ReadWaylineGeoJson(const std::string& text, const WaylineReading& re
         frame.emplace(*list.origin);
     for (std::size_t i = 0; i < features.size(); ++i) {
         try {
-            list.entries.push_back({i + 1, ReadFeature(features[i], reading, frame)});
+            list.entries.push_back({i + 1, ReadFeature(features[i], reading, frame, positions)});
         } catch (const BadFeature& problem) {
             list.problems.push_back("feature " + std::to_string(i + 1) + ": " + problem.text);
         }

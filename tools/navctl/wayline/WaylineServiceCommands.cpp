@@ -68,11 +68,12 @@ void Get(CContext& context)
 }
 
 /// Ends the command with what was refused, and why.
-void Refuse(CContext& context, const Json& value, const char* operation,
-            const ArgumentValues& values, const std::string& words)
+void Refuse(CContext& context, Json value, const char* operation, const ArgumentValues& values,
+            const std::string& words)
 {
     const std::string reason =
         ReasonOfRefusal(context.Navigation(), FindOperation(operation), values);
+    value["reason"] = reason;
     context.Refuse(value, words + "; " + reason);
 }
 

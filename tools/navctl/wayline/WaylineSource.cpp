@@ -22,7 +22,8 @@ Kestrove::EWaylineType ParseKind(const std::string& name, const std::string& tex
         words.push_back(word);
         if (text == word || (isNumber && code == value))
             return static_cast<Kestrove::EWaylineType>(value);
-        all += (all.empty() ? "" : ", ") + word;
+        if (value != Kestrove::EWaylineTypeEmpty)
+            all += (all.empty() ? "" : ", ") + word;
     }
     throw CLI::ValidationError(name, "\"" + text + "\" is none of " + all +
                                          ", nor the code of one" + Suggestion(text, words));

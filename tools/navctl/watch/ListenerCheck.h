@@ -1,5 +1,5 @@
-#ifndef KESTROVE_TOOLS_NAVCTL_WATCH_SERVICEQUESTION_H
-#define KESTROVE_TOOLS_NAVCTL_WATCH_SERVICEQUESTION_H
+#ifndef KESTROVE_TOOLS_NAVCTL_WATCH_LISTENERCHECK_H
+#define KESTROVE_TOOLS_NAVCTL_WATCH_LISTENERCHECK_H
 
 #include <string>
 
@@ -7,12 +7,12 @@
 
 /// Finds out whether what listens is a navigation service: a program of another protocol may take
 /// subscriptions without a word.
-class CServiceQuestion
+class CListenerCheck
 {
 public:
     /// @param navigation must outlive this object.
     /// @param seconds the longest wait for a reply.
-    CServiceQuestion(CNavigationAPI& navigation, double seconds)
+    CListenerCheck(CNavigationAPI& navigation, double seconds)
         : m_navigation(navigation), m_seconds(seconds)
     {
     }

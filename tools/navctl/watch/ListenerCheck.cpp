@@ -1,12 +1,10 @@
-#include "tools/navctl/watch/ServiceQuestion.h"
+#include "tools/navctl/watch/ListenerCheck.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "tools/navctl/doctor/LinkFinding.h"
 #include "tools/navctl/doctor/Probe.h"
-#include "tools/navctl/operations/Operation.h"
-#include "tools/navctl/operations/Reply.h"
+#include "tools/navctl/operations/ServiceQuestion.h"
 
 namespace {
 
@@ -20,23 +18,21 @@ int Milliseconds(double seconds)
 
 } // namespace
 
-bool CServiceQuestion::IsService(double secondsLeft)
+bool CListenerCheck::IsService(double secondsLeft)
 {
     if (m_isSilent)
         return true;
     // The other half is for the words of other protocols.
     const double limit = std::min({m_seconds, kLongestQuestion, secondsLeft / 2.0});
-    const COperation& question = FindOperation("is-navigation-activated");
     m_navigation.SetTimeout(Milliseconds(limit));
-    const COutcome answer = Call(m_navigation, question.serviceName, question.exchange, {});
+    const CServiceAnswer answer = AskWhetherService(m_navigation);
     const LinkErrorC error = m_navigation.LastError();
     m_navigation.SetTimeout(Milliseconds(m_seconds));
-    if (answer.kind != EOutcome::NoAnswer)
+    if (answer.isService)
         return true;
-    if (error.code == ELinkError::ServiceError) {
-        m_otherProgram = LinkFinding(error).text;
+    m_otherProgram = answer.problem;
+    if (!m_otherProgram.empty())
         return false;
-    }
     // Some programs serve one connection after the other.
     m_navigation.Destroy();
     const std::string words = AnswerOfOtherProtocol(limit);
