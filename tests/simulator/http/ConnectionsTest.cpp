@@ -170,8 +170,10 @@ TEST(Connections, ThatAreKeptGiveWayToNobody)
 
     const auto more = server.Asking("/kept", kMost - 1);
     HttpPeer stranger(server.Port());
+    stranger.Send(BytesOf({"GET", "/", "", {}, ""}, server.Port()));
 
-    EXPECT_TRUE(stranger.ReadToEnd()) << "one more than there may be";
+    EXPECT_TRUE(stranger.ReadToEnd());
+    EXPECT_EQ("", stranger.Read()) << "one more than there may be";
     EXPECT_TRUE(waiting.back()->ReadToEnd());
     server.AnswerThem("at last");
     EXPECT_TRUE(IsAnswered(*kept, "at last"));
