@@ -55,10 +55,10 @@ try {
 
 WorkQueueC::Ticket ServiceCoreC::Queue(ECall kind, const std::string& name,
                                        std::unique_ptr<BListC> arguments, AnswerSink done,
-                                       ScopeMaker scope)
+                                       ScopeMaker scope, WorkQueueC::EAsker asker)
 {
-    return m_work->Add([this, kind, name, done = std::move(done), scope = std::move(scope),
-                        list = std::shared_ptr<const BListC>(std::move(arguments))] {
+    auto attempt = [this, kind, name, done = std::move(done), scope = std::move(scope),
+                    list = std::shared_ptr<const BListC>(std::move(arguments))] {
         std::shared_ptr<void> during;
         Answer answer;
         try {
@@ -70,7 +70,8 @@ WorkQueueC::Ticket ServiceCoreC::Queue(ECall kind, const std::string& name,
             answer.error = error.what();
         }
         done(std::move(answer));
-    });
+    };
+    return m_work->Add(std::move(attempt), asker);
 }
 
 Answer ServiceCoreC::CallOnTheSpot(ECall kind, const std::string& name, const BListC& arguments)

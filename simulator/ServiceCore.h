@@ -72,7 +72,8 @@ public:
     /// @param done is called with the answer when the call has been carried out, from the loop.
     /// @param scope may be empty.
     WorkQueueC::Ticket Queue(ECall kind, const std::string& name, std::unique_ptr<BListC> arguments,
-                             AnswerSink done, ScopeMaker scope = {});
+                             AnswerSink done, ScopeMaker scope = {},
+                             WorkQueueC::EAsker asker = WorkQueueC::EAsker::Client);
 
     /// Carries out a request, however long it takes.
     ///

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <iterator>
 #include <utility>
 
 #include <asio/post.hpp>
@@ -47,7 +48,16 @@ struct WorkQueueC::Job
 
 struct WorkQueueC::Task
 {
+    /// Whether it has its turn behind another one that waits.
+    bool IsBehind(const Task& other) const
+    {
+        return round != other.round ? round > other.round
+                                    : asker == EAsker::Page || other.asker == EAsker::Client;
+    }
+
     Ticket ticket = 0;
+    EAsker asker = EAsker::Client;
+    std::uint64_t round = 0; ///< in each there is one operation of the page at most
     Attempt attempt;
     int attempts = 0;
     std::vector<Made> made;
@@ -71,15 +81,33 @@ WorkQueueC::~WorkQueueC()
     m_thread.join();
 }
 
-WorkQueueC::Ticket WorkQueueC::Add(Attempt attempt)
+WorkQueueC::Ticket WorkQueueC::Add(Attempt attempt, EAsker asker)
 {
     const auto task = std::make_shared<Task>();
     task->ticket = ++m_lastTicket;
+    task->asker = asker;
     task->attempt = std::move(attempt);
-    m_tasks.push_back(task);
+    Place(task);
     if (m_tasks.size() == 1)
         PostNext();
     return task->ticket;
+}
+
+/// In the round after the one that is under way, or after the last that has one of the page.
+void WorkQueueC::Place(const std::shared_ptr<Task>& task)
+{
+    if (m_tasks.empty()) {
+        m_tasks.push_back(task);
+        return;
+    }
+    task->round = m_tasks.front()->round + 1;
+    for (const std::shared_ptr<Task>& one : m_tasks) {
+        if (task->asker == EAsker::Page && one->asker == EAsker::Page)
+            task->round = std::max(task->round, one->round + 1);
+    }
+    const auto before = std::find_if(std::next(m_tasks.begin()), m_tasks.end(),
+                                     [&](const auto& one) { return !task->IsBehind(*one); });
+    m_tasks.insert(before, task);
 }
 
 void WorkQueueC::Forget(Ticket ticket)

@@ -26,7 +26,8 @@
 /// quick, and takes effect as a whole, on the loop's thread. Calculations use inputs that never
 /// change, and there are no locks.
 ///
-/// One operation is at its work at a time, in the order in which they were queued.
+/// One operation is at its work at a time. Those of a client have their turns in the order in which
+/// they were queued; those of the page one at a time between the clients', however many wait.
 ///
 /// Thread safety: none; used from the thread that runs the loop.
 class WorkQueueC final : public CLongWork
@@ -35,6 +36,12 @@ public:
     /// An operation to call until it throws CWorkPending no more.
     using Attempt = std::function<void()>;
     using Ticket = std::uint64_t;
+    /// Whose operation it is.
+    enum class EAsker
+    {
+        Client, ///< of the service, which has one operation in the queue at a time
+        Page,   ///< with all its connections
+    };
 
     /// So many points are calculated on the spot: a millisecond or so.
     static constexpr std::size_t kPointsOnTheSpot = 1000;
@@ -49,7 +56,7 @@ public:
     WorkQueueC& operator=(const WorkQueueC&) = delete;
 
     /// Queues an operation that has thrown CWorkPending.
-    Ticket Add(Attempt attempt);
+    Ticket Add(Attempt attempt, EAsker asker = EAsker::Client);
     /// Drops an operation of which nobody wants the answer any more. The one that is at its work
     /// goes on when it is a change of the line, which has been asked for.
     void Forget(Ticket ticket);
@@ -75,6 +82,7 @@ private:
     struct Task;
     class EndC;
 
+    void Place(const std::shared_ptr<Task>& task);
     void PostNext();
     void Next();
     void Call(const std::shared_ptr<Task>& task);

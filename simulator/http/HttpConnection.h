@@ -82,6 +82,10 @@ public:
     /// Whether the peer has closed its side, or is gone. May be asked on any thread.
     bool HasGone() const;
 
+    /// Has the request kept until it is answered, whoever else comes.
+    void Keep() { m_isKept = true; }
+    bool IsKept() const { return m_isKept; }
+
     /// Answers. Without effect when the connection has been closed meanwhile.
     void Answer(const ServedAnswer& answer);
     /// Answers with a stream of events, which goes on for as long as the peer is there. What waits
@@ -126,6 +130,7 @@ private:
     EStage m_stage = EStage::Reading;
     bool m_anythingCame = false;
     bool m_isWaitingToRead = false;
+    bool m_isKept = false;
     std::string m_head; ///< of the answer; or what is being sent of the stream
     ServedAnswer::Body m_body;
     std::size_t m_sent = 0; ///< of both

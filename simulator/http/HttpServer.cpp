@@ -15,9 +15,21 @@ constexpr int kAttemptsAtAFreePort = 20;
 
 using EStage = HttpConnectionC::EStage;
 
-// Who listens to a stream, or waits for what has been begun, is not cut off for a stranger.
-constexpr std::array<EStage, 3> kClosedForOthers{EStage::Reading, EStage::Ending,
-                                                 EStage::Answering};
+// In this order connections are closed for others; who listens to a stream is not. One that is only
+// read empty has had its answer; what waits for the service is cut off last.
+constexpr std::array<EStage, 4> kClosedForOthers{EStage::Ending, EStage::Reading, EStage::Answering,
+                                                 EStage::Waiting};
+
+/// Where a connection comes among those that are closed for others; the end for one that is not.
+std::size_t PlaceOf(const HttpConnectionC& connection)
+{
+    const EStage stage = connection.Stage();
+    if (stage == EStage::Waiting && connection.IsKept()) {
+        return kClosedForOthers.size();
+    }
+    const auto place = std::find(kClosedForOthers.begin(), kClosedForOthers.end(), stage);
+    return static_cast<std::size_t>(place - kClosedForOthers.begin());
+}
 
 bool IsLacking(const asio::error_code& error)
 {
@@ -69,7 +81,7 @@ std::string HttpServerC::ListenOnBoth(std::uint16_t port)
 
 asio::error_code HttpServerC::Open(const asio::ip::address& address, std::uint16_t port)
 {
-    // Where the descriptors of the process have run out the listener pauses, and tries again.
+    // Where the descriptors of the process have run out one is given up for each that comes.
     const auto listener = std::make_shared<ServerListenerC>(
         m_loop, [this](asio::ip::tcp::socket socket) { Take(std::move(socket)); },
         [this](const asio::error_code&) { CloseOldest(); });
@@ -98,34 +110,32 @@ void HttpServerC::Close()
 
 void HttpServerC::Take(asio::ip::tcp::socket socket)
 {
-    if (m_connections.size() >= kMostConnections) {
-        CloseOldest();
+    if (m_connections.size() >= kMostConnections && !CloseOldest()) {
+        return;
     }
     const auto connection = std::make_shared<HttpConnectionC>(std::move(socket), m_patience, *this);
     m_connections.push_back(connection);
     connection->Start();
 }
 
-void HttpServerC::CloseOldest()
+bool HttpServerC::CloseOldest()
 {
-    for (const EStage stage : kClosedForOthers) {
-        const auto oldest =
-            std::find_if(m_connections.begin(), m_connections.end(),
-                         [stage](const auto& one) { return one->Stage() == stage; });
-        if (oldest != m_connections.end()) {
-            const std::shared_ptr<HttpConnectionC> closed = *oldest;
-            closed->Close();
-            return;
-        }
+    const auto first = std::min_element(
+        m_connections.begin(), m_connections.end(),
+        [](const auto& one, const auto& other) { return PlaceOf(*one) < PlaceOf(*other); });
+    if (first == m_connections.end() || PlaceOf(**first) == kClosedForOthers.size()) {
+        return false;
     }
+    const std::shared_ptr<HttpConnectionC> closed = *first;
+    closed->Close();
+    return true;
 }
 
 bool HttpServerC::CloseGreediest()
 {
     std::shared_ptr<HttpConnectionC> greediest;
     for (const std::shared_ptr<HttpConnectionC>& one : m_connections) {
-        const bool mayBeClosed = std::find(kClosedForOthers.begin(), kClosedForOthers.end(),
-                                           one->Stage()) != kClosedForOthers.end();
+        const bool mayBeClosed = PlaceOf(*one) < kClosedForOthers.size();
         if (mayBeClosed && (!greediest || one->Held() > greediest->Held())) {
             greediest = one;
         }

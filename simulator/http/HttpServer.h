@@ -18,8 +18,11 @@
 /// Serves HTTP on the loopback addresses, by events, on whatever thread runs the loop.
 ///
 /// Connections and what is held for them are bounded, and who comes is served all the same: when
-/// the connections run out the oldest that has not completed its request goes, when the memory does
-/// the one that holds the most.
+/// the connections run out, or the descriptors of the process, the oldest that has had its answer
+/// goes, or else the oldest that has not completed its request, or else the oldest that is being
+/// answered, or else the oldest that waits for its answer; when the memory does, the one that holds
+/// the most. A stream and a request that is kept (HttpConnectionC::Keep()) stay: who comes while
+/// nothing else is there is not let in.
 ///
 /// Thread safety: none; Listen() before the loop runs, the rest on the thread that runs it.
 class HttpServerC final : public HttpConnectionOwnerC
@@ -59,7 +62,7 @@ private:
     std::string ListenOnBoth(std::uint16_t port);
     asio::error_code Open(const asio::ip::address& address, std::uint16_t port);
     void Take(asio::ip::tcp::socket socket);
-    void CloseOldest();
+    bool CloseOldest();
     bool CloseGreediest();
     std::size_t Held() const;
     HttpRefusal Check(const ServedRequest& request) override;

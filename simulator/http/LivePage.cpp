@@ -257,6 +257,9 @@ private:
         }
         const auto outcome = std::make_shared<PageOutcome>();
         const bool isUrgent = command->operation == PageCommandsC::kDisengage;
+        if (isUrgent) {
+            connection->Keep();
+        }
         // What the service queues must not keep the connection, which is the page's.
         const auto isWanted = [weak = std::weak_ptr<HttpConnectionC>(connection)] {
             const ConnectionPtr asking = weak.lock();

@@ -51,15 +51,26 @@ void LoopGateC::Run(Work work, Then then, EOrder order)
     job->then = std::move(then);
     job->timer = std::make_unique<asio::steady_timer>(m_own, m_patience);
     job->timer->async_wait([this, job](const asio::error_code& error) {
-        if (!error && job->Become(Job::EStage::GivenUp)) {
-            Finish(job, EOutcome::NotDone);
+        if (!error) {
+            GiveUp(job);
         }
     });
     m_jobs.insert(job);
     if (order == EOrder::AtOnce || m_underWay < kMostUnderWay) {
         Begin(job);
-    } else {
-        m_waiting.push_back(job);
+        return;
+    }
+    m_waiting.push_back(job);
+    if (m_waiting.size() > kMostWaiting) {
+        const JobPtr oldest = m_waiting.front();
+        GiveUp(oldest);
+    }
+}
+
+void LoopGateC::GiveUp(const JobPtr& job)
+{
+    if (job->Become(Job::EStage::GivenUp)) {
+        Finish(job, EOutcome::NotDone);
     }
 }
 

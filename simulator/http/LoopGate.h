@@ -24,7 +24,8 @@ public:
     {
         Done,
         Failed,  ///< it threw
-        NotDone, ///< and will not be: the service did not come to it in time
+        NotDone, ///< and will not be: the service did not come to it in time, or before too much
+                 ///< else
     };
     enum class EOrder
     {
@@ -40,6 +41,8 @@ public:
 
     /// How many pieces of work wait at once for the service to begin with them.
     static constexpr std::size_t kMostUnderWay = 8;
+    /// How many wait here; when one more comes the oldest is not done.
+    static constexpr std::size_t kMostWaiting = 256;
 
     /// @param service, own the loops; must outlive this object.
     /// @param patience how long work may wait for its turn; for its end there is no limit.
@@ -61,6 +64,7 @@ private:
     using JobPtr = std::shared_ptr<Job>;
 
     void Begin(const JobPtr& job);
+    void GiveUp(const JobPtr& job);
     void Leave(const JobPtr& job);
     void BeginNext();
     void Finish(const JobPtr& job, EOutcome outcome);

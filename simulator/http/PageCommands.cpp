@@ -152,13 +152,22 @@ void PageCommandsC::CarryOut(PageCommand& command, const std::shared_ptr<PageOut
     outcome->reasons = m_log.LinesOf([&] {
         isDone = m_core.Try(ECall::Request, command.operation, *command.arguments, outcome->answer);
     });
-    if (isDone) {
+    outcome->isTooMuch = !isDone && *m_queued == kMostQueued;
+    if (isDone || outcome->isTooMuch) {
         done();
-        return;
+    } else {
+        Queue(command, outcome, std::move(isWanted), std::move(done));
     }
+}
+
+void PageCommandsC::Queue(PageCommand& command, const std::shared_ptr<PageOutcome>& outcome,
+                          std::function<bool()> isWanted, std::function<void()> done)
+{
+    ++*m_queued;
     m_core.Queue(
         ECall::Request, command.operation, std::move(command.arguments),
-        [outcome, done = std::move(done)](Answer answer) {
+        [outcome, queued = m_queued, done = std::move(done)](Answer answer) {
+            --*queued;
             outcome->answer = std::move(answer);
             done();
         },
@@ -168,11 +177,15 @@ void PageCommandsC::CarryOut(PageCommand& command, const std::shared_ptr<PageOut
             }
             hasBegun = true;
             return log.TakeInto(outcome->reasons);
-        });
+        },
+        WorkQueueC::EAsker::Page);
 }
 
 PageAnswer PageCommandsC::Write(const PageCommand& command, const PageOutcome& outcome)
 {
+    if (outcome.isTooMuch) {
+        return {503, ErrorJson("too much is asked at once")};
+    }
     const std::string& error = outcome.answer.error;
     if (!error.empty()) {
         return {409, ErrorJson(error)};

@@ -36,6 +36,7 @@ struct PageOutcome
 {
     Answer answer;
     std::vector<std::string> reasons; ///< that the service logged
+    bool isTooMuch = false;           ///< it takes long, and too many that do wait already
 };
 
 /// Carries out what the page asks for, in three steps, of which just the middle one is for the
@@ -43,6 +44,8 @@ struct PageOutcome
 class PageCommandsC
 {
 public:
+    /// How many commands that take long may be at their work or wait for it.
+    static constexpr int kMostQueued = 8;
     /// The operation that overtakes the others.
     static constexpr const char* kDisengage = "DisengageSteering";
 
@@ -59,7 +62,8 @@ public:
     static PageCommand ReadWayline(const std::string& body);
     /// Carries a command out; on the service's thread. What takes long is queued with the service's
     /// other long work, and nothing of this object is used for it later. No EngageSteering is
-    /// carried out after a DisengageSteering that has come behind it.
+    /// carried out after a DisengageSteering that has come behind it. What takes long while
+    /// kMostQueued do so already is not carried out.
     ///
     /// @param isWanted asked when a command that is queued has its turn, whether it is to be
     /// carried
@@ -72,11 +76,14 @@ public:
 
 private:
     bool IsOvertaken(const PageCommand& command, PageOutcome& outcome);
+    void Queue(PageCommand& command, const std::shared_ptr<PageOutcome>& outcome,
+               std::function<bool()> isWanted, std::function<void()> done);
 
     ServiceCoreC& m_core;
     LogTapC& m_log;
     std::uint64_t m_disengaged = 0; ///< the arrival of the last to end steering
     std::set<std::string> m_operations;
+    std::shared_ptr<int> m_queued = std::make_shared<int>(0); ///< shared with what is queued
 };
 
 #endif

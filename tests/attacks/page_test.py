@@ -129,10 +129,10 @@ def flood():
 
 
 class PageUnderAttack(SimulatorUnderAttack):
-    """A simulator with its page; both listen once the constructor returns."""
+    """A simulator with its page, at a speed; both listen once the constructor returns."""
 
-    def __init__(self):
-        super().__init__("--http", str(PAGE_PORT), "--speed", "2")
+    def __init__(self, *arguments, speed=2):
+        super().__init__("--http", str(PAGE_PORT), "--speed", str(speed), *arguments)
         deadline = time.monotonic() + DEADLINE_SECONDS
         while True:
             with contextlib.suppress(OSError), visit():

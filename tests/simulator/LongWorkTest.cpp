@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -356,6 +357,91 @@ TEST(LongWork, ThatKeepsFindingItsInputsChangedIsEnded)
         loop.run_one();
     EXPECT_EQ("what it works on kept changing", told);
     EXPECT_EQ(WorkQueueC::kMostAttempts + 1, attempts);
+}
+
+/// Runs operations that take no time, one a turn of the loop, and keeps the names of those that had
+/// theirs.
+class CTurns
+{
+public:
+    void Add(const std::string& name, WorkQueueC::EAsker asker)
+    {
+        m_queue.Add([this, name] { m_names.push_back(name); }, asker);
+    }
+    /// Lets the next operation have its turn, where one waits.
+    void Run() { m_loop.poll_one(); }
+    std::vector<std::string> All()
+    {
+        m_loop.poll();
+        return m_names;
+    }
+    const std::vector<std::string>& Names() const { return m_names; }
+
+private:
+    asio::io_context m_loop;
+    asio::executor_work_guard<asio::io_context::executor_type> m_stays =
+        asio::make_work_guard(m_loop);
+    std::vector<std::string> m_names;
+    WorkQueueC m_queue{m_loop};
+};
+
+TEST(LongWork, OfThePageHasItsTurnsBetweenThoseOfTheClients)
+{
+    using EAsker = WorkQueueC::EAsker;
+    CTurns turns;
+    for (const char* name : {"page 1", "page 2", "page 3", "page 4"})
+        turns.Add(name, EAsker::Page);
+    turns.Add("client 1", EAsker::Client);
+    turns.Add("client 2", EAsker::Client);
+    turns.Run();
+    turns.Run();
+    turns.Add("client 3", EAsker::Client);
+    turns.Add("page 5", EAsker::Page);
+
+    const std::vector<std::string> expected{"page 1",   "client 1", "client 2", "page 2",
+                                            "client 3", "page 3",   "page 4",   "page 5"};
+    EXPECT_EQ(expected, turns.All());
+}
+
+TEST(LongWork, OfClientsAndPageHasItsTurnsInEveryOrderOfAsking)
+{
+    using EAsker = WorkQueueC::EAsker;
+    std::mt19937 random(1);
+    for (int round = 0; round < 300; ++round) {
+        CTurns turns;
+        const auto clients = static_cast<unsigned>(1 + random() % 5);
+        std::vector<std::optional<unsigned>> asked(clients); // in which turn
+        unsigned pageAsked = 0;
+        unsigned pageDone = 0;
+        unsigned pageWaitsSince = 0;
+        for (unsigned turn = 0; turn < 60; ++turn) {
+            pageWaitsSince = pageAsked == pageDone ? turn : pageWaitsSince;
+            for (auto added = random() % 4; added > 0; --added)
+                turns.Add("page " + std::to_string(pageAsked++), EAsker::Page);
+            for (unsigned client = 0; client < clients; ++client) {
+                if (!asked[client] && random() % 3 != 0) {
+                    turns.Add(std::to_string(client), EAsker::Client);
+                    asked[client] = turn;
+                }
+            }
+            const std::size_t before = turns.Names().size();
+            turns.Run();
+            if (turns.Names().size() == before)
+                continue;
+            const std::string name = turns.Names().back();
+            if (name[0] == 'p') {
+                EXPECT_EQ("page " + std::to_string(pageDone++), name);
+                // Each client once in this round, and once in the next.
+                EXPECT_LE(turn - pageWaitsSince, 2 * clients);
+                pageWaitsSince = turn;
+            } else {
+                const auto client = static_cast<std::size_t>(std::stoul(name));
+                // Each other client once, and the page once.
+                EXPECT_LE(turn - asked[client].value_or(0), clients);
+                asked[client].reset();
+            }
+        }
+    }
 }
 
 TEST(LongWork, IsNotDoneForAWaylineOfTooManyPoints)

@@ -1,11 +1,16 @@
 // Commands of the live page that take long, and what overtakes them.
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <future>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include <asio/executor_work_guard.hpp>
+#include <asio/io_context.hpp>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -70,6 +75,95 @@ std::string Carried(PageCommandsC& commands, const std::string& body, std::uint6
         command, outcome, [] { return true; }, [&] { isDone = true; });
     EXPECT_TRUE(isDone);
     return PageCommandsC::Write(command, *outcome).json;
+}
+
+/// A service whose long work is done when a test lets its loop run, and what the page asks of it.
+class CAskedService
+{
+public:
+    CAskedService()
+    {
+        ServiceCoreOptions options;
+        options.log = m_log.Sink();
+        options.simulation.speed = 2.0;
+        options.work = &m_queue;
+        m_core = std::make_unique<ServiceCoreC>(std::move(options));
+        m_commands = std::make_unique<PageCommandsC>(*m_core, m_log);
+    }
+
+    /// Has a command carried out.
+    ///
+    /// @return receives its answer, when there is one.
+    std::shared_ptr<PageAnswer> Ask(const std::string& body)
+    {
+        const auto command = std::make_shared<PageCommand>(m_commands->ReadCommand(body));
+        const auto outcome = std::make_shared<PageOutcome>();
+        auto answer = std::make_shared<PageAnswer>(PageAnswer{0, ""});
+        m_commands->CarryOut(
+            *command, outcome, [] { return true; },
+            [=] { *answer = PageCommandsC::Write(*command, *outcome); });
+        return answer;
+    }
+    void Finish()
+    {
+        while (m_queue.Waiting() != 0)
+            m_loop.run_one();
+    }
+    ServiceCoreC& Core() { return *m_core; }
+
+private:
+    asio::io_context m_loop;
+    asio::executor_work_guard<asio::io_context::executor_type> m_stays =
+        asio::make_work_guard(m_loop);
+    LogTapC m_log{{}};
+    WorkQueueC m_queue{m_loop};
+    std::unique_ptr<ServiceCoreC> m_core;
+    std::unique_ptr<PageCommandsC> m_commands;
+};
+
+TEST(LongCommands, AreRefusedWhileTooManyWait)
+{
+    const std::string take = R"({"operation":"get_wayline"})";
+    CAskedService service;
+    const auto set = service.Ask(LongSpline(3000));
+    service.Finish();
+    ASSERT_EQ(200, set->status) << set->json;
+    for (int round = 0; round < 2; ++round) {
+        std::vector<std::shared_ptr<PageAnswer>> answers;
+        for (int count = 0; count < PageCommandsC::kMostQueued; ++count)
+            answers.push_back(service.Ask(take));
+        const auto more = service.Ask(take);
+        const auto quick = service.Ask(kDisengage);
+
+        EXPECT_EQ(503, more->status);
+        EXPECT_EQ(R"({"error":"too much is asked at once"})", more->json);
+        EXPECT_EQ(R"({"reasons":[],"result":1})", quick->json);
+        EXPECT_EQ(0, answers.front()->status);
+        service.Finish();
+        for (const auto& answer : answers)
+            EXPECT_EQ(200, answer->status) << answer->json.substr(0, 100);
+    }
+}
+
+TEST(LongCommands, LetTheServicesClientsHaveTheirTurnsBetweenThem)
+{
+    CAskedService service;
+    service.Ask(LongSpline(3000));
+    service.Finish();
+    std::vector<std::shared_ptr<PageAnswer>> answers;
+    for (int count = 0; count < 4; ++count)
+        answers.push_back(service.Ask(R"({"operation":"get_wayline"})"));
+    std::vector<int> before;
+    for (int client = 0; client < 2; ++client) {
+        service.Core().Queue(
+            ECall::Request, "get_wayline", std::make_unique<BListC>(nullptr), [&](const Answer&) {
+                before.push_back(static_cast<int>(
+                    std::count_if(answers.begin(), answers.end(),
+                                  [](const auto& answer) { return answer->status != 0; })));
+            });
+    }
+    service.Finish();
+    EXPECT_EQ((std::vector<int>{1, 1}), before);
 }
 
 TEST(Engaging, IsNotCarriedOutAfterTheDisengagingThatCameBehindIt)
