@@ -1,12 +1,16 @@
 // Which connections go when they, or the descriptors of the process, run out.
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
+#include <fcntl.h>
 #include <functional>
 #include <future>
 #include <memory>
 #include <string>
+#include <sys/resource.h>
 #include <thread>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -22,6 +26,8 @@
 namespace {
 
 constexpr std::size_t kMost = HttpServerC::kMostConnections;
+// Nothing ends because it has taken too long.
+constexpr std::chrono::milliseconds kLong = std::chrono::hours(1);
 
 ServedAnswer AnswerOf(std::string text)
 {
@@ -105,7 +111,7 @@ private:
     std::vector<std::shared_ptr<HttpConnectionC>> m_waiting;
     std::atomic<std::size_t> m_served{0};
     HttpServerC m_server{m_loop,
-                         {},
+                         {kLong, kLong, kLong, kLong},
                          {[](const ServedRequest&) { return HttpRefusal(); },
                           [this](const auto& connection) { Serve(connection); }}};
     std::uint16_t m_port = 0;
@@ -178,6 +184,68 @@ TEST(Connections, ThatAreKeptGiveWayToNobody)
     server.AnswerThem("at last");
     EXPECT_TRUE(IsAnswered(*kept, "at last"));
     EXPECT_TRUE(IsAnswered(*more.back(), "at last"));
+}
+
+/// Leaves this process no descriptor, until it ends.
+class CNoDescriptors
+{
+public:
+    CNoDescriptors()
+    {
+        ::getrlimit(RLIMIT_NOFILE, &m_before);
+        // Above all that are open, so that each of those that is closed can be had again.
+        rlimit lower = m_before;
+        for (int one = 0; one < 1000; ++one) {
+            if (::fcntl(one, F_GETFD) >= 0)
+                lower.rlim_cur = static_cast<rlim_t>(one) + 2;
+        }
+        ::setrlimit(RLIMIT_NOFILE, &lower);
+        Fill();
+    }
+    ~CNoDescriptors()
+    {
+        ::setrlimit(RLIMIT_NOFILE, &m_before);
+        for (const int one : m_taken)
+            ::close(one);
+    }
+    CNoDescriptors(const CNoDescriptors&) = delete;
+    CNoDescriptors& operator=(const CNoDescriptors&) = delete;
+
+    /// Connects with one that is taken.
+    std::unique_ptr<HttpPeer> Connect(std::uint16_t port)
+    {
+        ::close(m_taken.back());
+        m_taken.pop_back();
+        return std::make_unique<HttpPeer>(port);
+    }
+    /// Takes those that are free.
+    void Fill()
+    {
+        for (int one = ::dup(STDIN_FILENO); one >= 0; one = ::dup(STDIN_FILENO))
+            m_taken.push_back(one);
+    }
+
+private:
+    rlimit m_before{};
+    std::vector<int> m_taken;
+};
+
+TEST(Connections, GiveWayWheneverThereIsNoDescriptor)
+{
+    CSlowServer server;
+    const auto kept = server.Asking("/kept");
+    CNoDescriptors none;
+    const auto peer = none.Connect(server.Port());
+    peer->Send(BytesOf({"GET", "/", "", {}, ""}, server.Port()));
+    // It has been tried to take the connection, and there was none to give way.
+    for (int turn = 0; turn < 5; ++turn)
+        server.OnLoop([] {});
+
+    // More than the system takes for a peer that does not read.
+    server.AnswerThem(std::string(std::size_t{24} << 20U, ' '));
+
+    EXPECT_TRUE(peer->ReadToEnd(std::chrono::seconds(10)));
+    EXPECT_NE(std::string::npos, peer->Read().find("at once"));
 }
 
 TEST(Disengaging, IsNotCutOffByThoseWhoComeAfterIt)
