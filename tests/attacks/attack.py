@@ -175,17 +175,16 @@ class Report:
 class HonestClient:
     """Asks the simulator for IsSteeringEngaged every 10 ms and receives its events, beside an echo
     server that is asked at the same pace, in processes of their own, until the end of the block;
-    `report` holds what it saw then.
+    `report` holds what it saw then. The time for which the simulator's loop waited for other programs
+    does not count."""
 
-    With `simulator`, the time for which its loop waited for other programs does not count."""
-
-    def __init__(self, simulator=None):
+    def __init__(self, simulator):
         self.report = None
         self._echo = _processes.Process(target=_serve_echoes, args=(echo := _listen(),), daemon=True)
         self._end, child_end = _processes.Pipe()
         self._client = _processes.Process(
             target=_ask, daemon=True,
-            args=(child_end, echo.getsockname()[1], simulator.process.pid if simulator else None))
+            args=(child_end, echo.getsockname()[1], simulator.process.pid))
         self._echo.start()
         self._client.start()
         echo.close()
@@ -328,7 +327,9 @@ def _ask(end, echo_port, pid):
     def counted():
         return time.monotonic() - held_up()
 
-    held_up = (lambda: held_up_seconds(f"/proc/{pid}")) if pid else (lambda: 0.0)
+    def held_up():
+        return held_up_seconds(f"/proc/{pid}")
+
     service = _Asked(PORT, msgpack.packb([0, 1, "IsSteeringEngaged", []]), held_up)
     echo = _Asked(echo_port, b"echo")
     service.link.sendall(msgpack.packb([2, "subscribe", [EVENT]]))

@@ -133,7 +133,7 @@ class Memory(AttackTest):
 
     def check(self, *attacks, seconds=ATTACK_SECONDS):
         with SimulatorUnderAttack() as simulator:
-            with HonestClient():
+            with HonestClient(simulator):
                 time.sleep(0.5)  # warm: what every client costs once does not count
             before = simulator.resident_bytes()
             most = before
