@@ -162,7 +162,7 @@ TEST(ServerMemory, CountsAnIdleConnectionLikeASilentOneWhateverItHasSentAndBeenS
         honest.Send(Request(1, "a", FromHex("dc 13 88") + elements));
         EXPECT_EQ(1U, honest.Read().number);
         ExpectAnswers(honest);
-        EXPECT_TRUE(WaitForHeld(service, 0, 32'768)) << Held(service);
+        EXPECT_TRUE(service.WaitForHeld(0, 32'768)) << service.Held();
     }
     // So it is not the first to go when others come that do nothing at all.
     std::vector<std::unique_ptr<CRawClient>> silent;

@@ -44,6 +44,7 @@ public:
         connection.Close(false);
     }
     void TurnWanted(ServerConnectionC&) override { ++turnsWanted; }
+    void SendingWanted(ServerConnectionC&) override {}
     void MessageUnfinished(ServerConnectionC&) override {}
     void HeldChanged(std::size_t, std::size_t) override {}
 

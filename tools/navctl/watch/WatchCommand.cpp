@@ -93,12 +93,12 @@ std::string TextLine(const CEvent& event, bool hasColours)
 }
 
 /// Ends the command by how the loop has ended. May end the connection: no subscription may be left.
-void Conclude(CContext& context, const CEventLoop& loop, EEnd end, const CListenerCheck& listener,
+void Conclude(CContext& context, const CEventLoop& loop, EEnd end, const CListenerCheck& check,
               const std::string& missing)
 {
     const LinkErrorC error = context.Navigation().LastError();
     if (end == EEnd::NoService) {
-        FailWatch(context, kExitProtocolError, "protocol error: " + listener.OtherProgram());
+        FailWatch(context, kExitProtocolError, "protocol error: " + check.OtherProgram());
     } else if (end == EEnd::BadMessage) {
         const std::string otherProgram = context.OtherProgram(error);
         FailWatch(context, kExitProtocolError,
@@ -154,16 +154,16 @@ void WatchLines(CContext& context, const CWatchOptions& options,
     std::optional<CSubscription> subscription;
     subscription.emplace(context.Navigation(), kinds, sink);
     CEventLoop loop(context.Navigation(), context.Output().Descriptor());
-    CListenerCheck listener(context.Navigation(), context.options.timeoutSeconds);
+    CListenerCheck check(context.Navigation(), context.options.timeoutSeconds);
     const CEventLoop::Listener listener{
         [&] { return isFull() || HasNoReader(context.Output()); },
         {},
         CLinkTeller(),
-        [&listener](double secondsLeft) { return listener.IsService(secondsLeft); }};
+        [&check](double secondsLeft) { return check.IsService(secondsLeft); }};
     const EEnd end = loop.Run(listener, LimitOf(options));
     subscription.reset();
     const bool isShort = options.count > 0 && !isFull();
-    Conclude(context, loop, end, listener,
+    Conclude(context, loop, end, check,
              isShort ? std::to_string(told) + (told == 1 ? " event" : " events") +
                            " in the time, not " + std::to_string(options.count)
                      : "");
@@ -211,7 +211,7 @@ void WatchLightbar(CContext& context, const CWatchOptions& options)
     std::optional<CSubscription> subscription;
     subscription.emplace(context.Navigation(), CLightbar::Kinds(), sink);
     CEventLoop loop(context.Navigation(), context.Output().Descriptor());
-    CListenerCheck listener(context.Navigation(), context.options.timeoutSeconds);
+    CListenerCheck check(context.Navigation(), context.options.timeoutSeconds);
     EEnd end = EEnd::Done;
     {
         CLineWriter writer(context.Output());
@@ -225,13 +225,13 @@ void WatchLightbar(CContext& context, const CWatchOptions& options)
                 lightbar.LoseLink(reason);
         };
         const auto isDone = [&] { return HasNoReader(context.Output()); };
-        const auto isService = [&listener](double secondsLeft) {
-            return listener.IsService(secondsLeft);
+        const auto isService = [&check](double secondsLeft) {
+            return check.IsService(secondsLeft);
         };
         end = loop.Run({isDone, draw, linkChanged, isService}, LimitOf(options));
     }
     subscription.reset();
-    Conclude(context, loop, end, listener, "");
+    Conclude(context, loop, end, check, "");
 }
 
 void Watch(CContext& context, const CWatchOptions& options)
