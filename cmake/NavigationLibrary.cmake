@@ -23,6 +23,12 @@ kestrove_include_root(KestroveNavigation PUBLIC core platform wayline api)
 target_include_directories(KestroveNavigation
   INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kestrove>)
 
+# The record of the binary interface is made from the types in the debug information, which a build may
+# leave out elsewhere.
+foreach(part kestrove_wayline kestrove_api kestrove_runtime)
+  target_compile_options(${part} PRIVATE $<$<CONFIG:RelWithDebInfo>:-g2>)
+endforeach()
+
 # The same objects and the service side, internals included: for our programs and tests.
 add_library(kestrove_internal STATIC
   $<TARGET_OBJECTS:kestrove_wayline> $<TARGET_OBJECTS:kestrove_api>

@@ -1,7 +1,6 @@
 #include "runtime/ServerConnection.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 #include <asio/buffer.hpp>
@@ -19,10 +18,6 @@ constexpr std::size_t kReadPortion = 4U * 1024U;
 // What a connection reads without waiting for its turn: a request, and so little that decoding it
 // takes no longer than a few requests, whatever it is.
 constexpr std::size_t kFirstRead = 512;
-
-// What is read ahead of decoding: so much at once, and no more than a message may take.
-constexpr std::size_t kAheadPortion = 64U * 1024U;
-constexpr std::size_t kMostAhead = 32U * 1024U * 1024U;
 
 // More than a turn has the time for.
 constexpr int kReadsPerTurn = 1024;
@@ -134,46 +129,6 @@ void ServerConnectionC::TakeTurn()
     } else {
         TakeTurn(kReadsPerTurn);
     }
-}
-
-/// Reads for a turn at the most.
-///
-/// @return true when there may be more.
-bool ServerConnectionC::ReadAhead()
-{
-    const TurnClockC turn(kTurn);
-    std::array<char, kAheadPortion> portion;
-    // What follows the message waits in the system, which holds its sender up.
-    const std::uint64_t most = std::min<std::uint64_t>(kMostAhead, m_decoder.LeastMissing());
-    bool mayHaveMore = m_aheadBytes < most;
-    while (mayHaveMore && !turn.IsOver()) {
-        asio::error_code error;
-        const std::size_t count = m_socket.read_some(asio::buffer(portion), error);
-        if (count > 0) {
-            m_lastGrowth = std::chrono::steady_clock::now();
-            m_ahead.emplace_back(portion.data(), count);
-            m_aheadBytes += count;
-        } else if (error != asio::error::would_block && error != asio::error::try_again) {
-            m_end = error;
-        }
-        mayHaveMore = !error && m_aheadBytes < most;
-    }
-    CountHeld();
-    return mayHaveMore;
-}
-
-/// @return how many bytes, read ahead, have been put where the decoder wants them.
-std::size_t ServerConnectionC::TakeAhead(char* space, std::size_t room)
-{
-    std::string& first = m_ahead.front();
-    const std::size_t count = first.copy(space, room, m_aheadTaken);
-    m_aheadTaken += count;
-    m_aheadBytes -= count;
-    if (m_aheadTaken == first.size()) {
-        m_ahead.pop_front();
-        m_aheadTaken = 0;
-    }
-    return count;
 }
 
 /// True when the client has gone and what it sent does not make its message whole.

@@ -15,13 +15,10 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-#include <nlohmann/json.hpp>
-
 #include "simulator/ServiceLog.h"
 
 namespace {
 
-constexpr const char* kSettingsKey = "settings";
 // What the names of the files beside it add to the file's own fits in 255 bytes then.
 constexpr std::size_t kLongestNameShown = 200;
 // Of a file that comes and goes meanwhile.
@@ -95,45 +92,6 @@ bool WriteWhole(const CDescriptor& file, const std::string& text)
         }
     }
     return true;
-}
-
-std::string Shown(const nlohmann::json& value)
-{
-    if (value.is_structured()) {
-        return value.is_array() ? "a list" : "an object";
-    }
-    return Printable(value.dump());
-}
-
-std::string Parse(const std::string& text, KeptValues& values)
-{
-    const nlohmann::json document = nlohmann::json::parse(text, nullptr, false);
-    if (!document.is_object() || !document.contains(kSettingsKey) ||
-        !document[kSettingsKey].is_object()) {
-        return "it is no JSON object with an object \"settings\"";
-    }
-    KeptValues found;
-    for (const auto& entry : document[kSettingsKey].items()) {
-        if (entry.value().is_boolean()) {
-            found[entry.key()] = entry.value().get<bool>();
-        } else if (entry.value().is_number()) {
-            found[entry.key()] = entry.value().get<double>();
-        } else {
-            return "\"" + Printable(entry.key()) + "\" is " + Shown(entry.value()) +
-                   ", allowed is a number, true or false";
-        }
-    }
-    values = std::move(found);
-    return {};
-}
-
-std::string Document(const KeptValues& values)
-{
-    nlohmann::json settings = nlohmann::json::object();
-    for (const auto& [name, value] : values) {
-        std::visit([&entry = settings[name]](auto plain) { entry = plain; }, value);
-    }
-    return nlohmann::json{{kSettingsKey, settings}}.dump(2) + "\n";
 }
 
 } // namespace
@@ -326,13 +284,13 @@ std::string StateFileC::Load(KeptValues& values)
     const std::string problem = error == EFBIG
                                     ? "it has more than " + std::to_string(kMostBytes) + " bytes"
                                 : error != 0 ? ReasonOf(error)
-                                             : Parse(text, values);
+                                             : ParseKeptValues(text, values);
     return problem.empty() ? problem : "cannot read the state file " + m_path + ": " + problem;
 }
 
 std::string StateFileC::Save(const KeptValues& values)
 {
-    if (Replace(Document(values))) {
+    if (Replace(KeptValuesText(values))) {
         return {};
     }
     return "cannot write the state file " + m_path + ": " + ReasonOf(errno);

@@ -2,19 +2,13 @@
 #define KESTROVE_SIMULATOR_STATEFILE_H
 
 #include <cstddef>
-#include <map>
 #include <optional>
 #include <string>
-#include <variant>
 
 #include <sys/stat.h>
 
 #include "simulator/Descriptor.h"
-
-/// A setting that outlives a restart: a switch or a number.
-using KeptValue = std::variant<bool, double>;
-/// Such settings by name.
-using KeptValues = std::map<std::string, KeptValue>;
+#include "simulator/KeptValues.h"
 
 /// The file in which the service keeps settings: JSON, one number or switch a name.
 ///

@@ -43,7 +43,7 @@ class Samples(AttackTest):
                 end = time.monotonic() + ATTACK_SECONDS
                 while time.monotonic() < end:
                     most = max(most, simulator.resident_bytes())
-                    time.sleep(0.01)
+                    time.sleep(0.01)  # between two looks
             self.assert_untroubled(honest.report)
             self.assertIn("bytes is too long, allowed is 4096", simulator.errors())
             self.assertLess(len(simulator.errors()), 20000)

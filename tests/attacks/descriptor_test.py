@@ -35,7 +35,7 @@ def hold_1300(*first):
                 pass
             if len(links) > 1300:
                 links.pop(0).close()
-                time.sleep(0.001)
+                time.sleep(0.001)  # the attack's pace
     return hold
 
 
@@ -43,7 +43,7 @@ def wait_until_full(simulator, count):
     deadline = time.monotonic() + DEADLINE_SECONDS
     while simulator.descriptors() < count:
         assert time.monotonic() < deadline, simulator.descriptors()
-        time.sleep(0.01)
+        time.sleep(0.01)  # between two looks
 
 
 class Descriptors(AttackTest):

@@ -25,7 +25,7 @@ class Patience(AttackTest):
             wait_for(lambda: "an unfinished message that has not grown for 30 s" in
                      simulator.errors(), "the reason")
             # The viewer reads nothing meanwhile; the service has 600 states to report.
-            time.sleep(max(0.0, start + MINUTE_SECONDS - time.monotonic()))
+            time.sleep(max(0.0, start + MINUTE_SECONDS - time.monotonic()))  # the attack's length
             self._assert_few_old_states(viewer)
             self.assert_ends_in_time(simulator)
 

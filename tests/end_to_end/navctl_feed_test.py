@@ -367,7 +367,7 @@ class BrokenFiles(Files):
             (("--interval", "0"), '--interval: "0" is no number from 0.001 to 3600'),
             (("--interval", "abc"), '--interval: "abc" is no number from 0.001 to 3600'),
             (("--reconnect", "abc"), '--reconnect: "abc" is no number from 0 to 86400'),
-            (("--format", "xml"), '--format: "xml" is none of nmea, csv'),
+            (("--format", "xml"), '--format: "xml" is none of csv, nmea'),
         ):
             with self.subTest(options):
                 self.assertIn(f"navctl: {words}", navctl("feed", path, *options).stderr)

@@ -92,7 +92,7 @@ class Slow : public testing::TestWithParam<int>
 
 TEST_P(Slow, TakesASecond)
 {
-    std::this_thread::sleep_for(std::chrono::seconds(1));
+    std::this_thread::sleep_for(std::chrono::seconds(1)); // what the test is about
 }
 
 INSTANTIATE_TEST_SUITE_P(Seconds, Slow, testing::Range(0, 8));

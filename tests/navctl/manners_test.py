@@ -152,7 +152,7 @@ class ExitCodes(unittest.TestCase):
             (["set-wayline-origin", "1", "2", "3", "4", "5"],
              'set-wayline-origin takes no more than latitude, longitude, height; too much is "4" "5"\n'),
             (["wayline", "convert", "a", "b", "--from", "xml"],
-             'navctl: --from: "xml" is none of text, geojson, csv\n'),
+             'navctl: --from: "xml" is none of csv, geojson, text\n'),
             (["calculate-headings", "0", "1", "2"], "each text form is one word of the shell, in quotes\n"),
         ):
             with self.subTest(arguments):

@@ -81,8 +81,7 @@ std::shared_ptr<COwner> Served(const std::string& bytes, std::function<void()> s
 
 void BeHeldUp()
 {
-    // A thread that sleeps uses as little of the processor as one that waits for it.
-    std::this_thread::sleep_for(kLong);
+    std::this_thread::sleep_for(kLong); // uses as little of the processor as to wait for it
 }
 
 void Calculate()

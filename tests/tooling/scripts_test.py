@@ -207,7 +207,7 @@ def ticks(pid):
 def eventually(condition):
     deadline = time.monotonic() + DEADLINE_SECONDS
     while not condition() and time.monotonic() < deadline:
-        time.sleep(0.01)
+        time.sleep(0.01)  # between two looks
     return condition()
 
 

@@ -43,6 +43,20 @@ const char* KindTitle(Kestrove::EWaylineType kind)
     return "wayline of an unknown kind";
 }
 
+std::vector<const char*> PointNames(Kestrove::EWaylineType kind)
+{
+    switch (kind) {
+    case Kestrove::EWaylineTypeAB:
+        return {"pointA", "pointB"};
+    case Kestrove::EWaylineTypeAHeading:
+        return {"pointA"};
+    case Kestrove::EWaylineTypeCircle:
+        return {"firstPoint", "secondPoint", "thirdPoint"};
+    default:
+        return {};
+    }
+}
+
 std::optional<std::size_t> PointCountOf(Kestrove::EWaylineType kind)
 {
     switch (kind) {

@@ -28,6 +28,8 @@ const char* KindTitle(Kestrove::EWaylineType kind);
 
 /// How many points the kind has; nothing for a spline and an A-B curve, which have any number.
 std::optional<std::size_t> PointCountOf(Kestrove::EWaylineType kind);
+/// The names of the points of the kinds with a fixed number, as files have them; none for others.
+std::vector<const char*> PointNames(Kestrove::EWaylineType kind);
 
 /// What a wayline carries.
 WaylineContent ContentOf(const Kestrove::CWayline& wayline);
