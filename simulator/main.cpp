@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -138,12 +139,15 @@ void EndSaving(const ProgramOptions& options, ServiceLinkC& link,
     link.Core().EndTrack(deadline);
 }
 
-/// Leaves descriptors for the page and for files, whoever connects to the service.
+/// Leaves descriptors for the page and for files, whoever connects to the service, and bounds to
+/// how many an event goes at once.
 MPIServerLimitsC LimitsOf(const ProgramOptions& options)
 {
+    constexpr std::size_t mostClients = 1024;
     MPIServerLimitsC limits;
-    limits.connections = DescriptorLimit::ConnectionsBeside(
-        options.httpPort ? HttpServerC::kMostConnections : std::size_t{0});
+    limits.connections = std::min(
+        mostClients,
+        DescriptorLimit::ConnectionsBeside(options.httpPort ? HttpServerC::kMostConnections : 0));
     return limits;
 }
 

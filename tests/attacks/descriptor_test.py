@@ -16,6 +16,7 @@ from page_test import PAGE_PORT, posted, read_all, visit
 ATTACK_SECONDS = 2.0
 SERVED_SECONDS = 2.5
 MOST_DESCRIPTORS = 1024
+MOST_CLIENTS = 1024
 REQUEST = msgpack.packb([0, 1, "IsSteeringEngaged", []])
 
 
@@ -49,20 +50,20 @@ def wait_until_full(simulator, count):
 class Descriptors(AttackTest):
     """A simulator that may have 1024 descriptors, of which the service's clients get some 700."""
 
-    def attack(self, *first):
+    def attack(self, *first, descriptors=MOST_DESCRIPTORS, most=MOST_DESCRIPTORS - 256):
         with tempfile.TemporaryDirectory() as folder:
             state = f"{folder}/state.json"
             with SimulatorUnderAttack(
                     "--http", str(PAGE_PORT), "--state", state,
                     preexec_fn=lambda: resource.setrlimit(  # the lower one is raised at the start
-                        resource.RLIMIT_NOFILE, (256, MOST_DESCRIPTORS))) as simulator:
+                        resource.RLIMIT_NOFILE, (256, descriptors))) as simulator:
                 with HonestClient(simulator) as honest, attackers(hold_1300(*first)):
                     wait_until_full(simulator, 600)
                     end = time.monotonic() + ATTACK_SECONDS
                     while time.monotonic() < end:
                         self.assert_page_serves()
                         self.assert_new_client_is_served()
-                    self.assertLess(simulator.descriptors(), MOST_DESCRIPTORS - 256)
+                    self.assertLess(simulator.descriptors(), most)
                     self.keep_a_setting()
                 self.assert_untroubled(honest.report)
                 self.assert_ends_in_time(simulator)
@@ -100,6 +101,10 @@ class Descriptors(AttackTest):
 
     def test_held_by_subscribers(self):
         self.attack(msgpack.packb([2, "subscribe", ["cb_engage_status"]]))
+
+    def test_are_left_where_there_are_plenty(self):
+        self.attack(msgpack.packb([2, "subscribe", ["cb_relative_position"]]),
+                    descriptors=4096, most=MOST_CLIENTS + 100)
 
 
 if __name__ == "__main__":
