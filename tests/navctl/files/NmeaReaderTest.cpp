@@ -176,7 +176,7 @@ TEST(NmeaReader, LeavesAHeadingOutWhoseTimeIsNotCertainUnlessTheOrderIsTold)
     EXPECT_EQ(9U, guesses.Skipped("HDT whose time is not certain"));
     const Reader knows(content, kFirstOfMay2024, ENmeaType::Hdt);
     ASSERT_EQ(9U, knows.samples.size());
-    for (std::size_t second = 3; second < 9; ++second) {
+    for (std::size_t second = 6; second < 9; ++second) {
         EXPECT_NEAR(Radians(10.0 + static_cast<double>(second)),
                     knows.samples[second].yaw.value_or(-1.0), 1e-12);
     }
@@ -196,6 +196,21 @@ TEST(NmeaReader, BeginsANewDayAtMidnight)
     const Reader reader(Gga("235959.00") + Gga("000000.00"));
     ASSERT_EQ(2U, reader.samples.size());
     EXPECT_EQ(1.0, *reader.samples[1].time - *reader.samples[0].time);
+}
+
+TEST(NmeaReader, TakesHourTwentyFourAsTheBeginningOfTheNextDay)
+{
+    const double midnight = (kFirstOfMay2024 + 1) * 86400.0;
+    const auto zda = [](const std::string& time) {
+        return Sentence("GPZDA," + time + ",01,05,2024,00,00") + "\n";
+    };
+    const auto next = Sentence("GPRMC,000001,A,4807.038,N,01131.000,E,1,2,020524,,,A") + "\n";
+    for (const std::string& last : {Rmc("240000"), Gga("240000") + zda("240000"), Gga("240000")}) {
+        const Reader reader(Rmc("235959") + last + next);
+        EXPECT_EQ((std::vector<double>{midnight - 1.0, midnight, midnight + 1.0}),
+                  TimesOf(reader.samples));
+        EXPECT_EQ(0U, reader.nmea.Skipped().Total()) << last;
+    }
 }
 
 TEST(NmeaReader, PassesOverAMomentThatIsNoLaterThanTheLast)

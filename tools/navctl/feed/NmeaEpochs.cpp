@@ -110,7 +110,7 @@ void CNmeaEpochs::PlaceEnclosed(NmeaKind next)
         if (!m_epoch->isRepeated && !m_epoch->isCopy && m_epoch->Awaits(waiting.part.kind)) {
             Forget(waiting.part.kind);
         }
-        if (!comesAgain && (IsSingle(waiting.part.kind) || waiting.part.type == ENmeaType::Gsa)) {
+        if (!comesAgain && IsSingle(waiting.part.kind) && waiting.part.type != ENmeaType::Gsa) {
             ShowBehind(waiting.part.kind, false);
         }
         if (isCertain[i]) {
@@ -171,6 +171,9 @@ void CNmeaEpochs::Open(const NmeaPart& part)
     const bool isOneStep = follows && !TakeRepetition();
     if (isCopy || m_comesAgain) {
         m_finished.LeaveOutPending();
+    }
+    if (m_epoch && !isCopy) {
+        NoteWhatComesOften(step);
     }
     const bool mayMissTime = CameTwice();
     const bool isPaced = isOneStep && IsPaced(part);

@@ -1,6 +1,7 @@
 #ifndef KESTROVE_TOOLS_NAVCTL_FEED_NMEAEPOCHS_H
 #define KESTROVE_TOOLS_NAVCTL_FEED_NMEAEPOCHS_H
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <optional>
@@ -107,9 +108,13 @@ private:
     void ShowBehind(NmeaKind untimed, bool isByPause);
     void Forget(NmeaKind kind);
     bool IsSingle(NmeaKind kind) const;
+    std::ptrdiff_t CountWaiting(NmeaKind kind) const;
     bool CameTwice() const;
     bool TakeRepetition();
+    void NoteWhatComesOften(std::int64_t step);
     std::optional<Cut> FindCut(const NmeaPart& next, bool isOneStep) const;
+    bool WasElsewhere(NmeaKind kind, NmeaKind next, EPlace place) const;
+    std::optional<Cut> ToldCut(const NmeaPart& next) const;
     std::optional<Cut> PauseBefore(const NmeaPart& next) const;
     Placing PlaceByOrder(NmeaKind kind, NmeaKind next, bool& isByPause) const;
     bool StandsBehind(NmeaKind kind) const;
