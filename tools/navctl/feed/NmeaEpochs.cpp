@@ -180,6 +180,7 @@ void CNmeaEpochs::Open(const NmeaPart& part)
     const std::optional<Cut> cut = FindCut(part, isOneStep);
     const std::vector<PendingPart> leading = TakeLeading(part, isOneStep);
     EndEpoch(step, mayMissTime);
+    TakeFirstDay(part);
     m_epoch.emplace();
     m_epoch->isCopy = isCopy;
     m_epoch->timeOfDay = time;
@@ -224,6 +225,17 @@ void CNmeaEpochs::EndEpoch(std::int64_t step, bool mayMissTime)
     m_order.EndEpoch();
     m_isBroken = m_comesAgain = false;
     ++m_epochNumber;
+}
+
+/// A live stream that was joined behind the date of a burst tells it with the next: what was given
+/// until now gets it, too.
+void CNmeaEpochs::TakeFirstDay(const NmeaPart& next)
+{
+    if (!m_epoch || !next.arrival || !next.report.day || Day().IsTold()) {
+        return;
+    }
+    const bool isOverMidnight = *next.report.timeOfDay + kMillisecondsADay / 2 < m_epoch->timeOfDay;
+    m_finished.Day().Set(*next.report.day - (isOverMidnight ? 1 : 0));
 }
 
 void CNmeaEpochs::AddUntimed(const NmeaPart& part)

@@ -56,6 +56,12 @@ public:
     /// Gives the sample of the epoch, as the stream has paused.
     void EndAtPause();
 
+    /// How many epochs are over.
+    std::uint64_t CountOver() const
+    {
+        return m_epochNumber - (m_epoch && !m_epoch->isSent ? 1 : 0);
+    }
+
     const CNmeaDay& Day() const { return m_finished.Day(); }
 
 private:
@@ -98,6 +104,7 @@ private:
     bool IsEnclosed(const NmeaPart& part, NmeaKind next) const;
     void Open(const NmeaPart& part);
     void EndEpoch(std::int64_t step, bool mayMissTime);
+    void TakeFirstDay(const NmeaPart& next);
     void AddAttitudeNow(const NmeaPart& part);
     void AddStandingStill(const NmeaPart& part);
     void PlaceInEpoch(const NmeaPart& part);
