@@ -287,6 +287,17 @@ TEST(NmeaReader, GivesTheFirstSampleOfALiveStreamTheDayOfTheNextBurst)
     }
 }
 
+TEST(NmeaReader, GivesTheFirstSampleOfALiveStreamWithTheSentenceThatTellsTheDayOfTheNextBurst)
+{
+    CPipe pipe;
+    CLineReader lines(pipe.Descriptor(), 1000);
+    CNmeaReader reader(lines, NmeaReaderOptions{{kFirstOfMay2024 + 900, {}}, {}, true, true, {}});
+    PositionSample sample;
+    pipe.Write(Gga("120000") + Rmc("120001"));
+    EXPECT_EQ(ESample::Sample, reader.Next(sample, 0));
+    EXPECT_EQ(kFirstOfMay2024 * 86400.0 + 43200.0, sample.time);
+}
+
 TEST(NmeaReader, GivesTheFirstSampleOfALiveStreamWithoutADateOnceTheNextBurstIsOver)
 {
     CPipe pipe;

@@ -66,8 +66,12 @@ public:
     /// Forgets where a kind without a time stands.
     void Forget(NmeaKind untimed);
 
-    /// Forgets every place.
-    void Clear() { m_entries.clear(); }
+    /// Forgets everything.
+    void Clear()
+    {
+        m_entries.clear();
+        m_twice.clear();
+    }
 
 private:
     struct Entry
