@@ -499,6 +499,39 @@ TEST(NmeaEpochs, LoseNoMoreWithTheOrderToldThanWithoutWhenTheStreamPauses)
     });
 }
 
+TEST(NmeaEpochs, KeepTheOrderWhenOnePauseIsNotClear)
+{
+    const std::vector<std::optional<ENmeaType>> hints{std::nullopt, T::Rmc};
+    for (const std::optional<ENmeaType>& hint : hints) {
+        Events events = StreamOf({{T::Rmc}, {T::Gga}, {T::Hdt}}, kEpochs, 1000, EPace::Bursts);
+        for (StreamEvent& event : events) {
+            if (event.epoch == kDisturbed && event.part.type != T::Rmc) {
+                *event.part.arrival += 0.08;
+            }
+        }
+        // With a told order, the sentence that begins the next burst is lost, too.
+        const std::size_t begin = PlaceOfEpoch(events, kDisturbed + 1);
+        const Outcome outcome = FeedStream(Without(events, begin, hint ? 1 : 0), 1000, hint);
+        for (int epoch = kEpochsToLearn; epoch < kEpochs; ++epoch) {
+            const bool isDisturbed = epoch == kDisturbed || epoch == kDisturbed + 1;
+            ASSERT_NE(outcome.Find(epoch), nullptr);
+            EXPECT_TRUE(isDisturbed || ValueOf(T::Hdt, outcome.Find(epoch)->sample)) << epoch;
+        }
+    }
+}
+
+TEST(NmeaEpochs, PlaceNoListOfSatellitesByAnOrderThatSeveralHave)
+{
+    ForEachOrder(
+        {{T::Gsa, "GP", true, 2}, {T::Gns}, {T::Gsa, "GP", true, 2}, {T::Gll, "GP", true, 4}},
+        [](const Burst& order) {
+            for (const EPace pace : kPaces) {
+                LoseEach({order, 1000, pace, std::nullopt});
+                LoseEach({order, 1000, pace, order.front().type});
+            }
+        });
+}
+
 TEST(NmeaEpochs, ComeOutOfAColdStart)
 {
     const Burst burst{{T::Hdt}, {T::Gga}, {T::Vtg}, {T::Rmc}};

@@ -199,13 +199,19 @@ void CNmeaEpochs::Open(const NmeaPart& part)
     Note(part);
     m_epoch->timedKinds.push_back(part.kind);
     m_epoch->Add(part);
-    if (m_ahead && IsSameTime(*m_ahead->report.timeOfDay, time)) {
+    TakeAhead();
+    EndEarly();
+}
+
+/// Gives the attitude that came ahead to the epoch, when it is of its time.
+void CNmeaEpochs::TakeAhead()
+{
+    if (m_ahead && IsSameTime(*m_ahead->report.timeOfDay, m_epoch->timeOfDay)) {
         m_epoch->Add(*m_ahead);
     } else if (m_ahead) {
         LeaveOut(*m_ahead, kOfNoPosition);
     }
     m_ahead.reset();
-    EndEarly();
 }
 
 /// @param step to the time that follows, milliseconds.

@@ -104,6 +104,7 @@ private:
     bool IsEnclosed(const NmeaPart& part, NmeaKind next) const;
     void Open(const NmeaPart& part);
     void EndEpoch(std::int64_t step, bool mayMissTime);
+    void TakeAhead();
     void TakeFirstDay(const NmeaPart& next);
     void AddAttitudeNow(const NmeaPart& part);
     void AddStandingStill(const NmeaPart& part);
