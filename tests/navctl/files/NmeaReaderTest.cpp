@@ -176,7 +176,7 @@ TEST(NmeaReader, LeavesAHeadingOutWhoseTimeIsNotCertainUnlessTheOrderIsTold)
     EXPECT_EQ(9U, guesses.Skipped("HDT whose time is not certain"));
     const Reader knows(content, kFirstOfMay2024, ENmeaType::Hdt);
     ASSERT_EQ(9U, knows.samples.size());
-    for (std::size_t second = 3; second < 9; ++second) {
+    for (std::size_t second = 6; second < 9; ++second) {
         EXPECT_NEAR(Radians(10.0 + static_cast<double>(second)),
                     knows.samples[second].yaw.value_or(-1.0), 1e-12);
     }
@@ -196,6 +196,21 @@ TEST(NmeaReader, BeginsANewDayAtMidnight)
     const Reader reader(Gga("235959.00") + Gga("000000.00"));
     ASSERT_EQ(2U, reader.samples.size());
     EXPECT_EQ(1.0, *reader.samples[1].time - *reader.samples[0].time);
+}
+
+TEST(NmeaReader, TakesHourTwentyFourAsTheBeginningOfTheNextDay)
+{
+    const double midnight = (kFirstOfMay2024 + 1) * 86400.0;
+    const auto zda = [](const std::string& time) {
+        return Sentence("GPZDA," + time + ",01,05,2024,00,00") + "\n";
+    };
+    const auto next = Sentence("GPRMC,000001,A,4807.038,N,01131.000,E,1,2,020524,,,A") + "\n";
+    for (const std::string& last : {Rmc("240000"), Gga("240000") + zda("240000"), Gga("240000")}) {
+        const Reader reader(Rmc("235959") + last + next);
+        EXPECT_EQ((std::vector<double>{midnight - 1.0, midnight, midnight + 1.0}),
+                  TimesOf(reader.samples));
+        EXPECT_EQ(0U, reader.nmea.Skipped().Total()) << last;
+    }
 }
 
 TEST(NmeaReader, PassesOverAMomentThatIsNoLaterThanTheLast)
@@ -227,6 +242,80 @@ TEST(NmeaReader, CountsTheDaysBackFromTheFirstDate)
     const double midnight = kFirstOfMay2024 * 86400.0;
     const Reader reader(Gga("235959") + Gga("000000") + Rmc("000000"), kFirstOfMay2024 + 900);
     EXPECT_EQ((std::vector<double>{midnight - 1.0, midnight}), TimesOf(reader.samples));
+}
+
+TEST(NmeaReader, GivesTheFirstSampleOfALiveStreamTheDayOfTheNextBurst)
+{
+    const double midnight = (kFirstOfMay2024 + 1) * 86400.0;
+    const std::string gns =
+        Sentence("GNGNS,235959,4807.038,N,01131.000,E,AA,11,0.9,545.4,46.9,,") + "\n";
+    const std::string rmc = Sentence("GPRMC,000000,A,4807.038,N,01131.000,E,1,2,020524,,,A") + "\n";
+    const std::string zda = Sentence("GPZDA,000000,02,05,2024,00,00") + "\n";
+    const std::string hdt = Sentence("GPHDT,1.0,T") + "\n";
+    const struct
+    {
+        std::string joined; // behind the date of its burst
+        std::string next;
+    } streams[] = {
+        {Gga("235959"), rmc + Gga("000000")},
+        {gns, rmc},
+        {Gga("235959") + hdt, zda + Gga("000000") + hdt},
+        {Gga("235959"), Gga("000000") + rmc},
+    };
+    for (const auto& stream : streams) {
+        for (const bool pauses : {false, true}) {
+            CPipe pipe;
+            CLineReader lines(pipe.Descriptor(), 1000);
+            NmeaReaderOptions options{{kFirstOfMay2024 + 900, {}}, {}, true, true, {}};
+            std::string remark;
+            options.remark = [&remark](const std::string& text) { remark = text; };
+            CNmeaReader reader(lines, options);
+            PositionSample sample;
+            pipe.Write(stream.joined);
+            if (pauses) {
+                EXPECT_EQ(ESample::NothingYet, reader.Next(sample, 300)) << "the day may come";
+            }
+            pipe.Write(stream.next);
+            for (const double time : {midnight - 1.0, midnight}) {
+                ASSERT_EQ(ESample::Sample, reader.Next(sample, 5000)) << stream.next;
+                EXPECT_EQ(time, sample.time) << stream.next;
+                EXPECT_FALSE(sample.startsAnew) << stream.next;
+            }
+            EXPECT_FALSE(reader.DayWasGuessed());
+            EXPECT_EQ("", remark);
+        }
+    }
+}
+
+TEST(NmeaReader, GivesTheFirstSampleOfALiveStreamWithTheSentenceThatTellsTheDayOfTheNextBurst)
+{
+    CPipe pipe;
+    CLineReader lines(pipe.Descriptor(), 1000);
+    CNmeaReader reader(lines, NmeaReaderOptions{{kFirstOfMay2024 + 900, {}}, {}, true, true, {}});
+    PositionSample sample;
+    pipe.Write(Gga("120000") + Rmc("120001"));
+    EXPECT_EQ(ESample::Sample, reader.Next(sample, 0));
+    EXPECT_EQ(kFirstOfMay2024 * 86400.0 + 43200.0, sample.time);
+}
+
+TEST(NmeaReader, GivesTheFirstSampleOfALiveStreamWithoutADateOnceTheNextBurstIsOver)
+{
+    CPipe pipe;
+    CLineReader lines(pipe.Descriptor(), 1000);
+    int remarks = 0;
+    CNmeaReader reader(
+        lines,
+        NmeaReaderOptions{
+            {kFirstOfMay2024, {}}, {}, true, true, [&remarks](const std::string&) { ++remarks; }});
+    PositionSample sample;
+    pipe.Write(Gga("120000"));
+    EXPECT_EQ(ESample::NothingYet, reader.Next(sample, 300));
+    pipe.Write(Gga("120001") + Gga("120002"));
+    EXPECT_EQ(ESample::Sample, reader.Next(sample, 0));
+    EXPECT_EQ(kFirstOfMay2024 * 86400.0 + 43200.0, sample.time);
+    EXPECT_EQ(ESample::Sample, reader.Next(sample, 0)) << "from now on at once";
+    EXPECT_EQ(1, remarks);
+    EXPECT_TRUE(reader.DayWasGuessed());
 }
 
 TEST(NmeaReader, GivesSamplesOfAnAssumedDayWhenTheStreamPausesAndStartsAnewThen)
@@ -285,7 +374,7 @@ TEST(NmeaReader, GivesTheLastMomentWhenALiveStreamPauses)
 {
     CPipe pipe;
     CLineReader lines(pipe.Descriptor(), 1000);
-    CNmeaReader reader(lines, NmeaReaderOptions{{kFirstOfMay2024, {}}, {}, true, true, {}});
+    CNmeaReader reader(lines, NmeaReaderOptions{{kFirstOfMay2024, {}}, {}, true, false, {}});
     PositionSample sample;
     pipe.Write(Gga("120000"));
     EXPECT_EQ(ESample::Sample, reader.Next(sample, 5000));

@@ -1,11 +1,20 @@
 #include "tests/navctl/files/NmeaStream.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
 constexpr std::int64_t kStart = 3600000;
+constexpr int kMostSatellites = 12;
+
+/// How many satellites GSA lists, all of them of this epoch alone.
+int SatellitesOf(int epoch)
+{
+    return 1 + epoch % kMostSatellites;
+}
 
 NmeaPart PartOf(const StreamSentence& sentence, int epoch, std::int64_t period)
 {
@@ -23,7 +32,7 @@ NmeaPart PartOf(const StreamSentence& sentence, int epoch, std::int64_t period)
         part.report.altitude = value;
         part.report.geoidSeparation = 0.0;
         part.report.fixQuality = sentence.hasFix ? 4 : 0;
-        part.report.satellites = epoch;
+        part.report.satellites = 0;
         if (!sentence.hasFix) {
             part.report.altitude.reset();
             part.report.satellites.reset();
@@ -37,13 +46,24 @@ NmeaPart PartOf(const StreamSentence& sentence, int epoch, std::int64_t period)
         break;
     case ENmeaType::Rmc:
         part.report.speed = value;
+        [[fallthrough]];
+    case ENmeaType::Gll:
+        part.report.latitude = value / 1000.0;
+        part.report.longitude = value / 1000.0;
         part.report.fixQuality = 4;
+        break;
+    case ENmeaType::Gsa:
+        for (int i = 0; i < SatellitesOf(epoch); ++i) {
+            part.report.satelliteIds[static_cast<std::size_t>(i)] =
+                static_cast<std::uint16_t>(kMostSatellites * epoch + i + 1);
+        }
         break;
     case ENmeaType::Vtg:
         part.report.course = value;
         break;
     case ENmeaType::Hdt:
     case ENmeaType::Ths:
+    case ENmeaType::Hdg:
         part.report.heading = value;
         break;
     case ENmeaType::Rot:
@@ -64,15 +84,16 @@ std::vector<StreamEvent> StreamOf(const Burst& burst, int epochs, std::int64_t p
 {
     std::vector<StreamEvent> events;
     for (int epoch = 1; epoch <= epochs; ++epoch) {
-        for (std::size_t i = 0; i < burst.size(); ++i) {
-            if (epoch % burst[i].every != 0) {
-                continue;
-            }
+        Burst now;
+        std::copy_if(
+            burst.begin(), burst.end(), std::back_inserter(now),
+            [epoch](const StreamSentence& sentence) { return epoch % sentence.every == 0; });
+        for (std::size_t i = 0; i < now.size(); ++i) {
             StreamEvent event;
             event.epoch = epoch;
-            event.part = PartOf(burst[i], epoch, period);
+            event.part = PartOf(now[i], epoch, period);
             if (pace != EPace::File) {
-                const double share = static_cast<double>(i) / static_cast<double>(burst.size());
+                const double share = static_cast<double>(i) / static_cast<double>(now.size());
                 const double within = pace == EPace::Bursts ? share / 3.0 : share;
                 event.part.arrival = (epoch + within) * static_cast<double>(period) / 1000.0;
             }
@@ -153,6 +174,8 @@ std::optional<int> ValueOf(ENmeaType type, const PositionSample& sample)
         value = sample.course;
         break;
     case ENmeaType::Hdt:
+    case ENmeaType::Ths:
+    case ENmeaType::Hdg:
         value = sample.yaw;
         break;
     case ENmeaType::Rot:
@@ -175,8 +198,11 @@ std::string ForeignValues(const PositionSample& sample, int epoch)
         }
     }
     if (std::lround(sample.latitude * 1000.0) != epoch ||
-        sample.satellites.value_or(epoch) != epoch) {
+        std::lround(sample.longitude * 1000.0) != epoch) {
         foreign += " position";
+    }
+    if (sample.satellites.value_or(0) != 0 && *sample.satellites != SatellitesOf(epoch)) {
+        foreign += " satellites";
     }
     return foreign;
 }

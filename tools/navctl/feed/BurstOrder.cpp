@@ -12,6 +12,9 @@ constexpr std::uint64_t kFewestEpochs = 2;
 constexpr std::uint64_t kMostEpochs = 40;
 /// A stream of many talkers has some dozens; noise must not make more of them.
 constexpr std::size_t kMostEntries = 512;
+/// For so many epochs a kind is thought to come often: so many losses in a row, of one of two each
+/// time, do not happen.
+constexpr std::uint64_t kEpochsToRemember = 20;
 /// Steps that make a first or a shorter period.
 constexpr int kStepsOfPeriod = 2;
 /// Steps that make a longer one, or one in which a time may be missing: times that are lost make
@@ -69,6 +72,50 @@ bool CBurstOrder::WasKnown(NmeaKind untimed) const
 {
     return std::any_of(m_entries.begin(), m_entries.end(), [untimed](const Entry& entry) {
         return entry.untimed == untimed && entry.timesShown >= kShownOftenEnough;
+    });
+}
+
+std::optional<bool> CBurstOrder::LastPlaceOf(NmeaKind untimed, NmeaKind timed) const
+{
+    for (const Entry& entry : m_entries) {
+        if (entry.untimed == untimed && entry.timed == timed) {
+            return entry.place.isBehind;
+        }
+    }
+    return std::nullopt;
+}
+
+bool CBurstOrder::IsSettled(NmeaKind untimed) const
+{
+    return WasKnown(untimed) &&
+           std::none_of(m_entries.begin(), m_entries.end(), [&](const Entry& entry) {
+               return entry.untimed == untimed && entry.timesShown < kShownOftenEnough &&
+                      m_epoch - entry.lastShown <= kMostEpochs;
+           });
+}
+
+void CBurstOrder::ShowTwice(NmeaKind untimed)
+{
+    const auto known = std::find_if(m_twice.begin(), m_twice.end(), [untimed](const Twice& twice) {
+        return twice.untimed == untimed;
+    });
+    if (known == m_twice.end()) {
+        if (m_twice.size() >= kMostEntries) {
+            m_twice.clear();
+        }
+        m_twice.push_back({untimed, m_epoch, std::nullopt});
+    } else if (known->last != m_epoch) {
+        known->before = known->last;
+        known->last = m_epoch;
+    }
+}
+
+bool CBurstOrder::ComesOften(NmeaKind untimed) const
+{
+    // Once alone it was a piece that was sent twice.
+    return std::any_of(m_twice.begin(), m_twice.end(), [&](const Twice& twice) {
+        return twice.untimed == untimed && twice.before &&
+               m_epoch - *twice.before <= kEpochsToRemember;
     });
 }
 

@@ -1,6 +1,7 @@
 #ifndef KESTROVE_TOOLS_NAVCTL_FEED_BURSTORDER_H
 #define KESTROVE_TOOLS_NAVCTL_FEED_BURSTORDER_H
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -48,11 +49,29 @@ public:
     /// Whether a place of a sentence is known, or was until it has not been shown for long.
     bool WasKnown(NmeaKind untimed) const;
 
-    /// Forgets everything about a kind without a time.
+    /// Whether a sentence stood behind the other when this was shown last, however often and long
+    /// ago; nothing when it never was.
+    std::optional<bool> LastPlaceOf(NmeaKind untimed, NmeaKind timed) const;
+
+    /// Whether a place of a sentence is known, and none of late is in doubt.
+    bool IsSettled(NmeaKind untimed) const;
+
+    /// Notes that a kind without a time came more often than times did.
+    void ShowTwice(NmeaKind untimed);
+
+    /// Whether a kind comes more often than the times, or did of late: when one of it is lost, what
+    /// remains between two times looks as if it came once.
+    bool ComesOften(NmeaKind untimed) const;
+
+    /// Forgets where a kind without a time stands.
     void Forget(NmeaKind untimed);
 
     /// Forgets everything.
-    void Clear() { m_entries.clear(); }
+    void Clear()
+    {
+        m_entries.clear();
+        m_twice.clear();
+    }
 
 private:
     struct Entry
@@ -64,7 +83,15 @@ private:
         std::uint64_t lastShown;
     };
 
+    struct Twice
+    {
+        NmeaKind untimed;
+        std::uint64_t last;                  ///< epoch in which it came too often
+        std::optional<std::uint64_t> before; ///< the one before that
+    };
+
     std::vector<Entry> m_entries;
+    std::vector<Twice> m_twice;
     std::uint64_t m_epoch = 0;
 };
 
@@ -83,6 +110,12 @@ public:
     bool IsOneStep(std::int64_t step) const
     {
         return m_period > 0 && !m_isDoubtful && IsNear(step, m_period);
+    }
+
+    /// How many periods a step is, at least one; one while the period is not known.
+    std::int64_t CountIn(std::int64_t step) const
+    {
+        return m_period > 0 ? std::max<std::int64_t>(1, (step + m_period / 2) / m_period) : 1;
     }
 
     /// Seconds; 0 while it is not known.

@@ -110,7 +110,7 @@ void CNmeaEpochs::PlaceEnclosed(NmeaKind next)
         if (!m_epoch->isRepeated && !m_epoch->isCopy && m_epoch->Awaits(waiting.part.kind)) {
             Forget(waiting.part.kind);
         }
-        if (!comesAgain && (IsSingle(waiting.part.kind) || waiting.part.type == ENmeaType::Gsa)) {
+        if (!comesAgain && IsSingle(waiting.part.kind) && waiting.part.type != ENmeaType::Gsa) {
             ShowBehind(waiting.part.kind, false);
         }
         if (isCertain[i]) {
@@ -172,11 +172,15 @@ void CNmeaEpochs::Open(const NmeaPart& part)
     if (isCopy || m_comesAgain) {
         m_finished.LeaveOutPending();
     }
+    if (m_epoch && !isCopy) {
+        NoteWhatComesOften(step);
+    }
     const bool mayMissTime = CameTwice();
     const bool isPaced = isOneStep && IsPaced(part);
     const std::optional<Cut> cut = FindCut(part, isOneStep);
     const std::vector<PendingPart> leading = TakeLeading(part, isOneStep);
     EndEpoch(step, mayMissTime);
+    TakeFirstDay(part);
     m_epoch.emplace();
     m_epoch->isCopy = isCopy;
     m_epoch->timeOfDay = time;
@@ -195,13 +199,19 @@ void CNmeaEpochs::Open(const NmeaPart& part)
     Note(part);
     m_epoch->timedKinds.push_back(part.kind);
     m_epoch->Add(part);
-    if (m_ahead && IsSameTime(*m_ahead->report.timeOfDay, time)) {
+    TakeAhead();
+    EndEarly();
+}
+
+/// Gives the attitude that came ahead to the epoch, when it is of its time.
+void CNmeaEpochs::TakeAhead()
+{
+    if (m_ahead && IsSameTime(*m_ahead->report.timeOfDay, m_epoch->timeOfDay)) {
         m_epoch->Add(*m_ahead);
     } else if (m_ahead) {
         LeaveOut(*m_ahead, kOfNoPosition);
     }
     m_ahead.reset();
-    EndEarly();
 }
 
 /// @param step to the time that follows, milliseconds.
@@ -221,6 +231,17 @@ void CNmeaEpochs::EndEpoch(std::int64_t step, bool mayMissTime)
     m_order.EndEpoch();
     m_isBroken = m_comesAgain = false;
     ++m_epochNumber;
+}
+
+/// A live stream that was joined behind the date of a burst tells it with the next: what was given
+/// until now gets it, too.
+void CNmeaEpochs::TakeFirstDay(const NmeaPart& next)
+{
+    if (!m_epoch || !next.arrival || !next.report.day || Day().IsTold()) {
+        return;
+    }
+    const bool isOverMidnight = *next.report.timeOfDay + kMillisecondsADay / 2 < m_epoch->timeOfDay;
+    m_finished.Day().Set(*next.report.day - (isOverMidnight ? 1 : 0));
 }
 
 void CNmeaEpochs::AddUntimed(const NmeaPart& part)

@@ -1,6 +1,7 @@
 #ifndef KESTROVE_TOOLS_NAVCTL_FEED_NMEAEPOCHS_H
 #define KESTROVE_TOOLS_NAVCTL_FEED_NMEAEPOCHS_H
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <optional>
@@ -55,6 +56,12 @@ public:
     /// Gives the sample of the epoch, as the stream has paused.
     void EndAtPause();
 
+    /// How many epochs are over.
+    std::uint64_t CountOver() const
+    {
+        return m_epochNumber - (m_epoch && !m_epoch->isSent ? 1 : 0);
+    }
+
     const CNmeaDay& Day() const { return m_finished.Day(); }
 
 private:
@@ -97,6 +104,8 @@ private:
     bool IsEnclosed(const NmeaPart& part, NmeaKind next) const;
     void Open(const NmeaPart& part);
     void EndEpoch(std::int64_t step, bool mayMissTime);
+    void TakeAhead();
+    void TakeFirstDay(const NmeaPart& next);
     void AddAttitudeNow(const NmeaPart& part);
     void AddStandingStill(const NmeaPart& part);
     void PlaceInEpoch(const NmeaPart& part);
@@ -107,9 +116,13 @@ private:
     void ShowBehind(NmeaKind untimed, bool isByPause);
     void Forget(NmeaKind kind);
     bool IsSingle(NmeaKind kind) const;
+    std::ptrdiff_t CountWaiting(NmeaKind kind) const;
     bool CameTwice() const;
     bool TakeRepetition();
+    void NoteWhatComesOften(std::int64_t step);
     std::optional<Cut> FindCut(const NmeaPart& next, bool isOneStep) const;
+    bool WasElsewhere(NmeaKind kind, NmeaKind next, EPlace place) const;
+    std::optional<Cut> ToldCut(const NmeaPart& next) const;
     std::optional<Cut> PauseBefore(const NmeaPart& next) const;
     Placing PlaceByOrder(NmeaKind kind, NmeaKind next, bool& isByPause) const;
     bool StandsBehind(NmeaKind kind) const;

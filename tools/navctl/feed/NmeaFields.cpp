@@ -78,7 +78,7 @@ void ReadRmc(const NmeaSentence& sentence, const NmeaSigns&, NmeaReport& report)
     ReadPlace(sentence, 2, report);
     report.speed = Scaled(FieldNumber(sentence.Field(6), "speed", 0.0, 10000.0), kKnot);
     report.course = Direction(sentence.Field(7), "course");
-    report.day = Day(sentence.Field(8));
+    report.day = DayOfTime(Day(sentence.Field(8)), sentence.Field(0));
 }
 
 void ReadGll(const NmeaSentence& sentence, const NmeaSigns&, NmeaReport& report)
@@ -112,6 +112,7 @@ void ReadZda(const NmeaSentence& sentence, const NmeaSigns&, NmeaReport& report)
         if (!report.day || *year > 9999) {
             throw BadField{"date"};
         }
+        report.day = DayOfTime(report.day, sentence.Field(0));
     }
 }
 

@@ -45,7 +45,11 @@ CNmeaEpochs::Placing CNmeaEpochs::PlaceBetween(std::size_t i, const NmeaPart& ne
                                                const std::optional<Cut>& cut)
 {
     const NmeaKind kind = m_waiting[i].part.kind;
-    if (!IsSingle(kind)) {
+    if (m_waiting[i].part.type == ENmeaType::Gsa) {
+        // A burst may have several, here and there.
+        return {};
+    }
+    if (!IsSingle(kind) || m_order.ComesOften(kind)) {
         // Told more often than the time: its place in the burst says nothing.
         Forget(kind);
         return {};
@@ -53,7 +57,8 @@ CNmeaEpochs::Placing CNmeaEpochs::PlaceBetween(std::size_t i, const NmeaPart& ne
     bool isByPause = false;
     Placing byOrder = PlaceByOrder(kind, next.kind, isByPause);
     if (!cut) {
-        const bool isThere = byOrder.place == EPlace::This && m_epoch->Find(kind) != nullptr;
+        const bool isThere = byOrder.place == EPlace::This && !m_waiting[i].isPlaced &&
+                             m_epoch->Find(kind) != nullptr;
         if (isThere || byOrder.place == EPlace::Neither) {
             Forget(kind);
             return {};
@@ -62,16 +67,32 @@ CNmeaEpochs::Placing CNmeaEpochs::PlaceBetween(std::size_t i, const NmeaPart& ne
         return isByPause || next.arrival ? Placing{} : byOrder;
     }
     const EPlace byCut = i < cut->place ? EPlace::This : EPlace::Next;
+    if (byCut == EPlace::This && !m_waiting[i].isPlaced && m_epoch->Find(kind) != nullptr) {
+        m_order.ShowTwice(kind);
+        Forget(kind);
+        return {};
+    }
+    // What the user has said is enough for a kind that keeps to its place.
+    const bool isTold = !cut->isByPause && byOrder.place == EPlace::Unknown &&
+                        m_order.IsSettled(kind) && !WasElsewhere(kind, next.kind, byCut);
     if (byCut == EPlace::Next) {
         Show(kind, next.kind, false, cut->isByPause);
     } else {
         ShowBehind(kind, cut->isByPause);
     }
-    const bool isThere = byCut == EPlace::This && m_epoch->Find(kind) != nullptr;
-    const bool agrees = byCut == byOrder.place;
-    const bool isCertain =
-        !isThere && (agrees || (!cut->isByPause && byOrder.place == EPlace::Unknown));
-    return isCertain ? Placing{byCut, {}} : Placing{};
+    return byCut == byOrder.place || isTold ? Placing{byCut, {}} : Placing{};
+}
+
+/// Whether a sentence was ever shown to stand where it cannot be of the epoch that it seems to be
+/// of, however long ago.
+bool CNmeaEpochs::WasElsewhere(NmeaKind kind, NmeaKind next, EPlace place) const
+{
+    if (place == EPlace::Next) {
+        return m_order.LastPlaceOf(kind, next).value_or(false);
+    }
+    return std::any_of(m_epoch->timedKinds.begin(), m_epoch->timedKinds.end(), [&](NmeaKind timed) {
+        return !m_order.LastPlaceOf(kind, timed).value_or(true);
+    });
 }
 
 /// Where in what is waiting one burst ends and the next begins.
@@ -80,8 +101,17 @@ std::optional<CNmeaEpochs::Cut> CNmeaEpochs::FindCut(const NmeaPart& next, bool 
     if (!isOneStep) {
         return std::nullopt;
     }
-    if (!m_burstBeginsWith) {
-        return PauseBefore(next);
+    // Where the sentence is lost that the burst begins with, a pause may still show it.
+    const std::optional<Cut> told = m_burstBeginsWith ? ToldCut(next) : std::nullopt;
+    return told ? told : PauseBefore(next);
+}
+
+/// The sentence that the user has said each burst begins with.
+std::optional<CNmeaEpochs::Cut> CNmeaEpochs::ToldCut(const NmeaPart& next) const
+{
+    if (m_burstBeginsWith == ENmeaType::Gsa) {
+        // A burst may have several, here and there.
+        return std::nullopt;
     }
     // Of several talkers, the first one may be lost, and then another's would not be the beginning.
     const auto isBeginning = [this](const RecentKind& recent) {
@@ -92,12 +122,13 @@ std::optional<CNmeaEpochs::Cut> CNmeaEpochs::FindCut(const NmeaPart& next, bool 
         return std::nullopt;
     }
     std::optional<Cut> cut;
-    if (m_ahead && m_burstBeginsWith == ENmeaType::Pashr) {
+    if (m_burstBeginsWith == ENmeaType::Pashr && m_ahead &&
+        IsSameTime(*m_ahead->report.timeOfDay, *next.report.timeOfDay)) {
         cut = Cut{std::min(m_placeOfAhead, m_waiting.size()), false};
     }
     for (std::size_t i = 0; i < m_waiting.size(); ++i) {
         if (m_waiting[i].part.type == *m_burstBeginsWith) {
-            if (cut) {
+            if (cut || m_order.ComesOften(m_waiting[i].part.kind)) {
                 return std::nullopt;
             }
             cut = Cut{i, false};
@@ -175,8 +206,13 @@ CNmeaEpochs::Placing CNmeaEpochs::PlaceByOrder(NmeaKind kind, NmeaKind next, boo
 /// Whether a kind comes once between two times.
 bool CNmeaEpochs::IsSingle(NmeaKind kind) const
 {
+    return CountWaiting(kind) == 1;
+}
+
+std::ptrdiff_t CNmeaEpochs::CountWaiting(NmeaKind kind) const
+{
     return std::count_if(m_waiting.begin(), m_waiting.end(),
-                         [kind](const Waiting& waiting) { return waiting.part.kind == kind; }) == 1;
+                         [kind](const Waiting& waiting) { return waiting.part.kind == kind; });
 }
 
 /// Whether a kind came twice since the last sentence with a time.
@@ -203,6 +239,20 @@ bool CNmeaEpochs::TakeRepetition()
         m_finished.LeaveOutPending();
     }
     return m_comesAgain;
+}
+
+/// Notes which kinds came more often, from one time to the next, than there were times.
+void CNmeaEpochs::NoteWhatComesOften(std::int64_t step)
+{
+    if (m_epoch->isRepeated || m_epoch->isCopy) {
+        return;
+    }
+    const std::ptrdiff_t periods = m_period.CountIn(step);
+    for (const Waiting& waiting : m_waiting) {
+        if (CountWaiting(waiting.part.kind) > periods) {
+            m_order.ShowTwice(waiting.part.kind);
+        }
+    }
 }
 
 void CNmeaEpochs::Show(NmeaKind untimed, NmeaKind timed, bool isBehind, bool isByPause)

@@ -4,16 +4,21 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 namespace {
 
 /// How many samples to keep back while no sentence has told the day.
 constexpr std::size_t kMostKeptBack = 1000;
+/// How long the first live sample waits for the day when no other burst comes, seconds.
+constexpr double kLongestWaitForDay = 3.0;
 
 } // namespace
 
 ESample CNmeaReader::Next(PositionSample& sample, int timeoutMilliseconds)
 {
+    const double end = timeoutMilliseconds < 0 ? std::numeric_limits<double>::infinity()
+                                               : Now() + timeoutMilliseconds / 1000.0;
     while (!IsReady()) {
         switch (ReadLine(timeoutMilliseconds)) {
         case ELine::Line:
@@ -24,7 +29,7 @@ ESample CNmeaReader::Next(PositionSample& sample, int timeoutMilliseconds)
             m_skipped.Add("line too long", m_lines.LineNumber());
             break;
         case ELine::NothingYet:
-            if (m_ready.empty()) {
+            if (m_ready.empty() || (Now() >= end && !IsReady())) {
                 return ESample::NothingYet;
             }
             break;
@@ -48,11 +53,26 @@ std::string CNmeaReader::Wants() const
     return "GGA, GNS, RMC or GLL sentences with a time and a position";
 }
 
-bool CNmeaReader::IsReady() const
+bool CNmeaReader::IsReady()
 {
-    const bool keepsBack =
-        m_keepsBack && !m_epochs.Day().IsTold() && m_ready.size() < kMostKeptBack;
-    return !m_ready.empty() && !keepsBack;
+    return !m_ready.empty() && !KeepsBack();
+}
+
+/// Whether what is ready waits for a sentence that tells the day.
+bool CNmeaReader::KeepsBack()
+{
+    if (!m_keepsBack || m_epochs.Day().IsTold()) {
+        return false;
+    }
+    if (!m_options.isLive) {
+        return m_ready.size() < kMostKeptBack;
+    }
+    if (m_keepsBackUntil == 0.0) {
+        m_keepsBackUntil = Now() + kLongestWaitForDay;
+        m_overWhenKept = m_epochs.CountOver();
+    }
+    m_keepsBack = m_epochs.CountOver() == m_overWhenKept && Now() < m_keepsBackUntil;
+    return m_keepsBack;
 }
 
 void CNmeaReader::Give(PositionSample& sample)
@@ -82,12 +102,17 @@ ELine CNmeaReader::ReadLine(int timeoutMilliseconds)
         return m_lines.Next(m_line, timeoutMilliseconds);
     }
     int wait = timeoutMilliseconds;
+    const auto waitUntil = [&](double end) {
+        const int left = static_cast<int>(std::ceil(std::clamp(end - Now(), 0.0, 3600.0) * 1000.0));
+        wait = wait < 0 ? left : std::min(wait, left);
+    };
     const std::optional<double> endsAt = m_epochs.EndsAt();
     const bool endsAtPause = endsAt && !m_lines.HoldsPartOfALine();
     if (endsAtPause) {
-        const int left =
-            static_cast<int>(std::ceil(std::clamp(*endsAt - Now(), 0.0, 3600.0) * 1000.0));
-        wait = wait < 0 ? left : std::min(wait, left);
+        waitUntil(*endsAt);
+    }
+    if (m_keepsBackUntil > 0.0 && m_keepsBack && !m_ready.empty()) {
+        waitUntil(m_keepsBackUntil);
     }
     const ELine state = m_lines.Next(m_line, wait);
     if (state == ELine::Line || state == ELine::TooLong) {

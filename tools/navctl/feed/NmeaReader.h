@@ -27,14 +27,16 @@ struct NmeaReaderOptions
 ///
 /// Of a live stream, a sample is given as soon as its burst is known to be complete; of a file,
 /// samples are kept back while no sentence has told the day, a thousand at most, so that they get
-/// it too.
+/// it too. Of a live stream whose day is not known the first sample waits until the next burst is
+/// over, for one that was joined behind its date.
 class CNmeaReader : public CSampleReader
 {
 public:
     /// @param lines where the sentences come from; must live as long as the reader.
     CNmeaReader(CLineReader& lines, NmeaReaderOptions options)
         : m_lines(lines), m_options(std::move(options)),
-          m_epochs(m_options.epochs, m_ready, m_skipped), m_keepsBack(!m_options.isLive)
+          m_epochs(m_options.epochs, m_ready, m_skipped),
+          m_keepsBack(!m_options.isLive || m_options.dayIsGuessed)
     {
     }
 
@@ -42,7 +44,8 @@ public:
     std::string Wants() const override;
 
 private:
-    bool IsReady() const;
+    bool IsReady();
+    bool KeepsBack();
     void Give(PositionSample& sample);
     ELine ReadLine(int timeoutMilliseconds);
     void TakeLine();
@@ -57,6 +60,8 @@ private:
     std::string m_line;
     NmeaSentence m_sentence;
     bool m_keepsBack;
+    double m_keepsBackUntil = 0.0;    ///< live; 0 until there is a sample
+    std::uint64_t m_overWhenKept = 0; ///< epochs
     bool m_hasGiven = false;
     double m_correction = 0.0;
 };

@@ -86,6 +86,11 @@ std::optional<std::int64_t> TimeOfDay(std::string_view text)
     return (hours * 60 + minutes) * 60000LL % kMillisecondsADay + std::llround(seconds * 1000.0);
 }
 
+std::optional<std::int64_t> DayOfTime(std::optional<std::int64_t> day, std::string_view time)
+{
+    return day && time.substr(0, 2) == "24" ? *day + 1 : day;
+}
+
 // Years from 80 on are those of the last century, as GPS is no older.
 std::optional<std::int64_t> Day(std::string_view text)
 {

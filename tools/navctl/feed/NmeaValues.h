@@ -25,8 +25,11 @@ std::optional<double> FieldNumber(std::string_view text, const char* what, doubl
 /// A whole number that is not negative.
 std::optional<int> WholeNumber(std::string_view text, const char* what);
 
-/// "hhmmss" or "hhmmss.sss" in milliseconds.
+/// "hhmmss" or "hhmmss.sss" in milliseconds. Hour 24 is 0 h.
 std::optional<std::int64_t> TimeOfDay(std::string_view text);
+
+/// A day that is told with a time of the day; the next one when that is of hour 24.
+std::optional<std::int64_t> DayOfTime(std::optional<std::int64_t> day, std::string_view time);
 
 /// "ddmmyy" in days since 1970-01-01.
 std::optional<std::int64_t> Day(std::string_view text);
