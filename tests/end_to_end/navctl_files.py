@@ -9,9 +9,11 @@ import pty
 import socket
 import struct
 import subprocess
+import tempfile
 import termios
 import threading
 import time
+import unittest
 
 import msgpack
 
@@ -160,3 +162,42 @@ def record(text):
     """The values of a position record by their tags."""
     return {int(tag): float(value)
             for tag, value in (pair.split("=") for pair in text.split(";"))}
+
+
+class Files(unittest.TestCase):
+    def setUp(self):
+        directory = tempfile.TemporaryDirectory()
+        self.addCleanup(directory.cleanup)
+        self.directory = directory.name
+
+    def write(self, name, parts):
+        path = os.path.join(self.directory, name)
+        with open(path, "wb") as file:
+            file.writelines(part if isinstance(part, bytes) else part.encode() for part in parts)
+        return path
+
+    def feed(self, name, parts, *options):
+        """Feeds a file to a service that counts; gives exit code, report and samples."""
+        path = self.write(name, parts)
+        with CountingService() as service:
+            code, report = navctl_json("feed", path, "--rate", "max", *options)
+        return code, report, service.samples
+
+    def assert_adds_up(self, report, lines=None):
+        """Every line is in the counts once."""
+        counts = dict(report["lines"])
+        read = counts.pop("read")
+        further = counts.pop("further_on_a_line")
+        self.assertEqual(read, sum(counts.values()) - further, report)
+        self.assertTrue(lines is None or lines == read, report)
+
+
+def gga(number):
+    """A position of a second of the day."""
+    return sentence(f"GPGGA,{number // 3600:02d}{number // 60 % 60:02d}{number % 60:02d}.00,"
+                    f"{coordinate(48.0, 2)},N,{coordinate(11.0, 3)},E,4,12,0.7,480.0,M,47.0,M,,")
+
+
+def reasons(report):
+    """How often something was skipped for which reason."""
+    return {entry["reason"]: entry["count"] for entry in report["skipped_reasons"]}
