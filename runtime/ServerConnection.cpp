@@ -174,11 +174,12 @@ void ServerConnectionC::TakeTurn(int mostReads)
 bool ServerConnectionC::ServeForATurn(ServerConnectionOwnerC& owner, int mostReads)
 {
     const TurnClockC turn(kTurn);
+    const int mostMessages = mostReads == 1 ? kFirstMessages : kMessagesPerTurn;
     int served = 0;
     int reads = 0;
     bool mayHaveMore = true;
     while (m_open) {
-        if (served == kMessagesPerTurn || turn.IsOver()) {
+        if (served == mostMessages || turn.IsOver()) {
             return false;
         }
         if (m_isHeld && IsWaitingFull()) {

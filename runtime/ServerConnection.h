@@ -68,6 +68,8 @@ public:
     /// How many unsent bytes a client may let queue up.
     static constexpr std::size_t kQueueLimit = 8U * 1024U * 1024U;
     static constexpr int kMessagesPerTurn = 64;
+    /// How many messages are served at once when something comes; more wait for a turn.
+    static constexpr int kFirstMessages = 4;
     static constexpr std::chrono::microseconds kTurn{1000}; // of processor time
     /// How much waits behind a held message before nothing more is read.
     static constexpr std::size_t kMostWaitingMemory = 16U * 1024U * 1024U;

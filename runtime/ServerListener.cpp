@@ -88,11 +88,13 @@ void ServerListenerC::Accept()
 {
     const auto end = std::chrono::steady_clock::now() + kLongestTurn;
     bool hasComplained = false; // of the connection that is next
+    bool hasTaken = false;
     for (int attempt = 0; attempt < kAttemptsPerTurn && m_acceptor.is_open(); ++attempt) {
         if (!hasComplained && std::chrono::steady_clock::now() > end) {
             break;
         }
-        if (m_isBusy && m_isBusy()) {
+        // One at a time then; but nobody is kept waiting until those are done that are there.
+        if (hasTaken && m_isBusy && m_isBusy()) {
             Pause(kBusyPause);
             return;
         }
@@ -116,6 +118,7 @@ void ServerListenerC::Accept()
             continue;
         }
         hasComplained = false;
+        hasTaken = true;
         Take(descriptor, peer.ss_family == AF_INET6);
     }
     if (m_acceptor.is_open()) {

@@ -21,7 +21,7 @@ constexpr int kNotification = 2;
 constexpr std::size_t kLongestEventName = 256;
 constexpr std::size_t kMostSubscriptions = 1024;
 
-/// While so many connections wait for their turn, no more are taken.
+/// While so many connections wait for their turn, others are taken one at a time, with a pause.
 constexpr std::size_t kMostTurns = 64;
 
 /// Such a part of the connections may be new.

@@ -150,6 +150,42 @@ TEST(ServerFlood, LooksAtTheOthersWhileAnEventGoesToManySubscribers)
     }
 }
 
+TEST(ServerFlood, TakesAndServesANewClientWhileManyFlood)
+{
+    CRunningService service;
+    const std::uint16_t port = service.Port();
+    const int messages = 3000;
+    std::vector<std::unique_ptr<CRawClient>> flooders;
+    for (int count = 0; count < 70; ++count) {
+        flooders.push_back(std::make_unique<CRawClient>(port));
+    }
+    std::promise<void> hasAsked;
+    int flooded = 0;
+    int floodedBeforeTheQuestion = 0;
+    service.On("n", [&](auto&, auto, auto) {
+        if (++flooded == 1) {
+            hasAsked.get_future().wait(); // all clients' bytes lie ready from here on
+        }
+    });
+    service.On("q", [&](auto& server, auto client, auto number) {
+        floodedBeforeTheQuestion = flooded;
+        server.Reply(client, number, nullptr);
+    });
+    std::string packet;
+    for (int count = 0; count < messages; ++count) {
+        packet += Notification("n", "\x90");
+    }
+    for (const auto& flooder : flooders) {
+        flooder->Send(packet);
+    }
+    CRawClient asker(port);
+    asker.Send(Request(1, "q", "\x90"));
+    hasAsked.set_value();
+    EXPECT_EQ(1U, asker.Read().number);
+    EXPECT_LT(floodedBeforeTheQuestion, messages * static_cast<int>(flooders.size()) / 2);
+    EXPECT_LT(0, floodedBeforeTheQuestion);
+}
+
 TEST(ServerFlood, WaitsInsteadOfSpinningWhenNoDescriptorIsLeft)
 {
     CRunningService service;
