@@ -29,7 +29,7 @@ public:
     /// @param taker is called with each connection, until Close().
     /// @param complaint is called each time that a connection cannot be taken, for example for want
     ///        of descriptors. It may close another: the next attempt follows at once.
-    /// @param isBusy tells whether the next connection is to wait for a moment; never without it.
+    /// @param isBusy whether the next connections are taken one at a time, with a pause between.
     ServerListenerC(asio::io_context& loop, Taker taker, Complaint complaint, Busy isBusy = {});
 
     /// Begins to listen. Port 0 takes a free one.
