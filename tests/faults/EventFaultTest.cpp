@@ -52,7 +52,6 @@ std::vector<CFault> Rows()
         CFault("AheadOfTheReply", Scripts::Send(ahead)).Succeeds().ThenWorksOnConnection(1),
         CFault("AroundTheReply", Scripts::Send(around)).Succeeds().ThenWorksOnConnection(1),
         CFault("SplitAcrossTheReply", Each(1, 2 * size, SplitAcrossTheReply))
-            .WithTimeout(10000)
             .Succeeds()
             .ThenWorksOnConnection(1),
         CFault("WithTheWrongPayload", EachOf(wrongCounts, SendWithPayload))

@@ -62,6 +62,12 @@ CFault& CFault::Interrupts()
     return *this;
 }
 
+CFault& CFault::BeginsInTime()
+{
+    m_beginsInTime = true;
+    return *this;
+}
+
 CFault& CFault::WithTimeout(int milliseconds)
 {
     m_timeoutMilliseconds = milliseconds;

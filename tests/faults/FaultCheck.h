@@ -24,6 +24,7 @@ private:
     void RegisterFunctors();
     /// Makes a call and checks what every call owes.
     double Make(const CCall& call, int timeoutMilliseconds);
+    int TimeoutUnderTheFault() const; // in milliseconds
     void CallUnderTheFault();
     void AwaitTheFault();
     void CheckReply(double value);
@@ -41,6 +42,7 @@ private:
     std::vector<int> m_states;
     std::size_t m_timesSent = 0; // the last call
     int m_interruptions = 0;     // of the last call
+    bool m_isUnderTheFault = false;
 };
 
 #endif

@@ -135,6 +135,7 @@ std::vector<CFault> Bursts()
             .Fails(ELinkError::BadMessage)
             .ThenWorksOnConnection(2),
         CFault("LongHeaders", EachOf(kLargeHeaders, AnnounceAsResult))
+            .BeginsInTime()
             .Fails(ELinkError::TimedOut)
             .ThenWorksOnConnection(2)
             .NotificationsStayOnConnection(1),

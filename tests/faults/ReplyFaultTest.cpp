@@ -69,7 +69,7 @@ CFault::Script AnswerWith(const std::string& result)
 void AnswerLate(CRawLink& link)
 {
     const CRawMessage call = NextCall(link);
-    link.Pause(200);
+    link.Pause(500);
     link.Send(ReplyTo(call));
     Serve(link);
 }
@@ -96,9 +96,9 @@ std::vector<CFault> LostReplies()
             .EndsTheConnection()
             .Fails(ELinkError::Closed)
             .ThenWorksOnConnection(2),
-        // The time-out is long enough for the piece to come before it on a machine that is busy.
         CFault("StalledAfterEveryByte", Each(1, kLastCut, CutAndStall))
-            .WithTimeout(250)
+            .BeginsInTime()
+            .WithTimeout(20)
             .Fails(ELinkError::TimedOut)
             .ThenWorksOnConnection(2)
             .NotificationsStayOnConnection(1),
@@ -114,6 +114,7 @@ std::vector<CFault> LostReplies()
             .Fails(ELinkError::TimedOut)
             .ThenWorksOnConnection(1),
         CFault("AByteAtATimeBeyondTheTimeout", Scripts::Trickle(whole, 20))
+            .BeginsInTime()
             .Fails(ELinkError::TimedOut)
             .ThenWorksOnConnection(2)
             .NotificationsStayOnConnection(1),
@@ -144,13 +145,9 @@ std::vector<CFault> OddReplies()
     const std::vector<std::string> wrongTypes = {"90", "91 07", "80", "81 a1 61 07"};
     return {
         CFault("AByteAtATimeWithinTheTimeout", Scripts::Trickle(whole, 0))
-            .WithTimeout(10000)
             .Succeeds()
             .ThenWorksOnConnection(1),
-        CFault("SplitAtEveryByte", Each(1, kLastCut, SplitAt))
-            .WithTimeout(10000)
-            .Succeeds()
-            .ThenWorksOnConnection(1),
+        CFault("SplitAtEveryByte", Each(1, kLastCut, SplitAt)).Succeeds().ThenWorksOnConnection(1),
         CFault("Twice", Scripts::Send(twice)).Succeeds().ThenWorksOnConnection(1),
         CFault("BeforeItsRequest", Scripts::Send(early)).Succeeds().ThenWorksOnConnection(1),
         CFault("UnderAnotherNumber", EachOf(otherNumbers, NumberedOtherwise))

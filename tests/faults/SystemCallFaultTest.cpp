@@ -40,7 +40,7 @@ const FailureRow kFailures[] = {
     {"poll: ENOMEM", ESystemCall::Poll, ENOMEM},
 };
 
-constexpr int kTimeoutMilliseconds = 200;
+constexpr int kTimeoutMilliseconds = 10000;
 // The connect limit, the time-out and half a second.
 constexpr int kLongestCall = 1000 + kTimeoutMilliseconds + 500;
 

@@ -4,11 +4,14 @@
 #include <atomic>
 #include <cerrno>
 #include <ctime>
+#include <utility>
 
 #include <dlfcn.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
+
+#include "tests/support/Stopwatch.h"
 
 namespace {
 
@@ -89,6 +92,19 @@ int CSystemCallWatch::AttemptsPerAddress() const
     return most;
 }
 
+void CSystemCallWatch::BeforeReceiving(int descriptor)
+{
+    if (m_sent.empty() || !std::exchange(m_awaitsBytes, false)) {
+        return;
+    }
+    const CStopwatch stopwatch;
+    pollfd watched = {descriptor, POLLIN, 0};
+    const timespec longest = {60, 0};
+    while (::ppoll(&watched, 1, &longest, nullptr) < 0 && errno == EINTR) {
+    }
+    m_millisecondsAwaited = stopwatch.Milliseconds();
+}
+
 void CSystemCallWatch::BeginMessage()
 {
     m_attempts.clear();
@@ -145,6 +161,9 @@ __attribute__((visibility("default"))) ssize_t recv(int descriptor, void* bytes,
                                                     int flags)
 {
     static auto* const system = Next<ssize_t(int, void*, std::size_t, int)>("recv");
+    if (t_watch != nullptr) {
+        t_watch->BeforeReceiving(descriptor);
+    }
     return Fails(ESystemCall::Recv) ? -1 : Noted(system(descriptor, bytes, size, flags));
 }
 

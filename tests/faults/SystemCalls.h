@@ -29,6 +29,11 @@ public:
     void LetFail(ESystemCall call, int nth, int error);
     /// Whether the call that was to fail has been reached.
     bool HasFailed() const { return m_hasFailed; }
+    /// The first call that receives after something was sent waits until there is something to
+    /// receive, for up to a minute.
+    void AwaitTheFirstBytes() { m_awaitsBytes = true; }
+    /// How long it has waited.
+    int MillisecondsAwaited() const { return m_millisecondsAwaited; }
 
     int Count(ESystemCall call) const { return m_counts[static_cast<std::size_t>(call)]; }
     /// The largest number of connections that were attempted to addresses of one kind.
@@ -45,6 +50,8 @@ public:
     /// Counts a call. True when it is to fail; errno is set then.
     bool Fails(ESystemCall call);
     void NoteAttempt(int family) { ++m_attempts[family]; }
+    /// Waits for what is to be received, if the next call is to.
+    void BeforeReceiving(int descriptor);
     void NoteInterruption() { ++m_interruptions; }
     void NoteSent(const char* bytes, std::size_t count) { m_sent.append(bytes, count); }
 
@@ -57,6 +64,8 @@ private:
     int m_failingAt = 0;
     int m_error = 0;
     bool m_hasFailed = false;
+    bool m_awaitsBytes = false;
+    int m_millisecondsAwaited = 0;
 };
 
 /// Moves the wall clock of the process a day on and back again, reading by reading, while it lives.
