@@ -31,12 +31,12 @@ std::string ListHead(std::size_t count)
 
 std::string Repeated(const std::string& unit, std::size_t bytes)
 {
-    std::string all;
-    all.reserve(bytes + unit.size());
+    std::string all = unit;
+    all.reserve(2 * (bytes + unit.size()));
     while (all.size() < bytes) {
-        all += unit;
+        all += all;
     }
-    return all;
+    return all.substr(0, (bytes + unit.size() - 1) / unit.size() * unit.size());
 }
 
 /// Decodes a stream that arrives in portions, until the message ends or is refused.
