@@ -9,6 +9,7 @@ namespace {
 constexpr double kMillisecondsASecond = 1000.0;
 /// The library's words for the usual one of the reasons that have the code TimedOut.
 const char* const kNoReply = "no reply in time";
+const char* const kUnfinishedReply = "a message of the service did not end in time";
 
 } // namespace
 
@@ -26,10 +27,20 @@ CNavigationAPI& CContext::Navigation()
 {
     if (m_navigation == nullptr) {
         m_navigation = std::make_unique<CNavigationAPI>();
-        m_navigation->SetTimeout(
-            static_cast<int>(std::ceil(options.timeoutSeconds * kMillisecondsASecond)));
+        m_navigation->SetTimeout(MillisecondsToWait(0.0));
     }
     return *m_navigation;
+}
+
+void CContext::WaitLonger(double moreSeconds)
+{
+    Navigation().SetTimeout(MillisecondsToWait(moreSeconds));
+}
+
+int CContext::MillisecondsToWait(double moreSeconds) const
+{
+    return static_cast<int>(
+        std::ceil((options.timeoutSeconds + moreSeconds) * kMillisecondsASecond));
 }
 
 bool CContext::Reach()
@@ -38,7 +49,7 @@ bool CContext::Reach()
     if (navigation.IsLinkUp())
         return true;
     const LinkErrorC error = navigation.LastError();
-    FailBy(ConnectFailure(error), error);
+    FailBy(ConnectFailure(error), error, "");
     return false;
 }
 
@@ -84,17 +95,22 @@ void CContext::FailByLink()
     FailByLink(Navigation().LastError());
 }
 
-void CContext::FailByLink(const LinkErrorC& error)
+void CContext::FailByLink(const LinkErrorC& error, const std::string& late)
 {
-    FailBy(CallFailure(error), error);
+    FailBy(CallFailure(error), error, late);
 }
 
-void CContext::FailBy(const CLinkFailure& failure, const LinkErrorC& error)
+void CContext::FailBy(const CLinkFailure& failure, const LinkErrorC& error, const std::string& late)
 {
     // Whoever cannot be connected to says nothing either.
     const std::string otherProgram =
         failure.code == kExitCannotConnect ? std::string() : OtherProgram(error);
-    if (otherProgram.empty()) {
+    // A message that the service has not taken as a whole is lost with the connection.
+    const bool isPending = !late.empty() && error.code == ELinkError::TimedOut &&
+                           (error.text == kNoReply || error.text == kUnfinishedReply);
+    if (otherProgram.empty() && isPending) {
+        Fail(failure.code, failure.reason + "; " + late, {{"pending", true}});
+    } else if (otherProgram.empty()) {
         Fail(failure.code, failure.reason);
     } else {
         Fail(kExitProtocolError, "protocol error: " + otherProgram);

@@ -5,8 +5,12 @@
 
 #include "tools/navctl/operations/Operation.h"
 
-/// Why the service has just refused an operation: in its own words where it tells them (request
-/// "why_refused"), otherwise by the ranges of the bundled service, otherwise where to look.
+/// Why the service has refused an operation the last time, in its own words (request
+/// "why_refused"); empty when it has not, and from a service that does not know the request.
+std::string WordsOfService(CNavigationAPI& navigation, const COperation& operation);
+
+/// Why the service has just refused an operation: by WordsOfService(), otherwise by the
+/// ranges of the bundled service, otherwise where to look.
 ///
 /// @param values the values of its arguments.
 std::string ReasonOfRefusal(CNavigationAPI& navigation, const COperation& operation,
