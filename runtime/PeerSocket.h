@@ -1,5 +1,5 @@
-#ifndef KESTROVE_SIMULATOR_HTTP_UNREADBYTES_H
-#define KESTROVE_SIMULATOR_HTTP_UNREADBYTES_H
+#ifndef KESTROVE_RUNTIME_PEERSOCKET_H
+#define KESTROVE_RUNTIME_PEERSOCKET_H
 
 #include <cstddef>
 #include <cstdint>
@@ -7,28 +7,33 @@
 
 #include <asio/ip/tcp.hpp>
 
-#include "simulator/Descriptor.h"
-
-/// Asks the system how much has come to the other end of a connection and has not been read there.
-/// That end is on this machine, so that the system knows. An answer takes some microseconds and no
-/// privilege.
+/// Asks the system about the other end of a connection. That end is on this machine, so that the
+/// system knows. An answer takes some microseconds and no privilege.
 ///
 /// Thread safety: none.
-class CUnreadBytes
+class PeerSocketC
 {
 public:
-    /// Opens what is asked; without it, nothing is answered.
-    CUnreadBytes();
+    struct StateC
+    {
+        std::size_t unread; ///< how many bytes have come there and have not been read
+        bool isOpen;        ///< whether a process still has it, even if that sends nothing more
+    };
 
-    /// @return how many bytes wait for the peer to read them; nothing where the system does not
-    ///         answer.
-    std::optional<std::size_t> Of(const asio::ip::tcp::socket& connection);
+    /// Opens what is asked; without it, nothing is answered.
+    PeerSocketC();
+    ~PeerSocketC();
+    PeerSocketC(const PeerSocketC&) = delete;
+    PeerSocketC& operator=(const PeerSocketC&) = delete;
+
+    /// @return nothing where the other end is gone, or the system does not answer.
+    std::optional<StateC> Of(const asio::ip::tcp::socket& connection);
 
 private:
-    std::optional<std::size_t> Answer() const;
+    std::optional<StateC> Answer() const;
 
-    CDescriptor m_socket;
-    std::uint32_t m_asked = 0; ///< how many questions
+    const int m_socket;
+    std::uint32_t m_asked = 0; // how many questions
 };
 
 #endif

@@ -1,5 +1,8 @@
-// How much a peer on the same machine has not read.
+// What the system knows of the other end of a connection on the same machine.
 
+#include "runtime/PeerSocket.h"
+
+#include <chrono>
 #include <string>
 
 #include <asio/io_context.hpp>
@@ -7,9 +10,6 @@
 #include <asio/read.hpp>
 #include <asio/write.hpp>
 #include <gtest/gtest.h>
-
-#include "simulator/http/UnreadBytes.h"
-#include "tests/simulator/http/RunningPage.h"
 
 namespace {
 
@@ -30,34 +30,63 @@ struct Ends
     tcp::socket own{loop};
 };
 
-class UnreadBytes : public testing::TestWithParam<const char*>
+std::size_t Unread(const tcp::socket& connection)
+{
+    const auto state = PeerSocketC().Of(connection);
+    EXPECT_TRUE(state.has_value());
+    return state ? state->unread : ~std::size_t{0};
+}
+
+bool IsOpen(const tcp::socket& connection)
+{
+    const auto state = PeerSocketC().Of(connection);
+    return state && state->isOpen;
+}
+
+class PeerSocket : public testing::TestWithParam<const char*>
 {
 };
 
-TEST_P(UnreadBytes, AreThoseThatThePeerHasNotRead)
+TEST_P(PeerSocket, ReportsWhatItsProcessHasNotRead)
 {
     Ends ends(asio::ip::make_address(GetParam()));
-    CUnreadBytes unread;
-    ASSERT_EQ(0u, unread.Of(ends.own));
+    ASSERT_EQ(0U, Unread(ends.own));
 
     asio::write(ends.own, asio::buffer(std::string(5000, 'x')));
-    EXPECT_TRUE(WaitUntil([&] { return unread.Of(ends.own) == 5000u; }));
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (Unread(ends.own) != 5000 && std::chrono::steady_clock::now() < deadline) {
+    }
     std::string some(2000, ' ');
     asio::read(ends.peer, asio::buffer(some));
 
-    EXPECT_EQ(3000u, unread.Of(ends.own));
-    EXPECT_EQ(0u, CUnreadBytes().Of(ends.peer)) << "the other way nothing has been sent";
+    EXPECT_EQ(3000U, Unread(ends.own));
+    EXPECT_EQ(0U, Unread(ends.peer)) << "the other way nothing has been sent";
 }
 
-INSTANTIATE_TEST_SUITE_P(OfBothKinds, UnreadBytes, testing::Values("127.0.0.1", "::1"));
+TEST_P(PeerSocket, IsOpenUntilItsProcessHasClosedItAndNotOnlyItsSendingSide)
+{
+    Ends ends(asio::ip::make_address(GetParam()));
+    EXPECT_TRUE(IsOpen(ends.own));
+    ends.peer.shutdown(tcp::socket::shutdown_send);
+    EXPECT_TRUE(IsOpen(ends.own));
+    ends.peer.close();
+    EXPECT_FALSE(IsOpen(ends.own));
+}
 
-TEST(UnreadBytesOf, AreNotToldOfAConnectionThatIsClosed)
+TEST_P(PeerSocket, ThatIsClosedAtOnceIsNotOpen)
+{
+    Ends ends(asio::ip::make_address(GetParam()));
+    ends.peer.close();
+    EXPECT_FALSE(IsOpen(ends.own));
+}
+
+INSTANTIATE_TEST_SUITE_P(OfBothKinds, PeerSocket, testing::Values("127.0.0.1", "::1"));
+
+TEST(PeerSocketOf, AConnectionThatIsClosedIsNotKnown)
 {
     Ends ends(asio::ip::address_v4::loopback());
-    CUnreadBytes unread;
     ends.own.close();
-
-    EXPECT_EQ(std::nullopt, unread.Of(ends.own));
+    EXPECT_FALSE(PeerSocketC().Of(ends.own).has_value());
 }
 
 } // namespace
