@@ -14,6 +14,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/runtime/MessageLimits.h"
 #include "tests/runtime/RunningService.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/RawClient.h"
@@ -26,8 +27,6 @@ using testing::Contains;
 using testing::Not;
 
 namespace {
-
-constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
 
 /// A service that holds what is called "long" until it is let go, and answers "large" with a
 /// mebibyte.
