@@ -108,6 +108,7 @@ private:
     std::deque<std::shared_ptr<ServerConnectionC>> m_senders;    // who has something to send
     asio::steady_timer m_pause;                                  // of all turns
     asio::steady_timer m_watch;                                  // over unfinished messages
+    bool m_hasYielded = false;                                   // the turn to the first turns
     bool m_isWatching = false;
     bool m_hasToldOfWaiting = false; // of connections that cannot be taken
     std::deque<Event> m_events;      // that some have not been told

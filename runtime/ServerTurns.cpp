@@ -87,6 +87,12 @@ void MPISocketServerC::StateC::GiveTurn()
             [self = shared_from_this()](const asio::error_code&) { self->GiveTurn(); });
         return;
     }
+    // Who has just come is first, and does not wait for two turns of those who have much to do.
+    m_hasYielded = !m_hasYielded && !m_firstTurns.empty();
+    if (m_hasYielded) {
+        PostTurn();
+        return;
+    }
     // Several short ones in the time of one.
     const TurnClockC turn(ServerConnectionC::kTurn);
     do {
