@@ -24,9 +24,8 @@ run() { # SOURCE OPTION...
     }
 }
 
-run asio_application.cpp -O0 -DASIO_STANDALONE -DASIO_ENABLE_HANDLER_TRACKING
 run asio_application.cpp -O2 -DASIO_STANDALONE -DASIO_ENABLE_HANDLER_TRACKING
 run asio_application.cpp -O0 -DASIO_STANDALONE -DASIO_DISABLE_EPOLL
 for version in 1 2; do # the library has 3
-    run msgpack_application.cpp -O1 -DMSGPACK_NO_BOOST -DMSGPACK_DEFAULT_API_VERSION="$version"
+    run msgpack_application.cpp -O0 -DMSGPACK_NO_BOOST -DMSGPACK_DEFAULT_API_VERSION="$version"
 done
