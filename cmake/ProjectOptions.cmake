@@ -30,6 +30,8 @@ target_compile_options(kestrove_flags INTERFACE
 # The library calls its own functions, so that they can be inlined; clang takes that for granted.
 target_compile_options(kestrove_flags INTERFACE
   $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
+# Of a name that is unique all libraries of a process share one, whatever each links.
+target_compile_options(kestrove_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
 # g++ takes the sources of a batch for headers, whose classes had better not use unnamed namespaces.
 target_compile_options(kestrove_flags INTERFACE
   $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)

@@ -16,10 +16,33 @@ CClient::CClient()
 
 CClient::~CClient()
 {
+    if (m_turns->IsOfTheParent()) {
+        SettleInChild();
+    }
     // The library's client leaves its functors alone.
     for (std::size_t kind = 0; kind < kEventKindCount; ++kind) {
         if (m_isListening[kind]) {
             kEventKinds[kind].listen(*m_api, nullptr);
+        }
+    }
+}
+
+/// Called with the GIL held, so that it is over before any thread's next operation.
+void CClient::SettleInChild()
+{
+    // Left where it is: a call that forked within a callable still refers to it.
+    const CTurns& parents = *m_turns.release();
+    m_turns = std::make_unique<CTurns>();
+    if (!parents.IsHeldByAnother()) {
+        return;
+    }
+    // What the other thread had begun is not destroyed either; its link is the parent's.
+    m_api.release()->Close();
+    m_api = std::make_unique<CNavigationAPI>();
+    m_api->SetTimeout(m_timeoutMilliseconds);
+    for (std::size_t kind = 0; kind < kEventKindCount; ++kind) {
+        if (m_isListening[kind]) {
+            kEventKinds[kind].listen(*m_api, this);
         }
     }
 }

@@ -4,7 +4,6 @@
 #include <array>
 #include <cstdio>
 #include <memory>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -13,6 +12,7 @@
 #include "api/NavigationAPI.h"
 #include "bindings/python/EventKinds.h"
 #include "bindings/python/EventQueue.h"
+#include "bindings/python/Turn.h"
 
 namespace Kestrove::Python {
 
@@ -24,6 +24,9 @@ namespace Kestrove::Python {
 ///
 /// Thread safety: Call() from any thread; a second thread waits. The listeners are Python objects
 /// and are touched under the GIL alone.
+/// Forking: a child has a lock of its own, since nobody there gives back one that another thread of
+/// its parent held. Where that thread was in the middle of an operation, the child goes on with a
+/// new CNavigationAPI, because nobody knows how far the old one is.
 /// Lifetime: made with the GIL held, and destroyed with it by Python when nothing refers to it any
 /// more, which a call under way does.
 class CClient
@@ -44,8 +47,12 @@ public:
     template <typename Operation>
     auto Call(Operation operation)
     {
+        if (m_turns->IsOfTheParent()) {
+            SettleInChild();
+        }
+        CTurns& turns = *m_turns;
         const pybind11::gil_scoped_release withoutGil;
-        const std::lock_guard<std::recursive_mutex> lock(m_mutex);
+        const CTurn turn(turns);
         return operation(*m_api);
     }
 
@@ -91,12 +98,13 @@ public:
     void DropListeners();
 
 private:
+    void SettleInChild();
     void Offer(std::size_t kind, const pybind11::object& event);
     bool HasListener(std::size_t kind);
     void Listen(std::size_t kind);
 
     std::unique_ptr<CNavigationAPI> m_api;
-    std::recursive_mutex m_mutex;
+    std::unique_ptr<CTurns> m_turns = std::make_unique<CTurns>();
     int m_timeoutMilliseconds = 2000;
     std::array<bool, kEventKindCount> m_isListening{}; // by the client's lock
     std::array<pybind11::object, kEventKindCount> m_callables;

@@ -18,6 +18,7 @@
 
 #include "platform/BElement.h"
 #include "platform/BEncoder.h"
+#include "tests/fuzz/FuzzMessages.h"
 #include "wayline/Wayline.h"
 
 namespace {
@@ -40,7 +41,7 @@ std::string Request(std::uint64_t number, const std::string& method, const BList
     encoder.WriteInteger(0);
     encoder.WriteUnsigned(number);
     encoder.WriteString(method.data(), method.size());
-    encoder.Write(arguments);
+    FuzzMessages::Require(encoder.Write(arguments), "a seed can be written");
     return Bytes(encoder);
 }
 
@@ -50,7 +51,7 @@ std::string Notification(const std::string& method, const BListC& arguments)
     encoder.WriteListHeader(3);
     encoder.WriteInteger(2);
     encoder.WriteString(method.data(), method.size());
-    encoder.Write(arguments);
+    FuzzMessages::Require(encoder.Write(arguments), "a seed can be written");
     return Bytes(encoder);
 }
 
@@ -61,7 +62,7 @@ std::string Response(std::uint64_t number, const BElementC& result)
     encoder.WriteInteger(1);
     encoder.WriteUnsigned(number);
     encoder.WriteNothing();
-    encoder.Write(result);
+    FuzzMessages::Require(encoder.Write(result), "a seed can be written");
     return Bytes(encoder);
 }
 
