@@ -107,8 +107,8 @@ class Worker:
         self._calls: Deque[Tuple[_Call, Optional["asyncio.Future[Any]"]]] = collections.deque()
         self._thread: Optional[threading.Thread] = None  # by the lock, as are the calls
         self._wake_writer = -1  # by the lock: the pipe lives as long as the thread
+        self._inboxes: List["weakref.ref[Inbox]"] = []  # replaced by the lock, never changed
         self._is_ending = False  # the thread's own, as is what follows
-        self._inboxes: List["weakref.ref[Inbox]"] = []
         self._listening: List[Any] = []  # kinds
 
     # in the loop
@@ -121,8 +121,11 @@ class Worker:
 
     def listen(self, inbox: Inbox) -> None:
         """Has events put into an inbox, as long as it lives."""
-        reference = weakref.ref(inbox)
-        self._submit(lambda client: self._add(reference), None)
+        kinds = inbox.kinds
+        with self._lock:
+            kept = [reference for reference in self._inboxes if reference() is not None]
+            self._inboxes = [*kept, weakref.ref(inbox)]
+        self._submit(lambda client: self._listen(kinds), None)
 
     async def disconnect(self) -> None:
         """Ends the connection, the iterations and the thread, after the calls before it."""
@@ -130,7 +133,7 @@ class Worker:
             if self._thread is None:
                 return
         ended = asyncio.get_running_loop().create_future()
-        self._submit(lambda client: self._end(), ended)
+        self._submit(self._ending(), ended)
         await asyncio.shield(ended)  # is done also when nobody waits for it any more
 
     def stop(self) -> None:
@@ -138,7 +141,7 @@ class Worker:
         with self._lock:
             is_running = self._thread is not None
         if is_running and self._process is _process:
-            self._submit(lambda client: self._end(), None)
+            self._submit(self._ending(), None)
 
     def join(self, deadline: float) -> None:
         """Waits for the end of the thread."""
@@ -146,6 +149,11 @@ class Worker:
             thread = self._thread
         if thread is not None:
             thread.join(max(0.0, deadline - time.monotonic()))
+
+    def _ending(self) -> _Call:
+        with self._lock:
+            inboxes, self._inboxes = self._inboxes, []
+        return lambda client: self._end(inboxes)
 
     def _submit(self, call: _Call, future: Optional["asyncio.Future[Any]"]) -> None:
         if self._process is not _process:
@@ -225,12 +233,8 @@ class Worker:
         if any(ready == reader for ready, _ in poll.poll(milliseconds)):
             os.read(reader, 65536)
 
-    def _add(self, reference: "weakref.ref[Inbox]") -> None:
-        inbox = reference()
-        if inbox is None:
-            return
-        self._inboxes = [kept for kept in self._inboxes if kept() is not None] + [reference]
-        for kind in inbox.kinds.difference(self._listening):
+    def _listen(self, kinds: FrozenSet[Any]) -> None:
+        for kind in kinds.difference(self._listening):
             self._listening.append(kind)
             getattr(self._client, _OPERATIONS[kind])(
                 lambda *values, kind=kind: self._offer(kind, kind(*values)))
@@ -246,11 +250,10 @@ class Worker:
             self._listening.remove(kind)
             getattr(self._client, _OPERATIONS[kind])(None)
 
-    def _end(self) -> None:
+    def _end(self, inboxes: List["weakref.ref[Inbox]"]) -> None:
         self._is_ending = True
         self._client.disconnect()
         self._listening.clear()
-        inboxes, self._inboxes = self._inboxes, []
         for reference in inboxes:
             inbox = reference()
             if inbox is not None:
