@@ -17,6 +17,9 @@ SKIPPED = 77
 GOOD = ("passed", "SKIPPED")
 LINES_OF_A_FAILURE = 60
 CLOSING_LINE = re.compile(r"^\d+% tests passed.*$", re.MULTILINE)
+# Where GoogleTest and Python's unittest begin to say what has failed, and how much of it is repeated.
+FAILURE = re.compile(r": Failure$|^(FAIL|ERROR): |^AssertionError")
+LINES_EACH, MOST_LINES = 5, 40
 SKIPPED_TEST = re.compile(r"^\s+\d+ - (\S+) \(Skipped\)$", re.MULTILINE)
 
 
@@ -34,6 +37,16 @@ def told_by_ctest(text):
     skipped = SKIPPED_TEST.findall(text)
     return CLOSING_LINE.findall(text)[-1:] + (
         [f"{len(skipped)} skipped: {', '.join(skipped)}"] if skipped else [])
+
+
+def failures_in(lines):
+    """The beginnings of what tests say of their failures, so that the summary has them."""
+    told, wanted = [], 0
+    for line in lines:
+        wanted = LINES_EACH if FAILURE.search(line) else wanted - 1
+        if wanted > 0:
+            told.append(line)
+    return told[:MOST_LINES]
 
 
 @dataclass
@@ -135,6 +148,7 @@ class Run:
             step.told += [line for note in sorted(step.notes.iterdir())
                           for line in note.read_text(encoding="utf-8").splitlines()]
         if step.result not in GOOD:
+            step.told += failures_in(lines)
             self.say("\n".join([f"{step.name}: {step.result}; the end of {log}:",
                                 *lines[-LINES_OF_A_FAILURE:]]))
         else:

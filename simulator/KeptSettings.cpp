@@ -1,10 +1,10 @@
 #include "simulator/KeptSettings.h"
 
 #include <cstddef>
-#include <sstream>
 #include <utility>
 
 #include "simulator/ServiceLog.h"
+#include "simulator/world/NumberText.h"
 #include "simulator/world/Simulation.h"
 
 namespace {
@@ -33,19 +33,12 @@ constexpr std::array<KeptNumber, 2> kNumbers{
     {{KeptSettingsC::kLowSpeedEngageTimeout, &CSimulation::SetLowSpeedTimeout},
      {KeptSettingsC::kLookAheadTime, &CSimulation::SetLookAheadTime}}};
 
-std::string TextOf(double value)
-{
-    std::ostringstream text;
-    text << value;
-    return text.str();
-}
-
 COutcome SetTuning(CTuning& tuning, ETuning parameter, double value)
 {
     const TuningLimits limits = tuning.Limits(parameter);
     if (value < limits.lowest || value > limits.highest) {
-        return COutcome::Refused(TextOf(value) + " is not within its limits " +
-                                 TextOf(limits.lowest) + " and " + TextOf(limits.highest));
+        return COutcome::Refused(NumberText(value) + " is not within its limits " +
+                                 NumberText(limits.lowest) + " and " + NumberText(limits.highest));
     }
     return tuning.Set(parameter, value);
 }
@@ -82,7 +75,8 @@ COutcome Apply(CSimulation& simulation, const std::string& name, const KeptValue
         if (name != entry.name)
             continue;
         if (number != nullptr)
-            return COutcome::Refused(TextOf(*number) + " is no switch, allowed is true or false");
+            return COutcome::Refused(NumberText(*number) +
+                                     " is no switch, allowed is true or false");
         (simulation.*entry.set)(std::get<bool>(value));
         return COutcome::Done();
     }

@@ -3,8 +3,9 @@
 #include "simulator/world/Simulation.h"
 
 #include <cmath>
-#include <sstream>
+#include <string>
 
+#include "simulator/world/NumberText.h"
 #include "simulator/world/SimulationState.h"
 
 namespace {
@@ -34,10 +35,9 @@ COutcome Set(TNumber& setting, const Range& range, TNumber value)
         setting = value;
         return COutcome::Done();
     }
-    std::ostringstream reason;
-    reason << range.what << ' ' << value << ' ' << range.unit << " is not within " << range.lowest
-           << " and " << range.highest << ' ' << range.unit;
-    return COutcome::Refused(reason.str());
+    const std::string unit = std::string(" ") + range.unit;
+    return COutcome::Refused(range.what + (' ' + NumberText(value)) + unit + " is not within " +
+                             NumberText(range.lowest) + " and " + NumberText(range.highest) + unit);
 }
 
 } // namespace

@@ -19,6 +19,8 @@ enum class EGuard
     Reconnecting, ///< looks at the link and connects once when it is down
     Verifying,    ///< asks VerifyConnection() and never connects itself
 };
+constexpr EGuard kReconnecting = EGuard::Reconnecting;
+constexpr EGuard kVerifying = EGuard::Verifying;
 
 enum class EKind
 {

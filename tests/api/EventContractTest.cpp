@@ -5,7 +5,7 @@ namespace {
 
 using Contract::EventRow;
 
-std::string TestName(const testing::TestParamInfo<EventRow>& info)
+std::string EventTestName(const testing::TestParamInfo<EventRow>& info)
 {
     return info.param.event + "_" + std::to_string(info.index);
 }
@@ -140,6 +140,7 @@ TEST_P(EventContract, SubscribesWithoutLookingAtTheLink)
     EXPECT_EQ(recording.Transcript(), Lines{"RequestCallback " + row.event});
 }
 
-INSTANTIATE_TEST_SUITE_P(Event, EventContract, testing::ValuesIn(Contract::EventTable()), TestName);
+INSTANTIATE_TEST_SUITE_P(Event, EventContract, testing::ValuesIn(Contract::EventTable()),
+                         EventTestName);
 
 } // namespace

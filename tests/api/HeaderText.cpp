@@ -77,7 +77,7 @@ private:
     std::vector<Declaration> m_declarations;
 };
 
-std::vector<std::string> Cells(std::string line)
+std::vector<std::string> CellsOf(std::string line)
 {
     line.erase(std::remove(line.begin(), line.end(), '`'), line.end());
     std::vector<std::string> cells;
@@ -135,7 +135,7 @@ std::vector<std::vector<std::string>> TableBelow(const std::string& text,
     line = std::find_if(line, lines.end(), isRow);
     std::vector<std::vector<std::string>> rows;
     for (; line != lines.end() && isRow(*line); ++line) {
-        rows.push_back(Cells(*line));
+        rows.push_back(CellsOf(*line));
     }
     // The column titles and the rule below them.
     rows.erase(rows.begin(), rows.begin() + std::min<std::ptrdiff_t>(

@@ -4,9 +4,6 @@ namespace Contract {
 
 namespace {
 
-constexpr EGuard kReconnecting = EGuard::Reconnecting;
-constexpr EGuard kVerifying = EGuard::Verifying;
-
 /// The out-parameter starts as (7, 8, 9), which shows whether it was touched.
 Core::Maths::Vector3<double> Untouched()
 {

@@ -4,9 +4,6 @@ namespace Contract {
 
 namespace {
 
-constexpr EGuard kReconnecting = EGuard::Reconnecting;
-constexpr EGuard kVerifying = EGuard::Verifying;
-
 std::vector<Row> CommandRows()
 {
     return {

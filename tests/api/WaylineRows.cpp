@@ -6,9 +6,6 @@ namespace Contract {
 
 namespace {
 
-constexpr EGuard kReconnecting = EGuard::Reconnecting;
-constexpr EGuard kVerifying = EGuard::Verifying;
-
 Kestrove::WaylinePtr Line()
 {
     return Kestrove::WaylinePtr(new Kestrove::CABWayline({1.0, 2.0, 3.0}, {4.0, 5.0, 6.0}));

@@ -50,7 +50,7 @@ std::shared_ptr<void> NoDescriptorLeft()
     return hog;
 }
 
-std::vector<CFault> Rows()
+std::vector<CFault> ConnectionFaults()
 {
     return {
         CFault("NobodyListens").Fails(ELinkError::Refused),
@@ -106,7 +106,7 @@ TEST_P(Fault, HurtsNothing)
     CheckFault(GetParam());
 }
 
-INSTANTIATE_TEST_SUITE_P(Connecting, Fault, testing::ValuesIn(Rows()), NameOfFault);
+INSTANTIATE_TEST_SUITE_P(Connecting, Fault, testing::ValuesIn(ConnectionFaults()), NameOfFault);
 
 TEST(ConnectFault, OfTheClientsOwnEndOnTheServicesPortIsARefusal)
 {

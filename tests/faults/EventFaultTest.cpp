@@ -39,7 +39,7 @@ CFault::Script SendWithPayload(const std::string& payload)
     return Scripts::SendAhead(Bytes::Notification("cb_offsets", payload));
 }
 
-std::vector<CFault> Rows()
+std::vector<CFault> EventFaults()
 {
     const auto ahead = [](const CRawMessage& call) { return OffsetEvent(1.0) + ReplyTo(call); };
     const auto around = [](const CRawMessage& call) {
@@ -109,7 +109,7 @@ std::string DrawPointsEvent(int count, int carried)
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Events, Fault, testing::ValuesIn(Rows()), NameOfFault);
+INSTANTIATE_TEST_SUITE_P(Events, Fault, testing::ValuesIn(EventFaults()), NameOfFault);
 
 TEST_F(CEventFault, NegativePointCountsLeaveTheOthersQueued)
 {

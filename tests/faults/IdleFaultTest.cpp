@@ -34,7 +34,7 @@ void SayGarbage(CRawLink& link)
     link.WaitForEnd();
 }
 
-std::vector<CFault> Rows()
+std::vector<CFault> IdleConnectionFaults()
 {
     const auto nothing = [](const CRawMessage&) { return std::string(); };
     return {
@@ -61,4 +61,5 @@ std::vector<CFault> Rows()
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(IdleConnection, Fault, testing::ValuesIn(Rows()), NameOfFault);
+INSTANTIATE_TEST_SUITE_P(IdleConnection, Fault, testing::ValuesIn(IdleConnectionFaults()),
+                         NameOfFault);

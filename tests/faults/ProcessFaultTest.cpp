@@ -61,7 +61,7 @@ void ServeSlowly(CRawLink& link)
     }
 }
 
-std::vector<CFault> Rows()
+std::vector<CFault> ProcessFaults()
 {
     const auto nothing = [](const CRawMessage&) { return std::string(); };
     const auto whole = [](const CRawMessage& call) { return ReplyTo(call); };
@@ -184,7 +184,7 @@ private:
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Process, Fault, testing::ValuesIn(Rows()), NameOfFault);
+INSTANTIATE_TEST_SUITE_P(Process, Fault, testing::ValuesIn(ProcessFaults()), NameOfFault);
 
 TEST(ProcessFault, InterruptionsNeitherShortenNorLengthenAWait)
 {

@@ -224,6 +224,15 @@ class Lightbar(unittest.TestCase):
         self.assertLessEqual(max(len(line) for line in re.split(r"[\r\n]+", drawn)), 36)
         self.assertIn("no service: localhost port 5010:\r\n", drawn)
 
+    def test_the_words_take_the_place_of_lamps_that_would_reach_the_last_column(self):
+        for columns, has_lamps in ((36, False), (37, False), (38, True)):
+            with self.subTest(columns), Simulator():
+                _, text = on_terminal(["watch", "--lightbar"], {"NO_COLOR": "1"}, columns=columns,
+                                      answer=end_when("no wayline"))
+                lines = re.split(r"[\r\n]+", re.sub(r"\x1b\[[0-9]*[A-Z]", "", text))
+                self.assertEqual(has_lamps, any(line.startswith("[") for line in lines), text)
+                self.assertLess(max(map(len, lines)), columns)
+
     def test_lights_the_middle_on_the_line(self):
         with Simulator("--speed=2", "--receiver=ideal"):
             answer("set-wayline", LINE_NORTH)

@@ -35,11 +35,12 @@ has "$symbols" '__stack_chk_fail' 'stack protector'
 [ "$kind" = module ] || has "$symbols" '[a-z]_chk(@|$)' 'checked library call (_FORTIFY_SOURCE)'
 has "$symbols" '__glibcxx_assert_fail' 'assertion of the standard library'
 
-# What leaves no mark of its own is read off the compiler's note of its options. (The mark of
-# control-flow protection needs a C library that was built with it, too.)
-units=$("$readelf" --debug-dump=info --wide "$file" 2>/dev/null |
-    grep 'DW_AT_producer.*GNU C++' | sort -u)
-has "$units" '.' 'debugging information of g++'
+# What leaves no mark of its own is read off the compiler's note of its options, in a section of its
+# own or in the debugging information. (The mark of control-flow protection needs a C library that was
+# built with it, too.)
+units=$("$readelf" --string-dump=.GCC.command.line --debug-dump=info --wide "$file" 2>/dev/null |
+    grep 'GNU C++' | sort -u)
+has "$units" '.' 'note of the options of g++ (-frecord-gcc-switches, or -g)'
 options='-fstack-clash-protection'
 if printf '%s\n' "$header" | grep -q 'X86-64'; then
     options="$options -fcf-protection"

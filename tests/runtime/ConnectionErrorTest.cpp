@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/MPISocketClient.h"
+#include "tests/runtime/ConnectionCalls.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/DescriptorHog.h"
 #include "tests/support/RawPeer.h"
@@ -14,8 +15,6 @@
 using Bytes::FromHex;
 
 namespace {
-
-const char* const kHost = "127.0.0.1";
 
 struct ErrorRow
 {

@@ -33,10 +33,10 @@ public:
 };
 
 /// The same, and opens the connection again from the hook that tells of its end.
-class CReopeningClient : public CSlowClient
+class CSlowReopeningClient : public CSlowClient
 {
 public:
-    CReopeningClient() : CSlowClient(false) {}
+    CSlowReopeningClient() : CSlowClient(false) {}
     void Disconnected() override { Reconnect(); }
 };
 
@@ -149,7 +149,7 @@ TEST(ConnectionFlood, IsNotWhatComesLittleByLittle)
 TEST(ConnectionFlood, KeepsAConnectionThatAHookHasOpened)
 {
     CRawPeer peer(FloodThenServe, 0);
-    CReopeningClient client;
+    CSlowReopeningClient client;
     ASSERT_TRUE(client.Connect(kHost, peer.Port(), -1));
     ASSERT_TRUE(client.ReceiveMessage(true));
 

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/MPISocketClient.h"
+#include "tests/runtime/ConnectionCalls.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/RawPeer.h"
 
@@ -20,8 +21,6 @@ using Bytes::Notification;
 using testing::ElementsAre;
 
 namespace {
-
-const char* const kHost = "127.0.0.1";
 
 /// Notes every hook that the runtime calls.
 class CHookedClient : public MPISocketClientC

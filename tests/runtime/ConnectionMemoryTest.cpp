@@ -7,6 +7,7 @@
 #include "platform/LinkError.h"
 #include "platform/MPICallback.h"
 #include "platform/MPISocketClient.h"
+#include "tests/runtime/MessageLimits.h"
 #include "tests/support/AllocationMeter.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/RawPeer.h"
@@ -16,7 +17,6 @@ using Bytes::FromHex;
 
 namespace {
 
-constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
 /// Far beyond what a loaded machine takes for such a reply.
 constexpr int kTimeoutMilliseconds = 60'000;
 

@@ -4,6 +4,7 @@
 
 #include "runtime/MessageDecoder.h"
 #include "tests/runtime/DecoderFeed.h"
+#include "tests/runtime/MessageLimits.h"
 #include "tests/support/AllocationMeter.h"
 #include "tests/support/Bytes.h"
 
@@ -12,9 +13,6 @@ using Bytes::FromHex;
 using EResult = MessageDecoderC::EResult;
 
 namespace {
-
-constexpr std::size_t kLargestMessage = std::size_t{32} * 1024 * 1024;
-constexpr std::size_t kMostElements = 4'194'304;
 
 EResult Decode(const std::string& bytes)
 {

@@ -8,6 +8,7 @@
 #include "platform/BEncoder.h"
 #include "runtime/MessageDecoder.h"
 #include "tests/runtime/DecoderFeed.h"
+#include "tests/runtime/MessageLimits.h"
 #include "tests/support/AllocationMeter.h"
 #include "tests/support/Bytes.h"
 
@@ -17,12 +18,9 @@ using EResult = MessageDecoderC::EResult;
 
 namespace {
 
-constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
 constexpr std::size_t kMostMemory = 96 * kMebibyte;
 /// The room that bytes arrive in, and what the decoder itself takes.
 constexpr std::size_t kBeside = kMebibyte;
-constexpr std::size_t kMostElements = 4'194'304;
-constexpr std::size_t kLargestMessage = 32 * kMebibyte;
 
 const std::string kEventHead = FromHex("93 02 a1 65");
 
@@ -33,12 +31,12 @@ std::string ListHead(std::size_t count)
 
 std::string Repeated(const std::string& unit, std::size_t bytes)
 {
-    std::string all;
-    all.reserve(bytes + unit.size());
+    std::string all = unit;
+    all.reserve(2 * (bytes + unit.size()));
     while (all.size() < bytes) {
-        all += unit;
+        all += all;
     }
-    return all;
+    return all.substr(0, (bytes + unit.size() - 1) / unit.size() * unit.size());
 }
 
 /// Decodes a stream that arrives in portions, until the message ends or is refused.

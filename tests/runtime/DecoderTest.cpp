@@ -86,13 +86,13 @@ const char* const kLists[] = {"92 01 02", "dc 00 02 01 02", "dd 00 00 00 02 01 0
 const char* const kMaps[] = {"81 a1 6b 07", "de 00 01 a1 6b 07", "df 00 00 00 01 a1 6b 07",
                              "81 c4 01 6b 07"};
 
-struct BadBytes
+struct UndecodableBytes
 {
     const char* what;
     const char* bytes;
 };
 
-const BadBytes kBad[] = {
+const UndecodableBytes kUndecodable[] = {
     {"an integer", "07"},
     {"nil", "c0"},
     {"a text", "a1 61"},
@@ -264,7 +264,7 @@ TEST(Decoder, TakesAMessageSplitAtEveryByte)
 
 TEST(Decoder, RefusesWhatIsNoMessage)
 {
-    for (const BadBytes& row : kBad) {
+    for (const UndecodableBytes& row : kUndecodable) {
         MessageDecoderC decoder;
         MessageC message;
         Feed(decoder, FromHex(row.bytes));

@@ -24,14 +24,14 @@ std::string HexOfElement(const BElementC& element)
     return HexOf(encoder);
 }
 
-struct IntegerBytes
+struct EncodedInteger
 {
     std::int64_t value;
     const char* bytes;
 };
 
 // The shortest form of each integer, at both sides of every boundary.
-const IntegerBytes kIntegers[] = {
+const EncodedInteger kEncodedIntegers[] = {
     {0, "00"},
     {127, "7f"},
     {128, "cc 80"},
@@ -54,13 +54,13 @@ const IntegerBytes kIntegers[] = {
     {std::numeric_limits<std::int64_t>::min(), "d3 80 00 00 00 00 00 00 00"},
 };
 
-struct DoubleBytes
+struct EncodedDouble
 {
     double value;
     const char* bytes;
 };
 
-const DoubleBytes kDoubles[] = {
+const EncodedDouble kEncodedDoubles[] = {
     {0.0, "cb 00 00 00 00 00 00 00 00"},
     {-0.0, "cb 80 00 00 00 00 00 00 00"},
     {1.0, "cb 3f f0 00 00 00 00 00 00"},
@@ -86,7 +86,7 @@ std::unique_ptr<BListC> ListNested(int levels)
 
 TEST(Encoder, WritesIntegersInTheirShortestForm)
 {
-    for (const IntegerBytes& row : kIntegers) {
+    for (const EncodedInteger& row : kEncodedIntegers) {
         BListC list(nullptr);
         list.AddInt64(row.value);
         EXPECT_EQ(row.bytes, HexOfElement(BAtomC(row.value))) << row.value;
@@ -99,7 +99,7 @@ TEST(Encoder, WritesIntegersInTheirShortestForm)
 
 TEST(Encoder, WritesDoublesAlwaysAsFloat64)
 {
-    for (const DoubleBytes& row : kDoubles) {
+    for (const EncodedDouble& row : kEncodedDoubles) {
         BListC list(nullptr);
         list.AddDouble(row.value);
         EXPECT_EQ(row.bytes, HexOfElement(BAtomC(row.value))) << row.value;

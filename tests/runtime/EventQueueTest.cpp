@@ -11,7 +11,7 @@ namespace {
 const std::string kName = "event";
 constexpr std::size_t kMemory = 100;
 
-std::unique_ptr<BListC> Numbers(int count, int first)
+std::unique_ptr<BListC> NumberList(int count, int first)
 {
     auto list = std::make_unique<BListC>(nullptr);
     for (int i = 0; i < count; ++i) {
@@ -47,11 +47,11 @@ TEST(EventQueue, GivesEventsOfEveryKindInTheirOrder)
     EventQueueC queue;
     auto text = std::make_unique<BListC>(nullptr);
     text->AddString("text");
-    Push(queue, Numbers(2, 1));
+    Push(queue, NumberList(2, 1));
     Push(queue, nullptr);
     Push(queue, std::move(text));
-    Push(queue, Numbers(0, 0));
-    Push(queue, Numbers(1, 7));
+    Push(queue, NumberList(0, 0));
+    Push(queue, NumberList(1, 7));
     EXPECT_EQ("1 2 ", Popped(queue));
     EXPECT_EQ("nothing", Popped(queue));
     EXPECT_EQ("text ", Popped(queue));
@@ -64,7 +64,7 @@ TEST(EventQueue, KeepsAListOfAnyLengthWhole)
     for (const int length : {EventQueueC::kMostNumbersInPlace - 1, EventQueueC::kMostNumbersInPlace,
                              EventQueueC::kMostNumbersInPlace + 1, 1000}) {
         EventQueueC queue;
-        Push(queue, Numbers(length, 5));
+        Push(queue, NumberList(length, 5));
         const EventC event = queue.Pop();
         ASSERT_EQ(length, event.payload->Size());
         EXPECT_EQ(5 + length - 1, event.payload->GetInt(length - 1));
@@ -74,8 +74,8 @@ TEST(EventQueue, KeepsAListOfAnyLengthWhole)
 TEST(EventQueue, LeavesTheListOfAFewNumbersToTheCaller)
 {
     EventQueueC queue;
-    std::unique_ptr<BListC> few = Numbers(3, 0);
-    std::unique_ptr<BListC> many = Numbers(EventQueueC::kMostNumbersInPlace + 1, 0);
+    std::unique_ptr<BListC> few = NumberList(3, 0);
+    std::unique_ptr<BListC> many = NumberList(EventQueueC::kMostNumbersInPlace + 1, 0);
     queue.Push(kName, few, kMemory);
     queue.Push(kName, many, kMemory);
     EXPECT_NE(nullptr, few);
@@ -85,9 +85,9 @@ TEST(EventQueue, LeavesTheListOfAFewNumbersToTheCaller)
 TEST(EventQueue, GivesNoEventWhatACallbackAddedToTheOneBefore)
 {
     EventQueueC queue;
-    Push(queue, Numbers(1, 1));
-    Push(queue, Numbers(1, 2));
-    Push(queue, Numbers(1, 3));
+    Push(queue, NumberList(1, 1));
+    Push(queue, NumberList(1, 2));
+    Push(queue, NumberList(1, 3));
     EventC first = queue.Pop();
     first.payload->AddString("more");
     queue.Recycle(std::move(first));
@@ -100,9 +100,9 @@ TEST(EventQueue, GivesNoEventWhatACallbackAddedToTheOneBefore)
 TEST(EventQueue, HoldsItsOrderWhileItNeverEmpties)
 {
     EventQueueC queue;
-    Push(queue, Numbers(3, 0));
+    Push(queue, NumberList(3, 0));
     for (int number = 1; number < 20000; ++number) {
-        Push(queue, Numbers(3, number));
+        Push(queue, NumberList(3, number));
         ASSERT_EQ(number - 1, queue.Pop().payload->GetInt(0));
     }
     EXPECT_EQ(1U, queue.Size());
@@ -113,7 +113,7 @@ TEST(EventQueue, DropsTheOldestWithItsNumbers)
     EventQueueC queue;
     const int count = static_cast<int>(EventQueueC::kMostEvents) + 10;
     for (int number = 0; number < count; ++number) {
-        Push(queue, Numbers(1 + number % 2, number));
+        Push(queue, NumberList(1 + number % 2, number));
     }
     EXPECT_EQ(EventQueueC::kMostEvents, queue.Size());
     EXPECT_EQ(10U, queue.Dropped());
@@ -136,9 +136,9 @@ TEST(EventQueue, DropsAnEventThatExceedsTheLimitAlone)
 TEST(EventQueue, IsEmptyAfterItWasCleared)
 {
     EventQueueC queue;
-    Push(queue, Numbers(2, 1));
+    Push(queue, NumberList(2, 1));
     queue.Clear();
     EXPECT_EQ(0U, queue.Size());
-    Push(queue, Numbers(1, 5));
+    Push(queue, NumberList(1, 5));
     EXPECT_EQ("5 ", Popped(queue));
 }

@@ -37,13 +37,13 @@ double ReadBack(const std::string& text)
     return value;
 }
 
-struct DoubleText
+struct StoredDouble
 {
     double value;
     const char* text;
 };
 
-const DoubleText kDoubles[] = {
+const StoredDouble kStoredDoubles[] = {
     {0.0, "1=0"},
     {-0.0, "1=-0"},
     {51.5, "1=51.5"},
@@ -61,7 +61,7 @@ const DoubleText kDoubles[] = {
 const char* const kMalformed[] = {"1",    "=5",   "1=2;",    ";1=2",  "1=2;;2=3", "a=1",
                                   "-1=2", "1 =2", "1=2;1=3", "1=2;x", ";",        "4294967296=1"};
 
-const char* const kNoInts[] = {"1=", "1=1.5", "1=x", "1= 1", "1=2147483648", "1=1=1"};
+const char* const kNoStoredInts[] = {"1=", "1=1.5", "1=x", "1= 1", "1=2147483648", "1=1=1"};
 
 } // namespace
 
@@ -90,7 +90,7 @@ TEST(ObjectStore, WritesByDefault)
 
 TEST(ObjectStore, WritesADoubleInItsShortestFormAndReadsBackItsBits)
 {
-    for (const DoubleText& row : kDoubles) {
+    for (const StoredDouble& row : kStoredDoubles) {
         EXPECT_EQ(row.text, TextOf(row.value)) << row.value;
         EXPECT_EQ(BitsOf(row.value), BitsOf(ReadBack(row.text))) << row.text;
     }
@@ -142,7 +142,7 @@ TEST(ObjectStore, LeavesAValueWhoseTagIsMissing)
 
 TEST(ObjectStore, ReadsNoIntFromWhatIsNone)
 {
-    for (const char* const text : kNoInts) {
+    for (const char* const text : kNoStoredInts) {
         ObjectStore store;
         ASSERT_TRUE(store.SetInputMode(text)) << text;
         int value = 8;

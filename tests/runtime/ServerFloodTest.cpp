@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/runtime/MessageLimits.h"
 #include "tests/runtime/RunningService.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/DescriptorHog.h"
@@ -23,20 +24,11 @@ using Bytes::Subscription;
 
 namespace {
 
-constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
-
 void PushText(MPISocketServerC& server, std::size_t size)
 {
     BListC payload(nullptr);
     payload.AddString(std::string(size, 'x'));
     server.Push("ev", payload);
-}
-
-void Settle(CRawClient& client)
-{
-    client.Send(Request(99, "settle", "\x90"));
-    while (client.Read().number != 99) {
-    }
 }
 
 bool HasNotes(const CRunningService& service, const std::string& start, int count)

@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/runtime/MessageLimits.h"
 #include "tests/runtime/RunningService.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/RawClient.h"
@@ -22,8 +23,6 @@ using testing::Contains;
 using testing::Not;
 
 namespace {
-
-constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
 
 /// A service that holds what is called "long" until it is let go, and lets "urgent" overtake.
 class CHoldingService : public CRunningService
@@ -64,7 +63,7 @@ private:
 };
 
 /// Waits until everything that the client has sent so far has been read, by what overtakes.
-void Settle(CRawClient& client)
+void SettleUrgently(CRawClient& client)
 {
     client.Send(Request(99, "urgent", "\x90"));
     ASSERT_EQ(99U, client.Read().number);
@@ -78,7 +77,7 @@ TEST(HeldRequest, KeepsItsArgumentsAndTheOrderOfTheRepliesBehindIt)
     CRawClient client(service.Port());
     client.Send(Request(1, "long", FromHex("93 01 02 03")) + Request(2, "a", "\x90") +
                 Request(3, "long", FromHex("92 01 02")) + Request(4, "b", "\x90"));
-    Settle(client);
+    SettleUrgently(client);
     EXPECT_THAT(service.Notes(), Not(Contains("request a of 0")));
     service.LetGo();
     EXPECT_EQ("[1,1,null,3]", client.Read().text);
@@ -95,7 +94,7 @@ TEST(HeldRequest, HasNotificationsAndSubscriptionsWaitToo)
     CRawClient client(service.Port());
     client.Send(Request(1, "long", "\x90") + Notification("a", "\x90") + Subscription("event") +
                 Notification("b", "\x90"));
-    Settle(client);
+    SettleUrgently(client);
     EXPECT_EQ("request urgent of 0", service.Notes().back());
     service.LetGo();
     ASSERT_TRUE(service.WaitForNotes("notification b"));
@@ -125,7 +124,7 @@ TEST(HeldRequest, LetsWhatIsUrgentOvertakeThroughTwentyThousandWaitingMessages)
         packet += Request(number, "a", "\x90");
     }
     client.Send(packet);
-    Settle(client);
+    SettleUrgently(client);
     service.LetGo();
     for (std::uint64_t number = 1; number <= 20'000; ++number) {
         ASSERT_EQ(number, client.Read().number);
@@ -144,9 +143,9 @@ TEST(HeldRequest, KnowsTheOrderOfArrivalOfWhatOvertakesAndWhatWaits)
     }
     CRawClient client(service.Port());
     client.Send(Request(1, "long", "\x90") + Request(2, "a", "\x90"));
-    Settle(client);
+    SettleUrgently(client);
     client.Send(Request(3, "b", "\x90"));
-    Settle(client);
+    SettleUrgently(client);
     service.LetGo();
     for (const std::uint64_t number : {1U, 2U, 3U}) {
         ASSERT_EQ(number, client.Read().number);

@@ -15,14 +15,6 @@
 
 namespace {
 
-/// Waits for the answer to a request that comes last, so that all before it has been served.
-void Settle(CRawClient& client)
-{
-    client.Send(Bytes::Request(99, "settle", "\x90"));
-    while (client.Read().number != 99) {
-    }
-}
-
 bool Connects(std::uint16_t port, const std::string& address)
 {
     try {

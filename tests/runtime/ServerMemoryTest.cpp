@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/runtime/MessageLimits.h"
 #include "tests/runtime/RunningService.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/RawClient.h"
@@ -21,8 +22,6 @@ using std::chrono_literals::operator""ms;
 using std::chrono_literals::operator""s;
 
 namespace {
-
-constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
 
 /// The begin of a notification whose list goes on and on.
 std::string EndlessList(std::size_t elements, char element)

@@ -27,14 +27,6 @@ std::unique_ptr<BListC> ListOfOne(int value)
     return list;
 }
 
-/// Waits for the answer to a request that comes last, so that all before it has been served.
-void Settle(CRawClient& client)
-{
-    client.Send(Request(99, "settle", "\x90"));
-    while (client.Read().number != 99) {
-    }
-}
-
 struct BadBytes
 {
     const char* what;

@@ -40,13 +40,13 @@ const char* const kNoInts[] = {"",           " ",           "-",  "+",   "--7", 
                                "-+7",        "7 ",          " 7", "7.0", "1e3", "0x10",
                                "2147483648", "-2147483649", "7a", "a",   "1,0", "++7"};
 
-struct DoubleText
+struct TextOfDouble
 {
     const char* text;
     double value;
 };
 
-const DoubleText kDoubles[] = {
+const TextOfDouble kTextsOfDoubles[] = {
     {"0", 0.0},
     {"-0.0", -0.0},
     {"+1.5", 1.5},
@@ -94,7 +94,7 @@ TEST(ParseInt, RefusesATextWithAZeroByte)
 
 TEST(ParseDouble, TakesADecimalNumberWithAnOptionalSign)
 {
-    for (const DoubleText& row : kDoubles) {
+    for (const TextOfDouble& row : kTextsOfDoubles) {
         double value = kUntouched;
         EXPECT_NE(0, ParseDouble(row.text, value)) << row.text;
         EXPECT_EQ(row.value, value) << row.text;

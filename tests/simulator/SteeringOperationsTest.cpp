@@ -132,6 +132,9 @@ TEST(SteeringOperations, TellOfAnyOperationWhyItWasRefusedTheLastTime)
     EXPECT_EQ("'there is no complete line'", service.Request("why_refused", "['StartNavigation']"));
     EXPECT_NE(std::string::npos, service.Request("why_refused", "['set_waypoint']").find('7'));
     EXPECT_NE(std::string::npos, service.Request("why_refused", "['set_nudge']").find("5000"));
+    service.Notify("set_nudge", "[1, -1000.00001]");
+    EXPECT_EQ("'the offset -1000.00001 m is not within -1000 and 1000 m'",
+              service.Request("why_refused", "['set_nudge']"));
 
     service.NavigateNorth();
     EXPECT_EQ("nil", service.Request("why_refused", "['StartNavigation']"));

@@ -9,13 +9,13 @@
 
 namespace {
 
-/// How much memory is in use is asked for after every block of this size, and after so many others.
-constexpr std::size_t kLargeBlock = 4096;
-constexpr std::size_t kSmallBlocks = 64;
+/// How much memory is in use is asked for whenever so many bytes have been asked for since.
+constexpr std::size_t kBytesUnseen = 65536;
 
 std::atomic<bool> g_isWatching{false};
 std::atomic<std::size_t> g_largest{0};
 std::atomic<std::size_t> g_count{0};
+std::atomic<std::size_t> g_unseen{0};
 std::atomic<std::size_t> g_start{0};
 std::atomic<std::size_t> g_peak{0};
 
@@ -36,7 +36,9 @@ void Note(std::size_t size)
 {
     if (g_isWatching) {
         RaiseTo(g_largest, size);
-        if (++g_count % kSmallBlocks == 0 || size >= kLargeBlock) {
+        ++g_count;
+        if ((g_unseen += size) >= kBytesUnseen) {
+            g_unseen = 0;
             RaiseTo(g_peak, InUse());
         }
     }
@@ -98,6 +100,7 @@ CAllocationMeter::CAllocationMeter()
     ::malloc_trim(0);
     g_largest = 0;
     g_count = 0;
+    g_unseen = 0;
     g_start = InUse();
     g_peak = g_start.load();
     g_isWatching = true;

@@ -9,6 +9,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "tests/support/Bytes.h"
+
 namespace {
 
 int ConnectTo(std::uint16_t port, const std::string& address)
@@ -60,4 +62,12 @@ int CRawClient::WaitForEnd()
         count = ::recv(m_descriptor, dropped, sizeof(dropped), 0);
     }
     return count == 0 ? 0 : errno;
+}
+
+void Settle(CRawClient& client)
+{
+    constexpr std::uint64_t kNumber = 99;
+    client.Send(Bytes::Request(kNumber, "settle", "\x90"));
+    while (client.Read().number != kNumber) {
+    }
 }

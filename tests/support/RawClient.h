@@ -36,4 +36,8 @@ private:
     CRawLink m_link;
 };
 
+/// Waits for the answer to a request "settle" that comes last, so that all before it has been
+/// served.
+void Settle(CRawClient& client);
+
 #endif

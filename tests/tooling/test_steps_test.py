@@ -59,6 +59,14 @@ class Steps(unittest.TestCase):
             self.assertRegex(text, rf"(?m)^{name} +\d+  passed$")
         self.assertRegex(text, r"\n== FAILED in \d+ s: first, third\n\Z")
 
+    def test_repeat_at_the_end_what_tests_say_of_their_failures(self):
+        script = ("printf 'a.cpp:7: Failure\\nExpected: 1\\nFAIL: test_b\\n'; seq 100; false")
+        _, text = self.run_steps(step("first", script), step("second", ":"))
+        summary = text[text.index("\nstep "):]
+        self.assertIn("first: a.cpp:7: Failure\nfirst: Expected: 1\nfirst: FAIL: test_b\nfirst: 1\n",
+                      summary)
+        self.assertNotIn("first: 99\n", summary)
+
     def test_that_cannot_be_started_have_failed(self):
         code, text = self.run_steps(Step("first", "run", ["/nonexistent"]), step("second", ":"))
         self.assertEqual(1, code)

@@ -99,7 +99,7 @@ TEST(FixedTextForm, ReadsTheLargestCircleBack)
 }
 
 /// What becomes of a wayline all of whose values were 9.
-struct ReadRow
+struct FixedReadRow
 {
     const char* text;
     bool accepted;
@@ -107,9 +107,9 @@ struct ReadRow
 };
 
 template <typename Kind>
-void ExpectReads(const Kind& nines, const std::vector<ReadRow>& rows)
+void ExpectReads(const Kind& nines, const std::vector<FixedReadRow>& rows)
 {
-    for (const ReadRow& row : rows) {
+    for (const FixedReadRow& row : rows) {
         SCOPED_TRACE(row.text);
         Kind wayline = nines;
         CCapturedOutput output;

@@ -25,7 +25,7 @@ TEST(PointTextForm, HasTheNumberOfPointsBeforeThePoints)
     EXPECT_EQ(CSplineWayline().ToString(), "3 0");
 }
 
-struct ReadRow
+struct PointReadRow
 {
     std::string text; // '#' stands for the kind's code
     bool accepted;
@@ -35,7 +35,7 @@ struct ReadRow
 
 const Points kNone;
 
-const ReadRow kRows[] = {
+const PointReadRow kPointRows[] = {
     {"# 2 0 0 0 1 1 0",
      true,
      {{0, 0, 0}, {1, 1, 0}},
@@ -166,7 +166,7 @@ std::string ForKind(const std::string& text, char code, const std::string& class
 template <typename Kind>
 void ExpectReads(char code, const std::string& className)
 {
-    for (const ReadRow& row : kRows) {
+    for (const PointReadRow& row : kPointRows) {
         SCOPED_TRACE(row.text);
         Kind wayline({{9, 9, 9}});
         Points expected = wayline.points;

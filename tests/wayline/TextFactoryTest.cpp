@@ -12,13 +12,13 @@
 namespace Kestrove {
 namespace {
 
-struct FactoryRow
+struct TextFactoryRow
 {
     const char* text;
     const char* textForm; // of the wayline that is built; null when none is
 };
 
-const FactoryRow kFactoryRows[] = {
+const TextFactoryRow kTextFactoryRows[] = {
     {"0 1 2 3 4 5 6", "0 1.000000 2.000000 3.000000 4.000000 5.000000 6.000000"},
     {"0 1 2 x 4 5 6", nullptr},
     {"1 1 2 3 4", "1 1.000000 2.000000 3.000000 4.000000"},
@@ -47,7 +47,7 @@ const FactoryRow kFactoryRows[] = {
 
 TEST(WaylineFromString, BuildsTheKindOfTheCodeAndLeavesNothingBehind)
 {
-    for (const FactoryRow& row : kFactoryRows) {
+    for (const TextFactoryRow& row : kTextFactoryRows) {
         SCOPED_TRACE(row.text);
         const std::string text = row.text;
         const CCapturedOutput quiet;

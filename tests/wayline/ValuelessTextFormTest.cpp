@@ -16,7 +16,7 @@ TEST(ValuelessTextForm, IsTheCodeAlone)
     EXPECT_EQ(CReplayWayline().ToString(), "6");
 }
 
-struct ReadRow
+struct ValuelessReadRow
 {
     const char* text;
     bool acceptedByPath;
@@ -24,7 +24,7 @@ struct ReadRow
     const char* numberOfParts; // null when the text has none
 };
 
-const ReadRow kRows[] = {
+const ValuelessReadRow kValuelessRows[] = {
     {"5 0", true, false, "2"},         {"6 0", false, true, "2"},    {"5 x y", true, false, "3"},
     {"6 any words", false, true, "3"}, {"5", false, false, "1"},     {"6", false, false, "1"},
     {"4 0", false, false, "2"},        {"x 0", false, false, "2"},   {"5.0 0", false, false, "2"},
@@ -32,9 +32,9 @@ const ReadRow kRows[] = {
 };
 
 template <typename Kind>
-void ExpectReads(const std::string& className, bool ReadRow::*accepted)
+void ExpectReads(const std::string& className, bool ValuelessReadRow::*accepted)
 {
-    for (const ReadRow& row : kRows) {
+    for (const ValuelessReadRow& row : kValuelessRows) {
         SCOPED_TRACE(row.text);
         std::string expected = className + "::LoadString: " + row.text + "\n";
         if (row.numberOfParts != nullptr) {
@@ -53,12 +53,12 @@ void ExpectReads(const std::string& className, bool ReadRow::*accepted)
 
 TEST(PathTextForm, IsReadAndTold)
 {
-    ExpectReads<CPathWayline>("CPathWayline", &ReadRow::acceptedByPath);
+    ExpectReads<CPathWayline>("CPathWayline", &ValuelessReadRow::acceptedByPath);
 }
 
 TEST(ReplayTextForm, IsReadAndTold)
 {
-    ExpectReads<CReplayWayline>("CReplayWayline", &ReadRow::acceptedByReplay);
+    ExpectReads<CReplayWayline>("CReplayWayline", &ValuelessReadRow::acceptedByReplay);
 }
 
 TEST(ValuelessTextForm, IsNotTakenBackFromItsOwnWriter)

@@ -132,7 +132,8 @@ std::string VerbOf(const std::string& command)
     return command.substr(0, command.find('-'));
 }
 
-/// The verbs that a word may begin with: the one that it has, or the nearest.
+/// The verbs that a word may begin with: the one that it has, or the nearest. A word that may be a
+/// misspelt getter is no setter.
 Words VerbsMeant(const std::string& word, const Words& commands)
 {
     std::set<std::string> verbs;
@@ -146,7 +147,10 @@ Words VerbsMeant(const std::string& word, const Words& commands)
         if (word.rfind(verb, 0) == 0)
             return {verb};
     }
-    return Nearest(VerbOf(word), {verbs.begin(), verbs.end()});
+    Words nearest = Nearest(VerbOf(word), {verbs.begin(), verbs.end()});
+    if (std::find(nearest.begin(), nearest.end(), "get") != nearest.end())
+        nearest.erase(std::remove(nearest.begin(), nearest.end(), "set"), nearest.end());
+    return nearest;
 }
 
 /// The word with the verb that it was meant to begin with: "get-nudge" for "gett-nudge" and for

@@ -46,6 +46,17 @@ std::string Filled(std::string line, const std::string& text, std::size_t indent
     return filled + line;
 }
 
+std::size_t LongestWord(const std::string& text)
+{
+    std::size_t longest = 0;
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = std::min(text.find(' ', begin), text.size());
+        longest = std::max(longest, ColumnsOf(text.substr(begin, end - begin)));
+        begin = end + 1;
+    }
+    return longest;
+}
+
 /// How far a text is indented that is set too far in for the columns that there are.
 constexpr std::size_t kLeastIndent = 4;
 
@@ -62,7 +73,7 @@ std::string WrappedLine(const std::string& line, std::size_t columns)
     if (second == std::string::npos)
         return Filled(line.substr(0, start), line, hanging, columns);
     const std::size_t indent = ColumnsOf(line.substr(0, second));
-    if (indent <= columns / 2)
+    if (indent <= columns / 2 && indent + LongestWord(line.substr(second)) <= columns)
         return Filled(line.substr(0, second), line.substr(second), indent, columns);
     // The second column has no room beside the first.
     const std::size_t deeper = start + kLeastIndent < columns / 2 ? start + kLeastIndent : 0;

@@ -52,6 +52,10 @@ TEST(Suggestion, OfACommandKeepsItsVerb)
     EXPECT_EQ("; did you mean \"set-nudge\"?", CommandSuggestion("set-nugde", kCommands));
     EXPECT_EQ("", CommandSuggestion("get-wayline-origin", kCommands));
     EXPECT_EQ("; did you mean \"get-wayline\"?", CommandSuggestion("gte-wayline", kCommands));
+    for (const char* const getterOrSetter : {"et-nudge", "gset-nudge", "sget-nudge"}) {
+        EXPECT_EQ("; did you mean \"get-nudge-scalar\" or \"get-nudge-vector\"?",
+                  CommandSuggestion(getterOrSetter, kCommands));
+    }
     EXPECT_EQ("; did you mean \"get-wayline\"?", CommandSuggestion("getwayline", kCommands));
     EXPECT_EQ("; did you mean \"watch\"?", CommandSuggestion("wacth", kCommands));
 }

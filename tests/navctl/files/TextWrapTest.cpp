@@ -44,6 +44,15 @@ TEST(TextWrap, BreaksBetweenWordsAndNeverWithinThem)
     }
 }
 
+TEST(TextWrap, StartsALineWithAWordThatHasNoRoomBesideTheFirstColumn)
+{
+    const std::string text = "12:00:00.000  implement-width-changed   3.00 m";
+    EXPECT_EQ("12:00:00.000\n    implement-width-changed 3.00 m", Wrapped(text, 36));
+    for (std::size_t columns = 27; columns < 60; ++columns) {
+        EXPECT_LE(LongestLine(Wrapped(text, columns)), columns) << Wrapped(text, columns);
+    }
+}
+
 TEST(TextWrap, GoesOnBelowTheSecondColumn)
 {
     EXPECT_EQ("name    one two\n        three", Wrapped("name    one two three", 16));

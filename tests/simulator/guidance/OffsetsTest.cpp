@@ -19,13 +19,13 @@ SimulationOptions StandingAt(double east)
     return options;
 }
 
-const LineDefinition kNorth = StraightLine({0.0, 0.0}, {0.0, 100.0});
+const LineDefinition kLineNorth = StraightLine({0.0, 0.0}, {0.0, 100.0});
 
 /// Standing `east` of a line to the north, passes 3 m apart, following the nearest.
 CSimulation& FollowNearest(CSimulation& simulation)
 {
     simulation.SetImplementWidth(3.0);
-    simulation.SetLine(kNorth);
+    simulation.SetLine(kLineNorth);
     simulation.StartNavigation(EFollow::NearestPass);
     return simulation;
 }
@@ -50,7 +50,7 @@ TEST(Passes, TheNearestIsFollowed)
 TEST(Passes, TheLineItselfIsFollowedWhenAskedFor)
 {
     CSimulation simulation(StandingAt(7.0));
-    simulation.SetLine(kNorth);
+    simulation.SetLine(kLineNorth);
     simulation.StartNavigation(EFollow::LineItself);
 
     EXPECT_EQ(0, simulation.Status().pass);

@@ -81,9 +81,11 @@ void CLightbar::LoseLink(const std::string& reason)
 std::string CLightbar::Draw(const Style& style) const
 {
     const std::string state = State();
-    const int lampColumns = static_cast<int>(2 * kLitFrom.size()) + 5;
-    // A terminal that is too narrow shows the words, which say the same.
-    if (style.columns > 0 && style.columns < lampColumns + static_cast<int>(state.size()))
+    // The brackets, the middle between its spaces, and the gap before the words.
+    const int lampColumns = static_cast<int>(2 * kLitFrom.size()) + 2 + 3 + 2;
+    // A terminal that is too narrow shows the words, which say the same. The last column stays free
+    // for the cursor.
+    if (style.columns > 0 && style.columns <= lampColumns + static_cast<int>(state.size()))
         return WrappedProse(state, static_cast<std::size_t>(style.columns - 1));
     return Lamps(style) + "  " + state;
 }
