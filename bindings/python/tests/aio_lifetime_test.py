@@ -4,6 +4,7 @@ import asyncio
 import contextlib
 import gc
 import os
+import socket
 import subprocess
 import sys
 import textwrap
@@ -14,7 +15,7 @@ import weakref
 import kestrove_navigation as navigation
 from aio_test import elsewhere
 from kestrove_navigation import aio
-from scripted_peer import DEADLINE_SECONDS, ScriptedPeer
+from scripted_peer import DEADLINE_SECONDS, PORT, ScriptedPeer
 
 
 class Reconnection(unittest.IsolatedAsyncioTestCase):
@@ -45,6 +46,29 @@ class Reconnection(unittest.IsolatedAsyncioTestCase):
                 self.assertEqual((float(number),), await events.__anext__())
                 await client.disconnect()
         self.assertEqual([], own_threads())
+
+
+class Connecting(unittest.IsolatedAsyncioTestCase):
+    async def test_leaves_the_loop_to_others_while_nobody_takes_the_connection(self):
+        with contextlib.ExitStack() as sockets:
+            listener = sockets.enter_context(socket.socket())
+            listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+            listener.bind(("127.0.0.1", PORT))
+            listener.listen(0)
+            for _ in range(4):  # until its queue is full, and the system lets connections wait
+                waiting = sockets.enter_context(socket.socket())
+                waiting.setblocking(False)
+                waiting.connect_ex(("127.0.0.1", PORT))
+            client = aio.NavigationClient()
+            entering = asyncio.ensure_future(client.__aenter__())
+            events = client.events(navigation.Offset)
+            for _ in range(3):
+                await asyncio.sleep(0)
+            self.assertFalse(entering.done())
+            await entering
+            self.assertFalse(await client.is_link_up())
+            await events.aclose()
+            await client.disconnect()
 
 
 def own_threads():

@@ -73,6 +73,7 @@ class Operations(Case):
         client = await self.client()
         call = asyncio.ensure_future(client.get_implement_width())
         await self.sent()  # the call waits from now on
+        client.timeout = DEADLINE_SECONDS / 2  # of the next call
         await turns(100)
         self.assertFalse(call.done())
         self.peer.replies.put(7.5)
