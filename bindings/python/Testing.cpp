@@ -68,6 +68,8 @@ private:
     std::shared_ptr<CScriptedService> m_service;
 };
 
+std::vector<CValue> ValuesOf(const BListC& list);
+
 CValue ValueAt(const BListC& list, int place)
 {
     switch (list.TypeAt(place)) {
@@ -82,17 +84,21 @@ CValue ValueAt(const BListC& list, int place)
         return list.GetDouble(place);
     case EBElementType::String:
         return list.GetString(place);
-    case EBElementType::List: {
-        const BListC& inner = *list.GetList(place);
-        std::vector<CValue> elements;
-        for (int i = 0; i < inner.Size(); ++i) {
-            elements.push_back(ValueAt(inner, i));
-        }
-        return CValue::List(std::move(elements));
-    }
+    case EBElementType::List:
+        return CValue::List(ValuesOf(*list.GetList(place)));
     default:
         return CValue::Nothing();
     }
+}
+
+std::vector<CValue> ValuesOf(const BListC& list)
+{
+    std::vector<CValue> values;
+    values.reserve(static_cast<std::size_t>(list.Size()));
+    for (int i = 0; i < list.Size(); ++i) {
+        values.push_back(ValueAt(list, i));
+    }
+    return values;
 }
 
 CAnswer AnswerOf(const py::object& value)
@@ -259,11 +265,7 @@ void DefineEvents(Class& service)
         .def(
             "push_to_all",
             [](CService& self, const std::string& event, const py::args& payload) {
-                const auto list = ToList(payload);
-                std::vector<CValue> values;
-                for (int i = 0; i < list->Size(); ++i) {
-                    values.push_back(ValueAt(*list, i));
-                }
+                const std::vector<CValue> values = ValuesOf(*ToList(payload));
                 self.Run([&](CScriptedService& it) { it.PushToAll(event, values); });
             },
             py::arg("event"), "Pushes an event to every client, subscribed or not.")
