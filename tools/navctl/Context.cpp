@@ -1,16 +1,21 @@
 #include "tools/navctl/Context.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "tools/navctl/doctor/Probe.h"
 
 namespace {
 
-constexpr double kMillisecondsASecond = 1000.0;
 /// The library's words for the usual one of the reasons that have the code TimedOut.
 const char* const kNoReply = "no reply in time";
 
 } // namespace
+
+int Milliseconds(double seconds)
+{
+    return std::max(1, static_cast<int>(std::ceil(seconds * 1000.0)));
+}
 
 void CContext::Print(const Json& value, const std::string& text)
 {
@@ -26,8 +31,7 @@ CNavigationAPI& CContext::Navigation()
 {
     if (m_navigation == nullptr) {
         m_navigation = std::make_unique<CNavigationAPI>();
-        m_navigation->SetTimeout(
-            static_cast<int>(std::ceil(options.timeoutSeconds * kMillisecondsASecond)));
+        m_navigation->SetTimeout(Milliseconds(options.timeoutSeconds));
     }
     return *m_navigation;
 }

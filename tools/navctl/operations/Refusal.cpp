@@ -8,16 +8,6 @@
 
 namespace {
 
-/// The service's own words; empty from a service that does not know the request or the reason.
-std::string WordsOfService(CNavigationAPI& navigation, const std::string& serviceName)
-{
-    BListC arguments(nullptr);
-    arguments.AddString(serviceName);
-    const std::unique_ptr<BElementC> reply(navigation.CallMethod("why_refused", &arguments));
-    const auto* const text = dynamic_cast<const BAtomC*>(reply.get());
-    return text == nullptr ? std::string() : text->StringValue();
-}
-
 /// Whether a number lies in a range that is told as "0.1 to 100"; true for any other words.
 bool LiesIn(const std::string& range, double number)
 {
@@ -34,6 +24,16 @@ bool LiesIn(const std::string& range, double number)
 }
 
 } // namespace
+
+std::string WhyRefused(CNavigationAPI& navigation, const std::string& serviceName)
+{
+    BListC arguments(nullptr);
+    arguments.AddString(serviceName);
+    const std::unique_ptr<BElementC> reply(navigation.CallMethod("why_refused", &arguments));
+    const auto* const text = dynamic_cast<const BAtomC*>(reply.get());
+    const bool isReason = text != nullptr && text->Type() == EBElementType::String;
+    return isReason ? text->StringValue() : std::string();
+}
 
 std::string OutsideOfRange(const COperation& operation, const ArgumentValues& values)
 {
@@ -56,7 +56,7 @@ std::string OutsideOfRange(const COperation& operation, const ArgumentValues& va
 std::string ReasonOfRefusal(CNavigationAPI& navigation, const COperation& operation,
                             const ArgumentValues& values)
 {
-    std::string reason = WordsOfService(navigation, operation.serviceName);
+    std::string reason = WhyRefused(navigation, operation.serviceName);
     if (reason.empty())
         reason = OutsideOfRange(operation, values);
     if (FindConfirmation(operation.name) != nullptr)
