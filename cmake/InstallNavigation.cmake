@@ -21,7 +21,8 @@ endif()
 
 file(GLOB public_headers RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS
   core/*.h platform/*.h wayline/*.h api/*.h)
-list(REMOVE_ITEM public_headers api/CallFrame.h wayline/NumberText.h)
+list(REMOVE_ITEM public_headers api/CallFrame.h wayline/NumberText.h
+  wayline/TracePrinting.h)
 if(KESTROVE_BUILD_TESTING_LIBRARY)
   list(APPEND public_headers testing/Answer.h testing/ScriptedService.h testing/Value.h)
 endif()

@@ -10,7 +10,7 @@ option(KESTROVE_BUILD_TESTING_LIBRARY "Build Kestrove::NavigationTesting" ON)
 option(KESTROVE_BUILD_PROGRAMS "Build the programs" ${PROJECT_IS_TOP_LEVEL})
 option(KESTROVE_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
 option(KESTROVE_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
-option(KESTROVE_BUILD_PYTHON "Build the Python bindings, where pybind11 is"
+option(KESTROVE_BUILD_PYTHON "Build the Python bindings, where pybind11 is; REQUIRED: or fail"
   ${PROJECT_IS_TOP_LEVEL})
 option(KESTROVE_BUILD_BENCHMARKS "Build the benchmarks" OFF)
 option(KESTROVE_FUZZERS "Build the fuzz targets as fuzzers, and no other tests; needs clang" OFF)

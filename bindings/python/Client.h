@@ -2,8 +2,9 @@
 #define KESTROVE_BINDINGS_PYTHON_CLIENT_H
 
 #include <array>
-#include <cstdio>
+#include <atomic>
 #include <memory>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "api/NavigationAPI.h"
 #include "bindings/python/EventKinds.h"
 #include "bindings/python/EventQueue.h"
+#include "bindings/python/TraceLogging.h"
 #include "bindings/python/Turn.h"
 
 namespace Kestrove::Python {
@@ -32,8 +34,8 @@ namespace Kestrove::Python {
 class CClient
 {
 public:
-    /// Makes one attempt to connect, while other Python threads run.
-    CClient();
+    /// Without a connection: the first call makes one attempt to connect.
+    CClient() = default;
     /// Closes the connection and lets go of the listeners.
     ~CClient();
     CClient(const CClient&) = delete;
@@ -53,8 +55,37 @@ public:
         CTurns& turns = *m_turns;
         const pybind11::gil_scoped_release withoutGil;
         const CTurn turn(turns);
-        return operation(*m_api);
+        const CTraceLogging traceLogging;
+        return operation(Api());
     }
+
+    /// Runs an operation as Call() does, and raises its failure where this client raises failures.
+    ///
+    /// @param operation as of Call().
+    /// @param isFailure which errors are failures of this operation.
+    /// @return what it returns.
+    /// @throws pybind11::error_already_set the package's NavigationError.
+    template <typename Operation>
+    auto Operate(Operation operation, bool (*isFailure)(const LinkErrorC&) = &IsFailure)
+    {
+        using Result = std::invoke_result_t<Operation, CNavigationAPI&>;
+        LinkErrorC error;
+        const auto looking = [&](CNavigationAPI& api) {
+            const CErrorReading reading{api, error};
+            return operation(api);
+        };
+        if constexpr (std::is_void_v<Result>) {
+            Call(looking);
+            RaiseIfSoWished(error, isFailure);
+        } else {
+            Result result = Call(looking);
+            RaiseIfSoWished(error, isFailure);
+            return result;
+        }
+    }
+
+    /// Whether operations raise their failures; false unless set. Touched under the GIL alone.
+    bool raises = false;
 
     /// Replaces the callable of a kind of event; the old one is let go of, after it returns when it
     /// is running.
@@ -76,17 +107,14 @@ public:
     template <typename MakeEvent>
     void Deliver(std::size_t kind, MakeEvent makeEvent)
     {
-        // The library's trace line lies in C's buffer, which Python's sys.stdout.flush() does not
-        // reach. It comes before what the callable prints.
-        std::fflush(stdout);
         const pybind11::gil_scoped_acquire gil;
         Offer(kind, makeEvent());
     }
 
-    /// Sets the time-out of calls.
+    /// Sets the time-out of calls, from the next one on. Does not wait for one that is under way.
     ///
     /// @param milliseconds -1 for no limit.
-    void SetTimeout(int milliseconds);
+    void SetTimeout(int milliseconds) { m_timeoutMilliseconds = milliseconds; }
     /// @return the time-out of calls in milliseconds.
     int Timeout() const { return m_timeoutMilliseconds; }
 
@@ -98,18 +126,41 @@ public:
     void DropListeners();
 
 private:
+    static constexpr int kTimeoutMilliseconds = 2000;
+
+    /// Takes an operation's error when the operation has ended, by whatever way.
+    struct CErrorReading
+    {
+        ~CErrorReading() { error = api.LastError(); }
+        CNavigationAPI& api;
+        LinkErrorC& error;
+    };
+
+    static bool IsFailure(const LinkErrorC& error) { return error.code != ELinkError::NoError; }
+
+    CNavigationAPI& Api();
     void SettleInChild();
+    void RaiseIfSoWished(const LinkErrorC& error, bool (*isFailure)(const LinkErrorC&)) const;
     void Offer(std::size_t kind, const pybind11::object& event);
     bool HasListener(std::size_t kind);
     void Listen(std::size_t kind);
 
-    std::unique_ptr<CNavigationAPI> m_api;
+    std::unique_ptr<CNavigationAPI> m_api; // null until the first call; by the client's lock
     std::unique_ptr<CTurns> m_turns = std::make_unique<CTurns>();
-    int m_timeoutMilliseconds = 2000;
-    std::array<bool, kEventKindCount> m_isListening{}; // by the client's lock
+    std::atomic<int> m_timeoutMilliseconds{kTimeoutMilliseconds};
+    int m_timeoutInForceMilliseconds = kTimeoutMilliseconds; // by the client's lock
+    std::array<bool, kEventKindCount> m_isListening{};       // by the client's lock
     std::array<pybind11::object, kEventKindCount> m_callables;
     std::vector<std::weak_ptr<CEventQueue>> m_queues;
 };
+
+/// The reason of a failure: the arguments of Python's LinkError and NavigationError.
+pybind11::tuple Reason(const LinkErrorC& error);
+
+/// Raises Python's NavigationError.
+///
+/// @throws pybind11::error_already_set always.
+[[noreturn]] void Raise(const LinkErrorC& error);
 
 /// Adds Python's NavigationClient to the module.
 void DefineClient(pybind11::module_& module);
