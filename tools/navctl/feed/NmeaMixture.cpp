@@ -57,7 +57,10 @@ void CNmeaEpochs::LeaveOutWhatStoodElsewhere(NmeaKind next, std::vector<bool>& i
         if (isElsewhere) {
             Forget(part.kind);
         }
-        isCertain[i] = isCertain[i] && !isElsewhere;
+        // Neither it is certain then nor another one of its kind.
+        for (std::size_t j = 0; isElsewhere && j < m_waiting.size(); ++j) {
+            isCertain[j] = isCertain[j] && m_waiting[j].part.kind != part.kind;
+        }
         mayBeTwoPieces = mayBeTwoPieces || isMore || (!comesOften && isElsewhere) ||
                          (!comesOften && !isList && !IsSingle(part.kind));
     }
