@@ -33,8 +33,8 @@ TEST_F(TraceLines, GoToTheTakerWholeAndNowhereElse)
     const std::string longText = "5 " + std::string(5000, 'x');
     CCapturedOutput output;
     EXPECT_EQ(SetTraceTaker(&Take), nullptr);
-    CWayline::FromString("5 %s");
-    CWayline::FromString(longText);
+    static_cast<void>(CWayline::FromString("5 %s"));
+    static_cast<void>(CWayline::FromString(longText));
     EXPECT_EQ(output.Text(), "");
     const std::vector<std::string> expected = {"CPathWayline::LoadString: 5 %s",
                                                "CPathWayline::LoadString: split string length: 2",
@@ -48,7 +48,7 @@ TEST_F(TraceLines, GoToStandardOutputAgainWithoutATaker)
     SetTraceTaker(&Take);
     EXPECT_EQ(SetTraceTaker(nullptr), &Take);
     CCapturedOutput output;
-    CWayline::FromString("4 0");
+    static_cast<void>(CWayline::FromString("4 0"));
     EXPECT_NE(output.Text(), "");
     EXPECT_TRUE(taken.empty());
 }
@@ -57,7 +57,7 @@ TEST_F(TraceLines, OfOtherThreadsGoWhereTheyWent)
 {
     SetTraceTaker(&Take);
     CCapturedOutput output;
-    std::thread([] { CWayline::FromString("5 0"); }).join();
+    std::thread([] { static_cast<void>(CWayline::FromString("5 0")); }).join();
     EXPECT_NE(output.Text(), "");
     EXPECT_TRUE(taken.empty());
 }

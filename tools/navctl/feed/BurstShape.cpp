@@ -5,7 +5,7 @@
 namespace {
 
 /// A stream of many talkers has some dozens; noise must not make more of them.
-constexpr std::size_t kMostEntries = 512;
+constexpr std::size_t kMostShapes = 512;
 
 } // namespace
 
@@ -15,7 +15,7 @@ bool CBurstShape::ShowTimed(NmeaKind before, NmeaKind behind)
         return false;
     }
     const bool isOther = m_timed.erase({behind, before}) > 0;
-    if (m_timed.size() >= kMostEntries) {
+    if (m_timed.size() >= kMostShapes) {
         m_timed.clear();
     }
     m_timed.emplace(before, behind);
@@ -65,7 +65,7 @@ bool CBurstShape::IsInFront(NmeaKind before, NmeaKind behind) const
 
 CBurstShape::Seen& CBurstShape::SeenOf(NmeaKind untimed)
 {
-    if (m_untimed.size() >= kMostEntries) {
+    if (m_untimed.size() >= kMostShapes) {
         m_untimed.clear();
     }
     return m_untimed[untimed];
