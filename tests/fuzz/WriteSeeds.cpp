@@ -18,7 +18,6 @@
 
 #include "platform/BElement.h"
 #include "platform/BEncoder.h"
-#include "tests/fuzz/FuzzMessages.h"
 #include "wayline/Wayline.h"
 
 namespace {
@@ -34,6 +33,12 @@ std::string Bytes(const BEncoderC& encoder)
     return std::string(encoder.Data(), encoder.Size());
 }
 
+/// What is nested too deeply to be written whole is a seed as well.
+void WriteAsFarAsItGoes(BEncoderC& encoder, const BElementC& element)
+{
+    static_cast<void>(encoder.Write(element));
+}
+
 std::string Request(std::uint64_t number, const std::string& method, const BListC& arguments)
 {
     BEncoderC encoder;
@@ -41,7 +46,7 @@ std::string Request(std::uint64_t number, const std::string& method, const BList
     encoder.WriteInteger(0);
     encoder.WriteUnsigned(number);
     encoder.WriteString(method.data(), method.size());
-    FuzzMessages::Require(encoder.Write(arguments), "a seed can be written");
+    WriteAsFarAsItGoes(encoder, arguments);
     return Bytes(encoder);
 }
 
@@ -51,7 +56,7 @@ std::string Notification(const std::string& method, const BListC& arguments)
     encoder.WriteListHeader(3);
     encoder.WriteInteger(2);
     encoder.WriteString(method.data(), method.size());
-    FuzzMessages::Require(encoder.Write(arguments), "a seed can be written");
+    WriteAsFarAsItGoes(encoder, arguments);
     return Bytes(encoder);
 }
 
@@ -62,7 +67,7 @@ std::string Response(std::uint64_t number, const BElementC& result)
     encoder.WriteInteger(1);
     encoder.WriteUnsigned(number);
     encoder.WriteNothing();
-    FuzzMessages::Require(encoder.Write(result), "a seed can be written");
+    WriteAsFarAsItGoes(encoder, result);
     return Bytes(encoder);
 }
 
