@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdio>
 
 #include "platform/MPICallback.h"
+#include "wayline/TracePrinting.h"
 
 using Core::Maths::Vector2;
 
@@ -130,7 +130,7 @@ int CNavigationAPI::WaylineStatusCallback(BListC* payload)
 int CNavigationAPI::ImplementWidthChangedCallback(BListC* payload)
 {
     if (payload->Size() >= 1 && m_implementWidth != nullptr) {
-        std::puts("CNavigationAPI::ImplementWidthChangedCallback");
+        Kestrove::PrintTraceLine("CNavigationAPI::ImplementWidthChangedCallback\n");
         (*m_implementWidth)(payload->GetDouble(0));
     }
     return 0;
@@ -139,7 +139,7 @@ int CNavigationAPI::ImplementWidthChangedCallback(BListC* payload)
 int CNavigationAPI::TuningParameterChangedCallback(BListC* payload)
 {
     if (payload->Size() >= 2 && m_tuningParameter != nullptr) {
-        std::puts("CNavigationAPI::TuningParameterChangedCallback");
+        Kestrove::PrintTraceLine("CNavigationAPI::TuningParameterChangedCallback\n");
         (*m_tuningParameter)(static_cast<Kestrove::ETuningParameter>(payload->GetInt(0)),
                              payload->GetDouble(1));
     }

@@ -76,7 +76,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "IsSteeringEngaged" [] -> int.
-    bool IsSteeringEngaged();
+    [[nodiscard]] bool IsSteeringEngaged();
 
     /// Lets the service take over the steering.
     ///
@@ -141,7 +141,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "IsNavigationActivated" [] -> int.
-    bool IsNavigationActivated();
+    [[nodiscard]] bool IsNavigationActivated();
 
     /// @}
 
@@ -165,7 +165,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_reverse_engage_enabled" [1] -> int.
-    bool GetReverseEngageEnabled();
+    [[nodiscard]] bool GetReverseEngageEnabled();
 
     /// Sets whether the operator allows engaging in reverse. Both this and
     /// SetReverseEngageEnabled() must be true for it to happen.
@@ -185,7 +185,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_reverse_engage_allowed" [1] -> int.
-    bool GetAllowReverseEngage();
+    [[nodiscard]] bool GetAllowReverseEngage();
 
     /// Sets whether steering may be engaged at low speed.
     ///
@@ -205,7 +205,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_low_speed_engage_allowed" [1] -> int.
-    bool GetLowSpeedEngageEnabled();
+    [[nodiscard]] bool GetLowSpeedEngageEnabled();
 
     /// Sets how long the machine may stay engaged at low speed.
     ///
@@ -224,7 +224,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_low_speed_engage_timeout" [1] -> double.
-    double GetLowSpeedEngageTimeout();
+    [[nodiscard]] double GetLowSpeedEngageTimeout();
 
     /// Sets how far ahead of the machine, in time, the controller aims.
     ///
@@ -243,7 +243,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_lookahead_time" [1] -> double.
-    double GetLookAheadTime();
+    [[nodiscard]] double GetLookAheadTime();
 
     /// @}
 
@@ -270,7 +270,8 @@ public:
     ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "calculate_headings" [list form of each wayline] -> list of doubles.
-    std::vector<double> CalculateHeadings(const std::vector<Kestrove::WaylinePtr>& waylines);
+    [[nodiscard]] std::vector<double>
+    CalculateHeadings(const std::vector<Kestrove::WaylinePtr>& waylines);
 
     /// Asks for the service's wayline.
     ///
@@ -282,7 +283,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_wayline" [] -> list form of the wayline.
-    Kestrove::WaylinePtr GetWayline();
+    [[nodiscard]] Kestrove::WaylinePtr GetWayline();
 
     /// Replaces the service's wayline.
     ///
@@ -336,7 +337,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "is_waypoint_set" [waypoint] -> int.
-    bool IsWaypointSet(int waypoint);
+    [[nodiscard]] bool IsWaypointSet(int waypoint);
 
     /// Brings back the waypoints before the last change.
     ///
@@ -387,7 +388,7 @@ public:
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_nudge_vector" [] -> [double x, double y, double z]. Elements missing from
     /// the reply count as 0.
-    bool GetNudgeVector(Core::Maths::Vector3<double>& nudge);
+    [[nodiscard]] bool GetNudgeVector(Core::Maths::Vector3<double>& nudge);
 
     /// Asks for the nudge as a number.
     ///
@@ -395,7 +396,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "get_nudge" [1] -> double.
-    double GetNudgeScalar();
+    [[nodiscard]] double GetNudgeScalar();
 
     /// Sets the nudge.
     ///
@@ -431,7 +432,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "GetFieldOffset" [1] -> double.
-    double GetFieldOffset();
+    [[nodiscard]] double GetFieldOffset();
 
     /// Sets the implement offset: the line is followed shifted by it to the right, so that an
     /// implement whose middle is that far to the left of the machine's runs along the line itself.
@@ -450,7 +451,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "GetImplementOffset" [1] -> double.
-    double GetImplementOffset();
+    [[nodiscard]] double GetImplementOffset();
 
     /// Sets whether splines are shifted by the implement offset too.
     ///
@@ -477,7 +478,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "GetImplementWidth" [1] -> double.
-    double GetImplementWidth();
+    [[nodiscard]] double GetImplementWidth();
 
     /// @}
 
@@ -529,8 +530,8 @@ public:
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "GetTuningLimits" [parameter] -> [double lowest, double start, double
     /// highest], exactly 3.
-    bool GetTuningLimits(Kestrove::ETuningParameter parameter, double& lowest, double& start,
-                         double& highest);
+    [[nodiscard]] bool GetTuningLimits(Kestrove::ETuningParameter parameter, double& lowest,
+                                       double& start, double& highest);
 
     /// Sets the limits of a tuning parameter.
     ///
@@ -553,7 +554,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_tuning_parameter" [parameter] -> double.
-    float GetTuningParameter(Kestrove::ETuningParameter parameter);
+    [[nodiscard]] float GetTuningParameter(Kestrove::ETuningParameter parameter);
 
     /// Sets a tuning parameter. The service brings a value outside the parameter's limits to the
     /// nearest one inside.
@@ -574,7 +575,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_tuning_parameter" [0] -> double.
-    float GetSensitivity();
+    [[nodiscard]] float GetSensitivity();
 
     /// GetTuningParameter() of Kestrove::Aggressiveness.
     ///
@@ -583,7 +584,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_tuning_parameter" [1] -> double.
-    float GetAggressiveness();
+    [[nodiscard]] float GetAggressiveness();
 
     /// GetTuningParameter() of Kestrove::Overshoot.
     ///
@@ -592,7 +593,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_tuning_parameter" [2] -> double.
-    float GetOvershoot();
+    [[nodiscard]] float GetOvershoot();
 
     /// GetTuningParameter() of Kestrove::SpeedAdjust.
     ///
@@ -601,7 +602,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; verifies the connection.
     /// Wire: request "get_tuning_parameter" [3] -> double.
-    float GetSpeedAdjust();
+    [[nodiscard]] float GetSpeedAdjust();
 
     /// SetTuningParameter() of Kestrove::Sensitivity.
     ///
@@ -659,7 +660,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "GetVelocitySetPoint" [] -> [double velocity].
-    float GetVelocitySetPoint();
+    [[nodiscard]] float GetVelocitySetPoint();
 
     /// Sets the velocity set point.
     ///
@@ -677,7 +678,7 @@ public:
     ///
     /// Blocks until the reply or the time-out; reconnects once if needed.
     /// Wire: request "GetCurveFilterSize" [1] -> int.
-    int GetCurveFilterSize();
+    [[nodiscard]] int GetCurveFilterSize();
 
     /// Sets the size of the curve filter.
     ///

@@ -112,7 +112,7 @@ public:
     ~Subscription() { End(); }
 
     /// @return whether the callable is still called: there is one, and nothing has ended it.
-    bool IsActive() const { return m_isHeld != nullptr && *m_isHeld; }
+    [[nodiscard]] bool IsActive() const { return m_isHeld != nullptr && *m_isHeld; }
 
     /// Ends the subscription: the callable is not called any more. Does nothing where it has ended.
     void End()
@@ -130,7 +130,7 @@ public:
     /// @param callable what is called.
     /// @return the subscription.
     template <typename Event, typename Event::Setter kSetter, typename Callable>
-    static Subscription To(CNavigationAPI& client, Callable callable)
+    [[nodiscard]] static Subscription To(CNavigationAPI& client, Callable callable)
     {
         static_assert(Event::template kIsTakenBy<Callable>,
                       "the callable cannot be called with what this event carries");

@@ -38,8 +38,7 @@ void WriteMessage(BEncoderC& encoder, const BListC& list)
     encoder.WriteListHeader(3);
     encoder.WriteInteger(2);
     encoder.WriteString(kName.data(), kName.size());
-    encoder.Write(list);
-    Keep(static_cast<double>(encoder.Size()));
+    Keep(encoder.Write(list) ? static_cast<double>(encoder.Size()) : 0.0);
 }
 
 /// The numbers of a list as msgpack-cxx packs them, from a plain vector into a buffer that is kept.

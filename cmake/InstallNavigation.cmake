@@ -10,6 +10,10 @@ install(TARGETS KestroveNavigation EXPORT KestroveNavigationTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     COMPONENT library NAMELINK_COMPONENT development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+if(TARGET KestroveNavigationStatic)
+  install(TARGETS KestroveNavigationStatic EXPORT KestroveNavigationTargets
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+endif()
 if(KESTROVE_BUILD_TESTING_LIBRARY)
   install(TARGETS KestroveNavigationTesting EXPORT KestroveNavigationTargets
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
@@ -17,7 +21,8 @@ endif()
 
 file(GLOB public_headers RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS
   core/*.h platform/*.h wayline/*.h api/*.h)
-list(REMOVE_ITEM public_headers api/CallFrame.h wayline/NumberText.h)
+list(REMOVE_ITEM public_headers api/CallFrame.h wayline/NumberText.h
+  wayline/TracePrinting.h)
 if(KESTROVE_BUILD_TESTING_LIBRARY)
   list(APPEND public_headers testing/Answer.h testing/ScriptedService.h testing/Value.h)
 endif()

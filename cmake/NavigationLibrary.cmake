@@ -18,6 +18,18 @@ if(library_kind STREQUAL SHARED_LIBRARY)
   # Casts across the border work all the same, because types are compared by their names.
   target_link_options(KestroveNavigation PRIVATE -Wl,--version-script=${exports} -Wl,-Bsymbolic)
   set_target_properties(KestroveNavigation PROPERTIES LINK_DEPENDS ${exports})
+  if(KESTROVE_INSTALL)
+    # Installed beside it, for programs that are to need no other file.
+    add_library(KestroveNavigationStatic STATIC
+      $<TARGET_OBJECTS:kestrove_wayline> $<TARGET_OBJECTS:kestrove_api>
+      $<TARGET_OBJECTS:kestrove_runtime>)
+    set_target_properties(KestroveNavigationStatic PROPERTIES
+      OUTPUT_NAME kestrove-navigation
+      EXPORT_NAME NavigationStatic)
+    target_compile_features(KestroveNavigationStatic PUBLIC cxx_std_17)
+    target_include_directories(KestroveNavigationStatic
+      INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kestrove>)
+  endif()
 endif()
 kestrove_include_root(KestroveNavigation PUBLIC core platform wayline api)
 target_include_directories(KestroveNavigation

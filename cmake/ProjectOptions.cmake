@@ -10,7 +10,7 @@ option(KESTROVE_BUILD_TESTING_LIBRARY "Build Kestrove::NavigationTesting" ON)
 option(KESTROVE_BUILD_PROGRAMS "Build the programs" ${PROJECT_IS_TOP_LEVEL})
 option(KESTROVE_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
 option(KESTROVE_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
-option(KESTROVE_BUILD_PYTHON "Build the Python bindings, where pybind11 is"
+option(KESTROVE_BUILD_PYTHON "Build the Python bindings, where pybind11 is; REQUIRED: or fail"
   ${PROJECT_IS_TOP_LEVEL})
 option(KESTROVE_BUILD_BENCHMARKS "Build the benchmarks" OFF)
 option(KESTROVE_FUZZERS "Build the fuzz targets as fuzzers, and no other tests; needs clang" OFF)
@@ -30,6 +30,8 @@ target_compile_options(kestrove_flags INTERFACE
 # The library calls its own functions, so that they can be inlined; clang takes that for granted.
 target_compile_options(kestrove_flags INTERFACE
   $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
+# Of a name that is unique all libraries of a process share one, whatever each links.
+target_compile_options(kestrove_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
 # g++ takes the sources of a batch for headers, whose classes had better not use unnamed namespaces.
 target_compile_options(kestrove_flags INTERFACE
   $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)

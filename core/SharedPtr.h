@@ -82,7 +82,7 @@ public:
 
     /// @return the object, still owned by this pointer and those that share it; null when there is
     ///         none.
-    T* Get() const { return m_object; }
+    [[nodiscard]] T* Get() const { return m_object; }
     /// @return the object, for a look at its members; still owned. The pointer must not be null.
     T* operator->() const { return m_object; }
     /// @return the object, still owned. The pointer must not be null.

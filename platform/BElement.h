@@ -36,11 +36,11 @@ public:
     BElementC& operator=(const BElementC&) = delete;
 
     /// @return what this value holds.
-    virtual EBElementType Type() const = 0;
+    [[nodiscard]] virtual EBElementType Type() const = 0;
 
     /// @return the list or dictionary that holds this value, or the parent that it was made under;
     ///         null for a value that stands alone. Not owned.
-    BElementC* Parent() const { return m_parent; }
+    [[nodiscard]] BElementC* Parent() const { return m_parent; }
 
 protected:
     /// Makes a value under a parent.
@@ -87,17 +87,17 @@ public:
     explicit BAtomC(std::string value);
     ~BAtomC() override;
 
-    EBElementType Type() const override { return m_type; }
+    [[nodiscard]] EBElementType Type() const override { return m_type; }
 
     /// @return the number as an int: a double is truncated toward zero, what does not fit
     ///         saturates, NaN is 0. A text or nothing is 0.
-    int IntValue() const;
+    [[nodiscard]] int IntValue() const;
     /// @return the number as a 64-bit integer, by the rules of IntValue().
-    std::int64_t Int64Value() const;
+    [[nodiscard]] std::int64_t Int64Value() const;
     /// @return the number as a double; exact for every int. A text or nothing is 0.0.
-    double DoubleValue() const;
+    [[nodiscard]] double DoubleValue() const;
     /// @return the text, valid as long as this value; empty when this value is no text.
-    const std::string& StringValue() const { return m_string; }
+    [[nodiscard]] const std::string& StringValue() const { return m_string; }
 
 private:
     EBElementType m_type = EBElementType::Nothing;
@@ -123,7 +123,7 @@ public:
     explicit BListC(BElementC* parent);
     ~BListC() override;
 
-    EBElementType Type() const override { return EBElementType::List; }
+    [[nodiscard]] EBElementType Type() const override { return EBElementType::List; }
 
     /// Appends a whole number.
     ///
@@ -154,31 +154,31 @@ public:
     void Reserve(int count);
 
     /// @return the number of elements.
-    int Size() const { return static_cast<int>(m_slots.size()); }
+    [[nodiscard]] int Size() const { return static_cast<int>(m_slots.size()); }
     /// @param index a place, from 0.
     /// @return what stands there; Nothing past the end.
-    EBElementType TypeAt(int index) const;
+    [[nodiscard]] EBElementType TypeAt(int index) const;
     /// @param index a place, from 0.
     /// @return the number there as an int, by the rules of BAtomC::IntValue(); 0 past the end and
     ///         for what is no number.
-    int GetInt(int index) const;
+    [[nodiscard]] int GetInt(int index) const;
     /// @param index a place, from 0.
     /// @return the number there as a 64-bit integer, likewise.
-    std::int64_t GetInt64(int index) const;
+    [[nodiscard]] std::int64_t GetInt64(int index) const;
     /// @param index a place, from 0.
     /// @return the number there as a double; 0.0 past the end and for what is no number.
-    double GetDouble(int index) const;
+    [[nodiscard]] double GetDouble(int index) const;
     /// @param index a place, from 0.
     /// @return the text there, valid as long as the list; empty past the end and for what is no
     ///         text.
-    const std::string& GetString(int index) const;
+    [[nodiscard]] const std::string& GetString(int index) const;
     /// @param index a place, from 0.
     /// @return the nested list there, still owned by this list; null when there is none.
-    const BListC* GetList(int index) const;
+    [[nodiscard]] const BListC* GetList(int index) const;
     /// @param index a place, from 0.
     /// @return the text or nested value there, still owned by this list; null for a number, for
     ///         "nothing" and past the end.
-    const BElementC* GetElement(int index) const;
+    [[nodiscard]] const BElementC* GetElement(int index) const;
 
 protected:
     BElementC* ReleaseLastChild() override;
@@ -219,7 +219,7 @@ public:
     explicit BDictionaryC(BElementC* parent);
     ~BDictionaryC() override;
 
-    EBElementType Type() const override { return EBElementType::Dictionary; }
+    [[nodiscard]] EBElementType Type() const override { return EBElementType::Dictionary; }
 
     /// Appends a value under a key.
     ///
@@ -227,16 +227,16 @@ public:
     /// @param element the value; owned from now on. Null stands for "nothing".
     void Add(const std::string& key, BElementC* element);
     /// @return the number of entries.
-    int Size() const { return static_cast<int>(m_entries.size()); }
+    [[nodiscard]] int Size() const { return static_cast<int>(m_entries.size()); }
     /// @param key the key.
     /// @return the first value under it, still owned by this dictionary; null when there is none.
-    const BElementC* Get(const std::string& key) const;
+    [[nodiscard]] const BElementC* Get(const std::string& key) const;
     /// @param index an entry, from 0; must lie below Size().
     /// @return its key, valid as long as the dictionary.
-    const std::string& KeyAt(int index) const;
+    [[nodiscard]] const std::string& KeyAt(int index) const;
     /// @param index an entry, from 0; must lie below Size().
     /// @return its value, still owned by this dictionary; never null.
-    const BElementC* ValueAt(int index) const;
+    [[nodiscard]] const BElementC* ValueAt(int index) const;
 
 protected:
     BElementC* ReleaseLastChild() override;

@@ -51,12 +51,12 @@ public:
     /// @param element the value; stays the caller's.
     /// @return false when it is nested deeper than 64 levels, which no receiver accepts; the bytes
     ///         written so far are then of no use.
-    bool Write(const BElementC& element);
+    [[nodiscard]] bool Write(const BElementC& element);
 
     /// @return the bytes written since the last Clear(); valid until the next call that writes.
-    const char* Data() const { return m_bytes.data(); }
+    [[nodiscard]] const char* Data() const { return m_bytes.data(); }
     /// @return their number.
-    std::size_t Size() const { return m_bytes.size(); }
+    [[nodiscard]] std::size_t Size() const { return m_bytes.size(); }
 
 private:
     std::string m_bytes;

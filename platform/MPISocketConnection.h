@@ -102,7 +102,7 @@ public:
     /// @return the reply, which the caller owns; null when the request could not be sent, when no
     ///         reply came in time, when the service answered with an error or with nothing, or when
     ///         the connection was lost. LastError() tells which.
-    BElementC* CallMethod(const std::string& name, BListC* arguments);
+    [[nodiscard]] BElementC* CallMethod(const std::string& name, BListC* arguments);
     /// Sends a notification: nothing is awaited. Neither looks at the link nor reopens it.
     ///
     /// @param name the service name.
@@ -123,11 +123,11 @@ public:
     ///
     /// @return whether the link can be used: the connection was opened by Connect() or taken over
     ///         by Accept(), and is alive.
-    bool IsLinkUp();
+    [[nodiscard]] bool IsLinkUp();
 
     /// @return how many events have been dropped, since this object was made, because too many were
     ///         kept.
-    unsigned long DroppedEvents() const;
+    [[nodiscard]] unsigned long DroppedEvents() const;
 
 protected:
     int m_timeoutMilliseconds = 2000; ///< what SetTimeout() has set

@@ -49,7 +49,7 @@ public:
     bool ProcessInt(int& value, unsigned int tag);
 
     /// @return the text of the store.
-    std::string AsString() const;
+    [[nodiscard]] std::string AsString() const;
 
 private:
     bool m_reading = false;

@@ -77,14 +77,14 @@ public:
     /// @return the socket's descriptor, for an application's own event loop; -1 when there is no
     ///         connection, or only one that belongs to the process from which this one was forked.
     ///         It changes with every reconnection and must not be read from or closed.
-    int Descriptor() const;
+    [[nodiscard]] int Descriptor() const;
 
     /// Tells why the last call failed. Set by Connect(), Reconnect() and Accept(), by every call
     /// that sends, and whenever a connection is found lost; a look at a link that lives leaves it
     /// as it is.
     ///
     /// @return the reason, code None when the call did not fail; valid until the next call.
-    const LinkErrorC& LastError() const;
+    [[nodiscard]] const LinkErrorC& LastError() const;
 
 protected:
     bool m_connected = false; ///< the connection was opened by Connect()

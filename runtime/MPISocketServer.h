@@ -26,7 +26,8 @@ public:
     virtual ~MPIServiceHandlerC() = default;
 
     /// A request. The service answers with MPISocketServerC::Reply() or ReplyError(), now or later,
-    /// giving back `client` and `requestNumber`.
+    /// giving back `client` and `requestNumber`. For one that is answered later and is not held, a
+    /// client that has shut its sending side is not waited with.
     virtual void RequestReceived(ClientNumber client, std::uint64_t requestNumber,
                                  const std::string& name, const BListC& arguments) = 0;
     /// A notification; not answered.
@@ -74,7 +75,8 @@ struct MPIServerLimitsC
     std::size_t connections = std::numeric_limits<std::size_t>::max();
     /// How long a connection that has sent nothing counts as one that is in use, or new.
     std::chrono::milliseconds quiet{1'000};
-    /// How long a message may be unfinished without growing.
+    /// How long a message may be unfinished without growing, and the last replies to a client that
+    /// sends nothing more without being taken.
     std::chrono::milliseconds unfinished{30'000};
 };
 
@@ -85,6 +87,10 @@ struct MPIServerLimitsC
 /// 8 MiB queue up is disconnected, so that a slow client never holds up the others. A message that
 /// is no MessagePack-RPC closes the connection that sent it, and so does one that exceeds a limit.
 /// Large messages are read in turns of a millisecond, and events go to many in such turns.
+///
+/// A client that shuts its sending side and goes on reading gets the replies to what it sent whole,
+/// those of held requests too, and then the end. It is sent no more events, and is dropped when it
+/// takes nothing for as long as a message may be unfinished.
 ///
 /// Thread safety: none; used from the thread that runs the loop. Has a thread of its own, which
 /// destroys large messages, from the first of them on.

@@ -34,11 +34,16 @@ ServerConnectionC::ServerConnectionC(asio::ip::tcp::socket socket, ClientNumber 
                                      const std::shared_ptr<ServerConnectionOwnerC>& owner,
                                      std::shared_ptr<DisposerC> disposer)
     : m_socket(std::move(socket)), m_number(number), m_owner(owner),
-      m_disposer(std::move(disposer)), m_decoder(kReadPortion)
+      m_disposer(std::move(disposer)), m_decoder(NewDecoder())
 {
     asio::error_code ignored;
     m_socket.set_option(asio::ip::tcp::no_delay(true), ignored);
     m_socket.non_blocking(true, ignored);
+}
+
+MessageDecoderC ServerConnectionC::NewDecoder()
+{
+    return MessageDecoderC(kReadPortion);
 }
 
 ServerConnectionC::~ServerConnectionC()
@@ -108,12 +113,16 @@ void ServerConnectionC::WaitForBytes()
 
 void ServerConnectionC::BytesWait()
 {
-    if (!m_decoder.InMessage()) {
+    const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock();
+    if (owner == nullptr) {
+        return;
+    }
+    if (m_decoder.InMessage()) {
+        owner->TurnWanted(*this);
+    } else {
         // Enough for a request. Many that send much get no turns by sending it over new
         // connections.
-        TakeTurn(1);
-    } else if (const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock()) {
-        owner->TurnWanted(*this);
+        owner->FirstTurnWanted(*this);
     }
 }
 
@@ -123,18 +132,18 @@ void ServerConnectionC::TakeTurn()
     const bool maySend = m_open && !(m_isHeld && IsWaitingFull());
     const bool mayHaveMore = maySend && m_decoder.InMessage() && ReadAhead();
     if (m_open && IsLeft()) {
-        Lost(EndReason());
+        InputEnded();
     } else if (mayHaveMore && m_open && owner != nullptr) {
         owner->TurnWanted(*this);
-    } else {
-        TakeTurn(kReadsPerTurn);
+        return;
     }
+    TakeTurn(kReadsPerTurn);
 }
 
-/// True when the client has gone and what it sent does not make its message whole.
+/// True when nothing more comes and what the client sent does not make its message whole.
 bool ServerConnectionC::IsLeft() const
 {
-    return m_end && !m_hasGivenAway && m_decoder.LeastMissing() > m_aheadBytes;
+    return m_end && !m_isEnding && !m_hasGivenAway && m_decoder.LeastMissing() > m_aheadBytes;
 }
 
 std::string ServerConnectionC::EndReason() const
@@ -164,9 +173,13 @@ void ServerConnectionC::TakeTurn(int mostReads)
         owner->TurnWanted(*this);
         return;
     }
+    if (m_isEnding) {
+        EndWhenSettled();
+        return;
+    }
     WaitForBytes();
     if (m_decoder.InMessage()) {
-        owner->MessageUnfinished(*this);
+        owner->ProgressAwaited(*this);
     }
 }
 
@@ -269,6 +282,9 @@ void ServerConnectionC::Release()
     }
     m_isHeld = false;
     m_heldMemory = 0;
+    if (m_open && m_isEnding && !IsClientThere()) {
+        Lost(EndReason());
+    }
     const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock();
     if (owner != nullptr && m_open) {
         owner->TurnWanted(*this);
@@ -297,7 +313,7 @@ bool ServerConnectionC::Receive(bool& mayHaveMore, std::size_t most)
         m_end = error;
     }
     if (m_end) {
-        Lost(EndReason());
+        InputEnded();
         return false;
     }
     mayHaveMore = count == room;

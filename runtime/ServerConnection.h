@@ -33,14 +33,17 @@ public:
     virtual void MessageRejected(ServerConnectionC& connection, const std::string& problem) = 0;
     /// The connection has ended without Close().
     virtual void ConnectionLost(ServerConnectionC& connection, const std::string& reason) = 0;
+    /// Something has come that may be short: TakeFirstTurn() is to be called.
+    virtual void FirstTurnWanted(ServerConnectionC& connection) = 0;
     /// The connection has more to do than one turn allows: TakeTurn() is to be called again, when
     /// those that wait already and whatever is new had theirs.
     virtual void TurnWanted(ServerConnectionC& connection) = 0;
     /// The connection has something to send: SendQueued() is to be called after the handlers that
     /// are ready now.
     virtual void SendingWanted(ServerConnectionC& connection) = 0;
-    /// The connection waits for the rest of a message.
-    virtual void MessageUnfinished(ServerConnectionC& connection) = 0;
+    /// The connection waits for its client to send the rest of a message, or to take the last of
+    /// what it is sent.
+    virtual void ProgressAwaited(ServerConnectionC& connection) = 0;
     /// The connection holds `now` bytes and no longer `before`. May close any connection.
     virtual void HeldChanged(std::size_t before, std::size_t now) = 0;
 };
@@ -55,6 +58,10 @@ public:
 /// In its turn it first reads ahead what the rest of an unfinished message may be, which costs a
 /// fraction of decoding it: what a client sent that has gone is in the system's way no longer, and
 /// a message that it has left in the middle is not decoded to where it breaks off.
+///
+/// A client that shuts its sending side and stays is served to the end: what it sent whole has its
+/// turn, also behind a held message, and the replies go out; then the connection ends. Events come
+/// no longer. With a client that has gone altogether the connection ends at once.
 ///
 /// Counts what it holds: what is read and not complete, the message that is being served, what
 /// waits behind one that is held, what is queued, the names of subscriptions. What is large of it
@@ -71,6 +78,8 @@ public:
     /// How many messages are served at once when something comes; more wait for a turn.
     static constexpr int kFirstMessages = 4;
     static constexpr std::chrono::microseconds kTurn{1000}; // of processor time
+    /// How much is handed to the system at once.
+    static constexpr std::size_t kWritePortion = std::size_t{256} * 1024;
     /// How much waits behind a held message before nothing more is read.
     static constexpr std::size_t kMostWaitingMemory = 16U * 1024U * 1024U;
     /// What a connection counts for that has never sent anything.
@@ -90,19 +99,32 @@ public:
     bool IsOpen() const { return m_open; }
     /// The events that this client has subscribed to.
     const std::set<std::string>& Subscriptions() const { return m_subscriptions; }
+    /// Whether it is to be sent an event.
+    bool Wants(const std::string& event) const
+    {
+        return !m_isEnding && m_subscriptions.count(event) != 0;
+    }
     /// Adds one.
     ///
     /// @return false when it was there already.
     bool Subscribe(const std::string& event);
+    /// The number of the first event that it has not been told, among those of the service.
+    std::uint64_t NextEvent() const { return m_nextEvent; }
+    void SetNextEvent(std::uint64_t number) { m_nextEvent = number; }
     /// How many bytes it holds; 0 once it is closed.
     std::size_t Held() const { return m_held; }
     /// True while it waits for the rest of a message.
     bool IsUnfinished() const { return m_isWaiting && m_decoder.InMessage(); }
-    /// When something was last received.
+    /// True while all that is left to do is that its client, who sends nothing more, takes what it
+    /// is sent.
+    bool IsUnread() const { return m_isEnding && !m_isHeld && m_waiting.empty(); }
+    /// When something was last received, or taken by a client that sends nothing more.
     std::chrono::steady_clock::time_point LastGrowth() const { return m_lastGrowth; }
 
     /// Begins to read.
     void Start();
+    /// Reads and serves what may be short.
+    void TakeFirstTurn() { TakeTurn(1); }
     /// Reads and serves for a turn.
     void TakeTurn();
     /// Queues bytes for writing.
@@ -125,6 +147,7 @@ public:
     void Close(bool withReset);
 
 private:
+    static MessageDecoderC NewDecoder();
     void WaitForBytes();
     void BytesWait();
     void TakeTurn(int mostReads);
@@ -138,6 +161,12 @@ private:
     std::size_t TakeAhead(char* space, std::size_t room);
     bool IsLeft() const;
     std::string EndReason() const;
+    void InputEnded();
+    bool IsOwedAnything() const;
+    bool IsClientThere() const;
+    void DiscardUnfinished();
+    void WaitForReset();
+    void EndWhenSettled();
     void GiveAway();
     void CountHeld();
     void FlushLater();
@@ -161,6 +190,7 @@ private:
     std::size_t m_waitingMemory = 0; // of those
     std::size_t m_heldMemory = 0;    // of the held one
     std::set<std::string> m_subscriptions;
+    std::uint64_t m_nextEvent = 0;
     std::string m_queued;         // waits for the write under way to end
     std::string m_writing;        // handed to the write under way
     std::size_t m_written = 0;    // how much of m_writing the system has taken
@@ -168,6 +198,7 @@ private:
     std::size_t m_held = 0;
     std::chrono::steady_clock::time_point m_lastGrowth;
     bool m_open = true;
+    bool m_isEnding = false; // sends what is owed, and nothing more comes
     bool m_hasSentAMessage = false;
     bool m_hasGivenAway = false;
     bool m_isHeld = false;

@@ -62,7 +62,7 @@ void ServerConnectionC::Flush()
         m_writing.swap(m_queued);
     }
     m_socket.async_write_some(
-        asio::buffer(m_writing) + m_written,
+        asio::buffer(asio::buffer(m_writing) + m_written, kWritePortion),
         [self = shared_from_this()](const asio::error_code& error, std::size_t count) {
             self->m_isWriting = false;
             if (!self->m_open) {
@@ -79,12 +79,18 @@ void ServerConnectionC::Flush()
 void ServerConnectionC::Written(std::size_t count)
 {
     m_written += count;
+    if (m_isEnding) {
+        m_lastGrowth = std::chrono::steady_clock::now();
+    }
     if (m_written == m_writing.size()) {
         Empty(m_writing);
         m_written = 0;
         CountHeld();
     }
     Flush();
+    if (m_open && m_isEnding) {
+        EndWhenSettled();
+    }
 }
 
 std::size_t ServerConnectionC::Unsent() const

@@ -13,9 +13,8 @@
 
 namespace {
 
-// The first element of a message.
+// The first element of a response.
 constexpr int kResponse = 1;
-constexpr int kNotification = 2;
 
 // What one client may subscribe to, so that it cannot fill the memory with names.
 constexpr std::size_t kLongestEventName = 256;
@@ -148,6 +147,7 @@ void MPISocketServerC::StateC::Take(asio::ip::tcp::socket socket)
     const ClientNumber number = ++m_lastNumber;
     const auto connection = std::make_shared<ServerConnectionC>(std::move(socket), number,
                                                                 shared_from_this(), m_disposer);
+    connection->SetNextEvent(m_toldEvents + m_events.size());
     m_clients.emplace(number, connection);
     Tell(number, "connecting",
          [number](MPIServiceHandlerC& handler) { handler.ClientConnected(number); });
@@ -157,6 +157,7 @@ void MPISocketServerC::StateC::Take(asio::ip::tcp::socket socket)
 void MPISocketServerC::StateC::Detach()
 {
     m_handler = nullptr;
+    m_firstTurns.clear();
     m_turns.clear();
     m_senders.clear();
     m_pause.cancel();
@@ -267,6 +268,7 @@ void MPISocketServerC::StateC::Subscribe(ServerConnectionC& connection, const BL
 {
     const ClientNumber client = connection.Number();
     const std::string& event = arguments.GetString(0);
+    TellEvents(connection); // those before it are not for it
     const bool isName = arguments.Size() == 1 && arguments.TypeAt(0) == EBElementType::String &&
                         event.size() <= kLongestEventName;
     Tell(client, "subscribe", [&](MPIServiceHandlerC& handler) {
@@ -344,6 +346,7 @@ void MPISocketServerC::StateC::Disconnect(ClientNumber client, const std::string
     const auto found = m_clients.find(client);
     if (found != m_clients.end()) {
         const std::shared_ptr<ServerConnectionC> connection = found->second;
+        TellEvents(*connection);
         End(*connection, reason, withReset);
     }
 }
@@ -355,6 +358,14 @@ void MPISocketServerC::StateC::DisconnectAll(const std::string& reason, bool wit
     }
 }
 
+void MPISocketServerC::StateC::Queue(ServerConnectionC& connection, const char* bytes,
+                                     std::size_t count)
+{
+    if (!connection.Queue(bytes, count)) {
+        Drop(connection, kSlowClient, true);
+    }
+}
+
 void MPISocketServerC::StateC::SendTo(ClientNumber client, const char* bytes, std::size_t count)
 {
     const auto found = m_clients.find(client);
@@ -362,23 +373,8 @@ void MPISocketServerC::StateC::SendTo(ClientNumber client, const char* bytes, st
         return;
     }
     const std::shared_ptr<ServerConnectionC> connection = found->second;
-    if (!connection->Queue(bytes, count)) {
-        Drop(*connection, kSlowClient, true);
-    }
-}
-
-void MPISocketServerC::StateC::Push(const std::string& event)
-{
-    for (auto entry = m_clients.begin(); entry != m_clients.end();) {
-        // Sending may disconnect this client and others, which takes their entries away.
-        const ClientNumber client = entry->first;
-        if (entry->second->Subscriptions().count(event) != 0) {
-            SendTo(client);
-            entry = m_clients.upper_bound(client);
-        } else {
-            ++entry;
-        }
-    }
+    TellEvents(*connection); // what happened before comes before
+    Queue(*connection, bytes, count);
 }
 
 BEncoderC& MPISocketServerC::StateC::StartReply(std::uint64_t requestNumber)
@@ -388,13 +384,4 @@ BEncoderC& MPISocketServerC::StateC::StartReply(std::uint64_t requestNumber)
     m_encoder.WriteInteger(kResponse);
     m_encoder.WriteUnsigned(requestNumber);
     return m_encoder;
-}
-
-bool MPISocketServerC::StateC::EncodeEvent(const std::string& event, const BListC& payload)
-{
-    m_encoder.Clear();
-    m_encoder.WriteListHeader(3);
-    m_encoder.WriteInteger(kNotification);
-    m_encoder.WriteString(event.data(), event.size());
-    return m_encoder.Write(payload);
 }

@@ -40,9 +40,10 @@ public:
     void Release(ClientNumber client);
     void Detach();
 
+    /// Queues an event that has been encoded for all who have subscribed to it.
+    void Push(const std::string& event);
     void SendTo(ClientNumber client, const char* bytes, std::size_t count);
     void SendTo(ClientNumber client) { SendTo(client, m_encoder.Data(), m_encoder.Size()); }
-    void Push(const std::string& event);
     BEncoderC& StartReply(std::uint64_t requestNumber);
     bool EncodeEvent(const std::string& event, const BListC& payload);
 
@@ -52,6 +53,12 @@ public:
     std::size_t HeldBytes() const { return m_held; }
 
 private:
+    struct Event
+    {
+        std::string name;
+        std::string bytes;
+    };
+
     asio::error_code Open(const asio::ip::address& address, std::uint16_t port);
     std::string ListenOnBoth(std::uint16_t port);
     void Take(asio::ip::tcp::socket socket);
@@ -60,17 +67,25 @@ private:
     bool Overtakes(const MessageC& message) override;
     void MessageRejected(ServerConnectionC& connection, const std::string& problem) override;
     void ConnectionLost(ServerConnectionC& connection, const std::string& reason) override;
+    void FirstTurnWanted(ServerConnectionC& connection) override;
     void TurnWanted(ServerConnectionC& connection) override;
     void SendingWanted(ServerConnectionC& connection) override;
-    void MessageUnfinished(ServerConnectionC& connection) override;
+    void ProgressAwaited(ServerConnectionC& connection) override;
     void HeldChanged(std::size_t before, std::size_t now) override;
+    void PostFirstTurns();
+    void GiveFirstTurns();
     void PostTurn();
     void DropClosedTurns();
     void GiveTurn();
+    void Queue(ServerConnectionC& connection, const char* bytes, std::size_t count);
+    void StartTelling();
+    void PostTelling();
+    void TellForATurn();
+    void TellEvents(ServerConnectionC& connection);
     void PostSending();
     void SendForATurn();
     void Watch(std::chrono::steady_clock::duration time);
-    void EndUnfinished();
+    void EndStuck();
     void DropGreediest();
     std::shared_ptr<ServerConnectionC> LeastWorthy() const;
     void DropLeastWorthy();
@@ -88,12 +103,18 @@ private:
     const std::shared_ptr<DisposerC> m_disposer = std::make_shared<DisposerC>();
     std::vector<std::shared_ptr<ServerListenerC>> m_listeners;
     std::map<ClientNumber, std::shared_ptr<ServerConnectionC>> m_clients;
-    std::deque<std::shared_ptr<ServerConnectionC>> m_turns;   // who waits for one
-    std::deque<std::shared_ptr<ServerConnectionC>> m_senders; // who has something to send
-    asio::steady_timer m_pause;                               // of all turns
-    asio::steady_timer m_watch;                               // over unfinished messages
+    std::deque<std::shared_ptr<ServerConnectionC>> m_firstTurns; // who has something to say
+    std::deque<std::shared_ptr<ServerConnectionC>> m_turns;      // who waits for one
+    std::deque<std::shared_ptr<ServerConnectionC>> m_senders;    // who has something to send
+    asio::steady_timer m_pause;                                  // of all turns
+    asio::steady_timer m_watch;                                  // over unfinished messages
+    bool m_hasYielded = false;                                   // the turn to the first turns
     bool m_isWatching = false;
     bool m_hasToldOfWaiting = false; // of connections that cannot be taken
+    std::deque<Event> m_events;      // that some have not been told
+    std::uint64_t m_toldEvents = 0;  // how many there were before those
+    std::uint64_t m_roundEnd = 0;    // the number of the first that this round does not tell
+    ClientNumber m_toldLast = 0;     // in this round
     std::size_t m_held = 0;
     BEncoderC m_encoder;
     ClientNumber m_lastNumber = 0;

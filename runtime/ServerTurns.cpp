@@ -14,10 +14,44 @@ namespace {
 constexpr std::size_t kMostPending = std::size_t{32} * 1024 * 1024;
 constexpr std::chrono::milliseconds kTurnsPause(2);
 
+// What short requests take together before the loop looks at everything else again: most of what a
+// piece of work may take, so that as few turns of those who have much to do come in between.
+constexpr std::chrono::microseconds kFirstTurns(2000); // of processor time
+
 // Unfinished messages are looked through no more often than so many times until one is over.
 constexpr int kLooksAtUnfinished = 8;
 
 } // namespace
+
+/// In the order in which they came. A thousand at once are not served in one go.
+void MPISocketServerC::StateC::FirstTurnWanted(ServerConnectionC& connection)
+{
+    m_firstTurns.push_back(connection.shared_from_this());
+    if (m_firstTurns.size() == 1) {
+        PostFirstTurns();
+    }
+}
+
+void MPISocketServerC::StateC::PostFirstTurns()
+{
+    asio::post(m_loop, [self = shared_from_this()] { self->GiveFirstTurns(); });
+}
+
+void MPISocketServerC::StateC::GiveFirstTurns()
+{
+    const TurnClockC turns(kFirstTurns);
+    while (!m_firstTurns.empty()) {
+        const std::shared_ptr<ServerConnectionC> connection = m_firstTurns.front();
+        connection->TakeFirstTurn();
+        if (!m_firstTurns.empty()) { // it is, when the handler has ended the server
+            m_firstTurns.pop_front();
+        }
+        if (!m_firstTurns.empty() && turns.IsOver()) {
+            PostFirstTurns();
+            return;
+        }
+    }
+}
 
 /// Those who have much to do share what one of them would have: a turn at a time, and whatever is
 /// new in between.
@@ -51,6 +85,12 @@ void MPISocketServerC::StateC::GiveTurn()
         m_pause.expires_after(kTurnsPause);
         m_pause.async_wait(
             [self = shared_from_this()](const asio::error_code&) { self->GiveTurn(); });
+        return;
+    }
+    // Who has just come is first, and does not wait for two turns of those who have much to do.
+    m_hasYielded = !m_hasYielded && !m_firstTurns.empty();
+    if (m_hasYielded) {
+        PostTurn();
         return;
     }
     // Several short ones in the time of one.
@@ -96,7 +136,7 @@ void MPISocketServerC::StateC::SendForATurn()
     }
 }
 
-void MPISocketServerC::StateC::MessageUnfinished(ServerConnectionC& /*connection*/)
+void MPISocketServerC::StateC::ProgressAwaited(ServerConnectionC& /*connection*/)
 {
     if (!m_isWatching) {
         Watch(m_limits.unfinished);
@@ -112,19 +152,19 @@ void MPISocketServerC::StateC::Watch(std::chrono::steady_clock::duration time)
         const std::shared_ptr<StateC> self = weak.lock();
         if (!error && self != nullptr) {
             self->m_isWatching = false;
-            self->EndUnfinished();
+            self->EndStuck();
         }
     });
 }
 
-void MPISocketServerC::StateC::EndUnfinished()
+void MPISocketServerC::StateC::EndStuck()
 {
     const auto now = std::chrono::steady_clock::now();
     std::vector<std::shared_ptr<ServerConnectionC>> over;
     bool isAny = false;
     auto next = now + m_limits.unfinished;
     for (const auto& [client, connection] : m_clients) {
-        if (!connection->IsUnfinished()) {
+        if (!connection->IsUnfinished() && !connection->IsUnread()) {
             continue;
         }
         const auto end = connection->LastGrowth() + m_limits.unfinished;
@@ -141,10 +181,10 @@ void MPISocketServerC::StateC::EndUnfinished()
     }
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(m_limits.unfinished);
     for (const std::shared_ptr<ServerConnectionC>& connection : over) {
-        Drop(*connection,
-             "an unfinished message that has not grown for " + std::to_string(seconds.count()) +
-                 " s",
-             true);
+        const char* const problem = connection->IsUnread()
+                                        ? "the last replies were not taken for "
+                                        : "an unfinished message that has not grown for ";
+        Drop(*connection, problem + std::to_string(seconds.count()) + " s", true);
     }
 }
 

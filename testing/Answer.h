@@ -50,35 +50,35 @@ public:
     ///
     /// @param elements the list's elements, in order.
     /// @return the answer.
-    static CAnswer List(std::initializer_list<CValue> elements);
+    [[nodiscard]] static CAnswer List(std::initializer_list<CValue> elements);
     /// @return a reply that holds nothing.
-    static CAnswer Nothing();
+    [[nodiscard]] static CAnswer Nothing();
     /// @param text what the application finds in LastError().
     /// @return an error reply with this text.
-    static CAnswer Error(std::string text);
+    [[nodiscard]] static CAnswer Error(std::string text);
     /// @return no reply at all.
-    static CAnswer Silence();
+    [[nodiscard]] static CAnswer Silence();
     /// @return instead of a reply the connection is closed, in order.
-    static CAnswer DropLink();
+    [[nodiscard]] static CAnswer DropLink();
     /// @return instead of a reply the connection is reset.
-    static CAnswer ResetLink();
+    [[nodiscard]] static CAnswer ResetLink();
 
     /// @param milliseconds how long after the request has come in.
     /// @return the same answer, given that much later.
-    CAnswer After(int milliseconds) const;
+    [[nodiscard]] CAnswer After(int milliseconds) const;
     /// @return the same answer, given when the test calls CScriptedService::ReleaseHeld().
-    CAnswer Held() const;
+    [[nodiscard]] CAnswer Held() const;
 
     /// @return what happens.
-    EKind Kind() const { return m_kind; }
+    [[nodiscard]] EKind Kind() const { return m_kind; }
     /// @return what the reply holds; Nothing unless Kind() is Value. Valid as long as this answer.
-    const CValue& Value() const { return m_value; }
+    [[nodiscard]] const CValue& Value() const { return m_value; }
     /// @return the error's text; empty unless Kind() is Error. Valid as long as this answer.
-    const std::string& ErrorText() const { return m_errorText; }
+    [[nodiscard]] const std::string& ErrorText() const { return m_errorText; }
     /// @return how long after the request it happens, in milliseconds; 0 for at once.
-    int DelayMilliseconds() const { return m_delayMilliseconds; }
+    [[nodiscard]] int DelayMilliseconds() const { return m_delayMilliseconds; }
     /// @return whether it waits for CScriptedService::ReleaseHeld().
-    bool IsHeld() const { return m_isHeld; }
+    [[nodiscard]] bool IsHeld() const { return m_isHeld; }
 
 private:
     CAnswer(EKind kind, CValue value) : m_kind(kind), m_value(std::move(value)) {}

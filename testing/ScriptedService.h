@@ -42,7 +42,7 @@ struct CReceived
     std::uint64_t client = 0;                ///< counts the connections from 1
 
     /// @return the message in words, for example `request SetFieldOffset [int 1, double 2.5]`.
-    std::string Text() const;
+    [[nodiscard]] std::string Text() const;
 };
 
 /// A navigation service for tests: it does what the test has written down and remembers everything
@@ -101,7 +101,7 @@ public:
     /// @return what did not go by the script so far, a line each: calls that nobody expected,
     ///         expected calls that did not come, pushed events with which nothing was called (see
     ///         Push()), and connections that sent what is no message. Empty when all is well.
-    std::string Problems() const;
+    [[nodiscard]] std::string Problems() const;
 
     /// @}
     /// @name Link
@@ -157,21 +157,21 @@ public:
     /// @{
 
     /// @return everything received since the start or the last ForgetReceived(), in order.
-    std::vector<CReceived> Received() const;
+    [[nodiscard]] std::vector<CReceived> Received() const;
     /// @return the same as text, a line each.
-    std::string ReceivedText() const;
+    [[nodiscard]] std::string ReceivedText() const;
     /// Empties the record.
     void ForgetReceived();
     /// @param name a service name.
     /// @return how many calls of it, requests and notifications, the record holds.
-    std::size_t CallCount(const std::string& name) const;
+    [[nodiscard]] std::size_t CallCount(const std::string& name) const;
     /// @param event an event's name.
     /// @return how many subscriptions to it have come in since the start or ForgetReceived().
-    std::size_t SubscriptionCount(const std::string& event) const;
+    [[nodiscard]] std::size_t SubscriptionCount(const std::string& event) const;
     /// @return how many clients are connected.
-    std::size_t ClientCount() const;
+    [[nodiscard]] std::size_t ClientCount() const;
     /// @return how many connections have been accepted since the start.
-    std::size_t AcceptedCount() const;
+    [[nodiscard]] std::size_t AcceptedCount() const;
 
     /// Waits until the record holds at least so many calls of a name.
     ///
@@ -179,28 +179,30 @@ public:
     /// @param count how many calls of it.
     /// @param timeoutMilliseconds how long to wait at most.
     /// @return false when it does not within the time.
-    bool WaitForCalls(const std::string& name, std::size_t count,
-                      int timeoutMilliseconds = kPatienceMilliseconds) const;
+    [[nodiscard]] bool WaitForCalls(const std::string& name, std::size_t count,
+                                    int timeoutMilliseconds = kPatienceMilliseconds) const;
     /// Waits until at least so many subscriptions to an event have come in.
     ///
     /// @param event an event's name.
     /// @param count how many subscriptions to it.
     /// @param timeoutMilliseconds how long to wait at most.
     /// @return false when they have not within the time.
-    bool WaitForSubscriptions(const std::string& event, std::size_t count,
-                              int timeoutMilliseconds = kPatienceMilliseconds) const;
+    [[nodiscard]] bool WaitForSubscriptions(const std::string& event, std::size_t count,
+                                            int timeoutMilliseconds = kPatienceMilliseconds) const;
     /// Waits until at least so many connections have been accepted since the start.
     ///
     /// @param count how many.
     /// @param timeoutMilliseconds how long to wait at most.
     /// @return false when they have not within the time.
-    bool WaitForAccepted(std::size_t count, int timeoutMilliseconds = kPatienceMilliseconds) const;
+    [[nodiscard]] bool WaitForAccepted(std::size_t count,
+                                       int timeoutMilliseconds = kPatienceMilliseconds) const;
     /// Waits until exactly so many clients are connected.
     ///
     /// @param count how many.
     /// @param timeoutMilliseconds how long to wait at most.
     /// @return false when that is not so within the time.
-    bool WaitForClients(std::size_t count, int timeoutMilliseconds = kPatienceMilliseconds) const;
+    [[nodiscard]] bool WaitForClients(std::size_t count,
+                                      int timeoutMilliseconds = kPatienceMilliseconds) const;
 
     /// @}
 

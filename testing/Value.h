@@ -44,12 +44,12 @@ public:
     ///
     /// @param elements its elements, in order.
     /// @return the list.
-    static CValue List(std::vector<CValue> elements);
+    [[nodiscard]] static CValue List(std::vector<CValue> elements);
     /// @return the value "nothing".
-    static CValue Nothing();
+    [[nodiscard]] static CValue Nothing();
 
     /// @return this value as the library's, owned by the caller.
-    std::unique_ptr<BElementC> ToElement() const;
+    [[nodiscard]] std::unique_ptr<BElementC> ToElement() const;
 
 private:
     explicit CValue(EBElementType type) : m_type(type) {}

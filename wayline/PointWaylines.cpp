@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <limits>
 #include <memory>
 #include <string>
@@ -16,6 +15,7 @@
 #include "platform/BElement.h"
 #include "platform/Utilities.h"
 #include "wayline/NumberText.h"
+#include "wayline/TracePrinting.h"
 
 namespace Kestrove {
 
@@ -93,28 +93,28 @@ bool AppendPoints(const std::vector<std::string>& parts, Points& points)
 // Applications and field logs read the printed lines as they stand: their bytes do not change.
 void PrintExpectedLength(const char* className, std::size_t length, std::int64_t expectedLength)
 {
-    std::printf("%s::LoadString %zd == %d\n", className, length,
-                static_cast<int>(static_cast<std::uint32_t>(expectedLength)));
+    PrintTraceLine("%s::LoadString %zd == %d\n", className, length,
+                   static_cast<int>(static_cast<std::uint32_t>(expectedLength)));
 }
 
 bool ReadText(const char* className, EWaylineType type, const std::string& text, Points& points)
 {
-    std::printf("%s::LoadString: %s\n", className, text.c_str());
+    PrintTraceLine("%s::LoadString: %s\n", className, text.c_str());
     std::vector<std::string> parts;
     if (Core::Utilities::SplitString(text, ' ', parts, 0) == 0) {
         return false;
     }
-    std::printf("%s::LoadString: split string length: %zd\n", className, parts.size());
+    PrintTraceLine("%s::LoadString: split string length: %zd\n", className, parts.size());
     if (parts.size() < kPlacesBeforePoints) {
         return false;
     }
     int code = 0;
     const bool isTypeRight = Core::Utilities::ParseInt(parts[0], code) != 0 && code == type;
-    std::printf("%s::LoadString: type is correct: %d\n", className, isTypeRight ? 1 : 0);
+    PrintTraceLine("%s::LoadString: type is correct: %d\n", className, isTypeRight ? 1 : 0);
     int count = 0;
     const bool isCountRight = isTypeRight && Core::Utilities::ParseInt(parts[1], count) != 0;
-    std::printf("%s::LoadString count is correct: %d count is %d\n", className,
-                isCountRight ? 1 : 0, count);
+    PrintTraceLine("%s::LoadString count is correct: %d count is %d\n", className,
+                   isCountRight ? 1 : 0, count);
 
     // In 64 bits: a count whose length overflows an int matches no text.
     const std::int64_t expectedLength =

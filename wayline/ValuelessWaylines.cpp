@@ -3,13 +3,13 @@
 
 #include "wayline/Wayline.h"
 
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "platform/BElement.h"
 #include "platform/Utilities.h"
+#include "wayline/TracePrinting.h"
 
 namespace Kestrove {
 
@@ -30,12 +30,12 @@ bool AcceptsList(const BListC& list)
 
 bool AcceptsText(const char* className, EWaylineType type, const std::string& text)
 {
-    std::printf("%s::LoadString: %s\n", className, text.c_str());
+    PrintTraceLine("%s::LoadString: %s\n", className, text.c_str());
     std::vector<std::string> parts;
     if (Core::Utilities::SplitString(text, ' ', parts, 0) == 0) {
         return false;
     }
-    std::printf("%s::LoadString: split string length: %zd\n", className, parts.size());
+    PrintTraceLine("%s::LoadString: split string length: %zd\n", className, parts.size());
     // The bare code is no text form, though ToString() writes just that: what these kinds write is
     // not taken back, and applications get no wayline from it.
     if (parts.size() < 2) {

@@ -56,7 +56,7 @@ public:
     /// Writes the list form: the code of the kind, then its values.
     ///
     /// @return a new list, which the caller owns.
-    virtual BListC* ToBList() const = 0;
+    [[nodiscard]] virtual BListC* ToBList() const = 0;
 
     /// Reads the list form.
     ///
@@ -69,13 +69,13 @@ public:
     ///         unchanged.
     /// @throws std::length_error for a negative point count, std::bad_alloc for one that memory
     ///         does not suffice for; the wayline is then unchanged.
-    virtual bool LoadBList(BListC* list) = 0;
+    [[nodiscard]] virtual bool LoadBList(BListC* list) = 0;
 
     /// Writes the text form: the code of the kind, then its values, blank-separated; whatever the
     /// locale. Doubles have six decimals, so smaller differences are lost.
     ///
     /// @return the text; empty for a kind that has no text form.
-    virtual std::string ToString() const;
+    [[nodiscard]] virtual std::string ToString() const;
 
     /// Reads the text form, whatever the locale. The code at the front must be that of the kind.
     ///
@@ -84,10 +84,10 @@ public:
     /// @param text the whole text, code included.
     /// @return whether the text was accepted; always false for a kind that has no text form. After
     ///         false, values that stand before the first unreadable one may have been taken over.
-    virtual bool LoadString(const std::string& text);
+    [[nodiscard]] virtual bool LoadString(const std::string& text);
 
     /// @return the kind.
-    EWaylineType Type() const { return m_type; }
+    [[nodiscard]] EWaylineType Type() const { return m_type; }
 
     /// Builds the wayline that a list form describes.
     ///
@@ -97,7 +97,7 @@ public:
     ///         the code of CEmptyWayline.
     /// @throws std::length_error for a negative point count, std::bad_alloc for one that memory
     ///         does not suffice for; nothing is left behind.
-    static WaylinePtr FromBList(BListC* list);
+    [[nodiscard]] static WaylinePtr FromBList(BListC* list);
 
     /// Builds the wayline that a text form describes.
     ///
@@ -105,7 +105,7 @@ public:
     /// @return the only owner of the new wayline; null for an empty text, for a first word that is
     ///         no kind's code, for a text that its kind does not accept (see LoadString()), and
     ///         always for the code of CEmptyWayline.
-    static WaylinePtr FromString(const std::string& text);
+    [[nodiscard]] static WaylinePtr FromString(const std::string& text);
 
 protected:
     /// For the kinds.
@@ -132,12 +132,12 @@ public:
     /// No line.
     CEmptyWayline();
     /// @return a new list without elements, which the caller owns.
-    BListC* ToBList() const override;
+    [[nodiscard]] BListC* ToBList() const override;
     /// Reads nothing: an empty wayline does not come back.
     ///
     /// @param list is not looked at.
     /// @return always false.
-    bool LoadBList(BListC* list) override;
+    [[nodiscard]] bool LoadBList(BListC* list) override;
 };
 
 /// A straight line through two points, running from A to B, without ends.
@@ -154,10 +154,10 @@ public:
     /// @param pointB where it leads to, likewise.
     CABWayline(const Core::Maths::Vector3<double>& pointA,
                const Core::Maths::Vector3<double>& pointB);
-    BListC* ToBList() const override;
-    bool LoadBList(BListC* list) override;
-    std::string ToString() const override;
-    bool LoadString(const std::string& text) override;
+    [[nodiscard]] BListC* ToBList() const override;
+    [[nodiscard]] bool LoadBList(BListC* list) override;
+    [[nodiscard]] std::string ToString() const override;
+    [[nodiscard]] bool LoadString(const std::string& text) override;
 
     double pointAX = 0.0; ///< point A, metres east
     double pointAY = 0.0; ///< point A, metres north
@@ -180,10 +180,10 @@ public:
     /// @param point any of its points (metres east, north, up).
     /// @param lineHeading radians, clockwise from north.
     CAHeadingWayline(const Core::Maths::Vector3<double>& point, double lineHeading);
-    BListC* ToBList() const override;
-    bool LoadBList(BListC* list) override;
-    std::string ToString() const override;
-    bool LoadString(const std::string& text) override;
+    [[nodiscard]] BListC* ToBList() const override;
+    [[nodiscard]] bool LoadBList(BListC* list) override;
+    [[nodiscard]] std::string ToString() const override;
+    [[nodiscard]] bool LoadString(const std::string& text) override;
 
     double pointAX = 0.0; ///< point A, metres east
     double pointAY = 0.0; ///< point A, metres north
@@ -205,10 +205,10 @@ public:
     CCircleWayline(const Core::Maths::Vector3<double>& firstPoint,
                    const Core::Maths::Vector3<double>& secondPoint,
                    const Core::Maths::Vector3<double>& thirdPoint);
-    BListC* ToBList() const override;
-    bool LoadBList(BListC* list) override;
-    std::string ToString() const override;
-    bool LoadString(const std::string& text) override;
+    [[nodiscard]] BListC* ToBList() const override;
+    [[nodiscard]] bool LoadBList(BListC* list) override;
+    [[nodiscard]] std::string ToString() const override;
+    [[nodiscard]] bool LoadString(const std::string& text) override;
 
     double firstPointX = 0.0;  ///< first point, metres east
     double firstPointY = 0.0;  ///< first point, metres north
@@ -235,15 +235,15 @@ public:
     ///
     /// @param curvePoints metres east, north, up; in driving order.
     explicit CSplineWayline(std::vector<Core::Maths::Vector3<double>> curvePoints);
-    BListC* ToBList() const override;
-    bool LoadBList(BListC* list) override;
-    std::string ToString() const override;
+    [[nodiscard]] BListC* ToBList() const override;
+    [[nodiscard]] bool LoadBList(BListC* list) override;
+    [[nodiscard]] std::string ToString() const override;
     /// Reads the text form. A text with another number of words than its point count asks for is
     /// accepted too, and then leaves the points as they are.
     ///
     /// @param text the whole text, code included.
     /// @return whether the text was accepted.
-    bool LoadString(const std::string& text) override;
+    [[nodiscard]] bool LoadString(const std::string& text) override;
 
     std::vector<Core::Maths::Vector3<double>> points; ///< metres east, north, up
 };
@@ -262,15 +262,15 @@ public:
     ///
     /// @param curvePoints metres east, north, up; in driving order.
     explicit CABCurveWayline(std::vector<Core::Maths::Vector3<double>> curvePoints);
-    BListC* ToBList() const override;
-    bool LoadBList(BListC* list) override;
-    std::string ToString() const override;
+    [[nodiscard]] BListC* ToBList() const override;
+    [[nodiscard]] bool LoadBList(BListC* list) override;
+    [[nodiscard]] std::string ToString() const override;
     /// Reads the text form. A text with another number of words than its point count asks for is
     /// accepted too, and then leaves the points as they are.
     ///
     /// @param text the whole text, code included.
     /// @return whether the text was accepted.
-    bool LoadString(const std::string& text) override;
+    [[nodiscard]] bool LoadString(const std::string& text) override;
 
     std::vector<Core::Maths::Vector3<double>> points; ///< metres east, north, up
 };
@@ -284,18 +284,18 @@ class KESTROVE_EXPORT CPathWayline : public CWayline
 public:
     /// The service's recorded line, which this object only names.
     CPathWayline();
-    BListC* ToBList() const override;
+    [[nodiscard]] BListC* ToBList() const override;
     /// Reads the list form, which has nothing but the code.
     ///
     /// @param list the list; must not be null, stays the caller's. No element is read.
     /// @return whether it has at least one element.
-    bool LoadBList(BListC* list) override;
-    std::string ToString() const override;
+    [[nodiscard]] bool LoadBList(BListC* list) override;
+    [[nodiscard]] std::string ToString() const override;
     /// Reads the text form. What ToString() writes is not accepted.
     ///
     /// @param text the whole text, code included.
     /// @return whether it starts with the kind's code and has at least one further word.
-    bool LoadString(const std::string& text) override;
+    [[nodiscard]] bool LoadString(const std::string& text) override;
 };
 
 /// The last recorded drive, to be driven again. It carries nothing but its code.
@@ -306,18 +306,18 @@ class KESTROVE_EXPORT CReplayWayline : public CWayline
 public:
     /// The service's recorded drive, which this object only names.
     CReplayWayline();
-    BListC* ToBList() const override;
+    [[nodiscard]] BListC* ToBList() const override;
     /// Reads the list form, which has nothing but the code.
     ///
     /// @param list the list; must not be null, stays the caller's. No element is read.
     /// @return whether it has at least one element.
-    bool LoadBList(BListC* list) override;
-    std::string ToString() const override;
+    [[nodiscard]] bool LoadBList(BListC* list) override;
+    [[nodiscard]] std::string ToString() const override;
     /// Reads the text form. What ToString() writes is not accepted.
     ///
     /// @param text the whole text, code included.
     /// @return whether it starts with the kind's code and has at least one further word.
-    bool LoadString(const std::string& text) override;
+    [[nodiscard]] bool LoadString(const std::string& text) override;
 };
 
 } // namespace Kestrove

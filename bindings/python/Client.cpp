@@ -3,23 +3,55 @@
 #include <algorithm>
 
 #include "bindings/python/Collection.h"
+#include "bindings/python/Text.h"
 
 namespace py = pybind11;
 
 namespace Kestrove::Python {
 
-CClient::CClient()
+py::tuple Reason(const LinkErrorC& error)
 {
-    const py::gil_scoped_release withoutGil;
-    m_api = std::make_unique<CNavigationAPI>();
+    const auto values = py::module_::import("kestrove_navigation._values");
+    return py::make_tuple(values.attr("ErrorCode")(static_cast<int>(error.code)),
+                          ToPythonText(error.text));
+}
+
+void Raise(const LinkErrorC& error)
+{
+    const py::object type =
+        py::module_::import("kestrove_navigation._values").attr("NavigationError");
+    PyErr_SetObject(type.ptr(), type(*Reason(error)).ptr());
+    throw py::error_already_set();
 }
 
 CClient::~CClient()
 {
+    if (m_turns->IsOfTheParent()) {
+        SettleInChild();
+    }
     // The library's client leaves its functors alone.
     for (std::size_t kind = 0; kind < kEventKindCount; ++kind) {
         if (m_isListening[kind]) {
             kEventKinds[kind].listen(*m_api, nullptr);
+        }
+    }
+}
+
+/// Called with the GIL held, so that it is over before any thread's next operation.
+void CClient::SettleInChild()
+{
+    // Left where it is: a call that forked within a callable still refers to it.
+    const CTurns& parents = *m_turns.release();
+    m_turns = std::make_unique<CTurns>();
+    if (!parents.IsHeldByAnother() || m_api == nullptr) {
+        return;
+    }
+    // What the other thread had begun is not destroyed either; its link is the parent's.
+    m_api.release()->Close();
+    m_timeoutInForceMilliseconds = kTimeoutMilliseconds; // a new client's
+    for (std::size_t kind = 0; kind < kEventKindCount; ++kind) {
+        if (m_isListening[kind]) {
+            kEventKinds[kind].listen(Api(), this);
         }
     }
 }
@@ -89,10 +121,24 @@ void CClient::Offer(std::size_t kind, const py::object& event)
     }
 }
 
-void CClient::SetTimeout(int milliseconds)
+CNavigationAPI& CClient::Api()
 {
-    m_timeoutMilliseconds = milliseconds;
-    Call([=](CNavigationAPI& api) { api.SetTimeout(milliseconds); });
+    if (m_api == nullptr) {
+        m_api = std::make_unique<CNavigationAPI>();
+    }
+    const int timeoutMilliseconds = m_timeoutMilliseconds;
+    if (timeoutMilliseconds != m_timeoutInForceMilliseconds) {
+        m_api->SetTimeout(timeoutMilliseconds);
+        m_timeoutInForceMilliseconds = timeoutMilliseconds;
+    }
+    return *m_api;
+}
+
+void CClient::RaiseIfSoWished(const LinkErrorC& error, bool (*isFailure)(const LinkErrorC&)) const
+{
+    if (raises && isFailure(error)) {
+        Raise(error);
+    }
 }
 
 void CClient::Disconnect()

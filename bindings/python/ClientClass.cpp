@@ -18,11 +18,14 @@ namespace {
 
 constexpr const char* kSummary =
     "The connection to the navigation service on this machine, port 5010.\n\n"
-    "Making one makes one attempt to connect and succeeds whether or not the service is there; "
-    "every "
-    "operation tries again. An operation returns what the service replied, or its failure value, "
-    "and raises nothing: last_error tells why the last call failed. While a call waits, other "
-    "threads run; a second thread's call on the same client waits for the first to end.";
+    "Making one makes one attempt to connect, or leaves that to the first call, and succeeds "
+    "whether "
+    "or not the service is there; every operation tries again. An operation returns what the "
+    "service replied, or its failure value, and raises nothing: last_error tells why the last call "
+    "failed. Where raises is set, a failure raises a NavigationError in place of that. While a "
+    "call "
+    "waits, other threads run; a second thread's call on the same client waits for the first to "
+    "end.";
 
 std::optional<double> TimeoutSeconds(const CClient& client)
 {
@@ -39,39 +42,37 @@ void SetTimeoutSeconds(CClient& client, std::optional<double> seconds)
     client.SetTimeout(seconds ? static_cast<int>(milliseconds) : -1);
 }
 
-/// The reason of the last failure: the arguments of LinkError and NavigationError, or None.
-py::object Reason(CClient& client)
+LinkErrorC LastErrorOf(CClient& client)
 {
-    const LinkErrorC error = client.Call([](CNavigationAPI& api) { return api.LastError(); });
-    if (error.code == ELinkError::None) {
-        return py::none();
-    }
-    // The text may be the service's, in whatever encoding.
-    const auto text = py::reinterpret_steal<py::object>(PyUnicode_DecodeUTF8(
-        error.text.data(), static_cast<py::ssize_t>(error.text.size()), "replace"));
-    if (!text) {
-        throw py::error_already_set();
-    }
-    const auto values = py::module_::import("kestrove_navigation._values");
-    return py::make_tuple(values.attr("ErrorCode")(static_cast<int>(error.code)), text);
+    return client.Call([](CNavigationAPI& api) { return api.LastError(); });
 }
 
 py::object LastError(CClient& client)
 {
-    const py::object reason = Reason(client);
+    const LinkErrorC error = LastErrorOf(client);
     const auto values = py::module_::import("kestrove_navigation._values");
-    return reason.is_none() ? reason : py::object(values.attr("LinkError")(*reason));
+    return error.code == ELinkError::NoError ? py::object(py::none())
+                                             : values.attr("LinkError")(*Reason(error));
 }
 
 void RaiseForError(CClient& client)
 {
-    const py::object reason = Reason(client);
-    if (!reason.is_none()) {
-        const py::object type =
-            py::module_::import("kestrove_navigation._values").attr("NavigationError");
-        PyErr_SetObject(type.ptr(), type(*reason).ptr());
-        throw py::error_already_set();
+    const LinkErrorC error = LastErrorOf(client);
+    if (error.code != ELinkError::NoError) {
+        Raise(error);
     }
+}
+
+/// @param connects whether the attempt to connect is made now, while other Python threads run, and
+///                 not by the first call.
+std::unique_ptr<CClient> MakeClient(bool raises, bool connects)
+{
+    auto client = std::make_unique<CClient>();
+    client->raises = raises;
+    if (connects) {
+        client->Call([](CNavigationAPI&) {});
+    }
+    return client;
 }
 
 EventKindSet KindsOf(const py::args& types)
@@ -161,6 +162,8 @@ void DefineConnection(py::class_<CClient>& client)
         .def_property("timeout", &TimeoutSeconds, &SetTimeoutSeconds,
                       "How long a call waits, in seconds; None for no limit. 2.0 unless set. An "
                       "operation cannot be interrupted while it waits; process_messages() can.")
+        .def_readwrite("raises", &CClient::raises,
+                       "Whether an operation that fails raises a NavigationError.")
         .def_property_readonly("last_error", &LastError,
                                "The LinkError of the last call; None when it did not fail.")
         .def("raise_for_error", &RaiseForError,
@@ -196,7 +199,8 @@ void DefineClient(py::module_& module)
 {
     py::class_<CClient> client(module, "NavigationClient", TakesPartInCollection<CClient>(),
                                kSummary);
-    client.def(py::init<>());
+    client.def(py::init(&MakeClient), py::kw_only(), py::arg("raises") = false,
+               py::arg("connect") = true);
     DefineConnection(client);
     DefineOperations(client);
     DefineEvents(client);

@@ -59,6 +59,13 @@ py::object CEventIterator::Next()
     return event;
 }
 
+void CEventIterator::Close()
+{
+    m_ended = true;
+    m_queue->kinds.reset();
+    m_queue->events.clear();
+}
+
 int CEventIterator::Traverse(visitproc visit, void* argument) const
 {
     // The events hold numbers and points alone.
@@ -76,7 +83,10 @@ void DefineEventIterator(py::module_& module)
         module, "EventIterator", TakesPartInCollection<CEventIterator>(),
         "The events of a client as they come; see NavigationClient.events().");
     iterator.def("__iter__", [](py::object self) { return self; })
-        .def("__next__", &CEventIterator::Next);
+        .def("__next__", &CEventIterator::Next)
+        .def("close", &CEventIterator::Close, "Ends the iteration; no more events are kept for it.")
+        .def("__enter__", [](py::object self) { return self; })
+        .def("__exit__", [](CEventIterator& self, const py::args&) { self.Close(); });
     // Annotations name the kind of events: EventIterator[GuidanceStatus].
     const py::object alias = py::module_::import("types").attr("GenericAlias");
     iterator.attr("__class_getitem__") = py::module_::import("builtins").attr("classmethod")(alias);

@@ -38,6 +38,9 @@ public:
     ///         pybind11::error_already_set what a callable or a signal handler raises.
     pybind11::object Next();
 
+    /// Ends the iteration: no more events are kept for it, and those that are go.
+    void Close();
+
     // For Python's search for objects that only refer to each other.
     int Traverse(visitproc visit, void* argument) const;
     void DropListeners();

@@ -2,6 +2,9 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
+
+#include "bindings/python/Text.h"
 
 namespace py = pybind11;
 
@@ -34,6 +37,32 @@ void Append(BListC& list, py::handle element)
     }
 }
 
+/// What a list holds as a value of its own: a text, a list or a dictionary; null for nothing.
+py::object ElementToPython(const BElementC* element)
+{
+    if (const auto* list = dynamic_cast<const BListC*>(element)) {
+        return ToPython(*list);
+    }
+    if (const auto* dictionary = dynamic_cast<const BDictionaryC*>(element)) {
+        py::dict result;
+        for (int i = 0; i < dictionary->Size(); ++i) {
+            result[ToPythonText(dictionary->KeyAt(i))] = ElementToPython(dictionary->ValueAt(i));
+        }
+        return std::move(result);
+    }
+    const auto* atom = dynamic_cast<const BAtomC*>(element);
+    switch (atom == nullptr ? EBElementType::Nothing : atom->Type()) {
+    case EBElementType::Integer:
+        return py::int_(atom->Int64Value());
+    case EBElementType::Double:
+        return py::float_(atom->DoubleValue());
+    case EBElementType::String:
+        return ToPythonText(atom->StringValue());
+    default:
+        return py::none();
+    }
+}
+
 } // namespace
 
 std::unique_ptr<BListC> ToList(const py::sequence& list)
@@ -52,8 +81,10 @@ py::list ToPython(const BListC& list)
     for (int i = 0; i < list.Size(); ++i) {
         if (list.TypeAt(i) == EBElementType::Integer) {
             result.append(list.GetInt64(i));
-        } else {
+        } else if (list.TypeAt(i) == EBElementType::Double) {
             result.append(list.GetDouble(i));
+        } else {
+            result.append(ElementToPython(list.GetElement(i)));
         }
     }
     return result;

@@ -16,8 +16,8 @@ namespace Kestrove::Python {
 ///         int that 64 bits do not hold.
 std::unique_ptr<BListC> ToList(const pybind11::sequence& list);
 
-/// @param list a list of numbers.
-/// @return the same as a Python list.
+/// @param list a list of the library.
+/// @return the same as a Python list; what is not UTF-8 in a text is replaced.
 pybind11::list ToPython(const BListC& list);
 
 } // namespace Kestrove::Python

@@ -27,7 +27,7 @@ public:
         m_client.def(
             name,
             [operation](CClient& client, std::decay_t<Arguments>... arguments) {
-                return client.Call([&](Api& api) { return (api.*operation)(arguments...); });
+                return client.Operate([&](Api& api) { return (api.*operation)(arguments...); });
             },
             summary, names...);
         return *this;
@@ -110,9 +110,6 @@ void DefineWaylineOperations(COperations operations)
              "The heading of each wayline where the machine is nearest to it, in radians clockwise "
              "from north; an empty list on failure.",
              Named("waylines"))
-        .Add("get_wayline", &Api::GetWayline,
-             "The service's wayline; None when there is none and on failure. Raises ValueError for "
-             "a list form with a negative number of points.")
         .Add("set_wayline", &Api::SetWayline,
              "Replaces the service's wayline. True when the service replied at all, a refusal "
              "included; False on failure.",
@@ -223,22 +220,32 @@ py::object NudgeReply(int status, const Vector3<double>& nudge)
 py::object Nudge(CClient& client, bool add, double amount)
 {
     Vector3<double> nudge;
-    const int status = client.Call([&](Api& api) { return api.Nudge(nudge, add, amount); });
+    const int status = client.Operate([&](Api& api) { return api.Nudge(nudge, add, amount); });
     return NudgeReply(status, nudge);
 }
 
 py::object AutoSetNudge(CClient& client)
 {
     Vector3<double> nudge;
-    const int status = client.Call([&](Api& api) { return api.AutoSetNudge(nudge); });
+    const int status = client.Operate([&](Api& api) { return api.AutoSetNudge(nudge); });
     return NudgeReply(status, nudge);
 }
 
 std::optional<Vector3<double>> GetNudgeVector(CClient& client)
 {
     Vector3<double> nudge;
-    const bool succeeded = client.Call([&](Api& api) { return api.GetNudgeVector(nudge); });
+    const bool succeeded = client.Operate([&](Api& api) { return api.GetNudgeVector(nudge); });
     return succeeded ? std::optional(nudge) : std::nullopt;
+}
+
+/// That there is no wayline is a reply without a value, and no failure.
+WaylinePtr GetWayline(CClient& client)
+{
+    return client.Operate([](Api& api) { return api.GetWayline(); },
+                          [](const LinkErrorC& error) {
+                              return error.code != ELinkError::NoError &&
+                                     error.code != ELinkError::NoValue;
+                          });
 }
 
 py::object GetTuningLimits(CClient& client, ETuningParameter parameter)
@@ -246,7 +253,7 @@ py::object GetTuningLimits(CClient& client, ETuningParameter parameter)
     double lowest = 0.0;
     double start = 0.0;
     double highest = 0.0;
-    const bool succeeded = client.Call(
+    const bool succeeded = client.Operate(
         [&](Api& api) { return api.GetTuningLimits(parameter, lowest, start, highest); });
     if (!succeeded) {
         return py::none();
@@ -255,7 +262,8 @@ py::object GetTuningLimits(CClient& client, ETuningParameter parameter)
     return values.attr("TuningLimits")(lowest, start, highest);
 }
 
-/// The operations that give values through their arguments, which here are returned.
+/// The operations that give values through their arguments, which here are returned, and one with
+/// failures of its own.
 void DefineOperationsWithResults(py::class_<CClient>& client)
 {
     client
@@ -266,6 +274,9 @@ void DefineOperationsWithResults(py::class_<CClient>& client)
              "Chooses the nudge that puts the line under the machine: a NudgeReply.")
         .def("get_nudge_vector", &GetNudgeVector,
              "The nudge as a Vector3 in metres; None on failure.")
+        .def("get_wayline", &GetWayline,
+             "The service's wayline; None when there is none and on failure. Raises ValueError for "
+             "a list form with a negative number of points.")
         .def("get_tuning_limits", &GetTuningLimits,
              "The TuningLimits of a tuning parameter; None on failure.", py::arg("parameter"));
 }

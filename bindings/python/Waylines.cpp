@@ -1,6 +1,5 @@
 #include "bindings/python/Waylines.h"
 
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <utility>
@@ -8,6 +7,7 @@
 
 #include "bindings/python/Casters.h"
 #include "bindings/python/Lists.h"
+#include "bindings/python/TraceLogging.h"
 
 namespace py = pybind11;
 
@@ -15,13 +15,6 @@ namespace Kestrove::Python {
 namespace {
 
 using Core::Maths::Vector3;
-
-/// Sends on what a text reader has printed, at its end: Python's sys.stdout.flush() does not reach
-/// C's buffer.
-struct SendsTraceLines
-{
-    ~SendsTraceLines() { std::fflush(stdout); }
-};
 
 /// The kinds, so that what is done for each is written once.
 template <typename... Kinds>
@@ -80,7 +73,7 @@ void DefineBase(py::module_& module)
                          "them.")
         .def_property_readonly("type", &CWayline::Type, "The kind, a WaylineType.")
         .def_static("from_string", &CWayline::FromString, py::arg("text"),
-                    py::call_guard<SendsTraceLines>(),
+                    py::call_guard<CTraceLogging>(),
                     "Builds the wayline of a text form; None for a text that no kind accepts.")
         .def_static(
             "from_list",
@@ -90,8 +83,7 @@ void DefineBase(py::module_& module)
             "ValueError for a negative number of points.")
         .def("to_string", &CWayline::ToString,
              "Writes the text form; empty for a kind that has none. Values have six decimals.")
-        .def("load_string", &CWayline::LoadString, py::arg("text"),
-             py::call_guard<SendsTraceLines>(),
+        .def("load_string", &CWayline::LoadString, py::arg("text"), py::call_guard<CTraceLogging>(),
              "Reads the text form and tells whether it was accepted. After False, values before "
              "the first unreadable one may have been taken over.")
         .def("to_list", &ListOf, "Writes the list form: the kind's code, then its values.")

@@ -153,6 +153,8 @@ std::size_t WorkOf(const LineDefinition& line)
 {
     if (PointCount(line.kind) != 0)
         return 0;
+    if (line.points.size() > kMostMeasured)
+        return line.points.size();
     const double held = std::min(PolylineLength(line.points) / kCurveSpacing, kMostCurvePoints);
     // What is not finite is refused before anything is made of it.
     return line.points.size() + (held > 0.0 ? static_cast<std::size_t>(held) : 0);

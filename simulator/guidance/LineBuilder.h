@@ -14,7 +14,11 @@ struct BuiltLine
     std::string reason; ///< empty unless refused; names the value
 };
 
-/// How many points the shape of a definition has to be made of, about: how long that takes.
+/// So many points are measured to find out how long their line takes.
+constexpr std::size_t kMostMeasured = 1000;
+
+/// How many points the shape of a definition has to be made of, about: how long that takes. Of a
+/// line of more than kMostMeasured points it is known that they are many, and no more is looked at.
 std::size_t WorkOf(const LineDefinition& line);
 
 /// Makes the shape that a definition describes.

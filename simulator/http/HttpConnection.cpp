@@ -245,7 +245,7 @@ void HttpConnectionC::Answer(const ServedAnswer& answer)
     m_owner.Grown();
 }
 
-void HttpConnectionC::Stream(Source source, CUnreadBytes& unread, std::function<void()> ended)
+void HttpConnectionC::Stream(Source source, PeerSocketC& peers, std::function<void()> ended)
 {
     if (m_stage != EStage::Waiting) {
         ended();
@@ -255,7 +255,7 @@ void HttpConnectionC::Stream(Source source, CUnreadBytes& unread, std::function<
     asio::error_code error;
     m_socket.set_option(asio::socket_base::send_buffer_size(kSendBufferOfAStream), error);
     m_source = std::move(source);
-    m_unreadBytes = &unread;
+    m_peers = &peers;
     m_ended = std::move(ended);
     m_head = HeadOf(200, "text/event-stream") + "\r\n";
     Write();
@@ -277,7 +277,8 @@ void HttpConnectionC::Wake()
 /// Whether the peer has to read before it is sent more. One that never does is dropped.
 bool HttpConnectionC::IsHeldBack()
 {
-    const std::size_t unread = m_unreadBytes->Of(m_socket).value_or(0);
+    const auto peer = m_peers->Of(m_socket);
+    const std::size_t unread = peer ? peer->unread : 0;
     const bool isBehind = unread > kMostUnread;
     if (isBehind && (!m_isHeldBack || unread < m_unread)) {
         m_lastTaken = Clock::now();

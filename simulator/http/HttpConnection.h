@@ -12,9 +12,9 @@
 #include <asio/ip/tcp.hpp>
 #include <asio/steady_timer.hpp>
 
+#include "runtime/PeerSocket.h"
 #include "simulator/http/RequestCheck.h"
 #include "simulator/http/RequestReader.h"
-#include "simulator/http/UnreadBytes.h"
 
 /// How long a peer is waited for.
 struct HttpPatience
@@ -91,9 +91,9 @@ public:
     /// Answers with a stream of events, which goes on for as long as the peer is there. What waits
     /// for the peer at this end is what `source` gave last, and 16 KiB of the system's.
     ///
-    /// @param unread must outlive the stream.
+    /// @param peers must outlive the stream.
     /// @param ended is called once the stream has ended.
-    void Stream(Source source, CUnreadBytes& unread, std::function<void()> ended);
+    void Stream(Source source, PeerSocketC& peers, std::function<void()> ended);
     /// Sends what the source of the stream has, unless something is being sent, or the peer has
     /// left so much unread that more would be out of date when it comes to it. To be called again
     /// and again.
@@ -139,7 +139,7 @@ private:
     std::function<void()> m_ended;
     bool m_isWriting = false;
     Clock::time_point m_lastTaken; ///< or when the writing or holding back began
-    CUnreadBytes* m_unreadBytes = nullptr;
+    PeerSocketC* m_peers = nullptr;
     bool m_isHeldBack = false;    ///< what is new, until the peer reads
     std::size_t m_unread = 0;     ///< by the peer, when it was last asked for
     mutable std::mutex m_closing; ///< the socket is closed, and looked at from elsewhere, under it

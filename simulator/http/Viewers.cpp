@@ -82,7 +82,7 @@ void ViewersC::Add(const std::shared_ptr<HttpConnectionC>& connection)
     viewer->connection = connection;
     m_viewers.push_back(viewer);
     m_feed.Enter();
-    connection->Stream([this, viewer] { return Next(*viewer); }, m_unread,
+    connection->Stream([this, viewer] { return Next(*viewer); }, m_peers,
                        [this, viewer] {
                            viewer->connection.reset();
                            m_viewers.remove(viewer);

@@ -52,7 +52,7 @@ private:
     std::string Next(Viewer& viewer);
 
     EventFeedC& m_feed;
-    CUnreadBytes m_unread;
+    PeerSocketC m_peers;
     Rules m_rules;
     asio::steady_timer m_timer;
     std::list<ViewerPtr> m_viewers; ///< the first to have come first

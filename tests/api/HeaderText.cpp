@@ -35,6 +35,13 @@ bool StartsWith(const std::string& text, const std::string& start)
     return text.rfind(start, 0) == 0;
 }
 
+/// An operation is the same whether the compiler warns of a result that is dropped or not.
+std::string WithoutAttribute(const std::string& text)
+{
+    const std::string attribute = "[[nodiscard]] ";
+    return StartsWith(text, attribute) ? text.substr(attribute.size()) : text;
+}
+
 /// Puts declarations together from the lines of a class, one after the other.
 class CDeclarationReader
 {
@@ -66,7 +73,7 @@ private:
         m_text += line + " ";
         if (line.back() == ';') {
             m_text.erase(m_text.find_last_of(';'));
-            m_declarations.push_back({Collapsed(m_comment), Collapsed(m_text)});
+            m_declarations.push_back({Collapsed(m_comment), WithoutAttribute(Collapsed(m_text))});
             m_comment.clear();
             m_text.clear();
         }

@@ -79,7 +79,7 @@ TEST_F(SteeringOperations, GiveZeroForALookAheadTimeThatCannotBeHad)
 TEST_F(SteeringOperations, SendEmptyListsWhereTheServiceTakesNoLeadingOne)
 {
     api.ClearNavigation();
-    api.IsSteeringEngaged();
+    static_cast<void>(api.IsSteeringEngaged());
 
     ExpectSent("CallMethod ClearNavigation []");
     ExpectSent("CallMethod IsSteeringEngaged []");

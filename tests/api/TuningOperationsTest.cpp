@@ -21,10 +21,10 @@ protected:
 
 TEST_F(TuningOperations, ShortcutsAskForTheirParameter)
 {
-    api.GetSensitivity();
-    api.GetAggressiveness();
-    api.GetOvershoot();
-    api.GetSpeedAdjust();
+    static_cast<void>(api.GetSensitivity());
+    static_cast<void>(api.GetAggressiveness());
+    static_cast<void>(api.GetOvershoot());
+    static_cast<void>(api.GetSpeedAdjust());
 
     for (const char* parameter : {"[int 0]", "[int 1]", "[int 2]", "[int 3]"}) {
         ExpectSent(std::string("CallMethod get_tuning_parameter ") + parameter);
@@ -87,7 +87,7 @@ TEST_F(TuningOperations, NarrowAParameterToFloatAndWidenItBack)
 
 TEST_F(TuningOperations, SendAParameterWithoutANameAsItIs)
 {
-    api.GetTuningParameter(static_cast<Kestrove::ETuningParameter>(-7));
+    static_cast<void>(api.GetTuningParameter(static_cast<Kestrove::ETuningParameter>(-7)));
 
     ExpectSent("CallMethod get_tuning_parameter [int -7]");
 }
@@ -120,13 +120,13 @@ TEST_F(TuningOperations, ResetIntegralTellsWhetherTheConnectionIsUsable)
 
 TEST_F(TuningOperations, KeepOneListForEveryCallThatLeavesItToTheConnection)
 {
-    api.GetTuningLimits(Kestrove::Overshoot, lowest, start, highest);
+    static_cast<void>(api.GetTuningLimits(Kestrove::Overshoot, lowest, start, highest));
     EXPECT_EQ(recording.LiveLists(), 1) << "GetTuningLimits";
     api.SetTuningLimits(Kestrove::Overshoot, 0.1, 0.3, 0.9);
     EXPECT_EQ(recording.LiveLists(), 2) << "SetTuningLimits";
     api.SetVelocitySetPoint(2.5F);
     EXPECT_EQ(recording.LiveLists(), 3) << "SetVelocitySetPoint";
-    api.GetVelocitySetPoint();
+    static_cast<void>(api.GetVelocitySetPoint());
     EXPECT_EQ(recording.LiveLists(), 4) << "GetVelocitySetPoint without a reply";
 }
 

@@ -90,7 +90,7 @@ TEST_F(WaylineOperations, GetWaylineLetsTheLengthErrorPassAndLeavesNothingBehind
 {
     Reply(ListOf(3, -1, 0.0).release());
 
-    EXPECT_THROW(api.GetWayline(), std::length_error);
+    EXPECT_THROW(static_cast<void>(api.GetWayline()), std::length_error);
 
     EXPECT_EQ(recording.Transcript(),
               (Lines{"VerifyConnection: true", "list made", "CallMethod get_wayline []",

@@ -3,6 +3,7 @@
 import math
 import random
 import select
+import socket
 import time
 import unittest
 import weakref
@@ -123,6 +124,20 @@ def vanish():
             time.sleep(0.05)  # the attack's pace; by then the work is under way or waits
 
 
+def stop_sending():
+    """Asks for long work and much to read, shuts the sending side and reads nothing: fifty at a time."""
+    packet = b"".join(msgpack.packb([0, 1, *call]) for call in (
+        ["set_wayline", field(20000)], ["get_wayline", []], ["get_wayline", []]))
+    links = []
+    while True:
+        links.append(connect())
+        links[-1].sendall(packet)
+        links[-1].shutdown(socket.SHUT_WR)
+        if len(links) > 50:
+            links.pop(0).close()
+        time.sleep(0.02)  # the attack's pace: the work is under way or waits
+
+
 class LongWork(AttackTest):
     def _assert_untroubled_by(self, *attacks, arguments=()):
         with SimulatorUnderAttack(*arguments) as simulator:
@@ -132,7 +147,7 @@ class LongWork(AttackTest):
             self.assert_ends_in_time(simulator)
 
     def test_of_scattered_points_holds_nobody_up(self):
-        for count in (2000, 20000, 100000):
+        for count in (2000, 20000, 100000, 200000):
             with self.subTest(points=count):
                 self._assert_untroubled_by(start_beside(count),
                                            arguments=("--start", "-300,500,0"))
@@ -152,6 +167,44 @@ class LongWork(AttackTest):
 
     def test_of_clients_that_vanish_leaves_the_service_as_it_was(self):
         self._assert_untroubled_by(vanish, vanish)
+
+    def test_of_clients_that_send_no_more_and_read_nothing_holds_nobody_up(self):
+        self._assert_untroubled_by(stop_sending, stop_sending)
+
+
+class SendingNoMore(AttackTest):
+    def test_leaves_a_client_the_replies_to_what_came_whole(self):
+        with SimulatorUnderAttack("--start", "-300,500,0") as simulator:
+            for rest in (b"", b"\x94", msgpack.packb([0, 9, "set_wayline", field(20000)])[:-1]):
+                with self.subTest(len(rest)):
+                    caller = Caller()
+                    numbers = [caller.send(*call) for call in (
+                        ("set_wayline", *scattered(20000)), ("get_wayline",),
+                        ("StartNavigation", 1, 1), ("IsSteeringEngaged",), ("clear_wayline",))]
+                    caller.link.sendall(rest)
+                    caller.link.shutdown(socket.SHUT_WR)
+                    replies = [caller.reply(number) for number in numbers]
+                    self.assertEqual([1, 1, 0, 1], replies[:1] + replies[2:])
+                    self.assertEqual(60002, len(replies[1]))
+                    self.assertEqual(numbers, caller.order())
+                    self.assertEqual(b"", caller.link.recv(1))
+            self.assert_ends_in_time(simulator)
+
+    def test_does_not_keep_a_client_that_goes(self):
+        with SimulatorUnderAttack("--start", "-300,500,0") as simulator:
+            caller = Caller()
+            for call in (("set_wayline", *scattered(100000)), ("set_lookahead_time", 2.75, 0),
+                         ("StartNavigation", 1, 1)):
+                caller.send(*call)
+            caller.link.shutdown(socket.SHUT_WR)
+            used = simulator.processor_seconds()
+            wait_for(lambda: simulator.processor_seconds() > used + 0.1)
+            caller.link.close()
+            other = Caller()
+            wait_for(lambda: other.call("get_wayline") is not None)
+            self.assertNotEqual(2.75, other.call("get_lookahead_time", 1))
+            self.assertEqual(0, other.call("IsNavigationActivated"))
+            self.assert_ends_in_time(simulator)
 
 
 class Disengaging(AttackTest):

@@ -1,11 +1,14 @@
-"""What takes its time: a message that is never finished, and a viewer that reads nothing for a minute. They
-wait side by side, on one simulator, which has nothing else to do."""
+"""What takes its time: a message that is never finished, replies that a client which sends no more does not
+take, and a viewer that reads nothing for a minute. They wait side by side, on one simulator, which has
+nothing else to do."""
 
 import json
+import socket
 import time
 import unittest
 
 from attack import AttackTest, connect
+from long_work_test import Caller, field
 from memory_test import HEAD, LIST
 from navigation_service import wait_for
 from page_test import STREAM, PageUnderAttack, visit
@@ -21,13 +24,27 @@ class Patience(AttackTest):
             start = time.monotonic()
             viewer.sendall(STREAM)
             client.sendall(HEAD + LIST)
+            reader = self._read_nothing()
             self._assert_ended(client, start)
             wait_for(lambda: "an unfinished message that has not grown for 30 s" in
                      simulator.errors(), "the reason")
+            wait_for(lambda: "the last replies were not taken for 30 s" in simulator.errors(),
+                     "the other reason")
+            reader.link.close()
             # The viewer reads nothing meanwhile; the service has 600 states to report.
             time.sleep(max(0.0, start + MINUTE_SECONDS - time.monotonic()))  # the attack's length
             self._assert_few_old_states(viewer)
             self.assert_ends_in_time(simulator)
+
+    @staticmethod
+    def _read_nothing():
+        """A client that asks for more than the system takes, and sends and reads no more."""
+        client = Caller()
+        client.call("set_wayline", *field(100000))
+        for _ in range(3):
+            client.send("get_wayline")
+        client.link.shutdown(socket.SHUT_WR)
+        return client
 
     def _assert_ended(self, client, start):
         client.settimeout(2 * UNFINISHED_SECONDS)

@@ -9,10 +9,12 @@ import unittest
 
 import msgpack
 
-from attack import AttackTest, HonestClient, SimulatorUnderAttack, attackers, connect
+from attack import (AttackTest, BOUND_SECONDS, HonestClient, HonestEcho, SimulatorUnderAttack,
+                    attackers, connect)
 from navigation_service import Client, wait_for
 
 ATTACK_SECONDS = 2.0
+KEPT_SECONDS = 1.0  # within which a setting is on the disk
 
 
 def keep_the_same():
@@ -95,6 +97,34 @@ class Settings(AttackTest):
                     client.request("IsSteeringEngaged")
                 self.assert_ends_in_time(simulator, (signal.SIGTERM, signal.SIGINT)[run % 2])
             self.assertEqual(run + 99 / 128, self.kept()["low_speed_engage_timeout"])
+
+    def test_are_on_the_disk_within_a_second_while_others_change(self):
+        with SimulatorUnderAttack("--state", self.path) as simulator, attackers(keep_others):
+            with Client() as client:
+                for step in range(5):
+                    value = 1.0 + step / 8
+                    with HonestEcho() as echo:
+                        client.notify("set_lookahead_time", value, 1)
+                        wait_for(lambda: self.kept().get("lookahead_time") == value, "the save")
+                        took = echo.seconds()
+                    self.assertLess(took, KEPT_SECONDS + BOUND_SECONDS + echo.late +
+                                    2 * self.own_save_seconds())
+            self.assert_ends_in_time(simulator)
+
+    def own_save_seconds(self):
+        """How long this machine takes now to bring a file and its place to the disk."""
+        start = time.monotonic()
+        place = os.open(self.folder, os.O_RDONLY | os.O_DIRECTORY)
+        try:
+            with open(os.path.join(self.folder, "own"), "w", encoding="utf-8") as file:
+                file.write("{}")
+                file.flush()
+                os.fsync(file.fileno())
+            os.unlink(os.path.join(self.folder, "own"))
+            os.fsync(place)
+        finally:
+            os.close(place)
+        return time.monotonic() - start
 
     def test_on_a_disk_that_does_not_answer_hold_up_nothing(self):
         with Disk() as disk, disk.simulator("--state", self.path) as simulator:

@@ -412,6 +412,32 @@ class Link(Files):
                 self.assertEqual((True, 1), (report["interrupted"], report["sent"]))
                 self.assert_adds_up(report, 2)
 
+    def test_ends_soon_when_it_is_interrupted_before_a_service_that_says_nothing(self):
+        path = self.write("drive.nmea", [moment(number) for number in range(995)])
+        with CountingService(silent_from=8) as service, subprocess.Popen(
+                [os.environ["NAVCTL"], "--json", "--timeout", "3600", "feed", path],
+                stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True) as process:
+            wait_for(lambda: len(service.samples) >= 8, "samples")
+            process.send_signal(signal.SIGINT)
+            output, _ = process.communicate(timeout=DEADLINE_SECONDS)
+        report = json.loads(output)
+        self.assertEqual((0, True), (process.returncode, report["interrupted"]), report)
+        self.assertGreater(report["lost"], 0)
+        self.assert_adds_up(report)
+
+    def test_says_that_the_service_refuses_the_samples(self):
+        far_apart = ["time,latitude,longitude\n"] + [f"{number},{48 + number / 100},11.0\n"
+                                                    for number in range(4)]
+        with Simulator():
+            code, report = navctl_json("feed", self.write("leaps.csv", far_apart), "--rate", "1")
+            text = navctl("feed", self.write("leaps.csv", far_apart), "--rate", "1")
+        self.assertEqual(1, code, report)
+        self.assertRegex(report["reason"], "the service refused the samples: .* is no ground speed")
+        self.assertEqual(report["refused"]["of"], report["refused"]["looks"])
+        self.assertEqual(1, text.returncode)
+        self.assertEqual(1, text.stderr.count("the service does not take the samples: "), text.stderr)
+        self.assertIn("\nthe service refused the last sample at ", text.stdout)
+
     def test_counts_what_it_had_read_ahead_when_it_is_interrupted(self):
         path = self.write("drive.nmea", [moment(number) for number in range(995)])
         with CountingService() as service, subprocess.Popen(

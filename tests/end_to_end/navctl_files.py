@@ -116,10 +116,12 @@ class Pace:
 class CountingService:
     """A service that reads everything, keeps the numbers of the samples, and answers 1.
 
-    With `most`, it reads so many samples and then dies."""
+    With `most`, it reads so many samples and then dies; with `silent_from`, it answers nothing more
+    from so many on."""
 
-    def __init__(self, most=None):
+    def __init__(self, most=None, silent_from=None):
         self.most = most
+        self.silent_from = silent_from
         self.listener = socket.socket()
         self.listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
         self.listener.bind(("127.0.0.1", PORT))
@@ -149,6 +151,8 @@ class CountingService:
                 unpacker.feed(data)
                 for message in unpacker:
                     if message[0] == 0:
+                        if self.silent_from is not None and len(self.samples) >= self.silent_from:
+                            continue
                         client.sendall(msgpack.packb([1, message[1], None, 1]))
                     elif message[1] == "SetPositionData":
                         if len(self.samples) == self.most:

@@ -130,6 +130,10 @@ std::vector<CFault> OddReplies()
     const auto early = [](const CRawMessage& call) {
         return ReplyTo(call) + Bytes::Response(call.number + 1, "\x09");
     };
+    const auto alike = [](const CRawMessage& call) {
+        const std::uint64_t more = call.number + (std::uint64_t{1} << 32U);
+        return FromHex("94 01 cf") + Bytes::BigEndian(more, 8) + FromHex("c0 09") + ReplyTo(call);
+    };
     const auto errorAndResult = [](const CRawMessage& call) {
         return FromHex("94 01 cf") + Bytes::BigEndian(call.number, 8) + FromHex("a1 6e 07");
     };
@@ -151,6 +155,9 @@ std::vector<CFault> OddReplies()
         CFault("Twice", Scripts::Send(twice)).Succeeds().ThenWorksOnConnection(1),
         CFault("BeforeItsRequest", Scripts::Send(early)).Succeeds().ThenWorksOnConnection(1),
         CFault("UnderAnotherNumber", EachOf(otherNumbers, NumberedOtherwise))
+            .Succeeds()
+            .ThenWorksOnConnection(1),
+        CFault("UnderANumberAlikeIn32Bits", Scripts::Send(alike))
             .Succeeds()
             .ThenWorksOnConnection(1),
         CFault("UnderWhatIsNoNumber", EachOf(whatIsNoNumber, NumberedOtherwise))

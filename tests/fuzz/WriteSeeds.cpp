@@ -33,6 +33,12 @@ std::string Bytes(const BEncoderC& encoder)
     return std::string(encoder.Data(), encoder.Size());
 }
 
+/// What is nested too deeply to be written whole is a seed as well.
+void WriteAsFarAsItGoes(BEncoderC& encoder, const BElementC& element)
+{
+    static_cast<void>(encoder.Write(element));
+}
+
 std::string Request(std::uint64_t number, const std::string& method, const BListC& arguments)
 {
     BEncoderC encoder;
@@ -40,7 +46,7 @@ std::string Request(std::uint64_t number, const std::string& method, const BList
     encoder.WriteInteger(0);
     encoder.WriteUnsigned(number);
     encoder.WriteString(method.data(), method.size());
-    encoder.Write(arguments);
+    WriteAsFarAsItGoes(encoder, arguments);
     return Bytes(encoder);
 }
 
@@ -50,7 +56,7 @@ std::string Notification(const std::string& method, const BListC& arguments)
     encoder.WriteListHeader(3);
     encoder.WriteInteger(2);
     encoder.WriteString(method.data(), method.size());
-    encoder.Write(arguments);
+    WriteAsFarAsItGoes(encoder, arguments);
     return Bytes(encoder);
 }
 
@@ -61,7 +67,7 @@ std::string Response(std::uint64_t number, const BElementC& result)
     encoder.WriteInteger(1);
     encoder.WriteUnsigned(number);
     encoder.WriteNothing();
-    encoder.Write(result);
+    WriteAsFarAsItGoes(encoder, result);
     return Bytes(encoder);
 }
 

@@ -25,7 +25,8 @@ const CallRow kCalls[] = {
     {"a request of the reconnecting guard", [](CNavigationAPI& api) { api.EngageSteering(); }},
     {"a notification of the reconnecting guard",
      [](CNavigationAPI& api) { api.SetCurveFilterSize(7); }},
-    {"a request of the verifying guard", [](CNavigationAPI& api) { api.GetLookAheadTime(); }},
+    {"a request of the verifying guard",
+     [](CNavigationAPI& api) { static_cast<void>(api.GetLookAheadTime()); }},
     {"a notification of the verifying guard", [](CNavigationAPI& api) { api.SetNudge(0.5); }},
 };
 

@@ -162,7 +162,7 @@ TEST(Reply, ThatFailsAsAWaylinePassesTheLengthErrorAndTheNextCallWorks)
     service.Answer("get_wayline", CAnswer::List({3, -1, 0.0}));
     service.Answer("EngageSteering", 1);
     CNavigationAPI navigation;
-    EXPECT_THROW(navigation.GetWayline(), std::length_error);
+    EXPECT_THROW(static_cast<void>(navigation.GetWayline()), std::length_error);
     EXPECT_EQ(1, navigation.EngageSteering());
     EXPECT_EQ(1U, service.AcceptedCount());
 }

@@ -605,7 +605,7 @@ class OtherPrograms(unittest.TestCase):
 
 # What a request may be answered with, by the form of its reply.
 OTHER_FORMS = {
-    "int": ("1", 1.0, [1], {"a": 1}),
+    "int": ("1", 1.0, 7000000000, [1], {"a": 1}),
     "double": ("1", [1.0], {"a": 1}),
     "list": ("1", 1, 1.0, {"a": 1}, ["1", "2", "3", "4"], [[1.0], 2.0, 3.0, 4.0]),
 }

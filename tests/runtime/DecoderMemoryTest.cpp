@@ -201,7 +201,7 @@ TEST_P(PlainList, OfTheMostElementsFitsAndComesBackByteByByte)
             << decoder.Problem();
         EXPECT_LE(meter.PeakGrowth(), kMostMemory + kBeside) << portion;
         BEncoderC encoder;
-        encoder.Write(*message.arguments);
+        EXPECT_TRUE(encoder.Write(*message.arguments));
         EXPECT_TRUE(std::string(encoder.Data(), encoder.Size()) == list) << portion;
     }
 }
@@ -305,7 +305,7 @@ TEST(DecoderMemory, KeepsTheTextsOfALongListReadableInAnyOrder)
                           std::to_string(index));
     }
     BEncoderC encoder;
-    encoder.Write(written);
+    ASSERT_TRUE(encoder.Write(written));
     const std::string bytes = kEventHead + std::string(encoder.Data(), encoder.Size());
     for (const int step : {1, 7, 999, 333}) { // forwards, scattered, backwards
         MessageDecoderC decoder;

@@ -31,6 +31,13 @@ void PushText(MPISocketServerC& server, std::size_t size)
     server.Push("ev", payload);
 }
 
+void PushNumber(MPISocketServerC& server, int number)
+{
+    BListC payload(nullptr);
+    payload.AddInt(number);
+    server.Push("ev", payload);
+}
+
 bool HasNotes(const CRunningService& service, const std::string& start, int count)
 {
     const std::vector<std::string> notes = service.Notes();
@@ -140,6 +147,78 @@ TEST(ServerFlood, LooksAtTheOthersWhileAnEventGoesToManySubscribers)
     for (const auto& subscriber : clients) {
         EXPECT_LT(kMebibyte / 4, subscriber->Read().bytes.size());
     }
+}
+
+TEST(ServerFlood, CopiesAnEventForManySubscribersInTurns)
+{
+    constexpr std::size_t subscribers = 300;
+    CRunningService service;
+    std::vector<std::unique_ptr<CRawClient>> clients;
+    for (std::size_t count = 0; count < subscribers; ++count) {
+        clients.push_back(std::make_unique<CRawClient>(service.Port()));
+        clients.back()->Send(Subscription("ev"));
+        Settle(*clients.back());
+    }
+    std::size_t before = 0;
+    std::size_t after = 0;
+    service.OnLoop([&](MPISocketServerC& server) {
+        before = server.HeldBytes();
+        PushText(server, kMebibyte / 4);
+        after = server.HeldBytes();
+    });
+    EXPECT_EQ(before, after);
+    for (const auto& subscriber : clients) {
+        EXPECT_LT(kMebibyte / 4, subscriber->Read().bytes.size());
+    }
+}
+
+TEST(ServerFlood, TellsWhatHappenedInItsOrderHoweverManyAreTold)
+{
+    CRunningService service;
+    std::vector<std::unique_ptr<CRawClient>> others;
+    for (int count = 0; count < 300; ++count) {
+        others.push_back(std::make_unique<CRawClient>(service.Port()));
+        others.back()->Send(Subscription("ev"));
+        Settle(*others.back());
+    }
+    CRawClient client(service.Port());
+    client.Send(Subscription("ev"));
+    Settle(client);
+    service.On("q", [&](MPISocketServerC& server, ClientNumber number, std::uint64_t request) {
+        PushNumber(server, 1);
+        server.Reply(number, request, nullptr);
+        PushNumber(server, 2);
+        PushNumber(server, 3);
+        server.Disconnect(number, "enough");
+        PushNumber(server, 4);
+    });
+    client.Send(Request(7, "q", "\x90"));
+    for (const char* const text :
+         {R"([2,"ev",[1]])", "[1,7,null,null]", R"([2,"ev",[2]])", R"([2,"ev",[3]])"}) {
+        EXPECT_EQ(text, client.Read().text);
+    }
+    EXPECT_EQ(0, client.WaitForEnd());
+    for (const auto& other : others) {
+        for (int number = 1; number <= 4; ++number) {
+            EXPECT_EQ("[2,\"ev\",[" + std::to_string(number) + "]]", other->Read().text);
+        }
+    }
+}
+
+TEST(ServerFlood, TellsANewSubscriberOnlyWhatHappensAfterIt)
+{
+    CRunningService service;
+    CRawClient client(service.Port());
+    service.On("q", [&](MPISocketServerC& server, ClientNumber number, std::uint64_t request) {
+        PushNumber(server, 1);
+        server.Reply(number, request, nullptr);
+    });
+    service.On("subscribed", [&](MPISocketServerC& server, ClientNumber, std::uint64_t) {
+        PushNumber(server, 2);
+    });
+    client.Send(Request(7, "q", "\x90") + Subscription("ev"));
+    EXPECT_EQ("[1,7,null,null]", client.Read().text);
+    EXPECT_EQ(R"([2,"ev",[2]])", client.Read().text);
 }
 
 TEST(ServerFlood, TakesAndServesANewClientWhileManyFlood)

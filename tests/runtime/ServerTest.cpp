@@ -51,6 +51,19 @@ std::string BytesOf(const BadBytes& row)
 
 } // namespace
 
+TEST(Server, AnswersUnderTheNumberThatTheRequestCameWithHoweverLarge)
+{
+    CRunningService service;
+    CRawClient client(service.Port());
+    for (const std::uint64_t number :
+         {std::uint64_t{0}, std::uint64_t{0xffffffff}, std::uint64_t{0x100000000},
+          std::uint64_t{0x7fffffffffffffff}, std::uint64_t{0x8000000000000000},
+          std::uint64_t{0xffffffffffffffff}}) {
+        client.Send(Request(number, "a", "\x90"));
+        EXPECT_EQ(number, client.Read().number);
+    }
+}
+
 TEST(Server, AnswersEveryClientByItsRequestNumber)
 {
     CRunningService service;

@@ -1,20 +1,30 @@
 // What ends the turn of a connection: the processor time that it has used, and not the time for
 // which the system had the service wait.
 
+#include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <ctime>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
+
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
+#include <asio/post.hpp>
 #include <asio/write.hpp>
 #include <gtest/gtest.h>
 
 #include "runtime/ServerConnection.h"
 #include "tests/support/Bytes.h"
+#include "tests/support/RawClient.h"
 
 using Bytes::Request;
 using std::chrono_literals::operator""ms;
@@ -43,9 +53,10 @@ public:
         ++ended;
         connection.Close(false);
     }
+    void FirstTurnWanted(ServerConnectionC& connection) override { connection.TakeFirstTurn(); }
     void TurnWanted(ServerConnectionC&) override { ++turnsWanted; }
     void SendingWanted(ServerConnectionC&) override {}
-    void MessageUnfinished(ServerConnectionC&) override {}
+    void ProgressAwaited(ServerConnectionC&) override {}
     void HeldChanged(std::size_t, std::size_t) override {}
 
     int served = 0;
@@ -84,11 +95,55 @@ void BeHeldUp()
     std::this_thread::sleep_for(kLong); // uses as little of the processor as to wait for it
 }
 
-void Calculate()
+void CalculateFor(std::chrono::microseconds time)
 {
-    const std::clock_t end = std::clock() + CLOCKS_PER_SEC * kLong.count() / 1000;
+    const std::clock_t end = std::clock() + CLOCKS_PER_SEC * time.count() / 1'000'000;
     while (std::clock() < end) {
     }
+}
+
+void Calculate()
+{
+    CalculateFor(kLong);
+}
+
+/// Answers every request after so much calculation.
+class CCalculatingService final : public MPIServiceHandlerC
+{
+public:
+    explicit CCalculatingService(asio::io_context& loop) : m_server(loop, *this)
+    {
+        const std::string problem = m_server.Listen(0);
+        if (!problem.empty()) {
+            throw std::runtime_error(problem);
+        }
+    }
+
+    void RequestReceived(ClientNumber client, std::uint64_t number, const std::string&,
+                         const BListC&) override
+    {
+        CalculateFor(std::chrono::microseconds(300));
+        ++served;
+        m_server.Reply(client, number, nullptr);
+    }
+    void NotificationReceived(ClientNumber, const std::string&, const BListC&) override {}
+    MPISocketServerC& Server() { return m_server; }
+
+    int served = 0;
+
+private:
+    MPISocketServerC m_server;
+};
+
+/// Lets a loop run until a condition holds, or ten seconds have passed.
+template <typename Condition>
+bool RunUntil(asio::io_context& loop, Condition condition)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!condition() && std::chrono::steady_clock::now() < deadline) {
+        loop.run_one_for(std::chrono::milliseconds(100));
+    }
+    return condition();
 }
 
 const std::string kThreeRequests =
@@ -102,6 +157,68 @@ TEST(ServerTurn, GoesOnAfterTheSystemHadTheServiceWait)
     EXPECT_EQ(3, owner->served);
     EXPECT_EQ(0, owner->turnsWanted);
     EXPECT_EQ(0, owner->ended);
+}
+
+TEST(ServerTurn, HandsALargeReplyToTheSystemInPortions)
+{
+    asio::io_context loop;
+    asio::ip::tcp::acceptor acceptor(loop, {asio::ip::address_v4::loopback(), 0});
+    asio::ip::tcp::socket client(loop);
+    client.connect(acceptor.local_endpoint());
+    asio::ip::tcp::socket accepted = acceptor.accept();
+    const int descriptor = accepted.native_handle();
+    const auto owner = std::make_shared<COwner>([] {});
+    const auto connection = std::make_shared<ServerConnectionC>(std::move(accepted), 1, owner,
+                                                                std::make_shared<DisposerC>());
+    const std::string reply(std::size_t{4} << 20U, 'x');
+    ASSERT_TRUE(connection->Queue(reply.data(), reply.size()));
+    connection->SendQueued();
+    int onTheWay = 0;
+    ASSERT_EQ(0, ::ioctl(descriptor, SIOCOUTQ, &onTheWay));
+    const std::size_t taken = static_cast<std::size_t>(onTheWay) + client.available();
+    EXPECT_LT(0U, taken);
+    // What has come and is not acknowledged counts twice.
+    EXPECT_LE(taken, 2 * ServerConnectionC::kWritePortion);
+    std::string received(reply.size(), ' ');
+    std::size_t count = 0;
+    while (count < received.size()) {
+        loop.poll();
+        loop.restart();
+        asio::error_code error;
+        count += client.read_some(asio::buffer(received) + count, error);
+        ASSERT_FALSE(error);
+    }
+    EXPECT_EQ(reply, received);
+    connection->Close(true);
+}
+
+TEST(ServerTurn, OfManyWhoAskAtOnceIsNotOneForAllOfThem)
+{
+    constexpr int many = 100;
+    asio::io_context loop;
+    CCalculatingService service(loop);
+    std::vector<std::unique_ptr<CRawClient>> clients;
+    for (int count = 0; count < many; ++count) {
+        clients.push_back(std::make_unique<CRawClient>(service.Server().Port()));
+    }
+    ASSERT_TRUE(RunUntil(loop, [&] { return service.Server().ClientCount() == many; }));
+    for (const auto& client : clients) {
+        client->Send(Request(1, "a", "\x90"));
+    }
+    // Runs once between two looks of the loop at its connections.
+    int before = 0;
+    int most = 0;
+    std::function<void()> count = [&] {
+        most = std::max(most, service.served - before);
+        before = service.served;
+        asio::post(loop, count);
+    };
+    asio::post(loop, count);
+    ASSERT_TRUE(RunUntil(loop, [&] { return before == many; }));
+    EXPECT_LE(most, 20);
+    for (const auto& client : clients) {
+        EXPECT_EQ(1U, client->Read().number);
+    }
 }
 
 TEST(ServerTurn, EndsOnceItsProcessorTimeIsUsed)

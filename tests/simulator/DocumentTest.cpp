@@ -114,7 +114,7 @@ TEST(ProtocolDocument, ShowsMessagesThatCanBeRead)
     EXPECT_EQ(7u, rows.size());
     for (const std::smatch& row : rows) {
         BEncoderC encoder;
-        encoder.Write(*ListFrom(row[2]));
+        ASSERT_TRUE(encoder.Write(*ListFrom(row[2])));
         MessageDecoderC decoder;
         std::size_t room = 0;
         char* space = decoder.Space(room);

@@ -125,6 +125,33 @@ TEST(StateFile, NamesWhatIsWrongInPrintableWordsOfBoundedLength)
     }
 }
 
+TEST(StateFile, HasEachNameOnce)
+{
+    for (const char* text : {R"({"settings": {"lookahead_time": 1.5, "lookahead_time": 1.8}})",
+                             R"({"settings": {"lookahead_time": 1.5, "lookahead_time": 1.5}})",
+                             R"({"settings": {"a": 1, "lookahead_time": true, "b": 2,
+                                              "lookahead\u005ftime": 1}})",
+                             R"({"lookahead_time": 1, "settings": {}, "lookahead_time": 2})"}) {
+        const Directory directory;
+        directory.Write("state.json", text);
+        KeptValues loaded{{"kept", 1.0}};
+
+        EXPECT_EQ("cannot read the state file " + directory.File("state.json") +
+                      ": \"lookahead_time\" is there twice",
+                  Opened(directory.File("state.json"))->Load(loaded));
+        EXPECT_EQ((KeptValues{{"kept", 1.0}}), loaded);
+    }
+    const Directory directory;
+    directory.Write("state.json", R"({"settings": {"lookahead_time": 1.5}, "settings": {}})");
+    KeptValues loaded;
+    EXPECT_TRUE(Contains(Opened(directory.File("state.json"))->Load(loaded),
+                         "\"settings\" is there twice"));
+    // Names of different objects have nothing to do with each other.
+    directory.Write("state.json",
+                    R"({"settings": {"lookahead_time": 1.5}, "other": {"lookahead_time": 2}})");
+    EXPECT_EQ(kOld, Held(directory.File("state.json")));
+}
+
 TEST(StateFile, IsReadUpToAMebibyte)
 {
     const Directory directory;

@@ -23,6 +23,8 @@ public:
     void Send(const std::string& bytes) { m_link.Send(bytes); }
     /// Waits for the next whole message; throws when the service closes first.
     CRawMessage Read() { return m_link.Read(); }
+    /// Ends the sending half of the connection alone.
+    void EndSending() { m_link.EndSending(); }
     /// Whether anything can be read, or the connection has ended, within the time.
     bool HasInput(int timeoutMilliseconds) const;
     /// Waits for the connection to end; what is sent meanwhile is dropped.

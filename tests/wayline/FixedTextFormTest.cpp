@@ -175,8 +175,8 @@ TEST(FixedTextForm, LeavesTheTypeCodeAlone)
 {
     CABWayline line;
 
-    line.LoadString("0 1 2 3 4 5 6");
-    line.LoadString("1 1 2 3 4 5 6");
+    static_cast<void>(line.LoadString("0 1 2 3 4 5 6"));
+    static_cast<void>(line.LoadString("1 1 2 3 4 5 6"));
 
     EXPECT_EQ(line.Type(), EWaylineTypeAB);
 }

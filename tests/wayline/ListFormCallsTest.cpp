@@ -56,7 +56,7 @@ TEST(ListFormCalls, OfTheFactoryNeitherMakeNorDestroyAList)
         SCOPED_TRACE(Doubles::Describe(*list));
         Recording().Reset();
 
-        CWayline::FromBList(list.get());
+        static_cast<void>(CWayline::FromBList(list.get()));
 
         EXPECT_EQ(Recording().Transcript(), Lines());
     }

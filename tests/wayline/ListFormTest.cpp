@@ -31,7 +31,7 @@ template <typename Kind>
 std::string LengthErrorOf(Kind& wayline, BListC* list)
 {
     try {
-        wayline.LoadBList(list);
+        static_cast<void>(wayline.LoadBList(list));
     } catch (const std::length_error& error) {
         return error.what();
     }
@@ -189,7 +189,7 @@ TYPED_TEST(PointListForm, MakesRoomForAllPointsAtOnce)
     const auto list = ListOf({4, 3, 1.0, 2.0, 3.0, 4.0, 5.0, 6.0, 7.0, 8.0, 9.0});
     const long before = AllocationsSoFar();
 
-    wayline.LoadBList(list.get());
+    static_cast<void>(wayline.LoadBList(list.get()));
 
     EXPECT_EQ(AllocationsSoFar() - before, 1);
 }
@@ -296,7 +296,7 @@ TEST(WaylineFromBList, LeavesNothingBehind)
         SCOPED_TRACE(Describe(*list));
         const long before = LiveAllocations();
 
-        CWayline::FromBList(list.get());
+        static_cast<void>(CWayline::FromBList(list.get()));
 
         EXPECT_EQ(LiveAllocations(), before);
     }
@@ -315,7 +315,7 @@ TEST(WaylineFromBList, LetsTheLengthErrorThroughAndReleasesTheHalfBuiltWayline)
         const long before = LiveAllocations();
 
         try {
-            CWayline::FromBList(list.get());
+            static_cast<void>(CWayline::FromBList(list.get()));
             ADD_FAILURE() << "no length error";
         } catch (const std::length_error& error) {
             EXPECT_STREQ(error.what(), "vector::reserve");

@@ -23,7 +23,7 @@ TEST(TextFormCalls, SplitATextWithoutOptionsForEveryKind)
         const CCapturedOutput trace;
         Recording().Reset();
 
-        CWayline::FromString(text);
+        static_cast<void>(CWayline::FromString(text));
 
         EXPECT_EQ(Recording().Transcript(), std::vector<std::string>());
     }

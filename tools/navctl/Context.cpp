@@ -1,17 +1,22 @@
 #include "tools/navctl/Context.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "tools/navctl/doctor/Probe.h"
 
 namespace {
 
-constexpr double kMillisecondsASecond = 1000.0;
 /// The library's words for the usual one of the reasons that have the code TimedOut.
 const char* const kNoReply = "no reply in time";
 const char* const kUnfinishedReply = "a message of the service did not end in time";
 
 } // namespace
+
+int Milliseconds(double seconds)
+{
+    return std::max(1, static_cast<int>(std::ceil(seconds * 1000.0)));
+}
 
 void CContext::Print(const Json& value, const std::string& text)
 {
@@ -27,20 +32,14 @@ CNavigationAPI& CContext::Navigation()
 {
     if (m_navigation == nullptr) {
         m_navigation = std::make_unique<CNavigationAPI>();
-        m_navigation->SetTimeout(MillisecondsToWait(0.0));
+        m_navigation->SetTimeout(Milliseconds(options.timeoutSeconds));
     }
     return *m_navigation;
 }
 
 void CContext::WaitLonger(double moreSeconds)
 {
-    Navigation().SetTimeout(MillisecondsToWait(moreSeconds));
-}
-
-int CContext::MillisecondsToWait(double moreSeconds) const
-{
-    return static_cast<int>(
-        std::ceil((options.timeoutSeconds + moreSeconds) * kMillisecondsASecond));
+    Navigation().SetTimeout(Milliseconds(options.timeoutSeconds + moreSeconds));
 }
 
 bool CContext::Reach()

@@ -13,6 +13,9 @@
 /// What is written as JSON: the entries in the order in which they were set.
 using Json = nlohmann::ordered_json;
 
+/// Seconds as a time-out of the link is set: at least 1.
+int Milliseconds(double seconds);
+
 /// The exit code and the words for a failure of the link.
 struct CLinkFailure
 {
@@ -95,7 +98,6 @@ public:
 
 private:
     void FailBy(const CLinkFailure& failure, const LinkErrorC& error, const std::string& late);
-    int MillisecondsToWait(double moreSeconds) const;
 
     COutput& m_output;
     std::unique_ptr<CNavigationAPI> m_navigation;

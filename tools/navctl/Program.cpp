@@ -65,7 +65,9 @@ EExitCode Run(int argumentCount, char** arguments, COutput& output)
     } catch (const CLI::ParseError& error) {
         // The options need not have been read yet.
         context.options.json = AsksForJson(words);
-        FailByUsage(context, UsageProblem(*app, words, error));
+        const std::optional<std::string> problem =
+            words == given ? std::nullopt : HelpProblem(*app, words);
+        FailByUsage(context, problem ? *problem : UsageProblem(*app, words, error));
     } catch (const std::exception& error) {
         context.Fail(kExitProtocolError, error.what());
     }

@@ -42,13 +42,24 @@ std::size_t Distance(const std::string& from, const std::string& to)
     return table.back();
 }
 
+/// The word as the words of a command line are written.
+std::string InTheirSpelling(const std::string& word)
+{
+    std::string spelt;
+    for (const char letter : word)
+        spelt += letter == '_'
+                     ? '-'
+                     : static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+    return spelt;
+}
+
 /// The words with the fewest letters wrong.
 Words Nearest(const std::string& word, const Words& words)
 {
     Words nearest;
     std::size_t least = std::min(kMostWrongLetters + 1, word.size());
     for (const std::string& each : words) {
-        const std::size_t distance = Distance(word, each);
+        const std::size_t distance = Distance(word, InTheirSpelling(each));
         if (distance < least) {
             nearest.clear();
             least = distance;
@@ -69,17 +80,6 @@ std::set<std::string> PartsOf(const std::string& word)
         begin = end + 1;
     }
     return parts;
-}
-
-/// The word as the words of a command line are written.
-std::string InTheirSpelling(const std::string& word)
-{
-    std::string spelt;
-    for (const char letter : word)
-        spelt += letter == '_'
-                     ? '-'
-                     : static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
-    return spelt;
 }
 
 /// Whether a part of a word is meant to be another one: it may be the beginning of it, in which the
@@ -108,7 +108,7 @@ Words WithAllParts(const std::string& word, const Words& words, IsSame isSame)
     const std::set<std::string> parts = PartsOf(word);
     Words found;
     for (const std::string& each : words) {
-        const std::set<std::string> others = PartsOf(each);
+        const std::set<std::string> others = PartsOf(InTheirSpelling(each));
         const auto isThere = [&](const std::string& part) {
             return std::any_of(others.begin(), others.end(),
                                [&](const std::string& other) { return isSame(part, other); });

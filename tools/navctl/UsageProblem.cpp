@@ -219,8 +219,8 @@ std::optional<std::string> HelpProblem(const CLI::App& app, const std::vector<st
     CWordSearch search(app, words);
     std::optional<std::string> problem = search.Find();
     if (!problem && !search.Arguments().empty()) {
-        problem = "help takes the name of a command, and not \"" + search.Arguments().front() +
-                  "\" behind it";
+        problem = "help takes one command; there is \"" + search.Arguments().front() +
+                  "\" behind \"" + search.Command().get_name() + '"';
     }
     return problem;
 }

@@ -1,7 +1,8 @@
 """Steers a machine along a guidance line, through the navigation service on this machine.
 
 NavigationClient is the connection to the service; the classes derived from Wayline are the guidance
-lines. Positions are metres (east, north, up), angles radians clockwise from north.
+lines. Positions are metres (east, north, up), angles radians clockwise from north. For asyncio there
+is kestrove_navigation.aio, for tests kestrove_navigation.testing.
 """
 
 from ._navigation import (
@@ -16,6 +17,7 @@ from ._navigation import (
     ReplayWayline,
     SplineWayline,
     Wayline,
+    __version__,
 )
 from ._values import (
     DrawPoints,
@@ -66,4 +68,5 @@ __all__ = [
     "Wayline",
     "WaylineStatus",
     "WaylineType",
+    "__version__",
 ]

@@ -2,6 +2,7 @@ from types import TracebackType
 from typing import (
     Any,
     Callable,
+    Dict,
     Generic,
     Iterable,
     Iterator,
@@ -13,6 +14,9 @@ from typing import (
     Union,
     overload,
 )
+
+from numpy import float64
+from numpy.typing import NDArray
 
 from ._values import (
     DrawPoints,
@@ -58,16 +62,25 @@ _TuningParameter = TypeVar(
     "_TuningParameter", bound=Optional[Callable[[Union[TuningParameter, int], float], object]])
 _RelativePosition = TypeVar(
     "_RelativePosition", bound=Optional[Callable[[Vector2, float], object]])
-_DrawPoints = TypeVar("_DrawPoints", bound=Optional[Callable[[Any], object]])
+_DrawPoints = TypeVar("_DrawPoints", bound=Optional[Callable[[NDArray[float64]], object]])
 
 _Point = Union[Vector3, Sequence[float]]
-# Points come as a numpy.ndarray of shape (n, 3) where there is NumPy, else as a list of Vector3.
-_Points = Any
+# Any points go in: an array of shape (n, 3), or what gives three numbers at a time.
+_Points = Union[NDArray[Any], Iterable[_Point]]
+
+__version__: str
+EVENT_OPERATIONS: Dict[str, str]
 
 # Is a Vector3 when read, and takes any point when set.
 class _PointAttribute:
     def __get__(self, instance: object, owner: Any = None) -> Vector3: ...
     def __set__(self, instance: object, value: _Point) -> None: ...
+
+# Points come as an array of shape (n, 3); without NumPy, which this does not say, as a list of
+# Vector3.
+class _PointsAttribute:
+    def __get__(self, instance: object, owner: Any = None) -> NDArray[float64]: ...
+    def __set__(self, instance: object, value: _Points) -> None: ...
 
 class Wayline:
     @property
@@ -111,18 +124,18 @@ class CircleWayline(Wayline):
     def __init__(self, first_point: _Point, second_point: _Point, third_point: _Point) -> None: ...
 
 class SplineWayline(Wayline):
-    points: _Points
+    points: _PointsAttribute
     @overload
     def __init__(self) -> None: ...
     @overload
-    def __init__(self, points: Iterable[Any]) -> None: ...
+    def __init__(self, points: _Points) -> None: ...
 
 class AbCurveWayline(Wayline):
-    points: _Points
+    points: _PointsAttribute
     @overload
     def __init__(self) -> None: ...
     @overload
-    def __init__(self, points: Iterable[Any]) -> None: ...
+    def __init__(self, points: _Points) -> None: ...
 
 class PathWayline(Wayline):
     def __init__(self) -> None: ...
@@ -133,12 +146,21 @@ class ReplayWayline(Wayline):
 class EventIterator(Iterator[_Given], Generic[_Given]):
     def __iter__(self) -> EventIterator[_Given]: ...
     def __next__(self) -> _Given: ...
+    def close(self) -> None: ...
+    def __enter__(self) -> EventIterator[_Given]: ...
+    def __exit__(
+        self,
+        kind: Optional[Type[BaseException]],
+        error: Optional[BaseException],
+        traceback: Optional[TracebackType],
+    ) -> None: ...
 
 class NavigationClient:
-    def __init__(self) -> None: ...
+    def __init__(self, *, raises: bool = False, connect: bool = True) -> None: ...
 
     # the connection
     timeout: Optional[float]
+    raises: bool
     @property
     def last_error(self) -> Optional[LinkError]: ...
     def raise_for_error(self) -> None: ...

@@ -1,7 +1,11 @@
 """The plain values that operations and events carry."""
 
 import enum
-from typing import Any, NamedTuple, Optional, Type, TypeVar, Union
+from typing import TYPE_CHECKING, NamedTuple, Optional, Type, TypeVar, Union
+
+if TYPE_CHECKING:
+    from numpy import float64
+    from numpy.typing import NDArray
 
 
 class WaylineType(enum.IntEnum):
@@ -56,7 +60,7 @@ class LinkError(NamedTuple):
 
 
 class NavigationError(Exception):
-    """What NavigationClient.raise_for_error() raises."""
+    """Why a call failed: what a client raises that raises failures, and raise_for_error()."""
 
     def __init__(self, code: ErrorCode, text: str) -> None:
         super().__init__(code, text)
@@ -173,7 +177,7 @@ class RelativePosition(NamedTuple):
 class DrawPoints(NamedTuple):
     """The points to draw of the line that is followed, in their order along the line."""
 
-    points: Any
+    points: "NDArray[float64]"
     """Metres east and north: an array of shape (n, 2) where there is NumPy, else a list of
     Vector2."""
 

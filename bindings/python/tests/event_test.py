@@ -2,8 +2,10 @@
 
 import contextlib
 import ctypes
+import logging
 import os
 import signal
+import sys
 import threading
 import time
 import unittest
@@ -174,6 +176,17 @@ class Iteration(unittest.TestCase):
             self.assertEqual((904.0,), next(events))
             self.assertEqual(0, client.dropped_events)
 
+    def test_ends_when_it_is_closed(self):
+        with ScriptedPeer() as peer, NavigationClient() as client:
+            with client.events(navigation.Offset, timeout=10) as events:
+                kept = client.events(navigation.Offset, timeout=10)
+                peer.push("cb_offsets", 0.5)
+                self.assertEqual((0.5,), next(events))
+            self.assertRaises(StopIteration, next, events)
+            peer.push_again("cb_offsets", 1.5)
+            self.assertEqual([(0.5,), (1.5,)], [next(kept), next(kept)])
+            self.assertRaises(StopIteration, next, events)
+
     def test_can_be_named_in_annotations(self):
         annotation = navigation.EventIterator[navigation.Offset]
         self.assertIs(navigation.EventIterator, annotation.__origin__)
@@ -233,42 +246,78 @@ class Waiting(unittest.TestCase):
 
 
 class TraceLines(unittest.TestCase):
-    TRACE = b"CNavigationAPI::ImplementWidthChangedCallback\n"
+    TRACE = "CNavigationAPI::ImplementWidthChangedCallback"
+    READ = ["CPathWayline::LoadString: 5 %s", "CPathWayline::LoadString: split string length: 2"]
 
-    @classmethod
-    def setUpClass(cls):
-        # C's buffer as it is where standard output is a pipe, whatever the environment made of it.
-        libc = ctypes.CDLL(None)
-        full_buffering = 0
-        libc.setvbuf(ctypes.c_void_p.in_dll(libc, "stdout"), None, full_buffering, 4096)
+    def setUp(self):
+        self.lines = []
+        handler = logging.Handler()
+        handler.emit = lambda record: self.lines.append(record.getMessage())
+        self.logger = logging.getLogger("kestrove_navigation")
+        self.logger.addHandler(handler)
+        self.addCleanup(self.logger.removeHandler, handler)
+        self.addCleanup(self.logger.setLevel, self.logger.level)
+        self.logger.setLevel(logging.DEBUG)
 
-    def test_come_before_what_the_callable_prints(self):
+    def test_are_logged_before_the_callable_is_called(self):
         with ScriptedPeer() as peer, NavigationClient() as client, self._captured() as output:
-            client.on_implement_width(lambda width: os.write(1, b"callable\n"))
+            client.on_implement_width(lambda width: self.lines.append(width))
             peer.push("cb_implement_width_changed", 6.0)
             client.process_messages(wait=True)
-            self.assertEqual(self.TRACE + b"callable\n", output())
+            self.assertEqual(b"", output())
+        self.assertEqual([self.TRACE, 6.0], self.lines)
 
-    def test_of_text_readers_are_there_when_they_return(self):
+    def test_of_text_readers_are_logged_and_nothing_is_printed(self):
         for read in (navigation.Wayline.from_string, navigation.PathWayline().load_string):
+            self.lines.clear()
             with self.subTest(read), self._captured() as output:
-                read("5 0")
-                self.assertEqual(b"CPathWayline::LoadString: 5 0\n"
-                                 b"CPathWayline::LoadString: split string length: 2\n", output())
+                read("5 %s")
+                self.assertEqual(b"", output())
+                self.assertEqual(self.READ, self.lines)
+
+    def test_of_a_curve_are_six(self):
+        navigation.Wayline.from_string("4 0")
+        self.assertEqual(6, len(self.lines))
+
+    def test_are_for_those_who_look_for_details(self):
+        self.logger.setLevel(logging.INFO)
+        navigation.Wayline.from_string("5 0")
+        self.assertEqual([], self.lines)
+
+    def test_are_no_reason_to_fail_when_they_cannot_be_logged(self):
+        def refuse(record):
+            raise LookupError("no disk")
+        self.logger.addFilter(refuse)
+        self.addCleanup(self.logger.removeFilter, refuse)
+        unraisable = []
+        self.addCleanup(setattr, sys, "unraisablehook", sys.unraisablehook)
+        sys.unraisablehook = unraisable.append
+        self.assertIsNotNone(navigation.Wayline.from_string("4 0"))
+        self.assertEqual({LookupError}, {each.exc_type for each in unraisable})
 
     @staticmethod
     @contextlib.contextmanager
     def _captured():
         """What is written to the descriptor of standard output, by whatever language."""
+        libc = ctypes.CDLL(None)
+        libc.fflush(None)
         reader, writer = os.pipe()
         os.set_blocking(reader, False)
         kept = os.dup(1)
         os.dup2(writer, 1)
+        os.close(writer)
+
+        def output():
+            libc.fflush(None)
+            try:
+                return os.read(reader, 65536)
+            except BlockingIOError:
+                return b""
         try:
-            yield lambda: os.read(reader, 65536)
+            yield output
         finally:
             os.dup2(kept, 1)
-            for descriptor in (kept, reader, writer):
+            for descriptor in (kept, reader):
                 os.close(descriptor)
 
 

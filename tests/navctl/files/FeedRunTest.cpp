@@ -63,7 +63,14 @@ public:
         return fails ? LinkErrorC{confirmation, "told to fail"} : LinkErrorC{};
     }
 
+    std::string Refusal() override
+    {
+        const auto place = m_looks++;
+        return place < refusals.size() ? refusals[place] : std::string();
+    }
+
     std::map<int, ELinkError> failures;
+    std::vector<std::string> refusals; ///< look by look
     ELinkError confirmation = ELinkError::None;
     int failsFrom = 1; ///< the number of the first confirmation that fails
     std::vector<double> sentAt;
@@ -73,6 +80,7 @@ private:
     CFakeClock& m_clock;
     int m_attempts = 0;
     int m_confirmations = 0;
+    std::size_t m_looks = 0;
 };
 
 /// A feed with all that it stands on.
@@ -219,6 +227,31 @@ TEST(FeedRun, GoesOnWhenAConfirmationShowsThatTheLinkIsLost)
     EXPECT_EQ(60U, first.handedOver);
     EXPECT_EQ(60U, first.lost);
     EXPECT_EQ(EFeedEnd::LinkFailed, first.end) << "the last confirmation fails, too";
+}
+
+TEST(FeedRun, TellsOnceThatTheServiceRefusesAndCountsTheLooks)
+{
+    Feed feed({0.0, 1.0, 2.0, 3.0, 4.0});
+    feed.sink.refusals = {"too fast", "far too fast", "", "late"};
+    const FeedResult result = feed.Run(1.0);
+    EXPECT_EQ(EFeedEnd::Done, result.end);
+    EXPECT_EQ(3U, result.refusedLooks);
+    EXPECT_EQ(4U, result.looks);
+    EXPECT_EQ("late", result.refusal);
+    EXPECT_EQ((std::vector<std::string>{"the service does not take the samples: too fast",
+                                        "the service does not take the samples: late"}),
+              feed.told);
+}
+
+TEST(FeedRun, IsInterruptedRatherThanFailedWhereTheServiceSaysNothingThen)
+{
+    Feed feed({0.0, 1.0, 2.0});
+    feed.sink.confirmation = ELinkError::TimedOut;
+    feed.clock.interruptedFrom = 1000.5;
+    const FeedResult result = feed.Run(1.0);
+    EXPECT_EQ(EFeedEnd::Interrupted, result.end);
+    EXPECT_EQ(1U, result.lost);
+    EXPECT_EQ(0U, result.sent);
 }
 
 TEST(FeedRun, CountsTheValuesThatNobodyHasTold)

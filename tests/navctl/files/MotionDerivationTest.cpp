@@ -86,6 +86,18 @@ TEST(MotionDerivation, TellsReverseWhereTheCourseIsAgainstTheHeading)
     EXPECT_FALSE(*LastOf({At(0, 0, 0.0), creeping}).reversing) << "below 0.3 m/s";
 }
 
+TEST(MotionDerivation, KnowsNoRateOfRollAndPitchBeforeTheSecondSample)
+{
+    PositionSample first = At(0.0, 0.0, 0.0);
+    first.roll = first.pitch = 0.1;
+    EXPECT_FALSE(LastOf({first}).rollRate);
+    EXPECT_FALSE(LastOf({first}).pitchRate);
+    PositionSample second = At(1.0, 0.0, 1.0);
+    second.roll = second.pitch = 0.3;
+    EXPECT_NEAR(0.2, LastOf({first, second}).rollRate.value(), 1e-12);
+    EXPECT_NEAR(0.2, LastOf({first, second}).pitchRate.value(), 1e-12);
+}
+
 TEST(MotionDerivation, TakesTheYawRateFromTheHeadingOverNorth)
 {
     PositionSample first = At(0, 0, 0.0);

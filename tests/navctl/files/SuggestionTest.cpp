@@ -19,6 +19,14 @@ TEST(Suggestion, NamesTheNearestWords)
               Suggestion("xet-wayline", kCommands));
 }
 
+TEST(Suggestion, TakesCapitalLettersForSmallOnes)
+{
+    const std::vector<std::string> types{"GGA", "HDT", "HDG", "PASHR"};
+    EXPECT_EQ("; did you mean \"HDT\"?", Suggestion("hdt", types));
+    EXPECT_EQ("; did you mean \"HDT\"?", Suggestion("HTD", types));
+    EXPECT_EQ("; did you mean \"PASHR\"?", Suggestion("pashrr", types));
+}
+
 TEST(Suggestion, IsNoneForWordsThatAreFarAway)
 {
     EXPECT_EQ("", Suggestion("fly", kCommands));

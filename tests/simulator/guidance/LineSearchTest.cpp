@@ -68,6 +68,22 @@ Search SearchFrom(const CLineShape& line, const Point& place, double station, st
     return {found, allowed - left};
 }
 
+TEST(LineWork, OfManyPointsIsKnownWithoutMeasuringThem)
+{
+    std::vector<Point> points;
+    for (int i = 0; i < 200000; ++i)
+        points.push_back({1000.0 * i, 0.0});
+    EXPECT_EQ(points.size(), WorkOf(SplineLine(points)));
+    EXPECT_EQ(points.size(), WorkOf(RecordedLine(points)));
+}
+
+TEST(LineWork, OfTwoPointsFarApartIsThatOfWhatLiesBetweenThem)
+{
+    const std::vector<Point> points{{0.0, 0.0}, {0.0, 20000.0}};
+    EXPECT_LT(kMostMeasured, WorkOf(SplineLine(points)));
+    EXPECT_EQ(0U, WorkOf(StraightLine(points[0], points[1])));
+}
+
 TEST(LineSearch, IsBoundedWhereAllOfTheLineIsEquallyFarAway)
 {
     for (const auto& [radius, rounds] :

@@ -54,7 +54,8 @@ CFinding WithRefusedPosition(CNavigationAPI& navigation, const CFinding& finding
 {
     if (finding.subject != kPositions)
         return finding;
-    const std::string reason = WordsOfService(navigation, FindOperation("set-position-data"));
+    const std::string reason =
+        WhyRefused(navigation, FindOperation("set-position-data").serviceName);
     if (reason.empty())
         return finding;
     return {finding.subject, "the service refused the last position that came: " + reason,

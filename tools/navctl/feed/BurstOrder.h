@@ -66,6 +66,9 @@ public:
     /// Forgets where a kind without a time stands.
     void Forget(NmeaKind untimed);
 
+    /// Forgets where all kinds stand.
+    void ForgetPlaces() { m_entries.clear(); }
+
     /// Forgets everything.
     void Clear()
     {

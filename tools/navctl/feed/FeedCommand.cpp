@@ -17,6 +17,7 @@
 #include "tools/navctl/feed/Interrupt.h"
 #include "tools/navctl/feed/NmeaReader.h"
 #include "tools/navctl/files/OpenFile.h"
+#include "tools/navctl/operations/Refusal.h"
 #include "tools/navctl/operations/ServiceQuestion.h"
 
 namespace {
@@ -60,7 +61,10 @@ public:
 class CServiceSink : public CPositionSink
 {
 public:
-    explicit CServiceSink(CNavigationAPI& navigation) : m_navigation(navigation) {}
+    CServiceSink(CNavigationAPI& navigation, CFeedClock& clock, double timeoutSeconds)
+        : m_navigation(navigation), m_clock(clock), m_timeoutSeconds(timeoutSeconds)
+    {
+    }
 
     LinkErrorC Send(const PositionSample& sample, bool headingValid, int number) override
     {
@@ -95,15 +99,49 @@ public:
         if (!m_navigation.IsLinkUp())
             return m_navigation.LastError();
         // Messages are read in their order: a service's reply to any request means that they were.
-        const CServiceAnswer answer = AskWhetherService(m_navigation);
+        const CServiceAnswer answer = AskInShortTurns();
         if (answer.isService)
             return {};
-        return answer.problem.empty() ? m_navigation.LastError()
+        return answer.problem.empty() ? m_error
                                       : LinkErrorC{ELinkError::BadMessage, answer.problem};
     }
 
+    std::string Refusal() override
+    {
+        if (!m_saysWhy || m_clock.IsInterrupted())
+            return {};
+        const std::string reason = WhyRefused(m_navigation, "SetPositionData");
+        m_saysWhy = m_navigation.LastError().code == ELinkError::None ||
+                    m_navigation.LastError().code == ELinkError::NoValue;
+        return reason;
+    }
+
 private:
+    /// Waits for the reply as long as the connection's time-out says, but in turns, so that a user
+    /// who wants the feed to end does not wait for a service that says nothing.
+    CServiceAnswer AskInShortTurns()
+    {
+        const double end = m_clock.Now() + m_timeoutSeconds;
+        CServiceAnswer answer;
+        do {
+            const double turn = std::clamp(end - m_clock.Now(), kShortestTurn, kLongestTurn);
+            m_navigation.SetTimeout(Milliseconds(turn));
+            answer = AskWhetherService(m_navigation);
+            m_error = m_navigation.LastError();
+        } while (m_error.code == ELinkError::TimedOut && m_clock.Now() < end &&
+                 !m_clock.IsInterrupted());
+        m_navigation.SetTimeout(Milliseconds(m_timeoutSeconds));
+        return answer;
+    }
+
+    static constexpr double kShortestTurn = 0.001; // seconds
+    static constexpr double kLongestTurn = 0.5;
+
     CNavigationAPI& m_navigation;
+    CFeedClock& m_clock;
+    double m_timeoutSeconds;
+    LinkErrorC m_error;    ///< of the last question
+    bool m_saysWhy = true; ///< as far as is known
     bool m_hasSent = false;
 };
 
@@ -130,7 +168,7 @@ public:
         if (!problem.empty())
             return m_context.Fail(kExitUsage, problem);
         const std::unique_ptr<CSampleReader> reader = MakeReader();
-        CServiceSink sink(m_context.Navigation());
+        CServiceSink sink(m_context.Navigation(), m_clock, m_context.options.timeoutSeconds);
         const double start = m_clock.Now();
         const auto show = [&](const FeedResult& result) {
             m_progress.Show({m_lines.BytesUsed(), m_file.Length(), result.handedOver,
@@ -215,6 +253,10 @@ private:
             const std::string instead =
                 m_format == EFeedFormat::Nmea ? TakenInsteadOfSentences(m_beginning) : "";
             reason += (instead.empty() ? "" : "; ") + instead;
+        }
+        if (code == kExitDone && result.looks > 0 && result.refusedLooks == result.looks) {
+            code = kExitRefused;
+            reason = "the service refused the samples: " + result.refusal;
         }
         if (code != kExitDone)
             WriteError(reason);

@@ -1,5 +1,7 @@
 #include "tools/navctl/feed/FeedOptions.h"
 
+#include <algorithm>
+
 #include "platform/Utilities.h"
 #include "tools/navctl/Suggestion.h"
 #include "tools/navctl/UsageProblem.h"
@@ -102,6 +104,22 @@ bool NamesColumns(std::string line)
     return header.Find({"latitude", "lat", "longitude", "lon", "lng", "x", "y"}).has_value();
 }
 
+/// Whether a type may tell where a burst begins.
+CLI::Validator BeginningOfABurst()
+{
+    const std::string list = NameOf(ENmeaType::Gsa);
+    std::vector<std::string> names = NmeaTypeNames();
+    names.erase(std::remove(names.begin(), names.end(), list), names.end());
+    const CLI::Validator isAmong = WordAmong(names);
+    return CLI::Validator(
+        [list, isAmong](const std::string& name) {
+            return name == list ? list + " does not tell where a burst begins, as a burst may have "
+                                         "several, here and there"
+                                : isAmong(name);
+        },
+        "");
+}
+
 void AddNmeaOptions(CLI::App& command, FeedOptions& options)
 {
     command
@@ -110,7 +128,7 @@ void AddNmeaOptions(CLI::App& command, FeedOptions& options)
             [&options](const std::string& name) { options.burstBeginsWith = TypeByName(name); },
             "Type of the NMEA sentence that the receiver begins each burst with, such as HDT; "
             "otherwise learned where that is possible")
-        ->check(WordAmong(NmeaTypeNames()))
+        ->check(BeginningOfABurst())
         ->type_name("TYPE");
     command.add_flag("--invert-roll", options.signs.invertRoll,
                      "In PASHR, a positive roll is port side down");

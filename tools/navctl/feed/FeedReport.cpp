@@ -87,6 +87,9 @@ Json FeedJson(const FeedResult& result, const CSampleReader& reader, EExitCode c
     value["sent"] = result.sent;
     value["lost"] = result.lost;
     value["not_valid"] = result.notValid;
+    value["refused"] = {{"looks", result.refusedLooks}, {"of", result.looks}};
+    if (result.refusedLooks > 0)
+        value["refused"]["reason"] = result.refusal;
     value["not_told"] = result.notTold;
     value["date_guessed"] = reader.DayWasGuessed();
     value["interrupted"] = result.end == EFeedEnd::Interrupted;
@@ -118,6 +121,11 @@ std::string FeedText(const FeedResult& result, const CSampleReader& reader)
     if (result.end == EFeedEnd::Interrupted)
         text += ", then interrupted";
     text += "\n" + LinesText(result, reader);
+    if (result.refusedLooks > 0) {
+        text += "\nthe service refused the last sample at " + std::to_string(result.refusedLooks) +
+                " of " + Counted(result.looks, "look") + ", the last time because " +
+                result.refusal;
+    }
     std::string untold;
     for (const auto& [name, count] : result.notTold)
         untold += (untold.empty() ? "" : ", ") + name + " " + std::to_string(count);

@@ -165,15 +165,33 @@ bool CFeedRun::Confirm()
         m_result.sent += m_unconfirmed;
         m_result.sourcesSent += m_unconfirmedSources;
         m_unconfirmed = m_unconfirmedSources = 0;
+        LookForRefusal();
         return true;
     }
     CountLost();
+    // The user does not wait for a service that says nothing.
+    if (error.code == ELinkError::TimedOut && m_parts.clock.IsInterrupted())
+        return End(EFeedEnd::Interrupted);
     if (MayComeBack(error)) {
         m_loss = error;
         return true;
     }
     m_result.linkError = error;
     return End(EFeedEnd::LinkFailed);
+}
+
+/// A service that reads a sample need not take it.
+void CFeedRun::LookForRefusal()
+{
+    const std::string refusal = m_parts.sink.Refusal();
+    ++m_result.looks;
+    if (!refusal.empty()) {
+        ++m_result.refusedLooks;
+        m_result.refusal = refusal;
+        if (!m_isRefused)
+            m_parts.tell("the service does not take the samples: " + refusal);
+    }
+    m_isRefused = !refusal.empty();
 }
 
 /// Nothing says any more whether what was handed over since the last confirmation was read.

@@ -34,6 +34,9 @@ struct FeedResult
     std::uint64_t notValid = 0;    ///< samples handed over whose position is marked as not valid
     /// In how many samples handed over nobody has told a value, by its name.
     std::map<std::string, std::uint64_t> notTold;
+    std::uint64_t looks = 0; ///< how often the service was asked whether it took the last sample
+    std::uint64_t refusedLooks = 0;  ///< how often it had not
+    std::string refusal;             ///< its reason the last time that it had not
     std::uint64_t reconnections = 0; ///< how often the link was lost and came back
     LinkErrorC linkError;            ///< for LinkFailed
     std::string problem;             ///< for BadFile
@@ -77,6 +80,7 @@ private:
     void CountHandedOver(const PositionSample& sample);
     bool ConfirmNowAndThen();
     bool Confirm();
+    void LookForRefusal();
     void CountLost();
     bool Reconnect(const PositionSample& sample, const LinkErrorC& loss);
     bool WaitUntil(double time);
@@ -91,6 +95,7 @@ private:
     std::uint64_t m_unconfirmed = 0;
     std::uint64_t m_unconfirmedSources = 0;
     double m_lastConfirmed = 0.0;
+    bool m_isRefused = false;          ///< the last sample that was looked at
     std::vector<const char*> m_untold; ///< values of the present sample
     LinkErrorC m_loss;                 ///< of the link, when a confirmation has shown it
 };

@@ -96,20 +96,19 @@ void CFinishedEpochs::EndEpoch(NmeaEpoch& ended)
 
 void CFinishedEpochs::Flush()
 {
-    LeaveOutPending();
+    LeaveOutPending(nullptr);
 }
 
-void CFinishedEpochs::LeaveOutPending()
+void CFinishedEpochs::LeaveOutPending(NmeaEpoch* current)
 {
+    const auto refute = [](const NmeaClaim&) { return EChange::Refute; };
     for (NmeaEpoch& epoch : m_waiting) {
-        LeaveOutPending(epoch);
+        ChangeClaims(epoch, refute);
+    }
+    if (current != nullptr) {
+        ChangeClaims(*current, refute);
     }
     Release();
-}
-
-void CFinishedEpochs::LeaveOutPending(NmeaEpoch& epoch)
-{
-    ChangeClaims(epoch, [](const NmeaClaim&) { return EChange::Refute; });
 }
 
 void CFinishedEpochs::Release()

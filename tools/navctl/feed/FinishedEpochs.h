@@ -28,8 +28,8 @@ public:
     void Forget(NmeaKind untimed, NmeaEpoch* current);
     /// Notes that an epoch has ended. To be called before it is taken in.
     void EndEpoch(NmeaEpoch& ended);
-    /// Refutes whatever is not certain yet in the epochs that are over.
-    void LeaveOutPending();
+    /// Refutes whatever is not certain yet.
+    void LeaveOutPending(NmeaEpoch* current);
     /// Gives everything, as nothing more will be shown.
     void Flush();
 
@@ -41,7 +41,6 @@ private:
     void ChangeClaims(NmeaEpoch& epoch, const Change& change);
     void Release();
     void Give(const NmeaEpoch& epoch);
-    void LeaveOutPending(NmeaEpoch& epoch);
 
     std::deque<NmeaEpoch> m_waiting;
     std::deque<PositionSample>& m_samples;

@@ -33,7 +33,7 @@ Way WayBetween(double latitude1, double longitude1, double latitude2, double lon
 
 } // namespace
 
-double CAngleRate::Update(double angle, double time)
+std::optional<double> CAngleRate::Update(double angle, double time)
 {
     if (m_angle && time - m_time < kLeastSecondsBetween)
         return m_rate;
@@ -114,17 +114,16 @@ void CMotionDerivation::AddRates(PositionSample& sample)
     const double time = *sample.time;
     if (!m_headingIsValid)
         sample.yaw = sample.course;
-    const double courseRate =
+    const std::optional<double> courseRate =
         m_courseIsNew ? m_courseRate.Update(*sample.course, time) : m_courseRate.Rate();
     const bool moves = *sample.speed >= kLeastMovingSpeed;
-    const double yawRate = m_headingIsValid ? m_headingRate.Update(*sample.yaw, time)
-                           : moves          ? courseRate
-                                            : 0.0;
-    sample.yawRate = sample.yawRate.value_or(yawRate);
-    if (sample.roll) {
-        sample.rollRate = sample.rollRate.value_or(m_rollRate.Update(*sample.roll, time));
-    }
-    if (sample.pitch) {
-        sample.pitchRate = sample.pitchRate.value_or(m_pitchRate.Update(*sample.pitch, time));
-    }
+    const std::optional<double> yawRate = m_headingIsValid ? m_headingRate.Update(*sample.yaw, time)
+                                          : moves          ? courseRate
+                                                           : std::nullopt;
+    if (!sample.yawRate)
+        sample.yawRate = yawRate.value_or(0.0);
+    if (sample.roll && !sample.rollRate)
+        sample.rollRate = m_rollRate.Update(*sample.roll, time);
+    if (sample.pitch && !sample.pitchRate)
+        sample.pitchRate = m_pitchRate.Update(*sample.pitch, time);
 }

@@ -12,18 +12,18 @@ class CAngleRate
 public:
     /// @param angle radians.
     /// @param time seconds.
-    /// @return the rate since the last sample, radians per second; 0 for the first one. What
+    /// @return the rate since the last sample, radians per second; none for the first one. What
     ///         follows too closely does not count.
-    double Update(double angle, double time);
+    std::optional<double> Update(double angle, double time);
     /// Forgets the samples and their rate.
     void Clear() { *this = {}; }
     /// The rate that Update() gave last.
-    double Rate() const { return m_rate; }
+    std::optional<double> Rate() const { return m_rate; }
 
 private:
     std::optional<double> m_angle;
     double m_time = 0.0;
-    double m_rate = 0.0;
+    std::optional<double> m_rate;
 };
 
 /// Derives what a receiver does not give from the samples before.

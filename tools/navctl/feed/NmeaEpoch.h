@@ -72,7 +72,8 @@ struct NmeaEpoch
     std::vector<PendingPart> pending;
     std::vector<NmeaKind> timedKinds;
     std::vector<std::pair<NmeaKind, bool>> shown; ///< untimed kinds, and whether by a pause
-    std::uint64_t sources = 0;                    ///< how many were added
+    std::vector<NmeaKind> enclosed; ///< untimed kinds that came between two of this time
+    std::uint64_t sources = 0;      ///< how many were added
     std::uint64_t firstLine = 0;
     std::optional<double> firstArrival;
     double longestGap = 0.0;

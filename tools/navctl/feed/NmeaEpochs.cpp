@@ -49,6 +49,7 @@ void CNmeaEpochs::AddTimed(const NmeaPart& part)
         return;
     }
     LeaveOut(part, " without a time");
+    m_missesTime = true;
     // Of one that had a time before it is not known which epoch it is of, and what follows it.
     m_isBroken = m_isBroken || !m_epoch ||
                  std::any_of(m_recent.begin(), m_recent.end(), [&part](const RecentKind& recent) {
@@ -65,14 +66,17 @@ void CNmeaEpochs::Join(const NmeaPart& part)
         return;
     }
     const bool isRepeated = epoch.Find(part.kind) != nullptr;
-    if (isRepeated && !epoch.isRepeated) {
-        m_finished.LeaveOutPending();
-        epoch.isRepeated = true;
-        epoch.partsBefore = epoch.parts;
-        epoch.sourcesBefore = epoch.sources;
+    if (!epoch.isRepeated && !epoch.isCopy) {
+        const bool isTooLate = !isRepeated && ComesTooLate(part.kind);
+        if (isTooLate) {
+            ForgetOrder();
+        }
+        if (isTooLate || isRepeated) {
+            TakeMixture();
+        }
     }
     PlaceEnclosed(part.kind);
-    m_isBroken = m_comesAgain = false;
+    m_isBroken = m_missesTime = m_comesAgain = false;
     epoch.longestGap = std::max(epoch.longestGap, m_gap);
     if (!epoch.isRepeated && !epoch.isCopy) {
         for (const auto& [kind, isByPause] : epoch.shown) {
@@ -101,9 +105,11 @@ void CNmeaEpochs::PlaceEnclosed(NmeaKind next)
     for (const Waiting& waiting : m_waiting) {
         isCertain.push_back(!comesAgain && IsEnclosed(waiting.part, next));
     }
+    LeaveOutWhatStoodElsewhere(next, isCertain);
     for (std::size_t i = 0; i < m_waiting.size(); ++i) {
         const Waiting& waiting = m_waiting[i];
         m_epoch->longestGap = std::max(m_epoch->longestGap, waiting.gap);
+        m_epoch->enclosed.push_back(waiting.part.kind);
         if (waiting.isPlaced) {
             continue;
         }
@@ -166,14 +172,18 @@ void CNmeaEpochs::Open(const NmeaPart& part)
     const std::int64_t step = m_epoch ? StepBetween(m_epoch->timeOfDay, time) : 0;
     // What comes behind a burst that was repeated may be of the repetition.
     const bool isCopy = m_latest.IsCopy(time);
-    const bool follows = m_epoch && !m_isBroken && !m_epoch->isRepeated && !m_epoch->isCopy &&
-                         !isCopy && !m_epoch->standsStill && m_period.IsOneStep(step);
+    const bool isWhole = m_epoch && !m_isBroken && !m_epoch->isRepeated && !m_epoch->isCopy &&
+                         !isCopy && !m_epoch->standsStill;
+    const bool follows = isWhole && m_period.IsOneStep(step);
+    if (isWhole && !m_missesTime && (follows || m_period.Seconds() == 0.0)) {
+        ShowWhatIsBetweenTimes(part.kind);
+    }
     const bool isOneStep = follows && !TakeRepetition();
     if (isCopy || m_comesAgain) {
-        m_finished.LeaveOutPending();
+        m_finished.LeaveOutPending(m_epoch ? &*m_epoch : nullptr);
     }
     if (m_epoch && !isCopy) {
-        NoteWhatComesOften(step);
+        NoteWhatComesOften(step, part.kind);
     }
     const bool mayMissTime = CameTwice();
     const bool isPaced = isOneStep && IsPaced(part);
@@ -188,19 +198,25 @@ void CNmeaEpochs::Open(const NmeaPart& part)
     m_epoch->firstArrival = part.arrival;
     m_epoch->isPaced = isPaced;
     m_epoch->isBeginKnown = cut.has_value();
-    for (const PendingPart& first : leading) {
-        if (first.claims.empty()) {
-            m_epoch->Add(first.part);
-            m_epoch->shown.emplace_back(first.part.kind, cut && cut->isByPause);
-        } else {
-            m_epoch->pending.push_back(first);
-        }
-    }
+    AddLeading(leading, cut && cut->isByPause);
     Note(part);
     m_epoch->timedKinds.push_back(part.kind);
     m_epoch->Add(part);
     TakeAhead();
     EndEarly();
+}
+
+/// Adds what stands in front of the epoch's first sentence with a time.
+void CNmeaEpochs::AddLeading(const std::vector<PendingPart>& leading, bool isByPause)
+{
+    for (const PendingPart& first : leading) {
+        if (first.claims.empty()) {
+            m_epoch->Add(first.part);
+            m_epoch->shown.emplace_back(first.part.kind, isByPause);
+        } else {
+            m_epoch->pending.push_back(first);
+        }
+    }
 }
 
 /// Gives the attitude that came ahead to the epoch, when it is of its time.
@@ -229,7 +245,7 @@ void CNmeaEpochs::EndEpoch(std::int64_t step, bool mayMissTime)
         }
     }
     m_order.EndEpoch();
-    m_isBroken = m_comesAgain = false;
+    m_isBroken = m_missesTime = m_comesAgain = false;
     ++m_epochNumber;
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tools/navctl/feed/BurstOrder.h"
+#include "tools/navctl/feed/BurstShape.h"
 #include "tools/navctl/feed/FinishedEpochs.h"
 #include "tools/navctl/feed/NmeaEpoch.h"
 #include "tools/navctl/feed/SkipCount.h"
@@ -100,6 +101,11 @@ private:
     void AddUntimed(const NmeaPart& part);
     void AddAttitude(const NmeaPart& part);
     void Join(const NmeaPart& part);
+    bool ComesTooLate(NmeaKind kind);
+    void LeaveOutWhatStoodElsewhere(NmeaKind next, std::vector<bool>& isCertain);
+    void TakeMixture();
+    void ShowWhatIsBetweenTimes(NmeaKind next);
+    void AddLeading(const std::vector<PendingPart>& leading, bool isByPause);
     void PlaceEnclosed(NmeaKind next);
     bool IsEnclosed(const NmeaPart& part, NmeaKind next) const;
     void Open(const NmeaPart& part);
@@ -115,12 +121,14 @@ private:
     void Show(NmeaKind untimed, NmeaKind timed, bool isBehind, bool isByPause);
     void ShowBehind(NmeaKind untimed, bool isByPause);
     void Forget(NmeaKind kind);
+    void ForgetOrder();
     bool IsSingle(NmeaKind kind) const;
     std::ptrdiff_t CountWaiting(NmeaKind kind) const;
     bool CameTwice() const;
     bool TakeRepetition();
-    void NoteWhatComesOften(std::int64_t step);
+    void NoteWhatComesOften(std::int64_t step, NmeaKind next);
     std::optional<Cut> FindCut(const NmeaPart& next, bool isOneStep) const;
+    bool FitsNeither(NmeaKind kind, NmeaKind next) const;
     bool WasElsewhere(NmeaKind kind, NmeaKind next, EPlace place) const;
     std::optional<Cut> ToldCut(const NmeaPart& next) const;
     std::optional<Cut> PauseBefore(const NmeaPart& next) const;
@@ -146,6 +154,7 @@ private:
     CSkipCount& m_leftOut;
     CFinishedEpochs m_finished;
     CBurstOrder m_order;
+    CBurstShape m_shape;
     CEpochPeriod m_period;
     std::optional<NmeaEpoch> m_epoch;
     std::vector<Waiting> m_waiting;  ///< what came behind the last sentence with a time
@@ -156,6 +165,7 @@ private:
     CLatestTime m_latest{kSameTimeMilliseconds};
     CLatestTime m_latestAttitude{0};
     bool m_isBroken = false;   ///< a sentence that should have a time had none
+    bool m_missesTime = false; ///< a sentence that may have a time had none
     bool m_comesAgain = false; ///< an attitude of a time that is over has come since the last time
     bool m_endsEarly = true;
     std::optional<double> m_lastHeard;

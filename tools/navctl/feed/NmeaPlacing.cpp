@@ -59,7 +59,7 @@ CNmeaEpochs::Placing CNmeaEpochs::PlaceBetween(std::size_t i, const NmeaPart& ne
     if (!cut) {
         const bool isThere = byOrder.place == EPlace::This && !m_waiting[i].isPlaced &&
                              m_epoch->Find(kind) != nullptr;
-        if (isThere || byOrder.place == EPlace::Neither) {
+        if (isThere || byOrder.place == EPlace::Neither || FitsNeither(kind, next.kind)) {
             Forget(kind);
             return {};
         }
@@ -81,6 +81,13 @@ CNmeaEpochs::Placing CNmeaEpochs::PlaceBetween(std::size_t i, const NmeaPart& ne
         ShowBehind(kind, cut->isByPause);
     }
     return byCut == byOrder.place || isTold ? Placing{byCut, {}} : Placing{};
+}
+
+/// Whether a sentence stands where it never stood: behind one that it came before, and before one
+/// that it came behind, however often this was shown.
+bool CNmeaEpochs::FitsNeither(NmeaKind kind, NmeaKind next) const
+{
+    return WasElsewhere(kind, next, EPlace::This) && WasElsewhere(kind, next, EPlace::Next);
 }
 
 /// Whether a sentence was ever shown to stand where it cannot be of the epoch that it seems to be
@@ -197,8 +204,10 @@ CNmeaEpochs::Placing CNmeaEpochs::PlaceByOrder(NmeaKind kind, NmeaKind next, boo
     }
     if (isNotOfThis && isNotOfNext) {
         placing.place = EPlace::Neither;
-    } else if (isNotOfThis || isNotOfNext) {
-        placing.place = isNotOfNext ? EPlace::This : EPlace::Next;
+    } else if (isNotOfNext && StandsBehind(kind)) {
+        placing.place = EPlace::This;
+    } else if (isNotOfThis && m_order.PlaceOf(kind, next)) {
+        placing.place = EPlace::Next;
     }
     return placing;
 }
@@ -236,21 +245,28 @@ bool CNmeaEpochs::TakeRepetition()
         }
     }
     if (m_comesAgain) {
-        m_finished.LeaveOutPending();
+        m_finished.LeaveOutPending(m_epoch ? &*m_epoch : nullptr);
     }
     return m_comesAgain;
 }
 
 /// Notes which kinds came more often, from one time to the next, than there were times.
-void CNmeaEpochs::NoteWhatComesOften(std::int64_t step)
+void CNmeaEpochs::NoteWhatComesOften(std::int64_t step, NmeaKind next)
 {
     if (m_epoch->isRepeated || m_epoch->isCopy) {
         return;
     }
     const std::ptrdiff_t periods = m_period.CountIn(step);
     for (const Waiting& waiting : m_waiting) {
-        if (CountWaiting(waiting.part.kind) > periods) {
-            m_order.ShowTwice(waiting.part.kind);
+        const NmeaKind kind = waiting.part.kind;
+        const std::vector<NmeaKind>& enclosed = m_epoch->enclosed;
+        // What stands before the next time anyway may be of that one, whose first sentence was
+        // lost.
+        const bool mayBeOfNext = !m_order.LastPlaceOf(kind, next).value_or(true);
+        const std::ptrdiff_t within =
+            mayBeOfNext ? 0 : std::count(enclosed.begin(), enclosed.end(), kind);
+        if (CountWaiting(kind) + within > periods) {
+            m_order.ShowTwice(kind);
         }
     }
 }
@@ -278,6 +294,13 @@ void CNmeaEpochs::Forget(NmeaKind kind)
 {
     m_order.Forget(kind);
     m_finished.Forget(kind, &*m_epoch);
+}
+
+/// Forgets where all kinds stand, but not which come more often than the times.
+void CNmeaEpochs::ForgetOrder()
+{
+    m_order.ForgetPlaces();
+    m_finished.LeaveOutPending(m_epoch ? &*m_epoch : nullptr);
 }
 
 /// Whether a sentence that has followed the epoch's time so soon is of that epoch.

@@ -1,6 +1,8 @@
 #ifndef KESTROVE_TOOLS_NAVCTL_FEED_POSITIONSINK_H
 #define KESTROVE_TOOLS_NAVCTL_FEED_POSITIONSINK_H
 
+#include <string>
+
 #include "platform/LinkError.h"
 #include "tools/navctl/feed/PositionSample.h"
 
@@ -22,6 +24,11 @@ public:
     ///
     /// @return why that cannot be said; code None when it was.
     virtual LinkErrorC Confirm() = 0;
+
+    /// Asks why the service has not taken the last sample that it has read.
+    ///
+    /// @return its reason; empty when it took the sample, and where it does not say.
+    virtual std::string Refusal() = 0;
 };
 
 /// Time for a feed: the monotonic clock, or what stands for it in a test.

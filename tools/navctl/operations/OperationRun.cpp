@@ -146,7 +146,7 @@ private:
     /// A service that knows why it has refused something tells it even of what nothing confirms.
     void LookForRefusal(const COutcome& outcome)
     {
-        const std::string reason = WordsOfService(m_context.Navigation(), m_operation);
+        const std::string reason = WhyRefused(m_context.Navigation(), m_operation.serviceName);
         const LinkErrorC error = m_context.Navigation().LastError();
         if (!reason.empty()) {
             Refuse(reason, "");

@@ -25,13 +25,14 @@ bool LiesIn(const std::string& range, double number)
 
 } // namespace
 
-std::string WordsOfService(CNavigationAPI& navigation, const COperation& operation)
+std::string WhyRefused(CNavigationAPI& navigation, const std::string& serviceName)
 {
     BListC arguments(nullptr);
-    arguments.AddString(operation.serviceName);
+    arguments.AddString(serviceName);
     const std::unique_ptr<BElementC> reply(navigation.CallMethod("why_refused", &arguments));
-    const bool isText = reply != nullptr && reply->Type() == EBElementType::String;
-    return isText ? dynamic_cast<const BAtomC&>(*reply).StringValue() : std::string();
+    const auto* const text = dynamic_cast<const BAtomC*>(reply.get());
+    const bool isReason = text != nullptr && text->Type() == EBElementType::String;
+    return isReason ? text->StringValue() : std::string();
 }
 
 std::string OutsideOfRange(const COperation& operation, const ArgumentValues& values)
@@ -55,7 +56,7 @@ std::string OutsideOfRange(const COperation& operation, const ArgumentValues& va
 std::string ReasonOfRefusal(CNavigationAPI& navigation, const COperation& operation,
                             const ArgumentValues& values)
 {
-    std::string reason = WordsOfService(navigation, operation);
+    std::string reason = WhyRefused(navigation, operation.serviceName);
     if (reason.empty())
         reason = OutsideOfRange(operation, values);
     if (FindConfirmation(operation.name) != nullptr)

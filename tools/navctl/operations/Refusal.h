@@ -6,11 +6,15 @@
 #include "tools/navctl/operations/Operation.h"
 
 /// Why the service has refused an operation the last time, in its own words (request
-/// "why_refused"); empty when it has not, and from a service that does not know the request.
-std::string WordsOfService(CNavigationAPI& navigation, const COperation& operation);
+/// "why_refused").
+///
+/// @param serviceName the operation's name on the link.
+/// @return empty when it carried the operation out, and from a service that does not know the
+///         request or gives no reply, of which LastError() tells.
+std::string WhyRefused(CNavigationAPI& navigation, const std::string& serviceName);
 
-/// Why the service has just refused an operation: by WordsOfService(), otherwise by the
-/// ranges of the bundled service, otherwise where to look.
+/// Why the service has just refused an operation: in its own words where it tells them, otherwise
+/// by the ranges of the bundled service, otherwise where to look.
 ///
 /// @param values the values of its arguments.
 std::string ReasonOfRefusal(CNavigationAPI& navigation, const COperation& operation,

@@ -7,11 +7,15 @@ namespace {
 
 constexpr std::size_t kVectorSize = 3;
 
+/// The integer, unless it is one that no `int` holds and the link would cut.
 std::optional<int> IntegerIn(const BElementC& reply)
 {
     if (reply.Type() != EBElementType::Integer)
         return std::nullopt;
-    return dynamic_cast<const BAtomC&>(reply).IntValue();
+    const auto& atom = dynamic_cast<const BAtomC&>(reply);
+    const int value = atom.IntValue();
+    return atom.DoubleValue() == static_cast<double>(value) ? std::optional<int>(value)
+                                                            : std::nullopt;
 }
 
 std::optional<double> NumberIn(const BElementC& reply)

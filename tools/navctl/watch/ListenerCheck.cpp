@@ -1,7 +1,6 @@
 #include "tools/navctl/watch/ListenerCheck.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "tools/navctl/doctor/Probe.h"
 #include "tools/navctl/operations/ServiceQuestion.h"
@@ -10,11 +9,6 @@ namespace {
 
 /// Nothing can end the command while it asks.
 constexpr double kLongestQuestion = 1.0;
-
-int Milliseconds(double seconds)
-{
-    return std::max(1, static_cast<int>(std::ceil(seconds * 1000.0)));
-}
 
 } // namespace
 

@@ -1,4 +1,4 @@
-#include "simulator/http/UnreadBytes.h"
+#include "runtime/PeerSocket.h"
 
 #include <array>
 #include <cstring>
@@ -8,6 +8,7 @@
 #include <linux/sock_diag.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <arpa/inet.h>
 
@@ -34,17 +35,24 @@ void Put(const asio::ip::tcp::endpoint& end, __be32* address, __be16& port)
 
 } // namespace
 
-CUnreadBytes::CUnreadBytes()
+PeerSocketC::PeerSocketC()
     : m_socket(::socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_SOCK_DIAG))
 {
 }
 
-std::optional<std::size_t> CUnreadBytes::Of(const asio::ip::tcp::socket& connection)
+PeerSocketC::~PeerSocketC()
+{
+    if (m_socket >= 0) {
+        ::close(m_socket);
+    }
+}
+
+std::optional<PeerSocketC::StateC> PeerSocketC::Of(const asio::ip::tcp::socket& connection)
 {
     asio::error_code error;
     const asio::ip::tcp::endpoint here = connection.local_endpoint(error);
     const asio::ip::tcp::endpoint there = connection.remote_endpoint(error);
-    if (error || !m_socket.IsOpen()) {
+    if (error || m_socket < 0) {
         return std::nullopt;
     }
     Question question{};
@@ -59,20 +67,20 @@ std::optional<std::size_t> CUnreadBytes::Of(const asio::ip::tcp::socket& connect
     Put(there, peers.idiag_src, peers.idiag_sport);
     Put(here, peers.idiag_dst, peers.idiag_dport);
     peers.idiag_cookie[0] = peers.idiag_cookie[1] = INET_DIAG_NOCOOKIE;
-    if (::send(m_socket.Get(), &question, sizeof question, 0) < 0) {
+    if (::send(m_socket, &question, sizeof question, 0) < 0) {
         return std::nullopt;
     }
     return Answer();
 }
 
 /// The system has answered by the time that the question has been sent.
-std::optional<std::size_t> CUnreadBytes::Answer() const
+std::optional<PeerSocketC::StateC> PeerSocketC::Answer() const
 {
     alignas(nlmsghdr) std::array<char, 1024> bytes{};
     nlmsghdr header{};
     inet_diag_msg told{};
     for (;;) {
-        const auto size = ::recv(m_socket.Get(), bytes.data(), bytes.size(), 0);
+        const auto size = ::recv(m_socket, bytes.data(), bytes.size(), 0);
         if (size < static_cast<ssize_t>(sizeof header)) {
             return std::nullopt;
         }
@@ -85,6 +93,7 @@ std::optional<std::size_t> CUnreadBytes::Answer() const
             return std::nullopt;
         }
         std::memcpy(&told, bytes.data() + NLMSG_HDRLEN, sizeof told);
-        return told.idiag_rqueue;
+        // A socket that no process has any more has no inode.
+        return StateC{told.idiag_rqueue, told.idiag_inode != 0};
     }
 }

@@ -1,0 +1,92 @@
+// What the system knows of the other end of a connection on the same machine.
+
+#include "runtime/PeerSocket.h"
+
+#include <chrono>
+#include <string>
+
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
+#include <asio/read.hpp>
+#include <asio/write.hpp>
+#include <gtest/gtest.h>
+
+namespace {
+
+using asio::ip::tcp;
+
+/// Both ends of a connection.
+struct Ends
+{
+    explicit Ends(const asio::ip::address& address)
+    {
+        tcp::acceptor acceptor(loop, {address, 0});
+        peer.connect(acceptor.local_endpoint());
+        own = acceptor.accept();
+    }
+
+    asio::io_context loop;
+    tcp::socket peer{loop};
+    tcp::socket own{loop};
+};
+
+std::size_t Unread(const tcp::socket& connection)
+{
+    const auto state = PeerSocketC().Of(connection);
+    EXPECT_TRUE(state.has_value());
+    return state ? state->unread : ~std::size_t{0};
+}
+
+bool IsOpen(const tcp::socket& connection)
+{
+    const auto state = PeerSocketC().Of(connection);
+    return state && state->isOpen;
+}
+
+class PeerSocket : public testing::TestWithParam<const char*>
+{
+};
+
+TEST_P(PeerSocket, ReportsWhatItsProcessHasNotRead)
+{
+    Ends ends(asio::ip::make_address(GetParam()));
+    ASSERT_EQ(0U, Unread(ends.own));
+
+    asio::write(ends.own, asio::buffer(std::string(5000, 'x')));
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (Unread(ends.own) != 5000 && std::chrono::steady_clock::now() < deadline) {
+    }
+    std::string some(2000, ' ');
+    asio::read(ends.peer, asio::buffer(some));
+
+    EXPECT_EQ(3000U, Unread(ends.own));
+    EXPECT_EQ(0U, Unread(ends.peer)) << "the other way nothing has been sent";
+}
+
+TEST_P(PeerSocket, IsOpenUntilItsProcessHasClosedItAndNotOnlyItsSendingSide)
+{
+    Ends ends(asio::ip::make_address(GetParam()));
+    EXPECT_TRUE(IsOpen(ends.own));
+    ends.peer.shutdown(tcp::socket::shutdown_send);
+    EXPECT_TRUE(IsOpen(ends.own));
+    ends.peer.close();
+    EXPECT_FALSE(IsOpen(ends.own));
+}
+
+TEST_P(PeerSocket, ThatIsClosedAtOnceIsNotOpen)
+{
+    Ends ends(asio::ip::make_address(GetParam()));
+    ends.peer.close();
+    EXPECT_FALSE(IsOpen(ends.own));
+}
+
+INSTANTIATE_TEST_SUITE_P(OfBothKinds, PeerSocket, testing::Values("127.0.0.1", "::1"));
+
+TEST(PeerSocketOf, AConnectionThatIsClosedIsNotKnown)
+{
+    Ends ends(asio::ip::address_v4::loopback());
+    ends.own.close();
+    EXPECT_FALSE(PeerSocketC().Of(ends.own).has_value());
+}
+
+} // namespace
