@@ -49,6 +49,9 @@ std::string Unreadable(const BListC& list)
                    std::to_string(list.GetDouble(index)) + ", no finite number";
         }
     }
+    if (hasPoints && count == 0)
+        return std::string(kind == Kestrove::EWaylineTypeSpline ? "a spline" : "an A-B curve") +
+               " without points is no line";
     if (hasPoints && (count < 0 || count > (list.Size() - 2) / 3)) {
         return std::to_string(count) + " points are announced, and " +
                std::to_string((list.Size() - 2) / 3) + " are there";

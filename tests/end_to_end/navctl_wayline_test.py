@@ -175,6 +175,13 @@ class WithoutService(Files):
                 result = navctl("wayline", "convert", path, *arguments)
                 self.assertEqual((2, ""), (result.returncode, result.stdout))
                 self.assertIn(reason, result.stderr)
+        path = self.write("few.txt", "4 0\n3 1 0 0 0\n")
+        for line, count in (("1", "are 0"), ("2", "is 1")):
+            for kind in ("csv", "geojson"):
+                result = navctl("wayline", "convert", path, "--line", line, "--to", kind, "--origin",
+                                ORIGIN)
+                self.assertEqual((2, ""), (result.returncode, result.stdout))
+                self.assertRegex(result.stderr, f"wayline {line}: .* 2 points or more, here {count}")
 
     def test_names_every_bad_line_and_its_reason(self):
         path = self.write("lines.txt", f"{AB}\n4 3 0 0 0\n\n0 1 2 x 4 5 6\n")
@@ -202,6 +209,16 @@ class WithoutService(Files):
              + "[" * 300000 + "]" * 300000 + "}", "nested deeper than 64"),
             ("deep_kind.geojson", '{"type":"Feature","geometry":null,"properties":{"kind":'
              + "[" * 300000 + "]" * 300000 + "}}", "nested deeper than 64"),
+            ("null.geojson", '{"type":"Feature","properties":{},"geometry":null}', "has no points"),
+            ("bare.geojson", '{"type":"Feature"}', "has no points"),
+            ("none.geojson", '{"type":"LineString","coordinates":[]}', "has no points"),
+            ("origin.geojson", '{"type":"Feature","properties":{"origin":{"latitude":48,"longitude":11,'
+             '"height":0}},"geometry":null}', "feature 1: its geometry has no points for the kind A-B"),
+            ("spline.geojson", '{"type":"Feature","properties":{"kind":"spline"},"geometry":null}',
+             "has no points for the kind spline"),
+            ("header.csv", "x,y,z\n", "line 2: there is no point below the names of the columns"),
+            ("one.csv", "x,y\n1,2\n", "has 2 points or more, here is 1"),
+            ("row.csv", "plot,1,2,3\n", "line 1: the kind A-B curve has 2 points or more"),
             ("program.txt", PROGRAM, "line 1: "),
             ("program.csv", PROGRAM, "line 1: "),
             ("program.geojson", PROGRAM, "this is no JSON"),
@@ -212,6 +229,11 @@ class WithoutService(Files):
                 self.assertEqual(2, code)
                 self.assertEqual(2, failure["exit_code"])
                 self.assertIn(reason, failure["reason"])
+        for point in ('{"type":"Feature","geometry":{"type":"Point","coordinates":[11,48]}}',
+                      '{"type":"LineString","coordinates":[[11,48]]}'):
+            result = navctl("wayline", "show", self.write("point.geojson", point), "--origin", ORIGIN)
+            self.assertEqual((2, ""), (result.returncode, result.stdout))
+            self.assertIn("has 2 points or more, here is 1", result.stderr)
         for path, reason in ((self.directory, "directory"), (self.path("none"), "No such file")):
             with self.subTest(path):
                 result = navctl("wayline", "show", path)
@@ -302,7 +324,8 @@ class WithService(Files):
             self.assertEqual(0, navctl("wayline", "set", self.write("ab.txt", AB)).returncode)
             result = navctl("wayline", "set", degenerate)
             self.assertEqual((1, ""), (result.returncode, result.stdout))
-            self.assertIn("it holds: A-B line, 2 points, 100 m", result.stderr)
+            self.assertRegex(result.stderr, "^navctl: the service refused set-wayline: .*points A and B "
+                                            "are 0 m apart.*; it holds A-B line, 2 points, 100 m")
 
     def test_gives_what_the_service_holds_and_did_as_json(self):
         path = self.write("ab.txt", AB)

@@ -3,18 +3,20 @@ listens in the service's place."""
 
 import re
 import shlex
+import signal
 import socket
 import ssl
 import subprocess
 import tempfile
 import threading
+import time
 import unittest
 from pathlib import Path
 
 import msgpack
 
-from navctl_program import (DEADLINE_SECONDS, LINE_NORTH, PORT, Listener, Running, Simulator,
-                            answer, navctl, program, scripted, value, wait_for)
+from navctl_program import (DEADLINE_SECONDS, LINE_NORTH, PORT, SILENCE, Listener, Running,
+                            Simulator, answer, navctl, program, scripted, value, wait_for)
 
 ROOT = Path(__file__).resolve().parents[2]
 SAME_POINTS = "0 5 5 0 5 5 0"
@@ -37,7 +39,6 @@ REFUSED = (
     (["set-tuning-limits", "overshoot", "-1", "1", "2"],
      {"lowest": 0.2, "start": 1.0, "highest": 3.0}, "-1"),
 )
-STATUS_SETTERS = {"set-field-offset", "set-implement-offset", "set-implement-width"}
 
 # A tuning value that is brought to its limit, and the limit.
 LIMITED = (
@@ -72,8 +73,8 @@ class Confirmed(unittest.TestCase):
                     code, reply = answer(*arguments)
                     self.assertEqual((1, "refused"), (code, reply["outcome"]))
                     self.assertIn(words, reply["reason"])
-                    if arguments[0] not in STATUS_SETTERS:
-                        self.assertEqual(held, reply["held"])
+                    self.assertEqual(held, reply["held"])
+                    self.assertIn("; it holds ", reply["reason"])
 
     def test_a_tuning_value_at_its_limit_is_done_and_says_which_value_holds(self):
         with Simulator():
@@ -118,13 +119,77 @@ class Confirmed(unittest.TestCase):
 
     def test_where_there_is_no_getter_nothing_confirms_it(self):
         with Simulator():
-            for arguments in (["set-wayline-origin", "95", "0", "0"], ["reset-integral"],
+            for arguments in (["set-wayline-origin", "51", "7", "500"], ["reset-integral"],
                               ["set-splines-use-implement-offset", "on"],
                               ["set-position-data", "51", "7", "0"]):
                 with self.subTest(arguments):
                     self.assert_streams(arguments, 0, "sent; " + NOTHING_CONFIRMS, "^$")
                     self.assertEqual((0, {"operation": arguments[0], "outcome": "sent"}),
                                      answer(*arguments))
+
+    def test_where_there_is_no_getter_a_refusal_is_seen_all_the_same(self):
+        splines = "a spline that is followed with its shift is too sharp"
+        for arguments, words in ((["set-wayline-origin", "91", "11", "500"], "latitude"),
+                                 (["set-position-data", "91", "11", "500"], "latitude"),
+                                 (["set-position-data", "51", "7", "0", "--position-valid", "off"],
+                                  "the position is marked as not valid"),
+                                 (["set-splines-use-implement-offset", "on"], splines),
+                                 (["reset-integral"], "the controller is off")):
+            wire = {"set-splines-use-implement-offset": "SetSplinesUseImplementOffset",
+                    "reset-integral": "reset_integral"}.get(arguments[0])
+            # What the simulator has no reason to refuse, another service may.
+            service = scripted({"IsNavigationActivated": 0, "why_refused": words}) if wire \
+                else Simulator()
+            with self.subTest(arguments), service:
+                self.assert_streams(arguments, 1, "",
+                                    f"^navctl: the service refused {arguments[0]}: .*{words}.*\n$")
+                code, reply = answer(*arguments)
+                self.assertEqual((1, "refused"), (code, reply["outcome"]))
+                self.assertIn(words, reply["reason"])
+
+    def test_a_refusal_from_before_does_not_count_against_what_is_taken(self):
+        with Simulator():
+            for bad, good in ((["set-wayline-origin", "91", "11", "500"],
+                               ["set-wayline-origin", "51", "11", "500"]),
+                              (["set-position-data", "91", "11", "500"],
+                               ["set-position-data", "51", "11", "500"])):
+                self.assertEqual(1, navctl(*bad).returncode)
+                self.assert_streams(good, 0, "sent; " + NOTHING_CONFIRMS, "^$")
+
+    def test_a_service_that_gives_no_reasons_confirms_nothing(self):
+        for replies in ({}, {"why_refused": None}, {"why_refused": ""}, {"why_refused": 1},
+                        {"why_refused": ["no"]}):
+            with self.subTest(replies), scripted({"IsNavigationActivated": 0, **replies}):
+                self.assert_streams(["set-wayline-origin", "91", "11", "500"], 0,
+                                    "sent; " + NOTHING_CONFIRMS, "^$")
+
+    def test_a_nudge_without_a_line_says_which_one_is_held_for_the_next(self):
+        with Simulator():
+            self.assert_streams(["nudge", "on", "0.1"], 0, "done: x 0 m, y 0 m, z 0 m; the nudge of "
+                                                          "0.1 m is held for the next line\n", "^$")
+            code, reply = answer("nudge", "on", "0.1")
+            self.assertEqual((0, [0, 0, 0], 0.2), (code, reply["value"], reply["held"]))
+            self.assert_streams(["nudge", "off", "0"], 0, "done: x 0 m, y 0 m, z 0 m\n", "^$")
+            navctl("set-wayline", LINE_NORTH)
+            self.assert_streams(["nudge", "on", "0.1"], 0, "done: x 0.1 m, y 0 m, z 0 m\n", "^$")
+            self.assertEqual(0.2, answer("nudge", "on", "0.1")[1]["held"])
+        with scripted({"Nudge": [1, 0.0, 0.0, 0.0]}):
+            self.assert_streams(["nudge", "on", "0.1"], 0, "done: x 0 m, y 0 m, z 0 m\n", "^$")
+
+    def test_limits_that_move_the_value_say_so(self):
+        with Simulator():
+            self.assertEqual(0, navctl("set-sensitivity", "0.2").returncode)
+            self.assert_streams(["set-tuning-limits", "sensitivity", "0.5", "1", "2"], 0,
+                                "done; the limits moved the value from 0.2 to 0.5\n", "^$")
+            code, reply = answer("set-tuning-limits", "sensitivity", "0.1", "0.3", "0.4")
+            self.assertEqual((0, "done", {"from": 0.5, "to": 0.4}),
+                             (code, reply["outcome"], reply["moved"]))
+            self.assert_streams(["set-tuning-limits", "sensitivity", "0.1", "1", "2"], 0, "done\n",
+                                "^$")
+            self.assertNotIn("moved", answer("set-tuning-limits", "sensitivity", "0", "1", "2")[1])
+        with scripted({"GetTuningLimits": [0.5, 1.0, 2.0]}):
+            self.assert_streams(["set-tuning-limits", "sensitivity", "0.5", "1", "2"], 0, "done\n",
+                                "^$")
 
     def test_the_document_has_every_setting_and_what_confirms_it(self):
         _, listed = answer("operations")
@@ -183,6 +248,99 @@ class Confirmed(unittest.TestCase):
             self.assert_streams(["set-implement-width", "3"], 5, "", "answered without a value")
         with scripted({"get_nudge": "0.1"}):
             self.assert_streams(["set-nudge", "0.1"], 5, "", "get_nudge is of another form")
+
+
+class Late(unittest.TestCase):
+    """A service that gives no reply in time may go on later, and do what it was asked for."""
+
+    # What is sent, what the service does not answer, and what shows what has become of it.
+    PENDING = (
+        (["engage-steering"], "EngageSteering", '"navctl disengage-steering" keeps it from steering'),
+        (["start-navigation", "on"], "StartNavigation", '"navctl disengage-steering"'),
+        (["disengage-steering"], "DisengageSteering", '"navctl doctor" shows'),
+        (["set-wayline", LINE_NORTH], "set_wayline", '"navctl get-wayline" shows'),
+        (["set-implement-width", "4"], "SetImplementWidth", '"navctl get-implement-width" shows'),
+        (["set-nudge", "1"], "get_nudge", '"navctl get-nudge-scalar" shows'),
+        (["nudge", "on", "1"], "Nudge", '"navctl get-nudge-scalar" shows'),
+        (["set-overshoot", "1"], "get_tuning_parameter", '"navctl get-overshoot" shows'),
+        (["set-wayline-origin", "51", "7", "0"], "why_refused", '"navctl doctor" shows'),
+        (["wayline", "start", "ab"], "start_wayline", '"navctl doctor" shows'),
+    )
+
+    def late(self, arguments, wire):
+        with scripted({"IsNavigationActivated": 0, wire: SILENCE}):
+            result = navctl("--timeout", "0.3", *arguments)
+            code, reply = answer("--timeout", "0.3", *arguments)
+        self.assertEqual((4, "", 4), (result.returncode, result.stdout, code))
+        self.assertIn(reply["reason"], " ".join(result.stderr.split()))
+        self.assertTrue(reply["reason"].startswith("the service gave no reply in time"))
+        return reply
+
+    def test_says_that_it_may_still_be_carried_out_and_what_to_look_at(self):
+        for arguments, wire, words in self.PENDING:
+            with self.subTest(arguments):
+                reply = self.late(arguments, wire)
+                self.assertIn("no reply in time; it may still carry it out: ", reply["reason"])
+                self.assertIn(words, reply["reason"])
+                self.assertIs(True, reply["pending"])
+                self.assertNotIn("holds", reply["reason"])
+
+    def test_a_line_of_a_file_that_may_still_come_is_not_said_to_be_refused(self):
+        with tempfile.NamedTemporaryFile("w", suffix=".txt") as file:
+            file.write(LINE_NORTH + "\n")
+            file.flush()
+            reply = self.late(["wayline", "set", file.name], "set_wayline")
+        self.assertIn('it may still carry it out: "navctl get-wayline" shows', reply["reason"])
+        self.assertNotIn("holds", reply["reason"])
+
+    def test_nothing_is_pending_where_nothing_was_asked_for(self):
+        for arguments, wire in ((["get-nudge-scalar"], "get_nudge"),
+                                (["is-steering-engaged"], "IsSteeringEngaged"),
+                                # Nothing is sent before the service has answered.
+                                (["reset-integral"], "IsNavigationActivated"),
+                                # It has replied that it was done.
+                                (["set-implement-width", "4"], "GetImplementWidth")):
+            with self.subTest(arguments):
+                replies = {"IsNavigationActivated": 0, "SetImplementWidth": 1, wire: SILENCE}
+                with scripted(replies):
+                    code, reply = answer("--timeout", "0.3", *arguments)
+                self.assertEqual((4, "the service gave no reply in time"), (code, reply["reason"]))
+                self.assertNotIn("pending", reply)
+
+    def test_what_it_warns_of_happens_with_a_service_that_goes_on(self):
+        with Simulator("--speed=2") as simulator:
+            navctl("set-wayline", LINE_NORTH)
+            navctl("start-navigation", "off")
+            simulator.process.send_signal(signal.SIGSTOP)
+            try:
+                code, reply = answer("--timeout", "0.3", "engage-steering")
+            finally:
+                simulator.process.send_signal(signal.SIGCONT)
+            self.assertEqual((4, True), (code, reply["pending"]))
+            wait_for(lambda: value("is-steering-engaged"), "what was asked for")
+
+    def test_a_long_line_is_waited_for_longer_than_the_time_out(self):
+        def line(points):
+            return f"4 {points}" + "".join(f" {place} 0 0" for place in range(points))
+
+        def serve(connection):
+            unpacker = msgpack.Unpacker()
+            held = None
+            while data := connection.recv(65536):
+                unpacker.feed(data)
+                for kind, number, name, arguments in unpacker:
+                    if name == "set_wayline":
+                        held = arguments
+                        time.sleep(0.5)  # the work of a slow service
+                    connection.sendall(msgpack.packb([1, number, None,
+                                                      held if name == "get_wayline" else kind]))
+        with tempfile.NamedTemporaryFile("w", suffix=".txt") as file, Listener(serve):
+            file.write(line(100000) + "\n")
+            file.flush()
+            for arguments in (["wayline", "set", file.name], ["set-wayline", line(12000)]):
+                with self.subTest(arguments[0]):
+                    result = navctl("--timeout", "0.2", *arguments)
+                    self.assertEqual((0, ""), (result.returncode, result.stderr))
 
 
 class Persisting(unittest.TestCase):

@@ -96,6 +96,49 @@ class Doctor(unittest.TestCase):
             wait_for(lambda: diagnosis()[1] == "positions", "the feed to be missed")
             self.assert_finds(1, "positions", "navctl feed FILE")
 
+    def test_finds_a_feed_whose_positions_are_refused(self):
+        with Simulator():
+            answer("set-wayline", LINE_NORTH)
+            answer("start-navigation", "off")
+            answer("set-position-data", "51", "7", "0", "--speed", "2")
+            code, _ = answer("set-position-data", "51", "7", "0", "--position-valid", "off")
+            self.assertEqual(1, code)
+            wait_for(lambda: diagnosis()[1] == "positions", "the feed to be missed")
+            self.assert_finds(1, "positions", "wait for the receiver's fix")
+            self.assertIn("the service refused the last position that came: the position is marked as "
+                          "not valid", navctl("doctor").stdout)
+
+    def test_finds_the_waypoint_that_is_missing(self):
+        point = ["0", "0", "0", "0"]
+        with Simulator("--speed=2"):
+            for kind, title, given, missing in (
+                    ("ab", "A-B line", (), 0), ("ab", "A-B line", (0,), 1),
+                    ("ab", "A-B line", (1,), 0), ("a-heading", "A-plus-heading line", (), 0),
+                    ("circle", "circle", (0, 1), 2), ("spline", "spline", (), 0)):
+                with self.subTest((kind, given)):
+                    navctl("start-wayline", kind)
+                    for number in given:
+                        self.assertEqual(0, navctl("set-waypoint", str(number), *point).returncode)
+                    self.assert_finds(1, "wayline", f"navctl set-waypoint {missing} X Y Z HEADING")
+                    self.assertIn(f"one of the kind {title} was begun; its waypoint {missing} is "
+                                  "missing", navctl("doctor").stdout)
+            navctl("start-wayline", "ab-curve")
+            navctl("set-waypoint", "0", *point)
+            self.assert_finds(1, "wayline", "drive to its end, then: navctl set-waypoint 1 X Y Z HEADING")
+            navctl("wayline", "clear")
+            self.assert_finds(1, "wayline", "navctl wayline set FILE")
+
+    def test_names_no_waypoint_of_a_service_that_does_not_tell(self):
+        for replies, events in (({}, {}), ({"is_waypoint_set": 1}, {}),
+                                ({}, {"cb_wayline_status": lambda _: [0, 0, 0, 0, 0.0]}),
+                                ({"is_waypoint_set": 1},
+                                 {"cb_wayline_status": lambda _: [0, 0, 0, 0, 0.0]}),
+                                ({"is_waypoint_set": 0},
+                                 {"cb_wayline_status": lambda _: [0, 0, 0, -1, 0.0]})):
+            replies = {"IsNavigationActivated": 0, "get_wayline": None, **replies}
+            with self.subTest(replies), scripted(replies, events):
+                self.assert_finds(1, "wayline", "navctl wayline set FILE", "--timeout", "0.3")
+
     def test_changes_nothing(self):
         settings = [["get-implement-width"], ["get-wayline"], ["get-nudge-scalar"],
                     ["get-field-offset"], ["get-implement-offset"], ["is-steering-engaged"],

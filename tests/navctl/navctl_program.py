@@ -156,6 +156,8 @@ def scripted(replies, events=None, heard=None):
             except TimeoutError:
                 pass
             for message in unpacker:
+                if not isinstance(message, list):
+                    return  # the words of another protocol
                 if heard is not None:
                     heard.add(message[-2])
                 if message[0] == 0 and replies.get(message[2]) is not SILENCE:

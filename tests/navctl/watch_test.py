@@ -8,6 +8,7 @@ import re
 import shlex
 import signal
 import subprocess
+import threading
 import unittest
 
 from navctl_program import (LINE_NORTH, Client, Running, Simulator, answer, navctl, on_terminal,
@@ -56,6 +57,41 @@ class Watch(unittest.TestCase):
             self.assertEqual(3.0, json.loads(watch.line())["width_m"])
             client.request("SetImplementWidth", 1, 7.5)
             self.assertEqual(7.5, json.loads(watch.line())["width_m"])
+
+    def test_tells_when_the_events_stop_and_when_they_come_again(self):
+        for arguments in (["watch"], ["--json", "watch", "guidance-status"]):
+            with self.subTest(arguments), Simulator() as simulator, Running(*arguments) as watch:
+                watch.line_with("guidance-status")
+                simulator.process.send_signal(signal.SIGSTOP)
+                # Its lines must not fill the pipe.
+                reader = threading.Thread(target=lambda: list(iter(watch.line, "")), daemon=True)
+                reader.start()
+                try:
+                    wait_for(lambda: "may hang" in watch.errors(), "the silence to be told")
+                    self.assertRegex(watch.errors(), r"^navctl: no event for \d+ s; the service is "
+                                                     r"connected, but may hang\n$")
+                finally:
+                    simulator.process.send_signal(signal.SIGCONT)
+                wait_for(lambda: "come again" in watch.errors(), "the events to be told")
+                self.assertRegex(watch.errors(), r"hang\nnavctl: events come again\n$")
+                watch.process.send_signal(signal.SIGKILL)
+                reader.join(30)
+
+    def test_says_nothing_of_events_that_are_rare(self):
+        with Simulator():
+            result = navctl("watch", "offsets", "wayline-status", "--for", "6.5")
+            self.assertEqual((0, ""), (result.returncode, result.stderr))
+
+    def test_headings_and_lengths_read_well(self):
+        events = {"cb_relative_position": lambda _: [0.0, 0.0, 6.283185],
+                  "cb_wayline_status": lambda _: [1, 0, 0, 0, 0.0]}
+        with scripted({"IsNavigationActivated": 0}, events):
+            self.assertIn("heading 0.0 degrees",
+                          navctl("watch", "relative-position", "--count", "1").stdout)
+            self.assertIn("ab, complete yes, recording no, navigation active no, without ends\n",
+                          navctl("watch", "wayline-status", "--count", "1").stdout)
+            line = json.loads(navctl("--json", "watch", "wayline-status", "--count", "1").stdout)
+            self.assertEqual(0.0, line["length_m"])
 
     def test_ends_after_the_count_or_the_time(self):
         with Simulator():
@@ -251,6 +287,22 @@ class Lightbar(unittest.TestCase):
                 answer("start-navigation", "on")
                 watch.line_with("cannot engage")  # the machine stands still
             watch.line_with("no service: ")
+
+    def test_goes_out_while_the_service_hangs(self):
+        with Simulator("--speed=2", "--receiver=ideal") as simulator:
+            answer("set-wayline", "0 -0.12 0 0 -0.12 100 0")
+            answer("start-navigation", "off")
+            with Running("watch", "--lightbar", environment={"LC_ALL": "C"}) as watch:
+                watch.line_with("cm right")
+                simulator.process.send_signal(signal.SIGSTOP)
+                try:
+                    line = watch.line_with("no event for")
+                    self.assertRegex(line, r"^\[\.{10} o \.{10}\]  no event for \d+ s$")
+                    self.assertGreaterEqual(int(re.search(r"(\d+) s", line)[1]), 2)
+                finally:
+                    simulator.process.send_signal(signal.SIGCONT)
+                self.assertRegex(watch.line_with("cm right"), "###")
+                self.assertEqual(0, watch.end())
 
     def test_has_no_json_form(self):
         self.assertEqual(2, navctl("--json", "watch", "--lightbar").returncode)

@@ -62,6 +62,8 @@ TEST(WaylineOperations, KeepThePresentWaylineForAListThatMakesNone)
                                 {"[0, 5.0, 5.0, 0.0, 5.0, 5.0, 0.0]", ""},
                                 {"[2, 0.0, 0.0, 0.0, 1.0, 1.0, 0.0, 2.0, 2.0, 0.0]", ""},
                                 {"[3, 2, 0.0, 0.0, 0.0, 1.0]", "2 points are announced, and 1"},
+                                {"[4, 0]", "an A-B curve without points is no line"},
+                                {"[3, 0]", "a spline without points is no line"},
                                 {"[4, -1, 0.0]", "-1 points"},
                                 {"[4, 2000000000, 0.0, 0.0, 0.0]", "2000000000 points"},
                                 {"[4, 1, 0.0, 0.0, 0.0]", ""},

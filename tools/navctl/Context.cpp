@@ -9,6 +9,7 @@ namespace {
 
 /// The library's words for the usual one of the reasons that have the code TimedOut.
 const char* const kNoReply = "no reply in time";
+const char* const kUnfinishedReply = "a message of the service did not end in time";
 
 } // namespace
 
@@ -36,13 +37,18 @@ CNavigationAPI& CContext::Navigation()
     return *m_navigation;
 }
 
+void CContext::WaitLonger(double moreSeconds)
+{
+    Navigation().SetTimeout(Milliseconds(options.timeoutSeconds + moreSeconds));
+}
+
 bool CContext::Reach()
 {
     CNavigationAPI& navigation = Navigation();
     if (navigation.IsLinkUp())
         return true;
     const LinkErrorC error = navigation.LastError();
-    FailBy(ConnectFailure(error), error);
+    FailBy(ConnectFailure(error), error, "");
     return false;
 }
 
@@ -88,17 +94,22 @@ void CContext::FailByLink()
     FailByLink(Navigation().LastError());
 }
 
-void CContext::FailByLink(const LinkErrorC& error)
+void CContext::FailByLink(const LinkErrorC& error, const std::string& late)
 {
-    FailBy(CallFailure(error), error);
+    FailBy(CallFailure(error), error, late);
 }
 
-void CContext::FailBy(const CLinkFailure& failure, const LinkErrorC& error)
+void CContext::FailBy(const CLinkFailure& failure, const LinkErrorC& error, const std::string& late)
 {
     // Whoever cannot be connected to says nothing either.
     const std::string otherProgram =
         failure.code == kExitCannotConnect ? std::string() : OtherProgram(error);
-    if (otherProgram.empty()) {
+    // A message that the service has not taken as a whole is lost with the connection.
+    const bool isPending = !late.empty() && error.code == ELinkError::TimedOut &&
+                           (error.text == kNoReply || error.text == kUnfinishedReply);
+    if (otherProgram.empty() && isPending) {
+        Fail(failure.code, failure.reason + "; " + late, {{"pending", true}});
+    } else if (otherProgram.empty()) {
         Fail(failure.code, failure.reason);
     } else {
         Fail(kExitProtocolError, "protocol error: " + otherProgram);

@@ -54,6 +54,10 @@ public:
     /// The connection to the service; made at the first call, with `--timeout` applied. It may be
     /// down.
     CNavigationAPI& Navigation();
+    /// Waits longer than `--timeout` for the replies over the present connection.
+    ///
+    /// @param moreSeconds by how much.
+    void WaitLonger(double moreSeconds);
     /// Makes sure that the link is up. To be called before the first operation, so that "cannot
     /// connect" can be told from "no reply".
     ///
@@ -84,12 +88,16 @@ public:
     /// service's place.
     void FailByLink();
     /// The same for an error from before.
-    void FailByLink(const LinkErrorC& error);
+    ///
+    /// @param late what to add when the service has given no reply in time, since it may still
+    ///        carry out what it was asked for; with `--json`, "pending" is true then. Empty where
+    ///        nothing is to be added.
+    void FailByLink(const LinkErrorC& error, const std::string& late = "");
     /// What the program exits with.
     EExitCode ExitCode() const { return m_exitCode; }
 
 private:
-    void FailBy(const CLinkFailure& failure, const LinkErrorC& error);
+    void FailBy(const CLinkFailure& failure, const LinkErrorC& error, const std::string& late);
 
     COutput& m_output;
     std::unique_ptr<CNavigationAPI> m_navigation;

@@ -68,7 +68,7 @@ TEST(WaylineCsv, TellsWhatIsWrongWithItsLine)
         {"x,y\n1,nan\n", "line 2: \"nan\" is no finite number"},
         {"x,y\n1,\"2\n", "line 2: a double quote is not closed"},
         {"n,0,0,0,1,1\n", "line 1: 6 values are no name followed by x, y, z"},
-        {"n,0,0,0\nm,0,0,x\n", "line 2: value 4, \"x\", is no finite number"},
+        {"n,0,0,0,1,1,0\nm,0,0,x\n", "line 2: value 4, \"x\", is no finite number"},
     };
     for (const auto& row : rows) {
         const WaylineList list = Read(row.content);

@@ -5,6 +5,7 @@
 #include "tools/navctl/doctor/Engagement.h"
 #include "tools/navctl/doctor/Finding.h"
 #include "tools/navctl/doctor/LinkFinding.h"
+#include "tools/navctl/doctor/WaylineFinding.h"
 #include "tools/navctl/operations/OperationRun.h"
 
 namespace {
@@ -47,11 +48,8 @@ CFinding LookAtWayline(CContext& context)
     if (wayline.kind == EOutcome::OtherForm)
         return OtherFormFinding("get-wayline");
     const LinkErrorC error = context.Navigation().LastError();
-    if (error.code == ELinkError::NoValue) {
-        return {"wayline", "there is none that is complete",
-                "navctl wayline set FILE; or navctl start-wayline KIND and its waypoints",
-                kExitRefused};
-    }
+    if (error.code == ELinkError::NoValue)
+        return NoWaylineFinding(context);
     return LinkFinding(error);
 }
 

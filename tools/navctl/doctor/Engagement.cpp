@@ -8,12 +8,15 @@
 #include "tools/navctl/doctor/LinkFinding.h"
 #include "tools/navctl/doctor/Observation.h"
 #include "tools/navctl/files/Angle.h"
+#include "tools/navctl/operations/Refusal.h"
 
 namespace {
 
 // The conditions of the bundled service, where the service does not tell its own.
 constexpr double kLeastSpeed = 0.3;
 constexpr double kGreatestHeadingError = kPi / 3.0;
+
+const char* const kPositions = "positions";
 
 /// An obstacle by words that stand in the service's text, and what to do about it.
 struct CRemedy
@@ -23,9 +26,9 @@ struct CRemedy
     const char* nextStep;
 };
 
-constexpr CRemedy kRemedies[] = {
+const CRemedy kRemedies[] = {
     {"navigation is not active", "navigation", "navctl start-navigation on"},
-    {"fresh position", "positions", "feed positions without a gap, for example: navctl feed FILE"},
+    {"fresh position", kPositions, "feed positions without a gap, for example: navctl feed FILE"},
     {"from the line,", "distance",
      "drive onto a pass, or bring the line under the machine: navctl auto-set-nudge"},
     {"heading is", "heading", "turn the machine into the direction of the line"},
@@ -43,6 +46,21 @@ CFinding Obstacle(const std::string& text)
             return {remedy.subject, text, remedy.nextStep, kExitRefused};
     }
     return {"engaging", text, "see the documents of the service", kExitRefused};
+}
+
+/// Positions may be missing because the service refuses those that come: then a feed is running,
+/// and its values are to be mended.
+CFinding WithRefusedPosition(CNavigationAPI& navigation, const CFinding& finding)
+{
+    if (finding.subject != kPositions)
+        return finding;
+    const std::string reason =
+        WhyRefused(navigation, FindOperation("set-position-data").serviceName);
+    if (reason.empty())
+        return finding;
+    return {finding.subject, "the service refused the last position that came: " + reason,
+            "feed positions that it takes: wait for the receiver's fix, or mend what is fed",
+            finding.code};
 }
 
 /// Whether the link has failed, and not just the service refused to tell.
@@ -146,7 +164,7 @@ Findings FindEngageObstacles(CContext& context)
     try {
         const auto told = AskWhyNotEngaged(context.Navigation());
         for (const std::string& reason : told ? *told : LookForReasons(context))
-            findings.push_back(Obstacle(reason));
+            findings.push_back(WithRefusedPosition(context.Navigation(), Obstacle(reason)));
     } catch (const LinkErrorC& error) {
         findings.push_back(LinkFinding(error));
     }

@@ -137,8 +137,9 @@ std::string Head()
                "what it holds. When that is something else, the exit status is 1 and the reason "
                "is printed, so that \"&&\" stops there. A tuning value that the service has "
                "brought to its limit is done, and the limit is printed. --no-check leaves the "
-               "question out. Where nothing can be asked, \"sent; nothing confirms that the "
-               "service took it\" is printed.\n"
+               "question out. Where nothing can be asked but why it was refused, and there is no "
+               "reason, \"sent; nothing confirms that the service took it\" is printed. For every "
+               "point of a wayline that is sent, 0.1 ms more than --timeout is waited.\n"
                "A refusal brings its reason where the service gives one; navigation-simulator "
                "does. With --persist, a warning tells when the service is known to keep nothing "
                "over a restart.\n"
@@ -163,9 +164,12 @@ std::string JsonForm()
                "where there are any; numbers that JSON has no form for are null. A setting that "
                "was confirmed has \"held\", what the service holds, \"limited\" when it was "
                "brought to a limit, and \"kept\", false, when it is to outlive a restart and will "
-               "not. What was refused has a \"reason\".\n"
+               "not. New limits that have moved a tuning value have \"moved\", with \"from\" and "
+               "\"to\"; a nudge has \"held\", too. What was refused has a \"reason\".\n"
                "A command that fails writes an object with \"outcome\" \"failed\", \"exit_code\" "
-               "and \"reason\", with arguments that cannot be read, too; one that cannot read a "
+               "and \"reason\", with arguments that cannot be read, too; \"pending\" is true when "
+               "no reply came in time and the service may still carry it out. One that cannot read "
+               "a "
                "file of waylines also \"problems\", a list of everything that is wrong with it. "
                "watch writes, as its last line, an object with \"time\", the \"event\" \"error\", "
                "\"exit_code\" and \"reason\". Help is an object with \"text\".");
@@ -178,7 +182,10 @@ std::string Tail()
                        "something stands in the way.") +
            Tagged("2", "Wrong arguments, or a file that cannot be used.") +
            Tagged("3", "Cannot connect: nothing listens, or it cannot be reached.") +
-           Tagged("4", "No reply in time.") +
+           Tagged("4",
+                  "No reply in time. The service may still carry out what it was asked for when it "
+                  "goes on; the message says what shows its state, such as navctl doctor. navctl "
+                  "disengage-steering keeps it from steering.") +
            Tagged("5", "What answers does not keep the protocol, or ended the connection without "
                        "a reply.") +
            Tagged("6", "The output cannot be written.") + ".SH ENVIRONMENT\n" +

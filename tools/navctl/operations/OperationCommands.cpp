@@ -77,7 +77,9 @@ void AddOperationCommand(CLI::App& app, CContext& context, const COperation& ope
             "--no-check", [call] { call->checks = false; },
             "The operation alone: do not ask what the service holds then");
     } else if (operation.kind == EOperationKind::Notification) {
-        command->footer("Nothing confirms that the service took it.");
+        command->footer(
+            "Asks why_refused, and exits with 1 when the service gives a reason; otherwise "
+            "nothing confirms that the service took it.");
     }
     command->callback([&context, call] { ReadAndRun(context, *call); });
 }

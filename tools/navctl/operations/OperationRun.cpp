@@ -1,6 +1,7 @@
 #include "tools/navctl/operations/OperationRun.h"
 
 #include "tools/navctl/operations/Confirmation.h"
+#include "tools/navctl/operations/LateReply.h"
 #include "tools/navctl/operations/Refusal.h"
 #include "tools/navctl/operations/ServiceQuestion.h"
 #include "tools/navctl/operations/ValueText.h"
@@ -37,21 +38,26 @@ public:
     {
         if (!m_context.Reach())
             return;
-        const bool isRequest = m_operation.kind == EOperationKind::Request;
         // A program that is no navigation service takes any bytes; what is confirmed below need
         // not ask beforehand.
-        if (!isRequest && m_confirmation == nullptr && !SpeaksToService(m_context))
+        if (!IsRequest() && m_confirmation == nullptr && !SpeaksToService(m_context))
             return;
-        const COutcome outcome = isRequest ? Call(m_context.Navigation(), m_operation.serviceName,
-                                                  m_operation.exchange, m_values)
-                                           : Send();
+        if (!AskBefore())
+            return;
+        m_context.WaitLonger(MoreSecondsFor(m_values));
+        const COutcome outcome = IsRequest() ? Call(m_context.Navigation(), m_operation.serviceName,
+                                                    m_operation.exchange, m_values)
+                                             : Send();
         if (!GotThrough(m_context, m_operation, outcome))
             return;
         m_report = {{"operation", m_operation.name}, {"outcome", OutcomeWord(outcome.kind)}};
         if (outcome.kind == EOutcome::Refused) {
-            Refuse("");
+            RefuseAndTellHeld();
         } else if (m_confirmation != nullptr) {
             Confirm();
+        } else if (outcome.kind == EOutcome::Sent &&
+                   FindConfirmation(m_operation.name) == nullptr) {
+            LookForRefusal(outcome);
         } else {
             Report(outcome);
         }
@@ -62,6 +68,28 @@ private:
     {
         m_operation.send(m_context.Navigation(), m_values);
         return {m_context.HasLinkFailed() ? EOutcome::NoAnswer : EOutcome::Sent};
+    }
+
+    bool IsRequest() const { return m_operation.kind == EOperationKind::Request; }
+
+    /// Asks for the value that new limits may move.
+    ///
+    /// @return false when the command has failed.
+    bool AskBefore()
+    {
+        if (m_confirmation == nullptr || m_operation.name != "set-tuning-limits")
+            return true;
+        m_before = TuningValue();
+        return m_before.kind == EOutcome::Value ||
+               m_context.Navigation().LastError().code == ELinkError::ServiceError ||
+               GotThrough(m_context, FindOperation("get-tuning-parameter"), m_before);
+    }
+
+    COutcome TuningValue()
+    {
+        const COperation& getter = FindOperation("get-tuning-parameter");
+        return Call(m_context.Navigation(), getter.serviceName, getter.exchange,
+                    {m_values.front()});
     }
 
     void Confirm()
@@ -79,21 +107,55 @@ private:
             return;
         }
         if (held.state == CHeld::EState::Unknown) {
-            GotThrough(m_context, getter, held.outcome);
+            GotThrough(m_context, getter, held.outcome, IsRequest() ? nullptr : &m_operation);
             return;
         }
-        m_report["held"] = held.outcome.value;
-        if (!getter.unit.empty())
-            m_report["unit"] = getter.unit;
+        AddHeld(held);
         if (held.state == CHeld::EState::Another)
-            return Refuse("; it holds " + held.text);
+            return Refuse(Reason(), held.text);
         m_report["outcome"] = OutcomeWord(EOutcome::Done);
         std::string text = "done";
         if (held.state == CHeld::EState::Limited) {
             m_report["limited"] = true;
             text += ", brought to the limit: " + held.text + " holds (" + held.limits + ")";
         }
-        Finish(text);
+        Finish(text + WordsOfMovedValue());
+    }
+
+    void AddHeld(const CHeld& held)
+    {
+        const COperation& getter = FindOperation(m_confirmation->getter);
+        m_report["held"] = held.outcome.value;
+        if (!getter.unit.empty())
+            m_report["unit"] = getter.unit;
+    }
+
+    /// That new limits have moved the value, in words; empty when they have not.
+    std::string WordsOfMovedValue()
+    {
+        if (m_before.kind != EOutcome::Value)
+            return {};
+        const COutcome now = TuningValue();
+        if (now.kind != EOutcome::Value || now.value == m_before.value)
+            return {};
+        m_report["moved"] = {{"from", m_before.value}, {"to", now.value}};
+        return "; the limits moved the value from " + ValueText(m_before.value) + " to " +
+               ValueText(now.value);
+    }
+
+    /// A service that knows why it has refused something tells it even of what nothing confirms.
+    void LookForRefusal(const COutcome& outcome)
+    {
+        const std::string reason = WhyRefused(m_context.Navigation(), m_operation.serviceName);
+        const LinkErrorC error = m_context.Navigation().LastError();
+        if (!reason.empty()) {
+            Refuse(reason, "");
+        } else if (error.code == ELinkError::None || error.code == ELinkError::NoValue ||
+                   error.code == ELinkError::ServiceError) {
+            Report(outcome);
+        } else {
+            m_context.FailByLink(error, WordsOfLateReply(m_operation));
+        }
     }
 
     void Report(const COutcome& outcome)
@@ -109,7 +171,25 @@ private:
         const std::string outside = hasValue ? OutsideOfRange(m_operation, m_values) : "";
         if (!outside.empty())
             WriteError("warning: " + outside);
-        Finish(Words(outcome, hasValue));
+        const std::string words = Words(outcome, hasValue);
+        Finish(outcome.kind == EOutcome::Done ? words + WordsOfNudge(outcome) : words);
+    }
+
+    /// What the vector of a nudge does not tell: without a line it is zero, and the nudge is held
+    /// for the next one. In words; empty for other operations.
+    std::string WordsOfNudge(const COutcome& outcome)
+    {
+        if (m_operation.name != "nudge" && m_operation.name != "auto-set-nudge")
+            return {};
+        const COperation& getter = FindOperation("get-nudge-scalar");
+        const COutcome held = Call(m_context.Navigation(), getter.serviceName, getter.exchange, {});
+        if (held.kind != EOutcome::Value)
+            return {};
+        m_report["held"] = held.value;
+        const Json nowhere = Json::array({0.0, 0.0, 0.0});
+        if (outcome.value != nowhere || held.value == 0.0)
+            return {};
+        return "; the nudge of " + ValueText(held.value) + " m is held for the next line";
     }
 
     std::string Words(const COutcome& outcome, bool hasValue) const
@@ -143,19 +223,33 @@ private:
                    "ends (navigation-simulator keeps with --state FILE)");
     }
 
-    void Refuse(const std::string& held)
+    std::string Reason() { return ReasonOfRefusal(m_context.Navigation(), m_operation, m_values); }
+
+    void RefuseAndTellHeld()
     {
-        const std::string reason =
-            ReasonOfRefusal(m_context.Navigation(), m_operation, m_values) + held;
+        const std::string reason = Reason();
+        if (m_confirmation == nullptr)
+            return Refuse(reason, "");
+        const CHeld held = AskWhatIsHeld(m_context.Navigation(), *m_confirmation, m_values);
+        if (held.state != CHeld::EState::Unknown)
+            AddHeld(held);
+        Refuse(reason, held.text);
+    }
+
+    /// @param held what the service holds; empty when that is not known.
+    void Refuse(const std::string& reason, const std::string& held)
+    {
+        const std::string words = held.empty() ? reason : reason + "; it holds " + held;
         m_report["outcome"] = OutcomeWord(EOutcome::Refused);
-        m_report["reason"] = reason;
-        m_context.Refuse(m_report, "the service refused " + m_operation.name + ": " + reason);
+        m_report["reason"] = words;
+        m_context.Refuse(m_report, "the service refused " + m_operation.name + ": " + words);
     }
 
     CContext& m_context;
     const COperation& m_operation;
     const ArgumentValues& m_values;
     const CConfirmation* m_confirmation;
+    COutcome m_before{EOutcome::NoAnswer}; ///< the value before new limits
     Json m_report;
 };
 
@@ -168,7 +262,8 @@ void RunOperation(CContext& context, const COperation& operation, const Argument
     COperationRun(context, operation, values, confirmation).Run();
 }
 
-bool GotThrough(CContext& context, const COperation& operation, const COutcome& outcome)
+bool GotThrough(CContext& context, const COperation& operation, const COutcome& outcome,
+                const COperation* before)
 {
     const LinkErrorC error = context.Navigation().LastError();
     // An answer without a value is how the service says that it has no wayline.
@@ -178,7 +273,7 @@ bool GotThrough(CContext& context, const COperation& operation, const COutcome& 
     if (outcome.kind == EOutcome::NoAnswer) {
         // A program of other operations answers with an error too: it has refused nothing.
         if (error.code != ELinkError::ServiceError || SpeaksToService(context))
-            context.FailByLink(error);
+            context.FailByLink(error, WordsOfLateReply(before != nullptr ? *before : operation));
     } else if (outcome.kind == EOutcome::OtherForm) {
         context.Fail(kExitProtocolError, "protocol error: " + OtherFormText(operation));
     }

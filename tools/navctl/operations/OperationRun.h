@@ -13,7 +13,11 @@ void RunOperation(CContext& context, const COperation& operation, const Argument
 
 /// Looks whether a call has got an answer that the operation can give. If not, the command has
 /// failed, and the failure has been told. A wayline that the service does not have is an answer.
-bool GotThrough(CContext& context, const COperation& operation, const COutcome& outcome);
+///
+/// @param before the operation that was sent before this one and waits for no reply; null for
+///        none.
+bool GotThrough(CContext& context, const COperation& operation, const COutcome& outcome,
+                const COperation* before = nullptr);
 /// What is wrong with a reply of another form than the operation's, in words.
 std::string OtherFormText(const COperation& operation);
 

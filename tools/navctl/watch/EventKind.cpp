@@ -17,6 +17,21 @@ std::string Answer(const char* name, bool value)
     return std::string(name) + (value ? " yes" : " no");
 }
 
+/// A heading in degrees; what would be rounded to 360.0 is 0.0.
+std::string HeadingText(double heading)
+{
+    const std::string text = Fixed(Degrees(heading), 1);
+    return text == "360.0" || text == "-0.0" ? "0.0" : text;
+}
+
+/// The length of a wayline: a straight line has no ends, whatever its points.
+std::string LengthText(Kestrove::EWaylineType type, double length)
+{
+    const bool isEndless =
+        type == Kestrove::EWaylineTypeAB || type == Kestrove::EWaylineTypeAHeading;
+    return isEndless && length == 0.0 ? "without ends" : "length " + Fixed(length, 1) + " m";
+}
+
 std::string PlaceText(const Point& point, int decimals)
 {
     return Fixed(point.x, decimals) + ", " + Fixed(point.y, decimals);
@@ -73,7 +88,7 @@ void WatchWaylineStatus(CNavigationAPI& navigation, const EventSink& sink)
                    {"length_m", length}},
                   KindName(type) + ", " + Answer("complete", complete) + ", " +
                       Answer("recording", recording) + ", " + Answer("navigation active", active) +
-                      ", length " + Fixed(length, 1) + " m"});
+                      ", " + LengthText(type, length)});
         }));
 }
 
@@ -101,7 +116,7 @@ void WatchRelativePosition(CNavigationAPI& navigation, const EventSink& sink)
             sink({"relative-position",
                   {{"x_m", position.x}, {"y_m", position.y}, {"heading_rad", heading}},
                   "x " + Fixed(position.x, 3) + " m, y " + Fixed(position.y, 3) + " m, heading " +
-                      Fixed(Degrees(heading), 1) + " degrees"});
+                      HeadingText(heading) + " degrees"});
         }));
 }
 

@@ -58,6 +58,7 @@ std::vector<const CEventKind*> CLightbar::Kinds()
 void CLightbar::Take(const CEvent& event)
 {
     m_linkProblem.clear();
+    m_silentSeconds = 0;
     const std::string name = event.name;
     if (name == "guidance-status") {
         m_crossTrackError = event.fields["cross_track_error_m"].get<double>();
@@ -92,7 +93,8 @@ std::string CLightbar::Draw(const Style& style) const
 
 std::string CLightbar::Lamps(const Style& style) const
 {
-    const bool isOn = m_isNavigating.value_or(false) && m_crossTrackError.has_value();
+    const bool isOn =
+        m_isNavigating.value_or(false) && m_crossTrackError.has_value() && m_silentSeconds == 0;
     const double error = isOn ? *m_crossTrackError : 0.0;
     std::string left;
     std::string right;
@@ -111,6 +113,8 @@ std::string CLightbar::State() const
 {
     if (!m_linkProblem.empty())
         return "no service: " + m_linkProblem;
+    if (m_silentSeconds > 0)
+        return "no event for " + std::to_string(m_silentSeconds) + " s";
     if (!m_isNavigating)
         return "waiting for the service";
     if (!*m_isNavigating)

@@ -24,6 +24,8 @@ public:
 
     /// Takes an event of those kinds.
     void Take(const CEvent& event);
+    /// No event has come for so many seconds: what is known is out of date until the next one.
+    void FallSilent(long seconds) { m_silentSeconds = seconds; }
     /// Forgets the state: the link is down for this reason.
     void LoseLink(const std::string& reason);
 
@@ -42,6 +44,7 @@ private:
     bool m_isPossible = false;
     bool m_isDropped = false;
     bool m_hasWayline = false;
+    long m_silentSeconds = 0;
     std::string m_linkProblem;
 };
 

@@ -12,6 +12,7 @@
 #include "tools/navctl/watch/EventLoop.h"
 #include "tools/navctl/watch/Lightbar.h"
 #include "tools/navctl/watch/ListenerCheck.h"
+#include "tools/navctl/watch/Silence.h"
 
 namespace {
 
@@ -19,6 +20,9 @@ using EEnd = CEventLoop::EEnd;
 
 constexpr int kGreatestCount = 1000000000;
 constexpr double kLongestWatch = 365.0 * 86400.0; // seconds
+/// Lamps that stand still are soon out of date; a line of text has its time.
+constexpr std::chrono::seconds kLampsSilence(2);
+constexpr std::chrono::seconds kLinesSilence(5);
 
 /// What the command was asked for.
 struct CWatchOptions
@@ -132,6 +136,39 @@ private:
     bool m_hasWaited = false;
 };
 
+/// Tells that the events have stopped though the link is up, and that they come again.
+class CSilenceTeller
+{
+public:
+    /// To be called before an event is shown, which may take any time, ...
+    void Begin()
+    {
+        if (m_isTold)
+            WriteError("events come again");
+        m_isTold = false;
+    }
+    /// ... and afterwards.
+    void End(const CEvent& event) { m_silence.Hear(event, CSilence::Clock::now()); }
+    void Forget()
+    {
+        m_silence.Forget();
+        m_isTold = false;
+    }
+    void Look()
+    {
+        const std::optional<long> seconds = m_silence.SecondsAt(CSilence::Clock::now());
+        if (!seconds || m_isTold)
+            return;
+        WriteError("no event for " + std::to_string(*seconds) +
+                   " s; the service is connected, but may hang");
+        m_isTold = true;
+    }
+
+private:
+    CSilence m_silence{kLinesSilence};
+    bool m_isTold = false;
+};
+
 bool HasNoReader(COutput& output)
 {
     return output.HasLostReader() || output.HasFailed();
@@ -142,23 +179,29 @@ void WatchLines(CContext& context, const CWatchOptions& options,
 {
     unsigned long told = 0;
     const bool hasColours = context.Output().HasColours();
+    CSilenceTeller silence;
+    CLinkTeller tellLink;
     const auto isFull = [&] { return options.count > 0 && told >= options.count; };
     const auto sink = [&](const CEvent& event) {
         if (isFull())
             return;
         ++told;
+        silence.Begin();
         COutput& output = context.Output();
         output.WriteLine(context.WritesJson() ? JsonLine(event)
                                               : output.Fitted(TextLine(event, hasColours)));
+        silence.End(event);
     };
     std::optional<CSubscription> subscription;
     subscription.emplace(context.Navigation(), kinds, sink);
     CEventLoop loop(context.Navigation(), context.Output().Descriptor());
     CListenerCheck check(context.Navigation(), context.options.timeoutSeconds);
     const CEventLoop::Listener listener{
-        [&] { return isFull() || HasNoReader(context.Output()); },
-        {},
-        CLinkTeller(),
+        [&] { return isFull() || HasNoReader(context.Output()); }, [&silence] { silence.Look(); },
+        [&](bool isUp, const std::string& reason) {
+            tellLink(isUp, reason);
+            silence.Forget();
+        },
         [&check](double secondsLeft) { return check.IsService(secondsLeft); }};
     const EEnd end = loop.Run(listener, LimitOf(options));
     subscription.reset();
@@ -207,7 +250,11 @@ private:
 void WatchLightbar(CContext& context, const CWatchOptions& options)
 {
     CLightbar lightbar;
-    const auto sink = [&](const CEvent& event) { lightbar.Take(event); };
+    CSilence silence(kLampsSilence);
+    const auto sink = [&](const CEvent& event) {
+        lightbar.Take(event);
+        silence.Hear(event, CSilence::Clock::now());
+    };
     std::optional<CSubscription> subscription;
     subscription.emplace(context.Navigation(), CLightbar::Kinds(), sink);
     CEventLoop loop(context.Navigation(), context.Output().Descriptor());
@@ -217,10 +264,13 @@ void WatchLightbar(CContext& context, const CWatchOptions& options)
         CLineWriter writer(context.Output());
         const auto draw = [&] {
             COutput& output = context.Output();
+            if (const std::optional<long> seconds = silence.SecondsAt(CSilence::Clock::now()))
+                lightbar.FallSilent(*seconds);
             writer.Show(lightbar.Draw(
                 {output.HasColours(), HasUtf8(), output.IsTerminal() ? output.Columns() : 0}));
         };
         const auto linkChanged = [&](bool isUp, const std::string& reason) {
+            silence.Forget();
             if (!isUp)
                 lightbar.LoseLink(reason);
         };
@@ -270,7 +320,8 @@ std::string EventsHelp()
     std::string help = "Events: ";
     for (const CEventKind& kind : EventKinds())
         help += std::string("\n  ") + kind.name + ": " + kind.summary;
-    return help;
+    return help + "\nWhen the events that come ten times a second stop though the link is up, the "
+                  "standard error says so after 5 s; the lightbar goes out after 2 s.";
 }
 
 } // namespace

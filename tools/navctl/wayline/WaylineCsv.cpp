@@ -40,7 +40,8 @@ public:
                 return m_list;
             }
         }
-        if (m_layout == ELayout::Points)
+        // Points that could not be read are missing.
+        if (m_layout == ELayout::Points && m_list.problems.empty())
             TakeCurve(m_firstPoint, {}, std::move(m_points));
         return m_list;
     }
@@ -169,7 +170,10 @@ private:
 
     void TakeCurve(std::uint64_t number, const std::string& name, std::vector<WaylinePoint> points)
     {
-        const std::string problem = PointCountProblem(m_reading.kind, points.size());
+        const bool isHeaderAlone = m_layout == ELayout::Points && points.empty();
+        const std::string problem = isHeaderAlone
+                                        ? "there is no point below the names of the columns"
+                                        : PointCountProblem(m_reading.kind, points.size());
         if (!problem.empty()) {
             m_list.problems.push_back("line " + std::to_string(number) + ": " + problem);
             return;

@@ -105,6 +105,13 @@ std::string WriteWaylines(const WaylineList& list, EWaylineFormat format,
                           const std::optional<GeodeticPlace>& origin, bool isOneLine,
                           const TextSink& sink)
 {
+    for (const WaylineList::Entry& entry : list.entries) {
+        const WaylineContent& content = entry.content;
+        const std::string few = PointCountProblem(content.kind, content.points.size());
+        // The text form carries any number; of the others nothing could be read back.
+        if (format != EWaylineFormat::Text && !few.empty())
+            return "wayline " + std::to_string(entry.number) + ": " + few;
+    }
     if (format == EWaylineFormat::Csv) {
         std::string text;
         const std::string problem = WriteWaylineCsv(list, text);

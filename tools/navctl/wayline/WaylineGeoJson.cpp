@@ -273,6 +273,8 @@ WaylineContent ReadFeature(const Json& feature, const WaylineReading& reading,
         ReadGeometry(isFeature ? MemberOf(feature, "geometry") : feature, taken);
     const Json& properties = MemberOf(feature, "properties");
     const Kestrove::EWaylineType kind = ReadKind(properties, reading.kind);
+    if (positions.empty() && PointCountOf(kind) != 0U)
+        throw BadFeature{"its geometry has no points for the kind " + std::string(KindTitle(kind))};
     const std::optional<GeodeticPlace> ownOrigin = ReadOrigin(properties);
     WaylineContent content;
     if (!frame && !(positions.empty() && PointCountOf(kind) == 0U))

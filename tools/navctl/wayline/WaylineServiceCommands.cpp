@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "tools/navctl/Names.h"
+#include "tools/navctl/operations/LateReply.h"
 #include "tools/navctl/operations/OperationRun.h"
 #include "tools/navctl/operations/Refusal.h"
 #include "tools/navctl/wayline/WaylineReport.h"
@@ -14,6 +15,7 @@ namespace {
 COutcome CallByName(CContext& context, const char* command, const ArgumentValues& values)
 {
     const COperation& operation = FindOperation(command);
+    context.WaitLonger(MoreSecondsFor(values));
     return Call(context.Navigation(), operation.serviceName, operation.exchange, values);
 }
 
@@ -67,14 +69,15 @@ void Get(CContext& context)
     context.Print(HeldJson(*held.content), WriteWaylineText(*held.content));
 }
 
-/// Ends the command with what was refused, and why.
+/// Ends the command with why an operation was refused, and what the service holds, in words.
 void Refuse(CContext& context, Json value, const char* operation, const ArgumentValues& values,
-            const std::string& words)
+            const std::string& held = "")
 {
-    const std::string reason =
-        ReasonOfRefusal(context.Navigation(), FindOperation(operation), values);
+    std::string reason = ReasonOfRefusal(context.Navigation(), FindOperation(operation), values);
+    if (!held.empty())
+        reason += "; it holds " + held;
     value["reason"] = reason;
-    context.Refuse(value, words + "; " + reason);
+    context.Refuse(value, "the service refused " + std::string(operation) + ": " + reason);
 }
 
 void ReportSet(CContext& context, const WaylineContent& wanted, const HeldWayline& held)
@@ -87,8 +90,7 @@ void ReportSet(CContext& context, const WaylineContent& wanted, const HeldWaylin
     if (isTaken)
         return context.Print(value, "the service holds: " + WaylineWords(*held.content));
     Refuse(context, value, "set-wayline", {},
-           held.content ? "the service did not take it; it holds: " + WaylineWords(*held.content)
-                        : "the service did not take it; it holds no wayline");
+           held.content ? WaylineWords(*held.content) : "no complete wayline");
 }
 
 void Set(CContext& context, const WaylineSource& source)
@@ -121,8 +123,7 @@ void Start(CContext& context, Kestrove::EWaylineType kind)
     const Json value{{"outcome", isStarted ? "done" : "refused"}, {"kind", KindName(kind)}};
     if (isStarted)
         return context.Print(value, "done");
-    Refuse(context, value, "start-wayline", values,
-           "the service begins no " + std::string(KindTitle(kind)));
+    Refuse(context, value, "start-wayline", values);
 }
 
 void Clear(CContext& context)
@@ -136,7 +137,7 @@ void Clear(CContext& context)
     const Json value{{"outcome", isCleared ? "done" : "refused"}};
     if (isCleared)
         return context.Print(value, "done");
-    Refuse(context, value, "clear-wayline", {}, "there was no wayline to drop");
+    Refuse(context, value, "clear-wayline", {});
 }
 
 } // namespace
