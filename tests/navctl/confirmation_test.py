@@ -3,19 +3,17 @@ listens in the service's place."""
 
 import re
 import shlex
-import signal
 import socket
 import ssl
 import subprocess
 import tempfile
 import threading
-import time
 import unittest
 from pathlib import Path
 
 import msgpack
 
-from navctl_program import (DEADLINE_SECONDS, LINE_NORTH, PORT, SILENCE, Listener, Running,
+from navctl_program import (DEADLINE_SECONDS, LINE_NORTH, Listener, Running,
                             Simulator, answer, navctl, program, scripted, value, wait_for)
 
 ROOT = Path(__file__).resolve().parents[2]
@@ -248,99 +246,6 @@ class Confirmed(unittest.TestCase):
             self.assert_streams(["set-implement-width", "3"], 5, "", "answered without a value")
         with scripted({"get_nudge": "0.1"}):
             self.assert_streams(["set-nudge", "0.1"], 5, "", "get_nudge is of another form")
-
-
-class Late(unittest.TestCase):
-    """A service that gives no reply in time may go on later, and do what it was asked for."""
-
-    # What is sent, what the service does not answer, and what shows what has become of it.
-    PENDING = (
-        (["engage-steering"], "EngageSteering", '"navctl disengage-steering" keeps it from steering'),
-        (["start-navigation", "on"], "StartNavigation", '"navctl disengage-steering"'),
-        (["disengage-steering"], "DisengageSteering", '"navctl doctor" shows'),
-        (["set-wayline", LINE_NORTH], "set_wayline", '"navctl get-wayline" shows'),
-        (["set-implement-width", "4"], "SetImplementWidth", '"navctl get-implement-width" shows'),
-        (["set-nudge", "1"], "get_nudge", '"navctl get-nudge-scalar" shows'),
-        (["nudge", "on", "1"], "Nudge", '"navctl get-nudge-scalar" shows'),
-        (["set-overshoot", "1"], "get_tuning_parameter", '"navctl get-overshoot" shows'),
-        (["set-wayline-origin", "51", "7", "0"], "why_refused", '"navctl doctor" shows'),
-        (["wayline", "start", "ab"], "start_wayline", '"navctl doctor" shows'),
-    )
-
-    def late(self, arguments, wire):
-        with scripted({"IsNavigationActivated": 0, wire: SILENCE}):
-            result = navctl("--timeout", "0.3", *arguments)
-            code, reply = answer("--timeout", "0.3", *arguments)
-        self.assertEqual((4, "", 4), (result.returncode, result.stdout, code))
-        self.assertIn(reply["reason"], " ".join(result.stderr.split()))
-        self.assertTrue(reply["reason"].startswith("the service gave no reply in time"))
-        return reply
-
-    def test_says_that_it_may_still_be_carried_out_and_what_to_look_at(self):
-        for arguments, wire, words in self.PENDING:
-            with self.subTest(arguments):
-                reply = self.late(arguments, wire)
-                self.assertIn("no reply in time; it may still carry it out: ", reply["reason"])
-                self.assertIn(words, reply["reason"])
-                self.assertIs(True, reply["pending"])
-                self.assertNotIn("holds", reply["reason"])
-
-    def test_a_line_of_a_file_that_may_still_come_is_not_said_to_be_refused(self):
-        with tempfile.NamedTemporaryFile("w", suffix=".txt") as file:
-            file.write(LINE_NORTH + "\n")
-            file.flush()
-            reply = self.late(["wayline", "set", file.name], "set_wayline")
-        self.assertIn('it may still carry it out: "navctl get-wayline" shows', reply["reason"])
-        self.assertNotIn("holds", reply["reason"])
-
-    def test_nothing_is_pending_where_nothing_was_asked_for(self):
-        for arguments, wire in ((["get-nudge-scalar"], "get_nudge"),
-                                (["is-steering-engaged"], "IsSteeringEngaged"),
-                                # Nothing is sent before the service has answered.
-                                (["reset-integral"], "IsNavigationActivated"),
-                                # It has replied that it was done.
-                                (["set-implement-width", "4"], "GetImplementWidth")):
-            with self.subTest(arguments):
-                replies = {"IsNavigationActivated": 0, "SetImplementWidth": 1, wire: SILENCE}
-                with scripted(replies):
-                    code, reply = answer("--timeout", "0.3", *arguments)
-                self.assertEqual((4, "the service gave no reply in time"), (code, reply["reason"]))
-                self.assertNotIn("pending", reply)
-
-    def test_what_it_warns_of_happens_with_a_service_that_goes_on(self):
-        with Simulator("--speed=2") as simulator:
-            navctl("set-wayline", LINE_NORTH)
-            navctl("start-navigation", "off")
-            simulator.process.send_signal(signal.SIGSTOP)
-            try:
-                code, reply = answer("--timeout", "0.3", "engage-steering")
-            finally:
-                simulator.process.send_signal(signal.SIGCONT)
-            self.assertEqual((4, True), (code, reply["pending"]))
-            wait_for(lambda: value("is-steering-engaged"), "what was asked for")
-
-    def test_a_long_line_is_waited_for_longer_than_the_time_out(self):
-        def line(points):
-            return f"4 {points}" + "".join(f" {place} 0 0" for place in range(points))
-
-        def serve(connection):
-            unpacker = msgpack.Unpacker()
-            held = None
-            while data := connection.recv(65536):
-                unpacker.feed(data)
-                for kind, number, name, arguments in unpacker:
-                    if name == "set_wayline":
-                        held = arguments
-                        time.sleep(0.5)  # the work of a slow service
-                    connection.sendall(msgpack.packb([1, number, None,
-                                                      held if name == "get_wayline" else kind]))
-        with tempfile.NamedTemporaryFile("w", suffix=".txt") as file, Listener(serve):
-            file.write(line(100000) + "\n")
-            file.flush()
-            for arguments in (["wayline", "set", file.name], ["set-wayline", line(12000)]):
-                with self.subTest(arguments[0]):
-                    result = navctl("--timeout", "0.2", *arguments)
-                    self.assertEqual((0, ""), (result.returncode, result.stderr))
 
 
 class Persisting(unittest.TestCase):
@@ -604,109 +509,6 @@ class OtherPrograms(unittest.TestCase):
 
 
 # What a request may be answered with, by the form of its reply.
-OTHER_FORMS = {
-    "int": ("1", 1.0, 7000000000, [1], {"a": 1}),
-    "double": ("1", [1.0], {"a": 1}),
-    "list": ("1", 1, 1.0, {"a": 1}, ["1", "2", "3", "4"], [[1.0], 2.0, 3.0, 4.0]),
-}
-
-
-class ReplyTypes(unittest.TestCase):
-    def test_a_reply_of_another_type_is_an_error(self):
-        text = (ROOT / "docs/operations.md").read_text(encoding="utf-8")
-        rows = re.findall(r"^\| `[^`(]* (\w+)\([^`]*\)` \| `(\w+)` \| \w+ \| request \| .*? \| (.*?) "
-                          r"\| ", text, re.MULTILINE)
-        self.assertGreater(len(rows), 30)
-        forms = {name: (wire, reply.strip("`")) for name, wire, reply in rows}
-        _, listed = answer("operations")
-        requests = [entry for entry in listed if entry["kind"] == "request"]
-        for entry in requests:
-            wire, reply = forms[entry["operation"]]
-            kind = reply if reply in OTHER_FORMS else "list"
-            given = [GIVEN.get(argument["name"], "1") for argument in entry["arguments"]
-                     if not argument["option"]]
-            for other in OTHER_FORMS[kind]:
-                with self.subTest((entry["command"], other)), scripted({wire: other}):
-                    result = navctl(entry["command"], *given)
-                    self.assertEqual((5, ""), (result.returncode, result.stdout), result.stderr)
-                    self.assertIn(f"the reply to {wire} is of another form", result.stderr)
-
-    def test_of_another_type_is_an_error_of_the_commands_of_waylines_and_the_doctor_too(self):
-        with tempfile.NamedTemporaryFile("w", suffix=".txt") as file:
-            file.write(LINE_NORTH + "\n")
-            file.flush()
-            for arguments, replies, wire in (
-                (["wayline", "get"], {"get_wayline": {"a": 1}}, "get_wayline"),
-                (["wayline", "get"], {"get_wayline": [0, 1.0]}, "get_wayline"),
-                (["wayline", "set", file.name], {"set_wayline": "1"}, "set_wayline"),
-                (["wayline", "set", file.name], {"set_wayline": 1, "get_wayline": 1}, "get_wayline"),
-                (["wayline", "start", "ab"], {"start_wayline": [1]}, "start_wayline"),
-                (["wayline", "clear"], {"clear_wayline": "1"}, "clear_wayline"),
-            ):
-                with self.subTest((arguments, replies)), scripted(replies):
-                    result = navctl(*arguments)
-                    self.assertEqual((5, ""), (result.returncode, result.stdout), result.stderr)
-                    self.assertIn(f"the reply to {wire} is of another form", result.stderr)
-        line = [0, 0.0, 0.0, 0.0, 0.0, 100.0, 0.0]
-        for replies, wire in (
-            ({"IsNavigationActivated": {"a": 1}}, "IsNavigationActivated"),
-            ({"IsNavigationActivated": 1, "get_wayline": "none"}, "get_wayline"),
-            ({"IsNavigationActivated": 1, "get_wayline": line, "IsSteeringEngaged": "no"},
-             "IsSteeringEngaged"),
-        ):
-            with self.subTest(replies), scripted(replies):
-                result = navctl("doctor")
-                self.assertEqual((5, ""), (result.returncode, result.stderr))
-                self.assertRegex(result.stdout, r"\[no\] protocol .* no navigation service: the reply to "
-                                                f"{wire} is of another form")
-
-    def test_a_whole_number_is_a_number(self):
-        with scripted({"get_nudge": 3, "GetVelocitySetPoint": [2], "get_nudge_vector": [1, 0, 0]}):
-            self.assertEqual("3\n", navctl("get-nudge-scalar").stdout)
-            self.assertEqual("2\n", navctl("get-velocity-set-point").stdout)
-            self.assertEqual("x 1 m, y 0 m, z 0 m\n", navctl("get-nudge-vector").stdout)
-
-    def test_requests_send_what_the_document_says(self):
-        text = (ROOT / "docs/operations.md").read_text(encoding="utf-8")
-        rows = dict(re.findall(r"^\| `[^`(]* (\w+)\([^`]*\)` \| `\w+` \| \w+ \| request \| `\[(.*?)\]` \|",
-                               text, re.MULTILINE))
-        _, listed = answer("operations")
-        checked = 0
-        for entry in listed:
-            if entry["operation"] not in rows:
-                continue
-            wanted = [part.split() for part in rows[entry["operation"]].split(", ") if part]
-            given = [GIVEN.get(argument["name"], "1") for argument in entry["arguments"]]
-            sent = []
-            with recording(sent):
-                navctl("--timeout", "1", entry["command"], *given)
-            with self.subTest(entry["command"]):
-                name, arguments = sent[0]
-                self.assertEqual(entry["service_name"], name)
-                self.assertEqual([kind for kind, _ in wanted],
-                                 ["int" if isinstance(part, int) else "double" for part in arguments])
-                for (_, what), part in zip(wanted, arguments):
-                    self.assertTrue(not what.isdigit() or int(what) == part, (what, part))
-                checked += 1
-        self.assertGreater(checked, 30)
-
-
-def recording(sent):
-    """Answers every request with an error, and adds its name and arguments to `sent`."""
-    def serve(connection):
-        unpacker = msgpack.Unpacker()
-        while data := connection.recv(65536):
-            unpacker.feed(data)
-            for message in unpacker:
-                if message[0] == 0:
-                    sent.append((message[2], message[3]))
-                    connection.sendall(msgpack.packb([1, message[1], "no", None]))
-    return Listener(serve)
-
-
-# Values for arguments by their name; 1 for others.
-GIVEN = {"wayline": LINE_NORTH, "waylines": LINE_NORTH, "kind": "ab", "parameter": "overshoot",
-         "waypoint": "1", "add": "on", "follow-nearest-pass": "on"}
 
 
 if __name__ == "__main__":
