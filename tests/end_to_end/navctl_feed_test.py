@@ -425,6 +425,12 @@ class Link(Files):
         self.assertGreater(report["lost"], 0)
         self.assert_adds_up(report)
 
+    def test_asks_a_service_that_does_not_say_why_it_refuses_once_and_does_not_wait_for_it(self):
+        path = self.write("drive.nmea", [moment(number) for number in range(120)])
+        with CountingService(silent_to="why_refused"):
+            code, report = navctl_json("--timeout", "3600", "feed", path, "--rate", "max")
+        self.assertEqual((0, 120, 0), (code, report["sent"], report["refused"]["of"]), report)
+
     def test_says_that_the_service_refuses_the_samples(self):
         far_apart = ["time,latitude,longitude\n"] + [f"{number},{48 + number / 100},11.0\n"
                                                     for number in range(4)]

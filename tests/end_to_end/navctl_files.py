@@ -117,9 +117,10 @@ class CountingService:
     """A service that reads everything, keeps the numbers of the samples, and answers 1.
 
     With `most`, it reads so many samples and then dies; with `silent_from`, it answers nothing more
-    from so many on."""
+    from so many on; to requests named `silent_to` it never answers."""
 
-    def __init__(self, most=None, silent_from=None):
+    def __init__(self, most=None, silent_from=None, silent_to=None):
+        self.silent_to = silent_to
         self.most = most
         self.silent_from = silent_from
         self.listener = socket.socket()
@@ -152,6 +153,8 @@ class CountingService:
                 for message in unpacker:
                     if message[0] == 0:
                         if self.silent_from is not None and len(self.samples) >= self.silent_from:
+                            continue
+                        if message[2] == self.silent_to:
                             continue
                         client.sendall(msgpack.packb([1, message[1], None, 1]))
                     elif message[1] == "SetPositionData":

@@ -63,10 +63,10 @@ public:
         return fails ? LinkErrorC{confirmation, "told to fail"} : LinkErrorC{};
     }
 
-    std::string Refusal() override
+    std::optional<std::string> Refusal() override
     {
         const auto place = m_looks++;
-        return place < refusals.size() ? refusals[place] : std::string();
+        return place < refusals.size() ? std::optional<std::string>(refusals[place]) : std::nullopt;
     }
 
     std::map<int, ELinkError> failures;
@@ -237,6 +237,7 @@ TEST(FeedRun, TellsOnceThatTheServiceRefusesAndCountsTheLooks)
     EXPECT_EQ(EFeedEnd::Done, result.end);
     EXPECT_EQ(3U, result.refusedLooks);
     EXPECT_EQ(4U, result.looks);
+    EXPECT_EQ(0U, Feed({0.0, 1.0, 2.0}).Run(1.0).looks) << "of a service that does not say";
     EXPECT_EQ("late", result.refusal);
     EXPECT_EQ((std::vector<std::string>{"the service does not take the samples: too fast",
                                         "the service does not take the samples: late"}),

@@ -106,14 +106,17 @@ public:
                                       : LinkErrorC{ELinkError::BadMessage, answer.problem};
     }
 
-    std::string Refusal() override
+    std::optional<std::string> Refusal() override
     {
         if (!m_saysWhy || m_clock.IsInterrupted())
-            return {};
+            return std::nullopt;
+        // One turn: no sample and no interruption waits longer for a service that says nothing.
+        m_navigation.SetTimeout(Milliseconds(std::min(m_timeoutSeconds, kLongestTurn)));
         const std::string reason = WhyRefused(m_navigation, "SetPositionData");
-        m_saysWhy = m_navigation.LastError().code == ELinkError::None ||
-                    m_navigation.LastError().code == ELinkError::NoValue;
-        return reason;
+        const ELinkError code = m_navigation.LastError().code;
+        m_navigation.SetTimeout(Milliseconds(m_timeoutSeconds));
+        m_saysWhy = code == ELinkError::None || code == ELinkError::NoValue;
+        return m_saysWhy ? std::optional<std::string>(reason) : std::nullopt;
     }
 
 private:

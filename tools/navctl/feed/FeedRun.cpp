@@ -183,15 +183,17 @@ bool CFeedRun::Confirm()
 /// A service that reads a sample need not take it.
 void CFeedRun::LookForRefusal()
 {
-    const std::string refusal = m_parts.sink.Refusal();
+    const std::optional<std::string> refusal = m_parts.sink.Refusal();
+    if (!refusal)
+        return;
     ++m_result.looks;
-    if (!refusal.empty()) {
+    if (!refusal->empty()) {
         ++m_result.refusedLooks;
-        m_result.refusal = refusal;
+        m_result.refusal = *refusal;
         if (!m_isRefused)
-            m_parts.tell("the service does not take the samples: " + refusal);
+            m_parts.tell("the service does not take the samples: " + *refusal);
     }
-    m_isRefused = !refusal.empty();
+    m_isRefused = !refusal->empty();
 }
 
 /// Nothing says any more whether what was handed over since the last confirmation was read.

@@ -1,6 +1,7 @@
 #ifndef KESTROVE_TOOLS_NAVCTL_FEED_POSITIONSINK_H
 #define KESTROVE_TOOLS_NAVCTL_FEED_POSITIONSINK_H
 
+#include <optional>
 #include <string>
 
 #include "platform/LinkError.h"
@@ -27,8 +28,8 @@ public:
 
     /// Asks why the service has not taken the last sample that it has read.
     ///
-    /// @return its reason; empty when it took the sample, and where it does not say.
-    virtual std::string Refusal() = 0;
+    /// @return its reason; empty when it took the sample; none where it does not say.
+    virtual std::optional<std::string> Refusal() = 0;
 };
 
 /// Time for a feed: the monotonic clock, or what stands for it in a test.
