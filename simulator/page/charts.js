@@ -1,5 +1,5 @@
 // The two charts of the last minute.
-import { fitted, font, palette } from "./palette.js";
+import { fitted, font, letterScale, palette } from "./palette.js";
 import { bandMetres, seenByDriver } from "./guidance.js";
 import { degrees } from "./geometry.js";
 
@@ -9,9 +9,19 @@ const errorScales = [0.05, 0.1, 0.2, 0.3];
 const markPixels = 12;
 const angleScales = [5, 10, 20, 40]; // degrees
 
+/** States farther apart than that, metres, say little of what was between them. */
+const coarseMetres = 1;
+const isSample = (value) => value !== null && typeof value === "object"
+  && [value.time, value.x, value.y, value.actual, value.desired].every(Number.isFinite)
+  && (value.error === null || Number.isFinite(value.error));
+
 /** The samples of the last minute. */
 export class History {
   constructor() {
+    this.clear();
+  }
+
+  clear() {
     this.samples = [];
   }
 
@@ -20,6 +30,8 @@ export class History {
     if (last && state.time < last.time) this.samples = []; // another run of the simulation
     this.samples.push({
       time: state.time,
+      x: state.x,
+      y: state.y,
       error: seenByDriver(state.cross_track_error, state.drives_against),
       actual: degrees(state.steering_angle),
       desired: degrees(state.desired_steering_angle),
@@ -27,11 +39,39 @@ export class History {
     while (this.samples[0].time < state.time - shownSeconds) this.samples.shift();
   }
 
-  /** The part of the samples with a line that lie within the band; null without any. */
-  partInBand() {
-    const errors = this.samples.map(({ error }) => error).filter((error) => error !== null);
-    if (errors.length === 0) return null;
-    return errors.filter((error) => Math.abs(error) <= bandMetres).length / errors.length;
+  /** Takes samples that were kept over a reload; those that have come since follow them. */
+  restore(samples) {
+    if (!Array.isArray(samples) || !samples.every(isSample)) return;
+    const first = this.samples[0]?.time ?? Infinity;
+    const end = this.samples[this.samples.length - 1]?.time ?? 0;
+    const before = samples.filter(({ time }) => time < first && time >= end - shownSeconds);
+    this.samples = [...before, ...this.samples];
+  }
+
+  /**
+   * The part of the samples with a line that lie within the band, and what it rests on: {part, count, seconds,
+   * coarse}, `coarse` when the machine has driven far from one to the next; null without any.
+   */
+  inBand() {
+    const { samples } = this;
+    const withLine = samples.filter(({ error }) => error !== null);
+    if (withLine.length === 0) return null;
+    const within = withLine.filter(({ error }) => Math.abs(error) <= bandMetres);
+    const apart = ({ x, y }, i) => (i === 0 ? 0 : Math.hypot(x - withLine[i - 1].x, y - withLine[i - 1].y));
+    return {
+      part: within.length / withLine.length,
+      count: withLine.length,
+      seconds: withLine[withLine.length - 1].time - withLine[0].time,
+      coarse: withLine.some((sample, i) => apart(sample, i) > coarseMetres),
+    };
+  }
+
+  /** The same in words. */
+  inBandWords() {
+    const found = this.inBand();
+    if (found === null) return "–";
+    const rests = `of ${found.count} ${found.count === 1 ? "state" : "states"} in ${Math.round(found.seconds)} s`;
+    return `${found.coarse ? "≈ " : ""}${Math.round(found.part * 100)} % within 2.5 cm, ${rests}`;
   }
 }
 
@@ -53,7 +93,7 @@ function axes(context, chart, texts) {
   }
   context.stroke();
   context.fillStyle = palette.muted;
-  context.font = font(12, 500);
+  context.font = font(16, 500);
   context.textAlign = "right";
   context.textBaseline = "middle";
   [top, middle, bottom].forEach((y, i) => context.fillText(texts[i], left - 6, y));
@@ -67,18 +107,26 @@ function axes(context, chart, texts) {
 const xOf = (chart, end, { time }) =>
   chart.right - ((end - time) / shownSeconds) * (chart.right - chart.left);
 
+/** The time between two samples from which on nothing was seen between them. */
+function gapAfter(samples) {
+  const steps = samples.slice(1).map(({ time }, i) => time - samples[i].time).sort((a, b) => a - b);
+  return Math.max(1, 5 * (steps[Math.floor(steps.length / 2)] ?? 0));
+}
+
 function curve(context, chart, samples, name, { colour, width, dashes }) {
   const end = samples[samples.length - 1].time;
+  const gap = gapAfter(samples);
   context.strokeStyle = colour;
   context.lineWidth = width;
   context.setLineDash(dashes);
   context.beginPath();
-  let drawing = false;
+  let last = null;
   for (const sample of samples) {
     const value = sample[name];
     const x = xOf(chart, end, sample);
-    if (value !== null) context[drawing ? "lineTo" : "moveTo"](x, chart.y(value));
-    drawing = value !== null;
+    const joined = last !== null && sample.time - last.time <= gap;
+    if (value !== null) context[joined ? "lineTo" : "moveTo"](x, chart.y(value));
+    last = value !== null ? sample : null;
   }
   context.stroke();
   context.setLineDash([]);
@@ -126,7 +174,8 @@ function band(context, chart) {
 function chartOf(canvas, scale) {
   const { context, width, height } = fitted(canvas);
   context.clearRect(0, 0, width, height);
-  const chart = { left: 58, right: width - 4, top: 9, bottom: height - 22, height };
+  const size = letterScale();
+  const chart = { left: 74 * size, right: width - 4, top: 9 * size, bottom: height - 22 * size, height };
   chart.middle = (chart.top + chart.bottom) / 2;
   // Up is right: what is right of the line or steers right is drawn above.
   chart.y = (value) => chart.middle - (value / scale) * (chart.middle - chart.top);

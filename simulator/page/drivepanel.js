@@ -1,25 +1,33 @@
 // Engaging, navigation, nudging, the machine's settings: what the driver does.
 import { command, done } from "./service.js";
-import { report } from "./messages.js";
+import { endMessages, report } from "./messages.js";
 import { shiftTo, shiftWords } from "./guidance.js";
+import { kilometresPerHour } from "./readings.js";
+import { otherPassWords } from "./moves.js";
 
 const element = (id) => document.getElementById(id);
 
 const marks = { engaged: "●", ready: "○", "not ready": "✕", dropped: "▲" };
 
-const tell = (request, said) => report(element("message"), request, said);
-
 /** What the buttons do; the keys do the same. */
 export class DrivePanel {
-  constructor(model) {
-    this.model = model;
+  /** @param dropped is called when the service has dropped steering while the page looked on. */
+  constructor(model, question, { dropped }) {
+    Object.assign(this, { model, question, dropped });
     this.edited = new Set(); // the fields that hold what has not been sent
+    this.shown = null; // the state of steering that is shown
     for (const name of ["engage", "disengage", "start", "stop", "snap", "unnudge"]) {
       element(name).addEventListener("click", () => this[name]());
     }
     element("nudge-left").addEventListener("click", () => this.nudge(-1));
     element("nudge-right").addEventListener("click", () => this.nudge(1));
+    element("nearest-pass").addEventListener("click", () => this.follow(true));
+    element("line-itself").addEventListener("click", () => this.follow(false));
     this.listenToMachine();
+  }
+
+  tell(request, said, holds = null) {
+    return report(element("message"), request, said, { holds, before: this.model.state });
   }
 
   listenToMachine() {
@@ -28,7 +36,10 @@ export class DrivePanel {
       event.preventDefault();
       this.setMachine();
     });
-    form.addEventListener("input", ({ target }) => this.edited.add(target.id));
+    form.addEventListener("input", ({ target }) => {
+      this.edited.add(target.id);
+      this.showKilometresPerHour();
+    });
     form.addEventListener("keydown", (event) => {
       if (event.key === "Escape") this.forgetEdited("speed", "width");
     });
@@ -43,47 +54,61 @@ export class DrivePanel {
   }
 
   async setCondition(operation, on) {
-    const reply = await tell(command(operation, on, false), "Condition set.");
+    const reply = await this.tell(command(operation, on, false), "Condition set.");
     // What was not done is not shown as done; what was comes back with the settings.
     if (reply === null || !done(reply)) this.showSettings(this.model.settings);
   }
 
-  engage() { return tell(command("EngageSteering", 1), "Steering is engaged."); }
-
-  disengage() { return tell(command("DisengageSteering", 1), "Steering is yours."); }
-
-  start() {
-    const nearest = element("nearest").checked;
-    return tell(command("StartNavigation", 1, nearest), "Navigation is active.");
+  engage() {
+    return this.tell(command("EngageSteering", 1), "Steering is engaged.",
+      (state) => state.engage_state_name === "engaged");
   }
 
-  stop() { return tell(command("StopNavigation", 1), "Navigation is ended."); }
+  disengage() {
+    return this.tell(command("DisengageSteering", 1), "Steering is yours.",
+      (state) => state.engage_state_name !== "engaged");
+  }
 
-  snap() { return tell(command("AutoSetNudge", 1), "The line is under the machine."); }
+  start() { this.follow(element("nearest").checked); }
 
-  unnudge() { return tell(command("Nudge", 1, 0, 0), "The nudge is 0."); }
+  /** Starts navigation, or goes on with it, along the nearest pass or the line itself. */
+  follow(nearest) {
+    this.question.before(element("message"), () => otherPassWords(nearest, this.model),
+      nearest ? "Follow the nearest pass" : "Follow the line itself",
+      () => this.tell(command("StartNavigation", 1, nearest), "Navigation is active.", (state) => state.navigating));
+  }
+
+  stop() {
+    return this.tell(command("StopNavigation", 1), "Navigation is ended.", (state) => !state.navigating);
+  }
+
+  snap() { return this.tell(command("AutoSetNudge", 1), "The line was put under the machine."); }
+
+  unnudge() {
+    return this.tell(command("Nudge", 1, 0, 0), "The nudge is 0.", (state) => state.nudge === 0);
+  }
 
   /** Nudges to the driver's right (1) or left (-1). */
   nudge(side) {
     const against = this.model.state?.drives_against ?? false;
     const amount = Number(element("nudge-step").value);
     const name = `${Math.round(amount * 100)} cm to the ${side < 0 ? "left" : "right"}`;
-    return tell(command("Nudge", 1, 1, shiftTo(side, amount, against)), `Nudged ${name}.`);
+    return this.tell(command("Nudge", 1, 1, shiftTo(side, amount, against)), `Nudged ${name}.`);
   }
 
   async setMachine() {
     const [speed, width] = [element("speed").valueAsNumber, element("width").valueAsNumber];
     const send = async (id, request, said) => {
-      const reply = await tell(request, said);
+      const reply = await this.tell(request, said);
       if (reply !== null && done(reply)) this.edited.delete(id);
       return !this.edited.has(id);
     };
     const widthIsNew = this.edited.has("width");
     if (this.edited.has("speed") || !widthIsNew) {
-      const sent = await send("speed", command("SetVelocitySetPoint", speed), `Speed ${speed} m/s.`);
+      const sent = await send("speed", command("SetVelocitySetPoint", speed), `Speed set to ${speed} m/s.`);
       if (!sent) return;
     }
-    if (widthIsNew) await send("width", command("SetImplementWidth", 1, width), `Implement ${width} m wide.`);
+    if (widthIsNew) await send("width", command("SetImplementWidth", 1, width), `Implement set to ${width} m.`);
   }
 
   /** Puts back into fields what the service has told. */
@@ -100,30 +125,50 @@ export class DrivePanel {
     };
     show("speed", settings.velocity_set_point);
     show("width", settings.implement_width);
+    this.showKilometresPerHour();
     element("low-speed").checked = settings.low_speed_engage_allowed;
     element("reverse-enabled").checked = settings.reverse_engage_enabled;
     element("reverse-allowed").checked = settings.reverse_engage_allowed;
   }
 
+  showKilometresPerHour() {
+    const speed = element("speed").valueAsNumber;
+    element("speed-kmh").textContent = Number.isFinite(speed) ? `${kilometresPerHour(speed).toFixed(1)} km/h` : "";
+  }
+
   showState(state) {
+    endMessages(state);
     const name = state.engage_state_name;
     element("nudge-words").textContent = shiftWords(state.nudge, state.drives_against);
     this.showReasons(state, name);
     const place = element("engage-state");
-    const text = name + (name === "engaged" ? "" : state.navigating ? ", navigating" : "");
-    if (place.dataset.state === name && place.lastElementChild.textContent === text) return;
-    if (place.dataset.state !== name) {
+    const beside = document.createElement("small");
+    beside.textContent = name !== "engaged" && state.navigating ? ", navigating" : "";
+    if (this.shown === name && place.lastElementChild.textContent === name + beside.textContent) return;
+    if (this.shown !== name) {
       const why = name === "dropped" ? `: ${state.drop_reason}` : "";
       element("announcer").textContent = `Steering: ${name}${why}`;
+      if (name === "dropped" && this.shown !== null) this.dropped();
     }
+    this.shown = name;
+    document.body.dataset.state = name;
     place.dataset.state = name;
     place.firstElementChild.textContent = marks[name] ?? "?";
-    place.lastElementChild.textContent = text;
+    place.lastElementChild.replaceChildren(name, beside);
+    this.showTitle();
+  }
+
+  /** The title of the window tells the state too, and whether that is one of now. */
+  showTitle() {
+    const name = this.shown === null ? "Live view" : `${marks[this.shown] ?? "?"} ${this.shown}`;
+    const present = this.shown === "dropped" ? name.toUpperCase() : name;
+    const title = `${this.model.old || present} – navigation simulator`;
+    if (document.title !== title) document.title = title;
   }
 
   showReasons(state, name) {
     const reasons = [...state.why_not_engaged];
-    if (name === "dropped") reasons.unshift(`dropped by the service: ${state.drop_reason}`);
+    if (name === "dropped") reasons.unshift(`dropped: ${state.drop_reason || "the service gives no reason"}`);
     element("why").hidden = reasons.length === 0;
     const list = element("why-list");
     if (list.childElementCount === reasons.length

@@ -27,33 +27,65 @@ export function lightbar(error, against) {
   return { side, lit, middle: error !== null && side === 0 };
 }
 
-/** An error as a figure of centimetres, signed: one decimal up to a metre, none beyond. */
-export function errorFigure(error, against) {
-  if (error === null) return "–";
-  const centimetres = seenByDriver(error, against) * 100;
-  const text = Math.abs(centimetres).toFixed(Math.abs(centimetres) < 99.95 ? 1 : 0);
-  if (Number(text) === 0) return text;
-  return (centimetres > 0 ? "+" : "−") + text;
+/** A length without its sign, in the unit that suits it: {text, unit}. */
+export function lengthFigure(metres) {
+  const size = Math.abs(metres);
+  if (size < 0.9995) return { text: (size * 100).toFixed(1), unit: "cm" };
+  if (size < 9.995) return { text: size.toFixed(2), unit: "m" };
+  if (size < 99.95) return { text: size.toFixed(1), unit: "m" };
+  if (size < 9999.5) return { text: size.toFixed(0), unit: "m" };
+  if (size < 99950) return { text: (size / 1000).toFixed(1), unit: "km" };
+  return size < 9999500 ? { text: (size / 1000).toFixed(0), unit: "km" } : { text: ">9999", unit: "km" };
 }
 
-/** The same in words: where the machine is, and what to do. */
-export function errorWords(error, against) {
+/** The same as words. */
+export function lengthWords(metres) {
+  const { text, unit } = lengthFigure(metres);
+  return `${text} ${unit}`;
+}
+
+/** An error as a figure, signed: {text, unit}. */
+export function errorFigure(error, against) {
+  if (error === null) return { text: "–", unit: "" };
+  const { text, unit } = lengthFigure(error);
+  if (Number(text) === 0) return { text, unit };
+  return { text: (seenByDriver(error, against) > 0 ? "+" : "−") + text, unit };
+}
+
+/** Steering by less than that counts as straight ahead, radians. */
+const straight = 0.004;
+
+/** The side to which the machine's wheels are turned: -1 left, 1 right, 0 neither. */
+export const sideSteeredTo = (angle) => (Math.abs(angle) < straight ? 0 : Math.sign(angle));
+
+const sideName = (side) => (side < 0 ? "left" : "right");
+
+/**
+ * An error in words: where the machine is, and what to do. Steering that is engaged has nothing done by the
+ * driver: then it is what the machine does, whose wheels are turned by `angle`.
+ */
+export function errorWords(error, against, { engaged = false, angle = 0 } = {}) {
   if (error === null) return "no line";
   const side = sideToSteerTo(error, against);
-  if (side === 0) return "on the line";
-  const where = `${side < 0 ? "right" : "left"} of the line${against ? ", driven against its direction" : ""}`;
-  return `${where} → steer ${side < 0 ? "left" : "right"}`;
+  const where = side === 0 ? "on the line" : `${sideName(-side)} of the line`;
+  const way = against && side !== 0 ? `${where}, driven against its direction` : where;
+  const steered = sideSteeredTo(angle);
+  if (engaged) return `${way}, the machine steers ${steered === 0 ? "straight ahead" : sideName(steered)}`;
+  return side === 0 ? way : `${way} → steer ${sideName(side)}`;
 }
 
 /** The lightbar for those who do not see it. */
-export function lightbarWords(error, against) {
+export function lightbarWords(error, against, steering) {
   if (error === null) return "Lightbar: no line";
-  return `Lightbar: ${errorFigure(error, against)} centimetres, ${errorWords(error, against)}`;
+  const { text, unit } = errorFigure(error, against);
+  const name = { cm: "centimetres", m: "metres", km: "kilometres" }[unit];
+  return `Lightbar: ${text} ${name}, ${errorWords(error, against, steering)}`;
 }
 
 /** A shift of the line with the side on which the driver sees it, looking ahead. */
 export function shiftWords(metres, against) {
-  const centimetres = Math.round(seenByDriver(metres, against) * 1000) / 10;
-  if (centimetres === 0) return "0 cm";
-  return `${Math.abs(centimetres)} cm ${centimetres > 0 ? "right" : "left"}`;
+  const seen = Math.round(seenByDriver(metres, against) * 1000) / 1000;
+  if (seen === 0) return "0 cm";
+  const size = Math.abs(seen) < 1 ? `${Math.round(Math.abs(seen) * 1000) / 10} cm` : lengthWords(seen);
+  return `${size} ${sideName(seen)}`;
 }

@@ -1,23 +1,9 @@
 // The keys that act anywhere on the page.
+import { keep, kept } from "./kept.js";
 
 const element = (id) => document.getElementById(id);
+const choice = "single-keys";
 const typing = (target) => target.matches("input:not([type=checkbox], [type=radio], [type=range]), textarea, select");
-
-const switched = () => {
-  try {
-    return localStorage.getItem("single-keys") !== "off";
-  } catch {
-    return true;
-  }
-};
-
-function remember(on) {
-  try {
-    localStorage.setItem("single-keys", on ? "on" : "off");
-  } catch {
-    // The browser keeps nothing: the choice lasts as long as the page.
-  }
-}
 
 /**
  * A key that is held counts once: Enter would press a button, or send a form, again and again. A text of
@@ -35,8 +21,8 @@ function ignoreHeldEnter() {
 export function listenToKeys(actions) {
   ignoreHeldEnter();
   const toggle = element("keys-on");
-  toggle.checked = switched();
-  toggle.addEventListener("change", () => remember(toggle.checked));
+  toggle.checked = kept("localStorage", choice, "on") !== "off";
+  toggle.addEventListener("change", () => keep("localStorage", choice, toggle.checked ? "on" : "off"));
   document.addEventListener("keydown", (event) => {
     if (event.defaultPrevented || event.repeat || event.ctrlKey || event.metaKey || event.altKey) return;
     const name = event.key.toLowerCase();

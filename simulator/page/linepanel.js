@@ -2,6 +2,7 @@
 import { clickPrompt, clickedHeading, clicksOf, kinds, textForm, textFormHint } from "./lines.js";
 import { command, lineText, setLine } from "./service.js";
 import { report, say, sayFailure } from "./messages.js";
+import { newLineWords } from "./moves.js";
 
 const element = (id) => document.getElementById(id);
 const tell = (text, ...kinds) => say(element("line-status"), text, ...kinds);
@@ -22,8 +23,9 @@ function numberField(id, title, unit) {
 
 /** The panel of new lines. */
 export class LinePanel {
-  constructor(model, map, redraw) {
-    Object.assign(this, { model, map, redraw });
+  constructor(model, map, question, redraw) {
+    Object.assign(this, { model, map, question, redraw });
+    this.followed = true; // whether the map followed the machine before points were set on it
     this.clicks = null; // how many points have been set on the map; null unless setting them
     this.lastPlace = null; // where the last of them was set
     element("line-form").addEventListener("submit", (event) => {
@@ -35,18 +37,27 @@ export class LinePanel {
       // Before the form hears of it, which then has the fields of the new kind.
       radio.addEventListener("input", () => this.showFields());
     });
-    element("pick").addEventListener("click", () => this.pick(this.clicks === null));
+    element("pick").addEventListener("click", () => this.togglePicking());
     element("clear-line").addEventListener("click", () =>
-      report(element("line-status"), command("clear_wayline"), "The line is dropped."));
+      this.drop("Drop the line", "The line goes", () => command("clear_wayline"), "The line was dropped."));
+    element("clear-all").addEventListener("click", () =>
+      this.drop("Clear all", "Line, points, nudge and field offset go", () => command("ClearNavigation"), "All was cleared."));
     this.listenToText();
     this.showFields();
+  }
+
+  /** Drops the line; an engaged machine is steered no more then. */
+  drop(name, what, request, said) {
+    const place = element("line-status");
+    this.question.before(place, () => `${what}, and steering ends. You steer then.`, name,
+      () => report(place, request(), said));
   }
 
   listenToText() {
     element("text-form").addEventListener("submit", (event) => {
       event.preventDefault();
       const text = element("text").value.trim();
-      this.send(text, "The line is loaded.", textFormHint(text));
+      this.send(text, "The line was loaded.", { name: "Load the line", hint: textFormHint(text) });
     });
     element("file").addEventListener("change", async ({ target }) => {
       if (target.files.length > 0) element("text").value = (await target.files[0].text()).trim();
@@ -72,14 +83,14 @@ export class LinePanel {
       legend.textContent = `Point ${name}`;
       const here = document.createElement("button");
       Object.assign(here, { type: "button", textContent: "Here", title: "Where the machine is" });
-      here.setAttribute("aria-label", `Point ${name} where the machine is`);
+      here.setAttribute("aria-label", `Here: point ${name} where the machine is`);
       here.addEventListener("click", () => this.here(i));
       row.append(legend, numberField(`x${i}`, "East", "m"), numberField(`y${i}`, "North", "m"), here);
       return row;
     });
     if (kinds[kind].heading) rows.push(numberField("line-heading", "Heading", "degrees, 0 is north"));
     element("points").replaceChildren(...rows);
-    this.pick(false);
+    this.leavePicking();
     this.showMarks();
   }
 
@@ -102,17 +113,25 @@ export class LinePanel {
     return kinds[this.kind()].points.map((_, i) => this.point(i));
   }
 
-  /** Begins or ends the setting of points on the map. */
+  /** Ends the setting of points, and has the map follow the machine if it did before. */
+  leavePicking() {
+    if (this.clicks === null) return;
+    this.pick(false);
+    this.map.view.follow(this.followed);
+  }
+
+  /** Begins or ends the setting of points on the map, which stands still meanwhile. */
   pick(on) {
     if (this.clicks !== null) tell(""); // what asked for the next point
+    if (on && this.clicks === null) this.followed = this.map.view.following;
     this.clicks = on ? 0 : null;
     this.lastPlace = null;
     this.map.pick(on ? (place) => this.clicked(place) : null);
     element("pick").setAttribute("aria-pressed", on);
     this.showHint();
     this.redraw();
+    this.map.view.still(on); // a map that moves is hard to hit
     if (!on) return;
-    this.map.view.follow(false); // a map that moves is hard to hit
     this.map.canvas.focus();
   }
 
@@ -159,16 +178,36 @@ export class LinePanel {
     this.redraw();
   }
 
-  async submit() {
-    const heading = element("line-heading")?.valueAsNumber ?? 0;
-    const text = textForm(this.kind(), this.points(), heading);
-    const reply = await this.send(text, `The ${kinds[this.kind()].title} is set.`);
-    if (reply?.result !== 1) return;
-    this.map.marks = [];
-    this.map.view.follow(true);
+  togglePicking() {
+    if (this.clicks === null) this.pick(true);
+    else this.leavePicking();
   }
 
-  send(text, said, hint = "") {
-    return report(element("line-status"), setLine(text), said, hint);
+  submit() {
+    const heading = element("line-heading")?.valueAsNumber ?? 0;
+    const kind = this.kind();
+    this.send(textForm(kind, this.points(), heading), `The ${kinds[kind].title} is set.`, {
+      name: "Set the line",
+      isSet: () => {
+        this.map.marks = [];
+        this.map.view.follow(true);
+      },
+    });
+  }
+
+  /** Makes a text form the service's line; an engaged machine moves to it, which is asked first. */
+  send(text, said, { name, hint = "", isSet = () => {} }) {
+    const place = element("line-status");
+    this.question.before(place, () => newLineWords(text, this.model), name, async () => {
+      const reply = await report(place, setLine(text), said, { hint });
+      if (reply?.result === 1) isSet();
+    });
+  }
+
+  /** Takes a new line in: what was said of another one ends. */
+  showLine(line) {
+    const place = element("line-status");
+    const spoken = place.textContent.endsWith(" is set.");
+    if (spoken && !line.complete && !place.classList.contains("bad")) say(place, "");
   }
 }

@@ -1,24 +1,31 @@
 // The live page: what comes from the service goes into the model, and from there to the panels.
+import { Alarm } from "./alarm.js";
 import { History, drawErrors, drawSteering } from "./charts.js";
 import { DrivePanel } from "./drivepanel.js";
 import { DriveMap } from "./map.js";
+import { Journal } from "./journal.js";
 import { LinePanel } from "./linepanel.js";
 import { Passes } from "./passes.js";
+import { Question } from "./question.js";
 import { Readings } from "./readings.js";
+import { RecordPanel } from "./recordpanel.js";
 import { StepPanel } from "./steppanel.js";
 import { Stream } from "./stream.js";
 import { Trail } from "./trail.js";
 import { TuningPanel } from "./tuningpanel.js";
 import { degrees } from "./geometry.js";
 import { forgetUnanswered, say } from "./messages.js";
+import { keep, kept } from "./kept.js";
 import { listenToKeys } from "./keys.js";
 import { trail as loadTrail } from "./service.js";
 import { whenPaletteChanges } from "./palette.js";
 
 const element = (id) => document.getElementById(id);
+const keptHistory = "last-minute";
 
-/** What the page knows; null until the service has told. */
-const model = { state: null, line: null, settings: null, trail: new Trail(), lost: false };
+/** What the page knows; null until the service has told. `old` says why that is not of now; empty when it is. */
+const model = { state: null, line: null, settings: null, trail: new Trail(), run: null, lost: false,
+  old: "… connecting" };
 const history = new History();
 const passes = new Passes();
 let arriving = null; // the states that come while the trail before them is loaded
@@ -40,17 +47,20 @@ function redraw() {
 }
 
 const map = new DriveMap(model, redraw);
-const drive = new DrivePanel(model);
+const question = new Question(model);
+const alarm = new Alarm();
+const drive = new DrivePanel(model, question, { dropped: () => alarm.sound() });
 const tuning = new TuningPanel();
 const step = new StepPanel(model);
-const lines = new LinePanel(model, map, redraw);
+const lines = new LinePanel(model, map, question, redraw);
+const recording = new RecordPanel(model, question);
 const readings = new Readings();
+const journal = new Journal(model);
 
 function showHistory(state) {
   history.add(state);
   chartsOld = true;
-  const part = history.partInBand();
-  element("history-words").textContent = part === null ? "–" : `${Math.round(part * 100)} % within 2.5 cm`;
+  element("history-words").textContent = history.inBandWords();
   const side = (angle) => `${Math.abs(degrees(angle)).toFixed(1)}° ${angle < 0 ? "left" : "right"}`;
   element("steering-words").textContent =
     `${side(state.steering_angle)}, desired ${side(state.desired_steering_angle)}`;
@@ -64,11 +74,16 @@ const hear = {
     readings.show(state);
     drive.showState(state);
     step.showState(state);
+    question.showState(state);
+    journal.showState(state);
     showHistory(state);
     map.moved();
   },
   line(line) {
     model.line = passes.whole(line);
+    lines.showLine(line);
+    recording.showLine(line);
+    journal.showLine(line);
   },
   settings(settings) {
     model.settings = settings;
@@ -77,27 +92,55 @@ const hear = {
   },
 };
 
+/** Shows whether all that is shown is of now; `old` says why not. */
+function showAge(old) {
+  model.old = old;
+  document.body.classList.toggle("old", old !== "");
+  element("connection").textContent = old || "● connected";
+  drive.showTitle();
+  redraw();
+}
+
 function showConnection(lost, reason = "") {
   model.lost = lost;
-  document.body.classList.toggle("old", lost);
   element("lost").hidden = !lost;
   element("lost-reason").textContent = reason;
-  element("connection").textContent = lost ? "✕ no connection" : "● connected";
   if (!lost) forgetUnanswered();
-  document.querySelectorAll("main button, #sliders input, .condition").forEach((control) => {
+  document.querySelectorAll("main button, #question-yes, #sliders input, .condition").forEach((control) => {
     if (control.closest("[data-local]") === null) control.disabled = lost;
   });
+  showAge(lost ? "✕ no connection" : "");
 }
+
+/** Goes on with what was kept of this run of the service; begins anew with another one. */
+function takeRun(run) {
+  if (run === undefined || run === model.run) return;
+  if (model.run !== null) {
+    history.clear();
+    journal.note("the service has been started anew");
+    say(element("message"), "The service has been started anew: line and settings are what it has kept.");
+  } else {
+    const before = kept("sessionStorage", keptHistory, {});
+    if (before.run === run) history.restore(before.samples);
+  }
+  model.run = run;
+  chartsOld = true;
+}
+
+addEventListener("pagehide", () =>
+  keep("sessionStorage", keptHistory, { run: model.run, samples: history.samples }));
 
 async function connected() {
   showConnection(false);
   passes.begin();
+  journal.connected();
   const meanwhile = [];
   arriving = meanwhile;
   // Without an answer the trail begins here: what was driven before is not known, what comes is.
-  const { end, points } = await loadTrail().catch(() => ({ end: -Infinity, points: [] }));
+  const { run, end, points } = await loadTrail().catch(() => ({ end: -Infinity, points: [] }));
   if (arriving !== meanwhile) return; // connected anew since
   arriving = null;
+  takeRun(run);
   model.trail.replace(points);
   meanwhile.filter(({ time }) => time > end).forEach(({ x, y }) => model.trail.add([x, y]));
   redraw();
@@ -118,11 +161,12 @@ listenToKeys({
   ",": whileConnected(() => drive.nudge(-1)),
   ".": whileConnected(() => drive.nudge(1)),
   t: () => step.run(),
-  p: () => lines.pick(lines.clicks === null),
-  escape: () => lines.pick(false),
+  p: () => lines.togglePicking(),
+  escape: () => { if (!question.leave()) lines.leavePicking(); },
   m: () => map.canvas.focus(),
   f: () => map.view.follow(!map.view.following),
   h: () => map.view.turn(!map.view.headingUp),
+  w: () => map.showDrive(),
   "+": () => map.view.zoom(1.4),
   "=": () => map.view.zoom(1.4),
   "-": () => map.view.zoom(1 / 1.4),
@@ -143,10 +187,21 @@ new Stream({
     hear[name]?.(value);
     redraw();
   },
+  quiet: (on) => showAge(on ? "… no news" : ""),
   lost: (reason) => {
     step.abandon("the connection was lost.");
+    journal.lost();
     showConnection(true, reason);
-    redraw();
   },
-  rested: () => step.abandon("the page was hidden."),
+  rested: () => {
+    step.abandon("the page was hidden.");
+    journal.lost("the page was hidden: what happened meanwhile is not here");
+    showAge("… paused");
+  },
 });
+
+/** What never leaves the view takes this much of it: what is scrolled to comes to lie below. */
+new ResizeObserver(() => {
+  const height = element("watch").getBoundingClientRect().height + 8;
+  document.documentElement.style.setProperty("--watch-height", `${height}px`);
+}).observe(element("watch"));

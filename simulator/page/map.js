@@ -1,5 +1,5 @@
 // The map: puts the view, the drawing and its buttons together.
-import { drawCross, drawGround, drawLines, drawLost, drawScale, drawTrail } from "./mapdraw.js";
+import { drawCross, drawGround, drawLines, drawOld, drawScale, drawTrail } from "./mapdraw.js";
 import { drawAim, drawMachine, drawMark } from "./mapmachine.js";
 import { fitted, palette } from "./palette.js";
 import { MapView } from "./mapview.js";
@@ -7,7 +7,7 @@ import { clamp, poseBetween, toWorld } from "./geometry.js";
 
 const element = (id) => document.getElementById(id);
 
-/** The map. `model` holds what is shown: state, line, trail, lost. */
+/** The map. `model` holds what is shown: state, line, trail, and whether and why that is old. */
 export class DriveMap {
   constructor(model, redraw) {
     this.model = model;
@@ -15,6 +15,7 @@ export class DriveMap {
     this.marks = [];
     this.picking = null;
     this.before = null;
+    this.unreached = 0; // how many of the trail's last points the machine, as it is drawn, has not come to
     this.view = new MapView(this.canvas, {
       changed: () => { this.showView(); redraw(); },
       clicked: (place) => this.picking?.(place),
@@ -26,6 +27,7 @@ export class DriveMap {
   listen() {
     element("zoom-in").addEventListener("click", () => this.view.zoom(1.4));
     element("zoom-out").addEventListener("click", () => this.view.zoom(1 / 1.4));
+    element("whole-drive").addEventListener("click", () => this.showDrive());
     element("follow").addEventListener("click", () => this.view.follow(!this.view.following));
     element("heading-up").addEventListener("click", () => this.view.turn(!this.view.headingUp));
     this.canvas.addEventListener("keydown", (event) => {
@@ -33,6 +35,12 @@ export class DriveMap {
       const taken = event.key === "Enter" && this.picking ? this.pickMiddle() : this.view.key(event.key);
       if (taken) event.preventDefault();
     });
+  }
+
+  /** Shows all of the way that has been driven. */
+  showDrive() {
+    const box = this.model.trail.box();
+    if (box !== null) this.view.showAll(box);
   }
 
   pickMiddle() {
@@ -59,7 +67,9 @@ export class DriveMap {
     const interval = this.arrived === undefined ? 100 : now - this.arrived;
     this.interval = clamp(interval, 20, 300);
     // A machine that is somewhere else at once has not driven there.
-    if (Math.hypot(state.x - this.before.x, state.y - this.before.y) > 20) this.before = state;
+    const hasJumped = Math.hypot(state.x - this.before.x, state.y - this.before.y) > 20;
+    if (hasJumped) this.before = state;
+    this.unreached = hasJumped ? 0 : this.unreached + 1;
     this.arrived = now;
   }
 
@@ -76,23 +86,24 @@ export class DriveMap {
       const part = clamp((performance.now() - this.arrived) / this.interval, 0, 1);
       this.pose = poseBetween(this.before, model.state, part);
       this.view.machine = this.pose;
+      if (part === 1) this.unreached = 0;
     }
     const camera = this.view.camera();
     drawGround(context, camera);
     if (model.line !== null) drawLines(context, camera, model.line, toWorld(camera, width / 2, height / 4));
-    drawTrail(context, camera, model.trail);
+    drawTrail(context, camera, model.trail, this.pose, this.unreached);
     this.drawMarks(context, camera);
     if (model.state !== null) this.drawState(context, camera);
     drawScale(context, camera);
     if (this.picking) drawCross(context, camera);
-    if (model.lost) drawLost(context, camera);
+    if (model.old) drawOld(context, camera, model.old.slice(2));
   }
 
   drawState(context, camera) {
-    const { state, line, settings } = this.model;
+    const { state, line, settings, old } = this.model;
     if (state.aim_point !== null) drawAim(context, camera, this.pose, state.aim_point);
     drawMachine(context, camera, this.pose, state,
-      { width: line?.implement_width ?? 3, offset: settings?.implement_offset ?? 0 });
+      { width: line?.implement_width ?? 3, offset: settings?.implement_offset ?? 0, isOld: old !== "" });
   }
 
   drawMarks(context, camera) {

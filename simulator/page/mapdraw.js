@@ -1,5 +1,5 @@
 // The ground of the map: grid, lines, trail, scale.
-import { font, palette } from "./palette.js";
+import { font, letterScale, palette } from "./palette.js";
 import { nearestOn, roundDistance, shownBox, toScreen, visibleRuns } from "./geometry.js";
 
 function strokePolyline(context, camera, points, margin) {
@@ -54,12 +54,13 @@ function drawPassNumber(context, camera, pass, place) {
   if (nearest === null) return;
   const [x, y] = toScreen(camera, nearest.x, nearest.y);
   const text = pass.pass > 0 ? `+${pass.pass}` : `${pass.pass}`.replace("-", "−");
-  context.font = font(12);
+  context.font = font(16, 700);
   context.textAlign = "center";
   context.textBaseline = "middle";
   context.fillStyle = palette.paper;
-  context.fillRect(x - 13, y - 9, 26, 18);
-  context.fillStyle = palette.muted;
+  const [width, height] = [context.measureText(text).width + 8, 22 * letterScale()];
+  context.fillRect(x - width / 2, y - height / 2, width, height);
+  context.fillStyle = palette.ink;
   context.fillText(text, x, y);
 }
 
@@ -83,11 +84,19 @@ export function drawLines(context, camera, line, place) {
   if (numbered) line.passes.forEach((pass) => drawPassNumber(context, camera, pass, place));
 }
 
-/** Draws the way that the machine has driven. */
-export function drawTrail(context, camera, trail) {
+/**
+ * Draws the way that the machine has driven. It ends at `pose`, where the machine is drawn: the last `unreached`
+ * points are still before it.
+ */
+export function drawTrail(context, camera, trail, pose, unreached) {
   styled(context, palette.driven, 2.5, []);
   context.beginPath();
-  for (const points of trail.within(shownBox(camera), camera.scale)) {
+  const pieces = trail.within(shownBox(camera), camera.scale);
+  if (unreached > 0) {
+    const open = pieces.pop();
+    pieces.push([...open.slice(0, Math.max(0, open.length - unreached)), [pose.x, pose.y]]);
+  }
+  for (const points of pieces) {
     points.forEach(([x, y], i) => {
       const pixel = toScreen(camera, x, y);
       if (i === 0) context.moveTo(...pixel);
@@ -100,6 +109,7 @@ export function drawTrail(context, camera, trail) {
 /** Draws the bar of the scale and the arrow to the north. */
 export function drawScale(context, camera) {
   const metres = roundDistance(60 / camera.scale);
+  const size = letterScale();
   const [length, x, y] = [metres * camera.scale, 16, camera.height - 18];
   styled(context, palette.ink, 2, []);
   context.beginPath();
@@ -109,12 +119,13 @@ export function drawScale(context, camera) {
   context.lineTo(x + length, y - 6);
   context.stroke();
   context.fillStyle = palette.ink;
-  context.font = font(13);
+  context.font = font(16);
   context.textAlign = "left";
   context.textBaseline = "bottom";
   context.fillText(metres < 1000 ? `${metres} m` : `${metres / 1000} km`, x + 5, y - 3);
   context.save();
-  context.translate(30, 34);
+  context.translate(30 * size, 34 * size);
+  context.scale(size, size);
   context.rotate(-camera.up);
   context.beginPath();
   context.moveTo(0, -20);
@@ -125,6 +136,7 @@ export function drawScale(context, camera) {
   context.fill();
   context.textAlign = "center";
   context.textBaseline = "top";
+  context.font = "600 16px system-ui, sans-serif";
   context.fillText("N", 0, 4);
   context.restore();
 }
@@ -142,7 +154,7 @@ export function drawCross(context, camera) {
 }
 
 /** Says across the map that what it shows is old. */
-export function drawLost(context, camera) {
+export function drawOld(context, camera, why) {
   context.save();
   context.globalAlpha = 0.55;
   context.fillStyle = palette.paper;
@@ -152,6 +164,6 @@ export function drawLost(context, camera) {
   context.font = font(22, 700);
   context.textAlign = "center";
   context.textBaseline = "middle";
-  context.fillText("no connection – old picture", camera.width / 2, camera.height / 4);
+  context.fillText(`${why} – old picture`, camera.width / 2, camera.height / 4, camera.width * 0.95);
   context.restore();
 }

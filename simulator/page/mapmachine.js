@@ -1,6 +1,6 @@
 // The machine on the map, drawn in its own frame: metres, x to its right, y ahead, from the middle
 // of the rear axle.
-import { font, palette } from "./palette.js";
+import { font, letterScale, palette } from "./palette.js";
 import { toScreen } from "./geometry.js";
 
 const implementBehind = 2; // metres behind the rear axle
@@ -16,6 +16,14 @@ function wheel(context, x, y, length, width, angle) {
   context.restore();
 }
 
+/** Where the machine was: paper and a broken edge in place of its colour. */
+function colours(context, isOld, pixel) {
+  context.fillStyle = isOld ? palette.paper : palette["machine-fill"];
+  context.strokeStyle = isOld ? palette.muted : palette.machine;
+  context.lineWidth = 2 * pixel;
+  context.setLineDash(isOld ? [4 * pixel, 4 * pixel] : []);
+}
+
 function body(context, wheelbase, pixel) {
   context.beginPath();
   context.moveTo(-0.55, -0.7);
@@ -26,10 +34,7 @@ function body(context, wheelbase, pixel) {
   context.lineTo(-0.42, wheelbase + 0.5);
   context.lineTo(-0.55, 1.1);
   context.closePath();
-  context.fillStyle = palette["machine-fill"];
   context.fill();
-  context.lineWidth = 2 * pixel;
-  context.strokeStyle = palette.machine;
   context.stroke();
   context.strokeRect(-0.4, -0.4, 0.8, 1.2);
 }
@@ -59,15 +64,12 @@ function arrow(context) {
   context.lineTo(0, -5);
   context.lineTo(-9, -10);
   context.closePath();
-  context.fillStyle = palette["machine-fill"];
   context.fill();
-  context.lineWidth = 2;
-  context.strokeStyle = palette.machine;
   context.stroke();
 }
 
-/** Draws the machine at a pose {x, y, heading}. */
-export function drawMachine(context, camera, pose, state, implementSize) {
+/** Draws the machine at a pose {x, y, heading}; where it was, when that is old. */
+export function drawMachine(context, camera, pose, state, { width, offset, isOld }) {
   const [x, y] = toScreen(camera, pose.x, pose.y);
   const small = camera.scale * state.wheelbase < 16;
   const scale = small ? 1 : camera.scale;
@@ -76,13 +78,16 @@ export function drawMachine(context, camera, pose, state, implementSize) {
   context.rotate(pose.heading - camera.up);
   context.scale(scale, -scale);
   if (small) {
+    colours(context, isOld, 1);
     arrow(context);
   } else {
     const pixel = 1 / scale;
-    implement(context, implementSize.width, implementSize.offset, pixel);
+    implement(context, width, offset, pixel);
     wheel(context, -0.85, 0, 1.5, 0.45, 0);
     wheel(context, 0.85, 0, 1.5, 0.45, 0);
+    colours(context, isOld, pixel);
     body(context, state.wheelbase, pixel);
+    context.setLineDash([]);
     wheel(context, -0.8, state.wheelbase, 0.95, 0.3, state.steering_angle);
     wheel(context, 0.8, state.wheelbase, 0.95, 0.3, state.steering_angle);
   }
@@ -118,11 +123,12 @@ export function drawMark(context, camera, { text, x, y }, colour) {
   context.fillStyle = colour;
   context.fill();
   context.beginPath();
-  context.roundRect(screenX + 8, screenY - 26, 12 + 11 * text.length, 24, 5);
+  context.font = font(16, 700);
+  const [width, height] = [context.measureText(text).width + 12, 24 * letterScale()];
+  context.roundRect(screenX + 8, screenY - height - 2, width, height, 5);
   context.fill();
   context.fillStyle = palette.paper;
-  context.font = font(16, 700);
   context.textAlign = "center";
   context.textBaseline = "middle";
-  context.fillText(text, screenX + 14 + 5.5 * text.length, screenY - 13);
+  context.fillText(text, screenX + 8 + width / 2, screenY - 2 - height / 2);
 }

@@ -17,12 +17,13 @@ export class MapView {
     this.pointers = new Map();
     this.travelled = 0;
     this.machine = { x: 0, y: 0, heading: 0 };
+    this.heldUp = null; // what points up for as long as the map stands still
     this.listen();
   }
 
   camera() {
     const [width, height] = [this.canvas.clientWidth, this.canvas.clientHeight];
-    const up = this.headingUp ? this.machine.heading : 0;
+    const up = this.heldUp ?? (this.headingUp ? this.machine.heading : 0);
     const centre = this.following ? this.machine : this.centre;
     const low = this.following && this.headingUp ? 0.7 : 0.5;
     return { x: centre.x, y: centre.y, up, scale: this.scale, width, height,
@@ -46,6 +47,30 @@ export class MapView {
 
   turn(headingUp) {
     this.headingUp = headingUp;
+    if (this.heldUp !== null) this.heldUp = headingUp ? this.machine.heading : 0;
+    this.changed();
+  }
+
+  /** Has the map stand still, whatever the machine does, or not any more. */
+  still(on) {
+    if (on) {
+      this.follow(false);
+      this.heldUp ??= this.headingUp ? this.machine.heading : 0;
+    } else {
+      this.heldUp = null;
+    }
+    this.changed();
+  }
+
+  /** Shows all of a box of the world, north up. */
+  showAll({ left, right, bottom, top }) {
+    const { clientWidth: width, clientHeight: height } = this.canvas;
+    if (!(right >= left && top >= bottom) || width === 0 || height === 0) return;
+    const room = (pixels, metres) => (0.9 * pixels) / Math.max(metres, 1);
+    this.follow(false);
+    this.turn(false);
+    this.centre = { x: (left + right) / 2, y: (bottom + top) / 2 };
+    this.scale = clamp(Math.min(room(width, right - left), room(height, top - bottom)), leastScale, 14);
     this.changed();
   }
 

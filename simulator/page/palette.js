@@ -8,12 +8,12 @@ const readPalette = () => {
   return Object.fromEntries(names.map((name) => [name, style.getPropertyValue(`--${name}`).trim()]));
 };
 
-export let palette = readPalette();
+export const palette = readPalette();
 
 /** Calls back when the scheme changes between light and dark. */
 export function whenPaletteChanges(callback) {
   matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => {
-    palette = readPalette();
+    Object.assign(palette, readPalette());
     callback();
   });
 }
@@ -29,4 +29,9 @@ export function fitted(canvas) {
   return { context, width: canvas.clientWidth, height: canvas.clientHeight };
 }
 
-export const font = (pixels, weight = 600) => `${weight} ${pixels}px system-ui, sans-serif`;
+/** How much larger letters are than a browser's usual ones, by the viewer's own setting. */
+export const letterScale = () =>
+  (Number.parseFloat(getComputedStyle(document.documentElement).fontSize) || 16) / 16;
+
+/** A font whose height counts in usual letters, of 16 pixels. */
+export const font = (pixels, weight = 600) => `${weight} ${pixels * letterScale()}px system-ui, sans-serif`;

@@ -1,10 +1,17 @@
 // The figures and the lightbar at the top.
 import {
-  errorFigure, errorWords, lightSteps, lightbar, lightbarWords, shiftWords, sideToSteerTo,
+  errorFigure, errorWords, lightSteps, lightbar, lightbarWords, shiftWords, sideSteeredTo, sideToSteerTo,
 } from "./guidance.js";
 import { degrees } from "./geometry.js";
 
 const element = (id) => document.getElementById(id);
+
+/** Metres per second as kilometres per hour. */
+export const kilometresPerHour = (speed) => speed * 3.6;
+
+function setText(place, value) {
+  if (place.textContent !== value) place.textContent = value;
+}
 
 /** Seconds as hours, minutes and seconds. */
 export function clock(seconds) {
@@ -42,30 +49,42 @@ export class Readings {
 
   show(state) {
     const { drives_against: against } = state;
-    this.showError(state.cross_track_error, against);
-    const text = (id, value) => {
-      const place = element(id);
-      if (place.textContent !== value) place.textContent = value;
-    };
-    text("fact-speed", signed(state.speed, 1).replace("+", ""));
+    this.showError(state);
+    const text = (id, value) => setText(element(id), value);
+    const unsigned = (value) => signed(value, 1).replace("+", "");
+    text("fact-speed", unsigned(state.speed));
+    text("fact-kmh", unsigned(kilometresPerHour(state.speed)));
     text("fact-heading", `${String(Math.round(degrees(state.heading)) % 360).padStart(3, "0")}°`);
     text("fact-pass", state.pass === null ? "–" : signed(state.pass, 0));
     text("fact-nudge", shiftWords(state.nudge, against));
     text("fact-time", clock(state.time));
   }
 
-  showError(error, against) {
+  showError(state) {
+    const { cross_track_error: error, drives_against: against } = state;
     const { side, lit, middle } = lightbar(error, against);
     for (const light of this.lights) {
       const place = Number(light.dataset.place);
       const burns = place === 0 ? middle : Math.sign(place) === side && Math.abs(place) <= lit;
       light.classList.toggle("lit", burns);
     }
-    element("lightbar").setAttribute("aria-label", lightbarWords(error, against));
-    element("error-figure").textContent = errorFigure(error, against);
-    element("error-words").textContent = errorWords(error, against);
-    const steer = sideToSteerTo(error, against);
-    element("steer-left").classList.toggle("now", steer < 0);
-    element("steer-right").classList.toggle("now", steer > 0);
+    const engaged = state.engage_state_name === "engaged";
+    const steering = { engaged, angle: state.steering_angle };
+    element("lightbar").setAttribute("aria-label", lightbarWords(error, against, steering));
+    const { text, unit } = errorFigure(error, against);
+    setText(element("error-figure"), text);
+    setText(element("error-unit"), unit);
+    setText(element("error-words"), errorWords(error, against, steering));
+    this.showArrows(engaged, engaged ? sideSteeredTo(state.steering_angle) : sideToSteerTo(error, against));
+  }
+
+  /** The arrow is an order to the driver, or what the machine does while it steers by itself. */
+  showArrows(engaged, side) {
+    for (const [id, its, name] of [["steer-left", -1, "left"], ["steer-right", 1, "right"]]) {
+      const place = element(id);
+      place.classList.toggle("now", side === its);
+      place.classList.toggle("machine", engaged);
+      setText(place.lastElementChild, engaged ? `steers ${name}` : `steer ${name}`);
+    }
   }
 }

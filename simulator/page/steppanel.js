@@ -1,7 +1,8 @@
 // The step test: shifts the line, watches the answer, keeps the scores.
 import { Steadiness, bestScore, isScore, scoreStep, steadyMetres, stepMetres } from "./scoring.js";
 import { command, done } from "./service.js";
-import { errorFigure } from "./guidance.js";
+import { keep, kept } from "./kept.js";
+import { lengthWords, seenByDriver } from "./guidance.js";
 import { say, sayFailure } from "./messages.js";
 import { short } from "./tuningpanel.js";
 
@@ -11,31 +12,18 @@ const mostScores = 30;
 /** A shift of more than half a width drops steering; a bit of room is left for where the machine is. */
 const leastWidth = 2 * stepMetres + 0.1;
 const shiftMilliseconds = 3000;
+const steady = "Steady: the step test can be run.";
 
-/** The scores that the browser keeps for all pages of this address; null when it keeps none at all. */
+/** The scores that the browser keeps for all pages of this address. */
 function loadScores() {
-  let text = null;
-  try {
-    text = localStorage.getItem(keptScores);
-  } catch {
-    return null;
-  }
-  try {
-    const kept = JSON.parse(text);
-    return Array.isArray(kept) ? kept.filter(isScore).slice(-mostScores) : [];
-  } catch {
-    return [];
-  }
+  const scores = kept("localStorage", keptScores, []);
+  return Array.isArray(scores) ? scores.filter(isScore).slice(-mostScores) : [];
 }
 
-/** Gives whether the browser has kept them. Otherwise they last as long as the page. */
-function saveScores(scores) {
-  try {
-    localStorage.setItem(keptScores, JSON.stringify(scores));
-    return true;
-  } catch {
-    return false;
-  }
+/** An error with the side on which the driver sees the machine. */
+function errorText({ cross_track_error: error, drives_against: against }) {
+  if (error === null) return "no line";
+  return `${lengthWords(error)} ${seenByDriver(error, against) < 0 ? "left" : "right"} of the line`;
 }
 
 /** The tuning that a test was run with. */
@@ -53,7 +41,7 @@ const conditionsOf = ({ state, line, settings }) =>
 export class StepPanel {
   constructor(model) {
     this.model = model;
-    this.scores = loadScores() ?? [];
+    this.scores = loadScores();
     this.saved = true; // whether the browser keeps what is shown
     this.obstacleSaid = "";
     this.test = null;
@@ -73,10 +61,10 @@ export class StepPanel {
     say(element("step-status"), text, ...(bad ? ["bad"] : []));
   }
 
-  /** Says why no test can be run, for as long as that is so. */
+  /** Says why no test can be run, for as long as that is so, and when it is so no more. */
   sayObstacle(obstacle) {
-    this.say(obstacle, obstacle !== "");
-    this.obstacleSaid = obstacle;
+    this.say(obstacle || steady, obstacle !== "");
+    this.obstacleSaid = obstacle || steady;
   }
 
   /** Why no test can be run now; empty when one can. */
@@ -89,7 +77,7 @@ export class StepPanel {
       return `The implement is narrower than ${leastWidth} m: a shift of ${stepMetres} m would end steering.`;
     }
     if (this.steadiness.metres < steadyMetres) {
-      return `Not steady yet: drive ${steadyMetres} m within 2.5 cm of the line first.`;
+      return `Not steady yet: ${this.steadiness.metres.toFixed(0)} m of ${steadyMetres} m within 2.5 cm of the line.`;
     }
     return "";
   }
@@ -158,7 +146,7 @@ export class StepPanel {
   followObstacle() {
     if (this.obstacleSaid === "") return;
     const obstacle = this.obstacle();
-    if (obstacle !== this.obstacleSaid) this.sayObstacle(obstacle);
+    if ((obstacle || steady) !== this.obstacleSaid) this.sayObstacle(obstacle);
   }
 
   sample(state) {
@@ -170,7 +158,7 @@ export class StepPanel {
     test.samples.push({ distance, error: state.cross_track_error });
     const score = scoreStep(test.samples);
     if (score.outcome === "running") {
-      this.say(`Running: ${distance.toFixed(0)} m driven, ${errorFigure(state.cross_track_error, state.drives_against)} cm`);
+      this.say(`Running: ${distance.toFixed(0)} m driven, ${errorText(state)}`);
       return;
     }
     const settled = score.settled === null ? "did not settle" : `settled after ${score.settled.toFixed(1)} m`;
@@ -187,12 +175,12 @@ export class StepPanel {
 
   /** Takes over what other pages of this browser have scored, unless this one's own could not be kept. */
   reload() {
-    if (this.saved) this.scores = loadScores() ?? this.scores;
+    if (this.saved) this.scores = loadScores();
   }
 
   keep(scores) {
     this.scores = scores;
-    this.saved = saveScores(scores);
+    this.saved = keep("localStorage", keptScores, scores);
     this.showScores();
   }
 
@@ -209,7 +197,7 @@ export class StepPanel {
     const head = document.createElement("th");
     head.scope = "row";
     head.textContent = best ? `${score.number} ★` : score.number;
-    if (best) head.setAttribute("aria-label", `${score.number}, the best`);
+    if (best) head.setAttribute("aria-label", `${score.number} ★, the best`);
     row.append(head);
     const values = [
       score.settled === null ? "no" : `${score.coarse ? "≈ " : ""}${score.settled.toFixed(1)}`, (score.overshoot * 100).toFixed(1),

@@ -1,8 +1,11 @@
 // The stream of events. It is read with fetch() and not with EventSource, which neither tells of
 // heartbeats nor of the reason of a refusal.
 
-/** After this long without anything, heartbeats included, the service counts as lost. */
+/** After this long without anything, heartbeats included, what is shown counts as old. */
+export const quietMilliseconds = 700;
+/** After this long the service counts as lost. */
 export const silenceMilliseconds = 2000;
+const watchMilliseconds = 100;
 const retryMilliseconds = 1000;
 
 /** Takes server-sent events apart as they arrive, in pieces of any length. */
@@ -64,16 +67,19 @@ function attempt(handler, ...values) {
  * of one address: were the stream of a hidden page to hold one, the buttons of the one that is seen
  * would wait for it.
  *
- * `heard` is called with the name and the value of each event, `connected` when a stream begins,
- * `lost` with the reason when it ends or falls silent, `rested` when it ends because the page is hidden.
+ * `heard` is called with the name and the value of each event, `connected` when a stream begins, `quiet` with
+ * true when nothing comes any more and with false when something does again, `lost` with the reason when it
+ * ends or stays silent, `rested` when it ends because the page is hidden.
  */
 export class Stream {
-  constructor({ heard, connected, lost, rested }) {
-    Object.assign(this, { heard, connected, lost, rested });
+  constructor({ heard, connected, quiet, lost, rested }) {
+    Object.assign(this, { heard, connected, quiet, lost, rested });
     this.lastHeard = 0;
+    this.isQuiet = false;
+    this.isConnected = false;
     this.opening = null;
     this.resting = false;
-    setInterval(() => this.watch(), 250);
+    setInterval(() => this.watch(), watchMilliseconds);
     document.addEventListener("visibilitychange", () => this.rest());
     this.run();
   }
@@ -84,10 +90,16 @@ export class Stream {
   }
 
   watch() {
+    if (this.isConnected && !this.isQuiet && this.silence() > quietMilliseconds) this.setQuiet(true);
     if (this.opening !== null && this.silence() > silenceMilliseconds) {
       this.reason = "Nothing has come for 2 s.";
       this.opening.abort();
     }
+  }
+
+  setQuiet(on) {
+    this.isQuiet = on;
+    attempt(this.quiet, on);
   }
 
   /** Gives the connection back when the page is hidden. */
@@ -108,6 +120,7 @@ export class Stream {
         ? "What the service tells cannot be read." : "The service does not answer."));
       this.opening.abort(); // whatever is left of it holds the connection no longer
       this.opening = null;
+      this.isConnected = false;
       if (this.resting) {
         attempt(this.rested);
       } else {
@@ -123,11 +136,14 @@ export class Stream {
     if (!response.ok) return `Refused: ${await refusal(response)}.`;
     const reader = response.body.pipeThrough(new TextDecoderStream()).getReader();
     const parser = new EventParser();
+    this.isConnected = true;
+    this.isQuiet = false;
     attempt(this.connected);
     for (;;) {
       const { done, value } = await reader.read();
       if (done) return "The service has closed the connection.";
       this.lastHeard = performance.now();
+      if (this.isQuiet) this.setQuiet(false);
       parser.take(value).forEach(({ event, data }) => attempt(this.heard, event, JSON.parse(data)));
     }
   }

@@ -92,6 +92,17 @@ export class Trail {
     points.forEach((point) => this.add(point));
   }
 
+  /** All points, the oldest first. */
+  points() {
+    const full = this.full.flatMap(({ points }) => points.slice(0, -1)); // its last is the next one's first
+    return [...full, ...this.open];
+  }
+
+  /** The smallest box around all of it; null without any. */
+  box() {
+    return this.length === 0 ? null : boxOf(this.points());
+  }
+
   /** The polylines to be drawn for a box of the world at a scale; the last is still growing. */
   within(box, scale) {
     const level = levelFor(scale);

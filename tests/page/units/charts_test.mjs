@@ -5,13 +5,13 @@ import { load } from "./page_modules.mjs";
 // The colours are their own names here.
 Object.assign(globalThis, {
   document: { documentElement: {} },
-  getComputedStyle: () => ({ getPropertyValue: (name) => name }),
+  getComputedStyle: () => ({ fontSize: "16px", getPropertyValue: (name) => name }),
   window: { devicePixelRatio: 1 },
 });
 const { History, drawErrors, drawSteering, scaleFor } = await load("charts.js");
 
 // Between its axes a chart is 300 pixels wide, 5 to a second, and 50 high to each side of its middle.
-const [left, right, top, middle, bottom] = [58, 358, 9, 59, 109];
+const [left, right, top, middle, bottom] = [74, 374, 9, 59, 109];
 
 /** A canvas that keeps what is drawn on it: the lines and areas with their colour and clip, the texts. */
 class Drawing {
@@ -53,7 +53,7 @@ class Drawing {
 function drawn(draw, values, stateOf) {
   const history = new History();
   values.forEach((value, time) => history.add({
-    time, cross_track_error: null, steering_angle: 0, desired_steering_angle: 0, ...stateOf(value),
+    time, x: 0, y: time, cross_track_error: null, steering_angle: 0, desired_steering_angle: 0, ...stateOf(value),
   }));
   const drawing = new Drawing();
   draw(drawing, history);
@@ -143,7 +143,7 @@ test("without any state the charts have axes alone", () => {
 });
 
 const state = (time, error = 0) =>
-  ({ time, cross_track_error: error, steering_angle: 0, desired_steering_angle: 0 });
+  ({ time, x: 0, y: 0, cross_track_error: error, steering_angle: 0, desired_steering_angle: 0 });
 
 test("the history is that of the last minute", () => {
   const history = new History();
@@ -165,10 +165,42 @@ test("errors are kept with the sign of the side on which the driver sees the mac
   assert.deepEqual(history.samples.map(({ error }) => error), [0.1, -0.1]);
 });
 
-test("the part in the band is that of the states with a line", () => {
+test("the part in the band is that of the states with a line, and says what it rests on", () => {
   const history = new History();
   history.add(state(0, null));
-  assert.equal(history.partInBand(), null);
+  assert.deepEqual([history.inBand(), history.inBandWords()], [null, "–"]);
   [0.025, -0.025, 0.026, -1].forEach((error, i) => history.add(state(i + 1, error)));
-  assert.equal(history.partInBand(), 0.5);
+  assert.deepEqual(history.inBand(), { part: 0.5, count: 4, seconds: 3, coarse: false });
+  assert.equal(history.inBandWords(), "50 % within 2.5 cm, of 4 states in 3 s");
+});
+
+for (const [metres, words] of [[1, "100 % within 2.5 cm, of 3 states in 10 s"],
+  [1.1, "≈ 100 % within 2.5 cm, of 3 states in 10 s"]]) {
+  test(`a part in the band of states ${metres} m apart is ${words.startsWith("≈") ? "rough" : "no rough one"}`, () => {
+    const history = new History();
+    [0, 1, 2].forEach((i) => history.add({ ...state(5 * i), x: i * metres }));
+    assert.equal(history.inBandWords(), words);
+  });
+}
+
+test("kept samples come before those that have come since, and only sound ones", () => {
+  const before = new History();
+  [1, 2, 3].forEach((time) => before.add(state(time, 0.1)));
+  const history = new History();
+  history.add(state(3));
+  history.restore(JSON.parse(JSON.stringify(before.samples)));
+  assert.deepEqual(history.samples.map(({ time }) => time), [1, 2, 3]);
+  for (const bad of [undefined, null, 7, [null], [{ time: 0 }], [{ ...before.samples[0], error: "0" }]]) {
+    history.restore(bad);
+    assert.equal(history.samples.length, 3);
+  }
+});
+
+test("a time that nothing is known of is a gap in the curve", () => {
+  const history = new History();
+  [0, 1, 2, 20, 21].forEach((time) => history.add(state(time, 0.01)));
+  const drawing = new Drawing();
+  drawErrors(drawing, history);
+  const { path } = drawing.line("--actual");
+  assert.deepEqual(path.map(({ begins }) => begins), [true, false, false, true, false]);
 });

@@ -19,12 +19,25 @@ for (const [error, against, words] of [
   });
 }
 
-for (const [error, figure] of [
-  [0.1234, "+12.3"], [-0.1234, "−12.3"], [0.0004, "0.0"], [-0.0004, "0.0"], [1.5, "+150"],
-  [0.9996, "+100"], [-12, "−1200"], [null, "–"],
+for (const [error, text, unit] of [
+  [0.1234, "+12.3", "cm"], [-0.1234, "−12.3", "cm"], [0.0004, "0.0", "cm"], [-0.0004, "0.0", "cm"],
+  [0.9994, "+99.9", "cm"], [0.9996, "+1.00", "m"], [1.5, "+1.50", "m"], [-12, "−12.0", "m"], [99.96, "+100", "m"],
+  [-715.326, "−715", "m"], [9999.6, "+10.0", "km"], [-123456, "−123", "km"], [4e9, "+>9999", "km"], [null, "–", ""],
 ]) {
-  test(`an error of ${error} m is shown as ${figure}`, () => {
-    assert.equal(guidance.errorFigure(error), figure);
+  test(`an error of ${error} m is shown as ${text} ${unit}`, () => {
+    assert.deepEqual(guidance.errorFigure(error), { text, unit });
+  });
+}
+
+for (const [error, against, angle, words] of [
+  [0.12, false, -0.1, "right of the line, the machine steers left"],
+  [0.12, false, 0.1, "right of the line, the machine steers right"],
+  [-0.12, true, 0, "right of the line, driven against its direction, the machine steers straight ahead"],
+  [0.01, true, 0.003, "on the line, the machine steers straight ahead"],
+  [null, false, 0.1, "no line"],
+]) {
+  test(`engaged, at ${error} m with the wheels at ${angle}, it reads: ${words}`, () => {
+    assert.equal(guidance.errorWords(error, against, { engaged: true, angle }), words);
   });
 }
 
@@ -37,9 +50,9 @@ for (const [error, side, lit] of [
 }
 
 test("against the line's direction figure, words and arrow are the driver's", () => {
-  assert.equal(guidance.errorFigure(0.12, true), "−12.0");
-  assert.equal(guidance.errorFigure(0, true), "0.0");
-  assert.equal(guidance.errorFigure(null, true), "–");
+  assert.equal(guidance.errorFigure(0.12, true).text, "−12.0");
+  assert.equal(guidance.errorFigure(0, true).text, "0.0");
+  assert.equal(guidance.errorFigure(null, true).text, "–");
   assert.equal(guidance.sideToSteerTo(0.12, true), 1);
   assert.match(guidance.lightbarWords(0.12, true), /−12.0 centimetres, left of the line.*steer right/);
 });
@@ -50,7 +63,7 @@ test("without a line no light burns", () => {
 
 for (const [metres, against, words] of [
   [0, false, "0 cm"], [0, true, "0 cm"], [0.05, false, "5 cm right"], [-0.505, false, "50.5 cm left"],
-  [0.05, true, "5 cm left"], [-0.05, true, "5 cm right"],
+  [0.05, true, "5 cm left"], [-999.999, false, "1000 m left"], [-0.05, true, "5 cm right"],
 ]) {
   test(`a shift of ${metres} m ${against ? "against" : "along"} the line reads: ${words}`, () => {
     assert.equal(guidance.shiftWords(metres, against), words);

@@ -37,7 +37,7 @@ async function readOnce(t, body, heard) {
   Object.assign(globalThis, replaced);
   t.after(() => Object.assign(globalThis, kept));
   told.lost = await new Promise((lost) => {
-    new Stream({ lost, connected: () => {}, heard: (name) => { told.heard.push(name); heard(name); } });
+    new Stream({ lost, connected: () => {}, quiet: () => {}, heard: (name) => { told.heard.push(name); heard(name); } });
   });
   return told;
 }
