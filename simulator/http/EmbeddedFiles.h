@@ -1,6 +1,7 @@
 #ifndef KESTROVE_SIMULATOR_HTTP_EMBEDDEDFILES_H
 #define KESTROVE_SIMULATOR_HTTP_EMBEDDEDFILES_H
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -9,9 +10,11 @@ struct EmbeddedFile
 {
     std::string name;
     std::string content;
+    std::string compressed; ///< the same by gzip
+    std::string tag;        ///< another one for each other content: hexadecimal digits
 };
 
-/// The files of simulator/page/; made by EmbedFiles.cmake.
+/// The page, its icon, and its parts in one script; made by EmbedFiles.cmake.
 std::vector<EmbeddedFile> EmbeddedFiles();
 
 /// The content type that a browser must be told for a file, by the ending of its name.

@@ -23,12 +23,15 @@ constexpr int kReadsPerTurn = 16;
 constexpr int kSendBufferOfAStream = 8 * 1024;
 // A peer of a stream that has not read so much is sent no more: some fifty states.
 constexpr std::size_t kMostUnread = 32 * 1024;
+constexpr int kNotModified = 304;
 
 const char* ReasonOf(int status)
 {
     switch (status) {
     case 200:
         return "OK";
+    case kNotModified:
+        return "Not Modified";
     case 400:
         return "Bad Request";
     case 403:
@@ -58,8 +61,7 @@ const char* ReasonOf(int status)
 std::string HeadOf(int status, const std::string& type)
 {
     return "HTTP/1.1 " + std::to_string(status) + " " + ReasonOf(status) +
-           "\r\nCache-Control: no-store\r\n"
-           "Connection: close\r\n"
+           "\r\nConnection: close\r\n"
            "Content-Security-Policy: default-src 'self'; base-uri 'none'; form-action 'none'; "
            "frame-ancestors 'none'\r\n"
            "Content-Type: " +
@@ -67,6 +69,14 @@ std::string HeadOf(int status, const std::string& type)
            "\r\n"
            "Cross-Origin-Resource-Policy: same-origin\r\n"
            "X-Content-Type-Options: nosniff\r\n";
+}
+
+const char* const kNotKept = "Cache-Control: no-store\r\n";
+
+bool SaysWhoMayKeepIt(const ServedAnswer& answer)
+{
+    return std::any_of(answer.headers.begin(), answer.headers.end(),
+                       [](const auto& header) { return header.first == "Cache-Control"; });
 }
 
 } // namespace
@@ -238,7 +248,14 @@ void HttpConnectionC::Answer(const ServedAnswer& answer)
     for (const auto& [name, value] : answer.headers) {
         m_head += name + ": " + value + "\r\n";
     }
-    m_head += "Content-Length: " + std::to_string(answer.body->size()) + "\r\n\r\n";
+    if (!SaysWhoMayKeepIt(answer)) {
+        m_head += kNotKept;
+    }
+    // The length is that of the body which the peer has.
+    if (answer.status != kNotModified) {
+        m_head += "Content-Length: " + std::to_string(answer.body->size()) + "\r\n";
+    }
+    m_head += "\r\n";
     m_body = Request().method == "HEAD" ? std::make_shared<const std::string>() : answer.body;
     Limit(Clock::now() + m_patience.answer);
     Write();
@@ -257,7 +274,7 @@ void HttpConnectionC::Stream(Source source, PeerSocketC& peers, std::function<vo
     m_source = std::move(source);
     m_peers = &peers;
     m_ended = std::move(ended);
-    m_head = HeadOf(200, "text/event-stream") + "\r\n";
+    m_head = HeadOf(200, "text/event-stream") + kNotKept + "\r\n";
     Write();
     WaitToRead();
 }

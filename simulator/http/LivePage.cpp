@@ -1,9 +1,9 @@
 #include "simulator/http/LivePage.h"
 
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <functional>
-#include <map>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -14,11 +14,11 @@
 
 #include "runtime/SignalsBlocked.h"
 #include "simulator/guidance/LongWork.h"
-#include "simulator/http/EmbeddedFiles.h"
 #include "simulator/http/EventFeed.h"
 #include "simulator/http/HttpServer.h"
 #include "simulator/http/LoopGate.h"
 #include "simulator/http/PageCommands.h"
+#include "simulator/http/PageFiles.h"
 #include "simulator/http/PageValues.h"
 #include "simulator/http/PageWatch.h"
 #include "simulator/http/RequestCheck.h"
@@ -40,22 +40,6 @@ using ConnectionPtr = std::shared_ptr<HttpConnectionC>;
 ServedAnswer JsonAnswer(PageAnswer answer)
 {
     return {answer.status, kJson, std::make_shared<const std::string>(std::move(answer.json)), {}};
-}
-
-std::map<std::string, ServedAnswer> AnswersWithFiles()
-{
-    std::map<std::string, ServedAnswer> answers;
-    for (EmbeddedFile& file : EmbeddedFiles()) {
-        const ServedAnswer answer{200,
-                                  ContentTypeOf(file.name),
-                                  std::make_shared<const std::string>(std::move(file.content)),
-                                  {}};
-        answers["/" + file.name] = answer;
-        if (file.name == "index.html") {
-            answers["/"] = answer;
-        }
-    }
-    return answers;
 }
 
 bool IsLong(const Answer& answer)
@@ -139,11 +123,10 @@ private:
     void Serve(const ConnectionPtr& connection)
     {
         const ServedRequest& request = connection->Request();
-        const auto file = m_files.find(request.path);
         if (request.method == "POST") {
             Carry(connection);
-        } else if (file != m_files.end()) {
-            connection->Answer(file->second);
+        } else if (const auto file = m_files.AnswerTo(request)) {
+            connection->Answer(*file);
         } else if (request.path == "/events") {
             m_viewers.Add(connection);
         } else if (request.path == "/trail") {
@@ -299,8 +282,8 @@ private:
             [this, connection, points, end] {
                 Do(
                     points->size() > static_cast<std::size_t>(kLongList), connection,
-                    [points, end] {
-                        return PageAnswer{200, TrailJson(*points, *end)};
+                    [points, end, run = m_run] {
+                        return PageAnswer{200, TrailJson(*points, *end, run)};
                     },
                     [connection](PageAnswer answer) {
                         connection->Answer(JsonAnswer(std::move(answer)));
@@ -330,7 +313,9 @@ private:
     asio::executor_work_guard<asio::io_context::executor_type> m_work{m_loop.get_executor()};
     ServiceCoreC& m_core;
     const TrailC& m_trail;
-    const std::map<std::string, ServedAnswer> m_files = AnswersWithFiles();
+    const PageFilesC m_files;
+    const std::string m_run =
+        std::to_string(std::chrono::system_clock::now().time_since_epoch().count());
     std::atomic<bool> m_viewersAreCalled{false};
     EventFeedC m_feed;
     LoopGateC m_gate;

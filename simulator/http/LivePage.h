@@ -16,7 +16,7 @@
 /// How long the live page waits for what.
 struct LivePageTimes
 {
-    std::chrono::milliseconds heartbeat{1000};  ///< of silence, before a viewer is sent a comment
+    std::chrono::milliseconds heartbeat{500};   ///< of silence, before a viewer is sent a comment
     std::chrono::milliseconds slowViewer{5000}; ///< without taking anything, before it gives way
     std::chrono::milliseconds oldViewer{30000}; ///< of viewing, before it gives way
     std::chrono::milliseconds stalledPeer{120000}; ///< for a viewer to take anything

@@ -34,9 +34,9 @@ std::vector<Point> TrailC::Points() const
     return points;
 }
 
-std::string TrailJson(const std::vector<Point>& points, double end)
+std::string TrailJson(const std::vector<Point>& points, double end, const std::string& run)
 {
     return nlohmann::json{
-        {"interval", TrailC::kInterval}, {"end", end}, {"points", PointsJson(points)}}
+        {"interval", TrailC::kInterval}, {"end", end}, {"run", run}, {"points", PointsJson(points)}}
         .dump();
 }

@@ -38,6 +38,7 @@ private:
 /// The trail as the page reads it.
 ///
 /// @param end the time of the last position, seconds.
-std::string TrailJson(const std::vector<Point>& points, double end);
+/// @param run another text for each start of the service.
+std::string TrailJson(const std::vector<Point>& points, double end, const std::string& run);
 
 #endif

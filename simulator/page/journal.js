@@ -3,7 +3,7 @@ import { keep, kept } from "./kept.js";
 import { say, sayFailure } from "./messages.js";
 import { clock } from "./readings.js";
 import { shiftWords } from "./guidance.js";
-import { trail as loadTrail } from "./service.js";
+import { loadTrail } from "./service.js";
 
 const element = (id) => document.getElementById(id);
 const keptEntries = "what-has-happened";

@@ -17,7 +17,7 @@ import { degrees } from "./geometry.js";
 import { forgetUnanswered, say } from "./messages.js";
 import { keep, kept } from "./kept.js";
 import { listenToKeys } from "./keys.js";
-import { trail as loadTrail } from "./service.js";
+import { loadTrail } from "./service.js";
 import { whenPaletteChanges } from "./palette.js";
 
 const element = (id) => document.getElementById(id);

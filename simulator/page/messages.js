@@ -18,8 +18,8 @@ export function say(place, text, ...kinds) {
 }
 
 /** Has what a place says end as soon as `holds` of the newest state is false, which it may be at first. */
-function untilNot(place, holds) {
-  lasting.set(place, { holds, seen: false, since: performance.now() });
+function untilNot(place, holds, before) {
+  lasting.set(place, { holds, seen: before !== null && holds(before), since: performance.now() });
 }
 
 /** Takes a new state in: what was said of another one ends. */
@@ -31,8 +31,8 @@ export function endMessages(state) {
   }
 }
 
-const sameSteering = (before) => (state) => before === null
-  || (state.engage_state_name === before.engage_state_name && state.navigating === before.navigating);
+const sameSteering = (before) => (state) =>
+  state.engage_state_name === before.engage_state_name && state.navigating === before.navigating;
 
 /** Says why a request failed, or who refused it. */
 export function sayFailure(place, error, hint = "") {
@@ -55,10 +55,10 @@ export async function report(place, request, said, { hint = "", holds = null, be
     const reply = await request;
     if (done(reply)) {
       say(place, said);
-      if (holds !== null) untilNot(place, holds);
+      if (holds !== null) untilNot(place, holds, before);
     } else {
       say(place, `Refused: ${reply.reasons.join("; ") || "the service gives no reason"}`, "bad");
-      if (before !== null) untilNot(place, sameSteering(before));
+      if (before !== null) untilNot(place, sameSteering(before), before);
     }
     return reply;
   } catch (error) {

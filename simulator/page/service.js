@@ -41,7 +41,7 @@ export const setLine = (text) => post("/wayline", { text });
 export const lineText = () => request("/wayline", {});
 
 /** Where the machine has been: {interval, end, points}. */
-export const trail = () => request("/trail", {});
+export const loadTrail = () => request("/trail", {});
 
 /**
  * Whether a reply says that something was done. The status leads lists; an operation without a reply of its

@@ -5,7 +5,8 @@
 export const quietMilliseconds = 700;
 /** After this long the service counts as lost. */
 export const silenceMilliseconds = 2000;
-const watchMilliseconds = 100;
+/** So often that is looked at. */
+export const watchMilliseconds = 100;
 const retryMilliseconds = 1000;
 
 /** Takes server-sent events apart as they arrive, in pieces of any length. */

@@ -209,13 +209,13 @@ test("against the line's direction figure, words, arrow and lights are the drive
   assert.ok(Number(await page.locator(".lightbar .lit").last().getAttribute("data-place")) < 0);
 });
 
-test("what stands in the way of a step test is told for as long as it does", async () => {
+test("what stands in the way of a step test is told for as long as it does, and when it does no more", async () => {
   await setLine(page, [0, 0], [0, 100]);
   await page.locator("#step-run").click();
   await page.locator("#step-status.bad", { hasText: "Engage first" }).waitFor();
   await engage(page);
   await page.locator("#step-status.bad", { hasText: "Not steady yet" }).waitFor();
-  await page.locator("#step-status:not(.bad)", { hasText: /^$/ }).waitFor({ state: "attached" });
+  await page.locator("#step-status:not(.bad)", { hasText: "Steady: the step test can be run" }).waitFor();
 });
 
 test("steering is engaged by the keyboard alone", async () => {
@@ -278,6 +278,31 @@ test("the step test scores two tunings beside each other", async () => {
   }
   const rough = await page.locator("#scores td", { hasText: "≈" }).count(); // on a machine that is busy
   assert.equal(await page.locator("#scores tr.best").count(), rough < 2 ? 1 : 0);
+});
+
+test("a drive is recorded by buttons and becomes the line", async () => {
+  await page.locator("#record-curve").click();
+  await page.locator("#record-words", { hasText: "A-B curve" }).waitFor();
+  await page.locator("#record-words", { hasText: / [3-9]\.\d+ m so far/ }).waitFor();
+  await page.locator("#record-end").click();
+  await page.locator("#record-status", { hasText: "was recorded" }).waitFor();
+  assert.equal((await navctl("get-wayline")).trim()[0], "4");
+});
+
+test("a new line for an engaged machine moves it by as much as the question says", async () => {
+  await setLine(page, [0, 0], [0, 100]);
+  await engage(page);
+  await page.locator("#error-words", { hasText: "on the line" }).waitFor();
+  await page.locator("#x0").fill("0.6");
+  await page.locator("#x1").fill("0.6");
+  await page.locator("#line-form [type=submit]").click();
+  await page.locator("#question", { hasText: /moves about (5|6)\d\.\d cm to the right/ }).waitFor();
+  assert.equal(Number((await navctl("get-wayline")).trim().split(/\s+/)[1]), 0);
+  await page.locator("#question-yes").click();
+  await page.locator("#line-status", { hasText: "is set" }).waitFor();
+  await page.locator("#error-words", { hasText: "left of the line" }).waitFor();
+  await page.locator("#engage-state[data-state=engaged]").waitFor();
+  await page.locator("#error-words", { hasText: "on the line" }).waitFor();
 });
 
 test("two tabs of a browser keep their scores together", async () => {

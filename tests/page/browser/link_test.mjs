@@ -28,12 +28,12 @@ async function showsTheLoss(page) {
   await page.locator("#message.bad", { hasText: "Not sent" }).waitFor();
 }
 
-async function showsTheReturn(page) {
+async function showsTheReturn(page, said = "") {
   await page.locator("#lost").waitFor({ state: "hidden" });
   await page.locator("#connection", { hasText: "● connected" }).waitFor();
   assert.equal(await page.locator("#engage").isDisabled(), false);
   assert.equal(await page.locator("#sliders input").first().isDisabled(), false);
-  assert.equal(await page.locator("#message").textContent(), "");
+  await until(async () => await page.locator("#message").textContent() === said, `"${said}" is said`);
   const time = await page.locator("#fact-time").textContent();
   await until(async () => await page.locator("#fact-time").textContent() !== time, "time goes on");
 }
@@ -44,7 +44,7 @@ test("a killed service shows as lost, and comes back by itself", async () => {
   await first.end("SIGKILL");
   await showsTheLoss(page);
   const second = await startSimulator("--port", "0", "--speed", "2", "--http", new URL(first.page).port);
-  await showsTheReturn(page);
+  await showsTheReturn(page, "The service has been started anew: line and settings are what it has kept.");
   await page.context().close();
   assert.equal(await second.end(), 0);
 });
@@ -58,6 +58,27 @@ test("a service that hangs shows as lost, and comes back by itself", async () =>
   await showsTheReturn(page);
   await page.context().close();
   assert.equal(await simulator.end(), 0);
+});
+
+test("the page comes by two requests, compressed, and is not sent again to who has it", async () => {
+  const simulator = await startSimulator("--port", "0", "--speed", "2");
+  const page = await (await browser.newContext()).newPage();
+  const parts = [];
+  page.on("response", async (response) => {
+    const { pathname } = new URL(response.url());
+    if (["/events", "/trail", "/command"].includes(pathname)) return;
+    parts.push(response.allHeaders().then((headers) => [pathname, headers["content-encoding"], headers.etag]));
+  });
+  await page.goto(simulator.page);
+  await page.locator("#connection", { hasText: "● connected" }).waitFor();
+  const [document_, script] = await Promise.all(parts);
+  assert.deepEqual([parts.length, document_.slice(0, 2), script.slice(0, 2)],
+    [2, ["/", "gzip"], ["/page.js", "gzip"]]);
+  const again = await fetch(`${simulator.page}page.js`,
+    { headers: { "Accept-Encoding": "gzip", "If-None-Match": script[2] } });
+  assert.equal(again.status, 304);
+  await page.context().close();
+  await simulator.end();
 });
 
 test("a viewer too many is told so, and served when there is room", async () => {

@@ -1,13 +1,32 @@
 // A service that says what a test tells it to, and when; the page and its files are the real ones.
-import { basename, extname } from "node:path";
+import { basename, extname, join } from "node:path";
+import { mkdtempSync, rmSync } from "node:fs";
 import { createServer } from "node:http";
+import { execFileSync } from "node:child_process";
 import { fileURLToPath } from "node:url";
 import { readFile } from "node:fs/promises";
 import { text } from "node:stream/consumers";
+import { tmpdir } from "node:os";
 import { until } from "./programs.mjs";
 
 const files = new URL("../../../simulator/page/", import.meta.url);
+const bundling = new URL("../../../simulator/http/BundlePage.cmake", import.meta.url);
 const types = { ".html": "text/html", ".js": "text/javascript", ".css": "text/css", ".svg": "image/svg+xml" };
+
+/** The page's parts as one script, put together as for the program. */
+const script = (() => {
+  const folder = mkdtempSync(join(tmpdir(), "live-page-script-"));
+  process.on("exit", () => rmSync(folder, { recursive: true }));
+  const output = join(folder, "page.js");
+  execFileSync("cmake", ["-D", `FOLDER=${fileURLToPath(files)}`, "-D", `OUTPUT=${output}`,
+    "-P", fileURLToPath(bundling)]);
+  return output;
+})();
+
+/** Has a page not count how long nothing has come: a machine that is busy may be silent for long. */
+export function ignoreSilence() {
+  window.setInterval = () => 0;
+}
 
 /** A state with all that the page wants of it. */
 const state = (time, [x, y], others) => ({
@@ -33,12 +52,15 @@ export const settings = {
   implement_width: 3, implement_offset: 0, nudge: 0, field_offset: 0, splines_use_implement_offset: false,
 };
 
-/** Keeps the answers that were asked for, the streams and the trails: a test writes them. */
+/** Keeps what was asked for, the streams and the trails: a test writes them. Streams have heartbeats. */
 class ScriptedService {
   /** @param remembers whether who connects anew is told the newest of each event, as by the real one. */
   constructor(remembers) {
     this.newest = remembers ? new Map() : null;
-    this.beats = setInterval(() => this.streams.forEach((stream) => stream.write(": heartbeat\n\n")), 200);
+    this.isSilent = false;
+    this.beats = setInterval(() => {
+      if (!this.isSilent) this.streams.forEach((stream) => stream.write(": heartbeat\n\n"));
+    }, 200);
     this.streams = [];
     this.trails = [];
     this.posted = [];
@@ -60,17 +82,19 @@ class ScriptedService {
     return response.end('{"result":1,"reasons":[]}');
   }
 
-  async answer(path, response) {
-    const asked = { "/trail": this.trails, "/events": this.streams }[path];
+  async answer(url, response) {
+    const asked = { "/trail": this.trails, "/events": this.streams }[url];
+    if (asked === this.streams && this.isSilent) return; // who asks waits
     if (asked !== undefined) {
-      const type = path === "/trail" ? "application/json" : "text/event-stream";
+      const type = url === "/trail" ? "application/json" : "text/event-stream";
       // Its head goes at once: a browser asks no second time before it knows that it may not keep it.
       response.writeHead(200, { "Cache-Control": "no-store", "Content-Type": type }).flushHeaders();
       asked.push(response);
       if (asked === this.streams) this.newest?.forEach((event) => response.write(event));
     } else {
-      const name = path === "/" ? "index.html" : basename(path);
-      const file = await readFile(fileURLToPath(new URL(name, files))).catch(() => null);
+      const name = url === "/" ? "index.html" : basename(url);
+      const path = name === "page.js" ? script : fileURLToPath(new URL(name, files));
+      const file = await readFile(path).catch(() => null);
       response.writeHead(file === null ? 404 : 200, { "Content-Type": types[extname(name)] ?? "text/plain" });
       response.end(file);
     }
@@ -93,6 +117,9 @@ class ScriptedService {
   tell(time, place, others = {}) {
     this.send("state", state(time, place, others));
   }
+
+  /** Sends no heartbeats and begins no stream any more, or does again. */
+  fallSilent(on) { this.isSilent = on; }
 
   end() {
     clearInterval(this.beats);

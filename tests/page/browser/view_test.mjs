@@ -3,7 +3,7 @@
 import { after, before, test } from "node:test";
 import assert from "node:assert/strict";
 import { join } from "node:path";
-import { line, settings, startScriptedService } from "./scripted_service.mjs";
+import { ignoreSilence, line, settings, startScriptedService } from "./scripted_service.mjs";
 import { startBrowser } from "./browser.mjs";
 
 const usualLetters = 16;
@@ -48,6 +48,7 @@ async function keepPicture(page, name) {
 async function openWindow({ width, height, letters, ...options }) {
   const context = await browser.newContext({ viewport: { width, height }, ...options });
   const page = await context.newPage();
+  await page.addInitScript(ignoreSilence);
   const session = await context.newCDPSession(page);
   await session.send("Page.enable");
   await session.send("Page.setFontSizes", { fontSizes: { standard: letters, fixed: letters } });
@@ -73,9 +74,8 @@ async function playScene(page, { others, isLost, state }) {
 }
 
 /** All that can be scrolled: to its end to both sides, and to each control in it. What is not in view meanwhile. */
-async function outOfView([word, reason]) {
+function outOfView([word, reason]) {
   document.querySelectorAll("details").forEach((details) => { details.open = true; });
-  const frame = () => new Promise((resolve) => { requestAnimationFrame(() => resolve()); });
   const problems = [];
   const isSeen = (node) => {
     const { left, top, right, bottom, width, height } = node.getBoundingClientRect();
@@ -99,7 +99,6 @@ async function outOfView([word, reason]) {
   for (const node of scrolled) {
     for (const part of [0.25, 0.5, 0.75, 1]) {
       node.scrollTo({ top: node.scrollHeight * part, left: node.scrollWidth * part, behavior: "instant" });
-      await frame();
       look(`with ${node.className || node.tagName} scrolled to ${part}`);
     }
   }
@@ -107,7 +106,6 @@ async function outOfView([word, reason]) {
     if (!node.checkVisibility()) continue;
     node.focus();
     node.scrollIntoView({ block: "center" });
-    await frame();
     look(`with ${node.id || node.outerHTML.slice(0, 40)} in the middle`);
   }
   return [...new Set(problems)];

@@ -2,7 +2,7 @@ import assert from "node:assert/strict";
 import test from "node:test";
 import { load } from "./page_modules.mjs";
 
-const { EventParser, Stream } = await load("stream.js");
+const { EventParser, Stream, quietMilliseconds, watchMilliseconds } = await load("stream.js");
 const { command, newestOnly } = await load("service.js");
 const text = 'retry: 1000\n\nevent: state\ndata: {"x":1}\n\n: heartbeat\n\nevent: line\ndata: {"y":2}\n\n';
 const events = [{ event: "state", data: '{"x":1}' }, { event: "line", data: '{"y":2}' }];
@@ -84,3 +84,9 @@ for (const [name, failure, message] of [
     assert.ok(limit instanceof AbortSignal);
   });
 }
+
+test("what is shown counts as old within a second, and later than a heartbeat comes", () => {
+  const heartbeatMilliseconds = 500; // the service's
+  assert.ok(quietMilliseconds + watchMilliseconds <= 1000);
+  assert.ok(quietMilliseconds > heartbeatMilliseconds);
+});

@@ -31,7 +31,7 @@ TEST(Page, IsServedWithWhatKeepsItToItself)
     EXPECT_EQ(200, answer.status);
     EXPECT_NE(std::string::npos, answer.body.find("<!DOCTYPE html>"));
     for (const char* header :
-         {"Content-Type: text/html; charset=utf-8\r\n", "Cache-Control: no-store\r\n",
+         {"Content-Type: text/html; charset=utf-8\r\n", "Cache-Control: no-cache\r\n",
           "Content-Security-Policy: default-src 'self'; base-uri 'none'; form-action 'none'; "
           "frame-ancestors 'none'\r\n",
           "X-Content-Type-Options: nosniff\r\n", "Cross-Origin-Resource-Policy: same-origin\r\n",
@@ -54,6 +54,106 @@ TEST(Page, IsServedWithAllItsFilesByteForByte)
                   answer.head.find("Content-Type: " + ContentTypeOf(file.name) + "\r\n"))
             << file.name << answer.head;
     }
+}
+
+/// The value of a header; empty without it.
+std::string HeaderOf(const HttpAnswer& answer, const std::string& name)
+{
+    const std::size_t begin = answer.head.find("\r\n" + name + ": ");
+    if (begin == std::string::npos)
+        return {};
+    const std::size_t value = begin + name.size() + 4;
+    return answer.head.substr(value, answer.head.find("\r\n", value) - value);
+}
+
+HttpAnswer AskForScript(const RunningPage& page, const std::vector<std::string>& headers)
+{
+    return Ask(page.Port(), {"GET", "/page.js", "", headers, ""});
+}
+
+TEST(Page, IsCompressedForWhoTakesThatAlone)
+{
+    const RunningPage page;
+    const struct
+    {
+        const char* accepted;
+        bool isCompressed;
+    } rows[] = {{"gzip, deflate, br", true},
+                {"br;q=1.0, GZip;q=0.8", true},
+                {"*", true},
+                {"gzip;q=0", false},
+                {"gzip;q=0.000, *", false},
+                {"identity", false},
+                {"xgzip", false},
+                {"*;q=0", false}};
+    std::vector<EmbeddedFile> files = EmbeddedFiles();
+    const auto script = std::find_if(files.begin(), files.end(), [](const EmbeddedFile& file) {
+        return file.name == "page.js";
+    });
+    ASSERT_NE(files.end(), script);
+    EXPECT_LT(script->compressed.size(), script->content.size() / 2);
+
+    for (const auto& row : rows) {
+        const HttpAnswer answer =
+            AskForScript(page, {std::string("Accept-Encoding: ") + row.accepted});
+
+        EXPECT_EQ(row.isCompressed ? "gzip" : "", HeaderOf(answer, "Content-Encoding"))
+            << row.accepted;
+        EXPECT_EQ(row.isCompressed ? script->compressed : script->content, answer.body)
+            << row.accepted;
+        EXPECT_EQ("Accept-Encoding", HeaderOf(answer, "Vary")) << row.accepted;
+    }
+}
+
+TEST(Page, IsNotSentAgainToWhoHasIt)
+{
+    const RunningPage page;
+    const std::string plain = HeaderOf(AskForScript(page, {}), "ETag");
+    const std::string gzip = HeaderOf(AskForScript(page, {"Accept-Encoding: gzip"}), "ETag");
+    ASSERT_NE(plain, gzip);
+    ASSERT_EQ('"', plain.front());
+
+    const struct
+    {
+        std::vector<std::string> headers;
+        int status;
+    } rows[] = {{{"If-None-Match: " + plain}, 304},
+                {{"If-None-Match: \"other\", W/" + plain}, 304},
+                {{"If-None-Match: *"}, 304},
+                {{"If-None-Match: " + gzip}, 200},
+                {{"If-None-Match: \"other\""}, 200},
+                {{"If-None-Match: " + gzip, "Accept-Encoding: gzip"}, 304},
+                {{"If-None-Match: " + plain, "Accept-Encoding: gzip"}, 200}};
+    for (const auto& row : rows) {
+        const HttpAnswer answer = AskForScript(page, row.headers);
+
+        EXPECT_EQ(row.status, answer.status) << row.headers.front();
+        EXPECT_EQ(row.status == 304, answer.body.empty()) << row.headers.front();
+        EXPECT_EQ("no-cache", HeaderOf(answer, "Cache-Control")) << row.headers.front();
+    }
+}
+
+TEST(Page, KeepsWhatIsOfNowOutOfEveryStore)
+{
+    const RunningPage page;
+    for (const char* path : {"/trail", "/wayline", "/nothing"}) {
+        EXPECT_EQ("no-store",
+                  HeaderOf(Ask(page.Port(), {"GET", path, "", {}, ""}), "Cache-Control"))
+            << path;
+    }
+}
+
+TEST(Page, TrailNamesTheRunOfTheService)
+{
+    const auto runOf = [](const RunningPage& page) {
+        return json::parse(Ask(page.Port(), {"GET", "/trail", "", {}, ""}).body)["run"]
+            .get<std::string>();
+    };
+    const RunningPage page;
+    const RunningPage other;
+
+    EXPECT_EQ(runOf(page), runOf(page));
+    EXPECT_NE(runOf(page), runOf(other));
 }
 
 TEST(Page, IsServedOnBothLoopbackAddresses)
@@ -176,7 +276,7 @@ TEST(Requests, MayComeByteForByteAndHalfClosed)
 {
     const RunningPage page;
     HttpPeer peer(page.Port());
-    for (const char byte : BytesOf({"GET", "/page.css", "", {}, ""}, page.Port())) {
+    for (const char byte : BytesOf({"GET", "/page.js", "", {}, ""}, page.Port())) {
         peer.Send(std::string(1, byte));
     }
     peer.EndSending();

@@ -1,0 +1,149 @@
+// That the page can be read and used by whoever sits before it: by the rules of axe, and by measure.
+import { after, before, test } from "node:test";
+import assert from "node:assert/strict";
+import { createRequire } from "node:module";
+import { join } from "node:path";
+import { readFile } from "node:fs/promises";
+import { ignoreSilence, line, settings, startScriptedService } from "./scripted_service.mjs";
+import { startBrowser } from "./browser.mjs";
+
+const axe = createRequire(join(process.env.NODE_MODULES, "axe-core/"))
+  .resolve("axe-core/axe.min.js");
+const usualLetters = 16;
+const leastTarget = 44; // CSS pixels, with letters of the usual size
+const following = { navigating: true, pass: 0, heading_error: 0, cross_track_error: 0.5, nudge: 0.05 };
+const states = {
+  "not ready": { ...following, engage_state_name: "not ready", why_not_engaged: ["a reason"] },
+  engaged: { ...following, engage_state: 2, engage_state_name: "engaged" },
+  dropped: { ...following, engage_state: 3, engage_state_name: "dropped", drop_reason: "another reason" },
+};
+const score = { number: 1, settled: 9, overshoot: 0, parameters: [1, 1, 1, 1], lookAhead: 1.6, speed: 2 };
+let browser;
+let service;
+
+before(async () => {
+  browser = await startBrowser();
+  service = await startScriptedService({ remembers: true });
+});
+
+after(async () => {
+  await browser.close();
+  await service.end();
+});
+
+/** Opens the page with all of it to be seen, in a state. */
+async function open(state, { letters = usualLetters, ...options } = {}) {
+  const context = await browser.newContext({ viewport: { width: 1280, height: 800 }, bypassCSP: true, ...options });
+  const page = await context.newPage();
+  await page.addInitScript(ignoreSilence);
+  const session = await context.newCDPSession(page);
+  await session.send("Page.enable");
+  await session.send("Page.setFontSizes", { fontSizes: { standard: letters, fixed: letters } });
+  await page.addInitScript((kept) => localStorage.setItem("step-test-scores", kept), JSON.stringify([score]));
+  const asked = service.streams.length;
+  await page.goto(service.page);
+  await service.asked(asked + 1);
+  service.trails.at(-1).end('{"interval":0.1,"end":0,"points":[],"run":"1"}');
+  service.send("settings", settings);
+  service.send("line", line);
+  service.tell(1, [0.5, 0], states[state]);
+  await page.locator(`#engage-state[data-state="${state}"]`).waitFor();
+  await page.locator(".slider").first().waitFor();
+  await page.evaluate(() => {
+    document.querySelectorAll("details").forEach((details) => { details.open = true; });
+    document.querySelector("#question-text").textContent = "A question?";
+    document.querySelector("#line-status").after(document.querySelector("#question"));
+    document.querySelector("#question").hidden = false;
+  });
+  return page;
+}
+
+for (const colorScheme of ["light", "dark"]) {
+  for (const state of Object.keys(states)) {
+    test(`axe finds nothing while ${state}, ${colorScheme}`, async () => {
+      const page = await open(state, { colorScheme });
+      await page.addScriptTag({ content: await readFile(axe, "utf8") });
+      const found = await page.evaluate(async () => {
+        const options = { rules: { "label-content-name-mismatch": { enabled: true }, "target-size": { enabled: true } } };
+        const { violations } = await window.axe.run(document, options);
+        return violations.map(({ id, impact, nodes }) => `${impact} ${id}: ${nodes.map(({ html }) => html.slice(0, 100))}`);
+      });
+      assert.deepEqual(found, []);
+      await page.context().close();
+    });
+  }
+}
+
+/** The controls that are smaller than a finger needs, with what belongs to them. */
+function smallTargets(least) {
+  const areaOf = (node) => {
+    const own = node.getBoundingClientRect();
+    const label = node.closest("label:has(input[type=checkbox], input[type=radio])")?.getBoundingClientRect() ?? own;
+    return [Math.max(own.width, label.width), Math.max(own.height, label.height)];
+  };
+  return [...document.querySelectorAll(":is(main, #question) :is(button, input, select, textarea, summary)")]
+    .filter((node) => node.checkVisibility() && areaOf(node).some((length) => length < least - 0.5))
+    .map((node) => `${node.id || node.outerHTML.slice(0, 60)}: ${areaOf(node)}`);
+}
+
+for (const letters of [usualLetters, 2 * usualLetters]) {
+  test(`with letters of ${letters} pixels everything has their scale, and targets are large enough for a finger`, async () => {
+    const page = await open("dropped", { letters });
+    assert.deepEqual(await page.evaluate(smallTargets, (leastTarget * letters) / usualLetters), []);
+    const small = await page.evaluate((least) =>
+      [...document.querySelectorAll(".legend li, #scores :is(th, td), .state, .why li, #log, .field > *")]
+        .filter((node) => Number.parseFloat(getComputedStyle(node).fontSize) < least && !node.matches("small"))
+        .map((node) => node.outerHTML.slice(0, 80)), 0.9 * letters);
+    assert.deepEqual(small, []);
+    await page.context().close();
+  });
+}
+
+/** How strong the edges of controls stand out from what is on both sides of them. */
+function weakEdges() {
+  const channels = (colour) => colour.match(/[\d.]+/g).map(Number);
+  const luminance = (colour) => {
+    const [red, green, blue] = channels(colour).map((value) => value / 255)
+      .map((value) => (value <= 0.04045 ? value / 12.92 : ((value + 0.055) / 1.055) ** 2.4));
+    return 0.2126 * red + 0.7152 * green + 0.0722 * blue;
+  };
+  const contrast = (a, b) => {
+    const [dark, light] = [luminance(a), luminance(b)].sort((x, y) => x - y);
+    return (light + 0.05) / (dark + 0.05);
+  };
+  const ground = (node) => {
+    const colour = getComputedStyle(node).backgroundColor;
+    return channels(colour)[3] === 0 ? ground(node.parentElement) : colour;
+  };
+  return [...document.querySelectorAll("main :is(input[type=number], select, textarea, button:not(:disabled))")]
+    .filter((node) => node.checkVisibility())
+    .map((node) => [node, contrast(getComputedStyle(node).borderTopColor, ground(node.parentElement))])
+    .filter(([, ratio]) => ratio < 3)
+    .map(([node, ratio]) => `${node.id || node.outerHTML.slice(0, 60)}: ${ratio.toFixed(2)}`);
+}
+
+for (const colorScheme of ["light", "dark"]) {
+  test(`edges of controls stand out three to one, ${colorScheme}`, async () => {
+    const page = await open("not ready", { colorScheme });
+    assert.deepEqual(await page.evaluate(weakEdges), []);
+    await page.context().close();
+  });
+}
+
+for (const [width, height] of [[1280, 800], [1024, 768], [800, 480], [360, 740]]) {
+  for (const letters of [usualLetters, 2 * usualLetters]) {
+    test(`at ${width} x ${height} with letters of ${letters} pixels nothing lies over the machine on the map`, async () => {
+      const page = await open("engaged", { letters, viewport: { width, height } });
+      const over = await page.evaluate(() => {
+        const map = document.querySelector("#map");
+        map.scrollIntoView({ block: "end" });
+        const { left, top, width: wide, height: high } = map.getBoundingClientRect();
+        const hit = (part) => document.elementFromPoint(left + wide / 2, top + high * part);
+        // Where the machine is, heading up and north up.
+        return [0.7, 0.5].map(hit).filter((node) => node !== map).map((node) => node?.outerHTML.slice(0, 80) ?? "nothing");
+      });
+      assert.deepEqual(over, []);
+      await page.context().close();
+    });
+  }
+}

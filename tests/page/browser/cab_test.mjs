@@ -1,0 +1,394 @@
+// What the driver in the cab relies on, by a service that says what a test has it say: nothing that is shown is
+// untrue, nothing moves the machine unasked, and what is there can be reached.
+import { after, afterEach, before, beforeEach, test } from "node:test";
+import assert from "node:assert/strict";
+import { readFile } from "node:fs/promises";
+import { ignoreSilence, line, settings, startScriptedService } from "./scripted_service.mjs";
+import { startBrowser } from "./browser.mjs";
+import { until } from "./programs.mjs";
+
+const following = { navigating: true, pass: 0, heading_error: 0, cross_track_error: 0.5, engage_state: 1,
+  engage_state_name: "ready" };
+const engaged = { ...following, engage_state: 2, engage_state_name: "engaged" };
+const dropped = { ...following, engage_state: 3, engage_state_name: "dropped", drop_reason: "the line went away" };
+let browser;
+let service;
+let page;
+let faults;
+
+before(async () => { browser = await startBrowser(); });
+after(() => browser.close());
+
+/** Counts the tones that the page makes. */
+function countTones() {
+  window.tones_ = 0;
+  window.AudioContext = class {
+    constructor() { Object.assign(this, { state: "suspended", currentTime: 0, destination: {} }); }
+
+    async resume() { this.state = "running"; }
+
+    createGain() { return { gain: {}, connect: () => ({ connect: () => {} }) }; }
+
+    createOscillator() {
+      const made = { frequency: {}, stop: () => {}, start: () => { window.tones_ += 1; } };
+      return Object.assign(made, { connect: (next) => next });
+    }
+  };
+}
+
+/** Answers what the page asks for when it begins, as a service in some run. */
+async function begin(run = "1", points = []) {
+  await until(() => service.trails.length > 0 && !service.trails.at(-1).writableEnded, "the page asks for the trail");
+  service.trails.at(-1).end(JSON.stringify({ interval: 0.1, end: 0, points, run }));
+}
+
+const shows = (name) => page.locator(`#engage-state[data-state="${name}"]`).waitFor();
+
+/** Has the service be in a state, and waits until the page shows that. */
+async function be(state, { time = 1, place = [0.5, 0] } = {}) {
+  service.tell(time, place, state);
+  await shows(state.engage_state_name);
+}
+
+beforeEach(() => open());
+
+/** Opens the page; `scripts` run in it before its own. */
+async function open(scripts = [countTones, ignoreSilence]) {
+  service = await startScriptedService({ remembers: true });
+  page = await (await browser.newContext({ viewport: { width: 1280, height: 900 } })).newPage();
+  faults = [];
+  page.on("pageerror", (error) => faults.push(error.message));
+  for (const script of scripts) await page.addInitScript(script);
+  await page.goto(service.page);
+  await service.asked(1);
+  await begin();
+  service.send("settings", settings);
+  service.send("line", line);
+  await be(following);
+}
+
+async function close() {
+  await page.context().close();
+  await service.end();
+  assert.deepEqual(faults, []);
+}
+
+afterEach(() => close());
+
+const text = (id) => page.locator(`#${id}`).textContent();
+const tones = () => page.evaluate(() => window.tones_);
+const operations = () => service.posted.map(({ operation, text: form }) => operation ?? form[0]);
+
+test("a drop is seen in frame, word and title, and heard", async () => {
+  await page.keyboard.press("Shift");
+  await be(engaged);
+  const frame = () => page.locator(".frame").evaluate((node) => {
+    const { borderTopColor, borderTopStyle } = getComputedStyle(node);
+    return [borderTopColor, borderTopStyle];
+  });
+  assert.match(await page.title(), /^● engaged/);
+  const before = await frame();
+  assert.equal(await tones(), 0);
+  await be(dropped);
+  assert.match(await page.title(), /^▲ DROPPED/);
+  assert.equal(await text("why-list"), "dropped: the line went away");
+  const [colour, style] = await frame();
+  assert.notEqual(colour, before[0]);
+  assert.notEqual(style, before[1]);
+  assert.ok(await tones() > 0);
+});
+
+test("the sound of a drop is switched off for good, and a drop that was before makes none", async () => {
+  await page.locator("#sound-on").uncheck();
+  await be(engaged);
+  await be(dropped);
+  assert.equal(await tones(), 0);
+  await page.reload();
+  await service.asked(2);
+  await begin();
+  await shows("dropped");
+  assert.equal(await page.locator("#sound-on").isChecked(), false);
+  await page.locator("#sound-on").check();
+  const tried = await tones();
+  assert.ok(tried > 0, "the switch lets it be heard");
+  await page.reload();
+  await service.asked(3);
+  await begin();
+  await shows("dropped");
+  await page.keyboard.press("Shift");
+  assert.equal(await tones(), 0);
+});
+
+test("what is said of a state ends with it", async () => {
+  await page.locator("#engage").click();
+  await page.locator("#message", { hasText: "Steering is engaged." }).waitFor();
+  await be(engaged);
+  assert.equal(await text("message"), "Steering is engaged.");
+  await be(dropped);
+  assert.equal(await text("message"), "");
+});
+
+test("what is said of a refusal ends with the state that it was refused in", async () => {
+  await page.route("**/command", (route) => route.fulfill({ json: { result: 0, reasons: ["not now"] } }));
+  await page.locator("#engage").click();
+  await page.locator("#message.bad", { hasText: "Refused: not now" }).waitFor();
+  await be({ ...following, engage_state: 0, engage_state_name: "not ready" });
+  assert.equal(await text("message"), "");
+});
+
+async function fillLine(x) {
+  for (const [id, value] of [["x0", x], ["y0", 0], ["x1", x], ["y1", 100]]) await page.locator(`#${id}`).fill(String(value));
+}
+
+test("a line is set at once while steering is not engaged", async () => {
+  await fillLine(0.5);
+  await page.locator("#line-form [type=submit]").click();
+  await page.locator("#line-status", { hasText: "is set" }).waitFor();
+  assert.deepEqual(operations(), ["0"]);
+});
+
+test("a line for an engaged machine asks first, says how far it moves, and leaves Disengage to be pressed", async () => {
+  await be(engaged);
+  await fillLine(1);
+  await page.locator("#line-form [type=submit]").click();
+  await page.locator("#question", { hasText: "The machine moves about 50.0 cm to the right at once." }).waitFor();
+  service.tell(2, [0.7, 4], engaged);
+  await page.locator("#question", { hasText: "moves about 30.0 cm to the right" }).waitFor();
+  assert.deepEqual(operations(), []);
+  await page.locator("#disengage").click();
+  await until(() => operations().length > 0, "a command");
+  assert.deepEqual(operations(), ["DisengageSteering"]);
+  assert.equal(await page.locator("#question").isVisible(), true);
+  await page.locator("#question-yes").click();
+  await page.locator("#line-status", { hasText: "is set" }).waitFor();
+  assert.deepEqual(operations(), ["DisengageSteering", "0"]);
+  assert.equal(await page.locator("#question").isVisible(), false);
+});
+
+for (const [button, words, operation] of [
+  ["clear-line", "steering ends", "clear_wayline"], ["clear-all", "steering ends", "ClearNavigation"],
+  ["record-curve", "steering ends", "start_wayline"], ["record-path", "steering ends", "start_wayline"],
+  ["nearest-pass", "moves about 50.0 cm to the left", "StartNavigation"],
+  ["line-itself", "moves about 50.0 cm to the left", "StartNavigation"],
+  ["start", "moves about 50.0 cm to the left", "StartNavigation"],
+]) {
+  test(`the button ${button} asks first while steering is engaged, and acts at once when it is not`, async () => {
+    await be(engaged);
+    await page.locator(`#${button}`).click();
+    await page.locator("#question", { hasText: words }).waitFor();
+    await page.keyboard.press("Escape");
+    assert.equal(await page.locator("#question").isVisible(), false);
+    await page.locator(`#${button}`).click();
+    await page.locator("#question-no").click();
+    assert.deepEqual(operations(), []);
+    await be(following);
+    await page.locator(`#${button}`).click();
+    await until(() => operations().length > 0, "a command");
+    assert.equal(operations()[0], operation);
+  });
+}
+
+test("a question is withdrawn when steering ends", async () => {
+  await be(engaged);
+  await page.locator("#clear-line").click();
+  await page.locator("#question").waitFor();
+  await be(dropped);
+  assert.equal(await page.locator("#question").isVisible(), false);
+  assert.match(await text("line-status"), /Nothing was changed/);
+  assert.deepEqual(operations(), []);
+});
+
+/** What the lights, the arrows and the machine look like. */
+const looks = () => page.evaluate(() => ({
+  light: getComputedStyle(document.querySelector(".lightbar .lit")).backgroundColor,
+  unlit: getComputedStyle(document.querySelector(".lightbar i:not(.lit)")).backgroundColor,
+  arrow: getComputedStyle(document.querySelector("#steer-left")).visibility,
+}));
+
+for (const error of [0.5, 0]) {
+  test(`at an error of ${error} m all that is measured looks old when nothing comes, and new when something does`, async () => {
+    await close();
+    await open([]);
+    await be({ ...following, cross_track_error: error });
+    await until(async () => {
+      const fresh = await looks();
+      return fresh.light !== fresh.unlit;
+    }, "a light that burns");
+    service.fallSilent(true);
+    await page.locator("body.old").waitFor();
+    const old = await looks();
+    assert.equal(old.light, old.unlit);
+    assert.equal(old.arrow, "hidden");
+    assert.doesNotMatch(await page.title(), /ready/);
+    service.fallSilent(false);
+    await page.locator("body:not(.old)").waitFor();
+    assert.match(await page.title(), /^○ ready/);
+  });
+}
+
+test("Disengage stands out while steering is engaged, and the words say what the machine does", async () => {
+  const colour = () => page.locator("#disengage").evaluate((node) => getComputedStyle(node).backgroundColor);
+  const calm = await colour();
+  assert.match(await text("error-words"), /→ steer left/);
+  await be({ ...engaged, steering_angle: -0.1 });
+  assert.notEqual(await colour(), calm);
+  assert.equal(await text("error-words"), "right of the line, the machine steers left");
+  assert.equal(await page.locator("#steer-left.now.machine").textContent(), "◀steers left");
+});
+
+test("far from a line the figure is in metres", async () => {
+  await be({ ...following, cross_track_error: -715.326 });
+  assert.deepEqual([await text("error-figure"), await text("error-unit")], ["−715", "m"]);
+  await be({ ...following, cross_track_error: null });
+  await until(async () => await text("error-figure") === "–", "no figure without a line");
+});
+
+/** Keeps for each drawing of the map where the trail ends, and where things are put. */
+function keepEnds() {
+  const { prototype } = CanvasRenderingContext2D;
+  const { beginPath, lineTo, stroke, translate, fillRect } = prototype;
+  const isMap = (context) => context.canvas.id === "map";
+  window.drawings_ = [];
+  prototype.fillRect = function begin(x, y, width, height) {
+    if (isMap(this) && width === this.canvas.clientWidth) window.drawings_.push({ end: null, places: [] });
+    fillRect.call(this, x, y, width, height);
+  };
+  prototype.beginPath = function forget() { this.end_ = null; beginPath.call(this); };
+  prototype.lineTo = function keep(x, y) { this.end_ = [x, y]; lineTo.call(this, x, y); };
+  prototype.stroke = function keep() {
+    if (isMap(this) && this.lineWidth === 2.5) window.drawings_.at(-1).end = this.end_;
+    stroke.call(this);
+  };
+  prototype.translate = function keep(x, y) {
+    if (isMap(this)) window.drawings_.at(-1)?.places.push([x, y]);
+    translate.call(this, x, y);
+  };
+}
+
+test("the trail ends under the machine while that is drawn on its way from state to state", async () => {
+  await page.addInitScript(keepEnds);
+  await page.reload();
+  await service.asked(2);
+  await begin("1", [[0, -20], [0, -10], [0.5, 0]]);
+  for (let i = 1; i <= 8; i += 1) {
+    service.tell(1 + 5 * i, [0.5, 12 * i], following);
+    await until(async () => await text("fact-time") === `00:${String(1 + 5 * i).padStart(2, "0")}`, "the state is shown");
+  }
+  const drawings = await page.evaluate(() => window.drawings_);
+  const withTrail = drawings.filter(({ end }) => end !== null);
+  assert.ok(withTrail.length >= 8, `${withTrail.length} drawings with a trail`);
+  const away = withTrail.filter(({ end, places }) => !places.some((place) =>
+    Math.hypot(place[0] - end[0], place[1] - end[1]) < 0.01));
+  assert.deepEqual(away, []);
+});
+
+test("Escape ends the setting of points and follows the machine again if it was followed before", async () => {
+  const follows = () => page.locator("#follow").getAttribute("aria-pressed");
+  await page.keyboard.press("p");
+  assert.equal(await follows(), "false");
+  await page.keyboard.press("Escape");
+  assert.equal(await follows(), "true");
+  await page.keyboard.press("f");
+  await page.keyboard.press("p");
+  await page.keyboard.press("Escape");
+  assert.equal(await follows(), "false");
+});
+
+test("the map stands still while points are set, however the machine drives and turns", async () => {
+  await page.keyboard.press("p");
+  await page.keyboard.press("Enter");
+  await page.locator("#line-status", { hasText: "Set point B" }).waitFor();
+  await be({ ...following, heading: 1.5 }, { time: 2, place: [15, 9] });
+  await until(async () => await text("fact-heading") === "086°", "the machine has turned");
+  await page.locator("#map").hover({ position: { x: 20, y: 20 } });
+  const middle = await page.locator("#map").boundingBox();
+  await page.mouse.click(middle.x + middle.width / 2, middle.y + middle.height / 2);
+  await page.locator("#line-status.bad", { hasText: "That is where the point before is" }).waitFor();
+});
+
+test("the charts survive a reload, but not another run of the service", async () => {
+  for (let i = 0; i < 10; i += 1) service.tell(2 + i, [0.5, i], { ...following, cross_track_error: 0.01 });
+  await page.locator("#history-words", { hasText: "of 11 states in 10 s" }).waitFor();
+  await page.reload();
+  await service.asked(2);
+  await begin();
+  await page.locator("#history-words", { hasText: "of 11 states in 10 s" }).waitFor();
+  await page.reload();
+  await service.asked(3);
+  await begin("2");
+  service.tell(12, [0.5, 10], following);
+  await page.locator("#history-words", { hasText: "of 2 states in 1 s" }).waitFor();
+});
+
+test("a restart of the service is told, whatever its time is", async () => {
+  service.streams.at(-1).destroy();
+  await service.asked(2);
+  service.tell(500, [0.5, 0], following);
+  await begin("2");
+  await page.locator("#message", { hasText: "has been started anew" }).waitFor();
+  await page.locator("#log", { hasText: "the service has been started anew" }).waitFor();
+});
+
+test("the log has what happened and when, and outlives a reload", async () => {
+  await be(engaged, { time: 61 });
+  service.tell(62, [0.5, 0], { ...engaged, nudge: 0.05 });
+  await page.locator("#fact-nudge", { hasText: "5 cm right" }).waitFor();
+  await be({ ...dropped, nudge: 0.05 }, { time: 63 });
+  service.send("line", { ...line, kind: 2, kind_name: "circle", length: 60 });
+  await page.locator("#log", { hasText: "line set: circle" }).waitFor();
+  const entries = async () => (await page.locator("#log li").allTextContents())
+    .map((entry) => entry.replace(/^\d\d:\d\d:\d\d /, ""));
+  const expected = ["(01:03)line set: circle", "(01:03)dropped: the line went away", "(01:02)nudged: 5 cm right",
+    "(01:01)engaged"];
+  assert.deepEqual(await entries(), expected);
+  await page.reload();
+  await service.asked(2);
+  await begin();
+  await shows("dropped");
+  assert.deepEqual((await entries()).slice(-expected.length), expected);
+});
+
+test("speeds are shown in kilometres an hour too", async () => {
+  await be({ ...following, speed: 2.5 });
+  assert.deepEqual([await text("fact-speed"), await text("fact-kmh")], ["2.5", "9.0"]);
+  await page.locator("#speed").fill("-1");
+  assert.equal(await text("speed-kmh"), "-3.6 km/h");
+});
+
+for (const [button, kind] of [["record-curve", 4], ["record-path", 5]]) {
+  test(`the button ${button} records from where the machine is to where it ends`, async () => {
+    await page.locator(`#${button}`).click();
+    await page.locator("#record-status", { hasText: "Recording" }).waitFor();
+    service.send("line", { ...line, kind, kind_name: "its kind", complete: false, recording: true, length: 12.5 });
+    await page.locator("#record-words", { hasText: "its kind, 12.5 m so far" }).waitFor();
+    await be({ ...following, heading: 0.1 }, { time: 2, place: [3, 40] });
+    await until(async () => await text("fact-heading") === "006°", "the machine has moved");
+    await page.locator("#record-end").click();
+    await page.locator("#record-status", { hasText: "was recorded" }).waitFor();
+    assert.deepEqual(service.posted, [
+      { operation: "start_wayline", arguments: [kind] },
+      { operation: "set_waypoint", arguments: [0, 0.5, 0, 0, 0] },
+      { operation: "set_waypoint", arguments: [1, 3, 40, 0, 0.1] },
+    ]);
+  });
+}
+
+test("the whole drive is shown, north up, and the track is saved as a table", async () => {
+  const points = [[0, 0], [0, 500], [300, 500.25]];
+  await page.reload();
+  await service.asked(2);
+  await begin("1", points);
+  await shows("ready");
+  await page.locator("#whole-drive").click();
+  assert.equal(await page.locator("#follow").getAttribute("aria-pressed"), "false");
+  assert.equal(await page.locator("#heading-up").getAttribute("aria-pressed"), "false");
+  const [download] = await Promise.all([
+    page.waitForEvent("download"),
+    page.locator("#save-track").click(),
+    until(() => service.trails.length === 3, "the track is asked for").then(() =>
+      service.trails.at(-1).end(JSON.stringify({ interval: 0.1, end: 12.3, points, run: "1" }))),
+  ]);
+  assert.equal(download.suggestedFilename(), "track.csv");
+  assert.equal(await readFile(await download.path(), "utf8"),
+    "time_s,east_m,north_m\n12.1,0,0\n12.2,0,500\n12.3,300,500.25\n");
+});
