@@ -57,10 +57,14 @@ const recording = new RecordPanel(model, question);
 const readings = new Readings();
 const journal = new Journal(model);
 
-function showHistory(state) {
-  history.add(state);
+function showInBand() {
   chartsOld = true;
   element("history-words").textContent = history.inBandWords();
+}
+
+function showHistory(state) {
+  history.add(state);
+  showInBand();
   const side = (angle) => `${Math.abs(degrees(angle)).toFixed(1)}° ${angle < 0 ? "left" : "right"}`;
   element("steering-words").textContent =
     `${side(state.steering_angle)}, desired ${side(state.desired_steering_angle)}`;
@@ -124,7 +128,7 @@ function takeRun(run) {
     if (before.run === run) history.restore(before.samples);
   }
   model.run = run;
-  chartsOld = true;
+  showInBand();
 }
 
 addEventListener("pagehide", () =>
