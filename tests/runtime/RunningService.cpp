@@ -17,8 +17,15 @@ CRunningService::CRunningService(EListenOn addresses, const MPIServerLimitsC& li
 
 CRunningService::~CRunningService()
 {
+    Stop();
+}
+
+void CRunningService::Stop()
+{
     m_loop.stop();
-    m_thread.join();
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
 }
 
 void CRunningService::On(const std::string& name, Action action)

@@ -46,6 +46,8 @@ public:
         });
     }
 
+    ~CSlowService() override { Stop(); }
+
     /// Answers the held requests and ends their holding.
     void LetGo()
     {

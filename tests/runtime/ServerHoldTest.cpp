@@ -35,6 +35,8 @@ public:
         });
     }
 
+    ~CHoldingService() override { Stop(); }
+
     /// Answers the held requests and ends their holding, the first first.
     void LetGo()
     {
