@@ -108,7 +108,8 @@ bool StartsAnew(const Events& events)
 /// is known by its times alone, so each has one.
 Events AnyRepetitionsAndLosses(const Scene& scene, CDice& dice)
 {
-    Events events = StreamOf(scene.burst, 2 * kEpochs, scene.period, scene.pace);
+    constexpr int kEpochsOfPieces = 40;
+    Events events = StreamOf(scene.burst, kEpochsOfPieces, scene.period, scene.pace);
     // Where a kind comes twice as often as the times, and each time one of two is lost, it looks as
     // if it came as often as they do.
     const std::size_t mostLost = IsAlwaysSame(scene) ? 20 : 10;
@@ -337,7 +338,7 @@ TEST(NmeaEpochs, KeepTheOrderWhenOnePauseIsNotClear)
         // With a told order, the sentence that begins the next burst is lost, too.
         const std::size_t begin = PlaceOfEpoch(events, kDisturbed + 1);
         const Outcome outcome = FeedStream(Without(events, begin, hint ? 1 : 0), 1000, hint);
-        for (int epoch = kEpochsToLearn; epoch < kEpochs; ++epoch) {
+        for (int epoch = kEpochsToLearnByPauses; epoch < kEpochs; ++epoch) {
             const bool isDisturbed = epoch == kDisturbed || epoch == kDisturbed + 1;
             ASSERT_NE(outcome.Find(epoch), nullptr);
             EXPECT_TRUE(isDisturbed || ValueOf(T::Hdt, outcome.Find(epoch)->sample)) << epoch;
@@ -378,7 +379,7 @@ TEST(NmeaEpochs, ComeOutOfAColdStart)
                 const std::string name = scene.Name() + ", cold " + std::to_string(cold);
                 const Outcome outcome = FeedStream(events, scene.period);
                 IsSound(events, outcome, name);
-                for (int epoch = kEpochsToLearn + 4; epoch < kEpochs; ++epoch) {
+                for (int epoch = EpochsToLearn(scene) + 4; epoch < kEpochs; ++epoch) {
                     IsComplete(scene, outcome, epoch, true, name);
                 }
             }
@@ -402,7 +403,7 @@ TEST(NmeaEpochs, LearnAnOrderAnewThatChanges)
                 const std::string name = scene.Name() + " instead";
                 const Outcome outcome = FeedStream(events, scene.period);
                 IsSound(events, outcome, name);
-                for (int epoch = kEpochs + kEpochsToLearn; epoch < 2 * kEpochs; ++epoch) {
+                for (int epoch = kEpochs + EpochsToLearn(scene); epoch < 2 * kEpochs; ++epoch) {
                     IsComplete(scene, outcome, epoch, true, name);
                 }
             }
@@ -459,7 +460,8 @@ TEST(NmeaEpochs, SendTheSamplesOfAReceiverThatAlwaysSaysTheSameAsSoonAsOthers)
                 const Outcome outcome = FeedStream(events, period);
                 for (int epoch = 2; epoch < kEpochs; ++epoch) {
                     ASSERT_NE(outcome.Find(epoch), nullptr) << scene.Name() << epoch;
-                    IsInTime(scene, events, outcome, epoch, epoch >= kEpochsToLearn, scene.Name());
+                    IsInTime(scene, events, outcome, epoch, epoch >= EpochsToLearn(scene),
+                             scene.Name());
                 }
             }
         }

@@ -59,7 +59,7 @@ void Judge(const Scene& scene, const Events& events, int first, int last, const 
     const int slower = IsAlwaysSame(scene) ? 1 : 2;
     for (int epoch = 2; epoch < kEpochs; ++epoch) {
         const bool isDisturbed = epoch >= first - 1 && epoch <= last + 1;
-        const bool isLearned = epoch >= kEpochsToLearn * slower &&
+        const bool isLearned = epoch >= EpochsToLearn(scene) * slower &&
                                (epoch < first - 1 || epoch > last + kEpochsToLearnAnew * slower);
         if (!isDisturbed && (!IsComplete(scene, outcome, epoch, isLearned, name) ||
                              !IsInTime(scene, events, outcome, epoch, isLearned, name))) {
@@ -87,6 +87,12 @@ bool IsAlwaysSame(const Scene& scene)
 {
     return std::all_of(scene.burst.begin(), scene.burst.end(),
                        [](const StreamSentence& sentence) { return sentence.every == 1; });
+}
+
+int EpochsToLearn(const Scene& scene)
+{
+    const bool isByPauses = scene.pace == EPace::Bursts && !TellsItsBeginning(scene);
+    return isByPauses ? kEpochsToLearnByPauses : kEpochsToLearn;
 }
 
 bool IsSound(const Events& events, const Outcome& outcome, const std::string& name)
