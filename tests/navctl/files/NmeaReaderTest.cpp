@@ -436,6 +436,23 @@ TEST(NmeaReader, TakesThePositionOfSeveralSystemsFromGns)
     EXPECT_FALSE(reader.samples[2].positionValid) << "unsafe";
 }
 
+TEST(NmeaReader, CountsTheSatellitesOfSystemsThatHaveAGgaEach)
+{
+    const auto gga = [](const char* talker, const char* fix, const char* satellites) {
+        return Sentence(std::string(talker) + "GGA,120000,4807.038,N,01131.000,E," + fix + "," +
+                        satellites + ",0.9,545.4,M,46.9,M,,") +
+               "\n";
+    };
+    const auto counted = [](const std::string& sentences) {
+        const Reader reader(sentences);
+        return reader.samples.size() == 1 ? reader.samples[0].satellites : std::nullopt;
+    };
+    EXPECT_EQ(13, counted(gga("GP", "4", "08") + gga("GL", "4", "05")));
+    EXPECT_EQ(13, counted(gga("GL", "4", "05") + gga("GP", "4", "08")));
+    EXPECT_EQ(8, counted(gga("GP", "4", "08") + gga("GL", "0", "05"))) << "that are used";
+    EXPECT_EQ(14, counted(gga("GN", "4", "14") + gga("GP", "4", "08") + gga("GL", "4", "05")));
+}
+
 TEST(NmeaReader, KnowsEveryTalkerAndTheDateOfZda)
 {
     for (const char* const talker : {"GP", "GN", "GL", "GA", "GB", "GQ", "GI", "BD", "QZ"}) {
