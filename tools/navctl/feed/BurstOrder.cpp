@@ -69,7 +69,7 @@ std::optional<CBurstOrder::Place> CBurstOrder::PlaceOf(NmeaKind untimed, NmeaKin
 
 bool CBurstOrder::WasKnown(NmeaKind untimed) const
 {
-    return std::any_of(m_entries.begin(), m_entries.end(), [=](const Entry& entry) {
+    return std::any_of(m_entries.begin(), m_entries.end(), [this, untimed](const Entry& entry) {
         return entry.untimed == untimed && IsShownOften(entry);
     });
 }
