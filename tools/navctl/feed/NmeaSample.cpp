@@ -104,6 +104,8 @@ std::optional<int> Satellites(const Parts& parts, const NmeaPart& place)
     }
     std::sort(listed.begin(), listed.end());
     listed.erase(std::unique(listed.begin(), listed.end()), listed.end());
+    // The combined solution has counted all of them.
+    byGga = TalkerOf(place) == kCombined ? 0 : byGga;
     const int counted = std::max({byGns, byGga, static_cast<int>(listed.size())});
     const std::optional<int> told = place.report.satellites;
     return told || counted > 0 ? std::optional(std::max(told.value_or(0), counted)) : std::nullopt;
