@@ -73,8 +73,8 @@ void JudgeUneven(const Scene& scene, const Events& events, const std::string& wh
     }
 }
 
-/// Feeds every order of some bursts, in bursts and evenly spread, at two rates, with and without
-/// the order told.
+/// Feeds every order of some bursts, in bursts and evenly spread, with and without the order told;
+/// of the longest bursts each fourth order, and the shortest at two rates.
 template <typename Test>
 void ForEachScene(const Test& test)
 {
@@ -82,11 +82,15 @@ void ForEachScene(const Test& test)
                             {{T::Gga}, {T::Hdt}, {T::Vtg}},
                             {{T::Gga}, {T::Rmc}, {T::Hdt}},
                             {{T::Gga}, {T::Rmc}, {T::Hdt}, {T::Vtg}}};
+    std::size_t number = 0;
     for (const Burst& burst : bursts) {
-        ForEachOrder(burst, [&test](const Burst& order) {
+        ForEachOrder(burst, [&test, &number](const Burst& order) {
+            if (order.size() > 3 && number++ % 4 != 0) {
+                return;
+            }
             for (const EPace pace : {EPace::Bursts, EPace::EvenlySpread}) {
                 for (const std::int64_t period : {1000, 100}) {
-                    if (period == 1000 && order.size() > 3) {
+                    if (period == 1000 && order.size() > 2) {
                         continue;
                     }
                     Scene scene{order, period, pace, std::nullopt};
