@@ -212,6 +212,25 @@ TEST(NmeaArrival, BelievesPausesAgainSoonAfterOneBurstHasComeLate)
     });
 }
 
+TEST(NmeaArrival, KeepsToTheOrderThatIsToldWhateverPausesSay)
+{
+    ForEachOrder({{T::Hdt}, {T::Gga}}, [](const Burst& order) {
+        const Scene scene{order, 200, EPace::Bursts, order.front().type};
+        for (const std::size_t size : {2U, 3U, 5U}) {
+            const Events events =
+                InPieces(StreamOf(order, kEpochs, scene.period, scene.pace), size, 1);
+            const Outcome outcome = FeedStream(events, scene.period, scene.burstBeginsWith);
+            IsSound(events, outcome, scene.Name());
+            // Not all: a sample may go out before the piece with the rest of its burst comes.
+            int headings = 0;
+            for (const Outcome::Sent& sent : outcome.sent) {
+                headings += ValueOf(T::Hdt, sent.sample) ? 1 : 0;
+            }
+            EXPECT_GE(headings, kEpochs / 3) << scene.Name() << ", in pieces of " << size;
+        }
+    });
+}
+
 TEST(NmeaArrival, LearnsTheOrderWhenARelayIsTakenAway)
 {
     ForEachOrder({{T::Hdt}, {T::Gga}, {T::Vtg}}, [](const Burst& order) {

@@ -133,9 +133,9 @@ private:
     bool FitsNeither(NmeaKind kind, NmeaKind next) const;
     bool WasElsewhere(NmeaKind kind, NmeaKind next, EPlace place) const;
     std::optional<Cut> ToldCut(const NmeaPart& next) const;
-    std::optional<Cut> PauseBefore(const NmeaPart& next);
+    std::optional<Cut> PauseBefore(const NmeaPart& next, bool isBeginTold);
     std::optional<Cut> LongestRest(bool& isWithinOneTime) const;
-    bool Contradicts(const Cut& pause, const NmeaPart& next);
+    bool Contradicts(const Cut& pause, const NmeaPart& next, bool forgets);
     bool IsCertain(const Cut& cut) const { return !cut.isByPause || m_pauses.AreCertain(); }
     Placing PlaceByOrder(NmeaKind kind, NmeaKind next, bool& isByPause) const;
     bool StandsBehind(NmeaKind kind) const;

@@ -109,9 +109,9 @@ std::optional<CNmeaEpochs::Cut> CNmeaEpochs::FindCut(const NmeaPart& next, bool 
     if (!isOneStep) {
         return std::nullopt;
     }
-    const std::optional<Cut> pause = PauseBefore(next);
     // Where the sentence is lost that the burst begins with, a pause may still show it.
     const std::optional<Cut> told = m_burstBeginsWith ? ToldCut(next) : std::nullopt;
+    const std::optional<Cut> pause = PauseBefore(next, told.has_value());
     return told ? told : pause;
 }
 
@@ -148,7 +148,7 @@ std::optional<CNmeaEpochs::Cut> CNmeaEpochs::ToldCut(const NmeaPart& next) const
 
 /// The pause between two bursts, when the stream runs with its own time and rests nowhere else so
 /// long; and what this shows of the pauses.
-std::optional<CNmeaEpochs::Cut> CNmeaEpochs::PauseBefore(const NmeaPart& next)
+std::optional<CNmeaEpochs::Cut> CNmeaEpochs::PauseBefore(const NmeaPart& next, bool isBeginTold)
 {
     if (!next.arrival || !m_epoch->firstArrival) {
         return std::nullopt;
@@ -161,7 +161,7 @@ std::optional<CNmeaEpochs::Cut> CNmeaEpochs::PauseBefore(const NmeaPart& next)
             m_pauses.TakeUneven();
         }
     } else if (pause = LongestRest(isWithinOneTime);
-               isWithinOneTime || (pause && Contradicts(*pause, next))) {
+               isWithinOneTime || (pause && Contradicts(*pause, next, !isBeginTold))) {
         m_pauses.TakeContradiction();
         pause.reset();
     } else if (!pause) {
@@ -204,9 +204,10 @@ std::optional<CNmeaEpochs::Cut> CNmeaEpochs::LongestRest(bool& isWithinOneTime) 
     return isPause ? std::optional(cut) : std::nullopt;
 }
 
-/// Whether a pause gives a sentence to a time that it was not of until now. Where it stands is
-/// forgotten then.
-bool CNmeaEpochs::Contradicts(const Cut& pause, const NmeaPart& next)
+/// Whether a pause gives a sentence to a time that it was not of until now.
+///
+/// @param forgets where such a sentence stands is forgotten.
+bool CNmeaEpochs::Contradicts(const Cut& pause, const NmeaPart& next, bool forgets)
 {
     bool contradicts = false;
     for (std::size_t i = 0; i < m_waiting.size(); ++i) {
@@ -216,7 +217,9 @@ bool CNmeaEpochs::Contradicts(const Cut& pause, const NmeaPart& next)
         if (mayShow &&
             WasElsewhere(kind, next.kind, i < pause.place ? EPlace::This : EPlace::Next)) {
             contradicts = true;
-            Forget(kind);
+            if (forgets) {
+                Forget(kind);
+            }
         }
     }
     return contradicts;
