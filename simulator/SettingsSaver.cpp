@@ -20,8 +20,8 @@ class CSettingsSaver::StateC
 {
 public:
     StateC(std::unique_ptr<StateFileC> file, KeptValues saved, Report report)
-        : m_file(std::move(file)), m_saved(saved), m_report(std::move(report)),
-          m_wanted(std::move(saved))
+        : m_file(std::move(file)), m_saved(saved), m_report(std::move(report)), m_wanted(saved),
+          m_written(std::move(saved))
     {
     }
 
@@ -30,6 +30,15 @@ public:
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_wanted = values;
         m_changed.notify_all();
+    }
+
+    EKeeping State()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_isFailing) {
+            return EKeeping::Failing;
+        }
+        return m_wanted == m_written ? EKeeping::Saved : EKeeping::Pending;
     }
 
     void End()
@@ -59,6 +68,8 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_changed;
     KeptValues m_wanted;
+    KeptValues m_written; ///< that the last attempt was for
+    bool m_isFailing = false;
     bool m_isEnding = false;
     bool m_hasEnded = false;
 };
@@ -79,6 +90,8 @@ void CSettingsSaver::StateC::Run()
         }
         nextSave = start + (m_problem.empty() ? kBetweenSaves : kBetweenAttempts);
         lock.lock();
+        m_written = values;
+        m_isFailing = !m_problem.empty();
     }
     lock.unlock();
     m_file.reset();
@@ -117,6 +130,11 @@ CSettingsSaver::~CSettingsSaver()
 void CSettingsSaver::Keep(const KeptValues& values)
 {
     m_state->Keep(values);
+}
+
+EKeeping CSettingsSaver::State() const
+{
+    return m_state->State();
 }
 
 bool CSettingsSaver::Finish(std::chrono::steady_clock::time_point deadline)

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "simulator/KeptSettings.h"
 #include "simulator/StateFile.h"
 
 /// Saves the kept settings on a thread of its own, so that nobody waits for the disk.
@@ -37,6 +38,8 @@ public:
 
     /// Has the values saved in place of all earlier ones. Never waits for the disk.
     void Keep(const KeptValues& values);
+    /// Whether the file has the last values. Never waits for the disk.
+    EKeeping State() const;
     /// Waits until the values have been saved, or tried for the last time, and the file is let go.
     ///
     /// @return false when the deadline came first.

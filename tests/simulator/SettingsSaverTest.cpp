@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -208,9 +209,14 @@ TEST(SettingsSaver, TriesOnceMoreAtTheEnd)
         const FullDisk full;
         settings.Saver().Keep(LookAhead(2.5));
         ASSERT_EQ(1u, settings.lines.Wait(1).size());
+        while (settings.Saver().State() == EKeeping::Pending) {
+            std::this_thread::yield();
+        }
+        EXPECT_EQ(EKeeping::Failing, settings.Saver().State());
     }
     EXPECT_TRUE(settings.Saver().Finish(InGoodTime()));
 
+    EXPECT_EQ(EKeeping::Saved, settings.Saver().State());
     EXPECT_NE(std::string::npos, settings.Text().find("2.5"));
 }
 

@@ -108,7 +108,8 @@ bool StartsAnew(const Events& events)
 /// is known by its times alone, so each has one.
 Events AnyRepetitionsAndLosses(const Scene& scene, CDice& dice)
 {
-    Events events = StreamOf(scene.burst, 2 * kEpochs, scene.period, scene.pace);
+    constexpr int kEpochsOfPieces = 40;
+    Events events = StreamOf(scene.burst, kEpochsOfPieces, scene.period, scene.pace);
     // Where a kind comes twice as often as the times, and each time one of two is lost, it looks as
     // if it came as often as they do.
     const std::size_t mostLost = IsAlwaysSame(scene) ? 20 : 10;
@@ -231,6 +232,36 @@ void LoseOneOfTwo(const Scene& scene, int times)
     }
 }
 
+/// Moves the times of a stream so that a day begins with the disturbed epoch, loses a sentence
+/// there, and judges it.
+void JudgeOverMidnight(const Scene& scene, const Events& whole, std::size_t lost)
+{
+    const Events events = Without(whole, PlaceOfEpoch(whole, kDisturbed - 1) + lost, 1);
+    Events moved = events;
+    std::int64_t epochs = 0;
+    for (StreamEvent& event : moved) {
+        std::optional<std::int64_t>& time = event.part.report.timeOfDay;
+        if (time) {
+            const std::int64_t before = *time;
+            const std::int64_t sinceMidnight = (event.epoch - kDisturbed) * scene.period;
+            time = (kMillisecondsADay + sinceMidnight) % kMillisecondsADay;
+            epochs = (kMillisecondsADay + sinceMidnight - before) / scene.period;
+        }
+    }
+    Outcome outcome = FeedStream(moved, scene.period);
+    for (Outcome::Sent& sent : outcome.sent) {
+        sent.epoch -= static_cast<int>(epochs);
+    }
+    const std::string name = scene.Name() + ", over midnight, lost " + std::to_string(lost);
+    IsSound(moved, outcome, name);
+    for (int epoch = EpochsToLearn(scene); epoch < kEpochs; ++epoch) {
+        const bool isDisturbed = epoch >= kDisturbed - 2 && epoch < kDisturbed + 6;
+        if (!isDisturbed && !IsComplete(scene, outcome, epoch, true, name)) {
+            return;
+        }
+    }
+}
+
 const std::vector<EPace> kPaces{EPace::File, EPace::Bursts, EPace::EvenlySpread};
 
 void DisturbAllOrders(const Burst& burst, const std::vector<std::int64_t>& periods,
@@ -275,6 +306,25 @@ TEST(NmeaEpochs, GiveNoSampleAValueOfAnotherEpochInALongBurst)
 TEST(NmeaEpochs, GiveNoSampleAValueOfAnotherEpochWithAnAttitudeThatHasItsOwnTime)
 {
     DisturbAllOrders({{T::Pashr}, {T::Gga}, {T::Vtg}}, {1000, 50}, {1, 2, 3, 4});
+}
+
+TEST(NmeaEpochs, HoldWhatIsCertainOfEveryHeadingAndOfTheSatellites)
+{
+    DisturbAllOrders({{T::Gns}, {T::Gsa}, {T::Ths, "HE"}, {T::Gbs}}, {200}, {1, 2, 5}, false);
+    DisturbAllOrders({{T::Gns}, {T::Hdg, "HC"}, {T::Rmc}}, {200}, {1, 2, 4}, false);
+}
+
+TEST(NmeaEpochs, GoOnOverMidnight)
+{
+    ForEachOrder({{T::Hdt}, {T::Gga}, {T::Vtg}, {T::Rmc}}, [](const Burst& order) {
+        for (const EPace pace : kPaces) {
+            const Scene scene{order, 1000, pace, std::nullopt};
+            const Events whole = StreamOf(order, kEpochs, scene.period, pace);
+            for (std::size_t lost = 0; lost < 3 * order.size(); ++lost) {
+                JudgeOverMidnight(scene, whole, lost);
+            }
+        }
+    });
 }
 
 TEST(NmeaEpochs, TakeTheTalkerThatHasAFix)
@@ -337,7 +387,7 @@ TEST(NmeaEpochs, KeepTheOrderWhenOnePauseIsNotClear)
         // With a told order, the sentence that begins the next burst is lost, too.
         const std::size_t begin = PlaceOfEpoch(events, kDisturbed + 1);
         const Outcome outcome = FeedStream(Without(events, begin, hint ? 1 : 0), 1000, hint);
-        for (int epoch = kEpochsToLearn; epoch < kEpochs; ++epoch) {
+        for (int epoch = kEpochsToLearnByPauses; epoch < kEpochs; ++epoch) {
             const bool isDisturbed = epoch == kDisturbed || epoch == kDisturbed + 1;
             ASSERT_NE(outcome.Find(epoch), nullptr);
             EXPECT_TRUE(isDisturbed || ValueOf(T::Hdt, outcome.Find(epoch)->sample)) << epoch;
@@ -376,9 +426,14 @@ TEST(NmeaEpochs, ComeOutOfAColdStart)
                     }
                 }
                 const std::string name = scene.Name() + ", cold " + std::to_string(cold);
+                for (std::size_t lost = cold; cold % 3 == 0 && lost < cold + 8; ++lost) {
+                    const Events less = Without(events, lost, 1);
+                    IsSound(less, FeedStream(less, scene.period),
+                            name + ", lost " + std::to_string(lost));
+                }
                 const Outcome outcome = FeedStream(events, scene.period);
                 IsSound(events, outcome, name);
-                for (int epoch = kEpochsToLearn + 4; epoch < kEpochs; ++epoch) {
+                for (int epoch = EpochsToLearn(scene) + 4; epoch < kEpochs; ++epoch) {
                     IsComplete(scene, outcome, epoch, true, name);
                 }
             }
@@ -402,7 +457,7 @@ TEST(NmeaEpochs, LearnAnOrderAnewThatChanges)
                 const std::string name = scene.Name() + " instead";
                 const Outcome outcome = FeedStream(events, scene.period);
                 IsSound(events, outcome, name);
-                for (int epoch = kEpochs + kEpochsToLearn; epoch < 2 * kEpochs; ++epoch) {
+                for (int epoch = kEpochs + EpochsToLearn(scene); epoch < 2 * kEpochs; ++epoch) {
                     IsComplete(scene, outcome, epoch, true, name);
                 }
             }
@@ -459,7 +514,8 @@ TEST(NmeaEpochs, SendTheSamplesOfAReceiverThatAlwaysSaysTheSameAsSoonAsOthers)
                 const Outcome outcome = FeedStream(events, period);
                 for (int epoch = 2; epoch < kEpochs; ++epoch) {
                     ASSERT_NE(outcome.Find(epoch), nullptr) << scene.Name() << epoch;
-                    IsInTime(scene, events, outcome, epoch, epoch >= kEpochsToLearn, scene.Name());
+                    IsInTime(scene, events, outcome, epoch, epoch >= EpochsToLearn(scene),
+                             scene.Name());
                 }
             }
         }
