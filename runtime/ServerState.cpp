@@ -368,13 +368,27 @@ void MPISocketServerC::StateC::Queue(ServerConnectionC& connection, const char* 
 
 void MPISocketServerC::StateC::SendTo(ClientNumber client, const char* bytes, std::size_t count)
 {
+    SendTo(client, [&](ServerConnectionC& connection) { return connection.Queue(bytes, count); });
+}
+
+void MPISocketServerC::StateC::SendTo(ClientNumber client, std::shared_ptr<const std::string> text)
+{
+    SendTo(client,
+           [&](ServerConnectionC& connection) { return connection.Queue(std::move(text)); });
+}
+
+void MPISocketServerC::StateC::SendTo(ClientNumber client,
+                                      const std::function<bool(ServerConnectionC&)>& queue)
+{
     const auto found = m_clients.find(client);
     if (found == m_clients.end()) {
         return;
     }
     const std::shared_ptr<ServerConnectionC> connection = found->second;
     TellEvents(*connection); // what happened before comes before
-    Queue(*connection, bytes, count);
+    if (!queue(*connection)) {
+        Drop(*connection, kSlowClient, true);
+    }
 }
 
 BEncoderC& MPISocketServerC::StateC::StartReply(std::uint64_t requestNumber)

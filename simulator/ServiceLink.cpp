@@ -109,7 +109,7 @@ void ServiceLinkC::Reply(ClientNumber client, std::uint64_t requestNumber, const
     if (!answer.error.empty()) {
         m_server.ReplyError(client, requestNumber, answer.error);
     } else if (answer.bytes) {
-        m_server.ReplyWritten(client, requestNumber, *answer.bytes);
+        m_server.ReplyWritten(client, requestNumber, answer.bytes);
     } else {
         m_server.Reply(client, requestNumber, answer.value.get());
     }

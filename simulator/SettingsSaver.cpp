@@ -57,6 +57,7 @@ public:
     void Run();
 
 private:
+    void LookAfterFile();
     void Save(const KeptValues& values);
 
     // Used by the thread alone.
@@ -79,16 +80,18 @@ void CSettingsSaver::StateC::Run()
     Clock::time_point nextSave{};
     std::unique_lock<std::mutex> lock(m_mutex);
     for (bool isLast = false; !isLast;) {
-        m_changed.wait(lock, [this] { return m_wanted != m_saved || m_isEnding; });
+        m_changed.wait_for(lock, kBetweenLooks,
+                           [this] { return m_wanted != m_saved || m_isEnding; });
         m_changed.wait_until(lock, nextSave, [this] { return m_isEnding; });
         isLast = m_isEnding;
         const KeptValues values = m_wanted;
         lock.unlock();
         const Clock::time_point start = Clock::now();
+        LookAfterFile();
         if (values != m_saved) {
             Save(values);
+            nextSave = start + (m_problem.empty() ? kBetweenSaves : kBetweenAttempts);
         }
-        nextSave = start + (m_problem.empty() ? kBetweenSaves : kBetweenAttempts);
         lock.lock();
         m_written = values;
         m_isFailing = !m_problem.empty();
@@ -98,6 +101,15 @@ void CSettingsSaver::StateC::Run()
     lock.lock();
     m_hasEnded = true;
     m_changed.notify_all();
+}
+
+/// Somebody may have removed the file, which is then written again, or its lock.
+void CSettingsSaver::StateC::LookAfterFile()
+{
+    m_file->LookAfterLock();
+    if (m_saved && !m_saved->empty() && !m_file->IsThere()) {
+        m_saved.reset();
+    }
 }
 
 void CSettingsSaver::StateC::Save(const KeptValues& values)

@@ -13,7 +13,7 @@
 ///
 /// A change is saved at once, those of the next tenth of a second together. What could not be saved
 /// is tried again every half second, and once more at the end. Values that the file has already are
-/// not written.
+/// not written, unless somebody has removed it: that is looked for as often.
 ///
 /// Thread safety: none but that of its own thread.
 class CSettingsSaver
@@ -21,6 +21,7 @@ class CSettingsSaver
 public:
     static constexpr std::chrono::milliseconds kBetweenSaves{100};
     static constexpr std::chrono::milliseconds kBetweenAttempts{500};
+    static constexpr std::chrono::milliseconds kBetweenLooks{500};
 
     /// Takes lines for the log; called on the saver's thread.
     using Report = std::function<void(const std::string&)>;

@@ -137,8 +137,8 @@ class Settings(AttackTest):
             self.assertEqual({}, self.kept())
         with SimulatorUnderAttack("--state", self.path) as simulator:
             self.assert_ends_in_time(simulator)
-        # What it had begun is still there, and the next one that saves begins with it.
-        self.assertEqual([".state.json.new"], os.listdir(self.folder))
+        # What it had begun, and its lock, the next one has removed.
+        self.assertEqual([], os.listdir(self.folder))
 
     def test_that_do_not_fit_on_the_disk_are_saved_when_they_do(self):
         with Disk() as disk, disk.simulator("--state", self.path) as simulator:
