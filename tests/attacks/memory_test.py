@@ -133,11 +133,11 @@ class Memory(AttackTest):
 
     def check(self, *attacks, seconds=ATTACK_SECONDS):
         with SimulatorUnderAttack() as simulator:
-            with HonestClient(simulator):
+            with HonestClient():
                 time.sleep(0.5)  # warm: what every client costs once does not count
             before = simulator.resident_bytes()
             most = before
-            with HonestClient(simulator) as honest:
+            with HonestClient() as honest:
                 with attackers(*attacks):
                     end = time.monotonic() + seconds
                     while time.monotonic() < end:
