@@ -79,8 +79,9 @@ public:
     /// How many messages are served at once when something comes; more wait for a turn.
     static constexpr int kFirstMessages = 4;
     static constexpr std::chrono::microseconds kTurn{1000}; // of processor time
-    /// How much waits behind a held message before nothing more is read.
-    static constexpr std::size_t kMostWaitingMemory = 16U * 1024U * 1024U;
+    /// How much waits behind a held message before nothing more is read: of the longest messages
+    /// several, so that what overtakes is found behind them. Half of what all connections hold.
+    static constexpr std::size_t kMostWaitingMemory = 128U * 1024U * 1024U;
     /// What a connection counts for that has never sent anything.
     static constexpr std::size_t kSilentBytes = 32768;
     /// How much of a buffer or a served message stays for the next one: with all of them, less

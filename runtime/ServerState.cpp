@@ -116,7 +116,8 @@ asio::error_code MPISocketServerC::StateC::Open(const asio::ip::address& address
         // Those that are there share the loop with each that is taken.
         [self] {
             const std::shared_ptr<StateC> state = self.lock();
-            return state != nullptr && state->m_turns.size() >= kMostTurns;
+            const bool isScarce = state != nullptr && state->m_turns.size() >= kMostTurns;
+            return isScarce ? ServerListenerC::ERoom::Scarce : ServerListenerC::ERoom::Free;
         });
     const asio::error_code error = listener->Open(address, port);
     if (!error) {

@@ -57,7 +57,7 @@ class Descriptors(AttackTest):
                     "--http", str(PAGE_PORT), "--state", state,
                     preexec_fn=lambda: resource.setrlimit(  # the lower one is raised at the start
                         resource.RLIMIT_NOFILE, (256, descriptors))) as simulator:
-                with HonestClient(simulator) as honest, attackers(hold_1300(*first)):
+                with HonestClient() as honest, attackers(hold_1300(*first)):
                     wait_until_full(simulator, 600)
                     end = time.monotonic() + ATTACK_SECONDS
                     while time.monotonic() < end:

@@ -83,7 +83,7 @@ class LineEvents(AttackTest):
 
         Neither is sent more than it may be, but for what may be saved up."""
         with PageUnderAttack("--speed-factor", "10", speed=4) as simulator:
-            with HonestClient(simulator) as honest, attackers(*attacks), Viewer() as first:
+            with HonestClient() as honest, attackers(*attacks), Viewer() as first:
                 self.assert_answers(posted_curve())
                 self.assert_answers(posted("StartNavigation", 1, 1))
                 time.sleep(SECONDS / 2)  # what is measured is a rate

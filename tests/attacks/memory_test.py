@@ -175,11 +175,11 @@ class Memory(AttackTest):
 
     def check(self, *attacks, arguments=()):
         with SimulatorUnderAttack(*arguments) as simulator:
-            with HonestClient(simulator):
+            with HonestClient():
                 time.sleep(0.5)  # warm: what every client costs once does not count
             before = simulator.resident_bytes()
             most = before
-            with HonestClient(simulator) as honest:
+            with HonestClient() as honest:
                 with attackers(*attacks):
                     end = time.monotonic() + ATTACK_SECONDS
                     while time.monotonic() < end:

@@ -115,7 +115,7 @@ def catches(process, number):
 
 class Output(AttackTest):
     def assert_untroubled_by(self, simulator, *attacks):
-        with HonestClient(simulator) as honest, attackers(*attacks):
+        with HonestClient() as honest, attackers(*attacks):
             time.sleep(ATTACK_SECONDS)  # the attack's length
         self.assert_untroubled(honest.report)
         self.assert_ends_in_time(simulator)
@@ -136,7 +136,7 @@ class Output(AttackTest):
     def test_is_made_up_for_in_one_line_when_the_reader_is_back(self):
         with Pipe() as pipe, SimulatorUnderAttack(
                 "--log-level", "debug", stderr=pipe.writing) as simulator:
-            with HonestClient(simulator) as honest, attackers(send_refused_of_all_kinds):
+            with HonestClient() as honest, attackers(send_refused_of_all_kinds):
                 time.sleep(2 * ATTACK_SECONDS)  # in which more comes than pipe and queue hold
             self.assert_untroubled(honest.report)
             self.assertEqual(1, pipe.read_until(b" left out that could not be written\n").count(
@@ -277,7 +277,7 @@ class Track(AttackTest):
             try:
                 with SimulatorUnderAttack("--track", path, "--speed-factor",
                                           "300") as simulator:
-                    with HonestClient(simulator) as honest:
+                    with HonestClient() as honest:
                         time.sleep(ATTACK_SECONDS)  # in which the pipe fills up
                     self.assertIsNone(honest.report.failure)
                     wait = honest.report.percentile(honest.report.service_waits, 0.999)
@@ -291,7 +291,7 @@ class Track(AttackTest):
         with SimulatorUnderAttack("--track", "/dev/full") as simulator:
             wait_for(lambda: "the track file cannot be written any more" in simulator.errors(),
                      "the end of the track file")
-            with HonestClient(simulator) as honest:
+            with HonestClient() as honest:
                 time.sleep(ATTACK_SECONDS)  # the attack's length
             self.assert_untroubled(honest.report)
             self.assert_ends_in_time(simulator)

@@ -65,7 +65,7 @@ class Settings(AttackTest):
             with Client() as client:
                 client.notify("set_lookahead_time", 1.5, 1)
             wait_for(lambda: self.kept() == {"lookahead_time": 1.5}, "the first save")
-            with HonestClient(simulator) as honest, attackers(keep_the_same, keep_the_same):
+            with HonestClient() as honest, attackers(keep_the_same, keep_the_same):
                 self.assertEqual(0, self.saves(ATTACK_SECONDS)[0])
             self.assert_untroubled(honest.report)
             self.assert_ends_in_time(simulator)
@@ -75,7 +75,7 @@ class Settings(AttackTest):
             with Client() as client:
                 client.notify("set_low_speed_engage_timeout", 7.5, 1)
             wait_for(self.kept, "the first save")
-            with HonestClient(simulator) as honest, attackers(keep_others, keep_the_same):
+            with HonestClient() as honest, attackers(keep_others, keep_the_same):
                 saves, seconds = self.saves(ATTACK_SECONDS)
                 self.assertLessEqual(saves, 10 * seconds + 2)
                 self.assertGreaterEqual(saves, 1)
@@ -129,7 +129,7 @@ class Settings(AttackTest):
     def test_on_a_disk_that_does_not_answer_hold_up_nothing(self):
         with Disk() as disk, disk.simulator("--state", self.path) as simulator:
             disk.stalls()
-            with HonestClient(simulator) as honest, attackers(keep_others):
+            with HonestClient() as honest, attackers(keep_others):
                 time.sleep(ATTACK_SECONDS)  # in which the disk does not answer
             self.assert_untroubled(honest.report)
             self.assert_ends_in_time(simulator)
@@ -145,7 +145,7 @@ class Settings(AttackTest):
             disk.is_full()
             with Client() as client:
                 client.notify("set_low_speed_engage_timeout", 7.5, 1)
-                with HonestClient(simulator) as honest:
+                with HonestClient() as honest:
                     wait_for(lambda: "No space left" in simulator.errors(), "the failure")
                     time.sleep(ATTACK_SECONDS)  # in which the disk is full
                 self.assert_untroubled(honest.report)
