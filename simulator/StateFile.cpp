@@ -22,12 +22,6 @@ namespace {
 constexpr std::size_t kLongestNameShown = 200;
 // Of names for a new file, none of which can be foreseen.
 constexpr int kAttempts = 20;
-constexpr int kOpenFlags = O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK;
-
-std::string ReasonOf(int error)
-{
-    return std::generic_category().message(error);
-}
 
 /// Where a file is once all symbolic links have been followed.
 ///
@@ -112,7 +106,7 @@ std::string StateFileC::OpenFolder()
 {
     std::string real = RealPath(m_path);
     if (real.empty() && errno != ENOENT) {
-        return ReasonOf(errno);
+        return SystemReason(errno);
     }
     if (real.empty()) {
         struct stat link
@@ -131,11 +125,11 @@ std::string StateFileC::OpenFolder()
     m_folder = CDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     const std::string cannotMake = "files cannot be made in " + folder + ": ";
     if (!m_folder.IsOpen()) {
-        return cannotMake + ReasonOf(errno);
+        return cannotMake + SystemReason(errno);
     }
     std::string problem = CheckFile();
     if (problem.empty() && ::faccessat(m_folder.Get(), ".", W_OK | X_OK, 0) != 0) {
-        problem = cannotMake + ReasonOf(errno);
+        problem = cannotMake + SystemReason(errno);
     }
     return problem;
 }
@@ -150,7 +144,7 @@ std::string StateFileC::CheckFile()
     {
     };
     if (::fstatat(m_folder.Get(), m_name.c_str(), &file, AT_SYMLINK_NOFOLLOW) != 0) {
-        return errno == ENOENT ? std::string() : ReasonOf(errno);
+        return errno == ENOENT ? std::string() : SystemReason(errno);
     }
     m_owner = file;
     return NoRegularFile(file);
@@ -159,9 +153,9 @@ std::string StateFileC::CheckFile()
 /// Opens the file, if there is one, and locks it.
 std::string StateFileC::LockFile()
 {
-    m_file = CDescriptor(::openat(m_folder.Get(), m_name.c_str(), O_RDONLY | kOpenFlags));
+    m_file = CDescriptor(::openat(m_folder.Get(), m_name.c_str(), O_RDONLY | kStrangersFile));
     if (!m_file.IsOpen()) {
-        return errno == ENOENT ? std::string() : ReasonOf(errno);
+        return errno == ENOENT ? std::string() : SystemReason(errno);
     }
     // Some file systems lock nothing that is only read; the lock of the name is left then.
     if (::flock(m_file.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
@@ -220,7 +214,7 @@ std::string StateFileC::Load(KeptValues& values)
     }
     const std::string problem = error == EFBIG
                                     ? "it has more than " + std::to_string(kMostBytes) + " bytes"
-                                : error != 0 ? ReasonOf(error)
+                                : error != 0 ? SystemReason(error)
                                              : ParseKeptValues(text, values);
     return problem.empty() ? problem : "cannot read the state file " + m_path + ": " + problem;
 }
@@ -232,7 +226,7 @@ std::string StateFileC::Save(const KeptValues& values)
         return {};
     }
     return "cannot write the state file " + m_path + ": " +
-           (isOurs ? ReasonOf(errno) : CStateLock::kInUse);
+           (isOurs ? SystemReason(errno) : CStateLock::kInUse);
 }
 
 /// @return false on failure, with errno.
@@ -273,7 +267,7 @@ bool StateFileC::Replace(const std::string& document)
 /// @return none on failure, with errno.
 CDescriptor StateFileC::MakeNewFile(std::string& name) const
 {
-    const int flags = O_WRONLY | O_CREAT | O_EXCL | kOpenFlags;
+    const int flags = O_WRONLY | O_CREAT | O_EXCL | kStrangersFile;
     const mode_t mode = m_owner ? 0600 : 0644;
     name = m_nameLock.NewFile();
     CDescriptor file(::openat(m_folder.Get(), name.c_str(), flags, mode));

@@ -16,15 +16,9 @@
 namespace {
 
 // Of a file that comes and goes meanwhile.
-constexpr int kAttempts = 20;
-constexpr int kOpenFlags = O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK;
-constexpr std::size_t kDigits = 16;
+constexpr int kTries = 20;
+constexpr std::size_t kRandomDigits = 16;
 constexpr const char* kNewFile = ".new-";
-
-std::string ReasonOf(int error)
-{
-    return std::generic_category().message(error);
-}
 
 } // namespace
 
@@ -64,7 +58,7 @@ bool CStateLock::Renew()
 
 std::string CStateLock::Attempt()
 {
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    for (int attempt = 0; attempt < kTries; ++attempt) {
         std::string problem;
         bool isMade = false;
         CDescriptor lock = OpenFile(isMade, problem);
@@ -75,7 +69,7 @@ std::string CStateLock::Attempt()
             continue;
         }
         if (::flock(lock.Get(), LOCK_EX | LOCK_NB) != 0) {
-            return errno == EWOULDBLOCK ? kInUse : "it cannot be locked: " + ReasonOf(errno);
+            return errno == EWOULDBLOCK ? kInUse : "it cannot be locked: " + SystemReason(errno);
         }
         // Whoever ends removes the file, which may be this one.
         if (HasName(lock, *m_folder, File())) {
@@ -100,17 +94,17 @@ std::string CStateLock::Attempt()
 CDescriptor CStateLock::OpenFile(bool& isMade, std::string& problem) const
 {
     const std::string name = File();
-    CDescriptor lock(::openat(m_folder->Get(), name.c_str(), O_RDONLY | kOpenFlags));
+    CDescriptor lock(::openat(m_folder->Get(), name.c_str(), O_RDONLY | kStrangersFile));
     if (!lock.IsOpen() && errno == ENOENT) {
-        lock = CDescriptor(
-            ::openat(m_folder->Get(), name.c_str(), O_RDWR | O_CREAT | O_EXCL | kOpenFlags, 0644));
+        lock = CDescriptor(::openat(m_folder->Get(), name.c_str(),
+                                    O_RDWR | O_CREAT | O_EXCL | kStrangersFile, 0644));
         isMade = lock.IsOpen();
     }
     struct stat file
     {
     };
     if (!lock.IsOpen() && errno != EEXIST) {
-        problem = name + ", which it needs for itself: " + ReasonOf(errno);
+        problem = name + ", which it needs for itself: " + SystemReason(errno);
     } else if (lock.IsOpen() && (::fstat(lock.Get(), &file) != 0 || !S_ISREG(file.st_mode))) {
         problem = name + ", which it needs for itself, is no regular file";
     }
@@ -125,7 +119,7 @@ CDescriptor CStateLock::OpenFile(bool& isMade, std::string& problem) const
 std::string CStateLock::OtherNewFile() const
 {
     std::random_device random;
-    std::array<char, kDigits + 1> digits{};
+    std::array<char, kRandomDigits + 1> digits{};
     std::snprintf(digits.data(), digits.size(), "%08x%08x", random(), random());
     return m_stem + kNewFile + digits.data();
 }
@@ -136,7 +130,7 @@ std::string CStateLock::OtherNewFile() const
 std::string CStateLock::NewFileIn(const CDescriptor& lock) const
 {
     const std::string begin = m_stem + kNewFile;
-    const std::size_t length = begin.size() + kDigits;
+    const std::size_t length = begin.size() + kRandomDigits;
     std::string text(length + 2, '\0');
     const ssize_t count = ::pread(lock.Get(), text.data(), text.size(), 0);
     if (count != static_cast<ssize_t>(length + 1) || text[length] != '\n' ||
