@@ -359,10 +359,9 @@ void MPISocketServerC::StateC::DisconnectAll(const std::string& reason, bool wit
     }
 }
 
-void MPISocketServerC::StateC::Queue(ServerConnectionC& connection, const char* bytes,
-                                     std::size_t count)
+void MPISocketServerC::StateC::KeepIf(bool isQueued, ServerConnectionC& connection)
 {
-    if (!connection.Queue(bytes, count)) {
+    if (!isQueued) {
         Drop(connection, kSlowClient, true);
     }
 }
@@ -387,9 +386,7 @@ void MPISocketServerC::StateC::SendTo(ClientNumber client,
     }
     const std::shared_ptr<ServerConnectionC> connection = found->second;
     TellEvents(*connection); // what happened before comes before
-    if (!queue(*connection)) {
-        Drop(*connection, kSlowClient, true);
-    }
+    KeepIf(queue(*connection), *connection);
 }
 
 BEncoderC& MPISocketServerC::StateC::StartReply(std::uint64_t requestNumber)

@@ -79,7 +79,7 @@ private:
     void PostTurn();
     void DropClosedTurns();
     void GiveTurn();
-    void Queue(ServerConnectionC& connection, const char* bytes, std::size_t count);
+    void KeepIf(bool isQueued, ServerConnectionC& connection);
     void SendTo(ClientNumber client, const std::function<bool(ServerConnectionC&)>& queue);
     void StartTelling();
     void PostTelling();

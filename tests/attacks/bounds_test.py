@@ -47,7 +47,7 @@ class Samples(AttackTest):
             self.assert_untroubled(honest.report)
             self.assertIn("bytes is too long, allowed is 4096", simulator.errors())
             self.assertLess(len(simulator.errors()), 20000)
-            self.assertLess((most - before) / MEBIBYTE, MOST_GROWTH_MEBIBYTES)
+            self.assert_within((most - before) / MEBIBYTE, MOST_GROWTH_MEBIBYTES)
             self.assert_ends_in_time(simulator)
 
     def test_of_millions_of_pairs_leave_an_honest_client_untroubled(self):

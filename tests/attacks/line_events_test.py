@@ -8,7 +8,7 @@ import threading
 import time
 import unittest
 
-from attack import AttackTest, HonestClient, attackers
+from attack import IS_SANITIZED, AttackTest, HonestClient, attackers
 from page_test import HOST, STREAM, PageUnderAttack, posted, read_all, visit
 
 SECONDS = 12.0
@@ -71,6 +71,7 @@ class Viewer:
             self.text += piece
 
 
+@unittest.skipIf(IS_SANITIZED, "takes a program that keeps up with ten times real time")
 class LineEvents(AttackTest):
     def assert_answers(self, request):
         """A request to the page is answered with 1."""

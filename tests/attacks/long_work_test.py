@@ -222,7 +222,7 @@ class Disengaging(AttackTest):
                 took = echo.seconds()
             self.assertEqual(disengaged, caller.order()[0])
             # Half of it is the transfer and decoding of the line, which is before it on the link.
-            self.assertLess(took, echo.late + 4 * BOUND_SECONDS)
+            self.assert_within(took, echo.late + 4 * BOUND_SECONDS)
             self.assertEqual([0, 0, 0], [caller.reply(number) for number in numbers])
             self.assertEqual([disengaged, *numbers], caller.order())
             self.assertIsNone(caller.call("get_wayline"))
@@ -242,7 +242,7 @@ class Disengaging(AttackTest):
                 took = time.monotonic() - sent
                 echo.seconds()
             # What the system has not handed over yet has to be read and decoded before it.
-            self.assertLess(took, echo.late + 4 * BOUND_SECONDS)
+            self.assert_within(took, echo.late + 4 * BOUND_SECONDS)
             replies = [caller.reply(number) for number in numbers]
             self.assertEqual([0, 0, 0], replies[2:], "took effect after it")
             self.assertLess(caller.order().index(disengaged), 3, "waited for what was before it")
@@ -269,7 +269,7 @@ class Disengaging(AttackTest):
                 with HonestEcho() as echo:
                     self.assertEqual(1, operator.call("DisengageSteering", 1))
                     took = echo.seconds()
-                self.assertLess(took, echo.late + BOUND_SECONDS)
+                self.assert_within(took, echo.late + BOUND_SECONDS)
             self.assertEqual([0, 0, 0], [worker.reply(number) for number in numbers])
 
     def test_does_not_keep_a_later_request_from_engaging(self):

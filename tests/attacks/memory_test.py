@@ -195,8 +195,8 @@ class Memory(AttackTest):
                   f"{len(honest.report.service_waits)} waits, "
                   f"99.9 %: {honest.report.percentile(honest.report.service_waits, 0.999) * 1e3:.1f} ms, "
                   f"echo {honest.report.percentile(honest.report.echo_waits, 0.999) * 1e3:.1f} ms")
-            self.assertLess(most, before + MOST_HELD)
-            self.assertLess(kept, before + MOST_KEPT)
+            self.assert_within(most, before + MOST_HELD)
+            self.assert_within(kept, before + MOST_KEPT)
             self.assert_untroubled(honest.report)
             self.assert_ends_in_time(simulator)
 

@@ -282,7 +282,7 @@ class Track(AttackTest):
                     self.assertIsNone(honest.report.failure)
                     wait = honest.report.percentile(honest.report.service_waits, 0.999)
                     echo = honest.report.percentile(honest.report.echo_waits, 0.999)
-                    self.assertLess(wait, echo + 0.25)
+                    self.assert_within(wait, echo + 0.25)
                     self.assert_ends_in_time(simulator)
             finally:
                 os.close(reader)

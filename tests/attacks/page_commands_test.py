@@ -66,7 +66,7 @@ class PageCommands(AttackTest):
                 time.sleep(0.5)  # until the attack is on
                 longest = self.disengage(simulator, most)
                 echo.seconds()
-            self.assertLess(longest, COMMAND_SECONDS + echo.late)
+            self.assert_within(longest, COMMAND_SECONDS + echo.late)
             self.assert_untroubled(honest.report)
             with attackers(attack):
                 time.sleep(0.3)  # until it is on again
@@ -85,7 +85,7 @@ class PageCommands(AttackTest):
             with attackers(ask_for_the_line):
                 time.sleep(0.5)  # until the attack is on
                 beside = sorted(self.nudging(client) for _ in range(5))
-            self.assertLess(beside[2], MOST_TIMES_ALONE * alone)
+            self.assert_within(beside[2], MOST_TIMES_ALONE * alone)
             self.assert_ends_in_time(simulator)
 
     def test_that_end_steering_leave_nothing_to_engage_that_waits_on_the_link(self):

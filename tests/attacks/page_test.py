@@ -18,6 +18,7 @@ ATTACK_SECONDS = 2.0
 COMMAND_SECONDS = 1.0
 VIEWER_SECONDS = 2.0  # for a place: 1.5 s, or else a refusal
 VIEWINGS = 4
+MOST_LATER_THREADS = 10  # those that begin when they are first needed; the attackers are many more
 
 HOST = f"Host: localhost:{PAGE_PORT}\r\n"
 GET = f"GET / HTTP/1.1\r\n{HOST}\r\n".encode()
@@ -251,7 +252,7 @@ class Page(AttackTest):
                     waits.append(self.command(*command))
                     bare.append(peer.ask())
                     time.sleep(0.03)  # as a hand that presses the button
-        self.assertLess(max(waits), COMMAND_SECONDS + max(bare), f"of {len(waits)} commands")
+        self.assert_within(max(waits), COMMAND_SECONDS + max(bare), f"of {len(waits)} commands")
 
     def hold_out(self, *attacks):
         """What must hold under the attacks."""
@@ -260,8 +261,7 @@ class Page(AttackTest):
             with HonestClient() as honest, attackers(*attacks):
                 time.sleep(0.5)  # until the attack is on
                 self.assert_commands_get_through()
-                # One for what is large to destroy begins when it is first needed.
-                self.assertLessEqual(simulator.threads(), threads + 1, "whoever comes")
+                self.assertLess(simulator.threads(), threads + MOST_LATER_THREADS, "whoever comes")
             self.assert_untroubled(honest.report)
             with attackers(*attacks):
                 time.sleep(0.3)  # until it is on again
@@ -313,7 +313,7 @@ class Page(AttackTest):
                         link.sendall(STREAM)
                         self.assertIn(b" 200 ", link.recv(15))
                     took = time.monotonic() - start
-                    self.assertLess(took, VIEWER_SECONDS + peer.ask())
+                    self.assert_within(took, VIEWER_SECONDS + peer.ask())
                 self.assert_ends_in_time(simulator)
 
 

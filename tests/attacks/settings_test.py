@@ -107,8 +107,8 @@ class Settings(AttackTest):
                         client.notify("set_lookahead_time", value, 1)
                         wait_for(lambda: self.kept().get("lookahead_time") == value, "the save")
                         took = echo.seconds()
-                    self.assertLess(took, KEPT_SECONDS + BOUND_SECONDS + echo.late +
-                                    2 * self.own_save_seconds())
+                    self.assert_within(took, KEPT_SECONDS + BOUND_SECONDS + echo.late +
+                                       2 * self.own_save_seconds())
             self.assert_ends_in_time(simulator)
 
     def own_save_seconds(self):

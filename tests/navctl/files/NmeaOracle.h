@@ -17,6 +17,9 @@ inline constexpr int kEpochsToLearnAnew = 4;
 /// The epoch in which a disturbance begins.
 inline constexpr int kDisturbed = 16;
 
+/// How sentences come, but for all at once.
+inline const std::vector<EPace> kPaces{EPace::File, EPace::Bursts, EPace::EvenlySpread};
+
 using Events = std::vector<StreamEvent>;
 
 /// A receiver, how its sentences come, and what is known of it.
