@@ -64,7 +64,8 @@ ServedAnswer AnswerOf(const std::string& type, std::string content, const std::s
     return {200,
             type,
             std::make_shared<const std::string>(std::move(content)),
-            {{"Cache-Control", "no-cache"}, {"ETag", tag}, {"Vary", "Accept-Encoding"}}};
+            {{"ETag", tag}, {"Vary", "Accept-Encoding"}},
+            "no-cache"};
 }
 
 } // namespace

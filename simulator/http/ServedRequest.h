@@ -65,6 +65,7 @@ struct ServedAnswer
     std::string type;                                         ///< the content type
     Body body;                                                ///< not null
     std::vector<std::pair<std::string, std::string>> headers; ///< beside those of every answer
+    std::string caching = "no-store";                         ///< whether a browser may keep it
 };
 
 #endif

@@ -45,7 +45,7 @@ class Reconnection(unittest.IsolatedAsyncioTestCase):
                 await elsewhere(peer.push, "cb_offsets", float(number))
                 self.assertEqual((float(number),), await events.__anext__())
                 await client.disconnect()
-        self.assertEqual([], own_threads())
+        wait_for_no_thread(self)
 
 
 class Connecting(unittest.IsolatedAsyncioTestCase):
@@ -77,12 +77,14 @@ def own_threads():
             if thread.name == "kestrove_navigation.aio"]
 
 
-class Lifetime(unittest.TestCase):
-    def wait_for_no_thread(self):
-        for thread in own_threads():
-            thread.join(DEADLINE_SECONDS)
-        self.assertEqual([], own_threads())
+def wait_for_no_thread(case):
+    """A thread has done its last work before it ends."""
+    for thread in own_threads():
+        thread.join(DEADLINE_SECONDS)
+    case.assertEqual([], own_threads())
 
+
+class Lifetime(unittest.TestCase):
     def test_ends_with_the_client_that_nobody_holds_any_more(self):
         async def use():
             client = aio.NavigationClient()
@@ -94,7 +96,7 @@ class Lifetime(unittest.TestCase):
         client, _events = asyncio.run(use())
         gc.collect()
         self.assertIsNone(client())
-        self.wait_for_no_thread()
+        wait_for_no_thread(self)
 
     def test_leaves_no_descriptors_behind(self):
         async def use():
@@ -102,11 +104,11 @@ class Lifetime(unittest.TestCase):
                 await client.engage_steering()
 
         asyncio.run(use())
-        self.wait_for_no_thread()
+        wait_for_no_thread(self)
         before = os.listdir("/proc/self/fd")
         for _ in range(20):
             asyncio.run(use())
-        self.wait_for_no_thread()
+        wait_for_no_thread(self)
         self.assertEqual(len(before), len(os.listdir("/proc/self/fd")))
 
     def test_outlives_the_loop_that_is_closed_while_a_call_waits(self):
@@ -125,7 +127,7 @@ class Lifetime(unittest.TestCase):
             peer.replies.put(2.0)
             self.assertEqual(2.0, asyncio.run(client.get_implement_width()))
         asyncio.run(client.disconnect())
-        self.wait_for_no_thread()
+        wait_for_no_thread(self)
 
     def test_is_that_of_the_process_which_made_it(self):
         client = aio.NavigationClient()

@@ -31,12 +31,13 @@ void CNmeaEpochs::EndEarly()
 bool CNmeaEpochs::IsWhole(bool countsWaiting) const
 {
     return m_epochNumber > kEpochsToWaitFor &&
-           std::all_of(m_recent.begin(), m_recent.end(), [=](const RecentKind& recent) {
-               const bool isAwaited = recent.epoch + kEpochsToWaitFor >= m_epochNumber &&
-                                      (HasTime(recent.type) || StandsBehind(recent.kind));
-               return !isAwaited || m_epoch->Find(recent.kind) != nullptr ||
-                      (countsWaiting && WaitsForPause(recent.kind));
-           });
+           std::all_of(
+               m_recent.begin(), m_recent.end(), [this, countsWaiting](const RecentKind& recent) {
+                   const bool isAwaited = recent.epoch + kEpochsToWaitFor >= m_epochNumber &&
+                                          (HasTime(recent.type) || StandsBehind(recent.kind));
+                   return !isAwaited || m_epoch->Find(recent.kind) != nullptr ||
+                          (countsWaiting && WaitsForPause(recent.kind));
+               });
 }
 
 bool CNmeaEpochs::WaitsForPause(NmeaKind kind) const
