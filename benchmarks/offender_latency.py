@@ -183,8 +183,8 @@ def measure(what, offenders, seconds):
     """The percentile of the waits above that of the echoes, in milliseconds, and events a second."""
     with tempfile.TemporaryDirectory() as folder, output.Pipe() as pipe, SimulatorUnderAttack(
             "--log-level", "debug", "--http", str(page.PAGE_PORT), "--start", "-300,500,0",
-            "--state", f"{folder}/state.json", stdout=pipe.writing, stderr=pipe.writing) as simulator:
-        with HonestClient(simulator) as honest, attackers(*offenders):
+            "--state", f"{folder}/state.json", stdout=pipe.writing, stderr=pipe.writing):
+        with HonestClient() as honest, attackers(*offenders):
             time.sleep(seconds)
     report = honest.report
     if report.failure:

@@ -52,14 +52,11 @@ ServerConnectionC::~ServerConnectionC()
     struct Remains
     {
         std::set<std::string> subscriptions;
-        std::string queued;
-        std::string writing;
+        OutgoingBytesC outgoing;
     };
     // With the connection itself: thousands that have sent nothing take megabytes, too.
-    const std::size_t bytes =
-        kSilentBytes + m_subscribed + m_queued.capacity() + m_writing.capacity();
-    m_disposer->Destroy(
-        Remains{std::move(m_subscriptions), std::move(m_queued), std::move(m_writing)}, bytes);
+    const std::size_t bytes = kSilentBytes + m_subscribed + m_outgoing.Memory();
+    m_disposer->Destroy(Remains{std::move(m_subscriptions), std::move(m_outgoing)}, bytes);
 }
 
 /// Has all that came from the client destroyed. Who waits for a turn may do so for long: a closed
@@ -340,7 +337,7 @@ void ServerConnectionC::CountHeld()
     m_held = !m_open ? 0
                      : std::max(kSilentBytes, m_decoder.Held() + m_aheadBytes + m_message.memory +
                                                   m_heldMemory + m_waitingMemory + m_subscribed +
-                                                  m_queued.capacity() + m_writing.capacity());
+                                                  m_outgoing.Memory());
     const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock();
     if (owner != nullptr && m_held != before) {
         owner->HeldChanged(before, m_held);

@@ -27,7 +27,7 @@ void ServerConnectionC::InputEnded()
 /// True when the client is to be served or sent something yet.
 bool ServerConnectionC::IsOwedAnything() const
 {
-    return m_isHeld || !m_waiting.empty() || Unsent() > 0;
+    return m_isHeld || !m_waiting.empty() || m_outgoing.Size() > 0;
 }
 
 bool ServerConnectionC::IsClientThere() const

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -43,6 +44,7 @@ public:
     /// Queues an event that has been encoded for all who have subscribed to it.
     void Push(const std::string& event);
     void SendTo(ClientNumber client, const char* bytes, std::size_t count);
+    void SendTo(ClientNumber client, std::shared_ptr<const std::string> text);
     void SendTo(ClientNumber client) { SendTo(client, m_encoder.Data(), m_encoder.Size()); }
     BEncoderC& StartReply(std::uint64_t requestNumber);
     bool EncodeEvent(const std::string& event, const BListC& payload);
@@ -77,7 +79,8 @@ private:
     void PostTurn();
     void DropClosedTurns();
     void GiveTurn();
-    void Queue(ServerConnectionC& connection, const char* bytes, std::size_t count);
+    void KeepIf(bool isQueued, ServerConnectionC& connection);
+    void SendTo(ClientNumber client, const std::function<bool(ServerConnectionC&)>& queue);
     void StartTelling();
     void PostTelling();
     void TellForATurn();

@@ -10,6 +10,8 @@
 
 namespace {
 
+const char* const kDisengaged = "steering was ended by hand meanwhile";
+
 /// About what is discarded at a time; what is not large does no harm there.
 constexpr std::size_t kDiscardedBytes = std::size_t{1} << 20U;
 
@@ -121,6 +123,14 @@ void WorkQueueC::Forget(Ticket ticket)
         m_tasks.erase(found);
     } else if ((*found)->job && (*found)->job->kind == EWork::Query) {
         (*found)->job->stop = true;
+    }
+}
+
+void WorkQueueC::EndAsDisengaged(Ticket ticket)
+{
+    for (const std::shared_ptr<Task>& task : m_tasks) {
+        if (task->ticket == ticket)
+            EndChange(*task, kDisengaged);
     }
 }
 
@@ -271,7 +281,7 @@ void WorkQueueC::Disengaged()
     Discard(std::exchange(m_prepared, nullptr));
     for (const std::shared_ptr<Task>& task : m_tasks) {
         if (task != m_present)
-            EndChange(*task, "steering was ended by hand meanwhile");
+            EndChange(*task, kDisengaged);
     }
     if (m_disengaged)
         m_disengaged();

@@ -60,6 +60,9 @@ public:
     /// Drops an operation of which nobody wants the answer any more. The one that is at its work
     /// goes on when it is a change of the line, which has been asked for.
     void Forget(Ticket ticket);
+    /// Ends an operation without effect, if it is a change: steering has been ended by hand after
+    /// it was asked for, and before it was queued.
+    void EndAsDisengaged(Ticket ticket);
     /// Calls an operation with all calculations made on the spot, however long they take.
     void CallOnTheSpot(const Attempt& attempt);
     /// How many operations are at their work or wait for it.

@@ -1,6 +1,7 @@
 #include "simulator/http/HttpConnection.h"
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 #include <poll.h>
@@ -9,13 +10,15 @@
 #include <asio/buffer.hpp>
 #include <asio/error.hpp>
 
-#include "simulator/http/PageValues.h"
+#include "simulator/http/AnswerHead.h"
 
 namespace {
 
 // For what the peer still sends after its answer.
 constexpr std::chrono::milliseconds kEnding(500);
 constexpr std::size_t kMostDrained = 8 * 1024 * 1024;
+// So much is read of what comes behind a request before its answer.
+constexpr std::size_t kMostBehind = 64 * 1024;
 // So much is read at once, and so often before others have their turn.
 constexpr std::size_t kReadBytes = 16 * 1024;
 constexpr int kReadsPerTurn = 16;
@@ -24,64 +27,7 @@ constexpr int kSendBufferOfAStream = 8 * 1024;
 // A peer of a stream that has not read so much is sent no more: some fifty states.
 constexpr std::size_t kMostUnread = 32 * 1024;
 
-const char* ReasonOf(int status)
-{
-    switch (status) {
-    case 200:
-        return "OK";
-    case 400:
-        return "Bad Request";
-    case 403:
-        return "Forbidden";
-    case 404:
-        return "Not Found";
-    case 405:
-        return "Method Not Allowed";
-    case 409:
-        return "Conflict";
-    case 411:
-        return "Length Required";
-    case 413:
-        return "Content Too Large";
-    case 415:
-        return "Unsupported Media Type";
-    case 431:
-        return "Request Header Fields Too Large";
-    case 500:
-        return "Internal Server Error";
-    default:
-        return "Service Unavailable";
-    }
-}
-
-/// The status line and the headers that every answer has.
-std::string HeadOf(int status, const std::string& type)
-{
-    return "HTTP/1.1 " + std::to_string(status) + " " + ReasonOf(status) +
-           "\r\nCache-Control: no-store\r\n"
-           "Connection: close\r\n"
-           "Content-Security-Policy: default-src 'self'; base-uri 'none'; form-action 'none'; "
-           "frame-ancestors 'none'\r\n"
-           "Content-Type: " +
-           type +
-           "\r\n"
-           "Cross-Origin-Resource-Policy: same-origin\r\n"
-           "X-Content-Type-Options: nosniff\r\n";
-}
-
 } // namespace
-
-ServedAnswer RefusalOf(int status, const std::string& reason)
-{
-    ServedAnswer answer;
-    answer.status = status;
-    answer.type = "application/json";
-    answer.body = std::make_shared<const std::string>(ErrorJson(reason));
-    if (status == 405) {
-        answer.headers.emplace_back("Allow", "GET, POST");
-    }
-    return answer;
-}
 
 HttpConnectionC::HttpConnectionC(asio::ip::tcp::socket socket, const HttpPatience& patience,
                                  HttpConnectionOwnerC& owner)
@@ -92,11 +38,28 @@ HttpConnectionC::HttpConnectionC(asio::ip::tcp::socket socket, const HttpPatienc
 
 void HttpConnectionC::Start()
 {
+    // In a flood many have gone before they are read: that is found out at a fraction of the cost
+    // of reading them, so that those behind them do not wait.
+    if (IsGivenUp()) {
+        Close();
+        return;
+    }
     asio::error_code error;
     m_socket.non_blocking(true, error);
     m_socket.set_option(asio::ip::tcp::no_delay(true), error);
     Limit(Clock::now() + m_patience.firstByte);
     Read();
+}
+
+/// Whether the peer has closed its side of what begins as a POST.
+bool HttpConnectionC::IsGivenUp()
+{
+    constexpr std::string_view kPost = "POST";
+    std::array<char, kPost.size()> start{};
+    return HasGone() &&
+           ::recv(m_socket.native_handle(), start.data(), start.size(), MSG_PEEK | MSG_DONTWAIT) ==
+               static_cast<ssize_t>(start.size()) &&
+           std::string_view(start.data(), start.size()) == kPost;
 }
 
 bool HttpConnectionC::HasGone() const
@@ -152,33 +115,47 @@ void HttpConnectionC::Read()
             break;
         }
         if (error) {
-            // A peer that has said all may still listen for its answer, but not for a stream.
-            if (m_stage != EStage::Waiting && m_stage != EStage::Answering) {
-                Close();
-            }
+            InputEnded(error);
             return;
         }
         Take(bytes.data(), size);
         if (m_stage == EStage::Closed) {
             return;
         }
+        if (!IsReading()) {
+            break;
+        }
     }
-    // What comes while an answer is waited for stays with the system.
-    if (m_stage != EStage::Waiting && m_stage != EStage::Answering) {
+    if (IsReading()) {
         WaitToRead();
+    }
+}
+
+/// Whether what the peer sends is read now. What comes behind a request is, up to a limit, while
+/// its answer is waited for: else nobody would notice that the peer has gone.
+bool HttpConnectionC::IsReading() const
+{
+    return m_stage == EStage::Waiting ? m_drained < kMostBehind : m_stage != EStage::Answering;
+}
+
+/// A peer that has said all may still listen for its answer, but not for a stream.
+void HttpConnectionC::InputEnded(const asio::error_code& error)
+{
+    const bool mayListen =
+        m_stage == EStage::Answering || (m_stage == EStage::Waiting && Request().method != "POST");
+    if (error != asio::error::eof || !mayListen) {
+        Close();
     }
 }
 
 void HttpConnectionC::Take(const char* bytes, std::size_t count)
 {
     using ERead = RequestReaderC::EStage;
-    if (m_stage == EStage::Ending) {
+    if (m_stage != EStage::Reading) {
         m_drained += count;
-        if (m_drained > kMostDrained) {
+        if (m_drained > kMostDrained && m_stage == EStage::Ending) {
             Close();
         }
-    }
-    if (m_stage != EStage::Reading) {
         return;
     }
     if (!m_anythingCame) {
@@ -357,6 +334,12 @@ std::chrono::milliseconds HttpConnectionC::Untaken() const
 {
     const bool waits = m_isWriting || m_isHeldBack;
     const auto since = waits ? Clock::now() - m_lastTaken : Clock::duration(0);
+    return std::chrono::duration_cast<std::chrono::milliseconds>(since);
+}
+
+std::chrono::milliseconds HttpConnectionC::Idle() const
+{
+    const auto since = Clock::now() - (m_stage == EStage::Reading ? m_start : m_lastTaken);
     return std::chrono::duration_cast<std::chrono::milliseconds>(since);
 }
 

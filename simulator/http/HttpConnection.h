@@ -13,6 +13,7 @@
 #include <asio/steady_timer.hpp>
 
 #include "runtime/PeerSocket.h"
+#include "simulator/http/AnswerHead.h"
 #include "simulator/http/RequestCheck.h"
 #include "simulator/http/RequestReader.h"
 
@@ -49,7 +50,9 @@ protected:
 
 /// One connection, which carries one request: reads it, writes its answer or a stream, and reads
 /// away what still comes before it closes, so that closing does not take the answer from the peer.
-/// No wait is without a limit, and none holds up anybody else.
+/// A peer that closes its side before a POST is answered has given that up: its connection ends at
+/// once. One that asks for something else may still listen for the answer. No wait is without a
+/// limit, and none holds up anybody else.
 ///
 /// Thread safety: none, but for HasGone(); lives on the thread that runs its loop. Lifetime: shared
 /// by its owner and by the operations under way.
@@ -102,6 +105,8 @@ public:
     /// all.
     std::chrono::milliseconds Untaken() const;
 
+    /// For how long its request has been coming, or nothing has been taken of its answer.
+    std::chrono::milliseconds Idle() const;
     /// How much memory is held for this connection alone, bytes.
     std::size_t Held() const;
     /// Closes at once.
@@ -113,6 +118,9 @@ private:
     void Limit(Clock::time_point until);
     void WaitToRead();
     void Read();
+    void InputEnded(const asio::error_code& error);
+    bool IsReading() const;
+    bool IsGivenUp();
     void Take(const char* bytes, std::size_t count);
     void HeadHasCome();
     void GoOnFrom(RequestReaderC::EStage read);
@@ -128,13 +136,14 @@ private:
     HttpConnectionOwnerC& m_owner;
     RequestReaderC m_reader;
     EStage m_stage = EStage::Reading;
+    Clock::time_point m_start = Clock::now();
     bool m_anythingCame = false;
     bool m_isWaitingToRead = false;
     bool m_isKept = false;
     std::string m_head; ///< of the answer; or what is being sent of the stream
     ServedAnswer::Body m_body;
-    std::size_t m_sent = 0; ///< of both
-    std::size_t m_drained = 0;
+    std::size_t m_sent = 0;    ///< of both
+    std::size_t m_drained = 0; ///< of what came behind the request
     Source m_source;
     std::function<void()> m_ended;
     bool m_isWriting = false;
@@ -145,8 +154,5 @@ private:
     mutable std::mutex m_closing; ///< the socket is closed, and looked at from elsewhere, under it
     bool m_isClosed = false;      ///< guarded by m_closing
 };
-
-/// Writes {"error": reason} as an answer.
-ServedAnswer RefusalOf(int status, const std::string& reason);
 
 #endif

@@ -1,7 +1,6 @@
 #include "simulator/http/HttpServer.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <exception>
 #include <utility>
@@ -15,20 +14,30 @@ constexpr int kAttemptsAtAFreePort = 20;
 
 using EStage = HttpConnectionC::EStage;
 
-// In this order connections are closed for others; who listens to a stream is not. One that is only
-// read empty has had its answer; what waits for the service is cut off last.
-constexpr std::array<EStage, 4> kClosedForOthers{EStage::Ending, EStage::Reading, EStage::Answering,
-                                                 EStage::Waiting};
-
-/// Where a connection comes among those that are closed for others; the end for one that is not.
-std::size_t PlaceOf(const HttpConnectionC& connection)
+// In this order connections are closed for others.
+enum class EWorth
 {
-    const EStage stage = connection.Stage();
-    if (stage == EStage::Waiting && connection.IsKept()) {
-        return kClosedForOthers.size();
+    HasItsAnswer, // and is only read empty
+    SlowToAsk,
+    SlowToTake,
+    OneOfManyAsking,
+    Answered,
+    Stays,
+};
+
+EWorth WorthOf(const HttpConnectionC& connection, bool areManyAsking)
+{
+    const bool isSlow = connection.Idle() >= HttpServerC::kYoung;
+    switch (connection.Stage()) {
+    case EStage::Ending:
+        return EWorth::HasItsAnswer;
+    case EStage::Reading:
+        return isSlow ? EWorth::SlowToAsk : areManyAsking ? EWorth::OneOfManyAsking : EWorth::Stays;
+    case EStage::Answering:
+        return isSlow ? EWorth::SlowToTake : EWorth::Answered;
+    default:
+        return EWorth::Stays;
     }
-    const auto place = std::find(kClosedForOthers.begin(), kClosedForOthers.end(), stage);
-    return static_cast<std::size_t>(place - kClosedForOthers.begin());
 }
 
 bool IsLacking(const asio::error_code& error)
@@ -84,7 +93,7 @@ asio::error_code HttpServerC::Open(const asio::ip::address& address, std::uint16
     // Where the descriptors of the process have run out one is given up for each that comes.
     const auto listener = std::make_shared<ServerListenerC>(
         m_loop, [this](asio::ip::tcp::socket socket) { Take(std::move(socket)); },
-        [this](const asio::error_code&) { CloseOldest(); });
+        [this](const asio::error_code&) { CloseOldest(); }, [this] { return MakeRoom(); });
     const asio::error_code error = listener->Open(address, port);
     if (!error) {
         m_listeners.push_back(listener);
@@ -110,32 +119,45 @@ void HttpServerC::Close()
 
 void HttpServerC::Take(asio::ip::tcp::socket socket)
 {
-    if (m_connections.size() >= kMostConnections && !CloseOldest()) {
-        return;
-    }
     const auto connection = std::make_shared<HttpConnectionC>(std::move(socket), m_patience, *this);
     m_connections.push_back(connection);
     connection->Start();
 }
 
+/// Before a connection is taken. It is the system that keeps those for which there is no room.
+ServerListenerC::ERoom HttpServerC::MakeRoom()
+{
+    const bool hasRoom = m_connections.size() < kMostConnections || CloseOldest();
+    return hasRoom ? ServerListenerC::ERoom::Free : ServerListenerC::ERoom::None;
+}
+
 bool HttpServerC::CloseOldest()
 {
-    const auto first = std::min_element(
-        m_connections.begin(), m_connections.end(),
-        [](const auto& one, const auto& other) { return PlaceOf(*one) < PlaceOf(*other); });
-    if (first == m_connections.end() || PlaceOf(**first) == kClosedForOthers.size()) {
-        return false;
+    const auto asking =
+        std::count_if(m_connections.begin(), m_connections.end(),
+                      [](const auto& one) { return one->Stage() == EStage::Reading; });
+    const bool areMany = static_cast<std::size_t>(asking) > kMostConnections / 2;
+    std::shared_ptr<HttpConnectionC> closed;
+    EWorth least = EWorth::Stays;
+    for (const std::shared_ptr<HttpConnectionC>& one : m_connections) {
+        const EWorth worth = WorthOf(*one, areMany);
+        if (worth < least) {
+            least = worth;
+            closed = one;
+        }
     }
-    const std::shared_ptr<HttpConnectionC> closed = *first;
-    closed->Close();
-    return true;
+    if (closed) {
+        closed->Close();
+    }
+    return closed != nullptr;
 }
 
 bool HttpServerC::CloseGreediest()
 {
     std::shared_ptr<HttpConnectionC> greediest;
     for (const std::shared_ptr<HttpConnectionC>& one : m_connections) {
-        const bool mayBeClosed = PlaceOf(*one) < kClosedForOthers.size();
+        const bool isKept = one->Stage() == EStage::Waiting && one->IsKept();
+        const bool mayBeClosed = one->Stage() != EStage::Streaming && !isKept;
         if (mayBeClosed && (!greediest || one->Held() > greediest->Held())) {
             greediest = one;
         }

@@ -1,6 +1,7 @@
 #ifndef KESTROVE_SIMULATOR_HTTP_HTTPSERVER_H
 #define KESTROVE_SIMULATOR_HTTP_HTTPSERVER_H
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -17,12 +18,14 @@
 
 /// Serves HTTP on the loopback addresses, by events, on whatever thread runs the loop.
 ///
-/// Connections and what is held for them are bounded, and who comes is served all the same: when
-/// the connections run out, or the descriptors of the process, the oldest that has had its answer
-/// goes, or else the oldest that has not completed its request, or else the oldest that is being
-/// answered, or else the oldest that waits for its answer; when the memory does, the one that holds
-/// the most. A stream and a request that is kept (HttpConnectionC::Keep()) stay: who comes while
-/// nothing else is there is not let in.
+/// Connections and what is held for them are bounded, and who comes is served all the same. When
+/// the connections run out, or the descriptors of the process, the oldest goes of those that have
+/// had their answer, or else of those whose request has not been completed within kYoung, or else
+/// of those that have taken nothing of their answer for as long, or else of those whose request is
+/// coming, while they are more than half of all, or else of those that are being answered. Whose
+/// request is complete stays, and so does a stream: while nothing else is there, who comes waits
+/// in the system's queue, which is in order. When the memory runs out, the one that holds the most
+/// goes, but for a stream and a request that is kept (HttpConnectionC::Keep()).
 ///
 /// Thread safety: none; Listen() before the loop runs, the rest on the thread that runs it.
 class HttpServerC final : public HttpConnectionOwnerC
@@ -31,6 +34,8 @@ public:
     /// How many connections there are at once. A process may have 1024 descriptors as a rule, and
     /// the service's own clients need some.
     static constexpr std::size_t kMostConnections = 256;
+    /// For so long a request may be coming before it gives way to others.
+    static constexpr std::chrono::milliseconds kYoung{1000};
     /// How much memory is held for all of them together, bytes.
     static constexpr std::size_t kMostHeld = 32 * 1024 * 1024;
 
@@ -62,6 +67,7 @@ private:
     std::string ListenOnBoth(std::uint16_t port);
     asio::error_code Open(const asio::ip::address& address, std::uint16_t port);
     void Take(asio::ip::tcp::socket socket);
+    ServerListenerC::ERoom MakeRoom();
     bool CloseOldest();
     bool CloseGreediest();
     std::size_t Held() const;

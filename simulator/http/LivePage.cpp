@@ -74,7 +74,8 @@ public:
         : m_core(core), m_trail(trail), m_feed([this] { CallViewers(); }),
           m_gate(loop, m_loop, times.command), m_commands(core, log), m_watch(loop, core, m_feed),
           m_viewers(m_loop, m_feed,
-                    {kMostViewers, times.heartbeat, times.slowViewer, times.oldViewer}),
+                    {kMostViewers, times.heartbeat, times.slowViewer, times.placeOfViewer,
+                     times.oldViewer}),
           m_server(m_loop, PatienceOf(times),
                    {[this](const ServedRequest& request) { return Check(request); },
                     [this](const ConnectionPtr& connection) { Serve(connection); }})

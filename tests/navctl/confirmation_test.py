@@ -1,8 +1,10 @@
 """What navctl says of a setting is so: it asks what the service holds, gives reasons, and names who
 listens in the service's place."""
 
+import os
 import re
 import shlex
+import shutil
 import socket
 import ssl
 import subprocess
@@ -271,6 +273,22 @@ class Persisting(unittest.TestCase):
             result = navctl("set-look-ahead-time", "1.8", "--persist")
             self.assertEqual((0, "done\n", ""), (result.returncode, result.stdout, result.stderr))
 
+    def test_a_service_that_cannot_save_is_warned_of(self):
+        with tempfile.TemporaryDirectory() as directory:
+            folder = os.path.join(directory, "settings")
+            os.mkdir(folder)
+            with Simulator("--state", os.path.join(folder, "settings.json")):
+                shutil.rmtree(folder)
+                for _ in range(2):
+                    result = navctl("set-overshoot", "1.2", "--persist")
+                    self.assertEqual((0, "done\n"), (result.returncode, result.stdout))
+                    self.assertIn("warning: the service could not save the value", result.stderr)
+                self.assertIs(False, answer("set-overshoot", "1.3", "--persist")[1]["kept"])
+        with scripted({"get_lookahead_time": 1.8, "simulator_keeps": 2}):
+            result = navctl("set-look-ahead-time", "1.8", "--persist")
+            self.assertEqual((0, "done\n"), (result.returncode, result.stdout))
+            self.assertIn("warning: the service has not saved the value yet", result.stderr)
+
 
 class Reasons(unittest.TestCase):
     def test_every_refusal_has_its_reason(self):
@@ -450,7 +468,7 @@ class OtherPrograms(unittest.TestCase):
 
     def test_one_that_sends_back_what_it_gets_is_none(self):
         with echo():
-            self.assert_named("protocol error")
+            self.assert_named("as an echo server does")
 
     def test_one_that_comes_in_the_place_of_a_service_is_not_fed_on(self):
         for later in ([1, 0, "no such method", None], [1, 0, None, None], [1, 0, None, "text"]):

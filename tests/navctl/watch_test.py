@@ -11,7 +11,7 @@ import subprocess
 import threading
 import unittest
 
-from navctl_program import (LINE_NORTH, Client, Running, Simulator, answer, navctl, on_terminal,
+from navctl_program import (LINE_NORTH, Client, Listener, Running, Simulator, answer, navctl, on_terminal,
                             program, scripted, silent, wait_for, web_server)
 
 # Of each kind of event, the names of its values.
@@ -191,6 +191,13 @@ class Readers(unittest.TestCase):
             self.assertEqual("6", result.stdout.splitlines()[-1])
             self.assertIn("cannot write the standard output: Broken pipe", result.stderr)
 
+    def test_a_peer_that_closes_every_connection_is_no_service(self):
+        for arguments in (["watch", "--for", "1"], ["watch", "--lightbar", "--for", "1"]):
+            with self.subTest(arguments), Listener(lambda connection: connection.close()):
+                result = navctl(*arguments)
+                self.assertEqual(5, result.returncode, result.stderr)
+                self.assertIn("protocol error: ", result.stderr)
+
     def test_a_signal_ends_a_command_whose_output_nobody_reads(self):
         for arguments in (["watch"], ["--json", "watch", "guidance-status"],
                           ["watch", "--lightbar"]):
@@ -260,13 +267,17 @@ class Lightbar(unittest.TestCase):
         self.assertLessEqual(max(len(line) for line in re.split(r"[\r\n]+", drawn)), 36)
         self.assertIn("no service: localhost port 5010:\r\n", drawn)
 
-    def test_the_words_take_the_place_of_lamps_that_would_reach_the_last_column(self):
-        for columns, has_lamps in ((36, False), (37, False), (38, True)):
+    def test_lamps_that_would_reach_the_last_column_are_left_out_and_the_words_are_not(self):
+        for columns, lamps in ((22, 0), (23, 0), (24, 3), (25, 3), (26, 4), (37, 9), (38, 10), (50, 10)):
             with self.subTest(columns), Simulator():
                 _, text = on_terminal(["watch", "--lightbar"], {"NO_COLOR": "1"}, columns=columns,
                                       answer=end_when("no wayline"))
                 lines = re.split(r"[\r\n]+", re.sub(r"\x1b\[[0-9]*[A-Z]", "", text))
-                self.assertEqual(has_lamps, any(line.startswith("[") for line in lines), text)
+                drawn = [line for line in lines if line.startswith("[")]
+                self.assertEqual(lamps > 0, bool(drawn), text)
+                for line in drawn:
+                    self.assertTrue(line.startswith("[" + "·" * lamps + " ○ " + "·" * lamps + "]  "),
+                                    text)
                 self.assertLess(max(map(len, lines)), columns)
 
     def test_lights_the_middle_on_the_line(self):

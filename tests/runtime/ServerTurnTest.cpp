@@ -178,7 +178,7 @@ TEST(ServerTurn, HandsALargeReplyToTheSystemInPortions)
     const std::size_t taken = static_cast<std::size_t>(onTheWay) + client.available();
     EXPECT_LT(0U, taken);
     // What has come and is not acknowledged counts twice.
-    EXPECT_LE(taken, 2 * ServerConnectionC::kWritePortion);
+    EXPECT_LE(taken, 2 * OutgoingBytesC::kPortion);
     std::string received(reply.size(), ' ');
     std::size_t count = 0;
     while (count < received.size()) {

@@ -224,6 +224,25 @@ TEST(LongWork, IsEndedWithoutEffectByWhatEndsSteeringOrTakesTheLineAway)
     }
 }
 
+TEST(LongWork, ThatIsQueuedAfterADisengagementItCameBeforeIsEndedIfItChangesTheLine)
+{
+    CQueuedService service;
+    ASSERT_EQ("1", service.Request("set_wayline", Curve(4, 0.0)));
+    service.Ask("DisengageSteering", "[1]");
+    const auto line = service.Ask("set_wayline", Curve(4, 9.0, 2 * kMany));
+    service.Queue().EndAsDisengaged(service.LastTicket());
+    const auto headings = service.Ask("calculate_headings", "[" + Curve(4, 5.0) + "]");
+    service.Queue().EndAsDisengaged(service.LastTicket());
+    const auto later = service.Ask("Nudge", "[1, 1, 0.5]");
+    service.Finish();
+    EXPECT_EQ("0", line->value_or("none"));
+    EXPECT_NE(std::string::npos, service.Log().find("ended by hand meanwhile")) << service.Log();
+    EXPECT_NE("none", headings->value_or("none"));
+    EXPECT_EQ(std::to_string(3 + 1 + 3 + 27 * kMany) + " bytes",
+              service.Request("get_wayline", "[]"));
+    EXPECT_EQ('1', later->value_or("none")[1]);
+}
+
 TEST(LongWork, ThatChangesNothingIsNotEndedByADisengagement)
 {
     CQueuedService service;

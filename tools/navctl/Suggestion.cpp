@@ -143,6 +143,9 @@ Words VerbsMeant(const std::string& word, const Words& commands)
     }
     if (verbs.count(VerbOf(word)) != 0)
         return {VerbOf(word)};
+    static const std::set<std::string> othersForClear{"unset", "remove", "delete", "drop"};
+    if (othersForClear.count(VerbOf(word)) != 0)
+        return {"clear"};
     for (const std::string& verb : verbs) {
         if (word.rfind(verb, 0) == 0)
             return {verb};

@@ -68,6 +68,11 @@ bool TakesNextWord(const CLI::Option& option, const std::string& word)
     return word.find('=') == std::string::npos && option.get_items_expected_min() > 0;
 }
 
+std::string WantsAValue(const std::string& name, const CLI::Option& option)
+{
+    return name + " wants a value, " + option.get_type_name() + ": " + option.get_description();
+}
+
 /// Goes through the words of a command line up to the first that is none of its commands or
 /// options.
 class CWordSearch
@@ -115,6 +120,10 @@ private:
         if (option == nullptr) {
             m_problem = "there is no option \"" + name + '"' + Of(m_app, *m_command) +
                         Suggestion(name, OptionsOf(*m_command));
+            return false;
+        }
+        if (word == name + '=' && option->get_items_expected_min() > 0) {
+            m_problem = WantsAValue(name, *option);
             return false;
         }
         const bool isApart = TakesNextWord(*option, word);
@@ -185,8 +194,7 @@ std::string WrongCount(const CWordSearch& search)
             std::count_if(search.Options().begin(), search.Options().end(),
                           [&](const auto& other) { return other.option == given.option; });
         if (given.isWithoutValue) {
-            return given.name + " wants a value, " + given.option->get_type_name() + ": " +
-                   given.option->get_description();
+            return WantsAValue(given.name, *given.option);
         }
         if (times > 1 && given.option->get_items_expected_max() <= 1) {
             return given.name + " may be given once, and is given " + std::to_string(times) +

@@ -1,7 +1,11 @@
 #include "tools/navctl/feed/NmeaReader.h"
 
 #include <cmath>
+#include <fstream>
+#include <thread>
 #include <vector>
+
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -57,7 +61,56 @@ std::string Gga(const std::string& time, const std::string& talker = "GP")
            "\r\n";
 }
 
+/// How much of the program is in memory, bytes.
+long ResidentBytes()
+{
+    std::ifstream file("/proc/self/statm");
+    long size = 0;
+    long resident = 0;
+    file >> size >> resident;
+    return resident * ::sysconf(_SC_PAGESIZE);
+}
+
+/// So many seconds of a day, six digits.
+std::string TimeOf(int seconds)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "%02d%02d%02d", seconds / 3600 % 24, seconds / 60 % 60,
+                  seconds % 60);
+    return text;
+}
+
 } // namespace
+
+// A sanitizer keeps what was freed.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST(NmeaReader, TakesNoMoreMemoryForALongFileThanForAShortOne)
+{
+    constexpr int kEpochs = 80000;
+    CPipe pipe;
+    std::thread writer([&pipe] {
+        for (int epoch = 0; epoch < kEpochs; ++epoch) {
+            const std::string time = TimeOf(epoch);
+            const std::string untimed = Sentence("GPVTG,1,T,,M,2,N,3,K") + "\r\n";
+            pipe.Write(Gga(time) + untimed + Sentence("HEHDT,10,T") + "\r\n" + Rmc(time));
+        }
+        pipe.End();
+    });
+    CLineReader lines(pipe.Descriptor(), 1000);
+    CNmeaReader nmea(lines, NmeaReaderOptions{{kFirstOfMay2024, {}}, {}, false, true, {}});
+    PositionSample sample;
+    int samples = 0;
+    long before = 0;
+    while (nmea.Next(sample, 60000) == ESample::Sample) {
+        if (++samples == kEpochs / 10) {
+            before = ResidentBytes();
+        }
+    }
+    writer.join();
+    EXPECT_EQ(kEpochs, samples);
+    EXPECT_LT(ResidentBytes() - before, 1024 * 1024);
+}
+#endif
 
 TEST(NmeaReader, MakesOneSampleOfTheSentencesOfOneMoment)
 {
@@ -434,6 +487,23 @@ TEST(NmeaReader, TakesThePositionOfSeveralSystemsFromGns)
     EXPECT_EQ(11, reader.samples[1].satellites);
     EXPECT_NEAR(592.3, reader.samples[1].height.value(), 1e-9);
     EXPECT_FALSE(reader.samples[2].positionValid) << "unsafe";
+}
+
+TEST(NmeaReader, CountsTheSatellitesOfSystemsThatHaveAGgaEach)
+{
+    const auto gga = [](const char* talker, const char* fix, const char* satellites) {
+        return Sentence(std::string(talker) + "GGA,120000,4807.038,N,01131.000,E," + fix + "," +
+                        satellites + ",0.9,545.4,M,46.9,M,,") +
+               "\n";
+    };
+    const auto counted = [](const std::string& sentences) {
+        const Reader reader(sentences);
+        return reader.samples.size() == 1 ? reader.samples[0].satellites : std::nullopt;
+    };
+    EXPECT_EQ(13, counted(gga("GP", "4", "08") + gga("GL", "4", "05")));
+    EXPECT_EQ(13, counted(gga("GL", "4", "05") + gga("GP", "4", "08")));
+    EXPECT_EQ(8, counted(gga("GP", "4", "08") + gga("GL", "0", "05"))) << "that are used";
+    EXPECT_EQ(14, counted(gga("GN", "4", "14") + gga("GP", "4", "08") + gga("GL", "4", "05")));
 }
 
 TEST(NmeaReader, KnowsEveryTalkerAndTheDateOfZda)

@@ -115,6 +115,8 @@ std::string AnswerOfOtherProtocol(double seconds)
         answer = AskEither(kQuestionOfTls, deadline);
     if (answer.empty() || BeginsAMessage(answer))
         return {};
+    if (kQuestion.rfind(answer, 0) == 0)
+        return "it sends back what it gets, as an echo server does";
     if (BeginsARecordOfTls(answer))
         return "it speaks TLS";
     const std::string line = answer.substr(0, answer.find_first_of("\r\n"));

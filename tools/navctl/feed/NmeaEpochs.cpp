@@ -188,7 +188,7 @@ void CNmeaEpochs::Open(const NmeaPart& part)
     const bool mayMissTime = CameTwice();
     const bool isPaced = isOneStep && IsPaced(part);
     const std::optional<Cut> cut = FindCut(part, isOneStep);
-    const std::vector<PendingPart> leading = TakeLeading(part, isOneStep);
+    const std::vector<PendingPart> leading = TakeLeading(part, isOneStep, cut);
     EndEpoch(step, mayMissTime);
     TakeFirstDay(part);
     m_epoch.emplace();
@@ -197,7 +197,7 @@ void CNmeaEpochs::Open(const NmeaPart& part)
     m_epoch->firstLine = leading.empty() ? part.line : leading.front().part.line;
     m_epoch->firstArrival = part.arrival;
     m_epoch->isPaced = isPaced;
-    m_epoch->isBeginKnown = cut.has_value();
+    m_epoch->isBeginKnown = cut && IsCertain(*cut);
     AddLeading(leading, cut && cut->isByPause);
     Note(part);
     m_epoch->timedKinds.push_back(part.kind);

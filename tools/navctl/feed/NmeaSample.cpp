@@ -80,14 +80,18 @@ bool IsValid(const Parts& parts, const NmeaPart& place)
 }
 
 /// Some receivers tell twelve satellites at most as the number in use, but list them all; and where
-/// each system has a GNS of its own, each counts its own satellites.
+/// each system has a GNS or a GGA of its own, each counts its own satellites.
 std::optional<int> Satellites(const Parts& parts, const NmeaPart& place)
 {
     std::vector<std::uint32_t> listed;
-    int ofSystems = 0;
+    int byGns = 0;
+    int byGga = 0;
     for (const NmeaPart& part : parts) {
-        if (part.type == ENmeaType::Gns && TalkerOf(part) != kCombined) {
-            ofSystems += part.report.satellites.value_or(0);
+        const bool isOfOneSystem = TalkerOf(part) != kCombined;
+        if (part.type == ENmeaType::Gns && isOfOneSystem) {
+            byGns += part.report.satellites.value_or(0);
+        } else if (part.type == ENmeaType::Gga && isOfOneSystem && HasFix(part)) {
+            byGga += part.report.satellites.value_or(0);
         }
         for (const std::uint16_t id : part.report.satelliteIds) {
             // Without a system's number, the talker tells the system.
@@ -100,7 +104,9 @@ std::optional<int> Satellites(const Parts& parts, const NmeaPart& place)
     }
     std::sort(listed.begin(), listed.end());
     listed.erase(std::unique(listed.begin(), listed.end()), listed.end());
-    const int counted = std::max(ofSystems, static_cast<int>(listed.size()));
+    // The combined solution has counted all of them.
+    byGga = TalkerOf(place) == kCombined ? 0 : byGga;
+    const int counted = std::max({byGns, byGga, static_cast<int>(listed.size())});
     const std::optional<int> told = place.report.satellites;
     return told || counted > 0 ? std::optional(std::max(told.value_or(0), counted)) : std::nullopt;
 }

@@ -215,12 +215,13 @@ private:
 
     void WarnOfForgetting()
     {
-        if (!m_operation.MayPersist() || !std::get<bool>(m_values.back()) ||
-            !ForgetsAtRestart(m_context.Navigation()))
+        if (!m_operation.MayPersist() || !std::get<bool>(m_values.back()))
+            return;
+        const std::string why = WhyForgotten(m_context.Navigation());
+        if (why.empty())
             return;
         m_report["kept"] = false;
-        WriteError("warning: the service keeps nothing over a restart; the value holds until it "
-                   "ends (navigation-simulator keeps with --state FILE)");
+        WriteError("warning: " + why);
     }
 
     std::string Reason() { return ReasonOfRefusal(m_context.Navigation(), m_operation, m_values); }

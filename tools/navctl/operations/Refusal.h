@@ -24,8 +24,9 @@ std::string ReasonOfRefusal(CNavigationAPI& navigation, const COperation& operat
 /// does.
 std::string OutsideOfRange(const COperation& operation, const ArgumentValues& values);
 
-/// Whether the service has said that what it is to keep does not outlive a restart (request
-/// "simulator_keeps"); false for one that does not know the request.
-bool ForgetsAtRestart(CNavigationAPI& navigation);
+/// Why what the service was asked to keep does not outlive a restart, as far as it says so (request
+/// "simulator_keeps"); empty when it does, and for a service that does not know the request. Waits
+/// while the service is saving, a second at most.
+std::string WhyForgotten(CNavigationAPI& navigation);
 
 #endif

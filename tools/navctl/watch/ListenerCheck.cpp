@@ -22,6 +22,8 @@ bool CListenerCheck::IsService(double secondsLeft)
     const CServiceAnswer answer = AskWhetherService(m_navigation);
     const LinkErrorC error = m_navigation.LastError();
     m_navigation.SetTimeout(Milliseconds(m_seconds));
+    m_hasAnswered = m_hasAnswered || answer.isService;
+    m_failure = m_hasAnswered ? std::nullopt : std::optional(error);
     if (answer.isService)
         return true;
     m_otherProgram = answer.problem;

@@ -1,6 +1,7 @@
 #ifndef KESTROVE_TOOLS_NAVCTL_WATCH_LISTENERCHECK_H
 #define KESTROVE_TOOLS_NAVCTL_WATCH_LISTENERCHECK_H
 
+#include <optional>
 #include <string>
 
 #include "api/NavigationAPI.h"
@@ -26,11 +27,16 @@ public:
     bool IsService(double secondsLeft);
     /// Who listens instead, as words of an error; empty unless IsService() was false.
     const std::string& OtherProgram() const { return m_otherProgram; }
+    /// Why what listens has answered nothing so far; nothing once it has, and while it may be
+    /// asked.
+    const std::optional<LinkErrorC>& Failure() const { return m_failure; }
 
 private:
     CNavigationAPI& m_navigation;
     double m_seconds;
     bool m_isSilent = false;
+    bool m_hasAnswered = false;
+    std::optional<LinkErrorC> m_failure;
     std::string m_otherProgram;
 };
 

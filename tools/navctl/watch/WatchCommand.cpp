@@ -111,6 +111,10 @@ void Conclude(CContext& context, const CEventLoop& loop, EEnd end, const CListen
     } else if (end == EEnd::TimeIsUp && !loop.HasBeenUp()) {
         const CLinkFailure failure = ConnectFailure(error);
         FailWatch(context, failure.code, failure.reason);
+    } else if (end == EEnd::TimeIsUp && check.Failure() &&
+               check.Failure()->code == ELinkError::Closed) {
+        const CLinkFailure failure = CallFailure(*check.Failure());
+        FailWatch(context, failure.code, failure.reason);
     } else if (end == EEnd::TimeIsUp && !missing.empty()) {
         FailWatch(context, kExitNoReply, missing);
     } else {
