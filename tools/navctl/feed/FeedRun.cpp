@@ -43,6 +43,12 @@ FeedResult CFeedRun::Run()
             break;
         }
         const ESample found = m_parts.reader.Next(sample, kLookMilliseconds);
+        // Whoever interrupts a feed interrupts what it reads from too, as with a pipe of a shell.
+        const bool isOver = found == ESample::Failed || found == ESample::End;
+        if (isOver && m_parts.clock.IsInterrupted()) {
+            End(EFeedEnd::Interrupted);
+            break;
+        }
         if (found == ESample::Failed) {
             m_result.problem = m_parts.reader.Problem();
             End(EFeedEnd::BadFile);
