@@ -322,6 +322,13 @@ class Reasons(unittest.TestCase):
                     self.assertEqual((1, "refused", 0.2, "m"),
                                      (code, reply["outcome"], reply["held"], reply["unit"]))
 
+    def test_one_point_that_is_held_is_not_points(self):
+        with Simulator():
+            for size, words in (("1", "1 point"), ("21", "21 points")):
+                self.assertEqual(0, navctl("set-curve-filter-size", size).returncode)
+                self.assertTrue(navctl("set-curve-filter-size", "0").stderr.endswith(
+                    f"; it holds {words}\n"))
+
     def test_a_waypoint_that_belongs_to_no_wayline_is_warned_of(self):
         def warning(number):
             result = navctl("set-waypoint", str(number), str(number), "0", "0", "0")

@@ -313,6 +313,13 @@ class WaylineWords(unittest.TestCase):
                 self.assertEqual(2, result.returncode)
                 self.assertIn("navctl: " + words, result.stderr)
 
+    def test_the_help_says_when_the_low_speed_time_out_counts(self):
+        for command, words in (("set-low-speed-engage-timeout", "where low-speed engaging is off; where "
+                                                                "it is on, there is no limit"),
+                               ("set-low-speed-engage-enabled", "stay engaged without limit of time")):
+            self.assertIn(words, " ".join(navctl(command, "--help").stdout.split()))
+            self.assertIn(words, " ".join(navctl("manual").stdout.replace("\\-", "-").split()))
+
     def test_a_wayline_without_a_heading_is_an_error(self):
         with Simulator():
             for waylines, number in ((["0 5 5 0 5 5 0"], 1), ([LINE_NORTH, "2 0 0 0 0 1 0 0 2 0"], 2)):

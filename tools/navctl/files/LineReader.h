@@ -47,13 +47,13 @@ public:
 
     /// The number of the line that Next() gave last, counted from 1.
     std::uint64_t LineNumber() const { return m_lineNumber; }
-    /// How many lines Next() has given, which is the number of the last one where a bare CR ends a
-    /// line, too.
-    std::uint64_t LinesGiven() const { return m_linesGiven; }
     /// How many bytes of the file have been used up.
     std::uint64_t BytesUsed() const { return m_bytesTaken - (m_buffer.size() - m_place); }
     /// True when the beginning of a line has come, but not its end.
     bool HoldsPartOfALine() const { return !m_line.empty() || m_tooLong; }
+    /// How many lines Next() has given, which is the number of the last one where a bare CR ends a
+    /// line, too.
+    std::uint64_t LinesGiven() const { return m_linesGiven; }
 
 private:
     ELine Refill(int timeoutMilliseconds);
@@ -71,8 +71,8 @@ private:
     bool m_isFirst = true;
     std::uint64_t m_lineNumber = 1;
     std::uint64_t m_lineFeeds = 0;
-    std::uint64_t m_linesGiven = 0;
     std::uint64_t m_bytesTaken = 0;
+    std::uint64_t m_linesGiven = 0;
 };
 
 #endif
