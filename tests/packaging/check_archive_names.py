@@ -66,7 +66,7 @@ def main():
     failed = False
     for archive in archives:
         symbols = defined(nm, archive)
-        if len(symbols) < 100:
+        if len(symbols) < 50:
             sys.exit(f"{archive}: only {len(symbols)} names")
         found = list(complaints(symbols, own))
         print(f"{archive}: {len(symbols)} names, {len(found)} complaints")
