@@ -113,6 +113,7 @@ ELine CLineReader::Give(std::string& line)
     if (m_isFirst && line.compare(0, kByteOrderMark.size(), kByteOrderMark) == 0)
         line.erase(0, kByteOrderMark.size());
     m_isFirst = false;
+    ++m_linesGiven;
     const bool tooLong = m_tooLong;
     m_tooLong = false;
     return tooLong ? ELine::TooLong : ELine::Line;

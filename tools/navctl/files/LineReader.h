@@ -59,6 +59,9 @@ public:
     std::uint64_t BareReturns() const { return m_bareReturns; }
     /// True when the beginning of a line has come, but not its end.
     bool HoldsPartOfALine() const { return !m_line.empty() || m_tooLong; }
+    /// How many lines Next() has given, which is the number of the last one where a bare CR ends a
+    /// line, too.
+    std::uint64_t LinesGiven() const { return m_linesGiven; }
 
 private:
     ELine Refill(int timeoutMilliseconds);
@@ -78,6 +81,7 @@ private:
     std::uint64_t m_lineFeeds = 0;
     std::uint64_t m_bareReturns = 0;
     std::uint64_t m_bytesTaken = 0;
+    std::uint64_t m_linesGiven = 0;
 };
 
 #endif
