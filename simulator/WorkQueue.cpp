@@ -95,6 +95,18 @@ WorkQueueC::Ticket WorkQueueC::Add(Attempt attempt, EAsker asker)
     return task->ticket;
 }
 
+std::shared_ptr<const BListC> WorkQueueC::Keep(std::unique_ptr<BListC> arguments)
+{
+    return {arguments.release(), [&loop = m_loop, gradual = m_gradual](BListC* list) {
+                std::unique_ptr<BListC> owner(list);
+                asio::post(loop, [gradual, owner = std::move(owner)]() mutable {
+                    GradualDisposerC::Remains remains;
+                    remains.message.arguments = std::move(owner);
+                    gradual->Destroy(std::move(remains), kDiscardedBytes);
+                });
+            }};
+}
+
 /// In the round after the one that is under way, or after the last that has one of the page.
 void WorkQueueC::Place(const std::shared_ptr<Task>& task)
 {
