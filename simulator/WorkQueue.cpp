@@ -8,6 +8,8 @@
 #include <asio/post.hpp>
 #include <pthread.h>
 
+#include "runtime/ListAccess.h"
+
 namespace {
 
 const char* const kDisengaged = "steering was ended by hand meanwhile";
@@ -97,6 +99,8 @@ WorkQueueC::Ticket WorkQueueC::Add(Attempt attempt, EAsker asker)
 
 std::shared_ptr<const BListC> WorkQueueC::Keep(std::unique_ptr<BListC> arguments)
 {
+    if (BListAccessC::IsPlain(*arguments)) // a block or two, whoever destroys them
+        return arguments;
     return {arguments.release(), [&loop = m_loop, gradual = m_gradual](BListC* list) {
                 std::unique_ptr<BListC> owner(list);
                 asio::post(loop, [gradual, owner = std::move(owner)]() mutable {
