@@ -194,6 +194,11 @@ std::size_t MessageDecoderC::Held() const
     return m_state->buffer.Capacity() + m_state->numbers.Held() + m_state->parser.Builder().Held();
 }
 
+MessageC MessageDecoderC::TakeUnfinished() &&
+{
+    return std::move(m_state->parser.Builder().Message());
+}
+
 const std::string& MessageDecoderC::Problem() const
 {
     return m_state->problem;

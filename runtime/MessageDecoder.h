@@ -70,6 +70,11 @@ public:
     std::uint64_t LeastMissing() const;
     /// How many bytes are held for what has arrived and for the message that is not complete.
     std::size_t Held() const;
+    /// Gives up what is decoded of the message that is not complete: its values, which are many
+    /// small pieces; what the decoder keeps is a few large ones.
+    ///
+    /// @return them, in a message that lacks the rest. The decoder can only be destroyed then.
+    MessageC TakeUnfinished() &&;
     /// Why Next() answered Bad.
     const std::string& Problem() const;
     /// Forgets everything: the start of a new stream.

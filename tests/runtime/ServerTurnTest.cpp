@@ -77,8 +77,8 @@ std::shared_ptr<COwner> Served(const std::string& bytes, std::function<void()> s
     asio::ip::tcp::socket client(loop);
     client.connect(acceptor.local_endpoint());
     auto owner = std::make_shared<COwner>(std::move(serve));
-    const auto connection = std::make_shared<ServerConnectionC>(acceptor.accept(), 1, owner,
-                                                                std::make_shared<DisposerC>());
+    const auto connection = std::make_shared<ServerConnectionC>(
+        acceptor.accept(), 1, owner, std::make_shared<GradualDisposerC>(loop));
     asio::write(client, asio::buffer(bytes));
     connection->Start();
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
@@ -201,8 +201,8 @@ TEST(ServerTurn, HandsALargeReplyToTheSystemInPortions)
     asio::ip::tcp::socket accepted = acceptor.accept();
     const int descriptor = accepted.native_handle();
     const auto owner = std::make_shared<COwner>([] {});
-    const auto connection = std::make_shared<ServerConnectionC>(std::move(accepted), 1, owner,
-                                                                std::make_shared<DisposerC>());
+    const auto connection = std::make_shared<ServerConnectionC>(
+        std::move(accepted), 1, owner, std::make_shared<GradualDisposerC>(loop));
     const std::string reply(std::size_t{4} << 20U, 'x');
     ASSERT_TRUE(connection->Queue(reply.data(), reply.size()));
     connection->SendQueued();
