@@ -89,6 +89,7 @@ private:
     void SendForATurn();
     void Watch(std::chrono::steady_clock::duration time);
     void EndStuck();
+    void DropStuck(ServerConnectionC& connection);
     void DropGreediest();
     std::shared_ptr<ServerConnectionC> LeastWorthy() const;
     void DropLeastWorthy();

@@ -1,12 +1,15 @@
 """navctl feed: position samples from files and streams."""
 
 import csv
+import gzip
 import json
 import math
 import os
 import re
 import signal
 import subprocess
+import tempfile
+import threading
 import time
 import unittest
 
@@ -271,6 +274,48 @@ class BrokenFiles(Files):
                                        "--format", "nmea")
             self.assertEqual((0, 3), (code, report["sent"]))
 
+    def test_a_line_without_names_is_not_counted_as_one_of_names(self):
+        with Simulator():
+            code, report = navctl_json("feed", self.write("rows.csv", ["1,48,11\n"]))
+        self.assertEqual((2, {"line that was looked at for columns": 1}), (code, report["not_used"]))
+
+    def test_options_of_one_format_tell_a_stream_that_says_nothing_of_its_own(self):
+        with Simulator():
+            result = navctl("feed", "-", "--origin", "48,11", text="0,1\n0,2\n")
+            self.assertEqual(2, result.returncode)
+            self.assertIn("-: line 1 does not name the columns; a feed takes", result.stderr)
+            result = navctl("feed", "-", "--date", "2024-05-06", text="0,1\n0,2\n")
+            self.assertIn("-: no sample that could be sent; it takes GGA", result.stderr)
+
+    def test_says_that_a_time_must_be_in_seconds(self):
+        code, report, _ = self.feed("iso.csv", ["time,lat,lon\n", "2024-05-01T10:00:00Z,48,11\n"])
+        self.assertEqual((2, {"bad number: time, which must be in seconds": 1}), (code, reasons(report)))
+
+    def test_names_the_encoding_of_a_file_that_is_no_plain_text(self):
+        text = "time,latitude,longitude\n1,48,11\n"
+        packed = gzip.compress(text.encode())
+        wide = text.encode("utf-16-le")
+        with Simulator():
+            for name, content, words in (("a.csv.gz", packed, "it is compressed with gzip"),
+                                         ("a.csv", packed, "zcat FILE | navctl feed -"),
+                                         ("a.nmea", packed, "it is compressed with gzip"),
+                                         ("wide.csv", wide, "iconv -f UTF-16LE -t UTF-8 FILE"),
+                                         ("wide.nmea", wide, "it is text in UTF-16")):
+                with self.subTest(name):
+                    code, report = navctl_json("feed", self.write(name, [content]))
+                    self.assertEqual(2, code)
+                    self.assertIn(words, report["reason"])
+
+    def test_says_that_lines_end_with_cr_alone(self):
+        text = "".join(moment(number) for number in range(4))
+        words = "lines that end with CR alone: 7; they count as one line up to the next LF"
+        for end, is_told in (("\r", True), ("\r\n", False)):
+            path = self.write("drive.nmea", [text.replace("\r\n", end)])
+            with CountingService():
+                result = navctl("feed", path, "--rate", "max")
+            self.assertIn("sent 4 samples\n", result.stdout)
+            self.assertEqual(is_told, words in result.stdout, result.stdout)
+
     def test_refuses_options_of_the_other_format(self):
         values = self.write("rows.csv", ["time,latitude,longitude\n", "1,48,11\n"])
         log = self.write("drive.nmea", [moment(0)])
@@ -332,7 +377,78 @@ class BrokenFiles(Files):
                 self.assertIn(f"navctl: {words}", navctl("feed", path, *options).stderr)
 
 
+NO_FIX = sentence("GPGGA,,,,,,0,,,,M,,M,,")
+
+
+class Waiting(Files):
+    """A stream that gives no sample."""
+
+    def test_says_once_what_has_come_instead_of_samples(self):
+        streams = {"": "no data has come",
+                   NO_FIX: r"GGA without a fix \(\d+\)",
+                   "\x13\x05#.\x7f\n" * 3: r"not a sentence \(\d+\); is that a receiver, and is "
+                                          r"the speed of its line set right \(baud\)\?"}
+        with Simulator():
+            feeds = []
+            for text, words in streams.items():
+                errors = tempfile.TemporaryFile()
+                self.addCleanup(errors.close)
+                feed = subprocess.Popen([os.environ["NAVCTL"], "feed", "-"], stdin=subprocess.PIPE,
+                                        stdout=subprocess.DEVNULL, stderr=errors)
+                self.addCleanup(feed.kill)
+                feeds.append((feed, errors, text, words))
+            over = time.monotonic() + DEADLINE_SECONDS
+
+            def written(errors):
+                return os.pread(errors.fileno(), 1 << 20, 0).decode()
+
+            while time.monotonic() < over and not all(written(feed[1]) for feed in feeds):
+                for feed, _, text, _ in feeds:
+                    feed.stdin.write(text.encode())
+                    feed.stdin.flush()
+                time.sleep(0.05)  # a receiver's pace, faster than the feed looks
+            for feed, errors, _, words in feeds:
+                with self.subTest(words):
+                    self.assertRegex(written(errors),
+                                     f"^navctl: nothing that can be sent yet: {words}\n$")
+                feed.send_signal(signal.SIGINT)
+                feed.stdin.close()
+                self.assertEqual(0, feed.wait(DEADLINE_SECONDS))
+                self.assertEqual(1, written(errors).count("nothing that can be sent yet"))
+
+    def test_the_clock_and_the_count_run_on_a_terminal(self):
+        stream = os.path.join(self.directory, "stream.nmea")
+        os.mkfifo(stream)
+        is_over = threading.Event()
+
+        def send():
+            with open(stream, "w", encoding="ascii") as pipe:
+                while not is_over.wait(0.05):
+                    pipe.write(NO_FIX)
+                    pipe.flush()
+
+        def look(_, text):
+            if re.search(r"0 samples, \d+ skipped  0:02", text):
+                is_over.set()
+
+        writer = threading.Thread(target=send, daemon=True)
+        writer.start()
+        with Simulator():
+            code, text = on_terminal(["feed", stream], answer=look)
+        is_over.set()
+        writer.join(DEADLINE_SECONDS)
+        self.assertEqual(2, code, text)
+        shown = re.findall(r"0 samples, (\d+) skipped  (0:0\d)", text)
+        self.assertLess({"0:00", "0:01"}, {clock for _, clock in shown})
+        counts = [int(count) for count, _ in shown]
+        self.assertEqual(sorted(counts), counts)
+        self.assertGreater(len(set(counts)), 5)
+
+
 class Terminal(Files):
+    def test_a_terminal_that_obeys_no_sequences_gets_none(self):
+        self.assertNotIn("\x1b", self.feed_on_terminal({"TERM": "dumb"}))
+
     def feed_on_terminal(self, environment):
         path = self.write("drive.nmea", [moment(number) for number in range(21)])
         with CountingService():
@@ -360,6 +476,18 @@ class Link(Files):
     def test_tells_that_there_is_no_service(self):
         code, report = navctl_json("feed", self.write("drive.nmea", [moment(0)]))
         self.assertEqual((3, 3), (code, report["exit_code"]))
+
+    def test_every_failure_has_the_same_keys(self):
+        drive = self.write("drive.nmea", [moment(0)])
+        _, no_service = navctl_json("feed", drive)
+        _, no_file = navctl_json("feed", os.path.join(self.directory, "none"))
+        with Simulator():
+            _, other_format = navctl_json("feed", drive, "--interval", "1")
+            _, bad_file = navctl_json("feed", self.write("bad.csv", ["1,2\n"]))
+        for report in (no_service, no_file, other_format):
+            self.assertEqual(list(bad_file), list(report))
+            self.assertEqual(("failed", 0), (report["outcome"], report["sent"]))
+            self.assert_adds_up(report, 0)
 
     def test_ends_with_the_count_when_the_service_goes_away(self):
         path = self.write("drive.nmea", [moment(number) for number in range(3000)])
@@ -443,6 +571,18 @@ class Link(Files):
         self.assertEqual(1, text.returncode)
         self.assertEqual(1, text.stderr.count("the service does not take the samples: "), text.stderr)
         self.assertIn("\nthe service refused the last sample at ", text.stdout)
+
+    def test_says_where_a_refused_speed_is_from(self):
+        apart = ["x,y,speed\n"] + [f"0,{50 * number},{{}}\n" for number in range(3)]
+        options = ("--origin", "48,11", "--interval", "0.1")
+        with Simulator():
+            for speed, is_derived in (("", True), ("400", False)):
+                rows = [row.format(speed) for row in apart]
+                result = navctl("feed", self.write("rows.csv", rows), *options)
+                self.assertEqual(1, result.returncode)
+                reason = [line for line in result.stderr.splitlines() if "refused the samples" in line]
+                self.assertEqual(is_derived, "it was derived from the distance and --interval 0.1: try a "
+                                            "longer interval, or a column speed" in reason[0], reason)
 
     def test_counts_what_it_had_read_ahead_when_it_is_interrupted(self):
         path = self.write("drive.nmea", [moment(number) for number in range(995)])

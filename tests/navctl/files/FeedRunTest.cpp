@@ -120,6 +120,34 @@ TEST(FeedRun, SendsInTheTimeOfTheFile)
     EXPECT_EQ((std::vector<int>{1, 2, 3}), feed.sink.numbers);
 }
 
+TEST(FeedRun, EndsAsInterruptedWhenItsInputIsInterruptedToo)
+{
+    class CInterruptedInput : public CSampleReader
+    {
+    public:
+        CInterruptedInput(CFakeClock& clock, ESample end) : m_clock(clock), m_end(end) {}
+        ESample Next(PositionSample&, int) override
+        {
+            m_clock.interruptedFrom = m_clock.now;
+            return m_end;
+        }
+
+    private:
+        CFakeClock& m_clock;
+        ESample m_end;
+    };
+    for (const ESample end : {ESample::End, ESample::Failed}) {
+        CFakeClock clock;
+        CFakeSink sink(clock);
+        CInterruptedInput input(clock, end);
+        const FeedResult result =
+            CFeedRun({input, sink, clock, [](const FeedResult&) {}, [](const std::string&) {}},
+                     std::nullopt, 1.0)
+                .Run();
+        EXPECT_EQ(EFeedEnd::Interrupted, result.end);
+    }
+}
+
 TEST(FeedRun, SendsFasterOrAsItComes)
 {
     Feed fast({500.0, 502.0, 510.0});

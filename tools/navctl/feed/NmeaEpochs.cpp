@@ -48,7 +48,8 @@ void CNmeaEpochs::AddTimed(const NmeaPart& part)
         }
         return;
     }
-    LeaveOut(part, " without a time");
+    // Receivers that have no fix yet have no time either; what is to be waited for is the fix.
+    LeaveOut(part, part.report.fixQuality == 0 ? " without a fix" : " without a time");
     m_missesTime = true;
     // Of one that had a time before it is not known which epoch it is of, and what follows it.
     m_isBroken = m_isBroken || !m_epoch ||

@@ -21,7 +21,11 @@ ESample CNmeaReader::Next(PositionSample& sample, int timeoutMilliseconds)
 {
     const double end = timeoutMilliseconds < 0 ? std::numeric_limits<double>::infinity()
                                                : Now() + timeoutMilliseconds / 1000.0;
+    const CReadTurn turn(timeoutMilliseconds);
     while (!IsReady()) {
+        if (turn.IsOver()) {
+            return ESample::NothingYet;
+        }
         switch (ReadLine(timeoutMilliseconds)) {
         case ELine::Line:
             TakeLine();

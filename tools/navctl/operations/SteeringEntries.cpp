@@ -49,19 +49,25 @@ std::vector<COperation> EngageSettingEntries()
                      Sent(&Api::SetAllowReverseEngage)),
         Request("get-allow-reverse-engage", "get_reverse_engage_allowed",
                 "Asks whether the operator allows engaging in reverse", {}, {1}, SwitchReply()),
-        Notification("set-low-speed-engage-enabled", "set_low_speed_engage_allowed",
-                     "Sets whether steering may be engaged at low speed",
-                     {Switch("enabled", "whether it may"), Persist()},
-                     Sent(&Api::SetLowSpeedEngageEnabled)),
+        Notification(
+            "set-low-speed-engage-enabled", "set_low_speed_engage_allowed",
+            "Sets whether steering may be engaged at low speed, and then stay engaged without "
+            "limit of time",
+            {Switch("enabled", "whether it may"), Persist()}, Sent(&Api::SetLowSpeedEngageEnabled)),
         Request("get-low-speed-engage-enabled", "get_low_speed_engage_allowed",
-                "Asks whether steering may be engaged at low speed", {}, {1}, SwitchReply()),
-        Notification("set-low-speed-engage-timeout", "set_low_speed_engage_timeout",
-                     "Sets how long the machine may stay engaged at low speed",
-                     {Number("seconds", "s", "0 to 3600", "the time"), Persist()},
-                     Sent(&Api::SetLowSpeedEngageTimeout)),
+                "Asks whether steering may be engaged at low speed, and then stay engaged without "
+                "limit "
+                "of time",
+                {}, {1}, SwitchReply()),
+        Notification(
+            "set-low-speed-engage-timeout", "set_low_speed_engage_timeout",
+            "Sets how long steering stays engaged at low speed where low-speed engaging is off; "
+            "where it is on, there is no limit",
+            {Number("seconds", "s", "0 to 3600", "the time"), Persist()},
+            Sent(&Api::SetLowSpeedEngageTimeout)),
         Request("get-low-speed-engage-timeout", "get_low_speed_engage_timeout",
-                "Asks how long the machine may stay engaged at low speed", {}, {1}, NumberReply(),
-                "s"),
+                "Asks how long steering stays engaged at low speed where low-speed engaging is off",
+                {}, {1}, NumberReply(), "s"),
         Notification("set-look-ahead-time", "set_lookahead_time",
                      "Sets how far ahead of the machine, in time, the controller aims",
                      {Number("seconds", "s", "0.2 to 10", "the time"), Persist()},
