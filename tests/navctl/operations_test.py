@@ -190,15 +190,11 @@ class Operations(unittest.TestCase):
             self.assertAlmostEqual(1.5, client_position(client)[2], 3)
 
     def test_a_real_minus_one_is_no_failure(self):
-        replies = {"GetFieldOffset": -1.0, "GetImplementWidth": -1.0, "RestoreWaypoints": -1,
-                   "EngageSteering": -1}
+        replies = {"GetFieldOffset": -1.0, "GetImplementWidth": -1.0, "RestoreWaypoints": -1}
         with scripted(replies):
             self.assertEqual(-1.0, value("get-field-offset"))
             self.assertEqual(-1.0, value("get-implement-width"))
             self.assertEqual(-1, value("restore-waypoints"))
-            self.assertEqual((0, "answered", -1), outcome_of("engage-steering"))
-            self.assertEqual((0, "answered -1, which is neither done (1) nor refused (0)\n", ""),
-                             said(["engage-steering"]))
 
     def test_an_accuracy_that_is_not_given_is_not_known(self):
         records = []
@@ -224,11 +220,6 @@ def client_position(client):
 def said(command):
     result = navctl(*command)
     return result.returncode, result.stdout, result.stderr
-
-
-def outcome_of(command):
-    code, reply = answer(command)
-    return code, reply["outcome"], reply["value"]
 
 
 class WaylineWords(unittest.TestCase):

@@ -19,10 +19,13 @@ public:
             return ESample::End;
         sample = {};
         sample.time = m_times[m_next++];
+        sample.yawRate = yawRate;
         sample.startsAnew = *sample.time < m_last;
         m_last = *sample.time;
         return ESample::Sample;
     }
+
+    std::optional<double> yawRate;
 
 private:
     std::vector<double> m_times;
@@ -289,6 +292,12 @@ TEST(FeedRun, CountsTheValuesThatNobodyHasTold)
     const FeedResult result = feed.Run(std::nullopt);
     EXPECT_EQ(2U, result.notTold.at("height"));
     EXPECT_EQ(2U, result.notTold.at("heading"));
+    for (const char* const rate : {"yaw_rate", "roll_rate", "pitch_rate"}) {
+        EXPECT_EQ(2U, result.notTold.at(rate)) << rate;
+    }
+    Feed told({0.0});
+    told.reader.yawRate = 0.1;
+    EXPECT_EQ(0U, told.Run(std::nullopt).notTold.count("yaw_rate"));
 }
 
 TEST(FeedRun, EndsWhenTheUserWantsItTo)

@@ -1,5 +1,7 @@
 #include "tools/navctl/feed/FeedReport.h"
 
+#include <algorithm>
+
 namespace {
 
 Json ReasonsJson(const CSkipCount& counts)
@@ -167,8 +169,11 @@ std::string FeedText(const FeedResult& result, const CSampleReader& reader)
                 result.refusal;
     }
     std::string untold;
-    for (const auto& [name, count] : result.notTold)
-        untold += (untold.empty() ? "" : ", ") + name + " " + std::to_string(count);
+    for (const auto& [name, count] : result.notTold) {
+        std::string words = name;
+        std::replace(words.begin(), words.end(), '_', ' ');
+        untold += (untold.empty() ? "" : ", ") + words + " " + std::to_string(count);
+    }
     if (!untold.empty())
         text += "\nnot told, in so many samples: " + untold;
     if (reader.DayWasGuessed())
@@ -179,6 +184,8 @@ std::string FeedText(const FeedResult& result, const CSampleReader& reader)
         text += "\nskipped " + std::to_string(entry.count) + ": " + reason + " (first in line " +
                 std::to_string(entry.firstLine) + ")";
     }
+    if (!reader.Advice().empty())
+        text += "\n" + reader.Advice();
     std::string types;
     for (const auto& [type, entry] : reader.NotUsed().Reasons())
         types += (types.empty() ? "" : ", ") + NotUsedText(entry.count, type);

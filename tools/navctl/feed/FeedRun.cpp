@@ -143,6 +143,9 @@ void CFeedRun::NoteUntold(const PositionSample& sample)
         {"heading", sample.yaw.has_value()},
         {"roll", sample.roll.has_value()},
         {"pitch", sample.pitch.has_value()},
+        {"roll_rate", sample.rollRate.has_value()},
+        {"pitch_rate", sample.pitchRate.has_value()},
+        {"yaw_rate", sample.yawRate.has_value()},
         {"accuracy", sample.sigmaEast && sample.sigmaNorth && sample.sigmaUp},
         {"satellites", sample.satellites.has_value()},
     };

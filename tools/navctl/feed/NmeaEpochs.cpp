@@ -86,6 +86,7 @@ void CNmeaEpochs::Join(const NmeaPart& part)
         epoch.timedKinds.push_back(part.kind);
     }
     if (!epoch.isSent) {
+        TakeFirstDay(part);
         epoch.Add(part);
     } else {
         LeaveOut(part, kLate);
@@ -254,11 +255,9 @@ void CNmeaEpochs::EndEpoch(std::int64_t step, bool mayMissTime)
 /// until now gets it, too.
 void CNmeaEpochs::TakeFirstDay(const NmeaPart& next)
 {
-    if (!m_epoch || !next.arrival || !next.report.day || Day().IsTold()) {
-        return;
+    if (m_epoch && next.arrival && next.report.day && !Day().IsTold()) {
+        m_finished.Day().SetOfNext(*next.report.day, *next.report.timeOfDay);
     }
-    const bool isOverMidnight = *next.report.timeOfDay + kMillisecondsADay / 2 < m_epoch->timeOfDay;
-    m_finished.Day().Set(*next.report.day - (isOverMidnight ? 1 : 0));
 }
 
 void CNmeaEpochs::AddUntimed(const NmeaPart& part)

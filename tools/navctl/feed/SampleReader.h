@@ -76,6 +76,8 @@ public:
     }
     /// What a file must have to give samples, for people; empty when Problem() says it.
     virtual std::string Wants() const { return {}; }
+    /// What would leave fewer sentences or rows out, for people; empty when nothing is known.
+    virtual std::string Advice() const { return {}; }
     /// Whether samples were given a day that nobody has told.
     bool DayWasGuessed() const { return m_dayWasGuessed; }
     /// Why Next() has failed.

@@ -244,10 +244,8 @@ private:
             return value;
         if (outcome.kind == EOutcome::Sent)
             return "sent; nothing confirms that the service took it";
-        if (outcome.kind == EOutcome::Answered && outcome.value.is_null())
-            return "answered; nothing confirms that the service took it";
         if (outcome.kind == EOutcome::Answered)
-            return "answered " + value + ", which is neither done (1) nor refused (0)";
+            return "answered; nothing confirms that the service took it";
         return outcome.value.is_null() ? "done" : "done: " + value;
     }
 
