@@ -198,12 +198,21 @@ void HttpConnectionC::GoOnFrom(RequestReaderC::EStage read)
         m_stage = EStage::Waiting;
         m_timer.cancel();
         m_owner.Serve(shared_from_this());
+        CountHeld();
     } else if (read == ERead::Malformed) {
         Refuse(400, "not a request");
     } else if (read == ERead::HeadTooLong) {
         Refuse(431, "the head of the request has more than " +
                         std::to_string(RequestReaderC::kMostHeadBytes) + " bytes");
-    } else if (const std::size_t held = m_reader.Held(); held > m_counted) {
+    } else {
+        CountHeld();
+    }
+}
+
+void HttpConnectionC::CountHeld()
+{
+    const std::size_t held = m_reader.Held();
+    if (held > m_counted) {
         m_owner.Grown(held - std::exchange(m_counted, held));
     }
 }

@@ -134,6 +134,7 @@ private:
     void Take(const char* bytes, std::size_t count);
     void HeadHasCome();
     void GoOnFrom(RequestReaderC::EStage read);
+    void CountHeld();
     void Refuse(int status, const std::string& reason);
     void Write();
     void WaitToWrite();
