@@ -91,6 +91,26 @@ public:
         OnLoop([&] { served = m_order; });
         return served;
     }
+    /// Does something on the server's thread.
+    ///
+    /// @return how many requests have come whole after the loop has then looked at its sockets so
+    /// often.
+    std::size_t ServedAfterLooks(int looks, const std::function<void()>& action)
+    {
+        std::promise<std::size_t> served;
+        std::function<void()> look = [&] {
+            if (--looks > 0) {
+                asio::post(m_loop, look);
+            } else {
+                served.set_value(m_order.size());
+            }
+        };
+        asio::post(m_loop, [&] {
+            action();
+            asio::post(m_loop, look);
+        });
+        return served.get_future().get();
+    }
     /// Answers all that wait.
     void AnswerThem(const std::string& text)
     {
@@ -293,6 +313,23 @@ TEST(Requests, OfLongBodiesAreReadInTurns)
     for (const auto& one : longer)
         EXPECT_TRUE(IsAnswered(*one, "at once"));
     EXPECT_EQ("/long", server.Served()[1]);
+}
+
+TEST(Requests, OfLongBodiesAreReadOnePortionBetweenTwoLooksAtAllTheOthers)
+{
+    CSlowServer server;
+    std::vector<std::unique_ptr<HttpPeer>> peers;
+    while (peers.size() < 40)
+        peers.push_back(std::make_unique<HttpPeer>(server.Port()));
+    server.Asking("/first"); // all before it have been taken
+
+    // Each has four portions, the first of which has the head.
+    EXPECT_EQ(1u, server.ServedAfterLooks(20, [&] {
+        for (const auto& peer : peers)
+            peer->Send(BytesOf({"POST", "/long", "", {}, std::string(50000, ' ')}, server.Port()));
+    })) << "/first";
+    for (const auto& peer : peers)
+        EXPECT_TRUE(IsAnswered(*peer, "at once"));
 }
 
 /// Leaves this process no descriptor, until it ends.
