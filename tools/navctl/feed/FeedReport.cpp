@@ -184,8 +184,9 @@ std::string FeedText(const FeedResult& result, const CSampleReader& reader)
         text += "\nskipped " + std::to_string(entry.count) + ": " + reason + " (first in line " +
                 std::to_string(entry.firstLine) + ")";
     }
-    if (!reader.Advice().empty())
+    if (!reader.Advice().empty()) {
         text += "\n" + reader.Advice();
+    }
     std::string types;
     for (const auto& [type, entry] : reader.NotUsed().Reasons())
         types += (types.empty() ? "" : ", ") + NotUsedText(entry.count, type);
