@@ -43,14 +43,9 @@ ESample CCsvSampleReader::Next(PositionSample& sample, int timeoutMilliseconds)
             continue;
         }
         if (!m_hasHeader) {
-            m_problem = ReadHeader(m_line);
-            m_notUsed.Add(m_problem.empty() ? "line with the names of columns"
-                                            : "line that was looked at for columns",
-                          m_lines.LineNumber());
-            if (!m_problem.empty())
-                return ESample::Failed;
-            m_hasHeader = true;
-            continue;
+            if (TakeHeader())
+                continue;
+            return ESample::Failed;
         }
         sample = {};
         sample.line = m_lines.LineNumber();
@@ -59,6 +54,16 @@ ESample CCsvSampleReader::Next(PositionSample& sample, int timeoutMilliseconds)
             return ESample::Sample;
         m_skipped.Add(problem, m_lines.LineNumber());
     }
+}
+
+bool CCsvSampleReader::TakeHeader()
+{
+    m_problem = ReadHeader(m_line);
+    m_hasHeader = m_problem.empty();
+    m_notUsed.Add(m_hasHeader ? "line with the names of columns"
+                              : "line that was looked at for columns",
+                  m_lines.LineNumber());
+    return m_hasHeader;
 }
 
 std::string CCsvSampleReader::ReadHeader(const std::string& line)

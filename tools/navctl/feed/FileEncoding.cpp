@@ -36,7 +36,7 @@ bool HasZerosFrom(std::string_view text, std::size_t first)
     return true;
 }
 
-std::string Words(const char* is, const char* reader)
+std::string ReasonAndRemedy(const char* is, const char* reader)
 {
     return std::string("it is ") + is + ", and a feed reads plain text: " + reader +
            " FILE | navctl feed -";
@@ -48,7 +48,7 @@ std::string ForeignEncoding(const std::string& firstBytes)
 {
     for (const EncodingMark& mark : kMarks) {
         if (firstBytes.compare(0, mark.beginning.size(), mark.beginning) == 0)
-            return Words(mark.is, mark.reader);
+            return ReasonAndRemedy(mark.is, mark.reader);
     }
     // Without a mark of its byte order. Sentences and names of columns are ASCII.
     constexpr std::size_t kLeast = 8;
@@ -57,8 +57,8 @@ std::string ForeignEncoding(const std::string& firstBytes)
     if (beginning.size() < kLeast)
         return {};
     if (HasZerosFrom(beginning, 1))
-        return Words("text in UTF-16", "iconv -f UTF-16LE -t UTF-8");
+        return ReasonAndRemedy("text in UTF-16", "iconv -f UTF-16LE -t UTF-8");
     if (HasZerosFrom(beginning, 0))
-        return Words("text in UTF-16", "iconv -f UTF-16BE -t UTF-8");
+        return ReasonAndRemedy("text in UTF-16", "iconv -f UTF-16BE -t UTF-8");
     return {};
 }

@@ -55,9 +55,8 @@ std::vector<COperation> EngageSettingEntries()
             "limit of time",
             {Switch("enabled", "whether it may"), Persist()}, Sent(&Api::SetLowSpeedEngageEnabled)),
         Request("get-low-speed-engage-enabled", "get_low_speed_engage_allowed",
-                "Asks whether steering may be engaged at low speed, and then stay engaged without "
-                "limit "
-                "of time",
+                "Asks whether steering may be engaged at low speed, and then stay engaged "
+                "without limit of time",
                 {}, {1}, SwitchReply()),
         Notification(
             "set-low-speed-engage-timeout", "set_low_speed_engage_timeout",

@@ -185,6 +185,12 @@ bool HasNoReader(COutput& output)
     return output.HasLostReader() || output.HasFailed();
 }
 
+std::string TooFew(unsigned long told, unsigned long wanted)
+{
+    return std::to_string(told) + (told == 1 ? " event" : " events") + " in the time, not " +
+           std::to_string(wanted);
+}
+
 void WatchLines(CContext& context, const CWatchOptions& options,
                 const std::vector<const CEventKind*>& kinds)
 {
@@ -227,10 +233,7 @@ void WatchLines(CContext& context, const CWatchOptions& options,
     const EEnd end = loop.Run(listener, LimitOf(options));
     subscription.reset();
     const bool isShort = options.count > 0 && !isFull();
-    Conclude(context, loop, end, check,
-             isShort ? std::to_string(told) + (told == 1 ? " event" : " events") +
-                           " in the time, not " + std::to_string(options.count)
-                     : "");
+    Conclude(context, loop, end, check, isShort ? TooFew(told, options.count) : "");
 }
 
 /// Redraws a text in place on a terminal that obeys escape sequences; elsewhere writes each line
