@@ -99,15 +99,17 @@ def send_garbage():
 
 
 def send_halves():
-    """Sends ever more of a large message that never ends."""
+    """Sends the largest message but for its end, over and over."""
+    most = 512  # portions of 65536 bytes
     while True:
         link = connect()
         try:
-            link.sendall(b"\x93\x02\xa1x\x91\xdb\xff\xff\xff\xff")
-            while True:
+            link.sendall(b"\x93\x02\xa1x\x91\xdb" + struct.pack(">I", most * 65536 - 64))
+            for _ in range(most - 1):
                 link.sendall(65536 * b"x")
         except OSError:
-            link.close()
+            pass  # closed by the simulator
+        link.close()
 
 
 def subscribe_to_all(count):

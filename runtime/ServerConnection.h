@@ -12,7 +12,7 @@
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
 
-#include "runtime/Disposer.h"
+#include "runtime/GradualDisposer.h"
 #include "runtime/MPISocketServer.h"
 #include "runtime/MessageDecoder.h"
 #include "runtime/OutgoingBytes.h"
@@ -66,7 +66,7 @@ public:
 ///
 /// Counts what it holds: what is read and not complete, the message that is being served, what
 /// waits behind one that is held, what is queued, the names of subscriptions. What is large of it
-/// is destroyed aside, as soon as the connection is closed.
+/// is destroyed little by little, as soon as the connection is closed.
 ///
 /// Thread safety: none; lives on the thread that runs the loop. Lifetime: shared by its owner and
 /// by the operations under way. A closed one tells its owner nothing more.
@@ -91,7 +91,7 @@ public:
 
     ServerConnectionC(asio::ip::tcp::socket socket, ClientNumber number,
                       const std::shared_ptr<ServerConnectionOwnerC>& owner,
-                      std::shared_ptr<DisposerC> disposer);
+                      std::shared_ptr<GradualDisposerC> disposer);
     ~ServerConnectionC();
 
     ClientNumber Number() const { return m_number; }
@@ -170,6 +170,7 @@ private:
     void WaitForReset();
     void EndWhenSettled();
     void GiveAway();
+    void GiveAwayUnfinished(GradualDisposerC::Remains&& remains, std::size_t bytes);
     void CountHeld();
     bool IsQueueFull() const;
     void Queued();
@@ -182,7 +183,7 @@ private:
     asio::ip::tcp::socket m_socket;
     const ClientNumber m_number;
     std::weak_ptr<ServerConnectionOwnerC> m_owner;
-    const std::shared_ptr<DisposerC> m_disposer;
+    const std::shared_ptr<GradualDisposerC> m_disposer;
     MessageDecoderC m_decoder;
     std::deque<std::string> m_ahead; // read, and not decoded yet
     std::size_t m_aheadTaken = 0;    // of the first of those

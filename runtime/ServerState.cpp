@@ -158,6 +158,7 @@ void MPISocketServerC::StateC::Take(asio::ip::tcp::socket socket)
 void MPISocketServerC::StateC::Detach()
 {
     m_handler = nullptr;
+    m_disposer->End();
     m_firstTurns.clear();
     m_turns.clear();
     m_senders.clear();

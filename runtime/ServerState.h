@@ -16,7 +16,7 @@
 #include <asio/steady_timer.hpp>
 
 #include "platform/BEncoder.h"
-#include "runtime/Disposer.h"
+#include "runtime/GradualDisposer.h"
 #include "runtime/MPISocketServer.h"
 #include "runtime/ServerConnection.h"
 #include "runtime/ServerListener.h"
@@ -28,7 +28,8 @@ class MPISocketServerC::StateC final : public ServerConnectionOwnerC,
 {
 public:
     StateC(asio::io_context& loop, MPIServiceHandlerC& handler, const MPIServerLimitsC& limits)
-        : m_loop(loop), m_handler(&handler), m_limits(limits), m_pause(loop), m_watch(loop)
+        : m_loop(loop), m_handler(&handler), m_limits(limits),
+          m_disposer(std::make_shared<GradualDisposerC>(loop)), m_pause(loop), m_watch(loop)
     {
     }
 
@@ -89,6 +90,7 @@ private:
     void SendForATurn();
     void Watch(std::chrono::steady_clock::duration time);
     void EndStuck();
+    void DropStuck(ServerConnectionC& connection);
     void DropGreediest();
     std::shared_ptr<ServerConnectionC> LeastWorthy() const;
     void DropLeastWorthy();
@@ -103,7 +105,7 @@ private:
     asio::io_context& m_loop;
     MPIServiceHandlerC* m_handler;
     const MPIServerLimitsC m_limits;
-    const std::shared_ptr<DisposerC> m_disposer = std::make_shared<DisposerC>();
+    const std::shared_ptr<GradualDisposerC> m_disposer;
     std::vector<std::shared_ptr<ServerListenerC>> m_listeners;
     std::map<ClientNumber, std::shared_ptr<ServerConnectionC>> m_clients;
     std::deque<std::shared_ptr<ServerConnectionC>> m_firstTurns; // who has something to say

@@ -58,7 +58,7 @@ WorkQueueC::Ticket ServiceCoreC::Queue(ECall kind, const std::string& name,
                                        ScopeMaker scope, WorkQueueC::EAsker asker)
 {
     auto attempt = [this, kind, name, done = std::move(done), scope = std::move(scope),
-                    list = std::shared_ptr<const BListC>(std::move(arguments))] {
+                    list = m_work->Keep(std::move(arguments))] {
         std::shared_ptr<void> during;
         Answer answer;
         try {

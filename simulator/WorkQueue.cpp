@@ -8,6 +8,8 @@
 #include <asio/post.hpp>
 #include <pthread.h>
 
+#include "runtime/ListAccess.h"
+
 namespace {
 
 const char* const kDisengaged = "steering was ended by hand meanwhile";
@@ -93,6 +95,20 @@ WorkQueueC::Ticket WorkQueueC::Add(Attempt attempt, EAsker asker)
     if (m_tasks.size() == 1)
         PostNext();
     return task->ticket;
+}
+
+std::shared_ptr<const BListC> WorkQueueC::Keep(std::unique_ptr<BListC> arguments)
+{
+    if (BListAccessC::IsPlain(*arguments)) // a block or two, whoever destroys them
+        return arguments;
+    return {arguments.release(), [&loop = m_loop, gradual = m_gradual](BListC* list) {
+                std::unique_ptr<BListC> owner(list);
+                asio::post(loop, [gradual, owner = std::move(owner)]() mutable {
+                    GradualDisposerC::Remains remains;
+                    remains.message.arguments = std::move(owner);
+                    gradual->Destroy(std::move(remains), kDiscardedBytes);
+                });
+            }};
 }
 
 /// In the round after the one that is under way, or after the last that has one of the page.

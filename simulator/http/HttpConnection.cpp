@@ -19,9 +19,8 @@ constexpr std::chrono::milliseconds kEnding(500);
 constexpr std::size_t kMostDrained = 8 * 1024 * 1024;
 // So much is read of what comes behind a request before its answer.
 constexpr std::size_t kMostBehind = 64 * 1024;
-// So much is read at once, and so often before others have their turn.
+// So much is read at once, before others have their turn.
 constexpr std::size_t kReadBytes = 16 * 1024;
-constexpr int kReadsPerTurn = 16;
 // The system doubles it.
 constexpr int kSendBufferOfAStream = 8 * 1024;
 // A peer of a stream that has not read so much is sent no more: some fifty states.
@@ -100,34 +99,44 @@ void HttpConnectionC::WaitToRead()
     m_socket.async_wait(asio::socket_base::wait_read,
                         [self = shared_from_this()](const asio::error_code& error) {
                             self->m_isWaitingToRead = false;
-                            if (!error && self->m_stage != EStage::Closed) {
+                            if (error || self->m_stage == EStage::Closed) {
+                                return;
+                            }
+                            if (self->ReadsInTurns()) {
+                                self->m_owner.AskForTurn(self);
+                            } else {
                                 self->Read();
                             }
                         });
 }
 
+/// Whether what comes is read only when all others have been looked at since the last such turn of
+/// anybody. A short request is there after one or two portions, and behind its end little is read.
+bool HttpConnectionC::ReadsInTurns() const
+{
+    return m_stage == EStage::Reading ? m_reader.IsWithinLongBody() : m_stage != EStage::Waiting;
+}
+
+void HttpConnectionC::GiveTurn()
+{
+    if (m_stage != EStage::Closed) {
+        Read();
+    }
+}
+
 void HttpConnectionC::Read()
 {
     std::array<char, kReadBytes> bytes; // NOLINT(cppcoreguidelines-pro-type-member-init)
-    for (int count = 0; count < kReadsPerTurn; ++count) {
-        asio::error_code error;
-        const std::size_t size = m_socket.read_some(asio::buffer(bytes), error);
-        if (error == asio::error::would_block) {
-            break;
-        }
-        if (error) {
-            InputEnded(error);
-            return;
-        }
-        Take(bytes.data(), size);
-        if (m_stage == EStage::Closed) {
-            return;
-        }
-        if (!IsReading()) {
-            break;
-        }
+    asio::error_code error;
+    const std::size_t size = m_socket.read_some(asio::buffer(bytes), error);
+    if (error && error != asio::error::would_block) {
+        InputEnded(error);
+        return;
     }
-    if (IsReading()) {
+    if (!error) {
+        Take(bytes.data(), size);
+    }
+    if (m_stage != EStage::Closed && IsReading()) {
         WaitToRead();
     }
 }
@@ -190,13 +199,22 @@ void HttpConnectionC::GoOnFrom(RequestReaderC::EStage read)
         m_stage = EStage::Waiting;
         m_timer.cancel();
         m_owner.Serve(shared_from_this());
+        CountHeld();
     } else if (read == ERead::Malformed) {
         Refuse(400, "not a request");
     } else if (read == ERead::HeadTooLong) {
         Refuse(431, "the head of the request has more than " +
                         std::to_string(RequestReaderC::kMostHeadBytes) + " bytes");
     } else {
-        m_owner.Grown();
+        CountHeld();
+    }
+}
+
+void HttpConnectionC::CountHeld()
+{
+    const std::size_t held = m_reader.Held();
+    if (held > m_counted) {
+        m_owner.Grown(held - std::exchange(m_counted, held));
     }
 }
 
@@ -224,7 +242,7 @@ void HttpConnectionC::Answer(const ServedAnswer& answer)
     m_body = Request().method == "HEAD" ? std::make_shared<const std::string>() : answer.body;
     Limit(Clock::now() + m_patience.answer);
     Write();
-    m_owner.Grown();
+    m_owner.Grown(Held());
 }
 
 void HttpConnectionC::Stream(Source source, PeerSocketC& peers, std::function<void()> ended)
@@ -342,9 +360,9 @@ std::chrono::milliseconds HttpConnectionC::Untaken() const
     return std::chrono::duration_cast<std::chrono::milliseconds>(since);
 }
 
-std::chrono::milliseconds HttpConnectionC::Idle() const
+std::chrono::milliseconds HttpConnectionC::Idle(Clock::time_point now) const
 {
-    const auto since = Clock::now() - (m_stage == EStage::Reading ? m_start : m_lastTaken);
+    const auto since = now - (m_stage == EStage::Reading ? m_start : m_lastTaken);
     return std::chrono::duration_cast<std::chrono::milliseconds>(since);
 }
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <asio/error.hpp>
+#include <asio/post.hpp>
 
 namespace {
 
@@ -25,9 +26,10 @@ enum class EWorth
     Stays,
 };
 
-EWorth WorthOf(const HttpConnectionC& connection, bool areManyAsking)
+EWorth WorthOf(const HttpConnectionC& connection, std::chrono::steady_clock::time_point now,
+               bool areManyAsking)
 {
-    const bool isSlow = connection.Idle() >= HttpServerC::kYoung;
+    const bool isSlow = connection.Idle(now) >= HttpServerC::kYoung;
     switch (connection.Stage()) {
     case EStage::Ending:
         return EWorth::HasItsAnswer;
@@ -137,10 +139,11 @@ bool HttpServerC::CloseOldest()
         std::count_if(m_connections.begin(), m_connections.end(),
                       [](const auto& one) { return one->Stage() == EStage::Reading; });
     const bool areMany = static_cast<std::size_t>(asking) > kMostConnections / 2;
+    const auto now = std::chrono::steady_clock::now();
     std::shared_ptr<HttpConnectionC> closed;
     EWorth least = EWorth::Stays;
     for (const std::shared_ptr<HttpConnectionC>& one : m_connections) {
-        const EWorth worth = WorthOf(*one, areMany);
+        const EWorth worth = WorthOf(*one, now, areMany);
         if (worth < least) {
             least = worth;
             closed = one;
@@ -192,13 +195,51 @@ void HttpServerC::Serve(const std::shared_ptr<HttpConnectionC>& connection)
     }
 }
 
-void HttpServerC::Grown()
+void HttpServerC::AskForTurn(const std::shared_ptr<HttpConnectionC>& connection)
 {
-    while (Held() > kMostHeld && CloseGreediest()) {
+    m_turns.push_back(connection);
+    if (!m_givesTurns) {
+        GiveTurns();
+    }
+}
+
+/// One after the next look at what has come, and so on until nobody waits.
+void HttpServerC::GiveTurns()
+{
+    m_givesTurns = !m_turns.empty();
+    if (!m_givesTurns) {
+        return;
+    }
+    asio::post(m_loop, [this] {
+        if (!m_turns.empty()) {
+            const std::shared_ptr<HttpConnectionC> next = m_turns.front();
+            m_turns.pop_front();
+            next->GiveTurn();
+        }
+        GiveTurns();
+    });
+}
+
+/// All are asked only when they may hold too much together, not for each portion.
+void HttpServerC::Grown(std::size_t more)
+{
+    m_heldAtMost += more;
+    while (m_heldAtMost > kMostHeld) {
+        m_heldAtMost = Held();
+        if (m_heldAtMost <= kMostHeld || !CloseGreediest()) {
+            return;
+        }
     }
 }
 
 void HttpServerC::Ended(HttpConnectionC& connection)
 {
-    m_connections.remove_if([&connection](const auto& one) { return one.get() == &connection; });
+    const auto isIt = [&connection](const auto& one) { return one.get() == &connection; };
+    for (Connections* list : {&m_turns, &m_connections}) {
+        // Most that end are among the oldest.
+        const auto found = std::find_if(list->begin(), list->end(), isIt);
+        if (found != list->end()) {
+            list->erase(found);
+        }
+    }
 }

@@ -27,6 +27,9 @@
 /// in the system's queue, which is in order. When the memory runs out, the one that holds the most
 /// goes, but for a stream and a request that is kept (HttpConnectionC::Keep()).
 ///
+/// Long bodies, and what comes behind a request, are read in turns: one portion of one connection
+/// between two looks at all that has come. So a short request waits for none of them.
+///
 /// Thread safety: none; Listen() before the loop runs, the rest on the thread that runs it.
 class HttpServerC final : public HttpConnectionOwnerC
 {
@@ -73,7 +76,9 @@ private:
     std::size_t Held() const;
     HttpRefusal Check(const ServedRequest& request) override;
     void Serve(const std::shared_ptr<HttpConnectionC>& connection) override;
-    void Grown() override;
+    void AskForTurn(const std::shared_ptr<HttpConnectionC>& connection) override;
+    void GiveTurns();
+    void Grown(std::size_t more) override;
     void Ended(HttpConnectionC& connection) override;
 
     asio::io_context& m_loop;
@@ -81,6 +86,9 @@ private:
     Handlers m_handlers;
     std::vector<std::shared_ptr<ServerListenerC>> m_listeners;
     Connections m_connections; ///< the oldest first
+    Connections m_turns;       ///< those that wait for their turn, in its order
+    bool m_givesTurns = false;
+    std::size_t m_heldAtMost = 0; ///< it may be less: what has ended or shrunk is not taken off
 };
 
 #endif

@@ -93,9 +93,10 @@ class PageCommands(AttackTest):
             worker, operator, other = Caller(), Caller(), Caller()
             operator.call("set_wayline", 0, 0.0, 0.0, 0.0, 0.0, 100.0, 0.0)
             operator.call("StartNavigation", 1, 0)
-            worker.send("calculate_headings", *[field(20000, x=3.0 * x) for x in range(20)])
-            # It waits for the worker's.
-            headings = operator.send("calculate_headings", field(2000))
+            worker.send("calculate_headings", *[field(50000, x=3.0 * x) for x in range(20)])
+            while self.is_done_at_once(operator, other):  # until it waits for the worker's
+                operator.reply(operator.last)
+            headings = operator.last
             engaging = operator.send("EngageSteering", 1)
             for _ in range(20):
                 other.call("IsSteeringEngaged")  # what has been sent before is read meanwhile
@@ -106,6 +107,14 @@ class PageCommands(AttackTest):
             operator.reply(headings)
             self.assertEqual(0, operator.reply(engaging))
             self.assertEqual(1, operator.call("EngageSteering", 1))
+
+    @staticmethod
+    def is_done_at_once(caller, other):
+        """Whether work aside is answered within many calls of another client."""
+        caller.last = caller.send("calculate_headings", field(2000))
+        for _ in range(200):
+            other.call("IsSteeringEngaged")
+        return bool(select.select([caller.link], [], [], 0.0)[0])
 
     def nudging(self, client):
         """How long a shift of the line takes."""

@@ -109,6 +109,53 @@ def long_bodies():
                 read_all(link)
 
 
+def unfinished_bodies(size, announced=4000000, count=250):
+    """An attacker with many connections that have each sent so much of a command, and go on with the
+    next when there are more."""
+    request = posted("IsSteeringEngaged", length=announced) + b" " * size
+
+    def attack():
+        links = []
+        while True:
+            with contextlib.suppress(OSError):
+                links.append(visit())
+                links[-1].sendall(request)
+            if len(links) > count:
+                links.pop(0).close()
+    return attack
+
+
+def bodies_without_end():
+    """Many connections whose bodies go on and on, in large pieces."""
+    request = posted("IsSteeringEngaged", length=4 << 20) + b" " * 60000
+    links = []
+    while True:
+        while len(links) < 200:
+            with contextlib.suppress(OSError):
+                links.append(visit())
+                links[-1].sendall(request)
+                links[-1].setblocking(False)
+        for link in list(links):
+            try:
+                link.send(b" " * 100000)
+            except BlockingIOError:
+                pass
+            except OSError:
+                link.close()
+                links.remove(link)
+
+
+def chunks_without_end():
+    """Bodies of a coding that is not served."""
+    head = (f"POST /command HTTP/1.1\r\n{HOST}Content-Type: application/json\r\n"
+            "Transfer-Encoding: chunked\r\n\r\n").encode()
+    while True:
+        with contextlib.suppress(OSError), visit() as link:
+            link.sendall(head)
+            while True:
+                link.sendall(b"10000\r\n" + b" " * 65536 + b"\r\n")
+
+
 def pipelines():
     while True:
         with contextlib.suppress(OSError), visit() as link:
@@ -284,6 +331,14 @@ class Page(AttackTest):
 
     def test_serves_beside_long_heads_and_bodies(self):
         self.hold_out(long_heads, long_bodies)
+
+    def test_serves_beside_bodies_that_are_never_finished(self):
+        for name, attack in (("130 kB of 4 MB", unfinished_bodies(130000)),
+                             ("500 kB of 4 MB", unfinished_bodies(500000)),
+                             ("15 kB of 16 kB", unfinished_bodies(15000, announced=16000)),
+                             ("without end", bodies_without_end), ("chunks", chunks_without_end)):
+            with self.subTest(name):
+                self.hold_out(attack, attack)
 
     def test_serves_beside_pipelines(self):
         self.hold_out(pipelines)

@@ -179,7 +179,7 @@ class ExitCodes(unittest.TestCase):
                 result = navctl(*arguments)
                 self.assertEqual((2, ""), (result.returncode, result.stdout))
                 self.assertRegex(result.stderr, '^navctl: [a-z]+: "[^"]*e[^"]*" is too large: numbers of '
-                                                "single precision go up to 3.4e38 in size\n")
+                                                "single precision go up to 3.4e38 in size, wanted is a number: ")
 
     def test_no_getter_is_ever_corrected_to_a_setter(self):
         _, listed = answer("operations")

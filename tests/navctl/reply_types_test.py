@@ -69,6 +69,11 @@ class ReplyTypes(unittest.TestCase):
 
     def test_a_number_that_is_no_switch_and_a_list_of_another_length_are_errors(self):
         for replies, arguments in (
+            *(({operation: status}, command) for status in (-1, 2, 5) for operation, command in (
+                ("EngageSteering", ["engage-steering"]),
+                ("StartNavigation", ["start-navigation", "on"]),
+                ("SetImplementWidth", ["set-implement-width", "3"]))),
+            ({"Nudge": [2, 1.0, 2.0, 3.0]}, ["nudge", "on", "0.1"]),
             ({"IsSteeringEngaged": 2}, ["is-steering-engaged"]),
             ({"IsNavigationActivated": -1}, ["is-navigation-activated"]),
             ({"is_waypoint_set": 2}, ["is-waypoint-set", "1"]),

@@ -9,6 +9,7 @@ import shlex
 import signal
 import subprocess
 import threading
+import time
 import unittest
 
 from navctl_program import (LINE_NORTH, Client, Listener, Running, Simulator, answer, navctl, on_terminal,
@@ -91,7 +92,7 @@ class Watch(unittest.TestCase):
             self.assertIn("ab, complete yes, recording no, navigation active no, without ends\n",
                           navctl("watch", "wayline-status", "--count", "1").stdout)
             line = json.loads(navctl("--json", "watch", "wayline-status", "--count", "1").stdout)
-            self.assertEqual(0.0, line["length_m"])
+            self.assertIsNone(line["length_m"])
 
     def test_ends_after_the_count_or_the_time(self):
         with Simulator():
@@ -122,6 +123,34 @@ class Watch(unittest.TestCase):
         self.assertEqual(3, navctl("watch", "--for", "0.3").returncode)
         with silent():
             self.assertEqual(4, navctl("watch", "--for", "0.3", "--count", "1").returncode)
+
+    def test_who_answers_nothing_is_no_service(self):
+        for arguments in (["watch", "--for", "2.5"], ["--json", "watch", "--for", "2.5"],
+                          ["watch", "--lightbar", "--for", "2.5"]):
+            with self.subTest(arguments), silent():
+                result = navctl(*arguments)
+                self.assertEqual(4, result.returncode, result.stderr)
+                self.assertIn("navctl: the service gave no reply in time\n", result.stderr)
+                self.assertNotIn("connected", result.stderr)
+                if "--json" in arguments:
+                    line = json.loads(result.stdout.splitlines()[-1])
+                    self.assertEqual(("error", 4), (line["event"], line["exit_code"]))
+
+    def test_a_service_that_wakes_up_is_connected_to(self):
+        # One whose events come by themselves, and one that has none to send.
+        for name in ("guidance-status", "draw-points"):
+            with self.subTest(name), Simulator() as simulator:
+                simulator.process.send_signal(signal.SIGSTOP)
+                try:
+                    with Running("watch", name) as watch:
+                        wait_for(lambda: self.waits(watch) > 0, "the wait to be told")
+                        time.sleep(1.5)  # time for a connection that is none
+                        self.assertNotIn("connected", watch.errors())
+                        simulator.process.send_signal(signal.SIGCONT)
+                        wait_for(lambda: "navctl: connected\n" in watch.errors(), "the answer")
+                        self.assertEqual(0, watch.end())
+                finally:
+                    simulator.process.send_signal(signal.SIGCONT)
 
     def assert_last_line(self, code, reason, *arguments):
         result = navctl("--json", "watch", *arguments)
@@ -255,6 +284,14 @@ class Lightbar(unittest.TestCase):
             code, text = on_terminal(["watch", "--lightbar"], columns=30, answer=end_when("ready"))
             self.assertIn("\r 12.0 cm right  pass 0", text)  # the words where the lamps have no room
             self.assertNotIn("[·", text)
+
+    def test_a_terminal_that_obeys_no_sequences_gets_lines(self):
+        with Simulator():
+            _, text = on_terminal(["watch", "--lightbar"], {"TERM": "dumb"},
+                                  answer=end_when("no wayline"))
+        self.assertNotIn("\x1b", text)
+        self.assertTrue(text.replace("\r\n", "").isprintable(), text)
+        self.assertTrue(text.endswith("no wayline\r\n"), text)
 
     def test_words_wrap_where_there_is_no_room(self):
         with Simulator("--speed=2", "--receiver=ideal"):

@@ -8,6 +8,8 @@
 #include <optional>
 #include <random>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include <asio/executor_work_guard.hpp>
@@ -461,6 +463,31 @@ TEST(LongWork, OfClientsAndPageHasItsTurnsInEveryOrderOfAsking)
             }
         }
     }
+}
+
+TEST(LongWork, HasItsArgumentsDestroyedOnTheLoopWhereverTheyAreLetGo)
+{
+    class CWitness final : public BElementC
+    {
+    public:
+        explicit CWitness(std::thread::id& place) : BElementC(nullptr), m_place(place) {}
+        ~CWitness() override { m_place = std::this_thread::get_id(); }
+        EBElementType Type() const override { return EBElementType::String; }
+
+    private:
+        std::thread::id& m_place;
+    };
+    asio::io_context loop;
+    WorkQueueC queue(loop);
+    std::thread::id place;
+    auto arguments = std::make_unique<BListC>(nullptr);
+    arguments->Add(new CWitness(place));
+    std::shared_ptr<const BListC> kept = queue.Keep(std::move(arguments));
+    EXPECT_EQ(EBElementType::String, kept->TypeAt(0));
+    std::thread([last = std::move(kept)]() mutable { last.reset(); }).join();
+    EXPECT_EQ(std::thread::id(), place);
+    loop.run();
+    EXPECT_EQ(std::this_thread::get_id(), place);
 }
 
 TEST(LongWork, IsNotDoneForAWaylineOfTooManyPoints)

@@ -1,6 +1,7 @@
 #include "tools/navctl/UsageProblem.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 #include "platform/Utilities.h"
 #include "tools/navctl/Suggestion.h"
@@ -204,6 +205,35 @@ std::string WrongCount(const CWordSearch& search)
     return {};
 }
 
+/// Whether a word can stand behind an option that is set by its name alone.
+bool IsFlagValue(const std::string& word)
+{
+    try {
+        return CLI::detail::to_flag_value(word) != 0;
+    } catch (const std::invalid_argument&) {
+        return false;
+    }
+}
+
+/// Which option that is set by its name alone has something else than on or off behind it; empty
+/// when none.
+std::string WrongFlag(const CWordSearch& search, const std::vector<std::string>& words)
+{
+    for (const CWordSearch::Given& given : search.Options()) {
+        const std::string beginning = given.name + "=";
+        for (const std::string& word : words) {
+            const bool isIt =
+                given.option->get_items_expected_max() == 0 && word.rfind(beginning, 0) == 0;
+            const std::string value = isIt ? word.substr(beginning.size()) : "";
+            if (isIt && !IsFlagValue(value)) {
+                return given.name + ": \"" + value + "\" is not allowed, wanted is " + given.name +
+                       " alone, or on or off behind the =";
+            }
+        }
+    }
+    return {};
+}
+
 /// The command that is missing; empty when none is.
 std::string MissingCommand(const CLI::App& app, const CLI::App& command)
 {
@@ -256,6 +286,8 @@ std::string UsageProblem(const CLI::App& app, const std::vector<std::string>& wo
         problem = TooMany(search);
     } else if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
         problem = WrongCount(search);
+    } else if (dynamic_cast<const CLI::ConversionError*>(&error) != nullptr) {
+        problem = WrongFlag(search, words);
     } else if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
         problem = MissingCommand(app, search.Command());
     }

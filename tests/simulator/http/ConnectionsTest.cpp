@@ -84,6 +84,33 @@ public:
             peers.push_back(Asking(path, method));
         return peers;
     }
+    /// The paths of all requests that have come whole, in this order.
+    std::vector<std::string> Served()
+    {
+        std::vector<std::string> served;
+        OnLoop([&] { served = m_order; });
+        return served;
+    }
+    /// Does something on the server's thread.
+    ///
+    /// @return how many requests have come whole after the loop has then looked at its sockets so
+    /// often.
+    std::size_t ServedAfterLooks(int looks, const std::function<void()>& action)
+    {
+        std::promise<std::size_t> served;
+        std::function<void()> look = [&] {
+            if (--looks > 0) {
+                asio::post(m_loop, look);
+            } else {
+                served.set_value(m_order.size());
+            }
+        };
+        asio::post(m_loop, [&] {
+            action();
+            asio::post(m_loop, look);
+        });
+        return served.get_future().get();
+    }
     /// Answers all that wait.
     void AnswerThem(const std::string& text)
     {
@@ -104,6 +131,7 @@ private:
         } else {
             connection->Answer(AnswerOf("at once"));
         }
+        m_order.push_back(path);
         ++m_served;
     }
 
@@ -111,6 +139,7 @@ private:
     asio::executor_work_guard<asio::io_context::executor_type> m_stays =
         asio::make_work_guard(m_loop);
     std::vector<std::shared_ptr<HttpConnectionC>> m_waiting;
+    std::vector<std::string> m_order;
     std::atomic<std::size_t> m_served{0};
     HttpServerC m_server{m_loop,
                          {kLong, kLong, kLong, kLong},
@@ -232,6 +261,75 @@ TEST(Connections, ThatAreKeptGiveWayToNobody)
     EXPECT_EQ("", waiting.Read());
     server.AnswerThem("at last");
     EXPECT_TRUE(IsAnswered(*kept, "at last"));
+}
+
+TEST(Requests, ThatAreShortAreServedBeforeLongBodiesThatCameEarlier)
+{
+    // Of three portions, which the system takes for a peer that does not read.
+    const std::string body(50000, ' ');
+    CSlowServer server;
+    std::vector<std::unique_ptr<HttpPeer>> peers;
+    while (peers.size() < 40)
+        peers.push_back(std::make_unique<HttpPeer>(server.Port()));
+    HttpPeer inPieces(server.Port());
+    inPieces.Send("POST /pieces HTTP/1.1\r\nContent-Length: 3\r\n\r\na");
+    HttpPeer next(server.Port());
+    server.Asking("/first"); // all before it have been taken
+
+    server.OnLoop([&] {
+        for (const auto& peer : peers)
+            peer->Send(BytesOf({"POST", "/long", "", {}, body}, server.Port()));
+        inPieces.Send("bc");
+        next.Send(BytesOf({"GET", "/next", "", {}, ""}, server.Port()));
+    });
+
+    EXPECT_TRUE(IsAnswered(next, "at once"));
+    EXPECT_TRUE(IsAnswered(inPieces, "at once"));
+    for (const auto& peer : peers)
+        EXPECT_TRUE(IsAnswered(*peer, "at once"));
+    const std::vector<std::string> served = server.Served();
+    ASSERT_EQ(peers.size() + 3, served.size());
+    EXPECT_EQ((std::vector<std::string>{"/first", "/pieces", "/next", "/long"}),
+              std::vector<std::string>(served.begin(), served.begin() + 4));
+}
+
+TEST(Requests, OfLongBodiesAreReadInTurns)
+{
+    CSlowServer server;
+    std::vector<std::unique_ptr<HttpPeer>> longer;
+    while (longer.size() < 10)
+        longer.push_back(std::make_unique<HttpPeer>(server.Port()));
+    HttpPeer last(server.Port());
+    server.Asking("/first"); // all before it have been taken
+
+    // The others have more to send than it, and come before it.
+    server.OnLoop([&] {
+        for (const auto& one : longer)
+            one->Send(BytesOf({"POST", "/longer", "", {}, std::string(60000, ' ')}, server.Port()));
+        last.Send(BytesOf({"POST", "/long", "", {}, std::string(20000, ' ')}, server.Port()));
+    });
+
+    EXPECT_TRUE(IsAnswered(last, "at once"));
+    for (const auto& one : longer)
+        EXPECT_TRUE(IsAnswered(*one, "at once"));
+    EXPECT_EQ("/long", server.Served()[1]);
+}
+
+TEST(Requests, OfLongBodiesAreReadOnePortionBetweenTwoLooksAtAllTheOthers)
+{
+    CSlowServer server;
+    std::vector<std::unique_ptr<HttpPeer>> peers;
+    while (peers.size() < 40)
+        peers.push_back(std::make_unique<HttpPeer>(server.Port()));
+    server.Asking("/first"); // all before it have been taken
+
+    // Each has four portions, the first of which has the head.
+    EXPECT_EQ(1u, server.ServedAfterLooks(20, [&] {
+        for (const auto& peer : peers)
+            peer->Send(BytesOf({"POST", "/long", "", {}, std::string(50000, ' ')}, server.Port()));
+    })) << "/first";
+    for (const auto& peer : peers)
+        EXPECT_TRUE(IsAnswered(*peer, "at once"));
 }
 
 /// Leaves this process no descriptor, until it ends.

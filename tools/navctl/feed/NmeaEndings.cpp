@@ -72,6 +72,19 @@ std::optional<double> CNmeaEpochs::EndsAt() const
     return *m_lastHeard + std::min(rest, std::max(most, kRestOfWholeBurst));
 }
 
+std::optional<double> CNmeaEpochs::SeemsOverAt() const
+{
+    const bool lacksKind =
+        std::any_of(m_recent.begin(), m_recent.end(), [this](const RecentKind& recent) {
+            return HasTime(recent.type) && recent.epoch + 1 == m_epochNumber;
+        });
+    if (!m_lastHeard || !m_epoch || m_epoch->isSent || lacksKind) {
+        return std::nullopt;
+    }
+    return *m_lastHeard +
+           std::max(kRestOfWholeBurst, 2.0 * std::max(m_longestGap, m_epoch->longestGap));
+}
+
 void CNmeaEpochs::EndAtPause()
 {
     const bool isRepeated = m_epoch->isRepeated || m_epoch->isCopy || TakeRepetition();

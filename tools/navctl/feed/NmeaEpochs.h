@@ -55,6 +55,9 @@ public:
     /// When the epoch is over if nothing comes until then, on the clock of the arrivals; empty when
     /// there is nothing to end.
     std::optional<double> EndsAt() const;
+    /// When the burst is over if nothing comes until then, on the same clock: every kind with a
+    /// time has come that the burst before it had. Empty as long as one is missing.
+    std::optional<double> SeemsOverAt() const;
     /// Gives the sample of the epoch, as the stream has paused.
     void EndAtPause();
 

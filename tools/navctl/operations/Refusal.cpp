@@ -47,7 +47,8 @@ std::string WhyRefused(CNavigationAPI& navigation, const std::string& serviceNam
     return isReason ? text->StringValue() : std::string();
 }
 
-std::string OutsideOfRange(const COperation& operation, const ArgumentValues& values)
+std::string OutsideOfRange(const COperation& operation, const ArgumentValues& values,
+                           const char* range)
 {
     for (std::size_t place = 0; place < values.size(); ++place) {
         const CArgument& argument = operation.arguments[place];
@@ -57,9 +58,8 @@ std::string OutsideOfRange(const COperation& operation, const ArgumentValues& va
             continue;
         const double value = number != nullptr ? *number : static_cast<double>(*integer);
         if (!LiesIn(argument.range, value)) {
-            return "the " + argument.name + " " + NumberText(value) +
-                   " is outside what the bundled service takes, " + argument.range +
-                   (argument.unit.empty() ? "" : " " + argument.unit);
+            return "the " + argument.name + " " + NumberText(value) + " is outside " + range +
+                   ", " + argument.range + (argument.unit.empty() ? "" : " " + argument.unit);
         }
     }
     return {};

@@ -116,7 +116,7 @@ bool HasOneForEach(const Json& reply, const ArgumentValues& values)
 
 ReplyReader StatusReply()
 {
-    return Reader(IntegerIn, StatusOutcome);
+    return [](BElementC& reply) { return StatusOutcome(IntegerIn(reply)); };
 }
 
 ReplyReader AcceptedReply()
@@ -187,8 +187,8 @@ ReplyReader StatusAndVectorReply()
         const auto* const list = dynamic_cast<const BListC*>(&reply);
         if (!numbers || list->TypeAt(0) != EBElementType::Integer)
             return std::nullopt;
-        const COutcome outcome = StatusOutcome(list->GetInt(0));
-        if (outcome.kind != EOutcome::Done)
+        const std::optional<COutcome> outcome = StatusOutcome(list->GetInt(0));
+        if (!outcome || outcome->kind != EOutcome::Done)
             return outcome;
         if (numbers->size() != 1 + kVectorSize)
             return std::nullopt;

@@ -24,7 +24,7 @@ struct CExchange
 // service may send as well. So requests are called by their name here, and the reply is looked at:
 // a whole number is taken where a number is wanted, and nothing else in place of something else.
 
-/// The reply is a status: 1 done, 0 refused, anything else is given as it is.
+/// The reply is a status, 1 done or 0 refused, and no other number.
 ReplyReader StatusReply();
 /// The reply is 0 for refused, any other whole number for done.
 ReplyReader AcceptedReply();
