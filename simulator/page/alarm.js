@@ -5,6 +5,8 @@ const element = (id) => document.getElementById(id);
 const choice = "sound-of-drops";
 const notes = [880, 622, 880, 622]; // hertz
 const noteSeconds = 0.14;
+/** A sound that could not be made within that time would speak of something past, milliseconds. */
+const stillDue = 1000;
 
 /** The alarm with its switch. A browser lets a page sound once somebody has touched it. */
 export class Alarm {
@@ -21,23 +23,25 @@ export class Alarm {
     this.showNote();
   }
 
-  /** Makes ready, while the browser allows it because of what somebody has just done. */
-  wake() {
+  /** Makes ready, while the browser allows it because of what somebody has just done; waits for that. */
+  async wake() {
     if (typeof AudioContext !== "function") return;
     this.context ??= new AudioContext();
-    if (this.context.state === "running") return;
-    this.context.resume().then(() => this.showNote(), () => {});
+    if (this.context.state !== "running") await this.context.resume().catch(() => {});
+    this.showNote();
   }
 
   showNote() {
     element("sound-note").hidden = !this.toggle.checked || this.context?.state === "running";
   }
 
-  /** Sounds, unless that is switched off. */
-  sound() {
-    this.wake();
-    if (!this.toggle.checked || this.context === null) return;
+  /** Sounds, unless that is switched off; not at all where the browser allows it only later. */
+  async sound() {
+    if (!this.toggle.checked) return;
+    const since = performance.now();
+    await this.wake();
     const { context } = this;
+    if (context?.state !== "running" || performance.now() - since > stillDue) return;
     notes.forEach((hertz, i) => {
       const begin = context.currentTime + i * noteSeconds;
       const [tone, volume] = [context.createOscillator(), context.createGain()];

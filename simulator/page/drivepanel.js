@@ -73,7 +73,7 @@ export class DrivePanel {
 
   /** Starts navigation, or goes on with it, along the nearest pass or the line itself. */
   follow(nearest) {
-    this.question.before(element("message"), () => otherPassWords(nearest, this.model),
+    this.question.before(element("follow-status"), () => otherPassWords(nearest, this.model),
       nearest ? "Follow the nearest pass" : "Follow the line itself",
       () => this.tell(command("StartNavigation", 1, nearest), "Navigation is active.", (state) => state.navigating));
   }

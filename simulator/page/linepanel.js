@@ -28,6 +28,7 @@ export class LinePanel {
     this.followed = true; // whether the map followed the machine before points were set on it
     this.clicks = null; // how many points have been set on the map; null unless setting them
     this.lastPlace = null; // where the last of them was set
+    this.kindSet = null; // of the line that a message speaks of
     element("line-form").addEventListener("submit", (event) => {
       event.preventDefault();
       this.submit();
@@ -189,6 +190,7 @@ export class LinePanel {
     this.send(textForm(kind, this.points(), heading), `The ${kinds[kind].title} is set.`, {
       name: "Set the line",
       isSet: () => {
+        this.kindSet = kind;
         this.map.marks = [];
         this.map.view.follow(true);
       },
@@ -208,6 +210,6 @@ export class LinePanel {
   showLine(line) {
     const place = element("line-status");
     const spoken = place.textContent.endsWith(" is set.");
-    if (spoken && !line.complete && !place.classList.contains("bad")) say(place, "");
+    if (spoken && !(line.complete && line.kind === this.kindSet)) say(place, "");
   }
 }

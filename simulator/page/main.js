@@ -80,6 +80,7 @@ const hear = {
     step.showState(state);
     question.showState(state);
     journal.showState(state);
+    recording.showState(state);
     showHistory(state);
     map.moved();
   },
@@ -137,6 +138,7 @@ addEventListener("pagehide", () =>
 async function connected() {
   showConnection(false);
   passes.begin();
+  recording.connected();
   journal.connected();
   const meanwhile = [];
   arriving = meanwhile;
@@ -193,9 +195,9 @@ new Stream({
   },
   quiet: (on) => showAge(on ? "… no news" : ""),
   lost: (reason) => {
-    step.abandon("the connection was lost.");
     journal.lost();
     showConnection(true, reason);
+    step.abandon("the connection was lost.");
   },
   rested: () => {
     step.abandon("the page was hidden.");

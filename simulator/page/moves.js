@@ -89,7 +89,7 @@ export function followingWords(aside, against, width, follow) {
 /** In words what a new line does to the machine that is engaged. */
 export function newLineWords(text, { state, line, settings }) {
   const beside = besideLine(text, state);
-  if (beside === null) return "The machine moves to the new line at once, or steering is dropped: the page cannot say by how much.";
+  if (beside === null || line === null || settings === null) return "The machine moves to the new line at once, or steering is dropped: the page cannot say by how much.";
   const turn = Math.abs(wrapAngle(state.heading - beside.heading));
   const against = turn > Math.PI / 2;
   if (Math.min(turn, Math.PI - turn) > greatestHeadingError) return dropped("the machine does not look along the line");
@@ -102,7 +102,7 @@ export function newLineWords(text, { state, line, settings }) {
 
 /** In words what following the nearest pass, or the line itself, does to the machine that is engaged. */
 export function otherPassWords(nearest, { state, line }) {
-  if (state.cross_track_error === null) return "The machine moves to the line at once.";
+  if (state.cross_track_error === null || line === null) return "The machine moves to the line at once.";
   const aside = state.cross_track_error + (state.pass ?? 0) * line.implement_width;
   return followingWords(aside, state.drives_against, line.implement_width, nearest ? "nearest" : "line");
 }

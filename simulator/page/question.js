@@ -40,11 +40,13 @@ export class Question {
     this.node.hidden = false;
     element("question-yes").textContent = name;
     this.showWords();
-    element("question-no").focus();
+    element("question-no").focus({ preventScroll: true });
+    this.node.scrollIntoView({ block: "nearest" });
+    element("question-text").scrollIntoView({ block: "nearest" }); // before its buttons where there is little room
   }
 
   showWords() {
-    setText(element("question-text"), `Steering is engaged. ${this.asked.words()}`);
+    setText(element("question-text"), this.asked.words());
   }
 
   /** Takes a new state in: the machine goes on, and what the question says has to stay true. */

@@ -1,6 +1,6 @@
 // Recording a drive as a line, by buttons: it begins where the machine is and ends where it is then.
 import { command, done } from "./service.js";
-import { report } from "./messages.js";
+import { report, say } from "./messages.js";
 import { lengthWords } from "./guidance.js";
 
 const element = (id) => document.getElementById(id);
@@ -10,6 +10,9 @@ const kinds = { curve: { code: 4, name: "A-B curve" }, path: { code: 5, name: "p
 export class RecordPanel {
   constructor(model, question) {
     Object.assign(this, { model, question });
+    this.isRecording = null; // whether the service does; null until it has told
+    this.driven = null; // metres since it began; null when this page has not seen that
+    this.last = null; // the state before
     element("record-curve").addEventListener("click", () => this.ask(kinds.curve));
     element("record-path").addEventListener("click", () => this.ask(kinds.path));
     element("record-end").addEventListener("click", () => this.end());
@@ -32,17 +35,44 @@ export class RecordPanel {
     if (this.model.state === null) return;
     const started = await this.tell(command("start_wayline", kind.code), "");
     if (started === null || !done(started)) return;
+    this.isRecording = false; // what was recorded before has gone
     await this.tell(this.setPoint(0), `Recording the ${kind.name}: drive it, then end it.`);
   }
 
   async end() {
-    if (this.model.state === null) return;
-    await this.tell(this.setPoint(1), "The drive was recorded.");
+    if (this.isRecording) await this.tell(this.setPoint(1), "The drive was recorded.");
+    else say(element("record-status"), "Nothing is being recorded.", "bad");
   }
 
-  /** Takes a new line in. */
+  /** Takes a new line in: what was said of recording ends with it. */
   showLine(line) {
-    const words = element("record-words");
-    words.textContent = line.recording ? `${line.kind_name}, ${lengthWords(line.length)} so far` : "";
+    const place = element("record-status");
+    if (this.isRecording !== false && !line.recording && place.textContent.startsWith("Recording")) say(place, "");
+    if (!line.recording) this.driven = null;
+    else if (this.isRecording === false) this.driven = 0;
+    this.isRecording = line.recording;
+    this.kindName = line.kind_name;
+    this.showWords();
+  }
+
+  /** Forgets how far was driven: what happened without a connection is not known. */
+  connected() {
+    Object.assign(this, { isRecording: null, driven: null, last: null });
+  }
+
+  /** Takes a new state in. */
+  showState(state) {
+    if (this.driven !== null && this.last !== null) {
+      this.driven += Math.hypot(state.x - this.last.x, state.y - this.last.y);
+      this.showWords();
+    }
+    this.last = state;
+  }
+
+  showWords() {
+    const far = this.driven === null ? "" : `, ${lengthWords(this.driven)} so far`;
+    const text = this.isRecording ? this.kindName + far : "";
+    const place = element("record-words");
+    if (place.textContent !== text) place.textContent = text;
   }
 }

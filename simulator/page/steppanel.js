@@ -123,6 +123,7 @@ export class StepPanel {
   /** Ends a test that cannot be scored any more. */
   abandon(reason) {
     if (this.test !== null) this.end(`No score: ${reason}`);
+    else this.followObstacle();
   }
 
   /** Takes a new state in. */

@@ -4,6 +4,8 @@
 /** An hour at 10 positions a second. */
 export const mostPoints = 36000;
 const chunkPoints = 500;
+/** So many of the last points are in no chunk: the machine, as it is drawn, may not have come to them. */
+const looseEnd = 32;
 const finestTolerance = 0.02; // metres; each level is four times as coarse as the one before
 const coarsestLevel = 8;
 
@@ -80,9 +82,10 @@ export class Trail {
   /** Adds a point at the end; the oldest chunk goes when the trail is too long. */
   add(point) {
     this.open.push(point);
-    if (this.open.length > chunkPoints) {
-      this.full.push({ points: this.open, box: boxOf(this.open), levels: [] });
-      this.open = [point];
+    if (this.open.length > chunkPoints + looseEnd) {
+      const points = this.open.slice(0, chunkPoints + 1);
+      this.full.push({ points, box: boxOf(points), levels: [] });
+      this.open = this.open.slice(chunkPoints);
     }
     if (this.length > mostPoints + chunkPoints) this.full.shift();
   }

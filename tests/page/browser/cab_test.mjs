@@ -119,6 +119,22 @@ test("the sound of a drop is switched off for good, and a drop that was before m
   assert.equal(await tones(), 0);
 });
 
+test("a drop that the browser lets nobody hear is not heard later", async () => {
+  await page.evaluate(() => {
+    const { prototype } = window.AudioContext;
+    prototype.resume = async function refuse() { throw new Error("not allowed"); };
+  });
+  await be(engaged);
+  await be(dropped);
+  assert.equal(await page.locator("#sound-note").isVisible(), true);
+  await page.evaluate(() => {
+    window.AudioContext.prototype.resume = async function allow() { this.state = "running"; };
+  });
+  await page.keyboard.press("Shift");
+  await page.locator("#sound-note").waitFor({ state: "hidden" });
+  assert.equal(await tones(), 0);
+});
+
 test("what is said of a state ends with it", async () => {
   await page.locator("#engage").click();
   await page.locator("#message", { hasText: "Steering is engaged." }).waitFor();
@@ -359,12 +375,16 @@ for (const [button, kind] of [["record-curve", 4], ["record-path", 5]]) {
   test(`the button ${button} records from where the machine is to where it ends`, async () => {
     await page.locator(`#${button}`).click();
     await page.locator("#record-status", { hasText: "Recording" }).waitFor();
-    service.send("line", { ...line, kind, kind_name: "its kind", complete: false, recording: true, length: 12.5 });
-    await page.locator("#record-words", { hasText: "its kind, 12.5 m so far" }).waitFor();
+    service.send("line", { ...line, kind, kind_name: "its kind", complete: false, recording: true });
+    await page.locator("#record-words", { hasText: "its kind, 0.0 cm so far" }).waitFor();
     await be({ ...following, heading: 0.1 }, { time: 2, place: [3, 40] });
     await until(async () => await text("fact-heading") === "006°", "the machine has moved");
+    assert.equal(await text("record-words"), "its kind, 40.1 m so far");
     await page.locator("#record-end").click();
     await page.locator("#record-status", { hasText: "was recorded" }).waitFor();
+    service.send("line", { ...line, kind, kind_name: "its kind", length: 40.1 });
+    await page.locator("#log", { hasText: "line set: its kind" }).waitFor();
+    assert.equal(await text("record-status"), "The drive was recorded.");
     assert.deepEqual(service.posted, [
       { operation: "start_wayline", arguments: [kind] },
       { operation: "set_waypoint", arguments: [0, 0.5, 0, 0, 0] },
@@ -372,6 +392,25 @@ for (const [button, kind] of [["record-curve", 4], ["record-path", 5]]) {
     ]);
   });
 }
+
+test("what is said of a line or of recording ends with it, and nothing is said to be recorded that is not", async () => {
+  await page.locator("#record-end").click();
+  await page.locator("#record-status.bad", { hasText: "Nothing is being recorded" }).waitFor();
+  assert.deepEqual(operations(), []);
+  await page.locator("#record-curve").click();
+  await page.locator("#record-status", { hasText: "Recording the A-B curve" }).waitFor();
+  service.send("line", { ...line, kind: 4, kind_name: "A-B curve", complete: false, recording: true });
+  await page.locator("#record-words", { hasText: "A-B curve" }).waitFor();
+  service.send("line", line);
+  await until(async () => await text("record-status") === "", "nothing is said of recording");
+  await fillLine(0.5);
+  await page.locator("#line-form [type=submit]").click();
+  await page.locator("#line-status", { hasText: "The A-B line is set." }).waitFor();
+  service.send("line", { ...line, nudge: 0.1 });
+  service.send("line", { ...line, kind: 2, kind_name: "circle" });
+  await page.locator("#log", { hasText: "line set: circle" }).waitFor();
+  assert.equal(await text("line-status"), "");
+});
 
 test("the whole drive is shown, north up, and the track is saved as a table", async () => {
   const points = [[0, 0], [0, 500], [300, 500.25]];

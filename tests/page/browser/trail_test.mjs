@@ -58,9 +58,9 @@ async function drawn() {
     [x - pixels[0][0], pixels[0][1] - y].map((way) => Math.round((way / pixelsPerMetre) * 100) / 100 + 0));
 }
 
-/** Waits until the map shows a trail with so many points, and looks whether it is the one expected. */
+/** Waits until the map shows the trail expected, which it does once the machine has come to its end. */
 async function showsTrail(expected) {
-  await until(async () => (await drawn()).length === expected.length, `${expected.length} points`)
+  await until(async () => JSON.stringify(await drawn()) === JSON.stringify(expected), `${expected.length} points`)
     .catch(() => {});
   assert.deepEqual(await drawn(), expected);
 }

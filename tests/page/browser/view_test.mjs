@@ -111,6 +111,16 @@ function outOfView([word, reason]) {
   return [...new Set(problems)];
 }
 
+/** What of a question that is asked, and of what never leaves the view, cannot be seen. */
+function questionOutOfView() {
+  const parts = ["#question-text", "#engage-state span", "#disengage"].map((name) => document.querySelector(name));
+  return parts.filter((node) => {
+    const { left, top, right, bottom } = node.getBoundingClientRect();
+    const isAt = (x, y) => node.contains(document.elementFromPoint(x, y));
+    return !isAt((left + right) / 2, top + 4) || !isAt((left + right) / 2, bottom - 4);
+  }).map((node) => node.outerHTML.slice(0, 60));
+}
+
 for (const { width, height, letters } of windows) {
   test(`at ${width} x ${height} with letters of ${letters} pixels state and Disengage never leave the view`, async () => {
     const page = await openWindow({ width, height, letters });
@@ -121,6 +131,12 @@ for (const { width, height, letters } of windows) {
       assert.deepEqual(await page.evaluate(outOfView, [scene.word, scene.reason]), [], name);
       await page.locator("#sliders").scrollIntoViewIfNeeded();
       await keepPicture(page, `${width}x${height}-${letters}-${name}-tuning.png`);
+      if (name !== "engaged") continue;
+      await page.locator("#map").focus();
+      await page.keyboard.press("g");
+      assert.deepEqual(await page.evaluate(questionOutOfView), []);
+      await keepPicture(page, `${width}x${height}-${letters}-question.png`);
+      await page.keyboard.press("Escape");
     }
     const [wide, room] = await page.evaluate(() => [document.documentElement.scrollWidth, innerWidth]);
     assert.ok(wide <= room, `${wide} pixels of ${room}`);

@@ -51,6 +51,17 @@ test("the oldest of the trail goes when it is longer than an hour", () => {
   assert.ok(first[0] > 800, `begins at ${first}`);
 });
 
+test("the last points are always apart from those that are simplified", () => {
+  const trail = new Trail();
+  const points = wave(1700);
+  points.forEach((point, i) => {
+    trail.add(point);
+    const end = trail.within(everywhere, 10).at(-1);
+    assert.ok(end.length >= Math.min(i + 1, 32), `${end.length} after ${i + 1}`);
+  });
+  assert.deepEqual(trail.points(), points);
+});
+
 test("chunks join without a gap", () => {
   const trail = new Trail();
   trail.replace(wave(1700));

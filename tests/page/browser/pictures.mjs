@@ -1,0 +1,41 @@
+// Takes the README's pictures of the live page: node pictures.mjs FOLDER
+import { join } from "node:path";
+import { engage, openPage, setLine, startBrowser } from "./browser.mjs";
+import { startSimulator, until } from "./programs.mjs";
+
+const [folder] = process.argv.slice(2);
+
+/** Engages the machine on a line to the north, and scores a step test with each of some sensitivities. */
+async function drive(page, sensitivities) {
+  await setLine(page, [0, 0], [0, 100]);
+  await engage(page);
+  const status = page.locator("#step-status");
+  for (const sensitivity of sensitivities) {
+    await page.getByLabel("Sensitivity").fill(sensitivity);
+    await until(async () => {
+      await page.locator("#step-run").click();
+      return /^(Shifting|Running)/.test(await status.textContent());
+    }, "a machine that is steady");
+    await status.filter({ hasText: "Scored" }).waitFor({ timeout: 60000 });
+  }
+  await page.locator("#nudge-right").click();
+  await page.locator("#steer-right.now").waitFor();
+}
+
+async function takePicture(browser, simulator, name, sensitivities, options) {
+  const page = await openPage(browser, simulator.page, options);
+  await drive(page, sensitivities);
+  await page.evaluate(() => scrollTo(0, 0));
+  await page.screenshot({ path: join(folder, name) });
+  await page.locator("#disengage").click();
+  await page.context().close();
+}
+
+const browser = await startBrowser();
+const simulator = await startSimulator("--port", "0", "--speed", "2.5", "--start", "0.6,-10,0");
+await takePicture(browser, simulator, "live-page-light.png", ["0.7", "1.6", "1"],
+  { viewport: { width: 1920, height: 1080 }, colorScheme: "light" });
+await takePicture(browser, simulator, "live-page-dark-360.png", [],
+  { viewport: { width: 360, height: 740 }, colorScheme: "dark", deviceScaleFactor: 1.5 });
+await simulator.end();
+await browser.close();
