@@ -3,14 +3,17 @@ import { after, before, test } from "node:test";
 import assert from "node:assert/strict";
 import { readdirSync } from "node:fs";
 import { engage, openPage, setLine, startBrowser } from "./browser.mjs";
-import { startSimulator, until } from "./programs.mjs";
+import { endPrograms, startSimulator, until } from "./programs.mjs";
 
 const visits = 200;
 const atOnce = 4;
 let browser;
 
 before(async () => { browser = await startBrowser(); });
-after(() => browser.close());
+after(async () => {
+  await browser.close();
+  await endPrograms();
+});
 
 /** How many threads and descriptors a process has. */
 const held = (pid) =>
@@ -66,7 +69,8 @@ test("the page comes by two requests, compressed, and is not sent again to who h
   const parts = [];
   page.on("response", async (response) => {
     const { pathname } = new URL(response.url());
-    if (["/events", "/trail", "/command"].includes(pathname)) return;
+    // What comes after the page itself: what it shows, and the icon of the tab.
+    if (["/events", "/trail", "/icon.svg"].includes(pathname)) return;
     parts.push(response.allHeaders().then((headers) => [pathname, headers["content-encoding"], headers.etag]));
   });
   await page.goto(simulator.page);
@@ -81,16 +85,32 @@ test("the page comes by two requests, compressed, and is not sent again to who h
   await simulator.end();
 });
 
-test("a viewer too many is told so, and served when there is room", async () => {
+test("of seventeen viewers the one that has been there longest gives way to the page", async () => {
   const simulator = await startSimulator("--port", "0", "--speed", "2");
   const leave = new AbortController();
-  const viewers = await Promise.all(Array.from({ length: 16 }, () =>
-    fetch(`${simulator.page}events`, { signal: leave.signal })));
-  assert.deepEqual([...new Set(viewers.map(({ status }) => status))], [200]);
-  const page = await (await browser.newContext()).newPage();
-  await page.goto(simulator.page);
-  await page.locator("#lost", { hasText: "Refused" }).waitFor();
+  const given = [];
+  const view = async (number) => {
+    const { status, body } = await fetch(`${simulator.page}events`, { signal: leave.signal });
+    body.pipeTo(new WritableStream()).then(() => given.push(number), () => {});
+    return status;
+  };
+  const statuses = [await view(0), ...await Promise.all(Array.from({ length: 15 }, (_, i) => view(i + 1)))];
+  assert.deepEqual([...new Set(statuses)], [200]);
+  const page = await openPage(browser, simulator.page);
+  await until(() => given.length > 0, "one gives way");
+  assert.deepEqual(given, [0]);
   leave.abort();
+  await page.context().close();
+  await simulator.end();
+});
+
+test("a page that is refused the stream says why, and comes back by itself", async () => {
+  const simulator = await startSimulator("--port", "0", "--speed", "2");
+  const page = await (await browser.newContext()).newPage();
+  await page.route("**/events", (route) => route.fulfill({ status: 503, json: { error: "a viewer too many" } }));
+  await page.goto(simulator.page);
+  await page.locator("#lost", { hasText: "Refused: a viewer too many." }).waitFor();
+  await page.unroute("**/events");
   await showsTheReturn(page);
   await page.context().close();
   await simulator.end();

@@ -15,10 +15,13 @@ export async function until(condition, what) {
   }
 }
 
+const started = [];
+
 /** A running program whose lines of standard output are kept. */
 class Program {
   constructor(path, values) {
     this.process = spawn(path, values, { stdio: ["ignore", "pipe", "pipe"] });
+    started.push(this);
     this.lines = [];
     this.errors = "";
     this.ended = new Promise((resolve) => { this.process.once("close", resolve); });
@@ -47,6 +50,9 @@ class Program {
     return this.ended;
   }
 }
+
+/** Ends what a test that failed has left: it would keep the tests from ending. */
+export const endPrograms = () => Promise.all(started.map((program) => program.end("SIGKILL")));
 
 /** Starts the simulator with a live page; `page` is its address. */
 export async function startSimulator(...values) {
