@@ -3,17 +3,14 @@ import { after, before, test } from "node:test";
 import assert from "node:assert/strict";
 import { readdirSync } from "node:fs";
 import { engage, openPage, setLine, startBrowser } from "./browser.mjs";
-import { endPrograms, startSimulator, until } from "./programs.mjs";
+import { startSimulator, until } from "./programs.mjs";
 
 const visits = 200;
 const atOnce = 4;
 let browser;
 
 before(async () => { browser = await startBrowser(); });
-after(async () => {
-  await browser.close();
-  await endPrograms();
-});
+after(() => browser.close());
 
 /** How many threads and descriptors a process has. */
 const held = (pid) =>
