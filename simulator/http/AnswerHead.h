@@ -10,7 +10,13 @@
 /// @param type the content type.
 std::string HeadOf(int status, const std::string& type);
 
+/// All that comes before the body of an answer.
+std::string HeadOf(const ServedAnswer& answer);
+
 /// Writes {"error": reason} as an answer.
 ServedAnswer RefusalOf(int status, const std::string& reason);
+
+/// An answer of JSON.
+ServedAnswer JsonAnswer(int status, std::string json);
 
 #endif
