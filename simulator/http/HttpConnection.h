@@ -96,6 +96,13 @@ public:
     /// Whether no process has the peer's end any more, so that nobody takes an answer.
     bool HasLeft() const;
 
+    /// Whether the begin of its request has come and has not been read.
+    bool HasUnreadRequest() const
+    {
+        asio::error_code error;
+        return !m_anythingCame && m_socket.available(error) > 0;
+    }
+
     /// Has the request kept until it is answered, whoever else comes.
     void Keep() { m_isKept = true; }
     bool IsKept() const { return m_isKept; }

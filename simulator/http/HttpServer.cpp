@@ -153,7 +153,9 @@ bool HttpServerC::CloseOldest()
     EWorth least = EWorth::Stays;
     for (const std::shared_ptr<HttpConnectionC>& one : m_connections) {
         const EWorth worth = WorthOf(*one, now, areMany);
-        if (worth < least) {
+        // What has come of it may be all of its request.
+        const bool mayBeWhole = worth == EWorth::OneOfManyAsking && one->HasUnreadRequest();
+        if (worth < least && !mayBeWhole) {
             least = worth;
             closed = one;
         }
