@@ -70,8 +70,9 @@ struct MPIServerLimitsC
     /// the connection that holds most is closed.
     std::size_t memory = std::size_t{256} * 1024 * 1024;
     /// How many connections there are at once. Beyond it, and when the system has no descriptor
-    /// left, the least worthy is closed: of those that have never sent a whole message the oldest,
-    /// unless they are few and new; then the quietest without a subscription; then the newest.
+    /// left, the least worthy is closed: of those that have never sent a whole message the oldest
+    /// of which none waits to be read, unless they are few and new; then the quietest without a
+    /// subscription; then the newest.
     std::size_t connections = std::numeric_limits<std::size_t>::max();
     /// How long a connection that has sent nothing counts as one that is in use, or new.
     std::chrono::milliseconds quiet{1'000};

@@ -96,6 +96,12 @@ public:
 
     ClientNumber Number() const { return m_number; }
     bool HasSentAMessage() const { return m_hasSentAMessage; }
+    /// Whether the begin of a message has come that has not been read.
+    bool HasUnreadMessage() const
+    {
+        asio::error_code error;
+        return !m_decoder.InMessage() && m_socket.available(error) > 0;
+    }
     bool IsOpen() const { return m_open; }
     /// The events that this client has subscribed to.
     const std::set<std::string>& Subscriptions() const { return m_subscriptions; }

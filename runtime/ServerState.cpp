@@ -23,9 +23,6 @@ constexpr std::size_t kMostSubscriptions = 1024;
 /// While so many connections wait for their turn, others are taken one at a time, with a pause.
 constexpr std::size_t kMostTurns = 64;
 
-/// Such a part of the connections may be new.
-constexpr std::size_t kShareOfNew = 8;
-
 const char* const kSlowClient = "too much is waiting for a client that does not read";
 
 /// Does what an exception of the handler must not keep from going on. Empty when nothing is thrown.
@@ -175,39 +172,6 @@ void MPISocketServerC::StateC::CannotTake(const asio::error_code& reason)
         Tell(0, "waiting",
              [&reason](MPIServiceHandlerC& handler) { handler.ConnectionsWait(reason.message()); });
     }
-}
-
-/// Who has sent nothing loses nothing, and who asks now and then connects anew for the next
-/// question. Of the others those stay that were there before the trouble began.
-std::shared_ptr<ServerConnectionC> MPISocketServerC::StateC::LeastWorthy() const
-{
-    const auto quietSince = std::chrono::steady_clock::now() - m_limits.quiet;
-    std::shared_ptr<ServerConnectionC> silent; // the oldest
-    std::shared_ptr<ServerConnectionC> quiet;  // the longest
-    std::shared_ptr<ServerConnectionC> newest;
-    std::size_t silentOnes = 0;
-    for (const auto& [client, connection] : m_clients) {
-        if (!connection->HasSentAMessage()) {
-            silent = silent == nullptr ? connection : silent;
-            ++silentOnes;
-        } else if (connection->Subscriptions().empty() && connection->LastGrowth() < quietSince) {
-            const bool isQuieter =
-                quiet == nullptr || connection->LastGrowth() < quiet->LastGrowth();
-            quiet = isQuieter ? connection : quiet;
-        } else {
-            newest = connection;
-        }
-    }
-    // Those that have just come may be about to send.
-    const bool areNew = silentOnes <= m_clients.size() / kShareOfNew && silent != nullptr &&
-                        silent->LastGrowth() >= quietSince;
-    const auto& other = quiet != nullptr ? quiet : newest;
-    return silent != nullptr && (!areNew || other == nullptr) ? silent : other;
-}
-
-void MPISocketServerC::StateC::DropLeastWorthy()
-{
-    Drop(*LeastWorthy(), "there are too many connections, and others are served better", true);
 }
 
 void MPISocketServerC::StateC::MessageArrived(ServerConnectionC& connection,

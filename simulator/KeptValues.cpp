@@ -53,6 +53,10 @@ Document Parsed(const std::string& text)
 
 std::string ParseKeptValues(const std::string& text, KeptValues& values)
 {
+    if (text.empty()) {
+        values.clear(); // made beforehand, to have an owner and a mode
+        return {};
+    }
     // The parser takes a byte 0 for the end.
     const bool isText = text.find('\0') == std::string::npos;
     const Document parsed = isText ? Parsed(text) : Document();

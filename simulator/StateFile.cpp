@@ -219,6 +219,17 @@ std::string StateFileC::Load(KeptValues& values)
     return problem.empty() ? problem : "cannot read the state file " + m_path + ": " + problem;
 }
 
+/// Writing into a file in place would let a crash tear it, so that it is replaced under one name.
+std::string StateFileC::Warning() const
+{
+    if (!m_owner || m_owner->st_nlink < 2) {
+        return {};
+    }
+    return "the state file " + m_path + " has " + std::to_string(m_owner->st_nlink) +
+           " names (hard links): settings are saved under this one alone, and the others keep "
+           "what it holds now";
+}
+
 std::string StateFileC::Save(const KeptValues& values)
 {
     const bool isOurs = LookAfterLock();

@@ -50,6 +50,10 @@ public:
     /// @return an empty text on success, otherwise why the file cannot be read.
     std::string Load(KeptValues& values);
 
+    /// What whoever runs the program should know about the file that has been opened; empty when
+    /// there is nothing.
+    std::string Warning() const;
+
     /// Replaces the file, unless another program has taken its name's lock meanwhile.
     ///
     /// @return an empty text on success, otherwise why it could not be written; the old file then

@@ -35,6 +35,10 @@ std::string Unreadable(const BListC& list)
     const bool hasPoints =
         kind == Kestrove::EWaylineTypeSpline || kind == Kestrove::EWaylineTypeABCurve;
     const std::int64_t count = list.GetInt64(1);
+    const std::int64_t places = (list.Size() - 2) / 3;
+    if (hasPoints && list.TypeAt(1) != EBElementType::Integer && (count <= 0 || count > places)) {
+        return "element 1 is to be the number of points, which is missing";
+    }
     if (hasPoints && count > kMostWaylinePoints) {
         return std::to_string(count) + " points are too many for a wayline, allowed is " +
                std::to_string(kMostWaylinePoints);
@@ -52,9 +56,9 @@ std::string Unreadable(const BListC& list)
     if (hasPoints && count == 0)
         return std::string(kind == Kestrove::EWaylineTypeSpline ? "a spline" : "an A-B curve") +
                " without points is no line";
-    if (hasPoints && (count < 0 || count > (list.Size() - 2) / 3)) {
-        return std::to_string(count) + " points are announced, and " +
-               std::to_string((list.Size() - 2) / 3) + " are there";
+    if (hasPoints && (count < 0 || count > places)) {
+        return std::to_string(count) + " points are announced, and " + std::to_string(places) +
+               " are there";
     }
     return {};
 }

@@ -135,19 +135,20 @@ void EndSaving(const ProgramOptions& options, ServiceLinkC& link,
     if (saver && !saver->Finish(deadline)) {
         output.Log("the state file " + options.stateFile +
                    " may lack the last settings: it could not be written in time");
+    } else if (saver && saver->State() == EKeeping::Failing) {
+        output.Log("the state file " + options.stateFile +
+                   " lacks the last settings: it could not be written at the end either");
     }
     link.Core().EndTrack(deadline);
 }
 
-/// Leaves descriptors for the page and for files, whoever connects to the service, and bounds to
-/// how many an event goes at once.
-MPIServerLimitsC LimitsOf(const ProgramOptions& options)
+/// The most that there may be at once of clients, so that descriptors are left for the page and for
+/// files, whoever connects to the service, and that an event goes to a bounded number.
+MPIServerLimitsC LimitsOf(const DescriptorLimit::Shares& shares)
 {
     constexpr std::size_t mostClients = 1024;
     MPIServerLimitsC limits;
-    limits.connections = std::min(
-        mostClients,
-        DescriptorLimit::ConnectionsBeside(options.httpPort ? HttpServerC::kMostConnections : 0));
+    limits.connections = std::min(mostClients, shares.clients);
     return limits;
 }
 
@@ -165,19 +166,22 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     if (kept.file) {
         keep = [&saver](const KeptValues& values) { saver->Keep(values); };
     }
+    const auto shares =
+        DescriptorLimit::Divide(options.httpPort ? HttpServerC::kMostConnections : 0);
     const KeepState keepState = [&saver] { return saver->State(); };
     ServiceLinkC link(
         loop,
         {options.simulation, kept.values, keep, options.httpPort ? trail.Sink() : EventSink(),
          log.Sink(), nullptr, keepState},
-        [&limited](ClientNumber client) { limited.Serve(client); }, LimitsOf(options));
+        [&limited](ClientNumber client) { limited.Serve(client); }, LimitsOf(shares));
     std::optional<LivePageC> page;
     if (options.httpPort) {
-        page.emplace(loop, link.Core(), trail, log);
+        page.emplace(loop, link.Core(), trail, log, LivePageTimes(), shares.page);
     }
     std::string problem;
     const EExitCode exitCode = StartServing(options, kept.file.get(), link, page, problem);
     if (!problem.empty()) {
+        HoldSignalsBack(); // those who took them end with this function
         output->Log(problem);
         return exitCode;
     }
@@ -203,11 +207,20 @@ EExitCode Run(int argumentCount, const char* const* arguments, const OutputPoint
     if (exitCode) {
         return *exitCode;
     }
+    std::string problem = DescriptorLimit::Problem(options.httpPort.has_value());
+    if (!problem.empty()) {
+        output->Log(problem);
+        return kExitFailed;
+    }
     KeptState kept;
-    const std::string problem = LoadKept(options, kept);
+    problem = LoadKept(options, kept);
     if (!problem.empty()) {
         output->Log(problem);
         return kExitWrongOptions;
+    }
+    const std::string warning = kept.file ? kept.file->Warning() : std::string();
+    if (!warning.empty() && options.logLevel >= ELogLevel::Warning) {
+        output->Log(warning);
     }
     return Serve(options, std::move(kept), output);
 }
@@ -216,11 +229,12 @@ EExitCode Run(int argumentCount, const char* const* arguments, const OutputPoint
 
 int main(int argumentCount, char** arguments)
 {
+    // First of all: until here a signal ends the program as one that was killed by it.
+    EndAtOnceOnSignals();
     // A client that goes away while it is written to is no reason to end, nor is a file that has
     // become as long as it may.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
-    EndAtOnceOnSignals();
     DescriptorLimit::Raise();
     OutputPointer output;
     EExitCode exitCode = kExitFailed;
@@ -231,7 +245,9 @@ int main(int argumentCount, char** arguments)
         if (output) {
             output->Log(error.what());
         } else {
-            std::fprintf(stderr, "navigation-simulator: %s\n", error.what());
+            const std::string problem = DescriptorLimit::Problem(false);
+            std::fprintf(stderr, "navigation-simulator: %s\n",
+                         problem.empty() ? error.what() : problem.c_str());
         }
     }
     if (output) {

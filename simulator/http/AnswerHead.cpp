@@ -1,6 +1,7 @@
 #include "simulator/http/AnswerHead.h"
 
 #include <memory>
+#include <utility>
 
 #include "simulator/http/PageValues.h"
 
@@ -54,12 +55,28 @@ std::string HeadOf(int status, const std::string& type, const std::string& cachi
            "X-Content-Type-Options: nosniff\r\n";
 }
 
+std::string HeadOf(const ServedAnswer& answer)
+{
+    std::string head = HeadOf(answer.status, answer.type, answer.caching);
+    for (const auto& [name, value] : answer.headers) {
+        head += name + ": " + value + "\r\n";
+    }
+    constexpr int kNotModified = 304;
+    // The length is that of the body which the peer has.
+    if (answer.status != kNotModified) {
+        head += "Content-Length: " + std::to_string(answer.body->size()) + "\r\n";
+    }
+    return head + "\r\n";
+}
+
+ServedAnswer JsonAnswer(int status, std::string json)
+{
+    return {status, "application/json", std::make_shared<const std::string>(std::move(json)), {}};
+}
+
 ServedAnswer RefusalOf(int status, const std::string& reason)
 {
-    ServedAnswer answer;
-    answer.status = status;
-    answer.type = "application/json";
-    answer.body = std::make_shared<const std::string>(ErrorJson(reason));
+    ServedAnswer answer = JsonAnswer(status, ErrorJson(reason));
     if (status == 405) {
         answer.headers.emplace_back("Allow", "GET, POST");
     }

@@ -11,7 +11,13 @@
 /// @param caching whether a browser may keep it.
 std::string HeadOf(int status, const std::string& type, const std::string& caching = "no-store");
 
+/// All that comes before the body of an answer.
+std::string HeadOf(const ServedAnswer& answer);
+
 /// Writes {"error": reason} as an answer.
 ServedAnswer RefusalOf(int status, const std::string& reason);
+
+/// An answer of JSON.
+ServedAnswer JsonAnswer(int status, std::string json);
 
 #endif

@@ -19,20 +19,20 @@ constexpr std::chrono::milliseconds kEnding(500);
 constexpr std::size_t kMostDrained = 8 * 1024 * 1024;
 // So much is read of what comes behind a request before its answer.
 constexpr std::size_t kMostBehind = 64 * 1024;
-// So much is read at once, before others have their turn.
+// So much is read, or written of an answer, at once, before others have their turn.
 constexpr std::size_t kReadBytes = 16 * 1024;
+constexpr std::size_t kWriteBytes = 64 * 1024;
 // The system doubles it.
 constexpr int kSendBufferOfAStream = 8 * 1024;
 // A peer of a stream that has not read so much is sent no more: some fifty states.
 constexpr std::size_t kMostUnread = 32 * 1024;
-constexpr int kNotModified = 304;
 
 } // namespace
 
 HttpConnectionC::HttpConnectionC(asio::ip::tcp::socket socket, const HttpPatience& patience,
-                                 HttpConnectionOwnerC& owner)
+                                 PeerSocketC& peers, HttpConnectionOwnerC& owner)
     : m_socket(std::move(socket)), m_timer(m_socket.get_executor()), m_patience(patience),
-      m_owner(owner)
+      m_peers(peers), m_owner(owner)
 {
 }
 
@@ -51,15 +51,16 @@ void HttpConnectionC::Start()
     Read();
 }
 
-/// Whether the peer has closed its side of what begins as a POST.
+/// Whether nobody waits for an answer: the peer has closed its side of what begins as a POST, or is
+/// gone.
 bool HttpConnectionC::IsGivenUp()
 {
-    constexpr std::string_view kPost = "POST";
-    std::array<char, kPost.size()> start{};
-    return HasGone() &&
-           ::recv(m_socket.native_handle(), start.data(), start.size(), MSG_PEEK | MSG_DONTWAIT) ==
-               static_cast<ssize_t>(start.size()) &&
-           std::string_view(start.data(), start.size()) == kPost;
+    if (!HasGone()) {
+        return false;
+    }
+    std::array<char, 5> start{}; // ends with a zero
+    ::recv(m_socket.native_handle(), start.data(), start.size() - 1, MSG_PEEK | MSG_DONTWAIT);
+    return start.data() == std::string_view("POST") || HasLeft();
 }
 
 bool HttpConnectionC::HasGone() const
@@ -73,10 +74,21 @@ bool HttpConnectionC::HasGone() const
     return ::poll(&polled, 1, 0) > 0;
 }
 
+bool HttpConnectionC::HasLeft() const
+{
+    if (m_stage == EStage::Closed) {
+        return true;
+    }
+    const auto peer = HasGone() ? m_peers.Of(m_socket) : std::nullopt;
+    return peer && !peer->isOpen;
+}
+
+/// What several share, each holds a part of.
 std::size_t HttpConnectionC::Held() const
 {
-    return m_reader.Held() + m_head.capacity() +
-           (m_body && m_body.use_count() == 1 ? m_body->size() : 0);
+    const std::size_t body =
+        m_body ? m_body->size() / static_cast<std::size_t>(m_body.use_count()) : 0;
+    return m_reader.Held() + m_head.capacity() + body;
 }
 
 void HttpConnectionC::Limit(Clock::time_point until)
@@ -148,12 +160,13 @@ bool HttpConnectionC::IsReading() const
     return m_stage == EStage::Waiting ? m_drained < kMostBehind : m_stage != EStage::Answering;
 }
 
-/// A peer that has said all may still listen for its answer, but not for a stream.
+/// A peer that has said all may still listen for its answer, but not for a stream, nor when it is
+/// gone.
 void HttpConnectionC::InputEnded(const asio::error_code& error)
 {
     const bool mayListen =
         m_stage == EStage::Answering || (m_stage == EStage::Waiting && Request().method != "POST");
-    if (error != asio::error::eof || !mayListen) {
+    if (error != asio::error::eof || !mayListen || HasLeft()) {
         Close();
     }
 }
@@ -230,22 +243,15 @@ void HttpConnectionC::Answer(const ServedAnswer& answer)
         return;
     }
     m_stage = EStage::Answering;
-    m_head = HeadOf(answer.status, answer.type, answer.caching);
-    for (const auto& [name, value] : answer.headers) {
-        m_head += name + ": " + value + "\r\n";
-    }
-    // The length is that of the body which the peer has.
-    if (answer.status != kNotModified) {
-        m_head += "Content-Length: " + std::to_string(answer.body->size()) + "\r\n";
-    }
-    m_head += "\r\n";
+    m_head = HeadOf(answer);
     m_body = Request().method == "HEAD" ? std::make_shared<const std::string>() : answer.body;
     Limit(Clock::now() + m_patience.answer);
     Write();
-    m_owner.Grown(Held());
+    // The whole body, though others may share it: they may have theirs before this one has.
+    m_owner.Grown(m_head.capacity() + (m_body ? m_body->size() : 0));
 }
 
-void HttpConnectionC::Stream(Source source, PeerSocketC& peers, std::function<void()> ended)
+void HttpConnectionC::Stream(Source source, std::function<void()> ended)
 {
     if (m_stage != EStage::Waiting) {
         ended();
@@ -255,7 +261,6 @@ void HttpConnectionC::Stream(Source source, PeerSocketC& peers, std::function<vo
     asio::error_code error;
     m_socket.set_option(asio::socket_base::send_buffer_size(kSendBufferOfAStream), error);
     m_source = std::move(source);
-    m_peers = &peers;
     m_ended = std::move(ended);
     m_head = HeadOf(200, "text/event-stream") + "\r\n";
     Write();
@@ -277,7 +282,7 @@ void HttpConnectionC::Wake()
 /// Whether the peer has to read before it is sent more. One that never does is dropped.
 bool HttpConnectionC::IsHeldBack()
 {
-    const auto peer = m_peers->Of(m_socket);
+    const auto peer = m_peers.Of(m_socket);
     const std::size_t unread = peer ? peer->unread : 0;
     const bool isBehind = unread > kMostUnread;
     if (isBehind && (!m_isHeldBack || unread < m_unread)) {
@@ -311,7 +316,9 @@ void HttpConnectionC::Write()
         const std::size_t ofBody = m_sent - ofHead;
         const std::array<asio::const_buffer, 2> buffers{
             asio::buffer(m_head) + ofHead,
-            bodySize > 0 ? asio::buffer(*m_body) + ofBody : asio::const_buffer()};
+            bodySize > 0
+                ? asio::buffer(m_body->data() + ofBody, std::min(bodySize - ofBody, kWriteBytes))
+                : asio::const_buffer()};
         asio::error_code error;
         const std::size_t count = m_socket.write_some(buffers, error);
         if (error == asio::error::would_block) {
@@ -324,6 +331,10 @@ void HttpConnectionC::Write()
         }
         m_sent += count;
         m_lastTaken = Clock::now();
+        if (count >= kWriteBytes) {
+            WaitToWrite();
+            return;
+        }
     }
 }
 

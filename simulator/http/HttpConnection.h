@@ -56,10 +56,10 @@ protected:
 /// One connection, which carries one request: reads it, writes its answer or a stream, and reads
 /// away what still comes before it closes, so that closing does not take the answer from the peer.
 /// A peer that closes its side before a POST is answered has given that up: its connection ends at
-/// once. One that asks for something else may still listen for the answer. No wait is without a
-/// limit, and none holds up anybody else. What comes is read in portions of 16 KiB, one at a time:
-/// a head and a short body as soon as they are there, a long body and what nobody waits for when
-/// the owner gives it a turn.
+/// once. One that asks for something else may still listen for the answer, unless it is gone. No
+/// wait is without a limit, and none holds up anybody else. What comes is read in portions of 16
+/// KiB, one at a time: a head and a short body as soon as they are there, a long body and what
+/// nobody waits for when the owner gives it a turn.
 ///
 /// Thread safety: none, but for HasGone(); lives on the thread that runs its loop. Lifetime: shared
 /// by its owner and by the operations under way.
@@ -79,8 +79,8 @@ public:
     /// Gives what is to be sent next over a stream; empty when nothing is.
     using Source = std::function<std::string()>;
 
-    /// @param owner must outlive the connection, until it has been closed.
-    HttpConnectionC(asio::ip::tcp::socket socket, const HttpPatience& patience,
+    /// @param peers, owner must outlive the connection, until it has been closed.
+    HttpConnectionC(asio::ip::tcp::socket socket, const HttpPatience& patience, PeerSocketC& peers,
                     HttpConnectionOwnerC& owner);
 
     /// Begins to read; what has come already is read now.
@@ -93,6 +93,15 @@ public:
     RequestBodyC TakeBody() { return m_reader.TakeBody(); }
     /// Whether the peer has closed its side, or is gone. May be asked on any thread.
     bool HasGone() const;
+    /// Whether no process has the peer's end any more, so that nobody takes an answer.
+    bool HasLeft() const;
+
+    /// Whether the begin of its request has come and has not been read.
+    bool HasUnreadRequest() const
+    {
+        asio::error_code error;
+        return !m_anythingCame && m_socket.available(error) > 0;
+    }
 
     /// Has the request kept until it is answered, whoever else comes.
     void Keep() { m_isKept = true; }
@@ -103,9 +112,8 @@ public:
     /// Answers with a stream of events, which goes on for as long as the peer is there. What waits
     /// for the peer at this end is what `source` gave last, and 16 KiB of the system's.
     ///
-    /// @param peers must outlive the stream.
     /// @param ended is called once the stream has ended.
-    void Stream(Source source, PeerSocketC& peers, std::function<void()> ended);
+    void Stream(Source source, std::function<void()> ended);
     /// Sends what the source of the stream has, unless something is being sent, or the peer has
     /// left so much unread that more would be out of date when it comes to it. To be called again
     /// and again.
@@ -144,6 +152,7 @@ private:
     asio::ip::tcp::socket m_socket;
     asio::steady_timer m_timer;
     HttpPatience m_patience;
+    PeerSocketC& m_peers;
     HttpConnectionOwnerC& m_owner;
     RequestReaderC m_reader;
     EStage m_stage = EStage::Reading;
@@ -160,11 +169,10 @@ private:
     std::function<void()> m_ended;
     bool m_isWriting = false;
     Clock::time_point m_lastTaken; ///< or when the writing or holding back began
-    PeerSocketC* m_peers = nullptr;
-    bool m_isHeldBack = false;    ///< what is new, until the peer reads
-    std::size_t m_unread = 0;     ///< by the peer, when it was last asked for
-    mutable std::mutex m_closing; ///< the socket is closed, and looked at from elsewhere, under it
-    bool m_isClosed = false;      ///< guarded by m_closing
+    bool m_isHeldBack = false;     ///< what is new, until the peer reads
+    std::size_t m_unread = 0;      ///< by the peer, when it was last asked for
+    mutable std::mutex m_closing;  ///< the socket is closed, and looked at from elsewhere, under it
+    bool m_isClosed = false;       ///< guarded by m_closing
 };
 
 #endif

@@ -23,6 +23,7 @@ enum class EWorth
     SlowToTake,
     OneOfManyAsking,
     Answered,
+    WaitsForAResource,
     Stays,
 };
 
@@ -37,6 +38,10 @@ EWorth WorthOf(const HttpConnectionC& connection, std::chrono::steady_clock::tim
         return isSlow ? EWorth::SlowToAsk : areManyAsking ? EWorth::OneOfManyAsking : EWorth::Stays;
     case EStage::Answering:
         return isSlow ? EWorth::SlowToTake : EWorth::Answered;
+    case EStage::Waiting:
+        return connection.IsKept() || connection.Request().method == "POST"
+                   ? EWorth::Stays
+                   : EWorth::WaitsForAResource;
     default:
         return EWorth::Stays;
     }
@@ -59,8 +64,10 @@ std::string ReasonOf(const asio::error_code& error, std::uint16_t port)
 
 } // namespace
 
-HttpServerC::HttpServerC(asio::io_context& loop, const HttpPatience& patience, Handlers handlers)
-    : m_loop(loop), m_patience(patience), m_handlers(std::move(handlers))
+HttpServerC::HttpServerC(asio::io_context& loop, const HttpPatience& patience, Handlers handlers,
+                         std::size_t mostConnections)
+    : m_loop(loop), m_patience(patience), m_handlers(std::move(handlers)),
+      m_mostConnections(mostConnections)
 {
 }
 
@@ -121,7 +128,8 @@ void HttpServerC::Close()
 
 void HttpServerC::Take(asio::ip::tcp::socket socket)
 {
-    const auto connection = std::make_shared<HttpConnectionC>(std::move(socket), m_patience, *this);
+    const auto connection =
+        std::make_shared<HttpConnectionC>(std::move(socket), m_patience, m_peers, *this);
     m_connections.push_back(connection);
     connection->Start();
 }
@@ -129,7 +137,7 @@ void HttpServerC::Take(asio::ip::tcp::socket socket)
 /// Before a connection is taken. It is the system that keeps those for which there is no room.
 ServerListenerC::ERoom HttpServerC::MakeRoom()
 {
-    const bool hasRoom = m_connections.size() < kMostConnections || CloseOldest();
+    const bool hasRoom = m_connections.size() < m_mostConnections || CloseOldest();
     return hasRoom ? ServerListenerC::ERoom::Free : ServerListenerC::ERoom::None;
 }
 
@@ -138,13 +146,16 @@ bool HttpServerC::CloseOldest()
     const auto asking =
         std::count_if(m_connections.begin(), m_connections.end(),
                       [](const auto& one) { return one->Stage() == EStage::Reading; });
-    const bool areMany = static_cast<std::size_t>(asking) > kMostConnections / 2;
+    // Where descriptors have run out there are fewer than there may be.
+    const bool areMany = static_cast<std::size_t>(asking) > m_connections.size() / 2;
     const auto now = std::chrono::steady_clock::now();
     std::shared_ptr<HttpConnectionC> closed;
     EWorth least = EWorth::Stays;
     for (const std::shared_ptr<HttpConnectionC>& one : m_connections) {
         const EWorth worth = WorthOf(*one, now, areMany);
-        if (worth < least) {
+        // What has come of it may be all of its request.
+        const bool mayBeWhole = worth == EWorth::OneOfManyAsking && one->HasUnreadRequest();
+        if (worth < least && !mayBeWhole) {
             least = worth;
             closed = one;
         }

@@ -22,10 +22,11 @@
 /// the connections run out, or the descriptors of the process, the oldest goes of those that have
 /// had their answer, or else of those whose request has not been completed within kYoung, or else
 /// of those that have taken nothing of their answer for as long, or else of those whose request is
-/// coming, while they are more than half of all, or else of those that are being answered. Whose
-/// request is complete stays, and so does a stream: while nothing else is there, who comes waits
-/// in the system's queue, which is in order. When the memory runs out, the one that holds the most
-/// goes, but for a stream and a request that is kept (HttpConnectionC::Keep()).
+/// coming, while they are more than half of all, or else of those that are being answered, or else
+/// of those that wait for what they GET. Whose POST is complete stays, and so do a stream and what
+/// is kept: while nothing else is there, who comes waits in the system's queue, which is in order.
+/// When the memory runs out, the one that holds the most goes, but for a stream and a request that
+/// is kept (HttpConnectionC::Keep()).
 ///
 /// Long bodies, and what comes behind a request, are read in turns: one portion of one connection
 /// between two looks at all that has come. So a short request waits for none of them.
@@ -34,8 +35,8 @@
 class HttpServerC final : public HttpConnectionOwnerC
 {
 public:
-    /// How many connections there are at once. A process may have 1024 descriptors as a rule, and
-    /// the service's own clients need some.
+    /// How many connections there are at once, unless fewer are wanted. A process may have 1024
+    /// descriptors as a rule, and the service's own clients need some.
     static constexpr std::size_t kMostConnections = 256;
     /// For so long a request may be coming before it gives way to others.
     static constexpr std::chrono::milliseconds kYoung{1000};
@@ -52,7 +53,9 @@ public:
     };
 
     /// @param loop must outlive this object.
-    HttpServerC(asio::io_context& loop, const HttpPatience& patience, Handlers handlers);
+    /// @param mostConnections at once.
+    HttpServerC(asio::io_context& loop, const HttpPatience& patience, Handlers handlers,
+                std::size_t mostConnections = kMostConnections);
 
     /// Starts to listen on 127.0.0.1 and ::1; port 0 takes a free one. A machine that lacks one of
     /// the two addresses is served on the other.
@@ -84,6 +87,8 @@ private:
     asio::io_context& m_loop;
     HttpPatience m_patience;
     Handlers m_handlers;
+    std::size_t m_mostConnections;
+    PeerSocketC m_peers;
     std::vector<std::shared_ptr<ServerListenerC>> m_listeners;
     Connections m_connections; ///< the oldest first
     Connections m_turns;       ///< those that wait for their turn, in its order

@@ -1,8 +1,7 @@
 #include "simulator/http/LivePage.h"
 
+#include <algorithm>
 #include <atomic>
-#include <chrono>
-#include <cmath>
 #include <functional>
 #include <thread>
 #include <utility>
@@ -10,16 +9,14 @@
 
 #include <asio/executor_work_guard.hpp>
 #include <asio/post.hpp>
-#include <asio/thread_pool.hpp>
 
 #include "runtime/SignalsBlocked.h"
-#include "simulator/guidance/LongWork.h"
 #include "simulator/http/EventFeed.h"
 #include "simulator/http/HttpServer.h"
 #include "simulator/http/LoopGate.h"
+#include "simulator/http/PageAside.h"
 #include "simulator/http/PageCommands.h"
-#include "simulator/http/PageFiles.h"
-#include "simulator/http/PageValues.h"
+#include "simulator/http/PageResources.h"
 #include "simulator/http/PageWatch.h"
 #include "simulator/http/RequestCheck.h"
 #include "simulator/http/Viewers.h"
@@ -37,9 +34,15 @@ const PostTypes kPostTypes{{"/command", kJson}, {"/wayline", kJson}};
 
 using ConnectionPtr = std::shared_ptr<HttpConnectionC>;
 
-ServedAnswer JsonAnswer(PageAnswer answer)
+/// Has the peer of a connection get the answer.
+SharedAnswerC::Reply To(const ConnectionPtr& connection)
 {
-    return {answer.status, kJson, std::make_shared<const std::string>(std::move(answer.json)), {}};
+    return [connection](const ServedAnswer& answer) { connection->Answer(answer); };
+}
+
+ServedAnswer Written(PageAnswer answer)
+{
+    return JsonAnswer(answer.status, std::move(answer.json));
 }
 
 bool IsLong(const Answer& answer)
@@ -54,15 +57,17 @@ class LivePageC::StateC
 {
 public:
     StateC(asio::io_context& loop, ServiceCoreC& core, const TrailC& trail, LogTapC& log,
-           const LivePageTimes& times)
-        : m_core(core), m_trail(trail), m_feed([this] { CallViewers(); }),
-          m_gate(loop, m_loop, times.command), m_commands(core, log), m_watch(loop, core, m_feed),
+           const LivePageTimes& times, std::size_t mostConnections)
+        : m_feed([this] { CallViewers(); }), m_gate(loop, m_loop, times.command),
+          m_commands(core, log), m_watch(loop, core, m_feed),
           m_viewers(m_loop, m_feed,
-                    {kMostViewers, times.heartbeat, times.slowViewer, times.placeOfViewer,
-                     times.oldViewer}),
+                    {ViewersOf(mostConnections), times.heartbeat, times.slowViewer,
+                     times.placeOfViewer, times.oldViewer}),
+          m_resources(m_loop, m_gate, m_aside, core, trail),
           m_server(m_loop, PatienceOf(times),
                    {[this](const ServedRequest& request) { return Check(request); },
-                    [this](const ConnectionPtr& connection) { Serve(connection); }})
+                    [this](const ConnectionPtr& connection) { Serve(connection); }},
+                   mostConnections)
     {
     }
 
@@ -75,7 +80,7 @@ public:
         m_port = m_server.Port();
         m_viewers.Start();
         const SignalsBlockedC blocked;
-        m_aside = std::make_unique<asio::thread_pool>(1);
+        m_aside.Start();
         m_thread = std::thread([this] { m_loop.run(); });
         m_watch.Start();
         return {};
@@ -85,20 +90,24 @@ public:
 
     void Stop()
     {
-        m_isEnding = true;
+        m_aside.End();
         m_loop.stop();
         if (m_thread.joinable()) {
             m_thread.join();
         }
-        if (m_aside) {
-            m_aside->stop();
-            m_aside->join();
-        }
+        m_aside.Join();
         m_server.Close();
         m_gate.Close();
     }
 
 private:
+    /// As many wait for a place, and commands are to have at least half.
+    static std::size_t ViewersOf(std::size_t mostConnections)
+    {
+        constexpr std::size_t kFewest = 1;
+        return std::clamp(mostConnections / 4, kFewest, kMostViewers);
+    }
+
     static HttpPatience PatienceOf(const LivePageTimes& times)
     {
         return {times.firstByte, times.request, times.answer, times.stalledPeer};
@@ -126,84 +135,43 @@ private:
         const ServedRequest& request = connection->Request();
         if (request.method == "POST") {
             Carry(connection);
-        } else if (const auto file = m_files.AnswerTo(request)) {
-            connection->Answer(*file);
         } else if (request.path == "/events") {
             m_viewers.Add(connection);
-        } else if (request.path == "/trail") {
-            GiveTrail(connection);
-        } else if (request.path == "/wayline") {
-            GiveWayline(connection);
+        } else if (m_resources.Give(connection)) {
+            return;
+        } else if (kPostTypes.count(request.path) != 0) {
+            ServedAnswer refusal = RefusalOf(405, "only POST is served there");
+            refusal.headers = {{"Allow", "POST"}};
+            connection->Answer(refusal);
         } else {
             connection->Answer(RefusalOf(404, "there is no such page"));
         }
     }
 
-    /// Does something at once, or when it takes long on the thread for that.
+    /// Does something at once, or when it takes long on the thread for that; so many at once as may
+    /// be.
     ///
     /// @param then is called on the page's thread with what `work` gives.
     template <typename Work, typename Then>
-    void Do(bool takesLong, const ConnectionPtr& connection, Work work, Then then)
+    void Do(bool takesLong, const SharedAnswerC::Reply& reply, Work work, Then then)
     {
         if (!takesLong) {
             then(work());
             return;
         }
         if (m_workAside == kMostAside) {
-            connection->Answer(RefusalOf(503, "too much is asked at once"));
+            reply(RefusalOf(503, "too much is asked at once"));
             return;
         }
         ++m_workAside;
-        asio::post(*m_aside, [this, connection, work = std::move(work), then = std::move(then)] {
-            using Result = decltype(work());
-            std::shared_ptr<Result> result;
-            g_workStop = &m_isEnding;
-            try {
-                result = std::make_shared<Result>(work());
-            } catch (const std::exception&) {
-                // Want of memory, for one.
+        m_aside.Do(std::move(work), [this, reply, then = std::move(then)](auto result) {
+            --m_workAside;
+            if (result) {
+                then(std::move(*result));
+            } else {
+                reply(RefusalOf(500, kFailed));
             }
-            asio::post(m_loop, [this, connection, result, then] {
-                --m_workAside;
-                if (result) {
-                    then(std::move(*result));
-                } else {
-                    connection->Answer(RefusalOf(500, "the request could not be carried out"));
-                }
-            });
         });
-    }
-
-    /// Has the service do something at once, and goes on when that is done; answers when it is not.
-    void Ask(const ConnectionPtr& connection, std::function<void()> work,
-             std::function<void()> then)
-    {
-        AskLong(
-            connection,
-            [work = std::move(work)](const LoopGateC::Done& done) {
-                work();
-                done();
-            },
-            std::move(then), LoopGateC::EOrder::InTurn);
-    }
-
-    /// Likewise what may go on for long.
-    void AskLong(const ConnectionPtr& connection, LoopGateC::Work work, std::function<void()> then,
-                 LoopGateC::EOrder order)
-    {
-        using EOutcome = LoopGateC::EOutcome;
-        m_gate.Run(
-            std::move(work),
-            [connection, then = std::move(then)](EOutcome outcome) {
-                if (outcome == EOutcome::Done) {
-                    then();
-                } else if (outcome == EOutcome::Failed) {
-                    connection->Answer(RefusalOf(500, "the request could not be carried out"));
-                } else {
-                    connection->Answer(RefusalOf(503, "the service does not answer"));
-                }
-            },
-            order);
     }
 
     void Carry(const ConnectionPtr& connection)
@@ -220,7 +188,7 @@ private:
         const auto body = std::make_shared<RequestBodyC>(connection->TakeBody());
         const bool isWayline = connection->Request().path == "/wayline";
         Do(
-            body->Size() > kLongBody, connection,
+            body->Size() > kLongBody, To(connection),
             [this, body, isWayline] {
                 const std::string text = body->TakeText();
                 return std::make_shared<PageCommand>(isWayline ? PageCommandsC::ReadWayline(text)
@@ -237,7 +205,7 @@ private:
     void CarryOut(const ConnectionPtr& connection, const std::shared_ptr<PageCommand>& command)
     {
         if (command->IsRefused()) {
-            connection->Answer(JsonAnswer(command->refusal));
+            connection->Answer(Written(command->refusal));
             return;
         }
         const auto outcome = std::make_shared<PageOutcome>();
@@ -250,8 +218,7 @@ private:
             const ConnectionPtr asking = weak.lock();
             return asking && !asking->HasGone();
         };
-        AskLong(
-            connection,
+        m_gate.Run(
             [this, command, outcome, isWanted](LoopGateC::Done done) {
                 if (isWanted()) {
                     m_commands.CarryOut(*command, outcome, isWanted, std::move(done));
@@ -259,84 +226,41 @@ private:
                     done();
                 }
             },
-            [this, connection, command, outcome] {
-                Do(
-                    IsLong(outcome->answer), connection,
-                    [command, outcome] { return PageCommandsC::Write(*command, *outcome); },
-                    [connection](PageAnswer answer) {
-                        connection->Answer(JsonAnswer(std::move(answer)));
-                    });
-            },
+            WhenDone(To(connection),
+                     [this, connection, command, outcome] {
+                         Do(
+                             IsLong(outcome->answer), To(connection),
+                             [command, outcome] {
+                                 return PageCommandsC::Write(*command, *outcome);
+                             },
+                             [connection](PageAnswer answer) {
+                                 connection->Answer(Written(std::move(answer)));
+                             });
+                     }),
             isUrgent ? LoopGateC::EOrder::AtOnce : LoopGateC::EOrder::InTurn);
-    }
-
-    void GiveTrail(const ConnectionPtr& connection)
-    {
-        const auto points = std::make_shared<std::vector<Point>>();
-        const auto end = std::make_shared<double>(0.0);
-        Ask(
-            connection,
-            [this, points, end] {
-                *points = m_trail.Points();
-                const double intervals = m_core.World().Time() / TrailC::kInterval;
-                *end = std::floor(intervals + 1e-6) * TrailC::kInterval;
-            },
-            [this, connection, points, end] {
-                Do(
-                    points->size() > static_cast<std::size_t>(kLongList), connection,
-                    [points, end, run = m_run] {
-                        return PageAnswer{200, TrailJson(*points, *end, run)};
-                    },
-                    [connection](PageAnswer answer) {
-                        connection->Answer(JsonAnswer(std::move(answer)));
-                    });
-            });
-    }
-
-    void GiveWayline(const ConnectionPtr& connection)
-    {
-        const auto wayline = std::make_shared<WaylineKeeperC::SharedWayline>();
-        Ask(
-            connection, [this, wayline] { *wayline = m_core.Waylines().SharedCurrent(); },
-            [this, connection, wayline] {
-                Do(
-                    true, connection,
-                    [wayline] {
-                        return PageAnswer{
-                            200, TextJson(*wayline ? (*wayline)->ToString() : std::string())};
-                    },
-                    [connection](PageAnswer answer) {
-                        connection->Answer(JsonAnswer(std::move(answer)));
-                    });
-            });
     }
 
     asio::io_context m_loop{1}; ///< of the page's own thread
     asio::executor_work_guard<asio::io_context::executor_type> m_work{m_loop.get_executor()};
-    ServiceCoreC& m_core;
-    const TrailC& m_trail;
-    const PageFilesC m_files;
-    const std::string m_run =
-        std::to_string(std::chrono::system_clock::now().time_since_epoch().count());
     std::atomic<bool> m_viewersAreCalled{false};
     EventFeedC m_feed;
     LoopGateC m_gate;
     PageCommandsC m_commands;
     PageWatchC m_watch;
     ViewersC m_viewers;
+    PageAsideC m_aside{m_loop};
+    PageResourcesC m_resources;
     HttpServerC m_server;
     std::uint16_t m_port = 0;
     int m_workAside = 0;
     std::uint64_t m_lastArrival = 0;
     std::shared_ptr<void> m_longCommands = std::make_shared<int>(0); ///< each keeps a reference
-    std::atomic<bool> m_isEnding{false};
-    std::unique_ptr<asio::thread_pool> m_aside;
     std::thread m_thread;
 };
 
 LivePageC::LivePageC(asio::io_context& loop, ServiceCoreC& core, const TrailC& trail, LogTapC& log,
-                     const LivePageTimes& times)
-    : m_state(std::make_unique<StateC>(loop, core, trail, log, times))
+                     const LivePageTimes& times, std::size_t mostConnections)
+    : m_state(std::make_unique<StateC>(loop, core, trail, log, times, mostConnections))
 {
 }
 

@@ -47,8 +47,9 @@ public:
     /// @param loop, core, trail, log must outlive this object; the log must be the one that the
     /// core
     ///        writes to, the trail get the core's events.
+    /// @param mostConnections at once; where they are fewer than 64, viewers have a quarter.
     LivePageC(asio::io_context& loop, ServiceCoreC& core, const TrailC& trail, LogTapC& log,
-              const LivePageTimes& times = {});
+              const LivePageTimes& times = {}, std::size_t mostConnections = 256);
     /// Stops.
     ~LivePageC();
     LivePageC(const LivePageC&) = delete;

@@ -28,16 +28,20 @@ PageCommand Refused(int status, const std::string& reason)
 
 /// Reads a text of JSON, of which nothing is kept that is nested deeper than a command may be, or
 /// has more values: what is nested deeply could not even be copied, since that takes stack for each
-/// level.
+/// level. Nor is anything kept of a command that has a name twice, and so might mean either value.
 ///
 /// @param problem receives what there is too much of, if anything.
 /// @return what is discarded, when the text is no JSON or there is too much of it.
 json JsonFrom(const std::string& body, std::string& problem)
 {
     std::size_t values = 0;
-    const auto keeps = [&](int depth, json::parse_event_t event, json&) {
+    std::set<std::string> names; // of the command; further objects in it are refused anyway
+    const auto keeps = [&](int depth, json::parse_event_t event, const json& read) {
         EndWorkIfStopped();
         using EEvent = json::parse_event_t;
+        if (event == EEvent::key && depth == 1 && !names.insert(read.get<std::string>()).second) {
+            problem = "\"" + Printable(read.get<std::string>()) + "\" is there twice";
+        }
         if (depth > kDeepestNesting) {
             problem = NestingProblem();
         }
@@ -113,6 +117,9 @@ PageCommand PageCommandsC::ReadWayline(const std::string& body)
 {
     std::string problem;
     const json form = JsonFrom(body, problem);
+    if (!problem.empty()) {
+        return Refused(400, problem);
+    }
     if (!form.is_object() || !form.contains("text") || !form["text"].is_string()) {
         return Refused(400, "the body is no object with the text of a wayline");
     }

@@ -1,10 +1,16 @@
 #include "simulator/http/Trail.h"
 
-#include <cstddef>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
 #include "simulator/http/PageValues.h"
+
+namespace {
+
+constexpr std::size_t kPointsOfAPiece = 600; // a minute
+
+} // namespace
 
 EventSink TrailC::Sink()
 {
@@ -16,27 +22,47 @@ EventSink TrailC::Sink()
 
 void TrailC::Add(const Point& position)
 {
-    if (m_ring.size() < kMostPoints) {
-        m_ring.push_back(position);
-        return;
+    const std::string text = PointJson(position).dump() + ",";
+    m_newest += text;
+    m_lengths.push_back(static_cast<std::uint8_t>(text.size())); // two numbers have fewer than 60
+    if (++m_pointsOfNewest == kPointsOfAPiece) {
+        m_pieces.push_back(std::make_shared<const std::string>(std::exchange(m_newest, {})));
+        m_pointsOfNewest = 0;
     }
-    m_ring[m_oldest] = position;
-    m_oldest = (m_oldest + 1) % kMostPoints;
+    if (m_lengths.size() > kMostPoints) {
+        m_skipped += m_lengths.front();
+        m_lengths.pop_front();
+        if (m_skipped == m_pieces.front()->size()) {
+            m_pieces.pop_front();
+            m_skipped = 0;
+        }
+    }
 }
 
-std::vector<Point> TrailC::Points() const
+TrailText TrailC::Text() const
 {
-    std::vector<Point> points;
-    points.reserve(m_ring.size());
-    const auto oldest = m_ring.begin() + static_cast<std::ptrdiff_t>(m_oldest);
-    points.insert(points.end(), oldest, m_ring.end());
-    points.insert(points.end(), m_ring.begin(), oldest);
-    return points;
+    return {{m_pieces.begin(), m_pieces.end()}, m_skipped, m_newest};
 }
 
-std::string TrailJson(const std::vector<Point>& points, double end, const std::string& run)
+std::string TrailJson(const TrailText& positions, double end, const std::string& run)
 {
-    return nlohmann::json{
-        {"interval", TrailC::kInterval}, {"end", end}, {"run", run}, {"points", PointsJson(points)}}
-        .dump();
+    std::size_t size = positions.newest.size();
+    for (const auto& piece : positions.pieces) {
+        size += piece->size();
+    }
+    constexpr std::size_t kFrame = 200;
+    std::string text;
+    text.reserve(size + kFrame);
+    text += R"({"end":)" + nlohmann::json(end).dump() + R"(,"interval":)" +
+            nlohmann::json(TrailC::kInterval).dump() + R"(,"points":[)";
+    std::size_t skipped = positions.skipped;
+    for (const auto& piece : positions.pieces) {
+        text.append(*piece, std::exchange(skipped, 0), std::string::npos);
+    }
+    text += positions.newest;
+    if (text.back() == ',') { // behind the last one
+        text.pop_back();
+    }
+    text += R"(],"run":)" + nlohmann::json(run).dump() + "}";
+    return text;
 }

@@ -2,15 +2,30 @@
 #define KESTROVE_SIMULATOR_HTTP_TRAIL_H
 
 #include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "simulator/Events.h"
 #include "simulator/machine/Pose.h"
 
+/// The positions of a trail as a text of JSON, in pieces that the trail keeps: to make one costs no
+/// more than a few pointers.
+struct TrailText
+{
+    std::vector<std::shared_ptr<const std::string>> pieces;
+    std::size_t skipped = 0; ///< bytes of the first piece, of positions that are too old
+    std::string newest;      ///< behind the pieces
+};
+
 /// Where the machine has been: a position each time that guidance ran, of the last hour.
 ///
-/// Thread safety: none; a copy of what it holds may go anywhere.
+/// Each position is written as a text once, when it comes, so that who asks for the trail, however
+/// often, takes no time of the thread that the simulation belongs to.
+///
+/// Thread safety: none; the text of what it holds may go anywhere.
 class TrailC
 {
 public:
@@ -28,17 +43,20 @@ public:
     /// Adds a position; the oldest goes when there are too many.
     void Add(const Point& position);
     /// The positions, the oldest first.
-    std::vector<Point> Points() const;
+    TrailText Text() const;
 
 private:
-    std::vector<Point> m_ring;
-    std::size_t m_oldest = 0;
+    std::deque<std::shared_ptr<const std::string>> m_pieces;
+    std::size_t m_skipped = 0;
+    std::string m_newest;
+    std::size_t m_pointsOfNewest = 0;
+    std::deque<std::uint8_t> m_lengths; ///< of the text of each position, the oldest first
 };
 
 /// The trail as the page reads it.
 ///
 /// @param end the time of the last position, seconds.
 /// @param run another text for each start of the service.
-std::string TrailJson(const std::vector<Point>& points, double end, const std::string& run);
+std::string TrailJson(const TrailText& positions, double end, const std::string& run);
 
 #endif

@@ -54,6 +54,7 @@ void ViewersC::Wake()
 
 void ViewersC::Add(const std::shared_ptr<HttpConnectionC>& connection)
 {
+    connection->Keep();
     m_coming.push_back({connection, Clock::now()});
     GivePlaces();
     // As many wait as there are places. Those who have waited stay ahead of who comes.
@@ -149,7 +150,7 @@ void ViewersC::Begin(const std::shared_ptr<HttpConnectionC>& connection)
     viewer->connection = connection;
     m_viewers.push_back(viewer);
     m_feed.Enter();
-    connection->Stream([this, viewer] { return Next(*viewer); }, m_peers,
+    connection->Stream([this, viewer] { return Next(*viewer); },
                        [this, viewer] {
                            viewer->connection.reset();
                            m_viewers.remove(viewer);

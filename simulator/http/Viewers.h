@@ -63,7 +63,6 @@ private:
     std::string Next(Viewer& viewer);
 
     EventFeedC& m_feed;
-    PeerSocketC m_peers;
     Rules m_rules;
     asio::steady_timer m_timer;
     asio::steady_timer m_places;    ///< runs while somebody waits for one

@@ -2,16 +2,17 @@
 kept settings do not notice, and new clients are served."""
 
 import resource
+import subprocess
 import tempfile
 import time
 import unittest
 
 import msgpack
 
-from navigation_service import DEADLINE_SECONDS
+from navigation_service import DEADLINE_SECONDS, program
 
 from attack import AttackTest, HonestClient, SimulatorUnderAttack, attackers, connect
-from page_test import PAGE_PORT, posted, read_all, visit
+from page_test import PAGE_PORT, hold, posted, read_all, visit
 
 ATTACK_SECONDS = 2.0
 SERVED_SECONDS = 2.5
@@ -45,6 +46,19 @@ def wait_until_full(simulator, count):
     while simulator.descriptors() < count:
         assert time.monotonic() < deadline, simulator.descriptors()
         time.sleep(0.01)  # between two looks
+
+
+def limit_to(descriptors):
+    resource.setrlimit(resource.RLIMIT_NOFILE, (descriptors, descriptors))
+
+
+def allowed(descriptors, *options):
+    """A simulator that may have so many."""
+    return SimulatorUnderAttack(*options, preexec_fn=lambda: limit_to(descriptors))
+
+
+def unfinished_requests():
+    hold(100, b"GET / HTTP/1.1\r\n", b"")
 
 
 class Descriptors(AttackTest):
@@ -100,6 +114,42 @@ class Descriptors(AttackTest):
 
     def test_held_by_subscribers(self):
         self.attack(msgpack.packb([2, "subscribe", ["cb_engage_status"]]))
+
+    def test_held_where_there_are_few(self):
+        for descriptors in (64, 80, 100, 200):
+            for first in ((), (REQUEST[:5],)):
+                with self.subTest(descriptors=descriptors, first=first):
+                    self.hold_out_with(descriptors, *first)
+
+    def hold_out_with(self, descriptors, *first):
+        """Both kinds of connection, honest ones aside, hold what they can get."""
+        with allowed(descriptors, "--http", str(PAGE_PORT)) as simulator:
+            with HonestClient() as honest, attackers(hold_1300(*first), unfinished_requests):
+                time.sleep(0.5)  # until the attack is on
+                end = time.monotonic() + ATTACK_SECONDS
+                while time.monotonic() < end:
+                    self.assert_page_serves()
+                    self.assert_new_client_is_served()
+                    time.sleep(0.03)  # as people do
+            self.assert_untroubled(honest.report)
+            self.assertNotIn("Too many open files", simulator.errors())
+            self.assert_ends_in_time(simulator)
+
+    def test_that_are_too_few_keep_it_from_starting(self):
+        for options, most in (((), 32), (("--http", str(PAGE_PORT)), 64)):
+            for descriptors in (*range(4, 16), *range(16, most, 4)):
+                with self.subTest(options=options, descriptors=descriptors):
+                    ended = subprocess.run([program(), *options], capture_output=True, text=True,
+                                           check=False, preexec_fn=lambda: limit_to(descriptors))
+                    self.assertEqual(1, ended.returncode, ended.stderr)
+                    self.assertRegex(
+                        ended.stderr,
+                        r"^navigation-simulator: there are too few file descriptors: the process "
+                        rf"may have {descriptors} \(ulimit -n\), \d+ of them are free, and \d+ are "
+                        r"needed[^\n]*\n$")
+            with allowed(most, *options) as simulator:
+                self.assert_new_client_is_served()
+                self.assert_ends_in_time(simulator)
 
     def test_are_left_where_there_are_plenty(self):
         self.attack(msgpack.packb([2, "subscribe", ["cb_relative_position"]]),

@@ -9,21 +9,26 @@ import struct
 import time
 import unittest
 
+import msgpack
+
 from navigation_service import DEADLINE_SECONDS
 
-from attack import AttackTest, HonestClient, SimulatorUnderAttack, attackers
+from attack import AttackTest, HonestClient, SimulatorUnderAttack, attackers, connect
 
 PAGE_PORT = 8010
 ATTACK_SECONDS = 2.0
 COMMAND_SECONDS = 1.0
 VIEWER_SECONDS = 2.0  # for a place: 1.5 s, or else a refusal
 VIEWINGS = 4
+FAST = ("--speed-factor", "300")
+HOUR_BYTES = 500000  # of a trail
 MOST_LATER_THREADS = 10  # those that begin when they are first needed; the attackers are many more
 
 HOST = f"Host: localhost:{PAGE_PORT}\r\n"
 GET = f"GET / HTTP/1.1\r\n{HOST}\r\n".encode()
 STREAM = f"GET /events HTTP/1.1\r\n{HOST}\r\n".encode()
 TRAIL = f"GET /trail HTTP/1.1\r\n{HOST}\r\n".encode()
+WAYLINE = f"GET /wayline HTTP/1.1\r\n{HOST}\r\n".encode()
 
 
 def visit():
@@ -199,6 +204,30 @@ def unread_commands():
     hold(400, posted("IsSteeringEngaged"), posted("set_nudge", 1, 0.2), posted("DisengageSteering", 1))
 
 
+def requests_of_nobody(request):
+    """An attacker that asks again and again and closes at once."""
+    def attack():
+        while True:
+            with contextlib.suppress(OSError), visit() as link:
+                link.sendall(request)
+    return attack
+
+
+def requests_of_many(request, count):
+    """An attacker with many connections, all of which ask and read all of the answer."""
+    def attack():
+        while True:
+            links = []
+            with contextlib.suppress(OSError):
+                for _ in range(count):
+                    links.append(visit())
+                    links[-1].sendall(request)
+            for link in links:
+                with contextlib.suppress(OSError), link:
+                    read_all(link)
+    return attack
+
+
 def changing_viewers():
     """Asks for the stream again and again, and keeps what it gets for a while: always for more
     places than there are."""
@@ -301,9 +330,10 @@ class Page(AttackTest):
                     time.sleep(0.03)  # as a hand that presses the button
         self.assert_within(max(waits), COMMAND_SECONDS + max(bare), f"of {len(waits)} commands")
 
-    def hold_out(self, *attacks):
+    def hold_out(self, *attacks, arguments=(), prepare=lambda: None):
         """What must hold under the attacks."""
-        with PageUnderAttack() as simulator:
+        with PageUnderAttack(*arguments) as simulator:
+            prepare()
             threads = simulator.threads()
             with HonestClient() as honest, attackers(*attacks):
                 time.sleep(0.5)  # until the attack is on
@@ -353,6 +383,34 @@ class Page(AttackTest):
         for count, pause in ((200, 0.0), (100, 0.0), (250, 0.2)):
             with self.subTest(count=count, pause=pause):
                 self.hold_out(commands_of_nobody(count, pause))
+
+    def test_serves_beside_floods_of_requests_whose_senders_go(self):
+        for request in (TRAIL, WAYLINE, STREAM, GET, TRAIL.replace(b"GET", b"HEAD"),
+                        posted("IsSteeringEngaged", length=1000)):
+            with self.subTest(request[:20]):
+                self.hold_out(*2 * [requests_of_nobody(request)])
+
+    def test_serves_beside_floods_of_requests_for_what_is_large(self):
+        for request in (TRAIL, WAYLINE):
+            for count in (1, 300):
+                with self.subTest(request[:20], count=count):
+                    self.hold_out(*3 * [requests_of_many(request, count)], arguments=FAST,
+                                  prepare=self.have_a_long_trail_and_line)
+
+    def have_a_long_trail_and_line(self):
+        """An hour of driving, and a line of the most points."""
+        points = [value for index in range(200000) for value in (20.0, 0.3 * index, 0.0)]
+        with connect() as link:
+            link.sendall(msgpack.packb([0, 1, "set_wayline", [4, 200000, *points]]))
+            self.assertEqual([1, 1, None, 1], msgpack.unpackb(link.recv(4096)))
+        deadline = time.monotonic() + DEADLINE_SECONDS
+        size = 0
+        while size < HOUR_BYTES:
+            self.assertLess(time.monotonic(), deadline, "the trail does not grow")
+            time.sleep(0.5)  # of many seconds
+            with visit() as link:
+                link.sendall(TRAIL)
+                size = len(read_all(link))
 
     def test_serves_beside_commands_whose_answers_nobody_reads(self):
         self.hold_out(unread_commands)

@@ -173,6 +173,7 @@ class Settings(AttackTest):
                 time.sleep(ATTACK_SECONDS)  # in which the disk is full
             self.assert_ends_in_time(simulator)
             self.assertIn("No space left", simulator.errors())
+            self.assertIn(f"{self.path} lacks the last settings", simulator.errors())
             self.assertLess(len(simulator.errors().splitlines()), 3)
             self.assertEqual([], os.listdir(self.folder))
 

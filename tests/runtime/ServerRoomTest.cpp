@@ -104,6 +104,25 @@ TEST(ServerRoom, IsMadeByWhoHasBeenSilentLongestWhereAllHaveAsked)
     Ask(*subscriber);
 }
 
+TEST(ServerRoom, IsNotMadeByOneWhoseFirstMessageWaitsToBeRead)
+{
+    CRunningService service(EListenOn::Both, Connections(2));
+    const std::uint16_t port = service.Port();
+    std::unique_ptr<CRawClient> asker;
+    std::vector<std::unique_ptr<CRawClient>> silent;
+
+    service.OnLoop([&](MPISocketServerC&) {
+        asker = std::make_unique<CRawClient>(port);
+        asker->Send(Request(1, "a", "\x90"));
+        while (silent.size() < 10) {
+            silent.push_back(std::make_unique<CRawClient>(port));
+        }
+    });
+
+    EXPECT_EQ("[1,1,null,1]", asker->Read().text);
+    EXPECT_TRUE(service.WaitForNotes("dropped 2" + kTooMany));
+}
+
 TEST(ServerRoom, IsNotMadeByTheFewThatHaveJustCome)
 {
     constexpr std::size_t most = 16;

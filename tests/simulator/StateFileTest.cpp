@@ -90,7 +90,7 @@ TEST(StateFile, TakesSwitchesAsWords)
 TEST(StateFile, TellsWhatIsWrongWithAFile)
 {
     for (const char* text :
-         {"", "{", "[]", "null", "{}", R"({"settings": 1})", R"({"settings": {"a": "x"}})",
+         {" ", "{", "[]", "null", "{}", R"({"settings": 1})", R"({"settings": {"a": "x"}})",
           R"({"settings": {"a": 1e999}})", R"({"settings": {"a": 1}} more)", "\xff\xfe{}",
           R"({"settings": {"a": [1]}})"}) {
         const Directory directory;
@@ -123,6 +123,29 @@ TEST(StateFile, NamesWhatIsWrongInPrintableWordsOfBoundedLength)
         for (const char character : problem)
             EXPECT_TRUE(character >= ' ' && character <= '~') << problem;
     }
+}
+
+TEST(StateFile, MayBeEmptyBeforeAnythingIsKept)
+{
+    const Directory directory;
+    directory.Write("state.json", "");
+
+    EXPECT_TRUE(Held(directory.File("state.json")).empty());
+}
+
+TEST(StateFile, WarnsOfItsOtherNames)
+{
+    const Directory directory;
+    directory.Write("state.json", R"({"settings": {"lookahead_time": 1.5}})");
+    std::filesystem::create_hard_link(directory.File("state.json"), directory.File("other.json"));
+    auto file = Opened(directory.File("state.json"));
+
+    EXPECT_TRUE(Contains(file->Warning(), "has 2 names")) << file->Warning();
+    EXPECT_EQ("", file->Save(kNew));
+
+    file.reset();
+    EXPECT_EQ(kOld, Held(directory.File("other.json"))) << "as the warning says";
+    EXPECT_EQ("", Opened(directory.File("state.json"))->Warning());
 }
 
 TEST(StateFile, HasEachNameOnce)

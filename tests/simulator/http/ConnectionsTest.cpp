@@ -20,6 +20,7 @@
 #include <gtest/gtest.h>
 
 #include "simulator/http/HttpServer.h"
+#include "simulator/http/SharedAnswer.h"
 #include "tests/simulator/http/HttpPeer.h"
 #include "tests/simulator/http/RunningPage.h"
 
@@ -35,7 +36,8 @@ ServedAnswer AnswerOf(std::string text)
 }
 
 /// A server on a thread of its own that leaves requests for "/wait" and "/kept" without an answer
-/// until it is told to give one, keeps the latter, and answers others at once.
+/// until it is told to give one, keeps the latter, and answers others at once, but for those that
+/// share an answer: its work ends when it is told to.
 class CSlowServer
 {
 public:
@@ -111,6 +113,22 @@ public:
         });
         return served.get_future().get();
     }
+    /// How often the shared answer has been asked for.
+    std::size_t Works()
+    {
+        std::size_t works = 0;
+        OnLoop([&] { works = m_works; });
+        return works;
+    }
+    /// Ends the work on the shared answer that is under way.
+    void EndWork(int status, const std::string& text)
+    {
+        OnLoop([&] {
+            ServedAnswer answer = AnswerOf(text);
+            answer.status = status;
+            std::exchange(m_endOfWork, {})(answer);
+        });
+    }
     /// Answers all that wait.
     void AnswerThem(const std::string& text)
     {
@@ -128,6 +146,10 @@ private:
             connection->Keep();
         if (path == "/kept" || path == "/wait") {
             m_waiting.push_back(connection);
+        } else if (path == "/shared") {
+            m_shared.Give(connection);
+        } else if (path == "/fresh") {
+            m_fresh.Give(connection);
         } else {
             connection->Answer(AnswerOf("at once"));
         }
@@ -141,6 +163,14 @@ private:
     std::vector<std::shared_ptr<HttpConnectionC>> m_waiting;
     std::vector<std::string> m_order;
     std::atomic<std::size_t> m_served{0};
+    std::size_t m_works = 0;
+    SharedAnswerC::Reply m_endOfWork;
+    SharedAnswerC::Work m_work = [this](SharedAnswerC::Reply reply) {
+        ++m_works;
+        m_endOfWork = std::move(reply);
+    };
+    SharedAnswerC m_shared{m_work};
+    SharedAnswerC m_fresh{m_work, kLong};
     HttpServerC m_server{m_loop,
                          {kLong, kLong, kLong, kLong},
                          {[](const ServedRequest&) { return HttpRefusal(); },
@@ -160,10 +190,10 @@ bool IsAnswered(HttpPeer& peer, const std::string& text)
     return peer.ReadToEnd() && peer.Read().find("\r\n\r\n" + text) != std::string::npos;
 }
 
-TEST(Connections, ThatWaitForTheServiceGiveWayToNobody)
+TEST(Connections, WithACommandThatWaitsForTheServiceGiveWayToNobody)
 {
     CSlowServer server;
-    const auto waiting = server.Asking("/wait", kMost);
+    const auto waiting = server.Asking("/wait", kMost, "POST");
     HttpPeer next(server.Port());
     next.Send(BytesOf({"GET", "/", "", {}, ""}, server.Port()));
     EXPECT_FALSE(IsClosed(next)) << "it waits until there is room";
@@ -179,14 +209,14 @@ TEST(Connections, EndAtOnceWhenTheirPeerGivesUpWhatItHasPosted)
 {
     const std::string type = "Content-Type: application/json";
     CSlowServer server;
-    auto kept = server.Asking("/wait");
+    auto kept = server.Asking("/wait", "POST");
     {
         std::vector<std::unique_ptr<HttpPeer>> gone = server.Asking("/wait", kMost - 1, "POST");
         gone.front()->Send(std::string(1000, 'x')); // behind its request
     }
 
     // There is room for all of them.
-    const auto next = server.Asking("/wait", kMost - 1);
+    const auto next = server.Asking("/wait", kMost - 1, "POST");
 
     server.AnswerThem("at last");
     EXPECT_TRUE(IsAnswered(*kept, "at last"));
@@ -205,10 +235,89 @@ TEST(Connections, OfAPeerThatSaysNoMoreAfterAskingAreAnswered)
     EXPECT_TRUE(IsAnswered(*waiting, "at last"));
 }
 
+TEST(Connections, OfPeersThatHaveLeftAreNotServed)
+{
+    CSlowServer server;
+    std::unique_ptr<HttpPeer> listening;
+
+    server.OnLoop([&] {
+        for (int one = 0; one < 10; ++one)
+            HttpPeer(server.Port()).Send(BytesOf({"GET", "/gone", "", {}, ""}, server.Port()));
+        listening = std::make_unique<HttpPeer>(server.Port());
+        listening->Send(BytesOf({"GET", "/listening", "", {}, ""}, server.Port()));
+        listening->EndSending();
+    });
+
+    EXPECT_TRUE(IsAnswered(*listening, "at once"));
+    EXPECT_EQ(std::vector<std::string>{"/listening"}, server.Served());
+}
+
+TEST(Connections, ThatWaitForAResourceGiveWayToWhoComesTheOldestFirst)
+{
+    CSlowServer server;
+    const auto command = server.Asking("/wait", "POST");
+    const auto waiting = server.Asking("/wait", kMost - 1);
+
+    const auto next = server.Asking("/wait", 2, "POST");
+
+    EXPECT_TRUE(waiting[0]->ReadToEnd());
+    EXPECT_TRUE(waiting[1]->ReadToEnd());
+    server.AnswerThem("at last");
+    EXPECT_TRUE(IsAnswered(*waiting.back(), "at last"));
+    EXPECT_TRUE(IsAnswered(*command, "at last"));
+    EXPECT_TRUE(IsAnswered(*next.back(), "at last"));
+}
+
+TEST(SharedAnswer, IsWorkedOutOnceForAllWhoHaveAskedBefore)
+{
+    CSlowServer server;
+    const auto first = server.Asking("/shared");
+    const auto others = server.Asking("/shared", 20);
+    EXPECT_EQ(1u, server.Works());
+
+    server.EndWork(200, "one");
+    EXPECT_TRUE(IsAnswered(*first, "one"));
+    EXPECT_EQ(2u, server.Works());
+
+    server.EndWork(200, "two");
+    for (const auto& other : others)
+        EXPECT_TRUE(IsAnswered(*other, "two")) << "they asked after the work had begun";
+    EXPECT_EQ(2u, server.Works());
+    EXPECT_TRUE(server.Asking("/shared"));
+    EXPECT_EQ(3u, server.Works());
+}
+
+TEST(SharedAnswer, IsNotWorkedOutForThoseWhoHaveLeft)
+{
+    CSlowServer server;
+    const auto first = server.Asking("/shared");
+    server.Asking("/shared", 20); // and gone
+
+    server.EndWork(200, "one");
+
+    EXPECT_TRUE(IsAnswered(*first, "one"));
+    EXPECT_EQ(1u, server.Works());
+}
+
+TEST(SharedAnswer, IsGivenAgainWhileItIsFreshUnlessItIsARefusal)
+{
+    CSlowServer server;
+    const auto refused = server.Asking("/fresh");
+    server.EndWork(503, "none");
+    EXPECT_TRUE(IsAnswered(*refused, "none"));
+    const auto first = server.Asking("/fresh");
+    EXPECT_EQ(2u, server.Works());
+    server.EndWork(200, "one");
+    EXPECT_TRUE(IsAnswered(*first, "one"));
+
+    EXPECT_TRUE(IsAnswered(*server.Asking("/fresh"), "one"));
+    EXPECT_EQ(2u, server.Works());
+}
+
 TEST(Connections, GiveWayBeforeThoseThatWaitForTheService)
 {
     CSlowServer server;
-    const auto waiting = server.Asking("/wait", kMost - 1);
+    const auto waiting = server.Asking("/wait", kMost - 1, "POST");
     HttpPeer silent(server.Port());
 
     EXPECT_TRUE(IsAnswered(*server.Asking("/"), "at once"));
@@ -220,7 +329,7 @@ TEST(Connections, GiveWayBeforeThoseThatWaitForTheService)
 TEST(Connections, ThatHaveNotCompletedTheirRequestGiveWayTheOldestFirst)
 {
     CSlowServer server;
-    const auto waiting = server.Asking("/wait", kMost - 2);
+    const auto waiting = server.Asking("/wait", kMost - 2, "POST");
     HttpPeer oldest(server.Port());
     oldest.Send("GET / HTTP/1.1\r\n");
     HttpPeer other(server.Port());
@@ -235,7 +344,7 @@ TEST(Connections, ThatHaveNotCompletedTheirRequestGiveWayTheOldestFirst)
 TEST(Connections, ThatHaveHadTheirAnswerGiveWayFirst)
 {
     CSlowServer server;
-    const auto waiting = server.Asking("/wait", kMost - 2);
+    const auto waiting = server.Asking("/wait", kMost - 2, "POST");
     HttpPeer silent(server.Port());
     const auto served = server.Asking("/");
     ASSERT_TRUE(served->ReadUntil("at once"));

@@ -123,17 +123,42 @@ TEST(RequestReader, KnowsALongBodyByItsAnnouncedLength)
     }
 }
 
+json PointsOf(const TrailC& trail)
+{
+    return json::parse(TrailJson(trail.Text(), 0.0, "7"))["points"];
+}
+
 TEST(Trail, KeepsTheLastHour)
 {
     TrailC trail;
-    for (std::size_t count = 0; count < TrailC::kMostPoints + 5; ++count)
-        trail.Add({static_cast<double>(count), 0.0});
+    for (std::size_t count = 0; count < TrailC::kMostPoints + 700; ++count) {
+        trail.Add({static_cast<double>(count), -1.0 / 3.0});
+        if (count % 5000 == 0) {
+            EXPECT_EQ(count + 1, PointsOf(trail).size());
+        }
+    }
 
-    const std::vector<Point> points = trail.Points();
+    const json points = PointsOf(trail);
 
     ASSERT_EQ(TrailC::kMostPoints, points.size());
-    EXPECT_EQ(5.0, points.front().x);
-    EXPECT_EQ(36004.0, points.back().x);
+    EXPECT_EQ(R"([700.0,-0.333])"_json, points.front());
+    for (std::size_t index = 0; index < points.size(); ++index)
+        ASSERT_EQ(700.0 + static_cast<double>(index), points[index][0]);
+}
+
+TEST(Trail, IsTheSameTextWhateverComesLater)
+{
+    TrailC trail;
+    EXPECT_EQ(R"({"end":0.5,"interval":0.1,"points":[],"run":"7"})",
+              TrailJson(trail.Text(), 0.5, "7"));
+    trail.Add({1.0, std::nan("")});
+    const TrailText before = trail.Text();
+
+    for (std::size_t count = 0; count < 2 * TrailC::kMostPoints; ++count)
+        trail.Add({2.0, 2.0});
+
+    EXPECT_EQ(R"({"end":1.0,"interval":0.1,"points":[[1.0,null]],"run":"7"})",
+              TrailJson(before, 1.0, "7"));
 }
 
 TEST(Trail, TakesItsPositionsFromTheEventsOfTheService)
@@ -147,7 +172,7 @@ TEST(Trail, TakesItsPositionsFromTheEventsOfTheService)
     sink("cb_relative_position", payload);
     sink("cb_guidance_status", payload);
 
-    EXPECT_EQ(R"([[1.5,-2.5]])"_json, PointsJson(trail.Points()));
+    EXPECT_EQ(R"([[1.5,-2.5]])"_json, PointsOf(trail));
 }
 
 TEST(Feed, HasTheNewestOfEachKindForASlowViewer)

@@ -1,0 +1,96 @@
+#include "simulator/http/PageResources.h"
+
+#include <chrono>
+#include <cmath>
+#include <optional>
+#include <utility>
+
+#include "simulator/http/PageValues.h"
+
+namespace {
+
+// The trail grows as often, at the speed of time.
+constexpr std::chrono::milliseconds kTrailIsFresh(100);
+
+} // namespace
+
+LoopGateC::Then WhenDone(SharedAnswerC::Reply reply, std::function<void()> then)
+{
+    return [reply = std::move(reply), then = std::move(then)](LoopGateC::EOutcome outcome) {
+        if (outcome == LoopGateC::EOutcome::Done) {
+            then();
+        } else if (outcome == LoopGateC::EOutcome::Failed) {
+            reply(RefusalOf(500, kFailed));
+        } else {
+            reply(RefusalOf(503, "the service does not answer"));
+        }
+    };
+}
+
+PageResourcesC::PageResourcesC(asio::io_context& loop, LoopGateC& gate, PageAsideC& aside,
+                               ServiceCoreC& core, const TrailC& trail)
+    : m_gate(gate), m_aside(aside), m_core(core), m_trail(trail),
+      m_sharedTrail([this](const Reply& reply) { GiveTrail(reply); }, kTrailIsFresh),
+      m_sharedWayline([this](const Reply& reply) { GiveWayline(reply); }), m_waylineText(loop)
+{
+}
+
+bool PageResourcesC::Give(const std::shared_ptr<HttpConnectionC>& connection)
+{
+    const std::string& path = connection->Request().path;
+    if (const auto file = m_files.AnswerTo(connection->Request())) {
+        connection->Answer(*file);
+    } else if (path == "/trail") {
+        m_sharedTrail.Give(connection);
+    } else if (path == "/wayline") {
+        m_sharedWayline.Give(connection);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+void PageResourcesC::GiveTrail(const Reply& reply)
+{
+    const auto positions = std::make_shared<TrailText>();
+    const auto end = std::make_shared<double>(0.0);
+    m_gate.Run(
+        [this, positions, end](const LoopGateC::Done& done) {
+            *positions = m_trail.Text();
+            const double intervals = m_core.World().Time() / TrailC::kInterval;
+            *end = std::floor(intervals + 1e-6) * TrailC::kInterval;
+            done();
+        },
+        WhenDone(reply, [this, reply, positions, end] {
+            reply(JsonAnswer(200, TrailJson(*positions, *end, m_run)));
+        }));
+}
+
+/// Where it is the wayline of the last time, the text is that of the last time too.
+void PageResourcesC::GiveWayline(const Reply& reply)
+{
+    const auto wayline = std::make_shared<WaylineKeeperC::SharedWayline>();
+    const auto write = [wayline] {
+        return TextJson(*wayline ? (*wayline)->ToString() : std::string());
+    };
+    m_gate.Run(
+        [this, wayline](const LoopGateC::Done& done) {
+            *wayline = m_core.Waylines().SharedCurrent();
+            done();
+        },
+        WhenDone(reply, [this, reply, wayline, write] {
+            if (const std::optional<ServedAnswer> kept = m_waylineText.Of(*wayline)) {
+                reply(*kept);
+                return;
+            }
+            m_aside.Do(write, [this, reply, wayline](const std::shared_ptr<std::string>& json) {
+                if (!json) {
+                    reply(RefusalOf(500, kFailed));
+                    return;
+                }
+                const ServedAnswer answer = JsonAnswer(200, std::move(*json));
+                m_waylineText.Keep(*wayline, answer);
+                reply(answer);
+            });
+        }));
+}

@@ -1,0 +1,56 @@
+#ifndef KESTROVE_SIMULATOR_HTTP_PAGERESOURCES_H
+#define KESTROVE_SIMULATOR_HTTP_PAGERESOURCES_H
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "simulator/ServiceCore.h"
+#include "simulator/http/LoopGate.h"
+#include "simulator/http/PageAside.h"
+#include "simulator/http/PageFiles.h"
+#include "simulator/http/SharedAnswer.h"
+#include "simulator/http/Trail.h"
+#include "simulator/http/WaylineText.h"
+
+inline constexpr const char* kFailed = "the request could not be carried out";
+
+/// What follows work that the service has been asked for: what is to be done once it is done, or a
+/// refusal where it is not.
+LoopGateC::Then WhenDone(SharedAnswerC::Reply reply, std::function<void()> then);
+
+/// What the page fetches, beside the stream: its files, the trail and the wayline.
+///
+/// Thread safety: none; lives on the page's thread.
+class PageResourcesC
+{
+public:
+    /// All must outlive this object.
+    PageResourcesC(asio::io_context& loop, LoopGateC& gate, PageAsideC& aside, ServiceCoreC& core,
+                   const TrailC& trail);
+
+    /// Answers a connection with what it asks for, now or later.
+    ///
+    /// @return false when there is no such thing.
+    bool Give(const std::shared_ptr<HttpConnectionC>& connection);
+
+private:
+    using Reply = SharedAnswerC::Reply;
+
+    void GiveTrail(const Reply& reply);
+    void GiveWayline(const Reply& reply);
+
+    LoopGateC& m_gate;
+    PageAsideC& m_aside;
+    ServiceCoreC& m_core;
+    const TrailC& m_trail;
+    const PageFilesC m_files;
+    const std::string m_run =
+        std::to_string(std::chrono::system_clock::now().time_since_epoch().count());
+    SharedAnswerC m_sharedTrail;
+    SharedAnswerC m_sharedWayline;
+    WaylineTextC m_waylineText;
+};
+
+#endif
