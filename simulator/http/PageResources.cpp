@@ -83,12 +83,12 @@ void PageResourcesC::GiveWayline(const Reply& reply)
                 reply(*kept);
                 return;
             }
-            m_aside.Do(write, [this, reply, wayline](const std::shared_ptr<std::string>& json) {
-                if (!json) {
+            m_aside.Do(write, [this, reply, wayline](const std::shared_ptr<std::string>& text) {
+                if (!text) {
                     reply(RefusalOf(500, kFailed));
                     return;
                 }
-                const ServedAnswer answer = JsonAnswer(200, std::move(*json));
+                const ServedAnswer answer = JsonAnswer(200, std::move(*text));
                 m_waylineText.Keep(*wayline, answer);
                 reply(answer);
             });
