@@ -219,9 +219,9 @@ class WithoutService(Files):
             ("header.csv", "x,y,z\n", "line 2: there is no point below the names of the columns"),
             ("one.csv", "x,y\n1,2\n", "has 2 points or more, here is 1"),
             ("row.csv", "plot,1,2,3\n", "line 1: the kind A-B curve has 2 points or more"),
-            ("program.txt", PROGRAM, "line 1: "),
-            ("program.csv", PROGRAM, "line 1: "),
-            ("program.geojson", PROGRAM, "this is no JSON"),
+            ("program.txt", PROGRAM, "supported are ISOXML"),
+            ("program.csv", PROGRAM, "supported are ISOXML"),
+            ("program.geojson", PROGRAM, "supported are ISOXML"),
             ("long.txt", b"0" * ((64 << 20) + 1), "line 1: the line is too long"),
         ):
             with self.subTest(name):

@@ -2,6 +2,8 @@
 
 #include <memory>
 
+#include "tools/navctl/fields/FieldCommands.h"
+#include "tools/navctl/fields/FieldTarget.h"
 #include "tools/navctl/files/OpenFile.h"
 #include "tools/navctl/wayline/WaylinePlot.h"
 #include "tools/navctl/wayline/WaylineReport.h"
@@ -16,6 +18,7 @@ struct FileOptions
     WaylineSource source;
     std::string target = "-";
     std::optional<EWaylineFormat> targetFormat;
+    std::optional<EFieldFormat> targetFieldFormat;
 };
 
 std::string Counted(std::size_t count)
@@ -93,8 +96,43 @@ std::string WriteToOutput(CContext& context, const WaylineList& list, EWaylineFo
     return problem;
 }
 
+/// Converts to a file of fields.
+void ConvertToFields(CContext& context, const FileOptions& options, EFieldFormat format)
+{
+    const FieldTarget target{options.target, format, EShapes::Lines};
+    if (IsFieldSource(options.source)) {
+        const std::optional<CFieldFile> file = ReadFieldSource(context, options.source);
+        return file ? WriteFields(context, *file, target) : void();
+    }
+    const std::optional<WaylineList> list = ReadSource(context, options.source);
+    if (!list)
+        return;
+    const std::optional<GeodeticPlace> origin =
+        options.source.reading.origin ? options.source.reading.origin : list->origin;
+    if (!origin) {
+        return context.Fail(kExitUsage, "a file of fields needs the origin of the local frame: "
+                                        "--origin LAT,LON,HEIGHT");
+    }
+    try {
+        WriteFields(context, FieldsOf(*list, *origin), target);
+    } catch (const CFieldFileProblem& problem) {
+        context.Fail(kExitUsage, options.source.file + ": " + problem.what());
+    }
+}
+
+/// The format of the target where that is a file of fields.
+std::optional<EFieldFormat> FieldFormatOf(const FileOptions& options)
+{
+    if (options.targetFormat || options.targetFieldFormat)
+        return options.targetFieldFormat;
+    return FieldFormatOfTarget(options.target);
+}
+
 void Convert(CContext& context, const FileOptions& options)
 {
+    const std::optional<EFieldFormat> fieldFormat = FieldFormatOf(options);
+    if (fieldFormat)
+        return ConvertToFields(context, options, *fieldFormat);
     if (options.target == "-" && !options.targetFormat) {
         return context.Fail(kExitUsage, "the standard output has no name that tells the format: "
                                         "--to text, --to geojson or --to csv");
@@ -173,15 +211,14 @@ void AddWaylineCommand(CLI::App& app, CContext& context)
     AddFileCommand(*group, context, "show",
                    "Tells kind, points, length and bounds of a file's waylines",
                    std::make_shared<FileOptions>(), Show);
+    AddWaylineListCommand(*group, context);
     const auto convert = std::make_shared<FileOptions>();
-    CLI::App* command =
-        AddFileCommand(*group, context, "convert",
-                       "Converts waylines between text form, GeoJSON and CSV", convert, Convert);
+    CLI::App* command = AddFileCommand(
+        *group, context, "convert",
+        "Converts waylines between text form, GeoJSON, CSV and files of fields", convert, Convert);
     command->add_option("TARGET", convert->target, "The file to write; - for standard output")
         ->capture_default_str();
-    AddFormatOption(*command, "--to",
-                    "text, geojson or csv; otherwise told from the ending of the target's name",
-                    convert->targetFormat);
+    AddTargetFormatOption(*command, convert->targetFormat, convert->targetFieldFormat);
     const auto plot = std::make_shared<FileOptions>();
     command = AddFileCommand(*group, context, "plot", "Draws a file's waylines as an SVG picture",
                              plot, Plot);

@@ -8,6 +8,7 @@
 
 #include "tools/navctl/Names.h"
 #include "tools/navctl/files/Angle.h"
+#include "tools/navctl/wayline/GeoJsonPositions.h"
 #include "tools/navctl/wayline/WaylineShape.h"
 
 namespace {
@@ -17,13 +18,6 @@ using Json = nlohmann::ordered_json;
 /// The geometry may differ by this much from what the parameters say, metres.
 constexpr double kTolerance = 0.01;
 constexpr double kAhead = 100.0;
-constexpr int kDeepest = 64;
-
-/// Thrown out of the reading of a feature; the text is its problem.
-struct BadFeature
-{
-    std::string text;
-};
 
 /// Micrometres, as the text form has them; what is left of a detour over the earth is rounded away.
 double Rounded(double metres)
@@ -34,13 +28,6 @@ double Rounded(double metres)
 WaylinePoint Rounded(const WaylinePoint& point)
 {
     return {Rounded(point.x), Rounded(point.y), Rounded(point.z)};
-}
-
-double NumberIn(const Json& value, const std::string& what)
-{
-    if (!value.is_number() || !std::isfinite(value.get<double>()))
-        throw BadFeature{what + " is no number"};
-    return value.get<double>();
 }
 
 const Json& MemberOf(const Json& object, const char* name)
@@ -55,72 +42,6 @@ std::string TextIn(const Json& value)
     return value.is_string() ? value.get<std::string>() : std::string();
 }
 
-struct Position
-{
-    GeodeticPlace place;
-    bool hasHeight = false;
-};
-
-/// A position as it stands in the file.
-Position PositionIn(const Json& value)
-{
-    if (!value.is_array() || value.size() < 2)
-        throw BadFeature{"a position is no array of longitude, latitude and height"};
-    Position position;
-    position.place.longitude = NumberIn(value[0], "a longitude");
-    position.place.latitude = NumberIn(value[1], "a latitude");
-    position.hasHeight = value.size() > 2;
-    if (position.hasHeight)
-        position.place.height = NumberIn(value[2], "a height");
-    return position;
-}
-
-/// Takes the positions out of a file while it is parsed, which as arrays of JSON would take several
-/// times the memory: in their place stands their number. Within coordinates, a whole number of JSON
-/// is such a number, since the others are made floating ones.
-class CPositions
-{
-public:
-    /// What the parser calls for every value. Has it refuse a file that is nested deeper than any
-    /// GeoJSON is: values are copied and destroyed recursively.
-    bool Take(int depth, Json::parse_event_t event, Json& parsed)
-    {
-        if (depth > kDeepest)
-            throw BadFeature{"it is nested deeper than " + std::to_string(kDeepest) + " levels"};
-        if (event == Json::parse_event_t::key) {
-            m_isInCoordinates = parsed == "coordinates";
-        } else if (m_isInCoordinates && event == Json::parse_event_t::value && parsed.is_number()) {
-            parsed = parsed.get<double>();
-        } else if (m_isInCoordinates && event == Json::parse_event_t::array_end &&
-                   IsPosition(parsed)) {
-            m_positions.push_back(PositionIn(parsed));
-            parsed = m_positions.size() - 1;
-        }
-        return true;
-    }
-
-    /// The position that a value stands for or is.
-    Position Of(const Json& value) const
-    {
-        if (value.is_number_unsigned())
-            return m_positions.at(value.get<std::size_t>());
-        const auto isTaken = [](const Json& part) { return part.is_number_unsigned(); };
-        if (value.is_array() && std::any_of(value.begin(), value.end(), isTaken))
-            throw BadFeature{"a position is no array of longitude, latitude and height"};
-        return PositionIn(value);
-    }
-
-private:
-    static bool IsPosition(const Json& array)
-    {
-        const auto isNumber = [](const Json& value) { return value.is_number_float(); };
-        return array.size() >= 2 && std::all_of(array.begin(), array.end(), isNumber);
-    }
-
-    std::vector<Position> m_positions;
-    bool m_isInCoordinates = false;
-};
-
 Position ReadPosition(const Json& value, const CPositions& taken)
 {
     const Position position = taken.Of(value);
@@ -130,25 +51,53 @@ Position ReadPosition(const Json& value, const CPositions& taken)
     return position;
 }
 
-std::vector<Position> ReadGeometry(const Json& geometry, const CPositions& taken)
+using Positions = std::vector<Position>;
+
+Positions ReadPositions(const Json& coordinates, const std::string& type, const CPositions& taken)
 {
-    if (geometry.is_null())
-        return {};
-    const std::string type = TextIn(MemberOf(geometry, "type"));
-    const Json& coordinates = MemberOf(geometry, "coordinates");
-    if (type == "Point")
-        return {ReadPosition(coordinates, taken)};
-    if (type != "LineString")
-        throw BadFeature{"its geometry is no LineString but \"" + type + "\""};
     if (coordinates.is_number_unsigned())
         throw BadFeature{"a position is no array of longitude, latitude and height"};
     if (!coordinates.is_array())
-        throw BadFeature{"the LineString has no coordinates"};
-    std::vector<Position> positions;
+        throw BadFeature{"the " + type + " has no coordinates"};
+    Positions positions;
     positions.reserve(coordinates.size());
     for (const Json& coordinate : coordinates)
         positions.push_back(ReadPosition(coordinate, taken));
     return positions;
+}
+
+/// The lines of a geometry, of which only a MultiLineString has several; without a geometry, one
+/// without points.
+std::vector<Positions> ReadGeometry(const Json& geometry, const CPositions& taken)
+{
+    if (geometry.is_null())
+        return {{}};
+    const std::string type = TextIn(MemberOf(geometry, "type"));
+    const Json& coordinates = MemberOf(geometry, "coordinates");
+    if (type == "Point")
+        return {{ReadPosition(coordinates, taken)}};
+    if (type == "LineString")
+        return {ReadPositions(coordinates, type, taken)};
+    if (type != "MultiLineString")
+        throw BadFeature{"its geometry is no LineString but \"" + type + "\""};
+    if (!coordinates.is_array() || coordinates.empty())
+        throw BadFeature{"the MultiLineString has no coordinates"};
+    std::vector<Positions> lines;
+    for (const Json& line : coordinates)
+        lines.push_back(ReadPositions(line, type, taken));
+    return lines;
+}
+
+/// The geometry of a feature, or of a geometry that stands alone.
+const Json& GeometryOf(const Json& feature)
+{
+    return TextIn(MemberOf(feature, "type")) == "Feature" ? MemberOf(feature, "geometry") : feature;
+}
+
+bool IsArea(const Json& feature)
+{
+    const std::string type = TextIn(MemberOf(GeometryOf(feature), "type"));
+    return type == "Polygon" || type == "MultiPolygon";
 }
 
 std::optional<GeodeticPlace> ReadOrigin(const Json& properties)
@@ -265,12 +214,9 @@ WaylineContent FromGeometry(Kestrove::EWaylineType kind, std::vector<WaylinePoin
     return content;
 }
 
-WaylineContent ReadFeature(const Json& feature, const WaylineReading& reading,
-                           const std::optional<CLocalFrame>& frame, const CPositions& taken)
+WaylineContent ReadLine(const Json& feature, const Positions& positions,
+                        const WaylineReading& reading, const std::optional<CLocalFrame>& frame)
 {
-    const bool isFeature = TextIn(MemberOf(feature, "type")) == "Feature";
-    const std::vector<Position> positions =
-        ReadGeometry(isFeature ? MemberOf(feature, "geometry") : feature, taken);
     const Json& properties = MemberOf(feature, "properties");
     const Kestrove::EWaylineType kind = ReadKind(properties, reading.kind);
     if (positions.empty() && PointCountOf(kind) != 0U)
@@ -294,12 +240,28 @@ WaylineContent ReadFeature(const Json& feature, const WaylineReading& reading,
     return content;
 }
 
+/// The waylines of a feature: of a MultiLineString one a part.
+std::vector<WaylineContent> ReadFeature(const Json& feature, const WaylineReading& reading,
+                                        const std::optional<CLocalFrame>& frame,
+                                        const CPositions& taken)
+{
+    std::vector<WaylineContent> waylines;
+    const std::vector<Positions> lines = ReadGeometry(GeometryOf(feature), taken);
+    for (const Positions& positions : lines) {
+        waylines.push_back(ReadLine(feature, positions, reading, frame));
+        std::string& name = waylines.back().name;
+        if (lines.size() > 1)
+            name += (name.empty() ? "part " : ", part ") + std::to_string(waylines.size());
+    }
+    return waylines;
+}
+
 /// The features of a file; a geometry alone counts as one.
 std::vector<Json> FeaturesIn(Json file)
 {
     const std::string type = TextIn(MemberOf(file, "type"));
     std::vector<Json> features;
-    if (type == "Feature" || type == "LineString") {
+    if (type == "Feature" || type == "LineString" || type == "MultiLineString") {
         features.push_back(std::move(file));
         return features;
     }
@@ -353,9 +315,15 @@ WaylineList ReadWaylineGeoJson(const std::string& text, const WaylineReading& re
     std::optional<CLocalFrame> frame;
     if (list.origin)
         frame.emplace(*list.origin);
+    // Areas are the boundaries of fields, which a file may have beside its lines.
+    const bool hasLines =
+        std::any_of(features.begin(), features.end(), [](const Json& one) { return !IsArea(one); });
     for (std::size_t i = 0; i < features.size(); ++i) {
+        if (hasLines && IsArea(features[i]))
+            continue;
         try {
-            list.entries.push_back({i + 1, ReadFeature(features[i], reading, frame, positions)});
+            for (WaylineContent& content : ReadFeature(features[i], reading, frame, positions))
+                list.entries.push_back({i + 1, std::move(content)});
         } catch (const BadFeature& problem) {
             list.problems.push_back("feature " + std::to_string(i + 1) + ": " + problem.text);
         }

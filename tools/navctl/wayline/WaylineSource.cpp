@@ -29,6 +29,44 @@ Kestrove::EWaylineType ParseKind(const std::string& name, const std::string& tex
                                          ", nor the code of one" + Suggestion(text, words));
 }
 
+bool IsDigits(const std::string& text)
+{
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+void TakeLine(WaylineSource& source, const std::string& text)
+{
+    source.line = text;
+    if (!IsDigits(text))
+        return;
+    std::string number = text;
+    const std::string problem = WholeNumberWithin(1, kMostLines)(number);
+    if (!problem.empty())
+        throw CLI::ValidationError("--line", problem);
+    source.number = std::stoull(text);
+}
+
+/// The wayline of the name that is wanted or, where none has it, of the number.
+std::string ChooseEntry(WaylineList& list, const WaylineSource& source)
+{
+    const auto leave = [&](const auto& isWanted) {
+        const auto wanted = std::find_if(list.entries.begin(), list.entries.end(), isWanted);
+        if (wanted == list.entries.end())
+            return false;
+        const WaylineList::Entry only = *wanted;
+        list.entries = {only};
+        return true;
+    };
+    if (source.line.empty() ||
+        leave([&](const auto& entry) { return entry.content.name == source.line; }))
+        return {};
+    if (!source.number)
+        return "there is no wayline \"" + source.line + "\" in it";
+    if (leave([&](const auto& entry) { return entry.number == *source.number; }))
+        return {};
+    return "there is no wayline in line " + std::to_string(*source.number);
+}
+
 void TellProblems(CContext& context, const std::vector<std::string>& problems)
 {
     context.Fail(kExitUsage, problems.front(), {{"problems", problems}});
@@ -66,6 +104,39 @@ void AddFormatOption(CLI::App& command, const char* name, const char* help,
         ->type_name("FORMAT");
 }
 
+void AddFieldFormatOption(CLI::App& command, std::optional<EFieldFormat>& format)
+{
+    command
+        .add_option_function<std::string>(
+            "--to", [&format](const std::string& word) { format = FieldFormatCalled(word); },
+            "isoxml, isoxml3 (version 3), kml, kmz, shapefile or geopackage; otherwise told from "
+            "the "
+            "ending of the target's name")
+        ->check(WordAmong(WordsOf(FieldFormatNames())))
+        ->type_name("FORMAT");
+}
+
+void AddTargetFormatOption(CLI::App& command, std::optional<EWaylineFormat>& format,
+                           std::optional<EFieldFormat>& fieldFormat)
+{
+    std::vector<std::string> words = WordsOf(WaylineFormatNames());
+    for (const std::string& word : WordsOf(FieldFormatNames()))
+        words.push_back(word);
+    command
+        .add_option_function<std::string>(
+            "--to",
+            [&](const std::string& word) {
+                fieldFormat = FieldFormatCalled(word);
+                const auto found = WaylineFormatNames().find(word);
+                if (found != WaylineFormatNames().end())
+                    format = found->second;
+            },
+            "text, geojson, csv, isoxml, isoxml3 (version 3), kml, kmz, shapefile or geopackage; "
+            "otherwise told from the ending of the target's name")
+        ->check(WordAmong(words))
+        ->type_name("FORMAT");
+}
+
 void AddOriginOption(CLI::App& command, std::optional<GeodeticPlace>& origin)
 {
     command
@@ -99,12 +170,16 @@ void AddWaylineSource(CLI::App& command, WaylineSource& source)
     AddOriginOption(command, source.reading.origin);
     AddKindOption(command, "--kind",
                   "What points without a kind are: ab, circle, spline or ab-curve (the default)",
-                  source.reading.kind);
+                  source.reading.kind)
+        ->each([&source](const std::string&) { source.hasKind = true; });
     command
-        .add_option("--line", source.number,
-                    "The line (of GeoJSON the feature) of the only wayline that is wanted")
-        ->check(WholeNumberWithin(1, kMostLines))
-        ->type_name("NUMBER");
+        .add_option_function<std::string>(
+            "--line", [&source](const std::string& text) { TakeLine(source, text); },
+            "The name of the only wayline that is wanted, or its number: the line in the file, of "
+            "GeoJSON the feature")
+        ->type_name("LINE");
+    command.add_option("--field", source.field, "The name of the only field that is wanted")
+        ->type_name("NAME");
 }
 
 std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& source)
@@ -115,23 +190,55 @@ std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& so
                      "--kind " + KindName(kind) + ": points alone make no " + KindTitle(kind));
         return std::nullopt;
     }
-    WaylineList list = ReadWaylineFile(
-        source.file, source.format.value_or(WaylineFormatOf(source.file)), source.reading);
+    if (IsFieldSource(source)) {
+        const std::optional<CFieldFile> file = ReadFieldSource(context, source);
+        return file ? std::optional(WaylinesOf(*file, source.reading.origin)) : std::nullopt;
+    }
+    if (!source.field.empty()) {
+        context.Fail(kExitUsage, source.file + ": --field: its format has no fields");
+        return std::nullopt;
+    }
+    const EFileContent content = source.format ? EFileContent::Other : ContentOfFile(source.file);
+    if (content == EFileContent::Unknown) {
+        context.Fail(kExitUsage, source.file + ": its format is not known; supported are " +
+                                     SupportedFieldFormats());
+        return std::nullopt;
+    }
+    const EWaylineFormat otherwise =
+        content == EFileContent::GeoJson ? EWaylineFormat::GeoJson : WaylineFormatOf(source.file);
+    WaylineList list =
+        ReadWaylineFile(source.file, source.format.value_or(otherwise), source.reading);
     if (!list.problems.empty()) {
         TellProblems(context, list.problems);
         return std::nullopt;
     }
-    if (!source.number)
+    const std::string problem = ChooseEntry(list, source);
+    if (problem.empty())
         return list;
-    const auto wanted =
-        std::find_if(list.entries.begin(), list.entries.end(),
-                     [&](const auto& entry) { return entry.number == *source.number; });
-    if (wanted == list.entries.end()) {
-        context.Fail(kExitUsage, source.file + ": there is no wayline in line " +
-                                     std::to_string(*source.number));
+    context.Fail(kExitUsage, source.file + ": " + problem);
+    return std::nullopt;
+}
+
+bool IsFieldSource(const WaylineSource& source)
+{
+    return !source.format && ContentOfFile(source.file) == EFileContent::Fields;
+}
+
+FieldChoice ChoiceOf(const WaylineSource& source)
+{
+    return {source.field, source.line,
+            source.hasKind ? std::optional(source.reading.kind) : std::nullopt};
+}
+
+std::optional<CFieldFile> ReadFieldSource(CContext& context, const WaylineSource& source)
+{
+    const FieldChoice choice = ChoiceOf(source);
+    std::optional<CFieldFile> file = ReadFields(context, source.file, choice);
+    if (!file)
         return std::nullopt;
-    }
-    const WaylineList::Entry only = *wanted;
-    list.entries = {only};
-    return list;
+    const std::string problem = ChooseLines(*file, choice);
+    if (problem.empty())
+        return file;
+    context.Fail(kExitUsage, source.file + ": " + problem);
+    return std::nullopt;
 }

@@ -1,0 +1,19 @@
+#ifndef KESTROVE_TOOLS_FIELDFILES_READFIELDFILE_H
+#define KESTROVE_TOOLS_FIELDFILES_READFIELDFILE_H
+
+#include <optional>
+#include <string>
+
+#include "tools/fieldfiles/FieldFile.h"
+
+/// Reads a file of fields, whatever its name says: a folder or a zip of an ISOXML, its main file, a
+/// KML, a KMZ, a Shapefile or a zip of some, a GeoPackage.
+///
+/// @param path the file or folder. Files beside it that belong to it are read, too.
+/// @param bytes what the file holds; nothing for a folder.
+/// @param kind what lines are that have no kind; see CFeatureReading.
+/// @throws CFieldFileProblem when it is none of those, broken, or over a limit.
+CFieldFile ReadFieldFile(const std::string& path, const std::optional<std::string>& bytes,
+                         const std::optional<Kestrove::EWaylineType>& kind);
+
+#endif
