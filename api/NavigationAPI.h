@@ -187,7 +187,8 @@ public:
     /// Wire: request "get_reverse_engage_allowed" [1] -> int.
     [[nodiscard]] bool GetAllowReverseEngage();
 
-    /// Sets whether steering may be engaged at low speed.
+    /// Sets whether steering may be engaged at low speed, and then stay engaged without limit of
+    /// time.
     ///
     /// @param enabled whether it may.
     /// @param persist whether the service keeps the value over a restart.
@@ -207,7 +208,7 @@ public:
     /// Wire: request "get_low_speed_engage_allowed" [1] -> int.
     [[nodiscard]] bool GetLowSpeedEngageEnabled();
 
-    /// Sets how long the machine may stay engaged at low speed.
+    /// Sets how long steering stays engaged at low speed while SetLowSpeedEngageEnabled() is off.
     ///
     /// @param timeoutSeconds the time in seconds.
     /// @param persist whether the service keeps the value over a restart.
@@ -217,7 +218,7 @@ public:
     /// Wire: notification "set_low_speed_engage_timeout" [timeoutSeconds, persist].
     void SetLowSpeedEngageTimeout(double timeoutSeconds, bool persist);
 
-    /// Asks how long the machine may stay engaged at low speed.
+    /// Asks how long steering stays engaged at low speed while SetLowSpeedEngageEnabled() is off.
     ///
     /// @return the time in seconds; 0.0 when the connection is not usable, without a reply and for
     ///         a reply that is no single value.

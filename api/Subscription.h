@@ -134,12 +134,13 @@ public:
     {
         static_assert(Event::template kIsTakenBy<Callable>,
                       "the callable cannot be called with what this event carries");
+        const auto isHeld = std::make_shared<bool>(true);
+        (client.*kSetter)(Detail::MakeSubscribed(Event(), std::move(callable), isHeld));
+        // Not before: what throws above has not touched the one that is called now.
         Subscription subscription;
-        subscription.m_isHeld = std::make_shared<bool>(true);
+        subscription.m_isHeld = isHeld;
         subscription.m_client = &client;
         subscription.m_clear = [](CNavigationAPI& api) { (api.*kSetter)(nullptr); };
-        (client.*
-         kSetter)(Detail::MakeSubscribed(Event(), std::move(callable), subscription.m_isHeld));
         return subscription;
     }
 

@@ -1,5 +1,6 @@
 # Who may include whom: every target gets an include root of its own that shows just the folders it
-# may know. An include of any other folder does not compile.
+# may know. An include of any other folder by its name does not compile; one by a relative way is
+# refused by tests/tooling/check_sources.py.
 
 function(kestrove_include_root target scope)
   set(root ${PROJECT_BINARY_DIR}/include-roots/${target})

@@ -1,8 +1,14 @@
 # Kestrove::Navigation, what an application links: client, waylines and the bundled runtime.
 
-add_library(KestroveNavigation
-  $<TARGET_OBJECTS:kestrove_wayline> $<TARGET_OBJECTS:kestrove_api>
-  $<TARGET_OBJECTS:kestrove_runtime>)
+set(parts kestrove_wayline kestrove_api kestrove_runtime)
+list(TRANSFORM parts REPLACE "(.+)" "$<TARGET_OBJECTS:\\1>" OUTPUT_VARIABLE part_objects)
+kestrove_closed_objects(closed_navigation PARTS ${parts})
+if(BUILD_SHARED_LIBS)
+  add_library(KestroveNavigation SHARED ${part_objects})
+else()
+  add_library(KestroveNavigation STATIC ${closed_navigation})
+  set_target_properties(KestroveNavigation PROPERTIES LINKER_LANGUAGE CXX)
+endif()
 add_library(Kestrove::Navigation ALIAS KestroveNavigation)
 set_target_properties(KestroveNavigation PROPERTIES
   OUTPUT_NAME kestrove-navigation
@@ -20,10 +26,9 @@ if(library_kind STREQUAL SHARED_LIBRARY)
   set_target_properties(KestroveNavigation PROPERTIES LINK_DEPENDS ${exports})
   if(KESTROVE_INSTALL)
     # Installed beside it, for programs that are to need no other file.
-    add_library(KestroveNavigationStatic STATIC
-      $<TARGET_OBJECTS:kestrove_wayline> $<TARGET_OBJECTS:kestrove_api>
-      $<TARGET_OBJECTS:kestrove_runtime>)
+    add_library(KestroveNavigationStatic STATIC ${closed_navigation})
     set_target_properties(KestroveNavigationStatic PROPERTIES
+      LINKER_LANGUAGE CXX
       OUTPUT_NAME kestrove-navigation
       EXPORT_NAME NavigationStatic)
     target_compile_features(KestroveNavigationStatic PUBLIC cxx_std_17)
@@ -37,12 +42,10 @@ target_include_directories(KestroveNavigation
 
 # The record of the binary interface is made from the types in the debug information, which a build may
 # leave out elsewhere.
-foreach(part kestrove_wayline kestrove_api kestrove_runtime)
+foreach(part IN LISTS parts)
   target_compile_options(${part} PRIVATE $<$<CONFIG:RelWithDebInfo>:-g2>)
 endforeach()
 
 # The same objects and the service side, internals included: for our programs and tests.
-add_library(kestrove_internal STATIC
-  $<TARGET_OBJECTS:kestrove_wayline> $<TARGET_OBJECTS:kestrove_api>
-  $<TARGET_OBJECTS:kestrove_runtime> $<TARGET_OBJECTS:kestrove_server>)
+add_library(kestrove_internal STATIC ${part_objects} $<TARGET_OBJECTS:kestrove_server>)
 target_link_libraries(kestrove_internal PRIVATE kestrove_flags)

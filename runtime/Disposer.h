@@ -12,12 +12,10 @@
 #include <type_traits>
 #include <utility>
 
-/// Destroys what is large on a thread of its own, so that a loop does not wait for it, and gives
-/// the memory back to the system once there is nothing more to destroy.
+/// Destroys what is large on a thread of its own, so that a loop does not wait for it.
 ///
-/// The thread begins with the first thing that is handed over, and the process's allocator is then
-/// told to return large blocks at once; a service that meets nothing large has neither. Thread
-/// safety: used from one thread.
+/// The thread begins with the first thing that is handed over; a service that meets nothing large
+/// has none. Thread safety: used from one thread.
 class DisposerC
 {
 public:
@@ -43,7 +41,6 @@ public:
                 return;
             }
             const Thing ended(std::move(thing));
-            CountFreed(bytes);
         } catch (const std::exception&) {
             // Without a thread or memory it has been destroyed here.
         }
@@ -59,7 +56,6 @@ private:
         std::size_t bytes;
     };
 
-    void CountFreed(std::size_t bytes);
     void HandOver(std::shared_ptr<void> thing, std::size_t bytes);
     void StartThread();
     void Run();
@@ -69,10 +65,8 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::deque<Item> m_items;
-    std::size_t m_freed = 0; // since memory was last given back
     bool m_isEnding = false;
     std::atomic<std::size_t> m_pending{0};
-    std::size_t m_freedHere = 0; // likewise, by small things, and not yet told to the thread
 };
 
 #endif

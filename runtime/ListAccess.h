@@ -30,6 +30,8 @@ public:
     static bool IsPlain(const BListC& list) { return !list.m_hasNodes; }
     /// Empties a plain list; its memory stays for what is added next.
     static void Clear(BListC& list) { list.m_slots.clear(); }
+    /// Takes the last slot away; what it owned is the caller's.
+    static void DropLast(BListC& list) { list.m_slots.pop_back(); }
     /// Appends copies of a plain list's slots.
     static void Append(BListC& list, const Slot* first, std::size_t count)
     {
@@ -91,6 +93,10 @@ public:
     {
         return dictionary.m_entries.capacity();
     }
+    /// The last entry of a dictionary that has one.
+    static Entry& LastOf(BDictionaryC& dictionary) { return dictionary.m_entries.back(); }
+    /// Takes the last entry away; its value is the caller's.
+    static void DropLast(BDictionaryC& dictionary) { dictionary.m_entries.pop_back(); }
     static void Reserve(BDictionaryC& dictionary, std::size_t count)
     {
         dictionary.m_entries.reserve(count);

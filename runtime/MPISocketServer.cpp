@@ -1,6 +1,7 @@
 #include "runtime/MPISocketServer.h"
 
 #include <iostream>
+#include <utility>
 
 #include <asio/io_context.hpp>
 
@@ -85,11 +86,11 @@ void MPISocketServerC::Reply(ClientNumber client, std::uint64_t requestNumber,
 }
 
 void MPISocketServerC::ReplyWritten(ClientNumber client, std::uint64_t requestNumber,
-                                    const std::string& result)
+                                    std::shared_ptr<const std::string> result)
 {
     m_state->StartReply(requestNumber).WriteNothing();
     m_state->SendTo(client);
-    SendBytes(client, result);
+    m_state->SendTo(client, std::move(result));
 }
 
 void MPISocketServerC::ReplyError(ClientNumber client, std::uint64_t requestNumber,

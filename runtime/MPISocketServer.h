@@ -134,8 +134,9 @@ public:
 
     /// Answers a request. A null result stands for "nothing". A client that is gone is ignored.
     void Reply(ClientNumber client, std::uint64_t requestNumber, const BElementC* result);
-    /// Answers a request with a result that a BEncoderC has written before.
-    void ReplyWritten(ClientNumber client, std::uint64_t requestNumber, const std::string& result);
+    /// Answers a request with a result that a BEncoderC has written before, and that is not copied.
+    void ReplyWritten(ClientNumber client, std::uint64_t requestNumber,
+                      std::shared_ptr<const std::string> result);
     /// Answers a request with an error.
     void ReplyError(ClientNumber client, std::uint64_t requestNumber, const std::string& text);
     /// Pushes an event to every subscriber of it. Encoded once, however many there are.

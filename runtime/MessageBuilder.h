@@ -13,8 +13,8 @@
 /// Builds a message while the parser reads it: each value goes straight to its place. An operation
 /// returns false to refuse the message; Problem() is the reason then.
 ///
-/// Counts the memory that it takes, blocks as the system hands them out and both blocks while one
-/// is exchanged for a larger one, and refuses before it takes more than kMostMemory.
+/// Counts the memory that it takes, blocks as the C library hands them out and both blocks while
+/// one is exchanged for a larger one, and refuses before it takes more than kMostMemory.
 class MessageBuilderC
 {
 public:
@@ -63,13 +63,15 @@ public:
     bool TakeDouble(double value);
     /// Takes a whole text.
     bool TakeText(const char* text, std::size_t length);
-    /// Takes a piece of a text of `announced` bytes; EndText() follows the last.
+    /// Takes a piece of a text of `announced` bytes, which fit into a message; EndText() follows
+    /// the last.
     bool AddText(const char* piece, std::size_t length, std::size_t announced);
     bool EndText();
     bool StartList(std::uint32_t count);
     bool StartDictionary(std::uint32_t count);
     /// The innermost list or dictionary ends, or the message.
     void EndContainer();
+    bool RefuseLength() { return Refuse("a message of more than 32 MiB"); }
     bool RefuseBytes() { return Refuse("bytes that are no MessagePack"); }
     bool RefuseExtension() { return Refuse("a value of an extension type"); }
 

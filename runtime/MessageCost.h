@@ -8,10 +8,12 @@
 #include "platform/BElement.h"
 #include "runtime/ListAccess.h"
 
-/// What the values of a message take, in bytes, as the system's allocator hands memory out.
+/// What the values of a message take, in bytes, as the C library's allocator hands memory out,
+/// which applications have. The simulator's, jemalloc, rounds blocks to quarters of a power of two:
+/// there they take up to a quarter more than is counted.
 namespace MessageCost {
 
-/// What the system takes for a block of so many bytes.
+/// What the C library takes for a block of so many bytes.
 constexpr std::size_t BlockBytes(std::size_t size)
 {
     constexpr std::size_t overhead = 8;

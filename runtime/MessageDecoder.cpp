@@ -57,6 +57,8 @@ public:
 
     /// Where a message of numbers stands; `Other` also for one that is left to the parser.
     NumberMessageC::EResult TakeNumbers();
+    /// How many bytes the message may still have.
+    std::size_t Most() const { return kLargestMessage - std::min(consumed, kLargestMessage); }
     /// Bad when the message that ends here, or goes on, is larger than a message may be.
     EResult Checked(EResult result);
 
@@ -118,7 +120,7 @@ NumberMessageC::EResult MessageDecoderC::StateC::TakeNumbers()
         parser.Builder().Adopt(numbers.HandOver(front));
         parser.Builder().SetArrived(WaitingCount());
         std::size_t parsed = 0;
-        parser.Parse(front.data(), front.size(), parsed);
+        parser.Parse(front.data(), front.size(), front.size(), parsed);
     }
     return result;
 }
@@ -129,7 +131,8 @@ MessageDecoderC::EResult MessageDecoderC::StateC::Checked(EResult result)
     if (size <= kLargestMessage) {
         return result;
     }
-    problem = "a message of more than 32 MiB";
+    parser.Builder().RefuseLength();
+    problem = parser.Builder().Problem();
     return EResult::Bad;
 }
 
@@ -145,7 +148,8 @@ MessageDecoderC::EResult MessageDecoderC::Next(MessageC& message)
         MessageBuilderC& builder = state.parser.Builder();
         builder.SetArrived(state.WaitingCount());
         std::size_t parsed = 0;
-        const auto outcome = state.parser.Parse(state.Waiting(), state.WaitingCount(), parsed);
+        const auto outcome =
+            state.parser.Parse(state.Waiting(), state.WaitingCount(), state.Most(), parsed);
         state.Consume(parsed);
         if (outcome == MessageParserC::EResult::Bad) {
             state.problem = builder.Problem();
@@ -188,6 +192,11 @@ std::uint64_t MessageDecoderC::LeastMissing() const
 std::size_t MessageDecoderC::Held() const
 {
     return m_state->buffer.Capacity() + m_state->numbers.Held() + m_state->parser.Builder().Held();
+}
+
+MessageC MessageDecoderC::TakeUnfinished() &&
+{
+    return std::move(m_state->parser.Builder().Message());
 }
 
 const std::string& MessageDecoderC::Problem() const

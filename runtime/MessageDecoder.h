@@ -33,8 +33,8 @@ struct MessageC
 /// Takes the bytes in any portions. Refuses what is no message and what exceeds a limit: 32 MiB and
 /// 4 194 304 elements a message, 96 MiB of decoded values, 64 levels of nesting. Makes room for
 /// what has arrived and for up to thirty-two times as much of one list or text, never for what is
-/// announced alone. After a refusal the stream has no known state and the connection must be
-/// closed.
+/// announced alone; what announces more than may come is refused there. After a refusal the stream
+/// has no known state and the connection must be closed.
 class MessageDecoderC
 {
 public:
@@ -70,6 +70,11 @@ public:
     std::uint64_t LeastMissing() const;
     /// How many bytes are held for what has arrived and for the message that is not complete.
     std::size_t Held() const;
+    /// Gives up what is decoded of the message that is not complete: its values, which are many
+    /// small pieces; what the decoder keeps is a few large ones.
+    ///
+    /// @return them, in a message that lacks the rest. The decoder can only be destroyed then.
+    MessageC TakeUnfinished() &&;
     /// Why Next() answered Bad.
     const std::string& Problem() const;
     /// Forgets everything: the start of a new stream.

@@ -71,7 +71,7 @@ void MessageParserC::Init()
     m_builder.Init();
 }
 
-MessageParserC::EResult MessageParserC::Parse(const char* bytes, std::size_t size,
+MessageParserC::EResult MessageParserC::Parse(const char* bytes, std::size_t size, std::size_t most,
                                               std::size_t& parsed)
 {
     parsed = 0;
@@ -88,6 +88,10 @@ MessageParserC::EResult MessageParserC::Parse(const char* bytes, std::size_t siz
                 return EResult::Bad;
             }
             parsed += headSize;
+            if (m_isText && std::uint64_t{parsed} + m_textLeft > most) {
+                m_builder.RefuseLength();
+                return EResult::Bad;
+            }
         }
         if (m_isText) {
             const std::size_t count = std::min<std::size_t>(size - parsed, m_textLeft);

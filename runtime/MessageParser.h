@@ -26,9 +26,11 @@ public:
     void Init();
     /// Reads on.
     ///
+    /// @param most how many bytes the message may have from here on: a text that announces more is
+    ///        refused there, before room is made for any of it.
     /// @param parsed receives how many bytes have been used up. Up to eight may be left, the begun
     ///        head of a value, which must come again with those that follow.
-    EResult Parse(const char* bytes, std::size_t size, std::size_t& parsed);
+    EResult Parse(const char* bytes, std::size_t size, std::size_t most, std::size_t& parsed);
     /// How many bytes the message lacks at least, each element being one or more.
     std::uint64_t LeastMissing() const;
 

@@ -13,8 +13,6 @@ namespace {
 constexpr std::size_t kFewElements = 64;
 constexpr std::size_t kSmallestBlock = 24;
 constexpr std::size_t kLargestBlock = std::size_t{64} * 1024;
-/// What is longer does not fit into a message.
-constexpr std::size_t kLongestText = std::size_t{32} * 1024 * 1024;
 
 } // namespace
 
@@ -31,8 +29,7 @@ bool MessageBuilderC::AddText(const char* piece, std::size_t length, std::size_t
     const std::size_t needed = m_text.size() + length;
     if (needed > m_text.capacity()) {
         const std::size_t before = MessageCost::TextBytes(m_text.capacity());
-        const std::size_t most = std::min(announced, kLongestText);
-        const std::size_t room = std::max(RoomFor(needed, most), MessageCost::LeastTextRoom());
+        const std::size_t room = std::max(RoomFor(needed, announced), MessageCost::LeastTextRoom());
         if (!Claim(MessageCost::TextBytes(room))) {
             return false;
         }

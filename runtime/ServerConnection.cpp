@@ -32,7 +32,7 @@ constexpr std::size_t kMessageBytes = 256;
 
 ServerConnectionC::ServerConnectionC(asio::ip::tcp::socket socket, ClientNumber number,
                                      const std::shared_ptr<ServerConnectionOwnerC>& owner,
-                                     std::shared_ptr<DisposerC> disposer)
+                                     std::shared_ptr<GradualDisposerC> disposer)
     : m_socket(std::move(socket)), m_number(number), m_owner(owner),
       m_disposer(std::move(disposer)), m_decoder(NewDecoder())
 {
@@ -49,17 +49,13 @@ MessageDecoderC ServerConnectionC::NewDecoder()
 ServerConnectionC::~ServerConnectionC()
 {
     GiveAway();
-    struct Remains
-    {
-        std::set<std::string> subscriptions;
-        std::string queued;
-        std::string writing;
-    };
     // With the connection itself: thousands that have sent nothing take megabytes, too.
-    const std::size_t bytes =
-        kSilentBytes + m_subscribed + m_queued.capacity() + m_writing.capacity();
-    m_disposer->Destroy(
-        Remains{std::move(m_subscriptions), std::move(m_queued), std::move(m_writing)}, bytes);
+    const std::size_t bytes = kSilentBytes + m_subscribed;
+    GradualDisposerC::Remains remains;
+    remains.names = std::move(m_subscriptions);
+    m_disposer->Destroy(std::move(remains), bytes);
+    const std::size_t outgoing = m_outgoing.Memory();
+    m_disposer->Large().Destroy(std::move(m_outgoing), outgoing);
 }
 
 /// Has all that came from the client destroyed. Who waits for a turn may do so for long: a closed
@@ -70,17 +66,25 @@ void ServerConnectionC::GiveAway()
         return;
     }
     m_hasGivenAway = true;
-    struct Remains
-    {
-        MessageDecoderC decoder;
-        MessageC message;
-        std::deque<MessageC> waiting;
-        std::deque<std::string> ahead;
-    };
-    const std::size_t bytes = m_decoder.Held() + m_message.memory + m_waitingMemory + m_aheadBytes;
-    m_disposer->Destroy(Remains{std::move(m_decoder), std::move(m_message), std::move(m_waiting),
-                                std::move(m_ahead)},
-                        bytes);
+    const std::size_t bytes = m_message.memory + m_waitingMemory;
+    GradualDisposerC::Remains remains;
+    remains.message = std::move(m_message);
+    remains.waiting = std::move(m_waiting);
+    GiveAwayUnfinished(std::move(remains), bytes);
+}
+
+/// Has what has come of a message that is not whole destroyed.
+///
+/// @param remains what else is.
+/// @param bytes about how many that takes.
+void ServerConnectionC::GiveAwayUnfinished(GradualDisposerC::Remains&& remains, std::size_t bytes)
+{
+    // The values are within what the decoder holds; for a moment they count twice.
+    const std::size_t held = m_decoder.Held();
+    remains.unfinished = std::move(m_decoder).TakeUnfinished();
+    remains.texts = std::move(m_ahead);
+    m_disposer->Destroy(std::move(remains), bytes + held + m_aheadBytes);
+    m_disposer->Large().Destroy(std::move(m_decoder), held);
 }
 
 void ServerConnectionC::Start()
@@ -250,8 +254,10 @@ void ServerConnectionC::ServeMessage(ServerConnectionOwnerC& owner)
 {
     owner.MessageArrived(*this, m_message);
     if (m_message.memory > kKeptBytes) {
-        m_disposer->Destroy(std::move(m_message), m_message.memory);
-        m_message = MessageC();
+        const std::size_t bytes = m_message.memory;
+        GradualDisposerC::Remains remains;
+        remains.message = std::exchange(m_message, MessageC());
+        m_disposer->Destroy(std::move(remains), bytes);
     }
 }
 
@@ -340,7 +346,7 @@ void ServerConnectionC::CountHeld()
     m_held = !m_open ? 0
                      : std::max(kSilentBytes, m_decoder.Held() + m_aheadBytes + m_message.memory +
                                                   m_heldMemory + m_waitingMemory + m_subscribed +
-                                                  m_queued.capacity() + m_writing.capacity());
+                                                  m_outgoing.Memory());
     const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock();
     if (owner != nullptr && m_held != before) {
         owner->HeldChanged(before, m_held);

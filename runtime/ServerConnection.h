@@ -12,9 +12,10 @@
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
 
-#include "runtime/Disposer.h"
+#include "runtime/GradualDisposer.h"
 #include "runtime/MPISocketServer.h"
 #include "runtime/MessageDecoder.h"
+#include "runtime/OutgoingBytes.h"
 
 class ServerConnectionC;
 
@@ -65,7 +66,7 @@ public:
 ///
 /// Counts what it holds: what is read and not complete, the message that is being served, what
 /// waits behind one that is held, what is queued, the names of subscriptions. What is large of it
-/// is destroyed aside, as soon as the connection is closed.
+/// is destroyed little by little, as soon as the connection is closed.
 ///
 /// Thread safety: none; lives on the thread that runs the loop. Lifetime: shared by its owner and
 /// by the operations under way. A closed one tells its owner nothing more.
@@ -78,20 +79,19 @@ public:
     /// How many messages are served at once when something comes; more wait for a turn.
     static constexpr int kFirstMessages = 4;
     static constexpr std::chrono::microseconds kTurn{1000}; // of processor time
-    /// How much is handed to the system at once.
-    static constexpr std::size_t kWritePortion = std::size_t{256} * 1024;
-    /// How much waits behind a held message before nothing more is read.
-    static constexpr std::size_t kMostWaitingMemory = 16U * 1024U * 1024U;
+    /// How much waits behind a held message before nothing more is read: of the longest messages
+    /// several, so that what overtakes is found behind them. Half of what all connections hold.
+    static constexpr std::size_t kMostWaitingMemory = 128U * 1024U * 1024U;
     /// What a connection counts for that has never sent anything.
     static constexpr std::size_t kSilentBytes = 32768;
-    /// How much of a buffer or a served message stays for the next one: with both buffers, less
+    /// How much of a buffer or a served message stays for the next one: with all of them, less
     /// than a silent connection counts, so that one which has been idle since counts no more than
     /// that.
     static constexpr std::size_t kKeptBytes = 8192;
 
     ServerConnectionC(asio::ip::tcp::socket socket, ClientNumber number,
                       const std::shared_ptr<ServerConnectionOwnerC>& owner,
-                      std::shared_ptr<DisposerC> disposer);
+                      std::shared_ptr<GradualDisposerC> disposer);
     ~ServerConnectionC();
 
     ClientNumber Number() const { return m_number; }
@@ -131,6 +131,8 @@ public:
     ///
     /// @return false when more than kQueueLimit bytes are waiting already; nothing is queued then.
     bool Queue(const char* bytes, std::size_t count);
+    /// Likewise a text, which is kept until it has been written and not copied.
+    bool Queue(std::shared_ptr<const std::string> text);
     /// Holds the message that is being served: those behind it wait until Release(), but for what
     /// overtakes. They are read all the same, up to a limit.
     ///
@@ -168,18 +170,20 @@ private:
     void WaitForReset();
     void EndWhenSettled();
     void GiveAway();
+    void GiveAwayUnfinished(GradualDisposerC::Remains&& remains, std::size_t bytes);
     void CountHeld();
+    bool IsQueueFull() const;
+    void Queued();
     void FlushLater();
     void Flush();
     void Written(std::size_t count);
-    std::size_t Unsent() const;
     void SendRestAtOnce();
     void Lost(const std::string& reason);
 
     asio::ip::tcp::socket m_socket;
     const ClientNumber m_number;
     std::weak_ptr<ServerConnectionOwnerC> m_owner;
-    const std::shared_ptr<DisposerC> m_disposer;
+    const std::shared_ptr<GradualDisposerC> m_disposer;
     MessageDecoderC m_decoder;
     std::deque<std::string> m_ahead; // read, and not decoded yet
     std::size_t m_aheadTaken = 0;    // of the first of those
@@ -191,9 +195,7 @@ private:
     std::size_t m_heldMemory = 0;    // of the held one
     std::set<std::string> m_subscriptions;
     std::uint64_t m_nextEvent = 0;
-    std::string m_queued;         // waits for the write under way to end
-    std::string m_writing;        // handed to the write under way
-    std::size_t m_written = 0;    // how much of m_writing the system has taken
+    OutgoingBytesC m_outgoing;
     std::size_t m_subscribed = 0; // bytes of the names
     std::size_t m_held = 0;
     std::chrono::steady_clock::time_point m_lastGrowth;

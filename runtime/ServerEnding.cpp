@@ -1,7 +1,5 @@
 #include "runtime/ServerConnection.h"
 
-#include <utility>
-
 #include <asio/error.hpp>
 #include <asio/socket_base.hpp>
 
@@ -27,7 +25,7 @@ void ServerConnectionC::InputEnded()
 /// True when the client is to be served or sent something yet.
 bool ServerConnectionC::IsOwedAnything() const
 {
-    return m_isHeld || !m_waiting.empty() || Unsent() > 0;
+    return m_isHeld || !m_waiting.empty() || m_outgoing.Size() > 0;
 }
 
 bool ServerConnectionC::IsClientThere() const
@@ -39,13 +37,8 @@ bool ServerConnectionC::IsClientThere() const
 /// What is not whole never will be.
 void ServerConnectionC::DiscardUnfinished()
 {
-    struct Remains
-    {
-        MessageDecoderC decoder;
-        std::deque<std::string> ahead;
-    };
-    const std::size_t bytes = m_decoder.Held() + m_aheadBytes;
-    m_disposer->Destroy(Remains{std::exchange(m_decoder, NewDecoder()), std::move(m_ahead)}, bytes);
+    GiveAwayUnfinished({}, 0);
+    m_decoder = NewDecoder();
     m_ahead.clear();
     m_aheadTaken = 0;
     m_aheadBytes = 0;

@@ -77,7 +77,7 @@ void MPISocketServerC::StateC::TellEvents(ServerConnectionC& connection)
     for (std::uint64_t number = first; number < end; ++number) {
         const Event& event = m_events[static_cast<std::size_t>(number - m_toldEvents)];
         if (connection.Wants(event.name)) {
-            Queue(connection, event.bytes.data(), event.bytes.size());
+            KeepIf(connection.Queue(event.bytes.data(), event.bytes.size()), connection);
         }
     }
 }

@@ -15,7 +15,7 @@ namespace {
 
 // How long to leave connections waiting when there is no descriptor for them.
 constexpr std::chrono::milliseconds kListenerPause(100);
-constexpr std::chrono::milliseconds kBusyPause(2);
+constexpr std::chrono::milliseconds kRoomPause(2);
 
 // So many connections are taken in a row, and for so long, before the other work of the loop has
 // its turn.
@@ -25,9 +25,9 @@ constexpr std::chrono::milliseconds kLongestTurn(1);
 } // namespace
 
 ServerListenerC::ServerListenerC(asio::io_context& loop, Taker taker, Complaint complaint,
-                                 Busy isBusy)
+                                 Room room)
     : m_loop(loop), m_acceptor(loop), m_pause(loop), m_taker(std::move(taker)),
-      m_complaint(std::move(complaint)), m_isBusy(std::move(isBusy))
+      m_complaint(std::move(complaint)), m_room(std::move(room))
 {
 }
 
@@ -93,9 +93,8 @@ void ServerListenerC::Accept()
         if (!hasComplained && std::chrono::steady_clock::now() > end) {
             break;
         }
-        // One at a time then; but nobody is kept waiting until those are done that are there.
-        if (hasTaken && m_isBusy && m_isBusy()) {
-            Pause(kBusyPause);
+        if (!HasRoom(hasTaken)) {
+            Pause(kRoomPause);
             return;
         }
         sockaddr_storage peer = {};
@@ -124,6 +123,14 @@ void ServerListenerC::Accept()
     if (m_acceptor.is_open()) {
         Wait();
     }
+}
+
+/// Where room is scarce it is one at a time; but nobody is kept waiting until those are done that
+/// are there.
+bool ServerListenerC::HasRoom(bool hasTaken) const
+{
+    const ERoom room = m_room ? m_room() : ERoom::Free;
+    return room == ERoom::Free || (room == ERoom::Scarce && !hasTaken);
 }
 
 /// The system says that it has no descriptor before it looks whether there is a connection.

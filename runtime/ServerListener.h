@@ -24,13 +24,20 @@ class ServerListenerC : public std::enable_shared_from_this<ServerListenerC>
 public:
     using Taker = std::function<void(asio::ip::tcp::socket)>;
     using Complaint = std::function<void(const asio::error_code&)>;
-    using Busy = std::function<bool()>;
+    /// Whether there is room for the next connection.
+    enum class ERoom
+    {
+        Free,
+        Scarce, ///< the next are taken one at a time, with a pause between
+        None,   ///< none is taken for now
+    };
+    using Room = std::function<ERoom()>;
 
     /// @param taker is called with each connection, until Close().
     /// @param complaint is called each time that a connection cannot be taken, for example for want
     ///        of descriptors. It may close another: the next attempt follows at once.
-    /// @param isBusy whether the next connections are taken one at a time, with a pause between.
-    ServerListenerC(asio::io_context& loop, Taker taker, Complaint complaint, Busy isBusy = {});
+    /// @param room is asked before each connection; without it there is always some.
+    ServerListenerC(asio::io_context& loop, Taker taker, Complaint complaint, Room room = {});
 
     /// Begins to listen. Port 0 takes a free one.
     ///
@@ -43,6 +50,7 @@ public:
 private:
     void Wait();
     void Accept();
+    bool HasRoom(bool hasTaken) const;
     bool IsOneWaiting();
     void Take(int descriptor, bool isV6);
     void Pause(std::chrono::milliseconds time);
@@ -52,7 +60,7 @@ private:
     asio::steady_timer m_pause;
     Taker m_taker;
     Complaint m_complaint;
-    Busy m_isBusy;
+    Room m_room;
 };
 
 #endif

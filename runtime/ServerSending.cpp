@@ -1,5 +1,6 @@
 #include "runtime/ServerConnection.h"
 
+#include <string_view>
 #include <utility>
 
 #include <asio/buffer.hpp>
@@ -7,31 +8,39 @@
 #include <asio/socket_base.hpp>
 #include <asio/write.hpp>
 
-namespace {
-
-/// A buffer that one large message has blown up is given back once it has been written.
-void Empty(std::string& buffer)
-{
-    buffer.clear();
-    if (buffer.capacity() > ServerConnectionC::kKeptBytes) {
-        buffer.shrink_to_fit();
-    }
-}
-
-} // namespace
-
 bool ServerConnectionC::Queue(const char* bytes, std::size_t count)
 {
-    if (!m_open) {
-        return true;
-    }
-    if (Unsent() > kQueueLimit) {
+    if (IsQueueFull()) {
         return false;
     }
-    m_queued.append(bytes, count);
+    if (m_open) {
+        m_outgoing.Add(bytes, count);
+        Queued();
+    }
+    return true;
+}
+
+bool ServerConnectionC::Queue(std::shared_ptr<const std::string> text)
+{
+    if (IsQueueFull()) {
+        return false;
+    }
+    if (m_open) {
+        m_outgoing.Add(std::move(text));
+        Queued();
+    }
+    return true;
+}
+
+bool ServerConnectionC::IsQueueFull() const
+{
+    return m_open && m_outgoing.Size() > kQueueLimit;
+}
+
+void ServerConnectionC::Queued()
+{
     FlushLater();
     CountHeld();
-    return true;
 }
 
 /// What is queued while messages are served goes out after them; otherwise after the handlers that
@@ -54,15 +63,13 @@ void ServerConnectionC::SendQueued()
 
 void ServerConnectionC::Flush()
 {
-    if (!m_open || m_isWriting || (m_writing.empty() && m_queued.empty())) {
+    if (!m_open || m_isWriting || m_outgoing.Size() == 0) {
         return;
     }
     m_isWriting = true;
-    if (m_writing.empty()) {
-        m_writing.swap(m_queued);
-    }
+    const std::string_view portion = m_outgoing.Next();
     m_socket.async_write_some(
-        asio::buffer(asio::buffer(m_writing) + m_written, kWritePortion),
+        asio::buffer(portion.data(), portion.size()),
         [self = shared_from_this()](const asio::error_code& error, std::size_t count) {
             self->m_isWriting = false;
             if (!self->m_open) {
@@ -78,32 +85,24 @@ void ServerConnectionC::Flush()
 
 void ServerConnectionC::Written(std::size_t count)
 {
-    m_written += count;
+    m_outgoing.Sent(count, kKeptBytes);
     if (m_isEnding) {
         m_lastGrowth = std::chrono::steady_clock::now();
     }
-    if (m_written == m_writing.size()) {
-        Empty(m_writing);
-        m_written = 0;
-        CountHeld();
-    }
+    CountHeld();
     Flush();
     if (m_open && m_isEnding) {
         EndWhenSettled();
     }
 }
 
-std::size_t ServerConnectionC::Unsent() const
-{
-    return m_writing.size() - m_written + m_queued.size();
-}
-
 void ServerConnectionC::SendRestAtOnce()
 {
     // With a write under way nobody knows how far it has got: sending on would repeat bytes.
-    std::size_t sent = 0;
     asio::error_code error;
-    while (!m_isWriting && !error && sent < m_queued.size()) {
-        sent += m_socket.write_some(asio::buffer(m_queued) + sent, error);
+    while (!m_isWriting && !error && m_outgoing.Size() > 0) {
+        const std::string_view portion = m_outgoing.Next();
+        m_outgoing.Sent(m_socket.write_some(asio::buffer(portion.data(), portion.size()), error),
+                        kKeptBytes);
     }
 }

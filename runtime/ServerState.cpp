@@ -116,7 +116,8 @@ asio::error_code MPISocketServerC::StateC::Open(const asio::ip::address& address
         // Those that are there share the loop with each that is taken.
         [self] {
             const std::shared_ptr<StateC> state = self.lock();
-            return state != nullptr && state->m_turns.size() >= kMostTurns;
+            const bool isScarce = state != nullptr && state->m_turns.size() >= kMostTurns;
+            return isScarce ? ServerListenerC::ERoom::Scarce : ServerListenerC::ERoom::Free;
         });
     const asio::error_code error = listener->Open(address, port);
     if (!error) {
@@ -157,6 +158,7 @@ void MPISocketServerC::StateC::Take(asio::ip::tcp::socket socket)
 void MPISocketServerC::StateC::Detach()
 {
     m_handler = nullptr;
+    m_disposer->End();
     m_firstTurns.clear();
     m_turns.clear();
     m_senders.clear();
@@ -358,15 +360,26 @@ void MPISocketServerC::StateC::DisconnectAll(const std::string& reason, bool wit
     }
 }
 
-void MPISocketServerC::StateC::Queue(ServerConnectionC& connection, const char* bytes,
-                                     std::size_t count)
+void MPISocketServerC::StateC::KeepIf(bool isQueued, ServerConnectionC& connection)
 {
-    if (!connection.Queue(bytes, count)) {
+    if (!isQueued) {
         Drop(connection, kSlowClient, true);
     }
 }
 
 void MPISocketServerC::StateC::SendTo(ClientNumber client, const char* bytes, std::size_t count)
+{
+    SendTo(client, [&](ServerConnectionC& connection) { return connection.Queue(bytes, count); });
+}
+
+void MPISocketServerC::StateC::SendTo(ClientNumber client, std::shared_ptr<const std::string> text)
+{
+    SendTo(client,
+           [&](ServerConnectionC& connection) { return connection.Queue(std::move(text)); });
+}
+
+void MPISocketServerC::StateC::SendTo(ClientNumber client,
+                                      const std::function<bool(ServerConnectionC&)>& queue)
 {
     const auto found = m_clients.find(client);
     if (found == m_clients.end()) {
@@ -374,7 +387,7 @@ void MPISocketServerC::StateC::SendTo(ClientNumber client, const char* bytes, st
     }
     const std::shared_ptr<ServerConnectionC> connection = found->second;
     TellEvents(*connection); // what happened before comes before
-    Queue(*connection, bytes, count);
+    KeepIf(queue(*connection), *connection);
 }
 
 BEncoderC& MPISocketServerC::StateC::StartReply(std::uint64_t requestNumber)

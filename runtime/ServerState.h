@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -15,7 +16,7 @@
 #include <asio/steady_timer.hpp>
 
 #include "platform/BEncoder.h"
-#include "runtime/Disposer.h"
+#include "runtime/GradualDisposer.h"
 #include "runtime/MPISocketServer.h"
 #include "runtime/ServerConnection.h"
 #include "runtime/ServerListener.h"
@@ -27,7 +28,8 @@ class MPISocketServerC::StateC final : public ServerConnectionOwnerC,
 {
 public:
     StateC(asio::io_context& loop, MPIServiceHandlerC& handler, const MPIServerLimitsC& limits)
-        : m_loop(loop), m_handler(&handler), m_limits(limits), m_pause(loop), m_watch(loop)
+        : m_loop(loop), m_handler(&handler), m_limits(limits),
+          m_disposer(std::make_shared<GradualDisposerC>(loop)), m_pause(loop), m_watch(loop)
     {
     }
 
@@ -43,6 +45,7 @@ public:
     /// Queues an event that has been encoded for all who have subscribed to it.
     void Push(const std::string& event);
     void SendTo(ClientNumber client, const char* bytes, std::size_t count);
+    void SendTo(ClientNumber client, std::shared_ptr<const std::string> text);
     void SendTo(ClientNumber client) { SendTo(client, m_encoder.Data(), m_encoder.Size()); }
     BEncoderC& StartReply(std::uint64_t requestNumber);
     bool EncodeEvent(const std::string& event, const BListC& payload);
@@ -77,7 +80,8 @@ private:
     void PostTurn();
     void DropClosedTurns();
     void GiveTurn();
-    void Queue(ServerConnectionC& connection, const char* bytes, std::size_t count);
+    void KeepIf(bool isQueued, ServerConnectionC& connection);
+    void SendTo(ClientNumber client, const std::function<bool(ServerConnectionC&)>& queue);
     void StartTelling();
     void PostTelling();
     void TellForATurn();
@@ -86,6 +90,7 @@ private:
     void SendForATurn();
     void Watch(std::chrono::steady_clock::duration time);
     void EndStuck();
+    void DropStuck(ServerConnectionC& connection);
     void DropGreediest();
     std::shared_ptr<ServerConnectionC> LeastWorthy() const;
     void DropLeastWorthy();
@@ -100,7 +105,7 @@ private:
     asio::io_context& m_loop;
     MPIServiceHandlerC* m_handler;
     const MPIServerLimitsC m_limits;
-    const std::shared_ptr<DisposerC> m_disposer = std::make_shared<DisposerC>();
+    const std::shared_ptr<GradualDisposerC> m_disposer;
     std::vector<std::shared_ptr<ServerListenerC>> m_listeners;
     std::map<ClientNumber, std::shared_ptr<ServerConnectionC>> m_clients;
     std::deque<std::shared_ptr<ServerConnectionC>> m_firstTurns; // who has something to say

@@ -21,6 +21,10 @@ constexpr std::chrono::microseconds kFirstTurns(2000); // of processor time
 // Unfinished messages are looked through no more often than so many times until one is over.
 constexpr int kLooksAtUnfinished = 8;
 
+// So many connections that are stuck end between two looks at the others, if there is time for
+// them: what follows the end of each comes in handlers of its own, outside of any turn.
+constexpr std::size_t kMostEndsPerTurn = 64;
+
 } // namespace
 
 /// In the order in which they came. A thousand at once are not served in one go.
@@ -151,12 +155,13 @@ void MPISocketServerC::StateC::Watch(std::chrono::steady_clock::duration time)
     m_watch.async_wait([weak = weak_from_this()](const asio::error_code& error) {
         const std::shared_ptr<StateC> self = weak.lock();
         if (!error && self != nullptr) {
-            self->m_isWatching = false;
             self->EndStuck();
         }
     });
 }
 
+/// Ends for a turn those whose clients have done nothing for too long. A thousand do not end in one
+/// go.
 void MPISocketServerC::StateC::EndStuck()
 {
     const auto now = std::chrono::steady_clock::now();
@@ -175,17 +180,29 @@ void MPISocketServerC::StateC::EndStuck()
             next = std::min(next, end);
         }
     }
-    if (isAny) {
+    const TurnClockC turn(ServerConnectionC::kTurn);
+    const std::size_t most = std::min(over.size(), kMostEndsPerTurn);
+    std::size_t ended = 0;
+    for (; ended < most && !turn.IsOver(); ++ended) {
+        DropStuck(*over[ended]);
+    }
+    const bool areLeft = ended < over.size();
+    m_isWatching = isAny || areLeft;
+    if (areLeft) {
+        asio::post(m_loop, [self = shared_from_this()] { self->EndStuck(); });
+    } else if (isAny) {
         Watch(std::max<std::chrono::steady_clock::duration>(next - now, m_limits.unfinished /
                                                                             kLooksAtUnfinished));
     }
+}
+
+void MPISocketServerC::StateC::DropStuck(ServerConnectionC& connection)
+{
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(m_limits.unfinished);
-    for (const std::shared_ptr<ServerConnectionC>& connection : over) {
-        const char* const problem = connection->IsUnread()
-                                        ? "the last replies were not taken for "
-                                        : "an unfinished message that has not grown for ";
-        Drop(*connection, problem + std::to_string(seconds.count()) + " s", true);
-    }
+    const char* const problem = connection.IsUnread()
+                                    ? "the last replies were not taken for "
+                                    : "an unfinished message that has not grown for ";
+    Drop(connection, problem + std::to_string(seconds.count()) + " s", true);
 }
 
 void MPISocketServerC::StateC::HeldChanged(std::size_t before, std::size_t now)

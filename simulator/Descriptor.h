@@ -1,8 +1,11 @@
 #ifndef KESTROVE_SIMULATOR_DESCRIPTOR_H
 #define KESTROVE_SIMULATOR_DESCRIPTOR_H
 
+#include <string>
+#include <system_error>
 #include <utility>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 /// Owns a file descriptor and closes it at the end. Thread safety: none.
@@ -36,5 +39,14 @@ private:
 
     int m_descriptor = kNone;
 };
+
+/// How a file is opened in a folder where anybody may have put anything.
+constexpr int kStrangersFile = O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK;
+
+/// @return the system's words for a value of errno.
+inline std::string SystemReason(int error)
+{
+    return std::generic_category().message(error);
+}
 
 #endif

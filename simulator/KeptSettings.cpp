@@ -89,9 +89,17 @@ COutcome Apply(CSimulation& simulation, const std::string& name, const KeptValue
 
 } // namespace
 
-KeptSettingsC::KeptSettingsC(KeptValues values, KeepSink sink)
-    : m_values(std::move(values)), m_sink(std::move(sink))
+KeptSettingsC::KeptSettingsC(KeptValues values, KeepSink sink, KeepState state)
+    : m_values(std::move(values)), m_sink(std::move(sink)), m_state(std::move(state))
 {
+}
+
+EKeeping KeptSettingsC::Keeping() const
+{
+    if (!m_sink) {
+        return EKeeping::Nothing;
+    }
+    return m_state ? m_state() : EKeeping::Saved;
 }
 
 void KeptSettingsC::Keep(const char* name, KeptValue value, bool asked)

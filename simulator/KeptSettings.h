@@ -14,6 +14,18 @@ class CSimulation;
 /// Takes all kept values each time that one of them changes, which is not when it is set anew.
 using KeepSink = std::function<void(const KeptValues&)>;
 
+/// Whether what clients asked to keep outlives a restart; the numbers are those of the link.
+enum class EKeeping
+{
+    Failing = -1, ///< it could not be saved
+    Nothing = 0,  ///< nothing is kept
+    Saved = 1,
+    Pending = 2, ///< it is being saved
+};
+
+/// Answers how far the keeping of the last change is.
+using KeepState = std::function<EKeeping()>;
+
 /// The settings that clients asked to keep over a restart.
 ///
 /// What is kept of a setting is the value of the last change that asked for it: a later change that
@@ -36,10 +48,11 @@ public:
 
     /// @param values those kept by an earlier run.
     /// @param sink called at once with every change; may be empty.
-    KeptSettingsC(KeptValues values, KeepSink sink);
+    /// @param state answers how far the sink is; empty for one that saves at once.
+    KeptSettingsC(KeptValues values, KeepSink sink, KeepState state = {});
 
     /// Whether what is kept outlives a restart.
-    bool OutlivesRestart() const { return static_cast<bool>(m_sink); }
+    EKeeping Keeping() const;
     /// Keeps a value, when a client asks for it.
     void Keep(const char* name, KeptValue value, bool asked);
     /// Keeps the present value of a tuning parameter, when a client asks for it.
@@ -56,6 +69,7 @@ private:
 
     KeptValues m_values;
     KeepSink m_sink;
+    KeepState m_state;
 };
 
 #endif

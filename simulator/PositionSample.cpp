@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "platform/ObjectStore.h"
+#include "simulator/world/NumberText.h"
 
 namespace {
 
@@ -43,7 +44,7 @@ std::string Impossible(const char* what, double value, double limit)
 {
     if (std::isfinite(value) && std::abs(value) <= limit)
         return {};
-    return std::to_string(value) + " is no " + what;
+    return NumberText(value) + " is no " + what;
 }
 
 } // namespace

@@ -20,7 +20,7 @@ CSimulation& WithKept(CSimulation& simulation, const KeptSettingsC& kept, const 
 ServiceCoreC::ServiceCoreC(ServiceCoreOptions options)
     : m_log(std::move(options.log)), m_work(options.work), m_publish(std::move(options.publish)),
       m_simulation(options.simulation, m_work),
-      m_kept(std::move(options.kept), std::move(options.keep)),
+      m_kept(std::move(options.kept), std::move(options.keep), std::move(options.keepState)),
       m_waylines(WithKept(m_simulation, m_kept, m_log), m_work), m_feed(m_simulation),
       m_steering(m_simulation, m_waylines, m_kept, m_log),
       m_waylineOperations(m_simulation, m_waylines, m_feed, m_log, m_work),
@@ -58,7 +58,7 @@ WorkQueueC::Ticket ServiceCoreC::Queue(ECall kind, const std::string& name,
                                        ScopeMaker scope, WorkQueueC::EAsker asker)
 {
     auto attempt = [this, kind, name, done = std::move(done), scope = std::move(scope),
-                    list = std::shared_ptr<const BListC>(std::move(arguments))] {
+                    list = m_work->Keep(std::move(arguments))] {
         std::shared_ptr<void> during;
         Answer answer;
         try {

@@ -33,6 +33,7 @@ struct ServiceCoreOptions
     LogSink log;       ///< takes the log lines; may be empty
     /// Makes what takes long, and must outlive the core; null to have it made on the spot.
     WorkQueueC* work = nullptr;
+    KeepState keepState{}; ///< how far the saving of what `keep` took is; may be empty
 };
 
 /// What a client sends.

@@ -37,7 +37,7 @@ ServiceLinkC::ServiceLinkC(asio::io_context& loop, ServiceCoreOptions options, S
     : m_log(options.log), m_served(std::move(served)), m_server(loop, *this, limits), m_work(loop),
       m_core(Publishing(std::move(options)))
 {
-    m_work.OnDisengaged([this] { m_disengaged = m_server.Arrival(); });
+    m_work.OnDisengaged([this] { m_disengaged = m_server.Arrival() + 1; });
 }
 
 ServiceCoreOptions ServiceLinkC::Publishing(ServiceCoreOptions options)
@@ -60,7 +60,7 @@ bool ServiceLinkC::Overtakes(const std::string& name)
 /// An EngageSteering that waited while steering was ended by hand, and so must not bring it back.
 bool ServiceLinkC::IsOvertakenEngaging(const std::string& name)
 {
-    return name == kEngage && m_server.Arrival() < m_disengaged &&
+    return name == kEngage && IsBeforeDisengaging() &&
            !m_log.Carried(kEngage, COutcome::Overtaken("steering was ended by hand after it"));
 }
 
@@ -102,6 +102,8 @@ void ServiceLinkC::Queue(ECall kind, ClientNumber client, std::uint64_t requestN
             m_server.Release(client);
         },
         [this, client] { return std::make_shared<WhileServingC>(m_served, client); });
+    if (IsBeforeDisengaging())
+        m_work.EndAsDisengaged(m_held[client]);
 }
 
 void ServiceLinkC::Reply(ClientNumber client, std::uint64_t requestNumber, const Answer& answer)
@@ -109,7 +111,7 @@ void ServiceLinkC::Reply(ClientNumber client, std::uint64_t requestNumber, const
     if (!answer.error.empty()) {
         m_server.ReplyError(client, requestNumber, answer.error);
     } else if (answer.bytes) {
-        m_server.ReplyWritten(client, requestNumber, *answer.bytes);
+        m_server.ReplyWritten(client, requestNumber, answer.bytes);
     } else {
         m_server.Reply(client, requestNumber, answer.value.get());
     }

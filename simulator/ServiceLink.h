@@ -16,8 +16,9 @@
 /// it and its clients.
 ///
 /// A request that takes long is held, and with it what its client sends behind it; the others are
-/// served meanwhile. DisengageSteering overtakes all of that, and no EngageSteering that came
-/// before it is carried out after it. Thread safety: none; used from the thread that runs the loop.
+/// served meanwhile. DisengageSteering overtakes all of that. What came before it and has not
+/// taken effect is without effect then, if it is an EngageSteering or a change of the line that
+/// takes long, whoever sent it. Thread safety: none; used from the thread that runs the loop.
 class ServiceLinkC : private MPIServiceHandlerC
 {
 public:
@@ -59,6 +60,7 @@ private:
     void Queue(ECall kind, ClientNumber client, std::uint64_t requestNumber,
                const std::string& name);
     void Reply(ClientNumber client, std::uint64_t requestNumber, const Answer& answer);
+    bool IsBeforeDisengaging() const { return m_server.Arrival() < m_disengaged; }
     bool IsOvertakenEngaging(const std::string& name);
 
     ServiceLogC m_log;
@@ -67,7 +69,9 @@ private:
     WorkQueueC m_work;
     ServiceCoreC m_core;
     std::map<ClientNumber, WorkQueueC::Ticket> m_held; ///< whose requests are at their work
-    std::uint64_t m_disengaged = 0; ///< the arrival of what last ended steering by hand
+    /// The arrival after that of what last ended steering by hand, or of the last message before
+    /// that, if it came from elsewhere.
+    std::uint64_t m_disengaged = 0;
 };
 
 #endif

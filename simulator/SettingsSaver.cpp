@@ -20,8 +20,8 @@ class CSettingsSaver::StateC
 {
 public:
     StateC(std::unique_ptr<StateFileC> file, KeptValues saved, Report report)
-        : m_file(std::move(file)), m_saved(saved), m_report(std::move(report)),
-          m_wanted(std::move(saved))
+        : m_file(std::move(file)), m_saved(saved), m_report(std::move(report)), m_wanted(saved),
+          m_written(std::move(saved))
     {
     }
 
@@ -30,6 +30,15 @@ public:
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_wanted = values;
         m_changed.notify_all();
+    }
+
+    EKeeping State()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_isFailing) {
+            return EKeeping::Failing;
+        }
+        return m_wanted == m_written ? EKeeping::Saved : EKeeping::Pending;
     }
 
     void End()
@@ -48,6 +57,7 @@ public:
     void Run();
 
 private:
+    void LookAfterFile();
     void Save(const KeptValues& values);
 
     // Used by the thread alone.
@@ -59,6 +69,8 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_changed;
     KeptValues m_wanted;
+    KeptValues m_written; ///< that the last attempt was for
+    bool m_isFailing = false;
     bool m_isEnding = false;
     bool m_hasEnded = false;
 };
@@ -68,23 +80,36 @@ void CSettingsSaver::StateC::Run()
     Clock::time_point nextSave{};
     std::unique_lock<std::mutex> lock(m_mutex);
     for (bool isLast = false; !isLast;) {
-        m_changed.wait(lock, [this] { return m_wanted != m_saved || m_isEnding; });
+        m_changed.wait_for(lock, kBetweenLooks,
+                           [this] { return m_wanted != m_saved || m_isEnding; });
         m_changed.wait_until(lock, nextSave, [this] { return m_isEnding; });
         isLast = m_isEnding;
         const KeptValues values = m_wanted;
         lock.unlock();
         const Clock::time_point start = Clock::now();
+        LookAfterFile();
         if (values != m_saved) {
             Save(values);
+            nextSave = start + (m_problem.empty() ? kBetweenSaves : kBetweenAttempts);
         }
-        nextSave = start + (m_problem.empty() ? kBetweenSaves : kBetweenAttempts);
         lock.lock();
+        m_written = values;
+        m_isFailing = !m_problem.empty();
     }
     lock.unlock();
     m_file.reset();
     lock.lock();
     m_hasEnded = true;
     m_changed.notify_all();
+}
+
+/// Somebody may have removed the file, which is then written again, or its lock.
+void CSettingsSaver::StateC::LookAfterFile()
+{
+    m_file->LookAfterLock();
+    if (m_saved && !m_saved->empty() && !m_file->IsThere()) {
+        m_saved.reset();
+    }
 }
 
 void CSettingsSaver::StateC::Save(const KeptValues& values)
@@ -117,6 +142,11 @@ CSettingsSaver::~CSettingsSaver()
 void CSettingsSaver::Keep(const KeptValues& values)
 {
     m_state->Keep(values);
+}
+
+EKeeping CSettingsSaver::State() const
+{
+    return m_state->State();
 }
 
 bool CSettingsSaver::Finish(std::chrono::steady_clock::time_point deadline)

@@ -6,13 +6,14 @@
 #include <memory>
 #include <string>
 
+#include "simulator/KeptSettings.h"
 #include "simulator/StateFile.h"
 
 /// Saves the kept settings on a thread of its own, so that nobody waits for the disk.
 ///
 /// A change is saved at once, those of the next tenth of a second together. What could not be saved
 /// is tried again every half second, and once more at the end. Values that the file has already are
-/// not written.
+/// not written, unless somebody has removed it: that is looked for as often.
 ///
 /// Thread safety: none but that of its own thread.
 class CSettingsSaver
@@ -20,6 +21,7 @@ class CSettingsSaver
 public:
     static constexpr std::chrono::milliseconds kBetweenSaves{100};
     static constexpr std::chrono::milliseconds kBetweenAttempts{500};
+    static constexpr std::chrono::milliseconds kBetweenLooks{500};
 
     /// Takes lines for the log; called on the saver's thread.
     using Report = std::function<void(const std::string&)>;
@@ -37,6 +39,8 @@ public:
 
     /// Has the values saved in place of all earlier ones. Never waits for the disk.
     void Keep(const KeptValues& values);
+    /// Whether the file has the last values. Never waits for the disk.
+    EKeeping State() const;
     /// Waits until the values have been saved, or tried for the last time, and the file is let go.
     ///
     /// @return false when the deadline came first.

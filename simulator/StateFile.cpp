@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <random>
 #include <system_error>
 #include <utility>
 
@@ -21,14 +20,8 @@ namespace {
 
 // What the names of the files beside it add to the file's own fits in 255 bytes then.
 constexpr std::size_t kLongestNameShown = 200;
-// Of a file that comes and goes meanwhile.
+// Of names for a new file, none of which can be foreseen.
 constexpr int kAttempts = 20;
-constexpr int kOpenFlags = O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK;
-
-std::string ReasonOf(int error)
-{
-    return std::generic_category().message(error);
-}
 
 /// Where a file is once all symbolic links have been followed.
 ///
@@ -96,20 +89,11 @@ bool WriteWhole(const CDescriptor& file, const std::string& text)
 
 } // namespace
 
-StateFileC::~StateFileC()
-{
-    // While it is locked, so that nobody else can have taken the lock over; what somebody has put
-    // in its place stays.
-    if (m_nameLock.IsOpen() && IsLockFile(m_nameLock)) {
-        ::unlinkat(m_folder.Get(), SideFile(".lock").c_str(), 0);
-    }
-}
-
 std::string StateFileC::Open()
 {
     std::string problem = OpenFolder();
     if (problem.empty()) {
-        problem = TakeLock();
+        problem = m_nameLock.Take(m_folder, SideFileStem());
     }
     if (problem.empty()) {
         problem = LockFile();
@@ -122,7 +106,7 @@ std::string StateFileC::OpenFolder()
 {
     std::string real = RealPath(m_path);
     if (real.empty() && errno != ENOENT) {
-        return ReasonOf(errno);
+        return SystemReason(errno);
     }
     if (real.empty()) {
         struct stat link
@@ -141,11 +125,11 @@ std::string StateFileC::OpenFolder()
     m_folder = CDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     const std::string cannotMake = "files cannot be made in " + folder + ": ";
     if (!m_folder.IsOpen()) {
-        return cannotMake + ReasonOf(errno);
+        return cannotMake + SystemReason(errno);
     }
     std::string problem = CheckFile();
     if (problem.empty() && ::faccessat(m_folder.Get(), ".", W_OK | X_OK, 0) != 0) {
-        problem = cannotMake + ReasonOf(errno);
+        problem = cannotMake + SystemReason(errno);
     }
     return problem;
 }
@@ -160,7 +144,7 @@ std::string StateFileC::CheckFile()
     {
     };
     if (::fstatat(m_folder.Get(), m_name.c_str(), &file, AT_SYMLINK_NOFOLLOW) != 0) {
-        return errno == ENOENT ? std::string() : ReasonOf(errno);
+        return errno == ENOENT ? std::string() : SystemReason(errno);
     }
     m_owner = file;
     return NoRegularFile(file);
@@ -169,9 +153,9 @@ std::string StateFileC::CheckFile()
 /// Opens the file, if there is one, and locks it.
 std::string StateFileC::LockFile()
 {
-    m_file = CDescriptor(::openat(m_folder.Get(), m_name.c_str(), O_RDONLY | kOpenFlags));
+    m_file = CDescriptor(::openat(m_folder.Get(), m_name.c_str(), O_RDONLY | kStrangersFile));
     if (!m_file.IsOpen()) {
-        return errno == ENOENT ? std::string() : ReasonOf(errno);
+        return errno == ENOENT ? std::string() : SystemReason(errno);
     }
     // Some file systems lock nothing that is only read; the lock of the name is left then.
     if (::flock(m_file.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
@@ -180,77 +164,10 @@ std::string StateFileC::LockFile()
     return {};
 }
 
-std::string StateFileC::TakeLock()
-{
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        std::string problem;
-        CDescriptor lock = OpenLockFile(problem);
-        if (!problem.empty()) {
-            return problem;
-        }
-        if (!lock.IsOpen()) {
-            continue;
-        }
-        if (::flock(lock.Get(), LOCK_EX | LOCK_NB) != 0) {
-            return errno == EWOULDBLOCK ? "another simulator uses it"
-                                        : "it cannot be locked: " + ReasonOf(errno);
-        }
-        // Whoever ends removes the file, which may be this one.
-        if (IsLockFile(lock)) {
-            m_nameLock = std::move(lock);
-            return {};
-        }
-    }
-    return "it cannot be locked: others lock it all the time";
-}
-
-/// Opens the lock's file, or makes it.
-///
-/// @param problem receives what stands in the way.
-/// @return none when the file came or went meanwhile.
-CDescriptor StateFileC::OpenLockFile(std::string& problem) const
-{
-    const std::string name = SideFile(".lock");
-    CDescriptor lock(::openat(m_folder.Get(), name.c_str(), O_RDONLY | kOpenFlags));
-    if (!lock.IsOpen() && errno == ENOENT) {
-        lock = CDescriptor(
-            ::openat(m_folder.Get(), name.c_str(), O_RDONLY | O_CREAT | O_EXCL | kOpenFlags, 0644));
-    }
-    struct stat file
-    {
-    };
-    if (!lock.IsOpen() && errno != EEXIST) {
-        problem = name + ", which it needs for itself: " + ReasonOf(errno);
-    } else if (lock.IsOpen() && (::fstat(lock.Get(), &file) != 0 || !S_ISREG(file.st_mode))) {
-        problem = name + ", which it needs for itself, is no regular file";
-    }
-    return lock;
-}
-
-/// Whether a file is the one that has the name of the lock's file now.
-bool StateFileC::IsLockFile(const CDescriptor& lock) const
-{
-    return HasName(lock, SideFile(".lock"));
-}
-
-/// Whether a file is the one that has a name in the folder now.
-bool StateFileC::HasName(const CDescriptor& file, const std::string& name) const
-{
-    struct stat mine
-    {
-    };
-    struct stat named
-    {
-    };
-    return ::fstat(file.Get(), &mine) == 0 &&
-           ::fstatat(m_folder.Get(), name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
-           mine.st_dev == named.st_dev && mine.st_ino == named.st_ino;
-}
-
 std::string StateFileC::Refusal(const CDescriptor& file, bool isMade) const
 {
-    for (const std::string& name : {m_name, SideFile(".lock"), SideFile(".new")}) {
-        if (HasName(file, name)) {
+    for (const std::string& name : {m_name, m_nameLock.File()}) {
+        if (HasName(file, m_folder, name)) {
             if (isMade) {
                 ::unlinkat(m_folder.Get(), name.c_str(), 0);
             }
@@ -260,10 +177,24 @@ std::string StateFileC::Refusal(const CDescriptor& file, bool isMade) const
     return {};
 }
 
-/// The name of a file beside the state file.
-std::string StateFileC::SideFile(const std::string& ending) const
+/// With what the names of the files beside the state file begin.
+std::string StateFileC::SideFileStem() const
 {
-    return "." + (m_name.size() > kLongestNameShown ? NumberOf(m_name) : m_name) + ending;
+    return "." + (m_name.size() > kLongestNameShown ? NumberOf(m_name) : m_name);
+}
+
+bool StateFileC::LookAfterLock()
+{
+    return m_nameLock.Renew();
+}
+
+bool StateFileC::IsThere() const
+{
+    struct stat file
+    {
+    };
+    return ::fstatat(m_folder.Get(), m_name.c_str(), &file, AT_SYMLINK_NOFOLLOW) == 0 ||
+           errno != ENOENT;
 }
 
 std::string StateFileC::Load(KeptValues& values)
@@ -283,17 +214,19 @@ std::string StateFileC::Load(KeptValues& values)
     }
     const std::string problem = error == EFBIG
                                     ? "it has more than " + std::to_string(kMostBytes) + " bytes"
-                                : error != 0 ? ReasonOf(error)
+                                : error != 0 ? SystemReason(error)
                                              : ParseKeptValues(text, values);
     return problem.empty() ? problem : "cannot read the state file " + m_path + ": " + problem;
 }
 
 std::string StateFileC::Save(const KeptValues& values)
 {
-    if (Replace(KeptValuesText(values))) {
+    const bool isOurs = LookAfterLock();
+    if (isOurs && Replace(KeptValuesText(values))) {
         return {};
     }
-    return "cannot write the state file " + m_path + ": " + ReasonOf(errno);
+    return "cannot write the state file " + m_path + ": " +
+           (isOurs ? SystemReason(errno) : CStateLock::kInUse);
 }
 
 /// @return false on failure, with errno.
@@ -334,21 +267,14 @@ bool StateFileC::Replace(const std::string& document)
 /// @return none on failure, with errno.
 CDescriptor StateFileC::MakeNewFile(std::string& name) const
 {
-    const int flags = O_WRONLY | O_CREAT | O_EXCL | kOpenFlags;
+    const int flags = O_WRONLY | O_CREAT | O_EXCL | kStrangersFile;
     const mode_t mode = m_owner ? 0600 : 0644;
-    name = SideFile(".new");
-    CDescriptor file;
-    for (int attempt = 0; attempt < kAttempts && !file.IsOpen(); ++attempt) {
+    name = m_nameLock.NewFile();
+    CDescriptor file(::openat(m_folder.Get(), name.c_str(), flags, mode));
+    // What somebody has put there stays.
+    for (int attempt = 0; attempt < kAttempts && !file.IsOpen() && errno == EEXIST; ++attempt) {
+        name = m_nameLock.OtherNewFile();
         file = CDescriptor(::openat(m_folder.Get(), name.c_str(), flags, mode));
-        if (file.IsOpen() || errno != EEXIST) {
-            break;
-        }
-        // Left behind by a crash, or put there by somebody: what it is goes untouched. A folder
-        // cannot be removed so.
-        if (::unlinkat(m_folder.Get(), name.c_str(), 0) != 0 && errno != ENOENT) {
-            name = SideFile(".new" + std::to_string(std::random_device()()));
-            errno = EEXIST;
-        }
     }
     return file;
 }

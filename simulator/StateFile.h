@@ -9,6 +9,7 @@
 
 #include "simulator/Descriptor.h"
 #include "simulator/KeptValues.h"
+#include "simulator/StateLock.h"
 
 /// The file in which the service keeps settings: JSON, one number or switch a name.
 ///
@@ -20,9 +21,10 @@
 /// the same folder, which stands for the name whatever file comes to have it, and that of the file
 /// itself, which may have other names. Both end with the process, however it ends.
 ///
-/// Beside "state.json" lie ".state.json.lock", until the end, and ".state.json.new", while the file
-/// is written; a name too long for that is replaced by a number made of it. Symbolic and hard links
-/// in their place are never followed.
+/// Beside "state.json" lie ".state.json.lock", until the end, and ".state.json.new-" with 16 digits
+/// that nobody can foresee, while the file is written; a name too long for that is replaced by a
+/// number made of it. Links in their place are never followed, and what somebody else has put there
+/// is neither written nor removed.
 /// Thread safety: none.
 class StateFileC
 {
@@ -32,8 +34,7 @@ public:
 
     /// @param path where the file is or is to be; a symbolic link to a file is followed.
     explicit StateFileC(std::string path) : m_path(std::move(path)) {}
-    /// Removes the lock's file.
-    ~StateFileC();
+    ~StateFileC() = default;
     StateFileC(const StateFileC&) = delete;
     StateFileC& operator=(const StateFileC&) = delete;
 
@@ -49,11 +50,18 @@ public:
     /// @return an empty text on success, otherwise why the file cannot be read.
     std::string Load(KeptValues& values);
 
-    /// Replaces the file.
+    /// Replaces the file, unless another program has taken its name's lock meanwhile.
     ///
     /// @return an empty text on success, otherwise why it could not be written; the old file then
     ///         stands as it was, unless it is only its place that may not have reached the disk.
     std::string Save(const KeptValues& values);
+
+    /// Makes the lock of the name anew where somebody has removed it.
+    ///
+    /// @return false when another program has it.
+    bool LookAfterLock();
+    /// Whether there is anything that has the file's name.
+    bool IsThere() const;
 
     /// Whether another use may be made of a file that is open: not of this one, by whatever path it
     /// was opened, nor of those that lie beside it.
@@ -69,11 +77,7 @@ private:
     std::string OpenFolder();
     std::string CheckFile();
     std::string LockFile();
-    std::string TakeLock();
-    CDescriptor OpenLockFile(std::string& problem) const;
-    bool IsLockFile(const CDescriptor& lock) const;
-    bool HasName(const CDescriptor& file, const std::string& name) const;
-    std::string SideFile(const std::string& ending) const;
+    std::string SideFileStem() const;
     CDescriptor MakeNewFile(std::string& name) const;
     bool TakeOver(const CDescriptor& file) const;
     bool Replace(const std::string& document);
@@ -81,7 +85,7 @@ private:
     std::string m_path;
     std::string m_name; ///< in its folder
     CDescriptor m_folder;
-    CDescriptor m_nameLock;
+    CStateLock m_nameLock;              ///< goes before its folder
     CDescriptor m_file;                 ///< holds the lock of the file itself
     std::optional<struct stat> m_owner; ///< of the file there was last, and its mode
 };

@@ -85,9 +85,9 @@ Value SteeringOperationsC::WhyRefused(const std::string& operation)
     return reason.empty() ? nullptr : std::make_unique<BAtomC>(reason);
 }
 
-bool SteeringOperationsC::SimulatorKeeps()
+int SteeringOperationsC::SimulatorKeeps()
 {
-    return m_kept.OutlivesRestart();
+    return static_cast<int>(m_kept.Keeping());
 }
 
 void SteeringOperationsC::SetReverseEngageEnabled(bool enabled, bool keep)

@@ -8,7 +8,11 @@
 #include <asio/post.hpp>
 #include <pthread.h>
 
+#include "runtime/ListAccess.h"
+
 namespace {
+
+const char* const kDisengaged = "steering was ended by hand meanwhile";
 
 /// About what is discarded at a time; what is not large does no harm there.
 constexpr std::size_t kDiscardedBytes = std::size_t{1} << 20U;
@@ -93,6 +97,20 @@ WorkQueueC::Ticket WorkQueueC::Add(Attempt attempt, EAsker asker)
     return task->ticket;
 }
 
+std::shared_ptr<const BListC> WorkQueueC::Keep(std::unique_ptr<BListC> arguments)
+{
+    if (BListAccessC::IsPlain(*arguments)) // a block or two, whoever destroys them
+        return arguments;
+    return {arguments.release(), [&loop = m_loop, gradual = m_gradual](BListC* list) {
+                std::unique_ptr<BListC> owner(list);
+                asio::post(loop, [gradual, owner = std::move(owner)]() mutable {
+                    GradualDisposerC::Remains remains;
+                    remains.message.arguments = std::move(owner);
+                    gradual->Destroy(std::move(remains), kDiscardedBytes);
+                });
+            }};
+}
+
 /// In the round after the one that is under way, or after the last that has one of the page.
 void WorkQueueC::Place(const std::shared_ptr<Task>& task)
 {
@@ -121,6 +139,14 @@ void WorkQueueC::Forget(Ticket ticket)
         m_tasks.erase(found);
     } else if ((*found)->job && (*found)->job->kind == EWork::Query) {
         (*found)->job->stop = true;
+    }
+}
+
+void WorkQueueC::EndAsDisengaged(Ticket ticket)
+{
+    for (const std::shared_ptr<Task>& task : m_tasks) {
+        if (task->ticket == ticket)
+            EndChange(*task, kDisengaged);
     }
 }
 
@@ -271,7 +297,7 @@ void WorkQueueC::Disengaged()
     Discard(std::exchange(m_prepared, nullptr));
     for (const std::shared_ptr<Task>& task : m_tasks) {
         if (task != m_present)
-            EndChange(*task, "steering was ended by hand meanwhile");
+            EndChange(*task, kDisengaged);
     }
     if (m_disengaged)
         m_disengaged();

@@ -15,6 +15,7 @@
 #include <asio/thread_pool.hpp>
 
 #include "runtime/Disposer.h"
+#include "runtime/GradualDisposer.h"
 #include "simulator/guidance/LongWork.h"
 
 /// Has long calculations made on a thread of its own, and the operations that need them wait for
@@ -57,9 +58,15 @@ public:
 
     /// Queues an operation that has thrown CWorkPending.
     Ticket Add(Attempt attempt, EAsker asker = EAsker::Client);
+    /// Keeps what an operation works on: it is destroyed on the loop, little by little, wherever
+    /// the last who shares it lets it go.
+    std::shared_ptr<const BListC> Keep(std::unique_ptr<BListC> arguments);
     /// Drops an operation of which nobody wants the answer any more. The one that is at its work
     /// goes on when it is a change of the line, which has been asked for.
     void Forget(Ticket ticket);
+    /// Ends an operation without effect, if it is a change: steering has been ended by hand after
+    /// it was asked for, and before it was queued.
+    void EndAsDisengaged(Ticket ticket);
     /// Calls an operation with all calculations made on the spot, however long they take.
     void CallOnTheSpot(const Attempt& attempt);
     /// How many operations are at their work or wait for it.
@@ -99,6 +106,7 @@ private:
     Ticket m_lastTicket = 0;
     bool m_onTheSpot = false;
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true); ///< for what comes back late
+    std::shared_ptr<GradualDisposerC> m_gradual = std::make_shared<GradualDisposerC>(m_loop);
     DisposerC m_disposer;
     asio::thread_pool m_thread{1};
 };

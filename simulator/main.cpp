@@ -165,10 +165,11 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     if (kept.file) {
         keep = [&saver](const KeptValues& values) { saver->Keep(values); };
     }
+    const KeepState keepState = [&saver] { return saver->State(); };
     ServiceLinkC link(
         loop,
         {options.simulation, kept.values, keep, options.httpPort ? trail.Sink() : EventSink(),
-         log.Sink()},
+         log.Sink(), nullptr, keepState},
         [&limited](ClientNumber client) { limited.Serve(client); }, LimitsOf(options));
     std::optional<LivePageC> page;
     if (options.httpPort) {

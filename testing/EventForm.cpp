@@ -14,7 +14,7 @@ struct EventForm
     bool mayBeMore;
 };
 
-/// The events of the service, and how many elements they have.
+/// The events of the service, and how many elements they have, each a number.
 const EventForm kEvents[] = {
     {"cb_engage_status", 5, false},
     {"cb_guidance_status", 4, false},
@@ -26,13 +26,44 @@ const EventForm kEvents[] = {
     {"cb_draw_points", 1, true},
 };
 
+/// How many points to draw an event announces; 0 for another event.
+int PointsAnnounced(const EventForm& form, const BListC& payload)
+{
+    const bool hasPoints = form.name == std::string("cb_draw_points") && payload.Size() > 0;
+    return hasPoints ? payload.GetInt(0) : 0;
+}
+
 /// How many elements the event must have; of points to draw, two for each that is announced.
 int ElementsNeeded(const EventForm& form, const BListC& payload)
 {
     constexpr int kMostPoints = 1'000'000; // so that no announcement overflows
-    const bool hasPoints = form.name == std::string("cb_draw_points") && payload.Size() > 0;
-    const int points = hasPoints ? std::clamp(payload.GetInt(0), 0, kMostPoints) : 0;
-    return form.elements + 2 * points;
+    return form.elements + 2 * std::clamp(PointsAnnounced(form, payload), 0, kMostPoints);
+}
+
+bool IsNumber(EBElementType type)
+{
+    return type == EBElementType::Integer || type == EBElementType::Double;
+}
+
+/// What is wrong with an event of the service, in words that "pushed" precedes; empty for nothing.
+std::string Fault(const EventForm& form, const BListC& payload)
+{
+    const int needed = ElementsNeeded(form, payload);
+    for (int place = 0; place < std::min(needed, payload.Size()); ++place) {
+        if (!IsNumber(payload.TypeAt(place))) {
+            return "with something else than a number as element " + std::to_string(place + 1);
+        }
+    }
+    if (PointsAnnounced(form, payload) < 0) {
+        return "with a negative number of points";
+    }
+    if (payload.Size() < needed) {
+        return "with too few elements, of " + std::to_string(needed);
+    }
+    if (payload.Size() > needed && !form.mayBeMore) {
+        return "with too many elements, of " + std::to_string(needed);
+    }
+    return {};
 }
 
 } // namespace
@@ -52,14 +83,8 @@ std::string ProblemOfPush(const std::string& event, const BListC& payload, std::
     if (!isKnown) {
         return {};
     }
-    const int needed = ElementsNeeded(*form, payload);
-    if (payload.Size() < needed) {
-        return "pushed with too few elements, of " + std::to_string(needed) + ": " + push;
-    }
-    if (payload.Size() > needed && !form->mayBeMore) {
-        return "pushed with too many elements, of " + std::to_string(needed) + ": " + push;
-    }
-    return {};
+    const std::string fault = Fault(*form, payload);
+    return fault.empty() ? fault : "pushed " + fault + ": " + push;
 }
 
 } // namespace Kestrove::Testing

@@ -130,7 +130,8 @@ public:
 
     /// Pushes an event to every client that has subscribed to it. Problems() shows one to which
     /// nobody has subscribed (yet: see WaitForSubscriptions()), as when its name is misspelt, and
-    /// one of the service's that has an element too few or too many for the client to take it.
+    /// one of the service's that has an element too few or too many for the client to take it, or
+    /// something else where the client reads a number.
     ///
     /// @param event its name.
     /// @param payload its elements, in order.

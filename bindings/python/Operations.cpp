@@ -88,10 +88,12 @@ void DefineEngageSettings(COperations operations)
         .Add("get_low_speed_engage_enabled", &Api::GetLowSpeedEngageEnabled,
              "Whether steering may be engaged at low speed; False also on failure.")
         .Add("set_low_speed_engage_timeout", &Api::SetLowSpeedEngageTimeout,
-             "Sets how long, in seconds, the machine may stay engaged at low speed.",
+             "Sets how long, in seconds, steering stays engaged at low speed where engaging there "
+             "is off.",
              Named("timeout_seconds"), Persist())
         .Add("get_low_speed_engage_timeout", &Api::GetLowSpeedEngageTimeout,
-             "How long, in seconds, the machine may stay engaged at low speed; 0.0 on failure.")
+             "How long, in seconds, steering stays engaged at low speed where engaging there is "
+             "off; 0.0 on failure.")
         .Add("set_look_ahead_time", &Api::SetLookAheadTime,
              "Sets how far ahead of the machine, in seconds, the controller aims.",
              Named("look_ahead_seconds"), Persist())

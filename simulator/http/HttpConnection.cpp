@@ -1,6 +1,7 @@
 #include "simulator/http/HttpConnection.h"
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 #include <poll.h>
@@ -9,79 +10,23 @@
 #include <asio/buffer.hpp>
 #include <asio/error.hpp>
 
-#include "simulator/http/PageValues.h"
+#include "simulator/http/AnswerHead.h"
 
 namespace {
 
 // For what the peer still sends after its answer.
 constexpr std::chrono::milliseconds kEnding(500);
 constexpr std::size_t kMostDrained = 8 * 1024 * 1024;
-// So much is read at once, and so often before others have their turn.
+// So much is read of what comes behind a request before its answer.
+constexpr std::size_t kMostBehind = 64 * 1024;
+// So much is read at once, before others have their turn.
 constexpr std::size_t kReadBytes = 16 * 1024;
-constexpr int kReadsPerTurn = 16;
 // The system doubles it.
 constexpr int kSendBufferOfAStream = 8 * 1024;
 // A peer of a stream that has not read so much is sent no more: some fifty states.
 constexpr std::size_t kMostUnread = 32 * 1024;
 
-const char* ReasonOf(int status)
-{
-    switch (status) {
-    case 200:
-        return "OK";
-    case 400:
-        return "Bad Request";
-    case 403:
-        return "Forbidden";
-    case 404:
-        return "Not Found";
-    case 405:
-        return "Method Not Allowed";
-    case 409:
-        return "Conflict";
-    case 411:
-        return "Length Required";
-    case 413:
-        return "Content Too Large";
-    case 415:
-        return "Unsupported Media Type";
-    case 431:
-        return "Request Header Fields Too Large";
-    case 500:
-        return "Internal Server Error";
-    default:
-        return "Service Unavailable";
-    }
-}
-
-/// The status line and the headers that every answer has.
-std::string HeadOf(int status, const std::string& type)
-{
-    return "HTTP/1.1 " + std::to_string(status) + " " + ReasonOf(status) +
-           "\r\nCache-Control: no-store\r\n"
-           "Connection: close\r\n"
-           "Content-Security-Policy: default-src 'self'; base-uri 'none'; form-action 'none'; "
-           "frame-ancestors 'none'\r\n"
-           "Content-Type: " +
-           type +
-           "\r\n"
-           "Cross-Origin-Resource-Policy: same-origin\r\n"
-           "X-Content-Type-Options: nosniff\r\n";
-}
-
 } // namespace
-
-ServedAnswer RefusalOf(int status, const std::string& reason)
-{
-    ServedAnswer answer;
-    answer.status = status;
-    answer.type = "application/json";
-    answer.body = std::make_shared<const std::string>(ErrorJson(reason));
-    if (status == 405) {
-        answer.headers.emplace_back("Allow", "GET, POST");
-    }
-    return answer;
-}
 
 HttpConnectionC::HttpConnectionC(asio::ip::tcp::socket socket, const HttpPatience& patience,
                                  HttpConnectionOwnerC& owner)
@@ -92,11 +37,28 @@ HttpConnectionC::HttpConnectionC(asio::ip::tcp::socket socket, const HttpPatienc
 
 void HttpConnectionC::Start()
 {
+    // In a flood many have gone before they are read: that is found out at a fraction of the cost
+    // of reading them, so that those behind them do not wait.
+    if (IsGivenUp()) {
+        Close();
+        return;
+    }
     asio::error_code error;
     m_socket.non_blocking(true, error);
     m_socket.set_option(asio::ip::tcp::no_delay(true), error);
     Limit(Clock::now() + m_patience.firstByte);
     Read();
+}
+
+/// Whether the peer has closed its side of what begins as a POST.
+bool HttpConnectionC::IsGivenUp()
+{
+    constexpr std::string_view kPost = "POST";
+    std::array<char, kPost.size()> start{};
+    return HasGone() &&
+           ::recv(m_socket.native_handle(), start.data(), start.size(), MSG_PEEK | MSG_DONTWAIT) ==
+               static_cast<ssize_t>(start.size()) &&
+           std::string_view(start.data(), start.size()) == kPost;
 }
 
 bool HttpConnectionC::HasGone() const
@@ -136,49 +98,73 @@ void HttpConnectionC::WaitToRead()
     m_socket.async_wait(asio::socket_base::wait_read,
                         [self = shared_from_this()](const asio::error_code& error) {
                             self->m_isWaitingToRead = false;
-                            if (!error && self->m_stage != EStage::Closed) {
+                            if (error || self->m_stage == EStage::Closed) {
+                                return;
+                            }
+                            if (self->ReadsInTurns()) {
+                                self->m_owner.AskForTurn(self);
+                            } else {
                                 self->Read();
                             }
                         });
 }
 
+/// Whether what comes is read only when all others have been looked at since the last such turn of
+/// anybody. A short request is there after one or two portions, and behind its end little is read.
+bool HttpConnectionC::ReadsInTurns() const
+{
+    return m_stage == EStage::Reading ? m_reader.IsWithinLongBody() : m_stage != EStage::Waiting;
+}
+
+void HttpConnectionC::GiveTurn()
+{
+    if (m_stage != EStage::Closed) {
+        Read();
+    }
+}
+
 void HttpConnectionC::Read()
 {
     std::array<char, kReadBytes> bytes; // NOLINT(cppcoreguidelines-pro-type-member-init)
-    for (int count = 0; count < kReadsPerTurn; ++count) {
-        asio::error_code error;
-        const std::size_t size = m_socket.read_some(asio::buffer(bytes), error);
-        if (error == asio::error::would_block) {
-            break;
-        }
-        if (error) {
-            // A peer that has said all may still listen for its answer, but not for a stream.
-            if (m_stage != EStage::Waiting && m_stage != EStage::Answering) {
-                Close();
-            }
-            return;
-        }
-        Take(bytes.data(), size);
-        if (m_stage == EStage::Closed) {
-            return;
-        }
+    asio::error_code error;
+    const std::size_t size = m_socket.read_some(asio::buffer(bytes), error);
+    if (error && error != asio::error::would_block) {
+        InputEnded(error);
+        return;
     }
-    // What comes while an answer is waited for stays with the system.
-    if (m_stage != EStage::Waiting && m_stage != EStage::Answering) {
+    if (!error) {
+        Take(bytes.data(), size);
+    }
+    if (m_stage != EStage::Closed && IsReading()) {
         WaitToRead();
+    }
+}
+
+/// Whether what the peer sends is read now. What comes behind a request is, up to a limit, while
+/// its answer is waited for: else nobody would notice that the peer has gone.
+bool HttpConnectionC::IsReading() const
+{
+    return m_stage == EStage::Waiting ? m_drained < kMostBehind : m_stage != EStage::Answering;
+}
+
+/// A peer that has said all may still listen for its answer, but not for a stream.
+void HttpConnectionC::InputEnded(const asio::error_code& error)
+{
+    const bool mayListen =
+        m_stage == EStage::Answering || (m_stage == EStage::Waiting && Request().method != "POST");
+    if (error != asio::error::eof || !mayListen) {
+        Close();
     }
 }
 
 void HttpConnectionC::Take(const char* bytes, std::size_t count)
 {
     using ERead = RequestReaderC::EStage;
-    if (m_stage == EStage::Ending) {
+    if (m_stage != EStage::Reading) {
         m_drained += count;
-        if (m_drained > kMostDrained) {
+        if (m_drained > kMostDrained && m_stage == EStage::Ending) {
             Close();
         }
-    }
-    if (m_stage != EStage::Reading) {
         return;
     }
     if (!m_anythingCame) {
@@ -212,13 +198,22 @@ void HttpConnectionC::GoOnFrom(RequestReaderC::EStage read)
         m_stage = EStage::Waiting;
         m_timer.cancel();
         m_owner.Serve(shared_from_this());
+        CountHeld();
     } else if (read == ERead::Malformed) {
         Refuse(400, "not a request");
     } else if (read == ERead::HeadTooLong) {
         Refuse(431, "the head of the request has more than " +
                         std::to_string(RequestReaderC::kMostHeadBytes) + " bytes");
     } else {
-        m_owner.Grown();
+        CountHeld();
+    }
+}
+
+void HttpConnectionC::CountHeld()
+{
+    const std::size_t held = m_reader.Held();
+    if (held > m_counted) {
+        m_owner.Grown(held - std::exchange(m_counted, held));
     }
 }
 
@@ -242,7 +237,7 @@ void HttpConnectionC::Answer(const ServedAnswer& answer)
     m_body = Request().method == "HEAD" ? std::make_shared<const std::string>() : answer.body;
     Limit(Clock::now() + m_patience.answer);
     Write();
-    m_owner.Grown();
+    m_owner.Grown(Held());
 }
 
 void HttpConnectionC::Stream(Source source, PeerSocketC& peers, std::function<void()> ended)
@@ -357,6 +352,12 @@ std::chrono::milliseconds HttpConnectionC::Untaken() const
 {
     const bool waits = m_isWriting || m_isHeldBack;
     const auto since = waits ? Clock::now() - m_lastTaken : Clock::duration(0);
+    return std::chrono::duration_cast<std::chrono::milliseconds>(since);
+}
+
+std::chrono::milliseconds HttpConnectionC::Idle(Clock::time_point now) const
+{
+    const auto since = now - (m_stage == EStage::Reading ? m_start : m_lastTaken);
     return std::chrono::duration_cast<std::chrono::milliseconds>(since);
 }
 

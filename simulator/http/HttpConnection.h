@@ -13,6 +13,7 @@
 #include <asio/steady_timer.hpp>
 
 #include "runtime/PeerSocket.h"
+#include "simulator/http/AnswerHead.h"
 #include "simulator/http/RequestCheck.h"
 #include "simulator/http/RequestReader.h"
 
@@ -38,8 +39,13 @@ public:
     /// A request has come whole. It is answered by HttpConnectionC::Answer() or Stream(), now or
     /// later.
     virtual void Serve(const std::shared_ptr<HttpConnectionC>& connection) = 0;
-    /// Something has come of a body, or an answer waits: more memory is held.
-    virtual void Grown() = 0;
+    /// There is something to read that is long, or that nobody waits for: GiveTurn() of the
+    /// connection is to be called once, in its turn.
+    virtual void AskForTurn(const std::shared_ptr<HttpConnectionC>& connection) = 0;
+    /// Something has come of a request, or an answer waits: more memory is held.
+    ///
+    /// @param more bytes.
+    virtual void Grown(std::size_t more) = 0;
     /// The connection has ended.
     virtual void Ended(HttpConnectionC& connection) = 0;
 
@@ -49,7 +55,11 @@ protected:
 
 /// One connection, which carries one request: reads it, writes its answer or a stream, and reads
 /// away what still comes before it closes, so that closing does not take the answer from the peer.
-/// No wait is without a limit, and none holds up anybody else.
+/// A peer that closes its side before a POST is answered has given that up: its connection ends at
+/// once. One that asks for something else may still listen for the answer. No wait is without a
+/// limit, and none holds up anybody else. What comes is read in portions of 16 KiB, one at a time:
+/// a head and a short body as soon as they are there, a long body and what nobody waits for when
+/// the owner gives it a turn.
 ///
 /// Thread safety: none, but for HasGone(); lives on the thread that runs its loop. Lifetime: shared
 /// by its owner and by the operations under way.
@@ -75,10 +85,12 @@ public:
 
     /// Begins to read; what has come already is read now.
     void Start();
+    /// Reads one portion of what it has asked for a turn for.
+    void GiveTurn();
     EStage Stage() const { return m_stage; }
     const ServedRequest& Request() const { return m_reader.Request(); }
     /// The body of the request, to keep; the request has none then.
-    std::string TakeBody() { return m_reader.TakeBody(); }
+    RequestBodyC TakeBody() { return m_reader.TakeBody(); }
     /// Whether the peer has closed its side, or is gone. May be asked on any thread.
     bool HasGone() const;
 
@@ -102,6 +114,8 @@ public:
     /// all.
     std::chrono::milliseconds Untaken() const;
 
+    /// For how long its request has been coming, or nothing has been taken of its answer.
+    std::chrono::milliseconds Idle(std::chrono::steady_clock::time_point now) const;
     /// How much memory is held for this connection alone, bytes.
     std::size_t Held() const;
     /// Closes at once.
@@ -112,10 +126,15 @@ private:
 
     void Limit(Clock::time_point until);
     void WaitToRead();
+    bool ReadsInTurns() const;
     void Read();
+    void InputEnded(const asio::error_code& error);
+    bool IsReading() const;
+    bool IsGivenUp();
     void Take(const char* bytes, std::size_t count);
     void HeadHasCome();
     void GoOnFrom(RequestReaderC::EStage read);
+    void CountHeld();
     void Refuse(int status, const std::string& reason);
     void Write();
     void WaitToWrite();
@@ -128,13 +147,15 @@ private:
     HttpConnectionOwnerC& m_owner;
     RequestReaderC m_reader;
     EStage m_stage = EStage::Reading;
+    Clock::time_point m_start = Clock::now();
     bool m_anythingCame = false;
     bool m_isWaitingToRead = false;
     bool m_isKept = false;
-    std::string m_head; ///< of the answer; or what is being sent of the stream
+    std::size_t m_counted = 0; ///< of what is held of the request, when the owner last heard of it
+    std::string m_head;        ///< of the answer; or what is being sent of the stream
     ServedAnswer::Body m_body;
-    std::size_t m_sent = 0; ///< of both
-    std::size_t m_drained = 0;
+    std::size_t m_sent = 0;    ///< of both
+    std::size_t m_drained = 0; ///< of what came behind the request
     Source m_source;
     std::function<void()> m_ended;
     bool m_isWriting = false;
@@ -145,8 +166,5 @@ private:
     mutable std::mutex m_closing; ///< the socket is closed, and looked at from elsewhere, under it
     bool m_isClosed = false;      ///< guarded by m_closing
 };
-
-/// Writes {"error": reason} as an answer.
-ServedAnswer RefusalOf(int status, const std::string& reason);
 
 #endif

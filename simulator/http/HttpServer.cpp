@@ -1,12 +1,12 @@
 #include "simulator/http/HttpServer.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <exception>
 #include <utility>
 
 #include <asio/error.hpp>
+#include <asio/post.hpp>
 
 namespace {
 
@@ -15,20 +15,31 @@ constexpr int kAttemptsAtAFreePort = 20;
 
 using EStage = HttpConnectionC::EStage;
 
-// In this order connections are closed for others; who listens to a stream is not. One that is only
-// read empty has had its answer; what waits for the service is cut off last.
-constexpr std::array<EStage, 4> kClosedForOthers{EStage::Ending, EStage::Reading, EStage::Answering,
-                                                 EStage::Waiting};
-
-/// Where a connection comes among those that are closed for others; the end for one that is not.
-std::size_t PlaceOf(const HttpConnectionC& connection)
+// In this order connections are closed for others.
+enum class EWorth
 {
-    const EStage stage = connection.Stage();
-    if (stage == EStage::Waiting && connection.IsKept()) {
-        return kClosedForOthers.size();
+    HasItsAnswer, // and is only read empty
+    SlowToAsk,
+    SlowToTake,
+    OneOfManyAsking,
+    Answered,
+    Stays,
+};
+
+EWorth WorthOf(const HttpConnectionC& connection, std::chrono::steady_clock::time_point now,
+               bool areManyAsking)
+{
+    const bool isSlow = connection.Idle(now) >= HttpServerC::kYoung;
+    switch (connection.Stage()) {
+    case EStage::Ending:
+        return EWorth::HasItsAnswer;
+    case EStage::Reading:
+        return isSlow ? EWorth::SlowToAsk : areManyAsking ? EWorth::OneOfManyAsking : EWorth::Stays;
+    case EStage::Answering:
+        return isSlow ? EWorth::SlowToTake : EWorth::Answered;
+    default:
+        return EWorth::Stays;
     }
-    const auto place = std::find(kClosedForOthers.begin(), kClosedForOthers.end(), stage);
-    return static_cast<std::size_t>(place - kClosedForOthers.begin());
 }
 
 bool IsLacking(const asio::error_code& error)
@@ -84,7 +95,7 @@ asio::error_code HttpServerC::Open(const asio::ip::address& address, std::uint16
     // Where the descriptors of the process have run out one is given up for each that comes.
     const auto listener = std::make_shared<ServerListenerC>(
         m_loop, [this](asio::ip::tcp::socket socket) { Take(std::move(socket)); },
-        [this](const asio::error_code&) { CloseOldest(); });
+        [this](const asio::error_code&) { CloseOldest(); }, [this] { return MakeRoom(); });
     const asio::error_code error = listener->Open(address, port);
     if (!error) {
         m_listeners.push_back(listener);
@@ -110,32 +121,46 @@ void HttpServerC::Close()
 
 void HttpServerC::Take(asio::ip::tcp::socket socket)
 {
-    if (m_connections.size() >= kMostConnections && !CloseOldest()) {
-        return;
-    }
     const auto connection = std::make_shared<HttpConnectionC>(std::move(socket), m_patience, *this);
     m_connections.push_back(connection);
     connection->Start();
 }
 
+/// Before a connection is taken. It is the system that keeps those for which there is no room.
+ServerListenerC::ERoom HttpServerC::MakeRoom()
+{
+    const bool hasRoom = m_connections.size() < kMostConnections || CloseOldest();
+    return hasRoom ? ServerListenerC::ERoom::Free : ServerListenerC::ERoom::None;
+}
+
 bool HttpServerC::CloseOldest()
 {
-    const auto first = std::min_element(
-        m_connections.begin(), m_connections.end(),
-        [](const auto& one, const auto& other) { return PlaceOf(*one) < PlaceOf(*other); });
-    if (first == m_connections.end() || PlaceOf(**first) == kClosedForOthers.size()) {
-        return false;
+    const auto asking =
+        std::count_if(m_connections.begin(), m_connections.end(),
+                      [](const auto& one) { return one->Stage() == EStage::Reading; });
+    const bool areMany = static_cast<std::size_t>(asking) > kMostConnections / 2;
+    const auto now = std::chrono::steady_clock::now();
+    std::shared_ptr<HttpConnectionC> closed;
+    EWorth least = EWorth::Stays;
+    for (const std::shared_ptr<HttpConnectionC>& one : m_connections) {
+        const EWorth worth = WorthOf(*one, now, areMany);
+        if (worth < least) {
+            least = worth;
+            closed = one;
+        }
     }
-    const std::shared_ptr<HttpConnectionC> closed = *first;
-    closed->Close();
-    return true;
+    if (closed) {
+        closed->Close();
+    }
+    return closed != nullptr;
 }
 
 bool HttpServerC::CloseGreediest()
 {
     std::shared_ptr<HttpConnectionC> greediest;
     for (const std::shared_ptr<HttpConnectionC>& one : m_connections) {
-        const bool mayBeClosed = PlaceOf(*one) < kClosedForOthers.size();
+        const bool isKept = one->Stage() == EStage::Waiting && one->IsKept();
+        const bool mayBeClosed = one->Stage() != EStage::Streaming && !isKept;
         if (mayBeClosed && (!greediest || one->Held() > greediest->Held())) {
             greediest = one;
         }
@@ -170,13 +195,51 @@ void HttpServerC::Serve(const std::shared_ptr<HttpConnectionC>& connection)
     }
 }
 
-void HttpServerC::Grown()
+void HttpServerC::AskForTurn(const std::shared_ptr<HttpConnectionC>& connection)
 {
-    while (Held() > kMostHeld && CloseGreediest()) {
+    m_turns.push_back(connection);
+    if (!m_givesTurns) {
+        GiveTurns();
+    }
+}
+
+/// One after the next look at what has come, and so on until nobody waits.
+void HttpServerC::GiveTurns()
+{
+    m_givesTurns = !m_turns.empty();
+    if (!m_givesTurns) {
+        return;
+    }
+    asio::post(m_loop, [this] {
+        if (!m_turns.empty()) {
+            const std::shared_ptr<HttpConnectionC> next = m_turns.front();
+            m_turns.pop_front();
+            next->GiveTurn();
+        }
+        GiveTurns();
+    });
+}
+
+/// All are asked only when they may hold too much together, not for each portion.
+void HttpServerC::Grown(std::size_t more)
+{
+    m_heldAtMost += more;
+    while (m_heldAtMost > kMostHeld) {
+        m_heldAtMost = Held();
+        if (m_heldAtMost <= kMostHeld || !CloseGreediest()) {
+            return;
+        }
     }
 }
 
 void HttpServerC::Ended(HttpConnectionC& connection)
 {
-    m_connections.remove_if([&connection](const auto& one) { return one.get() == &connection; });
+    const auto isIt = [&connection](const auto& one) { return one.get() == &connection; };
+    for (Connections* list : {&m_turns, &m_connections}) {
+        // Most that end are among the oldest.
+        const auto found = std::find_if(list->begin(), list->end(), isIt);
+        if (found != list->end()) {
+            list->erase(found);
+        }
+    }
 }

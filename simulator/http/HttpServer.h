@@ -1,6 +1,7 @@
 #ifndef KESTROVE_SIMULATOR_HTTP_HTTPSERVER_H
 #define KESTROVE_SIMULATOR_HTTP_HTTPSERVER_H
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -17,12 +18,17 @@
 
 /// Serves HTTP on the loopback addresses, by events, on whatever thread runs the loop.
 ///
-/// Connections and what is held for them are bounded, and who comes is served all the same: when
-/// the connections run out, or the descriptors of the process, the oldest that has had its answer
-/// goes, or else the oldest that has not completed its request, or else the oldest that is being
-/// answered, or else the oldest that waits for its answer; when the memory does, the one that holds
-/// the most. A stream and a request that is kept (HttpConnectionC::Keep()) stay: who comes while
-/// nothing else is there is not let in.
+/// Connections and what is held for them are bounded, and who comes is served all the same. When
+/// the connections run out, or the descriptors of the process, the oldest goes of those that have
+/// had their answer, or else of those whose request has not been completed within kYoung, or else
+/// of those that have taken nothing of their answer for as long, or else of those whose request is
+/// coming, while they are more than half of all, or else of those that are being answered. Whose
+/// request is complete stays, and so does a stream: while nothing else is there, who comes waits
+/// in the system's queue, which is in order. When the memory runs out, the one that holds the most
+/// goes, but for a stream and a request that is kept (HttpConnectionC::Keep()).
+///
+/// Long bodies, and what comes behind a request, are read in turns: one portion of one connection
+/// between two looks at all that has come. So a short request waits for none of them.
 ///
 /// Thread safety: none; Listen() before the loop runs, the rest on the thread that runs it.
 class HttpServerC final : public HttpConnectionOwnerC
@@ -31,6 +37,8 @@ public:
     /// How many connections there are at once. A process may have 1024 descriptors as a rule, and
     /// the service's own clients need some.
     static constexpr std::size_t kMostConnections = 256;
+    /// For so long a request may be coming before it gives way to others.
+    static constexpr std::chrono::milliseconds kYoung{1000};
     /// How much memory is held for all of them together, bytes.
     static constexpr std::size_t kMostHeld = 32 * 1024 * 1024;
 
@@ -62,12 +70,15 @@ private:
     std::string ListenOnBoth(std::uint16_t port);
     asio::error_code Open(const asio::ip::address& address, std::uint16_t port);
     void Take(asio::ip::tcp::socket socket);
+    ServerListenerC::ERoom MakeRoom();
     bool CloseOldest();
     bool CloseGreediest();
     std::size_t Held() const;
     HttpRefusal Check(const ServedRequest& request) override;
     void Serve(const std::shared_ptr<HttpConnectionC>& connection) override;
-    void Grown() override;
+    void AskForTurn(const std::shared_ptr<HttpConnectionC>& connection) override;
+    void GiveTurns();
+    void Grown(std::size_t more) override;
     void Ended(HttpConnectionC& connection) override;
 
     asio::io_context& m_loop;
@@ -75,6 +86,9 @@ private:
     Handlers m_handlers;
     std::vector<std::shared_ptr<ServerListenerC>> m_listeners;
     Connections m_connections; ///< the oldest first
+    Connections m_turns;       ///< those that wait for their turn, in its order
+    bool m_givesTurns = false;
+    std::size_t m_heldAtMost = 0; ///< it may be less: what has ended or shrunk is not taken off
 };
 
 #endif

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <ctime>
 #include <iterator>
 #include <utility>
 
@@ -16,6 +17,15 @@ namespace {
 constexpr int kNeighbours = 3;
 
 } // namespace
+
+LinePainterC::LinePainterC(ProcessorClock processor) : m_processor(std::move(processor)) {}
+
+double LinePainterC::UsedByThisThread()
+{
+    timespec time = {};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
 
 bool LinePainterC::BelongsToPicture(const LineDrawing& drawing) const
 {
@@ -82,22 +92,37 @@ std::vector<Point> LinePainterC::PointsOf(int pass) const
     return shape ? PolylineOf(*shape, shape->StationFromBase(station)) : std::vector<Point>();
 }
 
-std::optional<LinePainterC::TimePoint> LinePainterC::Draw(TimePoint now)
+void LinePainterC::SaveUp(TimePoint now)
 {
     const std::chrono::duration<double> passed = now - m_lastDraw.value_or(now);
     m_savedBytes = std::min(kMostSavedBytes, m_savedBytes + kBytesASecond * passed.count());
+    m_savedSeconds =
+        std::min(kMostSavedSeconds, m_savedSeconds + kShareOfAProcessor * passed.count());
     m_lastDraw = now;
+}
+
+/// Until something may be drawn again; below 0 when it may be now.
+double LinePainterC::SecondsToWait() const
+{
+    return std::max(-m_savedBytes / kBytesASecond, -m_savedSeconds / kShareOfAProcessor);
+}
+
+std::optional<LinePainterC::TimePoint> LinePainterC::Draw(TimePoint now)
+{
+    SaveUp(now);
     for (const int pass : WantedPasses()) {
         if (m_drawn.count(pass) > 0) {
             continue;
         }
-        if (m_savedBytes < 0.0) {
-            const std::chrono::duration<double> pause(-m_savedBytes / kBytesASecond);
+        const std::chrono::duration<double> pause(SecondsToWait());
+        if (pause.count() > 0.0) {
             return now + std::chrono::duration_cast<std::chrono::milliseconds>(pause) +
                    std::chrono::milliseconds(1);
         }
+        const double used = m_processor();
         m_drawn[pass] = std::make_shared<const std::string>(PointsJson(PointsOf(pass)).dump());
         m_savedBytes -= static_cast<double>(m_drawn[pass]->size());
+        m_savedSeconds -= m_processor() - used;
     }
     return std::nullopt;
 }

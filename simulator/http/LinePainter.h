@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -14,19 +15,29 @@
 
 /// Draws the line and the passes around the machine, each pass once, and no more bytes a second
 /// than a viewer's link is to carry: a machine that crosses a field of long curves comes to new
-/// passes faster than they could be sent. The followed pass comes first, then the line, then the
-/// nearest.
+/// passes faster than they could be sent. Nor does it take more of a processor than a small share,
+/// though the passes of a jagged curve take long. The followed pass comes first, then the line,
+/// then the nearest.
 ///
 /// Thread safety: none.
 class LinePainterC
 {
 public:
     using TimePoint = std::chrono::steady_clock::time_point;
+    /// Gives how many seconds of a processor the calling thread has used.
+    using ProcessorClock = std::function<double()>;
 
     /// How many bytes of points there are a second, over a longer time.
     static constexpr double kBytesASecond = 12000.0;
     /// How many of them may be saved up.
     static constexpr double kMostSavedBytes = 60000.0;
+    /// How much of a processor drawing takes, over a longer time.
+    static constexpr double kShareOfAProcessor = 0.015;
+    /// How many seconds of it may be saved up.
+    static constexpr double kMostSavedSeconds = 0.1;
+
+    /// @param processor may be replaced where the pace of the machine is not to matter.
+    explicit LinePainterC(ProcessorClock processor = UsedByThisThread);
 
     /// Has another drawing made, in place of the one before.
     void Take(LineDrawing drawing);
@@ -38,8 +49,9 @@ public:
     LinePicturePtr Picture() const;
 
 private:
-    struct Wanted;
-
+    static double UsedByThisThread();
+    void SaveUp(TimePoint now);
+    double SecondsToWait() const;
     bool BelongsToPicture(const LineDrawing& drawing) const;
     std::vector<int> WantedPasses() const;
     std::vector<Point> PointsOf(int pass) const;
@@ -48,7 +60,9 @@ private:
     std::vector<LineLabel> m_labels;
     std::uint64_t m_number = 0;
     std::map<int, std::shared_ptr<const std::string>> m_drawn; ///< of the present picture
+    ProcessorClock m_processor;
     double m_savedBytes = kMostSavedBytes;
+    double m_savedSeconds = kMostSavedSeconds; ///< of the processor
     std::optional<TimePoint> m_lastDraw;
 };
 

@@ -28,7 +28,7 @@ namespace {
 
 const char* const kJson = "application/json";
 // A body or a list that is longer than this is read or written aside.
-constexpr std::size_t kLongBody = 16 * 1024;
+constexpr std::size_t kLongBody = RequestReaderC::kLongBodyBytes;
 constexpr int kLongList = 500;
 // Of bodies that are long.
 constexpr int kMostAside = 4;
@@ -74,7 +74,8 @@ public:
         : m_core(core), m_trail(trail), m_feed([this] { CallViewers(); }),
           m_gate(loop, m_loop, times.command), m_commands(core, log), m_watch(loop, core, m_feed),
           m_viewers(m_loop, m_feed,
-                    {kMostViewers, times.heartbeat, times.slowViewer, times.oldViewer}),
+                    {kMostViewers, times.heartbeat, times.slowViewer, times.placeOfViewer,
+                     times.oldViewer}),
           m_server(m_loop, PatienceOf(times),
                    {[this](const ServedRequest& request) { return Check(request); },
                     [this](const ConnectionPtr& connection) { Serve(connection); }})
@@ -226,20 +227,21 @@ private:
     {
         const std::uint64_t arrival = ++m_lastArrival;
         std::shared_ptr<void> turn;
-        if (connection->Request().body.size() > kLongBody) {
+        if (connection->Request().body.Size() > kLongBody) {
             if (m_longCommands.use_count() > kMostAside) {
                 connection->Answer(RefusalOf(503, "too much is asked at once"));
                 return;
             }
             turn = m_longCommands;
         }
-        const auto body = std::make_shared<const std::string>(connection->TakeBody());
+        const auto body = std::make_shared<RequestBodyC>(connection->TakeBody());
         const bool isWayline = connection->Request().path == "/wayline";
         Do(
-            body->size() > kLongBody, connection,
+            body->Size() > kLongBody, connection,
             [this, body, isWayline] {
-                return std::make_shared<PageCommand>(isWayline ? PageCommandsC::ReadWayline(*body)
-                                                               : m_commands.ReadCommand(*body));
+                const std::string text = body->TakeText();
+                return std::make_shared<PageCommand>(isWayline ? PageCommandsC::ReadWayline(text)
+                                                               : m_commands.ReadCommand(text));
             },
             [this, connection, arrival, turn](const std::shared_ptr<PageCommand>& command) {
                 command->arrival = arrival;

@@ -16,9 +16,10 @@
 /// How long the live page waits for what.
 struct LivePageTimes
 {
-    std::chrono::milliseconds heartbeat{1000};  ///< of silence, before a viewer is sent a comment
-    std::chrono::milliseconds slowViewer{5000}; ///< without taking anything, before it gives way
-    std::chrono::milliseconds oldViewer{30000}; ///< of viewing, before it gives way
+    std::chrono::milliseconds heartbeat{1000};    ///< of silence, before a viewer is sent a comment
+    std::chrono::milliseconds slowViewer{5000};   ///< without taking anything, before it gives way
+    std::chrono::milliseconds placeOfViewer{500}; ///< waited for, before an old one gives way
+    std::chrono::milliseconds oldViewer{1000};    ///< of viewing, before it gives way
     std::chrono::milliseconds stalledPeer{120000}; ///< for a viewer to take anything
     std::chrono::milliseconds firstByte{2000};     ///< of a request
     std::chrono::milliseconds request{10000};      ///< for the whole of it

@@ -14,8 +14,8 @@
 /// runs the service's loop, to which the service core and the simulation belong, and hears when it
 /// is done. Neither thread waits for the other.
 ///
-/// A few pieces of work are begun by the service at once; others wait for their turn here, so that
-/// the service has its own turns between them. Thread safety: none; lives on the page's thread, or
+/// Some pieces of work are handed over at once and begun in turns of a millisecond, between which
+/// the service has its own; others wait here. Thread safety: none; lives on the page's thread, or
 /// where neither of the two loops runs.
 class LoopGateC
 {
@@ -40,8 +40,9 @@ public:
     using Then = std::function<void(EOutcome)>;
 
     /// How many pieces of work wait at once for the service to begin with them.
-    static constexpr std::size_t kMostUnderWay = 8;
-    /// How many wait here; when one more comes the oldest is not done.
+    static constexpr std::size_t kMostUnderWay = 64;
+    /// How many wait here; when one more comes the oldest is not done. As many as the page has
+    /// connections: they come no faster than they are served.
     static constexpr std::size_t kMostWaiting = 256;
 
     /// @param service, own the loops; must outlive this object.
@@ -62,8 +63,11 @@ public:
 private:
     struct Job;
     using JobPtr = std::shared_ptr<Job>;
+    struct Handed;
 
     void Begin(const JobPtr& job);
+    void CarryOut(const JobPtr& job);
+    static void WorkForATurn(const std::shared_ptr<Handed>& handed);
     void GiveUp(const JobPtr& job);
     void Leave(const JobPtr& job);
     void BeginNext();
@@ -75,6 +79,7 @@ private:
     std::set<JobPtr> m_jobs;
     std::deque<JobPtr> m_waiting;
     std::size_t m_underWay = 0;
+    std::shared_ptr<Handed> m_handed; ///< the service's thread's own
 };
 
 #endif

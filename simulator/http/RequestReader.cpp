@@ -30,9 +30,8 @@ RequestReaderC::EStage RequestReaderC::Take(const char* bytes, std::size_t count
         m_pending.append(bytes, count);
         m_stage = m_stage == EStage::Head ? ReadHead() : EStage::Headed;
     } else if (m_stage == EStage::Body) {
-        std::string& body = m_request.body;
-        body.append(bytes, std::min(count, m_bodyBytes - body.size()));
-        m_stage = body.size() < m_bodyBytes ? EStage::Body : EStage::Whole;
+        m_request.body.Append(bytes, count);
+        m_stage = m_request.body.IsWhole() ? EStage::Whole : EStage::Body;
     }
     return m_stage;
 }
@@ -65,7 +64,8 @@ void RequestReaderC::KeepHead()
         m_request.headers.emplace_back(LowerCase(std::string(field.name_string())),
                                        std::string(field.value()));
     }
-    m_bodyBytes = static_cast<std::size_t>(m_parser->head.content_length().value_or(0));
+    m_request.body =
+        RequestBodyC(static_cast<std::size_t>(m_parser->head.content_length().value_or(0)));
     m_parser.reset();
 }
 

@@ -17,6 +17,8 @@ class RequestReaderC
 public:
     /// The longest head, bytes.
     static constexpr std::size_t kMostHeadBytes = 16 * 1024;
+    /// A body that is announced to be longer is a long one.
+    static constexpr std::size_t kLongBodyBytes = 16 * 1024;
 
     enum class EStage
     {
@@ -36,10 +38,15 @@ public:
     /// Goes on to the body after the head.
     EStage ReadBody();
     const ServedRequest& Request() const { return m_request; }
+    /// Whether what comes next belongs to a body of more than kLongBodyBytes.
+    bool IsWithinLongBody() const
+    {
+        return m_stage == EStage::Body && m_request.body.Announced() > kLongBodyBytes;
+    }
     /// The body, to keep; the request has none then.
-    std::string TakeBody() { return std::exchange(m_request.body, {}); }
+    RequestBodyC TakeBody() { return std::exchange(m_request.body, RequestBodyC()); }
     /// How much memory is held, bytes.
-    std::size_t Held() const { return m_pending.capacity() + m_request.body.capacity(); }
+    std::size_t Held() const { return m_pending.capacity() + m_request.body.Held(); }
 
 private:
     struct Parser;
@@ -50,7 +57,6 @@ private:
     std::unique_ptr<Parser> m_parser;
     std::string m_pending; ///< what the parser has not used yet
     ServedRequest m_request;
-    std::size_t m_bodyBytes = 0;
     EStage m_stage = EStage::Head;
 };
 

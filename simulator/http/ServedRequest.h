@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "simulator/http/RequestBody.h"
+
 /// A text with the letters A to Z in lower case.
 inline std::string LowerCase(std::string text)
 {
@@ -25,7 +27,7 @@ struct ServedRequest
     std::string method;
     std::string path;                                         ///< without what follows a "?"
     std::vector<std::pair<std::string, std::string>> headers; ///< names in lower case
-    std::string body;
+    RequestBodyC body;
 
     /// How often a header is there.
     ///

@@ -1,6 +1,7 @@
 #include "simulator/http/Viewers.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 struct ViewersC::Viewer
@@ -12,8 +13,17 @@ struct ViewersC::Viewer
     bool greeted = false;
 };
 
+namespace {
+
+// Between two looks for places that somebody waits for.
+constexpr std::chrono::milliseconds kLookForPlaces(50);
+// So many times the waiting for a place, who has got none is refused.
+constexpr int kMostWaits = 3;
+
+} // namespace
+
 ViewersC::ViewersC(asio::io_context& loop, EventFeedC& feed, const Rules& rules)
-    : m_feed(feed), m_rules(rules), m_timer(loop)
+    : m_feed(feed), m_rules(rules), m_timer(loop), m_places(loop)
 {
 }
 
@@ -42,42 +52,99 @@ void ViewersC::Wake()
     }
 }
 
-void ViewersC::MakeRoom()
+void ViewersC::Add(const std::shared_ptr<HttpConnectionC>& connection)
 {
-    const std::list<ViewerPtr> viewers = m_viewers;
+    m_coming.push_back({connection, Clock::now()});
+    GivePlaces();
+    // As many wait as there are places. Those who have waited stay ahead of who comes.
+    if (m_coming.size() > m_rules.most) {
+        const Coming last = m_coming.back();
+        m_coming.pop_back();
+        Refuse(last.connection);
+    }
+    if (!m_coming.empty()) {
+        WaitForPlaces();
+    }
+}
+
+void ViewersC::WaitForPlaces()
+{
+    m_places.expires_after(std::min(kLookForPlaces, m_rules.wait));
+    m_places.async_wait([this](const asio::error_code& error) {
+        if (error) {
+            return;
+        }
+        GivePlaces();
+        if (!m_coming.empty()) {
+            WaitForPlaces();
+        }
+    });
+}
+
+void ViewersC::GivePlaces()
+{
     // A page that is loaded anew may come before the end of its predecessor has been looked at.
+    const std::list<ViewerPtr> viewers = m_viewers;
     for (const ViewerPtr& viewer : viewers) {
         if (viewer->connection->HasGone()) {
             viewer->connection->Close();
         }
     }
+    for (auto one = m_coming.begin(); one != m_coming.end();) {
+        const bool hasGone = one->connection->HasGone();
+        if (hasGone) {
+            one->connection->Close();
+        }
+        one = hasGone ? m_coming.erase(one) : std::next(one);
+    }
+    const Clock::time_point latest = Clock::now() - kMostWaits * m_rules.wait;
+    while (!m_coming.empty()) {
+        const Coming first = m_coming.front();
+        const bool hasPlace = HasPlaceFor(first);
+        if (!hasPlace && first.since > latest) {
+            return;
+        }
+        m_coming.pop_front();
+        if (hasPlace) {
+            Begin(first.connection);
+        } else {
+            Refuse(first.connection);
+        }
+    }
+}
+
+/// Whether there is a place, or a viewer has given way.
+bool ViewersC::HasPlaceFor(const Coming& coming)
+{
     if (m_viewers.size() < m_rules.most) {
-        return;
+        return true;
     }
     auto leaving = std::find_if(m_viewers.begin(), m_viewers.end(), [this](const ViewerPtr& one) {
         return one->connection->Untaken() >= m_rules.slow;
     });
-    if (leaving == m_viewers.end() && Clock::now() - m_viewers.front()->since >= m_rules.old) {
+    const Clock::time_point now = Clock::now();
+    if (leaving == m_viewers.end() && now - coming.since >= m_rules.wait &&
+        now - m_viewers.front()->since >= m_rules.old) {
         leaving = m_viewers.begin();
     }
-    if (leaving != m_viewers.end()) {
-        const ViewerPtr viewer = *leaving;
-        viewer->connection->Close();
+    if (leaving == m_viewers.end()) {
+        return false;
     }
+    const ViewerPtr viewer = *leaving;
+    viewer->connection->Close();
+    return true;
 }
 
-void ViewersC::Add(const std::shared_ptr<HttpConnectionC>& connection)
+void ViewersC::Refuse(const std::shared_ptr<HttpConnectionC>& connection) const
 {
-    if (m_viewers.size() >= m_rules.most) {
-        MakeRoom();
-    }
-    if (m_viewers.size() >= m_rules.most) {
-        ServedAnswer answer =
-            RefusalOf(503, std::to_string(m_rules.most) + " viewers are there already");
-        answer.headers.emplace_back("Retry-After", "5");
-        connection->Answer(answer);
-        return;
-    }
+    ServedAnswer answer =
+        RefusalOf(503, std::to_string(m_rules.most) + " viewers are there already");
+    answer.headers.emplace_back("Retry-After", "1");
+    connection->Answer(answer);
+}
+
+void ViewersC::Begin(const std::shared_ptr<HttpConnectionC>& connection)
+{
     const auto viewer = std::make_shared<Viewer>();
     viewer->connection = connection;
     m_viewers.push_back(viewer);

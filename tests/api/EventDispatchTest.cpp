@@ -138,18 +138,72 @@ TEST_F(EventDispatch, PassesKindsAndParametersWithoutANameOn)
     Contract::EventTable()[6].set(api, nullptr);
 }
 
-TEST_F(EventDispatch, TakesEveryNumberButZeroForTrue)
+/// The events that begin with truth values.
+struct TruthEvent
 {
-    Contract::EventTable()[3].set(api, &events);
-    for (const int number : {-1, 2, 256}) {
-        DeliverList("cb_wayline_status", number, 0, 0, 4, 0.0);
-        DeliverList("cb_wayline_status", 0, number, 0, 4, 0.0);
-        DeliverList("cb_wayline_status", 0, 0, number, 4, 0.0);
-        EXPECT_EQ(events, "(true, false, false, 4)(false, true, false, 4)(false, false, true, 4)")
-            << number;
-        events.clear();
+    const char* name;
+    std::size_t row;
+    int truths;
+    int further; ///< elements behind them
+    const char* furtherText;
+};
+
+const TruthEvent kTruthEvents[] = {{"cb_engage_status", 0, 5, 0, ""},
+                                   {"cb_wayline_status", 3, 3, 2, ", 0"}};
+
+class EventTruths : public EventDispatch
+{
+protected:
+    EventTruths()
+    {
+        for (const TruthEvent& event : kTruthEvents) {
+            Contract::EventTable()[event.row].set(api, &events);
+        }
     }
-    Contract::EventTable()[3].set(api, nullptr);
+    ~EventTruths() override
+    {
+        for (const TruthEvent& event : kTruthEvents) {
+            Contract::EventTable()[event.row].set(api, nullptr);
+        }
+    }
+    /// Delivers each event with the value in each place of a truth value, and 0 in all others.
+    template <typename Value>
+    void ExpectToBe(bool truth, Value value)
+    {
+        for (const TruthEvent& event : kTruthEvents) {
+            for (int place = 0; place < event.truths; ++place) {
+                const auto payload = ListOf();
+                std::string told;
+                for (int i = 0; i < event.truths + event.further; ++i) {
+                    Contract::AppendTo(*payload, i == place ? value : Value());
+                    if (i < event.truths) {
+                        told += i == place && truth ? ", true" : ", false";
+                    }
+                }
+                events.clear();
+                Deliver(event.name, *payload);
+                EXPECT_EQ(events, "(" + told.substr(2) + event.furtherText + ")") << value;
+            }
+        }
+    }
+};
+
+TEST_F(EventTruths, AreEveryNumberButZero)
+{
+    for (const int number : {-1, 1, 2, 256}) {
+        ExpectToBe(true, number);
+    }
+    ExpectToBe(false, 0);
+}
+
+TEST_F(EventTruths, AreReadFromADoubleWithoutItsFraction)
+{
+    for (const double number : {0.5, -0.9, 0.0}) {
+        ExpectToBe(false, number);
+    }
+    for (const double number : {1.9, -1.1}) {
+        ExpectToBe(true, number);
+    }
 }
 
 TEST_F(EventDispatch, ReadsADoubleInThePlaceOfAnIntegerWithoutItsFraction)

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <type_traits>
 
 #include "tests/api/ApiTest.h"
@@ -169,6 +170,34 @@ TEST_F(Subscriptions, LeaveWhatHasTakenTheirPlaceAlone)
 
     EXPECT_EQ(calls, "second;of the setter;");
     api.SetOffsetCallback(nullptr);
+}
+
+/// A callable that cannot be moved the second time, which is within the subscription.
+class CImmovable
+{
+public:
+    CImmovable() = default;
+    CImmovable(CImmovable&& other) : m_moves(other.m_moves + 1)
+    {
+        if (m_moves == 2) {
+            throw std::runtime_error("moved");
+        }
+    }
+    void operator()(double /*shift*/) const {}
+
+private:
+    int m_moves = 0;
+};
+
+TEST_F(Subscriptions, LeaveTheEarlierOneInPlaceWhereTheyCannotBeMade)
+{
+    const Subscription first = OnOffset(api, [this](double) { calls += "first;"; });
+
+    EXPECT_THROW(static_cast<void>(OnOffset(api, CImmovable())), std::runtime_error);
+
+    EXPECT_TRUE(first.IsActive());
+    Shift(0.1);
+    EXPECT_EQ(calls, "first;");
 }
 
 TEST_F(Subscriptions, AreMovedWithoutAnEnd)

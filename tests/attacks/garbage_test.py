@@ -31,7 +31,7 @@ def come_and_go():
 class Garbage(AttackTest):
     def test_leaves_an_honest_client_untroubled(self):
         with SimulatorUnderAttack() as simulator:
-            with HonestClient(simulator) as honest, attackers(send_garbage, come_and_go):
+            with HonestClient() as honest, attackers(send_garbage, come_and_go):
                 time.sleep(ATTACK_SECONDS)  # the attack's length
             self.assert_untroubled(honest.report)
             self.assert_ends_in_time(simulator)

@@ -30,7 +30,7 @@ class Lines(AttackTest):
                 time.sleep(0.05)  # between two looks
             kept = simulator.resident_bytes()
             print(f"held {(most - before) / MEBIBYTE:.1f} MiB, kept {(kept - before) / MEBIBYTE:.1f}")
-            self.assertLess(kept, before + MOST_KEPT)
+            self.assert_within(kept, before + MOST_KEPT)
             self.assert_ends_in_time(simulator)
 
 

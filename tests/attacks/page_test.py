@@ -3,6 +3,7 @@ the service's own clients notice nothing, and the program ends when it is told t
 
 import contextlib
 import json
+import multiprocessing
 import socket
 import struct
 import time
@@ -15,6 +16,9 @@ from attack import AttackTest, HonestClient, SimulatorUnderAttack, attackers
 PAGE_PORT = 8010
 ATTACK_SECONDS = 2.0
 COMMAND_SECONDS = 1.0
+VIEWER_SECONDS = 2.0  # for a place: 1.5 s, or else a refusal
+VIEWINGS = 4
+MOST_LATER_THREADS = 10  # those that begin when they are first needed; the attackers are many more
 
 HOST = f"Host: localhost:{PAGE_PORT}\r\n"
 GET = f"GET / HTTP/1.1\r\n{HOST}\r\n".encode()
@@ -105,6 +109,53 @@ def long_bodies():
                 read_all(link)
 
 
+def unfinished_bodies(size, announced=4000000, count=250):
+    """An attacker with many connections that have each sent so much of a command, and go on with the
+    next when there are more."""
+    request = posted("IsSteeringEngaged", length=announced) + b" " * size
+
+    def attack():
+        links = []
+        while True:
+            with contextlib.suppress(OSError):
+                links.append(visit())
+                links[-1].sendall(request)
+            if len(links) > count:
+                links.pop(0).close()
+    return attack
+
+
+def bodies_without_end():
+    """Many connections whose bodies go on and on, in large pieces."""
+    request = posted("IsSteeringEngaged", length=4 << 20) + b" " * 60000
+    links = []
+    while True:
+        while len(links) < 200:
+            with contextlib.suppress(OSError):
+                links.append(visit())
+                links[-1].sendall(request)
+                links[-1].setblocking(False)
+        for link in list(links):
+            try:
+                link.send(b" " * 100000)
+            except BlockingIOError:
+                pass
+            except OSError:
+                link.close()
+                links.remove(link)
+
+
+def chunks_without_end():
+    """Bodies of a coding that is not served."""
+    head = (f"POST /command HTTP/1.1\r\n{HOST}Content-Type: application/json\r\n"
+            "Transfer-Encoding: chunked\r\n\r\n").encode()
+    while True:
+        with contextlib.suppress(OSError), visit() as link:
+            link.sendall(head)
+            while True:
+                link.sendall(b"10000\r\n" + b" " * 65536 + b"\r\n")
+
+
 def pipelines():
     while True:
         with contextlib.suppress(OSError), visit() as link:
@@ -128,6 +179,91 @@ def flood():
             visit().close()
 
 
+def commands_of_nobody(count, pause):
+    """An attacker that sends many whole commands at once, reads nothing and goes, over and over."""
+    def attack():
+        while True:
+            links = []
+            with contextlib.suppress(OSError):
+                for _ in range(count):
+                    links.append(visit())
+                    links[-1].sendall(posted("IsSteeringEngaged"))
+            for link in links:
+                link.close()
+            time.sleep(pause)  # the attack's pace
+    return attack
+
+
+def unread_commands():
+    """More whole commands at once than there are connections."""
+    hold(400, posted("IsSteeringEngaged"), posted("set_nudge", 1, 0.2), posted("DisengageSteering", 1))
+
+
+def changing_viewers():
+    """Asks for the stream again and again, and keeps what it gets for a while: always for more
+    places than there are."""
+    links = []
+    while True:
+        with contextlib.suppress(OSError):
+            link = visit()
+            link.settimeout(0.3)
+            link.sendall(STREAM)
+            if b"200" in link.recv(12):
+                links.append((time.monotonic(), link))
+            else:
+                link.close()
+        while links and time.monotonic() - links[0][0] > 8.0:
+            links.pop(0)[1].close()
+        time.sleep(0.005)  # the attack's pace
+
+
+def waiting_viewers():
+    """Twenty that wait for a place of the stream, and leave it as soon as they have one."""
+    while True:
+        with contextlib.suppress(OSError):
+            links = [visit() for _ in range(20)]
+            for link in links:
+                link.sendall(STREAM)
+            for link in links:
+                link.recv(12)
+                link.close()
+
+
+class BarePeer:
+    """Answers each connection with what it is sent first, and closes it: what a command takes on
+    this machine at the least."""
+
+    def __init__(self):
+        listener = socket.create_server(("127.0.0.1", 0), backlog=1000)
+        self._port = listener.getsockname()[1]
+        context = multiprocessing.get_context("fork")
+        self._process = context.Process(target=self._serve, args=(listener,), daemon=True)
+        self._process.start()
+        listener.close()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self._process.kill()
+        self._process.join()
+
+    def ask(self):
+        """How long a request takes."""
+        start = time.monotonic()
+        with socket.create_connection(("127.0.0.1", self._port)) as link:
+            link.sendall(b"request")
+            read_all(link)
+        return time.monotonic() - start
+
+    @staticmethod
+    def _serve(listener):
+        while True:
+            link, _ = listener.accept()
+            with link:
+                link.sendall(link.recv(4096))
+
+
 class PageUnderAttack(SimulatorUnderAttack):
     """A simulator with its page, at a speed; both listen once the constructor returns."""
 
@@ -143,31 +279,36 @@ class PageUnderAttack(SimulatorUnderAttack):
 
 
 class Page(AttackTest):
-    def disengages(self, simulator, deadline):
-        """How long commands take until the deadline, each on a connection of its own, and not counting
-        the time for which the simulator waited for other programs."""
-        waits = []
-        while time.monotonic() < deadline:
-            start, before = time.monotonic(), simulator.held_up_seconds()
-            with visit() as link:
-                link.sendall(posted("DisengageSteering", 1))
-                answer = read_all(link)
-            waits.append(time.monotonic() - start - (simulator.held_up_seconds() - before))
-            self.assertIn(b'{"reasons":[],"result":1}', answer)
-            time.sleep(0.05)  # as a hand that presses the button
-        return sorted(waits)
+    def command(self, *command):
+        """How long a command takes, on a connection of its own."""
+        start = time.monotonic()
+        with visit() as link:
+            link.sendall(posted(*command))
+            answer = read_all(link)
+        self.assertIn(b'"reasons":[],"result":1}', answer, command)
+        return time.monotonic() - start
+
+    def assert_commands_get_through(self):
+        """Each command of an honest page is carried out within the time, but for what a bare peer
+        takes longer."""
+        waits, bare = [], []
+        deadline = time.monotonic() + ATTACK_SECONDS
+        with BarePeer() as peer:
+            while time.monotonic() < deadline:
+                for command in (("DisengageSteering", 1), ("SetImplementWidth", 1, 3.0)):
+                    waits.append(self.command(*command))
+                    bare.append(peer.ask())
+                    time.sleep(0.03)  # as a hand that presses the button
+        self.assert_within(max(waits), COMMAND_SECONDS + max(bare), f"of {len(waits)} commands")
 
     def hold_out(self, *attacks):
         """What must hold under the attacks."""
         with PageUnderAttack() as simulator:
             threads = simulator.threads()
-            with HonestClient(simulator) as honest, attackers(*attacks):
+            with HonestClient() as honest, attackers(*attacks):
                 time.sleep(0.5)  # until the attack is on
-                waits = self.disengages(simulator, time.monotonic() + ATTACK_SECONDS)
-                # One for what is large to destroy begins when it is first needed.
-                self.assertLessEqual(simulator.threads(), threads + 1, "whoever comes")
-            self.assertLess(waits[-1], COMMAND_SECONDS + honest.report.echo_waits[-1],
-                            f"of {len(waits)} commands")
+                self.assert_commands_get_through()
+                self.assertLess(simulator.threads(), threads + MOST_LATER_THREADS, "whoever comes")
             self.assert_untroubled(honest.report)
             with attackers(*attacks):
                 time.sleep(0.3)  # until it is on again
@@ -191,6 +332,14 @@ class Page(AttackTest):
     def test_serves_beside_long_heads_and_bodies(self):
         self.hold_out(long_heads, long_bodies)
 
+    def test_serves_beside_bodies_that_are_never_finished(self):
+        for name, attack in (("130 kB of 4 MB", unfinished_bodies(130000)),
+                             ("500 kB of 4 MB", unfinished_bodies(500000)),
+                             ("15 kB of 16 kB", unfinished_bodies(15000, announced=16000)),
+                             ("without end", bodies_without_end), ("chunks", chunks_without_end)):
+            with self.subTest(name):
+                self.hold_out(attack, attack)
+
     def test_serves_beside_pipelines(self):
         self.hold_out(pipelines)
 
@@ -199,6 +348,28 @@ class Page(AttackTest):
 
     def test_serves_beside_a_flood_of_connections(self):
         self.hold_out(flood)
+
+    def test_serves_beside_floods_of_commands_whose_senders_go(self):
+        for count, pause in ((200, 0.0), (100, 0.0), (250, 0.2)):
+            with self.subTest(count=count, pause=pause):
+                self.hold_out(commands_of_nobody(count, pause))
+
+    def test_serves_beside_commands_whose_answers_nobody_reads(self):
+        self.hold_out(unread_commands)
+
+    def test_lets_a_viewer_in_beside_others_that_come_and_go(self):
+        for attacks in ((changing_viewers, changing_viewers), (waiting_viewers,), (stuck_viewers,)):
+            with self.subTest(attacks[0].__name__), PageUnderAttack() as simulator, \
+                 attackers(*attacks), BarePeer() as peer:
+                time.sleep(1.5)  # until the attack is on
+                for _ in range(VIEWINGS):
+                    start = time.monotonic()
+                    with visit() as link:
+                        link.sendall(STREAM)
+                        self.assertIn(b" 200 ", link.recv(15))
+                    took = time.monotonic() - start
+                    self.assert_within(took, VIEWER_SECONDS + peer.ask())
+                self.assert_ends_in_time(simulator)
 
 
 if __name__ == "__main__":

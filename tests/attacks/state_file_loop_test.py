@@ -69,7 +69,7 @@ class StateFileLoop(AttackTest):
 
     def test_holds_up_nobody_whatever_is_put_in_its_place(self):
         with SimulatorUnderAttack("--state", self.path) as simulator:
-            with HonestClient(simulator) as honest:
+            with HonestClient() as honest:
                 with attackers(self.plant, self.keep_settings):
                     time.sleep(ATTACK_SECONDS)  # the attack's length
                 for name in NAMES:
@@ -86,7 +86,7 @@ class StateFileLoop(AttackTest):
 
     def test_holds_up_nobody_while_others_want_it(self):
         with SimulatorUnderAttack("--state", self.path) as simulator:
-            with HonestClient(simulator) as honest, attackers(self.keep_settings):
+            with HonestClient() as honest, attackers(self.keep_settings):
                 wait_for(lambda: os.path.exists(self.path), "the first save")
                 end = time.monotonic() + ATTACK_SECONDS
                 while time.monotonic() < end:

@@ -82,6 +82,53 @@ class StateFile(AttackTest):
                     elif os.path.lexists(self.file(name)):
                         os.unlink(self.file(name))
 
+    def test_removes_no_file_of_others_beside_it(self):
+        names = [prefix + "state.json" + ending for prefix in ("", ".")
+                 for ending in (".new", ".new-0123456789abcdef", ".tmp", ".lock", "~")]
+        for number, name in enumerate(names):
+            self.write(name, f"precious {number}")
+        for _ in range(2):
+            with SimulatorUnderAttack("--state", self.path) as simulator:
+                self.keep(self.path)
+                self.assert_refused(self.path, "another simulator uses it")
+                self.assert_ends_in_time(simulator)
+            self.assertEqual({*names, "state.json"}, set(os.listdir(self.folder)))
+            for number, name in enumerate(names):
+                with open(self.file(name), encoding="utf-8") as file:
+                    self.assertEqual(f"precious {number}", file.read())
+
+    def test_of_another_name_may_be_what_others_put_beside_theirs(self):
+        names = ("state.json", ".state.json.new")
+        for name in names:
+            with SimulatorUnderAttack("--state", self.file(name)) as simulator:
+                self.keep(self.file(name))
+                self.assert_ends_in_time(simulator)
+        for name in names:
+            self.assertEqual(SETTINGS, self.settings(self.file(name)))
+
+    def test_that_is_removed_is_there_again(self):
+        with SimulatorUnderAttack("--state", self.path) as simulator:
+            self.keep(self.path)
+            os.unlink(self.path)
+            wait_for(lambda: self.settings(self.path) == SETTINGS, "the file, though nothing changes")
+            os.unlink(self.path)
+            self.keep(self.path)  # what it is kept at already
+            os.unlink(self.path)
+            self.assert_ends_in_time(simulator)
+            self.assertEqual(SETTINGS, self.settings(self.path))
+            self.assertEqual("", simulator.errors())
+
+    def test_stays_that_of_one_simulator_though_its_lock_is_removed(self):
+        for is_there in (False, True):
+            with self.subTest(is_there), SimulatorUnderAttack("--state", self.path) as simulator:
+                if is_there:
+                    self.keep(self.path)
+                    os.unlink(self.path)  # and with it the lock of the file itself
+                os.unlink(self.file(".state.json.lock"))
+                wait_for(lambda: os.path.exists(self.file(".state.json.lock")), "the lock")
+                self.assert_refused(self.path, "another simulator uses it")
+                self.assert_ends_in_time(simulator)
+
     def test_that_is_a_link_to_nothing_is_refused(self):
         os.symlink("missing", self.file("link"))
         os.symlink("link", self.file("link to link"))
@@ -169,8 +216,7 @@ class StateFile(AttackTest):
                     self.assertEqual(is_there, os.path.exists(self.path))
         self.assertEqual(SETTINGS, self.settings(self.path))
         self.assert_no_track(self.path, "it is the state file", self.file("hard"))
-        for ending in (".lock", ".new"):
-            self.assert_no_track(self.file(".state.json" + ending), "the state file needs it")
+        self.assert_no_track(self.file(".state.json.lock"), "the state file needs it")
         self.assertEqual({"folder", "link", "link to link", "hard", "state.json"},
                          set(os.listdir(self.folder)))
 

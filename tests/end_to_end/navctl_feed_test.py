@@ -1,17 +1,17 @@
 """navctl feed: position samples from files and streams."""
 
 import csv
+import gzip
 import json
 import math
 import os
-import re
 import signal
 import subprocess
 import time
 import unittest
 
 from navctl_files import (CountingService, Files, Pace, field_data, gga, moment, navctl,
-                          navctl_json, on_terminal, reasons, sentence)
+                          navctl_json, reasons, sentence)
 from navigation_service import DEADLINE_SECONDS, Client, Simulator, wait_for
 
 SAMPLES = 100000
@@ -271,6 +271,48 @@ class BrokenFiles(Files):
                                        "--format", "nmea")
             self.assertEqual((0, 3), (code, report["sent"]))
 
+    def test_a_line_without_names_is_not_counted_as_one_of_names(self):
+        with Simulator():
+            code, report = navctl_json("feed", self.write("rows.csv", ["1,48,11\n"]))
+        self.assertEqual((2, {"line that was looked at for columns": 1}), (code, report["not_used"]))
+
+    def test_options_of_one_format_tell_a_stream_that_says_nothing_of_its_own(self):
+        with Simulator():
+            result = navctl("feed", "-", "--origin", "48,11", text="0,1\n0,2\n")
+            self.assertEqual(2, result.returncode)
+            self.assertIn("-: line 1 does not name the columns; a feed takes", result.stderr)
+            result = navctl("feed", "-", "--date", "2024-05-06", text="0,1\n0,2\n")
+            self.assertIn("-: no sample that could be sent; it takes GGA", result.stderr)
+
+    def test_says_that_a_time_must_be_in_seconds(self):
+        code, report, _ = self.feed("iso.csv", ["time,lat,lon\n", "2024-05-01T10:00:00Z,48,11\n"])
+        self.assertEqual((2, {"bad number: time, which must be in seconds": 1}), (code, reasons(report)))
+
+    def test_names_the_encoding_of_a_file_that_is_no_plain_text(self):
+        text = "time,latitude,longitude\n1,48,11\n"
+        packed = gzip.compress(text.encode())
+        wide = text.encode("utf-16-le")
+        with Simulator():
+            for name, content, words in (("a.csv.gz", packed, "it is compressed with gzip"),
+                                         ("a.csv", packed, "zcat FILE | navctl feed -"),
+                                         ("a.nmea", packed, "it is compressed with gzip"),
+                                         ("wide.csv", wide, "iconv -f UTF-16LE -t UTF-8 FILE"),
+                                         ("wide.nmea", wide, "it is text in UTF-16")):
+                with self.subTest(name):
+                    code, report = navctl_json("feed", self.write(name, [content]))
+                    self.assertEqual(2, code)
+                    self.assertIn(words, report["reason"])
+
+    def test_says_that_lines_end_with_cr_alone(self):
+        text = "".join(moment(number) for number in range(4))
+        words = "lines that end with CR alone: 7; they count as one line up to the next LF"
+        for end, is_told in (("\r", True), ("\r\n", False)):
+            path = self.write("drive.nmea", [text.replace("\r\n", end)])
+            with CountingService():
+                result = navctl("feed", path, "--rate", "max")
+            self.assertIn("sent 4 samples\n", result.stdout)
+            self.assertEqual(is_told, words in result.stdout, result.stdout)
+
     def test_refuses_options_of_the_other_format(self):
         values = self.write("rows.csv", ["time,latitude,longitude\n", "1,48,11\n"])
         log = self.write("drive.nmea", [moment(0)])
@@ -332,34 +374,22 @@ class BrokenFiles(Files):
                 self.assertIn(f"navctl: {words}", navctl("feed", path, *options).stderr)
 
 
-class Terminal(Files):
-    def feed_on_terminal(self, environment):
-        path = self.write("drive.nmea", [moment(number) for number in range(21)])
-        with CountingService():
-            code, text = on_terminal(["feed", path, "--rate", "4"], environment)
-        self.assertEqual(0, code, text)
-        return text
-
-    def test_a_bar_shows_how_far_it_is(self):
-        text = self.feed_on_terminal({})
-        self.assertIn("\x1b[32m", text)
-        shares = [int(share) for share in re.findall(r"(\d+) %  \d+ samples", text)]
-        self.assertGreater(len(shares), 3)
-        self.assertEqual((sorted(shares), 0), (shares, shares[0]))
-        self.assertRegex(text, "\u2588+")
-        # Taken away before the result is told.
-        self.assertIn("\r\x1b[Ksent 21 samples\r\nread 42 lines: 42 in samples sent\r\n", text)
-
-    def test_there_are_no_colours_where_they_are_not_wanted(self):
-        text = self.feed_on_terminal({"NO_COLOR": "1", "LC_ALL": "C"})
-        self.assertNotRegex(text, r"\x1b\[\d*m")
-        self.assertRegex(text, r"\r\x1b\[K#+-* +\d+ %")
-
-
 class Link(Files):
     def test_tells_that_there_is_no_service(self):
         code, report = navctl_json("feed", self.write("drive.nmea", [moment(0)]))
         self.assertEqual((3, 3), (code, report["exit_code"]))
+
+    def test_every_failure_has_the_same_keys(self):
+        drive = self.write("drive.nmea", [moment(0)])
+        _, no_service = navctl_json("feed", drive)
+        _, no_file = navctl_json("feed", os.path.join(self.directory, "none"))
+        with Simulator():
+            _, other_format = navctl_json("feed", drive, "--interval", "1")
+            _, bad_file = navctl_json("feed", self.write("bad.csv", ["1,2\n"]))
+        for report in (no_service, no_file, other_format):
+            self.assertEqual(list(bad_file), list(report))
+            self.assertEqual(("failed", 0), (report["outcome"], report["sent"]))
+            self.assert_adds_up(report, 0)
 
     def test_ends_with_the_count_when_the_service_goes_away(self):
         path = self.write("drive.nmea", [moment(number) for number in range(3000)])
@@ -443,6 +473,18 @@ class Link(Files):
         self.assertEqual(1, text.returncode)
         self.assertEqual(1, text.stderr.count("the service does not take the samples: "), text.stderr)
         self.assertIn("\nthe service refused the last sample at ", text.stdout)
+
+    def test_says_where_a_refused_speed_is_from(self):
+        apart = ["x,y,speed\n"] + [f"0,{50 * number},{{}}\n" for number in range(3)]
+        options = ("--origin", "48,11", "--interval", "0.1")
+        with Simulator():
+            for speed, is_derived in (("", True), ("400", False)):
+                rows = [row.format(speed) for row in apart]
+                result = navctl("feed", self.write("rows.csv", rows), *options)
+                self.assertEqual(1, result.returncode)
+                reason = [line for line in result.stderr.splitlines() if "refused the samples" in line]
+                self.assertEqual(is_derived, "it was derived from the distance and --interval 0.1: try a "
+                                            "longer interval, or a column speed" in reason[0], reason)
 
     def test_counts_what_it_had_read_ahead_when_it_is_interrupted(self):
         path = self.write("drive.nmea", [moment(number) for number in range(995)])

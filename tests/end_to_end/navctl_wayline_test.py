@@ -199,6 +199,8 @@ class WithoutService(Files):
             ("empty.txt", "", "there is no wayline in it"),
             ("blank.txt", "\n \n", "there is no wayline in it"),
             ("bad.geojson", "{", "this is no JSON"),
+            ("typeless.geojson", "{}", "no GeoJSON with features: it has no type"),
+            ("kindless.txt", "-1", "navctl clear-wayline"),
             ("polygon.geojson", '{"type":"Polygon"}', "no GeoJSON with features"),
             ("semicolons.csv", "x;y\n1;2\n", "not by semicolons"),
             ("short.csv", "x,y\n1\n", "1 values for 2 columns"),
@@ -239,6 +241,49 @@ class WithoutService(Files):
                 result = navctl("wayline", "show", path)
                 self.assertEqual(2, result.returncode)
                 self.assertIn(reason, result.stderr)
+
+    def test_counts_the_lines_however_they_end(self):
+        rows = ["# field, north side", LINES[0], "", "  # the other one", LINES[4]]
+        for end in ("\n", "\r\n", "\r"):
+            for last in ("", end):
+                with self.subTest((end, last)):
+                    path = self.write("lines.txt", end.join(rows) + last)
+                    _, shown = navctl_json("wayline", "show", path)
+                    self.assertEqual([(2, "ab"), (5, "ab-curve")],
+                                     [(each["line"], each["kind"]) for each in shown["waylines"]])
+                    _, shown = navctl_json("wayline", "show", path, "--line", "5")
+                    self.assertEqual(["ab-curve"], [each["kind"] for each in shown["waylines"]])
+                    result = navctl("wayline", "show", path, "--line", "1")
+                    self.assertEqual(2, result.returncode)
+                    self.assertIn("no wayline in line 1\n", result.stderr)
+                    path = self.write("lines.csv", end.join(["a,0,0,0,5,5,0", "", "b,1,1,0,9,9,0"]))
+                    _, shown = navctl_json("wayline", "show", path, "--line", "3")
+                    self.assertEqual(["b"], [each["name"] for each in shown["waylines"]])
+                    path = self.write("points.csv", end.join(["x,y", "0,0", "5,5", "6,z", "7,7"]))
+                    self.assertIn(': line 4: "z" is no finite number',
+                                  navctl("wayline", "show", path).stderr)
+                    path = self.write("bad.txt", end.join(rows + ["9 9"]) + last)
+                    self.assertIn(': line 6: "9" is no code of a kind',
+                                  navctl("wayline", "show", path).stderr)
+
+    def test_writes_no_file_whose_ending_says_something_else(self):
+        path = self.write("lines.txt", AB)
+        for command, name, words in (("convert", "out.svg", ".txt, .geojson, .json and .csv"),
+                                     ("convert", "out.xlsx", "the ending .xlsx"),
+                                     ("plot", "out.png", ".svg, not .png"),
+                                     ("plot", "out.txt", ".svg, not .txt")):
+            with self.subTest((command, name)):
+                result = navctl("wayline", command, path, self.path(name))
+                self.assertEqual((2, ""), (result.returncode, result.stdout))
+                self.assertIn(words, result.stderr)
+                self.assertFalse(os.path.exists(self.path(name)))
+        for name, beginning in (("lines", "0 0"), ("copy.TXT", "0 0"), ("OUT.CSV", "x,y,z")):
+            self.assertEqual(0, navctl("wayline", "convert", path, self.path(name)).returncode)
+            self.assertTrue(self.read(name).startswith(beginning), name)
+        self.assertEqual(0, navctl("wayline", "convert", path, self.path("out.dat"), "--to",
+                                   "text").returncode)
+        for name in ("picture", "picture.SVG"):
+            self.assertEqual(0, navctl("wayline", "plot", path, self.path(name)).returncode)
 
     def test_lists_every_bad_line_in_json(self):
         path = self.write("lines.txt", f"{AB}\n9\n\n0 1\n" + "x\n" * 30)

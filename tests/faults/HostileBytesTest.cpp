@@ -101,10 +101,11 @@ const std::vector<std::string> kExtensions = {
     "c7 01 05 00",
     "c8 00 01 05 00",
     "c9 00 00 00 01 05 00"};
-const std::vector<std::string> kLargeHeaders = {"db ff ff ff ff", "c6 ff ff ff ff",
-                                                "91 db ff ff ff ff", "dd 00 40 00 00"};
-const std::vector<std::string> kTooLargeHeaders = {"dd ff ff ff ff", "df ff ff ff ff",
-                                                   "dd 00 40 00 01", "df 00 40 00 01"};
+const std::vector<std::string> kLargeHeaders = {"db 01 ff ff 00", "c6 01 ff ff 00",
+                                                "91 db 01 ff ff 00", "dd 00 40 00 00"};
+const std::vector<std::string> kTooLargeHeaders = {
+    "db ff ff ff ff", "c6 ff ff ff ff", "91 db 02 00 00 00", "dd ff ff ff ff",
+    "df ff ff ff ff", "dd 00 40 00 01", "df 00 40 00 01"};
 // Names and values that are odd, in events that nobody has asked for or that are asked for.
 const std::vector<std::string> kOddTexts = {
     "93 02 a3 ff fe fd 91 a2 c3 28",
@@ -154,7 +155,7 @@ std::vector<CFault> EndlessStreams()
     return {
         CFault("Nesting", EndlessResult("", "\x91")).Fails(ELinkError::BadMessage),
         CFault("Nil", Scripts::SendWithoutEnd("", "\xc0")).Fails(ELinkError::BadMessage),
-        CFault("Text", EndlessResult(FromHex("db ff ff ff ff"), "x"))
+        CFault("Text", EndlessResult(FromHex("dd 00 40 00 00 db 01 ff ff 00"), "x"))
             .WithTimeout(kLongTimeout)
             .WithALargeMessage()
             .Fails(ELinkError::BadMessage),

@@ -1,6 +1,8 @@
 #include <malloc.h>
 
+#include <functional>
 #include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -18,13 +20,18 @@ namespace {
 constexpr int kFlood = 30'000;
 constexpr int kKept = 4096;
 
-std::string NumberedOffsets()
+/// Sends numbered offsets to a client that waits for its reply, and then the reply.
+void FloodBeforeReply(CScriptedService& service)
 {
-    std::string bytes;
-    for (int number = 1; number <= kFlood; ++number) {
-        bytes += Bytes::Notification("cb_offsets", '\x91' + Bytes::Float64(number));
+    EXPECT_TRUE(service.WaitForCalls("EngageSteering", 1));
+    for (int number = 1; number <= kFlood;) {
+        std::string bytes;
+        for (const int next = number + 1000; number < next; ++number) {
+            bytes += Bytes::Notification("cb_offsets", '\x91' + Bytes::Float64(number));
+        }
+        service.SendBytes(bytes);
     }
-    return bytes;
+    service.ReleaseHeld();
 }
 
 } // namespace
@@ -32,14 +39,15 @@ std::string NumberedOffsets()
 TEST(EventFlood, OfAnApplicationThatDoesNotReadIsBoundedCountedAndLeavesTheLinkAlive)
 {
     CScriptedService service;
-    service.Answer("EngageSteering", 1);
+    service.Answer("EngageSteering", CAnswer(1).Held());
     CEventClient client;
     client.TakeOffsets();
     ASSERT_TRUE(service.WaitForSubscriptions("cb_offsets", 1));
-    service.SendBytes(NumberedOffsets()); // one after the other, while the application is elsewhere
     const CAllocationMeter meter;
-    client.SetTimeout(20000);
+    client.SetTimeout(-1);
+    std::thread flood(FloodBeforeReply, std::ref(service));
     EXPECT_EQ(1, client.EngageSteering()); // takes in all of it on the way to its reply
+    flood.join();
     EXPECT_LE(meter.LargestBlock(), std::size_t{512} * 1024);
     EXPECT_EQ(static_cast<unsigned long>(kFlood - kKept), client.DroppedEvents());
     EXPECT_EQ(kKept, client.CheckCallbacks());

@@ -88,6 +88,8 @@ TEST(Limit, OfElementsIs4194304)
 TEST(Limit, LetsAnnouncedLengthsAllocateNothing)
 {
     const char* const announcements[] = {
+        "db 01 ff ff 00",    // a text of almost 32 MiB
+        "c6 01 ff ff 00",    // as many bytes
         "db ff ff ff ff",    // a text of 4 GiB
         "c6 ff ff ff ff",    // as many bytes
         "91 db ff ff ff ff", // in a list

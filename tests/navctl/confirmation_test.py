@@ -1,8 +1,10 @@
 """What navctl says of a setting is so: it asks what the service holds, gives reasons, and names who
 listens in the service's place."""
 
+import os
 import re
 import shlex
+import shutil
 import socket
 import ssl
 import subprocess
@@ -31,7 +33,7 @@ REFUSED = (
     (["set-velocity-set-point", "-100"], 2.0, "-100"),
     (["set-look-ahead-time", "0.1"], 1.6, "0.1"),
     (["set-low-speed-engage-timeout", "-1"], 2.0, "-1"),
-    (["set-curve-filter-size", "2000"], 11, "2000"),
+    (["set-curve-filter-size", "2000"], 11, "2000"), (["set-look-ahead-time", "3.5e38"], 1.6, "3.5e+38"),
     (["set-tuning-limits", "overshoot", "3", "2", "1"],
      {"lowest": 0.2, "start": 1.0, "highest": 3.0}, "3"),
     (["set-tuning-limits", "overshoot", "-1", "1", "2"],
@@ -159,7 +161,9 @@ class Confirmed(unittest.TestCase):
                         {"why_refused": ["no"]}):
             with self.subTest(replies), scripted({"IsNavigationActivated": 0, **replies}):
                 self.assert_streams(["set-wayline-origin", "91", "11", "500"], 0,
-                                    "sent; " + NOTHING_CONFIRMS, "^$")
+                                    "sent; " + NOTHING_CONFIRMS,
+                                    "^navctl: warning: the latitude 91 is outside its range, -90 to 90 "
+                                    "degrees\n$")
 
     def test_a_nudge_without_a_line_says_which_one_is_held_for_the_next(self):
         with Simulator():
@@ -271,6 +275,22 @@ class Persisting(unittest.TestCase):
             result = navctl("set-look-ahead-time", "1.8", "--persist")
             self.assertEqual((0, "done\n", ""), (result.returncode, result.stdout, result.stderr))
 
+    def test_a_service_that_cannot_save_is_warned_of(self):
+        with tempfile.TemporaryDirectory() as directory:
+            folder = os.path.join(directory, "settings")
+            os.mkdir(folder)
+            with Simulator("--state", os.path.join(folder, "settings.json")):
+                shutil.rmtree(folder)
+                for _ in range(2):
+                    result = navctl("set-overshoot", "1.2", "--persist")
+                    self.assertEqual((0, "done\n"), (result.returncode, result.stdout))
+                    self.assertIn("warning: the service could not save the value", result.stderr)
+                self.assertIs(False, answer("set-overshoot", "1.3", "--persist")[1]["kept"])
+        with scripted({"get_lookahead_time": 1.8, "simulator_keeps": 2}):
+            result = navctl("set-look-ahead-time", "1.8", "--persist")
+            self.assertEqual((0, "done\n"), (result.returncode, result.stdout))
+            self.assertIn("warning: the service has not saved the value yet", result.stderr)
+
 
 class Reasons(unittest.TestCase):
     def test_every_refusal_has_its_reason(self):
@@ -291,6 +311,45 @@ class Reasons(unittest.TestCase):
                     self.assertRegex(result.stderr, rf"^navctl: the service refused {arguments[0]}: "
                                                     rf".*{words}")
                     self.assertRegex(answer(*arguments)[1]["reason"], words)
+
+    def test_a_refused_nudge_comes_with_the_nudge_that_is_held(self):
+        with Simulator():
+            self.assertEqual(0, navctl("set-nudge", "0.2").returncode)
+            for arguments in (["nudge", "off", "1e9"], ["auto-set-nudge"]):
+                with self.subTest(arguments):
+                    self.assertTrue(navctl(*arguments).stderr.endswith("; it holds 0.2 m\n"))
+                    code, reply = answer(*arguments)
+                    self.assertEqual((1, "refused", 0.2, "m"),
+                                     (code, reply["outcome"], reply["held"], reply["unit"]))
+
+    def test_one_point_that_is_held_is_not_points(self):
+        with Simulator():
+            for size, words in (("1", "1 point"), ("21", "21 points")):
+                self.assertEqual(0, navctl("set-curve-filter-size", size).returncode)
+                self.assertTrue(navctl("set-curve-filter-size", "0").stderr.endswith(
+                    f"; it holds {words}\n"))
+
+    def test_a_waypoint_that_belongs_to_no_wayline_is_warned_of(self):
+        def warning(number):
+            result = navctl("set-waypoint", str(number), str(number), "0", "0", "0")
+            self.assertEqual((0, "done\n"), (result.returncode, result.stdout), result.stderr)
+            return result.stderr
+
+        with Simulator():
+            self.assertRegex(warning(0), "^navctl: warning: the waypoint 0 is part of no wayline, since "
+                                         "none was begun: navctl start-wayline KIND")
+            for kind, count, words in (("a-heading", 1, "the waypoint 0 alone"),
+                                       ("ab", 2, "A-B line, which has the waypoints 0 and 1")):
+                navctl("start-wayline", kind)
+                for number in range(3):
+                    with self.subTest((kind, number)):
+                        self.assertRegex(warning(number), "^$" if number < count else words)
+            navctl("set-wayline", LINE_NORTH)
+            self.assertRegex(warning(2), "warning: the waypoint 2 is part of no wayline: that of the "
+                                         "service is of the kind A-B line")
+        # Another service need not know what it holds.
+        with scripted({"set_waypoint": 1}):
+            self.assertEqual("", warning(2))
 
     def test_a_waypoint_that_makes_no_line_is_told_why(self):
         with Simulator():
@@ -450,7 +509,7 @@ class OtherPrograms(unittest.TestCase):
 
     def test_one_that_sends_back_what_it_gets_is_none(self):
         with echo():
-            self.assert_named("protocol error")
+            self.assert_named("as an echo server does")
 
     def test_one_that_comes_in_the_place_of_a_service_is_not_fed_on(self):
         for later in ([1, 0, "no such method", None], [1, 0, None, None], [1, 0, None, "text"]):

@@ -47,6 +47,17 @@ class Doctor(unittest.TestCase):
         with scripted({}):
             self.assert_finds(5, "protocol", "end the other program")
 
+    def test_shows_the_bytes_of_an_unknown_program_as_ascii(self):
+        garbage = bytes(range(0xa0, 0xc0)) + "ß\x1b".encode() + b" end\r\n"
+        with Listener(lambda connection: (connection.recv(4096), connection.sendall(garbage),
+                                          connection.shutdown(socket.SHUT_RDWR))):
+            for options in ([], ["--json"]):
+                result = navctl(*options, "doctor", "--timeout", "1")
+                self.assertEqual(5, result.returncode)
+                self.assertTrue(result.stdout.isascii(), result.stdout)
+                self.assertIn("xc3", result.stdout)
+                self.assertIn(" end", result.stdout)
+
     def test_finds_a_web_server_that_waits_for_the_end_of_a_line(self):
         serve = [sys.executable, "-B", "-m", "http.server", str(PORT), "--bind", "127.0.0.1"]
         with subprocess.Popen(serve, stdout=subprocess.DEVNULL,
@@ -69,6 +80,7 @@ class Doctor(unittest.TestCase):
             answer("set-wayline", "0 20 0 0 20 100 0")
             self.assert_finds(1, "navigation", "navctl start-navigation on")
             answer("start-navigation", "off")
+            self.assert_finds(1, "distance", "navctl start-navigation on")
             self.assert_finds(1, "distance", "navctl auto-set-nudge")
             answer("auto-set-nudge")
             self.assert_finds(1, "speed", "navctl set-low-speed-engage-enabled on")
@@ -76,7 +88,11 @@ class Doctor(unittest.TestCase):
             wait_for(lambda: diagnosis() == (0, "steering", ""), "nothing in the way")
             self.assertIn("ready; to engage: navctl engage-steering", navctl("doctor").stdout)
             self.assertEqual(0, navctl("engage-steering").returncode)
-            self.assertIn("engaged", navctl("doctor").stdout.splitlines()[-1])
+            self.assertIn("engaged, at low speed without limit",
+                          navctl("doctor").stdout.splitlines()[-1])
+            answer("set-low-speed-engage-timeout", "3600")
+            answer("set-low-speed-engage-enabled", "off")
+            self.assertRegex(navctl("doctor").stdout, r"\[ok\] steering +engaged\n$")
 
     def test_finds_a_wrong_direction_and_a_reversing_machine(self):
         with Simulator("--speed=-1"):

@@ -115,6 +115,8 @@ class ExitCodes(unittest.TestCase):
             (["help", "docter"], 'no command "docter"; did you mean "doctor"\\?'),
             (["help", "wayline", "convret"], 'no command "convret" of wayline; did you mean "convert"'),
             (["fly", "--help"], 'there is no command "fly"$'),
+            (["unset-wayline"], 'did you mean "clear-wayline"\\?$'),
+            (["delete-wayline"], 'did you mean "clear-wayline"\\?$'),
         ):
             self.assert_failure(2, arguments, words)
             self.assertIn("navctl: navctl --help", navctl(*arguments).stderr)
@@ -148,6 +150,8 @@ class ExitCodes(unittest.TestCase):
             (["wayline"], "navctl: wayline wants one of its commands: show, "),
             (["--timeout", "1", "--timeout", "2", "doctor"],
              "navctl: --timeout may be given once, and is given 2 times\n"),
+            (["--timeout=", "get-nudge-scalar"], "navctl: --timeout wants a value, SECONDS: "),
+            (["watch", "--for="], "navctl: --for wants a value, SECONDS: "),
             (["doctor", "--timeout"],
              "navctl: --timeout wants a value, SECONDS: Longest wait for a reply, seconds, 0.001 to 3600\n"),
             (["watch", "--count"], "navctl: --count wants a value, "),
@@ -175,7 +179,7 @@ class ExitCodes(unittest.TestCase):
                 result = navctl(*arguments)
                 self.assertEqual((2, ""), (result.returncode, result.stdout))
                 self.assertRegex(result.stderr, '^navctl: [a-z]+: "[^"]*e[^"]*" is too large: numbers of '
-                                                "single precision go up to 3.4e38 in size\n")
+                                                "single precision go up to 3.4e38 in size, wanted is a number: ")
 
     def test_no_getter_is_ever_corrected_to_a_setter(self):
         _, listed = answer("operations")
@@ -294,6 +298,9 @@ class Outputs(unittest.TestCase):
                 wanted = navctl(*command, "--help").stdout
                 self.assertEqual((0, wanted, ""), said(["help", *command]))
                 self.assertEqual((0, {"text": wanted}), answer("help", *command))
+
+    def test_help_of_help_names_the_command_that_it_takes(self):
+        self.assertRegex(navctl("help", "help").stdout, r"Usage: navctl help .*\[?command")
 
     def test_help_may_stand_behind_options(self):
         wanted = navctl("doctor", "--help").stdout

@@ -190,15 +190,11 @@ class Operations(unittest.TestCase):
             self.assertAlmostEqual(1.5, client_position(client)[2], 3)
 
     def test_a_real_minus_one_is_no_failure(self):
-        replies = {"GetFieldOffset": -1.0, "GetImplementWidth": -1.0, "RestoreWaypoints": -1,
-                   "EngageSteering": -1}
+        replies = {"GetFieldOffset": -1.0, "GetImplementWidth": -1.0, "RestoreWaypoints": -1}
         with scripted(replies):
             self.assertEqual(-1.0, value("get-field-offset"))
             self.assertEqual(-1.0, value("get-implement-width"))
             self.assertEqual(-1, value("restore-waypoints"))
-            self.assertEqual((0, "answered", -1), outcome_of("engage-steering"))
-            self.assertEqual((0, "answered -1, which is neither done (1) nor refused (0)\n", ""),
-                             said(["engage-steering"]))
 
     def test_an_accuracy_that_is_not_given_is_not_known(self):
         records = []
@@ -224,11 +220,6 @@ def client_position(client):
 def said(command):
     result = navctl(*command)
     return result.returncode, result.stdout, result.stderr
-
-
-def outcome_of(command):
-    code, reply = answer(command)
-    return code, reply["outcome"], reply["value"]
 
 
 class WaylineWords(unittest.TestCase):
@@ -265,6 +256,75 @@ class WaylineWords(unittest.TestCase):
                                              "service takes, 0 to 2\n"),
                              (result.returncode, result.stdout, result.stderr))
             self.assertEqual("", navctl("is-waypoint-set", "2").stderr)
+
+
+    def test_a_sample_outside_the_ranges_is_warned_of(self):
+        with Simulator():
+            for option, value_, words in (
+                ("--fix-quality", "9", "9 is outside its range, 0 to 8"), ("--fix-quality", "-3", "-3 is"),
+                ("--satellites", "-5", "-5 is outside its range, -1 to 200"),
+                ("--yaw", "400", "400 is outside its range, -6.2832 to 6.2832 rad"),
+                ("--time", "5", "5 is outside its range, 946684800 to 4102444800 s"),
+            ):
+                with self.subTest((option, value_)):
+                    result = navctl("set-position-data", "51", "7", "0", option, value_)
+                    self.assertEqual(0, result.returncode)
+                    self.assertIn(f"navctl: warning: the {option[2:]} {words}", result.stderr)
+            result = navctl("set-position-data", "51", "7", "0", "--fix-quality", "8", "--satellites",
+                            "-1", "--yaw", "-6.28")
+            self.assertEqual((0, ""), (result.returncode, result.stderr))
+            result = navctl("set-position-data", "51", "7", "0", "--course", "1e300")
+            self.assertEqual((1, "navctl: the service refused set-position-data: 1e+300 is no course in "
+                                 "radians\n"), (result.returncode, result.stderr))
+
+    def test_a_number_that_cannot_be_held_is_told_from_a_word(self):
+        for arguments, words in (
+            (["set-field-offset", "1e400"], '"1e400" is too large, wanted is a number: .*-1000 to 1000'),
+            (["set-field-offset", "-1e400"], '"-1e400" is too large'),
+            (["set-field-offset", "1e-400"], "is too near to 0"),
+            (["set-field-offset", "0." + "0" * 400 + "1"], "is too near to 0"),
+            (["set-field-offset", "1e400x"], "is not allowed"),
+            (["set-overshoot", "3.5e38"], "go up to 3.4e38 in size, wanted is a number"),
+            (["set-overshoot", "1e400"], "go up to 3.4e38 in size"),
+            (["set-velocity-set-point", "3.5e38"], "3.4e38 in size, wanted is .*-5 to 15"),
+            (["set-curve-filter-size", "99999999999"], "32 bits, wanted is a whole number: .*1 to 1001"),
+            (["set-look-ahead-time", "inf"], "is not allowed"),
+        ):
+            with self.subTest(arguments):
+                result = navctl(*arguments)
+                self.assertEqual((2, ""), (result.returncode, result.stdout))
+                self.assertRegex(result.stderr, words)
+
+    def test_a_flag_with_something_else_than_on_or_off_is_named(self):
+        for arguments, words in ((["set-overshoot", "1", "--persist=maybe"],
+                                  '--persist: "maybe" is not allowed'),
+                                 (["--json=maybe", "operations"], '--json: "maybe" is not allowed')):
+            with self.subTest(arguments):
+                result = navctl(*arguments)
+                self.assertEqual(2, result.returncode)
+                self.assertIn("navctl: " + words, result.stderr)
+
+    def test_the_help_says_when_the_low_speed_time_out_counts(self):
+        for command, words in (("set-low-speed-engage-timeout", "where low-speed engaging is off; where "
+                                                                "it is on, there is no limit"),
+                               ("set-low-speed-engage-enabled", "stay engaged without limit of time")):
+            self.assertIn(words, " ".join(navctl(command, "--help").stdout.split()))
+            self.assertIn(words, " ".join(navctl("manual").stdout.replace("\\-", "-").split()))
+
+    def test_a_wayline_without_a_heading_is_an_error(self):
+        with Simulator():
+            for waylines, number in ((["0 5 5 0 5 5 0"], 1), ([LINE_NORTH, "2 0 0 0 0 1 0 0 2 0"], 2)):
+                with self.subTest(waylines):
+                    result = navctl("calculate-headings", *waylines)
+                    self.assertEqual((1, ""), (result.returncode, result.stdout))
+                    self.assertIn(f"wayline {number} has no heading", result.stderr)
+                    code, reply = answer("calculate-headings", *waylines)
+                    self.assertEqual((1, "refused"), (code, reply["outcome"]))
+
+    def test_an_empty_wayline_leads_to_the_command_that_drops_it(self):
+        result = navctl("set-wayline", "-1")
+        self.assertEqual((2, ""), (result.returncode, result.stdout))
+        self.assertIn("navctl clear-wayline", result.stderr)
 
 
 class NegativeNumbers(unittest.TestCase):

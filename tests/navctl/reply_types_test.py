@@ -67,6 +67,35 @@ class ReplyTypes(unittest.TestCase):
                 self.assertRegex(result.stdout, r"\[no\] protocol .* no navigation service: the reply to "
                                                 f"{wire} is of another form")
 
+    def test_a_number_that_is_no_switch_and_a_list_of_another_length_are_errors(self):
+        for replies, arguments in (
+            *(({operation: status}, command) for status in (-1, 2, 5) for operation, command in (
+                ("EngageSteering", ["engage-steering"]),
+                ("StartNavigation", ["start-navigation", "on"]),
+                ("SetImplementWidth", ["set-implement-width", "3"]))),
+            ({"Nudge": [2, 1.0, 2.0, 3.0]}, ["nudge", "on", "0.1"]),
+            ({"IsSteeringEngaged": 2}, ["is-steering-engaged"]),
+            ({"IsNavigationActivated": -1}, ["is-navigation-activated"]),
+            ({"is_waypoint_set": 2}, ["is-waypoint-set", "1"]),
+            ({"get_nudge_vector": [1.0, 2.0]}, ["get-nudge-vector"]),
+            ({"get_nudge_vector": [1.0, 2.0, 3.0, 4.0]}, ["get-nudge-vector"]),
+            ({"AutoSetNudge": [1, 1.0, 2.0, 3.0, 4.0]}, ["auto-set-nudge"]),
+            ({"GetVelocitySetPoint": [1.0, 2.0]}, ["get-velocity-set-point"]),
+            ({"GetTuningLimits": [1.0, 2.0, 3.0, 4.0]}, ["get-tuning-limits", "overshoot"]),
+            ({"calculate_headings": []}, ["calculate-headings", LINE_NORTH]),
+            ({"calculate_headings": [1.0]}, ["calculate-headings", LINE_NORTH, LINE_NORTH]),
+            ({"calculate_headings": [1.0, 2.0]}, ["calculate-headings", LINE_NORTH]),
+        ):
+            with self.subTest(replies), scripted(replies):
+                result = navctl(*arguments)
+                self.assertEqual((5, ""), (result.returncode, result.stdout), result.stderr)
+                self.assertIn("is of another form than the operation's", result.stderr)
+
+    def test_a_switch_of_a_setting_is_on_for_every_number_but_0(self):
+        for number, words in ((0, "false\n"), (1, "true\n"), (2, "true\n"), (-1, "true\n")):
+            with self.subTest(number), scripted({"get_reverse_engage_enabled": number}):
+                self.assertEqual(words, navctl("get-reverse-engage-enabled").stdout)
+
     def test_a_whole_number_is_a_number(self):
         with scripted({"get_nudge": 3, "GetVelocitySetPoint": [2], "get_nudge_vector": [1, 0, 0]}):
             self.assertEqual("3\n", navctl("get-nudge-scalar").stdout)

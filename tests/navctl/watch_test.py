@@ -9,9 +9,10 @@ import shlex
 import signal
 import subprocess
 import threading
+import time
 import unittest
 
-from navctl_program import (LINE_NORTH, Client, Running, Simulator, answer, navctl, on_terminal,
+from navctl_program import (LINE_NORTH, Client, Listener, Running, Simulator, answer, navctl, on_terminal,
                             program, scripted, silent, wait_for, web_server)
 
 # Of each kind of event, the names of its values.
@@ -91,7 +92,7 @@ class Watch(unittest.TestCase):
             self.assertIn("ab, complete yes, recording no, navigation active no, without ends\n",
                           navctl("watch", "wayline-status", "--count", "1").stdout)
             line = json.loads(navctl("--json", "watch", "wayline-status", "--count", "1").stdout)
-            self.assertEqual(0.0, line["length_m"])
+            self.assertIsNone(line["length_m"])
 
     def test_ends_after_the_count_or_the_time(self):
         with Simulator():
@@ -122,6 +123,34 @@ class Watch(unittest.TestCase):
         self.assertEqual(3, navctl("watch", "--for", "0.3").returncode)
         with silent():
             self.assertEqual(4, navctl("watch", "--for", "0.3", "--count", "1").returncode)
+
+    def test_who_answers_nothing_is_no_service(self):
+        for arguments in (["watch", "--for", "2.5"], ["--json", "watch", "--for", "2.5"],
+                          ["watch", "--lightbar", "--for", "2.5"]):
+            with self.subTest(arguments), silent():
+                result = navctl(*arguments)
+                self.assertEqual(4, result.returncode, result.stderr)
+                self.assertIn("navctl: the service gave no reply in time\n", result.stderr)
+                self.assertNotIn("connected", result.stderr)
+                if "--json" in arguments:
+                    line = json.loads(result.stdout.splitlines()[-1])
+                    self.assertEqual(("error", 4), (line["event"], line["exit_code"]))
+
+    def test_a_service_that_wakes_up_is_connected_to(self):
+        # One whose events come by themselves, and one that has none to send.
+        for name in ("guidance-status", "draw-points"):
+            with self.subTest(name), Simulator() as simulator:
+                simulator.process.send_signal(signal.SIGSTOP)
+                try:
+                    with Running("watch", name) as watch:
+                        wait_for(lambda: self.waits(watch) > 0, "the wait to be told")
+                        time.sleep(1.5)  # time for a connection that is none
+                        self.assertNotIn("connected", watch.errors())
+                        simulator.process.send_signal(signal.SIGCONT)
+                        wait_for(lambda: "navctl: connected\n" in watch.errors(), "the answer")
+                        self.assertEqual(0, watch.end())
+                finally:
+                    simulator.process.send_signal(signal.SIGCONT)
 
     def assert_last_line(self, code, reason, *arguments):
         result = navctl("--json", "watch", *arguments)
@@ -191,6 +220,13 @@ class Readers(unittest.TestCase):
             self.assertEqual("6", result.stdout.splitlines()[-1])
             self.assertIn("cannot write the standard output: Broken pipe", result.stderr)
 
+    def test_a_peer_that_closes_every_connection_is_no_service(self):
+        for arguments in (["watch", "--for", "1"], ["watch", "--lightbar", "--for", "1"]):
+            with self.subTest(arguments), Listener(lambda connection: connection.close()):
+                result = navctl(*arguments)
+                self.assertEqual(5, result.returncode, result.stderr)
+                self.assertIn("protocol error: ", result.stderr)
+
     def test_a_signal_ends_a_command_whose_output_nobody_reads(self):
         for arguments in (["watch"], ["--json", "watch", "guidance-status"],
                           ["watch", "--lightbar"]):
@@ -249,6 +285,14 @@ class Lightbar(unittest.TestCase):
             self.assertIn("\r 12.0 cm right  pass 0", text)  # the words where the lamps have no room
             self.assertNotIn("[·", text)
 
+    def test_a_terminal_that_obeys_no_sequences_gets_lines(self):
+        with Simulator():
+            _, text = on_terminal(["watch", "--lightbar"], {"TERM": "dumb"},
+                                  answer=end_when("no wayline"))
+        self.assertNotIn("\x1b", text)
+        self.assertTrue(text.replace("\r\n", "").isprintable(), text)
+        self.assertTrue(text.endswith("no wayline\r\n"), text)
+
     def test_words_wrap_where_there_is_no_room(self):
         with Simulator("--speed=2", "--receiver=ideal"):
             answer("set-wayline", "0 -0.12 0 0 -0.12 100 0")
@@ -260,13 +304,17 @@ class Lightbar(unittest.TestCase):
         self.assertLessEqual(max(len(line) for line in re.split(r"[\r\n]+", drawn)), 36)
         self.assertIn("no service: localhost port 5010:\r\n", drawn)
 
-    def test_the_words_take_the_place_of_lamps_that_would_reach_the_last_column(self):
-        for columns, has_lamps in ((36, False), (37, False), (38, True)):
+    def test_lamps_that_would_reach_the_last_column_are_left_out_and_the_words_are_not(self):
+        for columns, lamps in ((22, 0), (23, 0), (24, 3), (25, 3), (26, 4), (37, 9), (38, 10), (50, 10)):
             with self.subTest(columns), Simulator():
                 _, text = on_terminal(["watch", "--lightbar"], {"NO_COLOR": "1"}, columns=columns,
                                       answer=end_when("no wayline"))
                 lines = re.split(r"[\r\n]+", re.sub(r"\x1b\[[0-9]*[A-Z]", "", text))
-                self.assertEqual(has_lamps, any(line.startswith("[") for line in lines), text)
+                drawn = [line for line in lines if line.startswith("[")]
+                self.assertEqual(lamps > 0, bool(drawn), text)
+                for line in drawn:
+                    self.assertTrue(line.startswith("[" + "·" * lamps + " ○ " + "·" * lamps + "]  "),
+                                    text)
                 self.assertLess(max(map(len, lines)), columns)
 
     def test_lights_the_middle_on_the_line(self):

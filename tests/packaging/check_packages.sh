@@ -19,6 +19,11 @@ for package in "$packages"/*.deb; do
     dpkg-deb --extract "$package" "$root"
     name=$(dpkg-deb --field "$package" Package)
     multi_arch=$(dpkg-deb --field "$package" Multi-Arch)
+    maintainer=$(dpkg-deb --field "$package" Maintainer)
+    [ -z "${DEBEMAIL-}" ] || [ "$maintainer" = "$DEBFULLNAME <$DEBEMAIL>" ] ||
+        fail "the maintainer of $name is $maintainer"
+    zcat "$root/usr/share/doc/$name/changelog.Debian.gz" | grep -qF -- " -- $maintainer  " ||
+        fail "the changelog of $name is not signed by $maintainer"
     case $name in
         lib*) [ "$multi_arch" = same ] ;;
         python3-*) [ "$multi_arch" = no ] ;; # its files lie at the same place for every architecture

@@ -60,22 +60,18 @@ private:
 
 /// Answers "who" with the number of the connection that it came over, and an event "who" with it,
 /// too, as soon as somebody subscribes.
-class CNumberingService : public CRunningService
+void AnswerWithNumbers(CRunningService& service)
 {
-public:
-    CNumberingService()
-    {
-        On("who", [](MPISocketServerC& server, ClientNumber client, std::uint64_t request) {
-            const BAtomC number(static_cast<int>(client));
-            server.Reply(client, request, &number);
-        });
-        On("subscribed", [](MPISocketServerC& server, ClientNumber client, std::uint64_t) {
-            BListC payload(nullptr);
-            payload.AddInt(static_cast<int>(client));
-            server.PushTo(client, "who", payload);
-        });
-    }
-};
+    service.On("who", [](MPISocketServerC& server, ClientNumber client, std::uint64_t request) {
+        const BAtomC number(static_cast<int>(client));
+        server.Reply(client, request, &number);
+    });
+    service.On("subscribed", [](MPISocketServerC& server, ClientNumber client, std::uint64_t) {
+        BListC payload(nullptr);
+        payload.AddInt(static_cast<int>(client));
+        server.PushTo(client, "who", payload);
+    });
+}
 
 /// Asks over and over who it is.
 ///
@@ -94,7 +90,8 @@ int WrongAnswers(MPISocketClientC& client, int number)
 TEST(ConnectionFork, ChildAndParentCallAtOnceAndEachGetsItsOwnReplies)
 {
     for (const ForkRow& row : kForks) {
-        CNumberingService service;
+        CRunningService service;
+        AnswerWithNumbers(service);
         MPISocketClientC client(true);
         ASSERT_TRUE(client.Connect(kHost, service.Port(), -1));
         ASSERT_EQ(1, Call(client, "who"));
@@ -107,7 +104,8 @@ TEST(ConnectionFork, ChildAndParentCallAtOnceAndEachGetsItsOwnReplies)
 
 TEST(ConnectionFork, EveryGenerationHasALinkOfItsOwn)
 {
-    CNumberingService service;
+    CRunningService service;
+    AnswerWithNumbers(service);
     MPISocketClientC client(true);
     ASSERT_TRUE(client.Connect(kHost, service.Port(), -1));
     ASSERT_EQ(1, Call(client, "who"));
@@ -122,7 +120,8 @@ TEST(ConnectionFork, EveryGenerationHasALinkOfItsOwn)
 
 TEST(ConnectionFork, RegistrationsGoWithTheChild)
 {
-    CNumberingService service;
+    CRunningService service;
+    AnswerWithNumbers(service);
     CNotingClient client(true);
     ASSERT_TRUE(client.Connect(kHost, service.Port(), -1));
     client.Note("who");
@@ -139,7 +138,8 @@ TEST(ConnectionFork, RegistrationsGoWithTheChild)
 
 TEST(ConnectionFork, EventsThatTheParentHasNotTakenYetStayTheParents)
 {
-    CNumberingService service;
+    CRunningService service;
+    AnswerWithNumbers(service);
     CNotingClient client(true);
     ASSERT_TRUE(client.Connect(kHost, service.Port(), -1));
     ASSERT_EQ(1, Call(client, "who"));
@@ -159,7 +159,8 @@ TEST(ConnectionFork, EventsThatTheParentHasNotTakenYetStayTheParents)
 
 TEST(ConnectionFork, AChildOfAClientThatDoesNotReconnectClosesItsCopyAndSendsNothing)
 {
-    CNumberingService service;
+    CRunningService service;
+    AnswerWithNumbers(service);
     MPISocketClientC client(false);
     ASSERT_TRUE(client.Connect(kHost, service.Port(), -1));
     ASSERT_EQ(1, Call(client, "who"));

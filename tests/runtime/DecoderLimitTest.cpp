@@ -38,6 +38,14 @@ std::string EventNested(int levels, std::size_t count)
     return bytes + '\xdd' + BigEndian(count, 4) + std::string(count, '\x07');
 }
 
+/// The begins of messages that end with a text, behind `fill` bytes of another.
+struct TextAtTheLimit
+{
+    std::size_t fill;
+    const char* front;
+    const char* head; // of the text, before its length of four bytes
+};
+
 } // namespace
 
 TEST(DecoderLimit, Takes32MebibytesAndRefusesOneByteMore)
@@ -61,8 +69,9 @@ TEST(DecoderLimit, RefusesAMessageThatGrowsPastTheLimitWithoutAnEnd)
 {
     MessageDecoderC decoder;
     MessageC message;
-    Feed(decoder, FromHex("93 02 a1 65 91 db ff ff ff ff"));
-    const std::string portion(std::size_t{1024} * 1024, 'x');
+    Feed(decoder, FromHex("93 02 a1 65 dd 00 40 00 00"));
+    const std::string portion =
+        '\xdb' + BigEndian(kMebibyte - 5, 4) + std::string(kMebibyte - 5, 'x');
     EResult result = decoder.Next(message);
     int portions = 0;
     while (result == EResult::NeedMore && portions < 40) {
@@ -72,6 +81,40 @@ TEST(DecoderLimit, RefusesAMessageThatGrowsPastTheLimitWithoutAnEnd)
     }
     EXPECT_EQ(EResult::Bad, result);
     EXPECT_EQ(32, portions);
+}
+
+TEST(DecoderLimit, RefusesATextThatDoesNotFitWhereItIsAnnouncedAndMovesNothingForIt)
+{
+    const TextAtTheLimit texts[] = {
+        {0, "93 02 a1 65 91", "db"},                // a text
+        {0, "93 02 a1 65 91", "c6"},                // bytes
+        {0, "93 02", "db"},                         // a name
+        {0, "93 02 a1 65 91 81", "db"},             // a key
+        {0, "93 02 a1 65 dd 00 40 00 00 07", "db"}, // behind a number
+        {20 * kMebibyte, "93 02 a1 65 92", "db"},   // behind another text
+    };
+    for (const TextAtTheLimit& text : texts) {
+        std::string front = FromHex(text.front);
+        if (text.fill > 0) {
+            front += '\xdb' + BigEndian(text.fill, 4) + std::string(text.fill, 'f');
+        }
+        front += FromHex(text.head);
+        const std::size_t most = kLargestMessage - front.size() - 4;
+        for (const std::size_t excess : {std::size_t{0}, std::size_t{1}, 0xffffffff - most}) {
+            MessageDecoderC decoder;
+            MessageC message;
+            Feed(decoder, front);
+            ASSERT_EQ(EResult::NeedMore, decoder.Next(message)) << text.front;
+            const CAllocationMeter meter;
+            Feed(decoder, BigEndian(most + excess, 4) + std::string(4000, 'x'));
+            const bool fits = excess == 0;
+            EXPECT_EQ(fits ? EResult::NeedMore : EResult::Bad, decoder.Next(message)) << text.front;
+            EXPECT_EQ(fits ? "" : "a message of more than 32 MiB", decoder.Problem());
+            if (!fits) {
+                EXPECT_LE(meter.LargestBlock(), MessageDecoderC::kUsualPortion) << text.front;
+            }
+        }
+    }
 }
 
 TEST(DecoderLimit, Takes4194304ElementsAndRefusesOneMore)
@@ -116,6 +159,9 @@ TEST(DecoderLimit, RefusesAMillionLevelsWithoutOverflowingTheStack)
 TEST(DecoderLimit, AllocatesNothingForALengthThatIsOnlyAnnounced)
 {
     const char* const announcements[] = {
+        "93 02 a1 65 91 db 01 ff ff 00",       // a text of almost 32 MiB
+        "93 02 a1 65 91 c6 01 ff ff 00",       // as many bytes
+        "93 02 db 01 ff ff 00",                // a name of that length
         "93 02 a1 65 91 db ff ff ff ff",       // a text of 4 GiB
         "93 02 a1 65 91 c6 ff ff ff ff",       // as many bytes
         "93 02 db ff ff ff ff",                // a name of that length

@@ -154,7 +154,7 @@ TEST(DecoderMemory, IsBoundedForATextWithoutEnd)
     const CAllocationMeter meter;
     MessageDecoderC decoder;
     MessageC message;
-    const std::string stream = kEventHead + FromHex("91 db ff ff ff ff");
+    const std::string stream = kEventHead + FromHex("dd 00 40 00 00 db 01 ff ff 00");
     EXPECT_EQ(EResult::NeedMore, DecodeInPortions(decoder, stream, message, 4096));
     const std::string portion(kMebibyte, 'x');
     for (int sent = 0; sent < 31; ++sent) {

@@ -17,8 +17,15 @@ CRunningService::CRunningService(EListenOn addresses, const MPIServerLimitsC& li
 
 CRunningService::~CRunningService()
 {
+    Stop();
+}
+
+void CRunningService::Stop()
+{
     m_loop.stop();
-    m_thread.join();
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
 }
 
 void CRunningService::On(const std::string& name, Action action)
@@ -67,7 +74,7 @@ std::size_t CRunningService::Held()
 
 bool CRunningService::WaitForHeld(std::size_t least, std::size_t most)
 {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (std::chrono::steady_clock::now() < deadline) {
         const std::size_t held = Held();
         if (held >= least && held <= most) {

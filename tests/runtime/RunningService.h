@@ -61,6 +61,11 @@ public:
     void HandlerFailed(ClientNumber client, const std::string& name,
                        const std::string& reason) override;
 
+protected:
+    /// Ends the thread. A derived service does so before anything of it goes, for until then the
+    /// thread calls its operations.
+    void Stop();
+
 private:
     void Note(const std::string& text);
     bool Act(const std::string& name, ClientNumber client, std::uint64_t requestNumber);

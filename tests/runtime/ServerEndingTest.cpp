@@ -42,9 +42,12 @@ public:
         });
         On("large", [](MPISocketServerC& server, ClientNumber client, std::uint64_t number) {
             server.ReplyWritten(client, number,
-                                FromHex("db 00 10 00 00") + std::string(kMebibyte, 'x'));
+                                std::make_shared<const std::string>(FromHex("db 00 10 00 00") +
+                                                                    std::string(kMebibyte, 'x')));
         });
     }
+
+    ~CSlowService() override { Stop(); }
 
     /// Answers the held requests and ends their holding.
     void LetGo()

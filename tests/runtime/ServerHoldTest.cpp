@@ -35,6 +35,8 @@ public:
         });
     }
 
+    ~CHoldingService() override { Stop(); }
+
     /// Answers the held requests and ends their holding, the first first.
     void LetGo()
     {
@@ -163,15 +165,15 @@ TEST(HeldRequest, LosesNothingOfAFloodThatExceedsWhatMayWait)
 {
     CHoldingService service;
     CRawClient client(service.Port());
-    const std::uint64_t last = 4000;
-    const std::string text = FromHex("91 da 20 00") + std::string(0x2000, 'x');
+    const std::uint64_t last = 2400;
+    const std::string text = FromHex("91 da ff ff") + std::string(0xffff, 'x');
     std::string packet = Request(1, "long", "\x90");
     for (std::uint64_t number = 2; number <= last; ++number) {
         packet += Request(number, "a", text);
     }
-    ASSERT_GT(packet.size(), 24 * kMebibyte);
+    ASSERT_GT(packet.size(), 144 * kMebibyte);
     std::thread sender([&] { client.Send(packet); });
-    const bool isFull = service.WaitForHeld(16 * kMebibyte, 17 * kMebibyte);
+    const bool isFull = service.WaitForHeld(128 * kMebibyte, 129 * kMebibyte);
     service.LetGo();
     for (std::uint64_t number = 1; number <= last; ++number) {
         EXPECT_EQ(number, client.Read().number);

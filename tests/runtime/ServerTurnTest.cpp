@@ -77,8 +77,8 @@ std::shared_ptr<COwner> Served(const std::string& bytes, std::function<void()> s
     asio::ip::tcp::socket client(loop);
     client.connect(acceptor.local_endpoint());
     auto owner = std::make_shared<COwner>(std::move(serve));
-    const auto connection = std::make_shared<ServerConnectionC>(acceptor.accept(), 1, owner,
-                                                                std::make_shared<DisposerC>());
+    const auto connection = std::make_shared<ServerConnectionC>(
+        acceptor.accept(), 1, owner, std::make_shared<GradualDisposerC>(loop));
     asio::write(client, asio::buffer(bytes));
     connection->Start();
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
@@ -111,7 +111,8 @@ void Calculate()
 class CCalculatingService final : public MPIServiceHandlerC
 {
 public:
-    explicit CCalculatingService(asio::io_context& loop) : m_server(loop, *this)
+    explicit CCalculatingService(asio::io_context& loop, const MPIServerLimitsC& limits = {})
+        : m_server(loop, *this, limits)
     {
         const std::string problem = m_server.Listen(0);
         if (!problem.empty()) {
@@ -127,9 +128,11 @@ public:
         m_server.Reply(client, number, nullptr);
     }
     void NotificationReceived(ClientNumber, const std::string&, const BListC&) override {}
+    void ClientDropped(ClientNumber, const std::string&) override { ++dropped; }
     MPISocketServerC& Server() { return m_server; }
 
     int served = 0;
+    int dropped = 0;
 
 private:
     MPISocketServerC m_server;
@@ -144,6 +147,36 @@ bool RunUntil(asio::io_context& loop, Condition condition)
         loop.run_one_for(std::chrono::milliseconds(100));
     }
     return condition();
+}
+
+std::vector<std::unique_ptr<CRawClient>> Connected(asio::io_context& loop,
+                                                   CCalculatingService& service, std::size_t many)
+{
+    std::vector<std::unique_ptr<CRawClient>> clients;
+    for (std::size_t count = 0; count < many; ++count) {
+        clients.push_back(std::make_unique<CRawClient>(service.Server().Port()));
+    }
+    EXPECT_TRUE(RunUntil(loop, [&] { return service.Server().ClientCount() == many; }));
+    return clients;
+}
+
+/// Lets a loop run until a number has come to `all`.
+///
+/// @return by how much it grew at most between two looks of the loop at its connections.
+int MostBetweenTwoLooks(asio::io_context& loop, const int& number, int all)
+{
+    int before = number;
+    int most = 0;
+    std::function<void()> count = [&] { // runs once between two looks
+        most = std::max(most, number - before);
+        before = number;
+        if (before != all) {
+            asio::post(loop, count);
+        }
+    };
+    asio::post(loop, count);
+    EXPECT_TRUE(RunUntil(loop, [&] { return before == all; }));
+    return most;
 }
 
 const std::string kThreeRequests =
@@ -168,8 +201,8 @@ TEST(ServerTurn, HandsALargeReplyToTheSystemInPortions)
     asio::ip::tcp::socket accepted = acceptor.accept();
     const int descriptor = accepted.native_handle();
     const auto owner = std::make_shared<COwner>([] {});
-    const auto connection = std::make_shared<ServerConnectionC>(std::move(accepted), 1, owner,
-                                                                std::make_shared<DisposerC>());
+    const auto connection = std::make_shared<ServerConnectionC>(
+        std::move(accepted), 1, owner, std::make_shared<GradualDisposerC>(loop));
     const std::string reply(std::size_t{4} << 20U, 'x');
     ASSERT_TRUE(connection->Queue(reply.data(), reply.size()));
     connection->SendQueued();
@@ -178,7 +211,7 @@ TEST(ServerTurn, HandsALargeReplyToTheSystemInPortions)
     const std::size_t taken = static_cast<std::size_t>(onTheWay) + client.available();
     EXPECT_LT(0U, taken);
     // What has come and is not acknowledged counts twice.
-    EXPECT_LE(taken, 2 * ServerConnectionC::kWritePortion);
+    EXPECT_LE(taken, 2 * OutgoingBytesC::kPortion);
     std::string received(reply.size(), ' ');
     std::size_t count = 0;
     while (count < received.size()) {
@@ -197,28 +230,29 @@ TEST(ServerTurn, OfManyWhoAskAtOnceIsNotOneForAllOfThem)
     constexpr int many = 100;
     asio::io_context loop;
     CCalculatingService service(loop);
-    std::vector<std::unique_ptr<CRawClient>> clients;
-    for (int count = 0; count < many; ++count) {
-        clients.push_back(std::make_unique<CRawClient>(service.Server().Port()));
-    }
-    ASSERT_TRUE(RunUntil(loop, [&] { return service.Server().ClientCount() == many; }));
+    const auto clients = Connected(loop, service, many);
     for (const auto& client : clients) {
         client->Send(Request(1, "a", "\x90"));
     }
-    // Runs once between two looks of the loop at its connections.
-    int before = 0;
-    int most = 0;
-    std::function<void()> count = [&] {
-        most = std::max(most, service.served - before);
-        before = service.served;
-        asio::post(loop, count);
-    };
-    asio::post(loop, count);
-    ASSERT_TRUE(RunUntil(loop, [&] { return before == many; }));
-    EXPECT_LE(most, 20);
+    EXPECT_LE(MostBetweenTwoLooks(loop, service.served, many), 20);
     for (const auto& client : clients) {
         EXPECT_EQ(1U, client->Read().number);
     }
+}
+
+TEST(ServerTurn, OfManyWhoseUnfinishedMessagesDoNotGrowIsNotOneForAllOfThem)
+{
+    constexpr int many = 300;
+    asio::io_context loop;
+    MPIServerLimitsC limits;
+    limits.unfinished = 500ms;
+    CCalculatingService service(loop, limits);
+    const auto clients = Connected(loop, service, many);
+    for (const auto& client : clients) {
+        client->Send("\x94");
+    }
+    EXPECT_LE(MostBetweenTwoLooks(loop, service.dropped, many), 64);
+    EXPECT_EQ(0U, service.Server().ClientCount());
 }
 
 TEST(ServerTurn, EndsOnceItsProcessorTimeIsUsed)

@@ -8,6 +8,8 @@
 #include <optional>
 #include <random>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include <asio/executor_work_guard.hpp>
@@ -222,6 +224,25 @@ TEST(LongWork, IsEndedWithoutEffectByWhatEndsSteeringOrTakesTheLineAway)
             }
         }
     }
+}
+
+TEST(LongWork, ThatIsQueuedAfterADisengagementItCameBeforeIsEndedIfItChangesTheLine)
+{
+    CQueuedService service;
+    ASSERT_EQ("1", service.Request("set_wayline", Curve(4, 0.0)));
+    service.Ask("DisengageSteering", "[1]");
+    const auto line = service.Ask("set_wayline", Curve(4, 9.0, 2 * kMany));
+    service.Queue().EndAsDisengaged(service.LastTicket());
+    const auto headings = service.Ask("calculate_headings", "[" + Curve(4, 5.0) + "]");
+    service.Queue().EndAsDisengaged(service.LastTicket());
+    const auto later = service.Ask("Nudge", "[1, 1, 0.5]");
+    service.Finish();
+    EXPECT_EQ("0", line->value_or("none"));
+    EXPECT_NE(std::string::npos, service.Log().find("ended by hand meanwhile")) << service.Log();
+    EXPECT_NE("none", headings->value_or("none"));
+    EXPECT_EQ(std::to_string(3 + 1 + 3 + 27 * kMany) + " bytes",
+              service.Request("get_wayline", "[]"));
+    EXPECT_EQ('1', later->value_or("none")[1]);
 }
 
 TEST(LongWork, ThatChangesNothingIsNotEndedByADisengagement)
@@ -442,6 +463,31 @@ TEST(LongWork, OfClientsAndPageHasItsTurnsInEveryOrderOfAsking)
             }
         }
     }
+}
+
+TEST(LongWork, HasItsArgumentsDestroyedOnTheLoopWhereverTheyAreLetGo)
+{
+    class CWitness final : public BElementC
+    {
+    public:
+        explicit CWitness(std::thread::id& place) : BElementC(nullptr), m_place(place) {}
+        ~CWitness() override { m_place = std::this_thread::get_id(); }
+        EBElementType Type() const override { return EBElementType::String; }
+
+    private:
+        std::thread::id& m_place;
+    };
+    asio::io_context loop;
+    WorkQueueC queue(loop);
+    std::thread::id place;
+    auto arguments = std::make_unique<BListC>(nullptr);
+    arguments->Add(new CWitness(place));
+    std::shared_ptr<const BListC> kept = queue.Keep(std::move(arguments));
+    EXPECT_EQ(EBElementType::String, kept->TypeAt(0));
+    std::thread([last = std::move(kept)]() mutable { last.reset(); }).join();
+    EXPECT_EQ(std::thread::id(), place);
+    loop.run();
+    EXPECT_EQ(std::this_thread::get_id(), place);
 }
 
 TEST(LongWork, IsNotDoneForAWaylineOfTooManyPoints)

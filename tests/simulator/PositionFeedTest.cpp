@@ -197,7 +197,7 @@ struct BadRecord
 TEST(PositionFeed, IgnoresARecordThatItCannotUse)
 {
     for (const BadRecord& row :
-         std::vector<BadRecord>{{"1=51.", "1=91.", "91.000000 is no latitude"},
+         std::vector<BadRecord>{{"1=51.", "1=91.", "91 is no latitude"},
                                 {"2=7.", "2=nan;99=7.", "nan is no longitude"},
                                 {"3=100;", "3=inf;", "inf is no height"},
                                 {"5=2;", "5=-nan;", "nan is no ground speed"},
@@ -231,7 +231,7 @@ TEST(PositionFeed, LeavesTheOriginForAnImpossibleOne)
     service.Notify("set_wayline_origin", "[91.0, 7.0, 100.0]");
     service.Notify("set_wayline_origin", "[51.0, nan, 100.0]");
 
-    EXPECT_EQ("set_wayline_origin refused: 91.000000 is no latitude in degrees\n"
+    EXPECT_EQ("set_wayline_origin refused: 91 is no latitude in degrees\n"
               "set_wayline_origin refused: nan is no longitude in degrees\n",
               service.Log());
     Feed(service, {});

@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -78,6 +79,20 @@ public:
         return ::stat(Path().c_str(), &file) == 0 ? file.st_ino : 0;
     }
     std::string Text() const { return m_directory.Read("state.json"); }
+    /// Removes the file, or one beside it.
+    void Remove(const std::string& name = "state.json") const
+    {
+        std::filesystem::remove(m_directory.File(name));
+    }
+    bool WaitForFile(const std::string& name) const
+    {
+        const auto deadline = InGoodTime();
+        while (!std::filesystem::exists(m_directory.File(name))) {
+            if (Clock::now() > deadline)
+                return false;
+        }
+        return true;
+    }
     bool WaitForText(const std::string& part) const
     {
         const auto deadline = InGoodTime();
@@ -154,6 +169,33 @@ TEST(SettingsSaver, WritesNothingThatTheFileHasAlready)
     EXPECT_EQ(file, settings.File());
 }
 
+TEST(SettingsSaver, WritesAFileAnewThatSomebodyHasRemoved)
+{
+    SavedSettings settings(LookAhead(1.5));
+    settings.Remove();
+
+    EXPECT_TRUE(settings.WaitForText("1.5"));
+
+    settings.Remove();
+    settings.Saver().Keep(LookAhead(1.5));
+    EXPECT_TRUE(settings.WaitForText("1.5"));
+    settings.Remove();
+    EXPECT_TRUE(settings.Saver().Finish(InGoodTime()));
+    EXPECT_NE(std::string::npos, settings.Text().find("1.5"));
+    EXPECT_TRUE(settings.lines.Wait(0).empty());
+}
+
+TEST(SettingsSaver, MakesTheLockAnewThatSomebodyHasRemoved)
+{
+    SavedSettings settings;
+    settings.Remove(".state.json.lock");
+
+    EXPECT_TRUE(settings.WaitForFile(".state.json.lock"));
+
+    EXPECT_TRUE(settings.Saver().Finish(InGoodTime()));
+    EXPECT_EQ(0u, settings.File()); // nothing was to be kept
+}
+
 /// Lets no file of this process have more than a few bytes, as on a full disk.
 class FullDisk
 {
@@ -208,9 +250,14 @@ TEST(SettingsSaver, TriesOnceMoreAtTheEnd)
         const FullDisk full;
         settings.Saver().Keep(LookAhead(2.5));
         ASSERT_EQ(1u, settings.lines.Wait(1).size());
+        while (settings.Saver().State() == EKeeping::Pending) {
+            std::this_thread::yield();
+        }
+        EXPECT_EQ(EKeeping::Failing, settings.Saver().State());
     }
     EXPECT_TRUE(settings.Saver().Finish(InGoodTime()));
 
+    EXPECT_EQ(EKeeping::Saved, settings.Saver().State());
     EXPECT_NE(std::string::npos, settings.Text().find("2.5"));
 }
 

@@ -221,15 +221,23 @@ TEST(StateFile, CanHaveANameOfAnyLengthAllowed)
     }
 }
 
-TEST(StateFile, CanBeUsedWithWhatACrashLeftBehind)
+TEST(StateFile, LeavesFilesOfOthersBesideIt)
 {
-    const Directory directory;
-    directory.Write(".state.json.new", "{");
-    directory.Write(".state.json.lock", "");
+    for (const std::string content :
+         {"", "precious", ".state.json.new-0123", ".state.json.new\n"}) {
+        const Directory directory;
+        const std::set<std::string> others{".state.json.lock", ".state.json.new",
+                                           ".state.json.new-0123456789abcdef",
+                                           ".state.json.new-0123"};
+        for (const std::string& name : others)
+            directory.Write(name, content);
 
-    EXPECT_EQ("", Opened(directory.File("state.json"))->Save(kNew));
+        EXPECT_EQ("", Opened(directory.File("state.json"))->Save(kNew));
 
-    EXPECT_EQ(std::set<std::string>{"state.json"}, FilesOf(directory));
+        for (const std::string& name : others)
+            EXPECT_EQ(content, directory.Read(name)) << name;
+        EXPECT_EQ(others.size() + 1, FilesOf(directory).size());
+    }
 }
 
 TEST(StateFile, CannotBeALinkToAFileThatIsNotThere)
@@ -295,6 +303,42 @@ TEST(StateFile, CanBeUsedByTheNextProgramHoweverTheOneBeforeEnded)
     EXPECT_EQ(std::set<std::string>{"state.json"}, FilesOf(directory));
 }
 
+TEST(StateFile, GetsItsLockBackWhenSomebodyHasRemovedIt)
+{
+    const Directory directory;
+    const std::string path = directory.File("state.json");
+    const auto file = Opened(path);
+    std::filesystem::remove(directory.File(".state.json.lock"));
+
+    EXPECT_TRUE(file->LookAfterLock());
+
+    EXPECT_TRUE(Contains(Refusal(path), "another simulator uses it"));
+    std::filesystem::remove(directory.File(".state.json.lock"));
+    EXPECT_EQ("", file->Save(kNew));
+    EXPECT_TRUE(Contains(Refusal(path), "another simulator uses it"));
+    EXPECT_EQ((std::set<std::string>{".state.json.lock", "state.json"}), FilesOf(directory));
+}
+
+TEST(StateFile, IsNotWrittenWhileAnotherProgramHasTakenItsLock)
+{
+    const Directory directory;
+    const std::string path = directory.File("state.json");
+    const auto first = Opened(path);
+    std::filesystem::remove(directory.File(".state.json.lock"));
+    {
+        const auto second = Opened(path);
+
+        EXPECT_FALSE(first->LookAfterLock());
+        EXPECT_EQ("cannot write the state file " + path + ": another simulator uses it",
+                  first->Save(kOld));
+
+        EXPECT_EQ("", second->Save(kNew));
+        EXPECT_TRUE(Contains(directory.Read("state.json"), "2.5"));
+    }
+    EXPECT_EQ("", first->Save(kOld));
+    EXPECT_TRUE(Contains(Refusal(path), "another simulator uses it"));
+}
+
 /// Puts something in the place of the files that a state file makes beside itself.
 using Plant = std::function<void(const std::string& target, const std::string& place)>;
 
@@ -317,10 +361,13 @@ TEST(StateFile, FollowsNoLinkInThePlaceOfItsNewFile)
         const Directory directory;
         directory.Write("victim", "precious");
         const auto file = Opened(directory.File("state.json"));
-        plant(directory.File("victim"), directory.File(".state.json.new"));
+        std::string planted = directory.Read(".state.json.lock");
+        planted.pop_back();
+        plant(directory.File("victim"), directory.File(planted));
 
         EXPECT_EQ("", file->Save(kNew));
 
+        EXPECT_TRUE(FilesOf(directory).count(planted) == 1);
         EXPECT_EQ("precious", directory.Read("victim"));
         EXPECT_FALSE(std::filesystem::exists(directory.File("victim.missing")));
         EXPECT_TRUE(Contains(directory.Read("state.json"), "2.5"));
@@ -461,6 +508,30 @@ TEST(StateFile, IsTheOldOrTheNewOneWhereverInWritingTheProgramIsKilled)
     // Opening, writing and bringing to the disk go before the rename, the folder's come after it.
     EXPECT_GE(timesOld, 8);
     EXPECT_GE(timesNew, 2);
+}
+
+TEST(StateFile, RemovesWhatItsOwnCrashLeftBehindWhereverThatWas)
+{
+    int leftBehind = 0;
+    for (int stop = 0;; ++stop) {
+        const Directory directory;
+        const std::string path = directory.File("state.json");
+        const bool killed = KilledAtStop(stop, [&] { Opened(path)->Save(kOld); });
+        if (!killed)
+            break;
+        leftBehind += FilesOf(directory).size() > 1 ? 1 : 0;
+
+        EXPECT_EQ("", Opened(path)->Save(kNew)) << "stop " << stop;
+
+        // Of a lock that nothing had been written to, nobody knows whose it is.
+        auto files = FilesOf(directory);
+        if (files.count(".state.json.lock") == 1) {
+            EXPECT_EQ("", directory.Read(".state.json.lock")) << "stop " << stop;
+            files.erase(".state.json.lock");
+        }
+        EXPECT_EQ(std::set<std::string>{"state.json"}, files) << "stop " << stop;
+    }
+    EXPECT_GE(leftBehind, 8);
 }
 
 TEST(StateFile, StaysAsItWasWhenTheNewOneCannotBeWritten)

@@ -16,6 +16,7 @@ using Bytes::Notification;
 using Bytes::Request;
 using Kestrove::Testing::CAnswer;
 using Kestrove::Testing::CScriptedService;
+using Kestrove::Testing::CValue;
 using Kestrove::Testing::EListen;
 
 namespace {
@@ -152,7 +153,7 @@ struct PushRow
 {
     const char* label;
     const char* event;
-    std::vector<Kestrove::Testing::CValue> payload;
+    std::vector<CValue> payload;
     const char* problem;
 };
 
@@ -182,7 +183,37 @@ const PushRow kPushes[] = {
      "cb_draw_points",
      {2147483647},
      "pushed with too few elements, of 2000001: cb_draw_points [int 2147483647]\n"},
+    {"a text for a number",
+     "cb_offsets",
+     {"0.5"},
+     "pushed with something else than a number as element 1: cb_offsets [\"0.5\"]\n"},
+    {"a list for a number",
+     "cb_engage_status",
+     {1, 0, 0, 0, {1}},
+     "pushed with something else than a number as element 5: "
+     "cb_engage_status [int 1, int 0, int 0, int 0, [int 1]]\n"},
+    {"nothing for a number, where events may grow",
+     "cb_wayline_status",
+     {1, CValue::Nothing(), 0, 4, 0.5, 7},
+     "pushed with something else than a number as element 2: "
+     "cb_wayline_status [int 1, nothing, int 0, int 4, double 0.5, int 7]\n"},
+    {"a list of points",
+     "cb_draw_points",
+     {{0.5, 1.5}},
+     "pushed with something else than a number as element 1: "
+     "cb_draw_points [[double 0.5, double 1.5]]\n"},
+    {"a text in a point",
+     "cb_draw_points",
+     {1, 0.5, "1.5"},
+     "pushed with something else than a number as element 3: "
+     "cb_draw_points [int 1, double 0.5, \"1.5\"]\n"},
+    {"fewer points than none",
+     "cb_draw_points",
+     {-1},
+     "pushed with a negative number of points: cb_draw_points [int -1]\n"},
     {"all well", "cb_offsets", {0.5}, ""},
+    {"whole numbers", "cb_offsets", {5}, ""},
+    {"anything behind what is read", "cb_wayline_status", {1, 0, 0, 4, 0.5, "new"}, ""},
     {"more, where events may grow", "cb_wayline_status", {1, 0, 0, 4, 0.5, 7}, ""},
     {"whole points", "cb_draw_points", {1, 0.5, 1.5}, ""},
     {"a name of the application's own", "ev", {}, ""},

@@ -56,13 +56,15 @@ def doxyfile():
 
 
 def public_headers():
-    """The headers that the reference is made of, from what the Doxyfile takes in."""
-    taken = re.search(r"^INPUT\s*=((?:.*\\\n)*.*)$", doxyfile(), re.MULTILINE).group(1)
-    headers = []
-    for name in taken.replace("\\", " ").split():
-        path = PROJECT / name
-        headers += sorted(path.glob("*.h")) if path.is_dir() else [path]
-    return headers
+    """The headers that are installed, as the installation lists them."""
+    lists = re.findall(r"^ *(?:file\(GLOB|list\((\w+)) public_headers\b([^)]*)\)",
+                       (PROJECT / "cmake" / "InstallNavigation.cmake").read_text(encoding="utf-8"),
+                       re.MULTILINE)
+    headers = set()
+    for change, names in lists:
+        named = {path for name in re.findall(r"\S+\.h\b", names) for path in PROJECT.glob(name)}
+        headers = headers - named if change == "REMOVE_ITEM" else headers | named
+    return sorted(headers)
 
 
 @unittest.skipUnless(shutil.which("doxygen"), "doxygen is missing; scripts/setup test installs it")
@@ -100,6 +102,9 @@ class Reference(unittest.TestCase):
         for page in linked:
             self.assertTrue((self.html / page).exists(), page)
 
+    def test_names_the_version(self):
+        version = re.search(r" VERSION ([\d.]+)", (PROJECT / "CMakeLists.txt").read_text(encoding="utf-8"))
+        self.assertIn(f'<span id="projectnumber">&#160;{version.group(1)}</span>', self.page("index.html"))
 
     def test_has_no_link_that_leads_nowhere(self):
         self.assertEqual([], dead_links(self.html))

@@ -39,6 +39,10 @@ class Environment(unittest.TestCase):
                               ("data", f"{PROJECT}/tests/data")):
             self.assertEqual(passed, self.environment(FIELD_DATA_DIR=given)["FIELD_DATA_DIR"])
 
+    def test_passes_on_which_pythons_the_wheel_is_tried_with(self):
+        pythons = "/opt/3.9/bin/python3:/opt/3.12/bin/python3"
+        self.assertEqual(pythons, self.environment(KESTROVE_PYTHONS=pythons)["KESTROVE_PYTHONS"])
+
 
 def program(path, text):
     path.parent.mkdir(parents=True, exist_ok=True)

@@ -63,7 +63,7 @@ std::optional<EFieldFormat> FieldFormatOfContent(const std::string& beginning)
 
 std::optional<EFieldFormat> FieldFormatOfTarget(const std::string& path)
 {
-    const std::string ending = EndingOf(path);
+    const std::string ending = SuffixOf(path);
     if (ending == "kml")
         return EFieldFormat::Kml;
     if (ending == "kmz")

@@ -61,16 +61,16 @@ std::string LowerCase(std::string text)
     return text;
 }
 
-std::string EndingOf(const std::string& path)
+std::string SuffixOf(const std::string& path)
 {
     const std::size_t dot = path.find_last_of("./");
     return dot == std::string::npos || path[dot] == '/' ? std::string()
                                                         : LowerCase(path.substr(dot + 1));
 }
 
-std::string WithoutEnding(const std::string& path)
+std::string WithoutSuffix(const std::string& path)
 {
-    const std::string ending = EndingOf(path);
+    const std::string ending = SuffixOf(path);
     return ending.empty() ? path : path.substr(0, path.size() - ending.size() - 1);
 }
 

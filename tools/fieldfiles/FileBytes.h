@@ -23,10 +23,10 @@ std::vector<std::string> NamesIn(const std::string& folder);
 std::string LowerCase(std::string text);
 
 /// What stands behind the last dot of a path's name, in lower case; empty without one.
-std::string EndingOf(const std::string& path);
+std::string SuffixOf(const std::string& path);
 
 /// The path without its ending.
-std::string WithoutEnding(const std::string& path);
+std::string WithoutSuffix(const std::string& path);
 
 /// Files that belong together: by their names in lower case, what they hold.
 using FileSet = std::map<std::string, std::string>;

@@ -72,7 +72,7 @@ CFieldFile ReadXml(const std::string& bytes, const std::string& path, const Kind
 
 bool IsPartOfShapefile(const std::string& path)
 {
-    const std::string ending = EndingOf(path);
+    const std::string ending = SuffixOf(path);
     return ending == "shp" || ending == "shx" || ending == "dbf" || ending == "prj";
 }
 
@@ -81,10 +81,10 @@ CFieldFile ReadShapefileBeside(const std::string& path, const std::string& bytes
     if (path == "-")
         throw CFieldFileProblem("a Shapefile is several files; name its .shp");
     const std::string own = std::filesystem::path(path).filename().string();
-    const std::string stem = WithoutEnding(own);
+    const std::string stem = WithoutSuffix(own);
     FileSet files;
     for (const std::string& there : NamesIn(FolderAround(path))) {
-        if (LowerCase(WithoutEnding(there)) == LowerCase(stem) && IsPartOfShapefile(there) &&
+        if (LowerCase(WithoutSuffix(there)) == LowerCase(stem) && IsPartOfShapefile(there) &&
             there != own) {
             files[LowerCase(there)] =
                 ReadFileBytes((std::filesystem::path(FolderAround(path)) / there).string());
@@ -118,12 +118,12 @@ public:
             [](const std::string& path) { return LowerCase(NameInFolder(path)) == kIsoXmlName; });
         if (!main.empty())
             return ReadIso(main);
-        main = Shallowest([](const std::string& path) { return EndingOf(path) == "kml"; });
+        main = Shallowest([](const std::string& path) { return SuffixOf(path) == "kml"; });
         if (!main.empty())
             return ReadKml(m_zip.Unpack(main), kind);
         CFieldFile file;
         for (const std::string& path : m_zip.Paths()) {
-            if (EndingOf(path) == "shp")
+            if (SuffixOf(path) == "shp")
                 Take(file, ReadShapes(path, kind));
         }
         if (file.fields.empty() && file.refused.empty()) {
@@ -174,7 +174,7 @@ private:
 
     CFieldFile ReadShapes(const std::string& path, const Kind& kind)
     {
-        const std::string stem = WithoutEnding(NameInFolder(path));
+        const std::string stem = WithoutSuffix(NameInFolder(path));
         FileSet files;
         for (const char* ending : {"shp", "shx", "dbf", "prj"}) {
             const std::string name = stem + "." + ending;

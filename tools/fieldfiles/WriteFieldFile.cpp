@@ -12,7 +12,7 @@ namespace {
 
 FilesToWrite IsoXmlToWrite(const std::string& main, const std::string& path)
 {
-    if (EndingOf(path) == "zip")
+    if (SuffixOf(path) == "zip")
         return {{path, MakeZip({{"TASKDATA/TASKDATA.XML", main}})}};
     std::error_code error;
     if (path.back() != '/' && !std::filesystem::is_directory(path, error))
@@ -42,7 +42,7 @@ FilesToWrite ShapefileToWrite(CFieldFile& file, const std::string& path, EShapes
     }
     FilesToWrite files;
     for (const auto& [ending, bytes] : WriteShapefile(file, shapes))
-        files.emplace_back(WithoutEnding(path) + "." + ending, bytes);
+        files.emplace_back(WithoutSuffix(path) + "." + ending, bytes);
     return files;
 }
 

@@ -42,8 +42,13 @@ void AddVersionCommand(CLI::App& app, CContext& context)
 /// For the list of commands: the words are turned into those of --help before they are read.
 void AddHelpCommand(CLI::App& app)
 {
-    app.add_subcommand(kHelpCommand, "Prints the help of a command: navctl help COMMAND")
-        ->callback([] { throw CLI::CallForHelp(); });
+    CLI::App* const command =
+        app.add_subcommand(kHelpCommand, "Prints the help of a command: navctl help COMMAND");
+    command
+        ->add_option_function<std::string>(
+            "command", [](const std::string&) {}, "The command; without it, all are listed")
+        ->type_name("");
+    command->callback([] { throw CLI::CallForHelp(); });
 }
 
 void AddCommands(CLI::App& app, CContext& context)

@@ -76,6 +76,7 @@ void CContext::Fail(EExitCode code, const std::string& reason, const Json& more)
     if (WritesJson()) {
         Json value{
             {"outcome", "failed"}, {"exit_code", static_cast<int>(code)}, {"reason", reason}};
+        value.update(m_moreOfFailures);
         value.update(more);
         Print(value, "");
     }

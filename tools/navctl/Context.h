@@ -81,6 +81,8 @@ public:
     /// also {"outcome": "failed", "exit_code", "reason"} and the entries of `more` on the standard
     /// output.
     void Fail(EExitCode code, const std::string& reason, const Json& more = Json::object());
+    /// Gives all failures from now on entries of their own, such as counts that are 0 yet.
+    void AddToFailures(const Json& more) { m_moreOfFailures = more; }
     /// Ends the command with kExitRefused: the reason on the standard error; with `--json`, `value`
     /// on the standard output.
     void Refuse(const Json& value, const std::string& reason);
@@ -102,6 +104,7 @@ private:
     COutput& m_output;
     std::unique_ptr<CNavigationAPI> m_navigation;
     EExitCode m_exitCode = kExitDone;
+    Json m_moreOfFailures = Json::object();
 };
 
 /// What a failure of a call over a connection that was up means.

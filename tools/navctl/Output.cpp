@@ -208,7 +208,12 @@ bool ErrorsAreTerminal()
 
 bool ColoursAreAllowed()
 {
-    return Variable("NO_COLOR").empty() && Variable("TERM") != "dumb";
+    return Variable("NO_COLOR").empty() && ObeysSequences();
+}
+
+bool ObeysSequences()
+{
+    return Variable("TERM") != "dumb";
 }
 
 bool HasUtf8()

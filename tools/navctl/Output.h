@@ -76,6 +76,9 @@ bool ErrorsAreTerminal();
 /// Whether the environment allows colours (see NO_COLOR) and the terminal has them.
 bool ColoursAreAllowed();
 
+/// Whether the terminal obeys escape sequences, such as for clearing a line: not a "dumb" one.
+bool ObeysSequences();
+
 /// Whether the environment's character set is UTF-8.
 bool HasUtf8();
 

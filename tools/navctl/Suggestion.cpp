@@ -132,6 +132,22 @@ std::string VerbOf(const std::string& command)
     return command.substr(0, command.find('-'));
 }
 
+/// The verb that takes back what a word's verb with "un" before it would do: "disengage" for
+/// "unengage", which is nearer to "engage". Empty for all other words.
+std::string OppositeMeant(const std::string& word)
+{
+    constexpr std::pair<const char*, const char*> kOpposites[] = {
+        {"set", "clear"}, {"engage", "disengage"}, {"start", "stop"}};
+    const std::string verb = VerbOf(word);
+    if (verb.rfind("un", 0) != 0)
+        return {};
+    for (const auto& [done, takenBack] : kOpposites) {
+        if (Distance(verb.substr(2), done) <= 1)
+            return takenBack;
+    }
+    return {};
+}
+
 /// The verbs that a word may begin with: the one that it has, or the nearest. A word that may be a
 /// misspelt getter is no setter.
 Words VerbsMeant(const std::string& word, const Words& commands)
@@ -143,6 +159,12 @@ Words VerbsMeant(const std::string& word, const Words& commands)
     }
     if (verbs.count(VerbOf(word)) != 0)
         return {VerbOf(word)};
+    const std::string opposite = OppositeMeant(word);
+    if (!opposite.empty())
+        return {opposite};
+    static const std::set<std::string> othersForClear{"remove", "delete", "drop"};
+    if (othersForClear.count(VerbOf(word)) != 0)
+        return {"clear"};
     for (const std::string& verb : verbs) {
         if (word.rfind(verb, 0) == 0)
             return {verb};
@@ -180,10 +202,12 @@ std::string Suggestion(const std::string& given, const std::vector<std::string>&
     return Question(suggested.empty() ? WithAllParts(word, words, IsNearPart) : suggested);
 }
 
-std::string CommandSuggestion(const std::string& given, const std::vector<std::string>& commands)
+namespace {
+
+/// What is suggested for a word among the commands that begin with one of these verbs; for one
+/// without a hyphen, also among those that have none.
+std::string SuggestionOfVerbs(const std::string& word, const Words& verbs, const Words& commands)
 {
-    const std::string word = InTheirSpelling(given);
-    const Words verbs = VerbsMeant(word, commands);
     const bool isPlain = word.find('-') == std::string::npos;
     Words possible;
     for (const std::string& command : commands) {
@@ -193,10 +217,26 @@ std::string CommandSuggestion(const std::string& given, const std::vector<std::s
             possible.push_back(command);
     }
     const std::string suggestion = Suggestion(word, possible);
-    if (!suggestion.empty())
-        return suggestion;
+    return suggestion.empty() && !verbs.empty() ? Suggestion(WithVerb(word, verbs), possible)
+                                                : suggestion;
+}
+
+} // namespace
+
+std::string CommandSuggestion(const std::string& given, const std::vector<std::string>& commands)
+{
+    const std::string word = InTheirSpelling(given);
+    const Words verbs = VerbsMeant(word, commands);
+    const std::string ofVerbs = SuggestionOfVerbs(word, verbs, commands);
+    if (!ofVerbs.empty())
+        return ofVerbs;
+    // What asks for a setting begins with "get", what asks for the state with "is".
+    if (verbs == Words{"is"} || verbs == Words{"get"}) {
+        const Words other{verbs.front() == "is" ? "get" : "is"};
+        return SuggestionOfVerbs(WithVerb(word, other), other, commands);
+    }
     if (!verbs.empty())
-        return Suggestion(WithVerb(word, verbs), possible);
+        return {};
     // Without a verb, or with it behind: whatever has all its parts, best as they are.
     const Words exact = WithAllParts(word, commands, std::equal_to<>());
     return Question(exact.empty() ? WithAllParts(word, commands, IsNearPart) : exact);

@@ -1,6 +1,7 @@
 #include "tools/navctl/UsageProblem.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 #include "platform/Utilities.h"
 #include "tools/navctl/Suggestion.h"
@@ -68,6 +69,11 @@ bool TakesNextWord(const CLI::Option& option, const std::string& word)
     return word.find('=') == std::string::npos && option.get_items_expected_min() > 0;
 }
 
+std::string WantsAValue(const std::string& name, const CLI::Option& option)
+{
+    return name + " wants a value, " + option.get_type_name() + ": " + option.get_description();
+}
+
 /// Goes through the words of a command line up to the first that is none of its commands or
 /// options.
 class CWordSearch
@@ -115,6 +121,10 @@ private:
         if (option == nullptr) {
             m_problem = "there is no option \"" + name + '"' + Of(m_app, *m_command) +
                         Suggestion(name, OptionsOf(*m_command));
+            return false;
+        }
+        if (word == name + '=' && option->get_items_expected_min() > 0) {
+            m_problem = WantsAValue(name, *option);
             return false;
         }
         const bool isApart = TakesNextWord(*option, word);
@@ -185,12 +195,40 @@ std::string WrongCount(const CWordSearch& search)
             std::count_if(search.Options().begin(), search.Options().end(),
                           [&](const auto& other) { return other.option == given.option; });
         if (given.isWithoutValue) {
-            return given.name + " wants a value, " + given.option->get_type_name() + ": " +
-                   given.option->get_description();
+            return WantsAValue(given.name, *given.option);
         }
         if (times > 1 && given.option->get_items_expected_max() <= 1) {
             return given.name + " may be given once, and is given " + std::to_string(times) +
                    " times";
+        }
+    }
+    return {};
+}
+
+/// Whether a word can stand behind an option that is set by its name alone.
+bool IsFlagValue(const std::string& word)
+{
+    try {
+        return CLI::detail::to_flag_value(word) != 0;
+    } catch (const std::invalid_argument&) {
+        return false;
+    }
+}
+
+/// Which option that is set by its name alone has something else than on or off behind it; empty
+/// when none.
+std::string WrongFlag(const CWordSearch& search, const std::vector<std::string>& words)
+{
+    for (const CWordSearch::Given& given : search.Options()) {
+        const std::string beginning = given.name + "=";
+        for (const std::string& word : words) {
+            const bool isIt =
+                given.option->get_items_expected_max() == 0 && word.rfind(beginning, 0) == 0;
+            const std::string value = isIt ? word.substr(beginning.size()) : "";
+            if (isIt && !IsFlagValue(value)) {
+                return given.name + ": \"" + value + "\" is not allowed, wanted is " + given.name +
+                       " alone, or on or off behind the =";
+            }
         }
     }
     return {};
@@ -248,6 +286,8 @@ std::string UsageProblem(const CLI::App& app, const std::vector<std::string>& wo
         problem = TooMany(search);
     } else if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
         problem = WrongCount(search);
+    } else if (dynamic_cast<const CLI::ConversionError*>(&error) != nullptr) {
+        problem = WrongFlag(search, words);
     } else if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
         problem = MissingCommand(app, search.Command());
     }

@@ -35,9 +35,14 @@ class Inbox:
                 raise TypeError(f"no kind of event: {kind!r}")
         self.kinds: FrozenSet[Any] = frozenset(kinds or _OPERATIONS)
         self.dropped = 0
-        self._loop = loop
+        self._loop: Optional[asyncio.AbstractEventLoop] = loop  # none yet in a child
         self._events: Deque[Any] = collections.deque()
         self._arrived = asyncio.Event()
+        self._is_waking = False
+
+    def settle_in_child(self) -> None:
+        """After a fork: keeps its events, and waits for the first loop that iterates."""
+        self._loop = None
         self._is_waking = False
 
     # in the thread
@@ -56,10 +61,11 @@ class Inbox:
         self._wake()
 
     def _wake(self) -> None:
-        if not self._is_waking:
+        loop = self._loop
+        if loop is not None and not self._is_waking:
             self._is_waking = True
             try:
-                self._loop.call_soon_threadsafe(self._woken)
+                loop.call_soon_threadsafe(self._woken)
             except RuntimeError:  # the loop is closed: nobody iterates any more
                 self.kinds = frozenset()
 
@@ -71,7 +77,11 @@ class Inbox:
 
     async def get(self, timeout: Optional[float]) -> Any:
         """The next event; None when the iteration has ended or none comes in time, which ends it."""
-        end = None if timeout is None else self._loop.time() + timeout
+        if self._loop is None:
+            self._arrived = asyncio.Event()
+            self._loop = asyncio.get_running_loop()
+        loop = self._loop
+        end = None if timeout is None else loop.time() + timeout
         while True:
             try:
                 return self._events.popleft()
@@ -79,15 +89,15 @@ class Inbox:
                 pass
             if not self.kinds:
                 return None
-            if end is not None and self._loop.time() >= end:
+            if end is not None and loop.time() >= end:
                 self.kinds = frozenset()
                 return None
-            await self._wait(end)
+            await self._wait(loop, end)
 
-    async def _wait(self, end: Optional[float]) -> None:
+    async def _wait(self, loop: asyncio.AbstractEventLoop, end: Optional[float]) -> None:
         # Not asyncio.wait_for(), which before Python 3.12 may swallow a cancellation.
         self._arrived.clear()
-        timer = None if end is None else self._loop.call_at(end, self._arrived.set)
+        timer = None if end is None else loop.call_at(end, self._arrived.set)
         try:
             await self._arrived.wait()
         finally:
@@ -101,15 +111,26 @@ class Worker:
 
     def __init__(self, client: _navigation.NavigationClient) -> None:
         self._client = client
+        self._inboxes: List["weakref.ref[Inbox]"] = []  # replaced by the lock, never changed
+        self._reader = self._wake_writer = -1  # the pipe lives as long as the thread
+        self._begin()
+        _workers.add(self)
+
+    def _begin(self) -> None:
         # Held for a few instructions at a time, in which stop() may be run by garbage collection.
         self._lock = threading.RLock()
-        self._process = _process
         self._calls: Deque[Tuple[_Call, Optional["asyncio.Future[Any]"]]] = collections.deque()
-        self._thread: Optional[threading.Thread] = None  # by the lock, as are the calls
-        self._wake_writer = -1  # by the lock: the pipe lives as long as the thread
-        self._inboxes: List["weakref.ref[Inbox]"] = []  # replaced by the lock, never changed
+        self._thread: Optional[threading.Thread] = None  # by the lock, as are calls and pipe
         self._is_ending = False  # the thread's own, as is what follows
         self._listening: List[Any] = []  # kinds
+
+    def settle_in_child(self) -> None:
+        """After a fork: begins anew. Thread and calls are the parent's, and nobody gives back a lock
+        that it held; the client has a link of its own there. The iterations are in both."""
+        self._close_pipe()
+        self._begin()
+        for inbox in self._living_inboxes():
+            inbox.settle_in_child()
 
     # in the loop
 
@@ -121,17 +142,24 @@ class Worker:
 
     def listen(self, inbox: Inbox) -> None:
         """Has events put into an inbox, as long as it lives."""
-        kinds = inbox.kinds
         with self._lock:
-            kept = [reference for reference in self._inboxes if reference() is not None]
-            self._inboxes = [*kept, weakref.ref(inbox)]
-        self._submit(lambda client: self._listen(kinds), None)
+            self._inboxes = [weakref.ref(other) for other in [*self._living_inboxes(), inbox]]
+        self._submit(self._listen, None)
+
+    def wake(self) -> None:
+        """Has the thread listen in a child, too, where an iteration goes on without a call."""
+        with self._lock:
+            is_running = self._thread is not None
+        if not is_running and self._inboxes:
+            self._submit(self._listen, None)
 
     async def disconnect(self) -> None:
         """Ends the connection, the iterations and the thread, after the calls before it."""
         with self._lock:
-            if self._thread is None:
-                return
+            is_running = self._thread is not None
+        if not is_running:
+            self._ending()(self._client)  # which is idle
+            return
         ended = asyncio.get_running_loop().create_future()
         self._submit(self._ending(), ended)
         await asyncio.shield(ended)  # is done also when nobody waits for it any more
@@ -140,7 +168,7 @@ class Worker:
         """Does the same, and does not wait for it. From anywhere."""
         with self._lock:
             is_running = self._thread is not None
-        if is_running and self._process is _process:
+        if is_running:
             self._submit(self._ending(), None)
 
     def join(self, deadline: float) -> None:
@@ -156,18 +184,16 @@ class Worker:
         return lambda client: self._end(inboxes)
 
     def _submit(self, call: _Call, future: Optional["asyncio.Future[Any]"]) -> None:
-        if self._process is not _process:
-            raise RuntimeError("a client for asyncio stays in the process that made it")
         with self._lock:
             self._calls.append((call, future))
             if self._thread is None:
-                reader, self._wake_writer = os.pipe()
+                self._calls.appendleft((self._listen, None))
+                self._reader, self._wake_writer = os.pipe()
                 os.set_blocking(self._wake_writer, False)
                 # A daemon, for the interpreter to reach _end_all(), which waits for it.
                 self._thread = threading.Thread(
-                    target=self._work, args=(reader,), name="kestrove_navigation.aio", daemon=True)
+                    target=self._work, name="kestrove_navigation.aio", daemon=True)
                 self._thread.start()
-                _workers.add(self)
             else:
                 try:
                     os.write(self._wake_writer, b"\0")
@@ -176,25 +202,22 @@ class Worker:
 
     # in the thread
 
-    def _work(self, reader: int) -> None:
-        try:
-            while self._take_turn(reader):
-                pass
-        finally:
-            os.close(reader)
+    def _work(self) -> None:
+        while self._take_turn():
+            pass
 
-    def _take_turn(self, reader: int) -> bool:
+    def _take_turn(self) -> bool:
         with self._lock:
             next_call = self._calls.popleft() if self._calls else None
             if next_call is None and self._is_ending:
                 self._thread = None
-                os.close(self._wake_writer)
+                self._close_pipe()
                 return False
         if next_call is not None:
             self._carry_out(*next_call)
         self._deliver()
         if next_call is None:
-            self._wait(reader)
+            self._wait()
         return True
 
     def _carry_out(self, call: _Call, future: Optional["asyncio.Future[Any]"]) -> None:
@@ -220,7 +243,20 @@ class Worker:
             except Exception:  # pylint: disable=broad-except
                 _log.exception("An event was dropped. Those behind it follow.")
 
-    def _wait(self, reader: int) -> None:
+    def _close_pipe(self) -> None:
+        # A fork in between may cost the child a descriptor, and closes none of somebody else's.
+        reader, self._reader = self._reader, -1
+        writer, self._wake_writer = self._wake_writer, -1
+        for descriptor in (reader, writer):
+            if descriptor >= 0:
+                os.close(descriptor)
+
+    def _living_inboxes(self) -> List[Inbox]:
+        found = (reference() for reference in self._inboxes)
+        return [inbox for inbox in found if inbox is not None]
+
+    def _wait(self) -> None:
+        reader = self._reader
         poll = select.poll()
         poll.register(reader, select.POLLIN)
         milliseconds = None
@@ -233,21 +269,22 @@ class Worker:
         if any(ready == reader for ready, _ in poll.poll(milliseconds)):
             os.read(reader, 65536)
 
-    def _listen(self, kinds: FrozenSet[Any]) -> None:
-        for kind in kinds.difference(self._listening):
+    def _listen(self, client: _navigation.NavigationClient) -> None:
+        """Has the client call for all that is iterated over."""
+        wanted = {kind for inbox in self._living_inboxes() for kind in inbox.kinds}
+        for kind in wanted.difference(self._listening):
             self._listening.append(kind)
-            getattr(self._client, _OPERATIONS[kind])(
+            getattr(client, _OPERATIONS[kind])(
                 lambda *values, kind=kind: self._offer(kind, kind(*values)))
 
     def _offer(self, kind: Any, event: Any) -> None:
         is_wanted = False
-        for reference in self._inboxes:
-            inbox = reference()
-            if inbox is not None and kind in inbox.kinds:
+        for inbox in self._living_inboxes():
+            if kind in inbox.kinds:
                 inbox.put(event)
                 is_wanted = True
         if not is_wanted:
-            self._listening.remove(kind)
+            self._listening = [other for other in self._listening if other is not kind]
             getattr(self._client, _OPERATIONS[kind])(None)
 
     def _end(self, inboxes: List["weakref.ref[Inbox]"]) -> None:
@@ -270,17 +307,14 @@ def _settle(future: "asyncio.Future[Any]", result: Any, raised: Optional[Excepti
 
 
 _workers: "weakref.WeakSet[Worker]" = weakref.WeakSet()
-_process = object()  # another one after every fork
 
 
-def _forget_threads() -> None:
-    """After a fork: the threads are the parent's."""
-    global _process  # pylint: disable=global-statement
-    _process = object()
-    _workers.clear()
+def _settle_in_child() -> None:
+    for worker in list(_workers):
+        worker.settle_in_child()
 
 
-os.register_at_fork(after_in_child=_forget_threads)
+os.register_at_fork(after_in_child=_settle_in_child)
 
 
 @atexit.register

@@ -47,9 +47,11 @@ _Client = TypeVar("_Client", bound="NavigationClient")
 
 
 class EventIterator(Generic[_Given]):
-    """The events of a client as they come; see NavigationClient.events()."""
+    """The events of a client as they come; see NavigationClient.events(). Keeps the client until it
+    has ended."""
 
-    def __init__(self, inbox: Inbox, timeout: Optional[float]) -> None:
+    def __init__(self, client: "NavigationClient", inbox: Inbox, timeout: Optional[float]) -> None:
+        self._client: Optional[NavigationClient] = client
         self._inbox = inbox
         self._timeout = timeout
 
@@ -62,14 +64,18 @@ class EventIterator(Generic[_Given]):
         return self
 
     async def __anext__(self) -> _Given:
+        if self._client is not None:
+            self._client._worker.wake()  # pylint: disable=protected-access
         event = await self._inbox.get(self._timeout)
         if event is None:
+            self._client = None
             raise StopAsyncIteration
         return cast(_Given, event)
 
     async def aclose(self) -> None:
         """Ends the iteration: no more events are kept for it."""
         self._inbox.end()
+        self._client = None
 
     async def __aenter__(self: _Iterator) -> _Iterator:
         return self
@@ -91,7 +97,9 @@ class NavigationClient(Operations):
     operation waits for that, at most for the time-out.
 
     The connection is made by the first operation or on entering the client as a context, is made
-    anew when it is lost, and takes the events along.
+    anew when it is lost, and takes the events along. After a fork, the child has a connection and a
+    thread of its own from its next operation on, in a loop of its own, and the iterations go on in
+    both; operations that had been awaited then are the parent's.
     """
 
     def __init__(self, *, raises: bool = False) -> None:
@@ -158,7 +166,7 @@ class NavigationClient(Operations):
             raise ValueError("a time-out is None or a number of seconds from 0 on")
         inbox = Inbox(kinds, asyncio.get_running_loop())
         self._worker.listen(inbox)
-        return EventIterator(inbox, timeout)
+        return EventIterator(self, inbox, timeout)
 
     async def disconnect(self) -> None:
         """Closes the connection, after the operations that were awaited before, and ends the

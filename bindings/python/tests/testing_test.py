@@ -100,6 +100,24 @@ class Events(Case):
         (problem,) = self.service.problems()
         self.assertIn("cb_ofsets [double 0.5]", problem)
 
+    def test_with_something_else_than_a_number_are_shown(self):
+        self.client.on_wayline_status(lambda *_: None)
+        self.client.on_draw_points(lambda _: None)
+        for event in ("cb_wayline_status", "cb_draw_points"):
+            self.assertTrue(self.service.wait_for_subscriptions(event))
+        rows = (("cb_wayline_status", 1, "0", 0, 4, 0.5), ("cb_wayline_status", 1, 0, 0, [4], 0.5),
+                ("cb_wayline_status", 1, 0, None, 4, 0.5), ("cb_draw_points", [0.5, 1.5]),
+                ("cb_draw_points", "two"), ("cb_draw_points", 1, 0.5, None))
+        for row in rows:
+            with self.subTest(row):
+                self.service.forget_script()
+                self.service.push(*row)
+                (problem,) = self.service.problems()
+                self.assertIn("with something else than a number as element", problem)
+        self.service.forget_script()
+        self.service.push("cb_wayline_status", True, 0, 0, 4, 7)
+        self.assertEqual([], self.service.problems())
+
 
 class Record(Case):
     def test_holds_what_was_received(self):

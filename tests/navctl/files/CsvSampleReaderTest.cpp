@@ -111,7 +111,7 @@ TEST(CsvSampleReader, CountsRowsThatAreBrokenAndReadsTheRest)
         {"2;48.0;11.0;1", "too few columns"},
         {"2,48x,11.0,1", "bad number: latitude"},
         {"2,,11.0,1", "no latitude"},
-        {"x,48.0,11.0,1", "bad number: time"},
+        {"x,48.0,11.0,1", "bad number: time, which must be in seconds"},
         {"2,48.0,11.0,fast", "bad number: speed"},
         {"2,48.0,nan,1", "bad number: longitude"},
         {"2,98.0,11.0,1", "no place on the earth"},

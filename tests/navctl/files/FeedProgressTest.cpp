@@ -11,6 +11,7 @@ TEST(FeedProgress, ShowsABarAndTheCounts)
 
 TEST(FeedProgress, ShowsNoBarForAStream)
 {
+    EXPECT_EQ("1 sample  0:01", ProgressLine({0, 0, 1, 0, 1.0}, {80, false, false}));
     EXPECT_EQ("7 samples  1:01:05", ProgressLine({0, 0, 7, 0, 3665.0}, {80, false, false}));
 }
 

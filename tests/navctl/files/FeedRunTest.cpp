@@ -19,10 +19,13 @@ public:
             return ESample::End;
         sample = {};
         sample.time = m_times[m_next++];
+        sample.yawRate = yawRate;
         sample.startsAnew = *sample.time < m_last;
         m_last = *sample.time;
         return ESample::Sample;
     }
+
+    std::optional<double> yawRate;
 
 private:
     std::vector<double> m_times;
@@ -115,6 +118,34 @@ TEST(FeedRun, SendsInTheTimeOfTheFile)
     EXPECT_EQ(3U, feed.Run(1.0).sent);
     ExpectTimes({0.0, 0.5, 2.0}, feed.sink.sentAt);
     EXPECT_EQ((std::vector<int>{1, 2, 3}), feed.sink.numbers);
+}
+
+TEST(FeedRun, EndsAsInterruptedWhenItsInputIsInterruptedToo)
+{
+    class CInterruptedInput : public CSampleReader
+    {
+    public:
+        CInterruptedInput(CFakeClock& clock, ESample end) : m_clock(clock), m_end(end) {}
+        ESample Next(PositionSample&, int) override
+        {
+            m_clock.interruptedFrom = m_clock.now;
+            return m_end;
+        }
+
+    private:
+        CFakeClock& m_clock;
+        ESample m_end;
+    };
+    for (const ESample end : {ESample::End, ESample::Failed}) {
+        CFakeClock clock;
+        CFakeSink sink(clock);
+        CInterruptedInput input(clock, end);
+        const FeedResult result =
+            CFeedRun({input, sink, clock, [](const FeedResult&) {}, [](const std::string&) {}},
+                     std::nullopt, 1.0)
+                .Run();
+        EXPECT_EQ(EFeedEnd::Interrupted, result.end);
+    }
 }
 
 TEST(FeedRun, SendsFasterOrAsItComes)
@@ -261,6 +292,12 @@ TEST(FeedRun, CountsTheValuesThatNobodyHasTold)
     const FeedResult result = feed.Run(std::nullopt);
     EXPECT_EQ(2U, result.notTold.at("height"));
     EXPECT_EQ(2U, result.notTold.at("heading"));
+    for (const char* const rate : {"yaw_rate", "roll_rate", "pitch_rate"}) {
+        EXPECT_EQ(2U, result.notTold.at(rate)) << rate;
+    }
+    Feed told({0.0});
+    told.reader.yawRate = 0.1;
+    EXPECT_EQ(0U, told.Run(std::nullopt).notTold.count("yaw_rate"));
 }
 
 TEST(FeedRun, EndsWhenTheUserWantsItTo)

@@ -80,6 +80,7 @@ TEST(LineReader, CountsLinesAsOtherToolsDo)
     std::vector<std::pair<std::string, std::uint64_t>> lines;
     while (reader.Next(line) == ELine::Line) {
         lines.emplace_back(line, reader.LineNumber());
+        EXPECT_EQ(lines.size(), reader.LinesGiven());
     }
     const std::vector<std::pair<std::string, std::uint64_t>> expected{
         {"a", 1}, {"b", 1}, {"c", 2}, {"", 3}, {"d", 3}, {"", 4}, {"e", 5}};

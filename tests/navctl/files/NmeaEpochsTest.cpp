@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <iterator>
 #include <random>
 #include <set>
 
@@ -108,7 +107,8 @@ bool StartsAnew(const Events& events)
 /// is known by its times alone, so each has one.
 Events AnyRepetitionsAndLosses(const Scene& scene, CDice& dice)
 {
-    Events events = StreamOf(scene.burst, 2 * kEpochs, scene.period, scene.pace);
+    constexpr int kEpochsOfPieces = 40;
+    Events events = StreamOf(scene.burst, kEpochsOfPieces, scene.period, scene.pace);
     // Where a kind comes twice as often as the times, and each time one of two is lost, it looks as
     // if it came as often as they do.
     const std::size_t mostLost = IsAlwaysSame(scene) ? 20 : 10;
@@ -189,49 +189,35 @@ void RepeatWhatHadLostATime(const Scene& scene, int epoch)
     }
 }
 
-/// The bursts of one order, some of another one, and the first order again.
-void ChangeThereAndBack(const Scene& before, const Burst& after, int epochs)
+/// Moves the times of a stream so that a day begins with the disturbed epoch, loses a sentence
+/// there, and judges it.
+void JudgeOverMidnight(const Scene& scene, const Events& whole, std::size_t lost)
 {
-    constexpr int kChanges = 2 * kEpochs;
-    const Events first = StreamOf(before.burst, 2 * kChanges, before.period, before.pace);
-    const Events second = StreamOf(after, 2 * kChanges, before.period, before.pace);
-    Events events;
-    for (int epoch = 1; epoch < 2 * kChanges; ++epoch) {
-        const bool isChanged = epoch >= kChanges && epoch < kChanges + epochs;
-        std::copy_if((isChanged ? second : first).begin(), (isChanged ? second : first).end(),
-                     std::back_inserter(events),
-                     [epoch](const StreamEvent& event) { return event.epoch == epoch; });
+    const Events events = Without(whole, PlaceOfEpoch(whole, kDisturbed - 1) + lost, 1);
+    Events moved = events;
+    std::int64_t epochs = 0;
+    for (StreamEvent& event : moved) {
+        std::optional<std::int64_t>& time = event.part.report.timeOfDay;
+        if (time) {
+            const std::int64_t before = *time;
+            const std::int64_t sinceMidnight = (event.epoch - kDisturbed) * scene.period;
+            time = (kMillisecondsADay + sinceMidnight) % kMillisecondsADay;
+            epochs = (kMillisecondsADay + sinceMidnight - before) / scene.period;
+        }
     }
-    IsSound(events, FeedStream(events, before.period),
-            before.Name() + ", for " + std::to_string(epochs) + " epochs " +
-                Scene{after, before.period, before.pace, {}}.Name());
-}
-
-/// Of a kind that comes twice as often as the times, those between two times are lost a few times
-/// in a row, and then any two sentences.
-void LoseOneOfTwo(const Scene& scene, int times)
-{
-    const Events whole = StreamOf(scene.burst, 2 * kEpochs, scene.period, scene.pace);
-    Events events = whole;
-    const int end = kDisturbed + 2 * times;
-    events.erase(std::remove_if(events.begin(), events.end(),
-                                [end](const StreamEvent& event) {
-                                    return event.epoch > kDisturbed && event.epoch < end &&
-                                           event.epoch % 2 != 0;
-                                }),
-                 events.end());
-    const std::size_t begin = PlaceOfEpoch(events, end);
-    for (std::size_t i = begin; i < begin + 6; ++i) {
-        for (std::size_t j = i; j < begin + 6; ++j) {
-            const Events less = Without(Without(events, i, 1), j, 1);
-            IsSound(less, FeedStream(less, scene.period),
-                    scene.Name() + ", lost one of two " + std::to_string(times) + " times, then " +
-                        std::to_string(i) + " and " + std::to_string(j));
+    Outcome outcome = FeedStream(moved, scene.period);
+    for (Outcome::Sent& sent : outcome.sent) {
+        sent.epoch -= static_cast<int>(epochs);
+    }
+    const std::string name = scene.Name() + ", over midnight, lost " + std::to_string(lost);
+    IsSound(moved, outcome, name);
+    for (int epoch = EpochsToLearn(scene); epoch < kEpochs; ++epoch) {
+        const bool isDisturbed = epoch >= kDisturbed - 2 && epoch < kDisturbed + 6;
+        if (!isDisturbed && !IsComplete(scene, outcome, epoch, true, name)) {
+            return;
         }
     }
 }
-
-const std::vector<EPace> kPaces{EPace::File, EPace::Bursts, EPace::EvenlySpread};
 
 void DisturbAllOrders(const Burst& burst, const std::vector<std::int64_t>& periods,
                       const std::vector<std::size_t>& lengths, bool losesTwice = true)
@@ -275,6 +261,25 @@ TEST(NmeaEpochs, GiveNoSampleAValueOfAnotherEpochInALongBurst)
 TEST(NmeaEpochs, GiveNoSampleAValueOfAnotherEpochWithAnAttitudeThatHasItsOwnTime)
 {
     DisturbAllOrders({{T::Pashr}, {T::Gga}, {T::Vtg}}, {1000, 50}, {1, 2, 3, 4});
+}
+
+TEST(NmeaEpochs, HoldWhatIsCertainOfEveryHeadingAndOfTheSatellites)
+{
+    DisturbAllOrders({{T::Gns}, {T::Gsa}, {T::Ths, "HE"}, {T::Gbs}}, {200}, {1, 2, 5}, false);
+    DisturbAllOrders({{T::Gns}, {T::Hdg, "HC"}, {T::Rmc}}, {200}, {1, 2, 4}, false);
+}
+
+TEST(NmeaEpochs, GoOnOverMidnight)
+{
+    ForEachOrder({{T::Hdt}, {T::Gga}, {T::Vtg}, {T::Rmc}}, [](const Burst& order) {
+        for (const EPace pace : kPaces) {
+            const Scene scene{order, 1000, pace, std::nullopt};
+            const Events whole = StreamOf(order, kEpochs, scene.period, pace);
+            for (std::size_t lost = 0; lost < 3 * order.size(); ++lost) {
+                JudgeOverMidnight(scene, whole, lost);
+            }
+        }
+    });
 }
 
 TEST(NmeaEpochs, TakeTheTalkerThatHasAFix)
@@ -337,7 +342,7 @@ TEST(NmeaEpochs, KeepTheOrderWhenOnePauseIsNotClear)
         // With a told order, the sentence that begins the next burst is lost, too.
         const std::size_t begin = PlaceOfEpoch(events, kDisturbed + 1);
         const Outcome outcome = FeedStream(Without(events, begin, hint ? 1 : 0), 1000, hint);
-        for (int epoch = kEpochsToLearn; epoch < kEpochs; ++epoch) {
+        for (int epoch = kEpochsToLearnByPauses; epoch < kEpochs; ++epoch) {
             const bool isDisturbed = epoch == kDisturbed || epoch == kDisturbed + 1;
             ASSERT_NE(outcome.Find(epoch), nullptr);
             EXPECT_TRUE(isDisturbed || ValueOf(T::Hdt, outcome.Find(epoch)->sample)) << epoch;
@@ -376,9 +381,14 @@ TEST(NmeaEpochs, ComeOutOfAColdStart)
                     }
                 }
                 const std::string name = scene.Name() + ", cold " + std::to_string(cold);
+                for (std::size_t lost = cold; cold % 3 == 0 && lost < cold + 8; ++lost) {
+                    const Events less = Without(events, lost, 1);
+                    IsSound(less, FeedStream(less, scene.period),
+                            name + ", lost " + std::to_string(lost));
+                }
                 const Outcome outcome = FeedStream(events, scene.period);
                 IsSound(events, outcome, name);
-                for (int epoch = kEpochsToLearn + 4; epoch < kEpochs; ++epoch) {
+                for (int epoch = EpochsToLearn(scene) + 4; epoch < kEpochs; ++epoch) {
                     IsComplete(scene, outcome, epoch, true, name);
                 }
             }
@@ -402,7 +412,7 @@ TEST(NmeaEpochs, LearnAnOrderAnewThatChanges)
                 const std::string name = scene.Name() + " instead";
                 const Outcome outcome = FeedStream(events, scene.period);
                 IsSound(events, outcome, name);
-                for (int epoch = kEpochs + kEpochsToLearn; epoch < 2 * kEpochs; ++epoch) {
+                for (int epoch = kEpochs + EpochsToLearn(scene); epoch < 2 * kEpochs; ++epoch) {
                     IsComplete(scene, outcome, epoch, true, name);
                 }
             }
@@ -459,7 +469,8 @@ TEST(NmeaEpochs, SendTheSamplesOfAReceiverThatAlwaysSaysTheSameAsSoonAsOthers)
                 const Outcome outcome = FeedStream(events, period);
                 for (int epoch = 2; epoch < kEpochs; ++epoch) {
                     ASSERT_NE(outcome.Find(epoch), nullptr) << scene.Name() << epoch;
-                    IsInTime(scene, events, outcome, epoch, epoch >= kEpochsToLearn, scene.Name());
+                    IsInTime(scene, events, outcome, epoch, epoch >= EpochsToLearn(scene),
+                             scene.Name());
                 }
             }
         }
@@ -515,40 +526,4 @@ TEST(NmeaEpochs, GiveNoValueOfAPieceThatComesAgainAndHadLostATime)
             }
         });
     }
-}
-
-TEST(NmeaEpochs, GiveNoValueByAnOrderThatChangesAndChangesBack)
-{
-    for (const int every : {1, 2, 5, 10}) {
-        const Burst burst{{T::Rmc}, {T::Hdt, "GP", true, every}, {T::Gga}};
-        ForEachOrder(burst, [&burst](const Burst& before) {
-            ForEachOrder(burst, [&before](const Burst& after) {
-                const auto isOfPosition = [](const StreamSentence& sentence) {
-                    return sentence.type == T::Gga || sentence.type == T::Rmc;
-                };
-                // Where those with a time keep their order, nothing shows that it has changed.
-                if (std::find_if(before.begin(), before.end(), isOfPosition)->type ==
-                    std::find_if(after.begin(), after.end(), isOfPosition)->type) {
-                    return;
-                }
-                for (const EPace pace : kPaces) {
-                    for (const int epochs : {1, 2, 3, 4, 5, 7, 9, 12, 19}) {
-                        ChangeThereAndBack({before, 200, pace, std::nullopt}, after, epochs);
-                    }
-                }
-            });
-        });
-    }
-}
-
-TEST(NmeaEpochs, KnowAKindThatComesTwiceAsOftenWhereOneIsWithinTheBurst)
-{
-    ForEachOrder({{T::Rmc, "GP", true, 2}, {T::Vtg}, {T::Gga, "GP", true, 2}},
-                 [](const Burst& order) {
-                     for (const EPace pace : kPaces) {
-                         for (int times = 0; times <= 4; ++times) {
-                             LoseOneOfTwo({order, 100, pace, std::nullopt}, times);
-                         }
-                     }
-                 });
 }

@@ -32,7 +32,8 @@ bool EndsWithoutTime(const Burst& burst)
 /// Whether the order was told, by a type that comes once in a burst.
 bool TellsItsBeginning(const Scene& scene)
 {
-    return std::count_if(scene.burst.begin(), scene.burst.end(),
+    return scene.burstBeginsWith != T::Gsa &&
+           std::count_if(scene.burst.begin(), scene.burst.end(),
                          [&scene](const StreamSentence& sentence) {
                              return sentence.type == scene.burstBeginsWith;
                          }) == 1;
@@ -41,8 +42,12 @@ bool TellsItsBeginning(const Scene& scene)
 /// Whether the epoch of a sentence can be told at all.
 bool CanBeCertain(const Scene& scene, std::size_t place)
 {
-    return HasTime(scene.burst[place].type) || IsEnclosed(scene.burst, place) ||
-           scene.pace == EPace::Bursts || TellsItsBeginning(scene);
+    if (HasTime(scene.burst[place].type) || IsEnclosed(scene.burst, place)) {
+        return true;
+    }
+    // A burst may have several lists of satellites, here and there.
+    return (scene.burst[place].type != T::Gsa) &&
+           (scene.pace == EPace::Bursts || TellsItsBeginning(scene));
 }
 
 /// Feeds a stream and judges it.
@@ -59,7 +64,7 @@ void Judge(const Scene& scene, const Events& events, int first, int last, const 
     const int slower = IsAlwaysSame(scene) ? 1 : 2;
     for (int epoch = 2; epoch < kEpochs; ++epoch) {
         const bool isDisturbed = epoch >= first - 1 && epoch <= last + 1;
-        const bool isLearned = epoch >= kEpochsToLearn * slower &&
+        const bool isLearned = epoch >= EpochsToLearn(scene) * slower &&
                                (epoch < first - 1 || epoch > last + kEpochsToLearnAnew * slower);
         if (!isDisturbed && (!IsComplete(scene, outcome, epoch, isLearned, name) ||
                              !IsInTime(scene, events, outcome, epoch, isLearned, name))) {
@@ -87,6 +92,12 @@ bool IsAlwaysSame(const Scene& scene)
 {
     return std::all_of(scene.burst.begin(), scene.burst.end(),
                        [](const StreamSentence& sentence) { return sentence.every == 1; });
+}
+
+int EpochsToLearn(const Scene& scene)
+{
+    const bool isByPauses = scene.pace == EPace::Bursts && !TellsItsBeginning(scene);
+    return isByPauses ? kEpochsToLearnByPauses : kEpochsToLearn;
 }
 
 bool IsSound(const Events& events, const Outcome& outcome, const std::string& name)
@@ -127,7 +138,8 @@ bool IsComplete(const Scene& scene, const Outcome& outcome, int epoch, bool isLe
     }
     for (std::size_t i = 0; i < scene.burst.size(); ++i) {
         const ENmeaType type = scene.burst[i].type;
-        const bool tells = type != T::Zda && type != T::Gll && scene.burst[i].hasFix;
+        const bool tells =
+            type != T::Zda && type != T::Gll && type != T::Gbs && scene.burst[i].hasFix;
         const bool isAtOnce = HasTime(type) || IsEnclosed(scene.burst, i);
         if (tells && CanBeCertain(scene, i) && (isLearned || isAtOnce) &&
             !ValueOf(type, sent->sample)) {

@@ -8,12 +8,17 @@
 
 #include "tests/navctl/files/NmeaStream.h"
 
-inline constexpr int kEpochs = 20;
-/// Until when the period and the order are learned from the beginning, and anew.
+inline constexpr int kEpochs = 26;
+/// Until when the period and the order are learned from the beginning, where only pauses show it,
+/// and anew.
 inline constexpr int kEpochsToLearn = 8;
+inline constexpr int kEpochsToLearnByPauses = 13;
 inline constexpr int kEpochsToLearnAnew = 4;
 /// The epoch in which a disturbance begins.
-inline constexpr int kDisturbed = 10;
+inline constexpr int kDisturbed = 16;
+
+/// How sentences come, but for all at once.
+inline const std::vector<EPace> kPaces{EPace::File, EPace::Bursts, EPace::EvenlySpread};
 
 using Events = std::vector<StreamEvent>;
 
@@ -41,6 +46,9 @@ struct Scene
 };
 
 bool IsAlwaysSame(const Scene& scene);
+
+/// From which epoch on the order is known.
+int EpochsToLearn(const Scene& scene);
 
 /// What holds whatever happens: no value of another epoch, one sample an epoch, everything counted.
 bool IsSound(const Events& events, const Outcome& outcome, const std::string& name);

@@ -159,7 +159,13 @@ std::optional<int> ValueOf(ENmeaType type, const PositionSample& sample)
     std::optional<double> value;
     switch (type) {
     case ENmeaType::Gga:
+    case ENmeaType::Gns:
         value = sample.height;
+        break;
+    case ENmeaType::Gsa:
+        if (sample.satellites.value_or(0) > 0) {
+            value = *sample.satellites;
+        }
         break;
     case ENmeaType::Gst:
         value = sample.sigmaUp;

@@ -59,8 +59,8 @@ struct Outcome
 Outcome FeedStream(const std::vector<StreamEvent>& events, std::int64_t period,
                    std::optional<ENmeaType> burstBeginsWith = std::nullopt);
 
-/// What a sample holds of a type of sentence: the number of the epoch that the value is of; nothing
-/// when it holds none.
+/// What a sample holds of a type of sentence: the number of the epoch that the value is of, and of
+/// GSA how many satellites it lists; nothing when it holds none.
 std::optional<int> ValueOf(ENmeaType type, const PositionSample& sample);
 
 /// Which types a sample holds values of another epoch of; empty when it is as it should be.

@@ -53,6 +53,37 @@ TEST(Suggestion, FindsWordsWhosePartsAreOnlyBegun)
     EXPECT_EQ("", CommandSuggestion("get-t", commands)) << "one letter says nothing";
 }
 
+TEST(Suggestion, OfAVerbThatIsTakenBackIsItsOpposite)
+{
+    const std::vector<std::string> commands{
+        "engage-steering", "disengage-steering", "start-navigation",   "stop-navigation",
+        "set-wayline",     "clear-wayline",      "is-steering-engaged"};
+    for (const char* const word : {"unengage-steering", "unegage-steering", "un_engage-steering"}) {
+        const std::string suggestion = CommandSuggestion(word, commands);
+        EXPECT_EQ(std::string::npos, suggestion.find("\"engage-steering")) << word << suggestion;
+    }
+    EXPECT_EQ("; did you mean \"disengage-steering\"?",
+              CommandSuggestion("unengage-steering", commands));
+    EXPECT_EQ("; did you mean \"disengage-steering\"?",
+              CommandSuggestion("unegage-steering", commands));
+    EXPECT_EQ("; did you mean \"stop-navigation\"?",
+              CommandSuggestion("unstart-navigation", commands));
+    EXPECT_EQ("; did you mean \"clear-wayline\"?", CommandSuggestion("unset-wayline", commands));
+}
+
+TEST(Suggestion, OfAQuestionIsTheOneThatAsksForIt)
+{
+    const std::vector<std::string> commands{"is-steering-engaged", "is-waypoint-set",
+                                            "get-reverse-engage-enabled",
+                                            "set-reverse-engage-enabled"};
+    for (const char* const word : {"is-reverse-engage-enabled", "is-reverse-enabled"}) {
+        EXPECT_EQ("; did you mean \"get-reverse-engage-enabled\"?",
+                  CommandSuggestion(word, commands));
+    }
+    EXPECT_EQ("; did you mean \"is-steering-engaged\"?",
+              CommandSuggestion("get-steering-engaged", commands));
+}
+
 TEST(Suggestion, OfACommandKeepsItsVerb)
 {
     EXPECT_EQ("; did you mean \"get-nudge-scalar\" or \"get-nudge-vector\"?",

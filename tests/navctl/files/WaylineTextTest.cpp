@@ -44,7 +44,7 @@ TEST(WaylineTextReader, TellsWhatIsWrong)
         {"", "there is no word"},
         {"x", "\"x\" is no code of a kind (0 to 6)"},
         {"7 1", "\"7\" is no code of a kind (0 to 6)"},
-        {"-1", "an empty wayline has no text form"},
+        {"-1", "an empty wayline has no text form; navctl clear-wayline drops the service's"},
         {"0 1 2 3 4 5", "the text of kind A-B line has 7 words, this one 6 words"},
         {"0 1 2 3 4 5 6 7", "the text of kind A-B line has 7 words, this one 8 words"},
         {"0 1 2 x 4 5 6", "word 4, \"x\", is no finite number"},

@@ -111,7 +111,11 @@ private:
 class Painted
 {
 public:
-    Painted() { m_feed.Enter(); }
+    /// @param secondsOfAPass that drawing one takes of a processor.
+    explicit Painted(double secondsOfAPass = 0.0) : m_secondsOfAPass(secondsOfAPass)
+    {
+        m_feed.Enter();
+    }
 
     /// Has a drawing made, or goes on with the one before, and gives what it costs the viewer.
     std::size_t Draw(LineDrawing drawing, Viewer& viewer)
@@ -134,12 +138,16 @@ public:
         }
     }
     void Pass(Milliseconds time) { m_now += time; }
+    /// How many seconds have gone by.
+    double Passed() const { return std::chrono::duration<double>(m_now - Time()).count(); }
     const EventFeedC& Feed() const { return m_feed; }
 
 private:
     EventFeedC m_feed;
-    LinePainterC m_painter;
+    LinePainterC m_painter{[this] { return m_used += m_secondsOfAPass; }};
     Time m_now{};
+    double m_used = 0.0;
+    double m_secondsOfAPass;
     std::optional<Time> m_goOn;
 };
 
@@ -187,6 +195,24 @@ TEST(Line, OfACurveThatIsCrossedCostsAViewerNoMoreThanItsShare)
     EXPECT_GT(bytes / kSeconds, 10000u) << "hardly anything is drawn";
     painted.Finish(viewer);
     EXPECT_EQ(7u, viewer.shown.size());
+}
+
+TEST(Line, WhosePassesTakeLongToDrawTakesASmallShareOfAProcessor)
+{
+    const LineShapePtr line = BuildLine(StraightLine({0.0, 0.0}, {0.0, 100.0}), 1).shape;
+    Painted painted(0.2);
+    Viewer viewer;
+
+    // The first is there at once, the others come at a pace that its time sets.
+    painted.Draw(DrawingAt(line, 0), viewer);
+    EXPECT_EQ(std::vector<int>{0}, viewer.shown);
+    painted.Finish(viewer);
+
+    EXPECT_EQ(7u, viewer.shown.size());
+    const double drawn = 8 * 0.2; // the line itself too
+    const double allowed = LinePainterC::kMostSavedSeconds + 0.2;
+    EXPECT_GE(painted.Passed() * LinePainterC::kShareOfAProcessor, drawn - allowed - 1e-9);
+    EXPECT_LT(painted.Passed() * LinePainterC::kShareOfAProcessor, drawn);
 }
 
 TEST(Line, IsWholeForAViewerThatComesLaterInPiecesThatFit)

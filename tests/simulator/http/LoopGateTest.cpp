@@ -1,9 +1,12 @@
 // What waits for the service at the page's gate.
 
 #include <cstddef>
+#include <ctime>
+#include <string>
 #include <vector>
 
 #include <asio/io_context.hpp>
+#include <asio/post.hpp>
 #include <gtest/gtest.h>
 
 #include "simulator/http/LoopGate.h"
@@ -40,6 +43,44 @@ struct GateUnderTest
     std::vector<std::vector<EOutcome>> outcomes;
     LoopGateC gate{service, own, std::chrono::hours(1)};
 };
+
+TEST(LoopGate, HasWhatIsUrgentBegunBeforeWhatHasBeenHandedOver)
+{
+    GateUnderTest test;
+    for (std::size_t number = 0; number < 3; ++number)
+        test.Run(number);
+    test.Run(3, LoopGateC::EOrder::AtOnce);
+
+    test.RunBoth();
+
+    EXPECT_EQ((std::vector<std::size_t>{3, 0, 1, 2}), test.begun);
+}
+
+TEST(LoopGate, LetsTheServiceDoItsOtherWorkBetweenPiecesThatTakeLong)
+{
+    GateUnderTest test;
+    std::vector<std::string> done;
+    const auto spin = [] {
+        const std::clock_t start = std::clock();
+        while (std::clock() - start < CLOCKS_PER_SEC / 500) {
+        }
+    };
+    for (const char* const name : {"first", "second"}) {
+        test.gate.Run(
+            [&, name](const LoopGateC::Done& finished) {
+                done.emplace_back(name);
+                asio::post(test.service, [&] { done.emplace_back("the service's"); });
+                spin(); // for more than a turn
+                finished();
+            },
+            [](EOutcome) {});
+    }
+
+    test.RunBoth();
+
+    const std::vector<std::string> expected{"first", "the service's", "second", "the service's"};
+    EXPECT_EQ(expected, done);
+}
 
 TEST(LoopGate, GivesUpTheOldestWhenTooMuchWaits)
 {

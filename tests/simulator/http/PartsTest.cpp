@@ -1,5 +1,6 @@
 // The parts of the live page that need no connection.
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -11,7 +12,9 @@
 #include "simulator/http/EventFeed.h"
 #include "simulator/http/PageValues.h"
 #include "simulator/http/Polyline.h"
+#include "simulator/http/RequestBody.h"
 #include "simulator/http/RequestCheck.h"
+#include "simulator/http/RequestReader.h"
 #include "simulator/http/Trail.h"
 #include "simulator/http/WorldJson.h"
 #include "tests/support/Stopwatch.h"
@@ -60,6 +63,64 @@ TEST(Polyline, KeepsTheCornersAndLeavesOutWhatIsBetweenThem)
     const std::vector<Point> left = Simplified(points, 0.01);
 
     EXPECT_EQ(R"([[0.0,0.0],[10.0,0.0],[10.0,10.0]])"_json, PointsJson(left));
+}
+
+TEST(RequestBody, IsWhatComesInPiecesOfAnyLength)
+{
+    constexpr std::size_t kBlock = RequestBodyC::kBlockBytes;
+    for (const std::size_t length :
+         {std::size_t{0}, std::size_t{1}, kBlock, kBlock + 1, 2 * kBlock, 5 * kBlock + 7}) {
+        std::string text;
+        while (text.size() < length)
+            text.push_back(static_cast<char>('a' + text.size() % 23));
+        for (const std::size_t piece : {std::size_t{7}, kBlock - 1, kBlock + 1, 3 * kBlock}) {
+            RequestBodyC body(length);
+            for (std::size_t at = 0; at < length; at += piece) {
+                EXPECT_FALSE(body.IsWhole());
+                body.Append(text.data() + at, std::min(piece, length - at));
+            }
+            body.Append("beyond", 6);
+
+            EXPECT_TRUE(body.IsWhole());
+            EXPECT_EQ(length, body.Size());
+            EXPECT_EQ(text, body.TakeText());
+            EXPECT_EQ(0u, body.Size());
+        }
+    }
+}
+
+TEST(RequestBody, HoldsLittleMoreThanHasCome)
+{
+    RequestBodyC body(std::size_t{4} << 20U);
+    EXPECT_EQ(0u, body.Held());
+    const std::string piece(1000, 'x');
+    while (!body.IsWhole()) {
+        body.Append(piece.data(), piece.size());
+        EXPECT_GE(body.Held(), body.Size());
+        EXPECT_LE(body.Held(), body.Size() + 2 * RequestBodyC::kBlockBytes);
+    }
+    RequestBodyC brief(60);
+    brief.Append(piece.data(), 1);
+    EXPECT_LT(brief.Held(), 200u);
+}
+
+TEST(RequestReader, KnowsALongBodyByItsAnnouncedLength)
+{
+    constexpr std::size_t kFirstLong = RequestReaderC::kLongBodyBytes + 1;
+    for (const std::size_t length : {std::size_t{2}, kFirstLong - 1, kFirstLong}) {
+        RequestReaderC reader;
+        const std::string head =
+            "POST / HTTP/1.1\r\nContent-Length: " + std::to_string(length) + "\r\n\r\n";
+        EXPECT_EQ(RequestReaderC::EStage::Headed, reader.Take(head.data(), head.size()));
+        EXPECT_FALSE(reader.IsWithinLongBody());
+
+        EXPECT_EQ(RequestReaderC::EStage::Body, reader.ReadBody());
+        EXPECT_EQ(length == kFirstLong, reader.IsWithinLongBody()) << length;
+
+        const std::string body(length, 'x');
+        EXPECT_EQ(RequestReaderC::EStage::Whole, reader.Take(body.data(), body.size()));
+        EXPECT_FALSE(reader.IsWithinLongBody());
+    }
 }
 
 TEST(Trail, KeepsTheLastHour)

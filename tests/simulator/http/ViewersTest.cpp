@@ -205,7 +205,10 @@ TEST(Viewer, IsToldWhetherTheMachineDrivesAgainstTheLine)
 
 TEST(Viewers, AreSixteenAtMostAndOneMoreWhenOneHasLeft)
 {
-    const RunningPage page;
+    LivePageTimes times;
+    times.placeOfViewer = std::chrono::milliseconds(20);
+    times.oldViewer = std::chrono::hours(1);
+    const RunningPage page(times);
     std::list<EventStream> viewers;
     for (std::size_t count = 0; count < LivePageC::kMostViewers; ++count) {
         viewers.emplace_back(page.Port());
@@ -214,7 +217,7 @@ TEST(Viewers, AreSixteenAtMostAndOneMoreWhenOneHasLeft)
 
     const HttpAnswer refused = Ask(page.Port(), {"GET", "/events", "", {}, ""});
     EXPECT_EQ(503, refused.status);
-    EXPECT_NE(std::string::npos, refused.head.find("Retry-After: 5\r\n"));
+    EXPECT_NE(std::string::npos, refused.head.find("Retry-After: 1\r\n"));
     EXPECT_EQ(R"({"error":"16 viewers are there already"})", refused.body);
     EXPECT_EQ(R"({"reasons":[],"result":0})",
               Command(page.Port(), R"({"operation":"IsSteeringEngaged"})"));
@@ -234,10 +237,43 @@ TEST(Viewers, ThatHaveBeenThereForLongGiveWayToOneMore)
         ASSERT_FALSE(viewers.back().Next("settings").empty()) << count;
     }
 
-    EXPECT_TRUE(WaitUntil([&] { return !EventStream(page.Port()).Next("settings").empty(); }));
+    EXPECT_FALSE(EventStream(page.Port()).Next("settings").empty()) << "it waits for its place";
 
     EXPECT_TRUE(viewers.front().Peer().ReadToEnd());
     EXPECT_FALSE(viewers.back().Peer().ReadToEnd(std::chrono::milliseconds(0)));
+}
+
+TEST(Viewers, HaveTheirPlaceTakenByNobodyWhoDoesNotWaitForIt)
+{
+    LivePageTimes times;
+    times.placeOfViewer = std::chrono::hours(1);
+    times.oldViewer = std::chrono::milliseconds(0);
+    const RunningPage page(times);
+    std::list<EventStream> viewers;
+    for (std::size_t count = 0; count < LivePageC::kMostViewers; ++count) {
+        viewers.emplace_back(page.Port());
+        ASSERT_FALSE(viewers.back().Next("settings").empty()) << count;
+    }
+    const int before = CountsOfThisProcess().descriptors;
+
+    // As many again wait at most; those who have gone wait no longer.
+    for (std::size_t count = 0; count < 3 * LivePageC::kMostViewers; ++count)
+        EventStream(page.Port());
+    std::list<EventStream> waiting;
+    for (std::size_t count = 0; count < LivePageC::kMostViewers; ++count)
+        waiting.emplace_back(page.Port());
+    EXPECT_TRUE(WaitUntil([&] {
+        return CountsOfThisProcess().descriptors ==
+               before + 2 * static_cast<int>(LivePageC::kMostViewers);
+    }));
+    EXPECT_EQ(503, Ask(page.Port(), {"GET", "/events", "", {}, ""}).status);
+
+    for (EventStream& viewer : viewers)
+        EXPECT_FALSE(viewer.Peer().ReadToEnd(std::chrono::milliseconds(0)));
+    // The first who has waited has the first place that is given up.
+    viewers.pop_front();
+    EXPECT_FALSE(waiting.front().Next("settings").empty());
+    EXPECT_EQ("", waiting.back().Peer().Read());
 }
 
 TEST(Viewers, LoseOneThatTakesNothingAndDoNotNotice)

@@ -80,7 +80,11 @@ void LookAtSteering(CContext& context, Findings& findings)
     } else if (isEngaged.kind == EOutcome::NoAnswer) {
         return findings.push_back(LinkFinding(error));
     } else if (isEngaged.value.get<bool>()) {
-        return findings.push_back({"steering", "engaged"});
+        const COutcome isSlowAllowed = Ask(context, "get-low-speed-engage-enabled");
+        const bool isWithoutLimit =
+            isSlowAllowed.kind == EOutcome::Value && isSlowAllowed.value.get<bool>();
+        return findings.push_back(
+            {"steering", isWithoutLimit ? "engaged, at low speed without limit" : "engaged"});
     }
     const Findings obstacles = FindEngageObstacles(context);
     findings.insert(findings.end(), obstacles.begin(), obstacles.end());

@@ -30,7 +30,9 @@ const CRemedy kRemedies[] = {
     {"navigation is not active", "navigation", "navctl start-navigation on"},
     {"fresh position", kPositions, "feed positions without a gap, for example: navctl feed FILE"},
     {"from the line,", "distance",
-     "drive onto a pass, or bring the line under the machine: navctl auto-set-nudge"},
+     "drive onto the line; or follow the pass nearest to the machine: navctl start-navigation on; "
+     "or "
+     "bring the line under the machine: navctl auto-set-nudge"},
     {"heading is", "heading", "turn the machine into the direction of the line"},
     {"inside of the bend", "bend", "drive on a pass further out of the bend"},
     {"reverse is not enabled", "reverse",

@@ -1,6 +1,7 @@
 #include "tools/navctl/doctor/Probe.h"
 
 #include <chrono>
+#include <cstdio>
 #include <string_view>
 
 #include <arpa/inet.h>
@@ -103,6 +104,23 @@ bool BeginsARecordOfTls(const std::string& answer)
     return answer.size() > 1 && (answer[0] == 0x15 || answer[0] == 0x16) && answer[1] == 0x03;
 }
 
+/// Words in an unknown character set, or none: all that is not printable ASCII as "\xe9".
+std::string InAscii(const std::string& words)
+{
+    std::string text;
+    char code[8];
+    for (const char letter : words) {
+        if (letter >= ' ' && letter <= '~') {
+            text += letter;
+        } else {
+            std::snprintf(code, sizeof code, "\\x%02x",
+                          static_cast<unsigned>(static_cast<unsigned char>(letter)));
+            text += code;
+        }
+    }
+    return text;
+}
+
 } // namespace
 
 std::string AnswerOfOtherProtocol(double seconds)
@@ -115,8 +133,10 @@ std::string AnswerOfOtherProtocol(double seconds)
         answer = AskEither(kQuestionOfTls, deadline);
     if (answer.empty() || BeginsAMessage(answer))
         return {};
+    if (kQuestion.rfind(answer, 0) == 0)
+        return "it sends back what it gets, as an echo server does";
     if (BeginsARecordOfTls(answer))
         return "it speaks TLS";
     const std::string line = answer.substr(0, answer.find_first_of("\r\n"));
-    return "it says: " + (line.empty() ? "an empty line" : line);
+    return "it says: " + (line.empty() ? "an empty line" : InAscii(line));
 }

@@ -57,8 +57,7 @@ void CBurstOrder::Show(const BurstPlace& place, bool isByPause)
 std::optional<CBurstOrder::Place> CBurstOrder::PlaceOf(NmeaKind untimed, NmeaKind timed) const
 {
     for (const Entry& entry : m_entries) {
-        if (entry.untimed == untimed && entry.timed == timed &&
-            entry.timesShown >= kShownOftenEnough &&
+        if (entry.untimed == untimed && entry.timed == timed && IsShownOften(entry) &&
             m_epoch - entry.lastShown <= entry.place.epochsUntilShown) {
             Place place = entry.place;
             place.epochsUntilShown -= m_epoch - entry.lastShown;
@@ -70,8 +69,8 @@ std::optional<CBurstOrder::Place> CBurstOrder::PlaceOf(NmeaKind untimed, NmeaKin
 
 bool CBurstOrder::WasKnown(NmeaKind untimed) const
 {
-    return std::any_of(m_entries.begin(), m_entries.end(), [untimed](const Entry& entry) {
-        return entry.untimed == untimed && entry.timesShown >= kShownOftenEnough;
+    return std::any_of(m_entries.begin(), m_entries.end(), [this, untimed](const Entry& entry) {
+        return entry.untimed == untimed && IsShownOften(entry);
     });
 }
 
@@ -125,6 +124,18 @@ void CBurstOrder::Forget(NmeaKind untimed)
         std::remove_if(m_entries.begin(), m_entries.end(),
                        [untimed](const Entry& entry) { return entry.untimed == untimed; }),
         m_entries.end());
+}
+
+void CBurstOrder::ForgetPauses()
+{
+    m_entries.erase(std::remove_if(m_entries.begin(), m_entries.end(),
+                                   [](const Entry& entry) { return entry.place.isByPauseAlone; }),
+                    m_entries.end());
+}
+
+bool CBurstOrder::IsShownOften(const Entry& entry) const
+{
+    return entry.timesShown >= kShownOftenEnough && (m_trustsPauses || !entry.place.isByPauseAlone);
 }
 
 bool CEpochPeriod::Learn(std::int64_t step, bool mayMissTime)

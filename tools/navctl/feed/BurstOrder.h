@@ -22,7 +22,8 @@ struct BurstPlace
 ///
 /// A place counts as known once it was shown three times without having been shown otherwise, and
 /// as long as it goes on to be shown as often as it was. One that contradicts starts the count
-/// again, so an order that has changed is learned anew.
+/// again, so an order that has changed is learned anew. What only pauses have shown counts while
+/// the pauses are trusted.
 class CBurstOrder
 {
 public:
@@ -66,6 +67,12 @@ public:
     /// Forgets where a kind without a time stands.
     void Forget(NmeaKind untimed);
 
+    /// Forgets what only pauses have shown.
+    void ForgetPauses();
+
+    /// Whether what only pauses have shown counts as known.
+    void TrustPauses(bool trusts) { m_trustsPauses = trusts; }
+
     /// Forgets where all kinds stand.
     void ForgetPlaces() { m_entries.clear(); }
 
@@ -93,8 +100,11 @@ private:
         std::optional<std::uint64_t> before; ///< the one before that
     };
 
+    bool IsShownOften(const Entry& entry) const;
+
     std::vector<Entry> m_entries;
     std::vector<Twice> m_twice;
+    bool m_trustsPauses = false;
     std::uint64_t m_epoch = 0;
 };
 

@@ -6,9 +6,18 @@
 
 #include "tools/navctl/files/Angle.h"
 
+namespace {
+
+const std::string kTimeColumn = "time";
+
+} // namespace
+
 ESample CCsvSampleReader::Next(PositionSample& sample, int timeoutMilliseconds)
 {
+    const CReadTurn turn(timeoutMilliseconds);
     while (true) {
+        if (turn.IsOver())
+            return ESample::NothingYet;
         switch (m_lines.Next(m_line, timeoutMilliseconds)) {
         case ELine::End:
             m_problem = WithoutHeader();
@@ -34,12 +43,9 @@ ESample CCsvSampleReader::Next(PositionSample& sample, int timeoutMilliseconds)
             continue;
         }
         if (!m_hasHeader) {
-            m_notUsed.Add("line with the names of columns", m_lines.LineNumber());
-            m_problem = ReadHeader(m_line);
-            if (!m_problem.empty())
-                return ESample::Failed;
-            m_hasHeader = true;
-            continue;
+            if (TakeHeader())
+                continue;
+            return ESample::Failed;
         }
         sample = {};
         sample.line = m_lines.LineNumber();
@@ -48,6 +54,16 @@ ESample CCsvSampleReader::Next(PositionSample& sample, int timeoutMilliseconds)
             return ESample::Sample;
         m_skipped.Add(problem, m_lines.LineNumber());
     }
+}
+
+bool CCsvSampleReader::TakeHeader()
+{
+    m_problem = ReadHeader(m_line);
+    m_hasHeader = m_problem.empty();
+    m_notUsed.Add(m_hasHeader ? "line with the names of columns"
+                              : "line that was looked at for columns",
+                  m_lines.LineNumber());
+    return m_hasHeader;
 }
 
 std::string CCsvSampleReader::ReadHeader(const std::string& line)
@@ -134,7 +150,7 @@ std::string CCsvSampleReader::FindTime(CCsvHeader& header)
 {
     if (m_options.interval)
         return {};
-    const bool hasTime = Use(header, {"time", "timestamp"}, true,
+    const bool hasTime = Use(header, {kTimeColumn.c_str(), "timestamp"}, true,
                              [](auto& sample, double value) { sample.time = value; });
     m_timeIsOfArrival = !hasTime && m_options.timeIsOfArrival;
     if (hasTime || m_timeIsOfArrival)
@@ -209,7 +225,9 @@ std::string CCsvSampleReader::ReadValues(PositionSample& sample)
             continue;
         const std::optional<double> value = FiniteNumber(text);
         if (!value)
-            return (text.empty() ? "no " : "bad number: ") + std::string(column.name);
+            return (text.empty() ? "no " : "bad number: ") + std::string(column.name) +
+                   (!text.empty() && column.name == kTimeColumn ? ", which must be in seconds"
+                                                                : "");
         const bool isPlace = column.isNeeded;
         column.store(sample, column.place.degrees && !isPlace ? Radians(*value) : *value);
     }

@@ -55,6 +55,7 @@ private:
 
     std::string WithoutHeader() const;
     std::string Instead() const;
+    bool TakeHeader();
     std::string ReadHeader(const std::string& line);
     std::string FindPlace(CCsvHeader& header, const std::string& line);
     std::string FindTime(CCsvHeader& header);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <memory>
 
@@ -16,6 +17,7 @@
 #include "tools/navctl/feed/FeedRun.h"
 #include "tools/navctl/feed/Interrupt.h"
 #include "tools/navctl/feed/NmeaReader.h"
+#include "tools/navctl/feed/SampleWait.h"
 #include "tools/navctl/files/OpenFile.h"
 #include "tools/navctl/operations/Refusal.h"
 #include "tools/navctl/operations/ServiceQuestion.h"
@@ -148,6 +150,24 @@ private:
     bool m_hasSent = false;
 };
 
+/// Reads nothing: for a feed that has failed before it has read.
+class CNothingRead : public CSampleReader
+{
+public:
+    ESample Next(PositionSample&, int) override { return ESample::End; }
+};
+
+/// What to say of a speed that the file does not tell, when the service refuses it.
+std::string OfDerivedSpeed(const FeedOptions& options)
+{
+    const std::string from = "the file tells no speed: it was derived from the distance and ";
+    if (!options.interval)
+        return from + "the time between samples";
+    char seconds[32];
+    std::snprintf(seconds, sizeof seconds, "%g", *options.interval);
+    return from + "--interval " + seconds + ": try a longer interval, or a column speed";
+}
+
 /// One run of the command.
 class CFeedCommand
 {
@@ -160,35 +180,46 @@ public:
 
     void Run()
     {
+        m_context.AddToFailures(FeedCounts({}, CNothingRead()));
         if (!m_file.Problem().empty())
             return m_context.Fail(kExitUsage, m_file.Problem());
         const CInterrupt interrupt;
         // Whoever is no navigation service takes samples as well as anything else.
         if (!m_context.Reach() || !SpeaksToService(m_context))
             return;
+        m_start = m_clock.Now();
         m_format = Format();
         const std::string problem = OptionOfOtherFormat(m_options, m_format);
         if (!problem.empty())
             return m_context.Fail(kExitUsage, problem);
         const std::unique_ptr<CSampleReader> reader = MakeReader();
         CServiceSink sink(m_context.Navigation(), m_clock, m_context.options.timeoutSeconds);
-        const double start = m_clock.Now();
-        const auto show = [&](const FeedResult& result) {
-            m_progress.Show({m_lines.BytesUsed(), m_file.Length(), result.handedOver,
-                             reader->Skipped().Total(), m_clock.Now() - start});
-        };
-        const auto tell = [this](const std::string& text) {
-            m_progress.Clear();
-            WriteError(text);
-        };
-        const FeedResult result = CFeedRun({*reader, sink, m_clock, show, tell},
-                                           FeedRate(m_options), m_options.secondsToReconnect)
-                                      .Run();
+        const auto show = [&](const FeedResult& result) { Show(result, *reader); };
+        const auto tell = [this](const std::string& text) { Tell(text); };
+        const FeedResult result =
+            CFeedRun({*reader, sink, m_clock, show, tell, OfDerivedSpeed(m_options)},
+                     FeedRate(m_options), m_options.secondsToReconnect)
+                .Run();
         m_progress.Clear();
         Report(result, *reader);
     }
 
 private:
+    void Tell(const std::string& text)
+    {
+        m_progress.Clear();
+        WriteError(text);
+    }
+
+    void Show(const FeedResult& result, const CSampleReader& reader)
+    {
+        const double seconds = m_clock.Now() - m_start;
+        m_progress.Show({m_lines.BytesUsed(), m_file.Length(), result.handedOver,
+                         reader.Skipped().Total(), seconds});
+        if (result.handedOver == 0)
+            m_wait.Look(seconds, [&] { return FoundSoFar(reader, m_lines.BytesTaken()); });
+    }
+
     std::unique_ptr<CSampleReader> MakeReader()
     {
         const double now = UnixTimeNow();
@@ -214,16 +245,14 @@ private:
         nmea.signs = m_options.signs;
         nmea.isLive = !m_file.IsRegular();
         nmea.dayIsGuessed = !m_options.day;
-        nmea.remark = [this](const std::string& text) {
-            m_progress.Clear();
-            WriteError(text);
-        };
+        nmea.remark = [this](const std::string& text) { Tell(text); };
         return nmea;
     }
 
     /// The format of the input, which tells it itself if nothing else does. What neither begins
-    /// with the names of columns nor has a sentence soon is, on the standard input, a receiver's
-    /// stream all the same; a file is one of values, whose reader tells what is wrong with it.
+    /// with the names of columns nor has a sentence soon is what the options are for; without them
+    /// it is, on the standard input, a receiver's stream all the same; a file is one of values,
+    /// whose reader tells what is wrong with it.
     EFeedFormat Format()
     {
         // Of a file, its beginning is there at once.
@@ -231,12 +260,20 @@ private:
             m_beginning = m_lines.Peek([](const std::string&) { return true; });
         if (const std::optional<EFeedFormat> named = FeedFormatByName(m_options))
             return *named;
-        m_beginning = m_lines.Peek([](const std::string& text) {
-            return FeedFormatByContent(text).has_value() || LinesThatSay(text) >= kLinesThatTell;
-        });
-        return FeedFormatByContent(m_beginning)
-            .value_or(m_file.IsStandardInput() && !m_beginning.empty() ? EFeedFormat::Nmea
-                                                                       : EFeedFormat::Csv);
+        m_beginning = m_lines.Peek(
+            [](const std::string& text) {
+                return FeedFormatByContent(text).has_value() ||
+                       LinesThatSay(text) >= kLinesThatTell;
+            },
+            [this] {
+                Show({}, CNothingRead());
+                return !m_clock.IsInterrupted();
+            });
+        if (const std::optional<EFeedFormat> told = FeedFormatByContent(m_beginning))
+            return *told;
+        return FeedFormatByOptions(m_options).value_or(
+            m_file.IsStandardInput() && !m_beginning.empty() ? EFeedFormat::Nmea
+                                                             : EFeedFormat::Csv);
     }
 
     void Report(const FeedResult& result, const CSampleReader& reader)
@@ -263,7 +300,12 @@ private:
         }
         if (code != kExitDone)
             WriteError(reason);
-        m_context.Print(FeedJson(result, reader, code, reason), FeedText(result, reader));
+        std::string text = FeedText(result, reader);
+        if (m_lines.BareReturns() > 0) {
+            text += "\nlines that end with CR alone: " + std::to_string(m_lines.BareReturns()) +
+                    "; they count as one line up to the next LF";
+        }
+        m_context.Print(FeedJson(result, reader, code, reason), text);
         m_context.Finish(code);
     }
 
@@ -286,7 +328,9 @@ private:
     EFeedFormat m_format = EFeedFormat::Nmea;
     std::string m_beginning; ///< of the file, as far as it was looked at for its format
     CMonotonicClock m_clock;
+    double m_start = 0.0; ///< of the clock
     CFeedProgress m_progress;
+    CSampleWait m_wait{[this](const std::string& text) { Tell(text); }};
 };
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "platform/Utilities.h"
 #include "tools/navctl/Suggestion.h"
 #include "tools/navctl/UsageProblem.h"
+#include "tools/navctl/feed/FileEncoding.h"
 #include "tools/navctl/feed/NmeaFields.h"
 #include "tools/navctl/feed/NmeaSentence.h"
 #include "tools/navctl/feed/NmeaValues.h"
@@ -161,6 +162,30 @@ void AddDateOption(CLI::App& command, FeedOptions& options)
         ->type_name("YYYY-MM-DD");
 }
 
+/// An option that is for files of one format alone.
+struct FormatOption
+{
+    const char* name;
+    EFeedFormat format;
+};
+
+/// Those of them that are given.
+std::vector<FormatOption> OptionsOfOneFormat(const FeedOptions& options)
+{
+    std::vector<FormatOption> given;
+    const auto add = [&given](const char* name, bool isGiven, EFeedFormat format) {
+        if (isGiven)
+            given.push_back({name, format});
+    };
+    add("--burst-begins-with", options.burstBeginsWith.has_value(), EFeedFormat::Nmea);
+    add("--invert-roll", options.signs.invertRoll, EFeedFormat::Nmea);
+    add("--invert-pitch", options.signs.invertPitch, EFeedFormat::Nmea);
+    add("--date", options.day.has_value(), EFeedFormat::Nmea);
+    add("--origin", options.origin.has_value(), EFeedFormat::Csv);
+    add("--interval", options.interval.has_value(), EFeedFormat::Csv);
+    return given;
+}
+
 } // namespace
 
 void AddFeedOptions(CLI::App& command, FeedOptions& options)
@@ -242,26 +267,21 @@ std::optional<EFeedFormat> FeedFormatByContent(const std::string& firstBytes)
     return std::nullopt;
 }
 
+std::optional<EFeedFormat> FeedFormatByOptions(const FeedOptions& options)
+{
+    const std::vector<FormatOption> given = OptionsOfOneFormat(options);
+    return given.empty() ? std::nullopt : std::optional(given.front().format);
+}
+
 std::string OptionOfOtherFormat(const FeedOptions& options, EFeedFormat format)
 {
-    const bool isNmea = format == EFeedFormat::Nmea;
-    const struct
-    {
-        const char* name;
-        bool isGiven;
-        bool isOfNmea;
-    } entries[] = {{"--burst-begins-with", options.burstBeginsWith.has_value(), true},
-                   {"--invert-roll", options.signs.invertRoll, true},
-                   {"--invert-pitch", options.signs.invertPitch, true},
-                   {"--date", options.day.has_value(), true},
-                   {"--origin", options.origin.has_value(), false},
-                   {"--interval", options.interval.has_value(), false}};
-    const std::string values = "comma-separated values";
-    const std::string sentences = "NMEA sentences";
-    for (const auto& entry : entries) {
-        if (entry.isGiven && entry.isOfNmea != isNmea) {
-            return std::string(entry.name) + " is for " + (isNmea ? values : sentences) + "; " +
-                   options.file + " is read as " + (isNmea ? sentences : values);
+    const auto words = [](EFeedFormat which) {
+        return which == EFeedFormat::Nmea ? "NMEA sentences" : "comma-separated values";
+    };
+    for (const FormatOption& option : OptionsOfOneFormat(options)) {
+        if (option.format != format) {
+            return std::string(option.name) + " is for " + words(option.format) + "; " +
+                   options.file + " is read as " + words(format);
         }
     }
     return {};
@@ -269,6 +289,9 @@ std::string OptionOfOtherFormat(const FeedOptions& options, EFeedFormat format)
 
 std::string TakenInsteadOfColumns(const std::string& firstBytes)
 {
+    const std::string encoding = ForeignEncoding(firstBytes);
+    if (!encoding.empty())
+        return encoding;
     const std::string found = SentencesIn(firstBytes);
     return "a feed takes comma-separated values whose first line names the columns time (or "
            "--interval), latitude and longitude (or x and y with --origin), or NMEA sentences: "
@@ -280,6 +303,9 @@ std::string TakenInsteadOfColumns(const std::string& firstBytes)
 
 std::string TakenInsteadOfSentences(const std::string& firstBytes)
 {
+    const std::string encoding = ForeignEncoding(firstBytes);
+    if (!encoding.empty())
+        return encoding;
     if (FeedFormatByContent(firstBytes) == EFeedFormat::Csv)
         return "its first line names columns: --format csv reads it";
     if (!SentencesIn(firstBytes).empty())

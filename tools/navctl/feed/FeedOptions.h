@@ -57,6 +57,9 @@ std::optional<EFeedFormat> FeedFormatByName(const FeedOptions& options);
 /// Lines that begin with "#" are remarks and say nothing.
 std::optional<EFeedFormat> FeedFormatByContent(const std::string& firstBytes);
 
+/// The format that the options are for; nothing when none of them is for one alone.
+std::optional<EFeedFormat> FeedFormatByOptions(const FeedOptions& options);
+
 /// What is wrong with options that the format of the file has no use for, in words; empty when
 /// nothing is.
 std::string OptionOfOtherFormat(const FeedOptions& options, EFeedFormat format);

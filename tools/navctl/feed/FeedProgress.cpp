@@ -58,7 +58,7 @@ int ColumnsOfErrors()
 
 std::string ProgressLine(const FeedState& state, const ProgressStyle& style)
 {
-    std::string text = std::to_string(state.sent) + " samples";
+    std::string text = std::to_string(state.sent) + (state.sent == 1 ? " sample" : " samples");
     if (state.skipped > 0)
         text += ", " + std::to_string(state.skipped) + " skipped";
     text += "  " + ClockText(state.seconds);
@@ -75,7 +75,7 @@ std::string ProgressLine(const FeedState& state, const ProgressStyle& style)
     return Bar(share, std::min(kWidestBar, columns - 1 - text.size()), style) + text;
 }
 
-CFeedProgress::CFeedProgress() : m_isTerminal(ErrorsAreTerminal()) {}
+CFeedProgress::CFeedProgress() : m_isShowing(ErrorsAreTerminal() && ObeysSequences()) {}
 
 CFeedProgress::~CFeedProgress()
 {
@@ -84,7 +84,7 @@ CFeedProgress::~CFeedProgress()
 
 void CFeedProgress::Show(const FeedState& state)
 {
-    if (!m_isTerminal || (m_isShown && state.seconds < m_lastShown + kSecondsBetweenLooks))
+    if (!m_isShowing || (m_isShown && state.seconds < m_lastShown + kSecondsBetweenLooks))
         return;
     m_lastShown = state.seconds;
     m_isShown = true;

@@ -26,8 +26,8 @@ struct ProgressStyle
 /// of samples, of what was skipped, and the time. Shorter than the terminal is wide.
 std::string ProgressLine(const FeedState& state, const ProgressStyle& style);
 
-/// Keeps a progress line on the standard error up to date when that is a terminal; otherwise shows
-/// nothing.
+/// Keeps a progress line on the standard error up to date when that is a terminal that can take it
+/// away again; otherwise shows nothing.
 class CFeedProgress
 {
 public:
@@ -44,7 +44,7 @@ public:
 
 private:
     bool m_isShown = false;
-    bool m_isTerminal;
+    bool m_isShowing; ///< at all
     double m_lastShown = -1.0;
 };
 

@@ -1,5 +1,7 @@
 #include "tools/navctl/feed/FeedReport.h"
 
+#include <algorithm>
+
 namespace {
 
 Json ReasonsJson(const CSkipCount& counts)
@@ -59,6 +61,34 @@ std::string LinesText(const FeedResult& result, const CSampleReader& reader)
     return text;
 }
 
+/// What has come that is in no sample, and why; the reasons first.
+std::string Found(const CSampleReader& reader)
+{
+    std::string found;
+    const auto add = [&found](const std::string& what) {
+        found += (found.empty() ? "" : ", ") + what;
+    };
+    for (const auto& [what, entry] : reader.Skipped().Reasons())
+        add(what + " (" + std::to_string(entry.count) + ")");
+    for (const auto& [what, entry] : reader.NotUsed().Reasons())
+        add(NotUsedText(entry.count, what));
+    if (reader.Counts().empty > 0)
+        add(Counted(reader.Counts().empty, "empty line"));
+    return found;
+}
+
+/// Whether nothing that has come looks like a whole sentence or a row.
+bool IsAllNoise(const CSampleReader& reader)
+{
+    std::uint64_t noise = 0;
+    for (const auto& [what, entry] : reader.Skipped().Reasons()) {
+        const bool isNoise = what == "not a sentence" || what == "no checksum" ||
+                             what == "cut checksum" || what == "line too long";
+        noise += isNoise ? entry.count : 0;
+    }
+    return noise > 0 && noise == reader.Counts().sources;
+}
+
 } // namespace
 
 std::string NothingToSend(const CSampleReader& reader)
@@ -66,14 +96,19 @@ std::string NothingToSend(const CSampleReader& reader)
     std::string reason = "no sample that could be sent";
     if (!reader.Wants().empty())
         reason += "; it takes " + reader.Wants();
-    std::string found;
-    for (const auto& [what, entry] : reader.NotUsed().Reasons())
-        found += (found.empty() ? "" : ", ") + NotUsedText(entry.count, what);
-    for (const auto& [what, entry] : reader.Skipped().Reasons())
-        found += (found.empty() ? "" : ", ") + what + " (" + std::to_string(entry.count) + ")";
-    if (reader.Counts().empty > 0)
-        found += (found.empty() ? "" : ", ") + Counted(reader.Counts().empty, "empty line");
+    const std::string found = Found(reader);
     return reason + "; found: " + (found.empty() ? "nothing" : found);
+}
+
+std::string FoundSoFar(const CSampleReader& reader, std::uint64_t bytes)
+{
+    const std::string found = Found(reader);
+    if (found.empty() && reader.Counts().sources == 0)
+        return bytes == 0 ? "no data has come"
+                          : Counted(bytes, "byte") + " without the end of a line";
+    if (!IsAllNoise(reader))
+        return found;
+    return found + "; is that a receiver, and is the speed of its line set right (baud)?";
 }
 
 Json FeedJson(const FeedResult& result, const CSampleReader& reader, EExitCode code,
@@ -84,6 +119,13 @@ Json FeedJson(const FeedResult& result, const CSampleReader& reader, EExitCode c
         value["exit_code"] = static_cast<int>(code);
         value["reason"] = reason;
     }
+    value.update(FeedCounts(result, reader));
+    return value;
+}
+
+Json FeedCounts(const FeedResult& result, const CSampleReader& reader)
+{
+    Json value = Json::object();
     value["sent"] = result.sent;
     value["lost"] = result.lost;
     value["not_valid"] = result.notValid;
@@ -127,8 +169,11 @@ std::string FeedText(const FeedResult& result, const CSampleReader& reader)
                 result.refusal;
     }
     std::string untold;
-    for (const auto& [name, count] : result.notTold)
-        untold += (untold.empty() ? "" : ", ") + name + " " + std::to_string(count);
+    for (const auto& [name, count] : result.notTold) {
+        std::string words = name;
+        std::replace(words.begin(), words.end(), '_', ' ');
+        untold += (untold.empty() ? "" : ", ") + words + " " + std::to_string(count);
+    }
     if (!untold.empty())
         text += "\nnot told, in so many samples: " + untold;
     if (reader.DayWasGuessed())
@@ -138,6 +183,9 @@ std::string FeedText(const FeedResult& result, const CSampleReader& reader)
     for (const auto& [reason, entry] : reader.Skipped().Reasons()) {
         text += "\nskipped " + std::to_string(entry.count) + ": " + reason + " (first in line " +
                 std::to_string(entry.firstLine) + ")";
+    }
+    if (!reader.Advice().empty()) {
+        text += "\n" + reader.Advice();
     }
     std::string types;
     for (const auto& [type, entry] : reader.NotUsed().Reasons())

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <string_view>
 
 namespace {
 
@@ -42,6 +43,12 @@ FeedResult CFeedRun::Run()
             break;
         }
         const ESample found = m_parts.reader.Next(sample, kLookMilliseconds);
+        // Whoever interrupts a feed interrupts what it reads from too, as with a pipe of a shell.
+        const bool isOver = found == ESample::Failed || found == ESample::End;
+        if (isOver && m_parts.clock.IsInterrupted()) {
+            End(EFeedEnd::Interrupted);
+            break;
+        }
         if (found == ESample::Failed) {
             m_result.problem = m_parts.reader.Problem();
             End(EFeedEnd::BadFile);
@@ -136,6 +143,9 @@ void CFeedRun::NoteUntold(const PositionSample& sample)
         {"heading", sample.yaw.has_value()},
         {"roll", sample.roll.has_value()},
         {"pitch", sample.pitch.has_value()},
+        {"roll_rate", sample.rollRate.has_value()},
+        {"pitch_rate", sample.pitchRate.has_value()},
+        {"yaw_rate", sample.yawRate.has_value()},
         {"accuracy", sample.sigmaEast && sample.sigmaNorth && sample.sigmaUp},
         {"satellites", sample.satellites.has_value()},
     };
@@ -183,9 +193,11 @@ bool CFeedRun::Confirm()
 /// A service that reads a sample need not take it.
 void CFeedRun::LookForRefusal()
 {
-    const std::optional<std::string> refusal = m_parts.sink.Refusal();
+    std::optional<std::string> refusal = m_parts.sink.Refusal();
     if (!refusal)
         return;
+    if (!m_parts.ofDerivedSpeed.empty() && IsOfDerivedSpeed(*refusal))
+        *refusal += "; " + m_parts.ofDerivedSpeed;
     ++m_result.looks;
     if (!refusal->empty()) {
         ++m_result.refusedLooks;
@@ -194,6 +206,14 @@ void CFeedRun::LookForRefusal()
             m_parts.tell("the service does not take the samples: " + *refusal);
     }
     m_isRefused = !refusal->empty();
+}
+
+/// Whether the service has refused the last sample for a speed that the file does not tell.
+bool CFeedRun::IsOfDerivedSpeed(const std::string& refusal) const
+{
+    const std::string_view speed = "speed";
+    return refusal.find(speed) != std::string::npos &&
+           std::find(m_untold.begin(), m_untold.end(), speed) != m_untold.end();
 }
 
 /// Nothing says any more whether what was handed over since the last confirmation was read.

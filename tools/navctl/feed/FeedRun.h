@@ -60,6 +60,9 @@ public:
         CFeedClock& clock;
         std::function<void(const FeedResult&)> show;  ///< told often how far it is
         std::function<void(const std::string&)> tell; ///< told what happens to the link
+        /// What to add when a speed is refused that nobody has told, so that it was derived; may be
+        /// empty.
+        std::string ofDerivedSpeed{};
     };
 
     /// @param rate see CFeedSchedule.
@@ -81,6 +84,7 @@ private:
     bool ConfirmNowAndThen();
     bool Confirm();
     void LookForRefusal();
+    bool IsOfDerivedSpeed(const std::string& refusal) const;
     void CountLost();
     bool Reconnect(const PositionSample& sample, const LinkErrorC& loss);
     bool WaitUntil(double time);

@@ -49,6 +49,13 @@ public:
         m_day = day;
     }
 
+    /// Sets the day of a time that follows the last one, and with it the last one's.
+    void SetOfNext(std::int64_t day, std::int64_t timeOfDay)
+    {
+        const bool isOverMidnight = m_lastTimeOfDay && timeOfDay + kHalfDay < *m_lastTimeOfDay;
+        Set(day - (isOverMidnight ? 1 : 0));
+    }
+
     bool IsTold() const { return m_isTold; }
     /// What is to be added to the times that were given before the day was told, seconds.
     double Correction() const { return m_correction; }

@@ -31,12 +31,13 @@ void CNmeaEpochs::EndEarly()
 bool CNmeaEpochs::IsWhole(bool countsWaiting) const
 {
     return m_epochNumber > kEpochsToWaitFor &&
-           std::all_of(m_recent.begin(), m_recent.end(), [=](const RecentKind& recent) {
-               const bool isAwaited = recent.epoch + kEpochsToWaitFor >= m_epochNumber &&
-                                      (HasTime(recent.type) || StandsBehind(recent.kind));
-               return !isAwaited || m_epoch->Find(recent.kind) != nullptr ||
-                      (countsWaiting && WaitsForPause(recent.kind));
-           });
+           std::all_of(
+               m_recent.begin(), m_recent.end(), [this, countsWaiting](const RecentKind& recent) {
+                   const bool isAwaited = recent.epoch + kEpochsToWaitFor >= m_epochNumber &&
+                                          (HasTime(recent.type) || StandsBehind(recent.kind));
+                   return !isAwaited || m_epoch->Find(recent.kind) != nullptr ||
+                          (countsWaiting && WaitsForPause(recent.kind));
+               });
 }
 
 bool CNmeaEpochs::WaitsForPause(NmeaKind kind) const
@@ -69,6 +70,19 @@ std::optional<double> CNmeaEpochs::EndsAt() const
     const double rest = std::max(shortest, 2.0 * std::max(m_longestGap, m_epoch->longestGap));
     const double most = m_period.Seconds() > 0.0 ? kLongestRestOfBurst * m_period.Seconds() : rest;
     return *m_lastHeard + std::min(rest, std::max(most, kRestOfWholeBurst));
+}
+
+std::optional<double> CNmeaEpochs::SeemsOverAt() const
+{
+    const bool lacksKind =
+        std::any_of(m_recent.begin(), m_recent.end(), [this](const RecentKind& recent) {
+            return HasTime(recent.type) && recent.epoch + 1 == m_epochNumber;
+        });
+    if (!m_lastHeard || !m_epoch || m_epoch->isSent || lacksKind) {
+        return std::nullopt;
+    }
+    return *m_lastHeard +
+           std::max(kRestOfWholeBurst, 2.0 * std::max(m_longestGap, m_epoch->longestGap));
 }
 
 void CNmeaEpochs::EndAtPause()

@@ -48,7 +48,8 @@ void CNmeaEpochs::AddTimed(const NmeaPart& part)
         }
         return;
     }
-    LeaveOut(part, " without a time");
+    // Receivers that have no fix yet have no time either; what is to be waited for is the fix.
+    LeaveOut(part, part.report.fixQuality == 0 ? " without a fix" : " without a time");
     m_missesTime = true;
     // Of one that had a time before it is not known which epoch it is of, and what follows it.
     m_isBroken = m_isBroken || !m_epoch ||
@@ -85,6 +86,7 @@ void CNmeaEpochs::Join(const NmeaPart& part)
         epoch.timedKinds.push_back(part.kind);
     }
     if (!epoch.isSent) {
+        TakeFirstDay(part);
         epoch.Add(part);
     } else {
         LeaveOut(part, kLate);
@@ -188,7 +190,7 @@ void CNmeaEpochs::Open(const NmeaPart& part)
     const bool mayMissTime = CameTwice();
     const bool isPaced = isOneStep && IsPaced(part);
     const std::optional<Cut> cut = FindCut(part, isOneStep);
-    const std::vector<PendingPart> leading = TakeLeading(part, isOneStep);
+    const std::vector<PendingPart> leading = TakeLeading(part, isOneStep, cut);
     EndEpoch(step, mayMissTime);
     TakeFirstDay(part);
     m_epoch.emplace();
@@ -197,7 +199,7 @@ void CNmeaEpochs::Open(const NmeaPart& part)
     m_epoch->firstLine = leading.empty() ? part.line : leading.front().part.line;
     m_epoch->firstArrival = part.arrival;
     m_epoch->isPaced = isPaced;
-    m_epoch->isBeginKnown = cut.has_value();
+    m_epoch->isBeginKnown = cut && IsCertain(*cut);
     AddLeading(leading, cut && cut->isByPause);
     Note(part);
     m_epoch->timedKinds.push_back(part.kind);
@@ -253,11 +255,9 @@ void CNmeaEpochs::EndEpoch(std::int64_t step, bool mayMissTime)
 /// until now gets it, too.
 void CNmeaEpochs::TakeFirstDay(const NmeaPart& next)
 {
-    if (!m_epoch || !next.arrival || !next.report.day || Day().IsTold()) {
-        return;
+    if (m_epoch && next.arrival && next.report.day && !Day().IsTold()) {
+        m_finished.Day().SetOfNext(*next.report.day, *next.report.timeOfDay);
     }
-    const bool isOverMidnight = *next.report.timeOfDay + kMillisecondsADay / 2 < m_epoch->timeOfDay;
-    m_finished.Day().Set(*next.report.day - (isOverMidnight ? 1 : 0));
 }
 
 void CNmeaEpochs::AddUntimed(const NmeaPart& part)

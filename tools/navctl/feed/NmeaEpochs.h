@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tools/navctl/feed/BurstOrder.h"
+#include "tools/navctl/feed/BurstPauses.h"
 #include "tools/navctl/feed/BurstShape.h"
 #include "tools/navctl/feed/FinishedEpochs.h"
 #include "tools/navctl/feed/NmeaEpoch.h"
@@ -54,6 +55,9 @@ public:
     /// When the epoch is over if nothing comes until then, on the clock of the arrivals; empty when
     /// there is nothing to end.
     std::optional<double> EndsAt() const;
+    /// When the burst is over if nothing comes until then, on the same clock: every kind with a
+    /// time has come that the burst before it had. Empty as long as one is missing.
+    std::optional<double> SeemsOverAt() const;
     /// Gives the sample of the epoch, as the stream has paused.
     void EndAtPause();
 
@@ -115,7 +119,8 @@ private:
     void AddAttitudeNow(const NmeaPart& part);
     void AddStandingStill(const NmeaPart& part);
     void PlaceInEpoch(const NmeaPart& part);
-    std::vector<PendingPart> TakeLeading(const NmeaPart& next, bool isOneStep);
+    std::vector<PendingPart> TakeLeading(const NmeaPart& next, bool isOneStep,
+                                         const std::optional<Cut>& cut);
     Placing PlaceBetween(std::size_t i, const NmeaPart& next, const std::optional<Cut>& cut);
     void LeaveOutWaiting();
     void Show(NmeaKind untimed, NmeaKind timed, bool isBehind, bool isByPause);
@@ -127,11 +132,14 @@ private:
     bool CameTwice() const;
     bool TakeRepetition();
     void NoteWhatComesOften(std::int64_t step, NmeaKind next);
-    std::optional<Cut> FindCut(const NmeaPart& next, bool isOneStep) const;
+    std::optional<Cut> FindCut(const NmeaPart& next, bool isOneStep);
     bool FitsNeither(NmeaKind kind, NmeaKind next) const;
     bool WasElsewhere(NmeaKind kind, NmeaKind next, EPlace place) const;
     std::optional<Cut> ToldCut(const NmeaPart& next) const;
-    std::optional<Cut> PauseBefore(const NmeaPart& next) const;
+    std::optional<Cut> PauseBefore(const NmeaPart& next, bool isBeginTold);
+    std::optional<Cut> LongestRest(bool& isWithinOneTime) const;
+    bool Contradicts(const Cut& pause, const NmeaPart& next, bool forgets);
+    bool IsCertain(const Cut& cut) const { return !cut.isByPause || m_pauses.AreCertain(); }
     Placing PlaceByOrder(NmeaKind kind, NmeaKind next, bool& isByPause) const;
     bool StandsBehind(NmeaKind kind) const;
     bool BeginsTheNext(NmeaKind kind) const;
@@ -154,6 +162,7 @@ private:
     CSkipCount& m_leftOut;
     CFinishedEpochs m_finished;
     CBurstOrder m_order;
+    CBurstPauses m_pauses;
     CBurstShape m_shape;
     CEpochPeriod m_period;
     std::optional<NmeaEpoch> m_epoch;

@@ -119,7 +119,12 @@ void ReadZda(const NmeaSentence& sentence, const NmeaSigns&, NmeaReport& report)
 void ReadPashr(const NmeaSentence& sentence, const NmeaSigns& signs, NmeaReport& report)
 {
     report.timeOfDay = TimeOfDay(sentence.Field(0));
-    report.heading = Direction(sentence.Field(1), "heading");
+    const auto heading = Direction(sentence.Field(1), "heading");
+    // Without satellites and before its gyros are aligned a device knows no north; older ones do
+    // not tell of either.
+    if (sentence.Field(9) != "0" || sentence.Field(10) == "1") {
+        report.heading = heading;
+    }
     const auto angle = [&sentence](std::size_t field, const char* what, bool isInverted) {
         const auto degrees = FieldNumber(sentence.Field(field), what, -180.0, 180.0);
         return Scaled(degrees, Radians(isInverted ? -1.0 : 1.0));

@@ -15,10 +15,10 @@ constexpr double kMostDelay = 0.25;
 /// Gives what came between two times to the one or the other, and what is not certain to neither.
 ///
 /// @return what belongs to the next time.
-std::vector<PendingPart> CNmeaEpochs::TakeLeading(const NmeaPart& next, bool isOneStep)
+std::vector<PendingPart> CNmeaEpochs::TakeLeading(const NmeaPart& next, bool isOneStep,
+                                                  const std::optional<Cut>& cut)
 {
     std::vector<PendingPart> leading;
-    const std::optional<Cut> cut = FindCut(next, isOneStep);
     for (std::size_t i = 0; i < m_waiting.size(); ++i) {
         const Waiting& waiting = m_waiting[i];
         Placing placing = isOneStep ? PlaceBetween(i, next, cut) : Placing{};
@@ -80,7 +80,8 @@ CNmeaEpochs::Placing CNmeaEpochs::PlaceBetween(std::size_t i, const NmeaPart& ne
     } else {
         ShowBehind(kind, cut->isByPause);
     }
-    return byCut == byOrder.place || isTold ? Placing{byCut, {}} : Placing{};
+    const bool agrees = byCut == byOrder.place && IsCertain(*cut);
+    return agrees || isTold ? Placing{byCut, {}} : Placing{};
 }
 
 /// Whether a sentence stands where it never stood: behind one that it came before, and before one
@@ -103,14 +104,15 @@ bool CNmeaEpochs::WasElsewhere(NmeaKind kind, NmeaKind next, EPlace place) const
 }
 
 /// Where in what is waiting one burst ends and the next begins.
-std::optional<CNmeaEpochs::Cut> CNmeaEpochs::FindCut(const NmeaPart& next, bool isOneStep) const
+std::optional<CNmeaEpochs::Cut> CNmeaEpochs::FindCut(const NmeaPart& next, bool isOneStep)
 {
     if (!isOneStep) {
         return std::nullopt;
     }
     // Where the sentence is lost that the burst begins with, a pause may still show it.
     const std::optional<Cut> told = m_burstBeginsWith ? ToldCut(next) : std::nullopt;
-    return told ? told : PauseBefore(next);
+    const std::optional<Cut> pause = PauseBefore(next, told.has_value());
+    return told ? told : pause;
 }
 
 /// The sentence that the user has said each burst begins with.
@@ -145,12 +147,44 @@ std::optional<CNmeaEpochs::Cut> CNmeaEpochs::ToldCut(const NmeaPart& next) const
 }
 
 /// The pause between two bursts, when the stream runs with its own time and rests nowhere else so
-/// long.
-std::optional<CNmeaEpochs::Cut> CNmeaEpochs::PauseBefore(const NmeaPart& next) const
+/// long; and what this shows of the pauses.
+std::optional<CNmeaEpochs::Cut> CNmeaEpochs::PauseBefore(const NmeaPart& next, bool isBeginTold)
 {
-    if (!IsPaced(next)) {
+    if (!next.arrival || !m_epoch->firstArrival) {
         return std::nullopt;
     }
+    std::optional<Cut> pause;
+    bool isWithinOneTime = false;
+    if (!IsPaced(next)) {
+        // A time may begin with another sentence, because its first one is lost.
+        if (next.kind == m_epoch->timedKinds.front()) {
+            m_pauses.TakeUneven();
+        }
+    } else if (pause = LongestRest(isWithinOneTime);
+               isWithinOneTime || (pause && Contradicts(*pause, next, !isBeginTold))) {
+        m_pauses.TakeContradiction();
+        pause.reset();
+    } else if (!pause) {
+        m_pauses.TakeUnclear();
+    } else {
+        const NmeaPart& first =
+            pause->place < m_waiting.size() ? m_waiting[pause->place].part : next;
+        m_pauses.TakeBurst(first.kind, *first.arrival, m_period.Seconds());
+    }
+    m_order.TrustPauses(m_pauses.AreCertain());
+    if (m_pauses.AreRefuted()) {
+        m_order.ForgetPauses();
+    }
+    return pause;
+}
+
+/// The longest rest between the last sentence of this time and the first one of the next, if it is
+/// a pause.
+///
+/// @param isWithinOneTime receives whether the stream has rested longer between two sentences of
+///        this time.
+std::optional<CNmeaEpochs::Cut> CNmeaEpochs::LongestRest(bool& isWithinOneTime) const
+{
     Cut cut{m_waiting.size(), true};
     double longest = m_gap;
     double second = m_epoch->longestGap;
@@ -164,9 +198,31 @@ std::optional<CNmeaEpochs::Cut> CNmeaEpochs::PauseBefore(const NmeaPart& next) c
             second = std::max(second, gap);
         }
     }
-    const bool isPause =
-        longest >= kLeastPause * m_period.Seconds() && longest >= kPauseToOtherRests * second;
+    const double least = kLeastPause * m_period.Seconds();
+    isWithinOneTime = m_epoch->longestGap >= std::max(least, longest);
+    const bool isPause = longest >= least && longest >= kPauseToOtherRests * second;
     return isPause ? std::optional(cut) : std::nullopt;
+}
+
+/// Whether a pause gives a sentence to a time that it was not of until now.
+///
+/// @param forgets where such a sentence stands is forgotten.
+bool CNmeaEpochs::Contradicts(const Cut& pause, const NmeaPart& next, bool forgets)
+{
+    bool contradicts = false;
+    for (std::size_t i = 0; i < m_waiting.size(); ++i) {
+        const NmeaKind kind = m_waiting[i].part.kind;
+        const bool mayShow =
+            m_waiting[i].part.type != ENmeaType::Gsa && IsSingle(kind) && !m_order.ComesOften(kind);
+        if (mayShow &&
+            WasElsewhere(kind, next.kind, i < pause.place ? EPlace::This : EPlace::Next)) {
+            contradicts = true;
+            if (forgets) {
+                Forget(kind);
+            }
+        }
+    }
+    return contradicts;
 }
 
 /// Whether a sentence of the next time has come when it was due.

@@ -12,6 +12,8 @@ namespace {
 constexpr std::size_t kMostKeptBack = 1000;
 /// How long the first live sample waits for the day when no other burst comes, seconds.
 constexpr double kLongestWaitForDay = 3.0;
+/// From one sentence left out in so many epochs on the order of the bursts is not known.
+constexpr std::uint64_t kEpochsToOneLeftOut = 10;
 
 } // namespace
 
@@ -19,7 +21,11 @@ ESample CNmeaReader::Next(PositionSample& sample, int timeoutMilliseconds)
 {
     const double end = timeoutMilliseconds < 0 ? std::numeric_limits<double>::infinity()
                                                : Now() + timeoutMilliseconds / 1000.0;
+    const CReadTurn turn(timeoutMilliseconds);
     while (!IsReady()) {
+        if (turn.IsOver()) {
+            return ESample::NothingYet;
+        }
         switch (ReadLine(timeoutMilliseconds)) {
         case ELine::Line:
             TakeLine();
@@ -53,6 +59,22 @@ std::string CNmeaReader::Wants() const
     return "GGA, GNS, RMC or GLL sentences with a time and a position";
 }
 
+std::string CNmeaReader::Advice() const
+{
+    std::uint64_t leftOut = 0;
+    for (const auto& [reason, entry] : m_skipped.Reasons()) {
+        const std::size_t place = reason.find(kNotCertain);
+        leftOut += place != std::string::npos ? entry.count : 0;
+    }
+    // A sentence that was lost now and then leaves few out, which no order would change.
+    if (m_options.epochs.burstBeginsWith || kEpochsToOneLeftOut * leftOut < m_epochs.CountOver() ||
+        leftOut == 0) {
+        return {};
+    }
+    return "--burst-begins-with TYPE names the sentence that the receiver begins each burst with, "
+           "where its manual tells: fewer are left out then whose time is not certain";
+}
+
 bool CNmeaReader::IsReady()
 {
     return !m_ready.empty() && !KeepsBack();
@@ -71,8 +93,16 @@ bool CNmeaReader::KeepsBack()
         m_keepsBackUntil = Now() + kLongestWaitForDay;
         m_overWhenKept = m_epochs.CountOver();
     }
-    m_keepsBack = m_epochs.CountOver() == m_overWhenKept && Now() < m_keepsBackUntil;
+    const double until = std::min(m_keepsBackUntil, NextBurstEndsAt());
+    m_keepsBack = m_epochs.CountOver() == m_overWhenKept && Now() < until;
     return m_keepsBack;
+}
+
+/// When the burst behind the first sample's is over if nothing comes until then.
+double CNmeaReader::NextBurstEndsAt() const
+{
+    const std::optional<double> end = m_epochs.SeemsOverAt();
+    return end && !m_lines.HoldsPartOfALine() ? *end : std::numeric_limits<double>::infinity();
 }
 
 void CNmeaReader::Give(PositionSample& sample)
@@ -112,7 +142,7 @@ ELine CNmeaReader::ReadLine(int timeoutMilliseconds)
         waitUntil(*endsAt);
     }
     if (m_keepsBackUntil > 0.0 && m_keepsBack && !m_ready.empty()) {
-        waitUntil(m_keepsBackUntil);
+        waitUntil(std::min(m_keepsBackUntil, NextBurstEndsAt()));
     }
     const ELine state = m_lines.Next(m_line, wait);
     if (state == ELine::Line || state == ELine::TooLong) {

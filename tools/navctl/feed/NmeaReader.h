@@ -42,10 +42,12 @@ public:
 
     ESample Next(PositionSample& sample, int timeoutMilliseconds) override;
     std::string Wants() const override;
+    std::string Advice() const override;
 
 private:
     bool IsReady();
     bool KeepsBack();
+    double NextBurstEndsAt() const;
     void Give(PositionSample& sample);
     ELine ReadLine(int timeoutMilliseconds);
     void TakeLine();

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <set>
 #include <tuple>
 
 #include "tools/navctl/feed/NmeaEpochs.h"
@@ -13,46 +14,56 @@ NmeaKind TalkerOf(const NmeaPart& part)
 }
 
 /// A talker's two letters as in a kind.
-constexpr NmeaKind kCombined = static_cast<NmeaKind>('G') << 8U | static_cast<NmeaKind>('N');
+constexpr NmeaKind Talker(const char* letters)
+{
+    return static_cast<NmeaKind>(letters[0]) << 8U | static_cast<NmeaKind>(letters[1]);
+}
 
+constexpr NmeaKind kCombined = Talker("GN");
+
+constexpr ENmeaType kPlaces[] = {ENmeaType::Gga, ENmeaType::Gns, ENmeaType::Rmc, ENmeaType::Gll};
+
+/// Whether the place was measured: it is not where positions are reckoned on (6), entered by hand
+/// (7) or simulated (8).
 bool HasFix(const NmeaPart& part)
 {
-    return part.report.fixQuality.value_or(0) > 0;
+    const int quality = part.report.fixQuality.value_or(0);
+    return quality > 0 && (quality < 6 || quality > 8);
 }
 
-/// Several talkers may tell the same: one with a fix counts most, then the combined solution of all
-/// systems, then the one of the most satellites.
-bool IsBetter(const NmeaPart& part, const NmeaPart& other)
+/// Whether a sentence tells of a fix that none of its talker's other ones denies. What another
+/// talker does not see says nothing of it.
+bool IsUndenied(const Parts& parts, const NmeaPart& place)
 {
-    const auto merits = [](const NmeaPart& judged) {
-        const bool hasPlace = judged.report.latitude.has_value();
-        return std::make_tuple(hasPlace && HasFix(judged), hasPlace, TalkerOf(judged) == kCombined,
-                               judged.report.satellites.value_or(0));
-    };
-    return merits(part) > merits(other);
+    return HasFix(place) &&
+           std::none_of(parts.begin(), parts.end(), [&place](const NmeaPart& part) {
+               const bool tellsFix = std::find(std::begin(kPlaces), std::end(kPlaces), part.type) !=
+                                     std::end(kPlaces);
+               return tellsFix && TalkerOf(part) == TalkerOf(place) && !HasFix(part);
+           });
 }
 
+/// The best sentence of a type. Several talkers may tell the same: one with a fix counts most, then
+/// the combined solution of all systems, then the one of the most satellites.
 const NmeaPart* Best(const Parts& parts, ENmeaType type)
 {
+    const auto merits = [&parts](const NmeaPart& judged) {
+        const bool hasPlace = judged.report.latitude.has_value();
+        return std::make_tuple(hasPlace && IsUndenied(parts, judged), hasPlace && HasFix(judged),
+                               hasPlace, TalkerOf(judged) == kCombined,
+                               judged.report.satellites.value_or(0));
+    };
     const NmeaPart* best = nullptr;
     for (const NmeaPart& part : parts) {
-        if (part.type == type && (best == nullptr || IsBetter(part, *best))) {
+        if (part.type == type && (best == nullptr || merits(part) > merits(*best))) {
             best = &part;
         }
     }
     return best;
 }
 
-bool MayContradict(const NmeaPart& part, const NmeaPart& place)
-{
-    return TalkerOf(part) == TalkerOf(place) || TalkerOf(part) == kCombined ||
-           TalkerOf(place) == kCombined;
-}
-
-constexpr ENmeaType kPlaces[] = {ENmeaType::Gga, ENmeaType::Gns, ENmeaType::Rmc, ENmeaType::Gll};
-
-/// The part that tells the place: of the first type that does. One without a fix stands back behind
-/// one with a fix of another talker.
+/// The part that tells the place: of the first type that does. One without a fix, or whose talker
+/// contradicts itself, stands back behind one with a fix.
 const NmeaPart* PlaceOf(const Parts& parts)
 {
     const NmeaPart* place = nullptr;
@@ -61,46 +72,72 @@ const NmeaPart* PlaceOf(const Parts& parts)
         if (best == nullptr || !best->report.latitude) {
             continue;
         }
-        if (place == nullptr ||
-            (!HasFix(*place) && HasFix(*best) && !MayContradict(*best, *place))) {
+        if (place == nullptr || (!IsUndenied(parts, *place) && IsUndenied(parts, *best))) {
             place = best;
         }
     }
     return place;
 }
 
-/// Whether any of what the receiver says of the place denies it.
-bool IsValid(const Parts& parts, const NmeaPart& place)
+/// The number of the system of whose satellites a GSA tells: its own, or that of the talker; 0
+/// where it is the combined solution's, which does not tell.
+std::uint32_t SystemOf(const NmeaPart& part)
 {
-    return HasFix(place) &&
-           std::none_of(std::begin(kPlaces), std::end(kPlaces), [&](ENmeaType type) {
-               const NmeaPart* const best = Best(parts, type);
-               return best != nullptr && !HasFix(*best) && MayContradict(*best, place);
-           });
+    if (part.report.systemId > 0) {
+        return part.report.systemId;
+    }
+    if (TalkerOf(part) == kCombined) {
+        return 0;
+    }
+    constexpr std::pair<const char*, std::uint32_t> kSystems[] = {
+        {"GP", 1}, {"GL", 2}, {"GA", 3}, {"GB", 4}, {"BD", 4}, {"GQ", 5}, {"QZ", 5}, {"GI", 6}};
+    for (const auto& [name, system] : kSystems) {
+        if (TalkerOf(part) == Talker(name)) {
+            return system;
+        }
+    }
+    return TalkerOf(part);
 }
 
-/// Some receivers tell twelve satellites at most as the number in use, but list them all; and where
-/// each system has a GNS of its own, each counts its own satellites.
-std::optional<int> Satellites(const Parts& parts, const NmeaPart& place)
+/// How many satellites all GSA list. What one without a system lists again is no other satellite.
+int CountListed(const Parts& parts)
 {
-    std::vector<std::uint32_t> listed;
-    int ofSystems = 0;
+    std::set<std::pair<std::uint32_t, std::uint16_t>> listed;
+    std::set<std::uint16_t> withSystem;
+    std::set<std::uint16_t> without;
     for (const NmeaPart& part : parts) {
-        if (part.type == ENmeaType::Gns && TalkerOf(part) != kCombined) {
-            ofSystems += part.report.satellites.value_or(0);
-        }
+        const std::uint32_t system = SystemOf(part);
         for (const std::uint16_t id : part.report.satelliteIds) {
-            // Without a system's number, the talker tells the system.
-            const std::uint32_t system =
-                part.report.systemId > 0 ? part.report.systemId : TalkerOf(part) & 0xFFU;
-            if (id > 0) {
-                listed.push_back(system << 16U | id);
+            if (id > 0 && system > 0) {
+                listed.emplace(system, id);
+                withSystem.insert(id);
+            } else if (id > 0) {
+                without.insert(id);
             }
         }
     }
-    std::sort(listed.begin(), listed.end());
-    listed.erase(std::unique(listed.begin(), listed.end()), listed.end());
-    const int counted = std::max(ofSystems, static_cast<int>(listed.size()));
+    const auto others = std::count_if(without.begin(), without.end(),
+                                      [&](std::uint16_t id) { return withSystem.count(id) == 0; });
+    return static_cast<int>(listed.size()) + static_cast<int>(others);
+}
+
+/// Some receivers tell twelve satellites at most as the number in use, but list them all; and where
+/// each system has a GNS or a GGA of its own, each counts its own satellites.
+std::optional<int> Satellites(const Parts& parts, const NmeaPart& place)
+{
+    int byGns = 0;
+    int byGga = 0;
+    for (const NmeaPart& part : parts) {
+        const bool isOfOneSystem = TalkerOf(part) != kCombined;
+        if (part.type == ENmeaType::Gns && isOfOneSystem) {
+            byGns += part.report.satellites.value_or(0);
+        } else if (part.type == ENmeaType::Gga && isOfOneSystem && HasFix(part)) {
+            byGga += part.report.satellites.value_or(0);
+        }
+    }
+    // The combined solution has counted all of them.
+    byGga = TalkerOf(place) == kCombined ? 0 : byGga;
+    const int counted = std::max({byGns, byGga, CountListed(parts)});
     const std::optional<int> told = place.report.satellites;
     return told || counted > 0 ? std::optional(std::max(told.value_or(0), counted)) : std::nullopt;
 }
@@ -110,7 +147,9 @@ std::optional<double> Height(const Parts& parts, const NmeaPart& place)
 {
     for (const NmeaPart* part :
          {&place, Best(parts, ENmeaType::Gga), Best(parts, ENmeaType::Gns)}) {
-        if (part != nullptr && part->report.altitude && part->report.geoidSeparation) {
+        // One without a fix does not tell how high another one's is.
+        const bool counts = part != nullptr && (HasFix(*part) || !HasFix(place));
+        if (counts && part->report.altitude && part->report.geoidSeparation) {
             return *part->report.altitude + *part->report.geoidSeparation;
         }
     }
@@ -166,7 +205,7 @@ std::optional<PositionSample> SampleOf(const Parts& parts)
     sample.height = Height(parts, *place);
     sample.fixQuality = place->report.fixQuality.value_or(0);
     sample.satellites = Satellites(parts, *place);
-    sample.positionValid = IsValid(parts, *place);
+    sample.positionValid = IsUndenied(parts, *place);
     for (const auto& [value, source] :
          {std::pair(&PositionSample::sigmaNorth, &NmeaReport::sigmaNorth),
           std::pair(&PositionSample::sigmaEast, &NmeaReport::sigmaEast),

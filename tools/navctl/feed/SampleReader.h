@@ -1,6 +1,8 @@
 #ifndef KESTROVE_TOOLS_NAVCTL_FEED_SAMPLEREADER_H
 #define KESTROVE_TOOLS_NAVCTL_FEED_SAMPLEREADER_H
 
+#include <algorithm>
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -14,6 +16,28 @@ enum class ESample
     NothingYet, ///< none has come within the time
     End,        ///< the file has ended
     Failed,     ///< the file cannot be read as what it should be; Problem() tells why
+};
+
+/// How long a reader looks for a sample, however much comes that is none.
+class CReadTurn
+{
+public:
+    /// @param milliseconds how long; -1 without limit. What is there already takes a while to look
+    ///        at, so it lasts a tenth of a second at least.
+    explicit CReadTurn(int milliseconds)
+        : m_isEndless(milliseconds < 0),
+          m_end(Clock::now() + std::max(kShortest, std::chrono::milliseconds(milliseconds)))
+    {
+    }
+
+    bool IsOver() const { return !m_isEndless && Clock::now() >= m_end; }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    static constexpr std::chrono::milliseconds kShortest{100};
+
+    bool m_isEndless;
+    Clock::time_point m_end;
 };
 
 /// What a reader has read. Lines are the sources, but for further ones on one line, and the lines
@@ -35,7 +59,8 @@ public:
     /// Reads the next sample. What is broken is counted and passed over.
     ///
     /// @param sample receives the sample.
-    /// @param timeoutMilliseconds how long to wait for data; -1 without limit.
+    /// @param timeoutMilliseconds how long to wait for data, and to look through what gives no
+    ///        sample (see CReadTurn); -1 without limit.
     virtual ESample Next(PositionSample& sample, int timeoutMilliseconds) = 0;
 
     /// Sentences or rows that could not be used, by reason.
@@ -51,6 +76,8 @@ public:
     }
     /// What a file must have to give samples, for people; empty when Problem() says it.
     virtual std::string Wants() const { return {}; }
+    /// What would leave fewer sentences or rows out, for people; empty when nothing is known.
+    virtual std::string Advice() const { return {}; }
     /// Whether samples were given a day that nobody has told.
     bool DayWasGuessed() const { return m_dayWasGuessed; }
     /// Why Next() has failed.

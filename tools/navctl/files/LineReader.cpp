@@ -10,6 +10,7 @@
 namespace {
 
 constexpr std::size_t kBufferSize = 65536;
+constexpr int kMillisecondsOfAPeek = 200;
 const std::string kByteOrderMark = "\xEF\xBB\xBF";
 
 } // namespace
@@ -37,13 +38,15 @@ ELine CLineReader::Next(std::string& line, int timeoutMilliseconds)
     return Give(line);
 }
 
-std::string CLineReader::Peek(const std::function<bool(const std::string&)>& isEnough)
+std::string CLineReader::Peek(const std::function<bool(const std::string&)>& isEnough,
+                              const std::function<bool()>& waitsOn)
 {
-    ELine state = ELine::Line;
-    while (state == ELine::Line && !m_ended && m_buffer.size() < kBufferSize &&
+    bool goesOn = true;
+    while (goesOn && !m_ended && m_buffer.size() < kBufferSize &&
            (m_buffer.empty() || !isEnough(m_buffer))) {
-        state = Refill(-1);
+        const ELine state = Refill(waitsOn ? kMillisecondsOfAPeek : -1);
         m_ended = state == ELine::End;
+        goesOn = state == ELine::Line || (state == ELine::NothingYet && waitsOn && waitsOn());
     }
     return m_buffer;
 }
@@ -81,6 +84,8 @@ bool CLineReader::TakeFromBuffer()
         if (m_buffer[m_place] == '\n') {
             ++m_place;
             ++m_lineFeeds;
+        } else {
+            ++m_bareReturns;
         }
         m_skipLineFeed = false;
     }
@@ -108,6 +113,7 @@ ELine CLineReader::Give(std::string& line)
     if (m_isFirst && line.compare(0, kByteOrderMark.size(), kByteOrderMark) == 0)
         line.erase(0, kByteOrderMark.size());
     m_isFirst = false;
+    ++m_linesGiven;
     const bool tooLong = m_tooLong;
     m_tooLong = false;
     return tooLong ? ELine::TooLong : ELine::Line;

@@ -40,17 +40,28 @@ public:
     /// first line is read.
     ///
     /// @param isEnough tells by what has come whether to wait for no more.
+    /// @param waitsOn asked several times a second while nothing comes whether to wait on; may be
+    ///        empty.
     /// @return what has come when that is enough, and otherwise at the end of the file, when there
-    ///         is no room for more, or when a signal has interrupted the wait; empty when the file
-    ///         is empty or cannot be read, which Next() will tell.
-    std::string Peek(const std::function<bool(const std::string&)>& isEnough);
+    ///         is no room for more, or when `waitsOn` or, without it, a signal has ended the wait;
+    ///         empty when nothing has come, or the file is empty or cannot be read, which Next()
+    ///         will tell.
+    std::string Peek(const std::function<bool(const std::string&)>& isEnough,
+                     const std::function<bool()>& waitsOn = nullptr);
 
     /// The number of the line that Next() gave last, counted from 1.
     std::uint64_t LineNumber() const { return m_lineNumber; }
-    /// How many bytes of the file have been used up.
+    /// How many bytes of the file have been read.
+    std::uint64_t BytesTaken() const { return m_bytesTaken; }
+    /// How many of them have been used up.
     std::uint64_t BytesUsed() const { return m_bytesTaken - (m_buffer.size() - m_place); }
+    /// How many of the lines so far were ended by a CR without an LF.
+    std::uint64_t BareReturns() const { return m_bareReturns; }
     /// True when the beginning of a line has come, but not its end.
     bool HoldsPartOfALine() const { return !m_line.empty() || m_tooLong; }
+    /// How many lines Next() has given, which is the number of the last one where a bare CR ends a
+    /// line, too.
+    std::uint64_t LinesGiven() const { return m_linesGiven; }
 
 private:
     ELine Refill(int timeoutMilliseconds);
@@ -68,7 +79,9 @@ private:
     bool m_isFirst = true;
     std::uint64_t m_lineNumber = 1;
     std::uint64_t m_lineFeeds = 0;
+    std::uint64_t m_bareReturns = 0;
     std::uint64_t m_bytesTaken = 0;
+    std::uint64_t m_linesGiven = 0;
 };
 
 #endif

@@ -19,6 +19,7 @@ const std::vector<std::string> kFalseWords{"off", "false", "no", "0"};
 /// The word for an accuracy that is not known.
 const char* const kUnknown = "nan";
 constexpr double kGreatestDouble = std::numeric_limits<double>::max();
+constexpr auto kGreatestSingle = static_cast<double>(std::numeric_limits<float>::max());
 
 bool IsOneOf(const std::vector<std::string>& words, const std::string& word)
 {
@@ -175,16 +176,39 @@ std::string InOneText(const std::vector<std::string>& words)
     return text;
 }
 
-/// Reads a number that the service holds in single precision.
-std::optional<ArgumentValue> ReadSingle(const std::string& name, const std::string& word,
-                                        std::string& problem)
+/// Whether a number that is too near to 0 for a double, or too large, is the former.
+bool IsTiny(const std::string& number)
 {
-    const auto value = ReadFinite(word, static_cast<double>(std::numeric_limits<float>::max()));
-    if (!value && ReadFinite(word, kGreatestDouble)) {
-        problem = name + ": \"" + word +
-                  "\" is too large: numbers of single precision go up to 3.4e38 in size";
-    }
-    return value;
+    const std::size_t exponent = number.find_first_of("eE");
+    if (exponent != std::string::npos)
+        return number.compare(exponent + 1, 1, "-") == 0;
+    return number.find_first_of("123456789") > number.find('.');
+}
+
+/// Whether a number is written well, but lies outside what the type can hold.
+template <typename Value>
+bool IsOutsideOf(const std::string& word)
+{
+    Value value{};
+    const char* const end = word.data() + word.size();
+    const auto result =
+        std::from_chars(word.data() + (word.rfind('+', 0) == 0 ? 1 : 0), end, value);
+    return result.ec == std::errc::result_out_of_range && result.ptr == end;
+}
+
+/// What is wrong with a word that no argument of the type can be, in words.
+std::string FaultOf(EArgumentType type, const std::string& word)
+{
+    if (type == EArgumentType::Integer && IsOutsideOf<int>(word))
+        return "is too large: whole numbers have 32 bits";
+    if (type == EArgumentType::Integer || TypeWords(type).empty())
+        return "is not allowed";
+    const bool isOutside = IsOutsideOf<double>(word);
+    if (isOutside && IsTiny(word))
+        return "is too near to 0 to be held";
+    if (type == EArgumentType::Single && (isOutside || ReadFinite(word, kGreatestDouble)))
+        return "is too large: numbers of single precision go up to 3.4e38 in size";
+    return isOutside ? "is too large" : "is not allowed";
 }
 
 } // namespace
@@ -240,8 +264,8 @@ std::optional<ArgumentValue> CArgument::Read(const std::vector<std::string>& wor
                                              std::string& problem) const
 {
     const std::string word = words.empty() ? otherwise : words.front();
-    problem = name + ": \"" + word + "\" is not allowed, wanted is " + TypeWords(type) +
-              Description() + Suggestion(word, Words());
+    problem = name + ": \"" + word + "\" " + FaultOf(type, word) + ", wanted is " +
+              TypeWords(type) + Description() + Suggestion(word, Words());
     switch (type) {
     case EArgumentType::Switch:
         return ReadSwitch(word);
@@ -250,7 +274,7 @@ std::optional<ArgumentValue> CArgument::Read(const std::vector<std::string>& wor
     case EArgumentType::Number:
         return ReadFinite(word, kGreatestDouble);
     case EArgumentType::Single:
-        return ReadSingle(name, word, problem);
+        return ReadFinite(word, kGreatestSingle);
     case EArgumentType::Accuracy:
         return ReadAccuracy(word);
     case EArgumentType::Time:

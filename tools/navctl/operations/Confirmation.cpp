@@ -70,7 +70,9 @@ std::string TextOf(const COperation& getter, const COutcome& outcome, BElementC&
         return WaylineWords(ContentOf(*wayline));
     }
     const std::string text = outcome.text.empty() ? ValueText(outcome.value) : outcome.text;
-    return getter.unit.empty() ? text : text + " " + getter.unit;
+    // The one unit that is a word for things that are counted.
+    const bool isOnePoint = getter.unit == "points" && text == "1";
+    return getter.unit.empty() ? text : text + " " + (isOnePoint ? "point" : getter.unit);
 }
 
 /// Looks whether a value that is held is the wanted one at its limit.

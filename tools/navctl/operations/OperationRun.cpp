@@ -1,10 +1,14 @@
 #include "tools/navctl/operations/OperationRun.h"
 
+#include <cmath>
+#include <optional>
+
 #include "tools/navctl/operations/Confirmation.h"
 #include "tools/navctl/operations/LateReply.h"
 #include "tools/navctl/operations/Refusal.h"
 #include "tools/navctl/operations/ServiceQuestion.h"
 #include "tools/navctl/operations/ValueText.h"
+#include "tools/navctl/wayline/BegunWayline.h"
 
 namespace {
 
@@ -167,29 +171,70 @@ private:
             if (!m_operation.unit.empty())
                 m_report["unit"] = m_operation.unit;
         }
-        // A service may answer what it is asked of something that it does not have.
-        const std::string outside = hasValue ? OutsideOfRange(m_operation, m_values) : "";
-        if (!outside.empty())
-            WriteError("warning: " + outside);
+        const std::string headless = WordsOfMissingHeading(outcome.value);
+        if (!headless.empty())
+            return Refuse(headless, "");
+        Warn(outcome, hasValue);
         const std::string words = Words(outcome, hasValue);
         Finish(outcome.kind == EOutcome::Done ? words + WordsOfNudge(outcome) : words);
+    }
+
+    /// Which wayline has no heading, in words; empty for other operations, and when each has one.
+    std::string WordsOfMissingHeading(const Json& headings) const
+    {
+        if (m_operation.name != "calculate-headings" || !headings.is_array())
+            return {};
+        for (std::size_t place = 0; place < headings.size(); ++place) {
+            if (!std::isfinite(headings[place].get<double>())) {
+                return "wayline " + std::to_string(place + 1) +
+                       " has no heading: its values make no line, or one that the service cannot "
+                       "follow";
+            }
+        }
+        return {};
+    }
+
+    /// Warns of what the service has taken or answered, and what is of no use all the same.
+    void Warn(const COutcome& outcome, bool hasValue)
+    {
+        std::string words;
+        if (hasValue) {
+            // A service may answer what it is asked of something that it does not have.
+            words = OutsideOfRange(m_operation, m_values);
+        } else if (outcome.kind == EOutcome::Sent &&
+                   FindConfirmation(m_operation.name) == nullptr) {
+            words = OutsideOfRange(m_operation, m_values, "its range");
+        } else if (outcome.kind == EOutcome::Done && m_operation.name == "set-waypoint") {
+            words = WhyWaypointIsIdle(m_context.Navigation(), std::get<int>(m_values.front()),
+                                      m_context.options.timeoutSeconds);
+        }
+        if (!words.empty())
+            WriteError("warning: " + words);
+    }
+
+    /// The nudge that the service holds, after an operation that changes it; nothing after others.
+    std::optional<double> HeldNudge()
+    {
+        if (m_operation.name != "nudge" && m_operation.name != "auto-set-nudge")
+            return std::nullopt;
+        const COperation& getter = FindOperation("get-nudge-scalar");
+        const COutcome held = Call(m_context.Navigation(), getter.serviceName, getter.exchange, {});
+        if (held.kind != EOutcome::Value)
+            return std::nullopt;
+        m_report["held"] = held.value;
+        m_report["unit"] = getter.unit;
+        return held.value.get<double>();
     }
 
     /// What the vector of a nudge does not tell: without a line it is zero, and the nudge is held
     /// for the next one. In words; empty for other operations.
     std::string WordsOfNudge(const COutcome& outcome)
     {
-        if (m_operation.name != "nudge" && m_operation.name != "auto-set-nudge")
-            return {};
-        const COperation& getter = FindOperation("get-nudge-scalar");
-        const COutcome held = Call(m_context.Navigation(), getter.serviceName, getter.exchange, {});
-        if (held.kind != EOutcome::Value)
-            return {};
-        m_report["held"] = held.value;
+        const std::optional<double> held = HeldNudge();
         const Json nowhere = Json::array({0.0, 0.0, 0.0});
-        if (outcome.value != nowhere || held.value == 0.0)
+        if (!held || outcome.value != nowhere || *held == 0.0)
             return {};
-        return "; the nudge of " + ValueText(held.value) + " m is held for the next line";
+        return "; the nudge of " + ValueText(*held) + " m is held for the next line";
     }
 
     std::string Words(const COutcome& outcome, bool hasValue) const
@@ -199,10 +244,8 @@ private:
             return value;
         if (outcome.kind == EOutcome::Sent)
             return "sent; nothing confirms that the service took it";
-        if (outcome.kind == EOutcome::Answered && outcome.value.is_null())
-            return "answered; nothing confirms that the service took it";
         if (outcome.kind == EOutcome::Answered)
-            return "answered " + value + ", which is neither done (1) nor refused (0)";
+            return "answered; nothing confirms that the service took it";
         return outcome.value.is_null() ? "done" : "done: " + value;
     }
 
@@ -215,12 +258,13 @@ private:
 
     void WarnOfForgetting()
     {
-        if (!m_operation.MayPersist() || !std::get<bool>(m_values.back()) ||
-            !ForgetsAtRestart(m_context.Navigation()))
+        if (!m_operation.MayPersist() || !std::get<bool>(m_values.back()))
+            return;
+        const std::string why = WhyForgotten(m_context.Navigation());
+        if (why.empty())
             return;
         m_report["kept"] = false;
-        WriteError("warning: the service keeps nothing over a restart; the value holds until it "
-                   "ends (navigation-simulator keeps with --state FILE)");
+        WriteError("warning: " + why);
     }
 
     std::string Reason() { return ReasonOfRefusal(m_context.Navigation(), m_operation, m_values); }
@@ -228,8 +272,10 @@ private:
     void RefuseAndTellHeld()
     {
         const std::string reason = Reason();
-        if (m_confirmation == nullptr)
-            return Refuse(reason, "");
+        if (m_confirmation == nullptr) {
+            const std::optional<double> nudge = HeldNudge();
+            return Refuse(reason, nudge ? ValueText(*nudge) + " m" : "");
+        }
         const CHeld held = AskWhatIsHeld(m_context.Navigation(), *m_confirmation, m_values);
         if (held.state != CHeld::EState::Unknown)
             AddHeld(held);

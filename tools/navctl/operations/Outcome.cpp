@@ -15,14 +15,9 @@ Json NumberValue(float value)
     return digits;
 }
 
-COutcome StatusOutcome(int status)
+std::optional<COutcome> StatusOutcome(std::optional<int> status)
 {
-    switch (status) {
-    case 1:
-        return {EOutcome::Done};
-    case 0:
-        return {EOutcome::Refused};
-    default:
-        return {EOutcome::Answered, status};
-    }
+    if (status != 0 && status != 1)
+        return std::nullopt;
+    return COutcome{status == 1 ? EOutcome::Done : EOutcome::Refused};
 }

@@ -2,6 +2,7 @@
 #define KESTROVE_TOOLS_NAVCTL_OPERATIONS_OUTCOME_H
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -60,8 +61,8 @@ void Send(CNavigationAPI& navigation, Result (CNavigationAPI::*operation)(Argume
 
 } // namespace Detail
 
-/// The outcome of a status: 1 done, 0 refused; any other number is given as it is.
-COutcome StatusOutcome(int status);
+/// The outcome of a status: 1 done, 0 refused; nothing for any other number and for none.
+std::optional<COutcome> StatusOutcome(std::optional<int> status);
 
 /// A notification. Its result, where it has one, tells no more than the link does.
 template <typename Result, typename... Arguments>

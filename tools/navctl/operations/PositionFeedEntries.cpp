@@ -4,7 +4,8 @@ namespace {
 
 CArgument Angle(const char* name, const char* help)
 {
-    return Number(name, "rad", "", help).Or("0");
+    // A turn in either direction; what is beyond was meant in degrees.
+    return Number(name, "rad", "-6.2832 to 6.2832", help).Or("0");
 }
 
 CArgument Rate(const char* name)
@@ -36,11 +37,15 @@ std::vector<CArgument> SampleArguments()
             Sigma("sigma-up"),
             Switch("position-valid", "the position can be used").Or("on"),
             Integer("fix-quality", "", "0 to 8", "quality as in the NMEA sentence GGA").Or("4"),
-            Integer("satellites", "", "", "number of satellites in use").Or("12"),
+            Integer("satellites", "", "-1 to 200",
+                    "number of satellites in use, -1 where it is not known")
+                .Or("12"),
             Switch("heading-valid", "the yaw can be used").Or("off"),
             Switch("reversing", "the machine moves in reverse").Or("off"),
             Integer("sample-number", "", "", "counts the samples").Or("0"),
-            {"time", EArgumentType::Time, "s", "", "Unix time of the sample", "now"}};
+            // The years 2000 to 2099.
+            {"time", EArgumentType::Time, "s", "946684800 to 4102444800", "Unix time of the sample",
+             "now"}};
 }
 
 } // namespace

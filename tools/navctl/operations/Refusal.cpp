@@ -1,7 +1,10 @@
 #include "tools/navctl/operations/Refusal.h"
 
 #include <charconv>
+#include <chrono>
 #include <memory>
+#include <optional>
+#include <thread>
 
 #include "tools/navctl/operations/Confirmation.h"
 #include "tools/navctl/operations/ValueText.h"
@@ -23,6 +26,15 @@ bool LiesIn(const std::string& range, double number)
     return second.ec != std::errc() || (number >= lowest && number <= highest);
 }
 
+/// How far the service is with what it was asked to keep; nothing when it does not say so.
+std::optional<int> KeepingOf(CNavigationAPI& navigation)
+{
+    const std::unique_ptr<BElementC> reply(navigation.CallMethod("simulator_keeps", nullptr));
+    const auto* const keeps = dynamic_cast<const BAtomC*>(reply.get());
+    const bool isInteger = keeps != nullptr && keeps->Type() == EBElementType::Integer;
+    return isInteger ? std::optional(keeps->IntValue()) : std::nullopt;
+}
+
 } // namespace
 
 std::string WhyRefused(CNavigationAPI& navigation, const std::string& serviceName)
@@ -35,7 +47,8 @@ std::string WhyRefused(CNavigationAPI& navigation, const std::string& serviceNam
     return isReason ? text->StringValue() : std::string();
 }
 
-std::string OutsideOfRange(const COperation& operation, const ArgumentValues& values)
+std::string OutsideOfRange(const COperation& operation, const ArgumentValues& values,
+                           const char* range)
 {
     for (std::size_t place = 0; place < values.size(); ++place) {
         const CArgument& argument = operation.arguments[place];
@@ -45,9 +58,8 @@ std::string OutsideOfRange(const COperation& operation, const ArgumentValues& va
             continue;
         const double value = number != nullptr ? *number : static_cast<double>(*integer);
         if (!LiesIn(argument.range, value)) {
-            return "the " + argument.name + " " + NumberText(value) +
-                   " is outside what the bundled service takes, " + argument.range +
-                   (argument.unit.empty() ? "" : " " + argument.unit);
+            return "the " + argument.name + " " + NumberText(value) + " is outside " + range +
+                   ", " + argument.range + (argument.unit.empty() ? "" : " " + argument.unit);
         }
     }
     return {};
@@ -69,9 +81,24 @@ std::string ReasonOfRefusal(CNavigationAPI& navigation, const COperation& operat
     return reason + (reason.empty() ? "" : "; ") + "\"navctl doctor\" tells what is missing";
 }
 
-bool ForgetsAtRestart(CNavigationAPI& navigation)
+std::string WhyForgotten(CNavigationAPI& navigation)
 {
-    const std::unique_ptr<BElementC> reply(navigation.CallMethod("simulator_keeps", nullptr));
-    const auto* const keeps = dynamic_cast<const BAtomC*>(reply.get());
-    return keeps != nullptr && keeps->Type() == EBElementType::Integer && keeps->IntValue() == 0;
+    constexpr int kSaving = 2;
+    constexpr std::chrono::milliseconds kLongestWait(1000);
+    constexpr std::chrono::milliseconds kBetweenQuestions(10);
+    const auto end = std::chrono::steady_clock::now() + kLongestWait;
+    std::optional<int> keeps = KeepingOf(navigation);
+    while (keeps == kSaving && std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(kBetweenQuestions);
+        keeps = KeepingOf(navigation);
+    }
+    if (keeps == 0)
+        return "the service keeps nothing over a restart; the value holds until it ends "
+               "(navigation-simulator keeps with --state FILE)";
+    if (keeps == -1)
+        return "the service could not save the value, so that it may not outlive a restart; its "
+               "log says why";
+    if (keeps == kSaving)
+        return "the service has not saved the value yet, so that it may not outlive a restart";
+    return {};
 }

@@ -20,12 +20,15 @@ std::string WhyRefused(CNavigationAPI& navigation, const std::string& serviceNam
 std::string ReasonOfRefusal(CNavigationAPI& navigation, const COperation& operation,
                             const ArgumentValues& values);
 
-/// The first value that lies outside the range of the bundled service, in words; empty when none
-/// does.
-std::string OutsideOfRange(const COperation& operation, const ArgumentValues& values);
+/// The first value that lies outside the range of its argument, in words; empty when none does.
+///
+/// @param range what the range is of, in words.
+std::string OutsideOfRange(const COperation& operation, const ArgumentValues& values,
+                           const char* range = "what the bundled service takes");
 
-/// Whether the service has said that what it is to keep does not outlive a restart (request
-/// "simulator_keeps"); false for one that does not know the request.
-bool ForgetsAtRestart(CNavigationAPI& navigation);
+/// Why what the service was asked to keep does not outlive a restart, as far as it says so (request
+/// "simulator_keeps"); empty when it does, and for a service that does not know the request. Waits
+/// while the service is saving, a second at most.
+std::string WhyForgotten(CNavigationAPI& navigation);
 
 #endif

@@ -1,5 +1,8 @@
 #include "tools/navctl/operations/Reply.h"
 
+#include <cmath>
+#include <limits>
+
 #include "tools/navctl/Names.h"
 #include "tools/navctl/operations/ValueText.h"
 
@@ -25,13 +28,16 @@ std::optional<double> NumberIn(const BElementC& reply)
     return dynamic_cast<const BAtomC&>(reply).DoubleValue();
 }
 
-/// The numbers of a list that has at least so many.
-std::optional<std::vector<double>> ListOf(const BElementC& reply, std::size_t least)
+/// The numbers of a list that has at least so many, and at most.
+std::optional<std::vector<double>>
+ListOf(const BElementC& reply, std::size_t least,
+       std::size_t most = std::numeric_limits<std::size_t>::max())
 {
     if (reply.Type() != EBElementType::List)
         return std::nullopt;
     auto numbers = NumbersIn(reply);
-    return numbers && numbers->size() >= least ? numbers : std::nullopt;
+    const bool isLong = numbers && numbers->size() >= least;
+    return isLong && numbers->size() <= most ? numbers : std::nullopt;
 }
 
 /// A reader of what `find` finds in a reply, of which `make` makes the outcome.
@@ -51,6 +57,15 @@ COutcome ValueOutcome(Found value)
     return {EOutcome::Value, value};
 }
 
+/// A distance in no more digits than micrometres take.
+std::string Micrometres(double metres)
+{
+    constexpr double kMicrometresAMetre = 1e6;
+    const double rounded = std::round(metres * kMicrometresAMetre) / kMicrometresAMetre;
+    // Adding 0 makes a plain 0 of one with a minus sign.
+    return NumberText(std::isfinite(rounded) ? rounded + 0.0 : metres);
+}
+
 COutcome VectorOutcome(EOutcome kind, const double* vector)
 {
     // Adding 0 makes a plain 0 of one with a minus sign.
@@ -58,7 +73,7 @@ COutcome VectorOutcome(EOutcome kind, const double* vector)
     const double y = vector[1] + 0.0;
     const double z = vector[2] + 0.0;
     return {kind, Json::array({x, y, z}),
-            "x " + NumberText(x) + " m, y " + NumberText(y) + " m, z " + NumberText(z) + " m"};
+            "x " + Micrometres(x) + " m, y " + Micrometres(y) + " m, z " + Micrometres(z) + " m"};
 }
 
 void Append(BListC& list, const ArgumentValue& value)
@@ -89,11 +104,19 @@ std::unique_ptr<BListC> ListOf(const CExchange& exchange, const ArgumentValues& 
     return list;
 }
 
+/// Whether a reply to a list of waylines has a value for each of them.
+bool HasOneForEach(const Json& reply, const ArgumentValues& values)
+{
+    const auto* const waylines =
+        values.empty() ? nullptr : std::get_if<std::vector<Kestrove::WaylinePtr>>(&values.front());
+    return waylines == nullptr || reply.size() == waylines->size();
+}
+
 } // namespace
 
 ReplyReader StatusReply()
 {
-    return Reader(IntegerIn, StatusOutcome);
+    return [](BElementC& reply) { return StatusOutcome(IntegerIn(reply)); };
 }
 
 ReplyReader AcceptedReply()
@@ -105,7 +128,12 @@ ReplyReader AcceptedReply()
 
 ReplyReader OneReply()
 {
-    return Reader(IntegerIn, [](int value) { return ValueOutcome(value == 1); });
+    return [](BElementC& reply) -> std::optional<COutcome> {
+        const std::optional<int> value = IntegerIn(reply);
+        // The service reserves the other numbers.
+        const bool isSwitch = value == 0 || value == 1;
+        return isSwitch ? std::optional(ValueOutcome(value == 1)) : std::nullopt;
+    };
 }
 
 ReplyReader SwitchReply()
@@ -132,7 +160,7 @@ ReplyReader SingleReply()
 
 ReplyReader FirstSingleReply()
 {
-    return Reader([](const BElementC& reply) { return ListOf(reply, 1); },
+    return Reader([](const BElementC& reply) { return ListOf(reply, 1, 1); },
                   [](const std::vector<double>& numbers) {
                       return ValueOutcome(NumberValue(static_cast<float>(numbers.front())));
                   });
@@ -146,7 +174,7 @@ ReplyReader NumbersReply()
 
 ReplyReader VectorReply()
 {
-    return Reader([](const BElementC& reply) { return ListOf(reply, kVectorSize); },
+    return Reader([](const BElementC& reply) { return ListOf(reply, kVectorSize, kVectorSize); },
                   [](const std::vector<double>& numbers) {
                       return VectorOutcome(EOutcome::Value, numbers.data());
                   });
@@ -159,10 +187,10 @@ ReplyReader StatusAndVectorReply()
         const auto* const list = dynamic_cast<const BListC*>(&reply);
         if (!numbers || list->TypeAt(0) != EBElementType::Integer)
             return std::nullopt;
-        const COutcome outcome = StatusOutcome(list->GetInt(0));
-        if (outcome.kind != EOutcome::Done)
+        const std::optional<COutcome> outcome = StatusOutcome(list->GetInt(0));
+        if (!outcome || outcome->kind != EOutcome::Done)
             return outcome;
-        if (numbers->size() < 1 + kVectorSize)
+        if (numbers->size() != 1 + kVectorSize)
             return std::nullopt;
         return VectorOutcome(EOutcome::Done, numbers->data() + 1);
     };
@@ -170,17 +198,14 @@ ReplyReader StatusAndVectorReply()
 
 ReplyReader LimitsReply()
 {
-    return Reader(
-        [](const BElementC& reply) {
-            auto numbers = ListOf(reply, 3);
-            return numbers && numbers->size() == 3 ? numbers : std::nullopt;
-        },
-        [](const std::vector<double>& limits) {
-            return COutcome{EOutcome::Value,
-                            {{"lowest", limits[0]}, {"start", limits[1]}, {"highest", limits[2]}},
-                            "lowest " + NumberText(limits[0]) + ", start " + NumberText(limits[1]) +
-                                ", highest " + NumberText(limits[2])};
-        });
+    return Reader([](const BElementC& reply) { return ListOf(reply, 3, 3); },
+                  [](const std::vector<double>& limits) {
+                      return COutcome{
+                          EOutcome::Value,
+                          {{"lowest", limits[0]}, {"start", limits[1]}, {"highest", limits[2]}},
+                          "lowest " + NumberText(limits[0]) + ", start " + NumberText(limits[1]) +
+                              ", highest " + NumberText(limits[2])};
+                  });
 }
 
 ReplyReader WaylineReply()
@@ -242,5 +267,7 @@ COutcome Call(CNavigationAPI& navigation, const std::string& serviceName, const 
     const std::unique_ptr<BElementC> reply = CallFor(navigation, serviceName, exchange, values);
     if (reply == nullptr)
         return {EOutcome::NoAnswer};
-    return exchange.read(*reply).value_or(COutcome{EOutcome::OtherForm});
+    const std::optional<COutcome> outcome = exchange.read(*reply);
+    return outcome && HasOneForEach(outcome->value, values) ? *outcome
+                                                            : COutcome{EOutcome::OtherForm};
 }

@@ -24,11 +24,11 @@ struct CExchange
 // service may send as well. So requests are called by their name here, and the reply is looked at:
 // a whole number is taken where a number is wanted, and nothing else in place of something else.
 
-/// The reply is a status: 1 done, 0 refused, anything else is given as it is.
+/// The reply is a status, 1 done or 0 refused, and no other number.
 ReplyReader StatusReply();
 /// The reply is 0 for refused, any other whole number for done.
 ReplyReader AcceptedReply();
-/// The reply is a switch, true for 1 alone.
+/// The reply is a switch, 1 or 0, and no other number.
 ReplyReader OneReply();
 /// The reply is a switch, true for all but 0.
 ReplyReader SwitchReply();
@@ -38,11 +38,11 @@ ReplyReader IntegerReply();
 ReplyReader NumberReply();
 /// The reply is a number of single precision.
 ReplyReader SingleReply();
-/// The reply is a list that begins with a number of single precision.
+/// The reply is a list of one number of single precision.
 ReplyReader FirstSingleReply();
-/// The reply is a list of numbers, however many.
+/// The reply is a list of numbers, one for each wayline that was sent.
 ReplyReader NumbersReply();
-/// The reply is a vector: a list that begins with x, y and z.
+/// The reply is a vector: a list of x, y and z.
 ReplyReader VectorReply();
 /// The reply is a status, and behind it the vector that holds now.
 ReplyReader StatusAndVectorReply();

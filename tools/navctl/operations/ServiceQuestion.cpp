@@ -2,6 +2,19 @@
 
 #include "tools/navctl/operations/OperationRun.h"
 
+namespace {
+
+/// What the library answers to a request: it comes back from a program that sends back all it gets.
+constexpr const char* kOwnAnswer = "this client serves no requests";
+
+std::string WordsOf(const LinkErrorC& error)
+{
+    return error.text == kOwnAnswer ? "it sends back what it gets, as an echo server does"
+                                    : error.text;
+}
+
+} // namespace
+
 CServiceAnswer AskWhetherService(CNavigationAPI& navigation)
 {
     const COperation& question = FindOperation("is-navigation-activated");
@@ -12,7 +25,7 @@ CServiceAnswer AskWhetherService(CNavigationAPI& navigation)
     const bool hasAnswered =
         error.code == ELinkError::ServiceError || error.code == ELinkError::NoValue;
     const std::string problem = answer.kind == EOutcome::OtherForm ? OtherFormText(question)
-                                : hasAnswered                      ? error.text
+                                : hasAnswered                      ? WordsOf(error)
                                                                    : std::string();
     return {false,
             problem.empty() ? problem : "what listens there is no navigation service: " + problem};

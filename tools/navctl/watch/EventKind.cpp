@@ -24,12 +24,17 @@ std::string HeadingText(double heading)
     return text == "360.0" || text == "-0.0" ? "0.0" : text;
 }
 
-/// The length of a wayline: a straight line has no ends, whatever its points.
+/// Whether a wayline has no ends, so that its length, which is told as 0, is none: a straight line,
+/// whatever its points.
+bool IsEndless(Kestrove::EWaylineType type, double length)
+{
+    return (type == Kestrove::EWaylineTypeAB || type == Kestrove::EWaylineTypeAHeading) &&
+           length == 0.0;
+}
+
 std::string LengthText(Kestrove::EWaylineType type, double length)
 {
-    const bool isEndless =
-        type == Kestrove::EWaylineTypeAB || type == Kestrove::EWaylineTypeAHeading;
-    return isEndless && length == 0.0 ? "without ends" : "length " + Fixed(length, 1) + " m";
+    return IsEndless(type, length) ? "without ends" : "length " + Fixed(length, 1) + " m";
 }
 
 std::string PlaceText(const Point& point, int decimals)
@@ -85,7 +90,8 @@ void WatchWaylineStatus(CNavigationAPI& navigation, const EventSink& sink)
                    {"recording", recording},
                    {"navigation_active", active},
                    {"kind", KindName(type)},
-                   {"length_m", length}},
+                   {"length_m", IsEndless(type, length) ? nlohmann::ordered_json()
+                                                        : nlohmann::ordered_json(length)}},
                   KindName(type) + ", " + Answer("complete", complete) + ", " +
                       Answer("recording", recording) + ", " + Answer("navigation active", active) +
                       ", " + LengthText(type, length)});

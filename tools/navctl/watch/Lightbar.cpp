@@ -12,6 +12,10 @@ namespace {
 /// From which cross-track error on a lamp is lit, metres; the first lamp is the one next to the
 /// middle. Fine where the machine is held, coarse where it comes onto the line.
 constexpr std::array<double, 10> kLitFrom{0.02, 0.05, 0.10, 0.15, 0.20, 0.30, 0.45, 0.65, 1.0, 1.5};
+constexpr int kMostLamps = static_cast<int>(kLitFrom.size());
+constexpr int kFewestLamps = 3; // on each side
+/// The brackets, the middle between its spaces, and the gap before the words.
+constexpr int kColumnsBesideLamps = 2 + 3 + 2;
 constexpr double kCentimetresAMetre = 100.0;
 /// Lamps that are lit from further out than the first of them are red, the others amber.
 constexpr std::size_t kFirstRedLamp = 5;
@@ -82,23 +86,25 @@ void CLightbar::LoseLink(const std::string& reason)
 std::string CLightbar::Draw(const Style& style) const
 {
     const std::string state = State();
-    // The brackets, the middle between its spaces, and the gap before the words.
-    const int lampColumns = static_cast<int>(2 * kLitFrom.size()) + 2 + 3 + 2;
-    // A terminal that is too narrow shows the words, which say the same. The last column stays free
-    // for the cursor.
-    if (style.columns > 0 && style.columns <= lampColumns + static_cast<int>(state.size()))
+    const int columnsLeft = style.columns - kColumnsBesideLamps - static_cast<int>(state.size());
+    // The last column stays free for the cursor.
+    const int room = style.columns > 0 ? (columnsLeft - 1) / 2 : kMostLamps;
+    // A terminal that is too narrow shows the words, which say the same.
+    if (room < kFewestLamps)
         return WrappedProse(state, static_cast<std::size_t>(style.columns - 1));
-    return Lamps(style) + "  " + state;
+    return Lamps(style, static_cast<std::size_t>(std::min(room, kMostLamps))) + "  " + state;
 }
 
-std::string CLightbar::Lamps(const Style& style) const
+std::string CLightbar::Lamps(const Style& style, std::size_t lampsOnASide) const
 {
     const bool isOn =
         m_isNavigating.value_or(false) && m_crossTrackError.has_value() && m_silentSeconds == 0;
     const double error = isOn ? *m_crossTrackError : 0.0;
     std::string left;
     std::string right;
-    for (std::size_t place = 0; place < kLitFrom.size(); ++place) {
+    for (std::size_t number = 0; number < lampsOnASide; ++number) {
+        // Of fewer lamps the first and the last are the same.
+        const std::size_t place = number * (kLitFrom.size() - 1) / (lampsOnASide - 1);
         left.insert(0, Lamp(style, place, -error >= kLitFrom[place]));
         right += Lamp(style, place, error >= kLitFrom[place]);
     }

@@ -29,12 +29,12 @@ public:
     /// Forgets the state: the link is down for this reason.
     void LoseLink(const std::string& reason);
 
-    /// The line, without its end; the words alone, on several lines if need be, where the lamps
-    /// have no room.
+    /// The line, without its end; with fewer lamps where it is narrow, and the words alone, on
+    /// several lines if need be, where not even three on each side have room.
     std::string Draw(const Style& style) const;
 
 private:
-    std::string Lamps(const Style& style) const;
+    std::string Lamps(const Style& style, std::size_t lampsOnASide) const;
     std::string State() const;
 
     std::optional<double> m_crossTrackError;

@@ -111,25 +111,36 @@ void Conclude(CContext& context, const CEventLoop& loop, EEnd end, const CListen
     } else if (end == EEnd::TimeIsUp && !loop.HasBeenUp()) {
         const CLinkFailure failure = ConnectFailure(error);
         FailWatch(context, failure.code, failure.reason);
+    } else if (end == EEnd::TimeIsUp && check.Failure() &&
+               check.Failure()->code == ELinkError::Closed) {
+        const CLinkFailure failure = CallFailure(*check.Failure());
+        FailWatch(context, failure.code, failure.reason);
     } else if (end == EEnd::TimeIsUp && !missing.empty()) {
         FailWatch(context, kExitNoReply, missing);
+    } else if (end == EEnd::TimeIsUp && check.Failure()) {
+        const CLinkFailure failure = CallFailure(*check.Failure());
+        FailWatch(context, failure.code, failure.reason);
     } else {
         context.Finish();
     }
 }
 
-/// Tells that the service has to be waited for, and that the wait is over.
+/// Tells that the service has to be waited for, and that the wait is over: when it has answered
+/// something, as a link alone may be to one that hangs.
 class CLinkTeller
 {
 public:
-    void operator()(bool isUp, const std::string& reason)
+    void Wait(const std::string& reason)
     {
-        if (!isUp) {
-            WriteError("waiting for the service: " + reason);
-        } else if (m_hasWaited) {
-            WriteError("connected");
-        }
-        m_hasWaited = !isUp;
+        WriteError("waiting for the service: " + reason);
+        m_hasWaited = true;
+    }
+    void Look(const CListenerCheck& check)
+    {
+        if (!m_hasWaited || !check.AnswersNow())
+            return;
+        WriteError("connected");
+        m_hasWaited = false;
     }
 
 private:
@@ -174,18 +185,27 @@ bool HasNoReader(COutput& output)
     return output.HasLostReader() || output.HasFailed();
 }
 
+std::string TooFew(unsigned long told, unsigned long wanted)
+{
+    return std::to_string(told) + (told == 1 ? " event" : " events") + " in the time, not " +
+           std::to_string(wanted);
+}
+
 void WatchLines(CContext& context, const CWatchOptions& options,
                 const std::vector<const CEventKind*>& kinds)
 {
     unsigned long told = 0;
     const bool hasColours = context.Output().HasColours();
     CSilenceTeller silence;
-    CLinkTeller tellLink;
+    CLinkTeller link;
+    CListenerCheck check(context.Navigation(), context.options.timeoutSeconds);
     const auto isFull = [&] { return options.count > 0 && told >= options.count; };
     const auto sink = [&](const CEvent& event) {
         if (isFull())
             return;
         ++told;
+        check.Hear();
+        link.Look(check);
         silence.Begin();
         COutput& output = context.Output();
         output.WriteLine(context.WritesJson() ? JsonLine(event)
@@ -195,31 +215,39 @@ void WatchLines(CContext& context, const CWatchOptions& options,
     std::optional<CSubscription> subscription;
     subscription.emplace(context.Navigation(), kinds, sink);
     CEventLoop loop(context.Navigation(), context.Output().Descriptor());
-    CListenerCheck check(context.Navigation(), context.options.timeoutSeconds);
     const CEventLoop::Listener listener{
-        [&] { return isFull() || HasNoReader(context.Output()); }, [&silence] { silence.Look(); },
+        [&] { return isFull() || HasNoReader(context.Output()); },
+        [&] {
+            silence.Look();
+            check.AskAgain();
+            link.Look(check);
+        },
         [&](bool isUp, const std::string& reason) {
-            tellLink(isUp, reason);
+            if (!isUp) {
+                check.LoseLink();
+                link.Wait(reason);
+            }
             silence.Forget();
         },
         [&check](double secondsLeft) { return check.IsService(secondsLeft); }};
     const EEnd end = loop.Run(listener, LimitOf(options));
     subscription.reset();
     const bool isShort = options.count > 0 && !isFull();
-    Conclude(context, loop, end, check,
-             isShort ? std::to_string(told) + (told == 1 ? " event" : " events") +
-                           " in the time, not " + std::to_string(options.count)
-                     : "");
+    Conclude(context, loop, end, check, isShort ? TooFew(told, options.count) : "");
 }
 
-/// Redraws a text in place on a terminal; elsewhere writes each line that differs from the last.
+/// Redraws a text in place on a terminal that obeys escape sequences; elsewhere writes each line
+/// that differs from the last.
 class CLineWriter
 {
 public:
-    explicit CLineWriter(COutput& output) : m_output(output), m_isTerminal(output.IsTerminal()) {}
+    explicit CLineWriter(COutput& output)
+        : m_output(output), m_redraws(output.IsTerminal() && ObeysSequences())
+    {
+    }
     ~CLineWriter()
     {
-        if (m_isTerminal && !m_last.empty())
+        if (m_redraws && !m_last.empty())
             m_output.Write("\n");
     }
     CLineWriter(const CLineWriter&) = delete;
@@ -231,7 +259,7 @@ public:
             return;
         const std::string start = Start();
         m_last = line;
-        m_output.Write(m_isTerminal ? start + line + "\033[K" : line + "\n");
+        m_output.Write(m_redraws ? start + line + "\033[K" : line + "\n");
     }
 
 private:
@@ -243,7 +271,7 @@ private:
     }
 
     COutput& m_output;
-    bool m_isTerminal;
+    bool m_redraws;
     std::string m_last;
 };
 
@@ -251,18 +279,20 @@ void WatchLightbar(CContext& context, const CWatchOptions& options)
 {
     CLightbar lightbar;
     CSilence silence(kLampsSilence);
+    CListenerCheck check(context.Navigation(), context.options.timeoutSeconds);
     const auto sink = [&](const CEvent& event) {
+        check.Hear();
         lightbar.Take(event);
         silence.Hear(event, CSilence::Clock::now());
     };
     std::optional<CSubscription> subscription;
     subscription.emplace(context.Navigation(), CLightbar::Kinds(), sink);
     CEventLoop loop(context.Navigation(), context.Output().Descriptor());
-    CListenerCheck check(context.Navigation(), context.options.timeoutSeconds);
     EEnd end = EEnd::Done;
     {
         CLineWriter writer(context.Output());
         const auto draw = [&] {
+            check.AskAgain();
             COutput& output = context.Output();
             if (const std::optional<long> seconds = silence.SecondsAt(CSilence::Clock::now()))
                 lightbar.FallSilent(*seconds);
@@ -271,8 +301,10 @@ void WatchLightbar(CContext& context, const CWatchOptions& options)
         };
         const auto linkChanged = [&](bool isUp, const std::string& reason) {
             silence.Forget();
-            if (!isUp)
+            if (!isUp) {
+                check.LoseLink();
                 lightbar.LoseLink(reason);
+            }
         };
         const auto isDone = [&] { return HasNoReader(context.Output()); };
         const auto isService = [&check](double secondsLeft) {

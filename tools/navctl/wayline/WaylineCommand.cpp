@@ -137,6 +137,11 @@ void Convert(CContext& context, const FileOptions& options)
         return context.Fail(kExitUsage, "the standard output has no name that tells the format: "
                                         "--to text, --to geojson or --to csv");
     }
+    if (!options.targetFormat) {
+        const std::string problem = TargetProblem(options.target);
+        if (!problem.empty())
+            return context.Fail(kExitUsage, problem);
+    }
     const std::optional<WaylineList> list = ReadSource(context, options.source);
     if (!list)
         return;
@@ -167,6 +172,13 @@ void Convert(CContext& context, const FileOptions& options)
 
 void Plot(CContext& context, const FileOptions& options)
 {
+    const std::string ending = EndingOf(options.target);
+    if (!ending.empty() && ending != ".svg") {
+        return context.Fail(kExitUsage, options.target +
+                                            ": the picture is SVG, whose ending is "
+                                            ".svg, not " +
+                                            ending);
+    }
     const std::optional<WaylineList> list = ReadSource(context, options.source);
     if (!list)
         return;

@@ -56,7 +56,7 @@ private:
 
     void Problem(const std::string& text)
     {
-        m_list.problems.push_back("line " + std::to_string(m_lines.LineNumber()) + ": " + text);
+        m_list.problems.push_back("line " + std::to_string(m_lines.LinesGiven()) + ": " + text);
     }
 
     /// @return false when nothing can be made of the file.
@@ -108,7 +108,7 @@ private:
             return false;
         }
         m_layout = ELayout::Points;
-        m_firstPoint = m_lines.LineNumber() + 1;
+        m_firstPoint = m_lines.LinesGiven() + 1;
         return true;
     }
 
@@ -165,7 +165,7 @@ private:
         std::vector<WaylinePoint> points;
         for (std::size_t i = 0; i < numbers.size(); i += 3)
             points.emplace_back(numbers[i], numbers[i + 1], numbers[i + 2]);
-        TakeCurve(m_lines.LineNumber(), m_values[0], std::move(points));
+        TakeCurve(m_lines.LinesGiven(), m_values[0], std::move(points));
     }
 
     void TakeCurve(std::uint64_t number, const std::string& name, std::vector<WaylinePoint> points)

@@ -16,10 +16,11 @@ namespace {
 constexpr std::size_t kLongestLine = 64U << 20;
 constexpr std::size_t kLongestGeoJson = 256U << 20;
 
-bool EndsWith(const std::string& text, const std::string& ending)
+/// Whether a line is there for people alone: empty, or one that begins with "#".
+bool IsRemark(const std::string& line)
 {
-    return text.size() >= ending.size() &&
-           text.compare(text.size() - ending.size(), ending.size(), ending) == 0;
+    const std::size_t begin = line.find_first_not_of(' ');
+    return begin == std::string::npos || line[begin] == '#';
 }
 
 WaylineList ReadTextForms(CLineReader& lines)
@@ -28,7 +29,7 @@ WaylineList ReadTextForms(CLineReader& lines)
     std::string line;
     ELine state = ELine::Line;
     while ((state = lines.Next(line)) != ELine::End) {
-        const std::string where = "line " + std::to_string(lines.LineNumber()) + ": ";
+        const std::string where = "line " + std::to_string(lines.LinesGiven()) + ": ";
         std::string problem;
         if (state == ELine::Failed) {
             list.problems.push_back(std::strerror(errno));
@@ -36,10 +37,10 @@ WaylineList ReadTextForms(CLineReader& lines)
         }
         if (state == ELine::TooLong) {
             list.problems.push_back(where + "the line is too long");
-        } else if (state == ELine::Line && line.find_first_not_of(' ') != std::string::npos) {
+        } else if (state == ELine::Line && !IsRemark(line)) {
             std::optional<WaylineContent> content = ReadWaylineText(line, problem);
             if (content) {
-                list.entries.push_back({lines.LineNumber(), std::move(*content)});
+                list.entries.push_back({lines.LinesGiven(), std::move(*content)});
             } else {
                 list.problems.push_back(where + problem);
             }
@@ -70,11 +71,34 @@ WaylineList ReadGeoJsonLines(CLineReader& lines, const WaylineReading& reading)
 
 } // namespace
 
+std::string EndingOf(const std::string& path)
+{
+    const std::string name = path.substr(path.rfind('/') + 1);
+    const std::size_t point = name.rfind('.');
+    std::string ending = point == std::string::npos || point == 0 ? "" : name.substr(point);
+    for (char& letter : ending) {
+        if (letter >= 'A' && letter <= 'Z')
+            letter = static_cast<char>(letter - 'A' + 'a');
+    }
+    return ending;
+}
+
 EWaylineFormat WaylineFormatOf(const std::string& path)
 {
-    if (EndsWith(path, ".geojson") || EndsWith(path, ".json"))
+    const std::string ending = EndingOf(path);
+    if (ending == ".geojson" || ending == ".json")
         return EWaylineFormat::GeoJson;
-    return EndsWith(path, ".csv") ? EWaylineFormat::Csv : EWaylineFormat::Text;
+    return ending == ".csv" ? EWaylineFormat::Csv : EWaylineFormat::Text;
+}
+
+std::string TargetProblem(const std::string& path)
+{
+    const std::string ending = EndingOf(path);
+    if (ending.empty() || ending == ".txt" || ending == ".text" ||
+        WaylineFormatOf(path) != EWaylineFormat::Text)
+        return {};
+    return path + ": no format has the ending " + ending +
+           "; written are .txt, .geojson, .json and .csv, and with --to any other";
 }
 
 WaylineList ReadWaylineFile(const std::string& path, EWaylineFormat format,

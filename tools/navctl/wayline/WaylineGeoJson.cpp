@@ -265,6 +265,8 @@ std::vector<Json> FeaturesIn(Json file)
         features.push_back(std::move(file));
         return features;
     }
+    if (MemberOf(file, "type").is_null())
+        throw BadFeature{"it is no GeoJSON with features: it has no type"};
     if (type != "FeatureCollection")
         throw BadFeature{"it is no GeoJSON with features: its type is \"" + type + "\""};
     if (!MemberOf(file, "features").is_array())

@@ -77,7 +77,8 @@ private:
                    code < Kestrove::EWaylineTypeEmpty || code > Kestrove::EWaylineTypeReplay) {
             m_problem = Quoted(m_words[0]) + " is no code of a kind (0 to 6)";
         } else if (code == Kestrove::EWaylineTypeEmpty) {
-            m_problem = "an empty wayline has no text form";
+            m_problem =
+                "an empty wayline has no text form; navctl clear-wayline drops the service's";
         } else {
             m_content.kind = static_cast<Kestrove::EWaylineType>(code);
         }
