@@ -2,6 +2,7 @@
 import { History, drawErrors, drawSteering } from "./charts.js";
 import { DrivePanel } from "./drivepanel.js";
 import { DriveMap } from "./map.js";
+import { FieldPanel } from "./fieldpanel.js";
 import { LinePanel } from "./linepanel.js";
 import { Passes } from "./passes.js";
 import { Readings } from "./readings.js";
@@ -45,6 +46,7 @@ const tuning = new TuningPanel();
 const step = new StepPanel(model);
 const lines = new LinePanel(model, map, redraw);
 const readings = new Readings();
+new FieldPanel(model, map, redraw);
 
 function showHistory(state) {
   history.add(state);

@@ -13,6 +13,7 @@ export class DriveMap {
     this.model = model;
     this.canvas = element("map");
     this.marks = [];
+    this.below = null; // draws between the lines and the trail
     this.picking = null;
     this.before = null;
     this.view = new MapView(this.canvas, {
@@ -80,6 +81,7 @@ export class DriveMap {
     const camera = this.view.camera();
     drawGround(context, camera);
     if (model.line !== null) drawLines(context, camera, model.line, toWorld(camera, width / 2, height / 4));
+    this.below?.(context, camera);
     drawTrail(context, camera, model.trail);
     this.drawMarks(context, camera);
     if (model.state !== null) this.drawState(context, camera);
