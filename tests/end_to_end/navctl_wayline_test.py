@@ -201,7 +201,7 @@ class WithoutService(Files):
             ("bad.geojson", "{", "this is no JSON"),
             ("typeless.geojson", "{}", "no GeoJSON with features: it has no type"),
             ("kindless.txt", "-1", "navctl clear-wayline"),
-            ("polygon.geojson", '{"type":"Polygon"}', "no GeoJSON with features"),
+            ("polygon.geojson", '{"type":"Polygon"}', 'no LineString but "Polygon"'),
             ("semicolons.csv", "x;y\n1;2\n", "not by semicolons"),
             ("short.csv", "x,y\n1\n", "1 values for 2 columns"),
             ("number.csv", "x,y\n1,b\n", '"b" is no finite number'),
@@ -268,7 +268,7 @@ class WithoutService(Files):
 
     def test_writes_no_file_whose_ending_says_something_else(self):
         path = self.write("lines.txt", AB)
-        for command, name, words in (("convert", "out.svg", ".txt, .geojson, .json and .csv"),
+        for command, name, words in (("convert", "out.svg", ".txt, .geojson, .json, .csv, .kml"),
                                      ("convert", "out.xlsx", "the ending .xlsx"),
                                      ("plot", "out.png", ".svg, not .png"),
                                      ("plot", "out.txt", ".svg, not .txt")):

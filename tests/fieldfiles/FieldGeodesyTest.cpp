@@ -75,6 +75,27 @@ TEST(FieldGeodesy, BringsALineIntoTheLocalFrameToAMillimetreOverTenKilometres)
     }
 }
 
+TEST(FieldGeodesy, HasThePointsThatPROJHas)
+{
+    const struct
+    {
+        GeodeticPlace origin, place;
+        Vector expected; // by PROJ's conversion "topocentric"
+    } rows[] = {
+        {{48.5, 11.25, 520.0}, {48.56, 11.32, 530.0}, {5167.418133, 6674.955293, 4.414609}},
+        {{-33.0, -60.0, 0.0}, {-33.07, -60.05, 0.0}, {-4668.966851, -7764.463221, -6.450930}},
+        {{-17.0, 179.97, 10.0}, {-16.95, -179.96, 12.0}, {7455.994046, 5532.127423, -4.770019}},
+        {{52.0, 5.0, 0.0}, {52.06, 4.93, 3.0}, {-4801.032253, 6678.388379, -2.301194}},
+        {{0.01, -0.02, 100.0}, {-0.04, 0.05, 100.0}, {7792.482704, -5528.799532, -7.172552}},
+    };
+    for (const auto& row : rows) {
+        const WaylinePoint point = CLocalFrame(row.origin).ToLocal(row.place);
+        EXPECT_NEAR(row.expected[0], point.x, 0.00001);
+        EXPECT_NEAR(row.expected[1], point.y, 0.00001);
+        EXPECT_NEAR(row.expected[2], point.z, 0.00001);
+    }
+}
+
 TEST(FieldGeodesy, TakesAPlaceWithoutAHeightForOneAtTheOriginsHeight)
 {
     for (const GeodeticPlace& origin : kOrigins) {

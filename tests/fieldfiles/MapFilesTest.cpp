@@ -243,6 +243,21 @@ TEST(Zip, FindsItsMainFileInAnyFolderAndCase)
     }
 }
 
+TEST(Zip, FollowsTheLinksOfItsKmlToFilesWithinItAndNoOthers)
+{
+    const auto link = [](const std::string& path) {
+        return "<NetworkLink><Link><href>" + path + "</href></Link></NetworkLink>";
+    };
+    const std::string main =
+        KmlWith(link("layers/farm.kml") + link("layers/farm.kml") + link("layers/none.kml") +
+                link("../doc.kml") + link("http://127.0.0.1/x.kml") + link("file:///etc/x.kml"));
+    const std::string zip =
+        MakeZip({{"a/doc.kml", main}, {"a/layers/farm.kml", KmlLine("1,2 3,4")}});
+    const CFieldFile file = ReadFieldFile("x.kmz", zip, std::nullopt);
+    EXPECT_EQ("One", OnlyLine(file).name);
+    EXPECT_EQ(4U, file.Notes().size());
+}
+
 TEST(Xml, RefusesEntitiesDepthAndMoreThanIsRead)
 {
     std::string deep;

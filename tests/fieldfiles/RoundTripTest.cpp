@@ -53,6 +53,7 @@ std::vector<Holder> Holders()
             {"fields.kmz", EFieldFormat::Kmz, all},
             {"fields.shp", EFieldFormat::Shapefile, all},
             {"fields.gpkg", EFieldFormat::GeoPackage, all},
+            {"fields.geojson", EFieldFormat::GeoJson, all},
             {"four.zip",
              EFieldFormat::IsoXml,
              {Kestrove::EWaylineTypeAB, Kestrove::EWaylineTypeAHeading,

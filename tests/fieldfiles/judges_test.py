@@ -119,7 +119,8 @@ class Gdal(Judged):
         for kind, features in cases.items():
             source = self.write(f"{kind}.geojson",
                                 json.dumps({"type": "FeatureCollection", "features": features}))
-            for driver, ending in (("KML", "kml"), ("ESRI Shapefile", "shp"), ("GPKG", "gpkg")):
+            for driver, ending in (("KML", "kml"), ("ESRI Shapefile", "shp"), ("GPKG", "gpkg"),
+                                   ("GeoJSON", "json")):
                 with self.subTest(kind=kind, driver=driver):
                     target = self.path(f"{kind}.{ending}")
                     self.gdal("ogr2ogr", "-f", driver, target, source)
@@ -141,12 +142,24 @@ class Gdal(Judged):
     def test_projected_files_are_refused_by_the_name_of_their_system(self):
         source = self.write("one.geojson", json.dumps(
             {"type": "LineString", "coordinates": [[5.0, 52.0], [5.001, 52.0]]}))
-        for driver, ending in (("ESRI Shapefile", "shp"), ("GPKG", "gpkg")):
+        for driver, ending in (("ESRI Shapefile", "shp"), ("GPKG", "gpkg"), ("GeoJSON", "geojson")):
             target = self.path(f"utm.{ending}")
             self.gdal("ogr2ogr", "-f", driver, "-t_srs", "EPSG:32631", target, source)
             result = navctl("wayline", "list", target)
             self.assertEqual(2, result.returncode)
-            self.assertRegex(result.stderr, "(?i)UTM.zone.31N")
+            self.assertRegex(result.stderr, "(?i)UTM.zone.31N|EPSG::32631")
+
+    def test_reads_the_geojson_that_navctl_writes_of_fields(self):
+        source = self.isoxml()
+        self.run_navctl("wayline", "convert", source, self.path("all.geojson"))
+        line, = [one for one in self.features(self.path("all.geojson"))
+                 if one["geometry"]["type"] == "LineString"]
+        self.assertEqual(("One", "North", "ab"), tuple(line["properties"][key]
+                                                       for key in ("name", "field", "kind")))
+        self.assert_near([[5.001, 52.001], [5.001, 52.008]], line["geometry"]["coordinates"])
+        self.run_navctl("boundary", "convert", self.path("all.geojson"), self.path("area.geojson"))
+        area, = self.features(self.path("area.geojson"))
+        self.assertEqual(2, len(area["geometry"]["coordinates"]))
 
 
 class IsoXml(Judged):
@@ -189,6 +202,94 @@ class IsoXml(Judged):
         self.assertIn("3 points", listed)
         self.run_navctl("boundary", "convert", self.path("card"), self.path("area.shp"))
         self.assertTrue(os.path.exists(self.path("area.dbf")))
+
+
+class StandardInput(Judged):
+    def test_the_format_is_known_by_the_content(self):
+        source = self.write("field.kml", Service.SOURCE)
+        for name in ("a.kml", "a.kmz", "a.gpkg", "a.zip", "a.geojson"):
+            with self.subTest(name):
+                self.run_navctl("wayline", "convert", source, self.path(name))
+                with open(self.path(name), "rb") as content:
+                    result = navctl("--json", "wayline", "list", "-", stdin=content)
+                self.assertEqual(0, result.returncode, result.stderr)
+                fields = json.loads(result.stdout)["fields"]
+                self.assertEqual(["North", "South"], [field["name"] for field in fields])
+        piped = subprocess.run(["cat", self.path("a.gpkg")], capture_output=True, check=True).stdout
+        result = subprocess.run([os.environ["NAVCTL"], "wayline", "convert", "-", "--to", "kml"],
+                                input=piped, capture_output=True, check=False, timeout=60)
+        self.assertEqual(0, result.returncode, result.stderr)
+        self.assertIn(b"<LineString>", result.stdout)
+
+    def test_an_external_file_of_an_isoxml_is_not_sought_beside_nobody(self):
+        main = ('<ISO11783_TaskData VersionMajor="4"><XFR A="PFD00001" B="1"/>'
+                '<PFD A="PFD1" C="North"><LSG A="5" B="One"><PNT A="2" C="1" D="2"/>'
+                '<PNT A="2" C="3" D="4"/></LSG></PFD></ISO11783_TaskData>')
+        with open(self.write("main.xml", main), "rb") as content:
+            result = navctl("wayline", "list", "-", stdin=content)
+        self.assertEqual(0, result.returncode, result.stderr)
+        self.assertIn("PFD00001.XML is missing", result.stderr)
+
+    def test_text_forms_and_csv_are_read_as_before(self):
+        for text, kind in (("0 0 0 0 0 100 0\n", "ab"), ("# none\n\n4 2 0 0 0 1 1 0", "ab-curve")):
+            with open(self.write("lines", text), "rb") as content:
+                result = navctl("--json", "wayline", "show", "-", stdin=content)
+            self.assertEqual(kind, json.loads(result.stdout)["waylines"][0]["kind"])
+
+
+class GeoJson(Judged):
+    AREA = {"type": "Feature", "properties": {"name": "Area", "field": "North"},
+            "geometry": {"type": "Polygon",
+                         "coordinates": [[[5, 52], [5.01, 52], [5.012, 52.01], [5, 52]]]}}
+    ROAD = {"type": "Feature", "properties": {"name": "Road", "field": "North"},
+            "geometry": {"type": "LineString", "coordinates": [[5, 52], [5.001, 52]]}}
+
+    def collection(self, *features):
+        return self.write("map.geojson",
+                          json.dumps({"type": "FeatureCollection", "features": features}))
+
+    def test_has_fields_lines_and_boundaries_as_the_other_formats(self):
+        source = self.collection(self.AREA, self.ROAD)
+        code, listed = answer("wayline", "list", source)
+        self.assertEqual(0, code, listed)
+        field, = listed["fields"]
+        self.assertEqual("North", field["name"])
+        self.assertEqual(("Road", "ab"), (field["lines"][0]["name"], field["lines"][0]["kind"]))
+        self.assertEqual(3, field["boundaries"][0]["points"])
+        for target in ("a.kml", "a.gpkg", "a.zip", "a.shp"):
+            self.run_navctl("boundary", "convert", source, self.path(target))
+            code, back = answer("boundary", "list", self.path(target))
+            self.assertEqual((0, "Area"), (code, back["fields"][0]["boundaries"][0]["name"]))
+        self.run_navctl("boundary", "convert", self.path("a.shp"), self.path("b.geojson"))
+        written, = json.loads(pathlib.Path(self.path("b.geojson")).read_text())["features"]
+        self.assertEqual("Polygon", written["geometry"]["type"])
+        code, shown = answer("boundary", "convert", self.path("a.shp"), "-", "--to", "geojson")
+        self.assertEqual((0, [written]), (code, shown["features"]))
+
+    def test_a_line_without_an_origin_has_its_first_place_as_one(self):
+        source = self.collection(self.AREA, self.ROAD)
+        code, shown = answer("wayline", "show", source)
+        self.assertEqual(0, code, shown)
+        self.assertAlmostEqual(68.7, shown["waylines"][0]["length_m"], 1)
+        with Simulator():
+            code, value = answer("wayline", "set", source, "--line", "Road")
+            self.assertEqual((0, "done"), (code, value.get("outcome")), value)
+            self.assertTrue(value["held"]["text"].startswith("0 0.000000 0.000000 0.000000 68.6"),
+                            value)
+        result = navctl("wayline", "convert", source, "--to", "text")
+        self.assertEqual(0, result.returncode, result.stderr)
+        self.assertIn("1 boundary is left out", result.stderr)
+
+    def test_lines_that_cannot_be_used_are_named_when_the_rest_is_converted(self):
+        spiral = {"type": "Feature", "properties": {"name": "Snail", "kind": "spiral"},
+                  "geometry": self.ROAD["geometry"]}
+        source = self.collection(spiral, self.ROAD)
+        result = navctl("wayline", "convert", source, self.path("out.kml"))
+        self.assertEqual(0, result.returncode, result.stderr)
+        self.assertIn('left out: line "Snail": "spiral" is no kind of wayline', result.stderr)
+        asked = navctl("wayline", "convert", source, self.path("one.kml"), "--line", "Snail")
+        self.assertEqual(2, asked.returncode)
+        self.assertIn('line "Snail": "spiral"', asked.stderr)
 
 
 class Service(Judged):

@@ -21,8 +21,17 @@ const std::vector<std::pair<std::string, EFieldFormat>>& FieldFormatNames()
         {"kml", EFieldFormat::Kml},
         {"kmz", EFieldFormat::Kmz},
         {"shapefile", EFieldFormat::Shapefile},
-        {"geopackage", EFieldFormat::GeoPackage}};
+        {"geopackage", EFieldFormat::GeoPackage},
+        {"geojson", EFieldFormat::GeoJson}};
     return kNames;
+}
+
+std::string FieldFormatWords()
+{
+    std::string words;
+    for (const auto& [name, format] : FieldFormatNames())
+        words += (words.empty() ? "" : ", ") + name;
+    return words;
 }
 
 std::optional<EFieldFormat> FieldFormatCalled(const std::string& word)
@@ -58,6 +67,8 @@ std::optional<EFieldFormat> FieldFormatOfContent(const std::string& beginning)
     const std::size_t first = beginning.find_first_not_of(" \t\r\n", mark);
     if (first != std::string::npos && beginning[first] == '<')
         return EFieldFormat::Kml; // or another one in XML
+    if (first != std::string::npos && beginning[first] == '{')
+        return EFieldFormat::GeoJson;
     return std::nullopt;
 }
 
@@ -72,6 +83,8 @@ std::optional<EFieldFormat> FieldFormatOfTarget(const std::string& path)
         return EFieldFormat::Shapefile;
     if (ending == "gpkg")
         return EFieldFormat::GeoPackage;
+    if (ending == "geojson" || ending == "json")
+        return EFieldFormat::GeoJson;
     std::error_code error;
     const bool isIsoXml = ending == "zip" || ending == "xml" ||
                           (!path.empty() && path.back() == '/') ||

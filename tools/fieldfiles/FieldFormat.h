@@ -15,10 +15,15 @@ enum class EFieldFormat
     Kmz, ///< a KML in a zip
     Shapefile,
     GeoPackage,
+    GeoJson,
 };
 
-/// The words for the formats: "isoxml", "isoxml3", "kml", "kmz", "shapefile", "geopackage".
+/// The words for the formats: "isoxml", "isoxml3", "kml", "kmz", "shapefile", "geopackage",
+/// "geojson".
 const std::vector<std::pair<std::string, EFieldFormat>>& FieldFormatNames();
+
+/// Those words, one after the other.
+std::string FieldFormatWords();
 
 /// The format of a word; nothing for a word of none.
 std::optional<EFieldFormat> FieldFormatCalled(const std::string& word);
@@ -31,7 +36,8 @@ const std::string& SupportedFieldFormats();
 /// @param beginning at least the first 512 bytes of the file, or all of it.
 std::optional<EFieldFormat> FieldFormatOfContent(const std::string& beginning);
 
-/// The format to write by a file's name: ".kml", ".kmz", ".shp", ".gpkg"; ISOXML for ".zip",
+/// The format to write by a file's name: ".kml", ".kmz", ".shp", ".gpkg", ".geojson" and ".json";
+/// ISOXML for ".zip",
 /// ".xml", a name that ends with a slash, and a folder that there is; nothing for others.
 std::optional<EFieldFormat> FieldFormatOfTarget(const std::string& path);
 

@@ -109,7 +109,10 @@ std::string DataOf(const pugi::xml_node& placemark, const std::string& name)
 class CKmlReading : public pugi::xml_tree_walker
 {
 public:
-    explicit CKmlReading(const std::optional<Kestrove::EWaylineType>& kind) : features(kind) {}
+    CKmlReading(const std::optional<Kestrove::EWaylineType>& kind, std::vector<std::string>* beside)
+        : features(kind), m_beside(beside)
+    {
+    }
 
     CFeatureReading features;
 
@@ -118,11 +121,22 @@ public:
         if (IsElement(node, "Placemark"))
             ReadPlacemark(node);
         if (IsElement(node, "NetworkLink"))
-            features.file.Note("a link to another file is not followed");
+            ReadLink(node);
         return true;
     }
 
 private:
+    void ReadLink(const pugi::xml_node& networkLink)
+    {
+        const pugi::xml_node link = ChildOf(networkLink, "Link");
+        const std::string path = TextOf(link ? link : ChildOf(networkLink, "Url"), "href");
+        // A colon stands behind the scheme of an address.
+        const bool isBeside = !path.empty() && path.find(':') == std::string::npos;
+        if (m_beside == nullptr || !isBeside || m_beside->size() >= FileLimits::kExternalFiles)
+            return features.file.Note("a link to another file is not followed");
+        m_beside->push_back(path);
+    }
+
     struct Geometries
     {
         MapFeature line;
@@ -181,11 +195,14 @@ private:
         }
         return "Field";
     }
+
+    std::vector<std::string>* m_beside;
 };
 
 } // namespace
 
-CFieldFile ReadKml(const std::string& bytes, const std::optional<Kestrove::EWaylineType>& kind)
+CFieldFile ReadKml(const std::string& bytes, const std::optional<Kestrove::EWaylineType>& kind,
+                   std::vector<std::string>* beside)
 {
     pugi::xml_document document;
     ParseXml(bytes, document);
@@ -193,7 +210,7 @@ CFieldFile ReadKml(const std::string& bytes, const std::optional<Kestrove::EWayl
         throw CFieldFileProblem("the XML is no KML: its root is " +
                                 LocalName(document.document_element()));
     }
-    CKmlReading reading(kind);
+    CKmlReading reading(kind, beside);
     document.traverse(reading);
     return std::move(reading.features.file);
 }

@@ -75,13 +75,18 @@ Places OfCircle(Places places)
     return {places[0], places[third], places[2 * third]};
 }
 
-Kestrove::EWaylineType KindCalled(const std::string& word)
+/// The kind of a word; a word of another program's is none, and counts where no kind was asked for.
+Kestrove::EWaylineType KindCalled(const std::string& word,
+                                  const std::optional<Kestrove::EWaylineType>& askedFor)
 {
     for (const auto& [name, code] : WaylineKindNames()) {
         if (word == name && code != Kestrove::EWaylineTypeEmpty)
             return static_cast<Kestrove::EWaylineType>(code);
     }
-    throw CFieldFileProblem("\"" + word.substr(0, 40) + "\" is no kind of wayline");
+    if (askedFor)
+        return *askedFor;
+    throw CFieldFileProblem("\"" + word.substr(0, 40) +
+                            "\" is no kind of wayline; --kind says what such lines are");
 }
 
 double HeadingAlong(const Places& places)
@@ -210,7 +215,7 @@ void CFeatureReading::AddLine(const MapFeature& feature, Field& field)
         Kestrove::EWaylineType kind =
             lines[i].size() == 2 ? Kestrove::EWaylineTypeAB : Kestrove::EWaylineTypeABCurve;
         if (!feature.kind.empty()) {
-            kind = KindCalled(feature.kind);
+            kind = KindCalled(feature.kind, m_kind);
         } else if (m_kind) {
             kind = *m_kind;
         }

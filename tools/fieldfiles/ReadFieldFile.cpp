@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <set>
 
 #include "tools/fieldfiles/FieldFormat.h"
 #include "tools/fieldfiles/FileBytes.h"
 #include "tools/fieldfiles/FileLimits.h"
+#include "tools/fieldfiles/GeoJson.h"
 #include "tools/fieldfiles/GeoPackage.h"
 #include "tools/fieldfiles/IsoXmlReader.h"
 #include "tools/fieldfiles/Kml.h"
@@ -62,6 +64,8 @@ CFieldFile ReadXml(const std::string& bytes, const std::string& path, const Kind
     const std::string beginning = bytes.substr(0, kBeginning);
     const bool isIsoXml = beginning.find("<ISO11783_TaskData") != std::string::npos ||
                           beginning.find("<XFC") != std::string::npos;
+    if (isIsoXml && path == "-")
+        return ReadIsoXml(bytes, [](const std::string&) { return std::optional<std::string>(); });
     if (isIsoXml)
         return ReadIsoXmlBeside(bytes, FolderAround(path));
     if (beginning.find("kml") == std::string::npos && beginning.find('\0') == std::string::npos)
@@ -120,7 +124,7 @@ public:
             return ReadIso(main);
         main = Shallowest([](const std::string& path) { return SuffixOf(path) == "kml"; });
         if (!main.empty())
-            return ReadKml(m_zip.Unpack(main), kind);
+            return ReadKmlWithLinked(main, kind);
         CFieldFile file;
         for (const std::string& path : m_zip.Paths()) {
             if (SuffixOf(path) == "shp")
@@ -172,6 +176,24 @@ private:
                           [&](const std::string& name) { return UnpackIn(FolderOf(main), name); });
     }
 
+    /// Some programs write a layer into a file of its own, to which the main one links.
+    CFieldFile ReadKmlWithLinked(const std::string& main, const Kind& kind)
+    {
+        std::vector<std::string> linked;
+        CFieldFile file = ReadKml(m_zip.Unpack(main), kind, &linked);
+        const std::string folder = FolderOf(main);
+        for (const std::string& name : std::set<std::string>(linked.begin(), linked.end())) {
+            const std::string path = folder + name;
+            const std::optional<std::string> bytes = UnpackIn(FolderOf(path), NameInFolder(path));
+            if (bytes) {
+                Take(file, ReadKml(*bytes, kind));
+            } else {
+                file.Note("the linked file " + name.substr(0, 80) + " is missing");
+            }
+        }
+        return file;
+    }
+
     CFieldFile ReadShapes(const std::string& path, const Kind& kind)
     {
         const std::string stem = WithoutSuffix(NameInFolder(path));
@@ -209,6 +231,8 @@ CFieldFile ReadContent(const std::string& path, const std::string& bytes, const 
         return CZipReading(bytes).Read(kind);
     case EFieldFormat::GeoPackage:
         return ReadDatabase(path, bytes, kind);
+    case EFieldFormat::GeoJson:
+        return ReadGeoJson(bytes, kind);
     case EFieldFormat::Shapefile:
         return ReadShapefileBeside(path, bytes, kind);
     default:
@@ -216,18 +240,25 @@ CFieldFile ReadContent(const std::string& path, const std::string& bytes, const 
     }
 }
 
+CFieldFile Checked(CFieldFile file)
+{
+    const bool isEmpty = file.LineCount() == 0 && file.BoundaryCount() == 0 && file.refused.empty();
+    if (!isEmpty)
+        return file;
+    std::string reason = "there is neither a line nor a boundary in it";
+    for (const std::string& note : file.Notes())
+        reason += "; " + note;
+    throw CFieldFileProblem(reason);
+}
+
 } // namespace
 
-CFieldFile ReadFieldFile(const std::string& path, const std::optional<std::string>& bytes,
-                         const Kind& kind)
+CFieldFile ReadFieldFile(const std::string& path, const std::string& bytes, const Kind& kind)
 {
-    CFieldFile file = bytes ? ReadContent(path, *bytes, kind) : ReadFolder(path);
-    const bool isEmpty = file.LineCount() == 0 && file.BoundaryCount() == 0 && file.refused.empty();
-    if (isEmpty) {
-        std::string reason = "there is neither a line nor a boundary in it";
-        for (const std::string& note : file.Notes())
-            reason += "; " + note;
-        throw CFieldFileProblem(reason);
-    }
-    return file;
+    return Checked(ReadContent(path, bytes, kind));
+}
+
+CFieldFile ReadFieldFolder(const std::string& path)
+{
+    return Checked(ReadFolder(path));
 }

@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "tools/fieldfiles/FileBytes.h"
+#include "tools/fieldfiles/GeoJson.h"
 #include "tools/fieldfiles/GeoPackage.h"
 #include "tools/fieldfiles/IsoXmlWriter.h"
 #include "tools/fieldfiles/Kml.h"
@@ -64,6 +65,8 @@ FilesToWrite FieldFilesToWrite(CFieldFile& file, EFieldFormat format, const std:
         return ShapefileToWrite(file, path, shapes);
     case EFieldFormat::GeoPackage:
         return {{path, WriteGeoPackage(file)}};
+    case EFieldFormat::GeoJson:
+        return {{path, WriteGeoJson(file)}};
     }
     throw CFieldFileProblem("this format cannot be written");
 }

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "tools/fieldfiles/FieldFormat.h"
 #include "tools/fieldfiles/FieldGeodesy.h"
 #include "tools/navctl/UsageProblem.h"
 #include "tools/navctl/fields/FieldSource.h"
@@ -119,9 +120,9 @@ void PrintFields(CContext& context, const CFieldFile& file)
 }
 
 /// A file of the text form or of CSV, which has neither fields nor boundaries.
-void ListWaylines(CContext& context, const WaylineSource& source)
+void ListWaylines(CContext& context, const WaylineSource& source, CSourceFile& opened)
 {
-    const std::optional<WaylineList> list = ReadSource(context, source);
+    const std::optional<WaylineList> list = ReadSource(context, source, opened);
     if (!list)
         return;
     Json lines = Json::array();
@@ -142,10 +143,12 @@ void ListWaylines(CContext& context, const WaylineSource& source)
 
 void ListLines(CContext& context, const WaylineSource& source)
 {
-    if (!IsFieldSource(source))
-        return ListWaylines(context, source);
+    CSourceFile opened(source.file);
+    const EFileContent content = ContentOf(source, opened);
+    if (content != EFileContent::Fields && content != EFileContent::GeoJson)
+        return ListWaylines(context, source, opened);
     const FieldChoice choice = ChoiceOf(source);
-    std::optional<CFieldFile> file = ReadFields(context, source.file, choice);
+    std::optional<CFieldFile> file = ReadFields(context, opened, choice);
     if (!file)
         return;
     const std::string problem = ChooseLines(*file, choice);
@@ -165,12 +168,15 @@ struct BoundaryOptions
 
 std::optional<CFieldFile> ReadBoundaries(CContext& context, const BoundaryOptions& options)
 {
-    if (ContentOfFile(options.file) != EFileContent::Fields) {
+    CSourceFile opened(options.file);
+    const EFileContent content = opened.Content();
+    const bool isOfFields = content == EFileContent::Fields || content == EFileContent::GeoJson;
+    if (opened.Problem().empty() && !isOfFields) {
         context.Fail(kExitUsage, options.file + ": there are no boundaries in it; supported are " +
                                      SupportedFieldFormats());
         return std::nullopt;
     }
-    std::optional<CFieldFile> file = ReadFields(context, options.file, options.choice);
+    std::optional<CFieldFile> file = ReadFields(context, opened, options.choice);
     if (!file)
         return std::nullopt;
     const std::string problem = ChooseBoundaries(*file, options.choice);
@@ -185,8 +191,10 @@ void ConvertBoundaries(CContext& context, const BoundaryOptions& options)
     const std::optional<EFieldFormat> format =
         options.format ? options.format : FieldFormatOfTarget(options.target);
     if (!format) {
-        return context.Fail(kExitUsage, options.target + ": its name does not tell the format; "
-                                                         "choose one with --to");
+        return context.Fail(kExitUsage, options.target +
+                                            ": its name does not tell the format; "
+                                            "choose one with --to: " +
+                                            FieldFormatWords());
     }
     const std::optional<CFieldFile> file = ReadBoundaries(context, options);
     if (file)
@@ -197,7 +205,8 @@ CLI::App* AddBoundarySource(CLI::App& group, const char* name, const char* help,
                             const std::shared_ptr<BoundaryOptions>& options)
 {
     CLI::App* command = group.add_subcommand(name, help);
-    command->add_option("FILE", options->file, "The file or folder")->required();
+    command->add_option("FILE", options->file, "The file or folder; - for standard input")
+        ->required();
     command
         ->add_option("--field", options->choice.field, "The name of the only field that is wanted")
         ->type_name("NAME");

@@ -1,12 +1,8 @@
 #include "tools/navctl/fields/FieldSource.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 
-#include "tools/fieldfiles/FieldFormat.h"
 #include "tools/fieldfiles/FieldGeodesy.h"
-#include "tools/fieldfiles/FileBytes.h"
 #include "tools/fieldfiles/ReadFieldFile.h"
 #include "tools/navctl/Output.h"
 
@@ -82,39 +78,17 @@ std::string SeveralProblem(const std::string& wanted, std::size_t count)
 
 } // namespace
 
-EFileContent ContentOfFile(const std::string& path)
-{
-    std::error_code error;
-    if (path == "-")
-        return EFileContent::Other;
-    if (std::filesystem::is_directory(path, error))
-        return EFileContent::Fields;
-    if (!std::filesystem::is_regular_file(path, error))
-        return EFileContent::Other;
-    std::string beginning(512, '\0');
-    std::ifstream file(path, std::ios::binary);
-    file.read(beginning.data(), static_cast<std::streamsize>(beginning.size()));
-    beginning.resize(static_cast<std::size_t>(file.gcount()));
-    if (FieldFormatOfContent(beginning))
-        return EFileContent::Fields;
-    const std::size_t mark = beginning.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0;
-    const std::size_t first = beginning.find_first_not_of(" \t\r\n", mark);
-    const bool isJson = first != std::string::npos && beginning[first] == '{';
-    if (isJson)
-        return EFileContent::GeoJson;
-    const bool isText = beginning.find('\0') == std::string::npos;
-    return isText ? EFileContent::Other : EFileContent::Unknown;
-}
-
-std::optional<CFieldFile> ReadFields(CContext& context, const std::string& path,
+std::optional<CFieldFile> ReadFields(CContext& context, CSourceFile& source,
                                      const FieldChoice& choice)
 {
+    const std::string& path = source.Path();
+    if (!source.Problem().empty()) {
+        context.Fail(kExitUsage, source.Problem());
+        return std::nullopt;
+    }
     try {
-        std::error_code error;
-        std::optional<std::string> bytes;
-        if (!std::filesystem::is_directory(path, error))
-            bytes = ReadFileBytes(path);
-        CFieldFile file = ReadFieldFile(path, bytes, choice.kind);
+        CFieldFile file = source.IsFolder() ? ReadFieldFolder(path)
+                                            : ReadFieldFile(path, source.Bytes(), choice.kind);
         for (const std::string& note : file.Notes())
             WriteError(path + ": " + note);
         return file;
@@ -122,6 +96,21 @@ std::optional<CFieldFile> ReadFields(CContext& context, const std::string& path,
         context.Fail(kExitUsage, path + ": " + problem.what());
     }
     return std::nullopt;
+}
+
+void TellRefused(const CFieldFile& file, const std::string& path, const FieldChoice& choice)
+{
+    constexpr std::size_t kMost = 20;
+    if (!choice.line.empty())
+        return;
+    std::size_t count = 0;
+    for (const RefusedLine& line : file.refused) {
+        const bool isWanted = choice.field.empty() || line.field == choice.field;
+        if (isWanted && ++count <= kMost)
+            WriteError(path + ": left out: line " + Quoted(line.name) + ": " + line.reason);
+    }
+    if (count > kMost)
+        WriteError(path + ": and " + std::to_string(count - kMost) + " more lines");
 }
 
 std::string ChooseLines(CFieldFile& file, const FieldChoice& choice)
@@ -155,9 +144,13 @@ std::string ChooseBoundaries(CFieldFile& file, const FieldChoice& choice)
         return problem;
     if (choice.line.empty())
         return file.BoundaryCount() > 0 ? "" : "there is no boundary in it";
+    std::vector<FieldBoundary> all;
+    for (const Field& field : file.fields)
+        all.insert(all.end(), field.boundaries.begin(), field.boundaries.end());
     const std::size_t left = LeaveOne(file, &Field::boundaries, choice.line);
-    return left > 0 ? SeveralProblem(choice.line, left)
-                    : "there is no boundary " + Quoted(choice.line);
+    return left > 0
+               ? SeveralProblem(choice.line, left)
+               : "there is no boundary " + Quoted(choice.line) + "; there are: " + NamesOf(all);
 }
 
 WaylineList WaylinesOf(const CFieldFile& file, const std::optional<GeodeticPlace>& origin)
@@ -165,8 +158,11 @@ WaylineList WaylinesOf(const CFieldFile& file, const std::optional<GeodeticPlace
     WaylineList list;
     list.origin = origin;
     const std::optional<FieldPlace> first = file.FirstPlace();
-    if (!list.origin && first)
+    if (!list.origin && first) {
         list.origin = PlaceOf(*first, 0.0);
+        list.isOriginChosen = true;
+    }
+    list.boundaries = file.BoundaryCount();
     if (!list.origin)
         return list;
     const CLocalFrame frame(*list.origin);

@@ -6,6 +6,7 @@
 
 #include "tools/fieldfiles/FieldFile.h"
 #include "tools/navctl/Context.h"
+#include "tools/navctl/fields/SourceFile.h"
 #include "tools/navctl/wayline/WaylineList.h"
 
 /// What is wanted of a file of fields.
@@ -16,21 +17,14 @@ struct FieldChoice
     std::optional<Kestrove::EWaylineType> kind; ///< what lines are that have no kind
 };
 
-/// What a file is by its beginning.
-enum class EFileContent
-{
-    Fields,  ///< a file of fields, or a folder
-    GeoJson, ///< JSON
-    Unknown, ///< no text, and none of the formats that are read
-    Other,   ///< any other text, or not to be looked at, as the standard input is
-};
-EFileContent ContentOfFile(const std::string& path);
-
 /// Reads a file of fields and tells, on the standard error, what was left out of it.
 ///
 /// @return nothing when it cannot be read; that has been told then and the exit code is set.
-std::optional<CFieldFile> ReadFields(CContext& context, const std::string& path,
+std::optional<CFieldFile> ReadFields(CContext& context, CSourceFile& source,
                                      const FieldChoice& choice);
+
+/// Tells, on the standard error, which of the lines that are wanted cannot be used.
+void TellRefused(const CFieldFile& file, const std::string& path, const FieldChoice& choice);
 
 /// Leaves in a file what is wanted of its lines, without their boundaries where one line is wanted.
 ///

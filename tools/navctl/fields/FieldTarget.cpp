@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "tools/fieldfiles/GeoJson.h"
 #include "tools/navctl/files/OpenFile.h"
 
 namespace {
@@ -40,6 +41,8 @@ void WriteFields(CContext& context, CFieldFile file, const FieldTarget& target)
     for (std::size_t i = notesBefore; i < file.Notes().size(); ++i)
         WriteError(file.Notes()[i]);
     if (target.path == "-") {
+        if (context.WritesJson() && target.format == EFieldFormat::GeoJson)
+            return context.Output().Write(WriteGeoJson(file, true));
         if (context.WritesJson()) {
             return context.Fail(kExitUsage,
                                 "with --json such a file is not written to the standard "

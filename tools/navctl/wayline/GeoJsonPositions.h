@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -57,6 +58,7 @@ public:
     {
         if (depth > kDeepest)
             throw BadFeature{"it is nested deeper than " + std::to_string(kDeepest) + " levels"};
+        Count(event);
         if (event == Json::parse_event_t::key) {
             m_isInCoordinates = parsed == "coordinates";
         } else if (m_isInCoordinates && event == Json::parse_event_t::value && parsed.is_number()) {
@@ -64,6 +66,7 @@ public:
         } else if (m_isInCoordinates && event == Json::parse_event_t::array_end &&
                    IsPosition(parsed)) {
             m_positions.push_back(PositionIn(parsed));
+            m_kept -= parsed.size();
             parsed = m_positions.size() - 1;
         }
         return true;
@@ -87,10 +90,22 @@ private:
         return array.size() >= 2 && std::all_of(array.begin(), array.end(), isNumber);
     }
 
+    /// Counts what is kept as values of JSON, each of which takes far more memory than its text.
+    void Count(Json::parse_event_t event)
+    {
+        using EEvent = Json::parse_event_t;
+        const bool isKept = event == EEvent::value || event == EEvent::array_start ||
+                            event == EEvent::object_start || event == EEvent::key;
+        if (isKept && ++m_kept > kMostKept)
+            throw BadFeature{"it has more values than are read"};
+    }
+
     static constexpr int kDeepest = 64;
+    static constexpr std::size_t kMostKept = 10000000;
 
     std::vector<Position> m_positions;
     bool m_isInCoordinates = false;
+    std::size_t m_kept = 0;
 };
 
 #endif

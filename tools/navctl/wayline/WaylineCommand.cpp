@@ -97,14 +97,16 @@ std::string WriteToOutput(CContext& context, const WaylineList& list, EWaylineFo
 }
 
 /// Converts to a file of fields.
-void ConvertToFields(CContext& context, const FileOptions& options, EFieldFormat format)
+void ConvertToFields(CContext& context, const FileOptions& options, CSourceFile& file,
+                     EFieldFormat format)
 {
     const FieldTarget target{options.target, format, EShapes::Lines};
-    if (IsFieldSource(options.source)) {
-        const std::optional<CFieldFile> file = ReadFieldSource(context, options.source);
-        return file ? WriteFields(context, *file, target) : void();
+    const EFileContent content = ContentOf(options.source, file);
+    if (content == EFileContent::Fields || content == EFileContent::GeoJson) {
+        const std::optional<CFieldFile> fields = ReadFieldSource(context, options.source, file);
+        return fields ? WriteFields(context, *fields, target) : void();
     }
-    const std::optional<WaylineList> list = ReadSource(context, options.source);
+    const std::optional<WaylineList> list = ReadSource(context, options.source, file);
     if (!list)
         return;
     const std::optional<GeodeticPlace> origin =
@@ -120,31 +122,47 @@ void ConvertToFields(CContext& context, const FileOptions& options, EFieldFormat
     }
 }
 
-/// The format of the target where that is a file of fields.
-std::optional<EFieldFormat> FieldFormatOf(const FileOptions& options)
+/// The format of the target where that is a file of fields. GeoJSON is one where it is made of
+/// another one; of waylines it has their frame and their values in full, see WaylineGeoJson.h.
+std::optional<EFieldFormat> FieldFormatOf(const FileOptions& options, CSourceFile& file)
 {
-    if (options.targetFormat || options.targetFieldFormat)
-        return options.targetFieldFormat;
-    return FieldFormatOfTarget(options.target);
+    const std::optional<EFieldFormat> format = options.targetFormat || options.targetFieldFormat
+                                                   ? options.targetFieldFormat
+                                                   : FieldFormatOfTarget(options.target);
+    const bool isOfFields =
+        ContentOf(options.source, file) == EFileContent::Fields && !options.source.reading.origin;
+    return format == EFieldFormat::GeoJson && !isOfFields ? std::nullopt : format;
+}
+
+/// Tells which of the file's content the target cannot hold.
+void TellLeftOut(const WaylineList& list, const std::string& file)
+{
+    if (list.boundaries == 0)
+        return;
+    WriteError(file + ": " + std::to_string(list.boundaries) +
+               (list.boundaries == 1 ? " boundary is" : " boundaries are") +
+               " left out; navctl boundary convert writes boundaries");
 }
 
 void Convert(CContext& context, const FileOptions& options)
 {
-    const std::optional<EFieldFormat> fieldFormat = FieldFormatOf(options);
+    CSourceFile source(options.source.file);
+    const std::optional<EFieldFormat> fieldFormat = FieldFormatOf(options, source);
     if (fieldFormat)
-        return ConvertToFields(context, options, *fieldFormat);
+        return ConvertToFields(context, options, source, *fieldFormat);
     if (options.target == "-" && !options.targetFormat) {
         return context.Fail(kExitUsage, "the standard output has no name that tells the format: "
-                                        "--to text, --to geojson or --to csv");
+                                        "--to text, geojson, csv, isoxml, kml, kmz or geopackage");
     }
     if (!options.targetFormat) {
         const std::string problem = TargetProblem(options.target);
         if (!problem.empty())
             return context.Fail(kExitUsage, problem);
     }
-    const std::optional<WaylineList> list = ReadSource(context, options.source);
+    const std::optional<WaylineList> list = ReadSource(context, options.source, source);
     if (!list)
         return;
+    TellLeftOut(*list, options.source.file);
     const EWaylineFormat format = options.targetFormat.value_or(WaylineFormatOf(options.target));
     const std::optional<GeodeticPlace> origin =
         options.source.reading.origin ? options.source.reading.origin : list->origin;

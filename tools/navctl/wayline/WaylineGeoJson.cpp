@@ -1,23 +1,25 @@
 #include "tools/navctl/wayline/WaylineGeoJson.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-
-#include <nlohmann/json.hpp>
 
 #include "tools/navctl/Names.h"
 #include "tools/navctl/files/Angle.h"
-#include "tools/navctl/wayline/GeoJsonPositions.h"
+#include "tools/navctl/wayline/GeoJsonFile.h"
 #include "tools/navctl/wayline/WaylineShape.h"
 
 namespace {
 
-using Json = nlohmann::ordered_json;
+using Json = CGeoJsonFile::Json;
 
 /// The geometry may differ by this much from what the parameters say, metres.
 constexpr double kTolerance = 0.01;
 constexpr double kAhead = 100.0;
+
+/// A feature that needs an origin of the local frame, which the file does not tell.
+struct NoOrigin : BadFeature
+{
+};
 
 /// Micrometres, as the text form has them; what is left of a detour over the earth is rounded away.
 double Rounded(double metres)
@@ -30,39 +32,19 @@ WaylinePoint Rounded(const WaylinePoint& point)
     return {Rounded(point.x), Rounded(point.y), Rounded(point.z)};
 }
 
-const Json& MemberOf(const Json& object, const char* name)
+const Position& Checked(const Position& position)
 {
-    static const Json none;
-    const auto found = object.is_object() ? object.find(name) : object.end();
-    return object.is_object() && found != object.end() ? *found : none;
-}
-
-std::string TextIn(const Json& value)
-{
-    return value.is_string() ? value.get<std::string>() : std::string();
-}
-
-Position ReadPosition(const Json& value, const CPositions& taken)
-{
-    const Position position = taken.Of(value);
     const std::string problem = ImpossiblePlace(position.place);
     if (!problem.empty())
         throw BadFeature{problem};
     return position;
 }
 
-using Positions = std::vector<Position>;
-
-Positions ReadPositions(const Json& coordinates, const std::string& type, const CPositions& taken)
+Positions LinePositions(const Json& coordinates, const std::string& type, const CPositions& taken)
 {
-    if (coordinates.is_number_unsigned())
-        throw BadFeature{"a position is no array of longitude, latitude and height"};
-    if (!coordinates.is_array())
-        throw BadFeature{"the " + type + " has no coordinates"};
-    Positions positions;
-    positions.reserve(coordinates.size());
-    for (const Json& coordinate : coordinates)
-        positions.push_back(ReadPosition(coordinate, taken));
+    Positions positions = PositionsOf(coordinates, type, taken);
+    for (const Position& position : positions)
+        Checked(position);
     return positions;
 }
 
@@ -75,36 +57,24 @@ std::vector<Positions> ReadGeometry(const Json& geometry, const CPositions& take
     const std::string type = TextIn(MemberOf(geometry, "type"));
     const Json& coordinates = MemberOf(geometry, "coordinates");
     if (type == "Point")
-        return {{ReadPosition(coordinates, taken)}};
+        return {{Checked(taken.Of(coordinates))}};
     if (type == "LineString")
-        return {ReadPositions(coordinates, type, taken)};
+        return {LinePositions(coordinates, type, taken)};
     if (type != "MultiLineString")
         throw BadFeature{"its geometry is no LineString but \"" + type + "\""};
     if (!coordinates.is_array() || coordinates.empty())
         throw BadFeature{"the MultiLineString has no coordinates"};
     std::vector<Positions> lines;
     for (const Json& line : coordinates)
-        lines.push_back(ReadPositions(line, type, taken));
+        lines.push_back(LinePositions(line, type, taken));
     return lines;
-}
-
-/// The geometry of a feature, or of a geometry that stands alone.
-const Json& GeometryOf(const Json& feature)
-{
-    return TextIn(MemberOf(feature, "type")) == "Feature" ? MemberOf(feature, "geometry") : feature;
-}
-
-bool IsArea(const Json& feature)
-{
-    const std::string type = TextIn(MemberOf(GeometryOf(feature), "type"));
-    return type == "Polygon" || type == "MultiPolygon";
 }
 
 std::optional<GeodeticPlace> ReadOrigin(const Json& properties)
 {
     const Json& origin = MemberOf(properties, "origin");
-    if (origin.is_null())
-        return std::nullopt;
+    if (!origin.is_object())
+        return std::nullopt; // nobody's, or a word of another program
     const GeodeticPlace place{NumberIn(MemberOf(origin, "latitude"), "the origin's latitude"),
                               NumberIn(MemberOf(origin, "longitude"), "the origin's longitude"),
                               NumberIn(MemberOf(origin, "height"), "the origin's height")};
@@ -214,6 +184,18 @@ WaylineContent FromGeometry(Kestrove::EWaylineType kind, std::vector<WaylinePoin
     return content;
 }
 
+std::optional<OwnWayline> OwnWaylineOf(const Json& properties, const Positions& positions,
+                                       Kestrove::EWaylineType kind)
+{
+    const std::optional<GeodeticPlace> origin = ReadOrigin(properties);
+    const std::optional<WaylineContent> content =
+        origin && !PointNames(kind).empty() ? ReadParameters(properties, kind) : std::nullopt;
+    if (!content)
+        return std::nullopt;
+    CheckGeometry(*content, positions, CLocalFrame(*origin));
+    return OwnWayline{*content, *origin};
+}
+
 WaylineContent ReadLine(const Json& feature, const Positions& positions,
                         const WaylineReading& reading, const std::optional<CLocalFrame>& frame)
 {
@@ -221,17 +203,14 @@ WaylineContent ReadLine(const Json& feature, const Positions& positions,
     const Kestrove::EWaylineType kind = ReadKind(properties, reading.kind);
     if (positions.empty() && PointCountOf(kind) != 0U)
         throw BadFeature{"its geometry has no points for the kind " + std::string(KindTitle(kind))};
-    const std::optional<GeodeticPlace> ownOrigin = ReadOrigin(properties);
+    const std::optional<OwnWayline> own = OwnWaylineOf(properties, positions, kind);
     WaylineContent content;
     if (!frame && !(positions.empty() && PointCountOf(kind) == 0U))
-        throw BadFeature{"the file tells no origin of the local frame: --origin LAT,LON,HEIGHT"};
-    const std::optional<WaylineContent> parameters =
-        ownOrigin && !PointNames(kind).empty() ? ReadParameters(properties, kind) : std::nullopt;
-    if (parameters) {
-        const CLocalFrame ownFrame(*ownOrigin);
-        CheckGeometry(*parameters, positions, ownFrame);
-        content =
-            *ownOrigin == frame->Origin() ? *parameters : Moved(*parameters, ownFrame, *frame);
+        throw NoOrigin{{"the file tells no origin of the local frame: --origin LAT,LON,HEIGHT"}};
+    if (own) {
+        content = own->origin == frame->Origin()
+                      ? own->content
+                      : Moved(own->content, CLocalFrame(own->origin), *frame);
     } else {
         content = FromGeometry(kind, frame ? LocalPoints(positions, *frame)
                                            : std::vector<WaylinePoint>());
@@ -256,26 +235,6 @@ std::vector<WaylineContent> ReadFeature(const Json& feature, const WaylineReadin
     return waylines;
 }
 
-/// The features of a file; a geometry alone counts as one.
-std::vector<Json> FeaturesIn(Json file)
-{
-    const std::string type = TextIn(MemberOf(file, "type"));
-    std::vector<Json> features;
-    if (type == "Feature" || type == "LineString" || type == "MultiLineString") {
-        features.push_back(std::move(file));
-        return features;
-    }
-    if (MemberOf(file, "type").is_null())
-        throw BadFeature{"it is no GeoJSON with features: it has no type"};
-    if (type != "FeatureCollection")
-        throw BadFeature{"it is no GeoJSON with features: its type is \"" + type + "\""};
-    if (!MemberOf(file, "features").is_array())
-        throw BadFeature{"the FeatureCollection has no array of features"};
-    for (Json& feature : file["features"])
-        features.push_back(std::move(feature));
-    return features;
-}
-
 std::optional<GeodeticPlace> FirstOrigin(const std::vector<Json>& features)
 {
     for (const Json& feature : features) {
@@ -293,26 +252,26 @@ std::optional<GeodeticPlace> FirstOrigin(const std::vector<Json>& features)
 
 } // namespace
 
+std::optional<OwnWayline> ReadOwnWayline(const Json& feature, const Positions& positions)
+{
+    const Json& properties = MemberOf(feature, "properties");
+    const Json& kind = MemberOf(properties, "kind");
+    if (kind.is_null() || !MemberOf(properties, "origin").is_object())
+        return std::nullopt;
+    return OwnWaylineOf(properties, positions, ReadKind(properties, Kestrove::EWaylineTypeABCurve));
+}
+
 WaylineList ReadWaylineGeoJson(const std::string& text, const WaylineReading& reading)
 {
     WaylineList list;
-    std::vector<Json> features;
-    CPositions positions;
-    const auto take = [&positions](int depth, Json::parse_event_t event, Json& parsed) {
-        return positions.Take(depth, event, parsed);
-    };
+    std::optional<CGeoJsonFile> file;
     try {
-        features = FeaturesIn(Json::parse(text, take));
-    } catch (const Json::parse_error& error) {
-        list.problems.push_back("byte " + std::to_string(error.byte) + ": this is no JSON");
-        return list;
-    } catch (const Json::exception&) {
-        list.problems.push_back("there is a number in it that is too large");
-        return list;
+        file.emplace(text);
     } catch (const BadFeature& problem) {
         list.problems.push_back(problem.text);
         return list;
     }
+    const std::vector<Json>& features = file->Features();
     list.origin = reading.origin ? reading.origin : FirstOrigin(features);
     std::optional<CLocalFrame> frame;
     if (list.origin)
@@ -321,11 +280,16 @@ WaylineList ReadWaylineGeoJson(const std::string& text, const WaylineReading& re
     const bool hasLines =
         std::any_of(features.begin(), features.end(), [](const Json& one) { return !IsArea(one); });
     for (std::size_t i = 0; i < features.size(); ++i) {
-        if (hasLines && IsArea(features[i]))
+        if (hasLines && IsArea(features[i])) {
+            ++list.boundaries;
             continue;
+        }
         try {
-            for (WaylineContent& content : ReadFeature(features[i], reading, frame, positions))
+            for (WaylineContent& content : ReadFeature(features[i], reading, frame, file->Places()))
                 list.entries.push_back({i + 1, std::move(content)});
+        } catch (const NoOrigin& problem) {
+            list.lacksOrigin = true;
+            list.problems.push_back("feature " + std::to_string(i + 1) + ": " + problem.text);
         } catch (const BadFeature& problem) {
             list.problems.push_back("feature " + std::to_string(i + 1) + ": " + problem.text);
         }

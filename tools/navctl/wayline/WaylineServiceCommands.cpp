@@ -121,12 +121,12 @@ void Set(CContext& context, const WaylineSource& source)
     if (list->entries.size() != 1) {
         return context.Fail(kExitUsage, source.file + ": there are " +
                                             std::to_string(list->entries.size()) +
-                                            " waylines in it; choose one: --line NUMBER");
+                                            " waylines in it; choose one by its name or "
+                                            "number: --line LINE");
     }
     if (!context.Reach())
         return;
-    const bool needsOrigin = IsFieldSource(source) && !source.reading.origin;
-    if (needsOrigin && !MoveOrigin(context, *list->origin))
+    if (list->isOriginChosen && !MoveOrigin(context, *list->origin))
         return;
     const WaylineContent& wanted = list->entries.front().content;
     // The reply tells nothing, what the service holds afterwards does.

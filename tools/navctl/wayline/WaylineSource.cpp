@@ -67,6 +67,49 @@ std::string ChooseEntry(WaylineList& list, const WaylineSource& source)
     return "there is no wayline in line " + std::to_string(*source.number);
 }
 
+/// Whether points alone can make the kind that was asked for; if not, that has been told.
+bool HasUsableKind(CContext& context, const WaylineSource& source)
+{
+    const Kestrove::EWaylineType kind = source.reading.kind;
+    if (IsKindOfPoints(kind))
+        return true;
+    context.Fail(kExitUsage,
+                 "--kind " + KindName(kind) + ": points alone make no " + KindTitle(kind));
+    return false;
+}
+
+/// Reads the lines of a file of fields.
+std::optional<WaylineList> ReadFieldWaylines(CContext& context, const WaylineSource& source,
+                                             CSourceFile& file)
+{
+    const std::optional<CFieldFile> fields = ReadFieldSource(context, source, file);
+    return fields ? std::optional(WaylinesOf(*fields, source.reading.origin)) : std::nullopt;
+}
+
+/// Reads a file that has waylines alone.
+///
+/// @return nothing when it cannot be read; that has been told then and the exit code is set.
+std::optional<WaylineList> ReadList(CContext& context, const WaylineSource& source,
+                                    CSourceFile& file, EFileContent content)
+{
+    if (!file.Problem().empty()) {
+        const std::string problem = source.file + ": " + file.Problem();
+        context.Fail(kExitUsage, problem, {{"problems", {problem}}});
+        return std::nullopt;
+    }
+    if (content != EFileContent::GeoJson) {
+        return ReadWaylineLines(file.Lines(), source.file,
+                                source.format.value_or(WaylineFormatOf(source.file)),
+                                source.reading);
+    }
+    try {
+        return ReadWaylineJson(file.Bytes(), source.file, source.reading);
+    } catch (const CFieldFileProblem& problem) {
+        context.Fail(kExitUsage, source.file + ": " + problem.what());
+        return std::nullopt;
+    }
+}
+
 void TellProblems(CContext& context, const std::vector<std::string>& problems)
 {
     context.Fail(kExitUsage, problems.front(), {{"problems", problems}});
@@ -109,9 +152,8 @@ void AddFieldFormatOption(CLI::App& command, std::optional<EFieldFormat>& format
     command
         .add_option_function<std::string>(
             "--to", [&format](const std::string& word) { format = FieldFormatCalled(word); },
-            "isoxml, isoxml3 (version 3), kml, kmz, shapefile or geopackage; otherwise told from "
-            "the "
-            "ending of the target's name")
+            "isoxml, isoxml3 (version 3), kml, kmz, shapefile, geopackage or geojson; otherwise "
+            "told from the ending of the target's name")
         ->check(WordAmong(WordsOf(FieldFormatNames())))
         ->type_name("FORMAT");
 }
@@ -120,8 +162,10 @@ void AddTargetFormatOption(CLI::App& command, std::optional<EWaylineFormat>& for
                            std::optional<EFieldFormat>& fieldFormat)
 {
     std::vector<std::string> words = WordsOf(WaylineFormatNames());
-    for (const std::string& word : WordsOf(FieldFormatNames()))
-        words.push_back(word);
+    for (const std::string& word : WordsOf(FieldFormatNames())) {
+        if (WaylineFormatNames().find(word) == WaylineFormatNames().end())
+            words.push_back(word);
+    }
     command
         .add_option_function<std::string>(
             "--to",
@@ -165,7 +209,8 @@ void AddWaylineSource(CLI::App& command, WaylineSource& source)
 {
     command.add_option("FILE", source.file, "The file; - for standard input")->required();
     AddFormatOption(command, "--from",
-                    "text, geojson or csv; otherwise told from the ending of the file's name",
+                    "text, geojson or csv; otherwise told from what the file begins with and "
+                    "the ending of its name",
                     source.format);
     AddOriginOption(command, source.reading.origin);
     AddKindOption(command, "--kind",
@@ -182,46 +227,59 @@ void AddWaylineSource(CLI::App& command, WaylineSource& source)
         ->type_name("NAME");
 }
 
-std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& source)
+std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& source,
+                                      CSourceFile& file)
 {
-    const Kestrove::EWaylineType kind = source.reading.kind;
-    if (!IsKindOfPoints(kind)) {
-        context.Fail(kExitUsage,
-                     "--kind " + KindName(kind) + ": points alone make no " + KindTitle(kind));
+    if (!HasUsableKind(context, source))
         return std::nullopt;
-    }
-    if (IsFieldSource(source)) {
-        const std::optional<CFieldFile> file = ReadFieldSource(context, source);
-        return file ? std::optional(WaylinesOf(*file, source.reading.origin)) : std::nullopt;
-    }
-    if (!source.field.empty()) {
-        context.Fail(kExitUsage, source.file + ": --field: its format has no fields");
-        return std::nullopt;
-    }
-    const EFileContent content = source.format ? EFileContent::Other : ContentOfFile(source.file);
+    const EFileContent content = ContentOf(source, file);
+    if (content == EFileContent::Fields ||
+        (content == EFileContent::GeoJson && !source.field.empty()))
+        return ReadFieldWaylines(context, source, file);
     if (content == EFileContent::Unknown) {
         context.Fail(kExitUsage, source.file + ": its format is not known; supported are " +
                                      SupportedFieldFormats());
         return std::nullopt;
     }
-    const EWaylineFormat otherwise =
-        content == EFileContent::GeoJson ? EWaylineFormat::GeoJson : WaylineFormatOf(source.file);
-    WaylineList list =
-        ReadWaylineFile(source.file, source.format.value_or(otherwise), source.reading);
-    if (!list.problems.empty()) {
-        TellProblems(context, list.problems);
+    if (!source.field.empty()) {
+        context.Fail(kExitUsage, source.file + ": --field: its format has no fields");
         return std::nullopt;
     }
-    const std::string problem = ChooseEntry(list, source);
+    std::optional<WaylineList> list = ReadList(context, source, file, content);
+    if (!list)
+        return list;
+    // What other programs have drawn on a map: places on the earth and no frame.
+    if (list->lacksOrigin)
+        return ReadFieldWaylines(context, source, file);
+    if (!list->problems.empty()) {
+        // Not one line of it is a wayline: it is something else.
+        if (list->entries.empty() && content == EFileContent::Other && !source.format)
+            list->problems.front() += "; supported are " + SupportedFieldFormats();
+        TellProblems(context, list->problems);
+        return std::nullopt;
+    }
+    const std::string problem = ChooseEntry(*list, source);
     if (problem.empty())
         return list;
     context.Fail(kExitUsage, source.file + ": " + problem);
     return std::nullopt;
 }
 
-bool IsFieldSource(const WaylineSource& source)
+std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& source)
 {
-    return !source.format && ContentOfFile(source.file) == EFileContent::Fields;
+    CSourceFile file(source.file);
+    return ReadSource(context, source, file);
+}
+
+EFileContent ContentOf(const WaylineSource& source, CSourceFile& file)
+{
+    if (source.format && !file.IsFolder()) {
+        return source.format == EWaylineFormat::GeoJson ? EFileContent::GeoJson
+                                                        : EFileContent::Other;
+    }
+    const EFileContent content = file.Content();
+    const bool isNamedJson = WaylineFormatOf(source.file) == EWaylineFormat::GeoJson;
+    return content == EFileContent::Other && isNamedJson ? EFileContent::GeoJson : content;
 }
 
 FieldChoice ChoiceOf(const WaylineSource& source)
@@ -230,15 +288,20 @@ FieldChoice ChoiceOf(const WaylineSource& source)
             source.hasKind ? std::optional(source.reading.kind) : std::nullopt};
 }
 
-std::optional<CFieldFile> ReadFieldSource(CContext& context, const WaylineSource& source)
+std::optional<CFieldFile> ReadFieldSource(CContext& context, const WaylineSource& source,
+                                          CSourceFile& file)
 {
-    const FieldChoice choice = ChoiceOf(source);
-    std::optional<CFieldFile> file = ReadFields(context, source.file, choice);
-    if (!file)
+    if (!HasUsableKind(context, source))
         return std::nullopt;
-    const std::string problem = ChooseLines(*file, choice);
-    if (problem.empty())
-        return file;
-    context.Fail(kExitUsage, source.file + ": " + problem);
-    return std::nullopt;
+    const FieldChoice choice = ChoiceOf(source);
+    std::optional<CFieldFile> fields = ReadFields(context, file, choice);
+    if (!fields)
+        return std::nullopt;
+    const std::string problem = ChooseLines(*fields, choice);
+    if (!problem.empty()) {
+        context.Fail(kExitUsage, source.file + ": " + problem);
+        return std::nullopt;
+    }
+    TellRefused(*fields, source.file, choice);
+    return fields;
 }

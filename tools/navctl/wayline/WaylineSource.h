@@ -17,7 +17,7 @@
 struct WaylineSource
 {
     std::string file;
-    std::optional<EWaylineFormat> format; ///< otherwise by the file's name
+    std::optional<EWaylineFormat> format; ///< otherwise by the file's beginning and name
     WaylineReading reading;
     std::optional<std::uint64_t> number; ///< of the only wayline that is wanted
     std::string line;                    ///< the name or number of the only wayline that is wanted
@@ -25,8 +25,8 @@ struct WaylineSource
     bool hasKind = false;                ///< whether the kind in `reading` was asked for
 };
 
-/// Whether it is a file of fields, by what it begins with, and no format was named.
-bool IsFieldSource(const WaylineSource& source);
+/// What the file of a source is: by the format that was named, otherwise by its beginning.
+EFileContent ContentOf(const WaylineSource& source, CSourceFile& file);
 
 /// What is wanted of a file of fields.
 FieldChoice ChoiceOf(const WaylineSource& source);
@@ -35,7 +35,8 @@ FieldChoice ChoiceOf(const WaylineSource& source);
 ///
 /// @return nothing when something is wrong with it; that has been told then and the exit code is
 /// set.
-std::optional<CFieldFile> ReadFieldSource(CContext& context, const WaylineSource& source);
+std::optional<CFieldFile> ReadFieldSource(CContext& context, const WaylineSource& source,
+                                          CSourceFile& file);
 
 /// The words for the formats.
 const std::map<std::string, EWaylineFormat>& WaylineFormatNames();
@@ -69,5 +70,7 @@ CLI::Option* AddKindOption(CLI::App& command, const char* name, const char* help
 /// @return nothing when something is wrong with it; that has been told then, a line each, and the
 ///         exit code is set.
 std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& source);
+std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& source,
+                                      CSourceFile& file);
 
 #endif
