@@ -28,15 +28,14 @@ const choice = (title, select) => made("label", { className: "field" }, title, s
 /** Strokes the rings of boundaries. */
 export function drawBoundaries(context, camera, rings) {
   context.strokeStyle = palette.ink;
-  context.lineWidth = 2;
-  context.setLineDash([8, 5]);
+  context.lineWidth = 3; // passes are thin and dashed
+  context.setLineDash([]);
   for (const ring of rings) {
     context.beginPath();
     ring.forEach(([x, y]) => context.lineTo(...toScreen(camera, x, y)));
     context.closePath();
     context.stroke();
   }
-  context.setLineDash([]);
 }
 
 /** The panel, which stands below the one of new lines. */
