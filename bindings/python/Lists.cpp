@@ -48,7 +48,7 @@ py::object ElementToPython(const BElementC* element)
         for (int i = 0; i < dictionary->Size(); ++i) {
             result[ToPythonText(dictionary->KeyAt(i))] = ElementToPython(dictionary->ValueAt(i));
         }
-        return std::move(result);
+        return py::object(std::move(result));
     }
     const auto* atom = dynamic_cast<const BAtomC*>(element);
     switch (atom == nullptr ? EBElementType::Nothing : atom->Type()) {

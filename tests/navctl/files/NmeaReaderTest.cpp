@@ -16,6 +16,12 @@ namespace {
 
 using Reader = NmeaReading;
 
+} // namespace
+
+// A sanitizer keeps what was freed.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+namespace {
+
 /// How much of the program is in memory, bytes.
 long ResidentBytes()
 {
@@ -28,8 +34,6 @@ long ResidentBytes()
 
 } // namespace
 
-// A sanitizer keeps what was freed.
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 TEST(NmeaReader, TakesNoMoreMemoryForALongFileThanForAShortOne)
 {
     constexpr int kEpochs = 80000;

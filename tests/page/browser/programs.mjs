@@ -1,8 +1,13 @@
 // The programs under test as processes, which end with the test that started them.
+import { after } from "node:test";
 import { createInterface } from "node:readline";
 import { spawn } from "node:child_process";
 
 export const deadlineMilliseconds = 30000;
+const started = [];
+
+// A test that fails leaves its programs, and would not end while they run.
+after(() => Promise.all(started.map((program) => program.end("SIGKILL"))));
 
 /** Waits until `condition` gives something, and gives that. */
 export async function until(condition, what) {
@@ -22,6 +27,7 @@ class Program {
     this.lines = [];
     this.errors = "";
     this.ended = new Promise((resolve) => { this.process.once("close", resolve); });
+    started.push(this);
     createInterface({ input: this.process.stdout }).on("line", (line) => this.lines.push(line));
     this.process.stderr.on("data", (data) => { this.errors += data; });
   }
