@@ -90,6 +90,18 @@ function readKml(root, reading) {
   }
 }
 
+/** Reads what a KML links to of the files beside it: some programs write a layer into a file of its own. */
+async function readLinked(root, reading, beside) {
+  const links = [...root.getElementsByTagNameNS("*", "NetworkLink")].map((link) =>
+    wordsOf(childOf(childOf(link, "Link") ?? childOf(link, "Url"), "href")));
+  for (const path of new Set(links)) {
+    const isBeside = path !== "" && !path.includes(":");
+    const bytes = isBeside ? await beside(path) : undefined;
+    if (bytes === undefined) reading.leave(`what it links to, “${path.slice(0, 80)}”`);
+    else readKml(rootOf(bytes), reading);
+  }
+}
+
 const code = (element, attribute) => Number.parseInt(element.getAttribute(attribute) ?? "", 10) || 0;
 const named = (element, attribute, otherwise) => ((element.getAttribute(attribute) ?? "").trim() || otherwise).slice(0, 1000);
 
@@ -199,7 +211,9 @@ async function readIsoXml(root, reading, beside) {
 
 /** Reads what a document of XML is. */
 export async function readXml(root, reading, beside) {
-  if (root.localName === "kml") readKml(root, reading);
-  else if (root.localName === "ISO11783_TaskData" || root.localName === "XFC") await readIsoXml(root, reading, beside);
+  if (root.localName === "kml") {
+    readKml(root, reading);
+    await readLinked(root, reading, beside);
+  } else if (root.localName === "ISO11783_TaskData" || root.localName === "XFC") await readIsoXml(root, reading, beside);
   else throw new FileProblem(`this XML is none that is read: its root is ${root.localName}`);
 }

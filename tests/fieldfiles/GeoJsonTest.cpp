@@ -127,7 +127,7 @@ TEST(GeoJson, TakesTheParametersOfAWaylineBeforeItsOutline)
 TEST(GeoJson, ReadsNoMoreValuesThanItsMemoryHolds)
 {
     std::string values = "0";
-    for (int i = 0; i < 11000000; ++i)
+    for (int i = 0; i < 6000000; ++i)
         values += ",0";
     const std::string problem =
         ProblemOf([&] { ReadGeoJson(Collection("", "\"x\":[" + values + "],"), std::nullopt); });

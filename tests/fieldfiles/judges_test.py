@@ -120,7 +120,7 @@ class Gdal(Judged):
             source = self.write(f"{kind}.geojson",
                                 json.dumps({"type": "FeatureCollection", "features": features}))
             for driver, ending in (("KML", "kml"), ("ESRI Shapefile", "shp"), ("GPKG", "gpkg"),
-                                   ("GeoJSON", "json")):
+                                   ("GeoJSON", "json"), ("LIBKML", "kmz")):
                 with self.subTest(kind=kind, driver=driver):
                     target = self.path(f"{kind}.{ending}")
                     self.gdal("ogr2ogr", "-f", driver, target, source)

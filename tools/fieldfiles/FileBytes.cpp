@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 
@@ -9,18 +10,27 @@
 
 #include "tools/fieldfiles/FieldFile.h"
 #include "tools/fieldfiles/FileLimits.h"
-#include "tools/navctl/files/OpenFile.h"
 
-std::string ReadBytes(int descriptor, const std::string& name, std::string taken)
+namespace {
+
+void CheckLength(std::uint64_t bytes, const std::string& name)
+{
+    if (bytes > FileLimits::kBytes) {
+        throw CFieldFileProblem(name + " is longer than the " +
+                                std::to_string(FileLimits::kBytes >> 20) + " MiB that are read");
+    }
+}
+
+} // namespace
+
+std::string ReadBytes(const COpenFile& file, const std::string& name, std::string taken)
 {
     constexpr std::size_t kPiece = 1U << 16;
+    const int descriptor = file.Descriptor();
+    CheckLength(file.Length(), name);
     for (;;) {
         const std::size_t before = taken.size();
-        if (before > FileLimits::kBytes) {
-            throw CFieldFileProblem(name + " is longer than the " +
-                                    std::to_string(FileLimits::kBytes >> 20) +
-                                    " MiB that are read");
-        }
+        CheckLength(before, name);
         taken.resize(before + kPiece);
         const ssize_t count = read(descriptor, taken.data() + before, kPiece);
         taken.resize(before + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
@@ -36,7 +46,7 @@ std::string ReadFileBytes(const std::string& path)
     const COpenFile file(path);
     if (!file.Problem().empty())
         throw CFieldFileProblem(file.Problem());
-    return ReadBytes(file.Descriptor(), path);
+    return ReadBytes(file, path);
 }
 
 std::vector<std::string> NamesIn(const std::string& folder)

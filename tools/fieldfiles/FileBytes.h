@@ -6,12 +6,14 @@
 #include <string>
 #include <vector>
 
+#include "tools/navctl/files/OpenFile.h"
+
 /// Reads what is left of an open file whole.
 ///
 /// @param name what problems call it.
 /// @param taken what has been read of it already.
 /// @throws CFieldFileProblem when it cannot be read or is longer than FileLimits::kBytes.
-std::string ReadBytes(int descriptor, const std::string& name, std::string taken = {});
+std::string ReadBytes(const COpenFile& file, const std::string& name, std::string taken = {});
 
 /// Reads a file whole; the same.
 std::string ReadFileBytes(const std::string& path);

@@ -126,6 +126,14 @@ test("a zip unpacks to no more than is read, whatever it announces, and leads no
   }
 });
 
+test("a KMZ's links are followed to files within it and nowhere else", async () => {
+  const link = (path) => `<NetworkLink><Link><href>${path}</href></Link></NetworkLink>`;
+  const main = kml(link("layers/farm.kml") + link("layers/farm.kml") + link("http://127.0.0.1/x.kml"));
+  const { fields, left } = await read(zipOf({ "doc.kml": main, "layers/farm.kml": kmlLine("1,2 3,4") }));
+  assert.deepEqual(fields.map(({ lines }) => lines.length), [1]);
+  assert.deepEqual(left, ["what it links to, “http://127.0.0.1/x.kml”"]);
+});
+
 test("XML with a document type, broken XML and unknown files are refused", async () => {
   const typed = `<!DOCTYPE kml [<!ENTITY a "aaaaaaaa">]>${kmlLine("1,2 3,4")}`;
   await assert.rejects(read(typed), /document type/);

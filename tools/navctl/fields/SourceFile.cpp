@@ -53,6 +53,6 @@ EFileContent CSourceFile::Content()
 const std::string& CSourceFile::Bytes()
 {
     if (!m_bytes)
-        m_bytes = ReadBytes(m_file->Descriptor(), m_path, m_lines->TakeBuffer());
+        m_bytes = ReadBytes(*m_file, m_path, m_lines->TakeBuffer());
     return *m_bytes;
 }

@@ -101,7 +101,7 @@ private:
     }
 
     static constexpr int kDeepest = 64;
-    static constexpr std::size_t kMostKept = 10000000;
+    static constexpr std::size_t kMostKept = 5000000;
 
     std::vector<Position> m_positions;
     bool m_isInCoordinates = false;
