@@ -3,6 +3,7 @@ import { Alarm } from "./alarm.js";
 import { History, drawErrors, drawSteering } from "./charts.js";
 import { DrivePanel } from "./drivepanel.js";
 import { DriveMap } from "./map.js";
+import { FieldPanel } from "./fieldpanel.js";
 import { Journal } from "./journal.js";
 import { LinePanel } from "./linepanel.js";
 import { Passes } from "./passes.js";
@@ -55,6 +56,7 @@ const step = new StepPanel(model);
 const lines = new LinePanel(model, map, question, redraw);
 const recording = new RecordPanel(model, question);
 const readings = new Readings();
+new FieldPanel(model, map, redraw);
 const journal = new Journal(model);
 
 function showInBand() {

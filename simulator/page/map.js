@@ -13,6 +13,7 @@ export class DriveMap {
     this.model = model;
     this.canvas = element("map");
     this.marks = [];
+    this.below = null; // draws between the lines and the trail
     this.picking = null;
     this.before = null;
     this.unreached = 0; // how many of the trail's last points the machine, as it is drawn, has not come to
@@ -91,6 +92,7 @@ export class DriveMap {
     const camera = this.view.camera();
     drawGround(context, camera);
     if (model.line !== null) drawLines(context, camera, model.line, toWorld(camera, width / 2, height / 4));
+    this.below?.(context, camera);
     drawTrail(context, camera, model.trail, this.pose, this.unreached);
     this.drawMarks(context, camera);
     if (model.state !== null) this.drawState(context, camera);

@@ -201,7 +201,7 @@ class WithoutService(Files):
             ("bad.geojson", "{", "this is no JSON"),
             ("typeless.geojson", "{}", "no GeoJSON with features: it has no type"),
             ("kindless.txt", "-1", "navctl clear-wayline"),
-            ("polygon.geojson", '{"type":"Polygon"}', "no GeoJSON with features"),
+            ("polygon.geojson", '{"type":"Polygon"}', 'no LineString but "Polygon"'),
             ("semicolons.csv", "x;y\n1;2\n", "not by semicolons"),
             ("short.csv", "x,y\n1\n", "1 values for 2 columns"),
             ("number.csv", "x,y\n1,b\n", '"b" is no finite number'),
@@ -221,9 +221,9 @@ class WithoutService(Files):
             ("header.csv", "x,y,z\n", "line 2: there is no point below the names of the columns"),
             ("one.csv", "x,y\n1,2\n", "has 2 points or more, here is 1"),
             ("row.csv", "plot,1,2,3\n", "line 1: the kind A-B curve has 2 points or more"),
-            ("program.txt", PROGRAM, "line 1: "),
-            ("program.csv", PROGRAM, "line 1: "),
-            ("program.geojson", PROGRAM, "this is no JSON"),
+            ("program.txt", PROGRAM, "supported are ISOXML"),
+            ("program.csv", PROGRAM, "supported are ISOXML"),
+            ("program.geojson", PROGRAM, "supported are ISOXML"),
             ("long.txt", b"0" * ((64 << 20) + 1), "line 1: the line is too long"),
         ):
             with self.subTest(name):
@@ -268,7 +268,7 @@ class WithoutService(Files):
 
     def test_writes_no_file_whose_ending_says_something_else(self):
         path = self.write("lines.txt", AB)
-        for command, name, words in (("convert", "out.svg", ".txt, .geojson, .json and .csv"),
+        for command, name, words in (("convert", "out.svg", ".txt, .geojson, .json, .csv, .kml"),
                                      ("convert", "out.xlsx", "the ending .xlsx"),
                                      ("plot", "out.png", ".svg, not .png"),
                                      ("plot", "out.txt", ".svg, not .txt")):

@@ -6,6 +6,7 @@
 #include "tools/navctl/Version.h"
 #include "tools/navctl/doctor/DoctorCommand.h"
 #include "tools/navctl/feed/FeedCommand.h"
+#include "tools/navctl/fields/FieldCommands.h"
 #include "tools/navctl/manual/CompletionCommand.h"
 #include "tools/navctl/manual/ManualCommand.h"
 #include "tools/navctl/operations/OperationCommands.h"
@@ -54,6 +55,7 @@ void AddCommands(CLI::App& app, CContext& context)
 {
     AddOperationsCommand(app, context);
     AddWaylineCommand(app, context);
+    AddBoundaryCommand(app, context);
     AddFeedCommand(app, context);
     AddWatchCommand(app, context);
     AddDoctorCommand(app, context);

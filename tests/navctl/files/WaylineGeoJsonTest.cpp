@@ -154,6 +154,25 @@ TEST(WaylineGeoJson, TellsWhatIsWrong)
     }
 }
 
+TEST(WaylineGeoJson, ReadsEachPartOfAMultiLineStringAndPassesAreasOver)
+{
+    WaylineReading reading;
+    reading.origin = kOrigin;
+    const std::string area =
+        R"({"type":"Feature","properties":{},"geometry":{"type":"Polygon","coordinates":[[]]}})";
+    const std::string lines = Feature(
+        R"({"name":"Road"})",
+        R"({"type":"MultiLineString","coordinates":[[[11,48],[11,49]],[[12,48],[12,49],[13,50]]]})");
+    const WaylineList list = ReadWaylineGeoJson(
+        R"({"type":"FeatureCollection","features":[)" + area + "," + lines + "]}", reading);
+    EXPECT_TRUE(list.problems.empty());
+    ASSERT_EQ(2U, list.entries.size());
+    EXPECT_EQ(2U, list.entries[0].number);
+    EXPECT_EQ("Road, part 1", list.entries[0].content.name);
+    EXPECT_EQ("Road, part 2", list.entries[1].content.name);
+    EXPECT_EQ(3U, list.entries[1].content.points.size());
+}
+
 TEST(WaylineGeoJson, WantsAnOriginWhereTheFileTellsNone)
 {
     const WaylineList list = ReadWaylineGeoJson(kTwoPoints, {});

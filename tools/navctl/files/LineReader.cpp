@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <string_view>
+#include <utility>
 
 #include <poll.h>
 #include <unistd.h>
@@ -49,6 +50,12 @@ std::string CLineReader::Peek(const std::function<bool(const std::string&)>& isE
         goesOn = state == ELine::Line || (state == ELine::NothingYet && waitsOn && waitsOn());
     }
     return m_buffer;
+}
+
+std::string CLineReader::TakeBuffer()
+{
+    m_ended = true;
+    return std::exchange(m_buffer, {});
 }
 
 /// Fetches what has come, behind what is there and not used up.

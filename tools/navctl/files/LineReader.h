@@ -49,6 +49,10 @@ public:
     std::string Peek(const std::function<bool(const std::string&)>& isEnough,
                      const std::function<bool()>& waitsOn = nullptr);
 
+    /// Takes what Peek() has fetched, for one who reads on from the descriptor: no line is read
+    /// afterwards.
+    std::string TakeBuffer();
+
     /// The number of the line that Next() gave last, counted from 1.
     std::uint64_t LineNumber() const { return m_lineNumber; }
     /// How many bytes of the file have been read.

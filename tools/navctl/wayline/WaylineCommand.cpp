@@ -2,6 +2,8 @@
 
 #include <memory>
 
+#include "tools/navctl/fields/FieldCommands.h"
+#include "tools/navctl/fields/FieldTarget.h"
 #include "tools/navctl/files/OpenFile.h"
 #include "tools/navctl/wayline/WaylinePlot.h"
 #include "tools/navctl/wayline/WaylineReport.h"
@@ -16,6 +18,7 @@ struct FileOptions
     WaylineSource source;
     std::string target = "-";
     std::optional<EWaylineFormat> targetFormat;
+    std::optional<EFieldFormat> targetFieldFormat;
 };
 
 std::string Counted(std::size_t count)
@@ -93,20 +96,73 @@ std::string WriteToOutput(CContext& context, const WaylineList& list, EWaylineFo
     return problem;
 }
 
+/// Converts to a file of fields.
+void ConvertToFields(CContext& context, const FileOptions& options, CSourceFile& file,
+                     EFieldFormat format)
+{
+    const FieldTarget target{options.target, format, EShapes::Lines};
+    const EFileContent content = ContentOf(options.source, file);
+    if (content == EFileContent::Fields || content == EFileContent::GeoJson) {
+        const std::optional<CFieldFile> fields = ReadFieldSource(context, options.source, file);
+        return fields ? WriteFields(context, *fields, target) : void();
+    }
+    const std::optional<WaylineList> list = ReadSource(context, options.source, file);
+    if (!list)
+        return;
+    const std::optional<GeodeticPlace> origin =
+        options.source.reading.origin ? options.source.reading.origin : list->origin;
+    if (!origin) {
+        return context.Fail(kExitUsage, "a file of fields needs the origin of the local frame: "
+                                        "--origin LAT,LON,HEIGHT");
+    }
+    try {
+        WriteFields(context, FieldsOf(*list, *origin), target);
+    } catch (const CFieldFileProblem& problem) {
+        context.Fail(kExitUsage, options.source.file + ": " + problem.what());
+    }
+}
+
+/// The format of the target where that is a file of fields. GeoJSON is one where it is made of
+/// another one; of waylines it has their frame and their values in full, see WaylineGeoJson.h.
+std::optional<EFieldFormat> FieldFormatOf(const FileOptions& options, CSourceFile& file)
+{
+    const std::optional<EFieldFormat> format = options.targetFormat || options.targetFieldFormat
+                                                   ? options.targetFieldFormat
+                                                   : FieldFormatOfTarget(options.target);
+    const bool isOfFields =
+        ContentOf(options.source, file) == EFileContent::Fields && !options.source.reading.origin;
+    return format == EFieldFormat::GeoJson && !isOfFields ? std::nullopt : format;
+}
+
+/// Tells which of the file's content the target cannot hold.
+void TellLeftOut(const WaylineList& list, const std::string& file)
+{
+    if (list.boundaries == 0)
+        return;
+    WriteError(file + ": " + std::to_string(list.boundaries) +
+               (list.boundaries == 1 ? " boundary is" : " boundaries are") +
+               " left out; navctl boundary convert writes boundaries");
+}
+
 void Convert(CContext& context, const FileOptions& options)
 {
+    CSourceFile source(options.source.file);
+    const std::optional<EFieldFormat> fieldFormat = FieldFormatOf(options, source);
+    if (fieldFormat)
+        return ConvertToFields(context, options, source, *fieldFormat);
     if (options.target == "-" && !options.targetFormat) {
         return context.Fail(kExitUsage, "the standard output has no name that tells the format: "
-                                        "--to text, --to geojson or --to csv");
+                                        "--to text, geojson, csv, isoxml, kml, kmz or geopackage");
     }
     if (!options.targetFormat) {
         const std::string problem = TargetProblem(options.target);
         if (!problem.empty())
             return context.Fail(kExitUsage, problem);
     }
-    const std::optional<WaylineList> list = ReadSource(context, options.source);
+    const std::optional<WaylineList> list = ReadSource(context, options.source, source);
     if (!list)
         return;
+    TellLeftOut(*list, options.source.file);
     const EWaylineFormat format = options.targetFormat.value_or(WaylineFormatOf(options.target));
     const std::optional<GeodeticPlace> origin =
         options.source.reading.origin ? options.source.reading.origin : list->origin;
@@ -185,15 +241,14 @@ void AddWaylineCommand(CLI::App& app, CContext& context)
     AddFileCommand(*group, context, "show",
                    "Tells kind, points, length and bounds of a file's waylines",
                    std::make_shared<FileOptions>(), Show);
+    AddWaylineListCommand(*group, context);
     const auto convert = std::make_shared<FileOptions>();
-    CLI::App* command =
-        AddFileCommand(*group, context, "convert",
-                       "Converts waylines between text form, GeoJSON and CSV", convert, Convert);
+    CLI::App* command = AddFileCommand(
+        *group, context, "convert",
+        "Converts waylines between text form, GeoJSON, CSV and files of fields", convert, Convert);
     command->add_option("TARGET", convert->target, "The file to write; - for standard output")
         ->capture_default_str();
-    AddFormatOption(*command, "--to",
-                    "text, geojson or csv; otherwise told from the ending of the target's name",
-                    convert->targetFormat);
+    AddTargetFormatOption(*command, convert->targetFormat, convert->targetFieldFormat);
     const auto plot = std::make_shared<FileOptions>();
     command = AddFileCommand(*group, context, "plot", "Draws a file's waylines as an SVG picture",
                              plot, Plot);

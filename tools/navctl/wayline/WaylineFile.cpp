@@ -4,17 +4,11 @@
 #include <cstring>
 #include <utility>
 
-#include "tools/navctl/files/LineReader.h"
-#include "tools/navctl/files/OpenFile.h"
 #include "tools/navctl/wayline/WaylineCsv.h"
 #include "tools/navctl/wayline/WaylineGeoJson.h"
 #include "tools/navctl/wayline/WaylineText.h"
 
 namespace {
-
-/// More than the longest message that the service would take.
-constexpr std::size_t kLongestLine = 64U << 20;
-constexpr std::size_t kLongestGeoJson = 256U << 20;
 
 /// Whether a line is there for people alone: empty, or one that begins with "#".
 bool IsRemark(const std::string& line)
@@ -49,24 +43,13 @@ WaylineList ReadTextForms(CLineReader& lines)
     return list;
 }
 
-WaylineList ReadGeoJsonLines(CLineReader& lines, const WaylineReading& reading)
+WaylineList Ended(WaylineList list, const std::string& path)
 {
-    std::string text;
-    std::string line;
-    ELine state = ELine::Line;
-    while ((state = lines.Next(line)) != ELine::End) {
-        if (state == ELine::NothingYet)
-            continue;
-        if (state != ELine::Line || text.size() + line.size() > kLongestGeoJson) {
-            WaylineList list;
-            list.problems.push_back(state == ELine::Failed ? std::strerror(errno)
-                                                           : "the file is too long");
-            return list;
-        }
-        text += line;
-        text += '\n';
-    }
-    return ReadWaylineGeoJson(text, reading);
+    if (list.entries.empty() && list.problems.empty())
+        list.problems.push_back("there is no wayline in it");
+    for (std::string& problem : list.problems)
+        problem.insert(0, path + ": ");
+    return list;
 }
 
 } // namespace
@@ -98,31 +81,21 @@ std::string TargetProblem(const std::string& path)
         WaylineFormatOf(path) != EWaylineFormat::Text)
         return {};
     return path + ": no format has the ending " + ending +
-           "; written are .txt, .geojson, .json and .csv, and with --to any other";
+           "; written are .txt, .geojson, .json, .csv, .kml, .kmz, .shp, .gpkg, .zip and "
+           ".xml (ISOXML), and with --to any other";
 }
 
-WaylineList ReadWaylineFile(const std::string& path, EWaylineFormat format,
+WaylineList ReadWaylineLines(CLineReader& lines, const std::string& path, EWaylineFormat format,
+                             const WaylineReading& reading)
+{
+    const bool isCsv = format == EWaylineFormat::Csv;
+    return Ended(isCsv ? ReadWaylineCsv(lines, reading) : ReadTextForms(lines), path);
+}
+
+WaylineList ReadWaylineJson(const std::string& text, const std::string& path,
                             const WaylineReading& reading)
 {
-    WaylineList list;
-    const COpenFile file(path);
-    if (!file.Problem().empty()) {
-        list.problems.push_back(file.Problem());
-        return list;
-    }
-    CLineReader lines(file.Descriptor(), kLongestLine);
-    if (format == EWaylineFormat::Text) {
-        list = ReadTextForms(lines);
-    } else if (format == EWaylineFormat::Csv) {
-        list = ReadWaylineCsv(lines, reading);
-    } else {
-        list = ReadGeoJsonLines(lines, reading);
-    }
-    if (list.entries.empty() && list.problems.empty())
-        list.problems.push_back("there is no wayline in it");
-    for (std::string& problem : list.problems)
-        problem.insert(0, path + ": ");
-    return list;
+    return Ended(ReadWaylineGeoJson(text, reading), path);
 }
 
 std::string WriteWaylines(const WaylineList& list, EWaylineFormat format,

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "tools/navctl/files/LineReader.h"
 #include "tools/navctl/files/TextSink.h"
 #include "tools/navctl/wayline/WaylineList.h"
 
@@ -24,13 +25,18 @@ std::string TargetProblem(const std::string& path);
 /// a name without one.
 std::string EndingOf(const std::string& path);
 
-/// Reads a file of waylines whole. Lines of the text form that are empty are passed over.
+/// Reads the lines of a file of waylines, of the text form or CSV. Lines of the text form that are
+/// empty are passed over.
 ///
-/// @param path the file's name; "-" for standard input.
+/// @param path the file's name, for problems.
 /// @return the waylines; with problems when there is a line that cannot be read, or when there is
-/// no
-///         wayline at all.
-WaylineList ReadWaylineFile(const std::string& path, EWaylineFormat format,
+///         no wayline at all.
+WaylineList ReadWaylineLines(CLineReader& lines, const std::string& path, EWaylineFormat format,
+                             const WaylineReading& reading);
+/// Reads a file of GeoJSON; the same.
+///
+/// @param text the whole file.
+WaylineList ReadWaylineJson(const std::string& text, const std::string& path,
                             const WaylineReading& reading);
 
 /// Writes waylines in a format.

@@ -1,28 +1,24 @@
 #include "tools/navctl/wayline/WaylineGeoJson.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-
-#include <nlohmann/json.hpp>
 
 #include "tools/navctl/Names.h"
 #include "tools/navctl/files/Angle.h"
+#include "tools/navctl/wayline/GeoJsonFile.h"
 #include "tools/navctl/wayline/WaylineShape.h"
 
 namespace {
 
-using Json = nlohmann::ordered_json;
+using Json = CGeoJsonFile::Json;
 
 /// The geometry may differ by this much from what the parameters say, metres.
 constexpr double kTolerance = 0.01;
 constexpr double kAhead = 100.0;
-constexpr int kDeepest = 64;
 
-/// Thrown out of the reading of a feature; the text is its problem.
-struct BadFeature
+/// A feature that needs an origin of the local frame, which the file does not tell.
+struct NoOrigin : BadFeature
 {
-    std::string text;
 };
 
 /// Micrometres, as the text form has them; what is left of a detour over the earth is rounded away.
@@ -36,126 +32,49 @@ WaylinePoint Rounded(const WaylinePoint& point)
     return {Rounded(point.x), Rounded(point.y), Rounded(point.z)};
 }
 
-double NumberIn(const Json& value, const std::string& what)
+const Position& Checked(const Position& position)
 {
-    if (!value.is_number() || !std::isfinite(value.get<double>()))
-        throw BadFeature{what + " is no number"};
-    return value.get<double>();
-}
-
-const Json& MemberOf(const Json& object, const char* name)
-{
-    static const Json none;
-    const auto found = object.is_object() ? object.find(name) : object.end();
-    return object.is_object() && found != object.end() ? *found : none;
-}
-
-std::string TextIn(const Json& value)
-{
-    return value.is_string() ? value.get<std::string>() : std::string();
-}
-
-struct Position
-{
-    GeodeticPlace place;
-    bool hasHeight = false;
-};
-
-/// A position as it stands in the file.
-Position PositionIn(const Json& value)
-{
-    if (!value.is_array() || value.size() < 2)
-        throw BadFeature{"a position is no array of longitude, latitude and height"};
-    Position position;
-    position.place.longitude = NumberIn(value[0], "a longitude");
-    position.place.latitude = NumberIn(value[1], "a latitude");
-    position.hasHeight = value.size() > 2;
-    if (position.hasHeight)
-        position.place.height = NumberIn(value[2], "a height");
-    return position;
-}
-
-/// Takes the positions out of a file while it is parsed, which as arrays of JSON would take several
-/// times the memory: in their place stands their number. Within coordinates, a whole number of JSON
-/// is such a number, since the others are made floating ones.
-class CPositions
-{
-public:
-    /// What the parser calls for every value. Has it refuse a file that is nested deeper than any
-    /// GeoJSON is: values are copied and destroyed recursively.
-    bool Take(int depth, Json::parse_event_t event, Json& parsed)
-    {
-        if (depth > kDeepest)
-            throw BadFeature{"it is nested deeper than " + std::to_string(kDeepest) + " levels"};
-        if (event == Json::parse_event_t::key) {
-            m_isInCoordinates = parsed == "coordinates";
-        } else if (m_isInCoordinates && event == Json::parse_event_t::value && parsed.is_number()) {
-            parsed = parsed.get<double>();
-        } else if (m_isInCoordinates && event == Json::parse_event_t::array_end &&
-                   IsPosition(parsed)) {
-            m_positions.push_back(PositionIn(parsed));
-            parsed = m_positions.size() - 1;
-        }
-        return true;
-    }
-
-    /// The position that a value stands for or is.
-    Position Of(const Json& value) const
-    {
-        if (value.is_number_unsigned())
-            return m_positions.at(value.get<std::size_t>());
-        const auto isTaken = [](const Json& part) { return part.is_number_unsigned(); };
-        if (value.is_array() && std::any_of(value.begin(), value.end(), isTaken))
-            throw BadFeature{"a position is no array of longitude, latitude and height"};
-        return PositionIn(value);
-    }
-
-private:
-    static bool IsPosition(const Json& array)
-    {
-        const auto isNumber = [](const Json& value) { return value.is_number_float(); };
-        return array.size() >= 2 && std::all_of(array.begin(), array.end(), isNumber);
-    }
-
-    std::vector<Position> m_positions;
-    bool m_isInCoordinates = false;
-};
-
-Position ReadPosition(const Json& value, const CPositions& taken)
-{
-    const Position position = taken.Of(value);
     const std::string problem = ImpossiblePlace(position.place);
     if (!problem.empty())
         throw BadFeature{problem};
     return position;
 }
 
-std::vector<Position> ReadGeometry(const Json& geometry, const CPositions& taken)
+Positions LinePositions(const Json& coordinates, const std::string& type, const CPositions& taken)
+{
+    Positions positions = PositionsOf(coordinates, type, taken);
+    for (const Position& position : positions)
+        Checked(position);
+    return positions;
+}
+
+/// The lines of a geometry, of which only a MultiLineString has several; without a geometry, one
+/// without points.
+std::vector<Positions> ReadGeometry(const Json& geometry, const CPositions& taken)
 {
     if (geometry.is_null())
-        return {};
+        return {{}};
     const std::string type = TextIn(MemberOf(geometry, "type"));
     const Json& coordinates = MemberOf(geometry, "coordinates");
     if (type == "Point")
-        return {ReadPosition(coordinates, taken)};
-    if (type != "LineString")
+        return {{Checked(taken.Of(coordinates))}};
+    if (type == "LineString")
+        return {LinePositions(coordinates, type, taken)};
+    if (type != "MultiLineString")
         throw BadFeature{"its geometry is no LineString but \"" + type + "\""};
-    if (coordinates.is_number_unsigned())
-        throw BadFeature{"a position is no array of longitude, latitude and height"};
-    if (!coordinates.is_array())
-        throw BadFeature{"the LineString has no coordinates"};
-    std::vector<Position> positions;
-    positions.reserve(coordinates.size());
-    for (const Json& coordinate : coordinates)
-        positions.push_back(ReadPosition(coordinate, taken));
-    return positions;
+    if (!coordinates.is_array() || coordinates.empty())
+        throw BadFeature{"the MultiLineString has no coordinates"};
+    std::vector<Positions> lines;
+    for (const Json& line : coordinates)
+        lines.push_back(LinePositions(line, type, taken));
+    return lines;
 }
 
 std::optional<GeodeticPlace> ReadOrigin(const Json& properties)
 {
     const Json& origin = MemberOf(properties, "origin");
-    if (origin.is_null())
-        return std::nullopt;
+    if (!origin.is_object())
+        return std::nullopt; // nobody's, or a word of another program
     const GeodeticPlace place{NumberIn(MemberOf(origin, "latitude"), "the origin's latitude"),
                               NumberIn(MemberOf(origin, "longitude"), "the origin's longitude"),
                               NumberIn(MemberOf(origin, "height"), "the origin's height")};
@@ -265,27 +184,33 @@ WaylineContent FromGeometry(Kestrove::EWaylineType kind, std::vector<WaylinePoin
     return content;
 }
 
-WaylineContent ReadFeature(const Json& feature, const WaylineReading& reading,
-                           const std::optional<CLocalFrame>& frame, const CPositions& taken)
+std::optional<OwnWayline> OwnWaylineOf(const Json& properties, const Positions& positions,
+                                       Kestrove::EWaylineType kind)
 {
-    const bool isFeature = TextIn(MemberOf(feature, "type")) == "Feature";
-    const std::vector<Position> positions =
-        ReadGeometry(isFeature ? MemberOf(feature, "geometry") : feature, taken);
+    const std::optional<GeodeticPlace> origin = ReadOrigin(properties);
+    const std::optional<WaylineContent> content =
+        origin && !PointNames(kind).empty() ? ReadParameters(properties, kind) : std::nullopt;
+    if (!content)
+        return std::nullopt;
+    CheckGeometry(*content, positions, CLocalFrame(*origin));
+    return OwnWayline{*content, *origin};
+}
+
+WaylineContent ReadLine(const Json& feature, const Positions& positions,
+                        const WaylineReading& reading, const std::optional<CLocalFrame>& frame)
+{
     const Json& properties = MemberOf(feature, "properties");
     const Kestrove::EWaylineType kind = ReadKind(properties, reading.kind);
     if (positions.empty() && PointCountOf(kind) != 0U)
         throw BadFeature{"its geometry has no points for the kind " + std::string(KindTitle(kind))};
-    const std::optional<GeodeticPlace> ownOrigin = ReadOrigin(properties);
+    const std::optional<OwnWayline> own = OwnWaylineOf(properties, positions, kind);
     WaylineContent content;
     if (!frame && !(positions.empty() && PointCountOf(kind) == 0U))
-        throw BadFeature{"the file tells no origin of the local frame: --origin LAT,LON,HEIGHT"};
-    const std::optional<WaylineContent> parameters =
-        ownOrigin && !PointNames(kind).empty() ? ReadParameters(properties, kind) : std::nullopt;
-    if (parameters) {
-        const CLocalFrame ownFrame(*ownOrigin);
-        CheckGeometry(*parameters, positions, ownFrame);
-        content =
-            *ownOrigin == frame->Origin() ? *parameters : Moved(*parameters, ownFrame, *frame);
+        throw NoOrigin{{"the file tells no origin of the local frame: --origin LAT,LON,HEIGHT"}};
+    if (own) {
+        content = own->origin == frame->Origin()
+                      ? own->content
+                      : Moved(own->content, CLocalFrame(own->origin), *frame);
     } else {
         content = FromGeometry(kind, frame ? LocalPoints(positions, *frame)
                                            : std::vector<WaylinePoint>());
@@ -294,24 +219,20 @@ WaylineContent ReadFeature(const Json& feature, const WaylineReading& reading,
     return content;
 }
 
-/// The features of a file; a geometry alone counts as one.
-std::vector<Json> FeaturesIn(Json file)
+/// The waylines of a feature: of a MultiLineString one a part.
+std::vector<WaylineContent> ReadFeature(const Json& feature, const WaylineReading& reading,
+                                        const std::optional<CLocalFrame>& frame,
+                                        const CPositions& taken)
 {
-    const std::string type = TextIn(MemberOf(file, "type"));
-    std::vector<Json> features;
-    if (type == "Feature" || type == "LineString") {
-        features.push_back(std::move(file));
-        return features;
+    std::vector<WaylineContent> waylines;
+    const std::vector<Positions> lines = ReadGeometry(GeometryOf(feature), taken);
+    for (const Positions& positions : lines) {
+        waylines.push_back(ReadLine(feature, positions, reading, frame));
+        std::string& name = waylines.back().name;
+        if (lines.size() > 1)
+            name += (name.empty() ? "part " : ", part ") + std::to_string(waylines.size());
     }
-    if (MemberOf(file, "type").is_null())
-        throw BadFeature{"it is no GeoJSON with features: it has no type"};
-    if (type != "FeatureCollection")
-        throw BadFeature{"it is no GeoJSON with features: its type is \"" + type + "\""};
-    if (!MemberOf(file, "features").is_array())
-        throw BadFeature{"the FeatureCollection has no array of features"};
-    for (Json& feature : file["features"])
-        features.push_back(std::move(feature));
-    return features;
+    return waylines;
 }
 
 std::optional<GeodeticPlace> FirstOrigin(const std::vector<Json>& features)
@@ -331,33 +252,44 @@ std::optional<GeodeticPlace> FirstOrigin(const std::vector<Json>& features)
 
 } // namespace
 
+std::optional<OwnWayline> ReadOwnWayline(const Json& feature, const Positions& positions)
+{
+    const Json& properties = MemberOf(feature, "properties");
+    const Json& kind = MemberOf(properties, "kind");
+    if (kind.is_null() || !MemberOf(properties, "origin").is_object())
+        return std::nullopt;
+    return OwnWaylineOf(properties, positions, ReadKind(properties, Kestrove::EWaylineTypeABCurve));
+}
+
 WaylineList ReadWaylineGeoJson(const std::string& text, const WaylineReading& reading)
 {
     WaylineList list;
-    std::vector<Json> features;
-    CPositions positions;
-    const auto take = [&positions](int depth, Json::parse_event_t event, Json& parsed) {
-        return positions.Take(depth, event, parsed);
-    };
+    std::optional<CGeoJsonFile> file;
     try {
-        features = FeaturesIn(Json::parse(text, take));
-    } catch (const Json::parse_error& error) {
-        list.problems.push_back("byte " + std::to_string(error.byte) + ": this is no JSON");
-        return list;
-    } catch (const Json::exception&) {
-        list.problems.push_back("there is a number in it that is too large");
-        return list;
+        file.emplace(text);
     } catch (const BadFeature& problem) {
         list.problems.push_back(problem.text);
         return list;
     }
+    const std::vector<Json>& features = file->Features();
     list.origin = reading.origin ? reading.origin : FirstOrigin(features);
     std::optional<CLocalFrame> frame;
     if (list.origin)
         frame.emplace(*list.origin);
+    // Areas are the boundaries of fields, which a file may have beside its lines.
+    const bool hasLines =
+        std::any_of(features.begin(), features.end(), [](const Json& one) { return !IsArea(one); });
     for (std::size_t i = 0; i < features.size(); ++i) {
+        if (hasLines && IsArea(features[i])) {
+            ++list.boundaries;
+            continue;
+        }
         try {
-            list.entries.push_back({i + 1, ReadFeature(features[i], reading, frame, positions)});
+            for (WaylineContent& content : ReadFeature(features[i], reading, frame, file->Places()))
+                list.entries.push_back({i + 1, std::move(content)});
+        } catch (const NoOrigin& problem) {
+            list.lacksOrigin = true;
+            list.problems.push_back("feature " + std::to_string(i + 1) + ": " + problem.text);
         } catch (const BadFeature& problem) {
             list.problems.push_back("feature " + std::to_string(i + 1) + ": " + problem.text);
         }

@@ -1,9 +1,11 @@
 #ifndef KESTROVE_TOOLS_NAVCTL_WAYLINE_WAYLINEGEOJSON_H
 #define KESTROVE_TOOLS_NAVCTL_WAYLINE_WAYLINEGEOJSON_H
 
+#include <optional>
 #include <string>
 
 #include "tools/navctl/files/TextSink.h"
+#include "tools/navctl/wayline/GeoJsonFile.h"
 #include "tools/navctl/wayline/WaylineList.h"
 
 /// Reads GeoJSON (RFC 7946): a FeatureCollection, a Feature or a geometry. A feature that
@@ -11,9 +13,25 @@
 /// wayline of the kind of its property "kind" or, without one, of the one asked for.
 ///
 /// The frame is that of the origin asked for; without one, of the first origin that the file tells.
+/// Areas beside lines are counted and passed over.
 ///
 /// @param text the whole file.
 WaylineList ReadWaylineGeoJson(const std::string& text, const WaylineReading& reading);
+
+/// A wayline whose values stand in full in the properties of a feature.
+struct OwnWayline
+{
+    WaylineContent content;
+    GeodeticPlace origin; ///< of its local frame
+};
+
+/// The wayline of a feature that WriteWaylineGeoJson() has written.
+///
+/// @param positions those of the feature's geometry.
+/// @return nothing when the geometry alone says where the wayline is.
+/// @throws BadFeature when its properties make none, or say something else than its geometry.
+std::optional<OwnWayline> ReadOwnWayline(const CGeoJsonFile::Json& feature,
+                                         const Positions& positions);
 
 /// Writes a FeatureCollection piece by piece, a feature a wayline: as its geometry the wayline's
 /// outline, for a path and a replay none; as its properties the kind, the origin and, of the kinds

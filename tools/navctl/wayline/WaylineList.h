@@ -1,6 +1,7 @@
 #ifndef KESTROVE_TOOLS_NAVCTL_WAYLINE_WAYLINELIST_H
 #define KESTROVE_TOOLS_NAVCTL_WAYLINE_WAYLINELIST_H
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -28,6 +29,10 @@ struct WaylineList
     std::vector<Entry> entries;
     std::vector<std::string> problems;   ///< each with its place in the file
     std::optional<GeodeticPlace> origin; ///< of the frame, where the reading has used one
+    bool isOriginChosen = false;         ///< nobody has named the origin: it is a place of the file
+    bool lacksOrigin = false; ///< there are places in it, and neither the file nor the reading has
+                              ///< an origin
+    std::size_t boundaries = 0; ///< areas that were passed over
 };
 
 /// Whether this many points make a wayline of the kind.

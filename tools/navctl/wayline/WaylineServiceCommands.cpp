@@ -93,6 +93,26 @@ void ReportSet(CContext& context, const WaylineContent& wanted, const HeldWaylin
            held.content ? WaylineWords(*held.content) : "no complete wayline");
 }
 
+/// Moves the service's local frame to where a line was read into. Not while the machine is steered:
+/// it would follow its present line at another place until the new one is there.
+///
+/// @return false when it was not moved; that has been told then and the exit code is set.
+bool MoveOrigin(CContext& context, const GeodeticPlace& origin)
+{
+    const COutcome steering = CallByName(context, "is-steering-engaged", {});
+    if (!GotThrough(context, FindOperation("is-steering-engaged"), steering))
+        return false;
+    if (steering.value.is_boolean() && steering.value.get<bool>()) {
+        context.Fail(kExitRefused,
+                     "the line needs an origin of the local frame beside it, and that "
+                     "is not moved while steering is engaged; disengage, or name the "
+                     "service's own with --origin LAT,LON,HEIGHT");
+        return false;
+    }
+    context.Navigation().SetWaylineOrigin({origin.latitude, origin.longitude, origin.height});
+    return true;
+}
+
 void Set(CContext& context, const WaylineSource& source)
 {
     const std::optional<WaylineList> list = ReadSource(context, source);
@@ -101,9 +121,12 @@ void Set(CContext& context, const WaylineSource& source)
     if (list->entries.size() != 1) {
         return context.Fail(kExitUsage, source.file + ": there are " +
                                             std::to_string(list->entries.size()) +
-                                            " waylines in it; choose one: --line NUMBER");
+                                            " waylines in it; choose one by its name or "
+                                            "number: --line LINE");
     }
     if (!context.Reach())
+        return;
+    if (list->isOriginChosen && !MoveOrigin(context, *list->origin))
         return;
     const WaylineContent& wanted = list->entries.front().content;
     // The reply tells nothing, what the service holds afterwards does.

@@ -29,6 +29,87 @@ Kestrove::EWaylineType ParseKind(const std::string& name, const std::string& tex
                                          ", nor the code of one" + Suggestion(text, words));
 }
 
+bool IsDigits(const std::string& text)
+{
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+void TakeLine(WaylineSource& source, const std::string& text)
+{
+    source.line = text;
+    if (!IsDigits(text))
+        return;
+    std::string number = text;
+    const std::string problem = WholeNumberWithin(1, kMostLines)(number);
+    if (!problem.empty())
+        throw CLI::ValidationError("--line", problem);
+    source.number = std::stoull(text);
+}
+
+/// The wayline of the name that is wanted or, where none has it, of the number.
+std::string ChooseEntry(WaylineList& list, const WaylineSource& source)
+{
+    const auto leave = [&](const auto& isWanted) {
+        const auto wanted = std::find_if(list.entries.begin(), list.entries.end(), isWanted);
+        if (wanted == list.entries.end())
+            return false;
+        const WaylineList::Entry only = *wanted;
+        list.entries = {only};
+        return true;
+    };
+    if (source.line.empty() ||
+        leave([&](const auto& entry) { return entry.content.name == source.line; }))
+        return {};
+    if (!source.number)
+        return "there is no wayline \"" + source.line + "\" in it";
+    if (leave([&](const auto& entry) { return entry.number == *source.number; }))
+        return {};
+    return "there is no wayline in line " + std::to_string(*source.number);
+}
+
+/// Whether points alone can make the kind that was asked for; if not, that has been told.
+bool HasUsableKind(CContext& context, const WaylineSource& source)
+{
+    const Kestrove::EWaylineType kind = source.reading.kind;
+    if (IsKindOfPoints(kind))
+        return true;
+    context.Fail(kExitUsage,
+                 "--kind " + KindName(kind) + ": points alone make no " + KindTitle(kind));
+    return false;
+}
+
+/// Reads the lines of a file of fields.
+std::optional<WaylineList> ReadFieldWaylines(CContext& context, const WaylineSource& source,
+                                             CSourceFile& file)
+{
+    const std::optional<CFieldFile> fields = ReadFieldSource(context, source, file);
+    return fields ? std::optional(WaylinesOf(*fields, source.reading.origin)) : std::nullopt;
+}
+
+/// Reads a file that has waylines alone.
+///
+/// @return nothing when it cannot be read; that has been told then and the exit code is set.
+std::optional<WaylineList> ReadList(CContext& context, const WaylineSource& source,
+                                    CSourceFile& file, EFileContent content)
+{
+    if (!file.Problem().empty()) {
+        const std::string problem = source.file + ": " + file.Problem();
+        context.Fail(kExitUsage, problem, {{"problems", {problem}}});
+        return std::nullopt;
+    }
+    if (content != EFileContent::GeoJson) {
+        return ReadWaylineLines(file.Lines(), source.file,
+                                source.format.value_or(WaylineFormatOf(source.file)),
+                                source.reading);
+    }
+    try {
+        return ReadWaylineJson(file.Bytes(), source.file, source.reading);
+    } catch (const CFieldFileProblem& problem) {
+        context.Fail(kExitUsage, source.file + ": " + problem.what());
+        return std::nullopt;
+    }
+}
+
 void TellProblems(CContext& context, const std::vector<std::string>& problems)
 {
     context.Fail(kExitUsage, problems.front(), {{"problems", problems}});
@@ -66,6 +147,40 @@ void AddFormatOption(CLI::App& command, const char* name, const char* help,
         ->type_name("FORMAT");
 }
 
+void AddFieldFormatOption(CLI::App& command, std::optional<EFieldFormat>& format)
+{
+    command
+        .add_option_function<std::string>(
+            "--to", [&format](const std::string& word) { format = FieldFormatCalled(word); },
+            "isoxml, isoxml3 (version 3), kml, kmz, shapefile, geopackage or geojson; otherwise "
+            "told from the ending of the target's name")
+        ->check(WordAmong(WordsOf(FieldFormatNames())))
+        ->type_name("FORMAT");
+}
+
+void AddTargetFormatOption(CLI::App& command, std::optional<EWaylineFormat>& format,
+                           std::optional<EFieldFormat>& fieldFormat)
+{
+    std::vector<std::string> words = WordsOf(WaylineFormatNames());
+    for (const std::string& word : WordsOf(FieldFormatNames())) {
+        if (WaylineFormatNames().find(word) == WaylineFormatNames().end())
+            words.push_back(word);
+    }
+    command
+        .add_option_function<std::string>(
+            "--to",
+            [&](const std::string& word) {
+                fieldFormat = FieldFormatCalled(word);
+                const auto found = WaylineFormatNames().find(word);
+                if (found != WaylineFormatNames().end())
+                    format = found->second;
+            },
+            "text, geojson, csv, isoxml, isoxml3 (version 3), kml, kmz, shapefile or geopackage; "
+            "otherwise told from the ending of the target's name")
+        ->check(WordAmong(words))
+        ->type_name("FORMAT");
+}
+
 void AddOriginOption(CLI::App& command, std::optional<GeodeticPlace>& origin)
 {
     command
@@ -94,44 +209,99 @@ void AddWaylineSource(CLI::App& command, WaylineSource& source)
 {
     command.add_option("FILE", source.file, "The file; - for standard input")->required();
     AddFormatOption(command, "--from",
-                    "text, geojson or csv; otherwise told from the ending of the file's name",
+                    "text, geojson or csv; otherwise told from what the file begins with and "
+                    "the ending of its name",
                     source.format);
     AddOriginOption(command, source.reading.origin);
     AddKindOption(command, "--kind",
                   "What points without a kind are: ab, circle, spline or ab-curve (the default)",
-                  source.reading.kind);
+                  source.reading.kind)
+        ->each([&source](const std::string&) { source.hasKind = true; });
     command
-        .add_option("--line", source.number,
-                    "The line (of GeoJSON the feature) of the only wayline that is wanted")
-        ->check(WholeNumberWithin(1, kMostLines))
-        ->type_name("NUMBER");
+        .add_option_function<std::string>(
+            "--line", [&source](const std::string& text) { TakeLine(source, text); },
+            "The name of the only wayline that is wanted, or its number: the line in the file, of "
+            "GeoJSON the feature")
+        ->type_name("LINE");
+    command.add_option("--field", source.field, "The name of the only field that is wanted")
+        ->type_name("NAME");
+}
+
+std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& source,
+                                      CSourceFile& file)
+{
+    if (!HasUsableKind(context, source))
+        return std::nullopt;
+    const EFileContent content = ContentOf(source, file);
+    if (content == EFileContent::Fields ||
+        (content == EFileContent::GeoJson && !source.field.empty()))
+        return ReadFieldWaylines(context, source, file);
+    if (content == EFileContent::Unknown) {
+        context.Fail(kExitUsage, source.file + ": its format is not known; supported are " +
+                                     SupportedFieldFormats());
+        return std::nullopt;
+    }
+    if (!source.field.empty()) {
+        context.Fail(kExitUsage, source.file + ": --field: its format has no fields");
+        return std::nullopt;
+    }
+    std::optional<WaylineList> list = ReadList(context, source, file, content);
+    if (!list)
+        return list;
+    // What other programs have drawn on a map: places on the earth and no frame.
+    if (list->lacksOrigin)
+        return ReadFieldWaylines(context, source, file);
+    if (!list->problems.empty()) {
+        // Not one line of it is a wayline: it is something else.
+        if (list->entries.empty() && content == EFileContent::Other && !source.format)
+            list->problems.front() += "; supported are " + SupportedFieldFormats();
+        TellProblems(context, list->problems);
+        return std::nullopt;
+    }
+    const std::string problem = ChooseEntry(*list, source);
+    if (problem.empty())
+        return list;
+    context.Fail(kExitUsage, source.file + ": " + problem);
+    return std::nullopt;
 }
 
 std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& source)
 {
-    const Kestrove::EWaylineType kind = source.reading.kind;
-    if (!IsKindOfPoints(kind)) {
-        context.Fail(kExitUsage,
-                     "--kind " + KindName(kind) + ": points alone make no " + KindTitle(kind));
+    CSourceFile file(source.file);
+    return ReadSource(context, source, file);
+}
+
+EFileContent ContentOf(const WaylineSource& source, CSourceFile& file)
+{
+    if (source.format && !file.IsFolder()) {
+        return source.format == EWaylineFormat::GeoJson ? EFileContent::GeoJson
+                                                        : EFileContent::Other;
+    }
+    const EFileContent content = file.Content();
+    const bool isNamedJson = WaylineFormatOf(source.file) == EWaylineFormat::GeoJson;
+    return content == EFileContent::Other && isNamedJson ? EFileContent::GeoJson : content;
+}
+
+FieldChoice ChoiceOf(const WaylineSource& source)
+{
+    return {source.field, source.line,
+            source.hasKind ? std::optional(source.reading.kind) : std::nullopt};
+}
+
+std::optional<CFieldFile> ReadFieldSource(CContext& context, const WaylineSource& source,
+                                          CSourceFile& file)
+{
+    if (!HasUsableKind(context, source))
+        return std::nullopt;
+    const FieldChoice choice = ChoiceOf(source);
+    std::optional<CFieldFile> fields = ReadFields(context, file, choice);
+    if (!fields)
+        return std::nullopt;
+    const std::string problem = ChooseLines(*fields, choice);
+    if (!problem.empty()) {
+        context.Fail(kExitUsage, source.file + ": " + problem);
         return std::nullopt;
     }
-    WaylineList list = ReadWaylineFile(
-        source.file, source.format.value_or(WaylineFormatOf(source.file)), source.reading);
-    if (!list.problems.empty()) {
-        TellProblems(context, list.problems);
-        return std::nullopt;
-    }
-    if (!source.number)
-        return list;
-    const auto wanted =
-        std::find_if(list.entries.begin(), list.entries.end(),
-                     [&](const auto& entry) { return entry.number == *source.number; });
-    if (wanted == list.entries.end()) {
-        context.Fail(kExitUsage, source.file + ": there is no wayline in line " +
-                                     std::to_string(*source.number));
-        return std::nullopt;
-    }
-    const WaylineList::Entry only = *wanted;
-    list.entries = {only};
-    return list;
+    TellRefused(*fields, source.file, choice);
+    return fields;
 }

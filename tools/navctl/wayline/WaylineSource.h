@@ -8,17 +8,35 @@
 
 #include <CLI/CLI.hpp>
 
+#include "tools/fieldfiles/FieldFormat.h"
 #include "tools/navctl/Context.h"
+#include "tools/navctl/fields/FieldSource.h"
 #include "tools/navctl/wayline/WaylineFile.h"
 
 /// The file of waylines that a command line names, and how it is to be read.
 struct WaylineSource
 {
     std::string file;
-    std::optional<EWaylineFormat> format; ///< otherwise by the file's name
+    std::optional<EWaylineFormat> format; ///< otherwise by the file's beginning and name
     WaylineReading reading;
     std::optional<std::uint64_t> number; ///< of the only wayline that is wanted
+    std::string line;                    ///< the name or number of the only wayline that is wanted
+    std::string field;                   ///< the name of the only field that is wanted
+    bool hasKind = false;                ///< whether the kind in `reading` was asked for
 };
+
+/// What the file of a source is: by the format that was named, otherwise by its beginning.
+EFileContent ContentOf(const WaylineSource& source, CSourceFile& file);
+
+/// What is wanted of a file of fields.
+FieldChoice ChoiceOf(const WaylineSource& source);
+
+/// Reads a file of fields and leaves in it what is wanted.
+///
+/// @return nothing when something is wrong with it; that has been told then and the exit code is
+/// set.
+std::optional<CFieldFile> ReadFieldSource(CContext& context, const WaylineSource& source,
+                                          CSourceFile& file);
 
 /// The words for the formats.
 const std::map<std::string, EWaylineFormat>& WaylineFormatNames();
@@ -33,6 +51,13 @@ void AddWaylineSource(CLI::App& command, WaylineSource& source);
 void AddFormatOption(CLI::App& command, const char* name, const char* help,
                      std::optional<EWaylineFormat>& format);
 
+/// Adds the option "--to" for formats of files of fields.
+void AddFieldFormatOption(CLI::App& command, std::optional<EFieldFormat>& format);
+
+/// Adds the option "--to" for all formats; one of the two receives what it names.
+void AddTargetFormatOption(CLI::App& command, std::optional<EWaylineFormat>& format,
+                           std::optional<EFieldFormat>& fieldFormat);
+
 /// Adds the option "--origin".
 void AddOriginOption(CLI::App& command, std::optional<GeodeticPlace>& origin);
 
@@ -45,5 +70,7 @@ CLI::Option* AddKindOption(CLI::App& command, const char* name, const char* help
 /// @return nothing when something is wrong with it; that has been told then, a line each, and the
 ///         exit code is set.
 std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& source);
+std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& source,
+                                      CSourceFile& file);
 
 #endif

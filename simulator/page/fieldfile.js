@@ -1,0 +1,83 @@
+// Files of fields as farmers' programs have them: ISOXML, Shapefile, GeoPackage, KML, KMZ and GeoJSON. They are read
+// here, by the browser, and never by the service.
+import { FieldReading } from "./fieldreading.js";
+import { FileProblem, limits } from "./fieldplaces.js";
+import { Zip } from "./fieldzip.js";
+import { readGeoJson } from "./fieldmaps.js";
+import { readPackage } from "./fieldtables.js";
+import { readShapes } from "./fieldshapes.js";
+import { readXml, rootOf } from "./fieldxml.js";
+
+const supported = "read are ISOXML (TASKDATA.XML with its other files, or a zip), Shapefile (its files together, or a "
+  + "zip), GeoPackage, KML, KMZ and GeoJSON";
+
+const stemOf = (name) => name.slice(name.lastIndexOf("/") + 1).replace(/\.[^.]*$/, "");
+const startsWith = (bytes, text) => [...text].every((letter, i) => bytes[i] === letter.charCodeAt(0));
+
+async function readZip(bytes, reading) {
+  const zip = new Zip(bytes);
+  const main = zip.shallowest((path) => /(^|\/)taskdata\.xml$/.test(path), "taskdata/taskdata.xml")
+    ?? zip.shallowest((path) => path.endsWith(".kml"), "doc.kml");
+  if (main !== undefined) {
+    const beside = async (name) => {
+      const entry = zip.beside(main, name);
+      return entry === undefined ? undefined : zip.unpack(entry);
+    };
+    await readXml(rootOf(await zip.unpack(main)), reading, beside);
+    return;
+  }
+  const shapes = zip.entries.filter(({ path }) => path.toLowerCase().endsWith(".shp"));
+  if (shapes.length === 0) throw new FileProblem(`the zip has none of what is read: ${supported}`);
+  for (const entry of shapes) {
+    const parts = {};
+    for (const ending of ["shp", "dbf", "prj", "cpg"]) {
+      const part = zip.beside(entry, `${stemOf(entry.path)}.${ending}`);
+      if (part !== undefined) parts[ending] = await zip.unpack(part);
+    }
+    readShapes(parts, stemOf(entry.path), reading);
+  }
+}
+
+/** Reads what a file is by its beginning; `beside` gives the bytes of a file that was chosen with it. */
+async function readContent({ name, bytes }, reading, beside) {
+  const text = new TextDecoder().decode(bytes.subarray(0, 512)).trimStart();
+  const isWide = (bytes[0] === 0xff && bytes[1] === 0xfe) || (bytes[0] === 0xfe && bytes[1] === 0xff);
+  if (startsWith(bytes, "PK\x03\x04") || startsWith(bytes, "PK\x05\x06")) await readZip(bytes, reading);
+  else if (startsWith(bytes, "SQLite format 3\0")) readPackage(bytes, reading);
+  else if (startsWith(bytes, "\0\0\x27\x0a")) {
+    const parts = { shp: bytes };
+    for (const ending of ["dbf", "prj", "cpg"]) parts[ending] = await beside(`${stemOf(name)}.${ending}`);
+    readShapes(parts, stemOf(name), reading);
+  } else if (text.startsWith("<") || isWide) await readXml(rootOf(bytes), reading, beside);
+  else if (text.startsWith("{")) readGeoJson(new TextDecoder().decode(bytes), reading);
+  else throw new FileProblem(`its format is not known; ${supported}`);
+}
+
+/** Which of several files is the one that the others belong to. */
+function mainOf(files) {
+  const called = (pattern) => files.find(({ name }) => pattern.test(name));
+  return called(/^taskdata\.xml$/i) ?? called(/\.shp$/i) ?? files[0];
+}
+
+/**
+ * Reads a file of fields, with those that were chosen together with it.
+ *
+ * @param {{name: string, bytes: Uint8Array}[]} files
+ * @returns {{fields: object[], left: string[]}} fields {name, lines, boundaries}; what is left out, in words.
+ * Throws an Error with the reason when there is nothing that can be used.
+ */
+export async function readFields(files) {
+  if (files.reduce((sum, { bytes }) => sum + bytes.length, 0) > limits.bytes) {
+    throw new FileProblem(`more than the ${limits.bytes >> 20} MiB that are read`);
+  }
+  const beside = async (wanted) =>
+    files.find(({ name }) => name.toLowerCase() === wanted.toLowerCase())?.bytes;
+  const reading = new FieldReading();
+  try {
+    await readContent(mainOf(files), reading, beside);
+  } catch (error) {
+    // What a part announces lies beyond the file's end.
+    throw error instanceof RangeError ? new FileProblem("the file is broken") : error;
+  }
+  return reading.result();
+}

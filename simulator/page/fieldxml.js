@@ -1,0 +1,219 @@
+// KML and ISOXML, of which the browser's own reader of XML makes elements.
+import { FileProblem, LocalFrame, checkedPlace, limits, samePlace } from "./fieldplaces.js";
+import { addFeature } from "./fieldmaps.js";
+import { headingTo, radians } from "./geometry.js";
+import { makeLine } from "./fieldreading.js";
+
+/** The text of a document of XML, in the encoding that its byte order mark names. */
+function textOf(bytes) {
+  if (bytes[0] === 0xff && bytes[1] === 0xfe) return new TextDecoder("utf-16le").decode(bytes);
+  if (bytes[0] === 0xfe && bytes[1] === 0xff) return new TextDecoder("utf-16be").decode(bytes);
+  return new TextDecoder().decode(bytes);
+}
+
+/** The root of a document. Document types, which may define entities, are refused. */
+export function rootOf(bytes) {
+  const text = textOf(bytes);
+  if (/<!DOCTYPE/i.test(text)) throw new FileProblem("the XML has a document type, which is not read");
+  const document = new DOMParser().parseFromString(text, "application/xml");
+  const problem = document.getElementsByTagName("parsererror")[0];
+  if (problem !== undefined) {
+    throw new FileProblem(`the XML is broken: ${problem.textContent.trim().split("\n").slice(0, 2).join(" ").slice(0, 200)}`);
+  }
+  return document.documentElement;
+}
+
+const childrenOf = (element, name) => [...element.children].filter((child) => child.localName === name);
+const childOf = (element, name) => [...(element?.children ?? [])].find((child) => child.localName === name);
+const wordsOf = (element) => (element?.textContent ?? "").trim().slice(0, 1000);
+
+function number(text, what) {
+  const trimmed = (text ?? "").trim();
+  if (trimmed === "") return null;
+  const value = Number(trimmed);
+  if (!/^[-+.0-9eE]+$/.test(trimmed) || !Number.isFinite(value)) throw new FileProblem(`${what} is no number`);
+  return value;
+}
+
+function kmlPlaces(element) {
+  const text = (childOf(element, "coordinates")?.textContent ?? "").trim().replace(/\s*,\s*/g, ",");
+  if (text === "") return [];
+  // Altitudes are above the sea, and do not count.
+  return text.split(/\s+/).map((tuple) => {
+    const values = tuple.split(",");
+    const [east, north] = values.map((value) => number(value, "a coordinate"));
+    if (values.length < 2 || values.length > 3 || east === null || north === null) {
+      throw new FileProblem("a coordinate is no pair of longitude and latitude");
+    }
+    return checkedPlace(east, north);
+  });
+}
+
+function sortKml(element, found, depth = 0) {
+  const name = element.localName;
+  if (name === "LineString" || name === "LinearRing") found.parts.push(kmlPlaces(element));
+  if (name === "Polygon") {
+    const sides = [...childrenOf(element, "outerBoundaryIs"), ...childrenOf(element, "innerBoundaryIs")];
+    found.areas.push(sides.map((side) => kmlPlaces(childOf(side, "LinearRing"))));
+  }
+  if (name === "MultiGeometry" && depth < limits.depth) [...element.children].forEach((child) => sortKml(child, found, depth + 1));
+}
+
+/** The value of a name in a placemark's extended data, in either of its two forms. */
+function dataOf(placemark, name) {
+  const extended = childOf(placemark, "ExtendedData");
+  if (extended === undefined) return "";
+  const data = childrenOf(extended, "Data").find((one) => one.getAttribute("name") === name);
+  if (data !== undefined) return wordsOf(childOf(data, "value"));
+  const simple = childrenOf(extended, "SchemaData").flatMap((one) => [...one.children]);
+  return wordsOf(simple.find((one) => one.getAttribute("name") === name));
+}
+
+/** The name of the nearest folder around a placemark that has one. */
+function folderOf(placemark) {
+  for (let node = placemark.parentElement; node; node = node.parentElement) {
+    const isFolder = node.localName === "Folder" || node.localName === "Document";
+    if (isFolder && wordsOf(childOf(node, "name")) !== "") return wordsOf(childOf(node, "name"));
+  }
+  return "Field";
+}
+
+function readKml(root, reading) {
+  for (const placemark of root.getElementsByTagNameNS("*", "Placemark")) {
+    const name = wordsOf(childOf(placemark, "name"));
+    reading.attempt("placemark", name, () => {
+      const found = { parts: [], areas: [] };
+      [...placemark.children].forEach((child) => sortKml(child, found));
+      addFeature(reading, folderOf(placemark), { ...found, name, field: dataOf(placemark, "field"),
+        word: dataOf(placemark, "kind"), heading: number(dataOf(placemark, "heading"), "the heading") });
+    });
+  }
+}
+
+/** Reads what a KML links to of the files beside it: some programs write a layer into a file of its own. */
+async function readLinked(root, reading, beside) {
+  const links = [...root.getElementsByTagNameNS("*", "NetworkLink")].map((link) =>
+    wordsOf(childOf(childOf(link, "Link") ?? childOf(link, "Url"), "href")));
+  for (const path of new Set(links)) {
+    const isBeside = path !== "" && !path.includes(":");
+    const bytes = isBeside ? await beside(path) : undefined;
+    if (bytes === undefined) reading.leave(`what it links to, “${path.slice(0, 80)}”`);
+    else readKml(rootOf(bytes), reading);
+  }
+}
+
+const code = (element, attribute) => Number.parseInt(element.getAttribute(attribute) ?? "", 10) || 0;
+const named = (element, attribute, otherwise) => ((element.getAttribute(attribute) ?? "").trim() || otherwise).slice(0, 1000);
+
+function isoPoints(line) {
+  return childrenOf(line, "PNT").map((point) => {
+    if ((point.getAttribute("J") ?? "").trim() !== "") {
+      throw new FileProblem("its points lie in a binary file, which is not read");
+    }
+    const [north, east, up] = ["C", "D", "E"].map((name) => number(point.getAttribute(name), `a point's ${name}`));
+    if (north === null || east === null) throw new FileProblem("it has a point without north and east (C and D)");
+    return { type: code(point, "A"), place: checkedPlace(east, north, up === null ? null : up / 1000) };
+  });
+}
+
+/** The three points of a circle: from its centre and its radius, or from the ends of an arc. */
+function pivotPlaces(pattern, points) {
+  const ofType = (type) => points.find((point) => point.type === type)?.place;
+  let [centre, a, b] = [ofType(8), ofType(6), ofType(7)];
+  if (centre === undefined && a === undefined && b === undefined) {
+    [centre, a, b] = points.length > 2 ? points.map(({ place }) => place) : [points[0].place];
+  }
+  if (centre === undefined) throw new FileProblem("it has no centre");
+  const frame = new LocalFrame(centre);
+  const radius = a === undefined ? number(pattern.getAttribute("H"), "its radius (H)") / 1000
+    : Math.hypot(...frame.local(a).slice(0, 2));
+  if (!(radius > 0 && radius <= 100000)) throw new FileProblem("it has neither a radius (H) nor an arc");
+  const bearing = (place) => headingTo([0, 0], frame.local(place).slice(0, 2));
+  const from = a === undefined ? 0 : bearing(a);
+  const way = code(pattern, "D") === 2 ? -1 : 1;
+  const third = (Math.PI * 4) / 3;
+  let turn = third;
+  if (a !== undefined && b !== undefined && !samePlace(a, b)) {
+    turn = (way * (bearing(b) - from) + 4 * Math.PI) % (2 * Math.PI);
+    if (turn < 1e-3 || turn > 2 * Math.PI - 1e-3) turn = third;
+  }
+  return [0, 0.5, 1].map((share) => {
+    const angle = from + way * turn * share;
+    const place = frame.place([radius * Math.sin(angle), radius * Math.cos(angle)]);
+    return [place[0], place[1], centre[2]];
+  });
+}
+
+function patternLine(pattern) {
+  const kind = code(pattern, "C");
+  if (kind === 5) throw new FileProblem("a spiral is no kind of line");
+  if (kind < 1 || kind > 5) throw new FileProblem("its kind (C) is none of 1 to 5");
+  const line = childOf(pattern, "LSG");
+  const points = line === undefined ? [] : isoPoints(line);
+  if (points.length === 0) throw new FileProblem("it has no points");
+  const places = points.map(({ place }) => place);
+  const ofType = (type, otherwise) => points.find((point) => point.type === type)?.place ?? otherwise;
+  const [a, b] = [ofType(6, places[0]), ofType(7, places.at(-1))];
+  if (kind === 1) return makeLine(0, [a, b]);
+  if (kind === 3) return makeLine(4, places);
+  if (kind === 4) return { kind: 2, places: pivotPlaces(pattern, points) };
+  const heading = number(pattern.getAttribute("G"), "its heading (G)");
+  if (heading === null) throw new FileProblem("an A-plus-heading line needs a heading (G)");
+  return makeLine(1, [a], ((heading % 360) + 360) % 360);
+}
+
+function isoArea(polygon, field, reading) {
+  if (![1, 9].includes(code(polygon, "A"))) return;
+  const name = named(polygon, "B", "");
+  reading.attempt("boundary", name, () => {
+    const areas = [];
+    const early = [];
+    for (const ring of childrenOf(polygon, "LSG")) {
+      const places = isoPoints(ring).map(({ place }) => place);
+      if (code(ring, "A") === 1) areas.push([places, ...early.splice(0)]);
+      else if (code(ring, "A") === 2) (areas.at(-1) ?? early).push(places);
+    }
+    if (areas.length === 0) throw new FileProblem("it has no exterior ring");
+    areas.forEach((rings) => reading.area(field, name, rings));
+  });
+}
+
+function isoField(element, reading) {
+  const field = named(element, "C", named(element, "A", "Field"));
+  for (const child of element.children) {
+    if (child.localName === "PLN") isoArea(child, field, reading);
+    if (child.localName === "GGP") {
+      childrenOf(child, "GPN").forEach((pattern) =>
+        reading.line(field, named(pattern, "B", named(pattern, "A", "")), () => patternLine(pattern)));
+    }
+    if (child.localName === "LSG" && code(child, "A") === 5) {
+      reading.line(field, named(child, "B", "Line"), () => {
+        const places = isoPoints(child).map(({ place }) => place);
+        return makeLine(places.length === 2 ? 0 : 4, places);
+      });
+    }
+  }
+}
+
+/** Reads ISOXML; `beside` gives the bytes of a file beside the main one, or nothing. */
+async function readIsoXml(root, reading, beside) {
+  const names = new Set(childrenOf(root, "XFR").map((one) => (one.getAttribute("A") ?? "").trim())
+    .filter((name) => /^PFD/i.test(name)));
+  if (names.size > 1000) throw new FileProblem("it has more external files than are read");
+  for (const name of names) {
+    if (!/^[A-Za-z0-9_-]{1,64}$/.test(name)) throw new FileProblem(`the external file “${name.slice(0, 80)}” is not read`);
+    const bytes = await beside(`${name}.XML`);
+    if (bytes === undefined) reading.leave(`the external file ${name}.XML is missing`);
+    else childrenOf(rootOf(bytes), "PFD").forEach((field) => isoField(field, reading));
+  }
+  childrenOf(root, "PFD").forEach((field) => isoField(field, reading));
+}
+
+/** Reads what a document of XML is. */
+export async function readXml(root, reading, beside) {
+  if (root.localName === "kml") {
+    readKml(root, reading);
+    await readLinked(root, reading, beside);
+  } else if (root.localName === "ISO11783_TaskData" || root.localName === "XFC") await readIsoXml(root, reading, beside);
+  else throw new FileProblem(`this XML is none that is read: its root is ${root.localName}`);
+}

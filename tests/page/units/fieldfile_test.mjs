@@ -1,0 +1,180 @@
+import assert from "node:assert/strict";
+import test from "node:test";
+import { deflateRawSync } from "node:zlib";
+import { readFileSync } from "node:fs";
+import { DOMParser } from "./xml_elements.mjs";
+import { load } from "./page_modules.mjs";
+
+globalThis.DOMParser = DOMParser;
+const { readFields } = await load("fieldfile.js");
+const { limits } = await load("fieldplaces.js");
+const { columnsOf } = await load("fieldtables.js");
+
+const bytesOf = (text) => new TextEncoder().encode(text);
+const seed = (name) => new Uint8Array(readFileSync(new URL(`../../fuzz/field_seeds/${name}`, import.meta.url)));
+const read = (content, name = "x.bin") =>
+  readFields([{ name, bytes: typeof content === "string" ? bytesOf(content) : content }]);
+const onlyField = async (content) => {
+  const { fields } = await read(content);
+  assert.equal(fields.length, 1);
+  return fields[0];
+};
+
+/** A zip of files, packed; `announced` is how long it says that they are. */
+function zipOf(files, announced) {
+  const locals = [];
+  const entries = [];
+  let at = 0;
+  for (const [name, text] of Object.entries(files)) {
+    const packed = deflateRawSync(typeof text === "string" ? bytesOf(text) : text);
+    const title = bytesOf(name);
+    const common = Buffer.alloc(26);
+    common.writeUInt16LE(20, 0);
+    common.writeUInt16LE(8, 4);
+    common.writeUInt32LE(packed.length, 14);
+    common.writeUInt32LE(announced ?? text.length, 18);
+    common.writeUInt16LE(title.length, 22);
+    const local = Buffer.concat([Buffer.from("PK\x03\x04", "latin1"), common, title, packed]);
+    const rest = Buffer.alloc(14);
+    rest.writeUInt32LE(at, 10);
+    entries.push(Buffer.concat([Buffer.from("PK\x01\x02\x14\x00", "latin1"), common, rest, title]));
+    locals.push(local);
+    at += local.length;
+  }
+  const list = Buffer.concat(entries);
+  const end = Buffer.alloc(22);
+  end.write("PK\x05\x06", "latin1");
+  end.writeUInt16LE(entries.length, 8);
+  end.writeUInt16LE(entries.length, 10);
+  end.writeUInt32LE(list.length, 12);
+  end.writeUInt32LE(at, 16);
+  return new Uint8Array(Buffer.concat([...locals, list, end]));
+}
+
+const kml = (content) => `<?xml version="1.0"?><kml xmlns="http://www.opengis.net/kml/2.2"><Document>${content}</Document></kml>`;
+const kmlLine = (coordinates, more = "") => kml(`<Placemark><name>One</name>${more}<LineString><coordinates>${coordinates}</coordinates></LineString></Placemark>`);
+const geoJson = (geometry, properties = {}) => JSON.stringify({ type: "Feature", properties, geometry });
+
+test("what other programs have written is read in each format, longitude first", async () => {
+  for (const name of ["kml/s", "geopackage/s", "field_file/kmz", "field_file/shapes_s"]) {
+    const { lines: [line] } = await onlyField(seed(name));
+    assert.deepEqual([line.name, line.kind, line.places], ["One", 0, [[5, 52, null], [5.001, 52.001, null]]], name);
+  }
+  for (const name of ["kml/a", "geopackage/a", "field_file/shapes_a"]) {
+    const { boundaries: [area] } = await onlyField(seed(name));
+    assert.equal(area.name, "Area", name);
+    const corners = area.rings[0].map(([east, north]) => `${east} ${north}`).sort();
+    assert.deepEqual(corners, ["5 52", "5 52.001", "5.001 52"], name);
+  }
+});
+
+test("ISOXML of both versions is read, and in a zip", async () => {
+  for (const name of ["isoxml/four", "field_file/isoxml_zip"]) {
+    const { lines } = await onlyField(seed(name));
+    assert.deepEqual(lines.slice(0, 5).map(({ kind }) => kind), [0, 1, 4, 2, 2], name);
+    assert.equal(lines[1].heading, 45);
+  }
+  const { lines: [line] } = await onlyField(seed("isoxml/three"));
+  assert.deepEqual([line.kind, line.places], [0, [[5, 52, null], [5.1, 52, null]]]);
+});
+
+test("a spiral is left out by its name, and external files are sought beside the main one alone", async () => {
+  const points = '<PNT A="6" C="52" D="5"/><PNT A="7" C="52.1" D="5"/>';
+  const pattern = (kind) => `<GPN A="GPN${kind}" B="Kind ${kind}" C="${kind}"><LSG A="5">${points}</LSG></GPN>`;
+  const main = (xfr, more) => `<ISO11783_TaskData VersionMajor="4">${xfr}${more}</ISO11783_TaskData>`;
+  const field = `<PFD A="PFD1" C="North"><GGP A="GGP1">${pattern(5)}${pattern(3)}</GGP></PFD>`;
+  const { fields, left } = await readFields([
+    { name: "PFD00001.xml", bytes: bytesOf(`<XFC>${field}</XFC>`) },
+    { name: "TASKDATA.XML", bytes: bytesOf(main('<XFR A="PFD00001" B="1"/>', "")) }]);
+  assert.deepEqual(fields[0].lines.map(({ name }) => name), ["Kind 3"]);
+  assert.deepEqual(left, ["line “Kind 5”: a spiral is no kind of line"]);
+  await assert.rejects(read(main('<XFR A="PFD/../x" B="1"/>', field)), /external file/);
+});
+
+test("GeoJSON has lines, areas with holes, and its own kinds", async () => {
+  const { lines } = await onlyField(geoJson({ type: "MultiLineString", coordinates: [[[1, 2], [3, 4]], [[5, 6], [7, 8], [9, 9]]] },
+    { Name: "Two" }));
+  assert.deepEqual(lines.map(({ name, kind }) => [name, kind]), [["Two, part 1", 0], ["Two, part 2", 4]]);
+  const ring = [[0, 0], [4, 0], [4, 3], [0, 0]];
+  const { boundaries } = await onlyField(geoJson({ type: "Polygon", coordinates: [ring, [[1, 0.2], [2, 0.2], [2, 0.4], [1, 0.2]]] }));
+  assert.deepEqual(boundaries[0].rings.map(({ length }) => length), [3, 3]);
+  const heading = await onlyField(geoJson({ type: "LineString", coordinates: [[0, 0], [0.001, 0]] }, { kind: "a-heading" }));
+  assert.ok(Math.abs(heading.lines[0].heading - 90) < 1e-4);
+});
+
+test("a line that is cut at the 180th meridian is one", async () => {
+  const { lines } = await onlyField(geoJson({ type: "MultiLineString",
+    coordinates: [[[179.9, -17], [180, -17.1]], [[-180, -17.1], [-179.9, -17.2]]] }));
+  assert.deepEqual(lines.map(({ places }) => places.map(([east]) => east)), [[179.9, 180, -179.9]]);
+});
+
+test("other reference systems are refused by their name", async () => {
+  const crs = { type: "name", properties: { name: "urn:ogc:def:crs:EPSG::25832" } };
+  await assert.rejects(read(JSON.stringify({ type: "FeatureCollection", crs, features: [] })), /EPSG::25832.*only WGS 84/);
+  const shapes = { shp: new Uint8Array(100), prj: 'PROJCS["WGS 84 / UTM zone 32N",GEOGCS["WGS 84",UNIT["degree",0.017]]]' };
+  shapes.shp.set([0, 0, 0x27, 0x0a]);
+  new DataView(shapes.shp.buffer).setUint32(24, 50);
+  await assert.rejects(read(zipOf({ "a.shp": shapes.shp, "a.prj": shapes.prj })), /UTM zone 32N/);
+});
+
+test("a zip unpacks to no more than is read, whatever it announces, and leads nowhere else", async () => {
+  const bomb = zipOf({ "doc.kml": new Uint8Array(limits.bytes + 1) }, 10);
+  assert.ok(bomb.length < limits.bytes / 100);
+  await assert.rejects(read(bomb), /unpacks to more than/);
+  for (const path of ["../doc.kml", "/doc.kml", "a\\doc.kml", "C:doc.kml"]) {
+    await assert.rejects(read(zipOf({ [path]: kmlLine("1,2 3,4") })), /leads out of it/, path);
+  }
+});
+
+test("a KMZ's links are followed to files within it and nowhere else", async () => {
+  const link = (path) => `<NetworkLink><Link><href>${path}</href></Link></NetworkLink>`;
+  const main = kml(link("layers/farm.kml") + link("layers/farm.kml") + link("http://127.0.0.1/x.kml"));
+  const { fields, left } = await read(zipOf({ "doc.kml": main, "layers/farm.kml": kmlLine("1,2 3,4") }));
+  assert.deepEqual(fields.map(({ lines }) => lines.length), [1]);
+  assert.deepEqual(left, ["what it links to, “http://127.0.0.1/x.kml”"]);
+});
+
+test("XML with a document type, broken XML and unknown files are refused", async () => {
+  const typed = `<!DOCTYPE kml [<!ENTITY a "aaaaaaaa">]>${kmlLine("1,2 3,4")}`;
+  await assert.rejects(read(typed), /document type/);
+  await assert.rejects(read(kml("<Placemark>")), /XML is broken/);
+  await assert.rejects(read("<html></html>"), /its root is html/);
+  for (const unknown of ["\x7fELF", "", "BM\x01"]) await assert.rejects(read(unknown), /read are ISOXML.*GeoPackage/);
+});
+
+test("coordinates that are none are left out by the placemark's name", async () => {
+  for (const coordinates of ["5.0", "x,y 1,2", "1,2,3,4 5,6", "5,91 5,92", "5,52"]) {
+    await assert.rejects(read(kmlLine(coordinates)), /neither a line nor a boundary.*One/, coordinates);
+  }
+  const blanks = await onlyField(kmlLine("\n 5.0, 52.0, 0.\n 5.5 ,52.25 , 0.\t"));
+  assert.deepEqual(blanks.lines[0].places, [[5, 52, null], [5.5, 52.25, null]]);
+});
+
+test("a line of very many points is read, and a file of too many is refused as a whole", async () => {
+  const points = Array.from({ length: 300000 }, (_, i) => [i / 2000000, 52]);
+  const { lines } = await onlyField(geoJson({ type: "LineString", coordinates: points }));
+  assert.equal(lines[0].places.length, 300000);
+  const many = { type: "MultiLineString", coordinates: [points, points, points, points] };
+  await assert.rejects(read(geoJson(many)), /more points than are read/);
+});
+
+test("every prefix of a file, and every byte that is wrong, gives fields or a reason", async () => {
+  for (const name of ["geopackage/s", "field_file/shapes_s", "field_file/isoxml_zip"]) {
+    const whole = seed(name);
+    for (let i = 0; i < whole.length; i += Math.ceil(whole.length / 150)) {
+      const wrong = whole.slice();
+      wrong[i] ^= 0xff;
+      for (const content of [whole.slice(0, i), wrong]) {
+        // An error of the engine, such as a TypeError, is none of the reasons.
+        await read(content).catch((error) => assert.match(error.constructor.name, /^File(Problem|TooLarge)$/, `${name} ${i}: ${error.stack}`));
+      }
+    }
+  }
+});
+
+test("the columns of a table are those of its definition", () => {
+  assert.deepEqual(columnsOf('CREATE TABLE "a b" ( "fid" INTEGER PRIMARY KEY AUTOINCREMENT NOT NULL, "geom" LINESTRING, '
+    + "x TEXT(10), [y] DECIMAL(3, 2) DEFAULT (1+2), CONSTRAINT c UNIQUE (x, y))"),
+  { columns: ["fid", "geom", "x", "y"], key: 0 });
+  assert.equal(columnsOf("CREATE TABLE a (x TEXT NOT NULL, id INTEGER NOT NULL PRIMARY KEY)").key, 1);
+});

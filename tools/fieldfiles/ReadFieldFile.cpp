@@ -1,0 +1,264 @@
+#include "tools/fieldfiles/ReadFieldFile.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+
+#include "tools/fieldfiles/FieldFormat.h"
+#include "tools/fieldfiles/FileBytes.h"
+#include "tools/fieldfiles/FileLimits.h"
+#include "tools/fieldfiles/GeoJson.h"
+#include "tools/fieldfiles/GeoPackage.h"
+#include "tools/fieldfiles/IsoXmlReader.h"
+#include "tools/fieldfiles/Kml.h"
+#include "tools/fieldfiles/Shapefile.h"
+#include "tools/fieldfiles/ZipArchive.h"
+
+namespace {
+
+using Kind = std::optional<Kestrove::EWaylineType>;
+
+constexpr const char* kIsoXmlName = "taskdata.xml";
+
+/// The path of a file in a folder by its name in any case; empty when it is missing.
+std::string PathIn(const std::string& folder, const std::string& name)
+{
+    for (const std::string& there : NamesIn(folder)) {
+        if (LowerCase(there) == LowerCase(name))
+            return (std::filesystem::path(folder) / there).string();
+    }
+    return {};
+}
+
+std::string FolderAround(const std::string& path)
+{
+    const std::string folder = std::filesystem::path(path).parent_path().string();
+    return folder.empty() ? "." : folder;
+}
+
+CFieldFile ReadIsoXmlBeside(const std::string& bytes, const std::string& folder)
+{
+    return ReadIsoXml(bytes, [&](const std::string& name) -> std::optional<std::string> {
+        const std::string path = PathIn(folder, name);
+        return path.empty() ? std::nullopt : std::optional(ReadFileBytes(path));
+    });
+}
+
+CFieldFile ReadFolder(const std::string& folder)
+{
+    std::string main = PathIn(folder, kIsoXmlName);
+    if (main.empty()) {
+        const std::string inner = PathIn(folder, "taskdata");
+        main = inner.empty() ? std::string() : PathIn(inner, kIsoXmlName);
+    }
+    if (main.empty()) {
+        throw CFieldFileProblem("it is a directory without a TASKDATA.XML; supported are " +
+                                SupportedFieldFormats());
+    }
+    return ReadIsoXmlBeside(ReadFileBytes(main), FolderAround(main));
+}
+
+CFieldFile ReadXml(const std::string& bytes, const std::string& path, const Kind& kind)
+{
+    constexpr std::size_t kBeginning = 1U << 16;
+    const std::string beginning = bytes.substr(0, kBeginning);
+    const bool isIsoXml = beginning.find("<ISO11783_TaskData") != std::string::npos ||
+                          beginning.find("<XFC") != std::string::npos;
+    if (isIsoXml && path == "-")
+        return ReadIsoXml(bytes, [](const std::string&) { return std::optional<std::string>(); });
+    if (isIsoXml)
+        return ReadIsoXmlBeside(bytes, FolderAround(path));
+    if (beginning.find("kml") == std::string::npos && beginning.find('\0') == std::string::npos)
+        throw CFieldFileProblem("this XML is none that is read; supported are " +
+                                SupportedFieldFormats());
+    return ReadKml(bytes, kind);
+}
+
+bool IsPartOfShapefile(const std::string& path)
+{
+    const std::string ending = SuffixOf(path);
+    return ending == "shp" || ending == "shx" || ending == "dbf" || ending == "prj";
+}
+
+CFieldFile ReadShapefileBeside(const std::string& path, const std::string& bytes, const Kind& kind)
+{
+    if (path == "-")
+        throw CFieldFileProblem("a Shapefile is several files; name its .shp");
+    const std::string own = std::filesystem::path(path).filename().string();
+    const std::string stem = WithoutSuffix(own);
+    FileSet files;
+    for (const std::string& there : NamesIn(FolderAround(path))) {
+        if (LowerCase(WithoutSuffix(there)) == LowerCase(stem) && IsPartOfShapefile(there) &&
+            there != own) {
+            files[LowerCase(there)] =
+                ReadFileBytes((std::filesystem::path(FolderAround(path)) / there).string());
+        }
+    }
+    files[LowerCase(IsPartOfShapefile(own) ? own : stem + ".shp")] = bytes;
+    return ReadShapefile(std::move(files), stem, kind);
+}
+
+CFieldFile ReadDatabase(const std::string& path, const std::string& bytes, const Kind& kind)
+{
+    std::error_code error;
+    const auto journal = std::filesystem::file_size(path + "-wal", error);
+    if (!error && journal > 0) {
+        throw CFieldFileProblem("another program has the GeoPackage open: its latest changes stand "
+                                "in " +
+                                path + "-wal; close it there");
+    }
+    return ReadGeoPackage(bytes, kind);
+}
+
+/// Reads what stands in a zip.
+class CZipReading
+{
+public:
+    explicit CZipReading(const std::string& bytes) : m_zip(bytes) {}
+
+    CFieldFile Read(const Kind& kind)
+    {
+        std::string main = Shallowest(
+            [](const std::string& path) { return LowerCase(NameInFolder(path)) == kIsoXmlName; });
+        if (!main.empty())
+            return ReadIso(main);
+        main = Shallowest([](const std::string& path) { return SuffixOf(path) == "kml"; });
+        if (!main.empty())
+            return ReadKmlWithLinked(main, kind);
+        CFieldFile file;
+        for (const std::string& path : m_zip.Paths()) {
+            if (SuffixOf(path) == "shp")
+                Take(file, ReadShapes(path, kind));
+        }
+        if (file.fields.empty() && file.refused.empty()) {
+            throw CFieldFileProblem("the zip has neither a TASKDATA.XML nor a .kml nor a .shp; "
+                                    "supported are " +
+                                    SupportedFieldFormats());
+        }
+        return file;
+    }
+
+private:
+    /// The path of the kind with the fewest folders around it; of those the first one, but one in
+    /// the folder TASKDATA or of the name doc.kml before all others.
+    template <typename IsWanted>
+    std::string Shallowest(const IsWanted& isWanted) const
+    {
+        std::string best;
+        std::ptrdiff_t fewest = -1;
+        for (const std::string& path : m_zip.Paths()) {
+            if (!isWanted(path))
+                continue;
+            const std::string lower = LowerCase(path);
+            if (lower == "taskdata/taskdata.xml" || lower == "doc.kml")
+                return path;
+            const std::ptrdiff_t folders = std::count(path.begin(), path.end(), '/');
+            if (fewest < 0 || folders < fewest) {
+                best = path;
+                fewest = folders;
+            }
+        }
+        return best;
+    }
+
+    std::optional<std::string> UnpackIn(const std::string& folder, const std::string& name)
+    {
+        for (const std::string& path : m_zip.Paths()) {
+            if (FolderOf(path) == folder && LowerCase(NameInFolder(path)) == LowerCase(name))
+                return m_zip.Unpack(path);
+        }
+        return std::nullopt;
+    }
+
+    CFieldFile ReadIso(const std::string& main)
+    {
+        return ReadIsoXml(m_zip.Unpack(main),
+                          [&](const std::string& name) { return UnpackIn(FolderOf(main), name); });
+    }
+
+    /// Some programs write a layer into a file of its own, to which the main one links.
+    CFieldFile ReadKmlWithLinked(const std::string& main, const Kind& kind)
+    {
+        std::vector<std::string> linked;
+        CFieldFile file = ReadKml(m_zip.Unpack(main), kind, &linked);
+        const std::string folder = FolderOf(main);
+        for (const std::string& name : std::set<std::string>(linked.begin(), linked.end())) {
+            const std::string path = folder + name;
+            const std::optional<std::string> bytes = UnpackIn(FolderOf(path), NameInFolder(path));
+            if (bytes) {
+                Take(file, ReadKml(*bytes, kind));
+            } else {
+                file.Note("the linked file " + name.substr(0, 80) + " is missing");
+            }
+        }
+        return file;
+    }
+
+    CFieldFile ReadShapes(const std::string& path, const Kind& kind)
+    {
+        const std::string stem = WithoutSuffix(NameInFolder(path));
+        FileSet files;
+        for (const char* ending : {"shp", "shx", "dbf", "prj"}) {
+            const std::string name = stem + "." + ending;
+            if (std::optional<std::string> bytes = UnpackIn(FolderOf(path), name))
+                files[LowerCase(name)] = std::move(*bytes);
+        }
+        return ReadShapefile(std::move(files), stem, kind);
+    }
+
+    static void Take(CFieldFile& file, CFieldFile&& more)
+    {
+        for (Field& field : more.fields)
+            file.fields.push_back(std::move(field));
+        for (RefusedLine& line : more.refused)
+            file.refused.push_back(std::move(line));
+        for (const std::string& note : more.Notes())
+            file.Note(note);
+    }
+
+    CZipArchive m_zip;
+};
+
+CFieldFile ReadContent(const std::string& path, const std::string& bytes, const Kind& kind)
+{
+    constexpr std::size_t kBeginning = 512;
+    const std::optional<EFieldFormat> format = FieldFormatOfContent(bytes.substr(0, kBeginning));
+    if (!format)
+        throw CFieldFileProblem("its format is not known; supported are " +
+                                SupportedFieldFormats());
+    switch (*format) {
+    case EFieldFormat::Kmz:
+        return CZipReading(bytes).Read(kind);
+    case EFieldFormat::GeoPackage:
+        return ReadDatabase(path, bytes, kind);
+    case EFieldFormat::GeoJson:
+        return ReadGeoJson(bytes, kind);
+    case EFieldFormat::Shapefile:
+        return ReadShapefileBeside(path, bytes, kind);
+    default:
+        return ReadXml(bytes, path, kind);
+    }
+}
+
+CFieldFile Checked(CFieldFile file)
+{
+    const bool isEmpty = file.LineCount() == 0 && file.BoundaryCount() == 0 && file.refused.empty();
+    if (!isEmpty)
+        return file;
+    std::string reason = "there is neither a line nor a boundary in it";
+    for (const std::string& note : file.Notes())
+        reason += "; " + note;
+    throw CFieldFileProblem(reason);
+}
+
+} // namespace
+
+CFieldFile ReadFieldFile(const std::string& path, const std::string& bytes, const Kind& kind)
+{
+    return Checked(ReadContent(path, bytes, kind));
+}
+
+CFieldFile ReadFieldFolder(const std::string& path)
+{
+    return Checked(ReadFolder(path));
+}
