@@ -11,6 +11,24 @@ constexpr std::size_t kShareOfNew = 8;
 
 } // namespace
 
+/// Whether the next connection would take the place of one whose first message waits to be read.
+bool MPISocketServerC::StateC::IsFullOfUnread() const
+{
+    if (m_clients.size() < m_limits.connections) {
+        return false;
+    }
+    bool isAnyUnread = false;
+    for (const auto& [client, connection] : m_clients) {
+        if (!connection->HasSentAMessage()) {
+            if (!connection->HasUnreadMessage()) {
+                return false;
+            }
+            isAnyUnread = true;
+        }
+    }
+    return isAnyUnread;
+}
+
 /// Who has sent nothing loses nothing, and who asks now and then connects anew for the next
 /// question. Of the others those stay that were there before the trouble began.
 std::shared_ptr<ServerConnectionC> MPISocketServerC::StateC::LeastWorthy() const

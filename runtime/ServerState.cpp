@@ -110,10 +110,12 @@ asio::error_code MPISocketServerC::StateC::Open(const asio::ip::address& address
                 state->CannotTake(reason);
             }
         },
-        // Those that are there share the loop with each that is taken.
+        // Those that are there share the loop with each that is taken, and are read before they
+        // give way to it.
         [self] {
             const std::shared_ptr<StateC> state = self.lock();
-            const bool isScarce = state != nullptr && state->m_turns.size() >= kMostTurns;
+            const bool isScarce = state != nullptr &&
+                                  (state->m_turns.size() >= kMostTurns || state->IsFullOfUnread());
             return isScarce ? ServerListenerC::ERoom::Scarce : ServerListenerC::ERoom::Free;
         });
     const asio::error_code error = listener->Open(address, port);

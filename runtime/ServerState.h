@@ -92,6 +92,7 @@ private:
     void EndStuck();
     void DropStuck(ServerConnectionC& connection);
     void DropGreediest();
+    bool IsFullOfUnread() const;
     std::shared_ptr<ServerConnectionC> LeastWorthy() const;
     void DropLeastWorthy();
     void Serve(ClientNumber client, const MessageC& message);

@@ -106,21 +106,25 @@ TEST(ServerRoom, IsMadeByWhoHasBeenSilentLongestWhereAllHaveAsked)
 
 TEST(ServerRoom, IsNotMadeByOneWhoseFirstMessageWaitsToBeRead)
 {
-    CRunningService service(EListenOn::Both, Connections(2));
-    const std::uint16_t port = service.Port();
-    std::unique_ptr<CRawClient> asker;
-    std::vector<std::unique_ptr<CRawClient>> silent;
+    const std::string message = Request(1, "a", "\x90");
+    for (const std::size_t begun : {0U, 3U}) { // bytes that the others send
+        CRunningService service(EListenOn::Both, Connections(2));
+        const std::uint16_t port = service.Port();
+        std::unique_ptr<CRawClient> asker;
+        std::vector<std::unique_ptr<CRawClient>> others;
 
-    service.OnLoop([&](MPISocketServerC&) {
-        asker = std::make_unique<CRawClient>(port);
-        asker->Send(Request(1, "a", "\x90"));
-        while (silent.size() < 10) {
-            silent.push_back(std::make_unique<CRawClient>(port));
-        }
-    });
+        service.OnLoop([&](MPISocketServerC&) {
+            asker = std::make_unique<CRawClient>(port);
+            asker->Send(message);
+            while (others.size() < 10) {
+                others.push_back(std::make_unique<CRawClient>(port));
+                others.back()->Send(message.substr(0, begun));
+            }
+        });
 
-    EXPECT_EQ("[1,1,null,1]", asker->Read().text);
-    EXPECT_TRUE(service.WaitForNotes("dropped 2" + kTooMany));
+        EXPECT_EQ("[1,1,null,1]", asker->Read().text) << begun;
+        EXPECT_TRUE(service.WaitForNotes("dropped 2" + kTooMany)) << begun;
+    }
 }
 
 TEST(ServerRoom, IsNotMadeByTheFewThatHaveJustCome)
