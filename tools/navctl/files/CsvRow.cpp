@@ -1,10 +1,9 @@
 #include "tools/navctl/files/CsvRow.h"
 
-#include <algorithm>
-#include <cctype>
 #include <cmath>
 
 #include "platform/Utilities.h"
+#include "tools/fieldfiles/FileBytes.h"
 
 namespace {
 
@@ -35,13 +34,6 @@ bool ReadQuoted(const std::string& line, std::size_t& place, std::string& value)
         }
     }
     return false;
-}
-
-std::string LowerCase(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char character) { return std::tolower(character); });
-    return text;
 }
 
 bool TakeEnding(std::string& name, const std::string& ending)

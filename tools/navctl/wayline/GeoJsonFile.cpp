@@ -24,9 +24,9 @@ void CheckReferenceSystem(const Json& file)
 
 bool IsGeometry(const std::string& type)
 {
-    constexpr std::array<const char*, 5> kTypes{"LineString", "MultiLineString", "Polygon",
+    constexpr std::array<const char*, 5> kGeometries{"LineString", "MultiLineString", "Polygon",
                                                 "MultiPolygon", "GeometryCollection"};
-    return std::find(kTypes.begin(), kTypes.end(), type) != kTypes.end();
+    return std::find(kGeometries.begin(), kGeometries.end(), type) != kGeometries.end();
 }
 
 /// The features of a file; a geometry alone counts as one.
