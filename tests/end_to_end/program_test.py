@@ -46,7 +46,7 @@ class Program(unittest.TestCase):
     def test_exits_with_1_when_the_system_gives_no_descriptors(self):
         result = run_to_end(wrapper=("prlimit", "--nofile=4"))
         self.assertEqual(1, result.returncode)
-        self.assertIn("Too many open files", result.stderr)
+        self.assertIn("too few file descriptors", result.stderr)
         self.assertEqual("", result.stdout)
 
     def test_a_second_simulator_leaves_the_first_alone(self):
@@ -96,7 +96,7 @@ class Program(unittest.TestCase):
 
     def test_exits_with_2_for_a_state_file_that_it_cannot_use(self):
         for content, named in (
-            ("", "no JSON object"),
+            ("\n", "no JSON object"),
             ('{"settings": {"lookahead_time": "long"}}', "long"),
             ('{"settings": {"lookahead_time": -1}}', "-1"),
             ('{"settings": {"colour": 1}}', "colour"),

@@ -25,7 +25,7 @@ void CheckReferenceSystem(const Json& file)
 bool IsGeometry(const std::string& type)
 {
     constexpr std::array<const char*, 5> kGeometries{"LineString", "MultiLineString", "Polygon",
-                                                "MultiPolygon", "GeometryCollection"};
+                                                     "MultiPolygon", "GeometryCollection"};
     return std::find(kGeometries.begin(), kGeometries.end(), type) != kGeometries.end();
 }
 
