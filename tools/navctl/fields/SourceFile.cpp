@@ -17,7 +17,7 @@ bool IsFolderThere(const std::string& path)
     return path != "-" && std::filesystem::is_directory(path, error);
 }
 
-EFileContent ContentOf(const std::string& beginning)
+EFileContent KindOfContent(const std::string& beginning)
 {
     const std::optional<EFieldFormat> format = FieldFormatOfContent(beginning);
     if (format)
@@ -45,7 +45,7 @@ EFileContent CSourceFile::Content()
     if (!m_content) {
         const std::string beginning =
             m_lines->Peek([](const std::string& come) { return come.size() >= kBeginning; });
-        m_content = ContentOf(beginning.substr(0, kBeginning));
+        m_content = KindOfContent(beginning.substr(0, kBeginning));
     }
     return *m_content;
 }

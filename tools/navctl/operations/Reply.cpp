@@ -21,7 +21,7 @@ std::optional<int> IntegerIn(const BElementC& reply)
                                                             : std::nullopt;
 }
 
-std::optional<double> NumberIn(const BElementC& reply)
+std::optional<double> NumberOfReply(const BElementC& reply)
 {
     if (reply.Type() != EBElementType::Integer && reply.Type() != EBElementType::Double)
         return std::nullopt;
@@ -148,12 +148,12 @@ ReplyReader IntegerReply()
 
 ReplyReader NumberReply()
 {
-    return Reader(NumberIn, [](double value) { return ValueOutcome(value); });
+    return Reader(NumberOfReply, [](double value) { return ValueOutcome(value); });
 }
 
 ReplyReader SingleReply()
 {
-    return Reader(NumberIn, [](double value) {
+    return Reader(NumberOfReply, [](double value) {
         return ValueOutcome(NumberValue(static_cast<float>(value)));
     });
 }
@@ -233,7 +233,7 @@ std::optional<std::vector<double>> NumbersIn(const BElementC& value)
     std::vector<double> numbers;
     const auto* const list = dynamic_cast<const BListC*>(&value);
     if (list == nullptr) {
-        const std::optional<double> number = NumberIn(value);
+        const std::optional<double> number = NumberOfReply(value);
         return number ? std::optional(std::vector<double>{*number}) : std::nullopt;
     }
     numbers.reserve(static_cast<std::size_t>(list->Size()));
