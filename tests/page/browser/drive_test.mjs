@@ -338,7 +338,8 @@ test("what is said of a new line of any kind is what the service does, to the ce
     await command("SetImplementOffset", 1, offsets[0]);
     await command("SetFieldOffset", 1, offsets[1]);
     await command("Nudge", 1, 0, offsets[2]);
-    await command("SetSplinesUseImplementOffset", random() < 0.5);
+    const ofSplines = random() < 0.5;
+    await command("SetSplinesUseImplementOffset", ofSplines);
     const nearest = random() < 0.5;
     await command("StartNavigation", 1, nearest);
     await command("EngageSteering", 1);
@@ -346,7 +347,8 @@ test("what is said of a new line of any kind is what the service does, to the ce
       const newest = await present(address);
       const { state, settings } = newest; // as they were a moment ago
       return state.engage_state_name === "engaged" && state.takes_nearest_pass === nearest
-        && settings.nudge === offsets[2] && newest;
+        && settings.nudge === offsets[2] && settings.implement_offset === offsets[0]
+        && settings.splines_use_implement_offset === ofSplines && newest;
     }, "the machine is engaged");
     const text = randomLine(trial % 5, model.state, random);
     const said = newLine(text, model);
