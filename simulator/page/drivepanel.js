@@ -1,9 +1,9 @@
 // Engaging, navigation, nudging, the machine's settings: what the driver does.
 import { command, done } from "./service.js";
-import { endMessages, report } from "./messages.js";
+import { report } from "./messages.js";
 import { shiftTo, shiftWords } from "./guidance.js";
 import { kilometresPerHour } from "./readings.js";
-import { otherPassWords } from "./moves.js";
+import { isEnd, isMuch, otherPass, otherSpeed, otherWidth, shifted } from "./moves.js";
 
 const element = (id) => document.getElementById(id);
 
@@ -27,7 +27,7 @@ export class DrivePanel {
   }
 
   tell(request, said, holds = null) {
-    return report(element("message"), request, said, { holds, before: this.model.state });
+    return report(element("message"), request, said, { holds });
   }
 
   listenToMachine() {
@@ -61,54 +61,80 @@ export class DrivePanel {
 
   engage() {
     return this.tell(command("EngageSteering", 1), "Steering is engaged.",
-      (state) => state.engage_state_name === "engaged");
+      ({ state }) => state.engage_state_name === "engaged");
   }
 
   disengage() {
     return this.tell(command("DisengageSteering", 1), "Steering is yours.",
-      (state) => state.engage_state_name !== "engaged");
+      ({ state }) => state.engage_state_name !== "engaged");
   }
 
   start() { this.follow(element("nearest").checked); }
 
   /** Starts navigation, or goes on with it, along the nearest pass or the line itself. */
   follow(nearest) {
-    this.question.before(element("follow-status"), () => otherPassWords(nearest, this.model),
+    this.question.before(element("follow-status"), () => otherPass(nearest, this.model),
       nearest ? "Follow the nearest pass" : "Follow the line itself",
-      () => this.tell(command("StartNavigation", 1, nearest), "Navigation is active.", (state) => state.navigating));
+      () => this.tell(command("StartNavigation", 1, nearest), "Navigation is active.", ({ state }) => state.navigating));
   }
 
   stop() {
-    return this.tell(command("StopNavigation", 1), "Navigation is ended.", (state) => !state.navigating);
+    return this.tell(command("StopNavigation", 1), "Navigation is ended.", ({ state }) => !state.navigating);
   }
 
-  snap() { return this.tell(command("AutoSetNudge", 1), "The line was put under the machine."); }
+  snap() {
+    return this.tell(command("AutoSetNudge", 1), "The line was put under the machine.",
+      ({ state }) => Math.abs(state.cross_track_error ?? Infinity) < 0.05);
+  }
+
+  /** Does something that moves an engaged machine or ends its steering; asks first where `asks` of that is true. */
+  moving(happens, asks, place, name, act) {
+    const isEngaged = this.model.state?.engage_state_name === "engaged";
+    if (isEngaged && asks(happens())) this.question.before(element(place), happens, name, act);
+    else act();
+  }
 
   unnudge() {
-    return this.tell(command("Nudge", 1, 0, 0), "The nudge is 0.", (state) => state.nudge === 0);
+    const { model } = this;
+    const happens = () => shifted(-model.state.nudge, model);
+    this.moving(happens, isMuch, "nudge-status", "Put the nudge back to 0", () =>
+      this.tell(command("Nudge", 1, 0, 0), "The nudge is 0.", ({ state }) => state.nudge === 0));
   }
 
   /** Nudges to the driver's right (1) or left (-1). */
   nudge(side) {
     const against = this.model.state?.drives_against ?? false;
     const amount = Number(element("nudge-step").value);
+    const metres = shiftTo(side, amount, against);
     const name = `${Math.round(amount * 100)} cm to the ${side < 0 ? "left" : "right"}`;
-    return this.tell(command("Nudge", 1, 1, shiftTo(side, amount, against)), `Nudged ${name}.`);
+    this.moving(() => shifted(metres, this.model), isEnd, "nudge-status", `Nudge ${name}`, () => {
+      const nudge = (this.model.state?.nudge ?? 0) + metres;
+      this.tell(command("Nudge", 1, 1, metres), `Nudged ${name}.`, ({ state }) => Math.abs(state.nudge - nudge) < 0.001);
+    });
+  }
+
+  /** Sends what a field of the machine holds; asks first where that ends steering or moves the machine. */
+  setValue(id, request, said, holds, happens, name) {
+    return new Promise((sent) => {
+      this.moving(happens, isMuch, "machine-status", name, async () => {
+        const reply = await this.tell(request(), said, holds);
+        if (reply !== null && done(reply)) this.edited.delete(id);
+        sent(!this.edited.has(id));
+      });
+    });
   }
 
   async setMachine() {
     const [speed, width] = [element("speed").valueAsNumber, element("width").valueAsNumber];
-    const send = async (id, request, said) => {
-      const reply = await this.tell(request, said);
-      if (reply !== null && done(reply)) this.edited.delete(id);
-      return !this.edited.has(id);
-    };
     const widthIsNew = this.edited.has("width");
     if (this.edited.has("speed") || !widthIsNew) {
-      const sent = await send("speed", command("SetVelocitySetPoint", speed), `Speed set to ${speed} m/s.`);
+      const sent = await this.setValue("speed", () => command("SetVelocitySetPoint", speed), `Speed set to ${speed} m/s.`,
+        ({ state }) => state.velocity_set_point === speed, () => otherSpeed(speed, this.model), `Set ${speed} m/s`);
       if (!sent) return;
     }
-    if (widthIsNew) await send("width", command("SetImplementWidth", 1, width), `Implement set to ${width} m.`);
+    if (!widthIsNew) return;
+    await this.setValue("width", () => command("SetImplementWidth", 1, width), `Implement set to ${width} m.`,
+      ({ settings }) => settings?.implement_width === width, () => otherWidth(width, this.model), `Set ${width} m`);
   }
 
   /** Puts back into fields what the service has told. */
@@ -137,7 +163,6 @@ export class DrivePanel {
   }
 
   showState(state) {
-    endMessages(state);
     const name = state.engage_state_name;
     element("nudge-words").textContent = shiftWords(state.nudge, state.drives_against);
     this.showReasons(state, name);

@@ -15,7 +15,7 @@ import { Stream } from "./stream.js";
 import { Trail } from "./trail.js";
 import { TuningPanel } from "./tuningpanel.js";
 import { degrees } from "./geometry.js";
-import { forgetUnanswered, say } from "./messages.js";
+import { endMessages, forgetUnanswered, judgeBy, say } from "./messages.js";
 import { keep, kept } from "./kept.js";
 import { listenToKeys } from "./keys.js";
 import { loadTrail } from "./service.js";
@@ -27,6 +27,7 @@ const keptHistory = "last-minute";
 /** What the page knows; null until the service has told. `old` says why that is not of now; empty when it is. */
 const model = { state: null, line: null, settings: null, trail: new Trail(), run: null, lost: false,
   old: "… connecting" };
+judgeBy(model);
 const history = new History();
 const passes = new Passes();
 let arriving = null; // the states that come while the trail before them is loaded
@@ -88,7 +89,6 @@ const hear = {
   },
   line(line) {
     model.line = passes.whole(line);
-    lines.showLine(line);
     recording.showLine(line);
     journal.showLine(line);
   },
@@ -105,6 +105,7 @@ function showAge(old) {
   document.body.classList.toggle("old", old !== "");
   element("connection").textContent = old || "● connected";
   drive.showTitle();
+  question.showAge();
   redraw();
 }
 
@@ -113,7 +114,7 @@ function showConnection(lost, reason = "") {
   element("lost").hidden = !lost;
   element("lost-reason").textContent = reason;
   if (!lost) forgetUnanswered();
-  document.querySelectorAll("main button, #question-yes, #sliders input, .condition").forEach((control) => {
+  document.querySelectorAll("main button, #sliders input, .condition").forEach((control) => {
     if (control.closest("[data-local]") === null) control.disabled = lost;
   });
   showAge(lost ? "✕ no connection" : "");
@@ -193,6 +194,7 @@ new Stream({
   connected,
   heard: (name, value) => {
     hear[name]?.(value);
+    endMessages();
     redraw();
   },
   quiet: (on) => showAge(on ? "… no news" : ""),
