@@ -135,6 +135,41 @@ test("a drop that the browser lets nobody hear is not heard later", async () => 
   assert.equal(await tones(), 0);
 });
 
+/** Where things are, and what else may move them. */
+const places = () => page.evaluate(() => [...document.querySelectorAll("main :is(button, input, select)")]
+  .map((node) => [node.id, node.getBoundingClientRect().top]));
+
+test("the first touch acts on what it touches: nothing moves under the finger, not by what is said afterwards either", async () => {
+  assert.equal(await page.locator("#sound-note").isVisible(), true);
+  const before = await places();
+  const { x, y, width, height } = await page.locator("#nudge-right").boundingBox();
+  await page.mouse.move(x + width / 2, y + 0.85 * height);
+  await page.mouse.down();
+  await page.mouse.up();
+  await until(() => operations().length > 0, "a command");
+  assert.deepEqual(service.posted, [{ operation: "Nudge", arguments: [1, 1, 0.05] }]);
+  await page.locator("#sound-note").waitFor({ state: "hidden" });
+  await page.locator("#message", { hasText: "Nudged" }).waitFor();
+  assert.deepEqual(await places(), before);
+});
+
+test("D ends steering from number fields and lists too, and is a letter where letters are written", async () => {
+  await be(engaged);
+  for (const field of ["speed", "nudge-step", "sound-on"]) {
+    service.posted.length = 0;
+    await page.locator(`#${field}`).focus();
+    await page.keyboard.press("d");
+    await until(() => operations().length > 0, `a command from ${field}`);
+    assert.deepEqual(operations(), ["DisengageSteering"]);
+  }
+  service.posted.length = 0;
+  await page.locator("summary", { hasText: "Text form" }).click();
+  await page.locator("#text").pressSequentially("d");
+  await page.locator("#width").pressSequentially("e");
+  assert.equal(await page.locator("#text").inputValue(), "d");
+  assert.deepEqual(operations(), []);
+});
+
 test("what is said of a state ends with it", async () => {
   await page.locator("#engage").click();
   await page.locator("#message", { hasText: "Steering is engaged." }).waitFor();
