@@ -1,6 +1,7 @@
 // Engaging, navigation, nudging, the machine's settings: what the driver does.
-import { command, done } from "./service.js";
-import { report } from "./messages.js";
+import { Disengaging } from "./disengaging.js";
+import { command, done, endWasAsked } from "./service.js";
+import { report, say } from "./messages.js";
 import { shiftTo, shiftWords } from "./guidance.js";
 import { kilometresPerHour } from "./readings.js";
 import { isEnd, isMuch, otherPass, otherSpeed, otherWidth, shifted } from "./moves.js";
@@ -9,11 +10,19 @@ const element = (id) => document.getElementById(id);
 
 const marks = { engaged: "●", ready: "○", "not ready": "✕", dropped: "▲" };
 
+/** A reason whatever its figures are, which change as the machine goes on. */
+const withoutNumbers = (text) => text.replace(/[\d.]+/g, "0");
+
 /** What the buttons do; the keys do the same. */
 export class DrivePanel {
-  /** @param dropped is called when the service has dropped steering while the page looked on. */
-  constructor(model, question, { dropped }) {
-    Object.assign(this, { model, question, dropped });
+  /**
+   * @param ended is called when steering has ended while the page looked on, and not by the page.
+   * @param note takes a line for the log.
+   */
+  constructor(model, question, { ended, note }) {
+    Object.assign(this, { model, question, ended, note });
+    this.disengaging = new Disengaging(model, note);
+    this.ending = null; // why steering has ended: {text, obstacles}, with those that there were then
     this.edited = new Set(); // the fields that hold what has not been sent
     this.shown = null; // the state of steering that is shown
     for (const name of ["engage", "disengage", "start", "stop", "snap", "unnudge"]) {
@@ -60,13 +69,16 @@ export class DrivePanel {
   }
 
   engage() {
+    this.disengaging.forget();
+    say(element("message"), "Asked to engage …"); // so that the same answer as before is seen to come
     return this.tell(command("EngageSteering", 1), "Steering is engaged.",
       ({ state }) => state.engage_state_name === "engaged");
   }
 
   disengage() {
-    return this.tell(command("DisengageSteering", 1), "Steering is yours.",
-      ({ state }) => state.engage_state_name !== "engaged");
+    if (this.shown !== "dropped") this.ending = null; // who presses this knows
+    return this.tell(this.disengaging.ask().then((reply) => reply ?? { result: 1, reasons: [] }),
+      "Steering is yours.", ({ state }) => state.engage_state_name !== "engaged");
   }
 
   start() { this.follow(element("nearest").checked); }
@@ -164,16 +176,16 @@ export class DrivePanel {
 
   showState(state) {
     const name = state.engage_state_name;
+    this.noteEnd(state, name);
+    this.disengaging.showState(state);
     element("nudge-words").textContent = shiftWords(state.nudge, state.drives_against);
-    this.showReasons(state, name);
+    this.showReasons(state);
     const place = element("engage-state");
     const beside = document.createElement("small");
     beside.textContent = name !== "engaged" && state.navigating ? ", navigating" : "";
     if (this.shown === name && place.lastElementChild.textContent === name + beside.textContent) return;
     if (this.shown !== name) {
-      const why = name === "dropped" ? `: ${state.drop_reason}` : "";
-      element("announcer").textContent = `Steering: ${name}${why}`;
-      if (name === "dropped" && this.shown !== null) this.dropped();
+      element("announcer").textContent = `Steering: ${name}${this.ending === null ? "" : `; ${this.ending.text}`}`;
     }
     this.shown = name;
     document.body.dataset.state = name;
@@ -191,16 +203,46 @@ export class DrivePanel {
     if (document.title !== title) document.title = title;
   }
 
-  showReasons(state, name) {
-    const reasons = [...state.why_not_engaged];
-    if (name === "dropped") reasons.unshift(`dropped: ${state.drop_reason || "the service gives no reason"}`);
+  /** Keeps why steering has ended, until it is engaged again or the driver has it end. */
+  noteEnd(state, name) {
+    const obstacles = state.why_not_engaged;
+    const unasked = this.shown === "engaged" && !endWasAsked() && this.disengaging.wanted === null;
+    if (name === "dropped") {
+      const text = `dropped: ${state.drop_reason || "the service gives no reason"}`;
+      if (this.shown === name && this.ending?.text === text) return;
+      this.ending = { text, obstacles };
+      if (this.shown !== null) this.ended();
+    } else if (name === "engaged" || this.shown === "dropped") {
+      this.ending = null;
+    } else if (unasked) {
+      this.ending = { text: "Steering was ended, not by you: you steer.", obstacles };
+      this.note("steering was ended, not by this page");
+      this.ended();
+    }
+  }
+
+  /** What stands in the way, and why steering has ended; what is newest first, since there is little room. */
+  reasons(state) {
+    if (this.ending === null) return state.why_not_engaged.map((text) => ({ text, ended: false }));
+    const { text, obstacles } = this.ending;
+    const known = new Set(obstacles.map(withoutNumbers));
+    const [before, since] = [[], []];
+    for (const obstacle of state.why_not_engaged) {
+      (known.has(withoutNumbers(obstacle)) ? before : since).push({ text: obstacle, ended: false });
+    }
+    return [...since, { text, ended: true }, ...before];
+  }
+
+  showReasons(state) {
+    const reasons = this.reasons(state);
     element("why").hidden = reasons.length === 0;
     const list = element("why-list");
     if (list.childElementCount === reasons.length
-      && reasons.every((reason, i) => list.children[i].textContent === reason)) return;
-    list.replaceChildren(...reasons.map((reason) => {
+      && reasons.every(({ text }, i) => list.children[i].textContent === text)) return;
+    list.replaceChildren(...reasons.map(({ text, ended }) => {
       const item = document.createElement("li");
-      item.textContent = reason;
+      item.textContent = text;
+      item.classList.toggle("ended", ended);
       return item;
     }));
   }

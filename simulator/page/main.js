@@ -18,7 +18,7 @@ import { degrees } from "./geometry.js";
 import { endMessages, forgetUnanswered, judgeBy, say } from "./messages.js";
 import { keep, kept } from "./kept.js";
 import { listenToKeys } from "./keys.js";
-import { loadTrail } from "./service.js";
+import { loadTrail, showsPresent } from "./service.js";
 import { whenPaletteChanges } from "./palette.js";
 
 const element = (id) => document.getElementById(id);
@@ -51,7 +51,7 @@ function redraw() {
 const map = new DriveMap(model, redraw);
 const question = new Question(model);
 const alarm = new Alarm();
-const drive = new DrivePanel(model, question, { dropped: () => alarm.sound() });
+const drive = new DrivePanel(model, question, { ended: () => alarm.sound(), note: (text) => journal.note(text) });
 const tuning = new TuningPanel();
 const step = new StepPanel(model);
 const lines = new LinePanel(model, map, question, redraw);
@@ -102,6 +102,7 @@ const hear = {
 /** Shows whether all that is shown is of now; `old` says why not. */
 function showAge(old) {
   model.old = old;
+  showsPresent(old === "");
   document.body.classList.toggle("old", old !== "");
   element("connection").textContent = old || "● connected";
   drive.showTitle();
@@ -113,7 +114,8 @@ function showConnection(lost, reason = "") {
   model.lost = lost;
   element("lost").hidden = !lost;
   element("lost-reason").textContent = reason;
-  if (!lost) forgetUnanswered();
+  if (lost) drive.disengaging.lost();
+  else forgetUnanswered();
   document.querySelectorAll("main button, #sliders input, .condition").forEach((control) => {
     if (control.closest("[data-local]") === null) control.disabled = lost;
   });
@@ -163,7 +165,7 @@ const whileConnected = (act) => () => {
 
 listenToKeys({
   e: whileConnected(() => drive.engage()),
-  d: whileConnected(() => drive.disengage()),
+  d: () => drive.disengage(),
   g: whileConnected(() => drive.start()),
   x: whileConnected(() => drive.stop()),
   s: whileConnected(() => drive.snap()),

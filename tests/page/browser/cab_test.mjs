@@ -170,6 +170,108 @@ test("D ends steering from number fields and lists too, and is a letter where le
   assert.deepEqual(operations(), []);
 });
 
+/** Whether all of a part of what is said can be seen without scrolling. */
+const isWholeInView = (selector) => page.locator(selector).evaluate((node) => {
+  const [own, room] = [node, node.closest(".say")].map((part) => part.getBoundingClientRect());
+  return own.height > 0 && own.top >= room.top - 1 && own.bottom <= room.bottom + 1;
+});
+
+test("a Disengage that did not get through stays said, in the log too, and is asked for until it does", async () => {
+  await be(engaged);
+  await page.route("**/command", (route) => route.abort());
+  await page.keyboard.press("d");
+  await page.locator("#undone", { hasText: "NOT carried out" }).waitFor();
+  await page.locator("#log", { hasText: "Disengage was not carried out: the service does not answer" }).waitFor();
+  service.tell(2, [0.5, 1], engaged);
+  service.streams.at(-1).destroy();
+  await service.asked(2);
+  await begin();
+  await page.locator("#lost").waitFor({ state: "hidden" });
+  assert.ok(await isWholeInView("#undone"));
+  await page.unroute("**/command");
+  await until(() => operations().length > 0, "a command");
+  await page.locator("#undone").waitFor({ state: "hidden" });
+  assert.deepEqual(operations(), ["DisengageSteering"]);
+});
+
+test("a Disengage that is pressed without a connection is the first that the service hears of", async () => {
+  await be(engaged);
+  await page.route("**/*", (route) => route.abort());
+  service.streams.at(-1).destroy();
+  await page.locator("#lost").waitFor();
+  await page.locator("#disengage").click();
+  await page.locator("#undone").waitFor();
+  assert.ok(await isWholeInView("#undone") && await isWholeInView("#lost .lost"));
+  await page.unroute("**/*");
+  await until(() => operations().length > 0, "a command");
+  assert.deepEqual(operations(), ["DisengageSteering"]);
+});
+
+test("what the driver asks for is given up when the page shows that all is old, and nothing is begun then", async () => {
+  await close();
+  await open([]);
+  const given = [];
+  page.on("requestfailed", (request) => given.push(request.postData()));
+  await page.route("**/command", () => {}); // no answer comes
+  await page.keyboard.press("e");
+  await page.locator("#message", { hasText: "Asked to engage" }).waitFor();
+  service.fallSilent(true);
+  await page.locator("#message.bad", { hasText: "given up" }).waitFor();
+  assert.deepEqual(given.filter((body) => body !== null).length, 1);
+  await page.unroute("**/command");
+  await page.locator("#snap").evaluate((node) => { node.disabled = false; node.click(); });
+  await page.locator("#message.bad", { hasText: /not sent/i }).waitFor();
+  assert.deepEqual(operations(), []);
+});
+
+test("an end of steering that the page did not ask for is heard, said and logged, and lasts", async () => {
+  await page.keyboard.press("Shift");
+  await be(engaged);
+  await be(following);
+  await page.locator("#why-list", { hasText: "Steering was ended, not by you: you steer." }).waitFor();
+  await page.locator("#log", { hasText: "not by this page" }).waitFor();
+  assert.ok(await tones() > 0);
+  await be({ ...following, engage_state: 0, engage_state_name: "not ready", why_not_engaged: ["too slow"] });
+  assert.equal(await text("why-list"), "too slowSteering was ended, not by you: you steer.");
+  await be(engaged);
+  assert.equal(await text("why-list"), "");
+});
+
+for (const [button, operation] of [["disengage", "DisengageSteering"], ["stop", "StopNavigation"]]) {
+  test(`an end of steering that the page asked for by ${button} makes no sound`, async () => {
+    await be(engaged);
+    await page.locator(`#${button}`).click();
+    await until(() => operations().includes(operation), "the command");
+    await be(following);
+    assert.equal(await tones(), 0);
+    assert.equal(await text("why-list"), "");
+  });
+}
+
+test("a refusal and what has come to stand in the way are seen before why steering was dropped", async () => {
+  await be(engaged);
+  await be({ ...dropped, why_not_engaged: ["the machine is 9.01 m away"] });
+  assert.equal(await text("why-list"), "dropped: the line went awaythe machine is 9.01 m away");
+  service.tell(2, [0.5, 0], { ...dropped, why_not_engaged: ["the machine is 9.21 m away", "it moves backwards"] });
+  await until(async () => await text("why-list")
+    === "it moves backwardsdropped: the line went awaythe machine is 9.21 m away", "the newest first");
+  await page.route("**/command", (route) => route.fulfill({ json: { result: 0, reasons: ["not now"] } }));
+  for (let i = 0; i < 2; i += 1) {
+    const said = page.evaluate(() => new Promise((resolve) => {
+      const texts = [];
+      new MutationObserver(() => {
+        texts.push(document.querySelector("#message").textContent);
+        if (texts.at(-1).startsWith("Refused")) resolve(texts);
+      }).observe(document.querySelector("#message"), { childList: true });
+    }));
+    await page.locator("#engage").click();
+    assert.deepEqual(await said, ["Asked to engage …", "Refused: not now"]);
+    assert.ok(await isWholeInView("#message"));
+    const top = (id) => page.locator(id).evaluate((node) => node.getBoundingClientRect().top);
+    assert.ok(await top("#message") < await top("#why"));
+  }
+});
+
 test("what is said of a state ends with it", async () => {
   await page.locator("#engage").click();
   await page.locator("#message", { hasText: "Steering is engaged." }).waitFor();
