@@ -167,7 +167,7 @@ private:
         m_aside.Do(std::move(work), [this, reply, then = std::move(then)](auto result) {
             --m_workAside;
             if (result) {
-                then(std::move(*result));
+                DoOrRefuse(reply, [&] { then(std::move(*result)); });
             } else {
                 reply(RefusalOf(500, kFailed));
             }
