@@ -218,6 +218,9 @@ void HttpConnectionC::GoOnFrom(RequestReaderC::EStage read)
     } else if (read == ERead::HeadTooLong) {
         Refuse(431, "the head of the request has more than " +
                         std::to_string(RequestReaderC::kMostHeadBytes) + " bytes");
+    } else if (read == ERead::TooManyHeaders) {
+        Refuse(431, "the request has more than " + std::to_string(RequestReaderC::kMostHeaders) +
+                        " headers");
     } else {
         CountHeld();
     }
@@ -390,6 +393,10 @@ void HttpConnectionC::Close()
         asio::error_code error;
         m_socket.close(error);
     }
+    // Whoever still has the connection does not have what has come over it.
+    m_reader.Forget();
+    std::string().swap(m_head);
+    m_body.reset();
     m_source = {};
     const std::function<void()> ended = std::exchange(m_ended, {});
     if (ended) {

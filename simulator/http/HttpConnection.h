@@ -2,6 +2,7 @@
 #define KESTROVE_SIMULATOR_HTTP_HTTPCONNECTION_H
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <functional>
@@ -61,8 +62,8 @@ protected:
 /// KiB, one at a time: a head and a short body as soon as they are there, a long body and what
 /// nobody waits for when the owner gives it a turn.
 ///
-/// Thread safety: none, but for HasGone(); lives on the thread that runs its loop. Lifetime: shared
-/// by its owner and by the operations under way.
+/// Thread safety: none, but for HasGone() and IsClosed(); lives on the thread that runs its loop.
+/// Lifetime: shared by its owner and by the operations under way.
 class HttpConnectionC : public std::enable_shared_from_this<HttpConnectionC>
 {
 public:
@@ -95,6 +96,9 @@ public:
     bool HasGone() const;
     /// Whether no process has the peer's end any more, so that nobody takes an answer.
     bool HasLeft() const;
+
+    /// Whether it has been closed at this end. May be read on any thread.
+    const std::atomic<bool>& IsClosed() const { return m_isClosed; }
 
     /// Whether the begin of its request has come and has not been read.
     bool HasUnreadRequest() const
@@ -172,7 +176,7 @@ private:
     bool m_isHeldBack = false;     ///< what is new, until the peer reads
     std::size_t m_unread = 0;      ///< by the peer, when it was last asked for
     mutable std::mutex m_closing;  ///< the socket is closed, and looked at from elsewhere, under it
-    bool m_isClosed = false;       ///< guarded by m_closing
+    std::atomic<bool> m_isClosed{false}; ///< set under m_closing
 };
 
 #endif

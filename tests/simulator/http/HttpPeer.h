@@ -21,6 +21,8 @@ public:
     void Send(const std::string& bytes);
     /// Says that nothing more will be sent.
     void EndSending();
+    /// Ends the connection so that the other end finds it reset.
+    void Reset();
     /// Reads until a text has come, or the other end closes, or ten seconds are over.
     ///
     /// @return whether the text has come.
