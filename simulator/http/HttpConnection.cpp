@@ -122,13 +122,6 @@ void HttpConnectionC::WaitToRead()
                         });
 }
 
-/// Whether what comes is read only when all others have been looked at since the last such turn of
-/// anybody. A short request is there after one or two portions, and behind its end little is read.
-bool HttpConnectionC::ReadsInTurns() const
-{
-    return m_stage == EStage::Reading ? m_reader.IsWithinLongBody() : m_stage != EStage::Waiting;
-}
-
 void HttpConnectionC::GiveTurn()
 {
     if (m_stage != EStage::Closed) {
@@ -371,12 +364,6 @@ std::chrono::milliseconds HttpConnectionC::Untaken() const
 {
     const bool waits = m_isWriting || m_isHeldBack;
     const auto since = waits ? Clock::now() - m_lastTaken : Clock::duration(0);
-    return std::chrono::duration_cast<std::chrono::milliseconds>(since);
-}
-
-std::chrono::milliseconds HttpConnectionC::Idle(Clock::time_point now) const
-{
-    const auto since = now - (m_stage == EStage::Reading ? m_start : m_lastTaken);
     return std::chrono::duration_cast<std::chrono::milliseconds>(since);
 }
 

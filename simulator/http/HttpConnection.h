@@ -127,7 +127,11 @@ public:
     std::chrono::milliseconds Untaken() const;
 
     /// For how long its request has been coming, or nothing has been taken of its answer.
-    std::chrono::milliseconds Idle(std::chrono::steady_clock::time_point now) const;
+    std::chrono::milliseconds Idle(std::chrono::steady_clock::time_point now) const
+    {
+        const auto since = now - (m_stage == EStage::Reading ? m_start : m_lastTaken);
+        return std::chrono::duration_cast<std::chrono::milliseconds>(since);
+    }
     /// How much memory is held for this connection alone, bytes.
     std::size_t Held() const;
     /// Closes at once.
@@ -138,7 +142,14 @@ private:
 
     void Limit(Clock::time_point until);
     void WaitToRead();
-    bool ReadsInTurns() const;
+    /// Whether what comes is read only when all others have been looked at since the last such
+    /// turn of anybody. A short request is there after one or two portions, and behind its end
+    /// little is read.
+    bool ReadsInTurns() const
+    {
+        return m_stage == EStage::Reading ? m_reader.IsWithinLongBody()
+                                          : m_stage != EStage::Waiting;
+    }
     void Read();
     void InputEnded(const asio::error_code& error);
     bool IsReading() const;

@@ -201,12 +201,6 @@ bool IsClosed(HttpPeer& peer)
     return peer.ReadToEnd(std::chrono::milliseconds(20));
 }
 
-/// Whether an answer has come, and the end of the connection.
-bool IsAnswered(HttpPeer& peer, const std::string& text)
-{
-    return peer.ReadToEnd() && peer.Read().find("\r\n\r\n" + text) != std::string::npos;
-}
-
 TEST(Connections, WithACommandThatWaitsForTheServiceGiveWayToNobody)
 {
     CSlowServer server;
@@ -582,33 +576,6 @@ TEST(Connections, GiveWayWheneverThereIsNoDescriptor)
 
     EXPECT_TRUE(peer->ReadToEnd(std::chrono::seconds(10)));
     EXPECT_NE(std::string::npos, peer->Read().find("at once"));
-}
-
-TEST(Disengaging, IsNotCutOffByThoseWhoComeAfterIt)
-{
-    const std::string type = "Content-Type: application/json";
-    RunningPage page;
-    HttpPeer disengaging(page.Port());
-    std::vector<std::unique_ptr<HttpPeer>> others;
-
-    page.OnLoop([&](ServiceCoreC&) {
-        disengaging.Send(BytesOf({"POST",
-                                  "/command",
-                                  "",
-                                  {type},
-                                  R"({"operation":"DisengageSteering","arguments":[1]})"},
-                                 page.Port()));
-        for (std::size_t count = 0; count < kMost + 50; ++count) {
-            others.push_back(std::make_unique<HttpPeer>(page.Port()));
-            others.back()->Send(
-                BytesOf({"POST", "/command", "", {type}, R"({"operation":"IsSteeringEngaged"})"},
-                        page.Port()));
-        }
-    });
-
-    EXPECT_TRUE(IsAnswered(disengaging, R"({"reasons":[],"result":1})"));
-    for (const auto& other : others)
-        EXPECT_TRUE(IsAnswered(*other, R"({"reasons":[],"result":0})"));
 }
 
 } // namespace

@@ -95,4 +95,10 @@ private:
     HttpPeer m_peer;
 };
 
+/// Whether an answer has come, and the end of the connection.
+inline bool IsAnswered(HttpPeer& peer, const std::string& text)
+{
+    return peer.ReadToEnd() && peer.Read().find("\r\n\r\n" + text) != std::string::npos;
+}
+
 #endif
