@@ -1,11 +1,15 @@
 # Who may include whom: every target gets an include root of its own that shows just the folders it
 # may know. An include of any other folder by its name does not compile; one by a relative way is
-# refused by tests/tooling/check_sources.py.
+# refused by tests/tooling/check_sources.py. `simulator/world` shows that one room of a folder.
 
 function(kestrove_include_root target scope)
   set(root ${PROJECT_BINARY_DIR}/include-roots/${target})
-  file(MAKE_DIRECTORY ${root})
   foreach(folder IN LISTS ARGN)
+    get_filename_component(parent ${root}/${folder} DIRECTORY)
+    if(IS_SYMLINK ${parent})
+      file(REMOVE ${parent})
+    endif()
+    file(MAKE_DIRECTORY ${parent})
     if(NOT EXISTS ${root}/${folder})
       file(CREATE_LINK ${PROJECT_SOURCE_DIR}/${folder} ${root}/${folder} SYMBOLIC)
     endif()

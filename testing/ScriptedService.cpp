@@ -10,7 +10,7 @@ std::string CReceived::Text() const
     return kinds[static_cast<int>(kind)] + name + ' ' + Describe(*arguments);
 }
 
-CScriptedService::CScriptedService(EListen addresses) : m_state(std::make_unique<StateC>())
+CScriptedService::CScriptedService(EListen addresses) : m_state(std::make_unique<CState>())
 {
     Listen(addresses);
 }

@@ -208,8 +208,8 @@ public:
     /// @}
 
 private:
-    class StateC;
-    std::unique_ptr<StateC> m_state;
+    class CState;
+    std::unique_ptr<CState> m_state;
 };
 
 } // namespace Kestrove::Testing

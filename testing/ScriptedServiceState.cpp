@@ -24,7 +24,7 @@ EListenOn ForServer(EListen addresses)
 
 } // namespace
 
-void CScriptedService::StateC::Listen(EListen addresses)
+void CScriptedService::CState::Listen(EListen addresses)
 {
     const std::string problem = OnLoop([&] {
         m_server.StopListening();
@@ -36,7 +36,7 @@ void CScriptedService::StateC::Listen(EListen addresses)
     }
 }
 
-void CScriptedService::StateC::Record(CReceived received)
+void CScriptedService::CState::Record(CReceived received)
 {
     Locked([&] {
         const bool isSubscription = received.kind == CReceived::EKind::Subscription;
@@ -46,27 +46,27 @@ void CScriptedService::StateC::Record(CReceived received)
     m_changed.notify_all();
 }
 
-std::size_t CScriptedService::StateC::Count(const Counts& counts, const std::string& name)
+std::size_t CScriptedService::CState::Count(const Counts& counts, const std::string& name)
 {
     const auto found = counts.find(name);
     return found == counts.end() ? 0 : found->second;
 }
 
-void CScriptedService::StateC::ForgetReceived()
+void CScriptedService::CState::ForgetReceived()
 {
     m_received.clear();
     m_callCounts.clear();
     m_subscriptionCounts.clear();
 }
 
-CAnswer CScriptedService::StateC::RecordCall(CReceived::EKind kind, ClientNumber client,
+CAnswer CScriptedService::CState::RecordCall(CReceived::EKind kind, ClientNumber client,
                                              const std::string& name, const BListC& arguments)
 {
     Record({kind, name, Copy(arguments), client});
     return Locked([&] { return m_script.Take(name, Describe(arguments)); });
 }
 
-void CScriptedService::StateC::RequestReceived(ClientNumber client, std::uint64_t requestNumber,
+void CScriptedService::CState::RequestReceived(ClientNumber client, std::uint64_t requestNumber,
                                                const std::string& name, const BListC& arguments)
 {
     const CAnswer answer = RecordCall(CReceived::EKind::Request, client, name, arguments);
@@ -80,7 +80,7 @@ void CScriptedService::StateC::RequestReceived(ClientNumber client, std::uint64_
     }
 }
 
-void CScriptedService::StateC::NotificationReceived(ClientNumber client, const std::string& name,
+void CScriptedService::CState::NotificationReceived(ClientNumber client, const std::string& name,
                                                     const BListC& arguments)
 {
     const CAnswer answer = RecordCall(CReceived::EKind::Notification, client, name, arguments);
@@ -91,13 +91,13 @@ void CScriptedService::StateC::NotificationReceived(ClientNumber client, const s
     }
 }
 
-void CScriptedService::StateC::Subscribed(ClientNumber client, const std::string& event)
+void CScriptedService::CState::Subscribed(ClientNumber client, const std::string& event)
 {
     m_subscribers[event].insert(client);
     Record({CReceived::EKind::Subscription, event, std::make_unique<BListC>(nullptr), client});
 }
 
-void CScriptedService::StateC::ClientConnected(ClientNumber client)
+void CScriptedService::CState::ClientConnected(ClientNumber client)
 {
     const bool closes = Locked([&] {
         ++m_acceptedCount;
@@ -110,7 +110,7 @@ void CScriptedService::StateC::ClientConnected(ClientNumber client)
     }
 }
 
-void CScriptedService::StateC::ClientDisconnected(ClientNumber client, const std::string&)
+void CScriptedService::CState::ClientDisconnected(ClientNumber client, const std::string&)
 {
     for (auto& [event, clients] : m_subscribers) {
         clients.erase(client);
@@ -121,7 +121,7 @@ void CScriptedService::StateC::ClientDisconnected(ClientNumber client, const std
     m_changed.notify_all();
 }
 
-void CScriptedService::StateC::GiveLater(const CPending& pending)
+void CScriptedService::CState::GiveLater(const CPending& pending)
 {
     const auto timer = std::make_shared<asio::steady_timer>(
         m_loop, std::chrono::milliseconds(pending.answer.DelayMilliseconds()));
@@ -132,7 +132,7 @@ void CScriptedService::StateC::GiveLater(const CPending& pending)
     });
 }
 
-void CScriptedService::StateC::Give(const CPending& pending)
+void CScriptedService::CState::Give(const CPending& pending)
 {
     const ClientNumber client = pending.client;
     const CAnswer& answer = pending.answer;
@@ -154,7 +154,7 @@ void CScriptedService::StateC::Give(const CPending& pending)
     }
 }
 
-void CScriptedService::StateC::Push(const std::string& event, const BListC& payload)
+void CScriptedService::CState::Push(const std::string& event, const BListC& payload)
 {
     const auto found = m_subscribers.find(event);
     const std::size_t subscribers = found == m_subscribers.end() ? 0 : found->second.size();
@@ -163,7 +163,7 @@ void CScriptedService::StateC::Push(const std::string& event, const BListC& payl
     m_server.Push(event, payload);
 }
 
-void CScriptedService::StateC::ReleaseHeld()
+void CScriptedService::CState::ReleaseHeld()
 {
     std::vector<CPending> held;
     held.swap(m_held);

@@ -28,15 +28,15 @@ namespace Kestrove::Testing {
 
 /// The service on its thread. What the test writes and reads lies behind the mutex; the server and
 /// the held answers belong to the loop's thread alone.
-class CScriptedService::StateC final : public MPIServiceHandlerC
+class CScriptedService::CState final : public MPIServiceHandlerC
 {
 public:
-    StateC() : m_work(m_loop.get_executor()), m_server(m_loop, *this)
+    CState() : m_work(m_loop.get_executor()), m_server(m_loop, *this)
     {
         m_thread = std::thread([this] { m_loop.run(); });
     }
 
-    ~StateC() override
+    ~CState() override
     {
         m_loop.stop();
         m_thread.join();

@@ -3,12 +3,14 @@
 void CBoxTree::Split(std::size_t first, std::size_t last)
 {
     Box box = m_items[first].box;
-    for (std::size_t i = first + 1; i < last; ++i)
+    for (std::size_t i = first + 1; i < last; ++i) {
         box.Take(m_items[i].box);
+    }
     const std::size_t here = m_nodes.size();
     m_nodes.push_back({box, 0});
-    if (last - first <= kLeafSize)
+    if (last - first <= kLeafSize) {
         return;
+    }
     const bool alongX = box.most.x - box.least.x > box.most.y - box.least.y;
     const std::size_t half = Half(first, last);
     const auto at = [this](std::size_t i) {

@@ -49,11 +49,13 @@ public:
     explicit CBoxTree(const std::vector<Box>& boxes)
     {
         m_items.reserve(boxes.size());
-        for (std::size_t thing = 0; thing < boxes.size(); ++thing)
+        for (std::size_t thing = 0; thing < boxes.size(); ++thing) {
             m_items.push_back({boxes[thing], thing});
+        }
         m_nodes.reserve(2 * boxes.size() / kLeafSize + 2);
-        if (!m_items.empty())
+        if (!m_items.empty()) {
             Split(0, m_items.size());
+        }
     }
 
     /// Visits the things whose boxes are no farther from a place than a limit, those of the nearest
@@ -67,15 +69,17 @@ public:
     void Search(const Point& place, double& squaredLimit, std::size_t& looks,
                 const TVisit& visit) const
     {
-        if (m_items.empty())
+        if (m_items.empty()) {
             return;
+        }
         std::vector<Part> parts{PartAt(0, 0, m_items.size(), place)};
         while (!parts.empty() && looks > 0) {
             std::pop_heap(parts.begin(), parts.end());
             const Part part = parts.back();
             parts.pop_back();
-            if (part.squaredDistance > squaredLimit)
+            if (part.squaredDistance > squaredLimit) {
                 return;
+            }
             const std::size_t upper = m_nodes[part.node].upper;
             if (upper == 0) {
                 SearchLeaf(part, place, squaredLimit, looks, visit);
@@ -85,8 +89,9 @@ public:
             const std::size_t half = Half(part.first, part.last);
             for (const Part& next : {PartAt(part.node + 1, part.first, half, place),
                                      PartAt(upper, half, part.last, place)}) {
-                if (next.squaredDistance > squaredLimit)
+                if (next.squaredDistance > squaredLimit) {
                     continue;
+                }
                 parts.push_back(next);
                 std::push_heap(parts.begin(), parts.end());
             }
@@ -127,8 +132,9 @@ private:
         /// Later to be looked into; among boxes that are equally near, the middle counts.
         bool operator<(const Part& other) const
         {
-            if (squaredDistance != other.squaredDistance)
+            if (squaredDistance != other.squaredDistance) {
                 return squaredDistance > other.squaredDistance;
+            }
             return toMiddle > other.toMiddle;
         }
     };
@@ -146,8 +152,9 @@ private:
     {
         CountLooks(looks, leaf.last - leaf.first);
         for (std::size_t i = leaf.first; i < leaf.last; ++i) {
-            if (m_items[i].box.SquaredDistance(place) <= squaredLimit)
+            if (m_items[i].box.SquaredDistance(place) <= squaredLimit) {
                 visit(m_items[i].thing);
+            }
         }
     }
 

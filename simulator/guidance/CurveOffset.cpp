@@ -7,7 +7,7 @@
 #include <unordered_set>
 
 #include "simulator/guidance/BoxTree.h"
-#include "simulator/guidance/LongWork.h"
+#include "simulator/work/LongWork.h"
 
 namespace {
 
@@ -32,26 +32,34 @@ private:
     std::unordered_set<std::uint64_t> m_seen;
 };
 
+/// The places of a curve that are looked at, one in every twentieth of the distance: that changes
+/// what is found by less than the tolerance; so does taking places within a fraction of it for one,
+/// which a line has that is driven round and round.
+std::vector<Box> PlacesOf(const std::vector<Point>& curve, double distance, double tolerance)
+{
+    const double spacing = distance / 20.0;
+    CPlacesSeen seen(tolerance / 8.0);
+    std::vector<Box> looked{Box::Around(curve.front())};
+    Point last = curve.front();
+    for (const Point& point : curve) {
+        if (Distance(last, point) < spacing) {
+            continue;
+        }
+        last = point;
+        if (seen.IsNew(point)) {
+            looked.push_back(Box::Around(point));
+        }
+    }
+    return looked;
+}
+
 } // namespace
 
 std::vector<std::size_t> KeptClear(const std::vector<Point>& points,
                                    const std::vector<Point>& curve, double distance)
 {
-    // Looking at one point of the curve in every twentieth of the distance changes what is found
-    // by less than the tolerance; so does taking places within a fraction of it for one, which a
-    // line has that is driven round and round.
-    const double spacing = distance / 20.0;
     const double tolerance = 0.02 + distance / 1000.0;
-    CPlacesSeen seen(tolerance / 8.0);
-    std::vector<Box> looked{Box::Around(curve.front())};
-    Point last = curve.front();
-    for (const Point& point : curve) {
-        if (Distance(last, point) < spacing)
-            continue;
-        last = point;
-        if (seen.IsNew(point))
-            looked.push_back(Box::Around(point));
-    }
+    const std::vector<Box> looked = PlacesOf(curve, distance, tolerance);
     const CBoxTree tree(looked);
     std::vector<std::size_t> kept;
     kept.reserve(points.size());
@@ -62,8 +70,9 @@ std::vector<std::size_t> KeptClear(const std::vector<Point>& points,
     for (std::size_t i = 0; i < points.size(); ++i) {
         EndWorkIfStopped();
         // What was near the last point mostly is near the next one too.
-        if (near < looked.size() && looked[near].SquaredDistance(points[i]) <= tooNear)
+        if (near < looked.size() && looked[near].SquaredDistance(points[i]) <= tooNear) {
             continue;
+        }
         near = looked.size();
         double squaredLimit = tooNear;
         std::size_t looks = std::numeric_limits<std::size_t>::max();
@@ -71,8 +80,9 @@ std::vector<std::size_t> KeptClear(const std::vector<Point>& points,
             near = found;
             squaredLimit = -1.0;
         });
-        if (near == looked.size())
+        if (near == looked.size()) {
             kept.push_back(i);
+        }
     }
     return kept;
 }

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstddef>
 
-#include "simulator/guidance/LongWork.h"
+#include "simulator/work/LongWork.h"
 
 namespace {
 
@@ -20,8 +20,9 @@ class CCatmullRomSegment
 public:
     explicit CCatmullRomSegment(const std::array<Point, 4>& points) : m_points(points)
     {
-        for (std::size_t i = 1; i < 4; ++i)
+        for (std::size_t i = 1; i < 4; ++i) {
             m_knots[i] = m_knots[i - 1] + std::sqrt(Distance(points[i - 1], points[i]));
+        }
     }
 
     /// @param share 0 at p[1], 1 at p[2].
@@ -57,8 +58,9 @@ double SpacingFor(double length)
 double PolylineLength(const std::vector<Point>& points)
 {
     double length = 0.0;
-    for (std::size_t i = 1; i < points.size(); ++i)
+    for (std::size_t i = 1; i < points.size(); ++i) {
         length += Distance(points[i - 1], points[i]);
+    }
     return length;
 }
 
@@ -66,8 +68,9 @@ std::vector<Point> Thinned(const std::vector<Point>& points, double spacing)
 {
     std::vector<Point> kept;
     for (const Point& point : points) {
-        if (kept.empty() || Distance(kept.back(), point) >= spacing)
+        if (kept.empty() || Distance(kept.back(), point) >= spacing) {
             kept.push_back(point);
+        }
     }
     return kept;
 }
@@ -101,8 +104,9 @@ std::vector<Point> SmoothedByMeans(const std::vector<Point>& points, int reach)
         const std::size_t side =
             std::min({static_cast<std::size_t>(reach), i, points.size() - 1 - i});
         Point sum;
-        for (std::size_t j = i - side; j <= i + side; ++j)
+        for (std::size_t j = i - side; j <= i + side; ++j) {
             sum = {sum.x + points[j].x, sum.y + points[j].y};
+        }
         const double count = static_cast<double>(2 * side + 1);
         smoothed.push_back({sum.x / count, sum.y / count});
     }
@@ -122,8 +126,9 @@ std::vector<Point> CatmullRom(const std::vector<Point>& points)
         const CCatmullRomSegment segment({i == 0 ? before : points[i - 1], points[i], points[i + 1],
                                           i + 1 == last ? after : points[i + 2]});
         const auto pieces = static_cast<int>(Distance(points[i], points[i + 1]) / step) + 1;
-        for (int piece = 0; piece < pieces; ++piece)
+        for (int piece = 0; piece < pieces; ++piece) {
             curve.push_back(segment.At(static_cast<double>(piece) / pieces));
+        }
     }
     curve.push_back(points[last]);
     return curve;

@@ -69,8 +69,9 @@ void CCurveShape::SetCurvatures()
 void CCurveShape::MakeGroups()
 {
     Box whole = Box::Around(m_vertices.front().position);
-    for (const Vertex& vertex : m_vertices)
+    for (const Vertex& vertex : m_vertices) {
         whole.Take(Box::Around(vertex.position));
+    }
     const double largest = Distance(whole.least, whole.most) / kGroupShare;
     std::vector<Box> boxes;
     for (std::size_t first = 0; first + 1 < m_vertices.size();) {
@@ -129,11 +130,13 @@ Projection CCurveShape::ProjectOnto(std::size_t segment, const Point& place) con
     const Vertex& first = m_vertices.front();
     const Vertex& last = m_vertices.back();
     const double before = AheadOf(first.position, first.heading, place);
-    if (segment == 0 && nearest.share <= 0.0 && before < 0.0)
+    if (segment == 0 && nearest.share <= 0.0 && before < 0.0) {
         return PastEnd(first, before, place);
+    }
     const double after = AheadOf(last.position, last.heading, place);
-    if (segment + 2 == m_vertices.size() && nearest.share >= 1.0 && after > 0.0)
+    if (segment + 2 == m_vertices.size() && nearest.share >= 1.0 && after > 0.0) {
         return PastEnd(last, after, place);
+    }
     const LinePoint foot = Between(segment, nearest.share);
     const double distance = std::sqrt(nearest.squaredDistance);
     const double right = RightwardOf(foot.position, foot.heading, place);
@@ -177,15 +180,17 @@ CCurveShape::Nearest CCurveShape::NearestOfAll(const Point& place, Nearest found
 Projection CCurveShape::WithExtensions(std::size_t segment, const Point& place) const
 {
     Projection projection = ProjectOnto(segment, place);
-    if (m_ends == EEnds::Stop)
+    if (m_ends == EEnds::Stop) {
         return projection;
+    }
     // An extension may pass nearer than the curve itself.
     for (const Vertex* end : {&m_vertices.front(), &m_vertices.back()}) {
         const double ahead = AheadOf(end->position, end->heading, place);
         const bool past = end == &m_vertices.front() ? ahead < 0.0 : ahead > 0.0;
         const Projection extension = PastEnd(*end, ahead, place);
-        if (past && extension.distance < projection.distance)
+        if (past && extension.distance < projection.distance) {
             projection = extension;
+        }
     }
     return projection;
 }
@@ -212,12 +217,14 @@ CCurveShape::Nearest CCurveShape::NearestNear(const Point& place, double station
     const auto look = [&](std::size_t segment) {
         const double distance = NearestOn(segment, place).squaredDistance;
         const bool nearer = distance < best.squaredDistance;
-        if (nearer)
+        if (nearer) {
             best = {segment, distance};
+        }
         return nearer;
     };
-    for (std::size_t segment = first + 1; segment <= last; ++segment)
+    for (std::size_t segment = first + 1; segment <= last; ++segment) {
         look(segment);
+    }
     // Nearest at the border of the window: the place has moved on further than that.
     if (best.segment == first) {
         while (best.segment > 0 && first - best.segment < farthest && look(best.segment - 1)) {
@@ -234,8 +241,9 @@ CCurveShape::Nearest CCurveShape::NearestNear(const Point& place, double station
 LinePoint CCurveShape::At(double station) const
 {
     const Vertex& end = station < 0.0 ? m_vertices.front() : m_vertices.back();
-    if (station < 0.0 || station > end.station)
+    if (station < 0.0 || station > end.station) {
         return {Moved(end.position, end.heading, station - end.station, 0.0), end.heading, 0.0};
+    }
     const std::size_t segment = SegmentAt(station);
     const double from = m_vertices[segment].station;
     return Between(segment, (station - from) / (m_vertices[segment + 1].station - from));
@@ -243,8 +251,9 @@ LinePoint CCurveShape::At(double station) const
 
 Stretch CCurveShape::Clip(const Stretch& stretch) const
 {
-    if (m_ends == EEnds::Straight)
+    if (m_ends == EEnds::Straight) {
         return stretch;
+    }
     return {std::clamp(stretch.from, 0.0, Length()), std::clamp(stretch.to, 0.0, Length())};
 }
 
@@ -267,17 +276,21 @@ LineShapePtr CCurveShape::Parallel(double offset) const
     }
     std::vector<std::size_t> kept(parallel.size());
     std::iota(kept.begin(), kept.end(), 0);
-    if (folds)
+    if (folds) {
         kept = KeptClear(parallel, curve, std::abs(offset));
+    }
     std::vector<Point> clear;
     clear.reserve(kept.size());
-    for (const std::size_t place : kept)
+    for (const std::size_t place : kept) {
         clear.push_back(parallel[place]);
-    if (PolylineLength(clear) < kLeastCurveLength)
+    }
+    if (PolylineLength(clear) < kLeastCurveLength) {
         return nullptr;
+    }
     std::vector<Point> even = EvenlySpaced(clear);
-    if (clear.size() < parallel.size())
+    if (clear.size() < parallel.size()) {
         even = EvenlySpaced(SmoothedByMeans(SmoothedByMeans(even, kCornerReach), kCornerReach));
+    }
     const auto shape = std::make_shared<CCurveShape>(even, m_ends);
     shape->SetBeside(*this, kept, clear);
     return shape;
@@ -309,13 +322,16 @@ double CCurveShape::StationOnBase(double station) const
 double CCurveShape::Translated(const std::vector<Beside>& table, double Beside::*from,
                                double Beside::*to, double station)
 {
-    if (table.empty())
+    if (table.empty()) {
         return station;
+    }
     // Past an end a parallel goes on as its base does.
-    if (station <= table.front().*from)
+    if (station <= table.front().*from) {
         return table.front().*to + station - table.front().*from;
-    if (station >= table.back().*from)
+    }
+    if (station >= table.back().*from) {
         return table.back().*to + station - table.back().*from;
+    }
     const auto after = std::upper_bound(
         table.begin(), table.end(), station,
         [from](double value, const Beside& beside) { return value < beside.*from; });

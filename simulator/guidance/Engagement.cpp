@@ -46,12 +46,15 @@ std::vector<std::string> ReverseProblems(const EngageSituation& situation,
                                          const EngageSettings& settings)
 {
     std::vector<std::string> problems;
-    if (!MovesInReverse(situation.speed))
+    if (!MovesInReverse(situation.speed)) {
         return problems;
-    if (!settings.reverseEnabled)
+    }
+    if (!settings.reverseEnabled) {
         problems.push_back("the machine moves backwards and engaging in reverse is not enabled");
-    if (!settings.reverseAllowed)
+    }
+    if (!settings.reverseAllowed) {
         problems.push_back("the machine moves backwards and engaging in reverse is not allowed");
+    }
     return problems;
 }
 
@@ -70,13 +73,16 @@ std::string TooSlowProblem(const EngageSituation& situation)
 std::vector<std::string> ProblemsButSlowness(const EngageSituation& situation,
                                              const EngageSettings& settings)
 {
-    if (!situation.navigationActive)
+    if (!situation.navigationActive) {
         return {"navigation is not active"};
+    }
     std::vector<std::string> problems;
-    if (!situation.positionFresh)
+    if (!situation.positionFresh) {
         problems.push_back("no fresh position has come for 1 s");
-    for (auto&& group : {PlaceProblems(situation), ReverseProblems(situation, settings)})
+    }
+    for (auto&& group : {PlaceProblems(situation), ReverseProblems(situation, settings)}) {
         problems.insert(problems.end(), group.begin(), group.end());
+    }
     return problems;
 }
 
@@ -91,8 +97,9 @@ std::vector<std::string> CEngagement::UnmetConditions(const EngageSituation& sit
                                                       const EngageSettings& settings)
 {
     std::vector<std::string> problems = ProblemsButSlowness(situation, settings);
-    if (situation.navigationActive && TooSlow(situation, settings))
+    if (situation.navigationActive && TooSlow(situation, settings)) {
         problems.push_back(TooSlowProblem(situation));
+    }
     return problems;
 }
 
@@ -113,8 +120,9 @@ void CEngagement::Disengage()
 void CEngagement::Check(const EngageSituation& situation, const EngageSettings& settings,
                         double seconds)
 {
-    if (!m_engaged)
+    if (!m_engaged) {
         return;
+    }
     const bool slow = TooSlow(situation, settings);
     m_slowSeconds = slow && m_slow ? m_slowSeconds + seconds : 0.0;
     m_slow = slow;

@@ -26,8 +26,9 @@ void CFollowedLine::SetBase(LineShapePtr base, bool repeats)
 void CFollowedLine::Reshape(LineShapePtr base)
 {
     // Smoothing changes lengths by little, and all along the line.
-    if (m_base->Length() > 0.0)
+    if (m_base->Length() > 0.0) {
         m_baseStation *= base->Length() / m_base->Length();
+    }
     m_base = std::move(base);
     m_baseSearch.Forget();
     Rebuild();
@@ -60,17 +61,20 @@ void CFollowedLine::ChooseNearest(const Point& place)
 {
     const double passes = PassesAside(place);
     const double driven = passes + m_forgivenShift / m_width - m_pass;
-    if (std::abs(driven) > 0.5 + kPassHysteresis)
+    if (std::abs(driven) > 0.5 + kPassHysteresis) {
         Take(static_cast<int>(std::lround(passes)));
+    }
 }
 
 void CFollowedLine::ChoosePass(const Point& place)
 {
-    if (!m_base)
+    if (!m_base) {
         return;
+    }
     if (m_follow == EFollow::LineItself) {
-        if (m_pass != 0)
+        if (m_pass != 0) {
             Take(0);
+        }
     } else if (m_repeats) {
         ChooseNearest(place);
     }
@@ -78,8 +82,9 @@ void CFollowedLine::ChoosePass(const Point& place)
 
 void CFollowedLine::MoveTo(const Point& place, bool mayChangeBranch)
 {
-    if (!m_shape)
+    if (!m_shape) {
         return;
+    }
     const bool tracked = !mayChangeBranch && m_tracked;
     const double last = m_position.station;
     m_position = tracked ? m_shape->ProjectNear(place, last)
@@ -87,8 +92,9 @@ void CFollowedLine::MoveTo(const Point& place, bool mayChangeBranch)
     m_baseStation = m_shape->StationOnBase(m_position.station);
     m_tracked = true;
     // The machine has followed the line to where it has moved: from here its own movement counts.
-    if (std::abs(m_position.crossTrack) <= m_width / 2.0)
+    if (std::abs(m_position.crossTrack) <= m_width / 2.0) {
         m_forgivenShift = 0.0;
+    }
 }
 
 void CFollowedLine::Take(int pass)
@@ -102,15 +108,17 @@ void CFollowedLine::Take(int pass)
 void CFollowedLine::Rebuild()
 {
     const double offset = m_pass * m_width + m_shift;
-    if (m_base == m_shapeBase && (offset == m_shapeOffset || !m_base))
+    if (m_base == m_shapeBase && (offset == m_shapeOffset || !m_base)) {
         return;
+    }
     m_shape = m_base && offset != 0.0 ? ParallelOfBase(offset) : m_base;
     m_shapeSearch.Forget();
     m_shapeBase = m_base;
     m_shapeOffset = offset;
     ++m_revision;
-    if (m_shape)
+    if (m_shape) {
         m_position.station = m_shape->StationFromBase(m_baseStation);
+    }
 }
 
 LineShapePtr CFollowedLine::ParallelOfBase(double offset) const

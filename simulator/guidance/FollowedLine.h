@@ -3,7 +3,7 @@
 
 #include "simulator/guidance/LineSearch.h"
 #include "simulator/guidance/LineShape.h"
-#include "simulator/guidance/LongWork.h"
+#include "simulator/work/LongWork.h"
 
 /// Which of the parallel passes is followed.
 enum class EFollow

@@ -38,8 +38,9 @@ std::string PointProblem(const std::vector<Point>& points)
     for (std::size_t i = 0; i < points.size(); ++i) {
         const Point& point = points[i];
         const bool near = std::abs(point.x) <= kFarthest && std::abs(point.y) <= kFarthest;
-        if (near)
+        if (near) {
             continue;
+        }
         std::ostringstream problem;
         problem << "point " << i << " (" << point.x << ", " << point.y
                 << ") is not within 1000 km of the origin";
@@ -59,8 +60,9 @@ BuiltLine BuildStraight(const Point& a, const Point& b)
 
 BuiltLine BuildHeading(const Point& a, double heading)
 {
-    if (!std::isfinite(heading))
+    if (!std::isfinite(heading)) {
         return Refused("the heading ", heading, " is not a number of radians");
+    }
     return {std::make_shared<CStraightShape>(a, heading), {}};
 }
 
@@ -68,8 +70,9 @@ BuiltLine BuildHeading(const Point& a, double heading)
 BuiltLine BuildCircle(const Point& first, const Point& second, const Point& third)
 {
     if (Distance(first, second) < kLeastDistance || Distance(second, third) < kLeastDistance ||
-        Distance(first, third) < kLeastDistance)
+        Distance(first, third) < kLeastDistance) {
         return Refused("two points of the circle are less than ", kLeastDistance, " m apart");
+    }
     const Point b{second.x - first.x, second.y - first.y};
     const Point c{third.x - first.x, third.y - first.y};
     const double cross = b.x * c.y - b.y * c.x;
@@ -78,8 +81,9 @@ BuiltLine BuildCircle(const Point& first, const Point& second, const Point& thir
     const Point toCentre{(c.y * bb - b.y * cc) / (2.0 * cross),
                          (b.x * cc - c.x * bb) / (2.0 * cross)};
     const double radius = std::hypot(toCentre.x, toCentre.y);
-    if (!(radius <= kGreatestRadius))
+    if (!(radius <= kGreatestRadius)) {
         return Refused("the three points of the circle lie on one line");
+    }
     if (radius < CCircleShape::kLeastRadius) {
         return Refused("the radius ", radius, " m of the circle is less than ",
                        CCircleShape::kLeastRadius, " m");
@@ -127,11 +131,13 @@ BuiltLine BuildLine(const LineDefinition& line, int curveFilterSize)
 {
     const std::vector<Point>& points = line.points;
     const std::size_t wanted = PointCount(line.kind);
-    if (wanted != 0 && points.size() != wanted)
+    if (wanted != 0 && points.size() != wanted) {
         return Refused("the line has ", points.size(), " points, ", wanted, " are needed");
+    }
     const std::string problem = PointProblem(points);
-    if (!problem.empty())
+    if (!problem.empty()) {
         return Refused(problem);
+    }
     switch (line.kind) {
     case ELineKind::Straight:
         return BuildStraight(points[0], points[1]);
@@ -151,10 +157,12 @@ BuiltLine BuildLine(const LineDefinition& line, int curveFilterSize)
 
 std::size_t WorkOf(const LineDefinition& line)
 {
-    if (PointCount(line.kind) != 0)
+    if (PointCount(line.kind) != 0) {
         return 0;
-    if (line.points.size() > kMostMeasured)
+    }
+    if (line.points.size() > kMostMeasured) {
         return line.points.size();
+    }
     const double held = std::min(PolylineLength(line.points) / kCurveSpacing, kMostCurvePoints);
     // What is not finite is refused before anything is made of it.
     return line.points.size() + (held > 0.0 ? static_cast<std::size_t>(held) : 0);

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstddef>
 
-#include "simulator/guidance/LongWork.h"
+#include "simulator/work/LongWork.h"
 
 namespace {
 
@@ -59,8 +59,9 @@ private:
     template <typename Sums>
     static void AddEach(Sums& sums, const Sums& others)
     {
-        for (std::size_t i = 0; i < sums.size(); ++i)
+        for (std::size_t i = 0; i < sums.size(); ++i) {
             sums[i] += others[i];
+        }
     }
 
     /// The binomial theorem on sums of powers, a row of Pascal's triangle at a time.
@@ -68,8 +69,9 @@ private:
     static void MoveOrigin(Sums& sums, double distance)
     {
         for (std::size_t row = 1; row < sums.size(); ++row) {
-            for (std::size_t power = sums.size() - 1; power >= row; --power)
+            for (std::size_t power = sums.size() - 1; power >= row; --power) {
                 sums[power] -= distance * sums[power - 1];
+            }
         }
     }
 
@@ -93,26 +95,30 @@ public:
         : m_points(points), m_window(window), m_ends(1)
     {
         m_stations.push_back(0.0);
-        for (std::size_t i = 1; i < points.size(); ++i)
+        for (std::size_t i = 1; i < points.size(); ++i) {
             m_stations.push_back(m_stations.back() + Distance(points[i - 1], points[i]));
+        }
     }
 
     /// The value at the point `at` of the parabola over the points from `first` to `last`, both
     /// included. `last` never falls from call to call.
     Point Parabola(std::size_t at, std::size_t first, std::size_t last)
     {
-        if (last / m_window * m_window != m_border)
+        if (last / m_window * m_window != m_border) {
             BeginBlock(last / m_window * m_window);
-        for (; m_next <= last; ++m_next)
+        }
+        for (; m_next <= last; ++m_next) {
             AddTo(m_beginning, m_next);
+        }
         CParabolaSums sums;
         if (first <= m_border) {
             sums = m_beginning;
             sums.Add(m_ends[m_border - first]);
         } else {
             // Only at the end of all points, where windows shrink.
-            for (std::size_t i = first; i <= last; ++i)
+            for (std::size_t i = first; i <= last; ++i) {
                 AddTo(sums, i);
+            }
         }
         const Point value = sums.From(m_stations[at] - m_stations[m_border]).AtOrigin();
         return {m_points[m_border].x + value.x, m_points[m_border].y + value.y};
@@ -153,8 +159,9 @@ private:
 std::vector<Point> SmoothedByParabolas(const std::vector<Point>& points, int window)
 {
     const auto reach = static_cast<std::size_t>(window) / 2;
-    if (window < 4 || points.size() < 4)
+    if (window < 4 || points.size() < 4) {
         return points;
+    }
     CSlidingSums sums(points, 2 * reach + 1);
     std::vector<Point> smoothed;
     smoothed.reserve(points.size());

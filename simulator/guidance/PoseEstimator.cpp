@@ -66,8 +66,9 @@ void CPoseEstimator::PropagateCovariance()
     const double course = m_estimate.pose.heading + m_estimate.sideSlip;
     const double keep = std::exp(-kPeriodSeconds / kSlipSeconds);
     Matrix transition{};
-    for (std::size_t i = 0; i < kStates; ++i)
+    for (std::size_t i = 0; i < kStates; ++i) {
         transition[i][i] = 1.0;
+    }
     transition[kX][kHeading] = transition[kX][kSlip] = m_driven * std::cos(course);
     transition[kY][kHeading] = transition[kY][kSlip] = -m_driven * std::sin(course);
     transition[kHeading][kBias] = m_driven / (kWheelbase * Squared(std::cos(m_wheelAngle)));
@@ -76,15 +77,17 @@ void CPoseEstimator::PropagateCovariance()
     Matrix half{};
     for (std::size_t i = 0; i < kStates; ++i) {
         for (std::size_t j = 0; j < kStates; ++j) {
-            for (std::size_t k = 0; k < kStates; ++k)
+            for (std::size_t k = 0; k < kStates; ++k) {
                 half[i][j] += transition[i][k] * m_covariance[k][j];
+            }
         }
     }
     m_covariance = {};
     for (std::size_t i = 0; i < kStates; ++i) {
         for (std::size_t j = 0; j < kStates; ++j) {
-            for (std::size_t k = 0; k < kStates; ++k)
+            for (std::size_t k = 0; k < kStates; ++k) {
                 m_covariance[i][j] += half[i][k] * transition[j][k];
+            }
         }
     }
 
@@ -101,11 +104,13 @@ void CPoseEstimator::CorrectState(EState state, double innovation, double varian
 {
     std::array<double, kStates> gain{};
     const std::array<double, kStates> row = m_covariance[state];
-    for (std::size_t i = 0; i < kStates; ++i)
-        gain[i] = row[i] / (row[state] + variance);
     for (std::size_t i = 0; i < kStates; ++i) {
-        for (std::size_t j = 0; j < kStates; ++j)
+        gain[i] = row[i] / (row[state] + variance);
+    }
+    for (std::size_t i = 0; i < kStates; ++i) {
+        for (std::size_t j = 0; j < kStates; ++j) {
             m_covariance[i][j] -= gain[i] * row[j];
+        }
     }
     Pose& pose = m_estimate.pose;
     pose.position.x += gain[kX] * innovation;

@@ -98,7 +98,8 @@ double CCircleShape::Length() const
 LineShapePtr CCircleShape::Parallel(double offset) const
 {
     const double radius = m_curvature > 0.0 ? Radius() - offset : Radius() + offset;
-    if (radius < kLeastRadius)
+    if (radius < kLeastRadius) {
         return nullptr;
+    }
     return std::make_shared<CCircleShape>(m_centre, std::copysign(1.0 / radius, m_curvature));
 }

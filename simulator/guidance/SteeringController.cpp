@@ -58,8 +58,9 @@ double CSteeringController::Command(const SteeringInput& input, const CLineShape
                                     double station, const TrackingGains& gains)
 {
     const double speed = std::abs(input.speed);
-    if (speed < kLeastSteeredSpeed)
+    if (speed < kLeastSteeredSpeed) {
         return m_lastCommand;
+    }
     const bool backwards = input.speed < 0.0;
     // All is seen in the direction of movement, in which a machine that moves backwards is steered
     // like any other, only with the wheels the other way round.
@@ -93,8 +94,9 @@ void CSteeringController::Integrate(const Approach& approach, const TrackingGain
                                     double way, bool limited)
 {
     if (limited || std::abs(approach.wantedSlope) > kIntegralReach ||
-        std::abs(approach.slopeError) > kIntegralReach)
+        std::abs(approach.slopeError) > kIntegralReach) {
         return;
+    }
     m_integral -= kIntegralShare * gains.damping * gains.damping * approach.slopeError * way;
     m_integral = std::clamp(m_integral, -kIntegralLimit, kIntegralLimit);
 }

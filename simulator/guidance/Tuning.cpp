@@ -16,8 +16,9 @@ std::size_t Index(ETuning parameter)
 
 CTuning::CTuning() : m_limits{{{0.2, 1.0, 3.0}, {0.2, 1.0, 3.0}, {0.2, 1.0, 3.0}, {0.0, 1.0, 3.0}}}
 {
-    for (std::size_t i = 0; i < m_values.size(); ++i)
+    for (std::size_t i = 0; i < m_values.size(); ++i) {
         m_values[i] = m_limits[i].start;
+    }
 }
 
 double CTuning::Get(ETuning parameter) const

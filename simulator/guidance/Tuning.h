@@ -3,7 +3,7 @@
 
 #include <array>
 
-#include "simulator/world/Outcome.h"
+#include "simulator/base/Outcome.h"
 
 /// The tunable parameters of the steering controller, by their numbers on the link.
 enum class ETuning : int

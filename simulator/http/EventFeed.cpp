@@ -11,13 +11,13 @@ std::string Framed(const char* name, const std::string& json)
 
 } // namespace
 
-void EventFeedC::Enter()
+void CEventFeed::Enter()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     ++m_viewers;
 }
 
-void EventFeedC::Leave()
+void CEventFeed::Leave()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (--m_viewers > 0) {
@@ -28,19 +28,19 @@ void EventFeedC::Leave()
     ++m_generation;
 }
 
-bool EventFeedC::HasViewers() const
+bool CEventFeed::HasViewers() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_viewers > 0;
 }
 
-std::uint64_t EventFeedC::Generation() const
+std::uint64_t CEventFeed::Generation() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_generation;
 }
 
-void EventFeedC::Publish(EFeedEvent event, const std::string& json)
+void CEventFeed::Publish(EFeedEvent event, const std::string& json)
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -55,7 +55,7 @@ void EventFeedC::Publish(EFeedEvent event, const std::string& json)
     }
 }
 
-void EventFeedC::PublishLine(LinePicturePtr picture)
+void CEventFeed::PublishLine(LinePicturePtr picture)
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -70,7 +70,7 @@ void EventFeedC::PublishLine(LinePicturePtr picture)
     }
 }
 
-std::string EventFeedC::TakeEvent(EFeedEvent event, Seen& seen) const
+std::string CEventFeed::TakeEvent(EFeedEvent event, Seen& seen) const
 {
     static const char* const names[] = {"settings", "state"};
     const auto index = static_cast<std::size_t>(event);
@@ -82,7 +82,7 @@ std::string EventFeedC::TakeEvent(EFeedEvent event, Seen& seen) const
     return Framed(names[index], newest.json);
 }
 
-std::string EventFeedC::TakeLine(Seen& seen) const
+std::string CEventFeed::TakeLine(Seen& seen) const
 {
     if (!m_line || m_lineNumber <= seen.line) {
         return {};
@@ -95,7 +95,7 @@ std::string EventFeedC::TakeLine(Seen& seen) const
     return Framed("line", event);
 }
 
-std::string EventFeedC::Take(Seen& seen) const
+std::string CEventFeed::Take(Seen& seen) const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     std::string events = TakeEvent(EFeedEvent::Settings, seen);

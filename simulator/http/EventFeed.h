@@ -24,7 +24,7 @@ inline constexpr std::size_t kFeedEvents = 2;
 /// nobody waits for it.
 ///
 /// Thread safety: any thread.
-class EventFeedC
+class CEventFeed
 {
 public:
     /// How many bytes of points are taken at once, but for those of a single longer pass.
@@ -40,7 +40,7 @@ public:
 
     /// @param changed is called when there is something new, on whatever thread brings it; may be
     ///        empty.
-    explicit EventFeedC(std::function<void()> changed = {}) : m_changed(std::move(changed)) {}
+    explicit CEventFeed(std::function<void()> changed = {}) : m_changed(std::move(changed)) {}
 
     /// A viewer has come.
     void Enter();

@@ -29,14 +29,14 @@ constexpr std::size_t kMostUnread = 32 * 1024;
 
 } // namespace
 
-HttpConnectionC::HttpConnectionC(asio::ip::tcp::socket socket, const HttpPatience& patience,
-                                 PeerSocketC& peers, HttpConnectionOwnerC& owner)
+CHttpConnection::CHttpConnection(asio::ip::tcp::socket socket, const HttpPatience& patience,
+                                 PeerSocketC& peers, CHttpConnectionOwner& owner)
     : m_socket(std::move(socket)), m_timer(m_socket.get_executor()), m_patience(patience),
       m_peers(peers), m_owner(owner)
 {
 }
 
-void HttpConnectionC::Start()
+void CHttpConnection::Start()
 {
     // In a flood many have gone before they are read: that is found out at a fraction of the cost
     // of reading them, so that those behind them do not wait.
@@ -53,7 +53,7 @@ void HttpConnectionC::Start()
 
 /// Whether nobody waits for an answer: the peer has closed its side of what begins as a POST, or is
 /// gone.
-bool HttpConnectionC::IsGivenUp()
+bool CHttpConnection::IsGivenUp()
 {
     if (!HasGone()) {
         return false;
@@ -63,7 +63,7 @@ bool HttpConnectionC::IsGivenUp()
     return start.data() == std::string_view("POST") || HasLeft();
 }
 
-bool HttpConnectionC::HasGone() const
+bool CHttpConnection::HasGone() const
 {
     const std::lock_guard<std::mutex> lock(m_closing);
     if (m_isClosed) {
@@ -74,7 +74,7 @@ bool HttpConnectionC::HasGone() const
     return ::poll(&polled, 1, 0) > 0;
 }
 
-bool HttpConnectionC::HasLeft() const
+bool CHttpConnection::HasLeft() const
 {
     if (m_stage == EStage::Closed) {
         return true;
@@ -84,14 +84,14 @@ bool HttpConnectionC::HasLeft() const
 }
 
 /// What several share, each holds a part of.
-std::size_t HttpConnectionC::Held() const
+std::size_t CHttpConnection::Held() const
 {
     const std::size_t body =
         m_body ? m_body->size() / static_cast<std::size_t>(m_body.use_count()) : 0;
     return m_reader.Held() + m_head.capacity() + body;
 }
 
-void HttpConnectionC::Limit(Clock::time_point until)
+void CHttpConnection::Limit(Clock::time_point until)
 {
     m_timer.expires_at(until);
     m_timer.async_wait([self = shared_from_this()](const asio::error_code& error) {
@@ -102,7 +102,7 @@ void HttpConnectionC::Limit(Clock::time_point until)
     });
 }
 
-void HttpConnectionC::WaitToRead()
+void CHttpConnection::WaitToRead()
 {
     if (m_isWaitingToRead) {
         return;
@@ -122,14 +122,14 @@ void HttpConnectionC::WaitToRead()
                         });
 }
 
-void HttpConnectionC::GiveTurn()
+void CHttpConnection::GiveTurn()
 {
     if (m_stage != EStage::Closed) {
         Read();
     }
 }
 
-void HttpConnectionC::Read()
+void CHttpConnection::Read()
 {
     std::array<char, kReadBytes> bytes; // NOLINT(cppcoreguidelines-pro-type-member-init)
     asio::error_code error;
@@ -148,14 +148,14 @@ void HttpConnectionC::Read()
 
 /// Whether what the peer sends is read now. What comes behind a request is, up to a limit, while
 /// its answer is waited for: else nobody would notice that the peer has gone.
-bool HttpConnectionC::IsReading() const
+bool CHttpConnection::IsReading() const
 {
     return m_stage == EStage::Waiting ? m_drained < kMostBehind : m_stage != EStage::Answering;
 }
 
 /// A peer that has said all may still listen for its answer, but not for a stream, nor when it is
 /// gone.
-void HttpConnectionC::InputEnded(const asio::error_code& error)
+void CHttpConnection::InputEnded(const asio::error_code& error)
 {
     const bool mayListen =
         m_stage == EStage::Answering || (m_stage == EStage::Waiting && Request().method != "POST");
@@ -164,9 +164,9 @@ void HttpConnectionC::InputEnded(const asio::error_code& error)
     }
 }
 
-void HttpConnectionC::Take(const char* bytes, std::size_t count)
+void CHttpConnection::Take(const char* bytes, std::size_t count)
 {
-    using ERead = RequestReaderC::EStage;
+    using ERead = CRequestReader::EStage;
     if (m_stage != EStage::Reading) {
         m_drained += count;
         if (m_drained > kMostDrained && m_stage == EStage::Ending) {
@@ -186,7 +186,7 @@ void HttpConnectionC::Take(const char* bytes, std::size_t count)
     }
 }
 
-void HttpConnectionC::HeadHasCome()
+void CHttpConnection::HeadHasCome()
 {
     const HttpRefusal refusal = m_owner.Check(m_reader.Request());
     if (refusal.status != 0) {
@@ -195,12 +195,12 @@ void HttpConnectionC::HeadHasCome()
     }
     // What a request has beyond its head is read away where nothing is done with it.
     const bool hasBody = m_reader.Request().method == "POST";
-    GoOnFrom(hasBody ? m_reader.ReadBody() : RequestReaderC::EStage::Whole);
+    GoOnFrom(hasBody ? m_reader.ReadBody() : CRequestReader::EStage::Whole);
 }
 
-void HttpConnectionC::GoOnFrom(RequestReaderC::EStage read)
+void CHttpConnection::GoOnFrom(CRequestReader::EStage read)
 {
-    using ERead = RequestReaderC::EStage;
+    using ERead = CRequestReader::EStage;
     if (read == ERead::Whole) {
         m_stage = EStage::Waiting;
         m_timer.cancel();
@@ -210,16 +210,16 @@ void HttpConnectionC::GoOnFrom(RequestReaderC::EStage read)
         Refuse(400, "not a request");
     } else if (read == ERead::HeadTooLong) {
         Refuse(431, "the head of the request has more than " +
-                        std::to_string(RequestReaderC::kMostHeadBytes) + " bytes");
+                        std::to_string(CRequestReader::kMostHeadBytes) + " bytes");
     } else if (read == ERead::TooManyHeaders) {
-        Refuse(431, "the request has more than " + std::to_string(RequestReaderC::kMostHeaders) +
+        Refuse(431, "the request has more than " + std::to_string(CRequestReader::kMostHeaders) +
                         " headers");
     } else {
         CountHeld();
     }
 }
 
-void HttpConnectionC::CountHeld()
+void CHttpConnection::CountHeld()
 {
     const std::size_t held = m_reader.Held();
     if (held > m_counted) {
@@ -227,13 +227,13 @@ void HttpConnectionC::CountHeld()
     }
 }
 
-void HttpConnectionC::Refuse(int status, const std::string& reason)
+void CHttpConnection::Refuse(int status, const std::string& reason)
 {
     m_stage = EStage::Waiting;
     Answer(RefusalOf(status, reason));
 }
 
-void HttpConnectionC::Answer(const ServedAnswer& answer)
+void CHttpConnection::Answer(const ServedAnswer& answer)
 {
     if (m_stage != EStage::Waiting) {
         return;
@@ -247,7 +247,7 @@ void HttpConnectionC::Answer(const ServedAnswer& answer)
     m_owner.Grown(m_head.capacity() + (m_body ? m_body->size() : 0));
 }
 
-void HttpConnectionC::Stream(Source source, std::function<void()> ended)
+void CHttpConnection::Stream(Source source, std::function<void()> ended)
 {
     if (m_stage != EStage::Waiting) {
         ended();
@@ -263,7 +263,7 @@ void HttpConnectionC::Stream(Source source, std::function<void()> ended)
     WaitToRead();
 }
 
-void HttpConnectionC::Wake()
+void CHttpConnection::Wake()
 {
     if (m_stage != EStage::Streaming || m_isWriting || IsHeldBack()) {
         return;
@@ -276,7 +276,7 @@ void HttpConnectionC::Wake()
 }
 
 /// Whether the peer has to read before it is sent more. One that never does is dropped.
-bool HttpConnectionC::IsHeldBack()
+bool CHttpConnection::IsHeldBack()
 {
     const auto peer = m_peers.Of(m_socket);
     const std::size_t unread = peer ? peer->unread : 0;
@@ -292,7 +292,7 @@ bool HttpConnectionC::IsHeldBack()
     return isBehind;
 }
 
-void HttpConnectionC::Write()
+void CHttpConnection::Write()
 {
     if (!m_isWriting) {
         m_isWriting = true;
@@ -334,7 +334,7 @@ void HttpConnectionC::Write()
     }
 }
 
-void HttpConnectionC::WaitToWrite()
+void CHttpConnection::WaitToWrite()
 {
     m_socket.async_wait(asio::socket_base::wait_write,
                         [self = shared_from_this()](const asio::error_code& error) {
@@ -344,7 +344,7 @@ void HttpConnectionC::WaitToWrite()
                         });
 }
 
-void HttpConnectionC::AllIsWritten()
+void CHttpConnection::AllIsWritten()
 {
     if (m_stage == EStage::Streaming) {
         m_timer.cancel();
@@ -360,14 +360,14 @@ void HttpConnectionC::AllIsWritten()
     WaitToRead();
 }
 
-std::chrono::milliseconds HttpConnectionC::Untaken() const
+std::chrono::milliseconds CHttpConnection::Untaken() const
 {
     const bool waits = m_isWriting || m_isHeldBack;
     const auto since = waits ? Clock::now() - m_lastTaken : Clock::duration(0);
     return std::chrono::duration_cast<std::chrono::milliseconds>(since);
 }
 
-void HttpConnectionC::Close()
+void CHttpConnection::Close()
 {
     if (m_stage == EStage::Closed) {
         return;

@@ -27,31 +27,31 @@ struct HttpPatience
     std::chrono::milliseconds stream{120000};  ///< for the peer of a stream to take anything
 };
 
-class HttpConnectionC;
+class CHttpConnection;
 
 /// What a connection reports, on the thread that serves it.
-class HttpConnectionOwnerC
+class CHttpConnectionOwner
 {
 public:
     /// The head of a request has come.
     ///
     /// @return why the request is not served, when it is not.
     virtual HttpRefusal Check(const ServedRequest& request) = 0;
-    /// A request has come whole. It is answered by HttpConnectionC::Answer() or Stream(), now or
+    /// A request has come whole. It is answered by CHttpConnection::Answer() or Stream(), now or
     /// later.
-    virtual void Serve(const std::shared_ptr<HttpConnectionC>& connection) = 0;
+    virtual void Serve(const std::shared_ptr<CHttpConnection>& connection) = 0;
     /// There is something to read that is long, or that nobody waits for: GiveTurn() of the
     /// connection is to be called once, in its turn.
-    virtual void AskForTurn(const std::shared_ptr<HttpConnectionC>& connection) = 0;
+    virtual void AskForTurn(const std::shared_ptr<CHttpConnection>& connection) = 0;
     /// Something has come of a request, or an answer waits: more memory is held.
     ///
     /// @param more bytes.
     virtual void Grown(std::size_t more) = 0;
     /// The connection has ended.
-    virtual void Ended(HttpConnectionC& connection) = 0;
+    virtual void Ended(CHttpConnection& connection) = 0;
 
 protected:
-    ~HttpConnectionOwnerC() = default;
+    ~CHttpConnectionOwner() = default;
 };
 
 /// One connection, which carries one request: reads it, writes its answer or a stream, and reads
@@ -64,7 +64,7 @@ protected:
 ///
 /// Thread safety: none, but for HasGone() and IsClosed(); lives on the thread that runs its loop.
 /// Lifetime: shared by its owner and by the operations under way.
-class HttpConnectionC : public std::enable_shared_from_this<HttpConnectionC>
+class CHttpConnection : public std::enable_shared_from_this<CHttpConnection>
 {
 public:
     enum class EStage
@@ -81,8 +81,8 @@ public:
     using Source = std::function<std::string()>;
 
     /// @param peers, owner must outlive the connection, until it has been closed.
-    HttpConnectionC(asio::ip::tcp::socket socket, const HttpPatience& patience, PeerSocketC& peers,
-                    HttpConnectionOwnerC& owner);
+    CHttpConnection(asio::ip::tcp::socket socket, const HttpPatience& patience, PeerSocketC& peers,
+                    CHttpConnectionOwner& owner);
 
     /// Begins to read; what has come already is read now.
     void Start();
@@ -91,7 +91,7 @@ public:
     EStage Stage() const { return m_stage; }
     const ServedRequest& Request() const { return m_reader.Request(); }
     /// The body of the request, to keep; the request has none then.
-    RequestBodyC TakeBody() { return m_reader.TakeBody(); }
+    CRequestBody TakeBody() { return m_reader.TakeBody(); }
     /// Whether the peer has closed its side, or is gone. May be asked on any thread.
     bool HasGone() const;
     /// Whether no process has the peer's end any more, so that nobody takes an answer.
@@ -156,7 +156,7 @@ private:
     bool IsGivenUp();
     void Take(const char* bytes, std::size_t count);
     void HeadHasCome();
-    void GoOnFrom(RequestReaderC::EStage read);
+    void GoOnFrom(CRequestReader::EStage read);
     void CountHeld();
     void Refuse(int status, const std::string& reason);
     void Write();
@@ -168,8 +168,8 @@ private:
     asio::steady_timer m_timer;
     HttpPatience m_patience;
     PeerSocketC& m_peers;
-    HttpConnectionOwnerC& m_owner;
-    RequestReaderC m_reader;
+    CHttpConnectionOwner& m_owner;
+    CRequestReader m_reader;
     EStage m_stage = EStage::Reading;
     Clock::time_point m_start = Clock::now();
     bool m_anythingCame = false;

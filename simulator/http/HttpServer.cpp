@@ -13,7 +13,7 @@ namespace {
 // A port that is free on the one address need not be so on the other.
 constexpr int kAttemptsAtAFreePort = 20;
 
-using EStage = HttpConnectionC::EStage;
+using EStage = CHttpConnection::EStage;
 
 // In this order connections are closed for others.
 enum class EWorth
@@ -27,10 +27,10 @@ enum class EWorth
     Stays,
 };
 
-EWorth WorthOf(const HttpConnectionC& connection, std::chrono::steady_clock::time_point now,
+EWorth WorthOf(const CHttpConnection& connection, std::chrono::steady_clock::time_point now,
                bool areManyAsking)
 {
-    const bool isSlow = connection.Idle(now) >= HttpServerC::kYoung;
+    const bool isSlow = connection.Idle(now) >= CHttpServer::kYoung;
     switch (connection.Stage()) {
     case EStage::Ending:
         return EWorth::HasItsAnswer;
@@ -64,14 +64,14 @@ std::string ReasonOf(const asio::error_code& error, std::uint16_t port)
 
 } // namespace
 
-HttpServerC::HttpServerC(asio::io_context& loop, const HttpPatience& patience, Handlers handlers,
+CHttpServer::CHttpServer(asio::io_context& loop, const HttpPatience& patience, Handlers handlers,
                          std::size_t mostConnections)
     : m_loop(loop), m_patience(patience), m_handlers(std::move(handlers)),
       m_mostConnections(mostConnections)
 {
 }
 
-std::string HttpServerC::Listen(std::uint16_t port)
+std::string CHttpServer::Listen(std::uint16_t port)
 {
     std::string problem;
     for (int attempt = 0; attempt < (port == 0 ? kAttemptsAtAFreePort : 1); ++attempt) {
@@ -85,7 +85,7 @@ std::string HttpServerC::Listen(std::uint16_t port)
     return problem;
 }
 
-std::string HttpServerC::ListenOnBoth(std::uint16_t port)
+std::string CHttpServer::ListenOnBoth(std::uint16_t port)
 {
     const asio::error_code errorOfV4 = Open(asio::ip::address_v4::loopback(), port);
     if (errorOfV4 && !IsLacking(errorOfV4)) {
@@ -97,7 +97,7 @@ std::string HttpServerC::ListenOnBoth(std::uint16_t port)
     return isServed ? std::string() : ReasonOf(errorOfV6, samePort);
 }
 
-asio::error_code HttpServerC::Open(const asio::ip::address& address, std::uint16_t port)
+asio::error_code CHttpServer::Open(const asio::ip::address& address, std::uint16_t port)
 {
     // Where the descriptors of the process have run out one is given up for each that comes.
     const auto listener = std::make_shared<ServerListenerC>(
@@ -110,12 +110,12 @@ asio::error_code HttpServerC::Open(const asio::ip::address& address, std::uint16
     return error;
 }
 
-std::uint16_t HttpServerC::Port() const
+std::uint16_t CHttpServer::Port() const
 {
     return m_listeners.empty() ? std::uint16_t{0} : m_listeners.front()->Port();
 }
 
-void HttpServerC::Close()
+void CHttpServer::Close()
 {
     for (const std::shared_ptr<ServerListenerC>& listener : m_listeners) {
         listener->Close();
@@ -126,22 +126,22 @@ void HttpServerC::Close()
     }
 }
 
-void HttpServerC::Take(asio::ip::tcp::socket socket)
+void CHttpServer::Take(asio::ip::tcp::socket socket)
 {
     const auto connection =
-        std::make_shared<HttpConnectionC>(std::move(socket), m_patience, m_peers, *this);
+        std::make_shared<CHttpConnection>(std::move(socket), m_patience, m_peers, *this);
     m_connections.push_back(connection);
     connection->Start();
 }
 
 /// Before a connection is taken. It is the system that keeps those for which there is no room.
-ServerListenerC::ERoom HttpServerC::MakeRoom()
+ServerListenerC::ERoom CHttpServer::MakeRoom()
 {
     const bool hasRoom = m_connections.size() < m_mostConnections || CloseOldest();
     return hasRoom ? ServerListenerC::ERoom::Free : ServerListenerC::ERoom::None;
 }
 
-bool HttpServerC::CloseOldest()
+bool CHttpServer::CloseOldest()
 {
     const auto asking =
         std::count_if(m_connections.begin(), m_connections.end(),
@@ -149,9 +149,9 @@ bool HttpServerC::CloseOldest()
     // Where descriptors have run out there are fewer than there may be.
     const bool areMany = static_cast<std::size_t>(asking) > m_connections.size() / 2;
     const auto now = std::chrono::steady_clock::now();
-    std::shared_ptr<HttpConnectionC> closed;
+    std::shared_ptr<CHttpConnection> closed;
     EWorth least = EWorth::Stays;
-    for (const std::shared_ptr<HttpConnectionC>& one : m_connections) {
+    for (const std::shared_ptr<CHttpConnection>& one : m_connections) {
         const EWorth worth = WorthOf(*one, now, areMany);
         // What has come of it may be all of its request.
         const bool mayBeWhole = worth == EWorth::OneOfManyAsking && one->HasUnreadRequest();
@@ -166,10 +166,10 @@ bool HttpServerC::CloseOldest()
     return closed != nullptr;
 }
 
-bool HttpServerC::CloseGreediest()
+bool CHttpServer::CloseGreediest()
 {
-    std::shared_ptr<HttpConnectionC> greediest;
-    for (const std::shared_ptr<HttpConnectionC>& one : m_connections) {
+    std::shared_ptr<CHttpConnection> greediest;
+    for (const std::shared_ptr<CHttpConnection>& one : m_connections) {
         const bool isKept = one->Stage() == EStage::Waiting && one->IsKept();
         const bool mayBeClosed = one->Stage() != EStage::Streaming && !isKept;
         if (mayBeClosed && (!greediest || one->Held() > greediest->Held())) {
@@ -182,21 +182,21 @@ bool HttpServerC::CloseGreediest()
     return greediest != nullptr;
 }
 
-std::size_t HttpServerC::Held() const
+std::size_t CHttpServer::Held() const
 {
     std::size_t held = 0;
-    for (const std::shared_ptr<HttpConnectionC>& connection : m_connections) {
+    for (const std::shared_ptr<CHttpConnection>& connection : m_connections) {
         held += connection->Held();
     }
     return held;
 }
 
-HttpRefusal HttpServerC::Check(const ServedRequest& request)
+HttpRefusal CHttpServer::Check(const ServedRequest& request)
 {
     return m_handlers.check(request);
 }
 
-void HttpServerC::Serve(const std::shared_ptr<HttpConnectionC>& connection)
+void CHttpServer::Serve(const std::shared_ptr<CHttpConnection>& connection)
 {
     try {
         m_handlers.serve(connection);
@@ -206,7 +206,7 @@ void HttpServerC::Serve(const std::shared_ptr<HttpConnectionC>& connection)
     }
 }
 
-void HttpServerC::AskForTurn(const std::shared_ptr<HttpConnectionC>& connection)
+void CHttpServer::AskForTurn(const std::shared_ptr<CHttpConnection>& connection)
 {
     m_turns.push_back(connection);
     if (!m_givesTurns) {
@@ -215,7 +215,7 @@ void HttpServerC::AskForTurn(const std::shared_ptr<HttpConnectionC>& connection)
 }
 
 /// One after the next look at what has come, and so on until nobody waits.
-void HttpServerC::GiveTurns()
+void CHttpServer::GiveTurns()
 {
     m_givesTurns = !m_turns.empty();
     if (!m_givesTurns) {
@@ -223,7 +223,7 @@ void HttpServerC::GiveTurns()
     }
     asio::post(m_loop, [this] {
         if (!m_turns.empty()) {
-            const std::shared_ptr<HttpConnectionC> next = m_turns.front();
+            const std::shared_ptr<CHttpConnection> next = m_turns.front();
             m_turns.pop_front();
             next->GiveTurn();
         }
@@ -232,7 +232,7 @@ void HttpServerC::GiveTurns()
 }
 
 /// All are asked only when they may hold too much together, not for each portion.
-void HttpServerC::Grown(std::size_t more)
+void CHttpServer::Grown(std::size_t more)
 {
     m_heldAtMost += more;
     while (m_heldAtMost > kMostHeld) {
@@ -243,7 +243,7 @@ void HttpServerC::Grown(std::size_t more)
     }
 }
 
-void HttpServerC::Ended(HttpConnectionC& connection)
+void CHttpServer::Ended(CHttpConnection& connection)
 {
     const auto isIt = [&connection](const auto& one) { return one.get() == &connection; };
     for (Connections* list : {&m_turns, &m_connections}) {

@@ -26,13 +26,13 @@
 /// of those that wait for what they GET. Whose POST is complete stays, and so do a stream and what
 /// is kept: while nothing else is there, who comes waits in the system's queue, which is in order.
 /// When the memory runs out, the one that holds the most goes, but for a stream and a request that
-/// is kept (HttpConnectionC::Keep()).
+/// is kept (CHttpConnection::Keep()).
 ///
 /// Long bodies, and what comes behind a request, are read in turns: one portion of one connection
 /// between two looks at all that has come. So a short request waits for none of them.
 ///
 /// Thread safety: none; Listen() before the loop runs, the rest on the thread that runs it.
-class HttpServerC final : public HttpConnectionOwnerC
+class CHttpServer final : public CHttpConnectionOwner
 {
 public:
     /// How many connections there are at once, unless fewer are wanted. A process may have 1024
@@ -48,13 +48,13 @@ public:
     {
         /// Why a request is not served, when it is not.
         std::function<HttpRefusal(const ServedRequest&)> check;
-        /// Serves a request; see HttpConnectionOwnerC::Serve().
-        std::function<void(const std::shared_ptr<HttpConnectionC>&)> serve;
+        /// Serves a request; see CHttpConnectionOwner::Serve().
+        std::function<void(const std::shared_ptr<CHttpConnection>&)> serve;
     };
 
     /// @param loop must outlive this object.
     /// @param mostConnections at once.
-    HttpServerC(asio::io_context& loop, const HttpPatience& patience, Handlers handlers,
+    CHttpServer(asio::io_context& loop, const HttpPatience& patience, Handlers handlers,
                 std::size_t mostConnections = kMostConnections);
 
     /// Starts to listen on 127.0.0.1 and ::1; port 0 takes a free one. A machine that lacks one of
@@ -68,7 +68,7 @@ public:
     void Close();
 
 private:
-    using Connections = std::list<std::shared_ptr<HttpConnectionC>>;
+    using Connections = std::list<std::shared_ptr<CHttpConnection>>;
 
     std::string ListenOnBoth(std::uint16_t port);
     asio::error_code Open(const asio::ip::address& address, std::uint16_t port);
@@ -78,11 +78,11 @@ private:
     bool CloseGreediest();
     std::size_t Held() const;
     HttpRefusal Check(const ServedRequest& request) override;
-    void Serve(const std::shared_ptr<HttpConnectionC>& connection) override;
-    void AskForTurn(const std::shared_ptr<HttpConnectionC>& connection) override;
+    void Serve(const std::shared_ptr<CHttpConnection>& connection) override;
+    void AskForTurn(const std::shared_ptr<CHttpConnection>& connection) override;
     void GiveTurns();
     void Grown(std::size_t more) override;
-    void Ended(HttpConnectionC& connection) override;
+    void Ended(CHttpConnection& connection) override;
 
     asio::io_context& m_loop;
     HttpPatience m_patience;

@@ -4,13 +4,13 @@
 
 #include "runtime/SignalsBlocked.h"
 
-LineDrawerC::LineDrawerC(EventFeedC& feed) : m_feed(feed)
+CLineDrawer::CLineDrawer(CEventFeed& feed) : m_feed(feed)
 {
     const SignalsBlockedC blocked;
     m_thread = std::thread([this] { DrawLines(); });
 }
 
-LineDrawerC::~LineDrawerC()
+CLineDrawer::~CLineDrawer()
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -20,7 +20,7 @@ LineDrawerC::~LineDrawerC()
     m_thread.join();
 }
 
-void LineDrawerC::Draw(LineDrawing drawing)
+void CLineDrawer::Draw(LineDrawing drawing)
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -29,9 +29,9 @@ void LineDrawerC::Draw(LineDrawing drawing)
     m_changed.notify_one();
 }
 
-void LineDrawerC::DrawLines()
+void CLineDrawer::DrawLines()
 {
-    std::optional<LinePainterC::TimePoint> goOnAt;
+    std::optional<CLinePainter::TimePoint> goOnAt;
     std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
         const auto isCalled = [this] { return m_ending || m_next; };

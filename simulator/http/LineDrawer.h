@@ -13,15 +13,15 @@
 /// and publishes them. When lines come faster than they are drawn, the newest counts.
 ///
 /// Thread safety: any thread.
-class LineDrawerC
+class CLineDrawer
 {
 public:
     /// @param feed must outlive this object.
-    explicit LineDrawerC(EventFeedC& feed);
+    explicit CLineDrawer(CEventFeed& feed);
     /// Waits for the drawing that is being made.
-    ~LineDrawerC();
-    LineDrawerC(const LineDrawerC&) = delete;
-    LineDrawerC& operator=(const LineDrawerC&) = delete;
+    ~CLineDrawer();
+    CLineDrawer(const CLineDrawer&) = delete;
+    CLineDrawer& operator=(const CLineDrawer&) = delete;
 
     /// Has a line drawn and published, and does not wait for that.
     void Draw(LineDrawing drawing);
@@ -29,10 +29,10 @@ public:
 private:
     void DrawLines();
 
-    EventFeedC& m_feed;
+    CEventFeed& m_feed;
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    LinePainterC m_painter;            ///< the thread's own
+    CLinePainter m_painter;            ///< the thread's own
     std::optional<LineDrawing> m_next; ///< guarded by m_mutex
     bool m_ending = false;             ///< guarded by m_mutex
     std::thread m_thread;

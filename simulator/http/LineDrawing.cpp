@@ -32,38 +32,42 @@ const char* NameOf(Kestrove::EWaylineType kind)
 
 LineLabel Labelled(Kestrove::EWaylineType kind, int number, const Point& place)
 {
-    if (kind == Kestrove::EWaylineTypeCircle)
+    if (kind == Kestrove::EWaylineTypeCircle) {
         return {std::to_string(number + 1), place};
+    }
     return {number == 0 ? "A" : "B", place};
 }
 
 /// Of a drive or a curve there are just the ends.
 std::vector<Point> PlacesOf(const LineDefinition& line)
 {
-    if (line.kind == ELineKind::Circle || line.points.size() < 2)
+    if (line.kind == ELineKind::Circle || line.points.size() < 2) {
         return line.points;
+    }
     return {line.points.front(), line.points.back()};
 }
 
 } // namespace
 
-std::vector<LineLabel> WaypointLabels(const WaylineKeeperC& waylines)
+std::vector<LineLabel> WaypointLabels(const CWaylineKeeper& waylines)
 {
     const Kestrove::EWaylineType kind = waylines.Status().kind;
     const int wanted = kind == Kestrove::EWaylineTypeCircle ? 3 : 2;
     std::vector<LineLabel> labels;
     for (int number = 0; kind != Kestrove::EWaylineTypeEmpty && number < wanted; ++number) {
         const Waypoint* waypoint = waylines.WaypointAt(number);
-        if (waypoint != nullptr)
+        if (waypoint != nullptr) {
             labels.push_back(Labelled(kind, number, {waypoint->position.x, waypoint->position.y}));
+        }
     }
     return labels;
 }
 
 std::vector<LineLabel> LabelsOf(const LineDrawing& drawing)
 {
-    if (!drawing.wayline)
+    if (!drawing.wayline) {
         return drawing.waypoints;
+    }
     const std::optional<LineDefinition> line = LineOf(*drawing.wayline, *drawing.drives);
     const std::vector<Point> places = line ? PlacesOf(*line) : std::vector<Point>();
     std::vector<LineLabel> labels;

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "simulator/ServiceCore.h"
+#include "simulator/service/ServiceCore.h"
 
 /// A place on the map that has a name.
 struct LineLabel
@@ -21,7 +21,7 @@ struct LineDrawing
     int revision = 0;
     WaylineStatus status;
     std::vector<LineLabel> waypoints;      ///< of a wayline that is not complete
-    WaylineKeeperC::SharedWayline wayline; ///< null without a complete one
+    CWaylineKeeper::SharedWayline wayline; ///< null without a complete one
     std::shared_ptr<const RecordedDrives> drives;
     LineLayout layout;
     double station = 0.0; ///< along the line itself, around which it is drawn
@@ -31,7 +31,7 @@ struct LineDrawing
 };
 
 /// The names of the waypoints set so far of a wayline that is being made.
-std::vector<LineLabel> WaypointLabels(const WaylineKeeperC& waylines);
+std::vector<LineLabel> WaypointLabels(const CWaylineKeeper& waylines);
 
 /// The names of the places that make a wayline, complete or not. Takes time with a long one.
 std::vector<LineLabel> LabelsOf(const LineDrawing& drawing);

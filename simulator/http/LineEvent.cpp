@@ -7,10 +7,10 @@
 namespace {
 
 /// Writes pieces one after the other, for as long as there is room.
-class PiecesC
+class CPieces
 {
 public:
-    PiecesC(SentPieces& sent, std::size_t mostBytes) : m_sent(sent), m_bytesLeft(mostBytes) {}
+    CPieces(SentPieces& sent, std::size_t mostBytes) : m_sent(sent), m_bytesLeft(mostBytes) {}
 
     /// Adds a piece to the list, or member, that it belongs to.
     void Add(const LinePiece& piece, bool isChosen)
@@ -72,7 +72,7 @@ std::string LineEvent(const LinePicture& picture, SentPieces& sent, std::size_t 
             *kept != LinePiece::kTheLine && std::abs(*kept - picture.pass) > kKeptPasses;
         kept = isFar ? sent.passes.erase(kept) : std::next(kept);
     }
-    PiecesC pieces(sent, mostBytes);
+    CPieces pieces(sent, mostBytes);
     for (const LinePiece& piece : picture.pieces) {
         pieces.Add(piece, piece.pass == picture.pass && picture.isFollowed);
     }

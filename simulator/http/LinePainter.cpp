@@ -18,16 +18,16 @@ constexpr int kNeighbours = 3;
 
 } // namespace
 
-LinePainterC::LinePainterC(ProcessorClock processor) : m_processor(std::move(processor)) {}
+CLinePainter::CLinePainter(ProcessorClock processor) : m_processor(std::move(processor)) {}
 
-double LinePainterC::UsedByThisThread()
+double CLinePainter::UsedByThisThread()
 {
     timespec time = {};
     ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
     return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
-bool LinePainterC::BelongsToPicture(const LineDrawing& drawing) const
+bool CLinePainter::BelongsToPicture(const LineDrawing& drawing) const
 {
     if (!m_drawing) {
         return false;
@@ -39,7 +39,7 @@ bool LinePainterC::BelongsToPicture(const LineDrawing& drawing) const
            before.repeats == now.repeats && m_drawing->station == drawing.station;
 }
 
-void LinePainterC::Take(LineDrawing drawing)
+void CLinePainter::Take(LineDrawing drawing)
 {
     if (!BelongsToPicture(drawing)) {
         ++m_number;
@@ -58,7 +58,7 @@ void LinePainterC::Take(LineDrawing drawing)
     }
 }
 
-std::vector<int> LinePainterC::WantedPasses() const
+std::vector<int> CLinePainter::WantedPasses() const
 {
     const LineLayout& layout = m_drawing->layout;
     std::vector<int> wanted;
@@ -75,7 +75,7 @@ std::vector<int> LinePainterC::WantedPasses() const
     return wanted;
 }
 
-std::vector<Point> LinePainterC::PointsOf(int pass) const
+std::vector<Point> CLinePainter::PointsOf(int pass) const
 {
     const LineLayout& layout = m_drawing->layout;
     const double station = m_drawing->station;
@@ -92,7 +92,7 @@ std::vector<Point> LinePainterC::PointsOf(int pass) const
     return shape ? PolylineOf(*shape, shape->StationFromBase(station)) : std::vector<Point>();
 }
 
-void LinePainterC::SaveUp(TimePoint now)
+void CLinePainter::SaveUp(TimePoint now)
 {
     const std::chrono::duration<double> passed = now - m_lastDraw.value_or(now);
     m_savedBytes = std::min(kMostSavedBytes, m_savedBytes + kBytesASecond * passed.count());
@@ -102,12 +102,12 @@ void LinePainterC::SaveUp(TimePoint now)
 }
 
 /// Until something may be drawn again; below 0 when it may be now.
-double LinePainterC::SecondsToWait() const
+double CLinePainter::SecondsToWait() const
 {
     return std::max(-m_savedBytes / kBytesASecond, -m_savedSeconds / kShareOfAProcessor);
 }
 
-std::optional<LinePainterC::TimePoint> LinePainterC::Draw(TimePoint now)
+std::optional<CLinePainter::TimePoint> CLinePainter::Draw(TimePoint now)
 {
     SaveUp(now);
     for (const int pass : WantedPasses()) {
@@ -127,7 +127,7 @@ std::optional<LinePainterC::TimePoint> LinePainterC::Draw(TimePoint now)
     return std::nullopt;
 }
 
-LinePicturePtr LinePainterC::Picture() const
+LinePicturePtr CLinePainter::Picture() const
 {
     auto picture = std::make_shared<LinePicture>();
     picture->number = m_number;

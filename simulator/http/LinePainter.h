@@ -20,7 +20,7 @@
 /// then the nearest.
 ///
 /// Thread safety: none.
-class LinePainterC
+class CLinePainter
 {
 public:
     using TimePoint = std::chrono::steady_clock::time_point;
@@ -37,7 +37,7 @@ public:
     static constexpr double kMostSavedSeconds = 0.1;
 
     /// @param processor may be replaced where the pace of the machine is not to matter.
-    explicit LinePainterC(ProcessorClock processor = UsedByThisThread);
+    explicit CLinePainter(ProcessorClock processor = UsedByThisThread);
 
     /// Has another drawing made, in place of the one before.
     void Take(LineDrawing drawing);

@@ -25,17 +25,17 @@ namespace {
 
 const char* const kJson = "application/json";
 // A body or a list that is longer than this is read or written aside.
-constexpr std::size_t kLongBody = RequestReaderC::kLongBodyBytes;
+constexpr std::size_t kLongBody = CRequestReader::kLongBodyBytes;
 constexpr int kLongList = 500;
 // Of bodies that are long.
 constexpr int kMostAside = 4;
 
 const PostTypes kPostTypes{{"/command", kJson}, {"/wayline", kJson}};
 
-using ConnectionPtr = std::shared_ptr<HttpConnectionC>;
+using ConnectionPtr = std::shared_ptr<CHttpConnection>;
 
 /// Has the peer of a connection get the answer.
-SharedAnswerC::Reply To(const ConnectionPtr& connection)
+CSharedAnswer::Reply To(const ConnectionPtr& connection)
 {
     return [connection](const ServedAnswer& answer) { connection->Answer(answer); };
 }
@@ -53,10 +53,10 @@ bool IsLong(const Answer& answer)
 
 } // namespace
 
-class LivePageC::StateC
+class CLivePage::CState
 {
 public:
-    StateC(asio::io_context& loop, ServiceCoreC& core, const TrailC& trail, LogTapC& log,
+    CState(asio::io_context& loop, CServiceCore& core, const CTrail& trail, CLogTap& log,
            const LivePageTimes& times, std::size_t mostConnections)
         : m_feed([this] { CallViewers(); }), m_gate(loop, m_loop, times.command),
           m_commands(core, log), m_watch(loop, core, m_feed),
@@ -160,7 +160,7 @@ private:
             then(work());
             return;
         }
-        const SharedAnswerC::Reply reply = To(asker);
+        const CSharedAnswer::Reply reply = To(asker);
         m_aside.ForgetUnwanted();
         if (m_workAside == kMostAside) {
             reply(RefusalOf(503, "too much is asked at once"));
@@ -192,13 +192,13 @@ private:
             }
             turn = m_longCommands;
         }
-        const auto body = std::make_shared<RequestBodyC>(connection->TakeBody());
+        const auto body = std::make_shared<CRequestBody>(connection->TakeBody());
         const bool isWayline = connection->Request().path == "/wayline";
         Do(
             body->Size() > kLongBody, connection,
             [this, body, isWayline] {
                 const std::string text = body->TakeText();
-                return std::make_shared<PageCommand>(isWayline ? PageCommandsC::ReadWayline(text)
+                return std::make_shared<PageCommand>(isWayline ? CPageCommands::ReadWayline(text)
                                                                : m_commands.ReadCommand(text));
             },
             [this, connection, arrival, turn](const std::shared_ptr<PageCommand>& command) {
@@ -216,17 +216,17 @@ private:
             return;
         }
         const auto outcome = std::make_shared<PageOutcome>();
-        const bool isUrgent = command->operation == PageCommandsC::kDisengage;
+        const bool isUrgent = command->operation == CPageCommands::kDisengage;
         if (isUrgent) {
             connection->Keep();
         }
         // What the service queues must not keep the connection, which is the page's.
-        const auto isWanted = [weak = std::weak_ptr<HttpConnectionC>(connection)] {
+        const auto isWanted = [weak = std::weak_ptr<CHttpConnection>(connection)] {
             const ConnectionPtr asking = weak.lock();
             return asking && !asking->HasGone();
         };
         m_gate.Run(
-            [this, command, outcome, isWanted](LoopGateC::Done done) {
+            [this, command, outcome, isWanted](CLoopGate::Done done) {
                 if (isWanted()) {
                     m_commands.CarryOut(*command, outcome, isWanted, std::move(done));
                 } else {
@@ -238,26 +238,26 @@ private:
                          Do(
                              IsLong(outcome->answer), connection,
                              [command, outcome] {
-                                 return PageCommandsC::Write(*command, *outcome);
+                                 return CPageCommands::Write(*command, *outcome);
                              },
                              [connection](PageAnswer answer) {
                                  connection->Answer(Written(std::move(answer)));
                              });
                      }),
-            isUrgent ? LoopGateC::EOrder::AtOnce : LoopGateC::EOrder::InTurn);
+            isUrgent ? CLoopGate::EOrder::AtOnce : CLoopGate::EOrder::InTurn);
     }
 
     asio::io_context m_loop{1}; ///< of the page's own thread
     asio::executor_work_guard<asio::io_context::executor_type> m_work{m_loop.get_executor()};
     std::atomic<bool> m_viewersAreCalled{false};
-    EventFeedC m_feed;
-    LoopGateC m_gate;
-    PageCommandsC m_commands;
-    PageWatchC m_watch;
-    ViewersC m_viewers;
-    PageAsideC m_aside{m_loop};
-    PageResourcesC m_resources;
-    HttpServerC m_server;
+    CEventFeed m_feed;
+    CLoopGate m_gate;
+    CPageCommands m_commands;
+    CPageWatch m_watch;
+    CViewers m_viewers;
+    CPageAside m_aside{m_loop};
+    CPageResources m_resources;
+    CHttpServer m_server;
     std::uint16_t m_port = 0;
     int m_workAside = 0;
     std::uint64_t m_lastArrival = 0;
@@ -265,28 +265,28 @@ private:
     std::thread m_thread;
 };
 
-LivePageC::LivePageC(asio::io_context& loop, ServiceCoreC& core, const TrailC& trail, LogTapC& log,
+CLivePage::CLivePage(asio::io_context& loop, CServiceCore& core, const CTrail& trail, CLogTap& log,
                      const LivePageTimes& times, std::size_t mostConnections)
-    : m_state(std::make_unique<StateC>(loop, core, trail, log, times, mostConnections))
+    : m_state(std::make_unique<CState>(loop, core, trail, log, times, mostConnections))
 {
 }
 
-LivePageC::~LivePageC()
+CLivePage::~CLivePage()
 {
     Stop();
 }
 
-std::string LivePageC::Listen(std::uint16_t port)
+std::string CLivePage::Listen(std::uint16_t port)
 {
     return m_state->Listen(port);
 }
 
-std::uint16_t LivePageC::Port() const
+std::uint16_t CLivePage::Port() const
 {
     return m_state->Port();
 }
 
-void LivePageC::Stop()
+void CLivePage::Stop()
 {
     m_state->Stop();
 }

@@ -9,9 +9,9 @@
 
 #include <asio/io_context.hpp>
 
-#include "simulator/ServiceCore.h"
 #include "simulator/http/LogTap.h"
 #include "simulator/http/Trail.h"
+#include "simulator/service/ServiceCore.h"
 
 /// How long the live page waits for what.
 struct LivePageTimes
@@ -36,7 +36,7 @@ struct LivePageTimes
 /// viewer, however slow, holds up nothing.
 ///
 /// Thread safety: none; used from the thread that runs the loop.
-class LivePageC
+class CLivePage
 {
 public:
     /// How many viewers may be there at once.
@@ -48,12 +48,12 @@ public:
     /// core
     ///        writes to, the trail get the core's events.
     /// @param mostConnections at once; where they are fewer than 64, viewers have a quarter.
-    LivePageC(asio::io_context& loop, ServiceCoreC& core, const TrailC& trail, LogTapC& log,
+    CLivePage(asio::io_context& loop, CServiceCore& core, const CTrail& trail, CLogTap& log,
               const LivePageTimes& times = {}, std::size_t mostConnections = 256);
     /// Stops.
-    ~LivePageC();
-    LivePageC(const LivePageC&) = delete;
-    LivePageC& operator=(const LivePageC&) = delete;
+    ~CLivePage();
+    CLivePage(const CLivePage&) = delete;
+    CLivePage& operator=(const CLivePage&) = delete;
 
     /// Starts to listen and to serve. Port 0 takes a free one (see Port()).
     ///
@@ -65,8 +65,8 @@ public:
     void Stop();
 
 private:
-    class StateC;
-    std::unique_ptr<StateC> m_state;
+    class CState;
+    std::unique_ptr<CState> m_state;
 };
 
 #endif

@@ -6,19 +6,19 @@
 #include <utility>
 #include <vector>
 
-#include "simulator/ServiceLog.h"
+#include "simulator/output/ServiceLog.h"
 
 /// Passes the service's log lines on, and takes down those that a command leaves: they are the
 /// reasons of a refusal that its reply does not tell.
 ///
 /// Thread safety: none; used from the thread that runs the loop.
-class LogTapC
+class CLogTap
 {
 public:
     /// @param onward takes all lines; may be empty.
-    explicit LogTapC(LogSink onward) : m_onward(std::move(onward)) {}
-    LogTapC(const LogTapC&) = delete;
-    LogTapC& operator=(const LogTapC&) = delete;
+    explicit CLogTap(LogSink onward) : m_onward(std::move(onward)) {}
+    CLogTap(const CLogTap&) = delete;
+    CLogTap& operator=(const CLogTap&) = delete;
 
     /// The sink to log to; this object must outlive it.
     LogSink Sink()
@@ -49,10 +49,12 @@ public:
 private:
     void Take(ELogLevel level, const std::string& text)
     {
-        if (m_lines != nullptr && level <= ELogLevel::Warning)
+        if (m_lines != nullptr && level <= ELogLevel::Warning) {
             m_lines->push_back(text);
-        if (m_onward)
+        }
+        if (m_onward) {
             m_onward(level, text);
+        }
     }
 
     LogSink m_onward;

@@ -18,7 +18,7 @@ constexpr std::chrono::microseconds kTurnOfThePage(1000); // of processor time
 
 /// The service's loop may keep it for longer than the gate lives; it holds nothing of the page
 /// then.
-struct LoopGateC::Job
+struct CLoopGate::Job
 {
     enum class EStage
     {
@@ -43,25 +43,25 @@ struct LoopGateC::Job
 };
 
 /// What the service has been handed and has not begun with. It may outlive the gate, too.
-struct LoopGateC::Handed
+struct CLoopGate::Handed
 {
     asio::io_context& service;
     std::deque<std::function<void()>> work;
 };
 
-LoopGateC::LoopGateC(asio::io_context& service, asio::io_context& own,
+CLoopGate::CLoopGate(asio::io_context& service, asio::io_context& own,
                      std::chrono::milliseconds patience)
     : m_service(service), m_own(own), m_patience(patience),
       m_handed(std::make_shared<Handed>(Handed{service, {}}))
 {
 }
 
-LoopGateC::~LoopGateC()
+CLoopGate::~CLoopGate()
 {
     Close();
 }
 
-void LoopGateC::Run(Work work, Then then, EOrder order)
+void CLoopGate::Run(Work work, Then then, EOrder order)
 {
     const auto job = std::make_shared<Job>();
     job->work = std::move(work);
@@ -85,14 +85,14 @@ void LoopGateC::Run(Work work, Then then, EOrder order)
     }
 }
 
-void LoopGateC::GiveUp(const JobPtr& job)
+void CLoopGate::GiveUp(const JobPtr& job)
 {
     if (job->Become(Job::EStage::GivenUp)) {
         Finish(job, EOutcome::NotDone);
     }
 }
 
-void LoopGateC::Begin(const JobPtr& job)
+void CLoopGate::Begin(const JobPtr& job)
 {
     job->isUnderWay = true;
     ++m_underWay;
@@ -107,7 +107,7 @@ void LoopGateC::Begin(const JobPtr& job)
 }
 
 /// On the service's thread, whose other work has its turn after this.
-void LoopGateC::WorkForATurn(const std::shared_ptr<Handed>& handed)
+void CLoopGate::WorkForATurn(const std::shared_ptr<Handed>& handed)
 {
     const TurnClockC turn(kTurnOfThePage);
     do {
@@ -120,7 +120,7 @@ void LoopGateC::WorkForATurn(const std::shared_ptr<Handed>& handed)
 }
 
 /// On the service's thread. Where the gate is closed, the work has been given up.
-void LoopGateC::CarryOut(const JobPtr& job)
+void CLoopGate::CarryOut(const JobPtr& job)
 {
     if (!job->Become(Job::EStage::Taken)) {
         return;
@@ -139,7 +139,7 @@ void LoopGateC::CarryOut(const JobPtr& job)
 }
 
 /// What goes on aside holds up nobody else.
-void LoopGateC::Leave(const JobPtr& job)
+void CLoopGate::Leave(const JobPtr& job)
 {
     if (job->isUnderWay) {
         job->isUnderWay = false;
@@ -148,7 +148,7 @@ void LoopGateC::Leave(const JobPtr& job)
     BeginNext();
 }
 
-void LoopGateC::BeginNext()
+void CLoopGate::BeginNext()
 {
     while (!m_waiting.empty() && m_underWay < kMostUnderWay) {
         const JobPtr next = m_waiting.front();
@@ -157,7 +157,7 @@ void LoopGateC::BeginNext()
     }
 }
 
-void LoopGateC::Finish(const JobPtr& job, EOutcome outcome)
+void CLoopGate::Finish(const JobPtr& job, EOutcome outcome)
 {
     if (m_jobs.erase(job) == 0) {
         return;
@@ -170,7 +170,7 @@ void LoopGateC::Finish(const JobPtr& job, EOutcome outcome)
     then(outcome);
 }
 
-void LoopGateC::Close()
+void CLoopGate::Close()
 {
     m_waiting.clear();
     for (const JobPtr& job : std::exchange(m_jobs, {})) {

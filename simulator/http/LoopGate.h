@@ -17,7 +17,7 @@
 /// Some pieces of work are handed over at once and begun in turns of a millisecond, between which
 /// the service has its own; others wait here. Thread safety: none; lives on the page's thread, or
 /// where neither of the two loops runs.
-class LoopGateC
+class CLoopGate
 {
 public:
     enum class EOutcome
@@ -47,11 +47,11 @@ public:
 
     /// @param service, own the loops; must outlive this object.
     /// @param patience how long work may wait for its turn; for its end there is no limit.
-    LoopGateC(asio::io_context& service, asio::io_context& own, std::chrono::milliseconds patience);
+    CLoopGate(asio::io_context& service, asio::io_context& own, std::chrono::milliseconds patience);
     /// Closes.
-    ~LoopGateC();
-    LoopGateC(const LoopGateC&) = delete;
-    LoopGateC& operator=(const LoopGateC&) = delete;
+    ~CLoopGate();
+    CLoopGate(const CLoopGate&) = delete;
+    CLoopGate& operator=(const CLoopGate&) = delete;
 
     /// Has the service's thread do something, between its other work.
     ///

@@ -15,21 +15,21 @@
 #include <asio/thread_pool.hpp>
 
 #include "runtime/SignalsBlocked.h"
-#include "simulator/guidance/LongWork.h"
 #include "simulator/http/HttpConnection.h"
+#include "simulator/work/LongWork.h"
 
 /// The page's thread for reading and writing what is long, one piece after the other. What nobody
 /// waits for any more is not begun, and ends where it asks whether it is to (EndWorkIfStopped()).
 ///
 /// Thread safety: none but that of its own thread; lives on the page's thread.
-class PageAsideC
+class CPageAside
 {
 public:
     /// Who has posted what is worked on, and has given it up when gone.
-    using Asker = std::shared_ptr<HttpConnectionC>;
+    using Asker = std::shared_ptr<CHttpConnection>;
 
     /// @param loop the page's; must outlive this object.
-    explicit PageAsideC(asio::io_context& loop) : m_loop(loop) {}
+    explicit CPageAside(asio::io_context& loop) : m_loop(loop) {}
 
     void Start()
     {

@@ -7,11 +7,11 @@
 
 #include <nlohmann/json.hpp>
 
-#include "simulator/JsonReader.h"
-#include "simulator/Reply.h"
-#include "simulator/ServiceLog.h"
-#include "simulator/guidance/LongWork.h"
 #include "simulator/http/PageValues.h"
+#include "simulator/operations/Reply.h"
+#include "simulator/output/ServiceLog.h"
+#include "simulator/settings/JsonReader.h"
+#include "simulator/work/LongWork.h"
 
 using nlohmann::json;
 
@@ -52,12 +52,16 @@ json JsonFrom(const std::string& body, std::string& problem)
 /// What is wrong with a command; empty when nothing is.
 std::string FormProblem(const json& command)
 {
-    if (command.is_discarded())
+    if (command.is_discarded()) {
         return "the body is no JSON";
-    if (!command.is_object() || !command.contains("operation") || !command["operation"].is_string())
+    }
+    if (!command.is_object() || !command.contains("operation") ||
+        !command["operation"].is_string()) {
         return "the body is no object with the name of an operation";
-    if (command.contains("arguments") && !command["arguments"].is_array())
+    }
+    if (command.contains("arguments") && !command["arguments"].is_array()) {
         return "the arguments are no list";
+    }
     return {};
 }
 
@@ -79,14 +83,14 @@ std::string WithoutLineEnd(std::string text)
 
 } // namespace
 
-PageCommandsC::PageCommandsC(ServiceCoreC& core, LogTapC& log) : m_core(core), m_log(log)
+CPageCommands::CPageCommands(CServiceCore& core, CLogTap& log) : m_core(core), m_log(log)
 {
     for (std::string& name : core.OperationNames()) {
         m_operations.insert(std::move(name));
     }
 }
 
-PageCommand PageCommandsC::ReadCommand(const std::string& body) const
+PageCommand CPageCommands::ReadCommand(const std::string& body) const
 {
     std::string problem;
     const json form = JsonFrom(body, problem);
@@ -107,7 +111,7 @@ PageCommand PageCommandsC::ReadCommand(const std::string& body) const
     return command.arguments ? std::move(command) : Refused(400, problem);
 }
 
-PageCommand PageCommandsC::ReadWayline(const std::string& body)
+PageCommand CPageCommands::ReadWayline(const std::string& body)
 {
     std::string problem;
     const json form = JsonFrom(body, problem);
@@ -129,7 +133,7 @@ PageCommand PageCommandsC::ReadWayline(const std::string& body)
     return command;
 }
 
-bool PageCommandsC::IsOvertaken(const PageCommand& command, PageOutcome& outcome)
+bool CPageCommands::IsOvertaken(const PageCommand& command, PageOutcome& outcome)
 {
     if (command.operation == kDisengage) {
         m_disengaged = std::max(m_disengaged, command.arrival);
@@ -142,7 +146,7 @@ bool PageCommandsC::IsOvertaken(const PageCommand& command, PageOutcome& outcome
     return true;
 }
 
-void PageCommandsC::CarryOut(PageCommand& command, const std::shared_ptr<PageOutcome>& outcome,
+void CPageCommands::CarryOut(PageCommand& command, const std::shared_ptr<PageOutcome>& outcome,
                              std::function<bool()> isWanted, std::function<void()> done)
 {
     if (IsOvertaken(command, *outcome)) {
@@ -161,7 +165,7 @@ void PageCommandsC::CarryOut(PageCommand& command, const std::shared_ptr<PageOut
     }
 }
 
-void PageCommandsC::Queue(PageCommand& command, const std::shared_ptr<PageOutcome>& outcome,
+void CPageCommands::Queue(PageCommand& command, const std::shared_ptr<PageOutcome>& outcome,
                           std::function<bool()> isWanted, std::function<void()> done)
 {
     ++*m_queued;
@@ -179,10 +183,10 @@ void PageCommandsC::Queue(PageCommand& command, const std::shared_ptr<PageOutcom
             hasBegun = true;
             return log.TakeInto(outcome->reasons);
         },
-        WorkQueueC::EAsker::Page);
+        CWorkQueue::EAsker::Page);
 }
 
-PageAnswer PageCommandsC::Write(const PageCommand& command, const PageOutcome& outcome)
+PageAnswer CPageCommands::Write(const PageCommand& command, const PageOutcome& outcome)
 {
     if (outcome.isTooMuch) {
         return {503, ErrorJson("too much is asked at once")};

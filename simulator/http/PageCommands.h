@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "simulator/ServiceCore.h"
 #include "simulator/http/LogTap.h"
+#include "simulator/service/ServiceCore.h"
 
 /// An answer to a request of the page.
 struct PageAnswer
@@ -41,7 +41,7 @@ struct PageOutcome
 
 /// Carries out what the page asks for, in three steps, of which just the middle one is for the
 /// thread that the service core belongs to: what is long is read and written elsewhere.
-class PageCommandsC
+class CPageCommands
 {
 public:
     /// How many commands that take long may be at their work or wait for it.
@@ -50,7 +50,7 @@ public:
     static constexpr const char* kDisengage = "DisengageSteering";
 
     /// All must outlive this object.
-    PageCommandsC(ServiceCoreC& core, LogTapC& log);
+    CPageCommands(CServiceCore& core, CLogTap& log);
 
     /// Reads the request to carry out an operation. Thread safety: any thread.
     ///
@@ -79,8 +79,8 @@ private:
     void Queue(PageCommand& command, const std::shared_ptr<PageOutcome>& outcome,
                std::function<bool()> isWanted, std::function<void()> done);
 
-    ServiceCoreC& m_core;
-    LogTapC& m_log;
+    CServiceCore& m_core;
+    CLogTap& m_log;
     std::uint64_t m_disengaged = 0; ///< the arrival of the last to end steering
     std::set<std::string> m_operations;
     std::shared_ptr<int> m_queued = std::make_shared<int>(0); ///< shared with what is queued

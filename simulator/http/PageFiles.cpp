@@ -70,7 +70,7 @@ ServedAnswer AnswerOf(const std::string& type, std::string content, const std::s
 
 } // namespace
 
-PageFilesC::PageFilesC()
+CPageFiles::CPageFiles()
 {
     for (EmbeddedFile& embedded : EmbeddedFiles()) {
         const std::string type = ContentTypeOf(embedded.name);
@@ -87,7 +87,7 @@ PageFilesC::PageFilesC()
     }
 }
 
-std::optional<ServedAnswer> PageFilesC::AnswerTo(const ServedRequest& request) const
+std::optional<ServedAnswer> CPageFiles::AnswerTo(const ServedRequest& request) const
 {
     const auto found = m_files.find(request.path);
     if (found == m_files.end()) {

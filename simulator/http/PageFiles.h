@@ -11,10 +11,10 @@
 /// them already.
 ///
 /// Thread safety: as a constant, from any thread.
-class PageFilesC
+class CPageFiles
 {
 public:
-    PageFilesC();
+    CPageFiles();
 
     /// What a request for a file is answered with; nothing when its path is no file's.
     std::optional<ServedAnswer> AnswerTo(const ServedRequest& request) const;

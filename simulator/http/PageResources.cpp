@@ -14,12 +14,12 @@ constexpr std::chrono::milliseconds kTrailIsFresh(100);
 
 } // namespace
 
-LoopGateC::Then WhenDone(SharedAnswerC::Reply reply, std::function<void()> then)
+CLoopGate::Then WhenDone(CSharedAnswer::Reply reply, std::function<void()> then)
 {
-    return [reply = std::move(reply), then = std::move(then)](LoopGateC::EOutcome outcome) {
-        if (outcome == LoopGateC::EOutcome::Done) {
+    return [reply = std::move(reply), then = std::move(then)](CLoopGate::EOutcome outcome) {
+        if (outcome == CLoopGate::EOutcome::Done) {
             DoOrRefuse(reply, then);
-        } else if (outcome == LoopGateC::EOutcome::Failed) {
+        } else if (outcome == CLoopGate::EOutcome::Failed) {
             reply(RefusalOf(500, kFailed));
         } else {
             reply(RefusalOf(503, "the service does not answer"));
@@ -27,15 +27,15 @@ LoopGateC::Then WhenDone(SharedAnswerC::Reply reply, std::function<void()> then)
     };
 }
 
-PageResourcesC::PageResourcesC(asio::io_context& loop, LoopGateC& gate, PageAsideC& aside,
-                               ServiceCoreC& core, const TrailC& trail)
+CPageResources::CPageResources(asio::io_context& loop, CLoopGate& gate, CPageAside& aside,
+                               CServiceCore& core, const CTrail& trail)
     : m_gate(gate), m_aside(aside), m_core(core), m_trail(trail),
       m_sharedTrail([this](const Reply& reply) { GiveTrail(reply); }, kTrailIsFresh),
       m_sharedWayline([this](const Reply& reply) { GiveWayline(reply); }), m_waylineText(loop)
 {
 }
 
-bool PageResourcesC::Give(const std::shared_ptr<HttpConnectionC>& connection)
+bool CPageResources::Give(const std::shared_ptr<CHttpConnection>& connection)
 {
     const std::string& path = connection->Request().path;
     if (const auto file = m_files.AnswerTo(connection->Request())) {
@@ -50,15 +50,15 @@ bool PageResourcesC::Give(const std::shared_ptr<HttpConnectionC>& connection)
     return true;
 }
 
-void PageResourcesC::GiveTrail(const Reply& reply)
+void CPageResources::GiveTrail(const Reply& reply)
 {
     const auto positions = std::make_shared<TrailText>();
     const auto end = std::make_shared<double>(0.0);
     m_gate.Run(
-        [this, positions, end](const LoopGateC::Done& done) {
+        [this, positions, end](const CLoopGate::Done& done) {
             *positions = m_trail.Text();
-            const double intervals = m_core.World().Time() / TrailC::kInterval;
-            *end = std::floor(intervals + 1e-6) * TrailC::kInterval;
+            const double intervals = m_core.World().Time() / CTrail::kInterval;
+            *end = std::floor(intervals + 1e-6) * CTrail::kInterval;
             done();
         },
         WhenDone(reply, [this, reply, positions, end] {
@@ -67,14 +67,14 @@ void PageResourcesC::GiveTrail(const Reply& reply)
 }
 
 /// Where it is the wayline of the last time, the text is that of the last time too.
-void PageResourcesC::GiveWayline(const Reply& reply)
+void CPageResources::GiveWayline(const Reply& reply)
 {
-    const auto wayline = std::make_shared<WaylineKeeperC::SharedWayline>();
+    const auto wayline = std::make_shared<CWaylineKeeper::SharedWayline>();
     const auto write = [wayline] {
         return TextJson(*wayline ? (*wayline)->ToString() : std::string());
     };
     m_gate.Run(
-        [this, wayline](const LoopGateC::Done& done) {
+        [this, wayline](const CLoopGate::Done& done) {
             *wayline = m_core.Waylines().SharedCurrent();
             done();
         },

@@ -7,19 +7,19 @@
 #include <memory>
 #include <string>
 
-#include "simulator/ServiceCore.h"
 #include "simulator/http/LoopGate.h"
 #include "simulator/http/PageAside.h"
 #include "simulator/http/PageFiles.h"
 #include "simulator/http/SharedAnswer.h"
 #include "simulator/http/Trail.h"
 #include "simulator/http/WaylineText.h"
+#include "simulator/service/ServiceCore.h"
 
 inline constexpr const char* kFailed = "the request could not be carried out";
 
 /// Does something, and refuses where it throws: for want of memory, for one.
 template <typename Action>
-void DoOrRefuse(const SharedAnswerC::Reply& reply, const Action& action)
+void DoOrRefuse(const CSharedAnswer::Reply& reply, const Action& action)
 {
     try {
         action();
@@ -30,39 +30,39 @@ void DoOrRefuse(const SharedAnswerC::Reply& reply, const Action& action)
 
 /// What follows work that the service has been asked for: what is to be done once it is done, or a
 /// refusal where it is not, or where what is done then throws.
-LoopGateC::Then WhenDone(SharedAnswerC::Reply reply, std::function<void()> then);
+CLoopGate::Then WhenDone(CSharedAnswer::Reply reply, std::function<void()> then);
 
 /// What the page fetches, beside the stream: its files, the trail and the wayline.
 ///
 /// Thread safety: none; lives on the page's thread.
-class PageResourcesC
+class CPageResources
 {
 public:
     /// All must outlive this object.
-    PageResourcesC(asio::io_context& loop, LoopGateC& gate, PageAsideC& aside, ServiceCoreC& core,
-                   const TrailC& trail);
+    CPageResources(asio::io_context& loop, CLoopGate& gate, CPageAside& aside, CServiceCore& core,
+                   const CTrail& trail);
 
     /// Answers a connection with what it asks for, now or later.
     ///
     /// @return false when there is no such thing.
-    bool Give(const std::shared_ptr<HttpConnectionC>& connection);
+    bool Give(const std::shared_ptr<CHttpConnection>& connection);
 
 private:
-    using Reply = SharedAnswerC::Reply;
+    using Reply = CSharedAnswer::Reply;
 
     void GiveTrail(const Reply& reply);
     void GiveWayline(const Reply& reply);
 
-    LoopGateC& m_gate;
-    PageAsideC& m_aside;
-    ServiceCoreC& m_core;
-    const TrailC& m_trail;
-    const PageFilesC m_files;
+    CLoopGate& m_gate;
+    CPageAside& m_aside;
+    CServiceCore& m_core;
+    const CTrail& m_trail;
+    const CPageFiles m_files;
     const std::string m_run =
         std::to_string(std::chrono::system_clock::now().time_since_epoch().count());
-    SharedAnswerC m_sharedTrail;
-    SharedAnswerC m_sharedWayline;
-    WaylineTextC m_waylineText;
+    CSharedAnswer m_sharedTrail;
+    CSharedAnswer m_sharedWayline;
+    CWaylineText m_waylineText;
 };
 
 #endif

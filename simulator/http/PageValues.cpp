@@ -6,7 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "simulator/guidance/LongWork.h"
+#include "simulator/work/LongWork.h"
 
 using nlohmann::json;
 
@@ -37,8 +37,9 @@ bool AddTo(BListC& list, const json& value, int depth, std::string& problem)
         list.AddString(value.get<std::string>());
     } else if (value.is_array() && depth < kDeepestNesting) {
         std::unique_ptr<BListC> nested = ListFrom(value, depth + 1, problem);
-        if (!nested)
+        if (!nested) {
             return false;
+        }
         list.Add(nested.release());
     } else {
         problem = value.is_array() ? NestingProblem()
@@ -54,8 +55,9 @@ std::unique_ptr<BListC> ListFrom(const json& list, int depth, std::string& probl
     auto read = std::make_unique<BListC>(nullptr);
     for (const json& value : list) {
         EndWorkIfStopped();
-        if (!AddTo(*read, value, depth, problem))
+        if (!AddTo(*read, value, depth, problem)) {
             return nullptr;
+        }
     }
     return read;
 }
@@ -104,12 +106,15 @@ json ReplyJson(const BElementC* value)
         return elements;
     }
     const auto* atom = dynamic_cast<const BAtomC*>(value);
-    if (atom == nullptr || atom->Type() == EBElementType::Nothing)
+    if (atom == nullptr || atom->Type() == EBElementType::Nothing) {
         return nullptr;
-    if (atom->Type() == EBElementType::Integer)
+    }
+    if (atom->Type() == EBElementType::Integer) {
         return atom->Int64Value();
-    if (atom->Type() == EBElementType::Double)
+    }
+    if (atom->Type() == EBElementType::Double) {
         return atom->DoubleValue();
+    }
     return atom->StringValue();
 }
 
@@ -121,8 +126,9 @@ json PointJson(const Point& point)
 json PointsJson(const std::vector<Point>& points)
 {
     json list = json::array();
-    for (const Point& point : points)
+    for (const Point& point : points) {
         list.push_back(PointJson(point));
+    }
     return list;
 }
 

@@ -18,44 +18,47 @@ constexpr double kDrawnAgainAfter = 1000.0;
 
 } // namespace
 
-PageWatchC::PageWatchC(asio::io_context& loop, const ServiceCoreC& core, EventFeedC& feed)
+CPageWatch::CPageWatch(asio::io_context& loop, const CServiceCore& core, CEventFeed& feed)
     : m_timer(loop), m_core(core), m_feed(feed), m_drawer(feed)
 {
 }
 
-void PageWatchC::Start()
+void CPageWatch::Start()
 {
     WaitForNextLook();
 }
 
-void PageWatchC::WaitForNextLook()
+void CPageWatch::WaitForNextLook()
 {
     m_timer.expires_after(kLook);
     m_timer.async_wait([this](const auto& error) {
-        if (error)
+        if (error) {
             return;
+        }
         Look(std::chrono::steady_clock::now());
         WaitForNextLook();
     });
 }
 
-void PageWatchC::Look(std::chrono::steady_clock::time_point now)
+void CPageWatch::Look(std::chrono::steady_clock::time_point now)
 {
-    if (!m_feed.HasViewers())
+    if (!m_feed.HasViewers()) {
         return;
+    }
     if (m_generation != m_feed.Generation()) {
         m_generation = m_feed.Generation();
         m_lastState.reset();
         m_lineKey.reset();
     }
-    if (!StateIsDue(now))
+    if (!StateIsDue(now)) {
         return;
+    }
     m_feed.Publish(EFeedEvent::Settings, SettingsJson(m_core.World()));
     LookAtLine();
     m_feed.Publish(EFeedEvent::State, StateJson(m_core.World()));
 }
 
-bool PageWatchC::StateIsDue(std::chrono::steady_clock::time_point now)
+bool CPageWatch::StateIsDue(std::chrono::steady_clock::time_point now)
 {
     const CSimulation& world = m_core.World();
     const long control =
@@ -63,21 +66,22 @@ bool PageWatchC::StateIsDue(std::chrono::steady_clock::time_point now)
     if (m_lastState) {
         const auto waited = now - *m_lastState;
         const auto interval = control != m_lastControl ? kStateInterval : kLongestStateInterval;
-        if (waited < interval)
+        if (waited < interval) {
             return false;
+        }
     }
     m_lastState = now;
     m_lastControl = control;
     return true;
 }
 
-PageWatchC::LineKey PageWatchC::KeyOfLine() const
+CPageWatch::LineKey CPageWatch::KeyOfLine() const
 {
     const CSimulation& world = m_core.World();
-    const WaylineKeeperC& waylines = m_core.Waylines();
+    const CWaylineKeeper& waylines = m_core.Waylines();
     const WaylineStatus status = waylines.Status();
     std::string labels;
-    for (int number = 0; !status.complete && number < WaylineBuilderC::kMostWaypoints; ++number) {
+    for (int number = 0; !status.complete && number < CWaylineBuilder::kMostWaypoints; ++number) {
         if (const Waypoint* waypoint = waylines.WaypointAt(number)) {
             labels += std::to_string(number) + ":" + std::to_string(waypoint->position.x) + "," +
                       std::to_string(waypoint->position.y) + ";";
@@ -94,31 +98,33 @@ PageWatchC::LineKey PageWatchC::KeyOfLine() const
             labels};
 }
 
-bool PageWatchC::HasGoneFar(double station) const
+bool CPageWatch::HasGoneFar(double station) const
 {
     return std::abs(station - m_drawnStation) > kDrawnAgainAfter;
 }
 
-void PageWatchC::LookAtLine()
+void CPageWatch::LookAtLine()
 {
     LineKey key = KeyOfLine();
-    if (key == m_lineKey && !HasGoneFar(m_core.World().Layout().station))
+    if (key == m_lineKey && !HasGoneFar(m_core.World().Layout().station)) {
         return;
+    }
     m_lineKey = std::move(key);
     m_drawer.Draw(TakeDrawing());
 }
 
-LineDrawing PageWatchC::TakeDrawing()
+LineDrawing CPageWatch::TakeDrawing()
 {
     const CSimulation& world = m_core.World();
     LineDrawing drawing;
     drawing.revision = ++m_revision;
-    const WaylineKeeperC& waylines = m_core.Waylines();
+    const CWaylineKeeper& waylines = m_core.Waylines();
     drawing.status = waylines.Status();
     drawing.wayline = waylines.SharedCurrent();
     drawing.drives = waylines.SharedDrives();
-    if (!drawing.wayline)
+    if (!drawing.wayline) {
         drawing.waypoints = WaypointLabels(waylines);
+    }
     drawing.layout = world.Layout();
     drawing.nudge = world.Nudge();
     drawing.fieldOffset = world.FieldOffset();

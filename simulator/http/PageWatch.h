@@ -11,19 +11,19 @@
 #include <asio/io_context.hpp>
 #include <asio/steady_timer.hpp>
 
-#include "simulator/ServiceCore.h"
 #include "simulator/http/EventFeed.h"
 #include "simulator/http/LineDrawer.h"
+#include "simulator/service/ServiceCore.h"
 
 /// Looks at the world while somebody views the page, and publishes what has changed. It only looks:
 /// a run is the same with and without viewers.
 ///
 /// Thread safety: none; used from the thread that runs the loop.
-class PageWatchC
+class CPageWatch
 {
 public:
     /// All must outlive this object.
-    PageWatchC(asio::io_context& loop, const ServiceCoreC& core, EventFeedC& feed);
+    CPageWatch(asio::io_context& loop, const CServiceCore& core, CEventFeed& feed);
 
     /// Starts; from now on the loop keeps the feed up to date.
     void Start();
@@ -45,9 +45,9 @@ private:
     LineDrawing TakeDrawing();
 
     asio::steady_timer m_timer;
-    const ServiceCoreC& m_core;
-    EventFeedC& m_feed;
-    LineDrawerC m_drawer;
+    const CServiceCore& m_core;
+    CEventFeed& m_feed;
+    CLineDrawer m_drawer;
     std::optional<std::chrono::steady_clock::time_point> m_lastState;
     long m_lastControl = -1;
     std::uint64_t m_generation = 0;

@@ -24,8 +24,9 @@ double DistanceToSegment(const Point& place, const Point& from, const Point& to)
     const double alongX = to.x - from.x;
     const double alongY = to.y - from.y;
     const double squaredLength = alongX * alongX + alongY * alongY;
-    if (squaredLength == 0.0)
+    if (squaredLength == 0.0) {
         return Distance(place, from);
+    }
     const double share = std::clamp(
         ((place.x - from.x) * alongX + (place.y - from.y) * alongY) / squaredLength, 0.0, 1.0);
     return Distance(place, {from.x + share * alongX, from.y + share * alongY});
@@ -35,8 +36,9 @@ double DistanceToSegment(const Point& place, const Point& from, const Point& to)
 
 std::vector<Point> Simplified(const std::vector<Point>& points, double tolerance)
 {
-    if (points.size() < 3)
+    if (points.size() < 3) {
         return points;
+    }
     std::vector<bool> kept(points.size(), false);
     kept.front() = kept.back() = true;
     std::vector<std::pair<std::size_t, std::size_t>> runs{{0, points.size() - 1}};
@@ -52,16 +54,18 @@ std::vector<Point> Simplified(const std::vector<Point>& points, double tolerance
                 farthest = index;
             }
         }
-        if (farthest == first)
+        if (farthest == first) {
             continue;
+        }
         kept[farthest] = true;
         runs.push_back({first, farthest});
         runs.push_back({farthest, last});
     }
     std::vector<Point> left;
     for (std::size_t index = 0; index < points.size(); ++index) {
-        if (kept[index])
+        if (kept[index]) {
             left.push_back(points[index]);
+        }
     }
     return left;
 }
@@ -69,8 +73,9 @@ std::vector<Point> Simplified(const std::vector<Point>& points, double tolerance
 std::vector<Point> PolylineOf(const CLineShape& line, double station)
 {
     const Stretch drawn = line.Clip({station - kDrawnReach, station + kDrawnReach});
-    if (drawn.to <= drawn.from)
+    if (drawn.to <= drawn.from) {
         return {};
+    }
     std::vector<Point> points;
     for (double at = drawn.from; at < drawn.to;) {
         const LinePoint point = line.At(at);

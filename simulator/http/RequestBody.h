@@ -11,14 +11,14 @@
 /// behind it, and what is only announced takes no memory beyond a block.
 ///
 /// Thread safety: none; may be handed over to another thread.
-class RequestBodyC
+class CRequestBody
 {
 public:
     /// What a block has at most, bytes. The end of a text takes one more.
     static constexpr std::size_t kBlockBytes = 16 * 1024 - 1;
 
     /// @param announced how long the body is going to be, bytes.
-    explicit RequestBodyC(std::size_t announced = 0) : m_announced(announced) {}
+    explicit CRequestBody(std::size_t announced = 0) : m_announced(announced) {}
 
     /// Takes bytes in, up to the announced length. What is beyond it is left out.
     void Append(const char* bytes, std::size_t count)

@@ -3,7 +3,7 @@
 #include <optional>
 #include <utility>
 
-#include "simulator/ServiceLog.h"
+#include "simulator/output/ServiceLog.h"
 
 namespace {
 

@@ -12,21 +12,21 @@
 
 namespace http = boost::beast::http;
 
-struct RequestReaderC::Parser
+struct CRequestReader::Parser
 {
     http::request_parser<http::empty_body> head;
 };
 
-RequestReaderC::RequestReaderC() : m_parser(std::make_unique<Parser>())
+CRequestReader::CRequestReader() : m_parser(std::make_unique<Parser>())
 {
     m_parser->head.header_limit(kMostHeadBytes);
     // Whether a body is too long is decided by whoever looks at the head.
     m_parser->head.body_limit(std::numeric_limits<std::uint64_t>::max());
 }
 
-RequestReaderC::~RequestReaderC() = default;
+CRequestReader::~CRequestReader() = default;
 
-RequestReaderC::EStage RequestReaderC::Take(const char* bytes, std::size_t count)
+CRequestReader::EStage CRequestReader::Take(const char* bytes, std::size_t count)
 {
     if (m_stage == EStage::Head || m_stage == EStage::Headed) {
         m_pending.append(bytes, count);
@@ -38,7 +38,7 @@ RequestReaderC::EStage RequestReaderC::Take(const char* bytes, std::size_t count
     return m_stage;
 }
 
-RequestReaderC::EStage RequestReaderC::ReadHead()
+CRequestReader::EStage CRequestReader::ReadHead()
 {
     boost::system::error_code error;
     const std::size_t used = m_parser->head.put(boost::asio::buffer(m_pending), error);
@@ -55,7 +55,7 @@ RequestReaderC::EStage RequestReaderC::ReadHead()
     return KeepHead();
 }
 
-RequestReaderC::EStage RequestReaderC::KeepHead()
+CRequestReader::EStage CRequestReader::KeepHead()
 {
     const auto& head = m_parser->head.get();
     const auto count = static_cast<std::size_t>(std::distance(head.begin(), head.end()));
@@ -72,12 +72,12 @@ RequestReaderC::EStage RequestReaderC::KeepHead()
                                        std::string(field.value()));
     }
     m_request.body =
-        RequestBodyC(static_cast<std::size_t>(m_parser->head.content_length().value_or(0)));
+        CRequestBody(static_cast<std::size_t>(m_parser->head.content_length().value_or(0)));
     m_parser.reset();
     return EStage::Headed;
 }
 
-void RequestReaderC::Forget()
+void CRequestReader::Forget()
 {
     m_parser.reset();
     // What is assigned an empty text keeps its memory.
@@ -86,7 +86,7 @@ void RequestReaderC::Forget()
     m_stage = EStage::Whole;
 }
 
-RequestReaderC::EStage RequestReaderC::ReadBody()
+CRequestReader::EStage CRequestReader::ReadBody()
 {
     m_stage = EStage::Body;
     std::string pending;

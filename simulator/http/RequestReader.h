@@ -12,7 +12,7 @@
 /// library, the body is what its length announces.
 ///
 /// Thread safety: none.
-class RequestReaderC
+class CRequestReader
 {
 public:
     /// The longest head, bytes.
@@ -33,8 +33,8 @@ public:
         TooManyHeaders, ///< more than kMostHeaders
     };
 
-    RequestReaderC();
-    ~RequestReaderC();
+    CRequestReader();
+    ~CRequestReader();
 
     /// Takes bytes in. Those after the end of the request are left out.
     EStage Take(const char* bytes, std::size_t count);
@@ -47,7 +47,7 @@ public:
         return m_stage == EStage::Body && m_request.body.Announced() > kLongBodyBytes;
     }
     /// The body, to keep; the request has none then.
-    RequestBodyC TakeBody() { return std::exchange(m_request.body, RequestBodyC()); }
+    CRequestBody TakeBody() { return std::exchange(m_request.body, CRequestBody()); }
     /// Lets go of all that has come. Nothing is read any more.
     void Forget();
     /// How much memory is held, bytes.

@@ -27,7 +27,7 @@ struct ServedRequest
     std::string method;
     std::string path;                                         ///< without what follows a "?"
     std::vector<std::pair<std::string, std::string>> headers; ///< names in lower case
-    RequestBodyC body;
+    CRequestBody body;
 
     /// How much memory is held, bytes.
     std::size_t Held() const

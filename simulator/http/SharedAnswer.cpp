@@ -9,7 +9,7 @@
 namespace {
 
 /// Has the connection answered; where memory is wanted for that, it ends.
-void AnswerOrClose(HttpConnectionC& connection, const ServedAnswer& answer)
+void AnswerOrClose(CHttpConnection& connection, const ServedAnswer& answer)
 {
     try {
         connection.Answer(answer);
@@ -20,13 +20,13 @@ void AnswerOrClose(HttpConnectionC& connection, const ServedAnswer& answer)
 
 } // namespace
 
-SharedAnswerC::SharedAnswerC(Work work, std::chrono::milliseconds freshFor)
+CSharedAnswer::CSharedAnswer(Work work, std::chrono::milliseconds freshFor)
     : m_work(std::move(work)), m_freshFor(freshFor),
       m_failure(RefusalOf(500, "the request could not be carried out"))
 {
 }
 
-void SharedAnswerC::Give(const std::shared_ptr<HttpConnectionC>& connection)
+void CSharedAnswer::Give(const std::shared_ptr<CHttpConnection>& connection)
 {
     if (m_fresh && Clock::now() - m_begun < m_freshFor) {
         connection->Answer(*m_fresh);
@@ -35,14 +35,14 @@ void SharedAnswerC::Give(const std::shared_ptr<HttpConnectionC>& connection)
     // So there are never many more than there are connections.
     const auto isClosed = [](const auto& weak) {
         const auto one = weak.lock();
-        return !one || one->Stage() == HttpConnectionC::EStage::Closed;
+        return !one || one->Stage() == CHttpConnection::EStage::Closed;
     };
     m_next.erase(std::remove_if(m_next.begin(), m_next.end(), isClosed), m_next.end());
     m_next.push_back(connection);
     WorkIfAsked();
 }
 
-void SharedAnswerC::WorkIfAsked()
+void CSharedAnswer::WorkIfAsked()
 {
     if (m_isWorking) {
         return;
@@ -66,7 +66,7 @@ void SharedAnswerC::WorkIfAsked()
     }
 }
 
-void SharedAnswerC::Finish(std::uint64_t work, const ServedAnswer& answer)
+void CSharedAnswer::Finish(std::uint64_t work, const ServedAnswer& answer)
 {
     constexpr int kGood = 200;
     if (!m_isWorking || work != m_works) {

@@ -17,7 +17,7 @@
 /// failed. Nothing is kept for connections that have been closed.
 ///
 /// Thread safety: none; lives on the thread that serves the connections.
-class SharedAnswerC
+class CSharedAnswer
 {
 public:
     /// Takes the answer. To be called once, on the thread that serves the connections.
@@ -28,17 +28,17 @@ public:
 
     /// @param freshFor for so long it is given again without being worked out anew. Who asks right
     ///        after a change sees the change only with 0.
-    explicit SharedAnswerC(Work work, std::chrono::milliseconds freshFor = {});
+    explicit CSharedAnswer(Work work, std::chrono::milliseconds freshFor = {});
 
     /// Answers a connection, now or later.
-    void Give(const std::shared_ptr<HttpConnectionC>& connection);
+    void Give(const std::shared_ptr<CHttpConnection>& connection);
     /// How many are kept that wait for the work after the one under way.
     std::size_t Waiting() const { return m_next.size(); }
 
 private:
     using Clock = std::chrono::steady_clock;
     /// The connections are kept by their owner, for as long as they are open.
-    using Asking = std::vector<std::weak_ptr<HttpConnectionC>>;
+    using Asking = std::vector<std::weak_ptr<CHttpConnection>>;
 
     void WorkIfAsked();
     void Finish(std::uint64_t work, const ServedAnswer& answer);

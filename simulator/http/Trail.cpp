@@ -12,15 +12,16 @@ constexpr std::size_t kPointsOfAPiece = 600; // a minute
 
 } // namespace
 
-EventSink TrailC::Sink()
+EventSink CTrail::Sink()
 {
     return [this](const std::string& event, const BListC& payload) {
-        if (event == "cb_relative_position")
+        if (event == "cb_relative_position") {
             Add({payload.GetDouble(0), payload.GetDouble(1)});
+        }
     };
 }
 
-void TrailC::Add(const Point& position)
+void CTrail::Add(const Point& position)
 {
     const std::string text = PointJson(position).dump() + ",";
     m_newest += text;
@@ -39,7 +40,7 @@ void TrailC::Add(const Point& position)
     }
 }
 
-TrailText TrailC::Text() const
+TrailText CTrail::Text() const
 {
     return {{m_pieces.begin(), m_pieces.end()}, m_skipped, m_newest};
 }
@@ -54,7 +55,7 @@ std::string TrailJson(const TrailText& positions, double end, const std::string&
     std::string text;
     text.reserve(size + kFrame);
     text += R"({"end":)" + nlohmann::json(end).dump() + R"(,"interval":)" +
-            nlohmann::json(TrailC::kInterval).dump() + R"(,"points":[)";
+            nlohmann::json(CTrail::kInterval).dump() + R"(,"points":[)";
     std::size_t skipped = positions.skipped;
     for (const auto& piece : positions.pieces) {
         text.append(*piece, std::exchange(skipped, 0), std::string::npos);

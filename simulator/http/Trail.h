@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "simulator/Events.h"
 #include "simulator/machine/Pose.h"
+#include "simulator/operations/Events.h"
 
 /// The positions of a trail as a text of JSON, in pieces that the trail keeps: to make one costs no
 /// more than a few pointers.
@@ -26,7 +26,7 @@ struct TrailText
 /// often, takes no time of the thread that the simulation belongs to.
 ///
 /// Thread safety: none; the text of what it holds may go anywhere.
-class TrailC
+class CTrail
 {
 public:
     /// Ten positions a second for an hour.
@@ -34,9 +34,9 @@ public:
     /// Seconds from one position to the next.
     static constexpr double kInterval = CSimulation::kStepSeconds * CSimulation::kStepsPerControl;
 
-    TrailC() = default;
-    TrailC(const TrailC&) = delete;
-    TrailC& operator=(const TrailC&) = delete;
+    CTrail() = default;
+    CTrail(const CTrail&) = delete;
+    CTrail& operator=(const CTrail&) = delete;
 
     /// A sink for the service's events, from which the positions come; this object must outlive it.
     EventSink Sink();

@@ -4,10 +4,10 @@
 #include <iterator>
 #include <utility>
 
-struct ViewersC::Viewer
+struct CViewers::Viewer
 {
-    std::shared_ptr<HttpConnectionC> connection;
-    EventFeedC::Seen seen;
+    std::shared_ptr<CHttpConnection> connection;
+    CEventFeed::Seen seen;
     Clock::time_point since = Clock::now();
     Clock::time_point lastSent = Clock::now();
     bool greeted = false;
@@ -22,17 +22,17 @@ constexpr int kMostWaits = 3;
 
 } // namespace
 
-ViewersC::ViewersC(asio::io_context& loop, EventFeedC& feed, const Rules& rules)
+CViewers::CViewers(asio::io_context& loop, CEventFeed& feed, const Rules& rules)
     : m_feed(feed), m_rules(rules), m_timer(loop), m_places(loop)
 {
 }
 
-void ViewersC::Start()
+void CViewers::Start()
 {
     WaitForTick();
 }
 
-void ViewersC::WaitForTick()
+void CViewers::WaitForTick()
 {
     m_timer.expires_after(m_rules.heartbeat / 4);
     m_timer.async_wait([this](const asio::error_code& error) {
@@ -43,7 +43,7 @@ void ViewersC::WaitForTick()
     });
 }
 
-void ViewersC::Wake()
+void CViewers::Wake()
 {
     // A connection that turns out to be lost takes its viewer off the list.
     const std::list<ViewerPtr> viewers = m_viewers;
@@ -52,7 +52,7 @@ void ViewersC::Wake()
     }
 }
 
-void ViewersC::Add(const std::shared_ptr<HttpConnectionC>& connection)
+void CViewers::Add(const std::shared_ptr<CHttpConnection>& connection)
 {
     connection->Keep();
     m_coming.push_back({connection, Clock::now()});
@@ -68,7 +68,7 @@ void ViewersC::Add(const std::shared_ptr<HttpConnectionC>& connection)
     }
 }
 
-void ViewersC::WaitForPlaces()
+void CViewers::WaitForPlaces()
 {
     m_places.expires_after(std::min(kLookForPlaces, m_rules.wait));
     m_places.async_wait([this](const asio::error_code& error) {
@@ -82,7 +82,7 @@ void ViewersC::WaitForPlaces()
     });
 }
 
-void ViewersC::GivePlaces()
+void CViewers::GivePlaces()
 {
     // A page that is loaded anew may come before the end of its predecessor has been looked at.
     const std::list<ViewerPtr> viewers = m_viewers;
@@ -115,7 +115,7 @@ void ViewersC::GivePlaces()
 }
 
 /// Whether there is a place, or a viewer has given way.
-bool ViewersC::HasPlaceFor(const Coming& coming)
+bool CViewers::HasPlaceFor(const Coming& coming)
 {
     if (m_viewers.size() < m_rules.most) {
         return true;
@@ -136,7 +136,7 @@ bool ViewersC::HasPlaceFor(const Coming& coming)
     return true;
 }
 
-void ViewersC::Refuse(const std::shared_ptr<HttpConnectionC>& connection) const
+void CViewers::Refuse(const std::shared_ptr<CHttpConnection>& connection) const
 {
     ServedAnswer answer =
         RefusalOf(503, std::to_string(m_rules.most) + " viewers are there already");
@@ -144,7 +144,7 @@ void ViewersC::Refuse(const std::shared_ptr<HttpConnectionC>& connection) const
     connection->Answer(answer);
 }
 
-void ViewersC::Begin(const std::shared_ptr<HttpConnectionC>& connection)
+void CViewers::Begin(const std::shared_ptr<CHttpConnection>& connection)
 {
     const auto viewer = std::make_shared<Viewer>();
     viewer->connection = connection;
@@ -158,7 +158,7 @@ void ViewersC::Begin(const std::shared_ptr<HttpConnectionC>& connection)
                        });
 }
 
-std::string ViewersC::Next(Viewer& viewer)
+std::string CViewers::Next(Viewer& viewer)
 {
     const Clock::time_point now = Clock::now();
     std::string text = viewer.greeted ? m_feed.Take(viewer.seen) : "retry: 1000\n\n";

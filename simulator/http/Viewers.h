@@ -22,7 +22,7 @@
 /// and go all the time, and do not wait, take no place from anybody.
 ///
 /// Thread safety: none; lives on the thread that runs the loop.
-class ViewersC
+class CViewers
 {
 public:
     struct Rules
@@ -35,12 +35,12 @@ public:
     };
 
     /// @param loop, feed must outlive this object.
-    ViewersC(asio::io_context& loop, EventFeedC& feed, const Rules& rules);
+    CViewers(asio::io_context& loop, CEventFeed& feed, const Rules& rules);
 
     /// Starts to keep the time.
     void Start();
     /// Answers a connection with the events, or with the reason why not.
-    void Add(const std::shared_ptr<HttpConnectionC>& connection);
+    void Add(const std::shared_ptr<CHttpConnection>& connection);
     /// Sends what is new.
     void Wake();
 
@@ -50,7 +50,7 @@ private:
     using ViewerPtr = std::shared_ptr<Viewer>;
     struct Coming
     {
-        std::shared_ptr<HttpConnectionC> connection;
+        std::shared_ptr<CHttpConnection> connection;
         Clock::time_point since;
     };
 
@@ -58,11 +58,11 @@ private:
     void WaitForPlaces();
     void GivePlaces();
     bool HasPlaceFor(const Coming& coming);
-    void Begin(const std::shared_ptr<HttpConnectionC>& connection);
-    void Refuse(const std::shared_ptr<HttpConnectionC>& connection) const;
+    void Begin(const std::shared_ptr<CHttpConnection>& connection);
+    void Refuse(const std::shared_ptr<CHttpConnection>& connection) const;
     std::string Next(Viewer& viewer);
 
-    EventFeedC& m_feed;
+    CEventFeed& m_feed;
     Rules m_rules;
     asio::steady_timer m_timer;
     asio::steady_timer m_places;    ///< runs while somebody waits for one

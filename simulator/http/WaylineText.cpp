@@ -1,6 +1,6 @@
 #include "simulator/http/WaylineText.h"
 
-std::optional<ServedAnswer> WaylineTextC::Of(const WaylineKeeperC::SharedWayline& wayline)
+std::optional<ServedAnswer> CWaylineText::Of(const CWaylineKeeper::SharedWayline& wayline)
 {
     if (!m_answer || wayline != m_wayline) {
         return std::nullopt;
@@ -9,14 +9,14 @@ std::optional<ServedAnswer> WaylineTextC::Of(const WaylineKeeperC::SharedWayline
     return m_answer;
 }
 
-void WaylineTextC::Keep(const WaylineKeeperC::SharedWayline& wayline, const ServedAnswer& answer)
+void CWaylineText::Keep(const CWaylineKeeper::SharedWayline& wayline, const ServedAnswer& answer)
 {
     m_wayline = wayline;
     m_answer = answer;
     WaitToForget();
 }
 
-void WaylineTextC::WaitToForget()
+void CWaylineText::WaitToForget()
 {
     m_timer.expires_after(kUnasked);
     m_timer.async_wait([this](const asio::error_code& error) {

@@ -76,10 +76,12 @@ void AddGuidance(json& state, const CSimulation& world)
 
 EEngageState EngageStateOf(const CSimulation& world)
 {
-    if (world.Engaged())
+    if (world.Engaged()) {
         return EEngageState::Engaged;
-    if (world.DroppedByService())
+    }
+    if (world.DroppedByService()) {
         return EEngageState::Dropped;
+    }
     return world.WhyNotEngaged().empty() ? EEngageState::Ready : EEngageState::NotReady;
 }
 

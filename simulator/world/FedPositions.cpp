@@ -16,12 +16,14 @@ constexpr double kLeastCourseSpeed = 0.3;
 /// What is wrong with a sample; empty when nothing is.
 std::string Problem(const FedPosition& sample)
 {
-    if (!sample.valid)
+    if (!sample.valid) {
         return "the position is marked as not valid";
+    }
     std::ostringstream problem;
     const auto judge = [&problem](const char* what, double value) {
-        if (!std::isfinite(value) && problem.tellp() == 0)
+        if (!std::isfinite(value) && problem.tellp() == 0) {
             problem << what << ' ' << value << " is not a finite number";
+        }
     };
     judge("the east coordinate", sample.position.x);
     judge("the north coordinate", sample.position.y);
@@ -36,8 +38,9 @@ std::string Problem(const FedPosition& sample)
 COutcome CFedPositions::Take(const FedPosition& sample, const Pose& present)
 {
     const std::string problem = Problem(sample);
-    if (!problem.empty())
+    if (!problem.empty()) {
         return COutcome::Refused(problem);
+    }
     const double speed = std::abs(sample.speed);
     double heading = present.heading;
     if (sample.heading) {

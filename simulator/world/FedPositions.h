@@ -3,8 +3,8 @@
 
 #include <optional>
 
+#include "simulator/base/Outcome.h"
 #include "simulator/machine/Pose.h"
-#include "simulator/world/Outcome.h"
 
 /// A position sample from outside. The machine is where the samples say until none came for 5 s.
 struct FedPosition

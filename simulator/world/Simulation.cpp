@@ -67,16 +67,18 @@ void CSimulation::State::Arrange(CFollowedLine& placed, const SimulationSettings
 
 void CSimulation::State::EndIfOvertaken() const
 {
-    if (work != nullptr)
+    if (work != nullptr) {
         work->EndIfOvertaken();
+    }
 }
 
 void CSimulation::State::Become(CFollowedLine&& changed)
 {
     const bool keepsShapes =
         line.SharedBase() == changed.SharedBase() && line.SharedShape() == changed.SharedShape();
-    if (work != nullptr && !keepsShapes)
+    if (work != nullptr && !keepsShapes) {
         work->Discard(std::make_shared<CFollowedLine>(std::move(line)));
+    }
     line = std::move(changed);
 }
 
@@ -109,14 +111,16 @@ void CSimulation::State::LocateOnLine()
         }
     }
     line.MoveTo(place, !engaged);
-    if (!engaged)
+    if (!engaged) {
         FaceLine();
+    }
 }
 
 void CSimulation::State::FaceLine()
 {
-    if (!line.Shape())
+    if (!line.Shape()) {
         return;
+    }
     const double lineHeading = line.Position().foot.heading;
     facesAgainst = std::abs(NormaliseTurn(ControlPose().heading - lineHeading)) > kPi / 2.0;
 }
@@ -142,8 +146,9 @@ COutcome CSimulation::State::BuildFrom(const LineDefinitionPtr& newLine)
 try {
     EndIfOvertaken();
     BuiltLine built = Built(newLine, settings.curveFilterSize);
-    if (!built.shape)
+    if (!built.shape) {
         return COutcome::Refused(built.reason);
+    }
     CFollowedLine replaced = line;
     replaced.SetBase(std::move(built.shape), Repeats(newLine->kind));
     Arrange(replaced, settings, *newLine);
@@ -151,8 +156,9 @@ try {
     Become(std::move(replaced));
     definition = newLine;
     FaceLine();
-    if (work != nullptr)
+    if (work != nullptr) {
         work->LineReplaced();
+    }
     return COutcome::Done();
 } catch (const CWorkEnded& ended) {
     return COutcome::Overtaken(ended.what());
@@ -187,8 +193,9 @@ try {
     if (start.curveFilterSize != settings.curveFilterSize && IsSmoothed()) {
         BuiltLine built = Built(definition, start.curveFilterSize);
         // A line that this would leave nothing of stays smoothed as it is.
-        if (built.shape)
+        if (built.shape) {
             restored.Reshape(std::move(built.shape));
+        }
     }
     Arrange(restored, start, *definition);
     Become(std::move(restored));
@@ -202,8 +209,9 @@ try {
 COutcome CSimulation::State::Follow(EFollow follow)
 try {
     EndIfOvertaken();
-    if (line.Base() == nullptr)
+    if (line.Base() == nullptr) {
         return COutcome::Refused("there is no complete line");
+    }
     CFollowedLine followed = line;
     followed.Follow(follow, ControlPose().position);
     Become(std::move(followed));
@@ -285,8 +293,9 @@ void CSimulation::Step()
         state.estimator.Predict(state.machine.Speed(), state.machine.Steering().SensorAngle());
     }
     state.controlRan = state.steps % kStepsPerControl == 0;
-    if (state.controlRan)
+    if (state.controlRan) {
         state.Control();
+    }
 }
 
 double CSimulation::Time() const
@@ -311,8 +320,9 @@ COutcome CSimulation::SetLine(const LineDefinitionPtr& line)
 
 bool CSimulation::ClearLine()
 {
-    if (!HasLine())
+    if (!HasLine()) {
         return false;
+    }
     State& state = *m_state;
     state.navigationActive = false;
     Disengage();
@@ -340,13 +350,16 @@ void CSimulation::StopNavigation()
 COutcome CSimulation::Engage()
 {
     State& state = *m_state;
-    if (state.engagement.Engaged())
+    if (state.engagement.Engaged()) {
         return COutcome::Done();
+    }
     std::string reasons;
-    for (const std::string& reason : WhyNotEngaged())
+    for (const std::string& reason : WhyNotEngaged()) {
         reasons += (reasons.empty() ? "" : "; ") + reason;
-    if (!reasons.empty())
+    }
+    if (!reasons.empty()) {
         return COutcome::Refused(reasons);
+    }
     state.engagement.Engage();
     state.controller.Start(state.command);
     return COutcome::Done();
@@ -356,14 +369,16 @@ void CSimulation::Disengage()
 {
     m_state->engagement.Disengage();
     m_state->command = 0.0;
-    if (m_state->work != nullptr)
+    if (m_state->work != nullptr) {
         m_state->work->Disengaged();
+    }
 }
 
 COutcome CSimulation::Feed(const FedPosition& sample)
 {
     COutcome outcome = m_state->fed.Take(sample, m_state->ControlPose());
-    if (outcome)
+    if (outcome) {
         m_state->LocateOnLine();
+    }
     return outcome;
 }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "simulator/base/Outcome.h"
 #include "simulator/guidance/FollowedLine.h"
 #include "simulator/guidance/LineDefinition.h"
 #include "simulator/guidance/Tuning.h"
@@ -15,7 +16,6 @@
 #include "simulator/machine/Pose.h"
 #include "simulator/machine/Receiver.h"
 #include "simulator/world/FedPositions.h"
-#include "simulator/world/Outcome.h"
 
 /// What a simulation starts with.
 struct SimulationOptions

@@ -38,8 +38,9 @@ double CSimulation::HeadingNearest(const LineDefinition& line) const
 double CSimulation::HeadingNearest(const LineDefinition& line, int filterSize, const Point& place)
 {
     const BuiltLine built = BuildLine(line, filterSize);
-    if (!built.shape)
+    if (!built.shape) {
         return std::numeric_limits<double>::quiet_NaN();
+    }
     return built.shape->Project(place).foot.heading;
 }
 
@@ -55,8 +56,9 @@ bool CSimulation::Engaged() const
 
 std::vector<std::string> CSimulation::WhyNotEngaged() const
 {
-    if (Engaged())
+    if (Engaged()) {
         return {};
+    }
     return CEngagement::UnmetConditions(m_state->Situation(), m_state->settings.engage);
 }
 
@@ -77,8 +79,9 @@ bool CSimulation::MovingInReverse() const
 
 std::optional<Point> CSimulation::RightOfLine() const
 {
-    if (!m_state->line.Shape())
+    if (!m_state->line.Shape()) {
         return std::nullopt;
+    }
     return RightOf(m_state->line.Position().foot.heading);
 }
 
@@ -122,8 +125,9 @@ LineLayout CSimulation::Layout() const
 GuidanceStatus CSimulation::Status() const
 {
     const State& state = *m_state;
-    if (!state.line.Shape())
+    if (!state.line.Shape()) {
         return {};
+    }
     const double curvature = Engaged() ? state.controller.WantedCurvature() : 0.0;
     return {state.line.Pass(), state.line.Position().crossTrack, state.HeadingErrorNow(),
             curvature};
@@ -132,22 +136,26 @@ GuidanceStatus CSimulation::Status() const
 std::vector<Point> CSimulation::FollowedPoints() const
 {
     const CLineShape* shape = m_state->line.Shape();
-    if (!shape)
+    if (!shape) {
         return {};
+    }
     const double here = m_state->line.Position().station;
     const bool against = m_state->facesAgainst;
     const Stretch drawn = shape->Clip({here - (against ? kDrawnAhead : kDrawnBehind),
                                        here + (against ? kDrawnBehind : kDrawnAhead)});
-    if (drawn.to <= drawn.from)
+    if (drawn.to <= drawn.from) {
         return {};
+    }
     std::vector<Point> points;
     const int spaces = static_cast<int>(std::ceil((drawn.to - drawn.from) / kDrawnSpacing));
     points.reserve(static_cast<std::size_t>(spaces) + 1);
-    for (int space = 0; space < spaces; ++space)
+    for (int space = 0; space < spaces; ++space) {
         points.push_back(shape->At(drawn.from + space * kDrawnSpacing).position);
+    }
     points.push_back(shape->At(drawn.to).position);
-    if (against)
+    if (against) {
         std::reverse(points.begin(), points.end());
+    }
     return points;
 }
 
@@ -159,8 +167,9 @@ int CSimulation::FollowedPassRevision() const
 std::optional<Point> CSimulation::AimPoint() const
 {
     const CLineShape* shape = m_state->line.Shape();
-    if (!shape)
+    if (!shape) {
         return std::nullopt;
+    }
     const double ahead = m_state->Gains().lookAheadDistance;
     const bool backwards = MovingInReverse();
     const double way = m_state->facesAgainst != backwards ? -ahead : ahead;
@@ -185,8 +194,9 @@ Pose CSimulation::TruePose() const
 double CSimulation::TrueCrossTrackError() const
 {
     const CLineShape* shape = m_state->line.Shape();
-    if (!shape)
+    if (!shape) {
         return 0.0;
+    }
     return shape->ProjectNear(TruePose().position, m_state->line.Position().station).crossTrack;
 }
 
@@ -205,8 +215,9 @@ Point CSimulation::TrueImplementPoint() const
 double CSimulation::TrueImplementCrossTrackError() const
 {
     const CLineShape* shape = m_state->line.Shape();
-    if (!shape)
+    if (!shape) {
         return 0.0;
+    }
     const Projection place =
         shape->ProjectNear(TrueImplementPoint(), m_state->line.Position().station);
     // The followed pass lies aside of the worked one by the implement offset.

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <string>
 
-#include "simulator/world/NumberText.h"
+#include "simulator/base/NumberText.h"
 #include "simulator/world/SimulationState.h"
 
 namespace {

@@ -19,8 +19,9 @@ bool IsThere(const char* variable)
 
 extern "C" __attribute__((visibility("default"))) int fsync(int descriptor)
 {
-    while (IsThere("DISK_STALLS"))
+    while (IsThere("DISK_STALLS")) {
         ::usleep(1000); // a disk that does not answer; nothing announces that it does again
+    }
     if (IsThere("DISK_FULL")) {
         errno = ENOSPC;
         return -1;

@@ -28,8 +28,9 @@ bool WaitFor(CNavigationAPI& navigation, const std::function<bool()>& condition)
 {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
+        if (std::chrono::steady_clock::now() > deadline) {
             return false;
+        }
         navigation.ProcessMessages(true);
     }
     return true;

@@ -171,8 +171,9 @@ TEST(FieldGeodesy, RefusesWhatIsNoPlaceOnTheEarth)
     EXPECT_NEAR(-179.0, CheckedPlace(10.0, 181.0).longitude, 1e-12);
     EXPECT_NEAR(179.0, CheckedPlace(10.0, -181.0).longitude, 1e-12);
     for (const auto& [latitude, longitude] :
-         {std::pair(91.0, 0.0), {0.0, 541.0}, {std::nan(""), 0.0}, {0.0, INFINITY}})
+         {std::pair(91.0, 0.0), {0.0, 541.0}, {std::nan(""), 0.0}, {0.0, INFINITY}}) {
         EXPECT_NE("no problem", ProblemOf([&, north = latitude, east = longitude] {
                       CheckedPlace(north, east);
                   }));
+    }
 }

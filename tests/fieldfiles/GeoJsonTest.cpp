@@ -92,8 +92,9 @@ TEST(GeoJson, RefusesAnotherReferenceSystemByItsName)
         return Collection(kLine,
                           R"("crs":{"type":"name","properties":{"name":")" + name + R"("}},)");
     };
-    for (const char* const name : {"urn:ogc:def:crs:OGC:1.3:CRS84", "EPSG:4326"})
+    for (const char* const name : {"urn:ogc:def:crs:OGC:1.3:CRS84", "EPSG:4326"}) {
         EXPECT_EQ(1U, ReadGeoJson(withSystem(name), std::nullopt).LineCount()) << name;
+    }
     const std::string name = "urn:ogc:def:crs:EPSG::25832";
     const std::string problem = ProblemOf([&] { ReadGeoJson(withSystem(name), std::nullopt); });
     EXPECT_NE(std::string::npos, problem.find(name)) << problem;
@@ -110,8 +111,9 @@ TEST(GeoJson, TakesTheParametersOfAWaylineBeforeItsOutline)
         content.kind = kind;
         content.heading = kind == Kestrove::EWaylineTypeAHeading ? 2.5 : 0.0;
         content.points = {{3000.5, 4000.25, 0.0}, {3050.0, 4060.0, 0.0}, {3120.0, 4010.0, 0.0}};
-        if (kind == Kestrove::EWaylineTypeAHeading)
+        if (kind == Kestrove::EWaylineTypeAHeading) {
             content.points.resize(1, {0.0, 0.0, 0.0});
+        }
         list.entries.push_back({1, content});
     }
     std::string text;
@@ -127,8 +129,9 @@ TEST(GeoJson, TakesTheParametersOfAWaylineBeforeItsOutline)
 TEST(GeoJson, ReadsNoMoreValuesThanItsMemoryHolds)
 {
     std::string values = "0";
-    for (int i = 0; i < 6000000; ++i)
+    for (int i = 0; i < 6000000; ++i) {
         values += ",0";
+    }
     const std::string problem =
         ProblemOf([&] { ReadGeoJson(Collection("", "\"x\":[" + values + "],"), std::nullopt); });
     EXPECT_EQ("it has more values than are read", problem);

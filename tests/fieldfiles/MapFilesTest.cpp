@@ -41,8 +41,9 @@ CFieldFile OneLine()
 FileSet Named(const FileSet& byEnding)
 {
     FileSet files;
-    for (const auto& [ending, bytes] : byEnding)
+    for (const auto& [ending, bytes] : byEnding) {
         files["one." + ending] = bytes;
+    }
     return files;
 }
 
@@ -261,10 +262,12 @@ TEST(Zip, FollowsTheLinksOfItsKmlToFilesWithinItAndNoOthers)
 TEST(Xml, RefusesEntitiesDepthAndMoreThanIsRead)
 {
     std::string deep;
-    for (int i = 0; i < 100; ++i)
+    for (int i = 0; i < 100; ++i) {
         deep += "<Folder>";
-    for (int i = 0; i < 100; ++i)
+    }
+    for (int i = 0; i < 100; ++i) {
         deep += "</Folder>";
+    }
     const struct
     {
         std::string file;

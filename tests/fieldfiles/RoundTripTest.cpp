@@ -66,8 +66,9 @@ std::vector<Holder> Holders()
 bool Holds(const Holder& holder, EWaylineType kind)
 {
     for (const EWaylineType held : holder.kinds) {
-        if (held == kind)
+        if (held == kind) {
             return true;
+        }
     }
     return false;
 }
@@ -76,8 +77,10 @@ bool Holds(const Holder& holder, EWaylineType kind)
 CFieldFile Round(CFieldFile file, const Holder& holder, const CTestFolder& folder)
 {
     const std::string path = folder.Path(holder.name);
-    for (const auto& [target, bytes] : FieldFilesToWrite(file, holder.format, path, EShapes::Lines))
+    for (const auto& [target, bytes] :
+         FieldFilesToWrite(file, holder.format, path, EShapes::Lines)) {
         std::ofstream(target, std::ios::binary) << bytes;
+    }
     return ReadFieldFile(path, ReadFileBytes(path), std::nullopt);
 }
 
@@ -87,13 +90,15 @@ CFieldFile FieldsFor(const Holder& first, const Holder& second)
     std::mt19937 random(20261122);
     std::vector<EWaylineType> kinds;
     for (const EWaylineType kind : first.kinds) {
-        if (Holds(second, kind))
+        if (Holds(second, kind)) {
             kinds.push_back(kind);
+        }
     }
     CFieldFile file;
     for (int i = 0; i < kLinesRoundEachPair; ++i) {
-        if (i % 20 == 0)
+        if (i % 20 == 0) {
             file.fields.push_back({"Field " + std::to_string(i / 20), {}, {}});
+        }
         const EWaylineType kind = kinds[static_cast<std::size_t>(i) % kinds.size()];
         const FieldPlace place = RandomPlace(random);
         file.fields.back().lines.push_back(RandomLine(kind, place, random));
@@ -148,8 +153,9 @@ TEST(FieldFileRoundTrip, RefusesAKindThatAFormatDoesNotHoldByItsName)
         for (const auto& [name, code] : WaylineKindNames()) {
             const auto kind = static_cast<EWaylineType>(code);
             const bool hasPoints = code >= 0 && code <= Kestrove::EWaylineTypeABCurve;
-            if (!hasPoints || Holds(holder, kind))
+            if (!hasPoints || Holds(holder, kind)) {
                 continue;
+            }
             CFieldFile file;
             file.FieldOf("North").lines.push_back(RandomLine(kind, {48.0, 11.0, {}}, random));
             file.fields[0].lines[0].name = "Along the road";
@@ -175,8 +181,9 @@ TEST(FieldFileRoundTrip, KeepsFieldsAndBoundariesWithTheirHoles)
         const std::string path = folder.Path(holder.name);
         CFieldFile written = file;
         for (const auto& [target, bytes] :
-             FieldFilesToWrite(written, holder.format, path, EShapes::Areas))
+             FieldFilesToWrite(written, holder.format, path, EShapes::Areas)) {
             std::ofstream(target, std::ios::binary) << bytes;
+        }
         const CFieldFile back = ReadFieldFile(path, ReadFileBytes(path), std::nullopt);
         ASSERT_EQ(1U, back.BoundaryCount());
         EXPECT_EQ(file.fields[0].name, back.fields[0].name);

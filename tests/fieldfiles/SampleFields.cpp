@@ -74,16 +74,18 @@ double Apart(const FieldPlace& left, const FieldPlace& right)
 
 double Apart(const FieldLine& left, const FieldLine& right)
 {
-    if (left.kind != right.kind || left.places.size() != right.places.size())
+    if (left.kind != right.kind || left.places.size() != right.places.size()) {
         return std::numeric_limits<double>::infinity();
+    }
     if (left.kind == Kestrove::EWaylineTypeCircle) {
         const GroundCircle first = CircleOf(left);
         const GroundCircle second = CircleOf(right);
         return Apart(first.centre, second.centre) + std::abs(first.radius - second.radius);
     }
     double farthest = 0.0;
-    for (std::size_t i = 0; i < left.places.size(); ++i)
+    for (std::size_t i = 0; i < left.places.size(); ++i) {
         farthest = std::max(farthest, Apart(left.places[i], right.places[i]));
+    }
     constexpr double kKilometre = 1000.0;
     const double turn = SmallestTurn(Radians(left.headingDegrees), Radians(right.headingDegrees));
     return farthest + std::abs(turn) * kKilometre;
@@ -93,8 +95,9 @@ FieldLine OnlyLine(const CFieldFile& file)
 {
     const bool isOne = file.LineCount() == 1;
     for (const Field& field : file.fields) {
-        if (isOne && !field.lines.empty())
+        if (isOne && !field.lines.empty()) {
             return field.lines.front();
+        }
     }
     throw CFieldFileProblem(std::to_string(file.LineCount()) + " lines in place of one");
 }

@@ -28,10 +28,12 @@ void Check(const Read& read)
     try {
         const CFieldFile file = read();
         for (const Field& field : file.fields) {
-            for (const FieldLine& line : field.lines)
+            for (const FieldLine& line : field.lines) {
                 RequirePlaces(line.places, 1);
-            for (const FieldBoundary& boundary : field.boundaries)
+            }
+            for (const FieldBoundary& boundary : field.boundaries) {
                 RequirePlaces(boundary.exterior, 3);
+            }
         }
         const std::string written = WriteKml(file); // refuses a circle whose points are on one line
         const CFieldFile back = ReadKml(written, std::nullopt);

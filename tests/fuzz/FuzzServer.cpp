@@ -18,7 +18,7 @@
 
 #include <asio/io_context.hpp>
 
-#include "simulator/ServiceLink.h"
+#include "simulator/service/ServiceLink.h"
 #include "tests/fuzz/FuzzMessages.h"
 
 namespace {
@@ -158,7 +158,7 @@ private:
     }
 
     asio::io_context m_loop;
-    ServiceLinkC m_link;
+    CServiceLink m_link;
     std::array<std::unique_ptr<CClient>, 4> m_clients;
 };
 

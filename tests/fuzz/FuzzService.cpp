@@ -5,14 +5,14 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "simulator/ServiceCore.h"
+#include "simulator/service/ServiceCore.h"
 #include "tests/fuzz/FuzzMessages.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     ServiceCoreOptions options;
     options.simulation.speed = 2.0;
-    ServiceCoreC service(std::move(options));
+    CServiceCore service(std::move(options));
     for (const MessageC& message : FuzzMessages::Decode(data, size).messages) {
         if (message.arguments == nullptr) {
             continue;

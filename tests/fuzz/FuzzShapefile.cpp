@@ -10,8 +10,9 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    if (size < 4)
+    if (size < 4) {
         return 0;
+    }
     const std::string bytes(reinterpret_cast<const char*>(data) + 4, size - 4);
     const std::size_t shapes = std::min<std::size_t>(data[0] + 256U * data[1], bytes.size());
     const std::size_t index =

@@ -31,16 +31,18 @@ TEST(OutgoingBytes, LeaveInTheirOrderHoweverTheyComeAndGo)
             const std::string_view lent = outgoing.Next();
             const std::string copy(lent);
             added += bytes;
-            if (random() % 2 == 0)
+            if (random() % 2 == 0) {
                 outgoing.Add(bytes.data(), bytes.size());
-            else
+            } else {
                 outgoing.Add(std::make_shared<const std::string>(bytes));
+            }
             ASSERT_EQ(copy, lent); // it is being written meanwhile
             ASSERT_LE(lent.size(), OutgoingBytesC::kPortion);
             const std::size_t count = lent.empty() ? 0 : random() % (lent.size() + 1);
             sent += copy.substr(0, count);
-            if (!lent.empty())
+            if (!lent.empty()) {
                 outgoing.Sent(count, kKept);
+            }
             ASSERT_EQ(added.size() - sent.size(), outgoing.Size());
         }
         while (outgoing.Size() > 0) {
@@ -66,8 +68,9 @@ TEST(OutgoingBytes, ShareALargeTextInsteadOfCopyingIt)
     outgoing.Sent(4, kKept);
     EXPECT_EQ(text->data(), outgoing.Next().data());
     EXPECT_LE(2 * text->size(), outgoing.Memory());
-    while (outgoing.Size() > text->size())
+    while (outgoing.Size() > text->size()) {
         outgoing.Sent(outgoing.Next().size(), kKept);
+    }
     EXPECT_EQ(2, text.use_count()); // let go as soon as it is sent
     EXPECT_LE(text->size(), outgoing.Memory());
     EXPECT_GE(text->size() + kKept, outgoing.Memory());
@@ -79,8 +82,9 @@ TEST(OutgoingBytes, MoveNoMoreThanAPortionWhenTheyGrow)
     outgoing.Add("head", 4);
     const char* const first = outgoing.Next().data();
     const std::string part(1000, 'x');
-    for (int count = 0; count < 8000; ++count)
+    for (int count = 0; count < 8000; ++count) {
         outgoing.Add(part.data(), part.size());
+    }
     EXPECT_EQ(first, outgoing.Next().data());
     // Portions are filled: what comes in small parts does not leave in as many.
     EXPECT_GE(outgoing.Size() + 4 * OutgoingBytesC::kPortion, outgoing.Memory());

@@ -109,8 +109,9 @@ bool IsKnown(std::uint16_t port)
         std::string number;
         std::string address;
         words >> number >> address;
-        if (address.size() > 5 && address.substr(address.size() - 5) == digits.str())
+        if (address.size() > 5 && address.substr(address.size() - 5) == digits.str()) {
             return true;
+        }
     }
     return false;
 }

@@ -1,4 +1,4 @@
-#include "simulator/CommandLine.h"
+#include "simulator/program/CommandLine.h"
 
 #include <sstream>
 #include <string>
@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "simulator/Version.h"
+#include "simulator/program/Version.h"
 
 namespace {
 
@@ -124,9 +124,10 @@ TEST(CommandLine, NamesTheWrongValueAndWhatIsAllowed)
         const Outcome outcome = Read(row.arguments);
 
         EXPECT_EQ(kExitWrongOptions, outcome.exitCode.value_or(kExitSuccess)) << row.arguments[0];
-        for (const char* named : row.named)
+        for (const char* named : row.named) {
             EXPECT_NE(std::string::npos, outcome.errors.find(named))
                 << "no \"" << named << "\" in: " << outcome.errors;
+        }
     }
 }
 
@@ -137,8 +138,9 @@ TEST(CommandLine, WritesHelpWithEveryOption)
     EXPECT_EQ(kExitSuccess, outcome.exitCode.value_or(kExitWrongOptions));
     for (const char* option : {"--port", "--http", "--state", "--track", "--log-level",
                                "--speed-factor", "--seed", "--receiver", "--ground", "--start",
-                               "--speed", "--centre-bias", "--backlash", "--version"})
+                               "--speed", "--centre-bias", "--backlash", "--version"}) {
         EXPECT_NE(std::string::npos, outcome.output.find(option)) << option;
+    }
 }
 
 TEST(CommandLine, WritesTheVersion)

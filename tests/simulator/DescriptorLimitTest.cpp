@@ -1,4 +1,4 @@
-#include "simulator/DescriptorLimit.h"
+#include "simulator/program/DescriptorLimit.h"
 
 #include <gtest/gtest.h>
 

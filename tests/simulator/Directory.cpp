@@ -8,8 +8,9 @@
 
 Directory::Directory() : m_path((std::filesystem::temp_directory_path() / "simulator-XXXXXX"))
 {
-    if (::mkdtemp(m_path.data()) == nullptr)
+    if (::mkdtemp(m_path.data()) == nullptr) {
         throw std::runtime_error("cannot make a directory like " + m_path);
+    }
 }
 
 Directory::~Directory()

@@ -14,7 +14,7 @@
 
 #include "platform/BEncoder.h"
 #include "runtime/MessageDecoder.h"
-#include "simulator/CommandLine.h"
+#include "simulator/program/CommandLine.h"
 #include "tests/simulator/Service.h"
 #include "tests/simulator/Values.h"
 
@@ -50,8 +50,9 @@ TEST(ServiceDocument, NamesEveryOperation)
 {
     const std::string document = ReadDocument("service.md");
 
-    for (const std::string& name : Service().Core().OperationNames())
+    for (const std::string& name : Service().Core().OperationNames()) {
         EXPECT_NE(std::string::npos, document.find("`" + name + "`")) << name;
+    }
 }
 
 TEST(ServiceDocument, NamesEveryEvent)
@@ -60,8 +61,9 @@ TEST(ServiceDocument, NamesEveryEvent)
 
     const auto named = MatchesOf(document, R"(\n\| `(cb_[a-z_]+)` \|)");
     EXPECT_EQ(8u, named.size());
-    for (const std::smatch& match : named)
+    for (const std::smatch& match : named) {
         EXPECT_FALSE(Service().Subscribe(match[1]).empty()) << match[1];
+    }
 }
 
 TEST(ServiceDocument, TellsTheStartValues)
@@ -70,8 +72,9 @@ TEST(ServiceDocument, TellsTheStartValues)
 
     const auto rows = MatchesOf(document, R"(\n\| `(\w+)` \| `(\[.*\])` \| `(.*)` \|)");
     EXPECT_EQ(15u, rows.size());
-    for (const std::smatch& row : rows)
+    for (const std::smatch& row : rows) {
         EXPECT_EQ(row[3], Service(0.0).Request(row[1], row[2])) << row[1] << row[2];
+    }
 }
 
 TEST(ServiceDocument, NamesEveryOptionWithItsDefault)

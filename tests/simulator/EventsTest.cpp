@@ -1,4 +1,4 @@
-#include "simulator/Events.h"
+#include "simulator/operations/Events.h"
 
 #include <map>
 #include <random>
@@ -124,8 +124,9 @@ TEST(ServiceEvents, TellWhatChangesWithoutEndTenTimesASecond)
 
         std::size_t told = 0;
         for (int period = 0; period < 20; ++period) {
-            for (int call = 0; call < 50; ++call)
+            for (int call = 0; call < 50; ++call) {
                 service.Request(row.operation, (period + call) % 2 == 0 ? row.first : row.second);
+            }
             service.Advance(0.1);
             told += service.Told(row.event).size();
         }
@@ -140,8 +141,9 @@ TEST(ServiceEvents, TellTheLastOfManyValuesWhenGuidanceRunsNext)
     service.Advance(0.1);
     service.Forget();
 
-    for (const char* nudge : {"[1, 0.1]", "[1, 0.2]", "[1, 0.3]"})
+    for (const char* nudge : {"[1, 0.1]", "[1, 0.2]", "[1, 0.3]"}) {
         service.Notify("set_nudge", nudge);
+    }
     EXPECT_EQ(Texts{"[0.1]"}, service.Told("cb_offsets"));
 
     service.Advance(0.08);
@@ -158,8 +160,9 @@ TEST(ServiceEvents, TellTheLastOfManyValuesWhenGuidanceRunsNext)
 TEST(ServiceEvents, TellNothingOfAValueThatIsAgainWhatWasTold)
 {
     Service service;
-    for (const char* nudge : {"[1, 0.1]", "[1, 0.2]", "[1, 0.1]"})
+    for (const char* nudge : {"[1, 0.1]", "[1, 0.2]", "[1, 0.1]"}) {
         service.Notify("set_nudge", nudge);
+    }
     service.Advance(0.5);
 
     EXPECT_EQ(Texts{"[0.1]"}, service.Told("cb_offsets"));
@@ -168,8 +171,9 @@ TEST(ServiceEvents, TellNothingOfAValueThatIsAgainWhatWasTold)
 TEST(ServiceEvents, TellEachTuningParameterForItself)
 {
     Service service;
-    for (const char* value : {"[0, 0.5, 0]", "[1, 0.5, 0]", "[2, 0.5, 0]", "[0, 0.6, 0]"})
+    for (const char* value : {"[0, 0.5, 0]", "[1, 0.5, 0]", "[2, 0.5, 0]", "[0, 0.6, 0]"}) {
         service.Notify("set_tuning_parameter", value);
+    }
     EXPECT_EQ((Texts{"[0, 0.5]", "[1, 0.5]", "[2, 0.5]"}),
               service.Told("cb_tuning_parameter_changed"));
 
@@ -213,8 +217,9 @@ LastTold PresentValues(const Service& service)
 {
     LastTold present;
     for (const char* event : {"cb_engage_status", "cb_offsets", "cb_wayline_status",
-                              "cb_implement_width_changed", "cb_tuning_parameter_changed"})
+                              "cb_implement_width_changed", "cb_tuning_parameter_changed"}) {
         present[event] = service.Subscribe(event);
+    }
     return present;
 }
 
@@ -298,8 +303,9 @@ TEST(ServiceEvents, TellNothingWhenAValueWasRefused)
     service.Notify("set_tuning_parameter", "[0, nan, 0]");
     service.Notify("set_nudge", "[1, nan]");
 
-    for (const char* event : {"cb_implement_width_changed", "cb_offsets"})
+    for (const char* event : {"cb_implement_width_changed", "cb_offsets"}) {
         EXPECT_EQ(Texts{}, service.Told(event)) << event;
+    }
 }
 
 TEST(ServiceEvents, TellGuidanceAndPositionTenTimesASecond)

@@ -1,4 +1,4 @@
-#include "simulator/JsonReader.h"
+#include "simulator/settings/JsonReader.h"
 
 #include <atomic>
 #include <cstddef>
@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
-#include "simulator/KeptValues.h"
-#include "simulator/guidance/LongWork.h"
+#include "simulator/settings/KeptValues.h"
+#include "simulator/work/LongWork.h"
 
 namespace {
 
@@ -18,8 +18,9 @@ using EExcess = JsonDocument::EExcess;
 std::string ListOfObjects(std::size_t bytes)
 {
     std::string text = "[{}";
-    while (text.size() + 4 <= bytes)
+    while (text.size() + 4 <= bytes) {
         text += ",{}";
+    }
     return text + "]";
 }
 

@@ -1,4 +1,4 @@
-#include "simulator/KeptSettings.h"
+#include "simulator/settings/KeptSettings.h"
 
 #include <string>
 #include <vector>
@@ -155,7 +155,7 @@ TEST(KeptSettings, RefuseLimitsThatAreNone)
 {
     CSimulation simulation(IdealWorld(0.0));
 
-    const COutcome outcome = KeptSettingsC({{"overshoot_lowest", 2.0}}, {}).ApplyTo(simulation);
+    const COutcome outcome = CKeptSettings({{"overshoot_lowest", 2.0}}, {}).ApplyTo(simulation);
 
     EXPECT_EQ("the limits of \"overshoot\": the tuning limits 2, 1, 3 are not three finite numbers "
               "in ascending order from 0",
@@ -180,7 +180,7 @@ TEST(KeptSettings, RefuseWhatIsNoSetting)
                                                         {"\x1b[31m\n\x7f", 1.0}}) {
         CSimulation simulation(IdealWorld(0.0));
 
-        const COutcome outcome = KeptSettingsC({{name, value}}, {}).ApplyTo(simulation);
+        const COutcome outcome = CKeptSettings({{name, value}}, {}).ApplyTo(simulation);
 
         EXPECT_FALSE(outcome) << name;
         EXPECT_EQ(0u, outcome.Reason().find("\"" + Printable(name) + "\": ")) << outcome.Reason();

@@ -1,4 +1,4 @@
-#include "simulator/LineWriter.h"
+#include "simulator/output/LineWriter.h"
 
 #include <cerrno>
 #include <chrono>
@@ -119,8 +119,9 @@ TEST(LineWriter, EndsAtTheDeadlineThoughNobodyReads)
     const auto start = Clock::now();
     {
         CLineWriter writer(pipe.Copy(), 1000000, Notice);
-        for (int line = 0; line < 200; ++line)
+        for (int line = 0; line < 200; ++line) {
             writer.Write(std::string(1000, 'x') + "\n");
+        }
         writer.Write("last\n");
         EXPECT_FALSE(writer.Finish(Clock::now() + std::chrono::milliseconds(50)));
     }

@@ -1,4 +1,4 @@
-#include "simulator/LogLimit.h"
+#include "simulator/output/LogLimit.h"
 
 #include <algorithm>
 #include <string>
@@ -7,7 +7,7 @@
 #include <asio/io_context.hpp>
 #include <gtest/gtest.h>
 
-#include "simulator/LimitedLog.h"
+#include "simulator/output/LimitedLog.h"
 
 namespace {
 
@@ -42,8 +42,9 @@ private:
 TEST(LogLimit, LetsTenLinesASecondPassAndTellsTheNumberOfTheOthersInOne)
 {
     LimitedLines limited;
-    for (int line = 0; line < 1000; ++line)
+    for (int line = 0; line < 1000; ++line) {
         limited.Warn(7, "ignored: " + std::to_string(line));
+    }
     EXPECT_EQ(10u, limited.lines.size());
     EXPECT_EQ("ignored: 9", limited.lines.back());
 
@@ -60,14 +61,16 @@ TEST(LogLimit, TellsTheNumberBeforeTheFirstLineOfTheNextSecond)
 {
     LimitedLines limited;
     for (int second = 0; second < 3; ++second) {
-        for (int line = 0; line < 11; ++line)
+        for (int line = 0; line < 11; ++line) {
             limited.Warn(0, "ignored: x");
+        }
         limited.Wait(999);
         limited.Wait(1);
     }
     ASSERT_EQ(33u, limited.lines.size());
-    for (const std::size_t last : {10u, 21u, 32u})
+    for (const std::size_t last : {10u, 21u, 32u}) {
         EXPECT_EQ("1 line left out like \"ignored: x\"", limited.lines[last]);
+    }
 }
 
 TEST(LogLimit, CountsEachClientAndEachKindForItself)
@@ -89,8 +92,9 @@ TEST(LogLimit, CountsEachClientAndEachKindForItself)
 TEST(LogLimit, CountsLinesThatDifferInNumbersAlone)
 {
     LimitedLines limited;
-    for (int client = 0; client < 50; ++client)
+    for (int client = 0; client < 50; ++client) {
         limited.Warn(5, "client " + std::to_string(client) + " is dropped: garbage");
+    }
 
     EXPECT_EQ(10u, limited.lines.size());
 }
@@ -98,8 +102,9 @@ TEST(LogLimit, CountsLinesThatDifferInNumbersAlone)
 TEST(LogLimit, LetsAHundredLinesPassOfClientsThatComeAnewForEachOne)
 {
     LimitedLines limited;
-    for (std::uint64_t client = 1; client <= 50000; ++client)
+    for (std::uint64_t client = 1; client <= 50000; ++client) {
         limited.Warn(client, "client " + std::to_string(client) + " is dropped: garbage");
+    }
     EXPECT_EQ(100u, limited.lines.size());
 
     limited.Wait(1000);
@@ -118,8 +123,9 @@ TEST(LogLimit, LetsAHundredLinesPassOfClientsThatComeAnewForEachOne)
 std::string NameWithoutDigits(std::size_t number)
 {
     std::string name;
-    for (; number > 0; number /= 26)
+    for (; number > 0; number /= 26) {
         name += static_cast<char>('a' + number % 26);
+    }
     return name;
 }
 
@@ -127,8 +133,9 @@ TEST(LogLimit, BoundsLinesOfEverNewKinds)
 {
     LimitedLines limited;
     for (int line = 0; line < 20; ++line) {
-        for (std::size_t kind = 0; kind < 5000; ++kind)
+        for (std::size_t kind = 0; kind < 5000; ++kind) {
             limited.Warn(1, NameWithoutDigits(kind) + ": text");
+        }
     }
     // Ten of each of those that are counted, by client and for all, and as many of all the others.
     const std::size_t counted = 4096 / 2;
@@ -146,8 +153,9 @@ TEST(LogLimit, BoundsLinesOfEverNewKinds)
 TEST(LogLimit, LetsErrorsPass)
 {
     LimitedLines limited;
-    for (int line = 0; line < 50; ++line)
+    for (int line = 0; line < 50; ++line) {
         limited.Fail("full: x");
+    }
 
     EXPECT_EQ(50u, limited.lines.size());
 }
@@ -179,8 +187,9 @@ TEST(LimitedLog, TellsTheNumberAtTheEnd)
     {
         CLimitedLog log(loop, ELogLevel::Debug,
                         [&lines](ELogLevel, const std::string& line) { lines.push_back(line); });
-        for (int line = 0; line < 1000; ++line)
+        for (int line = 0; line < 1000; ++line) {
             log.Sink()(ELogLevel::Debug, "seen: x");
+        }
     }
     EXPECT_NE(std::string::npos, lines.back().find("left out like")) << lines.back();
 }

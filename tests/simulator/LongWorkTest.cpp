@@ -16,7 +16,7 @@
 #include <asio/io_context.hpp>
 #include <gtest/gtest.h>
 
-#include "simulator/ServiceCore.h"
+#include "simulator/service/ServiceCore.h"
 #include "tests/simulator/Service.h"
 #include "tests/simulator/Values.h"
 
@@ -52,7 +52,7 @@ public:
         options.simulation = IdealWorld(2.0);
         options.log = [this](ELogLevel, const std::string& line) { m_log += line + "\n"; };
         options.work = &m_queue;
-        m_core = std::make_unique<ServiceCoreC>(std::move(options));
+        m_core = std::make_unique<CServiceCore>(std::move(options));
     }
 
     /// Makes a request as the link makes it.
@@ -81,8 +81,9 @@ public:
     /// Lets the loop run until nothing is at its work.
     void Finish()
     {
-        while (m_queue.Waiting() != 0)
+        while (m_queue.Waiting() != 0) {
             m_loop.run_one();
+        }
     }
 
     /// Lets the loop run until the first operation in the queue has made its first attempt, and not
@@ -92,15 +93,16 @@ public:
     void Advance(double seconds) { m_core->Advance(seconds); }
     const std::string& Log() const { return m_log; }
     const CSimulation& World() const { return m_core->World(); }
-    WorkQueueC& Queue() { return m_queue; }
+    CWorkQueue& Queue() { return m_queue; }
     asio::io_context& Loop() { return m_loop; }
-    WorkQueueC::Ticket LastTicket() const { return m_lastTicket; }
+    CWorkQueue::Ticket LastTicket() const { return m_lastTicket; }
 
 private:
     static std::string Text(const Answer& answer)
     {
-        if (!answer.error.empty())
+        if (!answer.error.empty()) {
             return "error: " + answer.error;
+        }
         return answer.bytes ? std::to_string(answer.bytes->size()) + " bytes"
                             : TextOf(answer.value.get());
     }
@@ -109,9 +111,9 @@ private:
     asio::executor_work_guard<asio::io_context::executor_type> m_stays =
         asio::make_work_guard(m_loop);
     std::string m_log;
-    WorkQueueC m_queue{m_loop};
-    std::unique_ptr<ServiceCoreC> m_core;
-    WorkQueueC::Ticket m_lastTicket = 0;
+    CWorkQueue m_queue{m_loop};
+    std::unique_ptr<CServiceCore> m_core;
+    CWorkQueue::Ticket m_lastTicket = 0;
 };
 
 std::string NudgeOf(CQueuedService& service)
@@ -197,8 +199,9 @@ TEST(LongWork, IsEndedWithoutEffectByWhatEndsSteeringOrTakesTheLineAway)
         for (const auto& [ender, enderArguments] : enders) {
             for (const bool begun : {false, true}) {
                 const bool endsWhatWaits = ender != "set_wayline";
-                if (!begun && !endsWhatWaits)
+                if (!begun && !endsWhatWaits) {
                     continue;
+                }
                 SCOPED_TRACE(work + (begun ? ", begun, " : ", waiting, ") + ender);
                 CQueuedService service;
                 ASSERT_EQ("1", service.Request("set_wayline", Curve(4, 30.0)));
@@ -207,8 +210,9 @@ TEST(LongWork, IsEndedWithoutEffectByWhatEndsSteeringOrTakesTheLineAway)
                 service.Request("SetCurveFilterSize", "[1, 21]");
                 const auto reply = service.Ask(work, arguments);
                 ASSERT_FALSE(reply->has_value());
-                if (begun)
+                if (begun) {
                     service.Begin();
+                }
                 ASSERT_EQ("1", service.Ask(ender, enderArguments)->value_or("none"));
                 service.Finish();
                 const std::string refused = reply->value_or("none");
@@ -343,18 +347,19 @@ TEST(LongWork, TellsAnExceptionOfACalculationWhereItsResultIsWanted)
 {
     asio::io_context loop;
     const auto stays = asio::make_work_guard(loop);
-    WorkQueueC queue(loop);
+    CWorkQueue queue(loop);
     std::string told;
     queue.Add([&] {
         try {
-            queue.Get({"fails"}, EWork::Query, WorkQueueC::kPointsOnTheSpot + 1,
+            queue.Get({"fails"}, EWork::Query, CWorkQueue::kPointsOnTheSpot + 1,
                       []() -> WorkResult { throw std::runtime_error("no memory"); });
         } catch (const std::runtime_error& error) {
             told = error.what();
         }
     });
-    while (queue.Waiting() != 0)
+    while (queue.Waiting() != 0) {
         loop.run_one();
+    }
     EXPECT_EQ("no memory", told);
 }
 
@@ -362,22 +367,23 @@ TEST(LongWork, ThatKeepsFindingItsInputsChangedIsEnded)
 {
     asio::io_context loop;
     const auto stays = asio::make_work_guard(loop);
-    WorkQueueC queue(loop);
+    CWorkQueue queue(loop);
     int attempts = 0;
     std::string told;
     queue.Add([&] {
         try {
             queue.Get({"moves", nullptr, static_cast<double>(++attempts)}, EWork::Change,
-                      WorkQueueC::kPointsOnTheSpot + 1,
+                      CWorkQueue::kPointsOnTheSpot + 1,
                       []() -> WorkResult { return std::make_shared<const int>(1); });
         } catch (const CWorkEnded& ended) {
             told = ended.what();
         }
     });
-    while (queue.Waiting() != 0)
+    while (queue.Waiting() != 0) {
         loop.run_one();
+    }
     EXPECT_EQ("what it works on kept changing", told);
-    EXPECT_EQ(WorkQueueC::kMostAttempts + 1, attempts);
+    EXPECT_EQ(CWorkQueue::kMostAttempts + 1, attempts);
 }
 
 /// Runs operations that take no time, one a turn of the loop, and keeps the names of those that had
@@ -385,7 +391,7 @@ TEST(LongWork, ThatKeepsFindingItsInputsChangedIsEnded)
 class CTurns
 {
 public:
-    void Add(const std::string& name, WorkQueueC::EAsker asker)
+    void Add(const std::string& name, CWorkQueue::EAsker asker)
     {
         m_queue.Add([this, name] { m_names.push_back(name); }, asker);
     }
@@ -403,15 +409,16 @@ private:
     asio::executor_work_guard<asio::io_context::executor_type> m_stays =
         asio::make_work_guard(m_loop);
     std::vector<std::string> m_names;
-    WorkQueueC m_queue{m_loop};
+    CWorkQueue m_queue{m_loop};
 };
 
 TEST(LongWork, OfThePageHasItsTurnsBetweenThoseOfTheClients)
 {
-    using EAsker = WorkQueueC::EAsker;
+    using EAsker = CWorkQueue::EAsker;
     CTurns turns;
-    for (const char* name : {"page 1", "page 2", "page 3", "page 4"})
+    for (const char* name : {"page 1", "page 2", "page 3", "page 4"}) {
         turns.Add(name, EAsker::Page);
+    }
     turns.Add("client 1", EAsker::Client);
     turns.Add("client 2", EAsker::Client);
     turns.Run();
@@ -426,7 +433,7 @@ TEST(LongWork, OfThePageHasItsTurnsBetweenThoseOfTheClients)
 
 TEST(LongWork, OfClientsAndPageHasItsTurnsInEveryOrderOfAsking)
 {
-    using EAsker = WorkQueueC::EAsker;
+    using EAsker = CWorkQueue::EAsker;
     std::mt19937 random(1);
     for (int round = 0; round < 300; ++round) {
         CTurns turns;
@@ -437,8 +444,9 @@ TEST(LongWork, OfClientsAndPageHasItsTurnsInEveryOrderOfAsking)
         unsigned pageWaitsSince = 0;
         for (unsigned turn = 0; turn < 60; ++turn) {
             pageWaitsSince = pageAsked == pageDone ? turn : pageWaitsSince;
-            for (auto added = random() % 4; added > 0; --added)
+            for (auto added = random() % 4; added > 0; --added) {
                 turns.Add("page " + std::to_string(pageAsked++), EAsker::Page);
+            }
             for (unsigned client = 0; client < clients; ++client) {
                 if (!asked[client] && random() % 3 != 0) {
                     turns.Add(std::to_string(client), EAsker::Client);
@@ -447,8 +455,9 @@ TEST(LongWork, OfClientsAndPageHasItsTurnsInEveryOrderOfAsking)
             }
             const std::size_t before = turns.Names().size();
             turns.Run();
-            if (turns.Names().size() == before)
+            if (turns.Names().size() == before) {
                 continue;
+            }
             const std::string name = turns.Names().back();
             if (name[0] == 'p') {
                 EXPECT_EQ("page " + std::to_string(pageDone++), name);
@@ -478,7 +487,7 @@ TEST(LongWork, HasItsArgumentsDestroyedOnTheLoopWhereverTheyAreLetGo)
         std::thread::id& m_place;
     };
     asio::io_context loop;
-    WorkQueueC queue(loop);
+    CWorkQueue queue(loop);
     std::thread::id place;
     auto arguments = std::make_unique<BListC>(nullptr);
     arguments->Add(new CWitness(place));

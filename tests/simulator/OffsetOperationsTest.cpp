@@ -1,4 +1,4 @@
-#include "simulator/OffsetOperations.h"
+#include "simulator/operations/OffsetOperations.h"
 
 #include <cmath>
 #include <string>
@@ -126,8 +126,9 @@ TEST(OffsetOperations, TheNudgeVectorHasNoZeroWithAMinusSign)
             const Answer answer = service.Core().Request(operation, *arguments);
 
             const auto& list = dynamic_cast<BListC&>(*answer.value);
-            for (int component = 1; component <= 3; ++component)
+            for (int component = 1; component <= 3; ++component) {
                 EXPECT_FALSE(std::signbit(list.GetDouble(component))) << operation << component;
+            }
         }
     }
 }

@@ -1,4 +1,4 @@
-#include "simulator/OperationTable.h"
+#include "simulator/operations/OperationTable.h"
 
 #include <algorithm>
 #include <string>
@@ -90,18 +90,21 @@ std::string Joined(const BListC& list, const std::string& extra)
 
 std::string ShapeOf(const BElementC* value)
 {
-    if (value == nullptr)
+    if (value == nullptr) {
         return "nil";
-    if (const auto* list = dynamic_cast<const BListC*>(value))
+    }
+    if (const auto* list = dynamic_cast<const BListC*>(value)) {
         return DescribeTypes(*list);
+    }
     return value->Type() == EBElementType::Integer ? "int" : "double";
 }
 
 TEST(ServiceOperations, AreAllInTheTable)
 {
     std::vector<std::string> expected{kSetWayline.name};
-    for (const Row& row : kRows)
+    for (const Row& row : kRows) {
         expected.emplace_back(row.name);
+    }
     std::sort(expected.begin(), expected.end());
 
     EXPECT_EQ(expected, Service().Core().OperationNames());
@@ -134,11 +137,13 @@ TEST(ServiceOperations, RefuseArgumentsOfAnotherType)
     for (const Row& row : kRows) {
         const std::string name = row.name;
         const int count = name == "calculate_headings" ? 1 : ListFrom(row.arguments)->Size();
-        if (count == 0)
+        if (count == 0) {
             continue;
+        }
         std::string arguments = "[nil";
-        for (int index = 1; index < count; ++index)
+        for (int index = 1; index < count; ++index) {
             arguments += ", nil";
+        }
         arguments += "]";
 
         const std::string reply = Service().Request(name, arguments);
@@ -196,8 +201,9 @@ TEST(ServiceOperations, RefuseATextThatIsTooLong)
         const std::string name = row.name;
         const std::unique_ptr<BListC> arguments = ListFrom(row.arguments);
         for (int index = 0; index < arguments->Size(); ++index) {
-            if (arguments->TypeAt(index) != EBElementType::String)
+            if (arguments->TypeAt(index) != EBElementType::String) {
                 continue;
+            }
             ++texts;
             const std::string longest(kLongestTextArgument, '1');
             const std::string reply = Service().Request(name, "['" + longest + "']");
@@ -218,8 +224,9 @@ TEST(ServiceOperations, RefuseATextThatIsTooLong)
 TEST(ServiceOperations, RefuseTooManyLists)
 {
     BListC arguments(nullptr);
-    for (int number = 0; number < kMostNestedLists; ++number)
+    for (int number = 0; number < kMostNestedLists; ++number) {
         arguments.Add(new BListC(nullptr));
+    }
     const Answer most = Service().Core().Request("calculate_headings", arguments);
     EXPECT_EQ("", most.error);
 

@@ -1,4 +1,4 @@
-#include "simulator/Pacer.h"
+#include "simulator/service/Pacer.h"
 
 #include <chrono>
 
@@ -16,26 +16,28 @@ double RealSecondsUntil(double until, double speedFactor)
 {
     Service service;
     asio::io_context loop;
-    PacerC pacer(loop, service.Core(), speedFactor);
+    CPacer pacer(loop, service.Core(), speedFactor);
     const auto start = Clock::now();
     pacer.Start();
-    while (service.World().Time() < until && Clock::now() - start < std::chrono::seconds(60))
+    while (service.World().Time() < until && Clock::now() - start < std::chrono::seconds(60)) {
         loop.run_one();
+    }
     EXPECT_GE(service.World().Time(), until) << "factor " << speedFactor;
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
 TEST(Pacer, MovesTheWorldNoFasterThanTheFactorSays)
 {
-    for (const double factor : {0.5, 1.0, 20.0, 1000.0})
+    for (const double factor : {0.5, 1.0, 20.0, 1000.0}) {
         EXPECT_GE(RealSecondsUntil(0.1 * factor, factor), 0.1 * 0.99) << factor;
+    }
 }
 
 TEST(Pacer, DoesNotCatchUpAfterBeingHeldUp)
 {
     Service service;
     asio::io_context loop;
-    PacerC pacer(loop, service.Core(), 1.0);
+    CPacer pacer(loop, service.Core(), 1.0);
     pacer.Start();
     const auto start = Clock::now();
     while (Clock::now() - start < std::chrono::milliseconds(600)) {

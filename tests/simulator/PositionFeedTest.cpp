@@ -1,4 +1,4 @@
-#include "simulator/PositionFeed.h"
+#include "simulator/operations/PositionFeed.h"
 
 #include <cstdio>
 #include <string>
@@ -177,8 +177,9 @@ TEST(PositionFeed, LogsARunOfBadSamplesOnce)
     bad.valid = false;
     const std::string line = "SetPositionData refused: the position is marked as not valid\n";
 
-    for (int count = 0; count < 10; ++count)
+    for (int count = 0; count < 10; ++count) {
         Feed(service, bad);
+    }
     EXPECT_EQ(line, service.Log());
 
     Feed(service, {});

@@ -1,4 +1,4 @@
-#include "simulator/ProgramOutput.h"
+#include "simulator/output/ProgramOutput.h"
 
 #include <string>
 #include <utility>
@@ -30,8 +30,9 @@ TEST(ProgramOutput, ShowsControlCharactersAsText)
         {"\xc0\x9b\xe0\x82\x9b\xf0\x80\x82\x9b", "\\xc0\\x9b\\xe0\\x82\\x9b\\xf0\\x80\\x82\\x9b"},
         {"\xed\xa0\x80\xf4\x90\x80\x80\xff", "\\xed\\xa0\\x80\\xf4\\x90\\x80\\x80\\xff"},
     };
-    for (const auto& [text, shown] : rows)
+    for (const auto& [text, shown] : rows) {
         EXPECT_EQ(shown, WithoutControls(text));
+    }
 }
 
 } // namespace

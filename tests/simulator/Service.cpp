@@ -27,7 +27,7 @@ Service::Service(SimulationOptions world, KeptValues kept)
         m_events.push_back({event, TextOf(&payload)});
     };
     options.log = [this](ELogLevel, const std::string& line) { m_log += line + "\n"; };
-    m_core = std::make_unique<ServiceCoreC>(std::move(options));
+    m_core = std::make_unique<CServiceCore>(std::move(options));
 }
 
 std::string Service::Request(const std::string& name, const std::string& arguments)
@@ -46,8 +46,9 @@ bool Service::AdvanceUntil(const std::string& name, const std::string& arguments
 {
     const double end = World().Time() + atMostSeconds;
     while (Request(name, arguments) != reply) {
-        if (World().Time() >= end)
+        if (World().Time() >= end) {
             return false;
+        }
         Advance(0.1);
     }
     return true;
@@ -66,11 +67,13 @@ std::vector<std::string> Service::Told(const std::string& event, EKeep keep)
 {
     std::vector<std::string> payloads;
     for (const Event& told : m_events) {
-        if (told.name == event)
+        if (told.name == event) {
             payloads.push_back(told.payload);
+        }
     }
-    if (keep == EKeep::Nothing)
+    if (keep == EKeep::Nothing) {
         m_events.clear();
+    }
     return payloads;
 }
 

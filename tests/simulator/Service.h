@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "simulator/ServiceCore.h"
+#include "simulator/service/ServiceCore.h"
 
 /// A service core with everything that leaves it written down. Its machine starts at the origin,
 /// heads north and is measured without error.
@@ -48,7 +48,7 @@ public:
     /// How often the settings to keep have been handed over.
     int TimesKept() const { return m_timesKept; }
     const CSimulation& World() const { return m_core->World(); }
-    ServiceCoreC& Core() { return *m_core; }
+    CServiceCore& Core() { return *m_core; }
 
     /// An A-B line through the origin to the north, and navigation along it started.
     void NavigateNorth();
@@ -64,7 +64,7 @@ private:
     std::string m_log;
     KeptValues m_kept;
     int m_timesKept = 0;
-    std::unique_ptr<ServiceCoreC> m_core;
+    std::unique_ptr<CServiceCore> m_core;
 };
 
 /// The start of a machine that is measured without error.

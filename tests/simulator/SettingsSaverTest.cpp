@@ -1,4 +1,4 @@
-#include "simulator/SettingsSaver.h"
+#include "simulator/settings/SettingsSaver.h"
 
 #include <condition_variable>
 #include <csignal>
@@ -61,7 +61,7 @@ class SavedSettings
 public:
     explicit SavedSettings(const KeptValues& saved = {})
     {
-        auto file = std::make_unique<StateFileC>(Path());
+        auto file = std::make_unique<CStateFile>(Path());
         EXPECT_EQ("", file->Open());
         if (!saved.empty()) {
             EXPECT_EQ("", file->Save(saved));
@@ -73,9 +73,7 @@ public:
     /// Which file it is, a new one after each save.
     ino_t File() const
     {
-        struct stat file
-        {
-        };
+        struct stat file = {};
         return ::stat(Path().c_str(), &file) == 0 ? file.st_ino : 0;
     }
     std::string Text() const { return m_directory.Read("state.json"); }
@@ -88,8 +86,9 @@ public:
     {
         const auto deadline = InGoodTime();
         while (!std::filesystem::exists(m_directory.File(name))) {
-            if (Clock::now() > deadline)
+            if (Clock::now() > deadline) {
                 return false;
+            }
         }
         return true;
     }
@@ -97,8 +96,9 @@ public:
     {
         const auto deadline = InGoodTime();
         while (Text().find(part) == std::string::npos) {
-            if (Clock::now() > deadline)
+            if (Clock::now() > deadline) {
                 return false;
+            }
         }
         return true;
     }
@@ -124,13 +124,14 @@ TEST(SettingsSaver, SavesByItself)
 TEST(SettingsSaver, SavesTheLastOfManyAtTheEndAndLetsTheFileGo)
 {
     SavedSettings settings;
-    for (int change = 0; change < 100000; ++change)
+    for (int change = 0; change < 100000; ++change) {
         settings.Saver().Keep(LookAhead(change));
+    }
 
     EXPECT_TRUE(settings.Saver().Finish(InGoodTime()));
 
     EXPECT_NE(std::string::npos, settings.Text().find("99999"));
-    StateFileC next(settings.Path());
+    CStateFile next(settings.Path());
     EXPECT_EQ("", next.Open());
 }
 
@@ -203,10 +204,7 @@ public:
     FullDisk() : m_handler(std::signal(SIGXFSZ, SIG_IGN))
     {
         ::getrlimit(RLIMIT_FSIZE, &m_before);
-        const struct rlimit few
-        {
-            5, m_before.rlim_max
-        };
+        const rlimit few{5, m_before.rlim_max};
         ::setrlimit(RLIMIT_FSIZE, &few);
     }
     ~FullDisk()
@@ -218,9 +216,7 @@ public:
     FullDisk& operator=(const FullDisk&) = delete;
 
 private:
-    struct rlimit m_before
-    {
-    };
+    struct rlimit m_before = {};
     void (*m_handler)(int);
 };
 

@@ -1,4 +1,4 @@
-#include "simulator/StateFile.h"
+#include "simulator/settings/StateFile.h"
 
 #include <csignal>
 #include <cstdio>
@@ -22,9 +22,9 @@
 namespace {
 
 /// A state file that is in use, or a failed test.
-std::unique_ptr<StateFileC> Opened(const std::string& path)
+std::unique_ptr<CStateFile> Opened(const std::string& path)
 {
-    auto file = std::make_unique<StateFileC>(path);
+    auto file = std::make_unique<CStateFile>(path);
     EXPECT_EQ("", file->Open());
     return file;
 }
@@ -32,7 +32,7 @@ std::unique_ptr<StateFileC> Opened(const std::string& path)
 /// Why a state file cannot be used.
 std::string Refusal(const std::string& path)
 {
-    return StateFileC(path).Open();
+    return CStateFile(path).Open();
 }
 
 /// What a state file holds, read by a run of its own.
@@ -46,8 +46,9 @@ KeptValues Held(const std::string& path)
 std::set<std::string> FilesOf(const Directory& directory)
 {
     std::set<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(directory.File("")))
+    for (const auto& entry : std::filesystem::directory_iterator(directory.File(""))) {
         names.insert(entry.path().filename().string());
+    }
     return names;
 }
 
@@ -120,8 +121,9 @@ TEST(StateFile, NamesWhatIsWrongInPrintableWordsOfBoundedLength)
 
         EXPECT_TRUE(Contains(problem, "allowed is a number, true or false")) << problem;
         EXPECT_LT(problem.size(), 500u);
-        for (const char character : problem)
+        for (const char character : problem) {
             EXPECT_TRUE(character >= ' ' && character <= '~') << problem;
+        }
     }
 }
 
@@ -179,7 +181,7 @@ TEST(StateFile, IsReadUpToAMebibyte)
 {
     const Directory directory;
     std::string text = R"({"settings": {"lookahead_time": 1.5}})";
-    text.resize(StateFileC::kMostBytes, ' ');
+    text.resize(CStateFile::kMostBytes, ' ');
     directory.Write("state.json", text);
     EXPECT_EQ(kOld, Held(directory.File("state.json")));
 
@@ -252,13 +254,15 @@ TEST(StateFile, LeavesFilesOfOthersBesideIt)
         const std::set<std::string> others{".state.json.lock", ".state.json.new",
                                            ".state.json.new-0123456789abcdef",
                                            ".state.json.new-0123"};
-        for (const std::string& name : others)
+        for (const std::string& name : others) {
             directory.Write(name, content);
+        }
 
         EXPECT_EQ("", Opened(directory.File("state.json"))->Save(kNew));
 
-        for (const std::string& name : others)
+        for (const std::string& name : others) {
             EXPECT_EQ(content, directory.Read(name)) << name;
+        }
         EXPECT_EQ(others.size() + 1, FilesOf(directory).size());
     }
 }
@@ -283,8 +287,9 @@ TEST(StateFile, IsUsedByOneProgramAtATime)
     for (const bool isThere : {false, true}) {
         const Directory directory;
         const std::string path = directory.File("state.json");
-        if (isThere)
+        if (isThere) {
             directory.Write("state.json", R"({"settings": {}})");
+        }
         const auto first = Opened(path);
         std::filesystem::create_symlink(directory.File(""), directory.File("folder"));
 
@@ -311,7 +316,7 @@ TEST(StateFile, CanBeUsedByTheNextProgramHoweverTheOneBeforeEnded)
     const std::string path = directory.File("state.json");
     const pid_t child = ::fork();
     if (child == 0) {
-        StateFileC file(path);
+        CStateFile file(path);
         file.Open();
         file.Save(kOld);
         ::raise(SIGKILL);
@@ -454,9 +459,7 @@ TEST(StateFile, KeepsItsModeAndItsOwner)
         EXPECT_EQ("", file->Save(kOld));
         EXPECT_EQ("", file->Save(kNew));
 
-        struct stat now
-        {
-        };
+        struct stat now = {};
         ASSERT_EQ(0, ::stat(path.c_str(), &now));
         EXPECT_EQ(mode, now.st_mode & 07777);
         EXPECT_EQ(isGiven ? 12345u : ::getuid(), now.st_uid);
@@ -472,9 +475,7 @@ TEST(StateFile, HasTheModeThatTheProcessGivesToNewFiles)
     Opened(directory.File("state.json"))->Save(kOld);
     ::umask(before);
 
-    struct stat now
-    {
-    };
+    struct stat now = {};
     ASSERT_EQ(0, ::stat(directory.File("state.json").c_str(), &now));
     EXPECT_EQ(0640u, now.st_mode & 07777);
 }
@@ -487,8 +488,9 @@ bool KilledAtStop(int stop, const std::function<void()>& action)
 {
     const pid_t child = ::fork();
     if (child == 0) {
-        if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0)
+        if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
             ::_exit(1);
+        }
         ::raise(SIGSTOP);
         action();
         ::_exit(0);
@@ -524,8 +526,9 @@ TEST(StateFile, IsTheOldOrTheNewOneWhereverInWritingTheProgramIsKilled)
                                    std::filesystem::copy_options::overwrite_existing);
         EXPECT_EQ("", Opened(directory.File("copy.json"))->Load(loaded)) << "stop " << stop;
         EXPECT_TRUE(loaded == kOld || loaded == kNew) << "stop " << stop;
-        if (!killed)
+        if (!killed) {
             break;
+        }
         ++(loaded == kOld ? timesOld : timesNew);
     }
     // Opening, writing and bringing to the disk go before the rename, the folder's come after it.
@@ -540,8 +543,9 @@ TEST(StateFile, RemovesWhatItsOwnCrashLeftBehindWhereverThatWas)
         const Directory directory;
         const std::string path = directory.File("state.json");
         const bool killed = KilledAtStop(stop, [&] { Opened(path)->Save(kOld); });
-        if (!killed)
+        if (!killed) {
             break;
+        }
         leftBehind += FilesOf(directory).size() > 1 ? 1 : 0;
 
         EXPECT_EQ("", Opened(path)->Save(kNew)) << "stop " << stop;
@@ -562,15 +566,10 @@ TEST(StateFile, StaysAsItWasWhenTheNewOneCannotBeWritten)
     const Directory directory;
     const auto file = Opened(directory.File("state.json"));
     file->Save(kOld);
-    struct rlimit before
-    {
-    };
+    rlimit before{};
     ::getrlimit(RLIMIT_FSIZE, &before);
     const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    const struct rlimit none
-    {
-        5, before.rlim_max
-    };
+    const rlimit none{5, before.rlim_max};
     ::setrlimit(RLIMIT_FSIZE, &none);
 
     const std::string problem = file->Save(kNew);

@@ -1,4 +1,4 @@
-#include "simulator/SteeringOperations.h"
+#include "simulator/operations/SteeringOperations.h"
 
 #include <functional>
 #include <string>
@@ -145,7 +145,7 @@ TEST(SteeringOperations, SayWhetherSettingsOutliveARestart)
 {
     EXPECT_EQ("1", Service().Request("simulator_keeps", "[]"));
 
-    ServiceCoreC forgetful{ServiceCoreOptions{}};
+    CServiceCore forgetful{ServiceCoreOptions{}};
     const Answer answer = forgetful.Request("simulator_keeps", BListC(nullptr));
     EXPECT_EQ("0", TextOf(answer.value.get()));
 }
@@ -180,8 +180,9 @@ TEST(SteeringOperations, DropSteeringAfterTheLowSpeedTimeout)
     service.Notify("set_low_speed_engage_timeout", "[3.0, 0]");
     service.Request("EngageSteering", "[1]");
     service.Notify("SetVelocitySetPoint", "[0.0]");
-    while (service.World().Speed() >= 0.3)
+    while (service.World().Speed() >= 0.3) {
         service.Advance(0.1);
+    }
     const double slowAt = service.World().Time();
 
     ASSERT_TRUE(service.AdvanceUntil("IsSteeringEngaged", "[]", "0", 10.0));
@@ -222,8 +223,9 @@ TEST(SteeringOperations, ReinitialisePutsEverySettingBack)
         {"SetTuningLimits", "[0, 0.1, 0.2, 0.3]"},
         {"SetVelocitySetPoint", "[4.5]"},
         {"SetCurveFilterSize", "[1, 21]"}};
-    for (const auto& [name, arguments] : settings)
+    for (const auto& [name, arguments] : settings) {
         service.Notify(name, arguments);
+    }
 
     EXPECT_EQ("1", service.Request("ReinitialiseNavigation", "[1]"));
 
@@ -240,8 +242,9 @@ TEST(SteeringOperations, ReinitialisePutsEverySettingBack)
                                                           {"get_tuning_parameter", "[1]"},
                                                           {"GetTuningLimits", "[0]"},
                                                           {"GetVelocitySetPoint", "[]"},
-                                                          {"GetCurveFilterSize", "[1]"}})
+                                                          {"GetCurveFilterSize", "[1]"}}) {
         EXPECT_EQ(fresh.Request(getter, arguments), service.Request(getter, arguments)) << getter;
+    }
 }
 
 TEST(SteeringOperations, ReinitialiseLeavesTheImplementOffsetOutOfSplinesAgain)

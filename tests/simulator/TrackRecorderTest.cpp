@@ -1,4 +1,4 @@
-#include "simulator/TrackRecorder.h"
+#include "simulator/service/TrackRecorder.h"
 
 #include <chrono>
 #include <cmath>
@@ -21,8 +21,9 @@ std::vector<std::string> LinesOf(const std::string& text)
 {
     std::vector<std::string> lines;
     std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
+    for (std::string line; std::getline(stream, line);) {
         lines.push_back(line);
+    }
     return lines;
 }
 
@@ -37,8 +38,9 @@ std::vector<double> NumbersOf(const std::string& line)
 {
     std::vector<double> numbers;
     std::istringstream stream(line);
-    for (std::string number; std::getline(stream, number, ',');)
+    for (std::string number; std::getline(stream, number, ',');) {
         numbers.push_back(std::stod(number));
+    }
     return numbers;
 }
 
@@ -56,8 +58,9 @@ TEST(TrackRecorder, WritesALineEachTimeThatGuidanceRan)
     EXPECT_EQ("time_s,true_x_m,true_y_m,true_heading_rad,measured_x_m,measured_y_m,speed_mps,"
               "steering_angle_rad,cross_track_error_m,implement_cross_track_error_m,pass,engaged",
               lines[0]);
-    for (std::size_t line = 1; line < lines.size(); ++line)
+    for (std::size_t line = 1; line < lines.size(); ++line) {
         EXPECT_EQ(12u, NumbersOf(lines[line]).size()) << lines[line];
+    }
 }
 
 TEST(TrackRecorder, WritesWhereTheMachineIs)
@@ -112,8 +115,9 @@ TEST(TrackRecorder, WritesWhatTheWorldSaysInEveryColumn)
                                        1.0};
     const std::vector<double> row = NumbersOf(LinesOf(TrackOf(service, directory)).back());
     ASSERT_EQ(expected.size(), row.size());
-    for (std::size_t column = 0; column < row.size(); ++column)
+    for (std::size_t column = 0; column < row.size(); ++column) {
         EXPECT_NEAR(expected[column], row[column], 6e-5) << "column " << column;
+    }
     EXPECT_GT(std::abs(row[7]), 0.001);
     EXPECT_GT(std::abs(row[8] - row[9]), 0.001);
 }
@@ -123,8 +127,9 @@ TEST(TrackRecorder, TellsOnceThatTheDeviceIsFull)
     Service service(2.0);
     service.Core().RecordTrack("/dev/full");
 
-    while (service.Log().empty())
+    while (service.Log().empty()) {
         service.Advance(0.1);
+    }
     service.Advance(1.0);
 
     EXPECT_EQ("the track file cannot be written any more and ends here\n", service.Log());
@@ -136,21 +141,23 @@ TEST(TrackRecorder, WaitsForNoReaderAndTellsHowManyLinesItLacks)
     ASSERT_EQ(0, ::mkfifo(directory.File("track.csv").c_str(), 0600));
     EXPECT_EQ("cannot write the track file " + directory.File("track.csv") +
                   ": it is a pipe that nobody reads",
-              TrackRecorderC().Open(directory.File("track.csv")));
+              CTrackRecorder().Open(directory.File("track.csv")));
     const int pipe = ::open(directory.File("track.csv").c_str(), O_RDONLY | O_NONBLOCK);
     Service service(2.0);
     ASSERT_EQ("", service.Core().RecordTrack(directory.File("track.csv")));
     int lines = 0;
 
     // Some 5 MB, of which the pipe and the queue take 4.
-    for (; lines < 40000; lines += 10)
+    for (; lines < 40000; lines += 10) {
         service.Advance(1.0);
+    }
     EXPECT_EQ("", service.Log());
 
     std::string text;
     for (char bytes[65536]; service.Log().empty();) {
-        for (ssize_t count = 0; (count = ::read(pipe, bytes, sizeof bytes)) > 0;)
+        for (ssize_t count = 0; (count = ::read(pipe, bytes, sizeof bytes)) > 0;) {
             text.append(bytes, static_cast<std::size_t>(count));
+        }
         service.Advance(0.1);
         ++lines;
     }
@@ -169,7 +176,7 @@ TEST(TrackRecorder, WaitsForNoReaderAndTellsHowManyLinesItLacks)
 TEST(TrackRecorder, TellsThatAFileCannotBeWritten)
 {
     EXPECT_EQ("cannot write the track file /no/such/track.csv: No such file or directory",
-              TrackRecorderC().Open("/no/such/track.csv"));
+              CTrackRecorder().Open("/no/such/track.csv"));
 }
 
 } // namespace

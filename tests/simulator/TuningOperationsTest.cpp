@@ -1,4 +1,4 @@
-#include "simulator/TuningOperations.h"
+#include "simulator/operations/TuningOperations.h"
 
 #include <string>
 #include <vector>
@@ -112,8 +112,9 @@ TEST(TuningOperations, SmoothASetCurveAnew)
 {
     Service service;
     std::string form = "[4, 40";
-    for (int i = 0; i < 40; ++i)
+    for (int i = 0; i < 40; ++i) {
         form += (i % 2 == 0 ? ", 0.1, " : ", -0.1, ") + std::to_string(i) + ".0, 0.0";
+    }
     service.Notify("SetCurveFilterSize", "[1, 1]");
     ASSERT_EQ("1", service.Request("set_wayline", form + "]"));
     const double length = service.World().LineLength();

@@ -8,17 +8,18 @@ namespace {
 
 /// Reads values one after the other. The texts stand in the tests, so that nothing in them is
 /// wrong.
-class ReaderC
+class CReader
 {
 public:
-    explicit ReaderC(const std::string& text) : m_text(text) {}
+    explicit CReader(const std::string& text) : m_text(text) {}
 
     std::unique_ptr<BListC> ReadList()
     {
         auto list = std::make_unique<BListC>(nullptr);
         ++m_at;
-        for (Skip(); m_text[m_at] != ']'; Skip())
+        for (Skip(); m_text[m_at] != ']'; Skip()) {
             ReadInto(*list);
+        }
         ++m_at;
         return list;
     }
@@ -26,23 +27,27 @@ public:
 private:
     void Skip()
     {
-        while (m_text[m_at] == ' ' || m_text[m_at] == ',')
+        while (m_text[m_at] == ' ' || m_text[m_at] == ',') {
             ++m_at;
+        }
     }
 
     void ReadInto(BListC& list)
     {
-        if (m_text[m_at] == '[')
+        if (m_text[m_at] == '[') {
             return list.Add(ReadList().release());
-        if (m_text[m_at] == '\'')
+        }
+        if (m_text[m_at] == '\'') {
             return list.AddString(ReadText());
+        }
         const std::string word = ReadWord();
-        if (word == "nil")
+        if (word == "nil") {
             list.AddNothing();
-        else if (word.find_first_of(".enif") != std::string::npos)
+        } else if (word.find_first_of(".enif") != std::string::npos) {
             list.AddDouble(std::strtod(word.c_str(), nullptr));
-        else
+        } else {
             list.AddInt64(std::strtoll(word.c_str(), nullptr, 10));
+        }
     }
 
     std::string ReadText()
@@ -91,26 +96,29 @@ std::string TextOfListElement(const BListC& list, int index)
 
 std::unique_ptr<BListC> ListFrom(const std::string& text)
 {
-    return ReaderC(text).ReadList();
+    return CReader(text).ReadList();
 }
 
 std::string TextOf(const BElementC* value)
 {
-    if (value == nullptr || value->Type() == EBElementType::Nothing)
+    if (value == nullptr || value->Type() == EBElementType::Nothing) {
         return "nil";
+    }
     if (const auto* list = dynamic_cast<const BListC*>(value)) {
         std::string text = "[";
-        for (int index = 0; index < list->Size(); ++index)
+        for (int index = 0; index < list->Size(); ++index) {
             text += (index > 0 ? ", " : "") + TextOfListElement(*list, index);
+        }
         return text + "]";
     }
     BListC single(nullptr);
     const auto& atom = dynamic_cast<const BAtomC&>(*value);
-    if (atom.Type() == EBElementType::Integer)
+    if (atom.Type() == EBElementType::Integer) {
         single.AddInt64(atom.Int64Value());
-    else if (atom.Type() == EBElementType::Double)
+    } else if (atom.Type() == EBElementType::Double) {
         single.AddDouble(atom.DoubleValue());
-    else
+    } else {
         single.AddString(atom.StringValue());
+    }
     return TextOfListElement(single, 0);
 }

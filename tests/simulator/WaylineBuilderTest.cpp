@@ -1,4 +1,4 @@
-#include "simulator/WaylineBuilder.h"
+#include "simulator/lines/WaylineBuilder.h"
 
 #include <gtest/gtest.h>
 
@@ -13,12 +13,13 @@ Vector3<double> North(double metres)
 
 TEST(WaylineBuilder, RecordsAPointEveryHalfMetre)
 {
-    WaylineBuilderC builder;
+    CWaylineBuilder builder;
     builder.Begin(Kestrove::EWaylineTypePath);
     builder.Set(0, {}, North(0.0));
 
-    for (int step = 1; step <= 100; ++step)
+    for (int step = 1; step <= 100; ++step) {
         builder.Record(North(0.1 * step));
+    }
 
     EXPECT_EQ(21u, builder.Recorded().size());
     EXPECT_NEAR(10.0, builder.RecordedLength(), 1e-9);
@@ -26,7 +27,7 @@ TEST(WaylineBuilder, RecordsAPointEveryHalfMetre)
 
 TEST(WaylineBuilder, EndsADriveWhereTheMachineIs)
 {
-    WaylineBuilderC builder;
+    CWaylineBuilder builder;
     builder.Begin(Kestrove::EWaylineTypeSpline);
     builder.Set(0, {}, North(0.0));
     builder.Record(North(1.0));
@@ -41,22 +42,23 @@ TEST(WaylineBuilder, EndsADriveWhereTheMachineIs)
 
 TEST(WaylineBuilder, StopsRecordingAtTheMostPoints)
 {
-    WaylineBuilderC builder;
+    CWaylineBuilder builder;
     builder.Begin(Kestrove::EWaylineTypeABCurve);
     builder.Set(0, {}, North(0.0));
-    const int steps = static_cast<int>(WaylineBuilderC::kMostRecordedPoints) + 100;
+    const int steps = static_cast<int>(CWaylineBuilder::kMostRecordedPoints) + 100;
 
-    for (int step = 1; step <= steps; ++step)
+    for (int step = 1; step <= steps; ++step) {
         builder.Record(North(step));
+    }
 
-    EXPECT_EQ(WaylineBuilderC::kMostRecordedPoints, builder.Recorded().size());
+    EXPECT_EQ(CWaylineBuilder::kMostRecordedPoints, builder.Recorded().size());
     EXPECT_EQ("", builder.Set(1, {}, North(steps)));
-    EXPECT_EQ(WaylineBuilderC::kMostRecordedPoints, builder.Recorded().size());
+    EXPECT_EQ(CWaylineBuilder::kMostRecordedPoints, builder.Recorded().size());
 }
 
 TEST(WaylineBuilder, StartsTheDriveAnewWithWaypoint0)
 {
-    WaylineBuilderC builder;
+    CWaylineBuilder builder;
     builder.Begin(Kestrove::EWaylineTypeABCurve);
     builder.Set(0, {}, North(0.0));
     builder.Record(North(5.0));
@@ -69,7 +71,7 @@ TEST(WaylineBuilder, StartsTheDriveAnewWithWaypoint0)
 
 TEST(WaylineBuilder, GoesOnRecordingWhenTheLastWaypointIsTakenBack)
 {
-    WaylineBuilderC builder;
+    CWaylineBuilder builder;
     builder.Begin(Kestrove::EWaylineTypeABCurve);
     builder.Set(0, {}, North(0.0));
     builder.Record(North(5.0));
@@ -84,7 +86,7 @@ TEST(WaylineBuilder, GoesOnRecordingWhenTheLastWaypointIsTakenBack)
 
 TEST(WaylineBuilder, RecordsFromARestoredWaypoint0On)
 {
-    WaylineBuilderC builder;
+    CWaylineBuilder builder;
     builder.Begin(Kestrove::EWaylineTypeAB);
     builder.Set(0, {}, North(0.0));
     builder.Begin(Kestrove::EWaylineTypeABCurve);
@@ -100,12 +102,14 @@ TEST(WaylineBuilder, RecordsFromARestoredWaypoint0On)
 
 TEST(WaylineBuilder, RemembersSixtyFourChanges)
 {
-    WaylineBuilderC builder;
-    for (int change = 0; change < 100; ++change)
+    CWaylineBuilder builder;
+    for (int change = 0; change < 100; ++change) {
         builder.Set(change % 3, {}, North(0.0));
+    }
 
-    for (int step = 0; step < 100; ++step)
+    for (int step = 0; step < 100; ++step) {
         EXPECT_EQ(3, builder.Restore());
+    }
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "simulator/WaylineOperations.h"
+#include "simulator/operations/WaylineOperations.h"
 
 #include <cmath>
 #include <cstdio>
@@ -159,8 +159,9 @@ TEST(WaylineOperations, RefuseToStartAKindThatThereIsNot)
     Service service;
     service.Request("set_wayline", kLineNorth);
 
-    for (const char* kind : {"[-1]", "[7]", "[2147483647]", "[6]"})
+    for (const char* kind : {"[-1]", "[7]", "[2147483647]", "[6]"}) {
         EXPECT_EQ("0", service.Request("start_wayline", kind)) << kind;
+    }
 
     EXPECT_EQ(kLineNorth, service.Request("get_wayline", "[]"));
 }

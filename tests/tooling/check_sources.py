@@ -8,6 +8,8 @@ Prints a line for each fault and exits with 1 when there is one:
   - a .cpp with a header of its own name beside it that does not include that header first
   - an include guard that is not KESTROVE_<FOLDER>_<FILE>_H, or #pragma once
   - "using namespace"
+  - a class named NameC outside platform/ and runtime/, where it is CName
+  - an if, else, for, while or do without braces
   - a source of more than 400 lines, 600 in tests/; of a header, comments do not count
   - a C++ function of more than 40 lines, 80 in tests/, where it may be a table
   - a pause in tests/ that does not say, on its line, what it stands for
@@ -32,6 +34,14 @@ COMMENT = re.compile(r"^\s*//")
 OPENING = re.compile(r"( *)\{")
 PAUSE = re.compile(r"\b(?:sleep|sleep_for|sleep_until|usleep|nanosleep)\(")
 EXPLAINED = re.compile(r"(?:#|//) ?\w")
+# The doubles, and the names that an application may have too, are those of the runtime.
+SUFFIXED = re.compile(r"^\s*(?:class|struct) (?:\[\[\w+\]\] )?(?:\w+::)*([A-Z]\w*[a-z]C)\b(?!;|::)",
+                      re.MULTILINE)
+SUFFIX_FOLDERS = ("platform/", "runtime/", "tests/doubles/", "tests/packaging/own_names/")
+# Comments and texts, in which anything may stand.
+WORDS = re.compile(r'R"(\w*)\((?:.|\n)*?\)\1"|//[^\n]*|/\*(?:.|\n)*?\*/|"(?:\\.|[^"\\\n])*"'
+                   r"|'(?:\\.|[^'\\\n])'")
+CONTROL = re.compile(r"(?<!#)(?<!# )\b(?:(?:if(?: constexpr)?|for|while) *(\()|else\b|do\b)")
 LONGEST_SOURCE = 400
 LONGEST_TEST = 600
 LONGEST_FUNCTION = 40
@@ -87,6 +97,27 @@ def length_faults(name, text):
     return faults
 
 
+def class_faults(name, text):
+    if name.as_posix().startswith(SUFFIX_FOLDERS):
+        return []
+    return [f"{name}: the class {found} has the suffix of platform/ and runtime/"
+            for found in SUFFIXED.findall(text)]
+
+
+def brace_faults(name, text):
+    code = WORDS.sub(lambda words: re.sub(r"[^\n]", " ", words.group()), text)
+    faults = []
+    for control in CONTROL.finditer(code):
+        end, depth = control.end(), 1 if control.group(1) else 0
+        while depth > 0 and end < len(code):
+            depth += {"(": 1, ")": -1}.get(code[end], 0)
+            end += 1
+        if not re.match(r"\s*(?:\{|;|if\b)", code[end:]):
+            line = code.count("\n", 0, control.start()) + 1
+            faults.append(f"{name}:{line}: {control.group().split()[0].rstrip('(')} without braces")
+    return faults
+
+
 def pause_faults(name, text):
     if name.parts[0] != "tests":
         return []
@@ -102,6 +133,7 @@ def file_faults(name, root):
         faults += guard_faults(name, text)
     if re.search(r"^\s*using\s+namespace\b", text, re.MULTILINE):
         faults.append(f"{name}: using namespace")
+    faults += class_faults(name, text) + brace_faults(name, text)
     return faults + length_faults(name, text) + pause_faults(name, text)
 
 

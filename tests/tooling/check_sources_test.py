@@ -21,6 +21,14 @@ FAULTY = (
     ("foreign guard", "core/B.h", GUARD, "include guard is not KESTROVE_CORE_B_H"),
     ("pragma once", "core/B.h", "#pragma once\n", "#pragma once"),
     ("using namespace", "core/A.cpp", "using namespace std;\n", "using namespace"),
+    ("class with the runtime's suffix", "simulator/A.cpp", "class PacerC\n{\n};\n", "class PacerC"),
+    ("nested class with it", "simulator/A.cpp", "struct CPacer::StateC\n{\n};\n", "class StateC"),
+    ("branch without braces", "core/A.cpp", "void F()\n{\n    if (a(b))\n        F();\n}\n",
+     "A.cpp:3: if without braces"),
+    ("other branch without braces", "core/A.cpp",
+     "void F()\n{\n    if (a) {\n    } else\n        F();\n}\n", "A.cpp:4: else without braces"),
+    ("loop without braces", "core/A.cpp", "void F()\n{\n    for (;;)\n        F();\n}\n",
+     "for without braces"),
     # Put together here, since this file is looked through, too.
     ("somebody's home", "core/notes.md", "built in " + "/ho" + "me/me/project\n", "was built"),
     ("source of a record", "core/a.abi", "<abi-instr pa" + "th='/src/a.cpp'>\n", "was built"),
@@ -41,6 +49,11 @@ FAULTLESS = (
     ("core/A.cpp", "void F()\n{\n" + "    F();\n" * 40 + "}\n"),
     ("core/A.cpp", "class A\n{\n" + "    void F();\n" * 41 + "};\n"),
     ("tests/A.cpp", "void F()\n{\n" + "    F();\n" * 80 + "}\n" + "int x;\n" * 517),
+    ("runtime/A.cpp", "class PacerC\n{\n};\n"),
+    ("simulator/A.cpp", "class BListC;\n"),
+    ("core/A.cpp", "#if A\n#else\n#endif\n// if only\nconst char* text = \"if (a) b\";\n"),
+    ("core/A.cpp", "void F()\n{\n    if constexpr (a) {\n    } else if (b) {\n    }\n"
+                   "    do {\n    } while (c);\n}\n"),
     ("tests/a.py", "time.sle" + "ep(1)  # between two looks\n"),
 )
 

@@ -15,8 +15,9 @@ constexpr std::uint64_t kMostLooks = 2000;
 int Allow(void* /*unused*/, int action, const char* name, const char* /*column*/,
           const char* /*database*/, const char* /*trigger*/)
 {
-    if (action == SQLITE_SELECT || action == SQLITE_READ)
+    if (action == SQLITE_SELECT || action == SQLITE_READ) {
         return SQLITE_OK;
+    }
     const bool isLook =
         action == SQLITE_PRAGMA && name != nullptr &&
         (std::strcmp(name, "application_id") == 0 || std::strcmp(name, "table_info") == 0);
@@ -27,8 +28,9 @@ int Allow(void* /*unused*/, int action, const char* name, const char* /*column*/
 std::uint32_t HeaderNumber(const std::string& bytes, std::size_t place, std::size_t size)
 {
     std::uint32_t value = 0;
-    for (std::size_t i = 0; i < size; ++i)
+    for (std::size_t i = 0; i < size; ++i) {
         value = value << 8U | static_cast<unsigned char>(bytes[place + i]);
+    }
     return value;
 }
 
@@ -41,16 +43,18 @@ void CheckWhole(const std::string& bytes)
     constexpr std::uint64_t kLargestPage = 65536; // which its two bytes have as 1
     const std::uint64_t told = HeaderNumber(bytes, kPageSizePlace, 2);
     const std::uint64_t pageSize = told == 1 ? kLargestPage : told;
-    if (pageSize * HeaderNumber(bytes, kPageCountPlace, 4) > bytes.size())
+    if (pageSize * HeaderNumber(bytes, kPageCountPlace, 4) > bytes.size()) {
         throw CFieldFileProblem("the database ends before its end");
+    }
 }
 
 } // namespace
 
 CDatabase::CDatabase()
 {
-    if (sqlite3_open(":memory:", &m_database) == SQLITE_OK)
+    if (sqlite3_open(":memory:", &m_database) == SQLITE_OK) {
         return;
+    }
     sqlite3_close(m_database);
     throw CFieldFileProblem("there is no memory for a database");
 }
@@ -59,12 +63,14 @@ CDatabase::CDatabase(const std::string& bytes) : CDatabase()
 {
     constexpr std::size_t kHeaderBytes = 100;
     constexpr std::size_t kWriteVersion = 18;
-    if (bytes.size() < kHeaderBytes)
+    if (bytes.size() < kHeaderBytes) {
         throw CFieldFileProblem("the database is too short");
+    }
     CheckWhole(bytes);
     auto* const copy = static_cast<unsigned char*>(sqlite3_malloc64(bytes.size()));
-    if (copy == nullptr)
+    if (copy == nullptr) {
         throw CFieldFileProblem("the database is too long");
+    }
     std::memcpy(copy, bytes.data(), bytes.size());
     // A journal that is written ahead lies beside the file; in memory there is none.
     copy[kWriteVersion] = std::min<unsigned char>(copy[kWriteVersion], 1);
@@ -107,16 +113,18 @@ void CDatabase::Fail()
 
 void CDatabase::Run(const std::string& statements)
 {
-    if (sqlite3_exec(m_database, statements.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
+    if (sqlite3_exec(m_database, statements.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) {
         Fail();
+    }
 }
 
 std::string CDatabase::Bytes()
 {
     sqlite3_int64 size = 0;
     unsigned char* const bytes = sqlite3_serialize(m_database, "main", &size, 0);
-    if (bytes == nullptr)
+    if (bytes == nullptr) {
         Fail();
+    }
     std::string text(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(size));
     sqlite3_free(bytes);
     return text;
@@ -124,8 +132,10 @@ std::string CDatabase::Bytes()
 
 CStatement::CStatement(CDatabase& database, const std::string& text) : m_database(database)
 {
-    if (sqlite3_prepare_v2(database.Handle(), text.c_str(), -1, &m_statement, nullptr) != SQLITE_OK)
+    if (sqlite3_prepare_v2(database.Handle(), text.c_str(), -1, &m_statement, nullptr) !=
+        SQLITE_OK) {
         database.Fail();
+    }
 }
 
 CStatement::~CStatement()
@@ -136,8 +146,9 @@ CStatement::~CStatement()
 bool CStatement::Next()
 {
     const int result = sqlite3_step(m_statement);
-    if (result != SQLITE_ROW && result != SQLITE_DONE)
+    if (result != SQLITE_ROW && result != SQLITE_DONE) {
         m_database.Fail();
+    }
     return result == SQLITE_ROW;
 }
 
@@ -199,7 +210,8 @@ void CStatement::BindBlob(int parameter, const std::string& bytes)
 std::string QuotedName(const std::string& name)
 {
     std::string quoted = "\"";
-    for (const char letter : name)
+    for (const char letter : name) {
         quoted += letter == '"' ? std::string("\"\"") : std::string(1, letter);
+    }
     return quoted + "\"";
 }

@@ -13,8 +13,9 @@ Field& CFieldFile::FieldOf(const std::string& name)
     // Files have a field's parts one after the other, so the last field is looked at first.
     const auto found = std::find_if(fields.rbegin(), fields.rend(),
                                     [&](const Field& field) { return field.name == name; });
-    if (found != fields.rend())
+    if (found != fields.rend()) {
         return *found;
+    }
     fields.emplace_back();
     fields.back().name = name;
     return fields.back();
@@ -32,16 +33,18 @@ void CFieldFile::Note(const std::string& text)
 std::size_t CFieldFile::LineCount() const
 {
     std::size_t count = 0;
-    for (const Field& field : fields)
+    for (const Field& field : fields) {
         count += field.lines.size();
+    }
     return count;
 }
 
 std::size_t CFieldFile::BoundaryCount() const
 {
     std::size_t count = 0;
-    for (const Field& field : fields)
+    for (const Field& field : fields) {
         count += field.boundaries.size();
+    }
     return count;
 }
 
@@ -49,12 +52,14 @@ std::optional<FieldPlace> CFieldFile::FirstPlace() const
 {
     for (const Field& field : fields) {
         for (const FieldLine& line : field.lines) {
-            if (!line.places.empty())
+            if (!line.places.empty()) {
                 return line.places.front();
+            }
         }
         for (const FieldBoundary& boundary : field.boundaries) {
-            if (!boundary.exterior.empty())
+            if (!boundary.exterior.empty()) {
                 return boundary.exterior.front();
+            }
         }
     }
     return std::nullopt;
@@ -71,7 +76,8 @@ std::vector<FieldPlace> OpenRing(std::vector<FieldPlace> ring)
            ring.back().longitude == ring.front().longitude) {
         ring.pop_back();
     }
-    if (ring.size() < 3)
+    if (ring.size() < 3) {
         throw CFieldFileProblem("a ring needs three places apart");
+    }
     return ring;
 }

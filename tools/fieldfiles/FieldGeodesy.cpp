@@ -14,8 +14,9 @@ namespace {
 GroundArea SignedArea(const std::vector<FieldPlace>& ring)
 {
     GeographicLib::PolygonArea polygon(GeographicLib::Geodesic::WGS84());
-    for (const FieldPlace& place : ring)
+    for (const FieldPlace& place : ring) {
         polygon.AddPoint(place.latitude, place.longitude);
+    }
     GroundArea area;
     polygon.Compute(false, true, area.perimeter, area.squareMetres);
     return area;
@@ -63,8 +64,9 @@ double TrueHeading(const CLocalFrame& frame, const WaylinePoint& point, double h
 bool HasHeights(const FieldLine& line)
 {
     for (const FieldPlace& place : line.places) {
-        if (!place.height)
+        if (!place.height) {
             return false;
+        }
     }
     return true;
 }
@@ -85,11 +87,13 @@ GeodeticPlace PlaceOf(const FieldPlace& place, double otherwiseHeight)
 FieldPlace CheckedPlace(double latitude, double longitude, const std::optional<double>& height)
 {
     FieldPlace place{latitude, longitude, height};
-    if (std::abs(longitude) > 180.0 && std::abs(longitude) <= 540.0)
+    if (std::abs(longitude) > 180.0 && std::abs(longitude) <= 540.0) {
         place.longitude = std::remainder(longitude, 360.0);
+    }
     const std::string problem = ImpossiblePlace(PlaceOf(place, 0.0));
-    if (!problem.empty())
+    if (!problem.empty()) {
         throw CFieldFileProblem(problem);
+    }
     return place;
 }
 
@@ -104,10 +108,12 @@ WaylineContent ToWayline(const FieldLine& line, const CLocalFrame& frame)
     content.kind = line.kind;
     content.name = line.name;
     content.points.reserve(line.places.size());
-    for (const FieldPlace& place : line.places)
+    for (const FieldPlace& place : line.places) {
         content.points.push_back(frame.ToLocal(PlaceOf(place, frame.Origin().height)));
-    if (line.kind == Kestrove::EWaylineTypeAHeading)
+    }
+    if (line.kind == Kestrove::EWaylineTypeAHeading) {
         content.heading = LocalHeading(frame, content.points.at(0), Radians(line.headingDegrees));
+    }
     return content;
 }
 
@@ -121,10 +127,12 @@ FieldLine FromWayline(const WaylineContent& content, const CLocalFrame& frame)
     line.kind = content.kind;
     line.name = content.name;
     line.places.reserve(content.points.size());
-    for (const WaylinePoint& point : content.points)
+    for (const WaylinePoint& point : content.points) {
         line.places.push_back(PlaceFrom(frame.ToGeodetic(point), true));
-    if (line.kind == Kestrove::EWaylineTypeAHeading)
+    }
+    if (line.kind == Kestrove::EWaylineTypeAHeading) {
         line.headingDegrees = Degrees(TrueHeading(frame, content.points[0], content.heading));
+    }
     return line;
 }
 
@@ -138,8 +146,9 @@ GroundCircle CircleOf(const FieldLine& line)
         const CLocalFrame frame = FrameAt(circle.centre);
         const std::optional<CircleSeenFromAbove> seen =
             CircleThrough(ToWayline(line, frame).points);
-        if (!seen)
+        if (!seen) {
             throw CFieldFileProblem("the three points of a circle lie on one line");
+        }
         circle.radius = seen->radius;
         circle.isClockwise = seen->isClockwise;
         const GeodeticPlace centre = frame.ToGeodetic({seen->x, seen->y, 0.0});
@@ -166,12 +175,14 @@ std::vector<FieldPlace> OutlineOf(const FieldLine& line)
 {
     const bool isDrawn =
         line.kind == Kestrove::EWaylineTypeAHeading || line.kind == Kestrove::EWaylineTypeCircle;
-    if (!isDrawn || line.places.empty())
+    if (!isDrawn || line.places.empty()) {
         return line.places;
+    }
     const CLocalFrame frame = FrameAt(line.places.front());
     std::vector<FieldPlace> outline;
-    for (const WaylinePoint& point : Outline(ToWayline(line, frame)))
+    for (const WaylinePoint& point : Outline(ToWayline(line, frame))) {
         outline.push_back(PlaceFrom(frame.ToGeodetic(point), HasHeights(line)));
+    }
     return outline;
 }
 
@@ -179,8 +190,9 @@ GroundArea AreaOf(const FieldBoundary& boundary)
 {
     GroundArea area = SignedArea(boundary.exterior);
     area.squareMetres = std::abs(area.squareMetres);
-    for (const std::vector<FieldPlace>& hole : boundary.holes)
+    for (const std::vector<FieldPlace>& hole : boundary.holes) {
         area.squareMetres -= std::abs(SignedArea(hole).squareMetres);
+    }
     return area;
 }
 

@@ -34,18 +34,21 @@ std::string ReadBytes(const COpenFile& file, const std::string& name, std::strin
         taken.resize(before + kPiece);
         const ssize_t count = read(descriptor, taken.data() + before, kPiece);
         taken.resize(before + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-        if (count < 0 && errno != EINTR)
+        if (count < 0 && errno != EINTR) {
             throw CFieldFileProblem("cannot read " + name + ": " + std::strerror(errno));
-        if (count == 0)
+        }
+        if (count == 0) {
             return taken;
+        }
     }
 }
 
 std::string ReadFileBytes(const std::string& path)
 {
     const COpenFile file(path);
-    if (!file.Problem().empty())
+    if (!file.Problem().empty()) {
         throw CFieldFileProblem(file.Problem());
+    }
     return ReadBytes(file, path);
 }
 
@@ -65,8 +68,9 @@ std::vector<std::string> NamesIn(const std::string& folder)
 std::string LowerCase(std::string text)
 {
     for (char& letter : text) {
-        if (letter >= 'A' && letter <= 'Z')
+        if (letter >= 'A' && letter <= 'Z') {
             letter = static_cast<char>(letter - 'A' + 'a');
+        }
     }
     return text;
 }

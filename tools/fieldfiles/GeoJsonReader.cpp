@@ -14,11 +14,13 @@ using Json = CGeoJsonFile::Json;
 std::string PropertyOf(const Json& feature, const std::string& name)
 {
     const Json& properties = MemberOf(feature, "properties");
-    if (!properties.is_object())
+    if (!properties.is_object()) {
         return {};
+    }
     for (const auto& [key, value] : properties.items()) {
-        if (LowerCase(key) == name && value.is_string())
+        if (LowerCase(key) == name && value.is_string()) {
             return value.get<std::string>().substr(0, FileLimits::kNameBytes);
+        }
     }
     return {};
 }
@@ -48,8 +50,9 @@ public:
     {
         const std::string layer = m_file.Name().empty() ? "Field" : m_file.Name();
         std::size_t number = 0;
-        for (const Json& feature : m_file.Features())
+        for (const Json& feature : m_file.Features()) {
             ReadFeature(feature, layer, "feature " + std::to_string(++number));
+        }
         return std::move(m_features.file);
     }
 
@@ -70,8 +73,9 @@ private:
         try {
             ReadGeometry(GeometryOf(feature), found);
             found.line.kind = PropertyOf(feature, "kind");
-            if (GeometryOf(feature).is_null() && !found.line.kind.empty())
+            if (GeometryOf(feature).is_null() && !found.line.kind.empty()) {
                 throw BadFeature{"it has no points"};
+            }
             TakeParameters(feature, found.line);
         } catch (const BadFeature& problem) {
             return Refuse(field.empty() ? layer : field, name.empty() ? place : name, problem.text);
@@ -81,20 +85,23 @@ private:
             return Refuse(field.empty() ? layer : field, name.empty() ? place : name,
                           problem.what());
         }
-        if (!found.others.empty())
+        if (!found.others.empty()) {
             m_features.file.Note(place + ": a " + found.others + " is left out");
+        }
         for (MapFeature* one : {&found.line, &found.area}) {
             one->name = name;
             one->field = field;
-            if (!one->parts.empty())
+            if (!one->parts.empty()) {
                 m_features.Add(std::move(*one), layer);
+            }
         }
     }
 
     void Refuse(const std::string& field, const std::string& name, const std::string& reason)
     {
-        if (m_features.file.refused.size() >= FileLimits::kFeatures)
+        if (m_features.file.refused.size() >= FileLimits::kFeatures) {
             throw CFieldFileTooLarge("features that cannot be used");
+        }
         m_features.file.refused.push_back({field, name, reason});
     }
 
@@ -105,16 +112,19 @@ private:
         if (type == "LineString") {
             found.line.parts.push_back({Places(coordinates, type)});
         } else if (type == "MultiLineString") {
-            for (const Json& line : Parts(coordinates, type))
+            for (const Json& line : Parts(coordinates, type)) {
                 found.line.parts.push_back({Places(line, type)});
+            }
         } else if (type == "Polygon") {
             found.area.parts.push_back(Rings(coordinates, type));
         } else if (type == "MultiPolygon") {
-            for (const Json& area : Parts(coordinates, type))
+            for (const Json& area : Parts(coordinates, type)) {
                 found.area.parts.push_back(Rings(area, type));
+            }
         } else if (type == "GeometryCollection") {
-            for (const Json& one : Parts(MemberOf(geometry, "geometries"), type))
+            for (const Json& one : Parts(MemberOf(geometry, "geometries"), type)) {
                 ReadGeometry(one, found);
+            }
         } else {
             found.others = geometry.is_null() ? "feature without a geometry" : type.substr(0, 40);
         }
@@ -122,8 +132,9 @@ private:
 
     static const Json& Parts(const Json& value, const std::string& type)
     {
-        if (!value.is_array())
+        if (!value.is_array()) {
             throw BadFeature{"the " + type + " has no coordinates"};
+        }
         return value;
     }
 
@@ -136,8 +147,9 @@ private:
                                                const std::string& type) const
     {
         std::vector<std::vector<FieldPlace>> rings;
-        for (const Json& ring : Parts(coordinates, type))
+        for (const Json& ring : Parts(coordinates, type)) {
             rings.push_back(Places(ring, type));
+        }
         return rings;
     }
 
@@ -145,16 +157,19 @@ private:
     void TakeParameters(const Json& feature, MapFeature& line) const
     {
         const Json& geometry = GeometryOf(feature);
-        if (TextIn(MemberOf(geometry, "type")) != "LineString")
+        if (TextIn(MemberOf(geometry, "type")) != "LineString") {
             return;
+        }
         const std::optional<OwnWayline> own = ReadOwnWayline(
             feature, PositionsOf(MemberOf(geometry, "coordinates"), "LineString", m_file.Places()));
-        if (!own)
+        if (!own) {
             return;
+        }
         FieldLine exact = FromWayline(own->content, CLocalFrame(own->origin));
         line.parts = {{std::move(exact.places)}};
-        if (exact.kind == Kestrove::EWaylineTypeAHeading)
+        if (exact.kind == Kestrove::EWaylineTypeAHeading) {
             line.headingDegrees = exact.headingDegrees;
+        }
     }
 
     const CGeoJsonFile& m_file;

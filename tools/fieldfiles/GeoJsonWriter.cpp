@@ -12,8 +12,9 @@ Json RingJson(const std::vector<FieldPlace>& places, bool hasHeights)
     Json ring = Json::array();
     for (const FieldPlace& place : places) {
         Json position = Json::array({place.longitude, place.latitude});
-        if (hasHeights)
+        if (hasHeights) {
             position.push_back(*place.height);
+        }
         ring.push_back(std::move(position));
     }
     return ring;
@@ -27,18 +28,21 @@ Json GeometryJson(const MapFeature& feature)
                 {"coordinates", RingJson(feature.parts.front().front(), hasHeights)}};
     }
     Json rings = Json::array();
-    for (const std::vector<FieldPlace>& ring : feature.parts.front())
+    for (const std::vector<FieldPlace>& ring : feature.parts.front()) {
         rings.push_back(RingJson(ring, hasHeights));
+    }
     return {{"type", "Polygon"}, {"coordinates", std::move(rings)}};
 }
 
 std::string FeatureText(const MapFeature& feature)
 {
     Json properties = Json::object();
-    if (!feature.kind.empty())
+    if (!feature.kind.empty()) {
         properties["kind"] = feature.kind;
-    if (!feature.name.empty())
+    }
+    if (!feature.name.empty()) {
         properties["name"] = feature.name;
+    }
     properties["field"] = feature.field;
     const Json value{
         {"type", "Feature"}, {"properties", properties}, {"geometry", GeometryJson(feature)}};

@@ -22,8 +22,9 @@ std::vector<FeatureTable> TablesIn(CDatabase& database)
     CStatement query(database, "SELECT table_name, column_name, srs_id FROM gpkg_geometry_columns");
     std::vector<FeatureTable> tables;
     while (query.Next()) {
-        if (tables.size() >= kMostTables)
+        if (tables.size() >= kMostTables) {
             throw CFieldFileTooLarge("tables");
+        }
         tables.push_back({query.Text(0), query.Text(1), query.Integer(2)});
     }
     return tables;
@@ -36,8 +37,9 @@ void CheckSystem(CDatabase& database, const FeatureTable& table)
     CStatement query(database, "SELECT organization, organization_coordsys_id, definition, srs_id "
                                "FROM gpkg_spatial_ref_sys");
     while (query.Next()) {
-        if (query.Integer(3) != table.system)
+        if (query.Integer(3) != table.system) {
             continue;
+        }
         const std::int64_t code = query.Integer(1);
         const bool isWorld =
             LowerCase(query.Text(0)) == "epsg" && (code == kPlane || code == kWithHeights);
@@ -88,8 +90,9 @@ void ReadRow(const CStatement& row, const std::string& table, CFeatureReading& r
     } catch (const CFieldFileProblem& problem) {
         throw CFieldFileProblem(table + ": " + problem.what());
     }
-    if (!feature.parts.empty())
+    if (!feature.parts.empty()) {
         reading.Add(std::move(feature), table);
+    }
 }
 
 void ReadTable(CDatabase& database, const FeatureTable& table, CFeatureReading& reading)
@@ -100,10 +103,12 @@ void ReadTable(CDatabase& database, const FeatureTable& table, CFeatureReading& 
                                   ", " + columns.kind + ", " + columns.heading + ", " +
                                   columns.field + " FROM " + QuotedName(table.name));
     for (std::size_t count = 0; rows.Next(); ++count) {
-        if (count > FileLimits::kFeatures)
+        if (count > FileLimits::kFeatures) {
             throw CFieldFileTooLarge("rows");
-        if (!rows.IsNull(0))
+        }
+        if (!rows.IsNull(0)) {
             ReadRow(rows, table.name, reading);
+        }
     }
 }
 
@@ -122,7 +127,8 @@ CFieldFile ReadGeoPackage(const std::string& bytes,
         }
     }();
     CFeatureReading reading(kind);
-    for (const FeatureTable& table : tables)
+    for (const FeatureTable& table : tables) {
         ReadTable(database, table, reading);
+    }
     return std::move(reading.file);
 }

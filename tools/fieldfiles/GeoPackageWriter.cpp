@@ -54,8 +54,9 @@ void MakeTable(CDatabase& database, const TableForm& form, bool hasHeights)
 
 void WriteTable(CDatabase& database, const TableForm& form, const std::vector<MapFeature>& features)
 {
-    if (features.empty())
+    if (features.empty()) {
         return;
+    }
     MakeTable(database, form,
               std::any_of(features.begin(), features.end(),
                           [](const MapFeature& feature) { return HasHeights(feature); }));
@@ -84,16 +85,18 @@ void WriteExtent(CDatabase& database, const TableForm& form,
     FieldPlace high;
     for (const MapFeature& feature : features) {
         for (const FieldPlace& place : feature.parts.front().front()) {
-            if (!low)
+            if (!low) {
                 low = high = place;
+            }
             low->latitude = std::min(low->latitude, place.latitude);
             low->longitude = std::min(low->longitude, place.longitude);
             high.latitude = std::max(high.latitude, place.latitude);
             high.longitude = std::max(high.longitude, place.longitude);
         }
     }
-    if (!low)
+    if (!low) {
         return;
+    }
     CStatement update(database, "UPDATE gpkg_contents SET min_x = ?, min_y = ?, max_x = ?, "
                                 "max_y = ? WHERE table_name = ?");
     update.Bind(1, std::optional(low->longitude));

@@ -19,8 +19,9 @@ IsoPoint ReadPoint(const pugi::xml_node& node)
     const std::optional<double> latitude = XmlNumber(IsoText(node, "C"), "a point's north (C)");
     const std::optional<double> longitude = XmlNumber(IsoText(node, "D"), "a point's east (D)");
     const std::optional<double> up = XmlNumber(IsoText(node, "E"), "a point's height (E)");
-    if (!latitude || !longitude)
+    if (!latitude || !longitude) {
         throw CFieldFileProblem("it has a point without north and east (C and D)");
+    }
     return {
         IsoCode(node, "A", 0),
         CheckedPlace(*latitude, *longitude, up ? std::optional(*up / kMillimetres) : std::nullopt)};
@@ -32,8 +33,9 @@ std::vector<FieldPlace> PlacesOf(const std::vector<IsoPoint>& points)
     for (const IsoPoint& point : points) {
         const bool isRepeated = !places.empty() && places.back().latitude == point.place.latitude &&
                                 places.back().longitude == point.place.longitude;
-        if (!isRepeated)
+        if (!isRepeated) {
             places.push_back(point.place);
+        }
     }
     return places;
 }
@@ -59,14 +61,16 @@ std::vector<FieldPlace> ArcPlaces(GroundCircle circle, const FieldPlace& a, cons
     const CLocalFrame frame = FrameAt(circle.centre);
     const WaylinePoint first = frame.ToLocal(PlaceOf(a, frame.Origin().height));
     circle.radius = std::hypot(first.x, first.y);
-    if (!(circle.radius > 0.0))
+    if (!(circle.radius > 0.0)) {
         throw CFieldFileProblem("its centre and its point A are the same");
+    }
     const double from = BearingFrom(circle.centre, a);
     const double to = BearingFrom(circle.centre, b);
     double turn = NormalisedHeading(circle.isClockwise ? to - from : from - to);
     constexpr double kLeast = 1e-3;
-    if (turn < kLeast || turn > 2.0 * kPi - kLeast)
+    if (turn < kLeast || turn > 2.0 * kPi - kLeast) {
         turn = kThirdOfThree;
+    }
     return PlacesOnCircle(circle, from, turn);
 }
 
@@ -86,18 +90,22 @@ std::vector<FieldPlace> PivotPlaces(const pugi::xml_node& pattern,
             b = points[2].place;
         }
     }
-    if (!centre)
+    if (!centre) {
         throw CFieldFileProblem("it has no centre");
+    }
     circle.centre = *centre;
-    if (a)
+    if (a) {
         return ArcPlaces(circle, *a, b.value_or(*a));
+    }
     const std::optional<double> radius = XmlNumber(IsoText(pattern, "H"), "its radius (H)");
-    if (!radius || !(*radius > 0.0))
+    if (!radius || !(*radius > 0.0)) {
         throw CFieldFileProblem("it has neither a radius (H) nor an arc");
+    }
     circle.radius = *radius / kMillimetres;
     constexpr double kLargest = 100000.0;
-    if (circle.radius > kLargest)
+    if (circle.radius > kLargest) {
         throw CFieldFileProblem("its radius is more than 100 km");
+    }
     return PlacesOnCircle(circle, 0.0, kThirdOfThree);
 }
 
@@ -108,16 +116,18 @@ FieldLine AbLine(const std::vector<IsoPoint>& points)
     line.places =
         PlacesOf({{kGuidanceA, OfType(points, kGuidanceA).value_or(points.front().place)},
                   {kGuidanceB, OfType(points, kGuidanceB).value_or(points.back().place)}});
-    if (line.places.size() != 2)
+    if (line.places.size() != 2) {
         throw CFieldFileProblem("an A-B line needs two points apart");
+    }
     return line;
 }
 
 FieldLine HeadingLine(const pugi::xml_node& pattern, const std::vector<IsoPoint>& points)
 {
     const std::optional<double> heading = XmlNumber(IsoText(pattern, "G"), "its heading (G)");
-    if (!heading)
+    if (!heading) {
         throw CFieldFileProblem("an A-plus-heading line needs a heading (G)");
+    }
     FieldLine line;
     line.kind = Kestrove::EWaylineTypeAHeading;
     line.places = {OfType(points, kGuidanceA).value_or(points.front().place)};
@@ -130,8 +140,9 @@ FieldLine CurveLine(const std::vector<IsoPoint>& points)
     FieldLine line;
     line.kind = Kestrove::EWaylineTypeABCurve;
     line.places = PlacesOf(points);
-    if (line.places.size() < 2)
+    if (line.places.size() < 2) {
         throw CFieldFileProblem("a curve needs two points apart");
+    }
     return line;
 }
 
@@ -154,10 +165,12 @@ std::vector<IsoPoint> IsoPoints(const pugi::xml_node& lineString)
 {
     std::vector<IsoPoint> points;
     for (const pugi::xml_node& node : lineString) {
-        if (!IsElement(node, "PNT"))
+        if (!IsElement(node, "PNT")) {
             continue;
-        if (!IsoText(node, "J").empty())
+        }
+        if (!IsoText(node, "J").empty()) {
             throw CFieldFileProblem("its points lie in a binary file, which is not read");
+        }
         points.push_back(ReadPoint(node));
     }
     return points;
@@ -166,12 +179,14 @@ std::vector<IsoPoint> IsoPoints(const pugi::xml_node& lineString)
 FieldLine IsoPatternLine(const pugi::xml_node& pattern)
 {
     const int kind = IsoCode(pattern, "C", 0);
-    if (kind == kIsoSpiral)
+    if (kind == kIsoSpiral) {
         throw CFieldFileProblem("a spiral is no kind of wayline");
+    }
     const pugi::xml_node lineString = ChildOf(pattern, "LSG");
     const std::vector<IsoPoint> points = IsoPoints(lineString);
-    if (points.empty())
+    if (points.empty()) {
         throw CFieldFileProblem("it has no points");
+    }
     switch (kind) {
     case kIsoAB:
         return AbLine(points);
@@ -196,9 +211,11 @@ FieldLine IsoPlainLine(const pugi::xml_node& lineString)
     const std::vector<IsoPoint> points = IsoPoints(lineString);
     FieldLine line;
     line.places = PlacesOf(points);
-    if (line.places.size() < 2)
+    if (line.places.size() < 2) {
         throw CFieldFileProblem("a line needs two points apart");
-    if (line.places.size() == 2)
+    }
+    if (line.places.size() == 2) {
         line.kind = Kestrove::EWaylineTypeAB;
+    }
     return line;
 }

@@ -24,23 +24,26 @@ public:
     void ReadFieldsIn(const pugi::xml_node& root)
     {
         for (const pugi::xml_node& node : root) {
-            if (IsElement(node, "PFD"))
+            if (IsElement(node, "PFD")) {
                 ReadField(node);
+            }
         }
     }
 
     void CountPlaces(std::size_t count)
     {
         m_places += count;
-        if (m_places > FileLimits::kPlaces)
+        if (m_places > FileLimits::kPlaces) {
             throw CFieldFileTooLarge("places");
+        }
     }
 
 private:
     void ReadField(const pugi::xml_node& node)
     {
-        if (file.fields.size() >= FileLimits::kFields)
+        if (file.fields.size() >= FileLimits::kFields) {
             throw CFieldFileTooLarge("fields");
+        }
         Field field;
         field.name = NameOf(node, "C", IsoText(node, "A"));
         for (const pugi::xml_node& child : node) {
@@ -58,8 +61,9 @@ private:
     void ReadGroup(const pugi::xml_node& group, Field& field)
     {
         for (const pugi::xml_node& pattern : group) {
-            if (!IsElement(pattern, "GPN"))
+            if (!IsElement(pattern, "GPN")) {
                 continue;
+            }
             const std::string own = NameOf(ChildOf(pattern, "LSG"), "B", IsoText(pattern, "A"));
             const std::string name = NameOf(pattern, "B", own);
             AddLine(field, name, [&] { return IsoPatternLine(pattern); });
@@ -68,8 +72,9 @@ private:
 
     void ReadPlainLine(const pugi::xml_node& lineString, Field& field)
     {
-        if (IsoCode(lineString, "A", 0) != kGuidanceLine)
+        if (IsoCode(lineString, "A", 0) != kGuidanceLine) {
             return;
+        }
         const std::string number = std::to_string(field.lines.size() + 1);
         AddLine(field, NameOf(lineString, "B", "Line " + number),
                 [&] { return IsoPlainLine(lineString); });
@@ -87,8 +92,9 @@ private:
         } catch (const CFieldFileTooLarge&) {
             throw;
         } catch (const CFieldFileProblem& problem) {
-            if (file.refused.size() < FileLimits::kFields)
+            if (file.refused.size() < FileLimits::kFields) {
                 file.refused.push_back({field.name, name, problem.what()});
+            }
         }
     }
 
@@ -117,8 +123,9 @@ private:
         std::vector<std::vector<FieldPlace>> early;
         for (const pugi::xml_node& node : polygon) {
             const int type = IsElement(node, "LSG") ? IsoCode(node, "A", 0) : 0;
-            if (type != kExteriorRing && type != kInteriorRing)
+            if (type != kExteriorRing && type != kInteriorRing) {
                 continue;
+            }
             std::vector<FieldPlace> ring = Ring(node);
             if (type == kExteriorRing) {
                 boundaries.push_back({name, std::move(ring), std::move(early)});
@@ -129,17 +136,20 @@ private:
                 boundaries.back().holes.push_back(std::move(ring));
             }
         }
-        if (boundaries.empty())
+        if (boundaries.empty()) {
             throw CFieldFileProblem("it has no exterior ring");
-        for (FieldBoundary& boundary : boundaries)
+        }
+        for (FieldBoundary& boundary : boundaries) {
             field.boundaries.push_back(std::move(boundary));
+        }
     }
 
     std::vector<FieldPlace> Ring(const pugi::xml_node& lineString)
     {
         std::vector<FieldPlace> ring;
-        for (const IsoPoint& point : IsoPoints(lineString))
+        for (const IsoPoint& point : IsoPoints(lineString)) {
             ring.push_back(point.place);
+        }
         ring = OpenRing(std::move(ring));
         CountPlaces(ring.size());
         return ring;
@@ -172,8 +182,9 @@ void ReadExternal(CIsoXmlReading& reading, const std::string& name, const Extern
                                 "\" would lie outside the folder; such a file is not read");
     }
     const std::optional<std::string> bytes = external(name + ".XML");
-    if (!bytes)
+    if (!bytes) {
         return reading.file.Note("the external file " + name + ".XML is missing");
+    }
     pugi::xml_document document;
     try {
         ParseXml(*bytes, document);
@@ -190,16 +201,19 @@ CFieldFile ReadIsoXml(const std::string& main, const ExternalFiles& external)
     pugi::xml_document document;
     ParseXml(main, document);
     const pugi::xml_node root = document.document_element();
-    if (!IsElement(root, "ISO11783_TaskData") && !IsElement(root, "XFC"))
+    if (!IsElement(root, "ISO11783_TaskData") && !IsElement(root, "XFC")) {
         throw CFieldFileProblem("the XML is no ISOXML: its root is " + LocalName(root));
+    }
     CIsoXmlReading reading;
     std::set<std::string> files;
     for (const pugi::xml_node& node : root) {
         const std::string name = IsElement(node, "XFR") ? IsoText(node, "A") : "";
-        if (LowerCase(name.substr(0, 3)) != "pfd" || !files.insert(LowerCase(name)).second)
+        if (LowerCase(name.substr(0, 3)) != "pfd" || !files.insert(LowerCase(name)).second) {
             continue;
-        if (files.size() > FileLimits::kExternalFiles)
+        }
+        if (files.size() > FileLimits::kExternalFiles) {
             throw CFieldFileTooLarge("external files");
+        }
         ReadExternal(reading, name, external);
     }
     reading.ReadFieldsIn(root);

@@ -18,8 +18,9 @@ std::string NineDecimals(double value)
     char text[64];
     std::snprintf(text, sizeof text, "%.9f", value);
     for (char& letter : text) {
-        if (letter == ',') // of a locale
+        if (letter == ',') { // of a locale
             letter = '.';
+        }
     }
     return text;
 }
@@ -38,8 +39,9 @@ public:
     void WriteFields(pugi::xml_node& root)
     {
         // Notes are added meanwhile, fields are not.
-        for (const Field& field : m_file.fields)
+        for (const Field& field : m_file.fields) {
             WriteField(root, field);
+        }
     }
 
 private:
@@ -49,19 +51,23 @@ private:
         Set(node, "A", "PFD" + std::to_string(++m_fields));
         Set(node, "C", Name(field.name, "Field " + std::to_string(m_fields)));
         double area = 0.0;
-        for (const FieldBoundary& boundary : field.boundaries)
+        for (const FieldBoundary& boundary : field.boundaries) {
             area += AreaOf(boundary).squareMetres;
+        }
         Set(node, "D", std::to_string(std::llround(std::max(area, 0.0))));
-        for (const FieldBoundary& boundary : field.boundaries)
+        for (const FieldBoundary& boundary : field.boundaries) {
             WriteBoundary(node, boundary);
+        }
         if (m_version == EIsoXmlVersion::Three) {
-            for (const FieldLine& line : field.lines)
+            for (const FieldLine& line : field.lines) {
                 WritePlainLine(node, line);
+            }
         } else if (!field.lines.empty()) {
             pugi::xml_node group = node.append_child("GGP");
             Set(group, "A", "GGP" + std::to_string(++m_groups));
-            for (const FieldLine& line : field.lines)
+            for (const FieldLine& line : field.lines) {
                 WritePattern(group, line);
+            }
         }
     }
 
@@ -69,11 +75,13 @@ private:
     {
         pugi::xml_node polygon = field.append_child("PLN");
         Set(polygon, "A", "1");
-        if (!boundary.name.empty())
+        if (!boundary.name.empty()) {
             Set(polygon, "B", Name(boundary.name, ""));
+        }
         WriteRing(polygon, "1", boundary.exterior);
-        for (const std::vector<FieldPlace>& hole : boundary.holes)
+        for (const std::vector<FieldPlace>& hole : boundary.holes) {
             WriteRing(polygon, "2", hole);
+        }
     }
 
     static void WriteRing(pugi::xml_node& polygon, const char* type,
@@ -81,10 +89,12 @@ private:
     {
         pugi::xml_node lineString = polygon.append_child("LSG");
         Set(lineString, "A", type);
-        for (const FieldPlace& place : ring)
+        for (const FieldPlace& place : ring) {
             WritePoint(lineString, kOtherPoint, place);
-        if (!ring.empty())
+        }
+        if (!ring.empty()) {
             WritePoint(lineString, kOtherPoint, ring.front());
+        }
     }
 
     static void WritePoint(pugi::xml_node& lineString, int type, const FieldPlace& place)
@@ -93,24 +103,28 @@ private:
         Set(point, "A", std::to_string(type));
         Set(point, "C", NineDecimals(place.latitude));
         Set(point, "D", NineDecimals(place.longitude));
-        if (place.height)
+        if (place.height) {
             Set(point, "E", std::to_string(std::llround(*place.height * 1000.0)));
+        }
     }
 
     void WritePlainLine(pugi::xml_node& field, const FieldLine& line)
     {
         const bool isStraight = line.kind == Kestrove::EWaylineTypeAB;
-        if (!isStraight && line.kind != Kestrove::EWaylineTypeABCurve)
+        if (!isStraight && line.kind != Kestrove::EWaylineTypeABCurve) {
             throw Refusal(line, "ISOXML of version 3");
-        if (!isStraight && line.places.size() < 3)
+        }
+        if (!isStraight && line.places.size() < 3) {
             throw CFieldFileProblem(Called(line) +
                                     ": ISOXML of version 3 takes an A-B curve of two "
                                     "points for an A-B line");
+        }
         pugi::xml_node lineString = field.append_child("LSG");
         Set(lineString, "A", "5");
         Set(lineString, "B", Name(line.name, "Line"));
-        for (const FieldPlace& place : line.places)
+        for (const FieldPlace& place : line.places) {
             WritePoint(lineString, kOtherPoint, place);
+        }
     }
 
     void WritePattern(pugi::xml_node& group, const FieldLine& line)
@@ -171,8 +185,9 @@ private:
     {
         const std::string whole = XmlName(name);
         const std::string cut = XmlName(name, kLongestName);
-        if (cut != whole)
+        if (cut != whole) {
             m_file.Note("\"" + whole + "\" was cut to 32 characters: \"" + cut + "\"");
+        }
         return cut.empty() ? otherwise : cut;
     }
 

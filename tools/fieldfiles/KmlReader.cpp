@@ -21,15 +21,18 @@ public:
     FieldPlace Next()
     {
         const std::string longitude = Word();
-        if (!TakeComma())
+        if (!TakeComma()) {
             throw CFieldFileProblem("a coordinate is no pair of longitude and latitude");
+        }
         const std::string latitude = Word();
-        if (TakeComma())
+        if (TakeComma()) {
             Word(); // the altitude
+        }
         const std::optional<double> east = XmlNumber(longitude, "a longitude");
         const std::optional<double> north = XmlNumber(latitude, "a latitude");
-        if (!east || !north || TakeComma())
+        if (!east || !north || TakeComma()) {
             throw CFieldFileProblem("a coordinate is no pair of longitude and latitude");
+        }
         return CheckedPlace(*north, *east);
     }
 
@@ -38,8 +41,9 @@ private:
 
     bool TakeComma()
     {
-        if (*m_rest != ',')
+        if (*m_rest != ',') {
             return false;
+        }
         ++m_rest;
         SkipBlanks();
         return true;
@@ -63,8 +67,9 @@ std::vector<FieldPlace> PlacesIn(const pugi::xml_node& lineOrRing)
     CKmlTuples tuples(ChildOf(lineOrRing, "coordinates").child_value());
     while (tuples.HasMore()) {
         places.push_back(tuples.Next());
-        if (places.size() > FileLimits::kPlaces)
+        if (places.size() > FileLimits::kPlaces) {
             throw CFieldFileTooLarge("places");
+        }
     }
     return places;
 }
@@ -75,8 +80,9 @@ std::vector<std::vector<FieldPlace>> RingsIn(const pugi::xml_node& polygon)
     const pugi::xml_node outer = ChildOf(polygon, "outerBoundaryIs");
     rings.push_back(PlacesIn(ChildOf(outer, "LinearRing")));
     for (const pugi::xml_node& inner : polygon) {
-        if (IsElement(inner, "innerBoundaryIs"))
+        if (IsElement(inner, "innerBoundaryIs")) {
             rings.push_back(PlacesIn(ChildOf(inner, "LinearRing")));
+        }
     }
     return rings;
 }
@@ -94,13 +100,16 @@ std::string DataOf(const pugi::xml_node& placemark, const std::string& name)
         return node.attribute("name").value() == name;
     };
     for (const pugi::xml_node& node : extended) {
-        if (IsElement(node, "Data") && isCalled(node))
+        if (IsElement(node, "Data") && isCalled(node)) {
             return TextOf(node, "value");
-        if (!IsElement(node, "SchemaData"))
+        }
+        if (!IsElement(node, "SchemaData")) {
             continue;
+        }
         const pugi::xml_node simple = node.find_child(isCalled);
-        if (simple)
+        if (simple) {
             return Trimmed(simple.child_value()).substr(0, FileLimits::kNameBytes);
+        }
     }
     return {};
 }
@@ -118,10 +127,12 @@ public:
 
     bool for_each(pugi::xml_node& node) override
     {
-        if (IsElement(node, "Placemark"))
+        if (IsElement(node, "Placemark")) {
             ReadPlacemark(node);
-        if (IsElement(node, "NetworkLink"))
+        }
+        if (IsElement(node, "NetworkLink")) {
             ReadLink(node);
+        }
         return true;
     }
 
@@ -132,8 +143,9 @@ private:
         const std::string path = TextOf(link ? link : ChildOf(networkLink, "Url"), "href");
         // A colon stands behind the scheme of an address.
         const bool isBeside = !path.empty() && path.find(':') == std::string::npos;
-        if (m_beside == nullptr || !isBeside || m_beside->size() >= FileLimits::kExternalFiles)
+        if (m_beside == nullptr || !isBeside || m_beside->size() >= FileLimits::kExternalFiles) {
             return features.file.Note("a link to another file is not followed");
+        }
         m_beside->push_back(path);
     }
 
@@ -150,8 +162,9 @@ private:
         const std::string layer = FolderOf(placemark);
         try {
             found.line.headingDegrees = XmlNumber(DataOf(placemark, "heading"), "the heading");
-            for (const pugi::xml_node& child : placemark)
+            for (const pugi::xml_node& child : placemark) {
                 ReadGeometry(child, found, 0);
+            }
         } catch (const CFieldFileTooLarge&) {
             throw;
         } catch (const CFieldFileProblem& problem) {
@@ -162,8 +175,9 @@ private:
             feature->name = TextOf(placemark, "name");
             feature->kind = DataOf(placemark, "kind");
             feature->field = DataOf(placemark, "field");
-            if (!feature->parts.empty())
+            if (!feature->parts.empty()) {
                 features.Add(std::move(*feature), layer);
+            }
         }
     }
 
@@ -174,8 +188,9 @@ private:
         } else if (IsElement(node, "Polygon")) {
             found.area.parts.push_back(RingsIn(node));
         } else if (IsElement(node, "MultiGeometry") && depth < FileLimits::kDepth) {
-            for (const pugi::xml_node& child : node)
+            for (const pugi::xml_node& child : node) {
                 ReadGeometry(child, found, depth + 1);
+            }
         }
     }
 
@@ -190,8 +205,9 @@ private:
     {
         for (pugi::xml_node node = placemark.parent(); node; node = node.parent()) {
             const bool isFolder = IsElement(node, "Folder") || IsElement(node, "Document");
-            if (isFolder && !TextOf(node, "name").empty())
+            if (isFolder && !TextOf(node, "name").empty()) {
                 return TextOf(node, "name");
+            }
         }
         return "Field";
     }

@@ -29,23 +29,27 @@ void AppendData(pugi::xml_node& placemark, const MapFeature& feature)
         AppendText(item, "value", XmlName(value));
     };
     append("field", feature.field);
-    if (!feature.kind.empty())
+    if (!feature.kind.empty()) {
         append("kind", feature.kind);
-    if (feature.headingDegrees)
+    }
+    if (feature.headingDegrees) {
         append("heading", ShortestNumber(*feature.headingDegrees));
+    }
 }
 
 void AppendPlacemark(pugi::xml_node& folder, const MapFeature& feature)
 {
     pugi::xml_node placemark = folder.append_child("Placemark");
-    if (!feature.name.empty())
+    if (!feature.name.empty()) {
         AppendText(placemark, "name", XmlName(feature.name));
+    }
     AppendData(placemark, feature);
     const std::vector<std::vector<FieldPlace>>& rings = feature.parts.front();
     pugi::xml_node geometry = placemark.append_child(feature.isArea ? "Polygon" : "LineString");
     AppendText(geometry, "tessellate", "1");
-    if (!feature.isArea)
+    if (!feature.isArea) {
         return AppendCoordinates(geometry, rings.front());
+    }
     for (std::size_t i = 0; i < rings.size(); ++i) {
         pugi::xml_node side = geometry.append_child(i == 0 ? "outerBoundaryIs" : "innerBoundaryIs");
         AppendCoordinates(side.append_child("LinearRing"), rings[i]);
@@ -68,10 +72,12 @@ std::string WriteKml(const CFieldFile& file)
         AppendText(folder, "name", XmlName(field.name));
         CFieldFile one;
         one.fields.push_back(field);
-        for (const MapFeature& feature : AreaFeatures(one))
+        for (const MapFeature& feature : AreaFeatures(one)) {
             AppendPlacemark(folder, feature);
-        for (const MapFeature& feature : LineFeatures(one))
+        }
+        for (const MapFeature& feature : LineFeatures(one)) {
             AppendPlacemark(folder, feature);
+        }
     }
     return XmlText(document);
 }

@@ -32,8 +32,9 @@ bool IsCut(const FieldPlace& before, const FieldPlace& place, const FieldPlace& 
     const double eastBefore = std::remainder(place.longitude - before.longitude, 360.0);
     const double eastAfter = std::remainder(after.longitude - place.longitude, 360.0);
     const double east = eastBefore + eastAfter;
-    if (east == 0.0)
+    if (east == 0.0) {
         return false;
+    }
     constexpr double kMillimetre = 1e-8;
     const double expected =
         before.latitude + (after.latitude - before.latitude) * (eastBefore / east);
@@ -46,8 +47,9 @@ std::vector<Places> Joined(const std::vector<std::vector<Places>>& parts)
 {
     std::vector<Places> lines;
     for (const std::vector<Places>& part : parts) {
-        if (part.empty())
+        if (part.empty()) {
             continue;
+        }
         const Places& places = part.front();
         const bool goesOn = !lines.empty() && !lines.back().empty() && places.size() > 1 &&
                             IsOnDateLine(places.front()) &&
@@ -57,8 +59,9 @@ std::vector<Places> Joined(const std::vector<std::vector<Places>>& parts)
             continue;
         }
         Places& line = lines.back();
-        if (line.size() > 1 && IsCut(line[line.size() - 2], line.back(), places[1]))
+        if (line.size() > 1 && IsCut(line[line.size() - 2], line.back(), places[1])) {
             line.pop_back();
+        }
         line.insert(line.end(), places.begin() + 1, places.end());
     }
     return lines;
@@ -67,10 +70,12 @@ std::vector<Places> Joined(const std::vector<std::vector<Places>>& parts)
 /// The three places of a circle whose outline, all the way round, has more.
 Places OfCircle(Places places)
 {
-    if (places.size() > 3 && IsSamePlace(places.front(), places.back()))
+    if (places.size() > 3 && IsSamePlace(places.front(), places.back())) {
         places.pop_back();
-    if (places.size() < 3)
+    }
+    if (places.size() < 3) {
         throw CFieldFileProblem("a circle needs three points");
+    }
     const std::size_t third = places.size() / 3;
     return {places[0], places[third], places[2 * third]};
 }
@@ -80,19 +85,22 @@ Kestrove::EWaylineType KindCalled(const std::string& word,
                                   const std::optional<Kestrove::EWaylineType>& askedFor)
 {
     for (const auto& [name, code] : WaylineKindNames()) {
-        if (word == name && code != Kestrove::EWaylineTypeEmpty)
+        if (word == name && code != Kestrove::EWaylineTypeEmpty) {
             return static_cast<Kestrove::EWaylineType>(code);
+        }
     }
-    if (askedFor)
+    if (askedFor) {
         return *askedFor;
+    }
     throw CFieldFileProblem("\"" + word.substr(0, 40) +
                             "\" is no kind of wayline; --kind says what such lines are");
 }
 
 double HeadingAlong(const Places& places)
 {
-    if (places.size() < 2)
+    if (places.size() < 2) {
         throw CFieldFileProblem("an A-plus-heading line needs a heading");
+    }
     const CLocalFrame frame = FrameAt(places[0]);
     const WaylinePoint ahead = frame.ToLocal(PlaceOf(places[1], frame.Origin().height));
     constexpr double kDegreesInRadian = 57.29577951308232;
@@ -103,15 +111,17 @@ double HeadingAlong(const Places& places)
 FieldLine LineOf(Kestrove::EWaylineType kind, const Places& places,
                  const std::optional<double>& headingDegrees)
 {
-    if (places.empty())
+    if (places.empty()) {
         throw CFieldFileProblem("it has no points");
+    }
     FieldLine line;
     line.kind = kind;
     line.places = places;
     switch (kind) {
     case Kestrove::EWaylineTypeAB:
-        if (places.size() < 2 || IsSamePlace(places.front(), places.back()))
+        if (places.size() < 2 || IsSamePlace(places.front(), places.back())) {
             throw CFieldFileProblem("an A-B line needs two points apart");
+        }
         line.places = {places.front(), places.back()};
         break;
     case Kestrove::EWaylineTypeAHeading:
@@ -123,8 +133,9 @@ FieldLine LineOf(Kestrove::EWaylineType kind, const Places& places,
         break;
     case Kestrove::EWaylineTypeSpline:
     case Kestrove::EWaylineTypeABCurve:
-        if (places.size() < 2)
+        if (places.size() < 2) {
             throw CFieldFileProblem("a line needs two points");
+        }
         break;
     default:
         throw CFieldFileProblem("a " + std::string(KindTitle(kind)) + " has no points");
@@ -136,10 +147,12 @@ FieldLine LineOf(Kestrove::EWaylineType kind, const Places& places,
 Places Closed(const Places& ring, bool isCounterClockwise)
 {
     Places closed = ring;
-    if (!closed.empty() && IsCounterClockwise(ring) != isCounterClockwise)
+    if (!closed.empty() && IsCounterClockwise(ring) != isCounterClockwise) {
         std::reverse(closed.begin(), closed.end());
-    if (!closed.empty())
+    }
+    if (!closed.empty()) {
         closed.push_back(closed.front());
+    }
     return closed;
 }
 
@@ -150,8 +163,9 @@ bool HasHeights(const MapFeature& feature)
     for (const std::vector<Places>& part : feature.parts) {
         for (const Places& places : part) {
             if (std::any_of(places.begin(), places.end(),
-                            [](const FieldPlace& place) { return !place.height; }))
+                            [](const FieldPlace& place) { return !place.height; })) {
                 return false;
+            }
         }
     }
     return true;
@@ -160,18 +174,21 @@ bool HasHeights(const MapFeature& feature)
 void CFeatureReading::Count(std::size_t places)
 {
     m_places += places;
-    if (m_places > FileLimits::kPlaces)
+    if (m_places > FileLimits::kPlaces) {
         throw CFieldFileTooLarge("places");
-    if (++m_features > FileLimits::kFeatures)
+    }
+    if (++m_features > FileLimits::kFeatures) {
         throw CFieldFileTooLarge("lines and boundaries");
+    }
 }
 
 void CFeatureReading::Add(MapFeature feature, const std::string& layer)
 {
     DropFalseHeights(feature);
     for (const std::vector<Places>& part : feature.parts) {
-        for (const Places& places : part)
+        for (const Places& places : part) {
             Count(places.size());
+        }
     }
     Field& field = file.FieldOf(feature.field.empty() ? layer : feature.field);
     try {
@@ -195,15 +212,17 @@ void CFeatureReading::DropFalseHeights(MapFeature& feature)
     for (const std::vector<Places>& part : feature.parts) {
         for (const Places& places : part) {
             for (const FieldPlace& place : places) {
-                if (place.height.value_or(0.0) != 0.0)
+                if (place.height.value_or(0.0) != 0.0) {
                     return;
+                }
             }
         }
     }
     for (std::vector<Places>& part : feature.parts) {
         for (Places& places : part) {
-            for (FieldPlace& place : places)
+            for (FieldPlace& place : places) {
                 place.height.reset();
+            }
         }
     }
 }
@@ -221,8 +240,9 @@ void CFeatureReading::AddLine(const MapFeature& feature, Field& field)
         }
         FieldLine line = LineOf(kind, lines[i], feature.headingDegrees);
         line.name = feature.name;
-        if (lines.size() > 1)
+        if (lines.size() > 1) {
             line.name += (line.name.empty() ? "part " : ", part ") + std::to_string(i + 1);
+        }
         field.lines.push_back(std::move(line));
     }
 }
@@ -230,13 +250,15 @@ void CFeatureReading::AddLine(const MapFeature& feature, Field& field)
 void CFeatureReading::AddAreas(const MapFeature& feature, Field& field)
 {
     for (const std::vector<Places>& rings : feature.parts) {
-        if (rings.empty())
+        if (rings.empty()) {
             throw CFieldFileProblem("it has no exterior ring");
+        }
         FieldBoundary boundary;
         boundary.name = feature.name;
         boundary.exterior = OpenRing(rings.front());
-        for (std::size_t i = 1; i < rings.size(); ++i)
+        for (std::size_t i = 1; i < rings.size(); ++i) {
             boundary.holes.push_back(OpenRing(rings[i]));
+        }
         field.boundaries.push_back(std::move(boundary));
     }
 }
@@ -251,10 +273,12 @@ std::vector<MapFeature> LineFeatures(const CFieldFile& file)
             feature.name = line.name;
             feature.field = field.name;
             feature.kind = KindName(line.kind);
-            if (line.kind == Kestrove::EWaylineTypeCircle)
+            if (line.kind == Kestrove::EWaylineTypeCircle) {
                 CircleOf(line); // one that is none cannot be read back
-            if (line.kind == Kestrove::EWaylineTypeAHeading)
+            }
+            if (line.kind == Kestrove::EWaylineTypeAHeading) {
                 feature.headingDegrees = line.headingDegrees;
+            }
             features.push_back(std::move(feature));
         }
     }
@@ -271,8 +295,9 @@ std::vector<MapFeature> AreaFeatures(const CFieldFile& file)
             feature.name = boundary.name;
             feature.field = field.name;
             std::vector<Places> rings{Closed(boundary.exterior, true)};
-            for (const Places& hole : boundary.holes)
+            for (const Places& hole : boundary.holes) {
                 rings.push_back(Closed(hole, false));
+            }
             feature.parts.push_back(std::move(rings));
             features.push_back(std::move(feature));
         }

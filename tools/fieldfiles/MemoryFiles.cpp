@@ -37,8 +37,9 @@ SAFile Open(const char* name, const char* access)
 SAOffset Read(void* target, SAOffset size, SAOffset count, SAFile handle)
 {
     MemoryFile& file = FileOf(handle);
-    if (size == 0 || file.place >= file.bytes->size())
+    if (size == 0 || file.place >= file.bytes->size()) {
         return 0;
+    }
     const SAOffset whole = std::min<SAOffset>(count, (file.bytes->size() - file.place) / size);
     std::memcpy(target, file.bytes->data() + file.place, whole * size);
     file.place += whole * size;
@@ -49,10 +50,12 @@ SAOffset Write(void* source, SAOffset size, SAOffset count, SAFile handle)
 {
     MemoryFile& file = FileOf(handle);
     const std::size_t end = file.place + size * count;
-    if (end > FileLimits::kBytes)
+    if (end > FileLimits::kBytes) {
         return 0;
-    if (end > file.bytes->size())
+    }
+    if (end > file.bytes->size()) {
         file.bytes->resize(end);
+    }
     std::memcpy(file.bytes->data() + file.place, source, size * count);
     file.place = end;
     return count;
@@ -91,8 +94,9 @@ int Remove(const char* name)
 
 void TakeError(const char* message)
 {
-    if (t_problem.empty())
+    if (t_problem.empty()) {
         t_problem = message;
+    }
 }
 
 double Number(const char* text)

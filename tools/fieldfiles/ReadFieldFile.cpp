@@ -24,8 +24,9 @@ constexpr const char* kIsoXmlName = "taskdata.xml";
 std::string PathIn(const std::string& folder, const std::string& name)
 {
     for (const std::string& there : NamesIn(folder)) {
-        if (LowerCase(there) == LowerCase(name))
+        if (LowerCase(there) == LowerCase(name)) {
             return (std::filesystem::path(folder) / there).string();
+        }
     }
     return {};
 }
@@ -64,13 +65,16 @@ CFieldFile ReadXml(const std::string& bytes, const std::string& path, const Kind
     const std::string beginning = bytes.substr(0, kBeginning);
     const bool isIsoXml = beginning.find("<ISO11783_TaskData") != std::string::npos ||
                           beginning.find("<XFC") != std::string::npos;
-    if (isIsoXml && path == "-")
+    if (isIsoXml && path == "-") {
         return ReadIsoXml(bytes, [](const std::string&) { return std::optional<std::string>(); });
-    if (isIsoXml)
+    }
+    if (isIsoXml) {
         return ReadIsoXmlBeside(bytes, FolderAround(path));
-    if (beginning.find("kml") == std::string::npos && beginning.find('\0') == std::string::npos)
+    }
+    if (beginning.find("kml") == std::string::npos && beginning.find('\0') == std::string::npos) {
         throw CFieldFileProblem("this XML is none that is read; supported are " +
                                 SupportedFieldFormats());
+    }
     return ReadKml(bytes, kind);
 }
 
@@ -82,8 +86,9 @@ bool IsPartOfShapefile(const std::string& path)
 
 CFieldFile ReadShapefileBeside(const std::string& path, const std::string& bytes, const Kind& kind)
 {
-    if (path == "-")
+    if (path == "-") {
         throw CFieldFileProblem("a Shapefile is several files; name its .shp");
+    }
     const std::string own = std::filesystem::path(path).filename().string();
     const std::string stem = WithoutSuffix(own);
     FileSet files;
@@ -120,15 +125,18 @@ public:
     {
         std::string main = Shallowest(
             [](const std::string& path) { return LowerCase(NameInFolder(path)) == kIsoXmlName; });
-        if (!main.empty())
+        if (!main.empty()) {
             return ReadIso(main);
+        }
         main = Shallowest([](const std::string& path) { return SuffixOf(path) == "kml"; });
-        if (!main.empty())
+        if (!main.empty()) {
             return ReadKmlWithLinked(main, kind);
+        }
         CFieldFile file;
         for (const std::string& path : m_zip.Paths()) {
-            if (SuffixOf(path) == "shp")
+            if (SuffixOf(path) == "shp") {
                 Take(file, ReadShapes(path, kind));
+            }
         }
         if (file.fields.empty() && file.refused.empty()) {
             throw CFieldFileProblem("the zip has neither a TASKDATA.XML nor a .kml nor a .shp; "
@@ -147,11 +155,13 @@ private:
         std::string best;
         std::ptrdiff_t fewest = -1;
         for (const std::string& path : m_zip.Paths()) {
-            if (!isWanted(path))
+            if (!isWanted(path)) {
                 continue;
+            }
             const std::string lower = LowerCase(path);
-            if (lower == "taskdata/taskdata.xml" || lower == "doc.kml")
+            if (lower == "taskdata/taskdata.xml" || lower == "doc.kml") {
                 return path;
+            }
             const std::ptrdiff_t folders = std::count(path.begin(), path.end(), '/');
             if (fewest < 0 || folders < fewest) {
                 best = path;
@@ -164,8 +174,9 @@ private:
     std::optional<std::string> UnpackIn(const std::string& folder, const std::string& name)
     {
         for (const std::string& path : m_zip.Paths()) {
-            if (FolderOf(path) == folder && LowerCase(NameInFolder(path)) == LowerCase(name))
+            if (FolderOf(path) == folder && LowerCase(NameInFolder(path)) == LowerCase(name)) {
                 return m_zip.Unpack(path);
+            }
         }
         return std::nullopt;
     }
@@ -200,20 +211,24 @@ private:
         FileSet files;
         for (const char* ending : {"shp", "shx", "dbf", "prj"}) {
             const std::string name = stem + "." + ending;
-            if (std::optional<std::string> bytes = UnpackIn(FolderOf(path), name))
+            if (std::optional<std::string> bytes = UnpackIn(FolderOf(path), name)) {
                 files[LowerCase(name)] = std::move(*bytes);
+            }
         }
         return ReadShapefile(std::move(files), stem, kind);
     }
 
     static void Take(CFieldFile& file, CFieldFile&& more)
     {
-        for (Field& field : more.fields)
+        for (Field& field : more.fields) {
             file.fields.push_back(std::move(field));
-        for (RefusedLine& line : more.refused)
+        }
+        for (RefusedLine& line : more.refused) {
             file.refused.push_back(std::move(line));
-        for (const std::string& note : more.Notes())
+        }
+        for (const std::string& note : more.Notes()) {
             file.Note(note);
+        }
     }
 
     CZipArchive m_zip;
@@ -223,9 +238,10 @@ CFieldFile ReadContent(const std::string& path, const std::string& bytes, const 
 {
     constexpr std::size_t kBeginning = 512;
     const std::optional<EFieldFormat> format = FieldFormatOfContent(bytes.substr(0, kBeginning));
-    if (!format)
+    if (!format) {
         throw CFieldFileProblem("its format is not known; supported are " +
                                 SupportedFieldFormats());
+    }
     switch (*format) {
     case EFieldFormat::Kmz:
         return CZipReading(bytes).Read(kind);
@@ -243,11 +259,13 @@ CFieldFile ReadContent(const std::string& path, const std::string& bytes, const 
 CFieldFile Checked(CFieldFile file)
 {
     const bool isEmpty = file.LineCount() == 0 && file.BoundaryCount() == 0 && file.refused.empty();
-    if (!isEmpty)
+    if (!isEmpty) {
         return file;
+    }
     std::string reason = "there is neither a line nor a boundary in it";
-    for (const std::string& note : file.Notes())
+    for (const std::string& note : file.Notes()) {
         reason += "; " + note;
+    }
     throw CFieldFileProblem(reason);
 }
 

@@ -19,8 +19,9 @@ std::string Bare(const std::string& text)
 {
     std::string bare;
     for (const char letter : text) {
-        if (std::isalnum(static_cast<unsigned char>(letter)) != 0)
+        if (std::isalnum(static_cast<unsigned char>(letter)) != 0) {
             bare += static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+        }
     }
     return bare;
 }
@@ -40,8 +41,9 @@ void CheckReferenceSystem(const std::string& wellKnownText)
     const bool isWorld = Has(Bare(name), "wgs84") || Has(Bare(name), "wgs1984");
     const bool isInDegrees = Has(bare, "degree") && !Has(bare, "grad\"");
     const bool isFromGreenwich = !Has(bare, "primem") || Has(bare, "primemgreenwich");
-    if (isGeographic && isWorld && isInDegrees && isFromGreenwich)
+    if (isGeographic && isWorld && isInDegrees && isFromGreenwich) {
         return;
+    }
     throw CFieldFileProblem("its reference system is \"" +
                             (name.empty() ? wellKnownText.substr(0, 80) : name.substr(0, 200)) +
                             "\"; only WGS 84 in degrees (EPSG:4326) is read");

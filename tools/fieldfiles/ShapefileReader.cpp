@@ -24,8 +24,9 @@ constexpr std::size_t kMostParts = 1000; ///< of a shape
 std::uint32_t BigEndian(const std::string& bytes, std::size_t place)
 {
     std::uint32_t value = 0;
-    for (std::size_t i = 0; i < 4; ++i)
+    for (std::size_t i = 0; i < 4; ++i) {
         value = value << 8U | static_cast<unsigned char>(bytes.at(place + i));
+    }
     return value;
 }
 
@@ -33,8 +34,9 @@ std::uint32_t BigEndian(const std::string& bytes, std::size_t place)
 void CheckLength(const std::string& bytes, const char* ending)
 {
     constexpr std::size_t kLengthPlace = 24;
-    if (bytes.size() < kHeaderBytes)
+    if (bytes.size() < kHeaderBytes) {
         throw CFieldFileProblem("the ." + std::string(ending) + " is too short");
+    }
     const std::uint64_t told = std::uint64_t{2} * BigEndian(bytes, kLengthPlace);
     if (told > bytes.size()) {
         throw CFieldFileProblem("the ." + std::string(ending) +
@@ -46,16 +48,18 @@ void CheckLength(const std::string& bytes, const char* ending)
 const std::string& PartOf(const FileSet& files, const std::string& name, const char* ending)
 {
     const std::string* const bytes = FindFile(files, name + "." + ending);
-    if (bytes == nullptr)
+    if (bytes == nullptr) {
         throw CFieldFileProblem("the ." + std::string(ending) + " of the Shapefile is missing");
+    }
     return *bytes;
 }
 
 /// Text of a table: UTF-8 or, where it is none, Latin-1.
 std::string Utf8Of(const std::string& text)
 {
-    if (XmlName(text, text.size()) == text)
+    if (XmlName(text, text.size()) == text) {
         return text;
+    }
     std::string utf8;
     for (const char letter : text) {
         const auto code = static_cast<unsigned char>(letter);
@@ -75,8 +79,9 @@ class CShapeTable
 public:
     CShapeTable(const std::string& name, SAHooks* hooks)
         : m_table(DBFOpenLL((name + ".dbf").c_str(), "rb", hooks), [](DBFInfo* table) {
-              if (table != nullptr)
+              if (table != nullptr) {
                   DBFClose(table);
+              }
           })
     {
     }
@@ -87,8 +92,9 @@ public:
     std::string TextIn(int row, const char* column) const
     {
         const int index = m_table ? DBFGetFieldIndex(m_table.get(), column) : -1;
-        if (index < 0 || row >= Rows() || DBFIsAttributeNULL(m_table.get(), row, index) != 0)
+        if (index < 0 || row >= Rows() || DBFIsAttributeNULL(m_table.get(), row, index) != 0) {
             return {};
+        }
         const char* const text = DBFReadStringAttribute(m_table.get(), row, index);
         return text == nullptr ? std::string() : Trimmed(Utf8Of(text));
     }
@@ -124,8 +130,9 @@ public:
                 "the parts of the Shapefile disagree: " + std::to_string(count) + " shapes, " +
                 std::to_string(m_table.Rows()) + " rows in the .dbf");
         }
-        for (int row = 0; row < count; ++row)
+        for (int row = 0; row < count; ++row) {
             ReadShape(row, name);
+        }
     }
 
 private:
@@ -146,8 +153,9 @@ private:
             throw CFieldFileProblem("shape " + std::to_string(row + 1) +
                                     " is broken: " + CMemoryFiles::Problem());
         }
-        if (shape->nSHPType == SHPT_NULL || shape->nVertices == 0)
+        if (shape->nSHPType == SHPT_NULL || shape->nVertices == 0) {
             return;
+        }
         MapFeature feature;
         feature.name = m_table.TextIn(row, "NAME");
         feature.kind = m_table.TextIn(row, "KIND");
@@ -159,8 +167,9 @@ private:
             if (feature.isArea) {
                 feature.parts = Areas(parts);
             } else {
-                for (const std::vector<FieldPlace>& part : parts)
+                for (const std::vector<FieldPlace>& part : parts) {
                     feature.parts.push_back({part});
+                }
             }
         } catch (const CFieldFileProblem& problem) {
             throw CFieldFileProblem("shape " + std::to_string(row + 1) + ": " + problem.what());
@@ -170,8 +179,9 @@ private:
 
     static void Destroy(SHPObject* shape)
     {
-        if (shape != nullptr)
+        if (shape != nullptr) {
             SHPDestroyObject(shape);
+        }
     }
 
     static Rings PartsOf(const SHPObject& shape)
@@ -179,12 +189,14 @@ private:
         const bool hasHeights = shape.nSHPType == SHPT_ARCZ || shape.nSHPType == SHPT_POLYGONZ;
         // Of parts that begin at the same point all but the last one are empty.
         const std::set<int> starts(shape.panPartStart, shape.panPartStart + shape.nParts);
-        if (starts.size() > kMostParts)
+        if (starts.size() > kMostParts) {
             throw CFieldFileTooLarge("parts");
+        }
         Rings parts;
         for (int i = 0; i < shape.nVertices; ++i) {
-            if (i == 0 || starts.count(i) != 0)
+            if (i == 0 || starts.count(i) != 0) {
                 parts.emplace_back();
+            }
             parts.back().push_back(
                 CheckedPlace(shape.padfY[i], shape.padfX[i],
                              hasHeights ? std::optional(shape.padfZ[i]) : std::nullopt));
@@ -201,8 +213,9 @@ private:
             const bool crosses = (from.latitude > place.latitude) != (to.latitude > place.latitude);
             if (crosses && place.longitude < from.longitude + (place.latitude - from.latitude) /
                                                                   (to.latitude - from.latitude) *
-                                                                  (to.longitude - from.longitude))
+                                                                  (to.longitude - from.longitude)) {
                 isWithin = !isWithin;
+            }
         }
         return isWithin;
     }
@@ -212,12 +225,14 @@ private:
     {
         std::vector<Rings> areas;
         for (const std::vector<FieldPlace>& ring : rings) {
-            if (rings.size() == 1 || !IsCounterClockwise(ring))
+            if (rings.size() == 1 || !IsCounterClockwise(ring)) {
                 areas.push_back({ring});
+            }
         }
         for (const std::vector<FieldPlace>& ring : rings) {
-            if (rings.size() == 1 || !IsCounterClockwise(ring))
+            if (rings.size() == 1 || !IsCounterClockwise(ring)) {
                 continue;
+            }
             const auto around = std::find_if(areas.begin(), areas.end(), [&](const Rings& area) {
                 return IsWithin(ring.front(), area.front());
             });
@@ -243,28 +258,35 @@ CFieldFile ReadShapefile(FileSet files, const std::string& name,
     const std::string& index = PartOf(files, name, "shx");
     CheckLength(index, "shx");
     constexpr std::size_t kIndexEntryBytes = 8;
-    if ((index.size() - kHeaderBytes) / kIndexEntryBytes > FileLimits::kFeatures)
+    if ((index.size() - kHeaderBytes) / kIndexEntryBytes > FileLimits::kFeatures) {
         throw CFieldFileTooLarge("shapes");
+    }
     const std::string* const system = FindFile(files, name + ".prj");
-    if (system != nullptr)
+    if (system != nullptr) {
         CheckReferenceSystem(*system);
+    }
     const bool hasTable = FindFile(files, name + ".dbf") != nullptr;
     CMemoryFiles memory(files);
     const ShapeHandle shapes(SHPOpenLL((name + ".shp").c_str(), "rb", memory.Hooks()),
                              [](SHPInfo* handle) {
-                                 if (handle != nullptr)
+                                 if (handle != nullptr) {
                                      SHPClose(handle);
+                                 }
                              });
-    if (!shapes)
+    if (!shapes) {
         throw CFieldFileProblem("the Shapefile is broken: " + CMemoryFiles::Problem());
+    }
     const CShapeTable table(name, memory.Hooks());
-    if (hasTable && !table.IsThere())
+    if (hasTable && !table.IsThere()) {
         throw CFieldFileProblem("the .dbf of the Shapefile is broken");
+    }
     CShapefileReading reading(shapes.get(), table, kind);
-    if (!hasTable)
+    if (!hasTable) {
         reading.features.file.Note("the .dbf of the Shapefile is missing, and with it all names");
-    if (system == nullptr)
+    }
+    if (system == nullptr) {
         reading.features.file.Note("the .prj of the Shapefile is missing: taken for WGS 84");
+    }
     reading.ReadAll(name.substr(name.find_last_of('/') + 1));
     return std::move(reading.features.file);
 }

@@ -36,8 +36,9 @@ Coordinates CoordinatesOf(const MapFeature& feature)
 {
     Coordinates coordinates;
     for (std::vector<FieldPlace> ring : feature.parts.front()) {
-        if (feature.isArea) // exterior rings of a Shapefile are clockwise
+        if (feature.isArea) { // exterior rings of a Shapefile are clockwise
             std::reverse(ring.begin(), ring.end());
+        }
         coordinates.starts.push_back(static_cast<int>(coordinates.x.size()));
         for (const FieldPlace& place : ring) {
             coordinates.x.push_back(place.longitude);
@@ -55,8 +56,9 @@ bool WriteShape(SHPInfo* shapes, int type, const MapFeature& feature)
         type, -1, static_cast<int>(at.starts.size()), at.starts.data(), nullptr,
         static_cast<int>(at.x.size()), at.x.data(), at.y.data(), at.z.data(), nullptr);
     const bool isWritten = shape != nullptr && SHPWriteObject(shapes, -1, shape) >= 0;
-    if (shape != nullptr)
+    if (shape != nullptr) {
         SHPDestroyObject(shape);
+    }
     return isWritten;
 }
 
@@ -64,8 +66,9 @@ bool WriteShape(SHPInfo* shapes, int type, const MapFeature& feature)
 std::string Cut(const std::string& text, std::size_t mostBytes)
 {
     std::string cut = XmlName(text);
-    while (cut.size() > mostBytes)
+    while (cut.size() > mostBytes) {
         cut = XmlName(cut.substr(0, mostBytes));
+    }
     return cut;
 }
 
@@ -77,8 +80,9 @@ bool WriteRow(DBFInfo* table, int row, const MapFeature& feature)
         DBFWriteStringAttribute(table, row, kFieldColumn, Cut(feature.field, kNameWidth).c_str()) !=
             0 &&
         DBFWriteStringAttribute(table, row, kKindColumn, feature.kind.c_str()) != 0;
-    if (!isWritten || !feature.headingDegrees)
+    if (!isWritten || !feature.headingDegrees) {
         return isWritten && DBFWriteNULLAttribute(table, row, kHeadingColumn) != 0;
+    }
     return DBFWriteDoubleAttribute(table, row, kHeadingColumn, *feature.headingDegrees) != 0;
 }
 
@@ -103,10 +107,12 @@ bool WriteFeatures(const std::vector<MapFeature>& features, int type, SAHooks* h
         isGood = WriteShape(shapes, type, features[i]) &&
                  WriteRow(table, static_cast<int>(i), features[i]);
     }
-    if (shapes != nullptr)
+    if (shapes != nullptr) {
         SHPClose(shapes);
-    if (table != nullptr)
+    }
+    if (table != nullptr) {
         DBFClose(table);
+    }
     return isGood;
 }
 
@@ -123,10 +129,12 @@ FileSet WriteShapefile(const CFieldFile& file, EShapes shapes)
     const int areaType = hasHeights ? SHPT_POLYGONZ : SHPT_POLYGON;
     FileSet files;
     CMemoryFiles memory(files);
-    if (!WriteFeatures(features, isOfLines ? lineType : areaType, memory.Hooks()))
+    if (!WriteFeatures(features, isOfLines ? lineType : areaType, memory.Hooks())) {
         throw CFieldFileProblem("cannot make a Shapefile: " + CMemoryFiles::Problem());
+    }
     FileSet byEnding{{"prj", kWorldSystemWords}, {"cpg", "UTF-8"}};
-    for (const char* ending : {"shp", "shx", "dbf"})
+    for (const char* ending : {"shp", "shx", "dbf"}) {
         byEnding[ending] = files[std::string("shapes.") + ending];
+    }
     return byEnding;
 }

@@ -45,8 +45,9 @@ public:
 private:
     void Need(std::size_t count) const
     {
-        if (count > Left())
+        if (count > Left()) {
             throw CFieldFileProblem("a geometry ends before its end");
+        }
     }
 
     std::uint64_t Value(std::size_t size)
@@ -92,8 +93,9 @@ GeometryHead ReadHead(CBinaryInput& input)
 std::uint32_t ReadCount(CBinaryInput& input, std::size_t leastBytes)
 {
     const std::uint32_t count = input.Word();
-    if (count > input.Left() / leastBytes)
+    if (count > input.Left() / leastBytes) {
         throw CFieldFileProblem("a geometry announces more than it has");
+    }
     return count;
 }
 
@@ -104,8 +106,9 @@ Places ReadPlaces(CBinaryInput& input, const GeometryHead& head)
         const double longitude = input.Double();
         const double latitude = input.Double();
         const double height = head.hasHeight ? input.Double() : 0.0;
-        if (head.hasMeasure)
+        if (head.hasMeasure) {
             input.Double();
+        }
         place = CheckedPlace(latitude, longitude,
                              head.hasHeight ? std::optional(height) : std::nullopt);
     }
@@ -115,8 +118,9 @@ Places ReadPlaces(CBinaryInput& input, const GeometryHead& head)
 std::vector<Places> ReadRings(CBinaryInput& input, const GeometryHead& head)
 {
     std::vector<Places> rings;
-    for (std::uint32_t left = ReadCount(input, 4); left > 0; --left)
+    for (std::uint32_t left = ReadCount(input, 4); left > 0; --left) {
         rings.push_back(ReadPlaces(input, head));
+    }
     return rings;
 }
 
@@ -136,8 +140,9 @@ void ReadSingle(CBinaryInput& input, const GeometryHead& head, MapFeature& featu
 std::size_t EnvelopeBytes(unsigned code)
 {
     constexpr std::size_t kBytes[] = {0, 32, 48, 48, 64};
-    if (code >= std::size(kBytes))
+    if (code >= std::size(kBytes)) {
         throw CFieldFileProblem("a geometry has an envelope of an unknown form");
+    }
     return kBytes[code];
 }
 
@@ -158,8 +163,9 @@ void AppendPlaces(std::string& bytes, const Places& places, bool hasHeights)
     for (const FieldPlace& place : places) {
         Append(bytes, place.longitude);
         Append(bytes, place.latitude);
-        if (hasHeights)
+        if (hasHeights) {
             Append(bytes, *place.height);
+        }
     }
 }
 
@@ -168,19 +174,23 @@ void AppendPlaces(std::string& bytes, const Places& places, bool hasHeights)
 void ReadGeoPackageGeometry(const std::string& blob, MapFeature& feature)
 {
     CBinaryInput input(blob);
-    if (input.Byte() != 'G' || input.Byte() != 'P')
+    if (input.Byte() != 'G' || input.Byte() != 'P') {
         throw CFieldFileProblem("a geometry is not one of a GeoPackage");
+    }
     input.Skip(1); // the version
     const unsigned flags = input.Byte();
     input.Skip(4); // the reference system, which the table tells
     input.Skip(EnvelopeBytes(flags >> 1U & 7U));
-    if ((flags & 0x10U) != 0)
+    if ((flags & 0x10U) != 0) {
         return;
+    }
     const GeometryHead head = ReadHead(input);
-    if (head.type == kLineString || head.type == kPolygon)
+    if (head.type == kLineString || head.type == kPolygon) {
         return ReadSingle(input, head, feature);
-    if (head.type != kMultiLineString && head.type != kMultiPolygon)
+    }
+    if (head.type != kMultiLineString && head.type != kMultiPolygon) {
         return;
+    }
     constexpr std::size_t kLeastBytes = 9;
     for (std::uint32_t left = ReadCount(input, kLeastBytes); left > 0; --left) {
         const GeometryHead part = ReadHead(input);
@@ -201,13 +211,16 @@ std::string GeoPackageGeometry(const MapFeature& feature)
     }
     std::string bytes("GP\0\x03", 4); // little-endian, with an envelope in two dimensions
     Append(bytes, kWorldSystem);
-    for (const double limit : {west, east, south, north})
+    for (const double limit : {west, east, south, north}) {
         Append(bytes, limit);
+    }
     Append(bytes, std::uint8_t{1});
     Append(bytes, (feature.isArea ? kPolygon : kLineString) + (hasHeights ? 1000U : 0U));
-    if (feature.isArea)
+    if (feature.isArea) {
         Append(bytes, static_cast<std::uint32_t>(rings.size()));
-    for (const Places& ring : rings)
+    }
+    for (const Places& ring : rings) {
         AppendPlaces(bytes, ring, hasHeights);
+    }
     return bytes;
 }

@@ -48,8 +48,9 @@ std::size_t CharacterLength(const std::string& text, std::size_t place)
                                : first < 0xF5 ? 4
                                               : 0;
     for (std::size_t i = 1; i < length; ++i) {
-        if ((at(place + i) & 0xC0U) != 0x80U)
+        if ((at(place + i) & 0xC0U) != 0x80U) {
             return 0;
+        }
     }
     // Overlong ones, surrogates, what is beyond Unicode, and the two that are no characters of XML.
     const unsigned second = at(place + 1);
@@ -104,8 +105,9 @@ std::string LocalName(const pugi::xml_node& node)
 
 bool IsElement(const pugi::xml_node& node, const char* name)
 {
-    if (node.type() != pugi::node_element)
+    if (node.type() != pugi::node_element) {
         return false;
+    }
     const char* const colon = std::strchr(node.name(), ':');
     return std::strcmp(colon == nullptr ? node.name() : colon + 1, name) == 0;
 }
@@ -126,11 +128,13 @@ std::string Trimmed(const std::string& text)
 std::optional<double> XmlNumber(const std::string& text, const std::string& what)
 {
     const std::string bare = Trimmed(text);
-    if (bare.empty())
+    if (bare.empty()) {
         return std::nullopt;
+    }
     const std::optional<double> number = FiniteNumber(bare);
-    if (!number)
+    if (!number) {
         throw CFieldFileProblem(what + " is no number: \"" + bare.substr(0, 40) + "\"");
+    }
     return number;
 }
 

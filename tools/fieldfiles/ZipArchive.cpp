@@ -73,12 +73,15 @@ void CZipArchive::TakePaths()
     for (zip_int64_t i = 0; i < count; ++i) {
         const char* const name = zip_get_name(m_zip, static_cast<zip_uint64_t>(i), 0);
         const std::string path = name == nullptr ? "" : name;
-        if (path.empty())
+        if (path.empty()) {
             continue;
-        if (LeadsOut(path))
+        }
+        if (LeadsOut(path)) {
             throw CFieldFileProblem("the zip has a path that leads out of it: " + path);
-        if (path.back() != '/' && !BelongsToADesktop(path))
+        }
+        if (path.back() != '/' && !BelongsToADesktop(path)) {
             m_paths.push_back(path);
+        }
     }
 }
 
@@ -86,8 +89,9 @@ std::string CZipArchive::Unpack(const std::string& path)
 {
     const std::unique_ptr<zip_file_t, int (*)(zip_file_t*)> file(zip_fopen(m_zip, path.c_str(), 0),
                                                                  zip_fclose);
-    if (file == nullptr)
+    if (file == nullptr) {
         throw CFieldFileProblem(path + " in the zip cannot be read: " + zip_strerror(m_zip));
+    }
     constexpr std::size_t kPiece = 1U << 16;
     std::string bytes;
     for (;;) {
@@ -105,8 +109,9 @@ std::string CZipArchive::Unpack(const std::string& path)
                                     std::to_string(FileLimits::kBytes >> 20) +
                                     " MiB that are read");
         }
-        if (count == 0)
+        if (count == 0) {
             return bytes;
+        }
     }
 }
 
@@ -116,8 +121,9 @@ std::string MakeZip(const std::vector<std::pair<std::string, std::string>>& file
     zip_error_init(&error);
     zip_source_t* const target = zip_source_buffer_create(nullptr, 0, 0, &error);
     zip_t* const archive = zip_open_from_source(target, ZIP_TRUNCATE, &error);
-    if (archive == nullptr)
+    if (archive == nullptr) {
         throw CFieldFileProblem("cannot make a zip: " + ErrorText(error));
+    }
     zip_source_keep(target); // read below, behind the end of the archive
     bool isGood = true;
     for (const auto& [path, bytes] : files) {

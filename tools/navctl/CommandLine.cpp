@@ -73,8 +73,9 @@ std::vector<std::string> WithWholeNumbers(std::vector<std::string> words)
     for (std::string& word : words) {
         const bool isNumber = word.size() > 2 && word.compare(0, 2, "-.") == 0 &&
                               std::isdigit(static_cast<unsigned char>(word[2])) != 0;
-        if (isNumber)
+        if (isNumber) {
             word.insert(1, "0");
+        }
     }
     return words;
 }
@@ -82,8 +83,9 @@ std::vector<std::string> WithWholeNumbers(std::vector<std::string> words)
 std::vector<std::string> WithHelpAsOption(const CLI::App& app, std::vector<std::string> words)
 {
     const std::size_t first = PlaceOfCommand(app, words);
-    if (first >= words.size() || words[first] != kHelpCommand)
+    if (first >= words.size() || words[first] != kHelpCommand) {
         return words;
+    }
     words.erase(words.begin() + static_cast<std::ptrdiff_t>(first));
     words.emplace_back("--help");
     return words;
@@ -99,8 +101,9 @@ std::unique_ptr<CLI::App> MakeCommandLine(CContext& context)
     AddCommonOptions(*app, context);
     // Before the command's own callback.
     app->parse_complete_callback([&context] {
-        if (context.options.trace)
+        if (context.options.trace) {
             context.Output().TraceToErrors();
+        }
     });
     // The groups of commands, in the order of the help.
     AddCommands(*app, context);

@@ -45,8 +45,9 @@ void CContext::WaitLonger(double moreSeconds)
 bool CContext::Reach()
 {
     CNavigationAPI& navigation = Navigation();
-    if (navigation.IsLinkUp())
+    if (navigation.IsLinkUp()) {
         return true;
+    }
     const LinkErrorC error = navigation.LastError();
     FailBy(ConnectFailure(error), error, "");
     return false;
@@ -55,8 +56,9 @@ bool CContext::Reach()
 std::string CContext::OtherProgram(const LinkErrorC& error)
 {
     if (error.code != ELinkError::TimedOut && error.code != ELinkError::BadMessage &&
-        error.code != ELinkError::Closed)
+        error.code != ELinkError::Closed) {
         return {};
+    }
     Disconnect();
     const std::string answer = AnswerOfOtherProtocol(options.timeoutSeconds);
     return answer.empty()
@@ -86,8 +88,9 @@ void CContext::Refuse(const Json& value, const std::string& reason)
 {
     m_exitCode = kExitRefused;
     WriteError(reason);
-    if (WritesJson())
+    if (WritesJson()) {
         Print(value, "");
+    }
 }
 
 void CContext::FailByLink()
@@ -137,7 +140,8 @@ CLinkFailure CallFailure(const LinkErrorC& error)
 CLinkFailure ConnectFailure(const LinkErrorC& error)
 {
     // What has come may be the wrong thing already; anything else means that there is no link.
-    if (error.code == ELinkError::BadMessage || error.code == ELinkError::Closed)
+    if (error.code == ELinkError::BadMessage || error.code == ELinkError::Closed) {
         return CallFailure(error);
+    }
     return {kExitCannotConnect, "cannot connect: " + error.text};
 }

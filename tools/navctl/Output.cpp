@@ -53,8 +53,9 @@ int WriteWhole(int descriptor, const std::string& text, const sigset_t& unblocke
     while (written < text.size()) {
         pollfd entry{descriptor, POLLOUT, 0};
         // A signal that a handler has taken is to end the wait, too.
-        if (::ppoll(&entry, 1, nullptr, &unblocked) < 0)
+        if (::ppoll(&entry, 1, nullptr, &unblocked) < 0) {
             return errno;
+        }
         const std::size_t length = std::min(text.size() - written, most);
         const ssize_t count = ::write(descriptor, text.data() + written, length);
         if (count >= 0) {
@@ -81,11 +82,13 @@ std::size_t LetterLength(const std::string& text, std::size_t place)
     // What a shorter form has, the surrogates, and what lies beyond the last letter.
     const unsigned second = byte(place + 1);
     if ((first == 0xe0 && second < 0xa0) || (first == 0xed && second >= 0xa0) ||
-        (first == 0xf0 && second < 0x90) || (first == 0xf4 && second >= 0x90))
+        (first == 0xf0 && second < 0x90) || (first == 0xf4 && second >= 0x90)) {
         return 0;
+    }
     for (std::size_t at = place + 1; at < place + length; ++at) {
-        if ((byte(at) & 0xc0U) != 0x80U)
+        if ((byte(at) & 0xc0U) != 0x80U) {
             return 0;
+        }
     }
     return length;
 }
@@ -106,8 +109,9 @@ COutput::COutput()
     : m_descriptor(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)),
       m_unblocked(BlockedAtStart())
 {
-    if (m_descriptor < 0)
+    if (m_descriptor < 0) {
         m_problem = std::strerror(errno);
+    }
     const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (nowhere >= 0 && nowhere != STDOUT_FILENO) {
         ::dup2(nowhere, STDOUT_FILENO);
@@ -118,8 +122,9 @@ COutput::COutput()
 
 COutput::~COutput()
 {
-    if (m_descriptor >= 0)
+    if (m_descriptor >= 0) {
         ::close(m_descriptor);
+    }
 }
 
 void COutput::TraceToErrors()
@@ -130,11 +135,13 @@ void COutput::TraceToErrors()
 
 void COutput::Write(const std::string& text)
 {
-    if (HasFailed())
+    if (HasFailed()) {
         return;
+    }
     const int error = WriteWhole(m_descriptor, text, m_unblocked);
-    if (error != 0)
+    if (error != 0) {
         m_problem = std::strerror(error);
+    }
 }
 
 bool COutput::HasLostReader()
@@ -196,8 +203,9 @@ std::string Printable(const std::string& text)
 void WriteError(const std::string& text)
 {
     std::string line = "navctl: " + Printable(text);
-    if (ErrorsAreTerminal())
+    if (ErrorsAreTerminal()) {
         line = Wrapped(line, static_cast<std::size_t>(ColumnsOf(STDERR_FILENO)));
+    }
     WriteWhole(STDERR_FILENO, line + "\n", BlockedAtStart());
 }
 

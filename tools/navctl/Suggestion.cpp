@@ -34,8 +34,9 @@ std::size_t Distance(const std::string& from, const std::string& to)
             std::size_t least =
                 std::min({changed, at(row - 1, column) + 1, at(row, column - 1) + 1});
             if (row > 1 && column > 1 && from[row - 1] == to[column - 2] &&
-                from[row - 2] == to[column - 1])
+                from[row - 2] == to[column - 1]) {
                 least = std::min(least, at(row - 2, column - 2) + 1);
+            }
             at(row, column) = least;
         }
     }
@@ -46,10 +47,11 @@ std::size_t Distance(const std::string& from, const std::string& to)
 std::string InTheirSpelling(const std::string& word)
 {
     std::string spelt;
-    for (const char letter : word)
+    for (const char letter : word) {
         spelt += letter == '_'
                      ? '-'
                      : static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+    }
     return spelt;
 }
 
@@ -64,8 +66,9 @@ Words Nearest(const std::string& word, const Words& words)
             nearest.clear();
             least = distance;
         }
-        if (distance == least && distance <= kMostWrongLetters && distance < word.size())
+        if (distance == least && distance <= kMostWrongLetters && distance < word.size()) {
             nearest.push_back(each);
+        }
     }
     return nearest;
 }
@@ -90,12 +93,14 @@ bool IsNearPart(const std::string& part, const std::string& other)
     constexpr std::size_t kShortestBeginning = 3;
     constexpr std::size_t kWithAnEnd = 5;
     const std::string beginning = part.substr(0, part.size() - (part.size() < kWithAnEnd ? 0 : 1));
-    if (beginning.size() >= kShortestBeginning && other.rfind(beginning, 0) == 0)
+    if (beginning.size() >= kShortestBeginning && other.rfind(beginning, 0) == 0) {
         return true;
+    }
     constexpr std::size_t kShort = 4;
     constexpr std::size_t kLong = 8;
-    if (part.size() < kShort || other.size() < kShort)
+    if (part.size() < kShort || other.size() < kShort) {
         return part == other;
+    }
     return Distance(part, other) <= (part.size() < kLong ? 1 : kMostWrongLetters);
 }
 
@@ -113,8 +118,9 @@ Words WithAllParts(const std::string& word, const Words& words, IsSame isSame)
             return std::any_of(others.begin(), others.end(),
                                [&](const std::string& other) { return isSame(part, other); });
         };
-        if (std::all_of(parts.begin(), parts.end(), isThere))
+        if (std::all_of(parts.begin(), parts.end(), isThere)) {
             found.push_back(each);
+        }
     }
     return found;
 }
@@ -122,8 +128,9 @@ Words WithAllParts(const std::string& word, const Words& words, IsSame isSame)
 std::string Question(const Words& suggested)
 {
     std::string text;
-    for (std::size_t place = 0; place < std::min(suggested.size(), kMostSuggested); ++place)
+    for (std::size_t place = 0; place < std::min(suggested.size(), kMostSuggested); ++place) {
         text += (text.empty() ? "" : " or ") + ('"' + suggested[place] + '"');
+    }
     return text.empty() ? text : "; did you mean " + text + "?";
 }
 
@@ -139,11 +146,13 @@ std::string OppositeMeant(const std::string& word)
     constexpr std::pair<const char*, const char*> kOpposites[] = {
         {"set", "clear"}, {"engage", "disengage"}, {"start", "stop"}};
     const std::string verb = VerbOf(word);
-    if (verb.rfind("un", 0) != 0)
+    if (verb.rfind("un", 0) != 0) {
         return {};
+    }
     for (const auto& [done, takenBack] : kOpposites) {
-        if (Distance(verb.substr(2), done) <= 1)
+        if (Distance(verb.substr(2), done) <= 1) {
             return takenBack;
+        }
     }
     return {};
 }
@@ -154,24 +163,30 @@ Words VerbsMeant(const std::string& word, const Words& commands)
 {
     std::set<std::string> verbs;
     for (const std::string& command : commands) {
-        if (command.find('-') != std::string::npos)
+        if (command.find('-') != std::string::npos) {
             verbs.insert(VerbOf(command));
+        }
     }
-    if (verbs.count(VerbOf(word)) != 0)
+    if (verbs.count(VerbOf(word)) != 0) {
         return {VerbOf(word)};
+    }
     const std::string opposite = OppositeMeant(word);
-    if (!opposite.empty())
+    if (!opposite.empty()) {
         return {opposite};
+    }
     static const std::set<std::string> othersForClear{"remove", "delete", "drop"};
-    if (othersForClear.count(VerbOf(word)) != 0)
+    if (othersForClear.count(VerbOf(word)) != 0) {
         return {"clear"};
+    }
     for (const std::string& verb : verbs) {
-        if (word.rfind(verb, 0) == 0)
+        if (word.rfind(verb, 0) == 0) {
             return {verb};
+        }
     }
     Words nearest = Nearest(VerbOf(word), {verbs.begin(), verbs.end()});
-    if (std::find(nearest.begin(), nearest.end(), "get") != nearest.end())
+    if (std::find(nearest.begin(), nearest.end(), "get") != nearest.end()) {
         nearest.erase(std::remove(nearest.begin(), nearest.end(), "set"), nearest.end());
+    }
     return nearest;
 }
 
@@ -179,11 +194,13 @@ Words VerbsMeant(const std::string& word, const Words& commands)
 /// "getnudge".
 std::string WithVerb(const std::string& word, const Words& verbs)
 {
-    if (verbs.size() != 1 || VerbOf(word) == verbs.front())
+    if (verbs.size() != 1 || VerbOf(word) == verbs.front()) {
         return word;
+    }
     const std::size_t hyphen = word.find('-');
-    if (hyphen != std::string::npos)
+    if (hyphen != std::string::npos) {
         return verbs.front() + word.substr(hyphen);
+    }
     return word.rfind(verbs.front(), 0) == 0
                ? verbs.front() + "-" + word.substr(verbs.front().size())
                : word;
@@ -196,8 +213,9 @@ std::string Suggestion(const std::string& given, const std::vector<std::string>&
     const std::string word = InTheirSpelling(given);
     Words suggested = Nearest(word, words);
     for (const std::string& each : WithAllParts(word, words, std::equal_to<>())) {
-        if (std::find(suggested.begin(), suggested.end(), each) == suggested.end())
+        if (std::find(suggested.begin(), suggested.end(), each) == suggested.end()) {
             suggested.push_back(each);
+        }
     }
     return Question(suggested.empty() ? WithAllParts(word, words, IsNearPart) : suggested);
 }
@@ -213,8 +231,9 @@ std::string SuggestionOfVerbs(const std::string& word, const Words& verbs, const
     for (const std::string& command : commands) {
         const bool isOfVerb = std::find(verbs.begin(), verbs.end(), VerbOf(command)) != verbs.end();
         const bool isPlainToo = isPlain && command.find('-') == std::string::npos;
-        if (isOfVerb || isPlainToo)
+        if (isOfVerb || isPlainToo) {
             possible.push_back(command);
+        }
     }
     const std::string suggestion = Suggestion(word, possible);
     return suggestion.empty() && !verbs.empty() ? Suggestion(WithVerb(word, verbs), possible)
@@ -228,15 +247,17 @@ std::string CommandSuggestion(const std::string& given, const std::vector<std::s
     const std::string word = InTheirSpelling(given);
     const Words verbs = VerbsMeant(word, commands);
     const std::string ofVerbs = SuggestionOfVerbs(word, verbs, commands);
-    if (!ofVerbs.empty())
+    if (!ofVerbs.empty()) {
         return ofVerbs;
+    }
     // What asks for a setting begins with "get", what asks for the state with "is".
     if (verbs == Words{"is"} || verbs == Words{"get"}) {
         const Words other{verbs.front() == "is" ? "get" : "is"};
         return SuggestionOfVerbs(WithVerb(word, other), other, commands);
     }
-    if (!verbs.empty())
+    if (!verbs.empty()) {
         return {};
+    }
     // Without a verb, or with it behind: whatever has all its parts, best as they are.
     const Words exact = WithAllParts(word, commands, std::equal_to<>());
     return Question(exact.empty() ? WithAllParts(word, commands, IsNearPart) : exact);

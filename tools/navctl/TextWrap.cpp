@@ -62,19 +62,23 @@ constexpr std::size_t kLeastIndent = 4;
 
 std::string WrappedLine(const std::string& line, std::size_t columns)
 {
-    if (ColumnsOf(line) <= columns)
+    if (ColumnsOf(line) <= columns) {
         return line;
+    }
     const std::size_t start = std::min(line.find_first_not_of(' '), line.size());
-    if (start > columns / 2 && start > kLeastIndent)
+    if (start > columns / 2 && start > kLeastIndent) {
         return WrappedLine(std::string(kLeastIndent, ' ') + line.substr(start), columns);
+    }
     const std::size_t gap = line.find("  ", start);
     const std::size_t second = gap == std::string::npos ? gap : line.find_first_not_of(' ', gap);
     const std::size_t hanging = start + 2 < columns / 2 ? start + 2 : 0;
-    if (second == std::string::npos)
+    if (second == std::string::npos) {
         return Filled(line.substr(0, start), line, hanging, columns);
+    }
     const std::size_t indent = ColumnsOf(line.substr(0, second));
-    if (indent <= columns / 2 && indent + LongestWord(line.substr(second)) <= columns)
+    if (indent <= columns / 2 && indent + LongestWord(line.substr(second)) <= columns) {
         return Filled(line.substr(0, second), line.substr(second), indent, columns);
+    }
     // The second column has no room beside the first.
     const std::size_t deeper = start + kLeastIndent < columns / 2 ? start + kLeastIndent : 0;
     return Filled(line.substr(0, start), line.substr(start, gap - start), hanging, columns) + "\n" +
@@ -90,8 +94,9 @@ std::string Wrapped(const std::string& text, std::size_t columns)
     while (begin < text.size()) {
         const std::size_t end = std::min(text.find('\n', begin), text.size());
         wrapped += WrappedLine(text.substr(begin, end - begin), columns);
-        if (end < text.size())
+        if (end < text.size()) {
             wrapped += '\n';
+        }
         begin = end + 1;
     }
     return wrapped;

@@ -12,8 +12,9 @@ namespace {
 const CLI::App* CommandBelow(const CLI::App& app, const std::string& name)
 {
     for (const CLI::App* const command : app.get_subcommands(nullptr)) {
-        if (command->get_name() == name)
+        if (command->get_name() == name) {
             return command;
+        }
     }
     return nullptr;
 }
@@ -21,8 +22,9 @@ const CLI::App* CommandBelow(const CLI::App& app, const std::string& name)
 std::vector<std::string> CommandsBelow(const CLI::App& app)
 {
     std::vector<std::string> names;
-    for (const CLI::App* const command : app.get_subcommands(nullptr))
+    for (const CLI::App* const command : app.get_subcommands(nullptr)) {
         names.push_back(command->get_name());
+    }
     return names;
 }
 
@@ -32,8 +34,9 @@ std::vector<std::string> OptionsOf(const CLI::App& app)
     std::vector<std::string> names;
     for (const CLI::App* each = &app; each != nullptr; each = each->get_parent()) {
         for (const CLI::Option* const option : each->get_options()) {
-            for (const std::string& name : option->get_lnames())
+            for (const std::string& name : option->get_lnames()) {
                 names.push_back("--" + name);
+            }
         }
     }
     return names;
@@ -42,8 +45,9 @@ std::vector<std::string> OptionsOf(const CLI::App& app)
 const CLI::Option* FindOption(const CLI::App& app, const std::string& name)
 {
     for (const CLI::App* each = &app; each != nullptr; each = each->get_parent()) {
-        if (const CLI::Option* const option = each->get_option_no_throw(name))
+        if (const CLI::Option* const option = each->get_option_no_throw(name)) {
             return option;
+        }
     }
     return nullptr;
 }
@@ -89,12 +93,14 @@ public:
     {
         for (m_place = 0; m_place < m_words.size() && m_words[m_place] != "--"; ++m_place) {
             const std::string& word = m_words[m_place];
-            if (!(LooksLikeOption(word) ? PassOption(word) : PassCommand(word)))
+            if (!(LooksLikeOption(word) ? PassOption(word) : PassCommand(word))) {
                 return m_problem;
+            }
         }
         // Behind "--" there are arguments alone.
-        for (++m_place; m_place < m_words.size(); ++m_place)
+        for (++m_place; m_place < m_words.size(); ++m_place) {
             m_arguments.push_back(m_words[m_place]);
+        }
         return std::nullopt;
     }
 
@@ -161,8 +167,9 @@ private:
 std::string Joined(const std::vector<std::string>& words, const std::string& separator)
 {
     std::string text;
-    for (const std::string& word : words)
+    for (const std::string& word : words) {
         text += (text.empty() ? "" : separator) + word;
+    }
     return text;
 }
 
@@ -172,16 +179,19 @@ std::string TooMany(const CWordSearch& search)
     std::vector<std::string> names;
     std::size_t count = 0;
     for (const CLI::Option* const option : search.Command().get_options()) {
-        if (!option->get_positional())
+        if (!option->get_positional()) {
             continue;
+        }
         names.push_back(option->get_name());
         count += static_cast<std::size_t>(option->get_items_expected_max());
     }
     std::vector<std::string> surplus;
-    for (std::size_t place = count; place < search.Arguments().size(); ++place)
+    for (std::size_t place = count; place < search.Arguments().size(); ++place) {
         surplus.push_back('"' + search.Arguments()[place] + '"');
-    if (surplus.empty())
+    }
+    if (surplus.empty()) {
         return {};
+    }
     return search.Command().get_name() + " takes " +
            (names.empty() ? "no arguments" : "no more than " + Joined(names, ", ")) +
            "; too much is " + Joined(surplus, " ");
@@ -237,10 +247,12 @@ std::string WrongFlag(const CWordSearch& search, const std::vector<std::string>&
 /// The command that is missing; empty when none is.
 std::string MissingCommand(const CLI::App& app, const CLI::App& command)
 {
-    if (command.get_subcommands(nullptr).empty())
+    if (command.get_subcommands(nullptr).empty()) {
         return {};
-    if (&command == &app)
+    }
+    if (&command == &app) {
         return "a command is missing, such as doctor; navctl --help lists all";
+    }
     return command.get_name() +
            " wants one of its commands: " + Joined(CommandsBelow(command), ", ");
 }
@@ -269,8 +281,9 @@ std::size_t PlaceOfCommand(const CLI::App& app, const std::vector<std::string>& 
     for (; place < words.size() && LooksLikeOption(words[place]); ++place) {
         const std::string name = words[place].substr(0, words[place].find('='));
         const CLI::Option* const option = FindOption(app, name);
-        if (option != nullptr && TakesNextWord(*option, words[place]))
+        if (option != nullptr && TakesNextWord(*option, words[place])) {
             ++place;
+        }
     }
     return std::min(place, words.size());
 }
@@ -279,8 +292,9 @@ std::string UsageProblem(const CLI::App& app, const std::vector<std::string>& wo
                          const CLI::ParseError& error)
 {
     CWordSearch search(app, words);
-    if (const std::optional<std::string> problem = search.Find())
+    if (const std::optional<std::string> problem = search.Find()) {
         return *problem;
+    }
     std::string problem;
     if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
         problem = TooMany(search);

@@ -29,8 +29,9 @@ TEST(CsvRow, SplitsAtCommasOutsideDoubleQuotes)
 TEST(CsvRow, RefusesDoubleQuotesThatAreNotClosedOrFollowed)
 {
     Values values;
-    for (const char* line : {"\"a", "\"a\"b", "x,\"a\"\"", "\"a\" b,c"})
+    for (const char* line : {"\"a", "\"a\"b", "x,\"a\"\"", "\"a\" b,c"}) {
         EXPECT_FALSE(SplitCsvLine(line, values)) << line;
+    }
 }
 
 TEST(CsvRow, WritesValuesThatItReadsBack)
@@ -46,8 +47,9 @@ TEST(CsvRow, TakesFiniteNumbersAlone)
 {
     EXPECT_EQ(-1.5, FiniteNumber("-1.5"));
     EXPECT_EQ(2000.0, FiniteNumber("2e3"));
-    for (const char* text : {"", "nan", "inf", "-inf", "1,5", "1.5x", "0x10", "1e999"})
+    for (const char* text : {"", "nan", "inf", "-inf", "1,5", "1.5x", "0x10", "1e999"}) {
         EXPECT_EQ(std::nullopt, FiniteNumber(text)) << text;
+    }
 }
 
 TEST(CsvHeader, FindsColumnsWithoutRegardToCaseAndUnit)

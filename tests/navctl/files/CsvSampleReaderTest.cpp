@@ -16,8 +16,9 @@ struct Reader
         : pipe(content), lines(pipe.Descriptor(), 1000), csv(lines, options)
     {
         PositionSample sample;
-        while ((last = csv.Next(sample, 1000)) == ESample::Sample)
+        while ((last = csv.Next(sample, 1000)) == ESample::Sample) {
             samples.push_back(sample);
+        }
     }
 
     CPipe pipe;

@@ -25,8 +25,9 @@ TEST(FeedFormat, IsToldByTheBeginningOfTheInput)
         {"# time, lat, lon, paid in $\n", unknown},
         {"# a remark\r\ntime,lat,lon\n", EFeedFormat::Csv},
     };
-    for (const auto& row : rows)
+    for (const auto& row : rows) {
         EXPECT_EQ(row.format, FeedFormatByContent(row.begin)) << row.begin;
+    }
 }
 
 TEST(FeedFormat, IsToldByAnOptionThatIsForOneAlone)
@@ -58,10 +59,12 @@ TEST(ForeignEncoding, NamesWhatAFeedCannotRead)
         {std::string("PK\x03\x04", 4), ": unzip -p FILE"},
         {"BZh9", ": bzcat FILE"},
     };
-    for (const auto& [text, reader] : rows)
+    for (const auto& [text, reader] : rows) {
         EXPECT_NE(std::string::npos, ForeignEncoding(text).find(reader)) << reader;
+    }
     for (const std::string& text :
          {std::string(), words, "\xEF\xBB\xBF" + words, std::string(99, '\0'),
-          std::string("\0\x01binary", 8), std::string("\xb5\x62\x01\x07")})
+          std::string("\0\x01binary", 8), std::string("\xb5\x62\x01\x07")}) {
         EXPECT_EQ("", ForeignEncoding(text)) << text;
+    }
 }

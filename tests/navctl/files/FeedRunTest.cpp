@@ -15,8 +15,9 @@ public:
 
     ESample Next(PositionSample& sample, int) override
     {
-        if (m_next == m_times.size())
+        if (m_next == m_times.size()) {
             return ESample::End;
+        }
         sample = {};
         sample.time = m_times[m_next++];
         sample.yawRate = yawRate;
@@ -54,8 +55,9 @@ public:
     LinkErrorC Send(const PositionSample&, bool, int number) override
     {
         const auto failure = failures.find(++m_attempts);
-        if (failure != failures.end())
+        if (failure != failures.end()) {
             return {failure->second, "told to fail"};
+        }
         sentAt.push_back(m_clock.now - 1000.0);
         numbers.push_back(number);
         return {};
@@ -106,8 +108,9 @@ struct Feed
 void ExpectTimes(const std::vector<double>& expected, const std::vector<double>& actual)
 {
     ASSERT_EQ(expected.size(), actual.size());
-    for (std::size_t i = 0; i < expected.size(); ++i)
+    for (std::size_t i = 0; i < expected.size(); ++i) {
         EXPECT_NEAR(expected[i], actual[i], 1e-6) << "sample " << i;
+    }
 }
 
 } // namespace
@@ -196,8 +199,9 @@ TEST(FeedRun, SendsASampleAgainWhenTheLinkIsBackAndKeepsTheDistances)
 TEST(FeedRun, GivesUpWhenTheLinkDoesNotComeBack)
 {
     Feed feed({0.0, 1.0, 2.0});
-    for (int attempt = 2; attempt < 100; ++attempt)
+    for (int attempt = 2; attempt < 100; ++attempt) {
         feed.sink.failures[attempt] = ELinkError::Refused;
+    }
     const FeedResult result = feed.Run(1.0);
     EXPECT_EQ(EFeedEnd::LinkFailed, result.end);
     EXPECT_EQ(ELinkError::Refused, result.linkError.code);

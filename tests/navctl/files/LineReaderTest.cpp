@@ -14,8 +14,9 @@ std::vector<std::string> AllLines(const std::string& content)
     CLineReader reader(pipe.Descriptor(), 100);
     std::vector<std::string> lines;
     std::string line;
-    while (reader.Next(line) == ELine::Line)
+    while (reader.Next(line) == ELine::Line) {
         lines.push_back(line);
+    }
     return lines;
 }
 
@@ -39,8 +40,9 @@ TEST(LineReader, EndsLinesWithLfCrlfAndCr)
         {"a", {"a"}},
         {"\xEF\xBB\xBFname\nb\n", {"name", "b"}},
     };
-    for (const auto& row : rows)
+    for (const auto& row : rows) {
         EXPECT_EQ(row.lines, AllLines(row.content)) << testing::PrintToString(row.content);
+    }
 }
 
 TEST(LineReader, CutsALineOverTheLimitAndGoesOnBehindIt)
@@ -105,8 +107,9 @@ TEST(LineReader, PeeksUntilItIsEnoughOrTheEnd)
     pipe.Write("a");
     std::string line;
     const auto isLonger = [&](const std::string& text) {
-        if (text == "a")
+        if (text == "a") {
             pipe.Write("b\nc");
+        }
         return text.size() > 1;
     };
     EXPECT_EQ("ab\nc", reader.Peek(isLonger));

@@ -23,8 +23,9 @@ PositionSample At(double x, double y, double time)
 PositionSample LastOf(std::vector<PositionSample> samples)
 {
     CMotionDerivation motion;
-    for (PositionSample& sample : samples)
+    for (PositionSample& sample : samples) {
         motion.Complete(sample);
+    }
     return samples.back();
 }
 
@@ -59,10 +60,12 @@ TEST(MotionDerivation, KeepsWhatTheReceiverGives)
 TEST(MotionDerivation, HasZerosForWhatServicesNeedOfTheFirstSampleAndDoesNotMakeUpTheRest)
 {
     const PositionSample sample = LastOf({At(0, 0, 0.0)});
-    for (const auto& value : {sample.course, sample.speed, sample.yaw, sample.yawRate})
+    for (const auto& value : {sample.course, sample.speed, sample.yaw, sample.yawRate}) {
         EXPECT_EQ(0.0, value);
-    for (const auto& value : {sample.roll, sample.pitch, sample.rollRate, sample.pitchRate})
+    }
+    for (const auto& value : {sample.roll, sample.pitch, sample.rollRate, sample.pitchRate}) {
         EXPECT_FALSE(value.has_value());
+    }
 }
 
 TEST(MotionDerivation, KeepsTheCourseWhileTheMachineStands)
@@ -143,8 +146,9 @@ TEST(MotionDerivation, DerivesNothingFromSamplesThatArriveInABurst)
 TEST(MotionDerivation, DerivesOverSeveralSamplesThatAreVeryClose)
 {
     std::vector<PositionSample> samples;
-    for (int number = 0; number <= 500; ++number)
+    for (int number = 0; number <= 500; ++number) {
         samples.push_back(At(0, number * 0.002, number * 0.001));
+    }
     EXPECT_NEAR(2.0, *LastOf(samples).speed, 1e-3);
 }
 
@@ -154,6 +158,7 @@ TEST(MotionDerivation, DerivesNothingOverANewStartOfTime)
     sample.startsAnew = true;
     sample = LastOf({At(0, 0, 900.0), At(0, 2, 901.0), sample});
     // It may be another recording: nothing of the one before is kept, either.
-    for (const auto& value : {sample.speed, sample.course, sample.yaw, sample.yawRate})
+    for (const auto& value : {sample.speed, sample.course, sample.yaw, sample.yawRate}) {
         EXPECT_EQ(0.0, value);
+    }
 }

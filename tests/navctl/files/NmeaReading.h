@@ -22,8 +22,9 @@ struct NmeaReading
           nmea(lines, NmeaReaderOptions{{day, burstBeginsWith}, {}, false, true, {}})
     {
         PositionSample sample;
-        while (nmea.Next(sample, 1000) == ESample::Sample)
+        while (nmea.Next(sample, 1000) == ESample::Sample) {
             samples.push_back(sample);
+        }
     }
 
     std::uint64_t Skipped(const std::string& reason) const
@@ -46,8 +47,9 @@ inline std::string Rmc(const std::string& time)
 inline std::vector<double> TimesOf(const std::vector<PositionSample>& samples)
 {
     std::vector<double> times;
-    for (const PositionSample& sample : samples)
+    for (const PositionSample& sample : samples) {
         times.push_back(sample.time.value());
+    }
     return times;
 }
 

@@ -11,8 +11,9 @@ std::size_t LongestLine(const std::string& text)
 {
     std::size_t longest = 0;
     std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);)
+    for (std::string line; std::getline(lines, line);) {
         longest = std::max(longest, line.size());
+    }
     return longest;
 }
 
@@ -20,8 +21,9 @@ std::string Words(const std::string& text)
 {
     std::string words;
     std::istringstream stream(text);
-    for (std::string word; stream >> word;)
+    for (std::string word; stream >> word;) {
         words += word + " ";
+    }
     return words;
 }
 

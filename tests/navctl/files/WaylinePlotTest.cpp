@@ -10,8 +10,9 @@ TEST(WaylinePlot, DrawsAxesInMetresAScaleAndTheLetters)
         ListOf({{Kestrove::EWaylineTypeAB, {{0, 0, 0}, {0, 100, 0}}, 0.0, "north <1> & on"}}));
     for (const char* part :
          {"<svg ", "</svg>", "metres east", "metres north", ">A</text>", ">B</text>", ">100</text>",
-          " m</text>", "stroke-dasharray", "north &lt;1&gt; &amp; on"})
+          " m</text>", "stroke-dasharray", "north &lt;1&gt; &amp; on"}) {
         EXPECT_NE(std::string::npos, svg.find(part)) << part;
+    }
     EXPECT_EQ(std::string::npos, svg.find("nan"));
 }
 
@@ -40,6 +41,7 @@ TEST(WaylinePlot, ChoosesRoundStepsForTheGrid)
     {
         double span, count, step;
     } rows[] = {{100, 10, 10}, {100, 8, 20}, {7, 8, 1}, {0.05, 5, 0.01}, {2600, 8, 500}};
-    for (const auto& row : rows)
+    for (const auto& row : rows) {
         EXPECT_NEAR(row.step, RoundStep(row.span, row.count), row.step * 1e-9) << row.span;
+    }
 }

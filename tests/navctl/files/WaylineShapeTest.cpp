@@ -38,8 +38,9 @@ TEST(WaylineShape, LeadsASplineThroughItsPoints)
     const std::vector<WaylinePoint> outline = Outline(spline);
     for (const WaylinePoint& point : spline.points) {
         double nearest = 1e9;
-        for (const WaylinePoint& other : outline)
+        for (const WaylinePoint& other : outline) {
             nearest = std::min(nearest, std::hypot(other.x - point.x, other.y - point.y));
+        }
         EXPECT_NEAR(0.0, nearest, 1e-9) << point.x << "," << point.y;
     }
     EXPECT_GT(*WaylineLength(spline), 30.0);
@@ -50,8 +51,9 @@ TEST(WaylineShape, KeepsASplineFiniteWithPointsInOnePlace)
 {
     const WaylineContent spline =
         Content(Kestrove::EWaylineTypeSpline, {{0, 0, 0}, {0, 0, 0}, {5, 0, 0}, {5, 5, 0}});
-    for (const WaylinePoint& point : Outline(spline))
+    for (const WaylinePoint& point : Outline(spline)) {
         EXPECT_TRUE(std::isfinite(point.x) && std::isfinite(point.y));
+    }
 }
 
 TEST(WaylineShape, FindsTheCircleAndItsSense)

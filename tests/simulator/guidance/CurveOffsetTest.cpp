@@ -55,8 +55,9 @@ std::vector<Line> LinesOf(unsigned seed)
 double NearestOf(const Points& points, const Point& place)
 {
     double nearest = std::numeric_limits<double>::infinity();
-    for (const Point& point : points)
+    for (const Point& point : points) {
         nearest = std::min(nearest, Distance(point, place));
+    }
     return nearest;
 }
 
@@ -86,14 +87,16 @@ TEST(CurveOffset, KeepsWhatALookAtEveryPointKeeps)
                 std::mt19937 random(seed);
                 std::normal_distribution<double> aside(0.0, distance);
                 Points places;
-                for (std::size_t i = 0; i < curve.size(); i += 1 + curve.size() / 150)
+                for (std::size_t i = 0; i < curve.size(); i += 1 + curve.size() / 150) {
                     places.push_back({curve[i].x + aside(random), curve[i].y + aside(random)});
+                }
                 const std::vector<std::size_t> kept = KeptClear(places, curve, distance);
                 const double tolerance = 0.02 + distance / 1000.0;
                 const double spacing = std::max(distance / 20.0, kCurveSpacing);
                 std::vector<bool> isKept(places.size(), false);
-                for (const std::size_t place : kept)
+                for (const std::size_t place : kept) {
                     isKept[place] = true;
+                }
                 for (std::size_t i = 0; i < places.size(); ++i) {
                     const double nearest = NearestOf(curve, places[i]);
                     // What is thinned out changes distances by no more than this.
@@ -128,8 +131,9 @@ TEST(CurveOffset, KeepsNothingNearAnyPointThatItLooksAt)
         const double clearance = distance - (0.02 + distance / 1000.0);
         std::vector<std::size_t> expected;
         for (std::size_t i = 0; i < places.size(); ++i) {
-            if (NearestOf(curve, places[i]) >= clearance)
+            if (NearestOf(curve, places[i]) >= clearance) {
                 expected.push_back(i);
+            }
         }
         ASSERT_EQ(expected, KeptClear(places, curve, distance)) << round;
     }

@@ -8,8 +8,9 @@ namespace {
 double Mean(const std::vector<double>& values)
 {
     double sum = 0.0;
-    for (const double value : values)
+    for (const double value : values) {
         sum += value;
+    }
     return values.empty() ? NAN : sum / static_cast<double>(values.size());
 }
 
@@ -17,16 +18,18 @@ std::vector<double> ErrorsFrom(const std::vector<DriveSample>& samples, double f
 {
     std::vector<double> errors;
     for (const DriveSample& sample : samples) {
-        if (sample.way >= fromWay)
+        if (sample.way >= fromWay) {
             errors.push_back(sample.crossTrack);
+        }
     }
     return errors;
 }
 
 std::vector<double> WithoutSign(std::vector<double> values)
 {
-    for (double& value : values)
+    for (double& value : values) {
         value = std::abs(value);
+    }
     return values;
 }
 
@@ -57,8 +60,9 @@ void AddStraight(std::vector<Point>& points, Pose& pose, double length, double s
 double CDrive::Error95(double fromWay) const
 {
     std::vector<double> errors = WithoutSign(ErrorsFrom(samples, fromWay));
-    if (errors.empty())
+    if (errors.empty()) {
         return NAN;
+    }
     const auto rank = static_cast<std::ptrdiff_t>(0.95 * static_cast<double>(errors.size() - 1));
     std::nth_element(errors.begin(), errors.begin() + rank, errors.end());
     return errors[static_cast<std::size_t>(rank)];
@@ -78,8 +82,9 @@ double CDrive::WayToSettle(double band) const
 {
     double way = 0.0;
     for (const DriveSample& sample : samples) {
-        if (std::abs(sample.crossTrack) > band)
+        if (std::abs(sample.crossTrack) > band) {
             way = sample.way;
+        }
     }
     return way;
 }
@@ -97,8 +102,9 @@ double CDrive::Overshoot() const
 double CDrive::GreatestHeadingError() const
 {
     double greatest = 0.0;
-    for (const DriveSample& sample : samples)
+    for (const DriveSample& sample : samples) {
         greatest = std::max(greatest, std::abs(sample.headingError));
+    }
     return greatest;
 }
 
@@ -107,8 +113,9 @@ int CDrive::Crossings(double band) const
     int crossings = 0;
     double side = 0.0;
     for (const DriveSample& sample : samples) {
-        if (std::abs(sample.crossTrack) <= band)
+        if (std::abs(sample.crossTrack) <= band) {
             continue;
+        }
         crossings += side * sample.crossTrack < 0.0 ? 1 : 0;
         side = sample.crossTrack;
     }
@@ -123,8 +130,9 @@ CDrive DrivenOn(CSimulation& simulation, double seconds)
     while (simulation.Time() < end && simulation.Engaged()) {
         simulation.Step();
         way += std::abs(simulation.Speed()) * CSimulation::kStepSeconds;
-        if (!simulation.ControlRan() || !simulation.Engaged())
+        if (!simulation.ControlRan() || !simulation.Engaged()) {
             continue;
+        }
         const double noise =
             NormaliseTurn(simulation.EstimatedPose().heading - simulation.TruePose().heading);
         drive.samples.push_back(
@@ -138,10 +146,12 @@ std::unique_ptr<CSimulation> Engaged(const DrivePlan& plan)
 {
     auto simulation = std::make_unique<CSimulation>(plan.options);
     simulation->SetImplementWidth(plan.implementWidth);
-    if (plan.prepare)
+    if (plan.prepare) {
         plan.prepare(*simulation);
-    while (simulation->Time() < plan.leadSeconds)
+    }
+    while (simulation->Time() < plan.leadSeconds) {
         simulation->Step();
+    }
     simulation->SetLine(plan.line);
     simulation->StartNavigation(EFollow::LineItself);
     simulation->Engage();

@@ -25,8 +25,9 @@ void FeedFor(CSimulation& simulation, double seconds, double east)
     const double start = simulation.Time();
     while (simulation.Time() < start + seconds - 1e-9) {
         simulation.Feed(SampleAt(east, 2.0 * simulation.Time()));
-        for (int step = 0; step < CSimulation::kStepsPerControl; ++step)
+        for (int step = 0; step < CSimulation::kStepsPerControl; ++step) {
             simulation.Step();
+        }
     }
 }
 

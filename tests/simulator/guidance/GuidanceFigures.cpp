@@ -39,8 +39,9 @@ void Print(const std::string& what, const char* unit, double scale,
 std::vector<CDrive> OfAllSeeds(const std::function<CDrive(std::uint64_t)>& drive)
 {
     std::vector<CDrive> drives;
-    for (std::uint64_t seed = 1; seed <= kSeeds; ++seed)
+    for (std::uint64_t seed = 1; seed <= kSeeds; ++seed) {
         drives.push_back(drive(seed));
+    }
     return drives;
 }
 

@@ -77,8 +77,9 @@ TEST(CurveShape, SplineRunsThroughItsPoints)
 {
     const std::vector<Point> points{{0.0, 0.0}, {3.0, 20.0}, {20.0, 30.0}, {60.0, 25.0}};
     const LineShapePtr shape = Shape(SplineLine(points));
-    for (const Point& point : points)
+    for (const Point& point : points) {
         EXPECT_NEAR(0.0, shape->Project(point).distance, 0.002) << point.x << ", " << point.y;
+    }
 }
 
 TEST(CurveShape, FindsItsWayAlongItselfFromAHint)
@@ -123,13 +124,16 @@ TEST(CurveShape, AParallelInsideOfTheBendHasNoLoop)
 {
     // A hairpin of 8 m radius, followed 12 m to its inside: only the straight parts are left.
     std::vector<Point> points;
-    for (double y = 0.0; y < 60.0; y += 1.0)
+    for (double y = 0.0; y < 60.0; y += 1.0) {
         points.push_back({0.0, y});
-    for (int degrees = 0; degrees <= 120; degrees += 5)
+    }
+    for (int degrees = 0; degrees <= 120; degrees += 5) {
         points.push_back(Moved({8.0, 60.0}, Radians(degrees - 90.0), 8.0, 0.0));
+    }
     const Point end = points.back();
-    for (double way = 1.0; way < 60.0; way += 1.0)
+    for (double way = 1.0; way < 60.0; way += 1.0) {
         points.push_back(Moved(end, Radians(120.0), way, 0.0));
+    }
     const LineShapePtr curve = Shape(CurveLine(points));
 
     const LineShapePtr parallel = curve->Parallel(12.0);
@@ -148,13 +152,15 @@ TEST(CurveShape, AParallelInsideOfTheBendHasNoLoop)
 TEST(Smoothing, TakesNoiseAwayAndLeavesTheBend)
 {
     std::vector<Point> points = ArcPoints(15.0, 170.0, 1.0);
-    for (std::size_t i = 0; i < points.size(); ++i)
+    for (std::size_t i = 0; i < points.size(); ++i) {
         points[i].x += (i % 2 == 0 ? 0.02 : -0.02);
+    }
 
     const std::vector<Point> smoothed = SmoothedByParabolas(points, 11);
 
-    for (std::size_t i = 5; i + 5 < smoothed.size(); ++i)
+    for (std::size_t i = 5; i + 5 < smoothed.size(); ++i) {
         EXPECT_NEAR(15.0, Distance(smoothed[i], {15.0, 0.0}), 0.008) << i;
+    }
 }
 
 TEST(Smoothing, LeavesAFewPointsAlone)
@@ -188,8 +194,9 @@ Point OnOwnParabola(const std::vector<Point>& points, std::size_t at, std::size_
             const double share =
                 dot(basis[lower]) / std::inner_product(basis[lower].begin(), basis[lower].end(),
                                                        basis[lower].begin(), 0.0);
-            for (std::size_t i = 0; i < basis[k].size(); ++i)
+            for (std::size_t i = 0; i < basis[k].size(); ++i) {
                 basis[k][i] -= share * basis[lower][i];
+            }
             values[k] -= share * values[lower];
         }
         double x = 0.0;

@@ -33,8 +33,9 @@ std::vector<Point> Round(const Point& centre, double radius, int count, double r
 std::vector<Point> Bends(int count)
 {
     std::vector<Point> points;
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         points.push_back({20.0 * std::sin(i / 60.0), 0.5 * i});
+    }
     return points;
 }
 
@@ -43,8 +44,9 @@ std::vector<Point> Field(int passes)
 {
     std::vector<Point> points;
     for (int pass = 0; pass < passes; ++pass) {
-        for (int i = 0; i <= 100; ++i)
+        for (int i = 0; i <= 100; ++i) {
             points.push_back({6.0 * pass, 5.0 * (pass % 2 == 0 ? i : 100 - i)});
+        }
     }
     return points;
 }
@@ -71,8 +73,9 @@ Search SearchFrom(const CLineShape& line, const Point& place, double station, st
 TEST(LineWork, OfManyPointsIsKnownWithoutMeasuringThem)
 {
     std::vector<Point> points;
-    for (int i = 0; i < 200000; ++i)
+    for (int i = 0; i < 200000; ++i) {
         points.push_back({1000.0 * i, 0.0});
+    }
     EXPECT_EQ(points.size(), WorkOf(SplineLine(points)));
     EXPECT_EQ(points.size(), WorkOf(RecordedLine(points)));
 }
@@ -111,8 +114,9 @@ TEST(LineSearch, IsBoundedWhereAllOfTheLineIsEquallyFarAway)
 TEST(LineSearch, FindsTheOneNearbyAmongFarOnesAllAround)
 {
     std::vector<Point> points = Round({0.0, 0.0}, 2000.0, 40000);
-    for (int i = 1; i <= 2000; ++i)
+    for (int i = 1; i <= 2000; ++i) {
         points.push_back({1.0, 2000.0 - 2.0 * i});
+    }
     const LineShapePtr line = Curve(points);
 
     for (const double y : {-1500.0, -10.0, 0.0, 0.5, 100.0}) {

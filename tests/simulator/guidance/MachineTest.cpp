@@ -17,8 +17,9 @@ namespace {
 double Deviation(const std::vector<double>& values)
 {
     double squares = 0.0;
-    for (const double value : values)
+    for (const double value : values) {
         squares += value * value;
+    }
     return std::sqrt(squares / static_cast<double>(values.size()));
 }
 
@@ -30,8 +31,9 @@ TEST(Steering, ActsAfterTheDeadTimeWithItsLagAndRateLimit)
         EXPECT_EQ(0.0, steering.SensorAngle()) << step;
     }
     // After one lag 63 % of the small step are done.
-    for (double time = 0.0; time < 0.249; time += kMachineStepSeconds)
+    for (double time = 0.0; time < 0.249; time += kMachineStepSeconds) {
         steering.Step(Radians(2.0));
+    }
     EXPECT_NEAR(0.63 * 2.0, Degrees(steering.SensorAngle()), 0.08);
 }
 
@@ -52,11 +54,13 @@ TEST(Steering, NeitherOutrunsItsRateNorItsStops)
 TEST(Steering, TheWheelsStandAsideByBiasAndPlay)
 {
     CSteering steering(Radians(1.0), Radians(0.5));
-    for (int step = 0; step < 500; ++step)
+    for (int step = 0; step < 500; ++step) {
         steering.Step(Radians(10.0));
+    }
     EXPECT_NEAR(10.75, Degrees(steering.WheelAngle()), 0.01);
-    for (int step = 0; step < 500; ++step)
+    for (int step = 0; step < 500; ++step) {
         steering.Step(0.0);
+    }
     EXPECT_NEAR(1.25, Degrees(steering.WheelAngle()), 0.01);
 }
 
@@ -73,11 +77,13 @@ TEST(Machine, DrivesTheCircleOfItsWheelbaseAndSteeringAngle)
 TEST(Machine, GainsSpeedWithItsAccelerationLimit)
 {
     CMachine machine({}, 0.0, CSteering(0.0, 0.0));
-    for (int step = 0; step < 50; ++step)
+    for (int step = 0; step < 50; ++step) {
         machine.Step(0.0, 3.0, 0.0);
+    }
     EXPECT_NEAR(1.0, machine.Speed(), 1e-9);
-    for (int step = 0; step < 200; ++step)
+    for (int step = 0; step < 200; ++step) {
         machine.Step(0.0, 3.0, 0.0);
+    }
     EXPECT_NEAR(3.0, machine.Speed(), 1e-9);
 }
 
@@ -85,8 +91,9 @@ TEST(Machine, GainsSpeedWithItsAccelerationLimit)
 double Covariance(const std::vector<double>& values, std::size_t steps)
 {
     double sum = 0.0;
-    for (std::size_t i = 0; i + steps < values.size(); ++i)
+    for (std::size_t i = 0; i + steps < values.size(); ++i) {
         sum += values[i] * values[i + steps];
+    }
     return sum / static_cast<double>(values.size() - steps);
 }
 
@@ -155,8 +162,9 @@ std::vector<double> Values(std::uint64_t seed)
     DrivePlan plan = StraightDrive(seed, 2.5, EGround::Field);
     plan.seconds = 60.0;
     std::vector<double> values;
-    for (const DriveSample& sample : Driven(plan).samples)
+    for (const DriveSample& sample : Driven(plan).samples) {
         values.insert(values.end(), {sample.way, sample.crossTrack, sample.headingError});
+    }
     return values;
 }
 

@@ -65,8 +65,9 @@ TEST(Passes, TheNearestChangesAsTheMachineDrivesAcross)
     CSimulation simulation(options);
     FollowNearest(simulation);
 
-    while (simulation.Time() < 3.1)
+    while (simulation.Time() < 3.1) {
         simulation.Step();
+    }
 
     EXPECT_EQ(2, simulation.Status().pass);
 }
@@ -80,8 +81,9 @@ TEST(Passes, OfACircleAreConcentric)
 
     EXPECT_EQ(1, simulation.Status().pass);
     EXPECT_NEAR(1.0, simulation.Status().crossTrackError, 1e-9);
-    for (const Point& point : simulation.FollowedPoints())
+    for (const Point& point : simulation.FollowedPoints()) {
         EXPECT_NEAR(17.0, Distance(point, {20.0, 0.0}), 1e-9);
+    }
 }
 
 TEST(Passes, OfACurveLieAsideEverywhere)
@@ -151,8 +153,9 @@ TEST(Offsets, OfMoreThanHalfAWidthKeepThePassWhileNotEngaged)
     ASSERT_EQ(1, simulation.Status().pass);
 
     simulation.SetFieldOffset(1.8);
-    for (int step = 0; step < 500; ++step)
+    for (int step = 0; step < 500; ++step) {
         simulation.Step();
+    }
 
     EXPECT_EQ(1, simulation.Status().pass);
     EXPECT_NEAR(-1.8, simulation.Status().crossTrackError, 0.01);
@@ -168,8 +171,9 @@ TEST(Offsets, OfMoreThanHalfAWidthKeepThePassWhenTheyEndSteering)
 
     simulation.SetNudge(1.8);
     EXPECT_EQ(1, simulation.Status().pass);
-    for (int step = 0; step < 10; ++step)
+    for (int step = 0; step < 10; ++step) {
         simulation.Step();
+    }
 
     EXPECT_EQ(1, simulation.Status().pass);
     EXPECT_TRUE(simulation.DroppedByService());
@@ -233,8 +237,9 @@ TEST(Offsets, OfMoreThanHalfAWidthEndWithTheNearestPassOnceTheMachineDrivesAcros
 
         while (simulation.TruePose().position.x < 4.0) {
             simulation.Step();
-            if (simulation.Status().pass != passes.back())
+            if (simulation.Status().pass != passes.back()) {
                 passes.push_back(simulation.Status().pass);
+            }
         }
 
         EXPECT_EQ(row.passes, passes) << row.offset;
@@ -274,12 +279,15 @@ TEST(Offsets, OfTheImplementPutTheImplementOnThePass)
 std::vector<Point> CrossingItself()
 {
     std::vector<Point> points;
-    for (double y = -40.0; y < 30.0; y += 1.0)
+    for (double y = -40.0; y < 30.0; y += 1.0) {
         points.push_back({0.0, y});
-    for (int degrees = 0; degrees < 270; degrees += 3)
+    }
+    for (int degrees = 0; degrees < 270; degrees += 3) {
         points.push_back(Moved({20.0, 30.0}, Radians(degrees - 90.0), 20.0, 0.0));
-    for (double x = 20.0; x >= -40.0; x -= 1.0)
+    }
+    for (double x = 20.0; x >= -40.0; x -= 1.0) {
         points.push_back({x, 10.0});
+    }
     return points;
 }
 
@@ -307,8 +315,9 @@ TEST(Offsets, KeepTheEngagedMachineOnItsBranchWhereTheLineCrossesItself)
         ASSERT_EQ(1, simulation.Status().pass);
         ASSERT_TRUE(simulation.Engage());
         // The other branch's pass runs westward at 13 m.
-        while (simulation.TruePose().position.y < 13.2)
+        while (simulation.TruePose().position.y < 13.2) {
             simulation.Step();
+        }
 
         EXPECT_TRUE(row.change(simulation)) << row.name;
 
@@ -323,8 +332,9 @@ TEST(Offsets, KeepTheEngagedMachineOnItsBranchWhereTheLineCrossesItself)
 TEST(CurveFilter, ChangesASetCurveAndKeepsItsPass)
 {
     std::vector<Point> wavy;
-    for (int i = 0; i <= 100; ++i)
+    for (int i = 0; i <= 100; ++i) {
         wavy.push_back({i % 2 == 0 ? 0.1 : -0.1, i - 50.0});
+    }
     CSimulation simulation(StandingAt(3.0));
     simulation.SetCurveFilterSize(1);
     FollowNearest(simulation);
@@ -344,8 +354,9 @@ TEST(CurveFilter, ChangesASetCurveAndKeepsItsPass)
 LineDefinition ToAndFro()
 {
     std::vector<Point> points;
-    for (int i = 0; i < 8; ++i)
+    for (int i = 0; i < 8; ++i) {
         points.push_back({i % 2 == 0 ? 0.3 : -0.3, 0.01 * i});
+    }
     return CurveLine(points);
 }
 

@@ -215,8 +215,9 @@ TEST(SteeringCentre, ResettingTheIntegralForgetsWhatWasLearnt)
     const CDrive after = DrivenOn(*simulation, 60.0);
 
     double greatest = 0.0;
-    for (const DriveSample& sample : after.samples)
+    for (const DriveSample& sample : after.samples) {
         greatest = std::max(greatest, std::abs(sample.crossTrack));
+    }
     EXPECT_GT(greatest, 0.01);
     EXPECT_LT(after.Error95(60.0), 0.005);
 }

@@ -28,7 +28,7 @@
 
 namespace {
 
-constexpr std::size_t kMost = HttpServerC::kMostConnections;
+constexpr std::size_t kMost = CHttpServer::kMostConnections;
 // Nothing ends because it has taken too long.
 constexpr std::chrono::milliseconds kLong = std::chrono::hours(1);
 
@@ -84,8 +84,9 @@ public:
                                                   const std::string& method = "GET")
     {
         std::vector<std::unique_ptr<HttpPeer>> peers;
-        while (peers.size() < count)
+        while (peers.size() < count) {
             peers.push_back(Asking(path, method));
+        }
         return peers;
     }
     /// The paths of all requests that have come whole, in this order.
@@ -95,10 +96,8 @@ public:
         OnLoop([&] { served = m_order; });
         return served;
     }
-    /// Does something on the server's thread.
-    ///
-    /// @return how many requests have come whole after the loop has then looked at its sockets so
-    /// often.
+    /// Does something on the server's thread, and returns how many requests have come whole after
+    /// the loop has then looked at its sockets so often.
     std::size_t ServedAfterLooks(int looks, const std::function<void()>& action)
     {
         std::promise<std::size_t> served;
@@ -147,17 +146,19 @@ public:
     void AnswerThem(const std::string& text)
     {
         OnLoop([&] {
-            for (const auto& connection : std::exchange(m_waiting, {}))
+            for (const auto& connection : std::exchange(m_waiting, {})) {
                 connection->Answer(AnswerOf(text));
+            }
         });
     }
 
 private:
-    void Serve(const std::shared_ptr<HttpConnectionC>& connection)
+    void Serve(const std::shared_ptr<CHttpConnection>& connection)
     {
         const std::string path = connection->Request().path; // closing it takes it away
-        if (path == "/kept")
+        if (path == "/kept") {
             connection->Keep();
+        }
         if (path == "/kept" || path == "/wait") {
             m_waiting.push_back(connection);
         } else if (path == "/shared") {
@@ -174,21 +175,22 @@ private:
     asio::io_context m_loop;
     asio::executor_work_guard<asio::io_context::executor_type> m_stays =
         asio::make_work_guard(m_loop);
-    std::vector<std::shared_ptr<HttpConnectionC>> m_waiting;
+    std::vector<std::shared_ptr<CHttpConnection>> m_waiting;
     std::vector<std::string> m_order;
     std::atomic<std::size_t> m_served{0};
     std::size_t m_works = 0;
     bool m_fails = false;
-    SharedAnswerC::Reply m_endOfWork;
-    SharedAnswerC::Work m_work = [this](SharedAnswerC::Reply reply) {
+    CSharedAnswer::Reply m_endOfWork;
+    CSharedAnswer::Work m_work = [this](CSharedAnswer::Reply reply) {
         ++m_works;
-        if (m_fails)
+        if (m_fails) {
             throw std::bad_alloc();
+        }
         m_endOfWork = std::move(reply);
     };
-    SharedAnswerC m_shared{m_work};
-    SharedAnswerC m_fresh{m_work, kLong};
-    HttpServerC m_server{m_loop,
+    CSharedAnswer m_shared{m_work};
+    CSharedAnswer m_fresh{m_work, kLong};
+    CHttpServer m_server{m_loop,
                          {kLong, kLong, kLong, kLong},
                          {[](const ServedRequest&) { return HttpRefusal(); },
                           [this](const auto& connection) { Serve(connection); }}};
@@ -212,8 +214,9 @@ TEST(Connections, WithACommandThatWaitsForTheServiceGiveWayToNobody)
     server.AnswerThem("at last");
 
     EXPECT_TRUE(IsAnswered(next, "at once"));
-    for (const auto& one : waiting)
+    for (const auto& one : waiting) {
         EXPECT_TRUE(IsAnswered(*one, "at last"));
+    }
 }
 
 TEST(Connections, EndAtOnceWhenTheirPeerGivesUpWhatItHasPosted)
@@ -252,8 +255,9 @@ TEST(Connections, OfPeersThatHaveLeftAreNotServed)
     std::unique_ptr<HttpPeer> listening;
 
     server.OnLoop([&] {
-        for (int one = 0; one < 10; ++one)
+        for (int one = 0; one < 10; ++one) {
             HttpPeer(server.Port()).Send(BytesOf({"GET", "/gone", "", {}, ""}, server.Port()));
+        }
         listening = std::make_unique<HttpPeer>(server.Port());
         listening->Send(BytesOf({"GET", "/listening", "", {}, ""}, server.Port()));
         listening->EndSending();
@@ -307,8 +311,9 @@ TEST(SharedAnswer, IsWorkedOutOnceForAllWhoHaveAskedBefore)
     EXPECT_EQ(2u, server.Works());
 
     server.EndWork(200, "two");
-    for (const auto& other : others)
+    for (const auto& other : others) {
         EXPECT_TRUE(IsAnswered(*other, "two")) << "they asked after the work had begun";
+    }
     EXPECT_EQ(2u, server.Works());
     EXPECT_TRUE(server.Asking("/shared"));
     EXPECT_EQ(3u, server.Works());
@@ -330,8 +335,9 @@ TEST(SharedAnswer, KeepsNothingForThoseWhoHaveLeft)
 {
     CSlowServer server;
     const auto first = server.Asking("/shared");
-    for (std::size_t gone = 0; gone < 4 * kMost; ++gone)
+    for (std::size_t gone = 0; gone < 4 * kMost; ++gone) {
         server.Asking("/shared")->Reset();
+    }
 
     EXPECT_LE(server.Waiting(), kMost);
     const auto last = server.Asking("/shared");
@@ -369,7 +375,7 @@ TEST(WhatIsDoneAfterwards, IsARefusalWhereItThrows)
     std::vector<int> statuses;
     const auto reply = [&](const ServedAnswer& answer) { statuses.push_back(answer.status); };
 
-    WhenDone(reply, [] { throw std::bad_alloc(); })(LoopGateC::EOutcome::Done);
+    WhenDone(reply, [] { throw std::bad_alloc(); })(CLoopGate::EOutcome::Done);
 
     EXPECT_EQ(std::vector<int>{500}, statuses);
 }
@@ -435,8 +441,8 @@ TEST(Connections, ThatAreKeptGiveWayToNobody)
 {
     CSlowServer server;
     // Together they hold more than may be held.
-    const std::string most(HttpServerC::kMostHeld / 5 * 3, ' ');
-    const std::string less(HttpServerC::kMostHeld / 2, ' ');
+    const std::string most(CHttpServer::kMostHeld / 5 * 3, ' ');
+    const std::string less(CHttpServer::kMostHeld / 2, ' ');
     const auto kept = server.Asking("/kept", "POST", most);
     HttpPeer waiting(server.Port());
     waiting.Send(BytesOf({"POST", "/wait", "", {}, less}, server.Port()));
@@ -453,24 +459,27 @@ TEST(Requests, ThatAreShortAreServedBeforeLongBodiesThatCameEarlier)
     const std::string body(50000, ' ');
     CSlowServer server;
     std::vector<std::unique_ptr<HttpPeer>> peers;
-    while (peers.size() < 40)
+    while (peers.size() < 40) {
         peers.push_back(std::make_unique<HttpPeer>(server.Port()));
+    }
     HttpPeer inPieces(server.Port());
     inPieces.Send("POST /pieces HTTP/1.1\r\nContent-Length: 3\r\n\r\na");
     HttpPeer next(server.Port());
     server.Asking("/first"); // all before it have been taken
 
     server.OnLoop([&] {
-        for (const auto& peer : peers)
+        for (const auto& peer : peers) {
             peer->Send(BytesOf({"POST", "/long", "", {}, body}, server.Port()));
+        }
         inPieces.Send("bc");
         next.Send(BytesOf({"GET", "/next", "", {}, ""}, server.Port()));
     });
 
     EXPECT_TRUE(IsAnswered(next, "at once"));
     EXPECT_TRUE(IsAnswered(inPieces, "at once"));
-    for (const auto& peer : peers)
+    for (const auto& peer : peers) {
         EXPECT_TRUE(IsAnswered(*peer, "at once"));
+    }
     const std::vector<std::string> served = server.Served();
     ASSERT_EQ(peers.size() + 3, served.size());
     EXPECT_EQ((std::vector<std::string>{"/first", "/pieces", "/next", "/long"}),
@@ -481,21 +490,24 @@ TEST(Requests, OfLongBodiesAreReadInTurns)
 {
     CSlowServer server;
     std::vector<std::unique_ptr<HttpPeer>> longer;
-    while (longer.size() < 10)
+    while (longer.size() < 10) {
         longer.push_back(std::make_unique<HttpPeer>(server.Port()));
+    }
     HttpPeer last(server.Port());
     server.Asking("/first"); // all before it have been taken
 
     // The others have more to send than it, and come before it.
     server.OnLoop([&] {
-        for (const auto& one : longer)
+        for (const auto& one : longer) {
             one->Send(BytesOf({"POST", "/longer", "", {}, std::string(60000, ' ')}, server.Port()));
+        }
         last.Send(BytesOf({"POST", "/long", "", {}, std::string(20000, ' ')}, server.Port()));
     });
 
     EXPECT_TRUE(IsAnswered(last, "at once"));
-    for (const auto& one : longer)
+    for (const auto& one : longer) {
         EXPECT_TRUE(IsAnswered(*one, "at once"));
+    }
     EXPECT_EQ("/long", server.Served()[1]);
 }
 
@@ -503,17 +515,20 @@ TEST(Requests, OfLongBodiesAreReadOnePortionBetweenTwoLooksAtAllTheOthers)
 {
     CSlowServer server;
     std::vector<std::unique_ptr<HttpPeer>> peers;
-    while (peers.size() < 40)
+    while (peers.size() < 40) {
         peers.push_back(std::make_unique<HttpPeer>(server.Port()));
+    }
     server.Asking("/first"); // all before it have been taken
 
     // Each has four portions, the first of which has the head.
     EXPECT_EQ(1u, server.ServedAfterLooks(20, [&] {
-        for (const auto& peer : peers)
+        for (const auto& peer : peers) {
             peer->Send(BytesOf({"POST", "/long", "", {}, std::string(50000, ' ')}, server.Port()));
+        }
     })) << "/first";
-    for (const auto& peer : peers)
+    for (const auto& peer : peers) {
         EXPECT_TRUE(IsAnswered(*peer, "at once"));
+    }
 }
 
 /// Leaves this process no descriptor, until it ends.
@@ -526,8 +541,9 @@ public:
         // Above all that are open, so that each of those that is closed can be had again.
         rlimit lower = m_before;
         for (int one = 0; one < 1000; ++one) {
-            if (::fcntl(one, F_GETFD) >= 0)
+            if (::fcntl(one, F_GETFD) >= 0) {
                 lower.rlim_cur = static_cast<rlim_t>(one) + 2;
+            }
         }
         ::setrlimit(RLIMIT_NOFILE, &lower);
         Fill();
@@ -535,8 +551,9 @@ public:
     ~CNoDescriptors()
     {
         ::setrlimit(RLIMIT_NOFILE, &m_before);
-        for (const int one : m_taken)
+        for (const int one : m_taken) {
             ::close(one);
+        }
     }
     CNoDescriptors(const CNoDescriptors&) = delete;
     CNoDescriptors& operator=(const CNoDescriptors&) = delete;
@@ -551,8 +568,9 @@ public:
     /// Takes those that are free.
     void Fill()
     {
-        for (int one = ::dup(STDIN_FILENO); one >= 0; one = ::dup(STDIN_FILENO))
+        for (int one = ::dup(STDIN_FILENO); one >= 0; one = ::dup(STDIN_FILENO)) {
             m_taken.push_back(one);
+        }
     }
 
 private:
@@ -568,8 +586,9 @@ TEST(Connections, GiveWayWheneverThereIsNoDescriptor)
     const auto peer = none.Connect(server.Port());
     peer->Send(BytesOf({"GET", "/", "", {}, ""}, server.Port()));
     // It has been tried to take the connection, and there was none to give way.
-    for (int turn = 0; turn < 5; ++turn)
+    for (int turn = 0; turn < 5; ++turn) {
         server.OnLoop([] {});
+    }
 
     // More than the system takes for a peer that does not read.
     server.AnswerThem(std::string(std::size_t{24} << 20U, ' '));

@@ -23,7 +23,7 @@ using nlohmann::json;
 
 namespace {
 
-using Time = LinePainterC::TimePoint;
+using Time = CLinePainter::TimePoint;
 using Milliseconds = std::chrono::milliseconds;
 
 /// A curve of 1500 points with bends of some radius, from west to east.
@@ -57,7 +57,7 @@ public:
     /// Takes in all that is new.
     ///
     /// @return how many bytes that was.
-    std::size_t Take(const EventFeedC& feed)
+    std::size_t Take(const CEventFeed& feed)
     {
         std::size_t bytes = 0;
         for (std::string text = feed.Take(m_seen); !text.empty(); text = feed.Take(m_seen)) {
@@ -103,7 +103,7 @@ private:
         std::sort(shown.begin(), shown.end());
     }
 
-    EventFeedC::Seen m_seen;
+    CEventFeed::Seen m_seen;
     json m_picture;
 };
 
@@ -140,11 +140,11 @@ public:
     void Pass(Milliseconds time) { m_now += time; }
     /// How many seconds have gone by.
     double Passed() const { return std::chrono::duration<double>(m_now - Time()).count(); }
-    const EventFeedC& Feed() const { return m_feed; }
+    const CEventFeed& Feed() const { return m_feed; }
 
 private:
-    EventFeedC m_feed;
-    LinePainterC m_painter{[this] { return m_used += m_secondsOfAPass; }};
+    CEventFeed m_feed;
+    CLinePainter m_painter{[this] { return m_used += m_secondsOfAPass; }};
     Time m_now{};
     double m_used = 0.0;
     double m_secondsOfAPass;
@@ -210,9 +210,9 @@ TEST(Line, WhosePassesTakeLongToDrawTakesASmallShareOfAProcessor)
 
     EXPECT_EQ(7u, viewer.shown.size());
     const double drawn = 8 * 0.2; // the line itself too
-    const double allowed = LinePainterC::kMostSavedSeconds + 0.2;
-    EXPECT_GE(painted.Passed() * LinePainterC::kShareOfAProcessor, drawn - allowed - 1e-9);
-    EXPECT_LT(painted.Passed() * LinePainterC::kShareOfAProcessor, drawn);
+    const double allowed = CLinePainter::kMostSavedSeconds + 0.2;
+    EXPECT_GE(painted.Passed() * CLinePainter::kShareOfAProcessor, drawn - allowed - 1e-9);
+    EXPECT_LT(painted.Passed() * CLinePainter::kShareOfAProcessor, drawn);
 }
 
 TEST(Line, IsWholeForAViewerThatComesLaterInPiecesThatFit)

@@ -14,14 +14,14 @@ namespace {
 using Lines = std::vector<std::string>;
 
 /// A tap whose lines go on to `passedOn`.
-LogTapC TapInto(Lines& passedOn)
+CLogTap TapInto(Lines& passedOn)
 {
-    return LogTapC([&passedOn](ELogLevel, const std::string& text) { passedOn.push_back(text); });
+    return CLogTap([&passedOn](ELogLevel, const std::string& text) { passedOn.push_back(text); });
 }
 
 TEST(LogTap, TellsTheWarningsAndErrorsOfTheWorkAlone)
 {
-    LogTapC tap({});
+    CLogTap tap({});
     const LogSink log = tap.Sink();
     log(ELogLevel::Error, "before");
 
@@ -41,7 +41,7 @@ TEST(LogTap, TellsTheWarningsAndErrorsOfTheWorkAlone)
 TEST(LogTap, PassesAllLinesOnWhateverTheWorkThrows)
 {
     Lines passedOn;
-    LogTapC tap = TapInto(passedOn);
+    CLogTap tap = TapInto(passedOn);
     const LogSink log = tap.Sink();
     log(ELogLevel::Debug, "before");
 
@@ -57,7 +57,7 @@ TEST(LogTap, PassesAllLinesOnWhateverTheWorkThrows)
 
 TEST(LogTap, DoesNotTellOfWorkThatThrewWithTheNext)
 {
-    LogTapC tap({});
+    CLogTap tap({});
     const LogSink log = tap.Sink();
 
     EXPECT_THROW(tap.LinesOf([&] {
@@ -71,7 +71,7 @@ TEST(LogTap, DoesNotTellOfWorkThatThrewWithTheNext)
 
 TEST(LogTap, KeepsNoLinesAfterWorkThatThrew)
 {
-    LogTapC tap({});
+    CLogTap tap({});
     const LogSink log = tap.Sink();
     const std::string line(1000, 'x');
     EXPECT_THROW(tap.LinesOf([] { throw std::runtime_error("a fault"); }), std::runtime_error);
@@ -85,9 +85,10 @@ TEST(LogTap, KeepsNoLinesAfterWorkThatThrew)
 TEST(LogTap, KeepsNoLinesAfterLogThatThrew)
 {
     bool fails = true;
-    LogTapC tap([&fails](ELogLevel, const std::string&) {
-        if (fails)
+    CLogTap tap([&fails](ELogLevel, const std::string&) {
+        if (fails) {
             throw std::runtime_error("no room on the disk");
+        }
     });
     const LogSink log = tap.Sink();
     EXPECT_THROW(tap.LinesOf([&] { log(ELogLevel::Warning, "lost"); }), std::runtime_error);

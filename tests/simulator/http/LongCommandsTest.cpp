@@ -66,7 +66,7 @@ TEST(LongCommands, AreOvertakenByTheEndOfSteering)
 }
 
 /// Carries a command out as the one that came at a place among the others.
-std::string Carried(PageCommandsC& commands, const std::string& body, std::uint64_t arrival)
+std::string Carried(CPageCommands& commands, const std::string& body, std::uint64_t arrival)
 {
     PageCommand command = commands.ReadCommand(body);
     command.arrival = arrival;
@@ -75,7 +75,7 @@ std::string Carried(PageCommandsC& commands, const std::string& body, std::uint6
     commands.CarryOut(
         command, outcome, [] { return true; }, [&] { isDone = true; });
     EXPECT_TRUE(isDone);
-    return PageCommandsC::Write(command, *outcome).json;
+    return CPageCommands::Write(command, *outcome).json;
 }
 
 /// A service whose long work is done when a test lets its loop run, and what the page asks of it.
@@ -88,8 +88,8 @@ public:
         options.log = m_log.Sink();
         options.simulation.speed = 2.0;
         options.work = &m_queue;
-        m_core = std::make_unique<ServiceCoreC>(std::move(options));
-        m_commands = std::make_unique<PageCommandsC>(*m_core, m_log);
+        m_core = std::make_unique<CServiceCore>(std::move(options));
+        m_commands = std::make_unique<CPageCommands>(*m_core, m_log);
     }
 
     /// Has a command carried out.
@@ -102,24 +102,25 @@ public:
         auto answer = std::make_shared<PageAnswer>(PageAnswer{0, ""});
         m_commands->CarryOut(
             *command, outcome, [] { return true; },
-            [=] { *answer = PageCommandsC::Write(*command, *outcome); });
+            [=] { *answer = CPageCommands::Write(*command, *outcome); });
         return answer;
     }
     void Finish()
     {
-        while (m_queue.Waiting() != 0)
+        while (m_queue.Waiting() != 0) {
             m_loop.run_one();
+        }
     }
-    ServiceCoreC& Core() { return *m_core; }
+    CServiceCore& Core() { return *m_core; }
 
 private:
     asio::io_context m_loop;
     asio::executor_work_guard<asio::io_context::executor_type> m_stays =
         asio::make_work_guard(m_loop);
-    LogTapC m_log{{}};
-    WorkQueueC m_queue{m_loop};
-    std::unique_ptr<ServiceCoreC> m_core;
-    std::unique_ptr<PageCommandsC> m_commands;
+    CLogTap m_log{{}};
+    CWorkQueue m_queue{m_loop};
+    std::unique_ptr<CServiceCore> m_core;
+    std::unique_ptr<CPageCommands> m_commands;
 };
 
 TEST(LongCommands, AreRefusedWhileTooManyWait)
@@ -131,8 +132,9 @@ TEST(LongCommands, AreRefusedWhileTooManyWait)
     ASSERT_EQ(200, set->status) << set->json;
     for (int round = 0; round < 2; ++round) {
         std::vector<std::shared_ptr<PageAnswer>> answers;
-        for (int count = 0; count < PageCommandsC::kMostQueued; ++count)
+        for (int count = 0; count < CPageCommands::kMostQueued; ++count) {
             answers.push_back(service.Ask(take));
+        }
         const auto more = service.Ask(take);
         const auto quick = service.Ask(kDisengage);
 
@@ -141,8 +143,9 @@ TEST(LongCommands, AreRefusedWhileTooManyWait)
         EXPECT_EQ(R"({"reasons":[],"result":1})", quick->json);
         EXPECT_EQ(0, answers.front()->status);
         service.Finish();
-        for (const auto& answer : answers)
+        for (const auto& answer : answers) {
             EXPECT_EQ(200, answer->status) << answer->json.substr(0, 100);
+        }
     }
 }
 
@@ -152,8 +155,9 @@ TEST(LongCommands, LetTheServicesClientsHaveTheirTurnsBetweenThem)
     service.Ask(LongSpline(3000));
     service.Finish();
     std::vector<std::shared_ptr<PageAnswer>> answers;
-    for (int count = 0; count < 4; ++count)
+    for (int count = 0; count < 4; ++count) {
         answers.push_back(service.Ask(R"({"operation":"get_wayline"})"));
+    }
     std::vector<int> before;
     for (int client = 0; client < 2; ++client) {
         service.Core().Queue(
@@ -169,13 +173,13 @@ TEST(LongCommands, LetTheServicesClientsHaveTheirTurnsBetweenThem)
 
 TEST(Engaging, IsNotCarriedOutAfterTheDisengagingThatCameBehindIt)
 {
-    LogTapC log({});
+    CLogTap log({});
     ServiceCoreOptions options;
     options.log = log.Sink();
     options.simulation.speed = 2.0;
-    ServiceCoreC core(std::move(options));
+    CServiceCore core(std::move(options));
     core.Advance(0.5);
-    PageCommandsC commands(core, log);
+    CPageCommands commands(core, log);
     const std::string engage = R"({"operation":"EngageSteering","arguments":[1]})";
     Carried(commands, R"({"operation":"set_wayline","arguments":[0,0.5,0,0,0.5,100,0]})", 1);
     Carried(commands, R"({"operation":"StartNavigation","arguments":[1,0]})", 2);
@@ -197,14 +201,14 @@ TEST(Disengaging, IsNotCutOffByThoseWhoComeAfterIt)
     HttpPeer disengaging(page.Port());
     std::vector<std::unique_ptr<HttpPeer>> others;
 
-    page.OnLoop([&](ServiceCoreC&) {
+    page.OnLoop([&](CServiceCore&) {
         disengaging.Send(BytesOf({"POST",
                                   "/command",
                                   "",
                                   {type},
                                   R"({"operation":"DisengageSteering","arguments":[1]})"},
                                  page.Port()));
-        for (std::size_t count = 0; count < HttpServerC::kMostConnections + 50; ++count) {
+        for (std::size_t count = 0; count < CHttpServer::kMostConnections + 50; ++count) {
             others.push_back(std::make_unique<HttpPeer>(page.Port()));
             others.back()->Send(
                 BytesOf({"POST", "/command", "", {type}, R"({"operation":"IsSteeringEngaged"})"},

@@ -13,17 +13,17 @@
 
 namespace {
 
-using EOutcome = LoopGateC::EOutcome;
+using EOutcome = CLoopGate::EOutcome;
 
 /// A gate whose loops run when a test lets them.
 struct GateUnderTest
 {
     /// Hands over work with a number, which is kept in `begun` and its outcome in `outcomes`.
-    void Run(std::size_t number, LoopGateC::EOrder order = LoopGateC::EOrder::InTurn)
+    void Run(std::size_t number, CLoopGate::EOrder order = CLoopGate::EOrder::InTurn)
     {
         outcomes.resize(number + 1);
         gate.Run(
-            [this, number](const LoopGateC::Done& done) {
+            [this, number](const CLoopGate::Done& done) {
                 begun.push_back(number);
                 done();
             },
@@ -41,15 +41,16 @@ struct GateUnderTest
     asio::io_context own;
     std::vector<std::size_t> begun;
     std::vector<std::vector<EOutcome>> outcomes;
-    LoopGateC gate{service, own, std::chrono::hours(1)};
+    CLoopGate gate{service, own, std::chrono::hours(1)};
 };
 
 TEST(LoopGate, HasWhatIsUrgentBegunBeforeWhatHasBeenHandedOver)
 {
     GateUnderTest test;
-    for (std::size_t number = 0; number < 3; ++number)
+    for (std::size_t number = 0; number < 3; ++number) {
         test.Run(number);
-    test.Run(3, LoopGateC::EOrder::AtOnce);
+    }
+    test.Run(3, CLoopGate::EOrder::AtOnce);
 
     test.RunBoth();
 
@@ -67,7 +68,7 @@ TEST(LoopGate, LetsTheServiceDoItsOtherWorkBetweenPiecesThatTakeLong)
     };
     for (const char* const name : {"first", "second"}) {
         test.gate.Run(
-            [&, name](const LoopGateC::Done& finished) {
+            [&, name](const CLoopGate::Done& finished) {
                 done.emplace_back(name);
                 asio::post(test.service, [&] { done.emplace_back("the service's"); });
                 spin(); // for more than a turn
@@ -85,24 +86,26 @@ TEST(LoopGate, LetsTheServiceDoItsOtherWorkBetweenPiecesThatTakeLong)
 TEST(LoopGate, GivesUpTheOldestWhenTooMuchWaits)
 {
     GateUnderTest test;
-    const std::size_t most = LoopGateC::kMostUnderWay + LoopGateC::kMostWaiting;
-    for (std::size_t number = 0; number < most; ++number)
+    const std::size_t most = CLoopGate::kMostUnderWay + CLoopGate::kMostWaiting;
+    for (std::size_t number = 0; number < most; ++number) {
         test.Run(number);
+    }
     test.Run(most);
     test.Run(most + 1);
-    test.Run(most + 2, LoopGateC::EOrder::AtOnce);
+    test.Run(most + 2, CLoopGate::EOrder::AtOnce);
 
     const std::vector<EOutcome> givenUp{EOutcome::NotDone};
-    EXPECT_TRUE(test.outcomes[LoopGateC::kMostUnderWay - 1].empty());
-    EXPECT_EQ(givenUp, test.outcomes[LoopGateC::kMostUnderWay]);
-    EXPECT_EQ(givenUp, test.outcomes[LoopGateC::kMostUnderWay + 1]);
-    EXPECT_TRUE(test.outcomes[LoopGateC::kMostUnderWay + 2].empty());
+    EXPECT_TRUE(test.outcomes[CLoopGate::kMostUnderWay - 1].empty());
+    EXPECT_EQ(givenUp, test.outcomes[CLoopGate::kMostUnderWay]);
+    EXPECT_EQ(givenUp, test.outcomes[CLoopGate::kMostUnderWay + 1]);
+    EXPECT_TRUE(test.outcomes[CLoopGate::kMostUnderWay + 2].empty());
     test.RunBoth();
 
     EXPECT_EQ(most + 1, test.begun.size());
     EXPECT_EQ(std::vector<EOutcome>{EOutcome::Done}, test.outcomes[most + 2]);
-    for (std::size_t number = 0; number < most + 3; ++number)
+    for (std::size_t number = 0; number < most + 3; ++number) {
         EXPECT_EQ(1U, test.outcomes[number].size()) << number;
+    }
 }
 
 } // namespace

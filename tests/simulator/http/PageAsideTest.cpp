@@ -62,8 +62,9 @@ public:
     void RunUntil(const std::function<bool()>& condition)
     {
         const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (!condition() && std::chrono::steady_clock::now() < until)
+        while (!condition() && std::chrono::steady_clock::now() < until) {
             m_loop.run_one_for(std::chrono::milliseconds(10));
+        }
         EXPECT_TRUE(condition());
     }
 
@@ -78,14 +79,14 @@ public:
     };
     /// The pieces of work that have ended, in this order.
     const std::vector<End>& Ended() const { return m_ended; }
-    PageAsideC& Aside() { return m_aside; }
+    CPageAside& Aside() { return m_aside; }
 
 private:
     asio::io_context m_loop;
-    std::vector<std::shared_ptr<HttpConnectionC>> m_asking;
+    std::vector<std::shared_ptr<CHttpConnection>> m_asking;
     std::vector<End> m_ended;
-    PageAsideC m_aside{m_loop};
-    HttpServerC m_server{m_loop,
+    CPageAside m_aside{m_loop};
+    CHttpServer m_server{m_loop,
                          {kNeverOver, kNeverOver, kNeverOver, kNeverOver},
                          {[](const ServedRequest&) { return HttpRefusal(); },
                           [this](const auto& connection) { m_asking.push_back(connection); }}};
@@ -124,8 +125,9 @@ TEST(WorkAside, EndsWhenItsAskerGoes)
     aside.Work(0, [&] {
         begun.set_value();
         const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (std::chrono::steady_clock::now() < until)
+        while (std::chrono::steady_clock::now() < until) {
             EndWorkIfStopped();
+        }
     });
     begun.get_future().wait();
 
@@ -147,8 +149,9 @@ TEST(WorkAside, EndsWithTheServer)
             begun.set_value();
             const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(60);
             try {
-                while (std::chrono::steady_clock::now() < until)
+                while (std::chrono::steady_clock::now() < until) {
                     EndWorkIfStopped();
+                }
             } catch (const CWorkEnded&) {
                 isStopped = true;
             }

@@ -55,10 +55,12 @@ TEST(Polyline, OfACircleIsWithinACentimetreAndEndsWhereItBegins)
 TEST(Polyline, KeepsTheCornersAndLeavesOutWhatIsBetweenThem)
 {
     std::vector<Point> points;
-    for (int count = 0; count <= 10; ++count)
+    for (int count = 0; count <= 10; ++count) {
         points.push_back({static_cast<double>(count), 0.0});
-    for (int count = 1; count <= 10; ++count)
+    }
+    for (int count = 1; count <= 10; ++count) {
         points.push_back({10.0, static_cast<double>(count)});
+    }
 
     const std::vector<Point> left = Simplified(points, 0.01);
 
@@ -67,14 +69,15 @@ TEST(Polyline, KeepsTheCornersAndLeavesOutWhatIsBetweenThem)
 
 TEST(RequestBody, IsWhatComesInPiecesOfAnyLength)
 {
-    constexpr std::size_t kBlock = RequestBodyC::kBlockBytes;
+    constexpr std::size_t kBlock = CRequestBody::kBlockBytes;
     for (const std::size_t length :
          {std::size_t{0}, std::size_t{1}, kBlock, kBlock + 1, 2 * kBlock, 5 * kBlock + 7}) {
         std::string text;
-        while (text.size() < length)
+        while (text.size() < length) {
             text.push_back(static_cast<char>('a' + text.size() % 23));
+        }
         for (const std::size_t piece : {std::size_t{7}, kBlock - 1, kBlock + 1, 3 * kBlock}) {
-            RequestBodyC body(length);
+            CRequestBody body(length);
             for (std::size_t at = 0; at < length; at += piece) {
                 EXPECT_FALSE(body.IsWhole());
                 body.Append(text.data() + at, std::min(piece, length - at));
@@ -91,15 +94,15 @@ TEST(RequestBody, IsWhatComesInPiecesOfAnyLength)
 
 TEST(RequestBody, HoldsLittleMoreThanHasCome)
 {
-    RequestBodyC body(std::size_t{4} << 20U);
+    CRequestBody body(std::size_t{4} << 20U);
     EXPECT_EQ(0u, body.Held());
     const std::string piece(1000, 'x');
     while (!body.IsWhole()) {
         body.Append(piece.data(), piece.size());
         EXPECT_GE(body.Held(), body.Size());
-        EXPECT_LE(body.Held(), body.Size() + 2 * RequestBodyC::kBlockBytes);
+        EXPECT_LE(body.Held(), body.Size() + 2 * CRequestBody::kBlockBytes);
     }
-    RequestBodyC brief(60);
+    CRequestBody brief(60);
     brief.Append(piece.data(), 1);
     EXPECT_LT(brief.Held(), 200u);
 }
@@ -107,16 +110,17 @@ TEST(RequestBody, HoldsLittleMoreThanHasCome)
 TEST(RequestReader, HasAHundredHeadersAtMost)
 {
     for (const std::size_t count :
-         {RequestReaderC::kMostHeaders, RequestReaderC::kMostHeaders + 1}) {
+         {CRequestReader::kMostHeaders, CRequestReader::kMostHeaders + 1}) {
         std::string head = "GET / HTTP/1.1\r\n";
-        for (std::size_t one = 0; one < count; ++one)
+        for (std::size_t one = 0; one < count; ++one) {
             head += "a:\r\n";
-        RequestReaderC reader;
+        }
+        CRequestReader reader;
 
-        const RequestReaderC::EStage stage = reader.Take((head + "\r\n").data(), head.size() + 2);
+        const CRequestReader::EStage stage = reader.Take((head + "\r\n").data(), head.size() + 2);
 
-        EXPECT_EQ(count <= RequestReaderC::kMostHeaders ? RequestReaderC::EStage::Headed
-                                                        : RequestReaderC::EStage::TooManyHeaders,
+        EXPECT_EQ(count <= CRequestReader::kMostHeaders ? CRequestReader::EStage::Headed
+                                                        : CRequestReader::EStage::TooManyHeaders,
                   stage);
     }
 }
@@ -126,7 +130,7 @@ TEST(RequestReader, CountsAllThatItHolds)
     const std::string head = "GET /" + std::string(3000, 'p') +
                              " HTTP/1.1\r\nname: " + std::string(5000, 'v') + "\r\n" +
                              std::string(1000, 'n') + ": short\r\n\r\n";
-    RequestReaderC reader;
+    CRequestReader reader;
     reader.Take(head.data(), head.size());
     EXPECT_GE(reader.Held(), 3000U + 5000 + 1000);
     EXPECT_LE(reader.Held(), 3 * head.size());
@@ -137,32 +141,32 @@ TEST(RequestReader, CountsAllThatItHolds)
 
 TEST(RequestReader, KnowsALongBodyByItsAnnouncedLength)
 {
-    constexpr std::size_t kFirstLong = RequestReaderC::kLongBodyBytes + 1;
+    constexpr std::size_t kFirstLong = CRequestReader::kLongBodyBytes + 1;
     for (const std::size_t length : {std::size_t{2}, kFirstLong - 1, kFirstLong}) {
-        RequestReaderC reader;
+        CRequestReader reader;
         const std::string head =
             "POST / HTTP/1.1\r\nContent-Length: " + std::to_string(length) + "\r\n\r\n";
-        EXPECT_EQ(RequestReaderC::EStage::Headed, reader.Take(head.data(), head.size()));
+        EXPECT_EQ(CRequestReader::EStage::Headed, reader.Take(head.data(), head.size()));
         EXPECT_FALSE(reader.IsWithinLongBody());
 
-        EXPECT_EQ(RequestReaderC::EStage::Body, reader.ReadBody());
+        EXPECT_EQ(CRequestReader::EStage::Body, reader.ReadBody());
         EXPECT_EQ(length == kFirstLong, reader.IsWithinLongBody()) << length;
 
         const std::string body(length, 'x');
-        EXPECT_EQ(RequestReaderC::EStage::Whole, reader.Take(body.data(), body.size()));
+        EXPECT_EQ(CRequestReader::EStage::Whole, reader.Take(body.data(), body.size()));
         EXPECT_FALSE(reader.IsWithinLongBody());
     }
 }
 
-json PointsOf(const TrailC& trail)
+json PointsOf(const CTrail& trail)
 {
     return json::parse(TrailJson(trail.Text(), 0.0, "7"))["points"];
 }
 
 TEST(Trail, KeepsTheLastHour)
 {
-    TrailC trail;
-    for (std::size_t count = 0; count < TrailC::kMostPoints + 700; ++count) {
+    CTrail trail;
+    for (std::size_t count = 0; count < CTrail::kMostPoints + 700; ++count) {
         trail.Add({static_cast<double>(count), -1.0 / 3.0});
         if (count % 5000 == 0) {
             EXPECT_EQ(count + 1, PointsOf(trail).size());
@@ -171,22 +175,24 @@ TEST(Trail, KeepsTheLastHour)
 
     const json points = PointsOf(trail);
 
-    ASSERT_EQ(TrailC::kMostPoints, points.size());
+    ASSERT_EQ(CTrail::kMostPoints, points.size());
     EXPECT_EQ(R"([700.0,-0.333])"_json, points.front());
-    for (std::size_t index = 0; index < points.size(); ++index)
+    for (std::size_t index = 0; index < points.size(); ++index) {
         ASSERT_EQ(700.0 + static_cast<double>(index), points[index][0]);
+    }
 }
 
 TEST(Trail, IsTheSameTextWhateverComesLater)
 {
-    TrailC trail;
+    CTrail trail;
     EXPECT_EQ(R"({"end":0.5,"interval":0.1,"points":[],"run":"7"})",
               TrailJson(trail.Text(), 0.5, "7"));
     trail.Add({1.0, std::nan("")});
     const TrailText before = trail.Text();
 
-    for (std::size_t count = 0; count < 2 * TrailC::kMostPoints; ++count)
+    for (std::size_t count = 0; count < 2 * CTrail::kMostPoints; ++count) {
         trail.Add({2.0, 2.0});
+    }
 
     EXPECT_EQ(R"({"end":1.0,"interval":0.1,"points":[[1.0,null]],"run":"7"})",
               TrailJson(before, 1.0, "7"));
@@ -194,11 +200,12 @@ TEST(Trail, IsTheSameTextWhateverComesLater)
 
 TEST(Trail, TakesItsPositionsFromTheEventsOfTheService)
 {
-    TrailC trail;
+    CTrail trail;
     const EventSink sink = trail.Sink();
     BListC payload(nullptr);
-    for (const double value : {1.5, -2.5, 0.1})
+    for (const double value : {1.5, -2.5, 0.1}) {
         payload.AddDouble(value);
+    }
 
     sink("cb_relative_position", payload);
     sink("cb_guidance_status", payload);
@@ -208,8 +215,8 @@ TEST(Trail, TakesItsPositionsFromTheEventsOfTheService)
 
 TEST(Feed, HasTheNewestOfEachKindForASlowViewer)
 {
-    EventFeedC feed;
-    EventFeedC::Seen seen;
+    CEventFeed feed;
+    CEventFeed::Seen seen;
     feed.Enter();
     feed.Publish(EFeedEvent::State, "1");
     feed.Publish(EFeedEvent::State, "2");
@@ -222,8 +229,8 @@ TEST(Feed, HasTheNewestOfEachKindForASlowViewer)
 TEST(Feed, TellsNothingTwiceAndForgetsWithTheLastViewer)
 {
     int calls = 0;
-    EventFeedC feed([&calls] { ++calls; });
-    EventFeedC::Seen seen;
+    CEventFeed feed([&calls] { ++calls; });
+    CEventFeed::Seen seen;
     feed.Publish(EFeedEvent::State, "unheard");
     feed.Enter();
     feed.Enter();
@@ -240,22 +247,25 @@ TEST(Feed, TellsNothingTwiceAndForgetsWithTheLastViewer)
     feed.Leave();
 
     EXPECT_NE(generation, feed.Generation());
-    EventFeedC::Seen fresh;
+    CEventFeed::Seen fresh;
     EXPECT_EQ("", feed.Take(fresh));
 }
 
 TEST(Hosts, AreOwnWithTheRightNameAndPort)
 {
-    for (const char* host : {"localhost:8010", "127.0.0.1:8010", "[::1]:8010", "LocalHost:8010"})
+    for (const char* host : {"localhost:8010", "127.0.0.1:8010", "[::1]:8010", "LocalHost:8010"}) {
         EXPECT_TRUE(IsOwnHost(host, 8010)) << host;
+    }
     for (const char* host :
          {"", "localhost", "localhost:801", "localhost:80100", "localhost.kestrove.example:8010",
-          "127.0.0.2:8010", "::1:8010", "localhost:8010, localhost:8010", "0.0.0.0:8010"})
+          "127.0.0.2:8010", "::1:8010", "localhost:8010, localhost:8010", "0.0.0.0:8010"}) {
         EXPECT_FALSE(IsOwnHost(host, 8010)) << host;
+    }
     EXPECT_TRUE(IsOwnHost("localhost", 80));
     EXPECT_TRUE(IsOwnOrigin("http://[::1]:8010", 8010));
-    for (const char* origin : {"", "null", "https://localhost:8010", "localhost:8010", "http://"})
+    for (const char* origin : {"", "null", "https://localhost:8010", "localhost:8010", "http://"}) {
         EXPECT_FALSE(IsOwnOrigin(origin, 8010)) << origin;
+    }
 }
 
 TEST(PageValues, WriteNothingThatIsNoJson)
@@ -275,8 +285,9 @@ TEST(State, HasNoGuidanceWithoutALine)
 
     const json state = json::parse(StateJson(world));
 
-    for (const char* name : {"cross_track_error", "heading_error", "pass", "aim_point"})
+    for (const char* name : {"cross_track_error", "heading_error", "pass", "aim_point"}) {
         EXPECT_TRUE(state.at(name).is_null()) << name;
+    }
     EXPECT_EQ(0, state["engage_state"]);
     EXPECT_EQ(R"(["navigation is not active"])"_json, state["why_not_engaged"]);
 }
@@ -294,8 +305,9 @@ TEST(State, TellsOfSteeringThatIsReadyAndDropped)
     EXPECT_EQ(EEngageState::Engaged, EngageStateOf(world));
 
     world.SetNudge(50.0);
-    for (int step = 0; step < CSimulation::kStepsPerControl; ++step)
+    for (int step = 0; step < CSimulation::kStepsPerControl; ++step) {
         world.Step();
+    }
 
     EXPECT_EQ(EEngageState::Dropped, EngageStateOf(world));
     EXPECT_NE("", json::parse(StateJson(world))["drop_reason"]);

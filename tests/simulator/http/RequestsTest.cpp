@@ -35,8 +35,9 @@ TEST(Page, IsServedWithWhatKeepsItToItself)
           "Content-Security-Policy: default-src 'self'; base-uri 'none'; form-action 'none'; "
           "frame-ancestors 'none'\r\n",
           "X-Content-Type-Options: nosniff\r\n", "Cross-Origin-Resource-Policy: same-origin\r\n",
-          "Connection: close\r\n"})
+          "Connection: close\r\n"}) {
         EXPECT_NE(std::string::npos, answer.head.find(header)) << header;
+    }
     EXPECT_EQ(std::string::npos, answer.head.find("Access-Control"));
 }
 
@@ -60,8 +61,9 @@ TEST(Page, IsServedWithAllItsFilesByteForByte)
 std::string HeaderOf(const HttpAnswer& answer, const std::string& name)
 {
     const std::size_t begin = answer.head.find("\r\n" + name + ": ");
-    if (begin == std::string::npos)
+    if (begin == std::string::npos) {
         return {};
+    }
     const std::size_t value = begin + name.size() + 4;
     return answer.head.substr(value, answer.head.find("\r\n", value) - value);
 }
@@ -329,8 +331,9 @@ TEST(Requests, AreServedWhileOthersSaySoMuchAsNothing)
     times.firstByte = std::chrono::milliseconds(300);
     const RunningPage page(times);
     std::vector<std::unique_ptr<HttpPeer>> silent;
-    for (int count = 0; count < 40; ++count)
+    for (int count = 0; count < 40; ++count) {
         silent.push_back(std::make_unique<HttpPeer>(page.Port()));
+    }
 
     EXPECT_EQ(200, Ask(page.Port(), {"GET", "/trail", "", {}, ""}).status);
 }
@@ -351,7 +354,7 @@ TEST(Requests, AreServedWhenConnectionsHaveRunOut)
 {
     const RunningPage page;
     const auto stuck =
-        PeersThatSay("GET / HTTP/1.1\r\n", HttpServerC::kMostConnections + 50, page.Port());
+        PeersThatSay("GET / HTTP/1.1\r\n", CHttpServer::kMostConnections + 50, page.Port());
 
     EXPECT_EQ(R"({"reasons":[],"result":1})",
               Command(page.Port(), R"({"operation":"DisengageSteering","arguments":[1]})"));
@@ -381,7 +384,7 @@ TEST(Answers, ThatArePartlyTakenAreGivenUp)
     LivePageTimes times;
     times.answer = std::chrono::milliseconds(300);
     RunningPage page(times);
-    page.OnLoop([](ServiceCoreC& core) {
+    page.OnLoop([](CServiceCore& core) {
         constexpr int kPoints = 50000;
         BListC line(nullptr);
         line.AddInt(Kestrove::EWaylineTypeABCurve);
@@ -460,8 +463,9 @@ TEST(Commands, MayBeListsOfAsManyObjectsAsFitAndAreRefused)
 {
     const RunningPage page;
     std::string body = R"({"operation":"Nudge","arguments":[{})";
-    while (body.size() < (std::size_t{4} << 20U) - 5)
+    while (body.size() < (std::size_t{4} << 20U) - 5) {
         body += ",{}";
+    }
     body += "]}";
 
     const HttpAnswer answer = Post(page.Port(), "/command", kJson, body);
@@ -506,10 +510,10 @@ TEST(LivePage, DoesNotShareItsPort)
 {
     const RunningPage first;
     asio::io_context loop;
-    LogTapC log({});
-    TrailC trail;
-    ServiceLinkC link(loop, {});
-    LivePageC second(loop, link.Core(), trail, log);
+    CLogTap log({});
+    CTrail trail;
+    CServiceLink link(loop, {});
+    CLivePage second(loop, link.Core(), trail, log);
 
     EXPECT_EQ("port " + std::to_string(first.Port()) + " is already in use",
               second.Listen(first.Port()));
@@ -522,7 +526,7 @@ TEST(LivePage, RefusesCommandsOfAServiceThatDoesNotAnswer)
     RunningPage page(times);
     HttpAnswer answer;
 
-    page.OnLoop([&](ServiceCoreC&) {
+    page.OnLoop([&](CServiceCore&) {
         answer = Post(page.Port(), "/command", kJson, R"({"operation":"IsSteeringEngaged"})");
     });
 
@@ -537,7 +541,7 @@ TEST(LivePage, DropsCommandsOfThoseWhoHaveGoneBeforeTheirTurn)
     const int before = CountsOfThisProcess().descriptors;
     const std::string body = R"({"operation":"SetImplementWidth","arguments":[1,4.5]})";
 
-    page.OnLoop([&](ServiceCoreC&) {
+    page.OnLoop([&](CServiceCore&) {
         HttpPeer peer(page.Port());
         peer.Send(BytesOf({"POST", "/command", "", {std::string("Content-Type: ") + kJson}, body},
                           page.Port()));
@@ -557,8 +561,9 @@ std::string ClientHearsOfACommand()
     double shift = 0.0;
     navigation.SetOffsetCallback(
         Core::Functors::MakeFunctor([&shift](double told) { shift = told; }));
-    if (navigation.GetImplementWidth() != 3.0)
+    if (navigation.GetImplementWidth() != 3.0) {
         return "the client does not reach the service";
+    }
     const std::string answer =
         Command(page.Port(), R"({"operation":"Nudge","arguments":[1,0,0.25]})");
     const bool heard = WaitUntil([&] {
@@ -572,8 +577,9 @@ TEST(LivePage, HasItsCommandsHeardByClientsOfTheLibrary)
 {
     const CIsolatedOutcome outcome =
         InNetworkOfItsOwn(32768, 60999, [] { return ClientHearsOfACommand(); });
-    if (!outcome.isAllowed)
+    if (!outcome.isAllowed) {
         GTEST_SKIP() << "the system allows no network namespace";
+    }
 
     EXPECT_EQ("", outcome.problem);
 }

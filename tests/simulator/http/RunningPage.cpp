@@ -10,7 +10,7 @@
 
 namespace {
 
-ServiceCoreOptions OptionsOf(LogTapC& log, TrailC& trail)
+ServiceCoreOptions OptionsOf(CLogTap& log, CTrail& trail)
 {
     ServiceCoreOptions options;
     options.simulation.speed = 2.0;
@@ -29,10 +29,11 @@ int EntriesOf(const char* directory)
 
 RunningPage::RunningPage(const LivePageTimes& times, std::uint16_t servicePort)
     : m_work(asio::make_work_guard(m_loop)), m_log({}), m_link(m_loop, OptionsOf(m_log, m_trail)),
-      m_page(std::make_unique<LivePageC>(m_loop, m_link.Core(), m_trail, m_log, times))
+      m_page(std::make_unique<CLivePage>(m_loop, m_link.Core(), m_trail, m_log, times))
 {
-    if (!m_link.Listen(servicePort).empty() || !m_page->Listen(0).empty())
+    if (!m_link.Listen(servicePort).empty() || !m_page->Listen(0).empty()) {
         throw std::runtime_error("cannot listen");
+    }
     m_port = m_page->Port();
     m_thread = std::thread([this] { m_loop.run(); });
 }
@@ -42,7 +43,7 @@ RunningPage::~RunningPage()
     Stop();
 }
 
-void RunningPage::OnLoop(const std::function<void(ServiceCoreC&)>& action)
+void RunningPage::OnLoop(const std::function<void(CServiceCore&)>& action)
 {
     std::promise<void> done;
     asio::post(m_loop, [&] {
@@ -54,22 +55,23 @@ void RunningPage::OnLoop(const std::function<void(ServiceCoreC&)>& action)
 
 void RunningPage::Run(double speedFactor)
 {
-    OnLoop([&](ServiceCoreC& core) {
-        m_pacer = std::make_unique<PacerC>(m_loop, core, speedFactor);
+    OnLoop([&](CServiceCore& core) {
+        m_pacer = std::make_unique<CPacer>(m_loop, core, speedFactor);
         m_pacer->Start();
     });
 }
 
 void RunningPage::Advance(double seconds)
 {
-    OnLoop([&](ServiceCoreC& core) { core.Advance(seconds); });
+    OnLoop([&](CServiceCore& core) { core.Advance(seconds); });
 }
 
 void RunningPage::Stop()
 {
     m_loop.stop();
-    if (m_thread.joinable())
+    if (m_thread.joinable()) {
         m_thread.join();
+    }
     m_page.reset();
 }
 
@@ -82,8 +84,9 @@ bool WaitUntil(const std::function<bool()>& condition)
 {
     const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (!condition()) {
-        if (std::chrono::steady_clock::now() > until)
+        if (std::chrono::steady_clock::now() > until) {
             return false;
+        }
         std::this_thread::yield();
     }
     return true;

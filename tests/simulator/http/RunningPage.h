@@ -9,9 +9,9 @@
 #include <asio/executor_work_guard.hpp>
 #include <asio/io_context.hpp>
 
-#include "simulator/Pacer.h"
-#include "simulator/ServiceLink.h"
 #include "simulator/http/LivePage.h"
+#include "simulator/service/Pacer.h"
+#include "simulator/service/ServiceLink.h"
 
 /// The simulator's service with its live page on free ports, on a thread of its own. Its machine
 /// drives north at 2 m/s. The world stands still unless it is told to run.
@@ -27,7 +27,7 @@ public:
     /// The port of the page.
     std::uint16_t Port() const { return m_port; }
     /// Does something on the service's thread and waits until it is done.
-    void OnLoop(const std::function<void(ServiceCoreC&)>& action);
+    void OnLoop(const std::function<void(CServiceCore&)>& action);
     /// Lets the world run.
     void Run(double speedFactor = 1.0);
     /// Moves the world on.
@@ -38,11 +38,11 @@ public:
 private:
     asio::io_context m_loop;
     asio::executor_work_guard<asio::io_context::executor_type> m_work;
-    LogTapC m_log;
-    TrailC m_trail;
-    ServiceLinkC m_link;
-    std::unique_ptr<PacerC> m_pacer;
-    std::unique_ptr<LivePageC> m_page;
+    CLogTap m_log;
+    CTrail m_trail;
+    CServiceLink m_link;
+    std::unique_ptr<CPacer> m_pacer;
+    std::unique_ptr<CLivePage> m_page;
     std::uint16_t m_port = 0;
     std::thread m_thread;
 };

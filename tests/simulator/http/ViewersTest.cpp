@@ -93,8 +93,9 @@ TEST(Viewer, HearsOfTheStateNoMoreOftenWhenTheWorldRunsFaster)
     EventStream viewer(page.Port());
     viewer.Next("state");
 
-    for (int count = 0; count < 20; ++count)
+    for (int count = 0; count < 20; ++count) {
         viewer.Next("state");
+    }
 
     EXPECT_GT(std::chrono::duration<double>(Clock::now() - start).count(), 1.6);
 }
@@ -170,7 +171,7 @@ TEST(Viewer, HearsOfChangedSettingsWhileTheWorldStandsStill)
 TEST(Viewer, SeesTheMachineSteered)
 {
     RunningPage page;
-    page.OnLoop([](ServiceCoreC& core) { core.Advance(0.5); });
+    page.OnLoop([](CServiceCore& core) { core.Advance(0.5); });
     EventStream viewer(page.Port());
     PostWayline(page.Port(), "0 0.8 0.0 0.0 0.8 100.0 0.0");
     Command(page.Port(), R"({"operation":"StartNavigation","arguments":[1,0]})");
@@ -223,7 +224,7 @@ TEST(Viewers, AreSixteenAtMostAndOneMoreWhenOneHasLeft)
     times.oldViewer = std::chrono::hours(1);
     const RunningPage page(times);
     std::list<EventStream> viewers;
-    for (std::size_t count = 0; count < LivePageC::kMostViewers; ++count) {
+    for (std::size_t count = 0; count < CLivePage::kMostViewers; ++count) {
         viewers.emplace_back(page.Port());
         ASSERT_FALSE(viewers.back().Next("settings").empty()) << count;
     }
@@ -245,7 +246,7 @@ TEST(Viewers, ThatHaveBeenThereForLongGiveWayToOneMore)
     times.oldViewer = std::chrono::milliseconds(50);
     const RunningPage page(times);
     std::list<EventStream> viewers;
-    for (std::size_t count = 0; count < LivePageC::kMostViewers; ++count) {
+    for (std::size_t count = 0; count < CLivePage::kMostViewers; ++count) {
         viewers.emplace_back(page.Port());
         ASSERT_FALSE(viewers.back().Next("settings").empty()) << count;
     }
@@ -263,26 +264,29 @@ TEST(Viewers, HaveTheirPlaceTakenByNobodyWhoDoesNotWaitForIt)
     times.oldViewer = std::chrono::milliseconds(0);
     const RunningPage page(times);
     std::list<EventStream> viewers;
-    for (std::size_t count = 0; count < LivePageC::kMostViewers; ++count) {
+    for (std::size_t count = 0; count < CLivePage::kMostViewers; ++count) {
         viewers.emplace_back(page.Port());
         ASSERT_FALSE(viewers.back().Next("settings").empty()) << count;
     }
     const int before = CountsOfThisProcess().descriptors;
 
     // As many again wait at most; those who have gone wait no longer.
-    for (std::size_t count = 0; count < 3 * LivePageC::kMostViewers; ++count)
+    for (std::size_t count = 0; count < 3 * CLivePage::kMostViewers; ++count) {
         EventStream(page.Port());
+    }
     std::list<EventStream> waiting;
-    for (std::size_t count = 0; count < LivePageC::kMostViewers; ++count)
+    for (std::size_t count = 0; count < CLivePage::kMostViewers; ++count) {
         waiting.emplace_back(page.Port());
+    }
     EXPECT_TRUE(WaitUntil([&] {
         return CountsOfThisProcess().descriptors ==
-               before + 2 * static_cast<int>(LivePageC::kMostViewers);
+               before + 2 * static_cast<int>(CLivePage::kMostViewers);
     }));
     EXPECT_EQ(503, Ask(page.Port(), {"GET", "/events", "", {}, ""}).status);
 
-    for (EventStream& viewer : viewers)
+    for (EventStream& viewer : viewers) {
         EXPECT_FALSE(viewer.Peer().ReadToEnd(std::chrono::milliseconds(0)));
+    }
     // The first who has waited has the first place that is given up.
     viewers.pop_front();
     EXPECT_FALSE(waiting.front().Next("settings").empty());
@@ -364,8 +368,9 @@ TEST(Viewers, DoNotHoldUpTheEnd)
     page.Stop();
 
     EXPECT_LT(Clock::now() - start, std::chrono::minutes(1)) << "it waits for none of them";
-    for (EventStream& viewer : viewers)
+    for (EventStream& viewer : viewers) {
         EXPECT_TRUE(viewer.Peer().ReadToEnd());
+    }
     EXPECT_TRUE(halfway.ReadToEnd());
 }
 
@@ -373,7 +378,7 @@ TEST(Viewers, DoNotHoldUpTheEnd)
 std::string PictureOf(RunningPage& page)
 {
     std::string picture;
-    page.OnLoop([&](ServiceCoreC& core) {
+    page.OnLoop([&](CServiceCore& core) {
         picture = StateJson(core.World()) + PointsJson(core.World().FollowedPoints()).dump();
     });
     return picture;
@@ -385,9 +390,10 @@ std::vector<std::string> DriveWith(int viewerCount)
 {
     RunningPage page;
     std::list<EventStream> viewers;
-    for (int count = 0; count < viewerCount; ++count)
+    for (int count = 0; count < viewerCount; ++count) {
         viewers.emplace_back(page.Port());
-    page.OnLoop([](ServiceCoreC& core) {
+    }
+    page.OnLoop([](CServiceCore& core) {
         core.Request("set_wayline", *ListFrom("[0, 0.5, 0.0, 0.0, 0.5, 100.0, 0.0]"));
         core.Request("StartNavigation", *ListFrom("[1, 1]"));
         core.Request("EngageSteering", *ListFrom("[1]"));
@@ -395,13 +401,16 @@ std::vector<std::string> DriveWith(int viewerCount)
     std::vector<std::string> pictures;
     for (int step = 1; step <= 100; ++step) {
         page.Advance(0.1);
-        if (step == 50)
+        if (step == 50) {
             page.OnLoop(
-                [](ServiceCoreC& core) { core.Request("Nudge", *ListFrom("[1, 1, 0.2]")); });
-        if (step % 10 != 0)
+                [](CServiceCore& core) { core.Request("Nudge", *ListFrom("[1, 1, 0.2]")); });
+        }
+        if (step % 10 != 0) {
             continue;
-        for (EventStream& viewer : viewers)
+        }
+        for (EventStream& viewer : viewers) {
             EXPECT_NE("", viewer.Next("state")) << step;
+        }
         pictures.push_back(PictureOf(page));
     }
     return pictures;

@@ -17,12 +17,14 @@ CFinding SilenceFinding(CContext& context);
 CFinding LookAtLink(CContext& context)
 {
     CNavigationAPI& navigation = context.Navigation();
-    if (navigation.IsLinkUp())
+    if (navigation.IsLinkUp()) {
         return {"link", "connected to localhost port 5010"};
+    }
     const LinkErrorC error = navigation.LastError();
     const CLinkFailure failure = ConnectFailure(error);
-    if (failure.code == kExitProtocolError)
+    if (failure.code == kExitProtocolError) {
         return SilenceFinding(context);
+    }
     const bool isRefused = error.code == ELinkError::Refused;
     return {"link", (isRefused ? "nothing listens: " : "cannot be reached: ") + error.text,
             kStartService, failure.code};
@@ -43,20 +45,24 @@ CFinding OtherFormFinding(const char* command)
 CFinding LookAtWayline(CContext& context)
 {
     const COutcome wayline = Ask(context, "get-wayline");
-    if (wayline.kind == EOutcome::Value)
+    if (wayline.kind == EOutcome::Value) {
         return {"wayline", "there is one, kind " + wayline.value["kind"].get<std::string>()};
-    if (wayline.kind == EOutcome::OtherForm)
+    }
+    if (wayline.kind == EOutcome::OtherForm) {
         return OtherFormFinding("get-wayline");
+    }
     const LinkErrorC error = context.Navigation().LastError();
-    if (error.code == ELinkError::NoValue)
+    if (error.code == ELinkError::NoValue) {
         return NoWaylineFinding(context);
+    }
     return LinkFinding(error);
 }
 
 CFinding NavigationFinding(bool isActive)
 {
-    if (isActive)
+    if (isActive) {
         return {"navigation", "active"};
+    }
     return {"navigation", "not active", "navctl start-navigation on", kExitRefused};
 }
 
@@ -73,8 +79,9 @@ void LookAtSteering(CContext& context, Findings& findings)
 {
     const COutcome isEngaged = Ask(context, "is-steering-engaged");
     const LinkErrorC error = context.Navigation().LastError();
-    if (isEngaged.kind == EOutcome::OtherForm)
+    if (isEngaged.kind == EOutcome::OtherForm) {
         return findings.push_back(OtherFormFinding("is-steering-engaged"));
+    }
     if (error.code == ELinkError::ServiceError) {
         findings.push_back({"steering", "the service does not tell whether it is engaged"});
     } else if (isEngaged.kind == EOutcome::NoAnswer) {
@@ -88,16 +95,18 @@ void LookAtSteering(CContext& context, Findings& findings)
     }
     const Findings obstacles = FindEngageObstacles(context);
     findings.insert(findings.end(), obstacles.begin(), obstacles.end());
-    if (obstacles.empty())
+    if (obstacles.empty()) {
         findings.push_back({"steering", "ready; to engage: navctl engage-steering"});
+    }
 }
 
 /// Looks at one thing after the other, up to the first that the next ones depend on.
 Findings Examine(CContext& context)
 {
     Findings findings{LookAtLink(context)};
-    if (findings.back().IsObstacle())
+    if (findings.back().IsObstacle()) {
         return findings;
+    }
     const COutcome isActive = Ask(context, "is-navigation-activated");
     if (isActive.kind != EOutcome::Value) {
         findings.push_back(isActive.kind == EOutcome::OtherForm
@@ -107,11 +116,13 @@ Findings Examine(CContext& context)
     }
     findings.push_back({"reply", "the service answers"});
     findings.push_back(LookAtWayline(context));
-    if (findings.back().IsObstacle())
+    if (findings.back().IsObstacle()) {
         return findings;
+    }
     findings.push_back(NavigationFinding(isActive.value.get<bool>()));
-    if (!findings.back().IsObstacle())
+    if (!findings.back().IsObstacle()) {
         LookAtSteering(context, findings);
+    }
     return findings;
 }
 
@@ -125,8 +136,9 @@ EExitCode WorstOf(const Findings& findings)
 std::string Mark(bool isObstacle, bool hasColours)
 {
     std::string word = isObstacle ? "[no]" : "[ok]";
-    if (!hasColours)
+    if (!hasColours) {
         return word;
+    }
     return (isObstacle ? "\033[31m" : "\033[32m") + word + "\033[0m";
 }
 
@@ -139,8 +151,9 @@ std::string TextOf(const Findings& findings, bool hasColours)
         // The service's words may hold anything.
         text += (text.empty() ? "" : "\n") + Mark(finding.IsObstacle(), hasColours) + " " +
                 subject + " " + Printable(finding.text);
-        if (finding.IsObstacle())
+        if (finding.IsObstacle()) {
             text += "\n     next:      " + finding.nextStep;
+        }
     }
     return text;
 }
@@ -151,8 +164,9 @@ Json JsonOf(const Findings& findings)
     for (const CFinding& finding : findings) {
         Json entry{
             {"subject", finding.subject}, {"ok", !finding.IsObstacle()}, {"text", finding.text}};
-        if (finding.IsObstacle())
+        if (finding.IsObstacle()) {
             entry["next_step"] = finding.nextStep;
+        }
         list.push_back(entry);
     }
     return {{"ready", WorstOf(findings) == kExitDone}, {"findings", list}};

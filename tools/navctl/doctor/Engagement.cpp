@@ -44,8 +44,9 @@ const CRemedy kRemedies[] = {
 CFinding Obstacle(const std::string& text)
 {
     for (const CRemedy& remedy : kRemedies) {
-        if (text.find(remedy.words) != std::string::npos)
+        if (text.find(remedy.words) != std::string::npos) {
             return {remedy.subject, text, remedy.nextStep, kExitRefused};
+        }
     }
     return {"engaging", text, "see the documents of the service", kExitRefused};
 }
@@ -54,12 +55,14 @@ CFinding Obstacle(const std::string& text)
 /// and its values are to be mended.
 CFinding WithRefusedPosition(CNavigationAPI& navigation, const CFinding& finding)
 {
-    if (finding.subject != kPositions)
+    if (finding.subject != kPositions) {
         return finding;
+    }
     const std::string reason =
         WhyRefused(navigation, FindOperation("set-position-data").serviceName);
-    if (reason.empty())
+    if (reason.empty()) {
         return finding;
+    }
     return {finding.subject, "the service refused the last position that came: " + reason,
             "feed positions that it takes: wait for the receiver's fix, or mend what is fed",
             finding.code};
@@ -81,8 +84,9 @@ std::optional<Result> Ask(CNavigationAPI& navigation, Result (CNavigationAPI::*g
 {
     const Result result = (navigation.*getter)();
     const LinkErrorC error = navigation.LastError();
-    if (IsLinkProblem(error))
+    if (IsLinkProblem(error)) {
         throw error;
+    }
     return error.code == ELinkError::None ? std::optional(result) : std::nullopt;
 }
 
@@ -92,20 +96,24 @@ std::optional<Result> Ask(CNavigationAPI& navigation, Result (CNavigationAPI::*g
 std::optional<std::vector<std::string>> AskWhyNotEngaged(CNavigationAPI& navigation)
 {
     const std::unique_ptr<BElementC> reply(navigation.CallMethod("why_not_engaged", nullptr));
-    if (IsLinkProblem(navigation.LastError()))
+    if (IsLinkProblem(navigation.LastError())) {
         throw navigation.LastError();
+    }
     const auto* const list = dynamic_cast<const BListC*>(reply.get());
-    if (list == nullptr)
+    if (list == nullptr) {
         return std::nullopt;
+    }
     std::vector<std::string> reasons;
     for (int place = 0; place < list->Size(); ++place) {
         const BElementC* const reason = list->GetElement(place);
         const bool isText = reason != nullptr && reason->Type() == EBElementType::String;
-        if (isText && !list->GetString(place).empty())
+        if (isText && !list->GetString(place).empty()) {
             reasons.push_back(list->GetString(place));
+        }
     }
-    if (reasons.empty() && list->Size() > 0)
+    if (reasons.empty() && list->Size() > 0) {
         reasons.push_back("the service has reasons, but none in words");
+    }
     return reasons;
 }
 
@@ -129,10 +137,12 @@ void AddMovementReasons(CNavigationAPI& navigation, const CObservation& seen,
 {
     // What the service does not tell stands in nobody's way.
     if (seen.isReversing.value_or(false)) {
-        if (!Ask(navigation, &CNavigationAPI::GetReverseEngageEnabled).value_or(true))
+        if (!Ask(navigation, &CNavigationAPI::GetReverseEngageEnabled).value_or(true)) {
             reasons.push_back("the machine moves backwards and engaging in reverse is not enabled");
-        if (!Ask(navigation, &CNavigationAPI::GetAllowReverseEngage).value_or(true))
+        }
+        if (!Ask(navigation, &CNavigationAPI::GetAllowReverseEngage).value_or(true)) {
             reasons.push_back("the machine moves backwards and engaging in reverse is not allowed");
+        }
     }
     if (seen.speed && *seen.speed < kLeastSpeed &&
         !Ask(navigation, &CNavigationAPI::GetLowSpeedEngageEnabled).value_or(true)) {
@@ -146,8 +156,9 @@ std::vector<std::string> LookForReasons(CContext& context)
     CNavigationAPI& navigation = context.Navigation();
     const CObservation seen = Observe(navigation, context.options.timeoutSeconds);
     std::vector<std::string> reasons;
-    if (seen.isPossible.value_or(false))
+    if (seen.isPossible.value_or(false)) {
         return reasons;
+    }
     AddPlaceReasons(seen, Ask(navigation, &CNavigationAPI::GetImplementWidth), reasons);
     AddMovementReasons(navigation, seen, reasons);
     if (reasons.empty()) {
@@ -165,8 +176,9 @@ Findings FindEngageObstacles(CContext& context)
     Findings findings;
     try {
         const auto told = AskWhyNotEngaged(context.Navigation());
-        for (const std::string& reason : told ? *told : LookForReasons(context))
+        for (const std::string& reason : told ? *told : LookForReasons(context)) {
             findings.push_back(WithRefusedPosition(context.Navigation(), Obstacle(reason)));
+        }
     } catch (const LinkErrorC& error) {
         findings.push_back(LinkFinding(error));
     }

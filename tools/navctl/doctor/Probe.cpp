@@ -31,18 +31,21 @@ public:
     }
     ~CProbeSocket()
     {
-        if (m_descriptor >= 0)
+        if (m_descriptor >= 0) {
             ::close(m_descriptor);
+        }
     }
     CProbeSocket(const CProbeSocket&) = delete;
     CProbeSocket& operator=(const CProbeSocket&) = delete;
 
     bool Connect(const sockaddr* address, socklen_t length, ProbeClock::time_point deadline)
     {
-        if (m_descriptor < 0)
+        if (m_descriptor < 0) {
             return false;
-        if (::connect(m_descriptor, address, length) == 0)
+        }
+        if (::connect(m_descriptor, address, length) == 0) {
             return true;
+        }
         int error = 0;
         socklen_t size = sizeof error;
         return Wait(POLLOUT, deadline) &&
@@ -53,8 +56,9 @@ public:
     {
         char answer[kLongestAnswer];
         if (::send(m_descriptor, question.data(), question.size(), MSG_NOSIGNAL) < 0 ||
-            !Wait(POLLIN, deadline))
+            !Wait(POLLIN, deadline)) {
             return {};
+        }
         const ssize_t count = ::recv(m_descriptor, answer, sizeof answer, 0);
         return count > 0 ? std::string(answer, static_cast<std::size_t>(count)) : std::string();
     }
@@ -79,15 +83,17 @@ std::string AskEither(std::string_view question, ProbeClock::time_point deadline
     address6.sin6_port = htons(kServicePort);
     address6.sin6_addr = in6addr_loopback;
     CProbeSocket socket6(AF_INET6);
-    if (socket6.Connect(reinterpret_cast<const sockaddr*>(&address6), sizeof address6, deadline))
+    if (socket6.Connect(reinterpret_cast<const sockaddr*>(&address6), sizeof address6, deadline)) {
         return socket6.Ask(question, deadline);
+    }
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(kServicePort);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     CProbeSocket socket(AF_INET);
-    if (socket.Connect(reinterpret_cast<const sockaddr*>(&address), sizeof address, deadline))
+    if (socket.Connect(reinterpret_cast<const sockaddr*>(&address), sizeof address, deadline)) {
         return socket.Ask(question, deadline);
+    }
     return {};
 }
 
@@ -129,14 +135,18 @@ std::string AnswerOfOtherProtocol(double seconds)
     const auto deadline =
         ProbeClock::now() + std::chrono::duration_cast<ProbeClock::duration>(limit);
     std::string answer = AskEither(kQuestion, deadline);
-    if (answer.empty())
+    if (answer.empty()) {
         answer = AskEither(kQuestionOfTls, deadline);
-    if (answer.empty() || BeginsAMessage(answer))
+    }
+    if (answer.empty() || BeginsAMessage(answer)) {
         return {};
-    if (kQuestion.rfind(answer, 0) == 0)
+    }
+    if (kQuestion.rfind(answer, 0) == 0) {
         return "it sends back what it gets, as an echo server does";
-    if (BeginsARecordOfTls(answer))
+    }
+    if (BeginsARecordOfTls(answer)) {
         return "it speaks TLS";
+    }
     const std::string line = answer.substr(0, answer.find_first_of("\r\n"));
     return "it says: " + (line.empty() ? "an empty line" : InAscii(line));
 }

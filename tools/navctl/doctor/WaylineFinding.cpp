@@ -15,10 +15,12 @@ std::optional<int> MissingWaypoint(CContext& context, int count)
     for (int number = 0; number < count; ++number) {
         const COutcome isSet =
             Call(context.Navigation(), question.serviceName, question.exchange, {number});
-        if (isSet.kind != EOutcome::Value)
+        if (isSet.kind != EOutcome::Value) {
             return std::nullopt;
-        if (!isSet.value.get<bool>())
+        }
+        if (!isSet.value.get<bool>()) {
             return number;
+        }
     }
     return std::nullopt;
 }

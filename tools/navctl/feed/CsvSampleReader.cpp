@@ -12,12 +12,23 @@ const std::string kTimeColumn = "time";
 
 } // namespace
 
+bool CCsvSampleReader::HoldsNothing()
+{
+    CountLine(m_lines.LineNumber(), m_line.empty() ? 0 : 1);
+    const bool isComment = !m_line.empty() && m_line.front() == '#';
+    if (isComment) {
+        m_notUsed.Add("comments", m_lines.LineNumber());
+    }
+    return m_line.empty() || isComment;
+}
+
 ESample CCsvSampleReader::Next(PositionSample& sample, int timeoutMilliseconds)
 {
     const CReadTurn turn(timeoutMilliseconds);
     while (true) {
-        if (turn.IsOver())
+        if (turn.IsOver()) {
             return ESample::NothingYet;
+        }
         switch (m_lines.Next(m_line, timeoutMilliseconds)) {
         case ELine::End:
             m_problem = WithoutHeader();
@@ -34,24 +45,21 @@ ESample CCsvSampleReader::Next(PositionSample& sample, int timeoutMilliseconds)
         case ELine::Line:
             break;
         }
-        CountLine(m_lines.LineNumber(), m_line.empty() ? 0 : 1);
-        if (m_line.empty()) {
-            continue;
-        }
-        if (m_line.front() == '#') {
-            m_notUsed.Add("comments", m_lines.LineNumber());
+        if (HoldsNothing()) {
             continue;
         }
         if (!m_hasHeader) {
-            if (TakeHeader())
+            if (TakeHeader()) {
                 continue;
+            }
             return ESample::Failed;
         }
         sample = {};
         sample.line = m_lines.LineNumber();
         const std::string problem = ReadRow(sample);
-        if (problem.empty())
+        if (problem.empty()) {
             return ESample::Sample;
+        }
         m_skipped.Add(problem, m_lines.LineNumber());
     }
 }
@@ -69,35 +77,43 @@ bool CCsvSampleReader::TakeHeader()
 std::string CCsvSampleReader::ReadHeader(const std::string& line)
 {
     const std::string where = "line " + std::to_string(m_lines.LineNumber());
-    if (!SplitCsvLine(line, m_values))
+    if (!SplitCsvLine(line, m_values)) {
         return where + ": a double quote is not closed" + Instead();
+    }
     CCsvHeader header(m_values);
-    if (!header.Find({"latitude", "lat", "longitude", "lon", "lng", "x", "y", "time", "timestamp"}))
+    if (!header.Find(
+            {"latitude", "lat", "longitude", "lon", "lng", "x", "y", "time", "timestamp"})) {
         return where + " does not name the columns" + SeparatorHint(line) + Instead();
+    }
     m_columnCount = header.Count();
     std::string problem = FindPlace(header, line);
-    if (problem.empty())
+    if (problem.empty()) {
         problem = FindTime(header);
-    if (!problem.empty())
+    }
+    if (!problem.empty()) {
         return where + " names the columns, but " + problem;
+    }
     FindMovement(header);
     FindQuality(header);
     m_unusedColumns = header.Unused();
-    if (m_options.remark && !m_unusedColumns.empty())
+    if (m_options.remark && !m_unusedColumns.empty()) {
         m_options.remark(Remark());
+    }
     return {};
 }
 
 /// Why a file is none that has ended without the names of its columns.
 std::string CCsvSampleReader::WithoutHeader() const
 {
-    if (Counts().lines == 0)
+    if (Counts().lines == 0) {
         return "the file is empty";
+    }
     std::string found;
     const auto add = [&found](std::uint64_t count, const std::string& what) {
-        if (count > 0)
+        if (count > 0) {
             found += (found.empty() ? "" : ", ") + std::to_string(count) + " " + what +
                      (count == 1 ? "" : "s");
+        }
     };
     add(m_notUsed.Total(), "comment");
     add(Counts().empty, "empty line");
@@ -116,8 +132,9 @@ bool CCsvSampleReader::Use(CCsvHeader& header, std::initializer_list<const char*
                            bool isNeeded, Store store)
 {
     const std::optional<CsvColumn> column = header.Find(names);
-    if (column)
+    if (column) {
         m_columns.push_back({*column, *names.begin(), isNeeded, std::move(store)});
+    }
     return column.has_value();
 }
 
@@ -131,16 +148,19 @@ std::string CCsvSampleReader::FindPlace(CCsvHeader& header, const std::string& l
         Use(header, {"height"}, false, [](auto& sample, double value) { sample.height = value; });
         return {};
     }
-    if (hasLatitude || hasLongitude)
+    if (hasLatitude || hasLongitude) {
         return std::string("there is no ") + (hasLatitude ? "longitude" : "latitude");
+    }
     const bool hasX =
         Use(header, {"x"}, true, [this](auto&, double value) { m_position.x = value; });
     const bool hasY =
         Use(header, {"y"}, true, [this](auto&, double value) { m_position.y = value; });
-    if (!hasX || !hasY)
+    if (!hasX || !hasY) {
         return "there are neither latitude and longitude nor x and y" + SeparatorHint(line);
-    if (!m_options.origin)
+    }
+    if (!m_options.origin) {
         return "x and y need the place of their origin: --origin LAT,LON,HEIGHT";
+    }
     Use(header, {"z"}, false, [this](auto&, double value) { m_position.z = value; });
     m_frame.emplace(*m_options.origin);
     return {};
@@ -148,13 +168,15 @@ std::string CCsvSampleReader::FindPlace(CCsvHeader& header, const std::string& l
 
 std::string CCsvSampleReader::FindTime(CCsvHeader& header)
 {
-    if (m_options.interval)
+    if (m_options.interval) {
         return {};
+    }
     const bool hasTime = Use(header, {kTimeColumn.c_str(), "timestamp"}, true,
                              [](auto& sample, double value) { sample.time = value; });
     m_timeIsOfArrival = !hasTime && m_options.timeIsOfArrival;
-    if (hasTime || m_timeIsOfArrival)
+    if (hasTime || m_timeIsOfArrival) {
         return {};
+    }
     return "there is no time; without it, tell the seconds between the rows: --interval SECONDS";
 }
 
@@ -201,10 +223,12 @@ void CCsvSampleReader::FindQuality(CCsvHeader& header)
 
 std::string CCsvSampleReader::ReadRow(PositionSample& sample)
 {
-    if (!SplitCsvLine(m_line, m_values))
+    if (!SplitCsvLine(m_line, m_values)) {
         return "a double quote is not closed";
-    if (m_values.size() != m_columnCount)
+    }
+    if (m_values.size() != m_columnCount) {
         return m_values.size() < m_columnCount ? "too few columns" : "too many columns";
+    }
     m_position = {};
     std::string problem = ReadValues(sample);
     // A row that is broken takes its time all the same: the others keep theirs.
@@ -221,13 +245,15 @@ std::string CCsvSampleReader::ReadValues(PositionSample& sample)
 {
     for (const Column& column : m_columns) {
         const std::string& text = m_values[column.place.index];
-        if (text.empty() && !column.isNeeded)
+        if (text.empty() && !column.isNeeded) {
             continue;
+        }
         const std::optional<double> value = FiniteNumber(text);
-        if (!value)
+        if (!value) {
             return (text.empty() ? "no " : "bad number: ") + std::string(column.name) +
                    (!text.empty() && column.name == kTimeColumn ? ", which must be in seconds"
                                                                 : "");
+        }
         const bool isPlace = column.isNeeded;
         column.store(sample, column.place.degrees && !isPlace ? Radians(*value) : *value);
     }
@@ -243,14 +269,18 @@ std::string CCsvSampleReader::Complete(PositionSample& sample)
         sample.longitude = place.longitude;
         sample.height = place.height;
         for (auto* direction : {&sample.course, &sample.yaw}) {
-            if (*direction)
+            if (*direction) {
                 *direction = m_frame->ToTrueHeading(m_position, **direction);
+            }
         }
     }
-    if (!ImpossiblePlace({sample.latitude, sample.longitude, sample.height.value_or(0.0)}).empty())
+    if (!ImpossiblePlace({sample.latitude, sample.longitude, sample.height.value_or(0.0)})
+             .empty()) {
         return "no place on the earth";
-    if (m_timeIsOfArrival)
+    }
+    if (m_timeIsOfArrival) {
         return {};
+    }
     const ETimeOrder order = m_order.Take(*sample.time);
     sample.startsAnew = order == ETimeOrder::NewStart;
     return order == ETimeOrder::NotLater ? kNoLaterTime : std::string();

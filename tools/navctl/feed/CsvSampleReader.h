@@ -54,6 +54,8 @@ private:
     };
 
     std::string WithoutHeader() const;
+    /// Counts the line, and returns whether it is empty or a comment.
+    bool HoldsNothing();
     std::string Instead() const;
     bool TakeHeader();
     std::string ReadHeader(const std::string& line);

@@ -98,20 +98,23 @@ public:
     LinkErrorC Confirm() override
     {
         // On a new connection a reply would say nothing of the samples.
-        if (!m_navigation.IsLinkUp())
+        if (!m_navigation.IsLinkUp()) {
             return m_navigation.LastError();
+        }
         // Messages are read in their order: a service's reply to any request means that they were.
         const CServiceAnswer answer = AskInShortTurns();
-        if (answer.isService)
+        if (answer.isService) {
             return {};
+        }
         return answer.problem.empty() ? m_error
                                       : LinkErrorC{ELinkError::BadMessage, answer.problem};
     }
 
     std::optional<std::string> Refusal() override
     {
-        if (!m_saysWhy || m_clock.IsInterrupted())
+        if (!m_saysWhy || m_clock.IsInterrupted()) {
             return std::nullopt;
+        }
         // One turn: no sample and no interruption waits longer for a service that says nothing.
         m_navigation.SetTimeout(Milliseconds(std::min(m_timeoutSeconds, kLongestTurn)));
         const std::string reason = WhyRefused(m_navigation, "SetPositionData");
@@ -161,8 +164,9 @@ public:
 std::string OfDerivedSpeed(const FeedOptions& options)
 {
     const std::string from = "the file tells no speed: it was derived from the distance and ";
-    if (!options.interval)
+    if (!options.interval) {
         return from + "the time between samples";
+    }
     char seconds[32];
     std::snprintf(seconds, sizeof seconds, "%g", *options.interval);
     return from + "--interval " + seconds + ": try a longer interval, or a column speed";
@@ -181,17 +185,20 @@ public:
     void Run()
     {
         m_context.AddToFailures(FeedCounts({}, CNothingRead()));
-        if (!m_file.Problem().empty())
+        if (!m_file.Problem().empty()) {
             return m_context.Fail(kExitUsage, m_file.Problem());
+        }
         const CInterrupt interrupt;
         // Whoever is no navigation service takes samples as well as anything else.
-        if (!m_context.Reach() || !SpeaksToService(m_context))
+        if (!m_context.Reach() || !SpeaksToService(m_context)) {
             return;
+        }
         m_start = m_clock.Now();
         m_format = Format();
         const std::string problem = OptionOfOtherFormat(m_options, m_format);
-        if (!problem.empty())
+        if (!problem.empty()) {
             return m_context.Fail(kExitUsage, problem);
+        }
         const std::unique_ptr<CSampleReader> reader = MakeReader();
         CServiceSink sink(m_context.Navigation(), m_clock, m_context.options.timeoutSeconds);
         const auto show = [&](const FeedResult& result) { Show(result, *reader); };
@@ -216,8 +223,9 @@ private:
         const double seconds = m_clock.Now() - m_start;
         m_progress.Show({m_lines.BytesUsed(), m_file.Length(), result.handedOver,
                          reader.Skipped().Total(), seconds});
-        if (result.handedOver == 0)
+        if (result.handedOver == 0) {
             m_wait.Look(seconds, [&] { return FoundSoFar(reader, m_lines.BytesTaken()); });
+        }
     }
 
     std::unique_ptr<CSampleReader> MakeReader()
@@ -256,10 +264,12 @@ private:
     EFeedFormat Format()
     {
         // Of a file, its beginning is there at once.
-        if (m_file.IsRegular())
+        if (m_file.IsRegular()) {
             m_beginning = m_lines.Peek([](const std::string&) { return true; });
-        if (const std::optional<EFeedFormat> named = FeedFormatByName(m_options))
+        }
+        if (const std::optional<EFeedFormat> named = FeedFormatByName(m_options)) {
             return *named;
+        }
         m_beginning = m_lines.Peek(
             [](const std::string& text) {
                 return FeedFormatByContent(text).has_value() ||
@@ -269,8 +279,9 @@ private:
                 Show({}, CNothingRead());
                 return !m_clock.IsInterrupted();
             });
-        if (const std::optional<EFeedFormat> told = FeedFormatByContent(m_beginning))
+        if (const std::optional<EFeedFormat> told = FeedFormatByContent(m_beginning)) {
             return *told;
+        }
         return FeedFormatByOptions(m_options).value_or(
             m_file.IsStandardInput() && !m_beginning.empty() ? EFeedFormat::Nmea
                                                              : EFeedFormat::Csv);
@@ -298,8 +309,9 @@ private:
             code = kExitRefused;
             reason = "the service refused the samples: " + result.refusal;
         }
-        if (code != kExitDone)
+        if (code != kExitDone) {
             WriteError(reason);
+        }
         std::string text = FeedText(result, reader);
         if (m_lines.BareReturns() > 0) {
             text += "\nlines that end with CR alone: " + std::to_string(m_lines.BareReturns()) +
@@ -312,12 +324,14 @@ private:
     CLinkFailure LinkFailure(const LinkErrorC& error)
     {
         // Once lost and not found again, a service that has closed the link is one that is gone.
-        if (error.code == ELinkError::Closed)
+        if (error.code == ELinkError::Closed) {
             return {kExitCannotConnect, "the link is lost: " + error.text};
+        }
         // Another program may have come in the place of a service that was lost.
         const std::string otherProgram = m_context.OtherProgram(error);
-        if (!otherProgram.empty())
+        if (!otherProgram.empty()) {
             return {kExitProtocolError, "protocol error: " + otherProgram};
+        }
         return CallFailure(error);
     }
 

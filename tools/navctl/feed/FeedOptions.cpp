@@ -31,16 +31,18 @@ std::optional<std::int64_t> ParseDay(const std::string& text)
     if (text.size() != 10 || text[4] != '-' || text[7] != '-' ||
         Core::Utilities::ParseInt(text.substr(0, 4), year) == 0 ||
         Core::Utilities::ParseInt(text.substr(5, 2), month) == 0 ||
-        Core::Utilities::ParseInt(text.substr(8, 2), day) == 0)
+        Core::Utilities::ParseInt(text.substr(8, 2), day) == 0) {
         return std::nullopt;
+    }
     return DaysSince1970(year, month, day);
 }
 
 std::string CheckRate(const std::string& text)
 {
     const std::optional<double> factor = FiniteNumber(text);
-    if (text == "max" || (factor && *factor >= kSlowestRate && *factor <= kFastestRate))
+    if (text == "max" || (factor && *factor >= kSlowestRate && *factor <= kFastestRate)) {
         return {};
+    }
     return "\"" + text + "\" is neither a factor from 0.001 to 1000000 nor \"max\"" +
            Suggestion(text, {"max"});
 }
@@ -77,15 +79,17 @@ std::string SentencesIn(const std::string& firstBytes)
     NmeaSentence sentence;
     for (const std::string& line : Beginning(firstBytes).lines) {
         ForEachSentence(line, [&](std::string_view text) {
-            if (ReadSentence(text, sentence) == nullptr)
+            if (ReadSentence(text, sentence) == nullptr) {
                 ++types[std::string(sentence.type)];
+            }
         });
     }
     std::string found;
     std::size_t named = 0;
     for (const auto& [type, count] : types) {
-        if (++named <= kMostTypes)
+        if (++named <= kMostTypes) {
             found += (found.empty() ? "" : ", ") + std::to_string(count) + " " + type;
+        }
     }
     return found + (named > kMostTypes ? " and others" : "");
 }
@@ -155,8 +159,9 @@ void AddDateOption(CLI::App& command, FeedOptions& options)
             "--date",
             [&options](const std::string& text) {
                 options.day = ParseDay(text);
-                if (!options.day)
+                if (!options.day) {
                     throw CLI::ValidationError("--date", "\"" + text + "\" is no YYYY-MM-DD");
+                }
             },
             "Day (UTC) of the first NMEA sentence when no sentence tells it; today unless given")
         ->type_name("YYYY-MM-DD");
@@ -174,8 +179,9 @@ std::vector<FormatOption> OptionsOfOneFormat(const FeedOptions& options)
 {
     std::vector<FormatOption> given;
     const auto add = [&given](const char* name, bool isGiven, EFeedFormat format) {
-        if (isGiven)
+        if (isGiven) {
             given.push_back({name, format});
+        }
     };
     add("--burst-begins-with", options.burstBeginsWith.has_value(), EFeedFormat::Nmea);
     add("--invert-roll", options.signs.invertRoll, EFeedFormat::Nmea);
@@ -199,8 +205,9 @@ void AddFeedOptions(CLI::App& command, FeedOptions& options)
             [&options](const std::string& text) {
                 std::string problem;
                 options.origin = ParsePlace(text, problem);
-                if (!options.origin)
+                if (!options.origin) {
                     throw CLI::ValidationError("--origin", problem);
+                }
             },
             "Where x and y of a CSV file are 0: degrees, degrees, metres above the ellipsoid")
         ->type_name("LAT,LON,HEIGHT");
@@ -227,8 +234,9 @@ void AddFeedOptions(CLI::App& command, FeedOptions& options)
 
 std::optional<double> FeedRate(const FeedOptions& options)
 {
-    if (!options.rate)
+    if (!options.rate) {
         return options.file == "-" ? std::nullopt : std::optional(1.0);
+    }
     return FiniteNumber(*options.rate);
 }
 
@@ -241,13 +249,16 @@ const std::map<std::string, EFeedFormat>& FeedFormatNames()
 
 std::optional<EFeedFormat> FeedFormatByName(const FeedOptions& options)
 {
-    if (options.format)
+    if (options.format) {
         return *options.format;
-    if (NameEndsWith(options.file, ".csv"))
+    }
+    if (NameEndsWith(options.file, ".csv")) {
         return EFeedFormat::Csv;
+    }
     for (const char* ending : {".nmea", ".nma", ".ubx"}) {
-        if (NameEndsWith(options.file, ending))
+        if (NameEndsWith(options.file, ending)) {
             return EFeedFormat::Nmea;
+        }
     }
     return std::nullopt;
 }
@@ -290,8 +301,9 @@ std::string OptionOfOtherFormat(const FeedOptions& options, EFeedFormat format)
 std::string TakenInsteadOfColumns(const std::string& firstBytes)
 {
     const std::string encoding = ForeignEncoding(firstBytes);
-    if (!encoding.empty())
+    if (!encoding.empty()) {
         return encoding;
+    }
     const std::string found = SentencesIn(firstBytes);
     return "a feed takes comma-separated values whose first line names the columns time (or "
            "--interval), latitude and longitude (or x and y with --origin), or NMEA sentences: "
@@ -304,12 +316,15 @@ std::string TakenInsteadOfColumns(const std::string& firstBytes)
 std::string TakenInsteadOfSentences(const std::string& firstBytes)
 {
     const std::string encoding = ForeignEncoding(firstBytes);
-    if (!encoding.empty())
+    if (!encoding.empty()) {
         return encoding;
-    if (FeedFormatByContent(firstBytes) == EFeedFormat::Csv)
+    }
+    if (FeedFormatByContent(firstBytes) == EFeedFormat::Csv) {
         return "its first line names columns: --format csv reads it";
-    if (!SentencesIn(firstBytes).empty())
+    }
+    if (!SentencesIn(firstBytes).empty()) {
         return {};
+    }
     return "of comma-separated values, the first line must name the columns time, latitude and "
            "longitude (--format csv)";
 }

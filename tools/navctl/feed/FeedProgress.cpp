@@ -35,15 +35,18 @@ std::string Bar(double share, std::size_t width, const ProgressStyle& style)
     const char* const done = style.utf8 ? "\u2588" : "#";
     const char* const left = style.utf8 ? "\u2591" : "-";
     std::string bar;
-    if (style.colours)
+    if (style.colours) {
         bar += "\x1b[32m";
+    }
     for (std::size_t i = 0; i < width; ++i) {
-        if (style.colours && i == full)
+        if (style.colours && i == full) {
             bar += "\x1b[2m";
+        }
         bar += i < full ? done : left;
     }
-    if (style.colours)
+    if (style.colours) {
         bar += "\x1b[0m";
+    }
     return bar;
 }
 
@@ -59,19 +62,22 @@ int ColumnsOfErrors()
 std::string ProgressLine(const FeedState& state, const ProgressStyle& style)
 {
     std::string text = std::to_string(state.sent) + (state.sent == 1 ? " sample" : " samples");
-    if (state.skipped > 0)
+    if (state.skipped > 0) {
         text += ", " + std::to_string(state.skipped) + " skipped";
+    }
     text += "  " + ClockText(state.seconds);
     const auto columns = static_cast<std::size_t>(std::max(style.columns, 1));
-    if (state.length == 0)
+    if (state.length == 0) {
         return text.substr(0, columns - 1);
+    }
     const double share =
         std::min(1.0, static_cast<double>(state.bytesUsed) / static_cast<double>(state.length));
     char percent[16];
     std::snprintf(percent, sizeof percent, " %3d %%  ", static_cast<int>(share * 100.0));
     text = percent + text;
-    if (columns < text.size() + kNarrowestBar + 1)
+    if (columns < text.size() + kNarrowestBar + 1) {
         return text.substr(1, columns - 1);
+    }
     return Bar(share, std::min(kWidestBar, columns - 1 - text.size()), style) + text;
 }
 
@@ -84,8 +90,9 @@ CFeedProgress::~CFeedProgress()
 
 void CFeedProgress::Show(const FeedState& state)
 {
-    if (!m_isShowing || (m_isShown && state.seconds < m_lastShown + kSecondsBetweenLooks))
+    if (!m_isShowing || (m_isShown && state.seconds < m_lastShown + kSecondsBetweenLooks)) {
         return;
+    }
     m_lastShown = state.seconds;
     m_isShown = true;
     const std::string line =
@@ -96,7 +103,8 @@ void CFeedProgress::Show(const FeedState& state)
 
 void CFeedProgress::Clear()
 {
-    if (m_isShown)
+    if (m_isShown) {
         std::fputs(kClearLine.c_str(), stderr);
+    }
     m_isShown = false;
 }

@@ -17,8 +17,9 @@ Json ReasonsJson(const CSkipCount& counts)
 Json NotUsedJson(const CSkipCount& counts)
 {
     Json types = Json::object();
-    for (const auto& [type, entry] : counts.Reasons())
+    for (const auto& [type, entry] : counts.Reasons()) {
         types[type] = entry.count;
+    }
     return types;
 }
 
@@ -48,16 +49,18 @@ std::string LinesText(const FeedResult& result, const CSampleReader& reader)
     std::string text = "read " + Counted(read.lines, "line") + ": " +
                        std::to_string(result.sourcesSent) + " in samples sent";
     const auto add = [&text](std::uint64_t count, const char* what) {
-        if (count > 0)
+        if (count > 0) {
             text += ", " + std::to_string(count) + " " + what;
+        }
     };
     add(result.sourcesLost, "in samples lost");
     add(reader.Skipped().Total(), "skipped");
     add(reader.NotUsed().Total(), "not used");
     add(ReadAhead(result, reader), "read ahead");
     add(read.empty, "empty");
-    if (read.further > 0)
+    if (read.further > 0) {
         text += "; " + std::to_string(read.further) + " of them behind another on one line";
+    }
     return text;
 }
 
@@ -68,12 +71,15 @@ std::string Found(const CSampleReader& reader)
     const auto add = [&found](const std::string& what) {
         found += (found.empty() ? "" : ", ") + what;
     };
-    for (const auto& [what, entry] : reader.Skipped().Reasons())
+    for (const auto& [what, entry] : reader.Skipped().Reasons()) {
         add(what + " (" + std::to_string(entry.count) + ")");
-    for (const auto& [what, entry] : reader.NotUsed().Reasons())
+    }
+    for (const auto& [what, entry] : reader.NotUsed().Reasons()) {
         add(NotUsedText(entry.count, what));
-    if (reader.Counts().empty > 0)
+    }
+    if (reader.Counts().empty > 0) {
         add(Counted(reader.Counts().empty, "empty line"));
+    }
     return found;
 }
 
@@ -89,13 +95,26 @@ bool IsAllNoise(const CSampleReader& reader)
     return noise > 0 && noise == reader.Counts().sources;
 }
 
+/// Which values samples did not have, and how many samples; empty when they had all.
+std::string NotToldText(const FeedResult& result)
+{
+    std::string untold;
+    for (const auto& [name, count] : result.notTold) {
+        std::string words = name;
+        std::replace(words.begin(), words.end(), '_', ' ');
+        untold += (untold.empty() ? "" : ", ") + words + " " + std::to_string(count);
+    }
+    return untold.empty() ? untold : "\nnot told, in so many samples: " + untold;
+}
+
 } // namespace
 
 std::string NothingToSend(const CSampleReader& reader)
 {
     std::string reason = "no sample that could be sent";
-    if (!reader.Wants().empty())
+    if (!reader.Wants().empty()) {
         reason += "; it takes " + reader.Wants();
+    }
     const std::string found = Found(reader);
     return reason + "; found: " + (found.empty() ? "nothing" : found);
 }
@@ -103,11 +122,13 @@ std::string NothingToSend(const CSampleReader& reader)
 std::string FoundSoFar(const CSampleReader& reader, std::uint64_t bytes)
 {
     const std::string found = Found(reader);
-    if (found.empty() && reader.Counts().sources == 0)
+    if (found.empty() && reader.Counts().sources == 0) {
         return bytes == 0 ? "no data has come"
                           : Counted(bytes, "byte") + " without the end of a line";
-    if (!IsAllNoise(reader))
+    }
+    if (!IsAllNoise(reader)) {
         return found;
+    }
     return found + "; is that a receiver, and is the speed of its line set right (baud)?";
 }
 
@@ -130,8 +151,9 @@ Json FeedCounts(const FeedResult& result, const CSampleReader& reader)
     value["lost"] = result.lost;
     value["not_valid"] = result.notValid;
     value["refused"] = {{"looks", result.refusedLooks}, {"of", result.looks}};
-    if (result.refusedLooks > 0)
+    if (result.refusedLooks > 0) {
         value["refused"]["reason"] = result.refusal;
+    }
     value["not_told"] = result.notTold;
     value["date_guessed"] = reader.DayWasGuessed();
     value["interrupted"] = result.end == EFeedEnd::Interrupted;
@@ -158,28 +180,25 @@ std::string FeedText(const FeedResult& result, const CSampleReader& reader)
     if (result.lost > 0) {
         text += ", lost " + std::to_string(result.lost) + " that the service has perhaps not read";
     }
-    if (result.notValid > 0)
+    if (result.notValid > 0) {
         text += ", " + std::to_string(result.notValid) + " of them without a valid position";
-    if (result.end == EFeedEnd::Interrupted)
+    }
+    if (result.end == EFeedEnd::Interrupted) {
         text += ", then interrupted";
+    }
     text += "\n" + LinesText(result, reader);
     if (result.refusedLooks > 0) {
         text += "\nthe service refused the last sample at " + std::to_string(result.refusedLooks) +
                 " of " + Counted(result.looks, "look") + ", the last time because " +
                 result.refusal;
     }
-    std::string untold;
-    for (const auto& [name, count] : result.notTold) {
-        std::string words = name;
-        std::replace(words.begin(), words.end(), '_', ' ');
-        untold += (untold.empty() ? "" : ", ") + words + " " + std::to_string(count);
-    }
-    if (!untold.empty())
-        text += "\nnot told, in so many samples: " + untold;
-    if (reader.DayWasGuessed())
+    text += NotToldText(result);
+    if (reader.DayWasGuessed()) {
         text += "\nthe day was guessed: no sentence told it in time";
-    if (result.reconnections > 0)
+    }
+    if (result.reconnections > 0) {
         text += "\nlost the link and found it again " + Counted(result.reconnections, "time");
+    }
     for (const auto& [reason, entry] : reader.Skipped().Reasons()) {
         text += "\nskipped " + std::to_string(entry.count) + ": " + reason + " (first in line " +
                 std::to_string(entry.firstLine) + ")";
@@ -188,9 +207,11 @@ std::string FeedText(const FeedResult& result, const CSampleReader& reader)
         text += "\n" + reader.Advice();
     }
     std::string types;
-    for (const auto& [type, entry] : reader.NotUsed().Reasons())
+    for (const auto& [type, entry] : reader.NotUsed().Reasons()) {
         types += (types.empty() ? "" : ", ") + NotUsedText(entry.count, type);
-    if (!types.empty())
+    }
+    if (!types.empty()) {
         text += "\nnot used: " + types;
+    }
     return text;
 }

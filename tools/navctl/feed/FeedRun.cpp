@@ -54,10 +54,12 @@ FeedResult CFeedRun::Run()
             End(EFeedEnd::BadFile);
             break;
         }
-        if (found == ESample::End)
+        if (found == ESample::End) {
             break;
-        if (found == ESample::Sample && !SendInTime(sample))
+        }
+        if (found == ESample::Sample && !SendInTime(sample)) {
             break;
+        }
     }
     if (m_result.end != EFeedEnd::LinkFailed && m_unconfirmed > 0) {
         Confirm();
@@ -79,10 +81,12 @@ bool CFeedRun::SendInTime(PositionSample& sample)
     TellGap(sample);
     m_lastTime = sample.time;
     const double now = m_parts.clock.Now();
-    if (sample.startsAnew)
+    if (sample.startsAnew) {
         m_schedule.GoOnFrom(*sample.time, now);
-    if (!WaitUntil(m_schedule.DueAt(*sample.time, now)))
+    }
+    if (!WaitUntil(m_schedule.DueAt(*sample.time, now))) {
         return false;
+    }
     return Send(sample);
 }
 
@@ -180,8 +184,9 @@ bool CFeedRun::Confirm()
     }
     CountLost();
     // The user does not wait for a service that says nothing.
-    if (error.code == ELinkError::TimedOut && m_parts.clock.IsInterrupted())
+    if (error.code == ELinkError::TimedOut && m_parts.clock.IsInterrupted()) {
         return End(EFeedEnd::Interrupted);
+    }
     if (MayComeBack(error)) {
         m_loss = error;
         return true;
@@ -194,16 +199,19 @@ bool CFeedRun::Confirm()
 void CFeedRun::LookForRefusal()
 {
     std::optional<std::string> refusal = m_parts.sink.Refusal();
-    if (!refusal)
+    if (!refusal) {
         return;
-    if (!m_parts.ofDerivedSpeed.empty() && IsOfDerivedSpeed(*refusal))
+    }
+    if (!m_parts.ofDerivedSpeed.empty() && IsOfDerivedSpeed(*refusal)) {
         *refusal += "; " + m_parts.ofDerivedSpeed;
+    }
     ++m_result.looks;
     if (!refusal->empty()) {
         ++m_result.refusedLooks;
         m_result.refusal = *refusal;
-        if (!m_isRefused)
+        if (!m_isRefused) {
             m_parts.tell("the service does not take the samples: " + *refusal);
+        }
     }
     m_isRefused = !refusal->empty();
 }
@@ -231,8 +239,9 @@ bool CFeedRun::Reconnect(const PositionSample& sample, const LinkErrorC& loss)
     const double lastAttempt = m_parts.clock.Now() + m_secondsToReconnect;
     LinkErrorC error = loss;
     while (MayComeBack(error) && m_parts.clock.Now() < lastAttempt) {
-        if (!WaitUntil(m_parts.clock.Now() + kSecondsBetweenAttempts))
+        if (!WaitUntil(m_parts.clock.Now() + kSecondsBetweenAttempts)) {
             return false;
+        }
         error = m_parts.sink.Send(sample, m_motion.HeadingIsValid(),
                                   static_cast<int>(m_result.handedOver + 1));
         if (error.code == ELinkError::None) {
@@ -251,8 +260,9 @@ bool CFeedRun::Reconnect(const PositionSample& sample, const LinkErrorC& loss)
 bool CFeedRun::WaitUntil(double time)
 {
     while (m_parts.clock.Now() < time) {
-        if (m_parts.clock.IsInterrupted())
+        if (m_parts.clock.IsInterrupted()) {
             return End(EFeedEnd::Interrupted);
+        }
         m_parts.show(m_result);
         m_parts.clock.WaitTowards(time);
     }

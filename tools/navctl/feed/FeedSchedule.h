@@ -22,10 +22,12 @@ public:
     /// @param now the clock's time, seconds.
     double DueAt(double sampleTime, double now)
     {
-        if (!m_rate)
+        if (!m_rate) {
             return now;
-        if (!m_start || sampleTime - m_lastTime > kLongestGap)
+        }
+        if (!m_start || sampleTime - m_lastTime > kLongestGap) {
             m_start = now - sampleTime / *m_rate;
+        }
         m_lastTime = sampleTime;
         return *m_start + sampleTime / *m_rate;
     }
@@ -40,8 +42,9 @@ public:
     void GoOnFrom(double sampleTime, double now)
     {
         m_lastTime = sampleTime;
-        if (m_rate)
+        if (m_rate) {
             m_start = now - sampleTime / *m_rate;
+        }
     }
 
 private:

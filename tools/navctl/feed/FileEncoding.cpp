@@ -30,8 +30,9 @@ constexpr EncodingMark kMarks[] = {
 bool HasZerosFrom(std::string_view text, std::size_t first)
 {
     for (std::size_t place = 0; place < text.size(); ++place) {
-        if ((text[place] == '\0') != (place % 2 == first))
+        if ((text[place] == '\0') != (place % 2 == first)) {
             return false;
+        }
     }
     return true;
 }
@@ -47,18 +48,22 @@ std::string ReasonAndRemedy(const char* is, const char* reader)
 std::string ForeignEncoding(const std::string& firstBytes)
 {
     for (const EncodingMark& mark : kMarks) {
-        if (firstBytes.compare(0, mark.beginning.size(), mark.beginning) == 0)
+        if (firstBytes.compare(0, mark.beginning.size(), mark.beginning) == 0) {
             return ReasonAndRemedy(mark.is, mark.reader);
+        }
     }
     // Without a mark of its byte order. Sentences and names of columns are ASCII.
     constexpr std::size_t kLeast = 8;
     constexpr std::size_t kMost = 64;
     const std::string_view beginning = std::string_view(firstBytes).substr(0, kMost);
-    if (beginning.size() < kLeast)
+    if (beginning.size() < kLeast) {
         return {};
-    if (HasZerosFrom(beginning, 1))
+    }
+    if (HasZerosFrom(beginning, 1)) {
         return ReasonAndRemedy("text in UTF-16", "iconv -f UTF-16LE -t UTF-8");
-    if (HasZerosFrom(beginning, 0))
+    }
+    if (HasZerosFrom(beginning, 0)) {
         return ReasonAndRemedy("text in UTF-16", "iconv -f UTF-16BE -t UTF-8");
+    }
     return {};
 }

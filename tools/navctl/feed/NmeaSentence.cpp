@@ -12,20 +12,24 @@ constexpr std::size_t kLongestAddress = 16;
 std::string_view Trimmed(std::string_view text)
 {
     const std::size_t first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos)
+    if (first == std::string_view::npos) {
         return {};
+    }
     return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
 /// The value of a hexadecimal digit; -1 for another character.
 int HexDigit(char character)
 {
-    if (character >= '0' && character <= '9')
+    if (character >= '0' && character <= '9') {
         return character - '0';
-    if (character >= 'A' && character <= 'F')
+    }
+    if (character >= 'A' && character <= 'F') {
         return character - 'A' + 10;
-    if (character >= 'a' && character <= 'f')
+    }
+    if (character >= 'a' && character <= 'f') {
         return character - 'a' + 10;
+    }
     return -1;
 }
 
@@ -33,8 +37,9 @@ int HexDigit(char character)
 int Checksum(std::string_view body)
 {
     int sum = 0;
-    for (const char character : body)
+    for (const char character : body) {
         sum ^= static_cast<unsigned char>(character);
+    }
     return sum;
 }
 

@@ -151,11 +151,13 @@ std::optional<std::int64_t> DaysSince1970(int year, int month, int day)
 {
     static const std::array<int, 12> lengths{31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     if (year < 1 || month < 1 || month > 12 || day < 1 ||
-        day > lengths[static_cast<std::size_t>(month - 1)])
+        day > lengths[static_cast<std::size_t>(month - 1)]) {
         return std::nullopt;
+    }
     const bool isLeapYear = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-    if (month == 2 && day == 29 && !isLeapYear)
+    if (month == 2 && day == 29 && !isLeapYear) {
         return std::nullopt;
+    }
     const int yearFromMarch = month <= 2 ? year - 1 : year;
     const int era = yearFromMarch / 400;
     const int yearOfEra = yearFromMarch - era * 400;

@@ -88,8 +88,9 @@ public:
     std::string Remark() const
     {
         std::string remark;
-        for (const std::string& name : m_unusedColumns)
+        for (const std::string& name : m_unusedColumns) {
             remark += (remark.empty() ? "columns that are not used: " : ", ") + name;
+        }
         return remark;
     }
 

@@ -18,12 +18,14 @@ public:
     /// @param found gives what has come instead, in words; empty when there is nothing to say yet.
     void Look(double seconds, const std::function<std::string()>& found)
     {
-        if (m_isTold || seconds < kPatience)
+        if (m_isTold || seconds < kPatience) {
             return;
+        }
         const std::string text = found();
         m_isTold = !text.empty();
-        if (m_isTold)
+        if (m_isTold) {
             m_tell("nothing that can be sent yet: " + text);
+        }
     }
 
 private:

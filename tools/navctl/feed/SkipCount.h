@@ -24,8 +24,9 @@ public:
     {
         const bool isFull = m_reasons.size() >= kMostReasons && m_reasons.count(reason) == 0;
         SkipReason& entry = m_reasons[isFull ? "other reasons" : reason];
-        if (entry.count == 0)
+        if (entry.count == 0) {
             entry.firstLine = line;
+        }
         entry.count += count;
         m_total += count;
     }

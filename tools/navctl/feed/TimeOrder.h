@@ -37,8 +37,9 @@ public:
         }
         m_rising = m_rising > 0 && time > m_lastLeftOut ? m_rising + 1 : 1;
         m_lastLeftOut = time;
-        if (m_rising < kSamplesToStartAnew)
+        if (m_rising < kSamplesToStartAnew) {
             return ETimeOrder::NotLater;
+        }
         m_last = time;
         m_rising = 0;
         return ETimeOrder::NewStart;
@@ -49,8 +50,9 @@ public:
     /// @param seconds forwards when positive.
     void Shift(double seconds)
     {
-        if (m_last)
+        if (m_last) {
             *m_last += seconds;
+        }
         m_lastLeftOut += seconds;
     }
 

@@ -63,9 +63,10 @@ std::string BoundaryText(const FieldBoundary& boundary, std::size_t number)
     text += " " + Metres(area.squareMetres / kSquareMetresInHectare) + " ha, " +
             Metres(area.perimeter) + " m around, " + std::to_string(boundary.exterior.size()) +
             " points";
-    if (!boundary.holes.empty())
+    if (!boundary.holes.empty()) {
         text += ", " + std::to_string(boundary.holes.size()) +
                 (boundary.holes.size() == 1 ? " hole" : " holes");
+    }
     return text;
 }
 
@@ -89,8 +90,9 @@ public:
             m_text += "\n" + BoundaryText(boundary, m_boundaries);
         }
         for (const RefusedLine& line : refused) {
-            if (line.field != field.name)
+            if (line.field != field.name) {
                 continue;
+            }
             leftOut.push_back({{"name", line.name}, {"reason", line.reason}});
             m_text +=
                 "\n  left out: line \"" + Printable(line.name) + "\": " + Printable(line.reason);
@@ -114,8 +116,9 @@ private:
 void PrintFields(CContext& context, const CFieldFile& file)
 {
     CFieldListing listing;
-    for (const Field& field : file.fields)
+    for (const Field& field : file.fields) {
         listing.Add(field, file.refused);
+    }
     context.Print({{"fields", listing.Fields()}, {"notes", file.Notes()}}, listing.Text());
 }
 
@@ -123,8 +126,9 @@ void PrintFields(CContext& context, const CFieldFile& file)
 void ListWaylines(CContext& context, const WaylineSource& source, CSourceFile& opened)
 {
     const std::optional<WaylineList> list = ReadSource(context, source, opened);
-    if (!list)
+    if (!list) {
         return;
+    }
     Json lines = Json::array();
     std::string text;
     for (const WaylineList::Entry& entry : list->entries) {
@@ -145,15 +149,18 @@ void ListLines(CContext& context, const WaylineSource& source)
 {
     CSourceFile opened(source.file);
     const EFileContent content = ContentOf(source, opened);
-    if (content != EFileContent::Fields && content != EFileContent::GeoJson)
+    if (content != EFileContent::Fields && content != EFileContent::GeoJson) {
         return ListWaylines(context, source, opened);
+    }
     const FieldChoice choice = ChoiceOf(source);
     std::optional<CFieldFile> file = ReadFields(context, opened, choice);
-    if (!file)
+    if (!file) {
         return;
+    }
     const std::string problem = ChooseLines(*file, choice);
-    if (!problem.empty())
+    if (!problem.empty()) {
         return context.Fail(kExitUsage, source.file + ": " + problem);
+    }
     PrintFields(context, *file);
 }
 
@@ -177,11 +184,13 @@ std::optional<CFieldFile> ReadBoundaries(CContext& context, const BoundaryOption
         return std::nullopt;
     }
     std::optional<CFieldFile> file = ReadFields(context, opened, options.choice);
-    if (!file)
+    if (!file) {
         return std::nullopt;
+    }
     const std::string problem = ChooseBoundaries(*file, options.choice);
-    if (problem.empty())
+    if (problem.empty()) {
         return file;
+    }
     context.Fail(kExitUsage, options.file + ": " + problem);
     return std::nullopt;
 }
@@ -197,8 +206,9 @@ void ConvertBoundaries(CContext& context, const BoundaryOptions& options)
                                             FieldFormatWords());
     }
     const std::optional<CFieldFile> file = ReadBoundaries(context, options);
-    if (file)
+    if (file) {
         WriteFields(context, *file, {options.target, *format, EShapes::Areas});
+    }
 }
 
 CLI::App* AddBoundarySource(CLI::App& group, const char* name, const char* help,
@@ -238,8 +248,9 @@ void AddBoundaryCommand(CLI::App& app, CContext& context)
     AddBoundarySource(*group, "list", "Tells the boundaries of a file's fields", shown)
         ->callback([&context, shown] {
             const std::optional<CFieldFile> file = ReadBoundaries(context, *shown);
-            if (file)
+            if (file) {
                 PrintFields(context, *file);
+            }
         });
     const auto converted = std::make_shared<BoundaryOptions>();
     CLI::App* convert = AddBoundarySource(*group, "convert",

@@ -21,8 +21,9 @@ std::string NamesOf(const Things& things)
     std::string names;
     std::size_t count = 0;
     for (const auto& thing : things) {
-        if (++count > kMost)
+        if (++count > kMost) {
             return names + " and others";
+        }
         names += (names.empty() ? "" : ", ") + Quoted(thing.name);
     }
     return names.empty() ? "none" : names;
@@ -30,11 +31,13 @@ std::string NamesOf(const Things& things)
 
 std::string ChooseField(CFieldFile& file, const std::string& name)
 {
-    if (name.empty())
+    if (name.empty()) {
         return {};
+    }
     const auto isOther = [&](const Field& field) { return field.name != name; };
-    if (std::all_of(file.fields.begin(), file.fields.end(), isOther))
+    if (std::all_of(file.fields.begin(), file.fields.end(), isOther)) {
         return "there is no field " + Quoted(name) + "; there are: " + NamesOf(file.fields);
+    }
     file.fields.erase(std::remove_if(file.fields.begin(), file.fields.end(), isOther),
                       file.fields.end());
     return {};
@@ -49,8 +52,9 @@ std::size_t LeaveOne(CFieldFile& file, std::vector<Thing> Field::*things, const 
 {
     std::size_t named = 0;
     for (const Field& field : file.fields) {
-        for (const Thing& thing : field.*things)
+        for (const Thing& thing : field.*things) {
             named += thing.name == wanted ? 1 : 0;
+        }
     }
     std::size_t number = 0;
     std::size_t left = 0;
@@ -60,8 +64,9 @@ std::size_t LeaveOne(CFieldFile& file, std::vector<Thing> Field::*things, const 
             const bool isWanted =
                 named > 0 ? thing.name == wanted : std::to_string(number + 1) == wanted;
             ++number;
-            if (isWanted)
+            if (isWanted) {
                 kept.push_back(std::move(thing));
+            }
         }
         left += kept.size();
         field.*things = std::move(kept);
@@ -89,8 +94,9 @@ std::optional<CFieldFile> ReadFields(CContext& context, CSourceFile& source,
     try {
         CFieldFile file = source.IsFolder() ? ReadFieldFolder(path)
                                             : ReadFieldFile(path, source.Bytes(), choice.kind);
-        for (const std::string& note : file.Notes())
+        for (const std::string& note : file.Notes()) {
             WriteError(path + ": " + note);
+        }
         return file;
     } catch (const CFieldFileProblem& problem) {
         context.Fail(kExitUsage, path + ": " + problem.what());
@@ -101,52 +107,64 @@ std::optional<CFieldFile> ReadFields(CContext& context, CSourceFile& source,
 void TellRefused(const CFieldFile& file, const std::string& path, const FieldChoice& choice)
 {
     constexpr std::size_t kMost = 20;
-    if (!choice.line.empty())
+    if (!choice.line.empty()) {
         return;
+    }
     std::size_t count = 0;
     for (const RefusedLine& line : file.refused) {
         const bool isWanted = choice.field.empty() || line.field == choice.field;
-        if (isWanted && ++count <= kMost)
+        if (isWanted && ++count <= kMost) {
             WriteError(path + ": left out: line " + Quoted(line.name) + ": " + line.reason);
+        }
     }
-    if (count > kMost)
+    if (count > kMost) {
         WriteError(path + ": and " + std::to_string(count - kMost) + " more lines");
+    }
 }
 
 std::string ChooseLines(CFieldFile& file, const FieldChoice& choice)
 {
     const std::string problem = ChooseField(file, choice.field);
-    if (!problem.empty() || choice.line.empty())
+    if (!problem.empty() || choice.line.empty()) {
         return problem;
+    }
     std::vector<FieldLine> all;
-    for (const Field& field : file.fields)
+    for (const Field& field : file.fields) {
         all.insert(all.end(), field.lines.begin(), field.lines.end());
+    }
     const std::size_t left = LeaveOne(file, &Field::lines, choice.line);
-    for (Field& field : file.fields)
+    for (Field& field : file.fields) {
         field.boundaries.clear();
-    if (left > 0)
+    }
+    if (left > 0) {
         return SeveralProblem(choice.line, left);
+    }
     for (const RefusedLine& refused : file.refused) {
         const bool isInField = choice.field.empty() || refused.field == choice.field;
-        if (isInField && refused.name == choice.line)
+        if (isInField && refused.name == choice.line) {
             return "line " + Quoted(refused.name) + ": " + refused.reason;
+        }
     }
     return "there is no line " + Quoted(choice.line) + "; there are: " + NamesOf(all);
 }
 
 std::string ChooseBoundaries(CFieldFile& file, const FieldChoice& choice)
 {
-    for (Field& field : file.fields)
+    for (Field& field : file.fields) {
         field.lines.clear();
+    }
     file.refused.clear();
     const std::string problem = ChooseField(file, choice.field);
-    if (!problem.empty())
+    if (!problem.empty()) {
         return problem;
-    if (choice.line.empty())
+    }
+    if (choice.line.empty()) {
         return file.BoundaryCount() > 0 ? "" : "there is no boundary in it";
+    }
     std::vector<FieldBoundary> all;
-    for (const Field& field : file.fields)
+    for (const Field& field : file.fields) {
         all.insert(all.end(), field.boundaries.begin(), field.boundaries.end());
+    }
     const std::size_t left = LeaveOne(file, &Field::boundaries, choice.line);
     return left > 0
                ? SeveralProblem(choice.line, left)
@@ -163,12 +181,14 @@ WaylineList WaylinesOf(const CFieldFile& file, const std::optional<GeodeticPlace
         list.isOriginChosen = true;
     }
     list.boundaries = file.BoundaryCount();
-    if (!list.origin)
+    if (!list.origin) {
         return list;
+    }
     const CLocalFrame frame(*list.origin);
     for (const Field& field : file.fields) {
-        for (const FieldLine& line : field.lines)
+        for (const FieldLine& line : field.lines) {
             list.entries.push_back({list.entries.size() + 1, ToWayline(line, frame)});
+        }
     }
     return list;
 }
@@ -178,7 +198,8 @@ CFieldFile FieldsOf(const WaylineList& list, const GeodeticPlace& origin)
     const CLocalFrame frame(origin);
     CFieldFile file;
     Field& field = file.FieldOf("Field");
-    for (const WaylineList::Entry& entry : list.entries)
+    for (const WaylineList::Entry& entry : list.entries) {
         field.lines.push_back(FromWayline(entry.content, frame));
+    }
     return file;
 }

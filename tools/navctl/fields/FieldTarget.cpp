@@ -17,12 +17,35 @@ void WriteToFiles(CContext& context, const FilesToWrite& files)
     for (const auto& [path, bytes] : files) {
         const std::filesystem::path folder = std::filesystem::path(path).parent_path();
         std::error_code error;
-        if (!folder.empty() && folder.filename() == "TASKDATA")
+        if (!folder.empty() && folder.filename() == "TASKDATA") {
             std::filesystem::create_directories(folder, error);
+        }
         const std::string problem = WriteWholeFile(path, bytes);
-        if (!problem.empty())
+        if (!problem.empty()) {
             return context.Fail(kExitCannotWrite, problem);
+        }
     }
+}
+
+void ReportWritten(CContext& context, const FilesToWrite& files, const FieldTarget& target,
+                   std::size_t lines, std::size_t boundaries)
+{
+    Json paths = Json::array();
+    for (const auto& written : files) {
+        paths.push_back(written.first);
+    }
+    const bool isShapefile = target.format == EFieldFormat::Shapefile;
+    const bool hasLines = !isShapefile || target.shapes == EShapes::Lines;
+    const bool hasAreas = !isShapefile || target.shapes == EShapes::Areas;
+    context.Print({{"outcome", "done"},
+                   {"file", files.front().first},
+                   {"files", paths},
+                   {"lines", hasLines ? lines : 0},
+                   {"boundaries", hasAreas ? boundaries : 0}},
+                  (hasLines ? Counted(lines, "wayline", "waylines") : std::string()) +
+                      (hasLines && hasAreas ? " and " : "") +
+                      (hasAreas ? Counted(boundaries, "boundary", "boundaries") : std::string()) +
+                      " written to " + target.path);
 }
 
 } // namespace
@@ -38,11 +61,13 @@ void WriteFields(CContext& context, CFieldFile file, const FieldTarget& target)
     } catch (const CFieldFileProblem& problem) {
         return context.Fail(kExitUsage, problem.what());
     }
-    for (std::size_t i = notesBefore; i < file.Notes().size(); ++i)
+    for (std::size_t i = notesBefore; i < file.Notes().size(); ++i) {
         WriteError(file.Notes()[i]);
+    }
     if (target.path == "-") {
-        if (context.WritesJson() && target.format == EFieldFormat::GeoJson)
+        if (context.WritesJson() && target.format == EFieldFormat::GeoJson) {
             return context.Output().Write(WriteGeoJson(file, true));
+        }
         if (context.WritesJson()) {
             return context.Fail(kExitUsage,
                                 "with --json such a file is not written to the standard "
@@ -51,21 +76,7 @@ void WriteFields(CContext& context, CFieldFile file, const FieldTarget& target)
         return context.Output().Write(files.front().second);
     }
     WriteToFiles(context, files);
-    if (context.ExitCode() != kExitDone)
-        return;
-    Json paths = Json::array();
-    for (const auto& written : files)
-        paths.push_back(written.first);
-    const bool isShapefile = target.format == EFieldFormat::Shapefile;
-    const bool hasLines = !isShapefile || target.shapes == EShapes::Lines;
-    const bool hasAreas = !isShapefile || target.shapes == EShapes::Areas;
-    context.Print({{"outcome", "done"},
-                   {"file", files.front().first},
-                   {"files", paths},
-                   {"lines", hasLines ? lines : 0},
-                   {"boundaries", hasAreas ? boundaries : 0}},
-                  (hasLines ? Counted(lines, "wayline", "waylines") : std::string()) +
-                      (hasLines && hasAreas ? " and " : "") +
-                      (hasAreas ? Counted(boundaries, "boundary", "boundaries") : std::string()) +
-                      " written to " + target.path);
+    if (context.ExitCode() == kExitDone) {
+        ReportWritten(context, files, target, lines, boundaries);
+    }
 }

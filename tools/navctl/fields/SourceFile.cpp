@@ -20,8 +20,9 @@ bool IsFolderThere(const std::string& path)
 EFileContent KindOfContent(const std::string& beginning)
 {
     const std::optional<EFieldFormat> format = FieldFormatOfContent(beginning);
-    if (format)
+    if (format) {
         return *format == EFieldFormat::GeoJson ? EFileContent::GeoJson : EFileContent::Fields;
+    }
     const bool isText = beginning.find('\0') == std::string::npos;
     return isText ? EFileContent::Other : EFileContent::Unknown;
 }
@@ -30,18 +31,21 @@ EFileContent KindOfContent(const std::string& beginning)
 
 CSourceFile::CSourceFile(const std::string& path) : m_path(path)
 {
-    if (IsFolderThere(path))
+    if (IsFolderThere(path)) {
         return;
+    }
     m_file.emplace(path);
     m_lines.emplace(m_file->Descriptor(), kLongestLine);
 }
 
 EFileContent CSourceFile::Content()
 {
-    if (IsFolder())
+    if (IsFolder()) {
         return EFileContent::Fields;
-    if (!Problem().empty())
+    }
+    if (!Problem().empty()) {
         return EFileContent::Other;
+    }
     if (!m_content) {
         const std::string beginning =
             m_lines->Peek([](const std::string& come) { return come.size() >= kBeginning; });
@@ -52,7 +56,8 @@ EFileContent CSourceFile::Content()
 
 const std::string& CSourceFile::Bytes()
 {
-    if (!m_bytes)
+    if (!m_bytes) {
         m_bytes = ReadBytes(*m_file, m_path, m_lines->TakeBuffer());
+    }
     return *m_bytes;
 }

@@ -65,10 +65,12 @@ ELine CLineReader::Refill(int timeoutMilliseconds)
 {
     pollfd waiting{m_descriptor, POLLIN, 0};
     const int ready = poll(&waiting, 1, timeoutMilliseconds);
-    if (ready == 0 || (ready < 0 && errno == EINTR))
+    if (ready == 0 || (ready < 0 && errno == EINTR)) {
         return ELine::NothingYet;
-    if (ready < 0)
+    }
+    if (ready < 0) {
         return ELine::Failed;
+    }
     m_buffer.erase(0, m_place);
     m_place = 0;
     const std::size_t kept = m_buffer.size();
@@ -77,8 +79,9 @@ ELine CLineReader::Refill(int timeoutMilliseconds)
     const std::size_t come = count > 0 ? static_cast<std::size_t>(count) : 0;
     m_buffer.resize(kept + come);
     m_bytesTaken += come;
-    if (count < 0)
+    if (count < 0) {
         return errno == EINTR || errno == EAGAIN ? ELine::NothingYet : ELine::Failed;
+    }
     return count == 0 ? ELine::End : ELine::Line;
 }
 
@@ -104,8 +107,9 @@ bool CLineReader::TakeFromBuffer()
     m_line.append(m_buffer, m_place, std::min(length, room));
     m_tooLong = m_tooLong || length > room;
     m_place = end;
-    if (end == m_buffer.size())
+    if (end == m_buffer.size()) {
         return false;
+    }
     m_lineNumber = m_lineFeeds + 1;
     m_skipLineFeed = m_buffer[end] == '\r';
     m_lineFeeds += m_skipLineFeed ? 0 : 1;
@@ -117,8 +121,9 @@ ELine CLineReader::Give(std::string& line)
 {
     line.swap(m_line);
     m_line.clear();
-    if (m_isFirst && line.compare(0, kByteOrderMark.size(), kByteOrderMark) == 0)
+    if (m_isFirst && line.compare(0, kByteOrderMark.size(), kByteOrderMark) == 0) {
         line.erase(0, kByteOrderMark.size());
+    }
     m_isFirst = false;
     ++m_linesGiven;
     const bool tooLong = m_tooLong;

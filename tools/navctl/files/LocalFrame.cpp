@@ -18,12 +18,15 @@ bool operator==(const GeodeticPlace& left, const GeodeticPlace& right)
 
 std::string ImpossiblePlace(const GeodeticPlace& place)
 {
-    if (!(std::abs(place.latitude) <= 90.0))
+    if (!(std::abs(place.latitude) <= 90.0)) {
         return "latitude " + std::to_string(place.latitude) + " is not within -90 to 90";
-    if (!(std::abs(place.longitude) <= 180.0))
+    }
+    if (!(std::abs(place.longitude) <= 180.0)) {
         return "longitude " + std::to_string(place.longitude) + " is not within -180 to 180";
-    if (!(std::abs(place.height) <= 100000.0))
+    }
+    if (!(std::abs(place.height) <= 100000.0)) {
         return "height " + std::to_string(place.height) + " is not within 100 km";
+    }
     return {};
 }
 

@@ -10,9 +10,7 @@
 COpenFile::COpenFile(const std::string& path) : m_isStandardInput(path == "-")
 {
     m_descriptor = m_isStandardInput ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    struct stat status
-    {
-    };
+    struct stat status = {};
     if (m_descriptor < 0 || fstat(m_descriptor, &status) != 0) {
         m_problem = "cannot read " + path + ": " + std::strerror(errno);
     } else if (S_ISDIR(status.st_mode)) {
@@ -25,8 +23,9 @@ COpenFile::COpenFile(const std::string& path) : m_isStandardInput(path == "-")
 
 COpenFile::~COpenFile()
 {
-    if (m_descriptor >= 0 && !m_isStandardInput)
+    if (m_descriptor >= 0 && !m_isStandardInput) {
         close(m_descriptor);
+    }
 }
 
 std::string WriteWholeFile(const std::string& path, const std::string& content)

@@ -44,27 +44,33 @@ void Append(std::string& words, const std::string& word)
 std::string WordsAfter(CLI::App& command)
 {
     std::string words;
-    for (const CLI::App* const below : command.get_subcommands(nullptr))
+    for (const CLI::App* const below : command.get_subcommands(nullptr)) {
         Append(words, below->get_name());
+    }
     for (const COperation& operation : Operations()) {
         for (const CArgument& argument : operation.arguments) {
-            if (operation.name != command.get_name() || argument.IsOption())
+            if (operation.name != command.get_name() || argument.IsOption()) {
                 continue;
-            for (const std::string& word : argument.Words())
+            }
+            for (const std::string& word : argument.Words()) {
                 Append(words, word);
+            }
         }
     }
     if (command.get_name() == "watch") {
-        for (const CEventKind& kind : EventKinds())
+        for (const CEventKind& kind : EventKinds()) {
             Append(words, kind.name);
+        }
     }
     if (command.get_name() == "help") {
-        for (const CLI::App* const other : command.get_parent()->get_subcommands(nullptr))
+        for (const CLI::App* const other : command.get_parent()->get_subcommands(nullptr)) {
             Append(words, other->get_name());
+        }
     }
     if (command.get_name() == "start") {
-        for (const auto& [name, code] : WaylineKindNames())
+        for (const auto& [name, code] : WaylineKindNames()) {
             Append(words, name);
+        }
     }
     return words;
 }
@@ -73,8 +79,9 @@ template <typename Names>
 std::string NamesIn(const Names& names)
 {
     std::string words;
-    for (const auto& entry : names)
+    for (const auto& entry : names) {
         Append(words, entry.first);
+    }
     return words;
 }
 
@@ -83,8 +90,9 @@ std::string ChoicesOfOptions()
 {
     std::string kinds;
     for (const auto& [name, code] : WaylineKindNames()) {
-        if (IsKindOfPoints(static_cast<Kestrove::EWaylineType>(code)))
+        if (IsKindOfPoints(static_cast<Kestrove::EWaylineType>(code))) {
             Append(kinds, name);
+        }
     }
     std::map<std::string, std::string> choices{{"from", NamesIn(WaylineFormatNames())},
                                                {"to", NamesIn(WaylineFormatNames())},
@@ -94,15 +102,18 @@ std::string ChoicesOfOptions()
     for (const COperation& operation : Operations()) {
         for (const CArgument& argument : operation.arguments) {
             std::string words;
-            for (const std::string& word : argument.Words())
+            for (const std::string& word : argument.Words()) {
                 Append(words, word);
-            if (argument.IsOption() && !argument.isFlag && !words.empty())
+            }
+            if (argument.IsOption() && !argument.isFlag && !words.empty()) {
                 choices[argument.name] = words;
+            }
         }
     }
     std::string table;
-    for (const auto& [name, words] : choices)
+    for (const auto& [name, words] : choices) {
         table.append("    [\"--").append(name).append("\"]=\"").append(words).append("\"\n");
+    }
     return table;
 }
 
@@ -111,8 +122,9 @@ std::string OptionWords(CLI::App& command, bool onlyValued)
     std::string words;
     for (const CLI::Option* const option : command.get_options()) {
         for (const std::string& name : option->get_lnames()) {
-            if (!onlyValued || option->get_items_expected_min() > 0)
+            if (!onlyValued || option->get_items_expected_min() > 0) {
                 Append(words, "--" + name);
+            }
         }
     }
     return words;
@@ -130,10 +142,12 @@ struct CTables
         words += "    [\"" + key + "\"]=\"" + WordsAfter(command) + "\"\n";
         options += "    [\"" + key + "\"]=\"" + OptionWords(command, false) + "\"\n";
         const std::string wanting = OptionWords(command, true);
-        if (!wanting.empty())
+        if (!wanting.empty()) {
             Append(valued, wanting);
-        for (CLI::App* const below : command.get_subcommands(nullptr))
+        }
+        for (CLI::App* const below : command.get_subcommands(nullptr)) {
             Add(*below, key + " " + below->get_name());
+        }
     }
 };
 

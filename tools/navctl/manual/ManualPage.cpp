@@ -11,8 +11,9 @@ std::string Escaped(const std::string& text)
     std::string escaped;
     for (const char letter : text) {
         const bool startsLine = escaped.empty() || escaped.back() == '\n';
-        if (startsLine && (letter == '.' || letter == '\''))
+        if (startsLine && (letter == '.' || letter == '\'')) {
             escaped += "\\&";
+        }
         if (letter == '\\') {
             escaped += "\\e";
         } else if (letter == '-') {
@@ -68,15 +69,19 @@ std::string OptionEntry(const CLI::Option& option)
 {
     const std::string value = option.get_type_size() > 0 ? option.get_type_name() : "";
     std::string text = option.get_description();
-    if (!option.get_default_str().empty())
+    if (!option.get_default_str().empty()) {
         text += "; " + option.get_default_str() + " unless given";
-    if (option.get_positional())
+    }
+    if (option.get_positional()) {
         return Tagged(Italic(option.get_name(true)), text);
+    }
     std::string names;
-    for (const std::string& name : option.get_snames())
+    for (const std::string& name : option.get_snames()) {
         names += (names.empty() ? "" : ", ") + Bold("-" + name);
-    for (const std::string& name : option.get_lnames())
+    }
+    for (const std::string& name : option.get_lnames()) {
         names += (names.empty() ? "" : ", ") + Bold("--" + name);
+    }
     return Tagged(names + (value.empty() ? "" : " " + Italic(value)), text);
 }
 
@@ -84,8 +89,9 @@ std::string OptionsOf(CLI::App& command, bool withHelp)
 {
     std::string page;
     for (const CLI::Option* const option : command.get_options()) {
-        if (withHelp || option != command.get_help_ptr())
+        if (withHelp || option != command.get_help_ptr()) {
             page += OptionEntry(*option);
+        }
     }
     return page;
 }
@@ -98,10 +104,12 @@ std::string CommandEntry(CLI::App& command, const std::string& prefix)
     // A command without a footer of its own has that of the command above it.
     const bool isInherited = command.get_footer() == command.get_parent()->get_footer();
     const std::string footer = isInherited ? "" : command.get_footer();
-    if (!options.empty() || !footer.empty())
+    if (!options.empty() || !footer.empty()) {
         page += ".RS\n" + options + Paragraphs(footer) + ".RE\n";
-    for (CLI::App* const below : command.get_subcommands(nullptr))
+    }
+    for (CLI::App* const below : command.get_subcommands(nullptr)) {
         page += CommandEntry(*below, name + " ");
+    }
     return page;
 }
 
@@ -109,8 +117,9 @@ std::string CommandsOf(CLI::App& app, bool areOperations)
 {
     std::string page;
     for (CLI::App* const command : app.get_subcommands(nullptr)) {
-        if ((command->get_group() == kOperationGroup) == areOperations)
+        if ((command->get_group() == kOperationGroup) == areOperations) {
             page += CommandEntry(*command, "");
+        }
     }
     return page;
 }

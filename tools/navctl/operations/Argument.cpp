@@ -31,14 +31,16 @@ template <typename Value>
 std::optional<Value> ReadNumber(const std::string& word)
 {
     const bool hasPlus = word.rfind('+', 0) == 0;
-    if (hasPlus && word.find_first_of("+-", 1) == 1)
+    if (hasPlus && word.find_first_of("+-", 1) == 1) {
         return std::nullopt;
+    }
     const char* const begin = word.data() + (hasPlus ? 1 : 0);
     const char* const end = word.data() + word.size();
     Value value{};
     const auto result = std::from_chars(begin, end, value);
-    if (result.ec != std::errc() || result.ptr != end)
+    if (result.ec != std::errc() || result.ptr != end) {
         return std::nullopt;
+    }
     return value;
 }
 
@@ -52,8 +54,9 @@ std::optional<ArgumentValue> ReadFinite(const std::string& word, double greatest
 
 std::optional<ArgumentValue> ReadAccuracy(const std::string& word)
 {
-    if (word == kUnknown)
+    if (word == kUnknown) {
         return std::numeric_limits<double>::quiet_NaN();
+    }
     const std::optional<double> value = ReadNumber<double>(word);
     const bool isGood = value && std::isfinite(*value) && *value >= 0.0;
     return isGood ? std::optional<ArgumentValue>(*value) : std::nullopt;
@@ -61,15 +64,17 @@ std::optional<ArgumentValue> ReadAccuracy(const std::string& word)
 
 std::optional<ArgumentValue> ReadSwitch(const std::string& word)
 {
-    if (IsOneOf(kTrueWords, word))
+    if (IsOneOf(kTrueWords, word)) {
         return true;
+    }
     return IsOneOf(kFalseWords, word) ? std::optional<ArgumentValue>(false) : std::nullopt;
 }
 
 std::optional<ArgumentValue> ReadTime(const std::string& word)
 {
-    if (word != "now")
+    if (word != "now") {
         return ReadFinite(word, kGreatestDouble);
+    }
     const auto now = std::chrono::system_clock::now().time_since_epoch();
     return std::chrono::duration<double>(now).count();
 }
@@ -77,8 +82,9 @@ std::optional<ArgumentValue> ReadTime(const std::string& word)
 std::optional<ArgumentValue> ReadName(const NameTable& names, const std::string& word)
 {
     for (const auto& [name, code] : names) {
-        if (name == word)
+        if (name == word) {
             return code;
+        }
     }
     return std::nullopt;
 }
@@ -109,8 +115,9 @@ std::optional<ArgumentValue> ReadWaylines(const std::vector<std::string>& texts,
     for (const std::string& text : texts) {
         const std::optional<WaylineContent> content = ReadWaylineText(text, problem);
         if (!content) {
-            if (texts.size() > 1 && text.find(' ') == std::string::npos)
+            if (texts.size() > 1 && text.find(' ') == std::string::npos) {
                 problem += "; each text form is one word of the shell, in quotes";
+            }
             return std::nullopt;
         }
         waylines.push_back(MakeWayline(*content));
@@ -121,8 +128,9 @@ std::optional<ArgumentValue> ReadWaylines(const std::vector<std::string>& texts,
 std::optional<ArgumentValue> ReadWayline(const std::string& text, std::string& problem)
 {
     const std::optional<WaylineContent> content = ReadWaylineText(text, problem);
-    if (!content)
+    if (!content) {
         return std::nullopt;
+    }
     return MakeWayline(*content);
 }
 
@@ -145,8 +153,9 @@ std::string TypeWords(EArgumentType type)
 std::string Joined(const std::vector<std::string>& words)
 {
     std::string text;
-    for (const std::string& word : words)
+    for (const std::string& word : words) {
         text += (text.empty() ? "" : ", ") + word;
+    }
     return text;
 }
 
@@ -163,16 +172,18 @@ NameTable Offered(const NameTable& table)
 std::vector<std::string> NamesOf(const NameTable& table)
 {
     std::vector<std::string> names;
-    for (const auto& entry : Offered(table))
+    for (const auto& entry : Offered(table)) {
         names.push_back(entry.first);
+    }
     return names;
 }
 
 std::string InOneText(const std::vector<std::string>& words)
 {
     std::string text;
-    for (const std::string& word : words)
+    for (const std::string& word : words) {
         text += (text.empty() ? "" : " ") + word;
+    }
     return text;
 }
 
@@ -180,8 +191,9 @@ std::string InOneText(const std::vector<std::string>& words)
 bool IsTiny(const std::string& number)
 {
     const std::size_t exponent = number.find_first_of("eE");
-    if (exponent != std::string::npos)
+    if (exponent != std::string::npos) {
         return number.compare(exponent + 1, 1, "-") == 0;
+    }
     return number.find_first_of("123456789") > number.find('.');
 }
 
@@ -199,15 +211,19 @@ bool IsOutsideOf(const std::string& word)
 /// What is wrong with a word that no argument of the type can be, in words.
 std::string FaultOf(EArgumentType type, const std::string& word)
 {
-    if (type == EArgumentType::Integer && IsOutsideOf<int>(word))
+    if (type == EArgumentType::Integer && IsOutsideOf<int>(word)) {
         return "is too large: whole numbers have 32 bits";
-    if (type == EArgumentType::Integer || TypeWords(type).empty())
+    }
+    if (type == EArgumentType::Integer || TypeWords(type).empty()) {
         return "is not allowed";
+    }
     const bool isOutside = IsOutsideOf<double>(word);
-    if (isOutside && IsTiny(word))
+    if (isOutside && IsTiny(word)) {
         return "is too near to 0 to be held";
-    if (type == EArgumentType::Single && (isOutside || ReadFinite(word, kGreatestDouble)))
+    }
+    if (type == EArgumentType::Single && (isOutside || ReadFinite(word, kGreatestDouble))) {
         return "is too large: numbers of single precision go up to 3.4e38 in size";
+    }
     return isOutside ? "is too large" : "is not allowed";
 }
 
@@ -241,10 +257,12 @@ std::vector<std::string> CArgument::Words() const
 std::string CArgument::Description() const
 {
     std::string text = help;
-    if (!unit.empty())
+    if (!unit.empty()) {
         text += ", " + unit;
-    if (!range.empty())
+    }
+    if (!range.empty()) {
         text += ", " + range;
+    }
     if (type == EArgumentType::Kind || type == EArgumentType::Parameter) {
         const NameTable names =
             Offered(type == EArgumentType::Kind ? WaylineKindNames() : TuningParameterNames());

@@ -81,13 +81,15 @@ void LookAtLimits(CNavigationAPI& navigation, int parameter, double heldNumber, 
 {
     const COperation& getter = FindOperation("get-tuning-limits");
     const COutcome limits = Call(navigation, getter.serviceName, getter.exchange, {parameter});
-    if (limits.kind != EOutcome::Value)
+    if (limits.kind != EOutcome::Value) {
         return;
+    }
     const auto lowest = limits.value["lowest"].get<double>();
     const auto highest = limits.value["highest"].get<double>();
     const double nearest = wanted < lowest ? lowest : std::min(wanted, highest);
-    if (!IsSameNumber(heldNumber, nearest))
+    if (!IsSameNumber(heldNumber, nearest)) {
         return;
+    }
     held.state = CHeld::EState::Limited;
     held.limits = limits.text;
 }
@@ -111,18 +113,22 @@ CHeld AskWhatIsHeld(CNavigationAPI& navigation, const CConfirmation& confirmatio
         CallFor(navigation, getter.serviceName, getter.exchange, {values.begin(), end});
     // That is how the service says that it has no wayline; of anything else it says nothing.
     if (reply == nullptr && navigation.LastError().code == ELinkError::NoValue &&
-        getter.name == "get-wayline")
+        getter.name == "get-wayline") {
         return {CHeld::EState::Another, {EOutcome::Value}, "no complete wayline"};
-    if (reply == nullptr)
+    }
+    if (reply == nullptr) {
         return {CHeld::EState::Unknown, {EOutcome::NoAnswer}};
+    }
     const std::optional<COutcome> outcome = getter.exchange.read(*reply);
     const auto numbers = NumbersIn(*reply);
-    if (!outcome || !numbers)
+    if (!outcome || !numbers) {
         return {CHeld::EState::Unknown, {EOutcome::OtherForm}};
+    }
     const CWanted wanted = WantedOf(FindOperation(confirmation.setter), confirmation, values);
     CHeld held{CHeld::EState::Same, *outcome, TextOf(getter, *outcome, *reply)};
-    if (IsSame(*numbers, wanted))
+    if (IsSame(*numbers, wanted)) {
         return held;
+    }
     held.state = CHeld::EState::Another;
     if (confirmation.limited != CConfirmation::kNone) {
         const int parameter = confirmation.limited == kFirstArgument ? std::get<int>(values.front())

@@ -26,8 +26,9 @@ std::string GetterAfter(const COperation& operation)
         const std::string getter = confirmation->getter;
         return confirmation->passed > 0 ? getter + " PARAMETER" : getter;
     }
-    if (operation.name == "nudge" || operation.name == "auto-set-nudge")
+    if (operation.name == "nudge" || operation.name == "auto-set-nudge") {
         return "get-nudge-scalar";
+    }
     return operation.name == "auto-set-field-offset" ? "get-field-offset" : std::string();
 }
 
@@ -35,8 +36,9 @@ std::string GetterAfter(const COperation& operation)
 
 std::string WordsOfLateReply(const COperation& operation)
 {
-    if (OnlyAsks(operation.name))
+    if (OnlyAsks(operation.name)) {
         return {};
+    }
     const std::string words = "it may still carry it out: ";
     if (operation.name == "engage-steering" || operation.name == "start-navigation") {
         return words + "\"navctl disengage-steering\" keeps it from steering, \"navctl doctor\" "
@@ -53,8 +55,9 @@ double MoreSecondsFor(const ArgumentValues& values)
         if (const auto* const wayline = std::get_if<Kestrove::WaylinePtr>(&value)) {
             points += PointsOf(*wayline);
         } else if (const auto* const all = std::get_if<std::vector<Kestrove::WaylinePtr>>(&value)) {
-            for (const Kestrove::WaylinePtr& each : *all)
+            for (const Kestrove::WaylinePtr& each : *all) {
                 points += PointsOf(each);
+            }
         }
     }
     return kSecondsAPoint * static_cast<double>(points);

@@ -22,8 +22,9 @@ const COperation& FindOperation(const std::string& name)
 {
     const auto found = std::find_if(Operations().begin(), Operations().end(),
                                     [&name](const COperation& each) { return each.name == name; });
-    if (found == Operations().end())
+    if (found == Operations().end()) {
         throw std::out_of_range(name);
+    }
     return *found;
 }
 
@@ -32,8 +33,9 @@ std::string MemberName(const std::string& command)
     std::string name;
     bool startsWord = true;
     for (const char letter : command) {
-        if (letter != '-')
+        if (letter != '-') {
             name += startsWord ? static_cast<char>(std::toupper(letter)) : letter;
+        }
         startsWord = letter == '-';
     }
     return name;

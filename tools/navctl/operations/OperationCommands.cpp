@@ -64,12 +64,14 @@ void AddArgument(CLI::App& command, const CArgument& argument, Words& words)
 void AddOperationCommand(CLI::App& app, CContext& context, const COperation& operation)
 {
     std::string help = operation.summary;
-    if (!operation.unit.empty())
+    if (!operation.unit.empty()) {
         help += ", " + operation.unit;
+    }
     CLI::App* const command = app.add_subcommand(operation.name, help)->group(kOperationGroup);
     const auto call = std::make_shared<CPendingCall>(operation);
-    for (std::size_t place = 0; place < call->words.size(); ++place)
+    for (std::size_t place = 0; place < call->words.size(); ++place) {
         AddArgument(*command, operation.arguments[place], call->words[place]);
+    }
     if (const CConfirmation* const confirmation = FindConfirmation(operation.name)) {
         command->footer("Asks with " + std::string(confirmation->getter) +
                         " what the service holds then; exits with 1 when it is something else.");
@@ -89,18 +91,21 @@ Json Listing(const CArgument& argument)
     Json listing{{"name", argument.name},
                  {"option", argument.IsOption()},
                  {"description", argument.Description()}};
-    if (!argument.unit.empty())
+    if (!argument.unit.empty()) {
         listing["unit"] = argument.unit;
-    if (!argument.Words().empty())
+    }
+    if (!argument.Words().empty()) {
         listing["words"] = argument.Words();
+    }
     return listing;
 }
 
 Json Listing(const COperation& operation)
 {
     Json arguments = Json::array();
-    for (const CArgument& argument : operation.arguments)
+    for (const CArgument& argument : operation.arguments) {
         arguments.push_back(Listing(argument));
+    }
     return {{"command", operation.name},
             {"operation", MemberName(operation.name)},
             {"service_name", operation.serviceName},
@@ -133,8 +138,9 @@ void ListOperations(CContext& context)
 
 void AddOperationCommands(CLI::App& app, CContext& context)
 {
-    for (const COperation& operation : Operations())
+    for (const COperation& operation : Operations()) {
         AddOperationCommand(app, context, operation);
+    }
 }
 
 void AddOperationsCommand(CLI::App& app, CContext& context)

@@ -40,20 +40,24 @@ public:
 
     void Run()
     {
-        if (!m_context.Reach())
+        if (!m_context.Reach()) {
             return;
+        }
         // A program that is no navigation service takes any bytes; what is confirmed below need
         // not ask beforehand.
-        if (!IsRequest() && m_confirmation == nullptr && !SpeaksToService(m_context))
+        if (!IsRequest() && m_confirmation == nullptr && !SpeaksToService(m_context)) {
             return;
-        if (!AskBefore())
+        }
+        if (!AskBefore()) {
             return;
+        }
         m_context.WaitLonger(MoreSecondsFor(m_values));
         const COutcome outcome = IsRequest() ? Call(m_context.Navigation(), m_operation.serviceName,
                                                     m_operation.exchange, m_values)
                                              : Send();
-        if (!GotThrough(m_context, m_operation, outcome))
+        if (!GotThrough(m_context, m_operation, outcome)) {
             return;
+        }
         m_report = {{"operation", m_operation.name}, {"outcome", OutcomeWord(outcome.kind)}};
         if (outcome.kind == EOutcome::Refused) {
             RefuseAndTellHeld();
@@ -81,8 +85,9 @@ private:
     /// @return false when the command has failed.
     bool AskBefore()
     {
-        if (m_confirmation == nullptr || m_operation.name != "set-tuning-limits")
+        if (m_confirmation == nullptr || m_operation.name != "set-tuning-limits") {
             return true;
+        }
         m_before = TuningValue();
         return m_before.kind == EOutcome::Value ||
                m_context.Navigation().LastError().code == ELinkError::ServiceError ||
@@ -102,8 +107,9 @@ private:
         const COperation& getter = FindOperation(m_confirmation->getter);
         const LinkErrorC error = m_context.Navigation().LastError();
         if (held.state == CHeld::EState::Unknown && error.code == ELinkError::ServiceError) {
-            if (!SpeaksToService(m_context))
+            if (!SpeaksToService(m_context)) {
                 return;
+            }
             m_context.Fail(kExitRefused, "sent, but nothing confirms that the service took it: it "
                                          "refuses " +
                                              getter.name + " (" + error.text +
@@ -115,8 +121,9 @@ private:
             return;
         }
         AddHeld(held);
-        if (held.state == CHeld::EState::Another)
+        if (held.state == CHeld::EState::Another) {
             return Refuse(Reason(), held.text);
+        }
         m_report["outcome"] = OutcomeWord(EOutcome::Done);
         std::string text = "done";
         if (held.state == CHeld::EState::Limited) {
@@ -130,18 +137,21 @@ private:
     {
         const COperation& getter = FindOperation(m_confirmation->getter);
         m_report["held"] = held.outcome.value;
-        if (!getter.unit.empty())
+        if (!getter.unit.empty()) {
             m_report["unit"] = getter.unit;
+        }
     }
 
     /// That new limits have moved the value, in words; empty when they have not.
     std::string WordsOfMovedValue()
     {
-        if (m_before.kind != EOutcome::Value)
+        if (m_before.kind != EOutcome::Value) {
             return {};
+        }
         const COutcome now = TuningValue();
-        if (now.kind != EOutcome::Value || now.value == m_before.value)
+        if (now.kind != EOutcome::Value || now.value == m_before.value) {
             return {};
+        }
         m_report["moved"] = {{"from", m_before.value}, {"to", now.value}};
         return "; the limits moved the value from " + ValueText(m_before.value) + " to " +
                ValueText(now.value);
@@ -168,12 +178,14 @@ private:
         if (hasValue || !outcome.value.is_null()) {
             m_report["outcome"] = OutcomeWord(hasValue ? EOutcome::Value : outcome.kind);
             m_report["value"] = outcome.value;
-            if (!m_operation.unit.empty())
+            if (!m_operation.unit.empty()) {
                 m_report["unit"] = m_operation.unit;
+            }
         }
         const std::string headless = WordsOfMissingHeading(outcome.value);
-        if (!headless.empty())
+        if (!headless.empty()) {
             return Refuse(headless, "");
+        }
         Warn(outcome, hasValue);
         const std::string words = Words(outcome, hasValue);
         Finish(outcome.kind == EOutcome::Done ? words + WordsOfNudge(outcome) : words);
@@ -182,8 +194,9 @@ private:
     /// Which wayline has no heading, in words; empty for other operations, and when each has one.
     std::string WordsOfMissingHeading(const Json& headings) const
     {
-        if (m_operation.name != "calculate-headings" || !headings.is_array())
+        if (m_operation.name != "calculate-headings" || !headings.is_array()) {
             return {};
+        }
         for (std::size_t place = 0; place < headings.size(); ++place) {
             if (!std::isfinite(headings[place].get<double>())) {
                 return "wayline " + std::to_string(place + 1) +
@@ -208,19 +221,22 @@ private:
             words = WhyWaypointIsIdle(m_context.Navigation(), std::get<int>(m_values.front()),
                                       m_context.options.timeoutSeconds);
         }
-        if (!words.empty())
+        if (!words.empty()) {
             WriteError("warning: " + words);
+        }
     }
 
     /// The nudge that the service holds, after an operation that changes it; nothing after others.
     std::optional<double> HeldNudge()
     {
-        if (m_operation.name != "nudge" && m_operation.name != "auto-set-nudge")
+        if (m_operation.name != "nudge" && m_operation.name != "auto-set-nudge") {
             return std::nullopt;
+        }
         const COperation& getter = FindOperation("get-nudge-scalar");
         const COutcome held = Call(m_context.Navigation(), getter.serviceName, getter.exchange, {});
-        if (held.kind != EOutcome::Value)
+        if (held.kind != EOutcome::Value) {
             return std::nullopt;
+        }
         m_report["held"] = held.value;
         m_report["unit"] = getter.unit;
         return held.value.get<double>();
@@ -232,20 +248,24 @@ private:
     {
         const std::optional<double> held = HeldNudge();
         const Json nowhere = Json::array({0.0, 0.0, 0.0});
-        if (!held || outcome.value != nowhere || *held == 0.0)
+        if (!held || outcome.value != nowhere || *held == 0.0) {
             return {};
+        }
         return "; the nudge of " + ValueText(*held) + " m is held for the next line";
     }
 
     std::string Words(const COutcome& outcome, bool hasValue) const
     {
         const std::string value = outcome.text.empty() ? ValueText(outcome.value) : outcome.text;
-        if (hasValue)
+        if (hasValue) {
             return value;
-        if (outcome.kind == EOutcome::Sent)
+        }
+        if (outcome.kind == EOutcome::Sent) {
             return "sent; nothing confirms that the service took it";
-        if (outcome.kind == EOutcome::Answered)
+        }
+        if (outcome.kind == EOutcome::Answered) {
             return "answered; nothing confirms that the service took it";
+        }
         return outcome.value.is_null() ? "done" : "done: " + value;
     }
 
@@ -258,11 +278,13 @@ private:
 
     void WarnOfForgetting()
     {
-        if (!m_operation.MayPersist() || !std::get<bool>(m_values.back()))
+        if (!m_operation.MayPersist() || !std::get<bool>(m_values.back())) {
             return;
+        }
         const std::string why = WhyForgotten(m_context.Navigation());
-        if (why.empty())
+        if (why.empty()) {
             return;
+        }
         m_report["kept"] = false;
         WriteError("warning: " + why);
     }
@@ -277,8 +299,9 @@ private:
             return Refuse(reason, nudge ? ValueText(*nudge) + " m" : "");
         }
         const CHeld held = AskWhatIsHeld(m_context.Navigation(), *m_confirmation, m_values);
-        if (held.state != CHeld::EState::Unknown)
+        if (held.state != CHeld::EState::Unknown) {
             AddHeld(held);
+        }
         Refuse(reason, held.text);
     }
 
@@ -314,12 +337,14 @@ bool GotThrough(CContext& context, const COperation& operation, const COutcome& 
     const LinkErrorC error = context.Navigation().LastError();
     // An answer without a value is how the service says that it has no wayline.
     if (outcome.kind == EOutcome::NoAnswer && error.code == ELinkError::NoValue &&
-        operation.name == "get-wayline")
+        operation.name == "get-wayline") {
         return true;
+    }
     if (outcome.kind == EOutcome::NoAnswer) {
         // A program of other operations answers with an error too: it has refused nothing.
-        if (error.code != ELinkError::ServiceError || SpeaksToService(context))
+        if (error.code != ELinkError::ServiceError || SpeaksToService(context)) {
             context.FailByLink(error, WordsOfLateReply(before != nullptr ? *before : operation));
+        }
     } else if (outcome.kind == EOutcome::OtherForm) {
         context.Fail(kExitProtocolError, "protocol error: " + OtherFormText(operation));
     }

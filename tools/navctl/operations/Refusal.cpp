@@ -20,8 +20,9 @@ bool LiesIn(const std::string& range, double number)
     const auto first = std::from_chars(range.data(), end, lowest);
     const std::string between = " to ";
     const std::size_t place = static_cast<std::size_t>(first.ptr - range.data());
-    if (first.ec != std::errc() || range.compare(place, between.size(), between) != 0)
+    if (first.ec != std::errc() || range.compare(place, between.size(), between) != 0) {
         return true;
+    }
     const auto second = std::from_chars(first.ptr + between.size(), end, highest);
     return second.ec != std::errc() || (number >= lowest && number <= highest);
 }
@@ -54,8 +55,9 @@ std::string OutsideOfRange(const COperation& operation, const ArgumentValues& va
         const CArgument& argument = operation.arguments[place];
         const auto* const integer = std::get_if<int>(&values[place]);
         const auto* const number = std::get_if<double>(&values[place]);
-        if (integer == nullptr && number == nullptr)
+        if (integer == nullptr && number == nullptr) {
             continue;
+        }
         const double value = number != nullptr ? *number : static_cast<double>(*integer);
         if (!LiesIn(argument.range, value)) {
             return "the " + argument.name + " " + NumberText(value) + " is outside " + range +
@@ -69,15 +71,18 @@ std::string ReasonOfRefusal(CNavigationAPI& navigation, const COperation& operat
                             const ArgumentValues& values)
 {
     std::string reason = WhyRefused(navigation, operation.serviceName);
-    if (reason.empty())
+    if (reason.empty()) {
         reason = OutsideOfRange(operation, values);
-    if (FindConfirmation(operation.name) != nullptr)
+    }
+    if (FindConfirmation(operation.name) != nullptr) {
         return reason.empty() ? "it gives no reason" : reason;
+    }
     // An action depends on the state, of which the doctor shows more, and the next step.
     const bool hasMore =
         operation.name == "engage-steering" || operation.name == "start-navigation";
-    if (!reason.empty() && !hasMore)
+    if (!reason.empty() && !hasMore) {
         return reason;
+    }
     return reason + (reason.empty() ? "" : "; ") + "\"navctl doctor\" tells what is missing";
 }
 
@@ -92,13 +97,16 @@ std::string WhyForgotten(CNavigationAPI& navigation)
         std::this_thread::sleep_for(kBetweenQuestions);
         keeps = KeepingOf(navigation);
     }
-    if (keeps == 0)
+    if (keeps == 0) {
         return "the service keeps nothing over a restart; the value holds until it ends "
                "(navigation-simulator keeps with --state FILE)";
-    if (keeps == -1)
+    }
+    if (keeps == -1) {
         return "the service could not save the value, so that it may not outlive a restart; its "
                "log says why";
-    if (keeps == kSaving)
+    }
+    if (keeps == kSaving) {
         return "the service has not saved the value yet, so that it may not outlive a restart";
+    }
     return {};
 }

@@ -13,8 +13,9 @@ constexpr std::size_t kVectorSize = 3;
 /// The integer, unless it is one that no `int` holds and the link would cut.
 std::optional<int> IntegerIn(const BElementC& reply)
 {
-    if (reply.Type() != EBElementType::Integer)
+    if (reply.Type() != EBElementType::Integer) {
         return std::nullopt;
+    }
     const auto& atom = dynamic_cast<const BAtomC&>(reply);
     const int value = atom.IntValue();
     return atom.DoubleValue() == static_cast<double>(value) ? std::optional<int>(value)
@@ -23,8 +24,9 @@ std::optional<int> IntegerIn(const BElementC& reply)
 
 std::optional<double> NumberOfReply(const BElementC& reply)
 {
-    if (reply.Type() != EBElementType::Integer && reply.Type() != EBElementType::Double)
+    if (reply.Type() != EBElementType::Integer && reply.Type() != EBElementType::Double) {
         return std::nullopt;
+    }
     return dynamic_cast<const BAtomC&>(reply).DoubleValue();
 }
 
@@ -33,8 +35,9 @@ std::optional<std::vector<double>>
 ListOf(const BElementC& reply, std::size_t least,
        std::size_t most = std::numeric_limits<std::size_t>::max())
 {
-    if (reply.Type() != EBElementType::List)
+    if (reply.Type() != EBElementType::List) {
         return std::nullopt;
+    }
     auto numbers = NumbersIn(reply);
     const bool isLong = numbers && numbers->size() >= least;
     return isLong && numbers->size() <= most ? numbers : std::nullopt;
@@ -86,8 +89,9 @@ void Append(BListC& list, const ArgumentValue& value)
         list.AddDouble(*number);
     } else if (const auto* const waylines =
                    std::get_if<std::vector<Kestrove::WaylinePtr>>(&value)) {
-        for (const Kestrove::WaylinePtr& wayline : *waylines)
+        for (const Kestrove::WaylinePtr& wayline : *waylines) {
             list.Add(wayline->ToBList());
+        }
     }
 }
 
@@ -97,10 +101,12 @@ std::unique_ptr<BListC> ListOf(const CExchange& exchange, const ArgumentValues& 
         return std::unique_ptr<BListC>(std::get<Kestrove::WaylinePtr>(values.front())->ToBList());
     }
     auto list = std::make_unique<BListC>(nullptr);
-    for (const int constant : exchange.leading)
+    for (const int constant : exchange.leading) {
         list->AddInt(constant);
-    for (const ArgumentValue& value : values)
+    }
+    for (const ArgumentValue& value : values) {
         Append(*list, value);
+    }
     return list;
 }
 
@@ -185,13 +191,16 @@ ReplyReader StatusAndVectorReply()
     return [](BElementC& reply) -> std::optional<COutcome> {
         const auto numbers = ListOf(reply, 1);
         const auto* const list = dynamic_cast<const BListC*>(&reply);
-        if (!numbers || list->TypeAt(0) != EBElementType::Integer)
+        if (!numbers || list->TypeAt(0) != EBElementType::Integer) {
             return std::nullopt;
+        }
         const std::optional<COutcome> outcome = StatusOutcome(list->GetInt(0));
-        if (!outcome || outcome->kind != EOutcome::Done)
+        if (!outcome || outcome->kind != EOutcome::Done) {
             return outcome;
-        if (numbers->size() != 1 + kVectorSize)
+        }
+        if (numbers->size() != 1 + kVectorSize) {
             return std::nullopt;
+        }
         return VectorOutcome(EOutcome::Done, numbers->data() + 1);
     };
 }
@@ -212,12 +221,14 @@ ReplyReader WaylineReply()
 {
     return [](BElementC& reply) -> std::optional<COutcome> {
         const auto numbers = ListOf(reply, 1);
-        if (!numbers)
+        if (!numbers) {
             return std::nullopt;
+        }
         const Kestrove::WaylinePtr wayline =
             Kestrove::CWayline::FromBList(dynamic_cast<BListC*>(&reply));
-        if (!wayline)
+        if (!wayline) {
             return std::nullopt;
+        }
         return COutcome{EOutcome::Value,
                         {{"kind", KindName(wayline->Type())}, {"text", wayline->ToString()}}};
     };
@@ -239,8 +250,9 @@ std::optional<std::vector<double>> NumbersIn(const BElementC& value)
     numbers.reserve(static_cast<std::size_t>(list->Size()));
     for (int place = 0; place < list->Size(); ++place) {
         const EBElementType type = list->TypeAt(place);
-        if (type != EBElementType::Integer && type != EBElementType::Double)
+        if (type != EBElementType::Integer && type != EBElementType::Double) {
             return std::nullopt;
+        }
         numbers.push_back(list->GetDouble(place));
     }
     return numbers;
@@ -265,8 +277,9 @@ COutcome Call(CNavigationAPI& navigation, const std::string& serviceName, const 
               const ArgumentValues& values)
 {
     const std::unique_ptr<BElementC> reply = CallFor(navigation, serviceName, exchange, values);
-    if (reply == nullptr)
+    if (reply == nullptr) {
         return {EOutcome::NoAnswer};
+    }
     const std::optional<COutcome> outcome = exchange.read(*reply);
     return outcome && HasOneForEach(outcome->value, values) ? *outcome
                                                             : COutcome{EOutcome::OtherForm};

@@ -19,8 +19,9 @@ CServiceAnswer AskWhetherService(CNavigationAPI& navigation)
 {
     const COperation& question = FindOperation("is-navigation-activated");
     const COutcome answer = Call(navigation, question.serviceName, question.exchange, {});
-    if (answer.kind == EOutcome::Value)
+    if (answer.kind == EOutcome::Value) {
         return {true};
+    }
     const LinkErrorC error = navigation.LastError();
     const bool hasAnswered =
         error.code == ELinkError::ServiceError || error.code == ELinkError::NoValue;
@@ -34,8 +35,9 @@ CServiceAnswer AskWhetherService(CNavigationAPI& navigation)
 bool SpeaksToService(CContext& context)
 {
     const CServiceAnswer answer = AskWhetherService(context.Navigation());
-    if (answer.isService)
+    if (answer.isService) {
         return true;
+    }
     if (answer.problem.empty()) {
         context.FailByLink();
     } else {

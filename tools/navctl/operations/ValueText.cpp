@@ -11,18 +11,24 @@ std::string NumberText(double value)
 
 std::string ValueText(const Json& value)
 {
-    if (value.is_null())
+    if (value.is_null()) {
         return "none";
-    if (value.is_string())
+    }
+    if (value.is_string()) {
         return value.get<std::string>();
-    if (value.contains("text"))
+    }
+    if (value.contains("text")) {
         return ValueText(value["text"]);
-    if (value.is_number_float())
+    }
+    if (value.is_number_float()) {
         return NumberText(value.get<double>());
-    if (!value.is_structured())
+    }
+    if (!value.is_structured()) {
         return value.dump();
+    }
     std::string text;
-    for (const Json& element : value)
+    for (const Json& element : value) {
         text += (text.empty() ? "" : " ") + ValueText(element);
+    }
     return text;
 }

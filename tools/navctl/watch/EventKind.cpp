@@ -130,12 +130,14 @@ void WatchDrawPoints(CNavigationAPI& navigation, const EventSink& sink)
 {
     navigation.SetDrawPointsCallback(MakeFunctor([sink](const std::vector<Point>& points) {
         Json places = Json::array();
-        for (const Point& point : points)
+        for (const Point& point : points) {
             places.push_back(Json::array({point.x, point.y}));
+        }
         std::string text =
             std::to_string(points.size()) + (points.size() == 1 ? " point" : " points");
-        if (!points.empty())
+        if (!points.empty()) {
             text += " from " + PlaceText(points.front(), 1) + " to " + PlaceText(points.back(), 1);
+        }
         sink({"draw-points", {{"points_m", places}}, text});
     }));
 }
@@ -176,8 +178,9 @@ const std::vector<CEventKind>& EventKinds()
 const CEventKind* FindEventKind(const std::string& name)
 {
     for (const CEventKind& kind : EventKinds()) {
-        if (name == kind.name || name == kind.wireName)
+        if (name == kind.name || name == kind.wireName) {
             return &kind;
+        }
     }
     return nullptr;
 }
@@ -186,12 +189,14 @@ CSubscription::CSubscription(CNavigationAPI& navigation, std::vector<const CEven
                              const EventSink& sink)
     : m_navigation(navigation), m_kinds(std::move(kinds))
 {
-    for (const CEventKind* const kind : m_kinds)
+    for (const CEventKind* const kind : m_kinds) {
         kind->subscribe(m_navigation, sink);
+    }
 }
 
 CSubscription::~CSubscription()
 {
-    for (const CEventKind* const kind : m_kinds)
+    for (const CEventKind* const kind : m_kinds) {
         kind->end(m_navigation);
+    }
 }

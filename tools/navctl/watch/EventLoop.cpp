@@ -28,8 +28,9 @@ sigset_t EndingSignals()
 
 int MillisecondsUntil(const std::optional<Clock::time_point>& deadline, int most)
 {
-    if (!deadline)
+    if (!deadline) {
         return most;
+    }
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - Clock::now());
     return static_cast<int>(std::clamp<long>(left.count(), 0, most));
 }
@@ -37,8 +38,9 @@ int MillisecondsUntil(const std::optional<Clock::time_point>& deadline, int most
 std::optional<Clock::time_point>
 DeadlineOf(const std::optional<std::chrono::duration<double>>& limit)
 {
-    if (!limit)
+    if (!limit) {
         return std::nullopt;
+    }
     return Clock::now() + std::chrono::duration_cast<Clock::duration>(*limit);
 }
 
@@ -60,8 +62,9 @@ CEventLoop::~CEventLoop()
     }
     const sigset_t signals = EndingSignals();
     ::sigprocmask(SIG_UNBLOCK, &signals, nullptr);
-    if (m_signals >= 0)
+    if (m_signals >= 0) {
         ::close(m_signals);
+    }
 }
 
 CEventLoop::EEnd CEventLoop::Run(const Listener& listener,
@@ -70,23 +73,30 @@ CEventLoop::EEnd CEventLoop::Run(const Listener& listener,
     m_deadline = DeadlineOf(limit);
     while (true) {
         // Looked at before the delivery, which reopens a lost link and so forgets why it was lost.
-        if (!m_navigation.IsLinkUp() && m_navigation.LastError().code == ELinkError::BadMessage)
+        if (!m_navigation.IsLinkUp() && m_navigation.LastError().code == ELinkError::BadMessage) {
             return EEnd::BadMessage;
-        if (!TellLink(listener))
+        }
+        if (!TellLink(listener)) {
             return EEnd::NoService;
+        }
         m_navigation.CheckCallbacks();
-        if (!TellLink(listener))
+        if (!TellLink(listener)) {
             return EEnd::NoService;
-        if (listener.delivered)
+        }
+        if (listener.delivered) {
             listener.delivered();
-        if (listener.isDone && listener.isDone())
+        }
+        if (listener.isDone && listener.isDone()) {
             return EEnd::Done;
+        }
         const int wait =
             m_navigation.Descriptor() < 0 ? kWaitWithoutLinkMilliseconds : kLongestWaitMilliseconds;
-        if (m_deadline && Clock::now() >= *m_deadline)
+        if (m_deadline && Clock::now() >= *m_deadline) {
             return EEnd::TimeIsUp;
-        if (IsInterrupted(MillisecondsUntil(m_deadline, wait)))
+        }
+        if (IsInterrupted(MillisecondsUntil(m_deadline, wait))) {
             return EEnd::Interrupted;
+        }
     }
 }
 
@@ -95,24 +105,29 @@ bool CEventLoop::TellLink(const Listener& listener)
 {
     bool isUp = m_navigation.Descriptor() >= 0;
     m_hasBeenUp = m_hasBeenUp || isUp;
-    if (m_wasUp == isUp)
+    if (m_wasUp == isUp) {
         return true;
-    if (isUp && listener.isService && !listener.isService(SecondsLeft()))
+    }
+    if (isUp && listener.isService && !listener.isService(SecondsLeft())) {
         return false;
+    }
     // The question may have lost the link again.
     isUp = m_navigation.Descriptor() >= 0;
-    if (m_wasUp == isUp)
+    if (m_wasUp == isUp) {
         return true;
+    }
     m_wasUp = isUp;
-    if (listener.linkChanged)
+    if (listener.linkChanged) {
         listener.linkChanged(isUp, m_navigation.LastError().text);
+    }
     return true;
 }
 
 double CEventLoop::SecondsLeft() const
 {
-    if (!m_deadline)
+    if (!m_deadline) {
         return std::numeric_limits<double>::infinity();
+    }
     return std::max(0.0, std::chrono::duration<double>(*m_deadline - Clock::now()).count());
 }
 

@@ -33,8 +33,9 @@ std::string Painted(const CLightbar::Style& style, const char* colour, const std
 std::string Lamp(const CLightbar::Style& style, std::size_t place, bool isLit)
 {
     std::string lamp = style.utf8 ? (isLit ? "●" : "·") : (isLit ? "#" : ".");
-    if (!isLit)
+    if (!isLit) {
         return lamp;
+    }
     return Painted(style, place < kFirstRedLamp ? kAmber : kRed, lamp);
 }
 
@@ -90,8 +91,9 @@ std::string CLightbar::Draw(const Style& style) const
     // The last column stays free for the cursor.
     const int room = style.columns > 0 ? (columnsLeft - 1) / 2 : kMostLamps;
     // A terminal that is too narrow shows the words, which say the same.
-    if (room < kFewestLamps)
+    if (room < kFewestLamps) {
         return WrappedProse(state, static_cast<std::size_t>(style.columns - 1));
+    }
     return Lamps(style, static_cast<std::size_t>(std::min(room, kMostLamps))) + "  " + state;
 }
 
@@ -117,14 +119,18 @@ std::string CLightbar::Lamps(const Style& style, std::size_t lampsOnASide) const
 
 std::string CLightbar::State() const
 {
-    if (!m_linkProblem.empty())
+    if (!m_linkProblem.empty()) {
         return "no service: " + m_linkProblem;
-    if (m_silentSeconds > 0)
+    }
+    if (m_silentSeconds > 0) {
         return "no event for " + std::to_string(m_silentSeconds) + " s";
-    if (!m_isNavigating)
+    }
+    if (!m_isNavigating) {
         return "waiting for the service";
-    if (!*m_isNavigating)
+    }
+    if (!*m_isNavigating) {
         return m_hasWayline ? "navigation is not active" : "no wayline";
+    }
     const char* const steering = m_isEngaged    ? "ENGAGED"
                                  : m_isDropped  ? "DROPPED"
                                  : m_isPossible ? "ready"

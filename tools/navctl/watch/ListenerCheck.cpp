@@ -15,31 +15,36 @@ constexpr std::chrono::seconds kBetweenQuestions(1);
 
 bool CListenerCheck::IsService(double secondsLeft)
 {
-    if (m_isSilent)
+    if (m_isSilent) {
         return true;
+    }
     // The other half is for the words of other protocols.
     const double limit = std::min({m_seconds, kLongestQuestion, secondsLeft / 2.0});
     const CServiceAnswer answer = Ask(limit);
     m_failure = m_hasAnswered ? std::nullopt : std::optional(m_error);
-    if (answer.isService)
+    if (answer.isService) {
         return true;
+    }
     m_otherProgram = answer.problem;
-    if (!m_otherProgram.empty())
+    if (!m_otherProgram.empty()) {
         return false;
+    }
     // Some programs serve one connection after the other.
     m_navigation.Destroy();
     const std::string words = AnswerOfOtherProtocol(limit);
     m_isSilent = words.empty() && m_error.code == ELinkError::TimedOut;
-    if (!words.empty())
+    if (!words.empty()) {
         m_otherProgram = "something listens that does not speak the service's protocol; " + words;
+    }
     return words.empty();
 }
 
 void CListenerCheck::AskAgain()
 {
     if (!m_isSilent || m_answersNow || m_navigation.Descriptor() < 0 ||
-        Clock::now() < m_asked + kBetweenQuestions)
+        Clock::now() < m_asked + kBetweenQuestions) {
         return;
+    }
     // What is none shows so where its answer is looked at, by the loop; and an answer to an earlier
     // question, which may come now, is none to this one.
     Ask(std::min(m_seconds, kFurtherQuestion));
@@ -60,7 +65,8 @@ CServiceAnswer CListenerCheck::Ask(double seconds)
     m_error = m_navigation.LastError();
     m_navigation.SetTimeout(Milliseconds(m_seconds));
     m_asked = Clock::now();
-    if (answer.isService)
+    if (answer.isService) {
         Hear();
+    }
     return answer;
 }

@@ -12,6 +12,7 @@
 #include "tools/navctl/watch/EventLoop.h"
 #include "tools/navctl/watch/Lightbar.h"
 #include "tools/navctl/watch/ListenerCheck.h"
+#include "tools/navctl/watch/RedrawnText.h"
 #include "tools/navctl/watch/Silence.h"
 
 namespace {
@@ -35,8 +36,9 @@ struct CWatchOptions
 
 std::optional<std::chrono::duration<double>> LimitOf(const CWatchOptions& options)
 {
-    if (options.seconds <= 0.0)
+    if (options.seconds <= 0.0) {
         return std::nullopt;
+    }
     return std::chrono::duration<double>(options.seconds);
 }
 
@@ -91,8 +93,9 @@ std::string TextLine(const CEvent& event, bool hasColours)
 {
     std::string name = event.name;
     name.resize(std::max<std::size_t>(name.size(), 24), ' ');
-    if (hasColours)
+    if (hasColours) {
         name = "\033[1m" + name + "\033[0m";
+    }
     return TimeStampsNow().clock + "  " + name + "  " + event.text;
 }
 
@@ -137,8 +140,9 @@ public:
     }
     void Look(const CListenerCheck& check)
     {
-        if (!m_hasWaited || !check.AnswersNow())
+        if (!m_hasWaited || !check.AnswersNow()) {
             return;
+        }
         WriteError("connected");
         m_hasWaited = false;
     }
@@ -154,8 +158,9 @@ public:
     /// To be called before an event is shown, which may take any time, ...
     void Begin()
     {
-        if (m_isTold)
+        if (m_isTold) {
             WriteError("events come again");
+        }
         m_isTold = false;
     }
     /// ... and afterwards.
@@ -168,8 +173,9 @@ public:
     void Look()
     {
         const std::optional<long> seconds = m_silence.SecondsAt(CSilence::Clock::now());
-        if (!seconds || m_isTold)
+        if (!seconds || m_isTold) {
             return;
+        }
         WriteError("no event for " + std::to_string(*seconds) +
                    " s; the service is connected, but may hang");
         m_isTold = true;
@@ -201,8 +207,9 @@ void WatchLines(CContext& context, const CWatchOptions& options,
     CListenerCheck check(context.Navigation(), context.options.timeoutSeconds);
     const auto isFull = [&] { return options.count > 0 && told >= options.count; };
     const auto sink = [&](const CEvent& event) {
-        if (isFull())
+        if (isFull()) {
             return;
+        }
         ++told;
         check.Hear();
         link.Look(check);
@@ -212,8 +219,7 @@ void WatchLines(CContext& context, const CWatchOptions& options,
                                               : output.Fitted(TextLine(event, hasColours)));
         silence.End(event);
     };
-    std::optional<CSubscription> subscription;
-    subscription.emplace(context.Navigation(), kinds, sink);
+    std::optional<CSubscription> subscription(std::in_place, context.Navigation(), kinds, sink);
     CEventLoop loop(context.Navigation(), context.Output().Descriptor());
     const CEventLoop::Listener listener{
         [&] { return isFull() || HasNoReader(context.Output()); },
@@ -236,45 +242,6 @@ void WatchLines(CContext& context, const CWatchOptions& options,
     Conclude(context, loop, end, check, isShort ? TooFew(told, options.count) : "");
 }
 
-/// Redraws a text in place on a terminal that obeys escape sequences; elsewhere writes each line
-/// that differs from the last.
-class CLineWriter
-{
-public:
-    explicit CLineWriter(COutput& output)
-        : m_output(output), m_redraws(output.IsTerminal() && ObeysSequences())
-    {
-    }
-    ~CLineWriter()
-    {
-        if (m_redraws && !m_last.empty())
-            m_output.Write("\n");
-    }
-    CLineWriter(const CLineWriter&) = delete;
-    CLineWriter& operator=(const CLineWriter&) = delete;
-
-    void Show(const std::string& line)
-    {
-        if (line == m_last)
-            return;
-        const std::string start = Start();
-        m_last = line;
-        m_output.Write(m_redraws ? start + line + "\033[K" : line + "\n");
-    }
-
-private:
-    /// What leads back to where the last text begins; one of several lines is taken away.
-    std::string Start() const
-    {
-        const auto ends = std::count(m_last.begin(), m_last.end(), '\n');
-        return ends == 0 ? "\r" : "\r\033[" + std::to_string(ends) + "A\033[J";
-    }
-
-    COutput& m_output;
-    bool m_redraws;
-    std::string m_last;
-};
-
 void WatchLightbar(CContext& context, const CWatchOptions& options)
 {
     CLightbar lightbar;
@@ -285,17 +252,18 @@ void WatchLightbar(CContext& context, const CWatchOptions& options)
         lightbar.Take(event);
         silence.Hear(event, CSilence::Clock::now());
     };
-    std::optional<CSubscription> subscription;
-    subscription.emplace(context.Navigation(), CLightbar::Kinds(), sink);
+    std::optional<CSubscription> subscription(std::in_place, context.Navigation(),
+                                              CLightbar::Kinds(), sink);
     CEventLoop loop(context.Navigation(), context.Output().Descriptor());
     EEnd end = EEnd::Done;
     {
-        CLineWriter writer(context.Output());
+        CRedrawnText writer(context.Output());
         const auto draw = [&] {
             check.AskAgain();
             COutput& output = context.Output();
-            if (const std::optional<long> seconds = silence.SecondsAt(CSilence::Clock::now()))
+            if (const std::optional<long> seconds = silence.SecondsAt(CSilence::Clock::now())) {
                 lightbar.FallSilent(*seconds);
+            }
             writer.Show(lightbar.Draw(
                 {output.HasColours(), HasUtf8(), output.IsTerminal() ? output.Columns() : 0}));
         };
@@ -307,9 +275,7 @@ void WatchLightbar(CContext& context, const CWatchOptions& options)
             }
         };
         const auto isDone = [&] { return HasNoReader(context.Output()); };
-        const auto isService = [&check](double secondsLeft) {
-            return check.IsService(secondsLeft);
-        };
+        const auto isService = [&check](double seconds) { return check.IsService(seconds); };
         end = loop.Run({isDone, draw, linkChanged, isService}, LimitOf(options));
     }
     subscription.reset();
@@ -328,16 +294,18 @@ void Watch(CContext& context, const CWatchOptions& options)
             return FindEventKind(name) == &kind;
         };
         if (options.events.empty() ||
-            std::any_of(options.events.begin(), options.events.end(), isAsked))
+            std::any_of(options.events.begin(), options.events.end(), isAsked)) {
             kinds.push_back(&kind);
+        }
     }
     WatchLines(context, options, kinds);
 }
 
 std::string CheckEvent(const std::string& name)
 {
-    if (FindEventKind(name) != nullptr)
+    if (FindEventKind(name) != nullptr) {
         return {};
+    }
     std::string names;
     std::vector<std::string> words;
     for (const CEventKind& kind : EventKinds()) {
@@ -350,8 +318,9 @@ std::string CheckEvent(const std::string& name)
 std::string EventsHelp()
 {
     std::string help = "Events: ";
-    for (const CEventKind& kind : EventKinds())
+    for (const CEventKind& kind : EventKinds()) {
         help += std::string("\n  ") + kind.name + ": " + kind.summary;
+    }
     return help + "\nWhen the events that come ten times a second stop though the link is up, the "
                   "standard error says so after 5 s; the lightbar goes out after 2 s.";
 }

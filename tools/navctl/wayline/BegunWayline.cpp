@@ -25,11 +25,13 @@ std::optional<Kestrove::EWaylineType> KindOfWayline(CNavigationAPI& navigation, 
 {
     const COperation& getter = FindOperation("get-wayline");
     const COutcome wayline = Call(navigation, getter.serviceName, getter.exchange, {});
-    if (wayline.kind == EOutcome::Value)
+    if (wayline.kind == EOutcome::Value) {
         return KindNamed(wayline.value["kind"].get<std::string>());
+    }
     // That is how the service says that none is complete.
-    if (wayline.kind != EOutcome::NoAnswer || navigation.LastError().code != ELinkError::NoValue)
+    if (wayline.kind != EOutcome::NoAnswer || navigation.LastError().code != ELinkError::NoValue) {
         return std::nullopt;
+    }
     const std::optional<CBegunWayline> begun = AskForBegunWayline(navigation, seconds);
     return begun ? std::optional(begun->kind) : std::nullopt;
 }
@@ -56,8 +58,9 @@ std::optional<CBegunWayline> AskForBegunWayline(CNavigationAPI& navigation, doub
                                      [&](const CEvent& event) { status = event; });
     CEventLoop loop(navigation, -1);
     loop.Run({[&] { return status.has_value(); }, {}, {}}, std::chrono::duration<double>(seconds));
-    if (!status)
+    if (!status) {
         return std::nullopt;
+    }
     const auto kind = KindNamed(status->fields["kind"].get<std::string>());
     return kind ? std::optional(CBegunWayline{*kind, status->fields["recording"].get<bool>()})
                 : std::nullopt;
@@ -83,8 +86,9 @@ int WaypointCount(Kestrove::EWaylineType kind)
 std::string WhyWaypointIsIdle(CNavigationAPI& navigation, int number, double seconds)
 {
     const std::optional<Kestrove::EWaylineType> kind = KindOfWayline(navigation, seconds);
-    if (!kind)
+    if (!kind) {
         return {};
+    }
     const std::string waypoint = "the waypoint " + std::to_string(number);
     if (*kind == Kestrove::EWaylineTypeEmpty) {
         return waypoint +
@@ -93,10 +97,12 @@ std::string WhyWaypointIsIdle(CNavigationAPI& navigation, int number, double sec
     }
     const int count = WaypointCount(*kind);
     const std::string title = KindTitle(*kind);
-    if (count == 0)
+    if (count == 0) {
         return waypoint + " is part of no wayline: a " + title + " has no waypoints";
-    if (number < count)
+    }
+    if (number < count) {
         return {};
+    }
     return waypoint + " is part of no wayline: that of the service is of the kind " + title +
            ", which has " + WaypointsOf(count);
 }

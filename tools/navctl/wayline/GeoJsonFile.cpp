@@ -12,8 +12,9 @@ void CheckReferenceSystem(const Json& file)
 {
     const std::string name =
         TextIn(MemberOf(MemberOf(MemberOf(file, "crs"), "properties"), "name"));
-    if (name.empty())
+    if (name.empty()) {
         return;
+    }
     // The last part names the system: "urn:ogc:def:crs:OGC:1.3:CRS84", "EPSG:4326".
     const std::string system = name.substr(name.find_last_of(":/#") + 1);
     if (system != "CRS84" && system != "CRS84h" && system != "4326" && system != "4979") {
@@ -38,14 +39,18 @@ std::vector<Json> FeaturesIn(Json file)
         features.push_back(std::move(file));
         return features;
     }
-    if (MemberOf(file, "type").is_null())
+    if (MemberOf(file, "type").is_null()) {
         throw BadFeature{"it is no GeoJSON with features: it has no type"};
-    if (type != "FeatureCollection")
+    }
+    if (type != "FeatureCollection") {
         throw BadFeature{"it is no GeoJSON with features: its type is \"" + type + "\""};
-    if (!MemberOf(file, "features").is_array())
+    }
+    if (!MemberOf(file, "features").is_array()) {
         throw BadFeature{"the FeatureCollection has no array of features"};
-    for (Json& feature : file["features"])
+    }
+    for (Json& feature : file["features"]) {
         features.push_back(std::move(feature));
+    }
     return features;
 }
 
@@ -87,14 +92,17 @@ std::string TextIn(const Json& value)
 
 Positions PositionsOf(const Json& coordinates, const std::string& type, const CPositions& taken)
 {
-    if (coordinates.is_number_unsigned())
+    if (coordinates.is_number_unsigned()) {
         throw BadFeature{"a position is no array of longitude, latitude and height"};
-    if (!coordinates.is_array())
+    }
+    if (!coordinates.is_array()) {
         throw BadFeature{"the " + type + " has no coordinates"};
+    }
     Positions positions;
     positions.reserve(coordinates.size());
-    for (const Json& coordinate : coordinates)
+    for (const Json& coordinate : coordinates) {
         positions.push_back(taken.Of(coordinate));
+    }
     return positions;
 }
 

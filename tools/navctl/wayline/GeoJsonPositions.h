@@ -19,8 +19,9 @@ struct BadFeature
 
 inline double NumberIn(const nlohmann::ordered_json& value, const std::string& what)
 {
-    if (!value.is_number() || !std::isfinite(value.get<double>()))
+    if (!value.is_number() || !std::isfinite(value.get<double>())) {
         throw BadFeature{what + " is no number"};
+    }
     return value.get<double>();
 }
 
@@ -33,14 +34,16 @@ struct Position
 /// A position as it stands in the file.
 inline Position PositionIn(const nlohmann::ordered_json& value)
 {
-    if (!value.is_array() || value.size() < 2)
+    if (!value.is_array() || value.size() < 2) {
         throw BadFeature{"a position is no array of longitude, latitude and height"};
+    }
     Position position;
     position.place.longitude = NumberIn(value[0], "a longitude");
     position.place.latitude = NumberIn(value[1], "a latitude");
     position.hasHeight = value.size() > 2;
-    if (position.hasHeight)
+    if (position.hasHeight) {
         position.place.height = NumberIn(value[2], "a height");
+    }
     return position;
 }
 
@@ -56,8 +59,9 @@ public:
     /// GeoJSON is: values are copied and destroyed recursively.
     bool Take(int depth, Json::parse_event_t event, Json& parsed)
     {
-        if (depth > kDeepest)
+        if (depth > kDeepest) {
             throw BadFeature{"it is nested deeper than " + std::to_string(kDeepest) + " levels"};
+        }
         Count(event);
         if (event == Json::parse_event_t::key) {
             m_isInCoordinates = parsed == "coordinates";
@@ -75,11 +79,13 @@ public:
     /// The position that a value stands for or is.
     Position Of(const Json& value) const
     {
-        if (value.is_number_unsigned())
+        if (value.is_number_unsigned()) {
             return m_positions.at(value.get<std::size_t>());
+        }
         const auto isTaken = [](const Json& part) { return part.is_number_unsigned(); };
-        if (value.is_array() && std::any_of(value.begin(), value.end(), isTaken))
+        if (value.is_array() && std::any_of(value.begin(), value.end(), isTaken)) {
             throw BadFeature{"a position is no array of longitude, latitude and height"};
+        }
         return PositionIn(value);
     }
 
@@ -96,8 +102,9 @@ private:
         using EEvent = Json::parse_event_t;
         const bool isKept = event == EEvent::value || event == EEvent::array_start ||
                             event == EEvent::object_start || event == EEvent::key;
-        if (isKept && ++m_kept > kMostKept)
+        if (isKept && ++m_kept > kMostKept) {
             throw BadFeature{"it has more values than are read"};
+        }
     }
 
     static constexpr int kDeepest = 64;

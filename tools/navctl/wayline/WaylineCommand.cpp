@@ -29,8 +29,9 @@ std::string Counted(std::size_t count)
 void Show(CContext& context, const FileOptions& options)
 {
     const std::optional<WaylineList> list = ReadSource(context, options.source);
-    if (!list)
+    if (!list) {
         return;
+    }
     Json waylines = Json::array();
     std::string text;
     for (const WaylineList::Entry& entry : list->entries) {
@@ -52,8 +53,9 @@ public:
     void Write(const std::string& text)
     {
         m_text += text;
-        if (m_text.size() >= kMost)
+        if (m_text.size() >= kMost) {
             End();
+        }
     }
     void End()
     {
@@ -84,8 +86,9 @@ std::string WriteToOutput(CContext& context, const WaylineList& list, EWaylineFo
         std::string content;
         const std::string problem = WriteWaylines(
             list, format, origin, true, [&content](const std::string& text) { content += text; });
-        if (problem.empty())
+        if (problem.empty()) {
             context.Print({{"content", content}}, "");
+        }
         return problem;
     }
     CPieces pieces(context.Output());
@@ -107,8 +110,9 @@ void ConvertToFields(CContext& context, const FileOptions& options, CSourceFile&
         return fields ? WriteFields(context, *fields, target) : void();
     }
     const std::optional<WaylineList> list = ReadSource(context, options.source, file);
-    if (!list)
+    if (!list) {
         return;
+    }
     const std::optional<GeodeticPlace> origin =
         options.source.reading.origin ? options.source.reading.origin : list->origin;
     if (!origin) {
@@ -137,55 +141,69 @@ std::optional<EFieldFormat> FieldFormatOf(const FileOptions& options, CSourceFil
 /// Tells which of the file's content the target cannot hold.
 void TellLeftOut(const WaylineList& list, const std::string& file)
 {
-    if (list.boundaries == 0)
+    if (list.boundaries == 0) {
         return;
+    }
     WriteError(file + ": " + std::to_string(list.boundaries) +
                (list.boundaries == 1 ? " boundary is" : " boundaries are") +
                " left out; navctl boundary convert writes boundaries");
+}
+
+void WriteToFile(CContext& context, const WaylineList& list, EWaylineFormat format,
+                 const std::optional<GeodeticPlace>& origin, const std::string& target)
+{
+    // Opened with the first piece: a file stays as it is when the waylines cannot be written.
+    std::optional<CTargetFile> file;
+    const std::string problem =
+        WriteWaylines(list, format, origin, false, [&](const std::string& text) {
+            if (!file) {
+                file.emplace(target);
+            }
+            file->Write(text);
+        });
+    if (!problem.empty()) {
+        return context.Fail(kExitUsage, problem);
+    }
+    const std::string failure = file->End();
+    if (!failure.empty()) {
+        return context.Fail(kExitCannotWrite, failure);
+    }
+    ReportWritten(context, target, Counted(list.entries.size()));
 }
 
 void Convert(CContext& context, const FileOptions& options)
 {
     CSourceFile source(options.source.file);
     const std::optional<EFieldFormat> fieldFormat = FieldFormatOf(options, source);
-    if (fieldFormat)
+    if (fieldFormat) {
         return ConvertToFields(context, options, source, *fieldFormat);
+    }
     if (options.target == "-" && !options.targetFormat) {
         return context.Fail(kExitUsage, "the standard output has no name that tells the format: "
                                         "--to text, geojson, csv, isoxml, kml, kmz or geopackage");
     }
     if (!options.targetFormat) {
         const std::string problem = TargetProblem(options.target);
-        if (!problem.empty())
+        if (!problem.empty()) {
             return context.Fail(kExitUsage, problem);
+        }
     }
     const std::optional<WaylineList> list = ReadSource(context, options.source, source);
-    if (!list)
+    if (!list) {
         return;
+    }
     TellLeftOut(*list, options.source.file);
     const EWaylineFormat format = options.targetFormat.value_or(WaylineFormatOf(options.target));
     const std::optional<GeodeticPlace> origin =
         options.source.reading.origin ? options.source.reading.origin : list->origin;
     if (options.target == "-") {
         const std::string problem = WriteToOutput(context, *list, format, origin);
-        if (!problem.empty())
+        if (!problem.empty()) {
             context.Fail(kExitUsage, problem);
+        }
         return;
     }
-    // Opened with the first piece: a file stays as it is when the waylines cannot be written.
-    std::optional<CTargetFile> file;
-    const std::string problem =
-        WriteWaylines(*list, format, origin, false, [&](const std::string& text) {
-            if (!file)
-                file.emplace(options.target);
-            file->Write(text);
-        });
-    if (!problem.empty())
-        return context.Fail(kExitUsage, problem);
-    const std::string failure = file->End();
-    if (!failure.empty())
-        return context.Fail(kExitCannotWrite, failure);
-    ReportWritten(context, options.target, Counted(list->entries.size()));
+    WriteToFile(context, *list, format, origin, options.target);
 }
 
 void Plot(CContext& context, const FileOptions& options)
@@ -198,8 +216,9 @@ void Plot(CContext& context, const FileOptions& options)
                                             ending);
     }
     const std::optional<WaylineList> list = ReadSource(context, options.source);
-    if (!list)
+    if (!list) {
         return;
+    }
     const std::string picture = WaylinePlot(*list);
     if (picture.empty()) {
         return context.Fail(kExitUsage, options.source.file + ": there is no point to draw within "
@@ -214,8 +233,9 @@ void Plot(CContext& context, const FileOptions& options)
         return;
     }
     const std::string problem = WriteWholeFile(options.target, picture);
-    if (!problem.empty())
+    if (!problem.empty()) {
         return context.Fail(kExitCannotWrite, problem);
+    }
     ReportWritten(context, options.target, "picture of " + Counted(list->entries.size()));
 }
 

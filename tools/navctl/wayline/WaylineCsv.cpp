@@ -41,8 +41,9 @@ public:
             }
         }
         // Points that could not be read are missing.
-        if (m_layout == ELayout::Points && m_list.problems.empty())
+        if (m_layout == ELayout::Points && m_list.problems.empty()) {
             TakeCurve(m_firstPoint, {}, std::move(m_points));
+        }
         return m_list;
     }
 
@@ -120,12 +121,14 @@ private:
         }
         std::array<double, 3> numbers{};
         for (std::size_t i = 0; i < numbers.size(); ++i) {
-            if (!m_columns[i])
+            if (!m_columns[i]) {
                 continue;
+            }
             const std::string& text = m_values[m_columns[i]->index];
             const std::optional<double> value = FiniteNumber(text);
-            if (!value)
+            if (!value) {
                 return Problem('"' + text + "\" is no finite number");
+            }
             numbers[i] = *value;
         }
         if (m_frame) {
@@ -137,14 +140,17 @@ private:
 
     void TakePlace(GeodeticPlace place)
     {
-        if (!m_columns[2])
+        if (!m_columns[2]) {
             place.height = m_frame->Origin().height;
+        }
         const std::string problem = ImpossiblePlace(place);
-        if (!problem.empty())
+        if (!problem.empty()) {
             return Problem(problem);
+        }
         m_points.push_back(m_frame->ToLocal(place));
-        if (!m_columns[2])
+        if (!m_columns[2]) {
             m_points.back().z = 0.0;
+        }
     }
 
     void TakeRow()
@@ -163,8 +169,9 @@ private:
             numbers.push_back(*value);
         }
         std::vector<WaylinePoint> points;
-        for (std::size_t i = 0; i < numbers.size(); i += 3)
+        for (std::size_t i = 0; i < numbers.size(); i += 3) {
             points.emplace_back(numbers[i], numbers[i + 1], numbers[i + 2]);
+        }
         TakeCurve(m_lines.LinesGiven(), m_values[0], std::move(points));
     }
 
@@ -197,8 +204,9 @@ private:
 std::string Obstacle(const WaylineContent& content, const WaylineList& list)
 {
     const std::string title = KindTitle(content.kind);
-    if (content.kind == Kestrove::EWaylineTypeAHeading)
+    if (content.kind == Kestrove::EWaylineTypeAHeading) {
         return "CSV points have no place for the heading of an " + title;
+    }
     if (content.kind == Kestrove::EWaylineTypePath ||
         content.kind == Kestrove::EWaylineTypeReplay) {
         return "a " + title + " has no points to write";
@@ -208,8 +216,9 @@ std::string Obstacle(const WaylineContent& content, const WaylineList& list)
         return "CSV points do not name their kind, so that " + title + " and " + KindTitle(first) +
                " cannot be in one file";
     }
-    if (list.entries.size() > 1 && content.points.empty())
+    if (list.entries.size() > 1 && content.points.empty()) {
         return "it has no points to write";
+    }
     return {};
 }
 
@@ -217,8 +226,9 @@ std::string CannotWrite(const WaylineList& list)
 {
     for (const WaylineList::Entry& entry : list.entries) {
         const std::string obstacle = Obstacle(entry.content, list);
-        if (!obstacle.empty())
+        if (!obstacle.empty()) {
             return "wayline " + std::to_string(entry.number) + ": " + obstacle;
+        }
     }
     return {};
 }
@@ -238,20 +248,23 @@ WaylineList ReadWaylineCsv(CLineReader& lines, const WaylineReading& reading)
 std::string WriteWaylineCsv(const WaylineList& list, std::string& csv)
 {
     std::string problem = CannotWrite(list);
-    if (!problem.empty())
+    if (!problem.empty()) {
         return problem;
+    }
     csv.clear();
     if (list.entries.size() == 1) {
         csv = "x,y,z\n";
-        for (const WaylinePoint& point : list.entries[0].content.points)
+        for (const WaylinePoint& point : list.entries[0].content.points) {
             csv += PointText(point) + "\n";
+        }
         return {};
     }
     for (const WaylineList::Entry& entry : list.entries) {
         const std::string& name = entry.content.name;
         csv += name.empty() ? "wayline-" + std::to_string(entry.number) : CsvValue(name);
-        for (const WaylinePoint& point : entry.content.points)
+        for (const WaylinePoint& point : entry.content.points) {
             csv += "," + PointText(point);
+        }
         csv += "\n";
     }
     return {};

@@ -45,10 +45,12 @@ WaylineList ReadTextForms(CLineReader& lines)
 
 WaylineList Ended(WaylineList list, const std::string& path)
 {
-    if (list.entries.empty() && list.problems.empty())
+    if (list.entries.empty() && list.problems.empty()) {
         list.problems.push_back("there is no wayline in it");
-    for (std::string& problem : list.problems)
+    }
+    for (std::string& problem : list.problems) {
         problem.insert(0, path + ": ");
+    }
     return list;
 }
 
@@ -60,8 +62,9 @@ std::string EndingOf(const std::string& path)
     const std::size_t point = name.rfind('.');
     std::string ending = point == std::string::npos || point == 0 ? "" : name.substr(point);
     for (char& letter : ending) {
-        if (letter >= 'A' && letter <= 'Z')
+        if (letter >= 'A' && letter <= 'Z') {
             letter = static_cast<char>(letter - 'A' + 'a');
+        }
     }
     return ending;
 }
@@ -69,8 +72,9 @@ std::string EndingOf(const std::string& path)
 EWaylineFormat WaylineFormatOf(const std::string& path)
 {
     const std::string ending = EndingOf(path);
-    if (ending == ".geojson" || ending == ".json")
+    if (ending == ".geojson" || ending == ".json") {
         return EWaylineFormat::GeoJson;
+    }
     return ending == ".csv" ? EWaylineFormat::Csv : EWaylineFormat::Text;
 }
 
@@ -78,8 +82,9 @@ std::string TargetProblem(const std::string& path)
 {
     const std::string ending = EndingOf(path);
     if (ending.empty() || ending == ".txt" || ending == ".text" ||
-        WaylineFormatOf(path) != EWaylineFormat::Text)
+        WaylineFormatOf(path) != EWaylineFormat::Text) {
         return {};
+    }
     return path + ": no format has the ending " + ending +
            "; written are .txt, .geojson, .json, .csv, .kml, .kmz, .shp, .gpkg, .zip and "
            ".xml (ISOXML), and with --to any other";
@@ -106,23 +111,27 @@ std::string WriteWaylines(const WaylineList& list, EWaylineFormat format,
         const WaylineContent& content = entry.content;
         const std::string few = PointCountProblem(content.kind, content.points.size());
         // The text form carries any number; of the others nothing could be read back.
-        if (format != EWaylineFormat::Text && !few.empty())
+        if (format != EWaylineFormat::Text && !few.empty()) {
             return "wayline " + std::to_string(entry.number) + ": " + few;
+        }
     }
     if (format == EWaylineFormat::Csv) {
         std::string text;
         const std::string problem = WriteWaylineCsv(list, text);
-        if (problem.empty())
+        if (problem.empty()) {
             sink(text);
+        }
         return problem;
     }
     if (format == EWaylineFormat::GeoJson) {
-        if (!origin)
+        if (!origin) {
             return "GeoJSON needs the origin of the local frame: --origin LAT,LON,HEIGHT";
+        }
         WriteWaylineGeoJson(list, *origin, isOneLine, sink);
         return {};
     }
-    for (const WaylineList::Entry& entry : list.entries)
+    for (const WaylineList::Entry& entry : list.entries) {
         sink(WriteWaylineText(entry.content) + "\n");
+    }
     return {};
 }

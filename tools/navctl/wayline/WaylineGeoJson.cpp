@@ -35,16 +35,18 @@ WaylinePoint Rounded(const WaylinePoint& point)
 const Position& Checked(const Position& position)
 {
     const std::string problem = ImpossiblePlace(position.place);
-    if (!problem.empty())
+    if (!problem.empty()) {
         throw BadFeature{problem};
+    }
     return position;
 }
 
 Positions LinePositions(const Json& coordinates, const std::string& type, const CPositions& taken)
 {
     Positions positions = PositionsOf(coordinates, type, taken);
-    for (const Position& position : positions)
+    for (const Position& position : positions) {
         Checked(position);
+    }
     return positions;
 }
 
@@ -52,46 +54,56 @@ Positions LinePositions(const Json& coordinates, const std::string& type, const 
 /// without points.
 std::vector<Positions> ReadGeometry(const Json& geometry, const CPositions& taken)
 {
-    if (geometry.is_null())
+    if (geometry.is_null()) {
         return {{}};
+    }
     const std::string type = TextIn(MemberOf(geometry, "type"));
     const Json& coordinates = MemberOf(geometry, "coordinates");
-    if (type == "Point")
+    if (type == "Point") {
         return {{Checked(taken.Of(coordinates))}};
-    if (type == "LineString")
+    }
+    if (type == "LineString") {
         return {LinePositions(coordinates, type, taken)};
-    if (type != "MultiLineString")
+    }
+    if (type != "MultiLineString") {
         throw BadFeature{"its geometry is no LineString but \"" + type + "\""};
-    if (!coordinates.is_array() || coordinates.empty())
+    }
+    if (!coordinates.is_array() || coordinates.empty()) {
         throw BadFeature{"the MultiLineString has no coordinates"};
+    }
     std::vector<Positions> lines;
-    for (const Json& line : coordinates)
+    for (const Json& line : coordinates) {
         lines.push_back(LinePositions(line, type, taken));
+    }
     return lines;
 }
 
 std::optional<GeodeticPlace> ReadOrigin(const Json& properties)
 {
     const Json& origin = MemberOf(properties, "origin");
-    if (!origin.is_object())
+    if (!origin.is_object()) {
         return std::nullopt; // nobody's, or a word of another program
+    }
     const GeodeticPlace place{NumberIn(MemberOf(origin, "latitude"), "the origin's latitude"),
                               NumberIn(MemberOf(origin, "longitude"), "the origin's longitude"),
                               NumberIn(MemberOf(origin, "height"), "the origin's height")};
     const std::string problem = ImpossiblePlace(place);
-    if (!problem.empty())
+    if (!problem.empty()) {
         throw BadFeature{"its origin: " + problem};
+    }
     return place;
 }
 
 Kestrove::EWaylineType ReadKind(const Json& properties, Kestrove::EWaylineType otherwise)
 {
     const Json& kind = MemberOf(properties, "kind");
-    if (kind.is_null())
+    if (kind.is_null()) {
         return otherwise;
+    }
     for (const auto& [name, code] : WaylineKindNames()) {
-        if (TextIn(kind) == name && code != Kestrove::EWaylineTypeEmpty)
+        if (TextIn(kind) == name && code != Kestrove::EWaylineTypeEmpty) {
             return static_cast<Kestrove::EWaylineType>(code);
+        }
     }
     throw BadFeature{"its property kind, " +
                      kind.dump(-1, ' ', false, Json::error_handler_t::replace) +
@@ -104,11 +116,13 @@ std::vector<WaylinePoint> LocalPoints(const std::vector<Position>& positions,
     std::vector<WaylinePoint> points;
     points.reserve(positions.size());
     for (Position position : positions) {
-        if (!position.hasHeight)
+        if (!position.hasHeight) {
             position.place.height = frame.Origin().height;
+        }
         WaylinePoint point = Rounded(frame.ToLocal(position.place));
-        if (!position.hasHeight)
+        if (!position.hasHeight) {
             point.z = 0.0;
+        }
         points.push_back(point);
     }
     return points;
@@ -121,15 +135,18 @@ std::optional<WaylineContent> ReadParameters(const Json& properties, Kestrove::E
     content.kind = kind;
     for (const char* name : PointNames(kind)) {
         const Json& point = MemberOf(properties, name);
-        if (point.is_null())
+        if (point.is_null()) {
             return std::nullopt;
-        if (!point.is_array() || point.size() != 3)
+        }
+        if (!point.is_array() || point.size() != 3) {
             throw BadFeature{"its property " + std::string(name) + " is no array of x, y and z"};
+        }
         content.points.emplace_back(NumberIn(point[0], name), NumberIn(point[1], name),
                                     NumberIn(point[2], name));
     }
-    if (kind == Kestrove::EWaylineTypeAHeading)
+    if (kind == Kestrove::EWaylineTypeAHeading) {
         content.heading = NumberIn(MemberOf(properties, "heading"), "its property heading");
+    }
     return content;
 }
 
@@ -156,8 +173,9 @@ WaylineContent Moved(const WaylineContent& content, const CLocalFrame& from, con
 {
     const auto move = [&](const WaylinePoint& point) { return to.ToLocal(from.ToGeodetic(point)); };
     WaylineContent moved = content;
-    for (WaylinePoint& point : moved.points)
+    for (WaylinePoint& point : moved.points) {
         point = Rounded(move(point));
+    }
     if (content.kind == Kestrove::EWaylineTypeAHeading) {
         const WaylinePoint& a = content.points[0];
         const WaylinePoint start = move(a);
@@ -178,8 +196,9 @@ WaylineContent FromGeometry(Kestrove::EWaylineType kind, std::vector<WaylinePoin
         points.pop_back();
     }
     const std::string problem = PointCountProblem(kind, points.size());
-    if (!problem.empty())
+    if (!problem.empty()) {
         throw BadFeature{problem};
+    }
     content.points = std::move(points);
     return content;
 }
@@ -190,8 +209,9 @@ std::optional<OwnWayline> OwnWaylineOf(const Json& properties, const Positions& 
     const std::optional<GeodeticPlace> origin = ReadOrigin(properties);
     const std::optional<WaylineContent> content =
         origin && !PointNames(kind).empty() ? ReadParameters(properties, kind) : std::nullopt;
-    if (!content)
+    if (!content) {
         return std::nullopt;
+    }
     CheckGeometry(*content, positions, CLocalFrame(*origin));
     return OwnWayline{*content, *origin};
 }
@@ -201,12 +221,14 @@ WaylineContent ReadLine(const Json& feature, const Positions& positions,
 {
     const Json& properties = MemberOf(feature, "properties");
     const Kestrove::EWaylineType kind = ReadKind(properties, reading.kind);
-    if (positions.empty() && PointCountOf(kind) != 0U)
+    if (positions.empty() && PointCountOf(kind) != 0U) {
         throw BadFeature{"its geometry has no points for the kind " + std::string(KindTitle(kind))};
+    }
     const std::optional<OwnWayline> own = OwnWaylineOf(properties, positions, kind);
     WaylineContent content;
-    if (!frame && !(positions.empty() && PointCountOf(kind) == 0U))
+    if (!frame && !(positions.empty() && PointCountOf(kind) == 0U)) {
         throw NoOrigin{{"the file tells no origin of the local frame: --origin LAT,LON,HEIGHT"}};
+    }
     if (own) {
         content = own->origin == frame->Origin()
                       ? own->content
@@ -229,8 +251,9 @@ std::vector<WaylineContent> ReadFeature(const Json& feature, const WaylineReadin
     for (const Positions& positions : lines) {
         waylines.push_back(ReadLine(feature, positions, reading, frame));
         std::string& name = waylines.back().name;
-        if (lines.size() > 1)
+        if (lines.size() > 1) {
             name += (name.empty() ? "part " : ", part ") + std::to_string(waylines.size());
+        }
     }
     return waylines;
 }
@@ -240,8 +263,9 @@ std::optional<GeodeticPlace> FirstOrigin(const std::vector<Json>& features)
     for (const Json& feature : features) {
         try {
             const auto origin = ReadOrigin(MemberOf(feature, "properties"));
-            if (origin)
+            if (origin) {
                 return origin;
+            }
         } catch (const BadFeature&) {
             // Told when the feature itself is read.
             continue;
@@ -256,8 +280,9 @@ std::optional<OwnWayline> ReadOwnWayline(const Json& feature, const Positions& p
 {
     const Json& properties = MemberOf(feature, "properties");
     const Json& kind = MemberOf(properties, "kind");
-    if (kind.is_null() || !MemberOf(properties, "origin").is_object())
+    if (kind.is_null() || !MemberOf(properties, "origin").is_object()) {
         return std::nullopt;
+    }
     return OwnWaylineOf(properties, positions, ReadKind(properties, Kestrove::EWaylineTypeABCurve));
 }
 
@@ -274,8 +299,9 @@ WaylineList ReadWaylineGeoJson(const std::string& text, const WaylineReading& re
     const std::vector<Json>& features = file->Features();
     list.origin = reading.origin ? reading.origin : FirstOrigin(features);
     std::optional<CLocalFrame> frame;
-    if (list.origin)
+    if (list.origin) {
         frame.emplace(*list.origin);
+    }
     // Areas are the boundaries of fields, which a file may have beside its lines.
     const bool hasLines =
         std::any_of(features.begin(), features.end(), [](const Json& one) { return !IsArea(one); });
@@ -285,8 +311,10 @@ WaylineList ReadWaylineGeoJson(const std::string& text, const WaylineReading& re
             continue;
         }
         try {
-            for (WaylineContent& content : ReadFeature(features[i], reading, frame, file->Places()))
+            for (WaylineContent& content :
+                 ReadFeature(features[i], reading, frame, file->Places())) {
                 list.entries.push_back({i + 1, std::move(content)});
+            }
         } catch (const NoOrigin& problem) {
             list.lacksOrigin = true;
             list.problems.push_back("feature " + std::to_string(i + 1) + ": " + problem.text);

@@ -35,8 +35,9 @@ void WriteGeometry(const WaylineContent& content, const CLocalFrame& frame, cons
     const std::vector<WaylinePoint> outline =
         hasAnyPoints ? std::vector<WaylinePoint>() : Outline(content);
     const std::vector<WaylinePoint>& points = hasAnyPoints ? content.points : outline;
-    if (points.empty())
+    if (points.empty()) {
         return sink("null");
+    }
     if (points.size() == 1) {
         return sink(R"({"type":"Point","coordinates":)" + PositionText(points.front(), frame) +
                     "}");
@@ -53,8 +54,9 @@ void WriteGeometry(const WaylineContent& content, const CLocalFrame& frame, cons
 Json PropertiesJson(const WaylineContent& content, const GeodeticPlace& origin)
 {
     Json properties{{"kind", KindName(content.kind)}};
-    if (!content.name.empty())
+    if (!content.name.empty()) {
         properties["name"] = content.name;
+    }
     properties["origin"] = {
         {"latitude", origin.latitude}, {"longitude", origin.longitude}, {"height", origin.height}};
     const std::vector<const char*> names = PointNames(content.kind);
@@ -62,8 +64,9 @@ Json PropertiesJson(const WaylineContent& content, const GeodeticPlace& origin)
         const WaylinePoint& point = content.points.at(i);
         properties[names[i]] = Json::array({point.x, point.y, point.z});
     }
-    if (content.kind == Kestrove::EWaylineTypeAHeading)
+    if (content.kind == Kestrove::EWaylineTypeAHeading) {
         properties["heading"] = content.heading;
+    }
     return properties;
 }
 

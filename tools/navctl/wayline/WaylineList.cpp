@@ -15,8 +15,9 @@ std::string PointCountProblem(Kestrove::EWaylineType kind, std::size_t count)
                std::to_string(kFewestOfACurve) + " points or more, here " +
                (count == 1 ? "is " : "are ") + std::to_string(count);
     }
-    if (!wanted || *wanted == count)
+    if (!wanted || *wanted == count) {
         return {};
+    }
     return "the kind " + std::string(KindTitle(kind)) + " has " + std::to_string(*wanted) +
            (*wanted == 1 ? " point" : " points") + ", here are " + std::to_string(count);
 }

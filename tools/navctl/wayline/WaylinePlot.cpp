@@ -113,12 +113,14 @@ public:
         Begin(list);
         DrawGrid();
         m_svg += "<g clip-path=\"url(#area)\">\n";
-        for (std::size_t i = 0; i < list.entries.size(); ++i)
+        for (std::size_t i = 0; i < list.entries.size(); ++i) {
             DrawWayline(list.entries[i].content, kColours[i % kColours.size()]);
+        }
         m_svg += "</g>\n";
         // Letters last, so that no line runs through them.
-        for (std::size_t i = 0; i < list.entries.size(); ++i)
+        for (std::size_t i = 0; i < list.entries.size(); ++i) {
             DrawLetters(list.entries[i].content, kColours[i % kColours.size()]);
+        }
         DrawScaleBar();
         m_svg += "</svg>\n";
         return m_svg;
@@ -208,10 +210,12 @@ private:
             Polyline({{a.x - x, a.y - y, 0.0}, {a.x + x, a.y + y, 0.0}},
                      stroke + " stroke-dasharray=\"7 5\" stroke-opacity=\"0.5\"");
         }
-        if (content.kind != Kestrove::EWaylineTypeAHeading)
+        if (content.kind != Kestrove::EWaylineTypeAHeading) {
             Polyline(Outline(content), stroke + " stroke-linejoin=\"round\"");
-        if (content.points.size() > kMostMarkedPoints)
+        }
+        if (content.points.size() > kMostMarkedPoints) {
             return;
+        }
         for (const WaylinePoint& point : content.points) {
             const Pixel at = m_area.At(point.x, point.y);
             m_svg += "<circle cx=\"" + Short(at.x) + "\" cy=\"" + Short(at.y) +
@@ -246,11 +250,13 @@ private:
     void DrawLetters(const WaylineContent& content, const std::string& colour)
     {
         const std::vector<WaylinePoint>& points = content.points;
-        if (points.empty())
+        if (points.empty()) {
             return;
+        }
         if (content.kind == Kestrove::EWaylineTypeCircle) {
-            for (std::size_t i = 0; i < points.size(); ++i)
+            for (std::size_t i = 0; i < points.size(); ++i) {
                 Letter(points[i], 1.0, 1.0, std::to_string(i + 1), colour);
+            }
         } else if (const std::optional<double> heading = HeadingOf(content)) {
             // Straight lines go on past their points: to their right.
             for (std::size_t i = 0; i < points.size(); ++i) {
@@ -259,16 +265,18 @@ private:
             }
         } else {
             EndLetter(points.front(), points[points.size() > 1 ? 1 : 0], "A", colour);
-            if (points.size() > 1)
+            if (points.size() > 1) {
                 EndLetter(points.back(), points[points.size() - 2], "B", colour);
+            }
         }
         DrawName(content, colour);
     }
 
     void DrawName(const WaylineContent& content, const std::string& colour)
     {
-        if (content.name.empty())
+        if (content.name.empty()) {
             return;
+        }
         const std::optional<WaylineBounds> bounds = BoundsOf(content);
         const Pixel at = m_area.At((bounds->lowest.x + bounds->highest.x) / 2.0,
                                    (bounds->lowest.y + bounds->highest.y) / 2.0);
@@ -283,8 +291,9 @@ private:
         const double y = m_area.Bottom() + 58.0;
         const double end = kLeft + metres * m_area.Scale();
         Line({kLeft, y}, {end, y}, "stroke=\"black\" stroke-width=\"2\"");
-        for (const double x : {kLeft, end})
+        for (const double x : {kLeft, end}) {
             Line({x, y - 4.0}, {x, y + 4.0}, "stroke=\"black\" stroke-width=\"2\"");
+        }
         Text({end + 8.0, y + 4.0}, Metres(metres) + " m", "");
     }
 
@@ -311,8 +320,9 @@ double RoundStep(double span, double count)
     const double rough = std::max(span / count, std::numeric_limits<double>::min());
     const double power = std::pow(10.0, std::floor(std::log10(rough)));
     for (const double factor : {1.0, 2.0, 5.0}) {
-        if (rough <= factor * power)
+        if (rough <= factor * power) {
             return factor * power;
+        }
     }
     return 10.0 * power;
 }
@@ -321,14 +331,17 @@ std::string WaylinePlot(const WaylineList& list)
 {
     std::optional<WaylineBounds> all;
     for (const WaylineList::Entry& entry : list.entries) {
-        if (const std::optional<WaylineBounds> bounds = BoundsOf(entry.content))
+        if (const std::optional<WaylineBounds> bounds = BoundsOf(entry.content)) {
             Grow(all, *bounds);
+        }
     }
-    if (!all)
+    if (!all) {
         return {};
+    }
     for (const double edge : {all->lowest.x, all->lowest.y, all->highest.x, all->highest.y}) {
-        if (!(std::abs(edge) <= kFarthest))
+        if (!(std::abs(edge) <= kFarthest)) {
             return {};
+        }
     }
     const CPlotArea area(*all);
     return CPlotWriter(area).Draw(list);

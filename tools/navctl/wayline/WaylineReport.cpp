@@ -20,8 +20,9 @@ Json OrNull(const std::optional<double>& value)
 
 Json BoundsJson(const std::optional<WaylineBounds>& bounds)
 {
-    if (!bounds)
+    if (!bounds) {
         return nullptr;
+    }
     return {{"x", Json::array({bounds->lowest.x, bounds->highest.x})},
             {"y", Json::array({bounds->lowest.y, bounds->highest.y})},
             {"z", Json::array({bounds->lowest.z, bounds->highest.z})}};
@@ -35,8 +36,9 @@ std::string Range(const char* axis, double lowest, double highest)
 std::string LengthWords(const WaylineContent& content)
 {
     const std::optional<double> length = WaylineLength(content);
-    if (!length)
+    if (!length) {
         return {};
+    }
     switch (content.kind) {
     case Kestrove::EWaylineTypeAB:
         return ", " + Metres(*length) + " m from A to B, without ends";
@@ -58,8 +60,9 @@ std::string Metres(double value)
     std::string metres = text;
     if (metres.find('.') != std::string::npos && metres.find('e') == std::string::npos) {
         metres.erase(metres.find_last_not_of('0') + 1);
-        if (metres.back() == '.')
+        if (metres.back() == '.') {
             metres.pop_back();
+        }
     }
     return metres == "-0" ? "0" : metres;
 }
@@ -78,18 +81,21 @@ Json WaylineJson(const WaylineContent& content)
 std::string WaylineWords(const WaylineContent& content)
 {
     std::string words = KindTitle(content.kind);
-    if (!content.name.empty())
+    if (!content.name.empty()) {
         words += " \"" + Printable(content.name) + "\"";
+    }
     const std::size_t count = content.points.size();
-    if (PointCountOf(content.kind) == 0U)
+    if (PointCountOf(content.kind) == 0U) {
         return words + ", which the service keeps to itself";
+    }
     words += ", " + std::to_string(count) + (count == 1 ? " point" : " points");
     words += LengthWords(content);
     if (const std::optional<double> heading = HeadingOf(content)) {
         words += ", heading " + Fixed(Degrees(*heading), 2) + " degrees";
     }
-    if (content.kind == Kestrove::EWaylineTypeAHeading)
+    if (content.kind == Kestrove::EWaylineTypeAHeading) {
         words += ", without ends";
+    }
     if (const std::optional<WaylineBounds> bounds = BoundsOf(content)) {
         words += "; " + Range("x", bounds->lowest.x, bounds->highest.x) + ", " +
                  Range("y", bounds->lowest.y, bounds->highest.y) + ", " +

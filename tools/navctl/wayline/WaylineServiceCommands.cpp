@@ -44,8 +44,9 @@ HeldWayline AskForWayline(CContext& context)
         CallFor(context.Navigation(), getter.serviceName, getter.exchange, {});
     const Kestrove::WaylinePtr wayline =
         Kestrove::CWayline::FromBList(dynamic_cast<BListC*>(reply.get()));
-    if (wayline)
+    if (wayline) {
         return {true, ContentOf(*wayline)};
+    }
     const EOutcome outcome = reply == nullptr ? EOutcome::NoAnswer : EOutcome::OtherForm;
     return {GotThrough(context, getter, {outcome}), std::nullopt};
 }
@@ -59,13 +60,16 @@ Json HeldJson(const WaylineContent& content)
 
 void Get(CContext& context)
 {
-    if (!context.Reach())
+    if (!context.Reach()) {
         return;
+    }
     const HeldWayline held = AskForWayline(context);
-    if (!held.isKnown)
+    if (!held.isKnown) {
         return;
-    if (!held.content)
+    }
+    if (!held.content) {
         return context.Fail(kExitRefused, "the service has no complete wayline");
+    }
     context.Print(HeldJson(*held.content), WriteWaylineText(*held.content));
 }
 
@@ -74,21 +78,24 @@ void Refuse(CContext& context, Json value, const char* operation, const Argument
             const std::string& held = "")
 {
     std::string reason = ReasonOfRefusal(context.Navigation(), FindOperation(operation), values);
-    if (!held.empty())
+    if (!held.empty()) {
         reason += "; it holds " + held;
+    }
     value["reason"] = reason;
     context.Refuse(value, "the service refused " + std::string(operation) + ": " + reason);
 }
 
 void ReportSet(CContext& context, const WaylineContent& wanted, const HeldWayline& held)
 {
-    if (!held.isKnown)
+    if (!held.isKnown) {
         return;
+    }
     const bool isTaken = held.content && *held.content == wanted;
     const Json value{{"outcome", isTaken ? "done" : "refused"},
                      {"held", held.content ? HeldJson(*held.content) : Json(nullptr)}};
-    if (isTaken)
+    if (isTaken) {
         return context.Print(value, "the service holds: " + WaylineWords(*held.content));
+    }
     Refuse(context, value, "set-wayline", {},
            held.content ? WaylineWords(*held.content) : "no complete wayline");
 }
@@ -100,8 +107,9 @@ void ReportSet(CContext& context, const WaylineContent& wanted, const HeldWaylin
 bool MoveOrigin(CContext& context, const GeodeticPlace& origin)
 {
     const COutcome steering = CallByName(context, "is-steering-engaged", {});
-    if (!GotThrough(context, FindOperation("is-steering-engaged"), steering))
+    if (!GotThrough(context, FindOperation("is-steering-engaged"), steering)) {
         return false;
+    }
     if (steering.value.is_boolean() && steering.value.get<bool>()) {
         context.Fail(kExitRefused,
                      "the line needs an origin of the local frame beside it, and that "
@@ -116,50 +124,60 @@ bool MoveOrigin(CContext& context, const GeodeticPlace& origin)
 void Set(CContext& context, const WaylineSource& source)
 {
     const std::optional<WaylineList> list = ReadSource(context, source);
-    if (!list)
+    if (!list) {
         return;
+    }
     if (list->entries.size() != 1) {
         return context.Fail(kExitUsage, source.file + ": there are " +
                                             std::to_string(list->entries.size()) +
                                             " waylines in it; choose one by its name or "
                                             "number: --line LINE");
     }
-    if (!context.Reach())
+    if (!context.Reach()) {
         return;
-    if (list->isOriginChosen && !MoveOrigin(context, *list->origin))
+    }
+    if (list->isOriginChosen && !MoveOrigin(context, *list->origin)) {
         return;
+    }
     const WaylineContent& wanted = list->entries.front().content;
     // The reply tells nothing, what the service holds afterwards does.
-    if (Outcome(context, "set-wayline", {MakeWayline(wanted)}))
+    if (Outcome(context, "set-wayline", {MakeWayline(wanted)})) {
         ReportSet(context, wanted, AskForWayline(context));
+    }
 }
 
 void Start(CContext& context, Kestrove::EWaylineType kind)
 {
-    if (!context.Reach())
+    if (!context.Reach()) {
         return;
+    }
     const ArgumentValues values{static_cast<int>(kind)};
     const std::optional<EOutcome> outcome = Outcome(context, "start-wayline", values);
-    if (!outcome)
+    if (!outcome) {
         return;
+    }
     const bool isStarted = outcome == EOutcome::Done;
     const Json value{{"outcome", isStarted ? "done" : "refused"}, {"kind", KindName(kind)}};
-    if (isStarted)
+    if (isStarted) {
         return context.Print(value, "done");
+    }
     Refuse(context, value, "start-wayline", values);
 }
 
 void Clear(CContext& context)
 {
-    if (!context.Reach())
+    if (!context.Reach()) {
         return;
+    }
     const std::optional<EOutcome> outcome = Outcome(context, "clear-wayline", {});
-    if (!outcome)
+    if (!outcome) {
         return;
+    }
     const bool isCleared = outcome == EOutcome::Done;
     const Json value{{"outcome", isCleared ? "done" : "refused"}};
-    if (isCleared)
+    if (isCleared) {
         return context.Print(value, "done");
+    }
     Refuse(context, value, "clear-wayline", {});
 }
 

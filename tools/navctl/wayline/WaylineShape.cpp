@@ -27,8 +27,9 @@ std::vector<WaylinePoint> WithoutRepeats(const std::vector<WaylinePoint>& points
 {
     std::vector<WaylinePoint> kept;
     for (const WaylinePoint& point : points) {
-        if (kept.empty() || Distance(kept.back(), point) > 1e-9)
+        if (kept.empty() || Distance(kept.back(), point) > 1e-9) {
             kept.push_back(point);
+        }
     }
     return kept;
 }
@@ -38,8 +39,9 @@ std::vector<WaylinePoint> WithoutRepeats(const std::vector<WaylinePoint>& points
 WaylinePoint OnCatmullRom(const std::array<WaylinePoint, 4>& p, double share)
 {
     std::array<double, 4> knots{};
-    for (std::size_t i = 1; i < 4; ++i)
+    for (std::size_t i = 1; i < 4; ++i) {
         knots[i] = knots[i - 1] + std::sqrt(Distance(p[i - 1], p[i]));
+    }
     const double t = knots[1] + (knots[2] - knots[1]) * share;
     const auto between = [&](const WaylinePoint& from, const WaylinePoint& to, std::size_t first,
                              std::size_t last) {
@@ -54,8 +56,9 @@ WaylinePoint OnCatmullRom(const std::array<WaylinePoint, 4>& p, double share)
 std::vector<WaylinePoint> SplineOutline(const std::vector<WaylinePoint>& all)
 {
     std::vector<WaylinePoint> points = WithoutRepeats(all);
-    if (points.size() < 3)
+    if (points.size() < 3) {
         return points;
+    }
     const std::size_t last = points.size() - 1;
     std::vector<WaylinePoint> outline;
     for (std::size_t i = 0; i < last; ++i) {
@@ -63,8 +66,9 @@ std::vector<WaylinePoint> SplineOutline(const std::vector<WaylinePoint>& all)
         const std::array<WaylinePoint, 4> stretch{
             i == 0 ? Mix(points[1], points[0], 2.0) : points[i - 1], points[i], points[i + 1],
             i + 1 == last ? Mix(points[last - 1], points[last], 2.0) : points[i + 2]};
-        for (int piece = 0; piece < kSplinePieces; ++piece)
+        for (int piece = 0; piece < kSplinePieces; ++piece) {
             outline.push_back(OnCatmullRom(stretch, static_cast<double>(piece) / kSplinePieces));
+        }
     }
     outline.push_back(points[last]);
     return outline;
@@ -73,8 +77,9 @@ std::vector<WaylinePoint> SplineOutline(const std::vector<WaylinePoint>& all)
 std::vector<WaylinePoint> CircleOutline(const std::vector<WaylinePoint>& points)
 {
     const std::optional<CircleSeenFromAbove> circle = CircleThrough(points);
-    if (!circle)
+    if (!circle) {
         return points;
+    }
     std::vector<WaylinePoint> outline;
     for (int piece = 0; piece <= kCirclePieces; ++piece) {
         const double turn = 2.0 * kPi * piece / kCirclePieces;
@@ -98,8 +103,9 @@ std::optional<CircleSeenFromAbove> CircleThrough(const std::vector<WaylinePoint>
     const double determinant = 2.0 * (x1 * y2 - y1 * x2);
     const double square1 = x1 * x1 + y1 * y1;
     const double square2 = x2 * x2 + y2 * y2;
-    if (std::abs(determinant) <= 1e-12 * (square1 + square2))
+    if (std::abs(determinant) <= 1e-12 * (square1 + square2)) {
         return std::nullopt;
+    }
     const double x = (y2 * square1 - y1 * square2) / determinant;
     const double y = (x1 * square2 - x2 * square1) / determinant;
     return CircleSeenFromAbove{first.x + x, first.y + y, std::hypot(x, y), std::atan2(-y, -x),
@@ -126,16 +132,18 @@ std::vector<WaylinePoint> Outline(const WaylineContent& content)
 
 std::optional<double> WaylineLength(const WaylineContent& content)
 {
-    if (content.points.empty() || content.kind == Kestrove::EWaylineTypeAHeading)
+    if (content.points.empty() || content.kind == Kestrove::EWaylineTypeAHeading) {
         return std::nullopt;
+    }
     if (content.kind == Kestrove::EWaylineTypeCircle) {
         const std::optional<CircleSeenFromAbove> circle = CircleThrough(content.points);
         return circle ? std::optional(2.0 * kPi * circle->radius) : std::nullopt;
     }
     const std::vector<WaylinePoint> outline = Outline(content);
     double length = 0.0;
-    for (std::size_t i = 1; i < outline.size(); ++i)
+    for (std::size_t i = 1; i < outline.size(); ++i) {
         length += Distance(outline[i - 1], outline[i]);
+    }
     return length;
 }
 
@@ -154,8 +162,9 @@ std::optional<WaylineBounds> BoundsOf(const WaylineContent& content)
                                 points[0].z);
         }
     }
-    if (points.empty())
+    if (points.empty()) {
         return std::nullopt;
+    }
     WaylineBounds bounds{points[0], points[0]};
     for (const WaylinePoint& point : points) {
         bounds.lowest = {std::min(bounds.lowest.x, point.x), std::min(bounds.lowest.y, point.y),
@@ -168,13 +177,16 @@ std::optional<WaylineBounds> BoundsOf(const WaylineContent& content)
 
 std::optional<double> HeadingOf(const WaylineContent& content)
 {
-    if (content.kind == Kestrove::EWaylineTypeAHeading)
+    if (content.kind == Kestrove::EWaylineTypeAHeading) {
         return NormalisedHeading(content.heading);
-    if (content.kind != Kestrove::EWaylineTypeAB)
+    }
+    if (content.kind != Kestrove::EWaylineTypeAB) {
         return std::nullopt;
+    }
     const double x = content.points.at(1).x - content.points.at(0).x;
     const double y = content.points.at(1).y - content.points.at(0).y;
-    if (x == 0.0 && y == 0.0)
+    if (x == 0.0 && y == 0.0) {
         return std::nullopt;
+    }
     return NormalisedHeading(std::atan2(x, y));
 }

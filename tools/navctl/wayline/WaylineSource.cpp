@@ -20,10 +20,12 @@ Kestrove::EWaylineType ParseKind(const std::string& name, const std::string& tex
     std::vector<std::string> words;
     for (const auto& [word, value] : WaylineKindNames()) {
         words.push_back(word);
-        if (text == word || (isNumber && code == value))
+        if (text == word || (isNumber && code == value)) {
             return static_cast<Kestrove::EWaylineType>(value);
-        if (value != Kestrove::EWaylineTypeEmpty)
+        }
+        if (value != Kestrove::EWaylineTypeEmpty) {
             all += (all.empty() ? "" : ", ") + word;
+        }
     }
     throw CLI::ValidationError(name, "\"" + text + "\" is none of " + all +
                                          ", nor the code of one" + Suggestion(text, words));
@@ -37,12 +39,14 @@ bool IsDigits(const std::string& text)
 void TakeLine(WaylineSource& source, const std::string& text)
 {
     source.line = text;
-    if (!IsDigits(text))
+    if (!IsDigits(text)) {
         return;
+    }
     std::string number = text;
     const std::string problem = WholeNumberWithin(1, kMostLines)(number);
-    if (!problem.empty())
+    if (!problem.empty()) {
         throw CLI::ValidationError("--line", problem);
+    }
     source.number = std::stoull(text);
 }
 
@@ -51,19 +55,23 @@ std::string ChooseEntry(WaylineList& list, const WaylineSource& source)
 {
     const auto leave = [&](const auto& isWanted) {
         const auto wanted = std::find_if(list.entries.begin(), list.entries.end(), isWanted);
-        if (wanted == list.entries.end())
+        if (wanted == list.entries.end()) {
             return false;
+        }
         const WaylineList::Entry only = *wanted;
         list.entries = {only};
         return true;
     };
     if (source.line.empty() ||
-        leave([&](const auto& entry) { return entry.content.name == source.line; }))
+        leave([&](const auto& entry) { return entry.content.name == source.line; })) {
         return {};
-    if (!source.number)
+    }
+    if (!source.number) {
         return "there is no wayline \"" + source.line + "\" in it";
-    if (leave([&](const auto& entry) { return entry.number == *source.number; }))
+    }
+    if (leave([&](const auto& entry) { return entry.number == *source.number; })) {
         return {};
+    }
     return "there is no wayline in line " + std::to_string(*source.number);
 }
 
@@ -71,8 +79,9 @@ std::string ChooseEntry(WaylineList& list, const WaylineSource& source)
 bool HasUsableKind(CContext& context, const WaylineSource& source)
 {
     const Kestrove::EWaylineType kind = source.reading.kind;
-    if (IsKindOfPoints(kind))
+    if (IsKindOfPoints(kind)) {
         return true;
+    }
     context.Fail(kExitUsage,
                  "--kind " + KindName(kind) + ": points alone make no " + KindTitle(kind));
     return false;
@@ -114,10 +123,12 @@ void TellProblems(CContext& context, const std::vector<std::string>& problems)
 {
     context.Fail(kExitUsage, problems.front(), {{"problems", problems}});
     const std::size_t told = std::min(problems.size(), kMostProblemsTold);
-    for (std::size_t i = 1; i < told; ++i)
+    for (std::size_t i = 1; i < told; ++i) {
         WriteError(problems[i]);
-    if (told < problems.size())
+    }
+    if (told < problems.size()) {
         WriteError("and " + std::to_string(problems.size() - told) + " more");
+    }
 }
 
 } // namespace
@@ -163,8 +174,9 @@ void AddTargetFormatOption(CLI::App& command, std::optional<EWaylineFormat>& for
 {
     std::vector<std::string> words = WordsOf(WaylineFormatNames());
     for (const std::string& word : WordsOf(FieldFormatNames())) {
-        if (WaylineFormatNames().find(word) == WaylineFormatNames().end())
+        if (WaylineFormatNames().find(word) == WaylineFormatNames().end()) {
             words.push_back(word);
+        }
     }
     command
         .add_option_function<std::string>(
@@ -172,8 +184,9 @@ void AddTargetFormatOption(CLI::App& command, std::optional<EWaylineFormat>& for
             [&](const std::string& word) {
                 fieldFormat = FieldFormatCalled(word);
                 const auto found = WaylineFormatNames().find(word);
-                if (found != WaylineFormatNames().end())
+                if (found != WaylineFormatNames().end()) {
                     format = found->second;
+                }
             },
             "text, geojson, csv, isoxml, isoxml3 (version 3), kml, kmz, shapefile or geopackage; "
             "otherwise told from the ending of the target's name")
@@ -189,8 +202,9 @@ void AddOriginOption(CLI::App& command, std::optional<GeodeticPlace>& origin)
             [&origin](const std::string& text) {
                 std::string problem;
                 origin = ParsePlace(text, problem);
-                if (!origin)
+                if (!origin) {
                     throw CLI::ValidationError("--origin", problem);
+                }
             },
             "Where the local frame is: degrees, degrees, metres above the ellipsoid")
         ->type_name("LAT,LON,HEIGHT");
@@ -230,12 +244,14 @@ void AddWaylineSource(CLI::App& command, WaylineSource& source)
 std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& source,
                                       CSourceFile& file)
 {
-    if (!HasUsableKind(context, source))
+    if (!HasUsableKind(context, source)) {
         return std::nullopt;
+    }
     const EFileContent content = ContentOf(source, file);
     if (content == EFileContent::Fields ||
-        (content == EFileContent::GeoJson && !source.field.empty()))
+        (content == EFileContent::GeoJson && !source.field.empty())) {
         return ReadFieldWaylines(context, source, file);
+    }
     if (content == EFileContent::Unknown) {
         context.Fail(kExitUsage, source.file + ": its format is not known; supported are " +
                                      SupportedFieldFormats());
@@ -246,21 +262,25 @@ std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& so
         return std::nullopt;
     }
     std::optional<WaylineList> list = ReadList(context, source, file, content);
-    if (!list)
+    if (!list) {
         return list;
+    }
     // What other programs have drawn on a map: places on the earth and no frame.
-    if (list->lacksOrigin)
+    if (list->lacksOrigin) {
         return ReadFieldWaylines(context, source, file);
+    }
     if (!list->problems.empty()) {
         // Not one line of it is a wayline: it is something else.
-        if (list->entries.empty() && content == EFileContent::Other && !source.format)
+        if (list->entries.empty() && content == EFileContent::Other && !source.format) {
             list->problems.front() += "; supported are " + SupportedFieldFormats();
+        }
         TellProblems(context, list->problems);
         return std::nullopt;
     }
     const std::string problem = ChooseEntry(*list, source);
-    if (problem.empty())
+    if (problem.empty()) {
         return list;
+    }
     context.Fail(kExitUsage, source.file + ": " + problem);
     return std::nullopt;
 }
@@ -291,12 +311,14 @@ FieldChoice ChoiceOf(const WaylineSource& source)
 std::optional<CFieldFile> ReadFieldSource(CContext& context, const WaylineSource& source,
                                           CSourceFile& file)
 {
-    if (!HasUsableKind(context, source))
+    if (!HasUsableKind(context, source)) {
         return std::nullopt;
+    }
     const FieldChoice choice = ChoiceOf(source);
     std::optional<CFieldFile> fields = ReadFields(context, file, choice);
-    if (!fields)
+    if (!fields) {
         return std::nullopt;
+    }
     const std::string problem = ChooseLines(*fields, choice);
     if (!problem.empty()) {
         context.Fail(kExitUsage, source.file + ": " + problem);

@@ -18,8 +18,9 @@ public:
     bool Next(std::string& word)
     {
         const std::size_t begin = m_line.find_first_not_of(' ', m_place);
-        if (begin == std::string::npos)
+        if (begin == std::string::npos) {
             return false;
+        }
         m_place = std::min(m_line.find(' ', begin), m_line.size());
         word.assign(m_line, begin, m_place - begin);
         return true;
@@ -39,8 +40,9 @@ public:
         CWords words(line);
         while (words.Next(m_word)) {
             // Only the first two are looked at by their place.
-            if (m_wordCount < m_words.size())
+            if (m_wordCount < m_words.size()) {
                 m_words[m_wordCount] = m_word;
+            }
             ++m_wordCount;
         }
     }
@@ -49,10 +51,12 @@ public:
     {
         m_problem.clear();
         ReadKind();
-        if (m_problem.empty())
+        if (m_problem.empty()) {
             CheckWordCount();
-        if (m_problem.empty())
+        }
+        if (m_problem.empty()) {
             ReadNumbers();
+        }
         return m_problem.empty() ? std::optional(m_content) : std::nullopt;
     }
 
@@ -91,8 +95,9 @@ private:
         if (!points) {
             CheckAnnouncedPoints(title);
         } else if (*points == 0) {
-            if (m_wordCount > 2 || (m_wordCount == 2 && m_words[1] != "0"))
+            if (m_wordCount > 2 || (m_wordCount == 2 && m_words[1] != "0")) {
                 m_problem = "a " + title + " is its code alone, with or without a 0 behind it";
+            }
         } else {
             const bool hasHeading = m_content.kind == Kestrove::EWaylineTypeAHeading;
             const std::size_t wanted = 1 + *points * 3 + (hasHeading ? 1 : 0);
@@ -135,8 +140,9 @@ private:
         const std::size_t first = fixedCount ? 1 : 2;
         const std::size_t count = fixedCount ? *fixedCount : (m_wordCount - 2) / 3;
         CWords words(m_line);
-        for (std::size_t place = 0; place < first; ++place)
+        for (std::size_t place = 0; place < first; ++place) {
             words.Next(m_word);
+        }
         m_content.points.reserve(count);
         for (std::size_t i = 0; i < count; ++i) {
             const std::size_t word = first + 3 * i;
@@ -144,8 +150,9 @@ private:
             const double y = Number(words, word + 1);
             m_content.points.emplace_back(x, y, Number(words, word + 2));
         }
-        if (m_content.kind == Kestrove::EWaylineTypeAHeading)
+        if (m_content.kind == Kestrove::EWaylineTypeAHeading) {
             m_content.heading = Number(words, 4);
+        }
     }
 
     const std::string& m_line;

@@ -1,7 +1,0 @@
-#ifndef KESTROVE_SIMULATOR_VERSION_H
-#define KESTROVE_SIMULATOR_VERSION_H
-
-/// The version of the program, as the build knows it.
-const char* ProgramVersion();
-
-#endif

@@ -1,0 +1,95 @@
+#ifndef KESTROVE_SIMULATOR_OPERATIONS_EVENTS_H
+#define KESTROVE_SIMULATOR_OPERATIONS_EVENTS_H
+
+#include <functional>
+#include <map>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "platform/BElement.h"
+#include "simulator/lines/WaylineKeeper.h"
+#include "simulator/world/Simulation.h"
+
+/// Takes an event that is to be pushed.
+using EventSink = std::function<void(const std::string& event, const BListC& payload)>;
+
+/// Makes the service's events from what the simulation and the wayline are now.
+///
+/// A value that has changed is told at once, unless it has been told since guidance last ran: then
+/// what it is when guidance runs next. So no value is told more often than guidance runs, however
+/// often clients change it, the last one is always told, and what guidance itself changes, such as
+/// that it drops steering, is never left out.
+///
+/// Thread safety: none.
+class CEvents
+{
+public:
+    /// Both must outlive this object.
+    CEvents(const CSimulation& simulation, const CWaylineKeeper& waylines);
+
+    /// Whether there is an event of the name.
+    static bool Exists(const std::string& event) { return Table().count(event) != 0; }
+
+    /// The events that tell the present state, as a client gets them that subscribes: one, but for
+    /// the tuning parameters one a parameter; none for a name that is no event's.
+    void TellPresentState(const std::string& event, const EventSink& sink) const;
+
+    /// The events whose values have changed since they were told, and guidance status, relative
+    /// position and the points to draw, as far as they are due.
+    ///
+    /// @param guidanceRan whether guidance ran since the last call.
+    void TellChanges(bool guidanceRan, const EventSink& sink);
+
+private:
+    using Number = std::variant<int, double>;
+    using Payload = std::vector<Number>;
+    using Payloads = std::vector<Payload>;
+
+    /// When an event is due apart from a client's subscribing.
+    enum class EDue
+    {
+        OnChange,
+        WithGuidance,
+        ToDraw,
+    };
+
+    /// What subscribers have been told last.
+    struct Told
+    {
+        Payload payload;
+        bool sinceGuidance; ///< told since guidance last ran, so that a further change waits
+    };
+
+    struct Event
+    {
+        EDue due;
+        Payloads (CEvents::*tell)() const;
+    };
+
+    static const std::map<std::string, Event>& Table();
+    static void Send(const std::string& event, const Payload& payload, const EventSink& sink);
+
+    Payloads EngageStatus() const;
+    Payloads GuidanceStatus() const;
+    Payloads Offsets() const;
+    Payloads WaylineStatus() const;
+    Payloads ImplementWidth() const;
+    Payloads TuningParameters() const;
+    Payloads RelativePosition() const;
+    Payloads DrawPoints() const;
+
+    void TellChanged(const std::string& name, const Event& event, bool guidanceRan,
+                     const EventSink& sink);
+    bool DrawingDue(bool guidanceRan);
+
+    const CSimulation& m_simulation;
+    const CWaylineKeeper& m_waylines;
+    std::map<std::string, std::vector<Told>> m_told; ///< one a parameter of tuning
+    double m_drawnAt = 0.0;
+    int m_drawnRevision = 0;
+    bool m_drawn = false;
+    bool m_drawnSinceGuidance = false;
+};
+
+#endif

@@ -1,0 +1,24 @@
+#include "simulator/operations/PositionOperations.h"
+
+#include "simulator/base/Outcome.h"
+#include "simulator/operations/PositionSample.h"
+
+void CPositionOperations::Register(COperationTable& table)
+{
+    table.Add("SetPositionData", *this, &CPositionOperations::SetPositionData);
+}
+
+void CPositionOperations::SetPositionData(const std::string& record)
+{
+    PositionSample sample;
+    const std::string problem = ReadPositionSample(record, sample);
+    if (!problem.empty()) {
+        throw UnusableArgument(problem);
+    }
+    const COutcome outcome = m_feed.Feed(sample);
+    // A receiver that waits for a fix sends the same ten times a second; once is enough to know.
+    if (outcome.Reason() != m_lastRefusal) {
+        m_log.Carried("SetPositionData", outcome);
+    }
+    m_lastRefusal = outcome.Reason();
+}

@@ -1,0 +1,43 @@
+#ifndef KESTROVE_SIMULATOR_PROGRAM_COMMANDLINE_H
+#define KESTROVE_SIMULATOR_PROGRAM_COMMANDLINE_H
+
+#include <cstdint>
+#include <iosfwd>
+#include <optional>
+#include <string>
+
+#include "simulator/output/ServiceLog.h"
+#include "simulator/world/Simulation.h"
+
+/// How the program was asked to run.
+struct ProgramOptions
+{
+    std::uint16_t port = 5010;
+    std::optional<std::uint16_t> httpPort; ///< without one there is no live page
+    std::string stateFile;                 ///< empty: nothing is kept
+    std::string trackFile;                 ///< empty: the drive is not written down
+    ELogLevel logLevel = ELogLevel::Warning;
+    double speedFactor = 1.0; ///< simulated seconds a real second
+    SimulationOptions simulation;
+};
+
+/// The program's exit codes.
+enum EExitCode : int
+{
+    kExitSuccess = 0,
+    kExitFailed = 1,       ///< the system refuses something that the program cannot do without
+    kExitWrongOptions = 2, ///< wrong options, or a file named by one cannot be used
+    kExitCannotListen = 3, ///< the port is taken
+};
+
+/// Reads the command line.
+///
+/// @param options receives the options.
+/// @param output, errors receive help and version, and what is wrong.
+/// @return nothing when the program is to run; otherwise the code to exit with, after help, version
+///         or what is wrong has been written.
+std::optional<EExitCode> ReadCommandLine(int argumentCount, const char* const* arguments,
+                                         ProgramOptions& options, std::ostream& output,
+                                         std::ostream& errors);
+
+#endif

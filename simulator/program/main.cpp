@@ -1,0 +1,257 @@
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <string>
+
+#include <asio/io_context.hpp>
+#include <asio/signal_set.hpp>
+#include <pthread.h>
+#include <unistd.h>
+
+#include "simulator/http/HttpServer.h"
+#include "simulator/http/LivePage.h"
+#include "simulator/output/LimitedLog.h"
+#include "simulator/output/ProgramOutput.h"
+#include "simulator/program/CommandLine.h"
+#include "simulator/program/DescriptorLimit.h"
+#include "simulator/program/Version.h"
+#include "simulator/service/Pacer.h"
+#include "simulator/service/ServiceLink.h"
+#include "simulator/settings/KeptSettings.h"
+#include "simulator/settings/SettingsSaver.h"
+#include "simulator/settings/StateFile.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+/// Shared with threads that a disk may keep beyond the end of main().
+using OutputPointer = std::shared_ptr<CProgramOutput>;
+
+// A program that is told to end has done so within two seconds, whatever holds up its files.
+constexpr std::chrono::milliseconds kLongestSaving(1000);
+constexpr std::chrono::milliseconds kLongestWriting(400);
+
+/// Until the program serves, SIGINT and SIGTERM end it at once, whatever holds it up: there is
+/// nothing to bring to an end yet.
+void EndAtOnceOnSignals()
+{
+    for (const int signal : {SIGINT, SIGTERM}) {
+        std::signal(signal, [](int) { ::_exit(kExitSuccess); });
+    }
+}
+
+/// Once the program ends, further ones change nothing: they would cut short what it still saves and
+/// writes. No other thread takes them either.
+void HoldSignalsBack()
+{
+    sigset_t held;
+    ::sigemptyset(&held);
+    ::sigaddset(&held, SIGINT);
+    ::sigaddset(&held, SIGTERM);
+    ::pthread_sigmask(SIG_BLOCK, &held, nullptr);
+}
+
+/// The state file and what it holds.
+struct KeptState
+{
+    std::unique_ptr<CStateFile> file; ///< none: nothing is kept
+    KeptValues values;
+};
+
+/// Reads the kept settings and makes sure that each of them can be used.
+std::string LoadKept(const ProgramOptions& options, KeptState& kept)
+{
+    if (options.stateFile.empty()) {
+        return {};
+    }
+    kept.file = std::make_unique<CStateFile>(options.stateFile);
+    std::string problem = kept.file->Open();
+    if (problem.empty()) {
+        problem = kept.file->Load(kept.values);
+    }
+    if (!problem.empty()) {
+        return problem;
+    }
+    CSimulation trial(options.simulation);
+    const COutcome outcome = CKeptSettings(kept.values, {}).ApplyTo(trial);
+    return outcome ? std::string()
+                   : "cannot use the state file " + options.stateFile + ": " + outcome.Reason();
+}
+
+std::string Announcement(const CServiceLink& link, const std::optional<CLivePage>& page)
+{
+    std::ostringstream text;
+    if (page) {
+        text << "live page at http://localhost:" << page->Port() << "/\n";
+    }
+    text << "navigation-simulator " << ProgramVersion() << " listens on localhost, port "
+         << link.Port() << '\n';
+    return text.str();
+}
+
+/// Starts to listen and to write the drive down.
+///
+/// @return the code to exit with when that fails, with what stands in the way in `problem`.
+EExitCode StartServing(const ProgramOptions& options, const CStateFile* settings,
+                       CServiceLink& link, std::optional<CLivePage>& page, std::string& problem)
+{
+    // First of all: the track file may be that of the simulator which has the port.
+    problem = link.Listen(options.port);
+    if (!problem.empty()) {
+        return kExitCannotListen;
+    }
+    if (page) {
+        problem = page->Listen(*options.httpPort);
+        if (!problem.empty()) {
+            problem = "live page: " + problem;
+            return kExitCannotListen;
+        }
+    }
+    if (!options.trackFile.empty()) {
+        problem = link.Core().RecordTrack(options.trackFile, settings);
+    }
+    return problem.empty() ? kExitSuccess : kExitWrongOptions;
+}
+
+/// Has the kept settings saved from now on, where there is a file for them.
+void StartSaving(KeptState kept, const OutputPointer& output, std::optional<CSettingsSaver>& saver)
+{
+    if (kept.file) {
+        saver.emplace(std::move(kept.file), std::move(kept.values),
+                      [output](const std::string& line) { output->Log(line); });
+    }
+}
+
+/// Brings to the disk what is still to be brought there.
+void EndSaving(const ProgramOptions& options, CServiceLink& link,
+               std::optional<CSettingsSaver>& saver, CProgramOutput& output)
+{
+    const Clock::time_point deadline = Clock::now() + kLongestSaving;
+    if (saver && !saver->Finish(deadline)) {
+        output.Log("the state file " + options.stateFile +
+                   " may lack the last settings: it could not be written in time");
+    } else if (saver && saver->State() == EKeeping::Failing) {
+        output.Log("the state file " + options.stateFile +
+                   " lacks the last settings: it could not be written at the end either");
+    }
+    link.Core().EndTrack(deadline);
+}
+
+/// The most that there may be at once of clients, so that descriptors are left for the page and for
+/// files, whoever connects to the service, and that an event goes to a bounded number.
+MPIServerLimitsC LimitsOf(const DescriptorLimit::Shares& shares)
+{
+    constexpr std::size_t mostClients = 1024;
+    MPIServerLimitsC limits;
+    limits.connections = std::min(mostClients, shares.clients);
+    return limits;
+}
+
+EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPointer& output)
+{
+    asio::io_context loop;
+    asio::signal_set signals(loop, SIGINT, SIGTERM);
+    signals.async_wait([&loop](const auto&, int) { loop.stop(); });
+    CLimitedLog limited(loop, options.logLevel,
+                        [&output](ELogLevel, const std::string& line) { output->Log(line); });
+    CLogTap log(limited.Sink());
+    CTrail trail;
+    std::optional<CSettingsSaver> saver;
+    KeepSink keep;
+    if (kept.file) {
+        keep = [&saver](const KeptValues& values) { saver->Keep(values); };
+    }
+    const auto shares =
+        DescriptorLimit::Divide(options.httpPort ? CHttpServer::kMostConnections : 0);
+    const KeepState keepState = [&saver] { return saver->State(); };
+    CServiceLink link(
+        loop,
+        {options.simulation, kept.values, keep, options.httpPort ? trail.Sink() : EventSink(),
+         log.Sink(), nullptr, keepState},
+        [&limited](ClientNumber client) { limited.Serve(client); }, LimitsOf(shares));
+    std::optional<CLivePage> page;
+    if (options.httpPort) {
+        page.emplace(loop, link.Core(), trail, log, LivePageTimes(), shares.page);
+    }
+    std::string problem;
+    const EExitCode exitCode = StartServing(options, kept.file.get(), link, page, problem);
+    if (!problem.empty()) {
+        HoldSignalsBack(); // those who took them end with this function
+        output->Log(problem);
+        return exitCode;
+    }
+    StartSaving(std::move(kept), output, saver);
+    output->Print(Announcement(link, page));
+    CPacer pacer(loop, link.Core(), options.speedFactor);
+    pacer.Start();
+    loop.run();
+    HoldSignalsBack();
+    EndSaving(options, link, saver, *output);
+    return kExitSuccess;
+}
+
+EExitCode Run(int argumentCount, const char* const* arguments, const OutputPointer& output)
+{
+    ProgramOptions options;
+    std::ostringstream text;
+    std::ostringstream errors;
+    const std::optional<EExitCode> exitCode =
+        ReadCommandLine(argumentCount, arguments, options, text, errors);
+    output->Print(text.str());
+    output->PrintError(errors.str());
+    if (exitCode) {
+        return *exitCode;
+    }
+    std::string problem = DescriptorLimit::Problem(options.httpPort.has_value());
+    if (!problem.empty()) {
+        output->Log(problem);
+        return kExitFailed;
+    }
+    KeptState kept;
+    problem = LoadKept(options, kept);
+    if (!problem.empty()) {
+        output->Log(problem);
+        return kExitWrongOptions;
+    }
+    const std::string warning = kept.file ? kept.file->Warning() : std::string();
+    if (!warning.empty() && options.logLevel >= ELogLevel::Warning) {
+        output->Log(warning);
+    }
+    return Serve(options, std::move(kept), output);
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments)
+{
+    // First of all: until here a signal ends the program as one that was killed by it.
+    EndAtOnceOnSignals();
+    // A client that goes away while it is written to is no reason to end, nor is a file that has
+    // become as long as it may.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    DescriptorLimit::Raise();
+    OutputPointer output;
+    EExitCode exitCode = kExitFailed;
+    try {
+        output = std::make_shared<CProgramOutput>();
+        exitCode = Run(argumentCount, arguments, output);
+    } catch (const std::exception& error) {
+        if (output) {
+            output->Log(error.what());
+        } else {
+            const std::string problem = DescriptorLimit::Problem(false);
+            std::fprintf(stderr, "navigation-simulator: %s\n",
+                         problem.empty() ? error.what() : problem.c_str());
+        }
+    }
+    if (output) {
+        output->Finish(Clock::now() + kLongestWriting);
+    }
+    return exitCode;
+}
