@@ -127,8 +127,8 @@ std::string TimeText(std::uint64_t nanoseconds)
     char whole[80];
     ::gmtime_r(&seconds, &fields);
     std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &fields);
-    std::snprintf(whole, sizeof whole, "%s.%06dZ", text,
-                  static_cast<int>(nanoseconds / 1000 % 1'000'000));
+    std::snprintf(whole, sizeof whole, "%s.%09dZ", text,
+                  static_cast<int>(nanoseconds % 1'000'000'000));
     return whole;
 }
 

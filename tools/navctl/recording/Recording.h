@@ -47,7 +47,7 @@ private:
     double m_start = 0.0;
 };
 
-/// A time of the recording as 2026-11-22T10:15:30.123456Z.
+/// A time of the recording as 2026-11-22T10:15:30.123456789Z.
 std::string TimeText(std::uint64_t nanoseconds);
 
 /// Ends a command that has read a recording to its end: tells of what is wrong with it.
