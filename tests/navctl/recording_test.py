@@ -4,6 +4,7 @@ import json
 import os
 import signal
 import stat
+import subprocess
 import tempfile
 import unittest
 
@@ -310,6 +311,65 @@ class Plays(WithRecording):
                 self.assertEqual(0, code, told)
                 self.assertGreater(told["identical"], 10)
                 self.assertEqual(0, json.loads(service.line())["misfits"])
+
+
+class OfTheSimulator(unittest.TestCase):
+    """The simulator's --record: all clients, and the machine as it really is."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.path = os.path.join(cls.folder.name, "service.mcap")
+        with Simulator(f"--record={cls.path}"):
+            with Client() as first, Client() as second:
+                assert first.request("SetImplementWidth", 1, 4.5) == 1
+                assert second.request("GetImplementWidth", 1) == 4.5
+                first.notify("subscribe", "cb_relative_position")
+                for _ in range(3):
+                    first.event("cb_relative_position")
+            with Client() as third:
+                assert third.request("GetLookAheadTime", 1) > 0
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.folder.cleanup()
+
+    def test_it_is_whole_and_for_its_user_alone(self):
+        code, found = answer("recording", "info", self.path)
+        self.assertEqual((0, True, "service"), (code, found["whole"], found["origin"]["side"]))
+        self.assertEqual(0o600, stat.S_IMODE(os.stat(self.path).st_mode))
+        topics = {channel["topic"]: channel["messages"] for channel in found["channels"]}
+        self.assertGreater(topics["/machine/true_state"], 1)
+        self.assertEqual(topics["/machine/true_state"], topics["/machine/true_pose"])
+
+    def test_it_tells_the_clients_apart(self):
+        asked = [(item["client"], item["name"]) for item in items(self.path)
+                 if item["kind"] == "request"]
+        self.assertEqual([(1, "SetImplementWidth"), (2, "GetImplementWidth"),
+                          (3, "GetLookAheadTime")], asked)
+        replies = spoken(self.path, "--client", "2")
+        self.assertEqual([("request", "GetImplementWidth", [1]),
+                          ("reply", "GetImplementWidth", 4.5)], replies)
+        self.assertGreaterEqual(len(items(self.path, "--event", "cb_relative_position")), 3)
+
+    def test_one_client_of_many_is_played(self):
+        result = navctl("recording", "play", self.path)
+        self.assertEqual(2, result.returncode)
+        self.assertIn("--client N with one of 1, 2, 3", result.stderr)
+        self.assertIn("there are clients 1, 2, 3",
+                      navctl("recording", "serve", self.path, "--client", "7").stderr)
+        with Running("--json", "recording", "serve", self.path, "--client", "2", "--once"):
+            wait_for(Serves.can_connect, "the service of the recording")
+            code, told = answer("recording", "play", self.path, "--client", "2", "--stepped")
+            self.assertEqual((0, 1), (code, told["identical"]), told)
+
+    def test_a_file_that_is_there_is_refused(self):
+        result = subprocess.run([os.environ["NAVIGATION_SIMULATOR"], f"--record={self.path}"],
+                                capture_output=True, text=True, check=False,
+                                timeout=DEADLINE_SECONDS)
+        self.assertEqual(2, result.returncode)
+        self.assertIn("cannot write the recording", result.stderr)
+        self.assertIn("File exists", result.stderr)
 
 
 if __name__ == "__main__":

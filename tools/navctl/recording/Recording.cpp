@@ -68,9 +68,11 @@ CRecording::CRecording(const std::string& path)
 EMcapStep CRecording::Note(EMcapStep step)
 {
     m_end = step;
+    ++m_records;
     if (m_progress != nullptr && m_untilShown-- == 0) {
         m_untilShown = kRecordsBetweenLooks;
-        m_progress->Show({m_reader.Position(), m_source.Size(), 0, 0, SecondsNow() - m_start});
+        m_progress->Show(
+            {m_reader.Position(), m_source.Size(), m_records, 0, SecondsNow() - m_start, "record"});
     }
     return step;
 }

@@ -43,6 +43,7 @@ private:
     CRecordedLink m_link;
     EMcapStep m_end = EMcapStep::Record;
     std::unique_ptr<CFeedProgress> m_progress;
+    std::uint64_t m_records = 0;
     unsigned m_untilShown = 0; // records
     double m_start = 0.0;
 };
