@@ -7,14 +7,11 @@
 // so that no migration and no idle core's waking up is measured.
 
 #include <cstddef>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
-
-#include <unistd.h>
 
 #include "api/NavigationAPI.h"
 #include "benchmarks/peers/Peer.h"
@@ -63,32 +60,8 @@ public:
         }
     }
 
-protected:
-    CNavigationAPI m_navigation;
-};
-
-/// The same with a recording of the link.
-class CRecordedLibrary : public CLibrary
-{
-public:
-    CRecordedLibrary()
-    {
-        std::filesystem::remove(m_path);
-        if (!m_navigation.StartRecording(m_path)) {
-            throw std::runtime_error(m_navigation.LastRecordingError());
-        }
-    }
-    ~CRecordedLibrary() override
-    {
-        m_navigation.StopRecording();
-        std::filesystem::remove(m_path);
-    }
-    CRecordedLibrary(const CRecordedLibrary&) = delete;
-    CRecordedLibrary& operator=(const CRecordedLibrary&) = delete;
-
 private:
-    const std::string m_path = std::filesystem::temp_directory_path() /
-                               ("round-trip-" + std::to_string(::getpid()) + ".mcap");
+    CNavigationAPI m_navigation;
 };
 
 /// Who is measured, and the figures of its rounds in microseconds.
@@ -100,13 +73,12 @@ struct Runner
     std::vector<double> p99s = {};
 };
 
-/// All runners, the library first, the bare one second and the library that records third.
+/// All runners, the library first and the bare one second.
 std::vector<Runner> MakeRunners()
 {
     std::vector<Runner> runners;
     runners.push_back({"EngageSteering", std::make_unique<CLibrary>()});
     runners.push_back({"raw blocking ping-pong", std::make_unique<CPingPong>()});
-    runners.push_back({"EngageSteering, recorded", std::make_unique<CRecordedLibrary>()});
 #ifdef KESTROVE_WITH_ZEROMQ
     runners.push_back({"ZeroMQ request-reply", MakeZeroMqPeer()});
 #endif
@@ -135,8 +107,7 @@ void Measure(CResults& results)
     Benchmarks::RunOnOneCore();
     const CTcp listener = CTcp::Listen(Benchmarks::kServicePort);
     const auto serve = [&listener] { Benchmarks::AnswerRequests(listener); };
-    const Benchmarks::CChild services[] = {Benchmarks::CChild(serve), Benchmarks::CChild(serve),
-                                           Benchmarks::CChild(serve)};
+    const Benchmarks::CChild services[] = {Benchmarks::CChild(serve), Benchmarks::CChild(serve)};
     std::vector<Runner> runners = MakeRunners();
     std::vector<Benchmarks::Contender> contenders;
     contenders.reserve(runners.size());
@@ -155,11 +126,7 @@ void Measure(CResults& results)
                 library.medians, runners[1].name, runners[1].medians);
     results.Add({"round trip of EngageSteering, p99", "µs", {Target::ESense::AtMost, 1.3}},
                 library.p99s, runners[1].name, runners[1].p99s);
-    results.Add({"round trip of EngageSteering with a recording, p50",
-                 "µs",
-                 {Target::ESense::AtMost, 1.10}},
-                runners[2].medians, library.name, library.medians);
-    for (std::size_t i = 3; i < runners.size(); ++i) {
+    for (std::size_t i = 2; i < runners.size(); ++i) {
         results.Add({"round trip of EngageSteering, p50", "µs", {Target::ESense::AtLeast, 2.5}},
                     library.medians, runners[i].name, runners[i].medians);
     }

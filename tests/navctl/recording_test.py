@@ -320,7 +320,7 @@ class OfTheSimulator(unittest.TestCase):
     def setUpClass(cls):
         cls.folder = tempfile.TemporaryDirectory()
         cls.path = os.path.join(cls.folder.name, "service.mcap")
-        with Simulator(f"--record={cls.path}"):
+        with Simulator(f"--record={cls.path}") as service:
             with Client() as first, Client() as second:
                 assert first.request("SetImplementWidth", 1, 4.5) == 1
                 assert second.request("GetImplementWidth", 1) == 4.5
@@ -328,7 +328,8 @@ class OfTheSimulator(unittest.TestCase):
                 for _ in range(3):
                     first.event("cb_relative_position")
             with Client() as third:
-                assert third.request("GetLookAheadTime", 1) > 0
+                assert third.request("GetVelocitySetPoint")
+            assert service.end() == 0
 
     @classmethod
     def tearDownClass(cls):
@@ -346,7 +347,7 @@ class OfTheSimulator(unittest.TestCase):
         asked = [(item["client"], item["name"]) for item in items(self.path)
                  if item["kind"] == "request"]
         self.assertEqual([(1, "SetImplementWidth"), (2, "GetImplementWidth"),
-                          (3, "GetLookAheadTime")], asked)
+                          (3, "GetVelocitySetPoint")], asked)
         replies = spoken(self.path, "--client", "2")
         self.assertEqual([("request", "GetImplementWidth", [1]),
                           ("reply", "GetImplementWidth", 4.5)], replies)
