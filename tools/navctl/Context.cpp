@@ -46,10 +46,10 @@ void CContext::Record()
     if (options.recording.empty())
         return;
     ++m_connections;
-    const std::string path = m_connections == 1
-                                 ? options.recording
-                                 : NumberedPath(options.recording,
-                                                "connection" + std::to_string(m_connections));
+    const std::string path =
+        m_connections == 1
+            ? options.recording
+            : NumberedPath(options.recording, "connection" + std::to_string(m_connections));
     if (!m_navigation->StartRecording(path))
         WriteError("nothing is recorded: " + m_navigation->LastRecordingError());
 }
