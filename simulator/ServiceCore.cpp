@@ -120,6 +120,9 @@ void ServiceCoreC::Step()
     if (!m_simulation.ControlRan())
         return;
     m_waylines.Record(m_feed.Height());
+    if (m_guided) {
+        m_guided(m_simulation);
+    }
     const std::string problem = m_recorder.Write(m_simulation);
     if (!problem.empty()) {
         m_log.Write(ELogLevel::Error, problem);

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "simulator/ServiceRecorder.h"
+
 namespace {
 
 const char* const kEngage = "EngageSteering";
@@ -131,6 +133,35 @@ void ServiceLinkC::ClientConnected(ClientNumber client)
 {
     const WhileServingC serving(m_served, client);
     m_log.Write(ELogLevel::Debug, "client " + std::to_string(client) + " connected");
+    if (m_recorder != nullptr) {
+        m_recorder->ClientConnected(client);
+    }
+}
+
+void ServiceLinkC::RecordTo(ServiceRecorderC& recorder)
+{
+    m_recorder = &recorder;
+    m_core.OnGuidance([this](const CSimulation& world) {
+        m_recorder->Machine(world);
+        const std::string problem = m_recorder->TakeProblem();
+        if (!problem.empty()) {
+            m_log.Write(ELogLevel::Warning, problem);
+        }
+    });
+}
+
+void ServiceLinkC::BytesReceived(ClientNumber client, std::string_view bytes)
+{
+    if (m_recorder != nullptr) {
+        m_recorder->Bytes(client, ELinkDirection::ToService, bytes);
+    }
+}
+
+void ServiceLinkC::BytesSent(ClientNumber client, std::string_view bytes)
+{
+    if (m_recorder != nullptr) {
+        m_recorder->Bytes(client, ELinkDirection::ToApplication, bytes);
+    }
 }
 
 void ServiceLinkC::ClientDropped(ClientNumber client, const std::string& reason)
@@ -153,6 +184,9 @@ void ServiceLinkC::ClientDisconnected(ClientNumber client, const std::string& re
         m_held.erase(held);
     }
     m_log.Write(ELogLevel::Debug, "client " + std::to_string(client) + " is gone: " + reason);
+    if (m_recorder != nullptr) {
+        m_recorder->ClientDisconnected(client, reason);
+    }
 }
 
 void ServiceLinkC::HandlerFailed(ClientNumber client, const std::string& name,

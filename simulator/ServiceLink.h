@@ -6,11 +6,14 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 
 #include "runtime/MPISocketServer.h"
 #include "simulator/ServiceCore.h"
 #include "simulator/ServiceLog.h"
 #include "simulator/WorkQueue.h"
+
+class ServiceRecorderC;
 
 /// The navigation service on the link: a service core and the server that carries messages between
 /// it and its clients.
@@ -39,6 +42,10 @@ public:
     /// How many bytes its connections hold of what is unfinished or waits.
     std::size_t HeldBytes() const { return m_server.HeldBytes(); }
     ServiceCoreC& Core() { return m_core; }
+    /// Records what goes over the link and how the machine really drives.
+    ///
+    /// @param recorder must outlive this object.
+    void RecordTo(ServiceRecorderC& recorder);
 
 private:
     void RequestReceived(ClientNumber client, std::uint64_t requestNumber, const std::string& name,
@@ -49,6 +56,8 @@ private:
     void ClientConnected(ClientNumber client) override;
     void ClientDropped(ClientNumber client, const std::string& reason) override;
     void ConnectionsWait(const std::string& reason) override;
+    void BytesReceived(ClientNumber client, std::string_view bytes) override;
+    void BytesSent(ClientNumber client, std::string_view bytes) override;
     void ClientDisconnected(ClientNumber client, const std::string& reason) override;
     void HandlerFailed(ClientNumber client, const std::string& name,
                        const std::string& reason) override;
@@ -65,6 +74,7 @@ private:
 
     ServiceLogC m_log;
     ServedSink m_served;
+    ServiceRecorderC* m_recorder = nullptr;
     MPISocketServerC m_server;
     WorkQueueC m_work;
     ServiceCoreC m_core;

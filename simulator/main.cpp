@@ -20,6 +20,7 @@
 #include "simulator/Pacer.h"
 #include "simulator/ProgramOutput.h"
 #include "simulator/ServiceLink.h"
+#include "simulator/ServiceRecorder.h"
 #include "simulator/SettingsSaver.h"
 #include "simulator/StateFile.h"
 #include "simulator/Version.h"
@@ -98,7 +99,8 @@ std::string Announcement(const ServiceLinkC& link, const std::optional<LivePageC
 ///
 /// @return the code to exit with when that fails, with what stands in the way in `problem`.
 EExitCode StartServing(const ProgramOptions& options, const StateFileC* settings,
-                       ServiceLinkC& link, std::optional<LivePageC>& page, std::string& problem)
+                       ServiceLinkC& link, std::optional<LivePageC>& page,
+                       ServiceRecorderC& recorder, std::string& problem)
 {
     // First of all: the track file may be that of the simulator which has the port.
     problem = link.Listen(options.port);
@@ -114,6 +116,10 @@ EExitCode StartServing(const ProgramOptions& options, const StateFileC* settings
     }
     if (!options.trackFile.empty()) {
         problem = link.Core().RecordTrack(options.trackFile, settings);
+    }
+    if (problem.empty() && !options.recordFile.empty()) {
+        problem = recorder.Open(options.recordFile);
+        link.RecordTo(recorder);
     }
     return problem.empty() ? kExitSuccess : kExitWrongOptions;
 }
@@ -169,6 +175,7 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     const auto shares =
         DescriptorLimit::Divide(options.httpPort ? HttpServerC::kMostConnections : 0);
     const KeepState keepState = [&saver] { return saver->State(); };
+    ServiceRecorderC recorder;
     ServiceLinkC link(
         loop,
         {options.simulation, kept.values, keep, options.httpPort ? trail.Sink() : EventSink(),
@@ -179,7 +186,8 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
         page.emplace(loop, link.Core(), trail, log, LivePageTimes(), shares.page);
     }
     std::string problem;
-    const EExitCode exitCode = StartServing(options, kept.file.get(), link, page, problem);
+    const EExitCode exitCode =
+        StartServing(options, kept.file.get(), link, page, recorder, problem);
     if (!problem.empty()) {
         HoldSignalsBack(); // those who took them end with this function
         output->Log(problem);
@@ -192,6 +200,7 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     loop.run();
     HoldSignalsBack();
     EndSaving(options, link, saver, *output);
+    recorder.Close(Clock::now() + kLongestWriting);
     return kExitSuccess;
 }
 

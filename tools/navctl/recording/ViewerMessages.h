@@ -1,0 +1,24 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_RECORDING_VIEWERMESSAGES_H
+#define KESTROVE_TOOLS_NAVCTL_RECORDING_VIEWERMESSAGES_H
+
+#include <optional>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "tools/navctl/recording/RecordedLink.h"
+
+/// A message in a form that common viewers of logs draw.
+struct CViewerMessage
+{
+    std::string topic;
+    std::string schema; ///< its name, which decides how it is drawn
+    nlohmann::ordered_json value;
+};
+
+/// What a message of the link shows: the machine's pose of cb_relative_position, the line of
+/// cb_draw_points, the place on earth of a position sample; nothing for others, and for those that
+/// are not of the form of theirs.
+std::optional<CViewerMessage> ViewerMessageOf(const CRecordedItem& item);
+
+#endif
