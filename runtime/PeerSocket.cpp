@@ -1,6 +1,7 @@
 #include "runtime/PeerSocket.h"
 
 #include <array>
+#include <cerrno>
 #include <cstring>
 
 #include <linux/inet_diag.h>
@@ -11,6 +12,7 @@
 #include <unistd.h>
 
 #include <arpa/inet.h>
+#include <asio/error.hpp>
 
 namespace {
 
@@ -33,6 +35,17 @@ void Put(const asio::ip::tcp::endpoint& end, __be32* address, __be16& port)
     }
 }
 
+/// Whether the system answers that there is no such socket.
+bool IsUnknown(const char* answer, ssize_t size)
+{
+    nlmsgerr problem{};
+    if (size < static_cast<ssize_t>(NLMSG_HDRLEN + sizeof problem)) {
+        return false;
+    }
+    std::memcpy(&problem, answer + NLMSG_HDRLEN, sizeof problem);
+    return problem.error == -ENOENT;
+}
+
 } // namespace
 
 PeerSocketC::PeerSocketC()
@@ -52,6 +65,9 @@ std::optional<PeerSocketC::StateC> PeerSocketC::Of(const asio::ip::tcp::socket& 
     asio::error_code error;
     const asio::ip::tcp::endpoint here = connection.local_endpoint(error);
     const asio::ip::tcp::endpoint there = connection.remote_endpoint(error);
+    if (error == asio::error::not_connected) {
+        return StateC{0, false}; // the other end has reset it
+    }
     if (error || m_socket < 0) {
         return std::nullopt;
     }
@@ -87,6 +103,9 @@ std::optional<PeerSocketC::StateC> PeerSocketC::Answer() const
         std::memcpy(&header, bytes.data(), sizeof header);
         if (header.nlmsg_seq != m_asked) {
             continue; // what was asked before
+        }
+        if (header.nlmsg_type == NLMSG_ERROR && IsUnknown(bytes.data(), size)) {
+            return StateC{0, false};
         }
         if (header.nlmsg_type != SOCK_DIAG_BY_FAMILY ||
             size < static_cast<ssize_t>(NLMSG_HDRLEN + sizeof told)) {

@@ -26,7 +26,9 @@ public:
     PeerSocketC(const PeerSocketC&) = delete;
     PeerSocketC& operator=(const PeerSocketC&) = delete;
 
-    /// @return nothing where the other end is gone, or the system does not answer.
+    /// Who has reset the connection, or is forgotten by the system, does not have it open.
+    ///
+    /// @return nothing where this end is closed, or the system does not answer.
     std::optional<StateC> Of(const asio::ip::tcp::socket& connection);
 
 private:

@@ -1,13 +1,11 @@
 #include "simulator/KeptValues.h"
 
-#include <optional>
-#include <set>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include <nlohmann/json.hpp>
 
+#include "simulator/JsonReader.h"
 #include "simulator/ServiceLog.h"
 
 namespace {
@@ -22,33 +20,6 @@ std::string Shown(const nlohmann::json& value)
     return Printable(value.dump());
 }
 
-/// A document, and the first name in it that an object has twice: there the parser takes the last
-/// value, other readers the first, and whoever has edited the file may mean either.
-struct Document
-{
-    nlohmann::json value; ///< discarded where the text is none
-    std::optional<std::string> twice;
-};
-
-Document Parsed(const std::string& text)
-{
-    Document document;
-    std::vector<std::set<std::string>> open; // the names in each object that has begun
-    const auto look = [&](int, nlohmann::json::parse_event_t event, const nlohmann::json& name) {
-        if (event == nlohmann::json::parse_event_t::object_start) {
-            open.emplace_back();
-        } else if (event == nlohmann::json::parse_event_t::object_end) {
-            open.pop_back();
-        } else if (event == nlohmann::json::parse_event_t::key &&
-                   !open.back().insert(name.get<std::string>()).second && !document.twice) {
-            document.twice = name.get<std::string>();
-        }
-        return true;
-    };
-    document.value = nlohmann::json::parse(text, look, false);
-    return document;
-}
-
 } // namespace
 
 std::string ParseKeptValues(const std::string& text, KeptValues& values)
@@ -57,9 +28,7 @@ std::string ParseKeptValues(const std::string& text, KeptValues& values)
         values.clear(); // made beforehand, to have an owner and a mode
         return {};
     }
-    // The parser takes a byte 0 for the end.
-    const bool isText = text.find('\0') == std::string::npos;
-    const Document parsed = isText ? Parsed(text) : Document();
+    const JsonDocument parsed = ReadJson(text);
     const nlohmann::json& document = parsed.value;
     if (!document.is_object() || !document.contains(kSettingsKey) ||
         !document[kSettingsKey].is_object()) {

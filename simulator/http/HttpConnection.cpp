@@ -122,13 +122,6 @@ void HttpConnectionC::WaitToRead()
                         });
 }
 
-/// Whether what comes is read only when all others have been looked at since the last such turn of
-/// anybody. A short request is there after one or two portions, and behind its end little is read.
-bool HttpConnectionC::ReadsInTurns() const
-{
-    return m_stage == EStage::Reading ? m_reader.IsWithinLongBody() : m_stage != EStage::Waiting;
-}
-
 void HttpConnectionC::GiveTurn()
 {
     if (m_stage != EStage::Closed) {
@@ -218,6 +211,9 @@ void HttpConnectionC::GoOnFrom(RequestReaderC::EStage read)
     } else if (read == ERead::HeadTooLong) {
         Refuse(431, "the head of the request has more than " +
                         std::to_string(RequestReaderC::kMostHeadBytes) + " bytes");
+    } else if (read == ERead::TooManyHeaders) {
+        Refuse(431, "the request has more than " + std::to_string(RequestReaderC::kMostHeaders) +
+                        " headers");
     } else {
         CountHeld();
     }
@@ -371,12 +367,6 @@ std::chrono::milliseconds HttpConnectionC::Untaken() const
     return std::chrono::duration_cast<std::chrono::milliseconds>(since);
 }
 
-std::chrono::milliseconds HttpConnectionC::Idle(Clock::time_point now) const
-{
-    const auto since = now - (m_stage == EStage::Reading ? m_start : m_lastTaken);
-    return std::chrono::duration_cast<std::chrono::milliseconds>(since);
-}
-
 void HttpConnectionC::Close()
 {
     if (m_stage == EStage::Closed) {
@@ -390,6 +380,10 @@ void HttpConnectionC::Close()
         asio::error_code error;
         m_socket.close(error);
     }
+    // Whoever still has the connection does not have what has come over it.
+    m_reader.Forget();
+    std::string().swap(m_head);
+    m_body.reset();
     m_source = {};
     const std::function<void()> ended = std::exchange(m_ended, {});
     if (ended) {

@@ -2,6 +2,7 @@
 #define KESTROVE_SIMULATOR_HTTP_HTTPCONNECTION_H
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <functional>
@@ -61,8 +62,8 @@ protected:
 /// KiB, one at a time: a head and a short body as soon as they are there, a long body and what
 /// nobody waits for when the owner gives it a turn.
 ///
-/// Thread safety: none, but for HasGone(); lives on the thread that runs its loop. Lifetime: shared
-/// by its owner and by the operations under way.
+/// Thread safety: none, but for HasGone() and IsClosed(); lives on the thread that runs its loop.
+/// Lifetime: shared by its owner and by the operations under way.
 class HttpConnectionC : public std::enable_shared_from_this<HttpConnectionC>
 {
 public:
@@ -96,6 +97,9 @@ public:
     /// Whether no process has the peer's end any more, so that nobody takes an answer.
     bool HasLeft() const;
 
+    /// Whether it has been closed at this end. May be read on any thread.
+    const std::atomic<bool>& IsClosed() const { return m_isClosed; }
+
     /// Whether the begin of its request has come and has not been read.
     bool HasUnreadRequest() const
     {
@@ -123,7 +127,11 @@ public:
     std::chrono::milliseconds Untaken() const;
 
     /// For how long its request has been coming, or nothing has been taken of its answer.
-    std::chrono::milliseconds Idle(std::chrono::steady_clock::time_point now) const;
+    std::chrono::milliseconds Idle(std::chrono::steady_clock::time_point now) const
+    {
+        const auto since = now - (m_stage == EStage::Reading ? m_start : m_lastTaken);
+        return std::chrono::duration_cast<std::chrono::milliseconds>(since);
+    }
     /// How much memory is held for this connection alone, bytes.
     std::size_t Held() const;
     /// Closes at once.
@@ -134,7 +142,14 @@ private:
 
     void Limit(Clock::time_point until);
     void WaitToRead();
-    bool ReadsInTurns() const;
+    /// Whether what comes is read only when all others have been looked at since the last such
+    /// turn of anybody. A short request is there after one or two portions, and behind its end
+    /// little is read.
+    bool ReadsInTurns() const
+    {
+        return m_stage == EStage::Reading ? m_reader.IsWithinLongBody()
+                                          : m_stage != EStage::Waiting;
+    }
     void Read();
     void InputEnded(const asio::error_code& error);
     bool IsReading() const;
@@ -172,7 +187,7 @@ private:
     bool m_isHeldBack = false;     ///< what is new, until the peer reads
     std::size_t m_unread = 0;      ///< by the peer, when it was last asked for
     mutable std::mutex m_closing;  ///< the socket is closed, and looked at from elsewhere, under it
-    bool m_isClosed = false;       ///< guarded by m_closing
+    std::atomic<bool> m_isClosed{false}; ///< set under m_closing
 };
 
 #endif

@@ -95,8 +95,8 @@ public:
         if (m_thread.joinable()) {
             m_thread.join();
         }
-        m_aside.Join();
         m_server.Close();
+        m_aside.Join();
         m_gate.Close();
     }
 
@@ -151,27 +151,33 @@ private:
     /// Does something at once, or when it takes long on the thread for that; so many at once as may
     /// be.
     ///
+    /// @param asker has posted it; nothing is done that takes long when that has gone.
     /// @param then is called on the page's thread with what `work` gives.
     template <typename Work, typename Then>
-    void Do(bool takesLong, const SharedAnswerC::Reply& reply, Work work, Then then)
+    void Do(bool takesLong, const ConnectionPtr& asker, Work work, Then then)
     {
         if (!takesLong) {
             then(work());
             return;
         }
+        const SharedAnswerC::Reply reply = To(asker);
+        m_aside.ForgetUnwanted();
         if (m_workAside == kMostAside) {
             reply(RefusalOf(503, "too much is asked at once"));
             return;
         }
         ++m_workAside;
-        m_aside.Do(std::move(work), [this, reply, then = std::move(then)](auto result) {
-            --m_workAside;
-            if (result) {
-                then(std::move(*result));
-            } else {
-                reply(RefusalOf(500, kFailed));
-            }
-        });
+        m_aside.Do(
+            std::move(work),
+            [this, reply, then = std::move(then)](const auto& result) {
+                --m_workAside;
+                if (result) {
+                    DoOrRefuse(reply, [&] { then(std::move(*result)); });
+                } else {
+                    reply(RefusalOf(500, kFailed));
+                }
+            },
+            asker);
     }
 
     void Carry(const ConnectionPtr& connection)
@@ -179,6 +185,7 @@ private:
         const std::uint64_t arrival = ++m_lastArrival;
         std::shared_ptr<void> turn;
         if (connection->Request().body.Size() > kLongBody) {
+            m_aside.ForgetUnwanted();
             if (m_longCommands.use_count() > kMostAside) {
                 connection->Answer(RefusalOf(503, "too much is asked at once"));
                 return;
@@ -188,7 +195,7 @@ private:
         const auto body = std::make_shared<RequestBodyC>(connection->TakeBody());
         const bool isWayline = connection->Request().path == "/wayline";
         Do(
-            body->Size() > kLongBody, To(connection),
+            body->Size() > kLongBody, connection,
             [this, body, isWayline] {
                 const std::string text = body->TakeText();
                 return std::make_shared<PageCommand>(isWayline ? PageCommandsC::ReadWayline(text)
@@ -229,7 +236,7 @@ private:
             WhenDone(To(connection),
                      [this, connection, command, outcome] {
                          Do(
-                             IsLong(outcome->answer), To(connection),
+                             IsLong(outcome->answer), connection,
                              [command, outcome] {
                                  return PageCommandsC::Write(*command, *outcome);
                              },

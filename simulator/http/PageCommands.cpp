@@ -7,7 +7,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include "simulator/JsonReader.h"
 #include "simulator/Reply.h"
+#include "simulator/ServiceLog.h"
 #include "simulator/guidance/LongWork.h"
 #include "simulator/http/PageValues.h"
 
@@ -28,31 +30,23 @@ PageCommand Refused(int status, const std::string& reason)
 
 /// Reads a text of JSON, of which nothing is kept that is nested deeper than a command may be, or
 /// has more values: what is nested deeply could not even be copied, since that takes stack for each
-/// level. Nor is anything kept of a command that has a name twice, and so might mean either value.
+/// level. Nor is anything kept of a text with an object that has a name twice, and so might mean
+/// either value.
 ///
 /// @param problem receives what there is too much of, if anything.
 /// @return what is discarded, when the text is no JSON or there is too much of it.
 json JsonFrom(const std::string& body, std::string& problem)
 {
-    std::size_t values = 0;
-    std::set<std::string> names; // of the command; further objects in it are refused anyway
-    const auto keeps = [&](int depth, json::parse_event_t event, const json& read) {
-        EndWorkIfStopped();
-        using EEvent = json::parse_event_t;
-        if (event == EEvent::key && depth == 1 && !names.insert(read.get<std::string>()).second) {
-            problem = "\"" + Printable(read.get<std::string>()) + "\" is there twice";
-        }
-        if (depth > kDeepestNesting) {
-            problem = NestingProblem();
-        }
-        const bool isEnd = event == EEvent::array_end || event == EEvent::object_end;
-        if (!isEnd && ++values > kMostValues) {
-            problem = "the body has more than " + std::to_string(kMostValues) + " values";
-        }
-        return problem.empty();
-    };
-    json command = json::parse(body, keeps, false);
-    return problem.empty() ? command : json(json::value_t::discarded);
+    using EExcess = JsonDocument::EExcess;
+    JsonDocument read = ReadJson(body, {kMostValues, kDeepestNesting});
+    if (read.twice) {
+        problem = "\"" + Printable(*read.twice) + "\" is there twice";
+    } else if (read.excess == EExcess::Nesting) {
+        problem = NestingProblem();
+    } else if (read.excess == EExcess::Values) {
+        problem = "the body has more than " + std::to_string(kMostValues) + " values";
+    }
+    return problem.empty() ? std::move(read.value) : json(json::value_t::discarded);
 }
 
 /// What is wrong with a command; empty when nothing is.

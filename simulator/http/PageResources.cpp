@@ -18,7 +18,7 @@ LoopGateC::Then WhenDone(SharedAnswerC::Reply reply, std::function<void()> then)
 {
     return [reply = std::move(reply), then = std::move(then)](LoopGateC::EOutcome outcome) {
         if (outcome == LoopGateC::EOutcome::Done) {
-            then();
+            DoOrRefuse(reply, then);
         } else if (outcome == LoopGateC::EOutcome::Failed) {
             reply(RefusalOf(500, kFailed));
         } else {
@@ -88,9 +88,11 @@ void PageResourcesC::GiveWayline(const Reply& reply)
                     reply(RefusalOf(500, kFailed));
                     return;
                 }
-                const ServedAnswer answer = JsonAnswer(200, std::move(*text));
-                m_waylineText.Keep(*wayline, answer);
-                reply(answer);
+                DoOrRefuse(reply, [&] {
+                    const ServedAnswer answer = JsonAnswer(200, std::move(*text));
+                    m_waylineText.Keep(*wayline, answer);
+                    reply(answer);
+                });
             });
         }));
 }

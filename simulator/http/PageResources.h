@@ -2,6 +2,7 @@
 #define KESTROVE_SIMULATOR_HTTP_PAGERESOURCES_H
 
 #include <chrono>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <string>
@@ -16,8 +17,19 @@
 
 inline constexpr const char* kFailed = "the request could not be carried out";
 
+/// Does something, and refuses where it throws: for want of memory, for one.
+template <typename Action>
+void DoOrRefuse(const SharedAnswerC::Reply& reply, const Action& action)
+{
+    try {
+        action();
+    } catch (const std::exception&) {
+        reply(RefusalOf(500, kFailed));
+    }
+}
+
 /// What follows work that the service has been asked for: what is to be done once it is done, or a
-/// refusal where it is not.
+/// refusal where it is not, or where what is done then throws.
 LoopGateC::Then WhenDone(SharedAnswerC::Reply reply, std::function<void()> then);
 
 /// What the page fetches, beside the stream: its files, the trail and the wayline.

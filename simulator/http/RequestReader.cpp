@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <limits>
+#include <utility>
 
 #include <boost/asio/buffer.hpp>
 #include <boost/beast/http/empty_body.hpp>
@@ -50,13 +52,18 @@ RequestReaderC::EStage RequestReaderC::ReadHead()
     if (!m_parser->head.is_header_done()) {
         return EStage::Head;
     }
-    KeepHead();
-    return EStage::Headed;
+    return KeepHead();
 }
 
-void RequestReaderC::KeepHead()
+RequestReaderC::EStage RequestReaderC::KeepHead()
 {
     const auto& head = m_parser->head.get();
+    const auto count = static_cast<std::size_t>(std::distance(head.begin(), head.end()));
+    if (count > kMostHeaders) {
+        m_parser.reset();
+        return EStage::TooManyHeaders;
+    }
+    m_request.headers.reserve(count);
     m_request.method = std::string(head.method_string());
     m_request.path = std::string(head.target());
     m_request.path.resize(std::min(m_request.path.size(), m_request.path.find('?')));
@@ -67,6 +74,16 @@ void RequestReaderC::KeepHead()
     m_request.body =
         RequestBodyC(static_cast<std::size_t>(m_parser->head.content_length().value_or(0)));
     m_parser.reset();
+    return EStage::Headed;
+}
+
+void RequestReaderC::Forget()
+{
+    m_parser.reset();
+    // What is assigned an empty text keeps its memory.
+    const std::string pending = std::exchange(m_pending, {});
+    const ServedRequest request = std::exchange(m_request, ServedRequest());
+    m_stage = EStage::Whole;
 }
 
 RequestReaderC::EStage RequestReaderC::ReadBody()

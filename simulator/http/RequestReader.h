@@ -17,6 +17,8 @@ class RequestReaderC
 public:
     /// The longest head, bytes.
     static constexpr std::size_t kMostHeadBytes = 16 * 1024;
+    /// How many headers a request may have.
+    static constexpr std::size_t kMostHeaders = 100;
     /// A body that is announced to be longer is a long one.
     static constexpr std::size_t kLongBodyBytes = 16 * 1024;
 
@@ -26,8 +28,9 @@ public:
         Headed, ///< the head has; nothing of the body is taken before ReadBody()
         Body,   ///< the body has not come whole
         Whole,
-        Malformed,   ///< no request, or one whose length is ambiguous
-        HeadTooLong, ///< more than kMostHeadBytes
+        Malformed,      ///< no request, or one whose length is ambiguous
+        HeadTooLong,    ///< more than kMostHeadBytes
+        TooManyHeaders, ///< more than kMostHeaders
     };
 
     RequestReaderC();
@@ -45,14 +48,16 @@ public:
     }
     /// The body, to keep; the request has none then.
     RequestBodyC TakeBody() { return std::exchange(m_request.body, RequestBodyC()); }
+    /// Lets go of all that has come. Nothing is read any more.
+    void Forget();
     /// How much memory is held, bytes.
-    std::size_t Held() const { return m_pending.capacity() + m_request.body.Held(); }
+    std::size_t Held() const { return m_pending.capacity() + m_request.Held(); }
 
 private:
     struct Parser;
 
     EStage ReadHead();
-    void KeepHead();
+    EStage KeepHead();
 
     std::unique_ptr<Parser> m_parser;
     std::string m_pending; ///< what the parser has not used yet

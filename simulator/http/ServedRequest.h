@@ -29,6 +29,16 @@ struct ServedRequest
     std::vector<std::pair<std::string, std::string>> headers; ///< names in lower case
     RequestBodyC body;
 
+    /// How much memory is held, bytes.
+    std::size_t Held() const
+    {
+        std::size_t held = method.capacity() + path.capacity() + body.Held() +
+                           headers.capacity() * sizeof(headers.front());
+        for (const auto& [name, value] : headers) {
+            held += name.capacity() + value.capacity();
+        }
+        return held;
+    }
     /// How often a header is there.
     ///
     /// @param name in lower case.

@@ -65,6 +65,7 @@ void AddGuidance(json& state, const CSimulation& world)
     state["cross_track_error"] = aim ? json(status.crossTrackError) : json();
     state["heading_error"] = aim ? json(status.headingError) : json();
     state["drives_against"] = world.FacesAgainst();
+    state["takes_nearest_pass"] = world.TakesNearestPass();
     state["pass"] = aim ? json(status.pass) : json();
     state["commanded_curvature"] = status.commandedCurvature;
     state["aim_point"] = aim ? PointJson(*aim) : json();

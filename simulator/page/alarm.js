@@ -32,7 +32,8 @@ export class Alarm {
   }
 
   showNote() {
-    element("sound-note").hidden = !this.toggle.checked || this.context?.state === "running";
+    // Its room stays: this comes of a touch, and what is below must not move under the finger.
+    element("sound-note").classList.toggle("silent", !this.toggle.checked || this.context?.state === "running");
   }
 
   /** Sounds, unless that is switched off; not at all where the browser allows it only later. */

@@ -1,19 +1,28 @@
 // Engaging, navigation, nudging, the machine's settings: what the driver does.
-import { command, done } from "./service.js";
-import { endMessages, report } from "./messages.js";
+import { Disengaging } from "./disengaging.js";
+import { command, done, endWasAsked } from "./service.js";
+import { report, say } from "./messages.js";
 import { shiftTo, shiftWords } from "./guidance.js";
 import { kilometresPerHour } from "./readings.js";
-import { otherPassWords } from "./moves.js";
+import { isEnd, isMuch, otherPass, otherSpeed, otherWidth, shifted } from "./moves.js";
 
 const element = (id) => document.getElementById(id);
 
 const marks = { engaged: "●", ready: "○", "not ready": "✕", dropped: "▲" };
 
+/** A reason whatever its figures are, which change as the machine goes on. */
+const withoutNumbers = (text) => text.replace(/[\d.]+/g, "0");
+
 /** What the buttons do; the keys do the same. */
 export class DrivePanel {
-  /** @param dropped is called when the service has dropped steering while the page looked on. */
-  constructor(model, question, { dropped }) {
-    Object.assign(this, { model, question, dropped });
+  /**
+   * @param ended is called when steering has ended while the page looked on, and not by the page.
+   * @param note takes a line for the log.
+   */
+  constructor(model, question, { ended, note }) {
+    Object.assign(this, { model, question, ended, note });
+    this.disengaging = new Disengaging(model, note);
+    this.ending = null; // why steering has ended: {text, obstacles}, with those that there were then
     this.edited = new Set(); // the fields that hold what has not been sent
     this.shown = null; // the state of steering that is shown
     for (const name of ["engage", "disengage", "start", "stop", "snap", "unnudge"]) {
@@ -27,7 +36,7 @@ export class DrivePanel {
   }
 
   tell(request, said, holds = null) {
-    return report(element("message"), request, said, { holds, before: this.model.state });
+    return report(element("message"), request, said, { holds });
   }
 
   listenToMachine() {
@@ -60,55 +69,84 @@ export class DrivePanel {
   }
 
   engage() {
+    this.disengaging.forget();
+    say(element("message"), "Asked to engage …"); // so that the same answer as before is seen to come
     return this.tell(command("EngageSteering", 1), "Steering is engaged.",
-      (state) => state.engage_state_name === "engaged");
+      ({ state }) => state.engage_state_name === "engaged");
   }
 
   disengage() {
-    return this.tell(command("DisengageSteering", 1), "Steering is yours.",
-      (state) => state.engage_state_name !== "engaged");
+    if (this.shown !== "dropped") this.ending = null; // who presses this knows
+    return this.tell(this.disengaging.ask().then((reply) => reply ?? { result: 1, reasons: [] }),
+      "Steering is yours.", ({ state }) => state.engage_state_name !== "engaged");
   }
 
   start() { this.follow(element("nearest").checked); }
 
   /** Starts navigation, or goes on with it, along the nearest pass or the line itself. */
   follow(nearest) {
-    this.question.before(element("follow-status"), () => otherPassWords(nearest, this.model),
+    this.question.before(element("follow-status"), () => otherPass(nearest, this.model),
       nearest ? "Follow the nearest pass" : "Follow the line itself",
-      () => this.tell(command("StartNavigation", 1, nearest), "Navigation is active.", (state) => state.navigating));
+      () => this.tell(command("StartNavigation", 1, nearest), "Navigation is active.", ({ state }) => state.navigating));
   }
 
   stop() {
-    return this.tell(command("StopNavigation", 1), "Navigation is ended.", (state) => !state.navigating);
+    return this.tell(command("StopNavigation", 1), "Navigation is ended.", ({ state }) => !state.navigating);
   }
 
-  snap() { return this.tell(command("AutoSetNudge", 1), "The line was put under the machine."); }
+  snap() {
+    return this.tell(command("AutoSetNudge", 1), "The line was put under the machine.",
+      ({ state }) => Math.abs(state.cross_track_error ?? Infinity) < 0.05);
+  }
+
+  /** Does something that moves an engaged machine or ends its steering; asks first where `asks` of that is true. */
+  moving(happens, asks, place, name, act) {
+    const isEngaged = this.model.state?.engage_state_name === "engaged";
+    if (isEngaged && asks(happens())) this.question.before(element(place), happens, name, act);
+    else act();
+  }
 
   unnudge() {
-    return this.tell(command("Nudge", 1, 0, 0), "The nudge is 0.", (state) => state.nudge === 0);
+    const { model } = this;
+    const happens = () => shifted(-model.state.nudge, model);
+    this.moving(happens, isMuch, "nudge-status", "Put the nudge back to 0", () =>
+      this.tell(command("Nudge", 1, 0, 0), "The nudge is 0.", ({ state }) => state.nudge === 0));
   }
 
   /** Nudges to the driver's right (1) or left (-1). */
   nudge(side) {
     const against = this.model.state?.drives_against ?? false;
     const amount = Number(element("nudge-step").value);
+    const metres = shiftTo(side, amount, against);
     const name = `${Math.round(amount * 100)} cm to the ${side < 0 ? "left" : "right"}`;
-    return this.tell(command("Nudge", 1, 1, shiftTo(side, amount, against)), `Nudged ${name}.`);
+    this.moving(() => shifted(metres, this.model), isEnd, "nudge-status", `Nudge ${name}`, () => {
+      const nudge = (this.model.state?.nudge ?? 0) + metres;
+      this.tell(command("Nudge", 1, 1, metres), `Nudged ${name}.`, ({ state }) => Math.abs(state.nudge - nudge) < 0.001);
+    });
+  }
+
+  /** Sends what a field of the machine holds; asks first where that ends steering or moves the machine. */
+  setValue(id, request, said, holds, happens, name) {
+    return new Promise((sent) => {
+      this.moving(happens, isMuch, "machine-status", name, async () => {
+        const reply = await this.tell(request(), said, holds);
+        if (reply !== null && done(reply)) this.edited.delete(id);
+        sent(!this.edited.has(id));
+      });
+    });
   }
 
   async setMachine() {
     const [speed, width] = [element("speed").valueAsNumber, element("width").valueAsNumber];
-    const send = async (id, request, said) => {
-      const reply = await this.tell(request, said);
-      if (reply !== null && done(reply)) this.edited.delete(id);
-      return !this.edited.has(id);
-    };
     const widthIsNew = this.edited.has("width");
     if (this.edited.has("speed") || !widthIsNew) {
-      const sent = await send("speed", command("SetVelocitySetPoint", speed), `Speed set to ${speed} m/s.`);
+      const sent = await this.setValue("speed", () => command("SetVelocitySetPoint", speed), `Speed set to ${speed} m/s.`,
+        ({ state }) => state.velocity_set_point === speed, () => otherSpeed(speed, this.model), `Set ${speed} m/s`);
       if (!sent) return;
     }
-    if (widthIsNew) await send("width", command("SetImplementWidth", 1, width), `Implement set to ${width} m.`);
+    if (!widthIsNew) return;
+    await this.setValue("width", () => command("SetImplementWidth", 1, width), `Implement set to ${width} m.`,
+      ({ settings }) => settings?.implement_width === width, () => otherWidth(width, this.model), `Set ${width} m`);
   }
 
   /** Puts back into fields what the service has told. */
@@ -137,18 +175,17 @@ export class DrivePanel {
   }
 
   showState(state) {
-    endMessages(state);
     const name = state.engage_state_name;
+    this.noteEnd(state, name);
+    this.disengaging.showState(state);
     element("nudge-words").textContent = shiftWords(state.nudge, state.drives_against);
-    this.showReasons(state, name);
+    this.showReasons(state);
     const place = element("engage-state");
     const beside = document.createElement("small");
     beside.textContent = name !== "engaged" && state.navigating ? ", navigating" : "";
     if (this.shown === name && place.lastElementChild.textContent === name + beside.textContent) return;
     if (this.shown !== name) {
-      const why = name === "dropped" ? `: ${state.drop_reason}` : "";
-      element("announcer").textContent = `Steering: ${name}${why}`;
-      if (name === "dropped" && this.shown !== null) this.dropped();
+      element("announcer").textContent = `Steering: ${name}${this.ending === null ? "" : `; ${this.ending.text}`}`;
     }
     this.shown = name;
     document.body.dataset.state = name;
@@ -166,16 +203,46 @@ export class DrivePanel {
     if (document.title !== title) document.title = title;
   }
 
-  showReasons(state, name) {
-    const reasons = [...state.why_not_engaged];
-    if (name === "dropped") reasons.unshift(`dropped: ${state.drop_reason || "the service gives no reason"}`);
+  /** Keeps why steering has ended, until it is engaged again or the driver has it end. */
+  noteEnd(state, name) {
+    const obstacles = state.why_not_engaged;
+    const unasked = this.shown === "engaged" && !endWasAsked() && this.disengaging.wanted === null;
+    if (name === "dropped") {
+      const text = `dropped: ${state.drop_reason || "the service gives no reason"}`;
+      if (this.shown === name && this.ending?.text === text) return;
+      this.ending = { text, obstacles };
+      if (this.shown !== null) this.ended();
+    } else if (name === "engaged" || this.shown === "dropped") {
+      this.ending = null;
+    } else if (unasked) {
+      this.ending = { text: "Steering was ended, not by you: you steer.", obstacles };
+      this.note("steering was ended, not by this page");
+      this.ended();
+    }
+  }
+
+  /** What stands in the way, and why steering has ended; what is newest first, since there is little room. */
+  reasons(state) {
+    if (this.ending === null) return state.why_not_engaged.map((text) => ({ text, ended: false }));
+    const { text, obstacles } = this.ending;
+    const known = new Set(obstacles.map(withoutNumbers));
+    const [before, since] = [[], []];
+    for (const obstacle of state.why_not_engaged) {
+      (known.has(withoutNumbers(obstacle)) ? before : since).push({ text: obstacle, ended: false });
+    }
+    return [...since, { text, ended: true }, ...before];
+  }
+
+  showReasons(state) {
+    const reasons = this.reasons(state);
     element("why").hidden = reasons.length === 0;
     const list = element("why-list");
     if (list.childElementCount === reasons.length
-      && reasons.every((reason, i) => list.children[i].textContent === reason)) return;
-    list.replaceChildren(...reasons.map((reason) => {
+      && reasons.every(({ text }, i) => list.children[i].textContent === text)) return;
+    list.replaceChildren(...reasons.map(({ text, ended }) => {
       const item = document.createElement("li");
-      item.textContent = reason;
+      item.textContent = text;
+      item.classList.toggle("ended", ended);
       return item;
     }));
   }

@@ -73,6 +73,21 @@ export function shownBox(camera) {
   return { left: Math.min(...xs), right: Math.max(...xs), bottom: Math.min(...ys), top: Math.max(...ys) };
 }
 
+/**
+ * Where at the edge of the picture the way leads to a place that is not in it: {x, y, turn, metres}, pixels, the
+ * direction clockwise from up, and how far it is beyond; null for a place that is shown.
+ */
+export function edgePlace(camera, { x, y }, margin = 28) {
+  const [px, py] = toScreen(camera, x, y);
+  const { width, height } = camera;
+  if (px >= 0 && px <= width && py >= 0 && py <= height) return null;
+  const [dx, dy] = [px - width / 2, py - height / 2];
+  const room = (half, way) => (way === 0 ? Infinity : Math.max(0, half - margin) / Math.abs(way));
+  const part = Math.min(room(width / 2, dx), room(height / 2, dy));
+  const beyond = Math.hypot(px - clamp(px, 0, width), py - clamp(py, 0, height));
+  return { x: width / 2 + dx * part, y: height / 2 + dy * part, turn: Math.atan2(dx, -dy), metres: beyond / camera.scale };
+}
+
 /** The distance of round numbers (1, 2 or 5 times a power of ten) that is at least `least`. */
 export function roundDistance(least) {
   const power = 10 ** Math.floor(Math.log10(least));

@@ -3,7 +3,11 @@ import { keep, kept } from "./kept.js";
 
 const element = (id) => document.getElementById(id);
 const choice = "single-keys";
-const typing = (target) => target.matches("input:not([type=checkbox], [type=radio], [type=range]), textarea, select");
+/** The way out of steering: free wherever no letters are written. */
+const alwaysFree = "d";
+const writing = (target) =>
+  target.matches("input:not([type=checkbox], [type=radio], [type=range], [type=number], [type=file]), textarea");
+const typing = (target) => writing(target) || target.matches("input[type=number], input[type=file], select");
 
 /**
  * A key that is held counts once: Enter would press a button, or send a form, again and again. A text of
@@ -27,7 +31,7 @@ export function listenToKeys(actions) {
     if (event.defaultPrevented || event.repeat || event.ctrlKey || event.metaKey || event.altKey) return;
     const name = event.key.toLowerCase();
     const action = actions[name];
-    if (action === undefined || typing(event.target)) return;
+    if (action === undefined || (name === alwaysFree ? writing : typing)(event.target)) return;
     if (!toggle.checked && name !== "escape") return;
     event.preventDefault();
     action();

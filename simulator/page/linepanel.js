@@ -1,8 +1,8 @@
 // The forms for a new line: from points, set on the map or typed, and from a text form.
 import { clickPrompt, clickedHeading, clicksOf, kinds, textForm, textFormHint } from "./lines.js";
 import { command, lineText, setLine } from "./service.js";
-import { report, say, sayFailure } from "./messages.js";
-import { newLineWords } from "./moves.js";
+import { report, say, sayFailure, whileThisLine } from "./messages.js";
+import { newLine } from "./moves.js";
 
 const element = (id) => document.getElementById(id);
 const tell = (text, ...kinds) => say(element("line-status"), text, ...kinds);
@@ -28,7 +28,6 @@ export class LinePanel {
     this.followed = true; // whether the map followed the machine before points were set on it
     this.clicks = null; // how many points have been set on the map; null unless setting them
     this.lastPlace = null; // where the last of them was set
-    this.kindSet = null; // of the line that a message speaks of
     element("line-form").addEventListener("submit", (event) => {
       event.preventDefault();
       this.submit();
@@ -50,8 +49,8 @@ export class LinePanel {
   /** Drops the line; an engaged machine is steered no more then. */
   drop(name, what, request, said) {
     const place = element("line-status");
-    this.question.before(place, () => `${what}, and steering ends. You steer then.`, name,
-      () => report(place, request(), said));
+    this.question.before(place, () => ({ by: null, text: `${what}, and steering ends. You steer then.` }), name,
+      () => report(place, request(), said, { holds: ({ line }) => !line?.complete }));
   }
 
   listenToText() {
@@ -190,7 +189,6 @@ export class LinePanel {
     this.send(textForm(kind, this.points(), heading), `The ${kinds[kind].title} is set.`, {
       name: "Set the line",
       isSet: () => {
-        this.kindSet = kind;
         this.map.marks = [];
         this.map.view.follow(true);
       },
@@ -200,16 +198,9 @@ export class LinePanel {
   /** Makes a text form the service's line; an engaged machine moves to it, which is asked first. */
   send(text, said, { name, hint = "", isSet = () => {} }) {
     const place = element("line-status");
-    this.question.before(place, () => newLineWords(text, this.model), name, async () => {
-      const reply = await report(place, setLine(text), said, { hint });
+    this.question.before(place, () => newLine(text, this.model), name, async () => {
+      const reply = await report(place, setLine(text), said, { hint, holds: whileThisLine(Number(text.split(/\s+/)[0])) });
       if (reply?.result === 1) isSet();
     });
-  }
-
-  /** Takes a new line in: what was said of another one ends. */
-  showLine(line) {
-    const place = element("line-status");
-    const spoken = place.textContent.endsWith(" is set.");
-    if (spoken && !(line.complete && line.kind === this.kindSet)) say(place, "");
   }
 }

@@ -15,10 +15,10 @@ import { Stream } from "./stream.js";
 import { Trail } from "./trail.js";
 import { TuningPanel } from "./tuningpanel.js";
 import { degrees } from "./geometry.js";
-import { forgetUnanswered, say } from "./messages.js";
+import { endMessages, forgetUnanswered, judgeBy, say } from "./messages.js";
 import { keep, kept } from "./kept.js";
 import { listenToKeys } from "./keys.js";
-import { loadTrail } from "./service.js";
+import { loadTrail, showsPresent } from "./service.js";
 import { whenPaletteChanges } from "./palette.js";
 
 const element = (id) => document.getElementById(id);
@@ -27,6 +27,7 @@ const keptHistory = "last-minute";
 /** What the page knows; null until the service has told. `old` says why that is not of now; empty when it is. */
 const model = { state: null, line: null, settings: null, trail: new Trail(), run: null, lost: false,
   old: "… connecting" };
+judgeBy(model);
 const history = new History();
 const passes = new Passes();
 let arriving = null; // the states that come while the trail before them is loaded
@@ -50,7 +51,7 @@ function redraw() {
 const map = new DriveMap(model, redraw);
 const question = new Question(model);
 const alarm = new Alarm();
-const drive = new DrivePanel(model, question, { dropped: () => alarm.sound() });
+const drive = new DrivePanel(model, question, { ended: () => alarm.sound(), note: (text) => journal.note(text) });
 const tuning = new TuningPanel();
 const step = new StepPanel(model);
 const lines = new LinePanel(model, map, question, redraw);
@@ -88,7 +89,6 @@ const hear = {
   },
   line(line) {
     model.line = passes.whole(line);
-    lines.showLine(line);
     recording.showLine(line);
     journal.showLine(line);
   },
@@ -102,9 +102,11 @@ const hear = {
 /** Shows whether all that is shown is of now; `old` says why not. */
 function showAge(old) {
   model.old = old;
+  showsPresent(old === "");
   document.body.classList.toggle("old", old !== "");
   element("connection").textContent = old || "● connected";
   drive.showTitle();
+  question.showAge();
   redraw();
 }
 
@@ -112,8 +114,9 @@ function showConnection(lost, reason = "") {
   model.lost = lost;
   element("lost").hidden = !lost;
   element("lost-reason").textContent = reason;
-  if (!lost) forgetUnanswered();
-  document.querySelectorAll("main button, #question-yes, #sliders input, .condition").forEach((control) => {
+  if (lost) drive.disengaging.lost();
+  else forgetUnanswered();
+  document.querySelectorAll("main button, #sliders input, .condition").forEach((control) => {
     if (control.closest("[data-local]") === null) control.disabled = lost;
   });
   showAge(lost ? "✕ no connection" : "");
@@ -162,7 +165,7 @@ const whileConnected = (act) => () => {
 
 listenToKeys({
   e: whileConnected(() => drive.engage()),
-  d: whileConnected(() => drive.disengage()),
+  d: () => drive.disengage(),
   g: whileConnected(() => drive.start()),
   x: whileConnected(() => drive.stop()),
   s: whileConnected(() => drive.snap()),
@@ -193,6 +196,7 @@ new Stream({
   connected,
   heard: (name, value) => {
     hear[name]?.(value);
+    endMessages();
     redraw();
   },
   quiet: (on) => showAge(on ? "… no news" : ""),

@@ -1,9 +1,9 @@
 // The map: puts the view, the drawing and its buttons together.
 import { drawCross, drawGround, drawLines, drawOld, drawScale, drawTrail } from "./mapdraw.js";
-import { drawAim, drawMachine, drawMark } from "./mapmachine.js";
+import { drawAim, drawMachine, drawMachineBeyond, drawMark } from "./mapmachine.js";
 import { fitted, palette } from "./palette.js";
 import { MapView } from "./mapview.js";
-import { clamp, poseBetween, toWorld } from "./geometry.js";
+import { clamp, edgePlace, poseBetween, toWorld } from "./geometry.js";
 
 const element = (id) => document.getElementById(id);
 
@@ -91,7 +91,8 @@ export class DriveMap {
     }
     const camera = this.view.camera();
     drawGround(context, camera);
-    if (model.line !== null) drawLines(context, camera, model.line, toWorld(camera, width / 2, height / 4));
+    if (model.line !== null) drawLines(context, camera, model.line,
+      model.old === "" ? toWorld(camera, width / 2, height / 4) : null);
     this.below?.(context, camera);
     drawTrail(context, camera, model.trail, this.pose, this.unreached);
     this.drawMarks(context, camera);
@@ -104,6 +105,8 @@ export class DriveMap {
   drawState(context, camera) {
     const { state, line, settings, old } = this.model;
     if (state.aim_point !== null) drawAim(context, camera, this.pose, state.aim_point);
+    const edge = edgePlace(camera, this.pose);
+    if (edge !== null) drawMachineBeyond(context, camera, edge);
     drawMachine(context, camera, this.pose, state,
       { width: line?.implement_width ?? 3, offset: settings?.implement_offset ?? 0, isOld: old !== "" });
   }

@@ -49,7 +49,8 @@ function styled(context, colour, width, dashes) {
   context.setLineDash(dashes);
 }
 
-function drawPassNumber(context, camera, pass, place) {
+/** Draws the number of a pass, unless it would cover one of the boxes that are `taken`, to which its own comes. */
+function drawPassNumber(context, camera, pass, place, taken) {
   const nearest = nearestOn(pass.points, ...place);
   if (nearest === null) return;
   const [x, y] = toScreen(camera, nearest.x, nearest.y);
@@ -57,21 +58,33 @@ function drawPassNumber(context, camera, pass, place) {
   context.font = font(16, 700);
   context.textAlign = "center";
   context.textBaseline = "middle";
-  context.fillStyle = palette.paper;
   const [width, height] = [context.measureText(text).width + 8, 22 * letterScale()];
-  context.fillRect(x - width / 2, y - height / 2, width, height);
+  const box = { left: x - width / 2, top: y - height / 2, right: x + width / 2, bottom: y + height / 2 };
+  const covers = (other) => box.left < other.right && other.left < box.right && box.top < other.bottom && other.top < box.bottom;
+  if (taken.some(covers)) return;
+  taken.push(box);
+  context.fillStyle = palette.paper;
+  context.fillRect(box.left, box.top, width, height);
   context.fillStyle = palette.ink;
   context.fillText(text, x, y);
 }
 
-/** Draws the passes; their numbers stand near a place of the world. */
+/** Draws the numbers of passes, those nearest to the followed one first, where there is room beside the compass. */
+function drawPassNumbers(context, camera, line, place) {
+  const size = letterScale();
+  const taken = [{ left: 0, top: 0, right: 60 * size, bottom: 62 * size }];
+  [...line.passes].sort((a, b) => Math.abs(a.pass - line.pass) - Math.abs(b.pass - line.pass))
+    .forEach((pass) => drawPassNumber(context, camera, pass, place, taken));
+}
+
+/** Draws the passes; their numbers stand near a place of the world, unless that is null. */
 export function drawLines(context, camera, line, place) {
   const swathPixels = line.implement_width * camera.scale;
   if (line.followed) {
     styled(context, palette.swath, swathPixels, []);
     strokePolyline(context, camera, line.followed.points, swathPixels);
   }
-  const numbered = swathPixels > 24;
+  const numbered = place !== null && swathPixels > 24;
   styled(context, palette.passes, 1.5, [10, 7]);
   for (const pass of line.passes) strokePolyline(context, camera, pass.points, 20);
   styled(context, palette.original, 2, [3, 5]);
@@ -81,7 +94,7 @@ export function drawLines(context, camera, line, place) {
     strokePolyline(context, camera, line.followed.points, 20);
   }
   context.setLineDash([]);
-  if (numbered) line.passes.forEach((pass) => drawPassNumber(context, camera, pass, place));
+  if (numbered) drawPassNumbers(context, camera, line, place);
 }
 
 /**

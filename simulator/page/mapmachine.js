@@ -1,7 +1,8 @@
 // The machine on the map, drawn in its own frame: metres, x to its right, y ahead, from the middle
 // of the rear axle.
 import { font, letterScale, palette } from "./palette.js";
-import { toScreen } from "./geometry.js";
+import { clamp, toScreen } from "./geometry.js";
+import { lengthWords } from "./guidance.js";
 
 const implementBehind = 2; // metres behind the rear axle
 
@@ -92,6 +93,28 @@ export function drawMachine(context, camera, pose, state, { width, offset, isOld
     wheel(context, 0.8, state.wheelbase, 0.95, 0.3, state.steering_angle);
   }
   context.restore();
+}
+
+/** Draws where the machine is that the picture does not show, from edgePlace(): the way to it, and how far. */
+export function drawMachineBeyond(context, camera, { x, y, turn, metres }) {
+  context.save();
+  context.translate(x, y);
+  context.rotate(turn);
+  context.scale(1.4, -1.4);
+  colours(context, false, 1);
+  arrow(context);
+  context.restore();
+  const text = `machine ${lengthWords(metres)} on`;
+  context.font = font(16, 700);
+  context.textAlign = "center";
+  context.textBaseline = "middle";
+  const [width, height] = [context.measureText(text).width + 12, 24 * letterScale()];
+  const left = clamp(x - width / 2, 0, Math.max(0, camera.width - width));
+  const top = y < camera.height / 2 ? y + 24 : y - 24 - height;
+  context.fillStyle = palette.machine;
+  context.fillRect(left, top, width, height);
+  context.fillStyle = palette.paper;
+  context.fillText(text, left + width / 2, top + height / 2);
 }
 
 /** Draws the point that the controller aims at, and the way that it looks there. */

@@ -1,10 +1,15 @@
 // What the page says of requests, each in the place beside the controls that made it.
 import { done } from "./service.js";
 
-/** What is said of a state, by its place: {holds, seen, since}. It ends with the state. */
+/** What is said of the present, by its place: {holds, seen, since}. It ends when `holds` of the model is false. */
 const lasting = new Map();
-/** For so long the state may be yet to come, milliseconds. */
-const stateIsDue = 1000;
+/** For so long what is said may be yet to come, milliseconds. */
+const due = 1000;
+/** What the page knows: state, line and settings. */
+let model = { state: null, line: null, settings: null };
+
+/** Has messages be judged by `known`, which holds what comes. */
+export function judgeBy(known) { model = known; }
 
 /**
  * Says something in a place of the page. `kinds` are "bad" for what went wrong, and "unanswered" beside it
@@ -17,26 +22,53 @@ export function say(place, text, ...kinds) {
   for (const kind of ["bad", "unanswered"]) place.classList.toggle(kind, kinds.includes(kind));
 }
 
-/** Has what a place says end as soon as `holds` of the newest state is false, which it may be at first. */
-function untilNot(place, holds, before) {
-  lasting.set(place, { holds, seen: before !== null && holds(before), since: performance.now() });
+/**
+ * Says something that ends as soon as `holds` of the model is false, which it may be at first.
+ */
+export function sayWhile(holds, place, text, ...kinds) {
+  say(place, text, ...kinds);
+  lasting.set(place, { holds, seen: holds(model), since: performance.now() });
 }
 
-/** Takes a new state in: what was said of another one ends. */
-export function endMessages(state) {
+/** Takes in that the model is new: what was said of another one ends. */
+export function endMessages() {
   for (const [place, said] of lasting) {
-    const holds = said.holds(state);
+    const holds = said.holds(model);
     if (holds) said.seen = true;
-    else if (said.seen || performance.now() - said.since > stateIsDue) say(place, "");
+    else if (said.seen || performance.now() - said.since > due) say(place, "");
   }
 }
 
-const sameSteering = (before) => (state) =>
-  state.engage_state_name === before.engage_state_name && state.navigating === before.navigating;
+/** Which line there is, wherever it is shifted to. */
+function nameOf(line) {
+  if (line === null) return "";
+  const [[ax, ay] = [], [bx, by] = []] = line.line;
+  const heading = line.line.length === 2 ? Math.atan2(bx - ax, by - ay).toFixed(6) : "";
+  return JSON.stringify([line.kind, line.complete, line.recording, line.labels, heading]);
+}
+
+/** Whether the line is the one of a kind that a request has made, or still is that from before it if that was the same. */
+export function whileThisLine(kind) {
+  const [before, since] = [nameOf(model.line), performance.now()];
+  let made = null;
+  return ({ line }) => {
+    const now = nameOf(line);
+    if (made === null && now !== before && line.kind !== kind) return false;
+    if (made === null && (now !== before || performance.now() - since > due)) made = now;
+    return made === null || made === now;
+  };
+}
+
+/** Whether steering and line are as they are now: a refusal was made in that situation. */
+function whileSo() {
+  const of = ({ state, line }) => [state?.engage_state_name, state?.navigating, nameOf(line)].join();
+  const before = of(model);
+  return (now) => of(now) === before;
+}
 
 /** Says why a request failed, or who refused it. */
-export function sayFailure(place, error, hint = "") {
-  if (error.refused) say(place, `Refused: ${error.message}${hint}`, "bad");
+export function sayFailure(place, error, hint = "", holds = whileSo()) {
+  if (error.refused) sayWhile(holds, place, `Refused: ${error.message}${hint}`, "bad");
   else say(place, `Failed: ${error.message}`, "bad", "unanswered");
 }
 
@@ -47,22 +79,23 @@ export function forgetUnanswered() {
 
 /**
  * Says in a place of the page what became of a request; `said` unless it was refused. `hint` follows the
- * reason of a request that cannot be understood. `holds` is whether a state is the one that `said` speaks of,
- * if it speaks of any; what is said of a refusal ends with the state `before` it.
+ * reason of a request that cannot be understood. `holds` is whether the model is the one that `said` speaks of,
+ * if it speaks of any; what is said of a refusal ends with the situation before it.
  */
-export async function report(place, request, said, { hint = "", holds = null, before = null } = {}) {
+export async function report(place, request, said, { hint = "", holds = null } = {}) {
+  const refused = whileSo();
   try {
     const reply = await request;
-    if (done(reply)) {
+    if (!done(reply)) {
+      sayWhile(refused, place, `Refused: ${reply.reasons.join("; ") || "the service gives no reason"}`, "bad");
+    } else if (holds === null) {
       say(place, said);
-      if (holds !== null) untilNot(place, holds, before);
     } else {
-      say(place, `Refused: ${reply.reasons.join("; ") || "the service gives no reason"}`, "bad");
-      if (before !== null) untilNot(place, sameSteering(before), before);
+      sayWhile(holds, place, said);
     }
     return reply;
   } catch (error) {
-    sayFailure(place, error, hint);
+    sayFailure(place, error, hint, refused);
     return null;
   }
 }

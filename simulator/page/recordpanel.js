@@ -1,6 +1,6 @@
 // Recording a drive as a line, by buttons: it begins where the machine is and ends where it is then.
 import { command, done } from "./service.js";
-import { report, say } from "./messages.js";
+import { report, sayWhile, whileThisLine } from "./messages.js";
 import { lengthWords } from "./guidance.js";
 
 const element = (id) => document.getElementById(id);
@@ -18,11 +18,11 @@ export class RecordPanel {
     element("record-end").addEventListener("click", () => this.end());
   }
 
-  tell(request, said) { return report(element("record-status"), request, said); }
+  tell(request, said, holds = null) { return report(element("record-status"), request, said, { holds }); }
 
   ask(kind) {
     this.question.before(element("record-status"),
-      () => "To record another line, the present one goes, and steering ends. You steer then.",
+      () => ({ by: null, text: "To record another line, the present one goes, and steering ends. You steer then." }),
       `Record the ${kind.name}`, () => this.begin(kind));
   }
 
@@ -36,18 +36,16 @@ export class RecordPanel {
     const started = await this.tell(command("start_wayline", kind.code), "");
     if (started === null || !done(started)) return;
     this.isRecording = false; // what was recorded before has gone
-    await this.tell(this.setPoint(0), `Recording the ${kind.name}: drive it, then end it.`);
+    await this.tell(this.setPoint(0), `Recording the ${kind.name}: drive it, then end it.`, ({ line }) => line?.recording ?? false);
   }
 
   async end() {
-    if (this.isRecording) await this.tell(this.setPoint(1), "The drive was recorded.");
-    else say(element("record-status"), "Nothing is being recorded.", "bad");
+    if (this.isRecording) await this.tell(this.setPoint(1), "The drive was recorded.", whileThisLine(this.model.line.kind));
+    else sayWhile(({ line }) => !line?.recording, element("record-status"), "Nothing is being recorded.", "bad");
   }
 
-  /** Takes a new line in: what was said of recording ends with it. */
+  /** Takes a new line in. */
   showLine(line) {
-    const place = element("record-status");
-    if (this.isRecording !== false && !line.recording && place.textContent.startsWith("Recording")) say(place, "");
     if (!line.recording) this.driven = null;
     else if (this.isRecording === false) this.driven = 0;
     this.isRecording = line.recording;

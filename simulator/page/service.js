@@ -11,24 +11,64 @@ async function answer(response) {
   throw Object.assign(error, { refused: response.status < 500 });
 }
 
+/** What the driver asks for when the way out is meant: it is never too late. */
+const alwaysDue = "DisengageSteering";
+/** What ends steering by its own nature. */
+const endings = new Set([alwaysDue, "StopNavigation", "ClearNavigation", "clear_wayline", "start_wayline"]);
+/** An end that comes within this time after such a request was answered is its doing, milliseconds. */
+const endIsDue = 1000;
+const endsAsked = { underWay: 0, last: -Infinity };
+
+/** Whether the page itself has just asked for what ends steering. */
+export const endWasAsked = () => endsAsked.underWay > 0 || performance.now() - endsAsked.last < endIsDue;
+
+/** What gives up the requests that are under way; null while the page shows what is old. */
+let present = new AbortController();
+
+/**
+ * Takes in whether what the page shows is of now. Who acts by an old picture wants something else than who
+ * acts by the new one: what is under way then is given up, and nothing is begun.
+ */
+export function showsPresent(on) {
+  if (on) present ??= new AbortController();
+  else present?.abort(Error("nothing comes from the service: given up"));
+  if (!on) present = null;
+}
+
 /** Why a request failed, in words. */
 function failure(error) {
   if (error.name === "TimeoutError") return new Error(`no answer within ${patience / 1000} s: given up`);
   return error instanceof TypeError ? new Error("the service does not answer") : error;
 }
 
-async function request(path, options) {
+async function request(path, options, ...signals) {
   try {
-    return await answer(await fetch(path, { ...options, signal: AbortSignal.timeout(patience) }));
+    const signal = AbortSignal.any([AbortSignal.timeout(patience), ...signals]);
+    return await answer(await fetch(path, { ...options, signal }));
   } catch (error) {
     throw failure(error);
   }
 }
 
-async function post(path, value) {
+async function send(path, value) {
+  const isAlwaysDue = value.operation === alwaysDue;
+  if (present === null && !isAlwaysDue) throw new Error("not sent: nothing comes from the service");
   const headers = { "Content-Type": "application/json" };
-  const { result, reasons } = await request(path, { method: "POST", headers, body: JSON.stringify(value) });
+  const { result, reasons } = await request(path, { method: "POST", headers, body: JSON.stringify(value) },
+    ...(isAlwaysDue ? [] : [present.signal]));
   return { result, reasons: reasons ?? [] };
+}
+
+async function post(path, value) {
+  if (!endings.has(value.operation)) return send(path, value);
+  endsAsked.underWay += 1;
+  try {
+    const reply = await send(path, value);
+    endsAsked.last = performance.now();
+    return reply;
+  } finally {
+    endsAsked.underWay -= 1;
+  }
 }
 
 /** Carries out an operation of the service under its own name. */

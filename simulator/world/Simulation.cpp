@@ -133,6 +133,11 @@ BuiltLine CSimulation::State::Built(const LineDefinitionPtr& of, int filterSize)
                                   [of, filterSize] { return BuildLine(*of, filterSize); });
 }
 
+EFollow CSimulation::State::FollowOfNewLine() const
+{
+    return navigationActive ? line.Following() : EFollow::LineItself;
+}
+
 COutcome CSimulation::State::BuildFrom(const LineDefinitionPtr& newLine)
 try {
     EndIfOvertaken();
@@ -142,8 +147,7 @@ try {
     CFollowedLine replaced = line;
     replaced.SetBase(std::move(built.shape), Repeats(newLine->kind));
     Arrange(replaced, settings, *newLine);
-    replaced.Follow(navigationActive ? line.Following() : EFollow::LineItself,
-                    ControlPose().position);
+    replaced.Follow(FollowOfNewLine(), ControlPose().position);
     Become(std::move(replaced));
     definition = newLine;
     FaceLine();

@@ -222,6 +222,9 @@ public:
     /// Whether the machine looks against the direction of the followed line, as guidance has it: it
     /// keeps to what it found when steering was engaged. False without a line.
     bool FacesAgainst() const;
+    /// Whether a line that is set now is taken up at its pass nearest the machine, and not at
+    /// itself.
+    bool TakesNearestPass() const;
 
     // What only the simulation knows.
 

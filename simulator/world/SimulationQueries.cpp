@@ -172,6 +172,11 @@ bool CSimulation::FacesAgainst() const
     return m_state->line.Shape() && m_state->facesAgainst;
 }
 
+bool CSimulation::TakesNearestPass() const
+{
+    return m_state->FollowOfNewLine() == EFollow::NearestPass;
+}
+
 Pose CSimulation::TruePose() const
 {
     return FedMode() ? m_state->fed.Now() : m_state->machine.TruePose();

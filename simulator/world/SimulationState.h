@@ -38,6 +38,8 @@ struct CSimulation::State
     // Takes settings over, with the line at the place that they give it. Refused when that has been
     // overtaken. Changes nothing when the line's place has to be calculated aside first.
     COutcome Adopt(const SimulationSettings& changed);
+    // Whether a line that is set now is taken up itself or at its pass nearest the machine.
+    EFollow FollowOfNewLine() const;
     // Makes the line from its definition. Refused, changing nothing, when it makes none.
     COutcome BuildFrom(const LineDefinitionPtr& newLine);
     // Takes a curve filter size over, for the present line too. Refused, changing nothing, when it

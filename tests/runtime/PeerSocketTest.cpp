@@ -3,6 +3,12 @@
 #include "runtime/PeerSocket.h"
 
 #include <chrono>
+#include <cstdint>
+#include <fstream>
+#include <iomanip>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sstream>
 #include <string>
 
 #include <asio/io_context.hpp>
@@ -78,6 +84,52 @@ TEST_P(PeerSocket, ThatIsClosedAtOnceIsNotOpen)
     Ends ends(asio::ip::make_address(GetParam()));
     ends.peer.close();
     EXPECT_FALSE(IsOpen(ends.own));
+}
+
+TEST_P(PeerSocket, ThatHasResetTheConnectionIsNotOpen)
+{
+    Ends ends(asio::ip::make_address(GetParam()));
+    ends.peer.set_option(tcp::socket::linger(true, 0));
+    ends.peer.close();
+
+    const auto state = PeerSocketC().Of(ends.own);
+
+    ASSERT_TRUE(state.has_value());
+    EXPECT_FALSE(state->isOpen);
+}
+
+/// Whether the system still knows a socket with this port of its own, of version 4.
+bool IsKnown(std::uint16_t port)
+{
+    std::ostringstream digits;
+    digits << ':' << std::uppercase << std::hex << std::setw(4) << std::setfill('0') << port;
+    std::ifstream table("/proc/net/tcp");
+    for (std::string line; std::getline(table, line);) {
+        std::istringstream words(line);
+        std::string number;
+        std::string address;
+        words >> number >> address;
+        if (address.size() > 5 && address.substr(address.size() - 5) == digits.str())
+            return true;
+    }
+    return false;
+}
+
+TEST(PeerSocketOf, APeerThatTheSystemHasForgottenIsNotOpen)
+{
+    Ends ends(asio::ip::address_v4::loopback());
+    const std::uint16_t port = ends.peer.local_endpoint().port();
+    // So long it keeps what no process has any more.
+    ends.peer.set_option(asio::detail::socket_option::integer<IPPROTO_TCP, TCP_LINGER2>(1));
+    ends.peer.close();
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (IsKnown(port) && std::chrono::steady_clock::now() < deadline) {
+    }
+
+    const auto state = PeerSocketC().Of(ends.own);
+
+    ASSERT_TRUE(state.has_value());
+    EXPECT_FALSE(state->isOpen);
 }
 
 INSTANTIATE_TEST_SUITE_P(OfBothKinds, PeerSocket, testing::Values("127.0.0.1", "::1"));

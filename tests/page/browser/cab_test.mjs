@@ -1,83 +1,13 @@
 // What the driver in the cab relies on, by a service that says what a test has it say: nothing that is shown is
 // untrue, nothing moves the machine unasked, and what is there can be reached.
-import { after, afterEach, before, beforeEach, test } from "node:test";
+import { test } from "node:test";
 import assert from "node:assert/strict";
 import { readFile } from "node:fs/promises";
-import { ignoreSilence, line, settings, startScriptedService } from "./scripted_service.mjs";
-import { startBrowser } from "./browser.mjs";
+import {
+  be, begin, browser, close, dropped, engaged, fillLine, following, open, operations, page, service, shows, text, tones,
+} from "./cab.mjs";
+import { line } from "./scripted_service.mjs";
 import { until } from "./programs.mjs";
-
-const following = { navigating: true, pass: 0, heading_error: 0, cross_track_error: 0.5, engage_state: 1,
-  engage_state_name: "ready" };
-const engaged = { ...following, engage_state: 2, engage_state_name: "engaged" };
-const dropped = { ...following, engage_state: 3, engage_state_name: "dropped", drop_reason: "the line went away" };
-let browser;
-let service;
-let page;
-let faults;
-
-before(async () => { browser = await startBrowser(); });
-after(() => browser.close());
-
-/** Counts the tones that the page makes. */
-function countTones() {
-  window.tones_ = 0;
-  window.AudioContext = class {
-    constructor() { Object.assign(this, { state: "suspended", currentTime: 0, destination: {} }); }
-
-    async resume() { this.state = "running"; }
-
-    createGain() { return { gain: {}, connect: () => ({ connect: () => {} }) }; }
-
-    createOscillator() {
-      const made = { frequency: {}, stop: () => {}, start: () => { window.tones_ += 1; } };
-      return Object.assign(made, { connect: (next) => next });
-    }
-  };
-}
-
-/** Answers what the page asks for when it begins, as a service in some run. */
-async function begin(run = "1", points = []) {
-  await until(() => service.trails.length > 0 && !service.trails.at(-1).writableEnded, "the page asks for the trail");
-  service.trails.at(-1).end(JSON.stringify({ interval: 0.1, end: 0, points, run }));
-}
-
-const shows = (name) => page.locator(`#engage-state[data-state="${name}"]`).waitFor();
-
-/** Has the service be in a state, and waits until the page shows that. */
-async function be(state, { time = 1, place = [0.5, 0] } = {}) {
-  service.tell(time, place, state);
-  await shows(state.engage_state_name);
-}
-
-beforeEach(() => open());
-
-/** Opens the page; `scripts` run in it before its own. */
-async function open(scripts = [countTones, ignoreSilence]) {
-  service = await startScriptedService({ remembers: true });
-  page = await (await browser.newContext({ viewport: { width: 1280, height: 900 } })).newPage();
-  faults = [];
-  page.on("pageerror", (error) => faults.push(error.message));
-  for (const script of scripts) await page.addInitScript(script);
-  await page.goto(service.page);
-  await service.asked(1);
-  await begin();
-  service.send("settings", settings);
-  service.send("line", line);
-  await be(following);
-}
-
-async function close() {
-  await page.context().close();
-  await service.end();
-  assert.deepEqual(faults, []);
-}
-
-afterEach(() => close());
-
-const text = (id) => page.locator(`#${id}`).textContent();
-const tones = () => page.evaluate(() => window.tones_);
-const operations = () => service.posted.map(({ operation, text: form }) => operation ?? form[0]);
 
 test("a drop is seen in frame, word and title, and heard", async () => {
   await page.keyboard.press("Shift");
@@ -135,6 +65,143 @@ test("a drop that the browser lets nobody hear is not heard later", async () => 
   assert.equal(await tones(), 0);
 });
 
+/** Where things are, and what else may move them. */
+const places = () => page.evaluate(() => [...document.querySelectorAll("main :is(button, input, select)")]
+  .map((node) => [node.id, node.getBoundingClientRect().top]));
+
+test("the first touch acts on what it touches: nothing moves under the finger, not by what is said afterwards either", async () => {
+  assert.equal(await page.locator("#sound-note").isVisible(), true);
+  const before = await places();
+  const { x, y, width, height } = await page.locator("#nudge-right").boundingBox();
+  await page.mouse.move(x + width / 2, y + 0.85 * height);
+  await page.mouse.down();
+  await page.mouse.up();
+  await until(() => operations().length > 0, "a command");
+  assert.deepEqual(service.posted, [{ operation: "Nudge", arguments: [1, 1, 0.05] }]);
+  await page.locator("#sound-note").waitFor({ state: "hidden" });
+  await page.locator("#message", { hasText: "Nudged" }).waitFor();
+  assert.deepEqual(await places(), before);
+});
+
+test("D ends steering from number fields and lists too, and is a letter where letters are written", async () => {
+  await be(engaged);
+  for (const field of ["speed", "nudge-step", "sound-on"]) {
+    service.posted.length = 0;
+    await page.locator(`#${field}`).focus();
+    await page.keyboard.press("d");
+    await until(() => operations().length > 0, `a command from ${field}`);
+    assert.deepEqual(operations(), ["DisengageSteering"]);
+  }
+  service.posted.length = 0;
+  await page.locator("summary", { hasText: "Text form" }).click();
+  await page.locator("#text").pressSequentially("d");
+  await page.locator("#width").pressSequentially("e");
+  assert.equal(await page.locator("#text").inputValue(), "d");
+  assert.deepEqual(operations(), []);
+});
+
+/** Whether all of a part of what is said can be seen without scrolling. */
+const isWholeInView = (selector) => page.locator(selector).evaluate((node) => {
+  const [own, room] = [node, node.closest(".say")].map((part) => part.getBoundingClientRect());
+  return own.height > 0 && own.top >= room.top - 1 && own.bottom <= room.bottom + 1;
+});
+
+test("a Disengage that did not get through stays said, in the log too, and is asked for until it does", async () => {
+  await be(engaged);
+  await page.route("**/command", (route) => route.abort());
+  await page.keyboard.press("d");
+  await page.locator("#undone", { hasText: "NOT carried out" }).waitFor();
+  await page.locator("#log", { hasText: "Disengage was not carried out: the service does not answer" }).waitFor();
+  service.tell(2, [0.5, 1], engaged);
+  service.streams.at(-1).destroy();
+  await service.asked(2);
+  await begin();
+  await page.locator("#lost").waitFor({ state: "hidden" });
+  assert.ok(await isWholeInView("#undone"));
+  await page.unroute("**/command");
+  await until(() => operations().length > 0, "a command");
+  await page.locator("#undone").waitFor({ state: "hidden" });
+  assert.deepEqual(operations(), ["DisengageSteering"]);
+});
+
+test("a Disengage that is pressed without a connection is the first that the service hears of", async () => {
+  await be(engaged);
+  await page.route("**/*", (route) => route.abort());
+  service.streams.at(-1).destroy();
+  await page.locator("#lost").waitFor();
+  await page.locator("#disengage").click();
+  await page.locator("#undone").waitFor();
+  assert.ok(await isWholeInView("#undone") && await isWholeInView("#lost .lost"));
+  await page.unroute("**/*");
+  await until(() => operations().length > 0, "a command");
+  assert.deepEqual(operations(), ["DisengageSteering"]);
+});
+
+test("what the driver asks for is given up when the page shows that all is old, and nothing is begun then", async () => {
+  await close();
+  await open([]);
+  const given = [];
+  page.on("requestfailed", (request) => given.push(request.postData()));
+  await page.route("**/command", () => {}); // no answer comes
+  await page.keyboard.press("e");
+  await page.locator("#message", { hasText: "Asked to engage" }).waitFor();
+  service.fallSilent(true);
+  await page.locator("#message.bad", { hasText: "given up" }).waitFor();
+  assert.deepEqual(given.filter((body) => body !== null).length, 1);
+  await page.unroute("**/command");
+  await page.locator("#snap").evaluate((node) => { node.disabled = false; node.click(); });
+  await page.locator("#message.bad", { hasText: /not sent/i }).waitFor();
+  assert.deepEqual(operations(), []);
+});
+
+test("an end of steering that the page did not ask for is heard, said and logged, and lasts", async () => {
+  await page.keyboard.press("Shift");
+  await be(engaged);
+  await be(following);
+  await page.locator("#why-list", { hasText: "Steering was ended, not by you: you steer." }).waitFor();
+  await page.locator("#log", { hasText: "not by this page" }).waitFor();
+  assert.ok(await tones() > 0);
+  await be({ ...following, engage_state: 0, engage_state_name: "not ready", why_not_engaged: ["too slow"] });
+  assert.equal(await text("why-list"), "too slowSteering was ended, not by you: you steer.");
+  await be(engaged);
+  assert.equal(await text("why-list"), "");
+});
+
+for (const [button, operation] of [["disengage", "DisengageSteering"], ["stop", "StopNavigation"]]) {
+  test(`an end of steering that the page asked for by ${button} makes no sound`, async () => {
+    await be(engaged);
+    await page.locator(`#${button}`).click();
+    await until(() => operations().includes(operation), "the command");
+    await be(following);
+    assert.equal(await tones(), 0);
+    assert.equal(await text("why-list"), "");
+  });
+}
+
+test("a refusal and what has come to stand in the way are seen before why steering was dropped", async () => {
+  await be(engaged);
+  await be({ ...dropped, why_not_engaged: ["the machine is 9.01 m away"] });
+  assert.equal(await text("why-list"), "dropped: the line went awaythe machine is 9.01 m away");
+  service.tell(2, [0.5, 0], { ...dropped, why_not_engaged: ["the machine is 9.21 m away", "it moves backwards"] });
+  await until(async () => await text("why-list")
+    === "it moves backwardsdropped: the line went awaythe machine is 9.21 m away", "the newest first");
+  await page.route("**/command", (route) => route.fulfill({ json: { result: 0, reasons: ["not now"] } }));
+  for (let i = 0; i < 2; i += 1) {
+    const said = page.evaluate(() => new Promise((resolve) => {
+      const texts = [];
+      new MutationObserver(() => {
+        texts.push(document.querySelector("#message").textContent);
+        if (texts.at(-1).startsWith("Refused")) resolve(texts);
+      }).observe(document.querySelector("#message"), { childList: true });
+    }));
+    await page.locator("#engage").click();
+    assert.deepEqual(await said, ["Asked to engage …", "Refused: not now"]);
+    assert.ok(await isWholeInView("#message"));
+    const top = (id) => page.locator(id).evaluate((node) => node.getBoundingClientRect().top);
+    assert.ok(await top("#message") < await top("#why"));
+  }
+});
+
 test("what is said of a state ends with it", async () => {
   await page.locator("#engage").click();
   await page.locator("#message", { hasText: "Steering is engaged." }).waitFor();
@@ -152,66 +219,55 @@ test("what is said of a refusal ends with the state that it was refused in", asy
   assert.equal(await text("message"), "");
 });
 
-async function fillLine(x) {
-  for (const [id, value] of [["x0", x], ["y0", 0], ["x1", x], ["y1", 100]]) await page.locator(`#${id}`).fill(String(value));
+/** Keeps the texts that the map's last drawing has, with their places. */
+function keepTexts() {
+  const { fillText, fillRect } = CanvasRenderingContext2D.prototype;
+  window.texts_ = [];
+  CanvasRenderingContext2D.prototype.fillRect = function begin(x, y, width, height) {
+    if (this.canvas.id === "map" && width === this.canvas.clientWidth && this.globalAlpha === 1) window.texts_ = [];
+    fillRect.call(this, x, y, width, height);
+  };
+  CanvasRenderingContext2D.prototype.fillText = function keep(words, x, y, ...others) {
+    if (this.canvas.id === "map") window.texts_.push({ words, x, y, width: this.measureText(words).width });
+    fillText.call(this, words, x, y, ...others);
+  };
 }
 
-test("a line is set at once while steering is not engaged", async () => {
-  await fillLine(0.5);
-  await page.locator("#line-form [type=submit]").click();
-  await page.locator("#line-status", { hasText: "is set" }).waitFor();
-  assert.deepEqual(operations(), ["0"]);
+const texts = () => page.evaluate(() => window.texts_);
+
+test("a machine that has left the map is shown at its edge", async () => {
+  await page.addInitScript(keepTexts);
+  await page.reload();
+  await service.asked(2);
+  await begin();
+  await be(following);
+  const beyond = async () => (await texts()).filter(({ words }) => /^machine .* on$/.test(words));
+  assert.deepEqual(await beyond(), []);
+  await page.locator("#follow").click();
+  await be(following, { time: 20, place: [0.5, 300] });
+  await until(async () => (await beyond()).length === 1, "an arrow to the machine");
+  await page.locator("#follow").click();
+  await until(async () => (await beyond()).length === 0, "the machine itself");
 });
 
-test("a line for an engaged machine asks first, says how far it moves, and leaves Disengage to be pressed", async () => {
-  await be(engaged);
-  await fillLine(1);
-  await page.locator("#line-form [type=submit]").click();
-  await page.locator("#question", { hasText: "The machine moves about 50.0 cm to the right at once." }).waitFor();
-  service.tell(2, [0.7, 4], engaged);
-  await page.locator("#question", { hasText: "moves about 30.0 cm to the right" }).waitFor();
-  assert.deepEqual(operations(), []);
-  await page.locator("#disengage").click();
-  await until(() => operations().length > 0, "a command");
-  assert.deepEqual(operations(), ["DisengageSteering"]);
-  assert.equal(await page.locator("#question").isVisible(), true);
-  await page.locator("#question-yes").click();
-  await page.locator("#line-status", { hasText: "is set" }).waitFor();
-  assert.deepEqual(operations(), ["DisengageSteering", "0"]);
-  assert.equal(await page.locator("#question").isVisible(), false);
-});
-
-for (const [button, words, operation] of [
-  ["clear-line", "steering ends", "clear_wayline"], ["clear-all", "steering ends", "ClearNavigation"],
-  ["record-curve", "steering ends", "start_wayline"], ["record-path", "steering ends", "start_wayline"],
-  ["nearest-pass", "moves about 50.0 cm to the left", "StartNavigation"],
-  ["line-itself", "moves about 50.0 cm to the left", "StartNavigation"],
-  ["start", "moves about 50.0 cm to the left", "StartNavigation"],
-]) {
-  test(`the button ${button} asks first while steering is engaged, and acts at once when it is not`, async () => {
-    await be(engaged);
-    await page.locator(`#${button}`).click();
-    await page.locator("#question", { hasText: words }).waitFor();
-    await page.keyboard.press("Escape");
-    assert.equal(await page.locator("#question").isVisible(), false);
-    await page.locator(`#${button}`).click();
-    await page.locator("#question-no").click();
-    assert.deepEqual(operations(), []);
-    await be(following);
-    await page.locator(`#${button}`).click();
-    await until(() => operations().length > 0, "a command");
-    assert.equal(operations()[0], operation);
-  });
-}
-
-test("a question is withdrawn when steering ends", async () => {
-  await be(engaged);
-  await page.locator("#clear-line").click();
-  await page.locator("#question").waitFor();
-  await be(dropped);
-  assert.equal(await page.locator("#question").isVisible(), false);
-  assert.match(await text("line-status"), /Nothing was changed/);
-  assert.deepEqual(operations(), []);
+test("pass numbers cover neither each other nor the words of an old picture", async () => {
+  await page.addInitScript(keepTexts);
+  await page.reload();
+  await service.asked(2);
+  await begin();
+  const passes = [-3, -2, -1, 1, 2, 3].map((pass) => ({ pass, points: [[3 * pass, -2000], [3 * pass, 2000]] }));
+  service.send("line", { ...line, picture: 2, passes });
+  await be(following);
+  const numbers = async () => (await texts()).filter(({ words }) => /^[+−]\d$/.test(words));
+  await until(async () => (await numbers()).length === 6, "the number of each pass");
+  await page.evaluate(() => { document.documentElement.style.fontSize = "32px"; });
+  await page.keyboard.press("-");
+  await until(async () => (await numbers()).length < 6, "fewer numbers");
+  const shown = (await numbers()).sort((a, b) => a.x - b.x);
+  shown.slice(1).forEach((each, i) => assert.ok(each.x - shown[i].x > (each.width + shown[i].width) / 2, JSON.stringify(shown)));
+  service.streams.at(-1).destroy();
+  await until(async () => (await texts()).some(({ words }) => words.includes("old picture")), "the picture is old");
+  assert.deepEqual(await numbers(), []);
 });
 
 /** What the lights, the arrows and the machine look like. */

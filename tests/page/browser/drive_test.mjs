@@ -2,6 +2,8 @@
 import { after, afterEach, before, beforeEach, test } from "node:test";
 import assert from "node:assert/strict";
 import { engage, openPage, setLine, shownError, startBrowser } from "./browser.mjs";
+import { load } from "../units/page_modules.mjs";
+import { post, present, randomLine, randomNumbers } from "./predictions.mjs";
 import { navctl, startNavctl, startSimulator, until } from "./programs.mjs";
 
 let browser;
@@ -319,4 +321,49 @@ test("two tabs of a browser keep their scores together", async () => {
       await until(async () => JSON.stringify(await shown(each)) === JSON.stringify(numbers), `scores ${numbers}`);
     }
   }
+});
+
+test("what is said of a new line of any kind is what the service does, to the centimetre", async () => {
+  const { newLine } = await load("moves.js");
+  const [random, counts] = [randomNumbers(20), { moved: 0, dropped: 0 }];
+  const { page: address } = simulator;
+  const command = (operation, ...values) => post(address, "command", { operation, arguments: values });
+  await command("SetVelocitySetPoint", 0);
+  await command("set_low_speed_engage_allowed", true, false);
+  await until(async () => (await present(address)).state.speed === 0, "the machine stands");
+  for (let trial = 0; trial < 50; trial += 1) {
+    const offsets = [0, 1, 2].map(() => (random() < 0.5 ? 0 : random() - 0.5));
+    const { state: { x, y, heading } } = await present(address);
+    await post(address, "wayline", { text: `1 ${x} ${y} 0 ${heading}` });
+    await command("SetImplementOffset", 1, offsets[0]);
+    await command("SetFieldOffset", 1, offsets[1]);
+    await command("Nudge", 1, 0, offsets[2]);
+    const ofSplines = random() < 0.5;
+    await command("SetSplinesUseImplementOffset", ofSplines);
+    const nearest = random() < 0.5;
+    await command("StartNavigation", 1, nearest);
+    await command("EngageSteering", 1);
+    const model = await until(async () => {
+      const newest = await present(address);
+      const { state, settings } = newest; // as they were a moment ago
+      return state.engage_state_name === "engaged" && state.takes_nearest_pass === nearest
+        && settings.nudge === offsets[2] && settings.implement_offset === offsets[0]
+        && settings.splines_use_implement_offset === ofSplines && newest;
+    }, "the machine is engaged");
+    const text = randomLine(trial % 5, model.state, random);
+    const said = newLine(text, model);
+    await post(address, "wayline", { text });
+    const { time } = (await present(address)).state;
+    const now = await until(async () => {
+      const { state } = await present(address);
+      return state.time > time + 0.3 && state;
+    }, "the service has looked at where the machine is");
+    const what = `trial ${trial}: ${said.text} of ${text.slice(0, 200)}, ${JSON.stringify([offsets, now])}`;
+    assert.equal(said.ends === true, now.engage_state_name === "dropped", what);
+    counts[said.ends ? "dropped" : "moved"] += 1;
+    if (said.ends) continue;
+    const by = now.drives_against ? now.cross_track_error : -now.cross_track_error;
+    assert.ok(Math.abs(said.by - by) < 0.01, `${by} m: ${what}`);
+  }
+  assert.ok(counts.moved > 10 && counts.dropped > 10, JSON.stringify(counts));
 });

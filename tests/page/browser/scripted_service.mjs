@@ -32,7 +32,7 @@ export function ignoreSilence() {
 const state = (time, [x, y], others) => ({
   time, x, y, heading: 0, speed: 2, velocity_set_point: 2, steering_angle: 0, desired_steering_angle: 0,
   wheelbase: 2.8, engage_state: 0, engage_state_name: "not ready", navigating: false, reverse: false,
-  fed: false, cross_track_error: null, heading_error: null, drives_against: false, pass: null,
+  fed: false, cross_track_error: null, heading_error: null, drives_against: false, takes_nearest_pass: false, pass: null,
   commanded_curvature: 0, aim_point: null, nudge: 0, why_not_engaged: [], drop_reason: "", ...others,
 });
 

@@ -67,7 +67,7 @@ async function playScene(page, { others, isLost, state }) {
   service.tell(1, [1, 1], others);
   await page.locator(`#engage-state[data-state="${state}"]`).waitFor();
   if (isLost) {
-    await page.route("**/events", (route) => route.abort());
+    for (const path of ["**/events", "**/command"]) await page.route(path, (route) => route.abort());
     service.streams.at(-1).destroy();
     await page.locator("body.old #lost").waitFor();
   }
@@ -113,12 +113,24 @@ function outOfView([word, reason]) {
 
 /** What of a question that is asked, and of what never leaves the view, cannot be seen. */
 function questionOutOfView() {
-  const parts = ["#question-text", "#engage-state span", "#disengage"].map((name) => document.querySelector(name));
+  const parts = ["#question-text", "#question-no", "#question-yes", "#engage-state span", "#disengage"]
+    .map((name) => document.querySelector(name));
   return parts.filter((node) => {
     const { left, top, right, bottom } = node.getBoundingClientRect();
     const isAt = (x, y) => node.contains(document.elementFromPoint(x, y));
     return !isAt((left + right) / 2, top + 4) || !isAt((left + right) / 2, bottom - 4);
   }).map((node) => node.outerHTML.slice(0, 60));
+}
+
+/** What cannot be seen whole in its place in what never leaves the view. */
+function cutOff(selectors) {
+  return selectors.filter((selector) => {
+    const node = document.querySelector(selector);
+    const own = node.getBoundingClientRect();
+    const room = (node.closest(".say") ?? node.closest(".watch")).getBoundingClientRect();
+    return node.textContent === "" || own.height < 10 || getComputedStyle(node).clipPath !== "none"
+      || own.top < room.top - 1 || own.bottom > room.bottom + 1 || node.scrollWidth > node.clientWidth + 1;
+  });
 }
 
 for (const { width, height, letters } of windows) {
@@ -128,16 +140,22 @@ for (const { width, height, letters } of windows) {
       await playScene(page, scene);
       await page.evaluate(() => scrollTo(0, 0));
       await keepPicture(page, `${width}x${height}-${letters}-${name}.png`);
+      assert.deepEqual(await page.evaluate(cutOff, scene.isLost ? ["#lost .lost"] : ["#error-words"]), [], name);
       assert.deepEqual(await page.evaluate(outOfView, [scene.word, scene.reason]), [], name);
       await page.locator("#sliders").scrollIntoViewIfNeeded();
       await keepPicture(page, `${width}x${height}-${letters}-${name}-tuning.png`);
       if (name !== "engaged") continue;
       await page.locator("#map").focus();
       await page.keyboard.press("g");
+      await page.locator("#question-yes").click({ trial: true }); // waits until it can be pressed
       assert.deepEqual(await page.evaluate(questionOutOfView), []);
       await keepPicture(page, `${width}x${height}-${letters}-question.png`);
       await page.keyboard.press("Escape");
     }
+    await page.keyboard.press("d"); // which does not get through
+    await page.locator("#undone").waitFor();
+    assert.deepEqual(await page.evaluate(cutOff, ["#undone", "#lost .lost"]), []);
+    await keepPicture(page, `${width}x${height}-${letters}-undone.png`);
     const [wide, room] = await page.evaluate(() => [document.documentElement.scrollWidth, innerWidth]);
     assert.ok(wide <= room, `${wide} pixels of ${room}`);
     await page.context().close();

@@ -78,3 +78,16 @@ test("the nearest place of a polyline has its heading there", () => {
 test("a single point has no nearest place", () => {
   assert.equal(geometry.nearestOn([[1, 1]], 0, 0), null);
 });
+
+test("a place that the picture does not show has the way to it at the edge", () => {
+  const northUp = { ...camera, up: 0, anchorY: 300 };
+  assert.equal(geometry.edgePlace(northUp, { x: 59, y: 20 }), null);
+  const east = geometry.edgePlace(northUp, { x: 110, y: 20 });
+  near(east.x, 800 - 28);
+  near(east.y, 300);
+  near(east.turn, Math.PI / 2);
+  near(east.metres, 50);
+  const south = geometry.edgePlace(northUp, { x: 10, y: -80 });
+  near(south.y, 600 - 28);
+  near(Math.abs(south.turn), Math.PI);
+});

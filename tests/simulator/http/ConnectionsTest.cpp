@@ -7,6 +7,7 @@
 #include <functional>
 #include <future>
 #include <memory>
+#include <new>
 #include <string>
 #include <sys/resource.h>
 #include <thread>
@@ -20,6 +21,7 @@
 #include <gtest/gtest.h>
 
 #include "simulator/http/HttpServer.h"
+#include "simulator/http/PageResources.h"
 #include "simulator/http/SharedAnswer.h"
 #include "tests/simulator/http/HttpPeer.h"
 #include "tests/simulator/http/RunningPage.h"
@@ -120,6 +122,18 @@ public:
         OnLoop([&] { works = m_works; });
         return works;
     }
+    /// How many are kept that wait for the work on it after the one under way.
+    std::size_t Waiting()
+    {
+        std::size_t waiting = 0;
+        OnLoop([&] { waiting = m_shared.Waiting(); });
+        return waiting;
+    }
+    /// Has the work on it throw from now on, or no more.
+    void Fail(bool fails)
+    {
+        OnLoop([&] { m_fails = fails; });
+    }
     /// Ends the work on the shared answer that is under way.
     void EndWork(int status, const std::string& text)
     {
@@ -141,7 +155,7 @@ public:
 private:
     void Serve(const std::shared_ptr<HttpConnectionC>& connection)
     {
-        const std::string& path = connection->Request().path;
+        const std::string path = connection->Request().path; // closing it takes it away
         if (path == "/kept")
             connection->Keep();
         if (path == "/kept" || path == "/wait") {
@@ -164,9 +178,12 @@ private:
     std::vector<std::string> m_order;
     std::atomic<std::size_t> m_served{0};
     std::size_t m_works = 0;
+    bool m_fails = false;
     SharedAnswerC::Reply m_endOfWork;
     SharedAnswerC::Work m_work = [this](SharedAnswerC::Reply reply) {
         ++m_works;
+        if (m_fails)
+            throw std::bad_alloc();
         m_endOfWork = std::move(reply);
     };
     SharedAnswerC m_shared{m_work};
@@ -182,12 +199,6 @@ private:
 bool IsClosed(HttpPeer& peer)
 {
     return peer.ReadToEnd(std::chrono::milliseconds(20));
-}
-
-/// Whether an answer has come, and the end of the connection.
-bool IsAnswered(HttpPeer& peer, const std::string& text)
-{
-    return peer.ReadToEnd() && peer.Read().find("\r\n\r\n" + text) != std::string::npos;
 }
 
 TEST(Connections, WithACommandThatWaitsForTheServiceGiveWayToNobody)
@@ -252,6 +263,22 @@ TEST(Connections, OfPeersThatHaveLeftAreNotServed)
     EXPECT_EQ(std::vector<std::string>{"/listening"}, server.Served());
 }
 
+TEST(Connections, OfPeersThatHaveResetThemAreNotServed)
+{
+    CSlowServer server;
+
+    server.OnLoop([&] {
+        for (int one = 0; one < 10; ++one) {
+            HttpPeer peer(server.Port());
+            peer.Send(BytesOf({"GET", "/gone", "", {}, ""}, server.Port()));
+            peer.Reset();
+        }
+    });
+
+    EXPECT_TRUE(IsAnswered(*server.Asking("/listening"), "at once"));
+    EXPECT_EQ(std::vector<std::string>{"/listening"}, server.Served());
+}
+
 TEST(Connections, ThatWaitForAResourceGiveWayToWhoComesTheOldestFirst)
 {
     CSlowServer server;
@@ -297,6 +324,54 @@ TEST(SharedAnswer, IsNotWorkedOutForThoseWhoHaveLeft)
 
     EXPECT_TRUE(IsAnswered(*first, "one"));
     EXPECT_EQ(1u, server.Works());
+}
+
+TEST(SharedAnswer, KeepsNothingForThoseWhoHaveLeft)
+{
+    CSlowServer server;
+    const auto first = server.Asking("/shared");
+    for (std::size_t gone = 0; gone < 4 * kMost; ++gone)
+        server.Asking("/shared")->Reset();
+
+    EXPECT_LE(server.Waiting(), kMost);
+    const auto last = server.Asking("/shared");
+    EXPECT_TRUE(WaitUntil([&] {
+        server.Asking("/shared")->Reset();
+        return server.Waiting() <= 3;
+    })) << server.Waiting();
+    server.EndWork(200, "one");
+    EXPECT_TRUE(IsAnswered(*first, "one"));
+}
+
+TEST(SharedAnswer, IsARefusalWhereTheWorkThrowsAndIsWorkedOutForTheNext)
+{
+    CSlowServer server;
+    const auto first = server.Asking("/shared");
+    const auto second = server.Asking("/shared");
+    server.Fail(true);
+    server.EndWork(200, "one");
+    EXPECT_TRUE(IsAnswered(*first, "one"));
+    EXPECT_TRUE(second->ReadToEnd());
+    EXPECT_EQ(0U, second->Read().find("HTTP/1.1 500 ")) << second->Read();
+    const auto third = server.Asking("/shared");
+    EXPECT_TRUE(third->ReadToEnd());
+    EXPECT_EQ(0U, third->Read().find("HTTP/1.1 500 ")) << third->Read();
+
+    server.Fail(false);
+    const auto last = server.Asking("/shared");
+    server.EndWork(200, "two");
+
+    EXPECT_TRUE(IsAnswered(*last, "two"));
+}
+
+TEST(WhatIsDoneAfterwards, IsARefusalWhereItThrows)
+{
+    std::vector<int> statuses;
+    const auto reply = [&](const ServedAnswer& answer) { statuses.push_back(answer.status); };
+
+    WhenDone(reply, [] { throw std::bad_alloc(); })(LoopGateC::EOutcome::Done);
+
+    EXPECT_EQ(std::vector<int>{500}, statuses);
 }
 
 TEST(SharedAnswer, IsGivenAgainWhileItIsFreshUnlessItIsARefusal)
@@ -501,33 +576,6 @@ TEST(Connections, GiveWayWheneverThereIsNoDescriptor)
 
     EXPECT_TRUE(peer->ReadToEnd(std::chrono::seconds(10)));
     EXPECT_NE(std::string::npos, peer->Read().find("at once"));
-}
-
-TEST(Disengaging, IsNotCutOffByThoseWhoComeAfterIt)
-{
-    const std::string type = "Content-Type: application/json";
-    RunningPage page;
-    HttpPeer disengaging(page.Port());
-    std::vector<std::unique_ptr<HttpPeer>> others;
-
-    page.OnLoop([&](ServiceCoreC&) {
-        disengaging.Send(BytesOf({"POST",
-                                  "/command",
-                                  "",
-                                  {type},
-                                  R"({"operation":"DisengageSteering","arguments":[1]})"},
-                                 page.Port()));
-        for (std::size_t count = 0; count < kMost + 50; ++count) {
-            others.push_back(std::make_unique<HttpPeer>(page.Port()));
-            others.back()->Send(
-                BytesOf({"POST", "/command", "", {type}, R"({"operation":"IsSteeringEngaged"})"},
-                        page.Port()));
-        }
-    });
-
-    EXPECT_TRUE(IsAnswered(disengaging, R"({"reasons":[],"result":1})"));
-    for (const auto& other : others)
-        EXPECT_TRUE(IsAnswered(*other, R"({"reasons":[],"result":0})"));
 }
 
 } // namespace

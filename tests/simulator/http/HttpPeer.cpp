@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <stdexcept>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -25,7 +26,8 @@ HttpPeer::HttpPeer(std::uint16_t port, int receiveBuffer, bool overV6)
 
 HttpPeer::~HttpPeer()
 {
-    ::close(m_socket);
+    if (m_socket >= 0)
+        ::close(m_socket);
 }
 
 void HttpPeer::Send(const std::string& bytes)
@@ -44,6 +46,13 @@ void HttpPeer::Send(const std::string& bytes)
 void HttpPeer::EndSending()
 {
     ::shutdown(m_socket, SHUT_WR);
+}
+
+void HttpPeer::Reset()
+{
+    const linger atOnce{1, 0};
+    ::setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+    ::close(std::exchange(m_socket, -1));
 }
 
 bool HttpPeer::ReadSome(std::chrono::steady_clock::time_point until)

@@ -21,6 +21,8 @@ public:
     void Send(const std::string& bytes);
     /// Says that nothing more will be sent.
     void EndSending();
+    /// Ends the connection so that the other end finds it reset.
+    void Reset();
     /// Reads until a text has come, or the other end closes, or ten seconds are over.
     ///
     /// @return whether the text has come.
@@ -92,5 +94,11 @@ public:
 private:
     HttpPeer m_peer;
 };
+
+/// Whether an answer has come, and the end of the connection.
+inline bool IsAnswered(HttpPeer& peer, const std::string& text)
+{
+    return peer.ReadToEnd() && peer.Read().find("\r\n\r\n" + text) != std::string::npos;
+}
 
 #endif

@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "simulator/http/HttpServer.h"
 #include "simulator/http/PageCommands.h"
 #include "tests/simulator/http/HttpPeer.h"
 #include "tests/simulator/http/RunningPage.h"
@@ -187,6 +188,34 @@ TEST(Engaging, IsNotCarriedOutAfterTheDisengagingThatCameBehindIt)
     EXPECT_FALSE(core.World().Engaged());
     EXPECT_EQ(R"({"reasons":[],"result":1})", Carried(commands, engage, 5));
     EXPECT_TRUE(core.World().Engaged());
+}
+
+TEST(Disengaging, IsNotCutOffByThoseWhoComeAfterIt)
+{
+    const std::string type = "Content-Type: application/json";
+    RunningPage page;
+    HttpPeer disengaging(page.Port());
+    std::vector<std::unique_ptr<HttpPeer>> others;
+
+    page.OnLoop([&](ServiceCoreC&) {
+        disengaging.Send(BytesOf({"POST",
+                                  "/command",
+                                  "",
+                                  {type},
+                                  R"({"operation":"DisengageSteering","arguments":[1]})"},
+                                 page.Port()));
+        for (std::size_t count = 0; count < HttpServerC::kMostConnections + 50; ++count) {
+            others.push_back(std::make_unique<HttpPeer>(page.Port()));
+            others.back()->Send(
+                BytesOf({"POST", "/command", "", {type}, R"({"operation":"IsSteeringEngaged"})"},
+                        page.Port()));
+        }
+    });
+
+    EXPECT_TRUE(IsAnswered(disengaging, R"({"reasons":[],"result":1})"));
+    for (const auto& other : others) {
+        EXPECT_TRUE(IsAnswered(*other, R"({"reasons":[],"result":0})"));
+    }
 }
 
 } // namespace

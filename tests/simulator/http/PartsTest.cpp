@@ -104,6 +104,37 @@ TEST(RequestBody, HoldsLittleMoreThanHasCome)
     EXPECT_LT(brief.Held(), 200u);
 }
 
+TEST(RequestReader, HasAHundredHeadersAtMost)
+{
+    for (const std::size_t count :
+         {RequestReaderC::kMostHeaders, RequestReaderC::kMostHeaders + 1}) {
+        std::string head = "GET / HTTP/1.1\r\n";
+        for (std::size_t one = 0; one < count; ++one)
+            head += "a:\r\n";
+        RequestReaderC reader;
+
+        const RequestReaderC::EStage stage = reader.Take((head + "\r\n").data(), head.size() + 2);
+
+        EXPECT_EQ(count <= RequestReaderC::kMostHeaders ? RequestReaderC::EStage::Headed
+                                                        : RequestReaderC::EStage::TooManyHeaders,
+                  stage);
+    }
+}
+
+TEST(RequestReader, CountsAllThatItHolds)
+{
+    const std::string head = "GET /" + std::string(3000, 'p') +
+                             " HTTP/1.1\r\nname: " + std::string(5000, 'v') + "\r\n" +
+                             std::string(1000, 'n') + ": short\r\n\r\n";
+    RequestReaderC reader;
+    reader.Take(head.data(), head.size());
+    EXPECT_GE(reader.Held(), 3000U + 5000 + 1000);
+    EXPECT_LE(reader.Held(), 3 * head.size());
+
+    reader.Forget();
+    EXPECT_LE(reader.Held(), 100U);
+}
+
 TEST(RequestReader, KnowsALongBodyByItsAnnouncedLength)
 {
     constexpr std::size_t kFirstLong = RequestReaderC::kLongBodyBytes + 1;

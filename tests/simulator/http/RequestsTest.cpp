@@ -455,6 +455,21 @@ TEST(Commands, MayNestWithoutEndAndAreRefused)
     EXPECT_EQ(400, Post(page.Port(), "/command", kJson, deep).status);
 }
 
+// It would take minutes if each object were looked at again for each that follows.
+TEST(Commands, MayBeListsOfAsManyObjectsAsFitAndAreRefused)
+{
+    const RunningPage page;
+    std::string body = R"({"operation":"Nudge","arguments":[{})";
+    while (body.size() < (std::size_t{4} << 20U) - 5)
+        body += ",{}";
+    body += "]}";
+
+    const HttpAnswer answer = Post(page.Port(), "/command", kJson, body);
+
+    EXPECT_EQ(400, answer.status);
+    EXPECT_NE(std::string::npos, answer.body.find("more than 1000000 values")) << answer.body;
+}
+
 TEST(Waylines, AreTakenFromTheirTextForm)
 {
     const RunningPage page;

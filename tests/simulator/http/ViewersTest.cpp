@@ -203,6 +203,19 @@ TEST(Viewer, IsToldWhetherTheMachineDrivesAgainstTheLine)
     EXPECT_NE("", viewer.NextWith("state", R"("drives_against":false)"));
 }
 
+TEST(Viewers, LearnWhetherANewLineIsTakenUpAtItsNearestPass)
+{
+    const RunningPage page;
+    EventStream viewer(page.Port());
+    PostWayline(page.Port(), kLineNorth);
+    EXPECT_FALSE(json::parse(viewer.Next("state"))["takes_nearest_pass"]);
+
+    Command(page.Port(), R"({"operation":"StartNavigation","arguments":[1,1]})");
+    EXPECT_NE("", viewer.NextWith("state", R"("takes_nearest_pass":true)"));
+    Command(page.Port(), R"({"operation":"StartNavigation","arguments":[1,0]})");
+    EXPECT_NE("", viewer.NextWith("state", R"("takes_nearest_pass":false)"));
+}
+
 TEST(Viewers, AreSixteenAtMostAndOneMoreWhenOneHasLeft)
 {
     LivePageTimes times;

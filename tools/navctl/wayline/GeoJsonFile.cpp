@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 
-namespace {
-
 using Json = CGeoJsonFile::Json;
+
+namespace {
 
 /// Older files name a reference system, newer ones have WGS 84 alone.
 void CheckReferenceSystem(const Json& file)

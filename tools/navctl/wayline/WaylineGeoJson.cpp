@@ -8,9 +8,9 @@
 #include "tools/navctl/wayline/GeoJsonFile.h"
 #include "tools/navctl/wayline/WaylineShape.h"
 
-namespace {
-
 using Json = CGeoJsonFile::Json;
+
+namespace {
 
 /// The geometry may differ by this much from what the parameters say, metres.
 constexpr double kTolerance = 0.01;

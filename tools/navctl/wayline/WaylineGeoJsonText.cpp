@@ -5,9 +5,9 @@
 #include "tools/navctl/wayline/WaylineGeoJson.h"
 #include "tools/navctl/wayline/WaylineShape.h"
 
-namespace {
-
 using Json = nlohmann::ordered_json;
+
+namespace {
 
 /// How a file is laid out: what stands between the values on its levels.
 struct CLayout

@@ -9,9 +9,9 @@
 #include "tools/navctl/files/Angle.h"
 #include "tools/navctl/wayline/WaylineShape.h"
 
-namespace {
-
 using Json = nlohmann::ordered_json;
+
+namespace {
 
 Json OrNull(const std::optional<double>& value)
 {
