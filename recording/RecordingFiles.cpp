@@ -8,6 +8,8 @@
 namespace {
 
 constexpr std::uint64_t kLookAfterNanoseconds = 1'000'000'000;
+/// How long a file's limit of size counts as it was: the question costs as much as half a record.
+constexpr std::uint64_t kLimitHoldsNanoseconds = 1'000'000;
 constexpr std::string_view kSuffix = ".mcap";
 
 /// Reads a whole number; gives what stands behind it, and null where there is none.
@@ -90,7 +92,7 @@ bool CRecordingFiles::BeginFile(const std::string& path)
     const std::uint64_t now = RecordingTime();
     m_origin.started = RecordingTimeText(now);
     m_nextLook = now + kLookAfterNanoseconds;
-    m_hasAskedForLimit = false;
+    m_limitAsked = 0;
     if (!m_recording->Begin(m_origin) ||
         (m_isOpen && !m_recording->State(now, 1, m_client, ELinkState::Present, m_peer))) {
         Stop();
@@ -116,7 +118,6 @@ void CRecordingFiles::State(ELinkState state, std::string_view text)
         return;
     }
     m_files.back()->AskForLimit(true);
-    m_hasAskedForLimit = false;
     if (!m_recording->State(RecordingTime(), 1, m_client, state, text)) {
         Stop();
     }
@@ -128,10 +129,9 @@ void CRecordingFiles::Bytes(ELinkDirection direction, std::string_view bytes)
         return;
     }
     const std::uint64_t now = RecordingTime();
-    // A request's reply follows within the same call; the question costs as much as half a record.
-    const bool isReply = direction == ELinkDirection::ToApplication && m_hasAskedForLimit;
-    m_files.back()->AskForLimit(!isReply);
-    m_hasAskedForLimit = direction == ELinkDirection::ToService;
+    const bool asks = now - m_limitAsked >= kLimitHoldsNanoseconds;
+    m_files.back()->AskForLimit(asks);
+    m_limitAsked = asks ? now : m_limitAsked;
     if (!m_recording->Bytes(now, 1, direction, bytes)) {
         Stop();
     } else if (now >= m_nextLook) {

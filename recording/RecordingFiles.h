@@ -81,7 +81,7 @@ private:
     bool m_isOpen = false;      // the connection
     std::string m_peer;
     std::uint64_t m_nextLook = 0;
-    bool m_hasAskedForLimit = false;
+    std::uint64_t m_limitAsked = 0; // when
     std::string m_problem;
 };
 

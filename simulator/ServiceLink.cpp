@@ -42,6 +42,8 @@ ServiceLinkC::ServiceLinkC(asio::io_context& loop, ServiceCoreOptions options, S
     m_work.OnDisengaged([this] { m_disengaged = m_server.Arrival() + 1; });
 }
 
+ServiceLinkC::~ServiceLinkC() = default;
+
 ServiceCoreOptions ServiceLinkC::Publishing(ServiceCoreOptions options)
 {
     options.publish = [this, also = std::move(options.publish)](const std::string& event,
@@ -138,9 +140,14 @@ void ServiceLinkC::ClientConnected(ClientNumber client)
     }
 }
 
-void ServiceLinkC::RecordTo(ServiceRecorderC& recorder)
+std::string ServiceLinkC::RecordTo(const std::string& path)
 {
-    m_recorder = &recorder;
+    auto recorder = std::make_unique<ServiceRecorderC>();
+    const std::string wrong = recorder->Open(path);
+    if (!wrong.empty()) {
+        return wrong;
+    }
+    m_recorder = std::move(recorder);
     m_core.OnGuidance([this](const CSimulation& world) {
         m_recorder->Machine(world);
         const std::string problem = m_recorder->TakeProblem();
@@ -148,6 +155,14 @@ void ServiceLinkC::RecordTo(ServiceRecorderC& recorder)
             m_log.Write(ELogLevel::Warning, problem);
         }
     });
+    return {};
+}
+
+void ServiceLinkC::EndRecording(std::chrono::steady_clock::time_point deadline)
+{
+    if (m_recorder != nullptr) {
+        m_recorder->Close(deadline);
+    }
 }
 
 void ServiceLinkC::BytesReceived(ClientNumber client, std::string_view bytes)

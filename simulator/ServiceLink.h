@@ -1,10 +1,12 @@
 #ifndef KESTROVE_SIMULATOR_SERVICELINK_H
 #define KESTROVE_SIMULATOR_SERVICELINK_H
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -34,6 +36,7 @@ public:
     /// @param limits of what the clients may have it hold.
     ServiceLinkC(asio::io_context& loop, ServiceCoreOptions options, ServedSink served = {},
                  const MPIServerLimitsC& limits = {});
+    ~ServiceLinkC() override;
 
     /// Starts to listen; see MPISocketServerC::Listen().
     std::string Listen(std::uint16_t port) { return m_server.Listen(port); }
@@ -42,10 +45,11 @@ public:
     /// How many bytes its connections hold of what is unfinished or waits.
     std::size_t HeldBytes() const { return m_server.HeldBytes(); }
     ServiceCoreC& Core() { return m_core; }
-    /// Records what goes over the link and how the machine really drives.
-    ///
-    /// @param recorder must outlive this object.
-    void RecordTo(ServiceRecorderC& recorder);
+    /// Records what goes over the link and how the machine really drives; see
+    /// ServiceRecorderC::Open().
+    std::string RecordTo(const std::string& path);
+    /// Ends the recording; see ServiceRecorderC::Close().
+    void EndRecording(std::chrono::steady_clock::time_point deadline);
 
 private:
     void RequestReceived(ClientNumber client, std::uint64_t requestNumber, const std::string& name,
@@ -74,7 +78,7 @@ private:
 
     ServiceLogC m_log;
     ServedSink m_served;
-    ServiceRecorderC* m_recorder = nullptr;
+    std::unique_ptr<ServiceRecorderC> m_recorder; // null: nothing is recorded
     MPISocketServerC m_server;
     WorkQueueC m_work;
     ServiceCoreC m_core;

@@ -20,7 +20,6 @@
 #include "simulator/Pacer.h"
 #include "simulator/ProgramOutput.h"
 #include "simulator/ServiceLink.h"
-#include "simulator/ServiceRecorder.h"
 #include "simulator/SettingsSaver.h"
 #include "simulator/StateFile.h"
 #include "simulator/Version.h"
@@ -99,8 +98,7 @@ std::string Announcement(const ServiceLinkC& link, const std::optional<LivePageC
 ///
 /// @return the code to exit with when that fails, with what stands in the way in `problem`.
 EExitCode StartServing(const ProgramOptions& options, const StateFileC* settings,
-                       ServiceLinkC& link, std::optional<LivePageC>& page,
-                       ServiceRecorderC& recorder, std::string& problem)
+                       ServiceLinkC& link, std::optional<LivePageC>& page, std::string& problem)
 {
     // First of all: the track file may be that of the simulator which has the port.
     problem = link.Listen(options.port);
@@ -118,8 +116,7 @@ EExitCode StartServing(const ProgramOptions& options, const StateFileC* settings
         problem = link.Core().RecordTrack(options.trackFile, settings);
     }
     if (problem.empty() && !options.recordFile.empty()) {
-        problem = recorder.Open(options.recordFile);
-        link.RecordTo(recorder);
+        problem = link.RecordTo(options.recordFile);
     }
     return problem.empty() ? kExitSuccess : kExitWrongOptions;
 }
@@ -146,6 +143,7 @@ void EndSaving(const ProgramOptions& options, ServiceLinkC& link,
                    " lacks the last settings: it could not be written at the end either");
     }
     link.Core().EndTrack(deadline);
+    link.EndRecording(deadline);
 }
 
 /// The most that there may be at once of clients, so that descriptors are left for the page and for
@@ -175,7 +173,6 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     const auto shares =
         DescriptorLimit::Divide(options.httpPort ? HttpServerC::kMostConnections : 0);
     const KeepState keepState = [&saver] { return saver->State(); };
-    ServiceRecorderC recorder;
     ServiceLinkC link(
         loop,
         {options.simulation, kept.values, keep, options.httpPort ? trail.Sink() : EventSink(),
@@ -186,8 +183,7 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
         page.emplace(loop, link.Core(), trail, log, LivePageTimes(), shares.page);
     }
     std::string problem;
-    const EExitCode exitCode =
-        StartServing(options, kept.file.get(), link, page, recorder, problem);
+    const EExitCode exitCode = StartServing(options, kept.file.get(), link, page, problem);
     if (!problem.empty()) {
         HoldSignalsBack(); // those who took them end with this function
         output->Log(problem);
@@ -200,7 +196,6 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     loop.run();
     HoldSignalsBack();
     EndSaving(options, link, saver, *output);
-    recorder.Close(Clock::now() + kLongestWriting);
     return kExitSuccess;
 }
 

@@ -10,7 +10,7 @@ import unittest
 
 from navctl_program import (DEADLINE_SECONDS, Client, Running, Simulator, answer, navctl, scripted,
                             silent, wait_for)
-from navigation_service import ServiceError
+from navigation_service import Service, ServiceError
 
 
 def items(path, *options):
@@ -342,6 +342,29 @@ class OfTheSimulator(unittest.TestCase):
         topics = {channel["topic"]: channel["messages"] for channel in found["channels"]}
         self.assertGreater(topics["/machine/true_state"], 1)
         self.assertEqual(topics["/machine/true_state"], topics["/machine/true_pose"])
+
+    def test_it_has_what_clients_say_in_json(self):
+        topics = {channel["topic"]: channel["messages"]
+                  for channel in answer("recording", "info", self.path)[1]["channels"]}
+        self.assertEqual(1, topics["/operations/SetImplementWidth"])
+        self.assertEqual(1, topics["/operations/subscribe"])
+        self.assertGreaterEqual(topics["/events/cb_relative_position"], 3)
+        self.assertEqual(topics["/events/cb_relative_position"], topics["/viewer/pose"])
+        # Decoding replaces it by the same.
+        target = os.path.join(self.folder.name, "again.mcap")
+        self.assertEqual(0, navctl("recording", "decode", self.path, target).returncode)
+        again = answer("recording", "info", target)[1]["channels"]
+        self.assertEqual(topics, {channel["topic"]: channel["messages"] for channel in again})
+        self.assertEqual(len(topics), len(again))
+
+    def test_it_ends_where_the_system_takes_no_more_and_the_service_goes_on(self):
+        path = os.path.join(self.folder.name, "short.mcap")
+        with Service("prlimit", "--fsize=20000", os.environ["NAVIGATION_SIMULATOR"],
+                     f"--record={path}") as service:
+            self.assertIn("the recording ends here", service.process.stderr.readline())
+            with Client() as client:
+                self.assertEqual(1, client.request("SetImplementWidth", 1, 4.5))
+        self.assertFalse(answer("recording", "info", path)[1]["whole"])
 
     def test_it_tells_the_clients_apart(self):
         asked = [(item["client"], item["name"]) for item in items(self.path)

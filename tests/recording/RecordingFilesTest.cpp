@@ -161,6 +161,9 @@ TEST(RecordingFiles, EndWithoutASignalAtTheLimitOfAFilesSize)
         files.Bytes(ELinkDirection::ToService, std::string(2000, 'x'));
         const rlimit limit{5000, 5000};
         ::setrlimit(RLIMIT_FSIZE, &limit);
+        // The time for which a limit counts as it was.
+        for (const auto end = RecordingTime() + 2'000'000; RecordingTime() < end;) {
+        }
         for (int count = 0; count < 100; ++count) {
             files.Bytes(ELinkDirection::ToService, std::string(100, 'x'));
             files.Bytes(ELinkDirection::ToApplication, std::string(100, 'y'));

@@ -2,10 +2,10 @@
 #include <memory>
 
 #include "recording/LiveFile.h"
+#include "recording/decoding/LinkDecoder.h"
 #include "tools/navctl/recording/Chunks.h"
 #include "tools/navctl/recording/Recording.h"
 #include "tools/navctl/recording/RecordingCommand.h"
-#include "tools/navctl/recording/ViewerMessages.h"
 
 namespace {
 
@@ -251,126 +251,46 @@ void Cut(CContext& context, const CCopyOptions& options)
     }
 }
 
-/// Adds a channel an operation and event, in JSON, and what viewers draw.
-class CDecode
+/// Whether a record is one that decoding makes, and makes anew.
+bool IsDecoded(const CMcapReader& reader)
 {
-public:
-    CDecode(CContext& context, const CCopyOptions& options)
-        : m_copy(context, options), m_writer(m_copy.File())
-    {
+    CMcapSchema schema;
+    CMcapChannel channel;
+    switch (reader.Kind()) {
+    case EMcapRecord::Schema:
+        return ReadContent(reader.Content(), schema) && schema.id >= CLinkDecoder::kFirstChannel;
+    case EMcapRecord::Channel:
+        return ReadContent(reader.Content(), channel) && channel.id >= CLinkDecoder::kFirstChannel;
+    case EMcapRecord::Message:
+        return reader.Message().channelId >= CLinkDecoder::kFirstChannel;
+    default:
+        return false;
     }
+}
 
-    void Run()
-    {
-        if (!m_copy.Begin()) {
-            return;
-        }
-        CRecording& source = m_copy.Source();
-        m_writer.Begin("", "navctl recording");
-        CRecordedItem item;
-        source.Link().HandOn([this](bool) { m_copy.CopyRecord(m_writer); });
-        while (source.NextItem(item) == EMcapStep::Record) {
-            Decode(item);
-        }
-        for (const auto& [number, request] : m_requests) {
-            Write("/operations/" + request.name, "kestrove.Operation", request.time, request.time,
-                  Json{{"client", request.client}, {"arguments", request.arguments}});
-        }
-        m_copy.Finish(m_writer);
+/// Adds a channel an operation and event, in JSON, and what viewers draw.
+void Decode(CContext& context, const CCopyOptions& options)
+{
+    CCopy copy(context, options);
+    if (!copy.Begin()) {
+        return;
     }
-
-private:
-    static constexpr std::uint16_t kFirst = 0xC000; // of the channels and schemas that are added
-    static constexpr std::size_t kMostChannels = 10'000;
-    static constexpr std::size_t kMostRequests = 65'536;
-
-    struct Request
-    {
-        std::uint64_t time;
-        std::uint64_t client;
-        std::string name;
-        Json arguments;
-    };
-
-    void Decode(const CRecordedItem& item)
-    {
-        if (const auto viewed = ViewerMessageOf(item)) {
-            Write(viewed->topic, viewed->schema, item.time, item.time, viewed->value);
+    CMcapWriter writer(copy.File());
+    CLinkDecoder decoder(writer);
+    CRecording& source = copy.Source();
+    writer.Begin("", "navctl recording");
+    source.Link().HandOn([&](bool /*isOfLink*/) {
+        if (!IsDecoded(source.Reader())) {
+            copy.CopyRecord(writer);
         }
-        if (item.kind == ERecorded::Request) {
-            if (m_requests.size() == kMostRequests) {
-                m_requests.erase(m_requests.begin());
-            }
-            m_requests[item.number] = {item.time, item.client, item.name, item.value};
-        } else if (item.kind == ERecorded::Notification) {
-            Write("/operations/" + item.name, "kestrove.Operation", item.time, item.time,
-                  Json{{"client", item.client}, {"arguments", item.value}});
-        } else if (item.kind == ERecorded::Event) {
-            Write("/events/" + item.name, "kestrove.Event", item.time, item.time,
-                  Json{{"client", item.client}, {"payload", item.value}});
-        } else if (item.kind == ERecorded::Reply) {
-            WriteReply(item);
-        }
+    });
+    CRecordedItem item;
+    while (source.NextItem(item) == EMcapStep::Record) {
+        decoder.Add(item);
     }
-
-    void WriteReply(const CRecordedItem& item)
-    {
-        const auto found = m_requests.find(item.request);
-        if (found == m_requests.end()) {
-            return;
-        }
-        const Request& request = found->second;
-        Write("/operations/" + request.name, "kestrove.Operation", item.time, request.time,
-              Json{{"client", request.client},
-                   {"arguments", request.arguments},
-                   {item.isError ? "error" : "reply", item.value},
-                   {"seconds", static_cast<double>(item.time - request.time) / 1e9}});
-        m_requests.erase(found);
-    }
-
-    void Write(const std::string& topic, const std::string& schema, std::uint64_t time,
-               std::uint64_t begun, const Json& value)
-    {
-        auto known = m_channels.find(topic);
-        if (known == m_channels.end() && m_channels.size() == kMostChannels) {
-            return; // names that somebody makes up
-        }
-        if (known == m_channels.end()) {
-            known = m_channels.emplace(topic, Channel{Next(m_channels.size()), 0}).first;
-            m_writer.AddChannel({known->second.id, SchemaId(schema), topic, "json", {}});
-        }
-        m_writer.AddMessage({known->second.id, known->second.count++, time, begun,
-                             value.dump(-1, ' ', false, Json::error_handler_t::replace)});
-    }
-
-    static std::uint16_t Next(std::size_t count)
-    {
-        return static_cast<std::uint16_t>(kFirst + count);
-    }
-
-    std::uint16_t SchemaId(const std::string& name)
-    {
-        const auto added = m_schemas.emplace(name, Next(m_schemas.size()));
-        if (added.second) {
-            const std::string form =
-                R"({"type":"object","title":")" + name + R"(","properties":{}})";
-            m_writer.AddSchema({added.first->second, name, "jsonschema", form});
-        }
-        return added.first->second;
-    }
-
-    struct Channel
-    {
-        std::uint16_t id;
-        std::uint32_t count;
-    };
-
-    CCopy m_copy;
-    CMcapWriter m_writer;
-    std::map<std::uint64_t, Request> m_requests; // without a reply so far
-    std::map<std::string, Channel> m_channels;   // by their topics
-    std::map<std::string, std::uint16_t> m_schemas;
-};
+    decoder.Finish();
+    copy.Finish(writer);
+}
 
 } // namespace
 
@@ -391,6 +311,6 @@ void AddCopyCommands(CLI::App& group, CContext& context)
         ->type_name("TIME");
     cut->add_option("--to", options->to, "Up to then")->type_name("TIME");
     cut->callback([&context, options] { Cut(context, *options); });
-    decode->callback([&context, options] { CDecode(context, *options).Run(); });
+    decode->callback([&context, options] { Decode(context, *options); });
     compress->callback([&context, options] { Compress(context, *options); });
 }

@@ -17,14 +17,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t kMostTold = 1000;
-constexpr std::size_t kMostLines = 100;
-constexpr int kLongestWaitMilliseconds = 200;
-
-bool IsOfApplication(ERecorded kind)
-{
-    return kind == ERecorded::Request || kind == ERecorded::Notification;
-}
+constexpr std::size_t kMostToldInText = 100;
 
 /// What the present service says beside what the recorded one said.
 class CReplayedAnswers
@@ -144,7 +137,7 @@ private:
         if (told.size() < kMostTold) {
             told.push_back({{"what", what}, {"number", number}, {"difference", words}});
         }
-        if (told.size() <= kMostLines) {
+        if (told.size() <= kMostToldInText) {
             text += std::string(what) + (number == 0 ? "" : " " + std::to_string(number)) + ": " +
                     Printable(words) + "\n";
         }
@@ -234,17 +227,17 @@ private:
             return false;
         }
         const bool isThere = m_link->Flush() && m_link->Receive();
-        const bool hasCome = TakeMessages();
+        const bool hasMessage = TakeMessages();
         if (!isThere && m_problem.empty()) {
             m_problem = "the service closed the connection";
         }
-        return hasCome;
+        return hasMessage;
     }
 
     bool TakeMessages()
     {
         std::string_view bytes;
-        bool hasCome = false;
+        bool hasMessage = false;
         auto result = m_link->Next(bytes);
         for (; result == CMessageCutter::EResult::Complete; result = m_link->Next(bytes)) {
             CRecordedItem item;
@@ -253,12 +246,12 @@ private:
                 break;
             }
             m_answers.Came(item);
-            hasCome = true;
+            hasMessage = true;
         }
         if (result == CMessageCutter::EResult::Bad) {
             m_problem = "the service sent what is no message";
         }
-        return hasCome;
+        return hasMessage;
     }
 
     void SendItem(const CRecordedItem& item)

@@ -6,10 +6,10 @@
 
 namespace {
 
-using Run = void (*)(CContext&, const CReplayOptions&, CReplayScript);
+using ReplayRun = void (*)(CContext&, const CReplayOptions&, CReplayScript);
 
 void AddReplayCommand(CLI::App& command, CContext& context,
-                      const std::shared_ptr<CReplayOptions>& options, Run run)
+                      const std::shared_ptr<CReplayOptions>& options, ReplayRun run)
 {
     command.add_option("FILE", options->file, "The recording")->required();
     command.add_option("--client", options->client, "Of many recorded clients, that one")

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "tools/navctl/recording/MessageCutter.h"
+#include "recording/decoding/MessageCutter.h"
 
 /// A connection over which bytes are sent as they were recorded. Nothing waits here.
 class CReplayLink

@@ -1,6 +1,7 @@
 #ifndef KESTROVE_TOOLS_NAVCTL_RECORDING_REPLAYRUN_H
 #define KESTROVE_TOOLS_NAVCTL_RECORDING_REPLAYRUN_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -18,6 +19,11 @@ struct CReplayOptions
     double rate = 1.0;        ///< how much faster than recorded
     double tolerance = 0.0;   ///< by how much numbers may differ
 };
+
+/// Mismatches that are kept for the JSON value.
+constexpr std::size_t kMostTold = 1000;
+/// How long nobody looks whether the command has been interrupted.
+constexpr int kLongestWaitMilliseconds = 200;
 
 /// Answers an application as the recorded service did.
 void RunServe(CContext& context, const CReplayOptions& options, CReplayScript script);

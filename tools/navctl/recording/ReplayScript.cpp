@@ -14,8 +14,7 @@ constexpr std::size_t kMostNamed = 10;     // clients in the words of a failure
 
 bool IsPlayed(ERecorded kind)
 {
-    return kind == ERecorded::Request || kind == ERecorded::Notification ||
-           kind == ERecorded::Reply || kind == ERecorded::Event;
+    return IsOfApplication(kind) || kind == ERecorded::Reply || kind == ERecorded::Event;
 }
 
 std::string Listed(const std::set<std::uint64_t>& clients)

@@ -19,15 +19,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t kMostTold = 1000; // mismatches that are kept for the JSON value
-constexpr int kLongestWaitMilliseconds = 200;
-
-bool IsOfApplication(ERecorded kind)
-{
-    return kind == ERecorded::Request || kind == ERecorded::Notification;
-}
-
-std::string Words(const CRecordedItem& item)
+std::string Described(const CRecordedItem& item)
 {
     return item.name + " " + ShortText(item.value);
 }
@@ -199,7 +191,7 @@ private:
             ++m_fitted;
             m_numbers[recorded.number] = item.id;
         } else {
-            Refuse(item, number, "recorded is " + Words(recorded), &recorded);
+            Refuse(item, number, "recorded is " + Described(recorded), &recorded);
         }
         if (m_options.stepped) {
             SendBehind(m_asked[number - 1] + 1,
@@ -222,7 +214,8 @@ private:
                 const CRecordedItem* recorded)
     {
         const std::string text = "message " + std::to_string(number) +
-                                 " does not fit the recording: came " + Words(item) + "; " + reason;
+                                 " does not fit the recording: came " + Described(item) + "; " +
+                                 reason;
         ++m_misfits;
         Tell(number, text,
              Json{{"number", number},

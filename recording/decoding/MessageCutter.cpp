@@ -1,4 +1,4 @@
-#include "tools/navctl/recording/MessageCutter.h"
+#include "recording/decoding/MessageCutter.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "tools/navctl/recording/ViewerMessages.h"
+#include "recording/decoding/ViewerMessages.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -44,18 +44,14 @@ std::optional<std::vector<double>> Numbers(const Json& payload)
     return numbers;
 }
 
-std::optional<CViewerMessage> Pose(const CRecordedItem& item)
+std::optional<CViewerMessage> PoseOf(const CRecordedItem& item)
 {
     const auto numbers = Numbers(item.value);
     if (!numbers || numbers->size() < 3) {
         return std::nullopt;
     }
-    // A heading goes clockwise from north, a viewer's angle the other way from east.
-    const Json pose{{"position", Point((*numbers)[0], (*numbers)[1])},
-                    {"orientation", Turn(kRightAngle - (*numbers)[2])}};
-    return CViewerMessage{
-        "/viewer/pose", "foxglove.PoseInFrame",
-        Json{{"timestamp", Stamp(item.time)}, {"frame_id", kField}, {"pose", pose}}};
+    return CViewerMessage{"/viewer/pose", "foxglove.PoseInFrame",
+                          PoseInFrame(item.time, (*numbers)[0], (*numbers)[1], (*numbers)[2])};
 }
 
 Json LineEntity(const CRecordedItem& item, const Json& points)
@@ -142,10 +138,17 @@ std::optional<CViewerMessage> Place(const CRecordedItem& item)
 
 } // namespace
 
+Json PoseInFrame(std::uint64_t time, double east, double north, double heading)
+{
+    // A heading goes clockwise from north, a viewer's angle the other way from east.
+    const Json pose{{"position", Point(east, north)}, {"orientation", Turn(kRightAngle - heading)}};
+    return {{"timestamp", Stamp(time)}, {"frame_id", kField}, {"pose", pose}};
+}
+
 std::optional<CViewerMessage> ViewerMessageOf(const CRecordedItem& item)
 {
     if (item.kind == ERecorded::Event && item.name == "cb_relative_position") {
-        return Pose(item);
+        return PoseOf(item);
     }
     if (item.kind == ERecorded::Event && item.name == "cb_draw_points") {
         return DrawnLine(item);
