@@ -1,4 +1,5 @@
-// Measures what a recording of the link adds to the round trip of CNavigationAPI::EngageSteering().
+// Measures what a recording of the link adds to the round trip of CNavigationAPI::EngageSteering(),
+// and how fast and in how much memory one is read.
 //
 // usage: recording-benchmark [--quick] RESULTS
 //
@@ -7,12 +8,14 @@
 // with all on one core, where nothing of the recording can happen while the service is at work.
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include <sched.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "api/NavigationAPI.h"
@@ -21,6 +24,10 @@
 #include "benchmarks/support/Results.h"
 #include "benchmarks/support/Service.h"
 #include "benchmarks/support/Tcp.h"
+#include "recording/FileSource.h"
+#include "recording/LinkRecording.h"
+#include "recording/LiveFile.h"
+#include "recording/McapReader.h"
 
 namespace {
 
@@ -31,20 +38,27 @@ using Benchmarks::Target;
 constexpr int kCalls = 3000;
 constexpr int kQuickCalls = 20;
 constexpr double kMicroseconds = 1e6;
+constexpr std::uint64_t kFileMegabytes = 256;
+constexpr std::uint64_t kQuickFileMegabytes = 1;
+constexpr std::size_t kPortionBytes = 100; // as of a request or an event
 
 /// A file that goes with the benchmark.
 class CFile
 {
 public:
-    CFile() { std::filesystem::remove(m_path); }
+    explicit CFile(const std::string& what = "")
+        : m_path(std::filesystem::temp_directory_path() /
+                 ("recording-" + std::to_string(::getpid()) + what + ".mcap"))
+    {
+        std::filesystem::remove(m_path);
+    }
     ~CFile() { std::filesystem::remove(m_path); }
     CFile(const CFile&) = delete;
     CFile& operator=(const CFile&) = delete;
     const std::string& Path() const { return m_path; }
 
 private:
-    const std::string m_path = std::filesystem::temp_directory_path() /
-                               ("recording-" + std::to_string(::getpid()) + ".mcap");
+    const std::string m_path;
 };
 
 void RunOn(int core)
@@ -104,8 +118,68 @@ void MeasureOn(CResults& results, int clientsCore, int servicesCore, const std::
                 "without a recording", without);
 }
 
+void WriteFile(const std::string& path, std::uint64_t megabytes)
+{
+    CLiveFile file;
+    CLinkRecording recording(file);
+    bool isWritten =
+        file.Create(path) && recording.Begin({"", "benchmark", "1", "", "application"});
+    const std::string portion(kPortionBytes, 'x');
+    for (std::uint64_t time = 0; isWritten && recording.Writer().Size() < megabytes * 1'000'000;
+         ++time) {
+        isWritten = recording.Bytes(time, 1, ELinkDirection::ToService, portion);
+    }
+    if (!isWritten || !recording.Finish()) {
+        throw std::runtime_error(file.Problem());
+    }
+}
+
+/// How long reading a file to its end takes, in milliseconds for 100 MB.
+double ReadFile(const std::string& path)
+{
+    const double start = Benchmarks::Now();
+    CFileSource source(path);
+    CMcapReader reader(source);
+    EMcapStep step = EMcapStep::Record;
+    while (step == EMcapStep::Record) {
+        step = reader.Next();
+    }
+    if (step != EMcapStep::End) {
+        throw std::runtime_error("the recording cannot be read: " + reader.Problem());
+    }
+    return 1e3 * (Benchmarks::Now() - start) * 1e8 / static_cast<double>(source.Size());
+}
+
+double PeakMegabytes()
+{
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return static_cast<double>(usage.ru_maxrss) * 1024 / 1e6;
+}
+
+void MeasureReading(CResults& results)
+{
+    const CFile small("-small");
+    const CFile large("-large");
+    WriteFile(small.Path(), kQuickFileMegabytes);
+    WriteFile(large.Path(), results.IsQuick() ? kQuickFileMegabytes : kFileMegabytes);
+    ReadFile(small.Path());
+    const double before = PeakMegabytes();
+    std::vector<double> milliseconds;
+    for (int round = 0; round <= results.Rounds(); ++round) {
+        milliseconds.push_back(ReadFile(large.Path()));
+    }
+    milliseconds.erase(milliseconds.begin()); // the round that does not count
+    results.Add({"reading a recording, 100 MB", "ms", {Target::ESense::AtMost, 500}}, milliseconds);
+    results.Add({"memory to read a recording of 256 MB, beyond that for 1 MB",
+                 "MB",
+                 {Target::ESense::AtMost, 1}},
+                {PeakMegabytes() - before});
+}
+
 void Measure(CResults& results)
 {
+    MeasureReading(results);
     cpu_set_t cores;
     ::sched_getaffinity(0, sizeof cores, &cores);
     std::vector<int> usable;
