@@ -80,7 +80,9 @@ bool CLinkDecoder::WriteReply(const CRecordedItem& reply)
         return true;
     }
     const Request& request = found->second;
-    const double seconds = static_cast<double>(reply.time - request.time) / 1e9;
+    // Below 0 where somebody has set the times.
+    const double seconds =
+        static_cast<double>(static_cast<std::int64_t>(reply.time - request.time)) / 1e9;
     const bool isWritten = Write(OperationTopic(request.name), kOperation, reply.time, request.time,
                                  request.start + (reply.isError ? ",\"error\":" : ",\"reply\":") +
                                      TextOf(reply.value) + ",\"seconds\":" + TextOf(seconds) + "}");

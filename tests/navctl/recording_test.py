@@ -4,12 +4,13 @@ import json
 import os
 import signal
 import stat
+import struct
 import subprocess
 import tempfile
 import unittest
 
-from navctl_program import (DEADLINE_SECONDS, Client, Running, Simulator, answer, navctl, scripted,
-                            silent, wait_for)
+from navctl_program import (DEADLINE_SECONDS, Client, Running, Simulator, answer, navctl, on_terminal,
+                            scripted, silent, wait_for)
 from navigation_service import Service, ServiceError
 
 
@@ -93,6 +94,8 @@ class Looks(WithRecording):
         rows = navctl("recording", "to-csv", self.path).stdout.splitlines()
         self.assertEqual("number,time,client,kind,name,request,error,value", rows[0])
         self.assertEqual(len(items(self.path)), len(rows) - 1)
+        self.assertEqual("\n".join(rows) + "\n",
+                         answer("recording", "to-csv", self.path)[1]["content"])
         self.assertRegex(rows[2], r'^2,20\d\d-.*Z,1,request,"SetImplementWidth",0,0,"\[1,4.5\]"$')
 
     def test_diff_finds_the_place(self):
@@ -131,6 +134,59 @@ class Looks(WithRecording):
                 self.assertEqual(2, result.returncode, (command, name, result.stderr))
                 self.assertIn(words, result.stderr)
                 self.assertNotIn("terminate", result.stderr)
+
+
+def write_recording(path, messages, size):
+    """Writes a recording of messages of so many bytes on a channel beside the link."""
+    magic = b"\x89MCAP0\r\n"
+
+    def record(kind, content):
+        return struct.pack("<BQ", kind, len(content)) + content
+
+    def text(value):
+        return struct.pack("<I", len(value)) + value
+
+    message = record(5, struct.pack("<HIQQ", 0x8000, 1, 1, 1) + b'"' + b"x" * (size - 2) + b'"')
+    with open(path, "wb") as file:
+        file.write(magic + record(1, text(b"") + text(b"")))
+        file.write(record(4, struct.pack("<HH", 0x8000, 0) + text(b"/notes") + text(b"json")
+                          + text(b"")))
+        for _ in range(messages):
+            file.write(message)
+        file.write(record(15, bytes(4)) + record(2, bytes(20)) + magic)
+
+
+class Long(unittest.TestCase):
+    """Recordings that are longer than what people wait for without a sign, and than memory."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.small, self.large = (os.path.join(folder.name, name) for name in ("a.mcap", "b.mcap"))
+        write_recording(self.small, 1, 1_000_000)
+        write_recording(self.large, 51, 1_000_000)
+
+    def test_a_bar_shows_how_far_a_command_is(self):
+        for path, is_shown in ((self.small, False), (self.large, True)):
+            for command in ("info", "list"):
+                code, text = on_terminal(["recording", command, path])
+                self.assertEqual(0, code, text)
+                self.assertEqual(is_shown, " %  1 record" in text, text[:200])
+
+    def test_memory_does_not_grow_with_the_file(self):
+        for command in ("info", "list", "to-csv"):
+            small, large = (self.most_kilobytes(command, path)
+                            for path in (self.small, self.large))
+            self.assertLess(large - small, 8_000, command)
+
+    @staticmethod
+    def most_kilobytes(command, path):
+        with subprocess.Popen([os.environ["NAVCTL"], "recording", command, path],
+                              stdout=subprocess.DEVNULL) as process:
+            _, status, usage = os.wait4(process.pid, 0)
+            process.returncode = os.waitstatus_to_exitcode(status)
+        assert process.returncode == 0
+        return usage.ru_maxrss
 
 
 class Copies(WithRecording):

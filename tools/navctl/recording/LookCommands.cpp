@@ -1,6 +1,6 @@
 #include <map>
 #include <memory>
-#include <set>
+#include <utility>
 
 #include "tools/navctl/UsageProblem.h"
 #include "tools/navctl/recording/Recording.h"
@@ -10,6 +10,7 @@
 namespace {
 
 constexpr std::uint64_t kMostDifferences = 100; // that are told one by one
+constexpr std::size_t kBytesAtOnce = 65536;     // of what is written while it is read
 
 struct CLookOptions
 {
@@ -122,7 +123,7 @@ void List(CContext& context, const CLookOptions& options)
                       ? between + json.dump(-1, ' ', false, Json::error_handler_t::replace)
                       : Printable(ItemText(item)) + "\n";
         between = ",";
-        if (pieces.size() > 65536) {
+        if (pieces.size() > kBytesAtOnce) {
             context.Output().Write(pieces);
             pieces.clear();
         }
@@ -166,28 +167,38 @@ std::string CsvField(const std::string& text)
     return field + "\"";
 }
 
+/// Writes rows as they are read; in JSON, as pieces of one text.
+void GiveRows(CContext& context, std::string& rows)
+{
+    if (context.WritesJson()) {
+        rows = Json(rows).dump(-1, ' ', false, Json::error_handler_t::replace);
+        rows = rows.substr(1, rows.size() - 2);
+    }
+    context.Output().Write(rows);
+    rows.clear();
+}
+
 void ToCsv(CContext& context, const CLookOptions& options)
 {
-    std::string pieces = "number,time,client,kind,name,request,error,value\n";
+    std::string rows = "number,time,client,kind,name,request,error,value\n";
+    std::string start = context.WritesJson() ? "{\"content\":\"" : "";
     const bool isRead = ForEach(context, options.file, options.filter, [&](CRecordedItem& item) {
         const std::string value = item.value.dump(-1, ' ', false, Json::error_handler_t::replace);
-        pieces += std::to_string(item.number) + "," + TimeText(item.time) + "," +
-                  std::to_string(item.client) + "," + NameOf(item.kind) + "," +
-                  CsvField(item.name) + "," + std::to_string(item.request) + "," +
-                  (item.isError ? "1," : "0,") + CsvField(value) + "\n";
-        if (pieces.size() > 65536 && !context.WritesJson()) {
-            context.Output().Write(pieces);
-            pieces.clear();
+        rows += std::to_string(item.number) + "," + TimeText(item.time) + "," +
+                std::to_string(item.client) + "," + NameOf(item.kind) + "," + CsvField(item.name) +
+                "," + std::to_string(item.request) + "," + (item.isError ? "1," : "0,") +
+                CsvField(value) + "\n";
+        if (rows.size() > kBytesAtOnce) {
+            context.Output().Write(std::exchange(start, {}));
+            GiveRows(context, rows);
         }
         return !context.Output().HasFailed();
     });
-    if (!isRead) {
-        return;
+    if (isRead) {
+        context.Output().Write(start);
+        GiveRows(context, rows);
+        context.Output().Write(context.WritesJson() ? "\"}\n" : "");
     }
-    if (context.WritesJson()) {
-        return context.Print({{"content", pieces}}, "");
-    }
-    context.Output().Write(pieces);
 }
 
 /// The next message of a recording that is part of a comparison: times and numbers of messages are
