@@ -86,8 +86,7 @@ double MeasureRound(CNavigationAPI& navigation, int calls, std::vector<double>& 
     return medians.back();
 }
 
-void MeasureOn(CResults& results, int clientsCore, int servicesCore, const std::string& where,
-               const Target& target)
+void MeasureOn(CResults& results, int clientsCore, int servicesCore, const std::string& where)
 {
     const CTcp listener = CTcp::Listen(Benchmarks::kServicePort);
     const auto serve = [&listener, servicesCore] {
@@ -114,8 +113,10 @@ void MeasureOn(CResults& results, int clientsCore, int servicesCore, const std::
     if (!recorded.LastRecordingError().empty()) {
         throw std::runtime_error(recorded.LastRecordingError());
     }
-    results.Add({"EngageSteering with a recording, " + where + ", p50", "µs", target}, with,
-                "without a recording", without);
+    results.Add({"EngageSteering with a recording, " + where + ", p50",
+                 "µs",
+                 {Target::ESense::AtMost, 1.10}},
+                with, "without a recording", without);
 }
 
 void WriteFile(const std::string& path, std::uint64_t megabytes)
@@ -189,10 +190,9 @@ void Measure(CResults& results)
         }
     }
     if (usable.size() > 1) {
-        MeasureOn(results, usable[0], usable[1], "service on another core",
-                  {Target::ESense::AtMost, 1.10});
+        MeasureOn(results, usable[0], usable[1], "service on another core");
     }
-    MeasureOn(results, usable[0], usable[0], "all on one core", {});
+    MeasureOn(results, usable[0], usable[0], "all on one core");
 }
 
 } // namespace

@@ -21,6 +21,64 @@ ERecorded KindOf(std::int64_t kind, bool fromApplication)
     return fromApplication ? ERecorded::Notification : ERecorded::Event;
 }
 
+/// Takes a number, in big-endian bytes, off the front.
+std::uint64_t TakeNumber(std::string_view& bytes, std::size_t count)
+{
+    std::uint64_t number = 0;
+    for (const char byte : bytes.substr(0, count)) {
+        number = number << 8U | static_cast<unsigned char>(byte);
+    }
+    bytes.remove_prefix(std::min(count, bytes.size()));
+    return number;
+}
+
+/// How numbers or the lengths of texts begin.
+struct Front
+{
+    unsigned first;      ///< byte that holds the number itself: 0
+    unsigned mostWithin; ///< number that is held so
+    unsigned firstLong;  ///< byte behind which the number has 1 byte; 2, 4 and 8 behind the next
+    unsigned longForms;
+};
+constexpr Front kNumber{0x00, 0x7F, 0xCC, 4}; // from 0 on
+constexpr Front kText{0xA0, 0x1F, 0xD9, 3};
+
+bool TakeFront(std::string_view& bytes, const Front& front, std::uint64_t& number)
+{
+    const auto byte = static_cast<unsigned>(TakeNumber(bytes, 1));
+    if (byte >= front.first && byte - front.first <= front.mostWithin) {
+        number = byte - front.first;
+        return true;
+    }
+    const unsigned form = byte - front.firstLong; // more than there are where the byte is less
+    number = form < front.longForms ? TakeNumber(bytes, std::size_t{1} << form) : 0;
+    return form < front.longForms;
+}
+
+/// Reads what a message is, and no value.
+///
+/// @return false for one that is written in an unusual way, or that is none.
+bool ReadHead(std::string_view bytes, CRecordedItem& item)
+{
+    const std::uint64_t size = TakeNumber(bytes, 1);
+    const std::uint64_t kind = TakeNumber(bytes, 1);
+    std::uint64_t id = 0;
+    std::uint64_t length = 0;
+    if (kind > 2 || size != (kind == 2 ? 0x93 : 0x94) ||
+        (kind != 2 && !TakeFront(bytes, kNumber, id))) {
+        return false;
+    }
+    if (kind != 1) {
+        if (!TakeFront(bytes, kText, length) || length > bytes.size()) {
+            return false;
+        }
+        item.name = bytes.substr(0, static_cast<std::size_t>(length));
+    }
+    item.id = id;
+    item.kind = KindOf(static_cast<std::int64_t>(kind), item.fromApplication);
+    return true;
+}
+
 } // namespace
 
 const char* NameOf(ERecorded kind)
@@ -54,7 +112,9 @@ bool ReadLinkMessage(std::string_view bytes, bool fromApplication, CRecordedItem
     }
     item.kind = KindOf(kind, fromApplication);
     item.id = kind == 2 ? 0 : message[1].get<std::uint64_t>();
-    item.name = kind == 1 ? "" : message[name].get<std::string>();
+    if (kind != 1) { // a reply has the name of its request
+        item.name = message[name].get<std::string>();
+    }
     item.isError = kind == 1 && !message[2].is_null();
     item.value = std::move(message[item.isError ? 2 : message.size() - 1]);
     return true;
@@ -95,18 +155,25 @@ bool CLinkItems::Next(CRecordedItem& item)
     item.fromApplication = m_direction == ELinkDirection::ToService;
     Fill(found->second, item,
          result == CMessageCutter::EResult::Complete ? bytes : std::string_view());
-    stream.isBad = item.kind == ERecorded::Bad;
+    stream.isBad = result == CMessageCutter::EResult::Bad;
     return true;
 }
 
 void CLinkItems::Fill(Link& link, CRecordedItem& item, std::string_view bytes)
 {
     item.bytes = bytes;
-    if (ReadLinkMessage(bytes, item.fromApplication, item)) {
+    const bool hasHead = m_wanted && ReadHead(bytes, item);
+    if (hasHead) {
         Pair(link, item);
-    } else {
+        if (!m_wanted(item)) {
+            return;
+        }
+    }
+    if (!ReadLinkMessage(bytes, item.fromApplication, item)) {
         item.value = item.fromApplication ? "bytes of the application that are no message"
                                           : "bytes of the service that are no message";
+    } else if (!hasHead) {
+        Pair(link, item);
     }
 }
 

@@ -5,9 +5,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -23,7 +25,7 @@ enum class ERecorded
     Reply,        ///< to a request of the application
     Event,
     Other, ///< a request of the service, or the answer to one
-    Bad,   ///< what is no message; the direction cannot be read on until the next connection
+    Bad,   ///< what is no message; of where none ends, nothing more comes of the direction
 };
 
 /// The word for a kind: "request".
@@ -61,6 +63,14 @@ bool ReadLinkMessage(std::string_view bytes, bool fromApplication, CRecordedItem
 class CLinkItems
 {
 public:
+    /// Reads the values of those messages alone that are wanted, which takes the most time; others
+    /// come without.
+    ///
+    /// @param wanted is given a message without its value; empty for all.
+    void ReadValuesOf(std::function<bool(const CRecordedItem& item)> wanted)
+    {
+        m_wanted = std::move(wanted);
+    }
     /// A connection is there from now on; what was unfinished on its link is forgotten.
     void Open(std::uint16_t link, std::uint64_t client);
     /// A connection has ended, of which nothing more comes.
@@ -96,6 +106,7 @@ private:
     void Fill(Link& link, CRecordedItem& item, std::string_view bytes);
     static void Pair(Link& link, CRecordedItem& item);
 
+    std::function<bool(const CRecordedItem&)> m_wanted;
     std::map<std::uint16_t, Link> m_links;
     std::uint64_t m_count = 0;
     // Of the bytes that came last:

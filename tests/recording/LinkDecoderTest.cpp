@@ -153,6 +153,76 @@ TEST(LinkDecoder, DecodesTheSameInWhateverPortionsBytesCome)
     }
 }
 
+TEST(LinkItems, AreTheSameWhetherValuesAreReadOrNot)
+{
+    const std::string messages =
+        Packed({0, 5, "EngageSteering", {1}}) + Packed({0, 300, std::string(40, 'n'), {1}}) +
+        Packed({0, 70'000, std::string(300, 'n'), {1}}) +
+        Packed({0, 5'000'000'000, "StopNavigation", {1}}) + Packed({2, "subscribe", {1}}) +
+        Packed({1, 1, nullptr, 7}) + "\x94\xcc\x00\x09\xa1q\x90" + // a number in an unusual way
+        Packed({0, 1, 2, 3}) + Packed({0, -1, "x", {1}});
+    CLinkItems whole;
+    CLinkItems none;
+    CLinkItems all;
+    none.ReadValuesOf([](const CRecordedItem&) { return false; });
+    all.ReadValuesOf([](const CRecordedItem&) { return true; });
+    CRecordedItem item;
+    CRecordedItem without;
+    CRecordedItem with;
+    int count = 0;
+    for (const auto direction : {ELinkDirection::ToService, ELinkDirection::ToApplication}) {
+        for (CLinkItems* const items : {&whole, &none, &all}) {
+            items->Add(1, 1, direction, messages);
+        }
+        while (whole.Next(item)) {
+            ASSERT_TRUE(none.Next(without) && all.Next(with));
+            ++count;
+            EXPECT_EQ(item.value, with.value);
+            for (const CRecordedItem& other : {without, with}) {
+                EXPECT_EQ(item.number, other.number);
+                EXPECT_EQ(item.kind, other.kind);
+                EXPECT_EQ(item.name, other.name);
+                EXPECT_EQ(item.id, other.id);
+                EXPECT_EQ(item.bytes, other.bytes);
+            }
+        }
+    }
+    EXPECT_EQ(18, count);
+}
+
+TEST(LinkItems, ReadNoValueThatIsNotWanted)
+{
+    CLinkItems items;
+    items.ReadValuesOf([](const CRecordedItem& head) { return head.name == "b"; });
+    items.Add(1, 1, ELinkDirection::ToService, Packed({0, 1, "a", {1}}) + Packed({0, 2, "b", {2}}));
+    items.Add(2, 1, ELinkDirection::ToService, "");
+    CRecordedItem item;
+    ASSERT_TRUE(items.Next(item));
+    EXPECT_TRUE(item.value.is_null());
+    ASSERT_TRUE(items.Next(item));
+    EXPECT_EQ(Json({2}), item.value);
+    items.Add(3, 1, ELinkDirection::ToApplication,
+              Packed({1, 1, nullptr, 7}) + Packed({1, 2, nullptr, 8}));
+    ASSERT_TRUE(items.Next(item));
+    EXPECT_EQ("a", item.name);
+    EXPECT_TRUE(item.value.is_null());
+    ASSERT_TRUE(items.Next(item));
+    EXPECT_EQ("b", item.name);
+    EXPECT_EQ(8, item.value);
+}
+
+TEST(LinkDecoder, GoesOnBehindWhatIsNoMessage)
+{
+    CDecoding decoding;
+    decoding.Open(1, 1);
+    decoding.Ask({0, 1, 2, 3, 4});                                        // too many parts
+    decoding.Say(ELinkDirection::ToService, "\x93\x02\xa1x\x81\x01\x02"); // a number as a key
+    decoding.Ask({2, "subscribe", {"cb_offsets"}});
+    decoding.Say(ELinkDirection::ToService, "\xc1"); // where that ends nobody knows
+    decoding.Ask({2, "subscribe", {"cb_speed"}});
+    EXPECT_EQ(1U, decoding.Finish()["/operations/subscribe"].size());
+}
+
 TEST(LinkDecoder, ForgetsWhatWasUnfinishedWhenALinkIsOpenedAnew)
 {
     CDecoding decoding;

@@ -103,6 +103,10 @@ bool ForEach(CContext& context, const std::string& file, const CItemFilter& filt
         return false;
     }
     CRecording recording(file);
+    if (filter.text.empty()) {
+        recording.Link().ReadValuesOf(
+            [&](const CRecordedItem& head) { return span.Has(head.time) && Passes(head, filter); });
+    }
     CRecordedItem item;
     while (recording.NextItem(item) == EMcapStep::Record) {
         if (span.Has(item.time) && Passes(item, filter) && !take(item)) {
@@ -137,11 +141,11 @@ void List(CContext& context, const CLookOptions& options)
 void Show(CContext& context, const CLookOptions& options)
 {
     CRecordedItem found;
-    const bool isRead = ForEach(context, options.file, {}, [&](CRecordedItem& item) {
-        if (item.number == options.number) {
-            found = std::move(item);
-        }
-        return found.number == 0;
+    CItemFilter filter;
+    filter.number = options.number;
+    const bool isRead = ForEach(context, options.file, filter, [&](CRecordedItem& item) {
+        found = std::move(item);
+        return false;
     });
     if (!isRead) {
         return;

@@ -21,6 +21,12 @@ public:
     /// @param record called with the reader at the record: whether it is a message of the link.
     void HandOn(std::function<void(bool isOfLink)> record) { m_handOn = std::move(record); }
 
+    /// Reads the values of those messages alone that are wanted; see CLinkItems.
+    void ReadValuesOf(std::function<bool(const CRecordedItem& item)> wanted)
+    {
+        m_items.ReadValuesOf(std::move(wanted));
+    }
+
     /// Goes to the next message.
     ///
     /// @return Record where there is one; otherwise as CMcapReader.

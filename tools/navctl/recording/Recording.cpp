@@ -181,6 +181,7 @@ bool Passes(const CRecordedItem& item, const CItemFilter& filter)
 {
     return (filter.operation.empty() || item.name == filter.operation) &&
            (filter.client == 0 || item.client == filter.client) &&
+           (filter.number == 0 || item.number == filter.number) &&
            (filter.text.empty() ||
             (item.name + " " + ShortText(item.value, 1'000'000)).find(filter.text) !=
                 std::string::npos);

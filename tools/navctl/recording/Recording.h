@@ -64,6 +64,7 @@ struct CItemFilter
     std::string from;      ///< a time, or seconds since the start of the recording
     std::string to;
     std::uint64_t client = 0; ///< 0 for all
+    std::uint64_t number = 0; ///< of the message; 0 for all
 };
 
 /// A span of time, read from the words of a command line when the start of the recording is known.
