@@ -1,6 +1,6 @@
 # Kestrove::Navigation, what an application links: client, waylines and the bundled runtime.
 
-set(parts kestrove_wayline kestrove_api kestrove_runtime)
+set(parts kestrove_wayline kestrove_api kestrove_runtime kestrove_recording)
 list(TRANSFORM parts REPLACE "(.+)" "$<TARGET_OBJECTS:\\1>" OUTPUT_VARIABLE part_objects)
 kestrove_closed_objects(closed_navigation PARTS ${parts})
 if(BUILD_SHARED_LIBS)

@@ -129,6 +129,22 @@ public:
     ///         kept.
     [[nodiscard]] unsigned long DroppedEvents() const;
 
+    /// Records what goes over the link into a file, until StopRecording() or the end of this
+    /// object, in place of the present recording. A matter of the bundled runtime, which also
+    /// records every connection object of a process whose environment has KESTROVE_RECORD;
+    /// docs/recording.md tells the form. What goes wrong later ends the recording and nothing else.
+    ///
+    /// @param path the file: made readable for its user alone, never overwritten, and followed by
+    ///        further ones ("drive.2.mcap" behind "drive.mcap") when it reaches its limit.
+    /// @return false when it could not be begun; LastRecordingError() tells why.
+    bool StartRecording(const std::string& path);
+    /// Ends the recording, also one that the environment has asked for; nothing happens where there
+    /// is none.
+    void StopRecording();
+    /// @return why a recording could not be begun or has ended by itself, for people; empty when
+    ///         neither has happened since the last one was begun.
+    [[nodiscard]] std::string LastRecordingError() const;
+
 protected:
     int m_timeoutMilliseconds = 2000; ///< what SetTimeout() has set
     /// What has arrived and what is registered; the runtime's own.

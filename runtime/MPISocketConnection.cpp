@@ -151,3 +151,18 @@ unsigned long MPISocketConnectionC::DroppedEvents() const
 {
     return m_messages->events.Dropped();
 }
+
+bool MPISocketConnectionC::StartRecording(const std::string& path)
+{
+    return m_socket->recorder.Start(path, m_messages->IsUp() ? m_socket->Peer() : "");
+}
+
+void MPISocketConnectionC::StopRecording()
+{
+    m_socket->recorder.Stop();
+}
+
+std::string MPISocketConnectionC::LastRecordingError() const
+{
+    return m_socket->recorder.Error();
+}

@@ -15,6 +15,8 @@ void MPIServiceHandlerC::Subscribed(ClientNumber, const std::string&) {}
 void MPIServiceHandlerC::ClientConnected(ClientNumber) {}
 void MPIServiceHandlerC::ClientDropped(ClientNumber, const std::string&) {}
 void MPIServiceHandlerC::ClientDisconnected(ClientNumber, const std::string&) {}
+void MPIServiceHandlerC::BytesReceived(ClientNumber /*client*/, std::string_view /*bytes*/) {}
+void MPIServiceHandlerC::BytesSent(ClientNumber /*client*/, std::string_view /*bytes*/) {}
 void MPIServiceHandlerC::ConnectionsWait(const std::string&) {}
 
 void MPIServiceHandlerC::HandlerFailed(ClientNumber client, const std::string& name,

@@ -7,6 +7,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "platform/BElement.h"
 
@@ -47,6 +48,10 @@ public:
     /// Connections have to wait, for example for want of descriptors, and closing one does not
     /// help. Told once, until one can be taken again.
     virtual void ConnectionsWait(const std::string& reason);
+    /// Bytes have come from a client, before they are decoded; for who records the link.
+    virtual void BytesReceived(ClientNumber client, std::string_view bytes);
+    /// The system has taken bytes for a client; likewise.
+    virtual void BytesSent(ClientNumber client, std::string_view bytes);
     /// Something failed that nobody waits for an answer to: a notification (or one of the calls
     /// above) whose handler threw, or a subscription without a name. Writes a line to standard
     /// error. An exception that leaves RequestReceived() does not come here: it is the answer.

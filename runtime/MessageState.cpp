@@ -71,6 +71,7 @@ bool MessageStateC::IsStill(unsigned long present)
 
 bool MessageStateC::Lose(ELinkError code, std::string reason)
 {
+    SocketState().recorder.Closed(reason);
     connection.Close();
     return SocketState().Fail(code, std::move(reason));
 }
@@ -93,6 +94,9 @@ bool MessageStateC::SendWhole(const char* data, std::size_t size, const Deadline
     while (gone < size && IsStill(present)) {
         std::size_t sent = 0;
         const ETransfer outcome = tcp.Send(data + gone, size - gone, sent);
+        if (sent > 0) { // while the service is at work on it
+            SocketState().recorder.Sent(data + gone, sent);
+        }
         gone += sent;
         if (outcome == ETransfer::Closed) {
             // What the peer had sent before it closed still counts.
@@ -133,8 +137,12 @@ ETransfer MessageStateC::Receive(bool mayWait, std::size_t& received)
     if (outcome != ETransfer::Done) {
         return outcome;
     }
+    socket.recorder.Received(space, received);
     m_decoder.Arrived(received);
     const bool isWellFormed = SortArrived();
+    if (socket.recorder.IsOn() && !m_isSending && !m_decoder.InMessage()) {
+        socket.recorder.BetweenMessages();
+    }
     connection.DataReceived();
     connection.DataReceivedFrom(socket.tcp.PeerHost(), socket.tcp.PeerPort());
     if (!isWellFormed && IsStill(present)) {

@@ -324,6 +324,7 @@ bool ServerConnectionC::Receive(bool& mayHaveMore, std::size_t most)
     }
     mayHaveMore = count == room;
     m_lastGrowth = std::chrono::steady_clock::now();
+    TellRead(space, count);
     m_decoder.Arrived(count);
     return true;
 }

@@ -7,6 +7,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 
 #include <asio/error_code.hpp>
 #include <asio/io_context.hpp>
@@ -47,6 +48,10 @@ public:
     virtual void ProgressAwaited(ServerConnectionC& connection) = 0;
     /// The connection holds `now` bytes and no longer `before`. May close any connection.
     virtual void HeldChanged(std::size_t before, std::size_t now) = 0;
+    /// Bytes have been read. Does nothing unless overridden.
+    virtual void BytesRead(ServerConnectionC& /*connection*/, std::string_view /*bytes*/) {}
+    /// The system has taken bytes. Likewise.
+    virtual void BytesWritten(ServerConnectionC& /*connection*/, std::string_view /*bytes*/) {}
 };
 
 /// One client of a service: reads messages, and queues and writes bytes without ever waiting.
@@ -183,6 +188,8 @@ private:
     void FlushLater();
     void Flush();
     void Written(std::size_t count);
+    void TellWritten(std::size_t count);
+    void TellRead(const char* bytes, std::size_t count);
     void SendRestAtOnce();
     void Lost(const std::string& reason);
 

@@ -31,6 +31,7 @@ bool ServerConnectionC::ReadAhead()
         const std::size_t count = m_socket.read_some(asio::buffer(portion), error);
         if (count > 0) {
             m_lastGrowth = std::chrono::steady_clock::now();
+            TellRead(portion.data(), count);
             m_ahead.emplace_back(portion.data(), count);
             m_aheadBytes += count;
         } else if (error != asio::error::would_block && error != asio::error::try_again) {
@@ -40,6 +41,13 @@ bool ServerConnectionC::ReadAhead()
     }
     CountHeld();
     return mayHaveMore;
+}
+
+void ServerConnectionC::TellRead(const char* bytes, std::size_t count)
+{
+    if (const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock()) {
+        owner->BytesRead(*this, {bytes, count});
+    }
 }
 
 /// @return how many bytes, read ahead, have been put where the decoder wants them.

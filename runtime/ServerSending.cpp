@@ -83,8 +83,17 @@ void ServerConnectionC::Flush()
         });
 }
 
+/// Tells of the first bytes of the portion that is being sent.
+void ServerConnectionC::TellWritten(std::size_t count)
+{
+    if (const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock()) {
+        owner->BytesWritten(*this, m_outgoing.Next().substr(0, count));
+    }
+}
+
 void ServerConnectionC::Written(std::size_t count)
 {
+    TellWritten(count);
     m_outgoing.Sent(count, kKeptBytes);
     if (m_isEnding) {
         m_lastGrowth = std::chrono::steady_clock::now();
@@ -102,7 +111,9 @@ void ServerConnectionC::SendRestAtOnce()
     asio::error_code error;
     while (!m_isWriting && !error && m_outgoing.Size() > 0) {
         const std::string_view portion = m_outgoing.Next();
-        m_outgoing.Sent(m_socket.write_some(asio::buffer(portion.data(), portion.size()), error),
-                        kKeptBytes);
+        const std::size_t count =
+            m_socket.write_some(asio::buffer(portion.data(), portion.size()), error);
+        TellWritten(count);
+        m_outgoing.Sent(count, kKeptBytes);
     }
 }

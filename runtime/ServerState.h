@@ -75,6 +75,18 @@ private:
     void SendingWanted(ServerConnectionC& connection) override;
     void ProgressAwaited(ServerConnectionC& connection) override;
     void HeldChanged(std::size_t before, std::size_t now) override;
+    void BytesRead(ServerConnectionC& connection, std::string_view bytes) override
+    {
+        if (m_handler != nullptr) {
+            m_handler->BytesReceived(connection.Number(), bytes);
+        }
+    }
+    void BytesWritten(ServerConnectionC& connection, std::string_view bytes) override
+    {
+        if (m_handler != nullptr) {
+            m_handler->BytesSent(connection.Number(), bytes);
+        }
+    }
     void PostFirstTurns();
     void GiveFirstTurns();
     void PostTurn();

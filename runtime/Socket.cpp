@@ -16,11 +16,13 @@ Socket::~Socket() = default;
 bool Socket::Accept(int descriptor)
 {
     Close();
+    m_socket->recorder.Opening();
     if (!m_socket->tcp.TakeOver(descriptor)) {
         return m_socket->Fail(ELinkError::NotConnected, "no connected stream socket");
     }
     m_socket->Succeed();
     ++m_socket->connections;
+    m_socket->recorder.Opened(m_socket->Peer());
     m_accepted = true;
     Connected();
     return m_accepted;
@@ -56,12 +58,15 @@ bool Socket::Connect(std::string host, unsigned short port, int timeoutMilliseco
     state.port = port;
     state.timeoutMilliseconds = timeoutMilliseconds;
     const int limit = timeoutMilliseconds < 0 ? kOwnConnectLimitMilliseconds : timeoutMilliseconds;
+    state.recorder.Opening();
     state.error = state.tcp.Open(state.host, port, DeadlineC::After(limit));
     m_connected = state.tcp.IsOpen();
     m_accepted = false; // whatever a hook has opened in the meantime is gone
     if (!m_connected) {
+        state.recorder.Refused(state.error.text);
         return false;
     }
+    state.recorder.Opened(state.Peer());
     ++state.connections;
     Connected();
     return m_connected;
@@ -72,6 +77,7 @@ void Socket::Close()
     const bool wasUp = m_connected || m_accepted;
     m_connected = false;
     m_accepted = false;
+    m_socket->recorder.Closed("the application closed the connection");
     m_socket->tcp.Close();
     if (wasUp) {
         Disconnected();

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/LinkError.h"
+#include "runtime/LinkRecorder.h"
 #include "runtime/TcpSocket.h"
 
 /// What a Socket knows beside its two flags.
@@ -11,6 +12,7 @@ struct SocketStateC
 {
     TcpSocketC tcp;
     LinkErrorC error;
+    LinkRecorderC recorder;
 
     // Where Connect() led last; the port is 0 before.
     std::string host;
@@ -19,6 +21,13 @@ struct SocketStateC
 
     /// Counts connections, so that what belongs to an earlier one is told from the present one.
     unsigned long connections = 0;
+
+    /// Whom the connection leads to, for people; empty where there is none.
+    std::string Peer() const
+    {
+        return tcp.Descriptor() < 0 ? std::string()
+                                    : tcp.PeerHost() + " port " + std::to_string(tcp.PeerPort());
+    }
 
     void Succeed()
     {

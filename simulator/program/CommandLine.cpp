@@ -112,6 +112,11 @@ void AddServiceOptions(CLI::App& app, ProgramOptions& options)
     app.add_option("--track", options.trackFile, "Write the drive to a file as CSV")
         ->check(kFileName)
         ->type_name("FILE");
+    app.add_option(
+           "--record", options.recordFile,
+           "Record the link of all clients, and how the machine really drives, into a new file")
+        ->check(kFileName)
+        ->type_name("FILE");
     AddChoice(app, "--log-level", options.logLevel, kLogLevels, "warning",
               "What is written to standard error: error, warning, info or debug");
     AddNumber(app, "--speed-factor", options.speedFactor, Within(0.01, 1000.0),

@@ -16,6 +16,7 @@ struct ProgramOptions
     std::optional<std::uint16_t> httpPort; ///< without one there is no live page
     std::string stateFile;                 ///< empty: nothing is kept
     std::string trackFile;                 ///< empty: the drive is not written down
+    std::string recordFile;                ///< empty: the link is not recorded
     ELogLevel logLevel = ELogLevel::Warning;
     double speedFactor = 1.0; ///< simulated seconds a real second
     SimulationOptions simulation;

@@ -115,6 +115,9 @@ EExitCode StartServing(const ProgramOptions& options, const CStateFile* settings
     if (!options.trackFile.empty()) {
         problem = link.Core().RecordTrack(options.trackFile, settings);
     }
+    if (problem.empty() && !options.recordFile.empty()) {
+        problem = link.RecordTo(options.recordFile);
+    }
     return problem.empty() ? kExitSuccess : kExitWrongOptions;
 }
 
@@ -140,6 +143,7 @@ void EndSaving(const ProgramOptions& options, CServiceLink& link,
                    " lacks the last settings: it could not be written at the end either");
     }
     link.Core().EndTrack(deadline);
+    link.EndRecording(deadline);
 }
 
 /// The most that there may be at once of clients, so that descriptors are left for the page and for

@@ -123,6 +123,9 @@ void CServiceCore::Step()
         return;
     }
     m_waylines.Record(m_feed.Height());
+    if (m_guided) {
+        m_guided(m_simulation);
+    }
     const std::string problem = m_recorder.Write(m_simulation);
     if (!problem.empty()) {
         m_log.Write(ELogLevel::Error, problem);

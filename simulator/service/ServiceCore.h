@@ -94,6 +94,8 @@ public:
     {
         return m_recorder.Open(path, settings);
     }
+    /// Has the world handed on each time that guidance has run.
+    void OnGuidance(std::function<void(const CSimulation&)> sink) { m_guided = std::move(sink); }
     /// Ends that file; see CTrackRecorder::Close().
     void EndTrack(std::chrono::steady_clock::time_point deadline) { m_recorder.Close(deadline); }
     /// The names of all operations.
@@ -125,6 +127,7 @@ private:
     COperationTable m_operations;
     CEvents m_events;
     CTrackRecorder m_recorder;
+    std::function<void(const CSimulation&)> m_guided;
     double m_untakenSeconds = 0.0;
     bool m_wasDropped = false;
 };

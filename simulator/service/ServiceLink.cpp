@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "simulator/service/ServiceRecorder.h"
+
 namespace {
 
 const char* const kEngage = "EngageSteering";
@@ -39,6 +41,8 @@ CServiceLink::CServiceLink(asio::io_context& loop, ServiceCoreOptions options, S
 {
     m_work.OnDisengaged([this] { m_disengaged = m_server.Arrival() + 1; });
 }
+
+CServiceLink::~CServiceLink() = default;
 
 ServiceCoreOptions CServiceLink::Publishing(ServiceCoreOptions options)
 {
@@ -136,6 +140,48 @@ void CServiceLink::ClientConnected(ClientNumber client)
 {
     const CWhileServing serving(m_served, client);
     m_log.Write(ELogLevel::Debug, "client " + std::to_string(client) + " connected");
+    if (m_recorder != nullptr) {
+        m_recorder->ClientConnected(client);
+    }
+}
+
+std::string CServiceLink::RecordTo(const std::string& path)
+{
+    auto recorder = std::make_unique<CServiceRecorder>();
+    const std::string wrong = recorder->Open(path);
+    if (!wrong.empty()) {
+        return wrong;
+    }
+    m_recorder = std::move(recorder);
+    m_core.OnGuidance([this](const CSimulation& world) {
+        m_recorder->Machine(world);
+        const std::string problem = m_recorder->TakeProblem();
+        if (!problem.empty()) {
+            m_log.Write(ELogLevel::Warning, problem);
+        }
+    });
+    return {};
+}
+
+void CServiceLink::EndRecording(std::chrono::steady_clock::time_point deadline)
+{
+    if (m_recorder != nullptr) {
+        m_recorder->Close(deadline);
+    }
+}
+
+void CServiceLink::BytesReceived(ClientNumber client, std::string_view bytes)
+{
+    if (m_recorder != nullptr) {
+        m_recorder->Bytes(client, ELinkDirection::ToService, bytes);
+    }
+}
+
+void CServiceLink::BytesSent(ClientNumber client, std::string_view bytes)
+{
+    if (m_recorder != nullptr) {
+        m_recorder->Bytes(client, ELinkDirection::ToApplication, bytes);
+    }
 }
 
 void CServiceLink::ClientDropped(ClientNumber client, const std::string& reason)
@@ -158,6 +204,9 @@ void CServiceLink::ClientDisconnected(ClientNumber client, const std::string& re
         m_held.erase(held);
     }
     m_log.Write(ELogLevel::Debug, "client " + std::to_string(client) + " is gone: " + reason);
+    if (m_recorder != nullptr) {
+        m_recorder->ClientDisconnected(client, reason);
+    }
 }
 
 void CServiceLink::HandlerFailed(ClientNumber client, const std::string& name,

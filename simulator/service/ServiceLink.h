@@ -1,16 +1,21 @@
 #ifndef KESTROVE_SIMULATOR_SERVICE_SERVICELINK_H
 #define KESTROVE_SIMULATOR_SERVICE_SERVICELINK_H
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
+#include <string_view>
 
 #include "runtime/MPISocketServer.h"
 #include "simulator/output/ServiceLog.h"
 #include "simulator/service/ServiceCore.h"
 #include "simulator/work/WorkQueue.h"
+
+class CServiceRecorder;
 
 /// The navigation service on the link: a service core and the server that carries messages between
 /// it and its clients.
@@ -31,6 +36,7 @@ public:
     /// @param limits of what the clients may have it hold.
     CServiceLink(asio::io_context& loop, ServiceCoreOptions options, ServedSink served = {},
                  const MPIServerLimitsC& limits = {});
+    ~CServiceLink() override;
 
     /// Starts to listen; see MPISocketServerC::Listen().
     std::string Listen(std::uint16_t port) { return m_server.Listen(port); }
@@ -39,6 +45,11 @@ public:
     /// How many bytes its connections hold of what is unfinished or waits.
     std::size_t HeldBytes() const { return m_server.HeldBytes(); }
     CServiceCore& Core() { return m_core; }
+    /// Records what goes over the link and how the machine really drives; see
+    /// CServiceRecorder::Open().
+    std::string RecordTo(const std::string& path);
+    /// Ends the recording; see CServiceRecorder::Close().
+    void EndRecording(std::chrono::steady_clock::time_point deadline);
 
 private:
     void RequestReceived(ClientNumber client, std::uint64_t requestNumber, const std::string& name,
@@ -49,6 +60,8 @@ private:
     void ClientConnected(ClientNumber client) override;
     void ClientDropped(ClientNumber client, const std::string& reason) override;
     void ConnectionsWait(const std::string& reason) override;
+    void BytesReceived(ClientNumber client, std::string_view bytes) override;
+    void BytesSent(ClientNumber client, std::string_view bytes) override;
     void ClientDisconnected(ClientNumber client, const std::string& reason) override;
     void HandlerFailed(ClientNumber client, const std::string& name,
                        const std::string& reason) override;
@@ -65,6 +78,7 @@ private:
 
     CServiceLog m_log;
     ServedSink m_served;
+    std::unique_ptr<CServiceRecorder> m_recorder; // null: nothing is recorded
     MPISocketServerC m_server;
     CWorkQueue m_work;
     CServiceCore m_core;

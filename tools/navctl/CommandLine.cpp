@@ -10,6 +10,7 @@
 #include "tools/navctl/manual/CompletionCommand.h"
 #include "tools/navctl/manual/ManualCommand.h"
 #include "tools/navctl/operations/OperationCommands.h"
+#include "tools/navctl/recording/RecordingCommand.h"
 #include "tools/navctl/watch/WatchCommand.h"
 #include "tools/navctl/wayline/WaylineCommand.h"
 
@@ -28,6 +29,9 @@ void AddCommonOptions(CLI::App& app, CContext& context)
         ->type_name("SECONDS")
         ->capture_default_str();
     app.add_flag("--json", context.options.json, "Write the result as one JSON value");
+    app.add_option("--record", context.options.recording,
+                   "Record the link into this file, which is not there yet")
+        ->type_name("FILE");
     app.add_flag("--trace", context.options.trace,
                  "Show the library's own trace lines on the standard error");
 }
@@ -59,6 +63,7 @@ void AddCommands(CLI::App& app, CContext& context)
     AddFeedCommand(app, context);
     AddWatchCommand(app, context);
     AddDoctorCommand(app, context);
+    AddRecordingCommand(app, context);
     AddManualCommand(app, context);
     AddCompletionCommand(app, context);
     AddVersionCommand(app, context);

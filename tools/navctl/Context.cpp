@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "recording/RecordingFiles.h"
 #include "tools/navctl/doctor/Probe.h"
 
 namespace {
@@ -33,8 +34,26 @@ CNavigationAPI& CContext::Navigation()
     if (m_navigation == nullptr) {
         m_navigation = std::make_unique<CNavigationAPI>();
         m_navigation->SetTimeout(Milliseconds(options.timeoutSeconds));
+        Record();
     }
     return *m_navigation;
+}
+
+/// Records the link, as far as that is asked for: a further connection object of the command has a
+/// further file.
+void CContext::Record()
+{
+    if (options.recording.empty()) {
+        return;
+    }
+    ++m_connections;
+    const std::string path =
+        m_connections == 1
+            ? options.recording
+            : NumberedPath(options.recording, "connection" + std::to_string(m_connections));
+    if (!m_navigation->StartRecording(path)) {
+        WriteError("nothing is recorded: " + m_navigation->LastRecordingError());
+    }
 }
 
 void CContext::WaitLonger(double moreSeconds)

@@ -40,6 +40,7 @@ public:
         double timeoutSeconds = 2.0; ///< longest wait for a reply
         bool json = false;           ///< one JSON value in place of text
         bool trace = false;          ///< the library's trace lines on the standard error
+        std::string recording;       ///< the file to record the link into; empty for none
     };
     Options options;
 
@@ -99,10 +100,12 @@ public:
     EExitCode ExitCode() const { return m_exitCode; }
 
 private:
+    void Record();
     void FailBy(const CLinkFailure& failure, const LinkErrorC& error, const std::string& late);
 
     COutput& m_output;
     std::unique_ptr<CNavigationAPI> m_navigation;
+    unsigned m_connections = 0; ///< that have been recorded
     EExitCode m_exitCode = kExitDone;
     Json m_moreOfFailures = Json::object();
 };

@@ -61,7 +61,7 @@ int ColumnsOfErrors()
 
 std::string ProgressLine(const FeedState& state, const ProgressStyle& style)
 {
-    std::string text = std::to_string(state.sent) + (state.sent == 1 ? " sample" : " samples");
+    std::string text = std::to_string(state.sent) + " " + state.what + (state.sent == 1 ? "" : "s");
     if (state.skipped > 0) {
         text += ", " + std::to_string(state.skipped) + " skipped";
     }

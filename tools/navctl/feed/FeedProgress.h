@@ -12,6 +12,7 @@ struct FeedState
     std::uint64_t sent = 0;      ///< samples
     std::uint64_t skipped = 0;   ///< sentences or rows
     double seconds = 0.0;        ///< since the start
+    const char* what = "sample"; ///< is sent or read
 };
 
 /// How a progress line is drawn.

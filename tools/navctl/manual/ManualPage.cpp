@@ -198,6 +198,8 @@ std::string Tail()
            Tagged("5", "What answers does not keep the protocol, or ended the connection without "
                        "a reply.") +
            Tagged("6", "The output cannot be written.") + ".SH ENVIRONMENT\n" +
+           Tagged("KESTROVE_RECORD", "A folder: what goes over the link is recorded into a new "
+                                     "file there; see recording.md.") +
            Tagged("NO_COLOR", "Not empty: no colours.") +
            Tagged("LC_ALL, LC_CTYPE, LANG",
                   "With UTF-8 in the first that is set, the lightbar has round lamps.") +

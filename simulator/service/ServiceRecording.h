@@ -1,0 +1,62 @@
+#ifndef KESTROVE_SIMULATOR_SERVICE_SERVICERECORDING_H
+#define KESTROVE_SIMULATOR_SERVICE_SERVICERECORDING_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "recording/LinkRecording.h"
+#include "recording/LiveFile.h"
+#include "recording/decoding/LinkDecoder.h"
+#include "recording/decoding/LinkItems.h"
+
+/// How the machine really is at a moment.
+struct MachineMoment
+{
+    double seconds; ///< simulated
+    double east;
+    double north;
+    double heading;
+    double measuredEast;
+    double measuredNorth;
+    double speed;
+    double steeringAngle;
+    double crossTrackError;
+    bool isEngaged;
+};
+
+/// The file of a service's recording: the bytes of the links, what they mean in JSON, and the
+/// machine.
+///
+/// What fails makes false of all further calls; Problem() tells why. Thread safety: none.
+class CServiceRecording
+{
+public:
+    /// Begins a file, which must not be there yet; for its user alone.
+    bool Begin(const std::string& path);
+    /// A connection was opened or closed.
+    bool State(std::uint64_t time, std::uint16_t link, std::uint64_t client, ELinkState state,
+               const std::string& text);
+    bool Bytes(std::uint64_t time, std::uint16_t link, ELinkDirection direction,
+               std::string_view bytes);
+    /// Guidance has run. Looks once a second whether the file is still there.
+    bool Machine(std::uint64_t time, const MachineMoment& moment);
+    /// Writes the bytes alone from now on; what they mean can be added to the file later.
+    void StopDecoding() { m_isDecoding = false; }
+    /// Ends the file with its summary.
+    bool Finish();
+    const std::string& Problem() const { return m_file.Problem(); }
+
+private:
+    bool IsStillThere(std::uint64_t time);
+
+    CLiveFile m_file;
+    CLinkRecording m_recording{m_file};
+    CLinkItems m_items;
+    CLinkDecoder m_decoder{m_recording.Writer()};
+    bool m_isDecoding = true;
+    std::uint32_t m_moments = 0;
+    std::uint64_t m_nextLook = 0;
+};
+
+#endif

@@ -1,0 +1,17 @@
+#ifndef KESTROVE_TOOLS_NAVCTL_RECORDING_CHUNKS_H
+#define KESTROVE_TOOLS_NAVCTL_RECORDING_CHUNKS_H
+
+#include <map>
+#include <string>
+
+#include "recording/McapReader.h"
+#include "recording/McapWriter.h"
+
+/// Chunks of a mebibyte that are compressed with zstd.
+CMcapChunking ZstdChunking();
+
+/// The decompressions that navctl has: zstd. What is decompressed has the size that its chunk
+/// announces or is refused.
+std::map<std::string, CMcapReader::Decompression> Decompressions();
+
+#endif
