@@ -171,11 +171,10 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     }
     const auto shares = DescriptorLimit::Divide(options.httpPort ? HttpLimits().connections : 0);
     const auto memory = MemoryLimit::Divide(MemoryLimit::Allowed());
-    const KeepState keepState = [&saver] { return saver->State(); };
     CServiceLink link(
         loop,
         {options.simulation, kept.values, keep, options.httpPort ? trail.Sink() : EventSink(),
-         log.Sink(), nullptr, keepState},
+         log.Sink(), nullptr, [&saver] { return saver->State(); }},
         [&limited](ClientNumber client) { limited.Serve(client); },
         LimitsOf(shares, memory.clients));
     std::optional<CLivePage> page;
