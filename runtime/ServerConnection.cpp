@@ -1,6 +1,7 @@
 #include "runtime/ServerConnection.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include <asio/buffer.hpp>
@@ -130,11 +131,27 @@ void ServerConnectionC::BytesWait()
     }
 }
 
+/// Does what takes memory for what the client sends. Where the process has none left it costs this
+/// connection, which gives back what it has, and nobody else.
+///
+/// @return whether there is more to do.
+template <typename Work>
+bool ServerConnectionC::WithMemory(Work work)
+{
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        Lost("there is no memory for what it sends");
+        return false;
+    }
+}
+
 void ServerConnectionC::TakeTurn()
 {
     const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock();
     const bool maySend = m_open && !(m_isHeld && IsWaitingFull());
-    const bool mayHaveMore = maySend && m_decoder.InMessage() && ReadAhead();
+    const bool mayHaveMore =
+        maySend && m_decoder.InMessage() && WithMemory([this] { return ReadAhead(); });
     if (m_open && IsLeft()) {
         InputEnded();
     } else if (mayHaveMore && m_open && owner != nullptr) {
@@ -162,7 +179,7 @@ void ServerConnectionC::TakeTurn(int mostReads)
         return;
     }
     m_serving = true;
-    const bool isDone = ServeForATurn(*owner, mostReads);
+    const bool isDone = !WithMemory([&] { return !ServeForATurn(*owner, mostReads); });
     m_serving = false;
     if (!m_open) {
         GiveAway();

@@ -171,6 +171,8 @@ private:
     bool IsWaitingFull() const;
     bool Receive(bool& mayHaveMore, std::size_t most);
     bool ReadAhead();
+    template <typename Work>
+    bool WithMemory(Work work);
     std::size_t TakeAhead(char* space, std::size_t room);
     bool IsLeft() const;
     std::string EndReason() const;

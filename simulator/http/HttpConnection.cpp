@@ -1,6 +1,7 @@
 #include "simulator/http/HttpConnection.h"
 
 #include <algorithm>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -138,8 +139,12 @@ void CHttpConnection::Read()
         InputEnded(error);
         return;
     }
-    if (!error) {
-        Take(bytes.data(), size);
+    try {
+        if (!error) {
+            Take(bytes.data(), size);
+        }
+    } catch (const std::bad_alloc&) {
+        Close(); // what it has sent is given back, and costs nobody else
     }
     if (m_stage != EStage::Closed && IsReading()) {
         WaitToRead();

@@ -65,9 +65,8 @@ std::string ReasonOf(const asio::error_code& error, std::uint16_t port)
 } // namespace
 
 CHttpServer::CHttpServer(asio::io_context& loop, const HttpPatience& patience, Handlers handlers,
-                         std::size_t mostConnections)
-    : m_loop(loop), m_patience(patience), m_handlers(std::move(handlers)),
-      m_mostConnections(mostConnections)
+                         const HttpLimits& limits)
+    : m_loop(loop), m_patience(patience), m_handlers(std::move(handlers)), m_limits(limits)
 {
 }
 
@@ -137,7 +136,7 @@ void CHttpServer::Take(asio::ip::tcp::socket socket)
 /// Before a connection is taken. It is the system that keeps those for which there is no room.
 ServerListenerC::ERoom CHttpServer::MakeRoom()
 {
-    const bool hasRoom = m_connections.size() < m_mostConnections || CloseOldest();
+    const bool hasRoom = m_connections.size() < m_limits.connections || CloseOldest();
     return hasRoom ? ServerListenerC::ERoom::Free : ServerListenerC::ERoom::None;
 }
 
@@ -235,9 +234,9 @@ void CHttpServer::GiveTurns()
 void CHttpServer::Grown(std::size_t more)
 {
     m_heldAtMost += more;
-    while (m_heldAtMost > kMostHeld) {
+    while (m_heldAtMost > m_limits.held) {
         m_heldAtMost = Held();
-        if (m_heldAtMost <= kMostHeld || !CloseGreediest()) {
+        if (m_heldAtMost <= m_limits.held || !CloseGreediest()) {
             return;
         }
     }

@@ -15,6 +15,7 @@
 
 #include "runtime/ServerListener.h"
 #include "simulator/http/HttpConnection.h"
+#include "simulator/http/HttpLimits.h"
 
 /// Serves HTTP on the loopback addresses, by events, on whatever thread runs the loop.
 ///
@@ -35,14 +36,8 @@
 class CHttpServer final : public CHttpConnectionOwner
 {
 public:
-    /// How many connections there are at once, unless fewer are wanted. A process may have 1024
-    /// descriptors as a rule, and the service's own clients need some.
-    static constexpr std::size_t kMostConnections = 256;
     /// For so long a request may be coming before it gives way to others.
     static constexpr std::chrono::milliseconds kYoung{1000};
-    /// How much memory is held for all of them together, bytes.
-    static constexpr std::size_t kMostHeld = 32 * 1024 * 1024;
-
     /// What is done with requests.
     struct Handlers
     {
@@ -53,9 +48,8 @@ public:
     };
 
     /// @param loop must outlive this object.
-    /// @param mostConnections at once.
     CHttpServer(asio::io_context& loop, const HttpPatience& patience, Handlers handlers,
-                std::size_t mostConnections = kMostConnections);
+                const HttpLimits& limits = {});
 
     /// Starts to listen on 127.0.0.1 and ::1; port 0 takes a free one. A machine that lacks one of
     /// the two addresses is served on the other.
@@ -87,7 +81,7 @@ private:
     asio::io_context& m_loop;
     HttpPatience m_patience;
     Handlers m_handlers;
-    std::size_t m_mostConnections;
+    HttpLimits m_limits;
     PeerSocketC m_peers;
     std::vector<std::shared_ptr<ServerListenerC>> m_listeners;
     Connections m_connections; ///< the oldest first

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <functional>
+#include <new>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -57,17 +58,17 @@ class CLivePage::CState
 {
 public:
     CState(asio::io_context& loop, CServiceCore& core, const CTrail& trail, CLogTap& log,
-           const LivePageTimes& times, std::size_t mostConnections)
+           const LivePageTimes& times, const HttpLimits& limits)
         : m_feed([this] { CallViewers(); }), m_gate(loop, m_loop, times.command),
           m_commands(core, log), m_watch(loop, core, m_feed),
           m_viewers(m_loop, m_feed,
-                    {ViewersOf(mostConnections), times.heartbeat, times.slowViewer,
+                    {ViewersOf(limits.connections), times.heartbeat, times.slowViewer,
                      times.placeOfViewer, times.oldViewer}),
           m_resources(m_loop, m_gate, m_aside, core, trail),
           m_server(m_loop, PatienceOf(times),
                    {[this](const ServedRequest& request) { return Check(request); },
                     [this](const ConnectionPtr& connection) { Serve(connection); }},
-                   mostConnections)
+                   limits)
     {
     }
 
@@ -81,7 +82,7 @@ public:
         m_viewers.Start();
         const SignalsBlockedC blocked;
         m_aside.Start();
-        m_thread = std::thread([this] { m_loop.run(); });
+        m_thread = std::thread([this] { Run(); });
         m_watch.Start();
         return {};
     }
@@ -111,6 +112,18 @@ private:
     static HttpPatience PatienceOf(const LivePageTimes& times)
     {
         return {times.firstByte, times.request, times.answer, times.stalledPeer};
+    }
+
+    /// Where there is no memory for what came, that comes to nothing, and the rest is served.
+    void Run()
+    {
+        while (!m_loop.stopped()) {
+            try {
+                m_loop.run();
+            } catch (const std::bad_alloc&) {
+                continue;
+            }
+        }
     }
 
     /// However often it is called, the viewers are looked after once.
@@ -266,8 +279,8 @@ private:
 };
 
 CLivePage::CLivePage(asio::io_context& loop, CServiceCore& core, const CTrail& trail, CLogTap& log,
-                     const LivePageTimes& times, std::size_t mostConnections)
-    : m_state(std::make_unique<CState>(loop, core, trail, log, times, mostConnections))
+                     const LivePageTimes& times, const HttpLimits& limits)
+    : m_state(std::make_unique<CState>(loop, core, trail, log, times, limits))
 {
 }
 

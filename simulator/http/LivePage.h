@@ -9,6 +9,7 @@
 
 #include <asio/io_context.hpp>
 
+#include "simulator/http/HttpLimits.h"
 #include "simulator/http/LogTap.h"
 #include "simulator/http/Trail.h"
 #include "simulator/service/ServiceCore.h"
@@ -47,9 +48,9 @@ public:
     /// @param loop, core, trail, log must outlive this object; the log must be the one that the
     /// core
     ///        writes to, the trail get the core's events.
-    /// @param mostConnections at once; where they are fewer than 64, viewers have a quarter.
+    /// @param limits where connections are fewer than 64, viewers have a quarter.
     CLivePage(asio::io_context& loop, CServiceCore& core, const CTrail& trail, CLogTap& log,
-              const LivePageTimes& times = {}, std::size_t mostConnections = 256);
+              const LivePageTimes& times = {}, const HttpLimits& limits = {});
     /// Stops.
     ~CLivePage();
     CLivePage(const CLivePage&) = delete;

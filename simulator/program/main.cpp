@@ -13,12 +13,12 @@
 #include <pthread.h>
 #include <unistd.h>
 
-#include "simulator/http/HttpServer.h"
 #include "simulator/http/LivePage.h"
 #include "simulator/output/LimitedLog.h"
 #include "simulator/output/ProgramOutput.h"
 #include "simulator/program/CommandLine.h"
 #include "simulator/program/DescriptorLimit.h"
+#include "simulator/program/MemoryLimit.h"
 #include "simulator/program/Version.h"
 #include "simulator/service/Pacer.h"
 #include "simulator/service/ServiceLink.h"
@@ -147,12 +147,15 @@ void EndSaving(const ProgramOptions& options, CServiceLink& link,
 }
 
 /// The most that there may be at once of clients, so that descriptors are left for the page and for
-/// files, whoever connects to the service, and that an event goes to a bounded number.
-MPIServerLimitsC LimitsOf(const DescriptorLimit::Shares& shares)
+/// files, whoever connects to the service, that an event goes to a bounded number, and that those
+/// that send nothing take an eighth of the memory at most.
+MPIServerLimitsC LimitsOf(const DescriptorLimit::Shares& descriptors, std::size_t memory)
 {
     constexpr std::size_t mostClients = 1024;
+    constexpr std::size_t silentBytes = 32768;
     MPIServerLimitsC limits;
-    limits.connections = std::min(mostClients, shares.clients);
+    limits.memory = memory;
+    limits.connections = std::min({mostClients, descriptors.clients, memory / 8 / silentBytes});
     return limits;
 }
 
@@ -170,17 +173,18 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     if (kept.file) {
         keep = [&saver](const KeptValues& values) { saver->Keep(values); };
     }
-    const auto shares =
-        DescriptorLimit::Divide(options.httpPort ? CHttpServer::kMostConnections : 0);
-    const KeepState keepState = [&saver] { return saver->State(); };
+    const auto shares = DescriptorLimit::Divide(options.httpPort ? HttpLimits().connections : 0);
+    const auto memory = MemoryLimit::Divide(MemoryLimit::Allowed());
     CServiceLink link(
         loop,
         {options.simulation, kept.values, keep, options.httpPort ? trail.Sink() : EventSink(),
-         log.Sink(), nullptr, keepState},
-        [&limited](ClientNumber client) { limited.Serve(client); }, LimitsOf(shares));
+         log.Sink(), nullptr, [&saver] { return saver->State(); }},
+        [&limited](ClientNumber client) { limited.Serve(client); },
+        LimitsOf(shares, memory.clients));
     std::optional<CLivePage> page;
     if (options.httpPort) {
-        page.emplace(loop, link.Core(), trail, log, LivePageTimes(), shares.page);
+        page.emplace(loop, link.Core(), trail, log, LivePageTimes(),
+                     HttpLimits{shares.page, memory.page});
     }
     std::string problem;
     const EExitCode exitCode = StartServing(options, kept.file.get(), link, page, problem);

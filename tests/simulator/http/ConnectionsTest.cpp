@@ -28,7 +28,7 @@
 
 namespace {
 
-constexpr std::size_t kMost = CHttpServer::kMostConnections;
+constexpr std::size_t kMost = HttpLimits().connections;
 // Nothing ends because it has taken too long.
 constexpr std::chrono::milliseconds kLong = std::chrono::hours(1);
 
@@ -441,8 +441,8 @@ TEST(Connections, ThatAreKeptGiveWayToNobody)
 {
     CSlowServer server;
     // Together they hold more than may be held.
-    const std::string most(CHttpServer::kMostHeld / 5 * 3, ' ');
-    const std::string less(CHttpServer::kMostHeld / 2, ' ');
+    const std::string most(HttpLimits().held / 5 * 3, ' ');
+    const std::string less(HttpLimits().held / 2, ' ');
     const auto kept = server.Asking("/kept", "POST", most);
     HttpPeer waiting(server.Port());
     waiting.Send(BytesOf({"POST", "/wait", "", {}, less}, server.Port()));

@@ -208,7 +208,7 @@ TEST(Disengaging, IsNotCutOffByThoseWhoComeAfterIt)
                                   {type},
                                   R"({"operation":"DisengageSteering","arguments":[1]})"},
                                  page.Port()));
-        for (std::size_t count = 0; count < CHttpServer::kMostConnections + 50; ++count) {
+        for (std::size_t count = 0; count < HttpLimits().connections + 50; ++count) {
             others.push_back(std::make_unique<HttpPeer>(page.Port()));
             others.back()->Send(
                 BytesOf({"POST", "/command", "", {type}, R"({"operation":"IsSteeringEngaged"})"},

@@ -354,7 +354,7 @@ TEST(Requests, AreServedWhenConnectionsHaveRunOut)
 {
     const RunningPage page;
     const auto stuck =
-        PeersThatSay("GET / HTTP/1.1\r\n", CHttpServer::kMostConnections + 50, page.Port());
+        PeersThatSay("GET / HTTP/1.1\r\n", HttpLimits().connections + 50, page.Port());
 
     EXPECT_EQ(R"({"reasons":[],"result":1})",
               Command(page.Port(), R"({"operation":"DisengageSteering","arguments":[1]})"));
