@@ -7,7 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "simulator/program/Version.h"
+#include "simulator/base/Version.h"
 
 namespace {
 

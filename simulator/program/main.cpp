@@ -19,7 +19,7 @@
 #include "simulator/program/CommandLine.h"
 #include "simulator/program/DescriptorLimit.h"
 #include "simulator/program/MemoryLimit.h"
-#include "simulator/program/Version.h"
+#include "simulator/base/Version.h"
 #include "simulator/service/Pacer.h"
 #include "simulator/service/ServiceLink.h"
 #include "simulator/settings/KeptSettings.h"

@@ -7,7 +7,7 @@
 #include "recording/RecordingClock.h"
 #include "recording/decoding/JsonSchemas.h"
 #include "recording/decoding/ViewerMessages.h"
-#include "simulator/program/Version.h"
+#include "simulator/base/Version.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "simulator/program/Version.h"
+#include "simulator/base/Version.h"
 
 namespace {
 
