@@ -41,7 +41,7 @@ def copy_of_tree(folder):
     """What scripts/check-operation and make.py read, elsewhere."""
     for path in ("operations", "scripts/check-operation", "api", "tests/api", "tests/simulator",
                  "tests/end_to_end", "simulator/operations", "docs", "packaging/abi",
-                 "CMakeLists.txt"):
+                 "tests/fuzz/seeds/messages", "CMakeLists.txt"):
         source, target = ROOT / path, Path(folder) / path
         target.parent.mkdir(parents=True, exist_ok=True)
         if source.is_dir():
@@ -189,7 +189,7 @@ class CheckOperation(unittest.TestCase):
         code, text = self.check("get-field-depth")
         self.assertEqual(1, code)
         self.assertNotIn("there  ", text)
-        self.assertEqual("GetFieldDepth: 10 missing", text.splitlines()[-1])
+        self.assertEqual("GetFieldDepth: 11 missing", text.splitlines()[-1])
 
     def test_lists_each_part_that_is_missing(self):
         parts = {"operations/operations.json": '"name": "SetNudge"',
