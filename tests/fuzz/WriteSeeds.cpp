@@ -7,15 +7,18 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <limits>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "operations/OperationExamples.h"
 #include "platform/BElement.h"
 #include "platform/BEncoder.h"
 #include "wayline/Wayline.h"
@@ -96,25 +99,13 @@ std::unique_ptr<BListC> List(const std::string& words)
 
 struct Call
 {
-    const char* name;
-    const char* arguments;
+    std::string name;
+    std::string arguments;
 };
 
-const Call kRequests[] = {
-    {"IsSteeringEngaged", ""},
-    {"EngageSteering", "1"},
-    {"DisengageSteering", "1"},
-    {"StartNavigation", "1 1"},
+/// Beside a request of every operation whose arguments are numbers.
+const Call kFurtherRequests[] = {
     {"StartNavigation", "1 0"},
-    {"StopNavigation", "1"},
-    {"ClearNavigation", ""},
-    {"ReinitialiseNavigation", "1"},
-    {"IsNavigationActivated", ""},
-    {"get_reverse_engage_enabled", "1"},
-    {"get_reverse_engage_allowed", "1"},
-    {"get_low_speed_engage_allowed", "1"},
-    {"get_low_speed_engage_timeout", "1"},
-    {"get_lookahead_time", "1"},
     {"set_wayline", "0 0.0 0.0 0.0 0.0 100.0 0.0"},
     {"set_wayline", "1 0.0 0.0 0.0 1.5"},
     {"set_wayline", "2 0.0 0.0 0.0 10.0 0.0 0.0 5.0 5.0 0.0"},
@@ -125,30 +116,10 @@ const Call kRequests[] = {
     {"set_wayline", "9"},
     {"set_wayline", ""},
     {"get_wayline", ""},
-    {"clear_wayline", ""},
-    {"start_wayline", "0"},
     {"start_wayline", "4"},
     {"start_wayline", "5"},
     {"start_wayline", "6"},
-    {"set_waypoint", "0 1.0 2.0 3.0 0.5"},
-    {"is_waypoint_set", "0"},
-    {"RestoreWaypoints", "1"},
-    {"Nudge", "1 1 0.4"},
-    {"AutoSetNudge", "1"},
-    {"get_nudge_vector", ""},
-    {"get_nudge", "1"},
-    {"AutoSetFieldOffset", "1"},
-    {"SetFieldOffset", "1 0.3"},
-    {"GetFieldOffset", "1"},
-    {"SetImplementOffset", "1 0.2"},
-    {"GetImplementOffset", "1"},
-    {"SetImplementWidth", "1 6.0"},
-    {"GetImplementWidth", "1"},
-    {"GetTuningLimits", "2"},
-    {"get_tuning_parameter", "0"},
     {"get_tuning_parameter", "9"},
-    {"GetVelocitySetPoint", ""},
-    {"GetCurveFilterSize", "1"},
     {"why_not_engaged", ""},
     {"start_wayline", "-1"},
     {"SetImplementWidth", "1 -1e308"},
@@ -156,22 +127,9 @@ const Call kRequests[] = {
     {"no_such_operation", "- text 1.0"},
 };
 
-const Call kNotifications[] = {
+const Call kFurtherNotifications[] = {
     {"subscribe", "cb_engage_status"},
-    {"set_reverse_engage_enabled", "1 0"},
-    {"set_reverse_engage_allowed", "1 0"},
-    {"set_low_speed_engage_allowed", "1 1"},
-    {"set_low_speed_engage_timeout", "4.0 0"},
-    {"set_lookahead_time", "1.8 0"},
-    {"set_wayline_origin", "1.0 2.0 3.0"},
-    {"set_nudge", "1 0.4"},
-    {"SetSplinesUseImplementOffset", "1"},
     {"SetPositionData", "1=51.5;2=-0.25;15=1;21=0.1"},
-    {"SetTuningLimits", "0 0.1 1.0 10.0"},
-    {"set_tuning_parameter", "0 50.0 1"},
-    {"reset_integral", ""},
-    {"SetVelocitySetPoint", "2.5"},
-    {"SetCurveFilterSize", "1 5"},
 };
 
 const Call kEvents[] = {
@@ -238,46 +196,82 @@ std::unique_ptr<BListC> WithDictionary()
     return list;
 }
 
-std::vector<Seed> Messages()
+/// The calls of operations of a kind, and further ones.
+template <std::size_t Count>
+std::vector<Call> Calls(bool areRequests, const Call (&further)[Count])
 {
-    std::vector<Seed> seeds;
-    std::string all;
-    int number = 0;
-    const auto add = [&](const std::string& kind, const std::string& bytes) {
-        seeds.push_back({kind + '-' + std::to_string(number++), bytes});
-        all += bytes;
-    };
-    for (const Call& call : kRequests) {
-        add("request",
-            Request(static_cast<std::uint64_t>(number), call.name, *List(call.arguments)));
+    std::vector<Call> calls;
+    for (const OperationExample& each : kOperationExamples) {
+        if (each.isRequest == areRequests) {
+            std::string words;
+            for (const char* letter = each.arguments; *letter != '\0'; ++letter) {
+                words += std::strchr("[],", *letter) == nullptr ? std::string(1, *letter) : "";
+            }
+            calls.push_back({each.name, words});
+        }
     }
-    for (const Call& call : kRequests) { // which a service gets as a notification
-        add("misplaced", Notification(call.name, *List(call.arguments)));
+    calls.insert(calls.end(), std::begin(further), std::end(further));
+    return calls;
+}
+
+/// Seeds, each with a name that the others do not change.
+class CSeeds
+{
+public:
+    void Add(const std::string& name, const std::string& bytes)
+    {
+        const int number = ++m_numbers[name];
+        m_seeds.push_back({number == 1 ? name : name + '-' + std::to_string(number), bytes});
+        m_all += bytes;
     }
-    for (const Call& call : kNotifications) {
-        add("notification", Notification(call.name, *List(call.arguments)));
+    const std::string& All() const { return m_all; }
+    const std::vector<Seed>& Get() const { return m_seeds; }
+
+private:
+    std::vector<Seed> m_seeds;
+    std::map<std::string, int> m_numbers;
+    std::string m_all;
+};
+
+void AddCalls(CSeeds& seeds)
+{
+    for (const Call& call : Calls(true, kFurtherRequests)) {
+        const std::unique_ptr<BListC> arguments = List(call.arguments);
+        seeds.Add("request-" + call.name, Request(7, call.name, *arguments));
+        // Which a service gets as a notification.
+        seeds.Add("misplaced-" + call.name, Notification(call.name, *arguments));
+    }
+    for (const Call& call : Calls(false, kFurtherNotifications)) {
+        seeds.Add("notification-" + call.name, Notification(call.name, *List(call.arguments)));
     }
     for (const Call& call : kEvents) {
-        add("event", Notification(call.name, *List(call.arguments)));
+        seeds.Add("event-" + call.name, Notification(call.name, *List(call.arguments)));
     }
+}
+
+std::vector<Seed> Messages()
+{
+    CSeeds seeds;
+    AddCalls(seeds);
     for (const char* values : kValues) {
-        add("values", Notification("ev", *List(values)));
-        add("response", Response(static_cast<std::uint64_t>(number), *List(values)));
+        seeds.Add("values", Notification("ev", *List(values)));
+        seeds.Add("response", Response(8, *List(values)));
     }
     for (const int levels : {1, 20, 60, 70}) {
-        add("nested", Notification("ev", *Nested(levels)));
+        seeds.Add("nested", Notification("ev", *Nested(levels)));
     }
     for (const char* form : {"0 0.0 0.0 0.0 0.0 9.0 0.0", "1 0.0 0.0 0.0 1.5", "4 -1 0.0"}) {
         BListC lines(nullptr);
         lines.Add(List(form).release());
-        add("headings", Request(3, "calculate_headings", lines));
+        seeds.Add("request-calculate_headings", Request(3, "calculate_headings", lines));
     }
-    add("dictionary", Notification("ev", *WithDictionary()));
-    add("atom", Response(1, BAtomC(42)));
-    add("atom", Response(2, BAtomC(-0.5)));
-    add("cut", all.substr(0, all.size() / 2 + 3));
-    seeds.push_back({"all", all});
-    return seeds;
+    seeds.Add("dictionary", Notification("ev", *WithDictionary()));
+    seeds.Add("atom", Response(1, BAtomC(42)));
+    seeds.Add("atom", Response(2, BAtomC(-0.5)));
+    const std::string all = seeds.All();
+    seeds.Add("cut", all.substr(0, all.size() / 2 + 3));
+    seeds.Add("all", all);
+    return seeds.Get();
 }
 
 std::vector<Seed> Waylines()

@@ -4,6 +4,7 @@ import json
 import os
 import re
 import shlex
+import shutil
 import subprocess
 import tempfile
 import time
@@ -348,6 +349,33 @@ class Outputs(unittest.TestCase):
         self.assertNotIn("\033", navctl("doctor").stdout)
 
 
+# The end of a line, and what a shell offers there.
+COMPLETIONS = (
+    ("navctl set-impl", {"set-implement-width", "set-implement-offset"}),
+    ("navctl get-tuning-limits o", {"overshoot"}),
+    ("navctl --json start-wayline c", {"circle"}),
+    ("navctl --json eng", {"engage-steering"}),
+    ("navctl get-nudge-scalar --trace --js", {"--json"}),
+    ("navctl start-navigation ", {"on", "off"}),
+    ("navctl watch cb", set()),
+    ("navctl watch guidance-status eng", {"engage-status"}),
+    ("navctl watch --li", {"--lightbar"}),
+    ("navctl watch --count ", set()),
+    ("navctl wayline start a", {"ab", "a-heading", "ab-curve"}),
+    ("navctl wayline convert x --to ", {"text", "geojson", "csv"}),
+    ("navctl wayline show x --from g", {"geojson"}),
+    ("navctl wayline show x --kind ", {"ab", "circle", "spline", "ab-curve"}),
+    ("navctl feed x --format ", {"nmea", "csv"}),
+    ("navctl feed x --rate ", {"max"}),
+    ("navctl set-position-data 1 2 3 --heading-valid ", {"on", "off"}),
+    ("navctl completion ", {"bash", "fish", "zsh"}),
+    ("navctl help eng", {"engage-steering"}),
+    ("navctl set-nudge 1 --no", {"--no-check"}),
+    ("navctl wayline con", {"convert"}),
+    ("navctl set-position-data --time", {"--time", "--timeout"}),
+)
+
+
 class Documents(unittest.TestCase):
     def setUp(self):
         _, self.operations = answer("operations")
@@ -404,14 +432,27 @@ class Documents(unittest.TestCase):
         for option in options:
             self.assertIn(option, page)
 
-    def complete(self, line):
-        """What bash offers for the end of a line."""
+    def complete(self, line, shell="bash"):
+        """What a shell offers for the end of a line."""
         words = line.split(" ")
-        script = (navctl("completion", "bash").stdout +
-                  f"\nCOMP_WORDS=({' '.join(shlex.quote(word) for word in words)})\n"
-                  f"COMP_CWORD={len(words) - 1}\n_navctl\nprintf '%s\\n' \"${{COMPREPLY[@]}}\"\n")
-        result = subprocess.run(["bash", "--norc", "-u", "-c", script], check=True,
-                                capture_output=True, text=True)
+        quoted = " ".join(shlex.quote(word) for word in words)
+        script = navctl("completion", shell).stdout
+        script = {
+            "bash": f"{script}\nCOMP_WORDS=({quoted})\nCOMP_CWORD={len(words) - 1}\n_navctl\n"
+                    "printf '%s\\n' \"${COMPREPLY[@]}\"\n",
+            # Outside of the line editor, with what it would call.
+            "zsh": "compdef() {}\n_files() {}\n"
+                   "compadd() { print -l -- ${(M)@[2,-1]:#${words[CURRENT]}*} }\n"
+                   f"{script}\nwords=({quoted})\nCURRENT={len(words)}\n_navctl\n",
+            "fish": f"{script}\ncomplete -C {shlex.quote(line)}\n",
+        }[shell]
+        options = {"bash": ["--norc", "-u"], "zsh": ["-f", "-u"], "fish": ["--no-config"]}[shell]
+        with tempfile.TemporaryDirectory() as empty, tempfile.NamedTemporaryFile("w") as file:
+            file.write(script)
+            file.flush()
+            # Where there is no file to complete.
+            result = subprocess.run([shell, *options, file.name], check=True, cwd=empty,
+                                    capture_output=True, text=True)
         self.assertEqual("", result.stderr)
         return result.stdout.split()
 
@@ -423,32 +464,17 @@ class Documents(unittest.TestCase):
                 if argument["option"]:
                     self.assertIn("--" + argument["name"],
                                   self.complete(f"navctl {entry['command']} --"))
-        for line, wanted in (
-            ("navctl set-impl", {"set-implement-width", "set-implement-offset"}),
-            ("navctl get-tuning-limits o", {"overshoot"}),
-            ("navctl --json start-wayline c", {"circle"}),
-            ("navctl --json eng", {"engage-steering"}),
-            ("navctl get-nudge-scalar --trace --js", {"--json"}),
-            ("navctl start-navigation ", {"on", "off"}),
-            ("navctl watch cb", set()),
-            ("navctl watch guidance-status eng", {"engage-status"}),
-            ("navctl watch --li", {"--lightbar"}),
-            ("navctl watch --count ", set()),
-            ("navctl wayline start a", {"ab", "a-heading", "ab-curve"}),
-            ("navctl wayline convert x --to ", {"text", "geojson", "csv"}),
-            ("navctl wayline show x --from g", {"geojson"}),
-            ("navctl wayline show x --kind ", {"ab", "circle", "spline", "ab-curve"}),
-            ("navctl feed x --format ", {"nmea", "csv"}),
-            ("navctl feed x --rate ", {"max"}),
-            ("navctl set-position-data 1 2 3 --heading-valid ", {"on", "off"}),
-            ("navctl completion ", {"bash"}),
-            ("navctl help eng", {"engage-steering"}),
-            ("navctl set-nudge 1 --no", {"--no-check"}),
-            ("navctl wayline con", {"convert"}),
-            ("navctl set-position-data --time", {"--time", "--timeout"}),
-        ):
+        for line, wanted in COMPLETIONS:
             with self.subTest(line):
                 self.assertEqual(wanted, set(self.complete(line)))
+
+    def test_zsh_and_fish_complete_the_same(self):
+        for shell in ("zsh", "fish"):
+            if shutil.which(shell) is None:
+                self.skipTest(f"no {shell}; scripts/setup test installs it")
+            for line, wanted in COMPLETIONS:
+                with self.subTest(shell=shell, line=line):
+                    self.assertEqual(wanted, set(self.complete(line, shell)))
 
 
 class Tour(unittest.TestCase):

@@ -2,6 +2,7 @@
 
 import math
 import re
+import sys
 import unittest
 from pathlib import Path
 
@@ -10,6 +11,8 @@ from navctl_program import (LINE_NORTH, Client, Simulator, answer, navctl, scrip
                             wait_for)
 
 ROOT = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "operations"))
+import make  # pylint: disable=wrong-import-position
 LINE_EAST = "0 0 0 0 100 0 0"
 KEPT_LINE = "0 0.000000 0.000000 0.000000 0.000000 100.000000 0.000000"
 
@@ -75,6 +78,20 @@ CALLS = {
     "get-curve-filter-size": ([], "value"),
     "set-curve-filter-size": (["21"], "done"),
 }
+
+
+def call_of(operation):
+    """The same of an operation that takes switches and numbers, from its description."""
+    arguments = ["on" if each["example"] is True else str(each["example"])
+                 for each in operation["options"] if not each["is_flag"] and not each["otherwise"]]
+    if re.match("get-|is-", operation["command"]):
+        return arguments, "value"
+    is_confirmed = operation["is_request"] or "confirmed_by" in operation
+    return arguments, "done" if is_confirmed else "sent"
+
+
+CALLS.update({each["command"]: call_of(each) for each in make.view()["operations"]
+              if each["command"] not in CALLS})
 
 # A setter, what it is given, the getter, and what that gives then; and the text of that.
 PAIRS = (

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "operations/OperationExamples.h"
 #include "tests/simulator/Service.h"
 #include "tests/simulator/Values.h"
 
@@ -20,63 +21,26 @@ struct Row
     const char* reply;     ///< its shape: the types of the values in it
 };
 
-const std::vector<Row> kRows{
-    {"IsSteeringEngaged", "[]", "[]", "int"},
-    {"EngageSteering", "[int]", "[1]", "int"},
-    {"DisengageSteering", "[int]", "[1]", "int"},
-    {"StartNavigation", "[int, int]", "[1, 1]", "int"},
-    {"StopNavigation", "[int]", "[1]", "int"},
-    {"ClearNavigation", "[]", "[]", "int"},
-    {"ReinitialiseNavigation", "[int]", "[1]", "int"},
-    {"IsNavigationActivated", "[]", "[]", "int"},
+/// What is not numbers alone, or the simulator's own.
+const std::vector<Row> kFurtherRows{
     {"why_not_engaged", "[]", "[]", "[text]"},
     {"why_refused", "[text]", "['EngageSteering']", "nil"},
     {"simulator_keeps", "[]", "[]", "int"},
-    {"set_reverse_engage_enabled", "[int, int]", "[1, 0]", "nil"},
-    {"get_reverse_engage_enabled", "[int]", "[1]", "int"},
-    {"set_reverse_engage_allowed", "[int, int]", "[1, 0]", "nil"},
-    {"get_reverse_engage_allowed", "[int]", "[1]", "int"},
-    {"set_low_speed_engage_allowed", "[int, int]", "[1, 0]", "nil"},
-    {"get_low_speed_engage_allowed", "[int]", "[1]", "int"},
-    {"set_low_speed_engage_timeout", "[double, int]", "[2.5, 0]", "nil"},
-    {"get_low_speed_engage_timeout", "[int]", "[1]", "double"},
-    {"set_lookahead_time", "[double, int]", "[1.5, 0]", "nil"},
-    {"get_lookahead_time", "[int]", "[1]", "double"},
-    {"set_wayline_origin", "[double, double, double]", "[51.0, 7.0, 100.0]", "nil"},
     {"calculate_headings", "[list, ...]", "[[5], [6]]", "[double, double]"},
     {"get_wayline", "[]", "[]", "nil"},
-    {"clear_wayline", "[]", "[]", "int"},
-    {"start_wayline", "[int]", "[0]", "int"},
-    {"set_waypoint", "[int, double, double, double, double]", "[0, 0.0, 0.0, 0.0, 0.0]", "int"},
-    {"is_waypoint_set", "[int]", "[0]", "int"},
-    {"RestoreWaypoints", "[int]", "[1]", "int"},
-    {"Nudge", "[int, int, double]", "[1, 1, 0.5]", "[int, double, double, double]"},
-    {"AutoSetNudge", "[int]", "[1]", "[int, double, double, double]"},
-    {"get_nudge_vector", "[]", "[]", "[double, double, double]"},
-    {"get_nudge", "[int]", "[1]", "double"},
-    {"set_nudge", "[int, double]", "[1, 0.5]", "nil"},
-    {"AutoSetFieldOffset", "[int]", "[1]", "int"},
-    {"SetFieldOffset", "[int, double]", "[1, 0.5]", "int"},
-    {"GetFieldOffset", "[int]", "[1]", "double"},
-    {"SetImplementOffset", "[int, double]", "[1, 0.5]", "int"},
-    {"GetImplementOffset", "[int]", "[1]", "double"},
-    {"SetSplinesUseImplementOffset", "[int]", "[1]", "nil"},
-    {"SetImplementWidth", "[int, double]", "[1, 6.0]", "int"},
-    {"GetImplementWidth", "[int]", "[1]", "double"},
     {"SetPositionData", "[text]",
      "['1=51;2=7;3=0;4=0;5=1;6=0;7=0;8=0;9=0;10=0;11=0;12=0;13=0;14=0;15=1;16=4;17=9;18=1;19=0;"
      "20=1;21=0']",
      "nil"},
-    {"GetTuningLimits", "[int]", "[0]", "[double, double, double]"},
-    {"SetTuningLimits", "[int, double, double, double]", "[2, 0.1, 0.5, 0.9]", "nil"},
-    {"get_tuning_parameter", "[int]", "[3]", "double"},
-    {"set_tuning_parameter", "[int, double, int]", "[3, 0.5, 0]", "nil"},
-    {"reset_integral", "[]", "[]", "nil"},
-    {"GetVelocitySetPoint", "[]", "[]", "[double]"},
-    {"SetVelocitySetPoint", "[double]", "[2.5]", "nil"},
-    {"GetCurveFilterSize", "[int]", "[1]", "int"},
-    {"SetCurveFilterSize", "[int, int]", "[1, 7]", "nil"},
 };
+
+const std::vector<Row> kRows = [] {
+    std::vector<Row> rows = kFurtherRows;
+    for (const OperationExample& each : kOperationExamples) {
+        rows.push_back({each.name, each.wants, each.arguments, each.reply});
+    }
+    return rows;
+}();
 
 /// The argument list takes any length and is judged by its handler.
 const Row kSetWayline{"set_wayline", "a wayline's list form", "[0, 0.0, 0.0, 0.0, 0.0, 100.0, 0.0]",

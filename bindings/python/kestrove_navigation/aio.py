@@ -22,7 +22,7 @@ from ._values import (
 
 __all__ = ["EventIterator", "NavigationClient"]
 
-# What has another shape here than in the client that blocks: make_aio_operations.py leaves it out.
+# What has another shape here than in the client that blocks.
 NOT_OPERATIONS = {
     "check_callbacks", "disconnect", "events", "fileno", "on_draw_points", "on_engage_status",
     "on_guidance_status", "on_implement_width", "on_offset", "on_relative_position",

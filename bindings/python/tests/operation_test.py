@@ -1,12 +1,19 @@
 """Every operation of the library: its name and arguments on the link, its result, and its failure."""
 
+import ast
+import json
 import re
+import sys
 import unittest
 from pathlib import Path
 
 from kestrove_navigation import (AbWayline, NavigationClient, NudgeReply, SplineWayline,
                                  TuningLimits, TuningParameter, Vector3, WaylineType)
 from scripted_peer import SILENCE, ScriptedPeer
+
+ROOT = Path(__file__).resolve().parents[3]
+sys.path.insert(0, str(ROOT / "operations"))
+import make  # pylint: disable=wrong-import-position
 
 NONE = object()  # no reply is awaited
 LINE = AbWayline((1, 2, 3), (4, 5, 6))
@@ -91,13 +98,31 @@ ROWS = [
 ]
 
 
+def row_of(operation):
+    """The row of an operation that sends numbers and gives one, or none."""
+    assert operation["is_regular"], f"{operation['name']} takes a row above"
+    reply = {"nil": NONE, "int": 1, "double": 0.5}[operation["shape"]]
+    constant = operation["reply"]["failure"].title()
+    failure = None if constant == "Nothing" else ast.literal_eval(constant)
+    result = {"bool": True, "None": None}.get(operation["reply"]["python"],
+                                              0 if reply is NONE else reply)
+    arguments = tuple(each["example"] for each in operation["inputs"])
+    return (operation["python_name"], arguments, operation["service"],
+            json.loads(operation["example"]), reply, result, failure)
+
+
+SPELT_OUT = {row[0] for row in ROWS}
+ROWS += [row_of(each) for each in make.view()["operations"]
+         if each["python_name"] not in SPELT_OUT]
+
+
 def snake_case(name):
     return re.sub(r"(?<=[a-z])(?=[A-Z])", "_", name).lower()
 
 
 def library_operations():
     """The operations that the library's header declares, without the constructors."""
-    header = Path(__file__).resolve().parents[3] / "api" / "NavigationAPI.h"
+    header = ROOT / "api" / "NavigationAPI.h"
     public = header.read_text(encoding="utf-8").split("public:")[1].split("private:")[0]
     code = re.sub(r"//.*", "", public)
     return set(re.findall(r"\b([A-Z][A-Za-z]+)\(", code)) - {"CNavigationAPI"}

@@ -8,7 +8,8 @@ from pathlib import Path
 import kestrove_navigation
 from kestrove_navigation import _navigation
 
-PACKAGE = Path(__file__).resolve().parents[1] / "kestrove_navigation"
+# Where it is built: some of its sources are.
+PACKAGE = Path(kestrove_navigation.__file__).parent
 
 
 # What the module's own signatures call an object.

@@ -10,9 +10,10 @@
 
 namespace {
 
-/// What bash calls, below the tables. The key "_" stands for no command yet. Where the tables have
-/// nothing, names of files are completed.
-const char* const kFunction = R"(
+// What a shell calls, below the tables. The key "_" stands for no command yet. Where the tables
+// have nothing, names of files are completed.
+
+const char* const kBashFunction = R"(
 _navctl() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
     local command=_ candidate place
@@ -35,10 +36,53 @@ _navctl() {
 complete -o default -F _navctl navctl
 )";
 
+const char* const kZshFunction = R"(
+_navctl() {
+    local current=${words[CURRENT]} previous=${words[CURRENT - 1]} command=_ candidate place
+    local -a offered
+    for ((place = 2; place < CURRENT; ++place)); do
+        candidate="$command ${words[place]}"
+        (( ${+_navctl_words[$candidate]} )) && command=$candidate
+    done
+    if [[ " $_navctl_valued " == *" $previous "* ]]; then
+        offered=(${=_navctl_choices[$previous]-})
+    elif [[ $current == -* ]]; then
+        offered=(${=_navctl_options[$command]} ${=_navctl_options[_]})
+    else
+        offered=(${=_navctl_words[$command]})
+    fi
+    if (( $#offered )); then compadd -- $offered; else _files; fi
+}
+if [[ ${funcstack[1]-} == _navctl ]]; then _navctl "$@"; else compdef _navctl navctl; fi
+)";
+
+const char* const kFishFunction = R"fish(
+function _navctl_offered
+    set -l before (commandline -opc)
+    set -l command _
+    for word in $before[2..]
+        contains -- "$command $word" $_navctl_commands; and set command "$command $word"
+    end
+    if contains -- $before[-1] $_navctl_valued
+        _navctl_choices $before[-1]
+    else if string match -q -- '-*' (commandline -ct)
+        _navctl_options $command
+        _navctl_options _
+    else
+        _navctl_words $command
+    end
+end
+complete -c navctl -n 'test -n "$(_navctl_offered)"' -f
+complete -c navctl -a '(_navctl_offered)'
+)fish";
+
 void Append(std::string& words, const std::string& word)
 {
     words += (words.empty() ? "" : " ") + word;
 }
+
+/// Words by what they stand behind.
+using CTable = std::vector<std::pair<std::string, std::string>>;
 
 /// What may stand where a command's argument or the command below it stands.
 std::string WordsAfter(CLI::App& command)
@@ -86,7 +130,7 @@ std::string NamesIn(const Names& names)
 }
 
 /// What may stand behind the options that want a word: an entry of the table for each.
-std::string ChoicesOfOptions()
+CTable ChoicesOfOptions()
 {
     std::string kinds;
     for (const auto& [name, code] : WaylineKindNames()) {
@@ -110,9 +154,9 @@ std::string ChoicesOfOptions()
             }
         }
     }
-    std::string table;
+    CTable table;
     for (const auto& [name, words] : choices) {
-        table.append("    [\"--").append(name).append("\"]=\"").append(words).append("\"\n");
+        table.emplace_back("--" + name, words);
     }
     return table;
 }
@@ -130,17 +174,18 @@ std::string OptionWords(CLI::App& command, bool onlyValued)
     return words;
 }
 
-/// The entries of the tables for a command and all below it.
+/// What a script of completion knows of navctl's command line.
 struct CTables
 {
-    std::string words;
-    std::string options;
-    std::string valued; ///< the options that want a value
+    CTable words;                        ///< what may follow a command
+    CTable options;                      ///< those of a command
+    CTable choices = ChoicesOfOptions(); ///< what may follow an option
+    std::string valued;                  ///< the options that want a value
 
     void Add(CLI::App& command, const std::string& key)
     {
-        words += "    [\"" + key + "\"]=\"" + WordsAfter(command) + "\"\n";
-        options += "    [\"" + key + "\"]=\"" + OptionWords(command, false) + "\"\n";
+        words.emplace_back(key, WordsAfter(command));
+        options.emplace_back(key, OptionWords(command, false));
         const std::string wanting = OptionWords(command, true);
         if (!wanting.empty()) {
             Append(valued, wanting);
@@ -151,16 +196,75 @@ struct CTables
     }
 };
 
-std::string BashScript(CLI::App& app)
+/// A table with a text before each key, between key and words, and behind them.
+std::string TableText(const CTable& table, const std::string& before, const std::string& between,
+                      const std::string& behind)
 {
-    CTables tables;
-    tables.Add(app, "_");
-    return "# Completion of navctl's command line for bash.\n"
-           "declare -gA _navctl_words=(\n" +
-           tables.words + ")\ndeclare -gA _navctl_options=(\n" + tables.options +
-           ")\ndeclare -gA _navctl_choices=(\n" + ChoicesOfOptions() + ")\n_navctl_valued=\"" +
-           tables.valued + "\"\n" + kFunction;
+    std::string text;
+    for (const auto& [key, words] : table) {
+        text += before;
+        text += key;
+        text += between;
+        text += words;
+        text += behind;
+    }
+    return text;
 }
+
+std::string BashScript(const CTables& tables)
+{
+    const auto table = [](const char* name, const CTable& entries) {
+        return "declare -gA _navctl_" + std::string(name) + "=(\n" +
+               TableText(entries, "    [\"", "\"]=\"", "\"\n") + ")\n";
+    };
+    return "# Completion of navctl's command line for bash.\n" + table("words", tables.words) +
+           table("options", tables.options) + table("choices", tables.choices) +
+           "_navctl_valued=\"" + tables.valued + "\"\n" + kBashFunction;
+}
+
+std::string ZshScript(const CTables& tables)
+{
+    const auto table = [](const char* name, const CTable& entries) {
+        return "typeset -gA _navctl_" + std::string(name) + "=(\n" +
+               TableText(entries, "    '", "' '", "'\n") + ")\n";
+    };
+    return "#compdef navctl\n# Completion of navctl's command line for zsh.\n" +
+           table("words", tables.words) + table("options", tables.options) +
+           table("choices", tables.choices) + "typeset -g _navctl_valued='" + tables.valued +
+           "'\n" + kZshFunction;
+}
+
+std::string CommandsText(const CTable& table)
+{
+    std::string text;
+    for (const auto& entry : table) {
+        text += " '" + entry.first + "'";
+    }
+    return text;
+}
+
+std::string FishScript(const CTables& tables)
+{
+    const auto table = [](const char* name, const CTable& entries) {
+        return "function _navctl_" + std::string(name) + "\n    switch \"$argv[1]\"\n" +
+               TableText(entries, "        case '", "'\n            string split -n ' ' -- '",
+                         "'\n") +
+               "    end\nend\n";
+    };
+    return "# Completion of navctl's command line for fish.\n" + table("words", tables.words) +
+           table("options", tables.options) + table("choices", tables.choices) +
+           "set -g _navctl_valued " + tables.valued + "\nset -g _navctl_commands" +
+           CommandsText(tables.words) + "\n" + kFishFunction;
+}
+
+/// A shell for which there is a script.
+struct CShell
+{
+    const char* name;
+    std::string (*script)(const CTables& tables);
+};
+
+constexpr CShell kShells[] = {{"bash", BashScript}, {"zsh", ZshScript}, {"fish", FishScript}};
 
 } // namespace
 
@@ -169,12 +273,17 @@ void AddCompletionCommand(CLI::App& app, CContext& context)
     CLI::App* const command =
         app.add_subcommand("completion", "Writes a script that completes navctl's command line");
     command->require_subcommand(1);
-    command->add_subcommand("bash", "For bash")->callback([&app, &context] {
-        const std::string script = BashScript(app);
-        if (context.WritesJson()) {
-            context.Print({{"script", script}}, "");
-        } else {
-            context.Output().Write(script);
-        }
-    });
+    for (const CShell& shell : kShells) {
+        const auto write = [&app, &context, &shell] {
+            CTables tables;
+            tables.Add(app, "_");
+            const std::string script = shell.script(tables);
+            if (context.WritesJson()) {
+                context.Print({{"script", script}}, "");
+            } else {
+                context.Output().Write(script);
+            }
+        };
+        command->add_subcommand(shell.name, std::string("For ") + shell.name)->callback(write);
+    }
 }

@@ -229,13 +229,6 @@ std::string FaultOf(EArgumentType type, const std::string& word)
 
 } // namespace
 
-CArgument CArgument::Or(std::string value) const
-{
-    CArgument option = *this;
-    option.otherwise = std::move(value);
-    return option;
-}
-
 std::vector<std::string> CArgument::Words() const
 {
     switch (type) {

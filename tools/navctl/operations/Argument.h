@@ -40,8 +40,6 @@ struct CArgument
     std::string otherwise{}; ///< the value without the argument, which is then an option
     bool isFlag = false;     ///< a switch that is set by its name alone
 
-    /// The same argument as an option that may be left out.
-    CArgument Or(std::string value) const;
     /// Whether the argument may be left out.
     bool IsOption() const { return isFlag || !otherwise.empty(); }
     /// What may be given, for people: help, unit, range, words.
@@ -56,36 +54,5 @@ struct CArgument
     std::optional<ArgumentValue> Read(const std::vector<std::string>& words,
                                       std::string& problem) const;
 };
-
-// Arguments by what they hold, for the tables of operations.
-
-inline CArgument Switch(std::string name, std::string help)
-{
-    return {std::move(name), EArgumentType::Switch, "", "", std::move(help)};
-}
-inline CArgument Integer(std::string name, std::string unit, std::string range, std::string help)
-{
-    return {std::move(name), EArgumentType::Integer, std::move(unit), std::move(range),
-            std::move(help)};
-}
-inline CArgument Number(std::string name, std::string unit, std::string range, std::string help)
-{
-    return {std::move(name), EArgumentType::Number, std::move(unit), std::move(range),
-            std::move(help)};
-}
-inline CArgument Single(std::string name, std::string unit, std::string range, std::string help)
-{
-    return {std::move(name), EArgumentType::Single, std::move(unit), std::move(range),
-            std::move(help)};
-}
-inline CArgument Parameter()
-{
-    return {"parameter", EArgumentType::Parameter, "", "", "the tuning parameter"};
-}
-/// The flag of the setters that asks the service to keep the value.
-inline CArgument Persist()
-{
-    return {"persist", EArgumentType::Switch, "", "", "keep the value over a restart", "", true};
-}
 
 #endif

@@ -11,27 +11,6 @@ namespace {
 
 constexpr int kFirstArgument = CConfirmation::kFirstArgument;
 
-constexpr CConfirmation kConfirmations[] = {
-    {"set-reverse-engage-enabled", "get-reverse-engage-enabled"},
-    {"set-allow-reverse-engage", "get-allow-reverse-engage"},
-    {"set-low-speed-engage-enabled", "get-low-speed-engage-enabled"},
-    {"set-low-speed-engage-timeout", "get-low-speed-engage-timeout"},
-    {"set-look-ahead-time", "get-look-ahead-time"},
-    {"set-wayline", "get-wayline"},
-    {"set-nudge", "get-nudge-scalar"},
-    {"set-field-offset", "get-field-offset"},
-    {"set-implement-offset", "get-implement-offset"},
-    {"set-implement-width", "get-implement-width"},
-    {"set-tuning-limits", "get-tuning-limits", 1},
-    {"set-tuning-parameter", "get-tuning-parameter", 1, kFirstArgument},
-    {"set-sensitivity", "get-sensitivity", 0, Kestrove::Sensitivity},
-    {"set-aggressiveness", "get-aggressiveness", 0, Kestrove::Aggressiveness},
-    {"set-overshoot", "get-overshoot", 0, Kestrove::Overshoot},
-    {"set-speed-adjust", "get-speed-adjust", 0, Kestrove::SpeedAdjust},
-    {"set-velocity-set-point", "get-velocity-set-point"},
-    {"set-curve-filter-size", "get-curve-filter-size"},
-};
-
 /// The values that a setter sets.
 struct CWanted
 {
@@ -98,10 +77,11 @@ void LookAtLimits(CNavigationAPI& navigation, int parameter, double heldNumber, 
 
 const CConfirmation* FindConfirmation(const std::string& setter)
 {
-    const auto* const found =
-        std::find_if(std::begin(kConfirmations), std::end(kConfirmations),
-                     [&setter](const CConfirmation& each) { return each.setter == setter; });
-    return found == std::end(kConfirmations) ? nullptr : found;
+    const std::vector<CConfirmation>& all = Confirmations();
+    const auto found = std::find_if(all.begin(), all.end(), [&setter](const CConfirmation& each) {
+        return each.setter == setter;
+    });
+    return found == all.end() ? nullptr : &*found;
 }
 
 CHeld AskWhatIsHeld(CNavigationAPI& navigation, const CConfirmation& confirmation,

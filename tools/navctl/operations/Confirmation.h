@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tools/navctl/operations/Operation.h"
 
@@ -21,6 +22,8 @@ struct CConfirmation
     static constexpr int kFirstArgument = -2;
 };
 
+/// All of them, which are made from operations/operations.json.
+const std::vector<CConfirmation>& Confirmations();
 /// The confirmation of a setter.
 ///
 /// @return null for an operation that nothing confirms but its own reply.

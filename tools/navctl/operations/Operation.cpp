@@ -6,15 +6,7 @@
 
 const std::vector<COperation>& Operations()
 {
-    static const std::vector<COperation> kOperations = [] {
-        std::vector<COperation> all;
-        for (const auto group : {SteeringEntries, EngageSettingEntries, WaylineEntries,
-                                 OffsetEntries, PositionFeedEntries, TuningEntries}) {
-            std::vector<COperation> entries = group();
-            all.insert(all.end(), entries.begin(), entries.end());
-        }
-        return all;
-    }();
+    static const std::vector<COperation> kOperations = OperationEntries();
     return kOperations;
 }
 

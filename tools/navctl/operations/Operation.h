@@ -64,13 +64,7 @@ const COperation& FindOperation(const std::string& name);
 /// The name that an operation has in C++: "engage-steering" is "EngageSteering".
 std::string MemberName(const std::string& command);
 
-// The groups that make up Operations(), one a group of the header.
-
-std::vector<COperation> SteeringEntries();
-std::vector<COperation> EngageSettingEntries();
-std::vector<COperation> WaylineEntries();
-std::vector<COperation> OffsetEntries();
-std::vector<COperation> PositionFeedEntries();
-std::vector<COperation> TuningEntries();
+/// The entries of Operations(), which are made from operations/operations.json.
+std::vector<COperation> OperationEntries();
 
 #endif

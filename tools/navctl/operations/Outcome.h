@@ -73,4 +73,14 @@ Invocation Sent(Result (CNavigationAPI::*operation)(Arguments...))
     };
 }
 
+/// A notification of a vector, whose components are arguments of their own.
+template <typename Result>
+Invocation Sent(Result (CNavigationAPI::*operation)(const Core::Maths::Vector3<double>&))
+{
+    return [operation](CNavigationAPI& navigation, const ArgumentValues& values) {
+        (navigation.*
+         operation)({As<double>(values.at(0)), As<double>(values.at(1)), As<double>(values.at(2))});
+    };
+}
+
 #endif
