@@ -1,12 +1,15 @@
 #include "simulator/CommandLine.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <map>
 #include <type_traits>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 
+#include "simulator/PositionSample.h"
 #include "simulator/Version.h"
 
 namespace {
@@ -115,6 +118,64 @@ void AddServiceOptions(CLI::App& app, ProgramOptions& options)
               "Simulated seconds a real second");
 }
 
+/// Checks that a word names a place for sentences.
+const CLI::Validator kNmeaTarget(
+    [](const std::string& word) {
+        return ReadNmeaTarget(word) ? std::string()
+                                    : NotAllowed(word, "tcp: and a port, or file: and a path");
+    },
+    "");
+
+/// Checks that a word is one of the rates.
+const CLI::Validator kNmeaRate(
+    [](const std::string& word) {
+        int rate = 0;
+        const bool isRate =
+            CLI::detail::lexical_cast(word, rate) &&
+            std::find(std::begin(kNmeaRates), std::end(kNmeaRates), rate) != std::end(kNmeaRates);
+        return isRate ? std::string() : NotAllowed(word, "1, 2, 5, 10 or 20");
+    },
+    "");
+
+void AddNmeaOptions(CLI::App& app, NmeaOptions& nmea)
+{
+    app.add_option_function<std::vector<std::string>>(
+           "--nmea",
+           [&nmea](const std::vector<std::string>& words) {
+               for (const std::string& word : words)
+                   nmea.targets.push_back(*ReadNmeaTarget(word));
+           },
+           "Say what the receiver measures in NMEA sentences: tcp:PORT on the loopback addresses, "
+           "or file:PATH; may be given again")
+        ->check(kNmeaTarget)
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->type_name("TARGET");
+    app.add_option("--nmea-rate", nmea.rate, "How often, a second: 1, 2, 5, 10 or 20")
+        ->check(kNmeaRate)
+        ->type_name("NUMBER")
+        ->capture_default_str();
+    const auto setOrigin = [&nmea](const std::vector<double>& place) {
+        PositionSample there;
+        there.latitude = place[0];
+        there.longitude = place[1];
+        there.height = place[2];
+        const std::string problem = ImpossibleInSample(there);
+        if (!problem.empty())
+            throw CLI::ValidationError("--nmea-origin", problem);
+        nmea.origin = {place[0], place[1], place[2]};
+    };
+    app.add_option_function<std::vector<double>>(
+           "--nmea-origin", setOrigin,
+           "Where x and y are 0 in those until a client says: degrees north and east, metres "
+           "above the ellipsoid")
+        ->expected(3)
+        ->delimiter(',')
+        ->check(Within(-1e6, 1e6))
+        ->type_name("LATITUDE,LONGITUDE,HEIGHT")
+        ->default_str("48,11,500");
+}
+
 void AddWorldOptions(CLI::App& app, SimulationOptions& world, std::vector<double>& start)
 {
     app.add_option("--seed", world.seed, "Seed of all noise; the same seed repeats a run")
@@ -151,6 +212,7 @@ std::optional<EExitCode> ReadCommandLine(int argumentCount, const char* const* a
     app.set_version_flag("--version", std::string("navigation-simulator ") + ProgramVersion());
     std::vector<double> start;
     AddServiceOptions(app, options);
+    AddNmeaOptions(app, options.nmea);
     AddWorldOptions(app, options.simulation, start);
     try {
         app.parse(argumentCount, arguments);

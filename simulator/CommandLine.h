@@ -7,6 +7,7 @@
 #include <string>
 
 #include "simulator/ServiceLog.h"
+#include "simulator/nmea/NmeaOptions.h"
 #include "simulator/world/Simulation.h"
 
 /// How the program was asked to run.
@@ -18,6 +19,7 @@ struct ProgramOptions
     std::string trackFile;                 ///< empty: the drive is not written down
     ELogLevel logLevel = ELogLevel::Warning;
     double speedFactor = 1.0; ///< simulated seconds a real second
+    NmeaOptions nmea;
     SimulationOptions simulation;
 };
 

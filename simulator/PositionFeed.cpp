@@ -58,6 +58,7 @@ COutcome PositionFeedC::SetOrigin(const GeodeticPlace& place)
     if (!problem.empty())
         return COutcome::Refused(problem);
     m_frame = std::make_unique<FrameC>(place);
+    m_origin = place;
     m_knownHeight = place.height;
     return COutcome::Done();
 }
@@ -74,8 +75,8 @@ COutcome PositionFeedC::Feed(const PositionSample& told)
     if (!problem.empty())
         return COutcome::Refused(problem);
     if (!m_frame) {
-        m_frame = std::make_unique<FrameC>(
-            GeodeticPlace{sample.latitude, sample.longitude, sample.height});
+        m_origin = {sample.latitude, sample.longitude, sample.height};
+        m_frame = std::make_unique<FrameC>(*m_origin);
     }
     double height = 0.0;
     COutcome outcome = m_simulation.Feed(m_frame->ToLocal(sample, height));

@@ -2,6 +2,7 @@
 #define KESTROVE_SIMULATOR_POSITIONFEED_H
 
 #include <memory>
+#include <optional>
 
 #include "simulator/PositionSample.h"
 #include "simulator/world/Outcome.h"
@@ -30,6 +31,8 @@ public:
 
     /// Moves the origin. Refused when there is no such place.
     COutcome SetOrigin(const GeodeticPlace& place);
+    /// Where the origin lies; none as long as neither a client nor a sample has said.
+    const std::optional<GeodeticPlace>& Origin() const { return m_origin; }
     /// Takes a sample over as the machine's position. Refused when it is not valid or when a
     /// machine cannot be there. A height that is not a number is one that nobody knows.
     COutcome Feed(const PositionSample& told);
@@ -41,6 +44,7 @@ private:
 
     CSimulation& m_simulation;
     std::unique_ptr<FrameC> m_frame;
+    std::optional<GeodeticPlace> m_origin;
     double m_height = 0.0;
     double m_knownHeight = 0.0; ///< metres above the ellipsoid
 };

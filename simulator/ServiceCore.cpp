@@ -117,6 +117,9 @@ void ServiceCoreC::Advance(double seconds)
 void ServiceCoreC::Step()
 {
     m_simulation.Step();
+    if (m_onStep) {
+        m_onStep(m_simulation, m_feed.Origin());
+    }
     if (!m_simulation.ControlRan())
         return;
     m_waylines.Record(m_feed.Height());

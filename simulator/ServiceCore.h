@@ -4,7 +4,9 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/BElement.h"
@@ -57,6 +59,9 @@ public:
     ServiceCoreC(const ServiceCoreC&) = delete;
     ServiceCoreC& operator=(const ServiceCoreC&) = delete;
 
+    using StepSink =
+        std::function<void(const CSimulation&, const std::optional<GeodeticPlace>& origin)>;
+
     /// Takes the answer to a call.
     using AnswerSink = std::function<void(Answer)>;
     /// Makes what is to be there while an attempt at a call is made. When it throws, the call is
@@ -94,6 +99,8 @@ public:
     {
         return m_recorder.Open(path, settings);
     }
+    /// Has the world handed on after each of its steps, with where its frame lies on the earth.
+    void OnStep(StepSink sink) { m_onStep = std::move(sink); }
     /// Ends that file; see TrackRecorderC::Close().
     void EndTrack(std::chrono::steady_clock::time_point deadline) { m_recorder.Close(deadline); }
     /// The names of all operations.
@@ -125,6 +132,7 @@ private:
     OperationTableC m_operations;
     EventsC m_events;
     TrackRecorderC m_recorder;
+    StepSink m_onStep;
     double m_untakenSeconds = 0.0;
     bool m_wasDropped = false;
 };

@@ -1,63 +1,23 @@
 #include "simulator/TrackRecorder.h"
 
-#include <cerrno>
 #include <cstddef>
 #include <cstdio>
-#include <system_error>
 #include <utility>
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "simulator/LineFile.h"
 
 namespace {
 
 constexpr std::size_t kMostWaitingTrackBytes = 4 * 1024 * 1024;
-// Not blocking, or opening a pipe would wait for its reader.
-constexpr int kTrackFlags = O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-
-/// Takes a file for this program alone, and everything out of it; pipes and devices stay as they
-/// are.
-///
-/// @return an empty text on success, otherwise what stands in the way.
-std::string EmptyFile(const CDescriptor& file)
-{
-    struct stat kind
-    {
-    };
-    if (::fstat(file.Get(), &kind) != 0 || !S_ISREG(kind.st_mode)) {
-        return {};
-    }
-    // Some file systems lock nothing.
-    if (::flock(file.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-        return "another program uses it";
-    }
-    return ::ftruncate(file.Get(), 0) == 0 ? std::string() : std::generic_category().message(errno);
-}
 
 } // namespace
 
 std::string TrackRecorderC::Open(const std::string& path, const StateFileC* settings)
 {
-    const std::string failed = "cannot write the track file " + path + ": ";
-    CDescriptor file(::open(path.c_str(), kTrackFlags));
-    const bool isMade = !file.IsOpen() && errno == ENOENT;
-    if (isMade) {
-        file = CDescriptor(::open(path.c_str(), kTrackFlags | O_CREAT, 0666));
-    }
-    if (!file.IsOpen()) {
-        return failed + (errno == ENXIO ? "it is a pipe that nobody reads"
-                                        : std::generic_category().message(errno));
-    }
-    // Before anything of it is lost.
-    const std::string refusal = settings != nullptr ? settings->Refusal(file, isMade) : "";
-    if (!refusal.empty()) {
-        return failed + refusal;
-    }
-    const std::string problem = EmptyFile(file);
+    CDescriptor file;
+    const std::string problem = OpenLineFile(path, settings, file);
     if (!problem.empty()) {
-        return failed + problem;
+        return "cannot write the track file " + path + ": " + problem;
     }
     m_writer.emplace(std::move(file), kMostWaitingTrackBytes);
     m_writer->Write(

@@ -25,6 +25,7 @@
 #include "simulator/Version.h"
 #include "simulator/http/HttpServer.h"
 #include "simulator/http/LivePage.h"
+#include "simulator/nmea/NmeaOutput.h"
 
 namespace {
 
@@ -83,9 +84,11 @@ std::string LoadKept(const ProgramOptions& options, KeptState& kept)
                    : "cannot use the state file " + options.stateFile + ": " + outcome.Reason();
 }
 
-std::string Announcement(const ServiceLinkC& link, const std::optional<LivePageC>& page)
+std::string Announcement(const ServiceLinkC& link, const std::optional<LivePageC>& page,
+                         const CNmeaOutput& nmea)
 {
     std::ostringstream text;
+    text << nmea.Announcement();
     if (page) {
         text << "live page at http://localhost:" << page->Port() << "/\n";
     }
@@ -94,11 +97,25 @@ std::string Announcement(const ServiceLinkC& link, const std::optional<LivePageC
     return text.str();
 }
 
+/// Starts to say what the receiver measures, where anybody is to hear it.
+EExitCode StartNmea(const ProgramOptions& options, const StateFileC* settings, ServiceLinkC& link,
+                    CNmeaOutput& nmea, std::string& problem)
+{
+    bool isPort = false;
+    problem = nmea.Open(settings, isPort);
+    if (problem.empty() && !options.nmea.targets.empty()) {
+        link.Core().OnStep(
+            [&nmea](const CSimulation& world, const auto& origin) { nmea.Look(world, origin); });
+    }
+    return problem.empty() ? kExitSuccess : isPort ? kExitCannotListen : kExitWrongOptions;
+}
+
 /// Starts to listen and to write the drive down.
 ///
 /// @return the code to exit with when that fails, with what stands in the way in `problem`.
 EExitCode StartServing(const ProgramOptions& options, const StateFileC* settings,
-                       ServiceLinkC& link, std::optional<LivePageC>& page, std::string& problem)
+                       ServiceLinkC& link, std::optional<LivePageC>& page, CNmeaOutput& nmea,
+                       std::string& problem)
 {
     // First of all: the track file may be that of the simulator which has the port.
     problem = link.Listen(options.port);
@@ -115,7 +132,10 @@ EExitCode StartServing(const ProgramOptions& options, const StateFileC* settings
     if (!options.trackFile.empty()) {
         problem = link.Core().RecordTrack(options.trackFile, settings);
     }
-    return problem.empty() ? kExitSuccess : kExitWrongOptions;
+    if (!problem.empty()) {
+        return kExitWrongOptions;
+    }
+    return StartNmea(options, settings, link, nmea, problem);
 }
 
 /// Has the kept settings saved from now on, where there is a file for them.
@@ -148,7 +168,11 @@ MPIServerLimitsC LimitsOf(const DescriptorLimit::Shares& shares)
 {
     constexpr std::size_t mostClients = 1024;
     MPIServerLimitsC limits;
-    limits.connections = std::min(mostClients, shares.clients);
+    // Those who read sentences take theirs from the clients' share, where there are many.
+    constexpr std::size_t readers = 2 * CNmeaServer::kMostReaders;
+    const std::size_t left =
+        shares.clients > 4 * readers ? shares.clients - readers : shares.clients;
+    limits.connections = std::min(mostClients, left);
     return limits;
 }
 
@@ -179,19 +203,21 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
         page.emplace(loop, link.Core(), trail, log, LivePageTimes(), shares.page);
     }
     std::string problem;
-    const EExitCode exitCode = StartServing(options, kept.file.get(), link, page, problem);
+    CNmeaOutput nmea(loop, options.nmea, options.simulation.seed, log.Sink());
+    const EExitCode exitCode = StartServing(options, kept.file.get(), link, page, nmea, problem);
     if (!problem.empty()) {
         HoldSignalsBack(); // those who took them end with this function
         output->Log(problem);
         return exitCode;
     }
     StartSaving(std::move(kept), output, saver);
-    output->Print(Announcement(link, page));
+    output->Print(Announcement(link, page, nmea));
     PacerC pacer(loop, link.Core(), options.speedFactor);
     pacer.Start();
     loop.run();
     HoldSignalsBack();
     EndSaving(options, link, saver, *output);
+    nmea.Close(Clock::now() + kLongestWriting);
     return kExitSuccess;
 }
 

@@ -14,6 +14,7 @@
 #include "simulator/machine/Machine.h"
 #include "simulator/machine/Pose.h"
 #include "simulator/machine/Receiver.h"
+#include "simulator/machine/ReceiverReport.h"
 #include "simulator/world/FedPositions.h"
 #include "simulator/world/Outcome.h"
 
@@ -196,6 +197,8 @@ public:
 
     /// The last pose that the receiver measured.
     Pose MeasuredPose() const;
+    /// What the receiver says beside that pose.
+    ReceiverReport Reported() const;
     /// What guidance makes of the measurements; smoother, and what a driven line is recorded from.
     Pose EstimatedPose() const;
     /// Metres per second, negative backwards.

@@ -14,6 +14,8 @@ namespace {
 
 /// How far the implement is carried behind the rear axle, metres.
 constexpr double kImplementBehind = 2.0;
+/// How old a correction is as long as they come, seconds.
+constexpr double kCorrectionAge = 1.0;
 constexpr double kDrawnBehind = 50.0;
 constexpr double kDrawnAhead = 150.0;
 constexpr double kDrawnSpacing = 2.0;
@@ -90,6 +92,18 @@ bool CSimulation::FedMode() const
 Pose CSimulation::MeasuredPose() const
 {
     return FedMode() ? m_state->fed.Sampled() : m_state->measured;
+}
+
+ReceiverReport CSimulation::Reported() const
+{
+    ReceiverReport report;
+    if (FedMode())
+        return report;
+    report.fix = m_state->options.receiver == EReceiver::Sbas ? EFix::Differential : EFix::Fixed;
+    report.correctionAge = kCorrectionAge;
+    report.lasting = m_state->receiver.Drift();
+    report.accuracy = AccuracyOf(m_state->options.receiver);
+    return report;
 }
 
 Pose CSimulation::EstimatedPose() const

@@ -72,6 +72,24 @@ TEST(CommandLine, TakesEveryOption)
     EXPECT_DOUBLE_EQ(Radians(0.5), world.backlash);
 }
 
+TEST(CommandLine, TakesTargetsForSentences)
+{
+    EXPECT_TRUE(Read({}).options.nmea.targets.empty());
+    const Outcome outcome = Read({"--nmea", "tcp:10110", "--nmea", "file:tcp:1", "--nmea-rate",
+                                  "20", "--nmea-origin", "-33.5,-70.25,600"});
+
+    ASSERT_FALSE(outcome.exitCode.has_value()) << outcome.errors;
+    const NmeaOptions& nmea = outcome.options.nmea;
+    ASSERT_EQ(2u, nmea.targets.size());
+    EXPECT_EQ(10110, nmea.targets[0].port.value_or(0));
+    EXPECT_FALSE(nmea.targets[1].port.has_value());
+    EXPECT_EQ("tcp:1", nmea.targets[1].path);
+    EXPECT_EQ(20, nmea.rate);
+    EXPECT_EQ(-33.5, nmea.origin.latitude);
+    EXPECT_EQ(-70.25, nmea.origin.longitude);
+    EXPECT_EQ(600.0, nmea.origin.height);
+}
+
 TEST(CommandLine, TakesAPortForTheLivePage)
 {
     const Outcome outcome = Read({"--http", "8010"});
@@ -119,6 +137,17 @@ TEST(CommandLine, NamesTheWrongValueAndWhatIsAllowed)
              {{"--start", "1,2"}, {"--start", "3"}},
              {{"--start", "1,2,inf"}, {"--start", "inf"}},
              {{"--state"}, {"--state"}},
+             {{"--nmea", "tcp:"}, {"--nmea", "tcp:", "port", "path"}},
+             {{"--nmea", "tcp:65536"}, {"--nmea", "tcp:65536"}},
+             {{"--nmea", "tcp:-1"}, {"--nmea", "tcp:-1"}},
+             {{"--nmea", "tcp:1x"}, {"--nmea", "tcp:1x"}},
+             {{"--nmea", "file:"}, {"--nmea", "file:"}},
+             {{"--nmea", "drive.nmea"}, {"--nmea", "drive.nmea"}},
+             {{"--nmea-rate", "3"}, {"--nmea-rate", "3", "1, 2, 5, 10 or 20"}},
+             {{"--nmea-rate", "10.5"}, {"--nmea-rate", "10.5"}},
+             {{"--nmea-origin", "91,0,0"}, {"--nmea-origin", "latitude", "91"}},
+             {{"--nmea-origin", "48,11"}, {"--nmea-origin"}},
+             {{"--nmea-origin", "nan,0,0"}, {"--nmea-origin", "nan"}},
              {{"--colour"}, {"--colour"}},
              {{"5010"}, {"5010"}}}) {
         const Outcome outcome = Read(row.arguments);
@@ -135,9 +164,10 @@ TEST(CommandLine, WritesHelpWithEveryOption)
     const Outcome outcome = Read({"--help"});
 
     EXPECT_EQ(kExitSuccess, outcome.exitCode.value_or(kExitWrongOptions));
-    for (const char* option : {"--port", "--http", "--state", "--track", "--log-level",
-                               "--speed-factor", "--seed", "--receiver", "--ground", "--start",
-                               "--speed", "--centre-bias", "--backlash", "--version"})
+    for (const char* option :
+         {"--port", "--http", "--state", "--track", "--log-level", "--speed-factor", "--seed",
+          "--receiver", "--ground", "--start", "--speed", "--centre-bias", "--backlash", "--nmea",
+          "--nmea-rate", "--nmea-origin", "--version"})
         EXPECT_NE(std::string::npos, outcome.output.find(option)) << option;
 }
 
