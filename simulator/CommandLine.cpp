@@ -1,6 +1,7 @@
 #include "simulator/CommandLine.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <iterator>
 #include <map>
@@ -176,6 +177,95 @@ void AddNmeaOptions(CLI::App& app, NmeaOptions& nmea)
         ->default_str("48,11,500");
 }
 
+/// Reads "flat", "rolling" or "slope:DEGREES".
+std::optional<TerrainOptions> ReadTerrain(const std::string& word)
+{
+    constexpr double steepest = 30.0;
+    const std::string slope = "slope:";
+    double degrees = 0.0;
+    if (word == "flat")
+        return TerrainOptions{ETerrain::Flat, 0.0};
+    if (word == "rolling")
+        return TerrainOptions{ETerrain::Rolling, 0.0};
+    const bool isSlope = word.compare(0, slope.size(), slope) == 0 &&
+                         CLI::detail::lexical_cast(word.substr(slope.size()), degrees) &&
+                         degrees >= -steepest && degrees <= steepest;
+    return isSlope ? std::optional(TerrainOptions{ETerrain::Slope, Radians(degrees)})
+                   : std::nullopt;
+}
+
+const CLI::Validator kTerrain(
+    [](const std::string& word) {
+        return ReadTerrain(word)
+                   ? std::string()
+                   : NotAllowed(word, "flat, rolling, or slope: and -30 to 30 degrees");
+    },
+    "");
+
+/// Checks that a word is a number of whole tenths up to 1.
+const CLI::Validator kTenths(
+    [](const std::string& word) {
+        double value = 0.0;
+        const bool isOne = CLI::detail::lexical_cast(word, value) && value >= 0.0 && value <= 1.0 &&
+                           std::abs(value * 10.0 - std::round(value * 10.0)) < 1e-9;
+        return isOne ? std::string() : NotAllowed(word, "0 to 1 in tenths");
+    },
+    "");
+
+const Choices<bool> kSwitch{{"on", true}, {"off", false}};
+const Choices<int> kReceiverRates{{"1", 1}, {"2", 2}, {"5", 5}, {"10", 10}};
+
+/// How the ground lies, and how the receiver gets along with it.
+void AddLeanOptions(CLI::App& app, SimulationOptions& world)
+{
+    app.add_option_function<std::string>(
+           "--terrain", [&world](const std::string& word) { world.terrain = *ReadTerrain(word); },
+           "How the ground lies: flat, slope:DEGREES (falling to the east) or rolling")
+        ->check(kTerrain)
+        ->type_name("WORD")
+        ->default_str("flat");
+    const auto setAntenna = [&world](const std::vector<double>& arms) {
+        world.mounting.antenna = {arms[0], arms[1], arms[2]};
+    };
+    app.add_option_function<std::vector<double>>(
+           "--antenna", setAntenna,
+           "Where the antenna is: metres ahead of the rear axle, to its right, above the ground")
+        ->expected(3)
+        ->delimiter(',')
+        ->check(Within(-10.0, 10.0))
+        ->type_name("AHEAD,RIGHT,UP")
+        ->default_str("0,0,3");
+    AddChoice(app, "--compensation", world.mounting.compensatesLean, kSwitch, "on",
+              "Whether roll and pitch are taken into account: on or off");
+}
+
+void AddHarderWorldOptions(CLI::App& app, SimulationOptions& world)
+{
+    AddLeanOptions(app, world);
+    AddChoice(app, "--receiver-rate", world.mounting.rate, kReceiverRates, "10",
+              "Measurements a second that guidance gets: 1, 2, 5 or 10");
+    app.add_option_function<double>(
+           "--receiver-latency",
+           [&world](const double& seconds) {
+               world.mounting.latency = static_cast<int>(std::lround(seconds * 10.0));
+           },
+           "Seconds from a measurement until guidance has it, in tenths")
+        ->check(kTenths)
+        ->type_name("NUMBER")
+        ->default_str("0");
+    app.add_option("--tree-line", world.treeLine,
+                   "Trees in a row to the north, so many metres east: positions jump near them")
+        ->check(Within(-1e6, 1e6))
+        ->type_name("NUMBER");
+    ValveOptions& valve = world.conditions.valve;
+    AddNumber(app, "--steering-deadband", valve.deadband, Within(0.0, 5.0),
+              "Error that the steering valve does not open for, degrees", Radians(1.0));
+    AddNumber(app, "--steering-rate-left", valve.rateLeft, Within(1.0, 60.0),
+              "How fast the wheels turn to the left at most, degrees per second", Radians(1.0));
+    AddNumber(app, "--steering-rate-right", valve.rateRight, Within(1.0, 60.0),
+              "The same to the right", Radians(1.0));
+}
+
 void AddWorldOptions(CLI::App& app, SimulationOptions& world, std::vector<double>& start)
 {
     app.add_option("--seed", world.seed, "Seed of all noise; the same seed repeats a run")
@@ -197,6 +287,7 @@ void AddWorldOptions(CLI::App& app, SimulationOptions& world, std::vector<double
               "Speed at the start and first speed set point, metres per second");
     AddNumber(app, "--centre-bias", world.centreBias, Within(-5.0, 5.0),
               "How far the wheels stand right of what the sensor says, degrees", Radians(1.0));
+    AddHarderWorldOptions(app, world);
     AddNumber(app, "--backlash", world.backlash, Within(0.0, 5.0),
               "Play between the steering actuator and the wheels, degrees", Radians(1.0));
 }

@@ -147,6 +147,15 @@ void StartSaving(KeptState kept, const OutputPointer& output, std::optional<CSet
     }
 }
 
+/// What takes the settings to keep; empty where there is no file for them.
+KeepSink SinkOf(const KeptState& kept, std::optional<CSettingsSaver>& saver)
+{
+    if (!kept.file) {
+        return {};
+    }
+    return [&saver](const KeptValues& values) { saver->Keep(values); };
+}
+
 /// Brings to the disk what is still to be brought there.
 void EndSaving(const ProgramOptions& options, ServiceLinkC& link,
                std::optional<CSettingsSaver>& saver, CProgramOutput& output)
@@ -186,10 +195,7 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     LogTapC log(limited.Sink());
     TrailC trail;
     std::optional<CSettingsSaver> saver;
-    KeepSink keep;
-    if (kept.file) {
-        keep = [&saver](const KeptValues& values) { saver->Keep(values); };
-    }
+    const KeepSink keep = SinkOf(kept, saver);
     const auto shares =
         DescriptorLimit::Divide(options.httpPort ? HttpServerC::kMostConnections : 0);
     const KeepState keepState = [&saver] { return saver->State(); };

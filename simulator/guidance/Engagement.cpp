@@ -75,6 +75,9 @@ std::vector<std::string> ProblemsButSlowness(const EngageSituation& situation,
     std::vector<std::string> problems;
     if (!situation.positionFresh)
         problems.push_back("no fresh position has come for 1 s");
+    if (situation.reckonsTooLong)
+        problems.push_back(
+            Sentence("the receiver has had no usable position for ", kLongestReckoning, " s"));
     for (auto&& group : {PlaceProblems(situation), ReverseProblems(situation, settings)})
         problems.insert(problems.end(), group.begin(), group.end());
     return problems;

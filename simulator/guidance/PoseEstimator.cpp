@@ -30,9 +30,20 @@ double Squared(double value)
 } // namespace
 
 CPoseEstimator::CPoseEstimator(const ReceiverAccuracy& accuracy)
-    : m_positionVariance(Squared(std::max(accuracy.white, kLeastPositionSigma))),
-      m_headingVariance(Squared(std::max(accuracy.heading, kLeastHeadingSigma)))
 {
+    Expect(accuracy);
+}
+
+void CPoseEstimator::Expect(const ReceiverAccuracy& accuracy)
+{
+    m_positionVariance = Squared(std::max(accuracy.white, kLeastPositionSigma));
+    m_headingVariance = Squared(std::max(accuracy.heading, kLeastHeadingSigma));
+}
+
+void CPoseEstimator::Coast()
+{
+    if (m_started)
+        PropagateCovariance();
 }
 
 void CPoseEstimator::Reset()

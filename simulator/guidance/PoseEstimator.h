@@ -32,6 +32,11 @@ public:
     /// Takes a measurement in, a control period after the one before.
     void Correct(const Pose& measured);
 
+    /// Goes on without a measurement, in place of Correct().
+    void Coast();
+    /// How good the measurements are from now on.
+    void Expect(const ReceiverAccuracy& accuracy);
+
     const MotionEstimate& Estimate() const { return m_estimate; }
 
 private:
@@ -50,8 +55,8 @@ private:
     void PropagateCovariance();
     void CorrectState(EState state, double innovation, double variance);
 
-    double m_positionVariance;
-    double m_headingVariance;
+    double m_positionVariance = 0.0;
+    double m_headingVariance = 0.0;
     bool m_started = false;
     double m_driven = 0.0; ///< metres since the last correction, negative backwards
     double m_wheelAngle = 0.0;

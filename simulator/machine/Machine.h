@@ -29,6 +29,9 @@ public:
     /// Moves the steering alone, while something else carries the machine.
     void StepSteering(double steeringCommand) { m_steering.Step(steeringCommand); }
 
+    /// See CSteering::SetValve().
+    void SetValve(const ValveOptions& valve) { m_steering.SetValve(valve); }
+
     const Pose& TruePose() const { return m_pose; }
     double Speed() const { return m_speed; }
     const CSteering& Steering() const { return m_steering; }

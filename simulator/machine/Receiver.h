@@ -31,8 +31,16 @@ ReceiverAccuracy AccuracyOf(EReceiver receiver);
 class CReceiver
 {
 public:
+    static constexpr std::uint64_t kUsualStream = 1;
+
+    /// @param stream of the seed, see CRandomSource.
     /// @param sampleSeconds between two calls of Measure().
-    CReceiver(EReceiver receiver, std::uint64_t seed, double sampleSeconds);
+    CReceiver(EReceiver receiver, std::uint64_t seed, double sampleSeconds)
+        : CReceiver(AccuracyOf(receiver), seed, kUsualStream, sampleSeconds)
+    {
+    }
+    CReceiver(const ReceiverAccuracy& accuracy, std::uint64_t seed, std::uint64_t stream,
+              double sampleSeconds);
 
     Pose Measure(const Pose& truePose);
     /// By how much the last measurement was beside the truth, its white noise left out, metres.

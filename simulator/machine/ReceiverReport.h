@@ -18,6 +18,7 @@ enum class EFix
 struct ReceiverReport
 {
     EFix fix = EFix::Fixed;
+    bool isNew = true;           ///< it has measured; otherwise all is as it was
     double correctionAge = 0.0;  ///< seconds; counts with a correction alone
     Point lasting;               ///< metres by which it is beside the truth, white noise left out
     double roll = 0.0;           ///< radians, positive with the right side down

@@ -129,9 +129,9 @@ NmeaMoment CNmeaSource::MomentOf(const CSimulation& world, double time, const Po
 
 void CNmeaSource::TellWhatWasMeasured(const CSimulation& world)
 {
-    const double latency = world.Reported().latency;
-    const double measuredAt = world.Time() - latency;
-    if (IsWhole(measuredAt * m_rate)) {
+    const ReceiverReport report = world.Reported();
+    const double measuredAt = world.Time() - report.latency;
+    if (report.isNew && IsWhole(measuredAt * m_rate)) {
         m_late.push_back({world.Time(), MomentOf(world, measuredAt, world.MeasuredPose())});
     }
 }

@@ -20,6 +20,14 @@ bool Repeats(ELineKind kind)
     return kind != ELineKind::Recorded;
 }
 
+/// The receiver's options, which have its kind too.
+ReceiverOptions MountingOf(const SimulationOptions& options)
+{
+    ReceiverOptions mounting = options.mounting;
+    mounting.kind = options.receiver;
+    return mounting;
+}
+
 /// Whether a line is smoothed by the curve filter.
 bool IsDriven(ELineKind kind)
 {
@@ -32,14 +40,16 @@ CSimulation::State::State(const SimulationOptions& startOptions, CLongWork* long
     : options(startOptions),
       machine(options.startPose, options.speed, CSteering(options.centreBias, options.backlash)),
       ground(options.ground, options.seed),
-      receiver(options.receiver, options.seed, kControlSeconds),
+      receiver(MountingOf(options), options.seed, kControlSeconds),
+      terrain(options.terrain, options.seed), conditions(options.conditions),
       estimator(AccuracyOf(options.receiver)), work(longWork), line(looks, longWork),
       definition(std::make_shared<const LineDefinition>())
 {
     settings.speedSetPoint = options.speed;
     Arrange(line, settings, *definition);
-    measured = receiver.Measure(machine.TruePose());
-    estimator.Correct(measured);
+    machine.SetValve(conditions.valve);
+    measured = machine.TruePose();
+    Measure();
 }
 
 double CSimulation::State::ControlSpeed() const
@@ -225,6 +235,7 @@ EngageSituation CSimulation::State::Situation() const
     EngageSituation situation;
     situation.navigationActive = navigationActive;
     situation.positionFresh = !fed.Active() || fed.Fresh();
+    situation.reckonsTooLong = !fed.Active() && reckoned > kLongestReckoning + kControlSeconds / 2;
     situation.lineLeft = line.Shape() != nullptr;
     situation.implementWidth = settings.implementWidth;
     situation.speed = ControlSpeed();
@@ -244,13 +255,11 @@ TrackingGains CSimulation::State::Gains() const
 void CSimulation::State::Control()
 {
     looks.left = LookBudget::kFull;
-    if (!fed.Active()) {
-        measured = receiver.Measure(machine.TruePose());
-        estimator.Correct(measured);
-    }
+    if (!fed.Active())
+        Measure();
     LocateOnLine();
     engagement.Check(Situation(), settings.engage, kControlSeconds);
-    command = 0.0;
+    command = engagement.Engaged() ? 0.0 : ManualCommand();
     if (engagement.Engaged()) {
         const MotionEstimate motion =
             fed.Active() ? MotionEstimate{fed.Now(), 0.0, 0.0} : estimator.Estimate();
@@ -273,9 +282,7 @@ void CSimulation::Step()
     ++state.steps;
     if (state.fed.Age(kStepSeconds)) {
         // Its own machine has stood where it was; what was known of it is out of date.
-        state.estimator.Reset();
-        state.measured = state.receiver.Measure(state.machine.TruePose());
-        state.estimator.Correct(state.measured);
+        state.MeasureAnew();
     }
     if (state.fed.Active()) {
         state.machine.StepSteering(state.command);

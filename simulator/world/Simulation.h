@@ -14,7 +14,9 @@
 #include "simulator/machine/Machine.h"
 #include "simulator/machine/Pose.h"
 #include "simulator/machine/Receiver.h"
-#include "simulator/machine/ReceiverReport.h"
+#include "simulator/machine/SatelliteReceiver.h"
+#include "simulator/machine/Terrain.h"
+#include "simulator/world/Conditions.h"
 #include "simulator/world/FedPositions.h"
 #include "simulator/world/Outcome.h"
 
@@ -29,6 +31,10 @@ struct SimulationOptions
     double backlash = 0.0;   ///< radians of play between the actuator and the wheels
     Pose startPose;
     double speed = 0.0; ///< metres per second, at the start and as the first speed set point
+    TerrainOptions terrain;
+    ReceiverOptions mounting;       ///< of the receiver; its kind is the one above
+    std::optional<double> treeLine; ///< x of trees in a row to the north, metres; none without
+    WorldConditions conditions;     ///< as they are at the start
 };
 
 /// Where the machine is relative to the line that it follows.
@@ -192,6 +198,14 @@ public:
     COutcome Feed(const FedPosition& sample);
     /// Whether fed samples are the machine's position now.
     bool FedMode() const;
+
+    // What may happen to the machine.
+
+    /// Changes what is around the machine and in it, from the next step on.
+    void SetConditions(const WorldConditions& conditions);
+    const WorldConditions& Conditions() const;
+    /// How the machine leans on the ground.
+    Attitude Lean() const;
 
     // What the service knows.
 

@@ -14,8 +14,6 @@ namespace {
 
 /// How far the implement is carried behind the rear axle, metres.
 constexpr double kImplementBehind = 2.0;
-/// How old a correction is as long as they come, seconds.
-constexpr double kCorrectionAge = 1.0;
 constexpr double kDrawnBehind = 50.0;
 constexpr double kDrawnAhead = 150.0;
 constexpr double kDrawnSpacing = 2.0;
@@ -96,14 +94,7 @@ Pose CSimulation::MeasuredPose() const
 
 ReceiverReport CSimulation::Reported() const
 {
-    ReceiverReport report;
-    if (FedMode())
-        return report;
-    report.fix = m_state->options.receiver == EReceiver::Sbas ? EFix::Differential : EFix::Fixed;
-    report.correctionAge = kCorrectionAge;
-    report.lasting = m_state->receiver.Drift();
-    report.accuracy = AccuracyOf(m_state->options.receiver);
-    return report;
+    return FedMode() ? ReceiverReport() : m_state->receiver.Report();
 }
 
 Pose CSimulation::EstimatedPose() const

@@ -30,6 +30,13 @@ struct CSimulation::State
 {
     State(const SimulationOptions& startOptions, CLongWork* longWork);
 
+    // Has the receiver measure, and guidance take that in or reckon on without.
+    void Measure();
+    // Begins anew with what the receiver measures, as after fed positions.
+    void MeasureAnew();
+    Attitude Lean() const;
+    Reception ReceptionNow() const;
+    double ManualCommand() const;
     // Runs guidance: measures, finds the pose, looks at the conditions, steers.
     void Control();
     // Takes the machine's present pose over into where it is on the line. A pass that it has moved
@@ -63,7 +70,10 @@ struct CSimulation::State
     SimulationSettings settings;
     CMachine machine;
     CGround ground;
-    CReceiver receiver;
+    CSatelliteReceiver receiver;
+    CTerrain terrain;
+    WorldConditions conditions;
+    double reckoned = 0.0; ///< seconds since the last position that guidance could use
     CPoseEstimator estimator;
     CFedPositions fed;
     CLongWork* work;  ///< null to have all calculated on the spot

@@ -90,6 +90,31 @@ TEST(CommandLine, TakesTargetsForSentences)
     EXPECT_EQ(600.0, nmea.origin.height);
 }
 
+TEST(CommandLine, TakesAHarderWorld)
+{
+    const Outcome outcome =
+        Read({"--terrain", "slope:-8.5", "--antenna", "0.5,-0.25,2.75", "--compensation", "off",
+              "--receiver-rate", "5", "--receiver-latency", "0.3", "--tree-line", "-12.5",
+              "--steering-deadband", "0.5", "--steering-rate-left", "15", "--steering-rate-right",
+              "12"});
+
+    ASSERT_FALSE(outcome.exitCode.has_value()) << outcome.errors;
+    const SimulationOptions& world = outcome.options.simulation;
+    EXPECT_EQ(ETerrain::Slope, world.terrain.kind);
+    EXPECT_DOUBLE_EQ(Radians(-8.5), world.terrain.slope);
+    EXPECT_EQ(0.5, world.mounting.antenna.ahead);
+    EXPECT_EQ(-0.25, world.mounting.antenna.right);
+    EXPECT_EQ(2.75, world.mounting.antenna.up);
+    EXPECT_FALSE(world.mounting.compensatesLean);
+    EXPECT_EQ(5, world.mounting.rate);
+    EXPECT_EQ(3, world.mounting.latency);
+    EXPECT_EQ(-12.5, world.treeLine.value_or(0.0));
+    EXPECT_DOUBLE_EQ(Radians(0.5), world.conditions.valve.deadband);
+    EXPECT_DOUBLE_EQ(Radians(15.0), world.conditions.valve.rateLeft);
+    EXPECT_DOUBLE_EQ(Radians(12.0), world.conditions.valve.rateRight);
+    EXPECT_EQ(ETerrain::Rolling, Read({"--terrain", "rolling"}).options.simulation.terrain.kind);
+}
+
 TEST(CommandLine, TakesAPortForTheLivePage)
 {
     const Outcome outcome = Read({"--http", "8010"});
@@ -137,6 +162,17 @@ TEST(CommandLine, NamesTheWrongValueAndWhatIsAllowed)
              {{"--start", "1,2"}, {"--start", "3"}},
              {{"--start", "1,2,inf"}, {"--start", "inf"}},
              {{"--state"}, {"--state"}},
+             {{"--terrain", "hilly"}, {"--terrain", "hilly", "flat"}},
+             {{"--terrain", "slope:"}, {"--terrain", "slope:"}},
+             {{"--terrain", "slope:31"}, {"--terrain", "31", "30"}},
+             {{"--terrain", "slope:nan"}, {"--terrain", "nan"}},
+             {{"--antenna", "1,2"}, {"--antenna"}},
+             {{"--antenna", "1,2,11"}, {"--antenna", "11"}},
+             {{"--compensation", "maybe"}, {"--compensation", "maybe", "on"}},
+             {{"--receiver-rate", "20"}, {"--receiver-rate", "20", "10"}},
+             {{"--receiver-latency", "0.05"}, {"--receiver-latency", "0.05", "tenths"}},
+             {{"--steering-deadband", "-1"}, {"--steering-deadband", "-1"}},
+             {{"--steering-rate-left", "0"}, {"--steering-rate-left", "0"}},
              {{"--nmea", "tcp:"}, {"--nmea", "tcp:", "port", "path"}},
              {{"--nmea", "tcp:65536"}, {"--nmea", "tcp:65536"}},
              {{"--nmea", "tcp:-1"}, {"--nmea", "tcp:-1"}},
