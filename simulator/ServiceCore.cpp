@@ -25,13 +25,22 @@ ServiceCoreC::ServiceCoreC(ServiceCoreOptions options)
       m_steering(m_simulation, m_waylines, m_kept, m_log),
       m_waylineOperations(m_simulation, m_waylines, m_feed, m_log, m_work),
       m_offsets(m_simulation, m_log, m_work), m_positions(m_feed, m_log),
-      m_tuning(m_simulation, m_kept, m_log), m_events(m_simulation, m_waylines)
+      m_tuning(m_simulation, m_kept, m_log),
+      m_simulatorOperations(m_simulation, m_kept, Stepping(options.stepped), m_work),
+      m_events(m_simulation, m_waylines)
 {
     m_steering.Register(m_operations);
     m_waylineOperations.Register(m_operations);
     m_offsets.Register(m_operations);
     m_positions.Register(m_operations);
     m_tuning.Register(m_operations);
+    m_simulatorOperations.Register(m_operations);
+}
+
+/// How the simulator's own operations move the world on; empty where time passes by itself.
+SimulatorOperationsC::Step ServiceCoreC::Stepping(bool stepped)
+{
+    return stepped ? [this] { Step(); } : SimulatorOperationsC::Step();
 }
 
 Answer ServiceCoreC::Call(ECall kind, const std::string& name, const BListC& arguments)

@@ -17,6 +17,7 @@
 #include "simulator/PositionFeed.h"
 #include "simulator/PositionOperations.h"
 #include "simulator/ServiceLog.h"
+#include "simulator/SimulatorOperations.h"
 #include "simulator/SteeringOperations.h"
 #include "simulator/TrackRecorder.h"
 #include "simulator/TuningOperations.h"
@@ -36,6 +37,8 @@ struct ServiceCoreOptions
     /// Makes what takes long, and must outlive the core; null to have it made on the spot.
     WorkQueueC* work = nullptr;
     KeepState keepState{}; ///< how far the saving of what `keep` took is; may be empty
+    /// Time stands until it is asked to advance by "simulator_advance".
+    bool stepped = false;
 };
 
 /// What a client sends.
@@ -93,6 +96,8 @@ public:
     /// Moves the world on by so much time of its own clock, in whole steps; the rest is kept for
     /// the next call. Events are told as they happen.
     void Advance(double seconds);
+    /// Moves it on by one step.
+    void Step();
 
     /// Writes the drive to a file from now on; see TrackRecorderC::Open().
     std::string RecordTrack(const std::string& path, const StateFileC* settings = nullptr)
@@ -111,9 +116,9 @@ public:
     const CSimulation& World() const { return m_simulation; }
 
 private:
+    SimulatorOperationsC::Step Stepping(bool stepped);
     Answer Call(ECall kind, const std::string& name, const BListC& arguments);
     Answer CallOnTheSpot(ECall kind, const std::string& name, const BListC& arguments);
-    void Step();
     void TellChanges(bool guidanceRan);
     void LogDrop();
 
@@ -129,6 +134,7 @@ private:
     OffsetOperationsC m_offsets;
     PositionOperationsC m_positions;
     TuningOperationsC m_tuning;
+    SimulatorOperationsC m_simulatorOperations;
     OperationTableC m_operations;
     EventsC m_events;
     TrackRecorderC m_recorder;

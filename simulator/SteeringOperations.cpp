@@ -13,7 +13,6 @@ void SteeringOperationsC::Register(OperationTableC& table)
     table.Add("IsNavigationActivated", *this, &Self::IsNavigationActivated);
     table.Add("why_not_engaged", *this, &Self::WhyNotEngaged);
     table.Add("why_refused", *this, &Self::WhyRefused);
-    table.Add("simulator_keeps", *this, &Self::SimulatorKeeps);
     table.Add("set_reverse_engage_enabled", *this, &Self::SetReverseEngageEnabled);
     table.Add("get_reverse_engage_enabled", *this, &Self::GetReverseEngageEnabled);
     table.Add("set_reverse_engage_allowed", *this, &Self::SetReverseEngageAllowed);
@@ -83,11 +82,6 @@ Value SteeringOperationsC::WhyRefused(const std::string& operation)
 {
     const std::string reason = m_log.RefusalOf(operation);
     return reason.empty() ? nullptr : std::make_unique<BAtomC>(reason);
-}
-
-int SteeringOperationsC::SimulatorKeeps()
-{
-    return static_cast<int>(m_kept.Keeping());
 }
 
 void SteeringOperationsC::SetReverseEngageEnabled(bool enabled, bool keep)

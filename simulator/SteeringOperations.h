@@ -32,7 +32,6 @@ private:
     bool IsNavigationActivated();
     std::vector<std::string> WhyNotEngaged();
     Value WhyRefused(const std::string& operation);
-    int SimulatorKeeps();
     void SetReverseEngageEnabled(bool enabled, bool keep);
     bool GetReverseEngageEnabled(LeadingOne);
     void SetReverseEngageAllowed(bool allowed, bool keep);

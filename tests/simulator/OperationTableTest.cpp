@@ -31,6 +31,8 @@ const std::vector<Row> kRows{
     {"IsNavigationActivated", "[]", "[]", "int"},
     {"why_not_engaged", "[]", "[]", "[text]"},
     {"why_refused", "[text]", "['EngageSteering']", "nil"},
+    {"simulator_advance", "[double]", "[0.2]", "double"},
+    {"simulator_time", "[]", "[]", "double"},
     {"simulator_keeps", "[]", "[]", "int"},
     {"set_reverse_engage_enabled", "[int, int]", "[1, 0]", "nil"},
     {"get_reverse_engage_enabled", "[int]", "[1]", "int"},
