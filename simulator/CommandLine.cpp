@@ -113,6 +113,10 @@ void AddServiceOptions(CLI::App& app, ProgramOptions& options)
     app.add_option("--track", options.trackFile, "Write the drive to a file as CSV")
         ->check(kFileName)
         ->type_name("FILE");
+    app.add_option("--scenario", options.scenarioFile,
+                   "File of what happens when: faults, lines, calls")
+        ->check(kFileName)
+        ->type_name("FILE");
     AddChoice(app, "--log-level", options.logLevel, kLogLevels, "warning",
               "What is written to standard error: error, warning, info or debug");
     AddNumber(app, "--speed-factor", options.speedFactor, Within(0.01, 1000.0),
@@ -213,6 +217,7 @@ const CLI::Validator kTenths(
     "");
 
 const Choices<bool> kSwitch{{"on", true}, {"off", false}};
+const Choices<bool> kTyres{{"rigid", false}, {"dynamic", true}};
 const Choices<int> kReceiverRates{{"1", 1}, {"2", 2}, {"5", 5}, {"10", 10}};
 
 /// How the ground lies, and how the receiver gets along with it.
@@ -257,6 +262,8 @@ void AddHarderWorldOptions(CLI::App& app, SimulationOptions& world)
                    "Trees in a row to the north, so many metres east: positions jump near them")
         ->check(Within(-1e6, 1e6))
         ->type_name("NUMBER");
+    AddChoice(app, "--tyres", world.hasTyres, kTyres, "rigid",
+              "What the machine rolls on: rigid wheels, or dynamic: tyres that give at speed");
     ValveOptions& valve = world.conditions.valve;
     AddNumber(app, "--steering-deadband", valve.deadband, Within(0.0, 5.0),
               "Error that the steering valve does not open for, degrees", Radians(1.0));

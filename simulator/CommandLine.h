@@ -19,6 +19,7 @@ struct ProgramOptions
     std::string trackFile;                 ///< empty: the drive is not written down
     ELogLevel logLevel = ELogLevel::Warning;
     double speedFactor = 1.0; ///< simulated seconds a real second
+    std::string scenarioFile;              ///< empty: nothing is planned
     NmeaOptions nmea;
     SimulationOptions simulation;
 };

@@ -27,7 +27,7 @@ ServiceCoreC::ServiceCoreC(ServiceCoreOptions options)
       m_offsets(m_simulation, m_log, m_work), m_positions(m_feed, m_log),
       m_tuning(m_simulation, m_kept, m_log),
       m_simulatorOperations(m_simulation, m_kept, Stepping(options.stepped), m_work),
-      m_events(m_simulation, m_waylines)
+      m_faults(m_simulation), m_faultOperations(m_faults), m_events(m_simulation, m_waylines)
 {
     m_steering.Register(m_operations);
     m_waylineOperations.Register(m_operations);
@@ -35,6 +35,7 @@ ServiceCoreC::ServiceCoreC(ServiceCoreOptions options)
     m_positions.Register(m_operations);
     m_tuning.Register(m_operations);
     m_simulatorOperations.Register(m_operations);
+    m_faultOperations.Register(m_operations);
 }
 
 /// How the simulator's own operations move the world on; empty where time passes by itself.
@@ -123,8 +124,26 @@ void ServiceCoreC::Advance(double seconds)
     }
 }
 
+void ServiceCoreC::StartScenario(Scenario scenario)
+{
+    m_scenario.Start(std::move(scenario), [this](const ScenarioEvent& event) { return Do(event); });
+}
+
+std::string ServiceCoreC::Do(const ScenarioEvent& event)
+{
+    if (const auto* const fault = std::get_if<ScenarioFault>(&event.what)) {
+        return m_faults.Set(fault->name, fault->value, fault->seconds).Reason();
+    }
+    const auto& call = std::get<ScenarioCall>(event.what);
+    return CallOnTheSpot(ECall::Request, call.operation, *call.arguments).error;
+}
+
 void ServiceCoreC::Step()
 {
+    for (const std::string& refused : m_scenario.Look(m_simulation.Time())) {
+        m_log.Write(ELogLevel::Warning, refused);
+    }
+    m_faults.Look();
     m_simulation.Step();
     if (m_onStep) {
         m_onStep(m_simulation, m_feed.Origin());

@@ -11,11 +11,13 @@
 
 #include "platform/BElement.h"
 #include "simulator/Events.h"
+#include "simulator/FaultOperations.h"
 #include "simulator/KeptSettings.h"
 #include "simulator/OffsetOperations.h"
 #include "simulator/OperationTable.h"
 #include "simulator/PositionFeed.h"
 #include "simulator/PositionOperations.h"
+#include "simulator/Scenario.h"
 #include "simulator/ServiceLog.h"
 #include "simulator/SimulatorOperations.h"
 #include "simulator/SteeringOperations.h"
@@ -104,6 +106,9 @@ public:
     {
         return m_recorder.Open(path, settings);
     }
+    /// Has a scenario happen from now on. What it calls is made on the spot, so that it repeats;
+    /// what is refused is logged.
+    void StartScenario(Scenario scenario);
     /// Has the world handed on after each of its steps, with where its frame lies on the earth.
     void OnStep(StepSink sink) { m_onStep = std::move(sink); }
     /// Ends that file; see TrackRecorderC::Close().
@@ -119,6 +124,7 @@ private:
     SimulatorOperationsC::Step Stepping(bool stepped);
     Answer Call(ECall kind, const std::string& name, const BListC& arguments);
     Answer CallOnTheSpot(ECall kind, const std::string& name, const BListC& arguments);
+    std::string Do(const ScenarioEvent& event);
     void TellChanges(bool guidanceRan);
     void LogDrop();
 
@@ -135,6 +141,9 @@ private:
     PositionOperationsC m_positions;
     TuningOperationsC m_tuning;
     SimulatorOperationsC m_simulatorOperations;
+    CFaults m_faults;
+    FaultOperationsC m_faultOperations;
+    CScenarioRun m_scenario;
     OperationTableC m_operations;
     EventsC m_events;
     TrackRecorderC m_recorder;

@@ -7,6 +7,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include <asio/io_context.hpp>
 #include <asio/signal_set.hpp>
@@ -110,6 +111,20 @@ EExitCode StartNmea(const ProgramOptions& options, const StateFileC* settings, S
     return problem.empty() ? kExitSuccess : isPort ? kExitCannotListen : kExitWrongOptions;
 }
 
+/// Has happen what is planned.
+std::string StartScenario(const ProgramOptions& options, ServiceCoreC& core)
+{
+    if (options.scenarioFile.empty()) {
+        return {};
+    }
+    Scenario scenario;
+    std::string problem = ReadScenarioFile(options.scenarioFile, core.OperationNames(), scenario);
+    if (problem.empty()) {
+        core.StartScenario(std::move(scenario));
+    }
+    return problem;
+}
+
 /// Starts to listen and to write the drive down.
 ///
 /// @return the code to exit with when that fails, with what stands in the way in `problem`.
@@ -132,6 +147,10 @@ EExitCode StartServing(const ProgramOptions& options, const StateFileC* settings
     if (!options.trackFile.empty()) {
         problem = link.Core().RecordTrack(options.trackFile, settings);
     }
+    if (!problem.empty()) {
+        return kExitWrongOptions;
+    }
+    problem = StartScenario(options, link.Core());
     if (!problem.empty()) {
         return kExitWrongOptions;
     }

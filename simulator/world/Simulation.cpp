@@ -48,6 +48,8 @@ CSimulation::State::State(const SimulationOptions& startOptions, CLongWork* long
     settings.speedSetPoint = options.speed;
     Arrange(line, settings, *definition);
     machine.SetValve(conditions.valve);
+    if (options.hasTyres)
+        machine.SetTyres({});
     measured = machine.TruePose();
     Measure();
 }

@@ -31,6 +31,7 @@ struct SimulationOptions
     double backlash = 0.0;   ///< radians of play between the actuator and the wheels
     Pose startPose;
     double speed = 0.0; ///< metres per second, at the start and as the first speed set point
+    bool hasTyres = false; ///< it rolls on tyres that give, not as its wheels point
     TerrainOptions terrain;
     ReceiverOptions mounting;       ///< of the receiver; its kind is the one above
     std::optional<double> treeLine; ///< x of trees in a row to the north, metres; none without

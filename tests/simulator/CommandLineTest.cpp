@@ -92,11 +92,26 @@ TEST(CommandLine, TakesTargetsForSentences)
 
 TEST(CommandLine, TakesAHarderWorld)
 {
-    const Outcome outcome =
-        Read({"--terrain", "slope:-8.5", "--antenna", "0.5,-0.25,2.75", "--compensation", "off",
-              "--receiver-rate", "5", "--receiver-latency", "0.3", "--tree-line", "-12.5",
-              "--steering-deadband", "0.5", "--steering-rate-left", "15", "--steering-rate-right",
-              "12"});
+    const Outcome outcome = Read({"--terrain",
+                                  "slope:-8.5",
+                                  "--antenna",
+                                  "0.5,-0.25,2.75",
+                                  "--compensation",
+                                  "off",
+                                  "--receiver-rate",
+                                  "5",
+                                  "--receiver-latency",
+                                  "0.3",
+                                  "--tree-line",
+                                  "-12.5",
+                                  "--steering-deadband",
+                                  "0.5",
+                                  "--steering-rate-left",
+                                  "15",
+                                  "--steering-rate-right",
+                                  "12",
+                                  "--tyres",
+                                  "dynamic"});
 
     ASSERT_FALSE(outcome.exitCode.has_value()) << outcome.errors;
     const SimulationOptions& world = outcome.options.simulation;
@@ -107,6 +122,7 @@ TEST(CommandLine, TakesAHarderWorld)
     EXPECT_EQ(2.75, world.mounting.antenna.up);
     EXPECT_FALSE(world.mounting.compensatesLean);
     EXPECT_EQ(5, world.mounting.rate);
+    EXPECT_TRUE(world.hasTyres);
     EXPECT_EQ(3, world.mounting.latency);
     EXPECT_EQ(-12.5, world.treeLine.value_or(0.0));
     EXPECT_DOUBLE_EQ(Radians(0.5), world.conditions.valve.deadband);
@@ -169,6 +185,7 @@ TEST(CommandLine, NamesTheWrongValueAndWhatIsAllowed)
              {{"--antenna", "1,2"}, {"--antenna"}},
              {{"--antenna", "1,2,11"}, {"--antenna", "11"}},
              {{"--compensation", "maybe"}, {"--compensation", "maybe", "on"}},
+             {{"--tyres", "flat"}, {"--tyres", "flat", "rigid"}},
              {{"--receiver-rate", "20"}, {"--receiver-rate", "20", "10"}},
              {{"--receiver-latency", "0.05"}, {"--receiver-latency", "0.05", "tenths"}},
              {{"--steering-deadband", "-1"}, {"--steering-deadband", "-1"}},

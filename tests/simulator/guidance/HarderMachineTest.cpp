@@ -9,6 +9,7 @@
 
 #include "simulator/machine/Antenna.h"
 #include "simulator/machine/Corrections.h"
+#include "simulator/machine/Machine.h"
 #include "simulator/machine/Multipath.h"
 #include "simulator/machine/SatelliteReceiver.h"
 #include "simulator/machine/Steering.h"
@@ -165,6 +166,88 @@ TEST(SteeringValve, ApproachesByItsLag)
     const double angle = ValveAfterStep(0.0, Radians(2.0), {});
     EXPECT_DOUBLE_EQ(Radians(2.0) * kMachineStepSeconds / kSteeringLagSeconds, angle);
     EXPECT_EQ(angle, SteeringAfterStep(0.0, Radians(2.0)));
+}
+
+/// The yaw rate that a machine on tyres comes to.
+double SteadyYawRate(double speed, double wheelAngle)
+{
+    CTyreChassis chassis({});
+    Pose pose;
+    for (int step = 0; step < 2000; ++step)
+        pose = chassis.After(pose, speed, wheelAngle, 0.0, kMachineStepSeconds);
+    return chassis.YawRate();
+}
+
+TEST(TyreChassis, TurnsAsSteadilyAsTheUndersteerGradientSays)
+{
+    const TyreOptions of;
+    const double gradient =
+        of.mass / kWheelbase * (of.toRear / of.frontStiffness - of.toFront / of.rearStiffness);
+    const double angle = Radians(1.0);
+    for (const double speed : {1.0, 2.5, 5.0, 8.0, 12.0}) {
+        const double expected = speed * angle / (kWheelbase + gradient * speed * speed);
+        EXPECT_NEAR(expected, SteadyYawRate(speed, angle), 1e-6 * expected) << speed;
+    }
+    EXPECT_DOUBLE_EQ(kWheelbase, of.toFront + of.toRear);
+}
+
+TEST(TyreChassis, DrivesTheCircleOfItsYawRate)
+{
+    // The centre stays where it is: pose and yaw rate belong together.
+    CTyreChassis chassis({});
+    Pose pose;
+    for (int step = 0; step < 1000; ++step)
+        pose = chassis.After(pose, 5.0, Radians(5.0), 0.0, kMachineStepSeconds);
+    const double radius = 5.0 / chassis.YawRate();
+    const Pose later = chassis.After(pose, 5.0, Radians(5.0), 0.0, kMachineStepSeconds);
+    EXPECT_NEAR(5.0 * kMachineStepSeconds, Distance(pose.position, later.position), 1e-3);
+    EXPECT_NEAR(kMachineStepSeconds * 5.0 / radius, NormaliseTurn(later.heading - pose.heading),
+                1e-9);
+}
+
+TEST(TyreChassis, DoesNotDependOnHowFinelyItsTimeIsCut)
+{
+    CTyreChassis coarse({});
+    CTyreChassis fine({});
+    Pose one;
+    Pose other;
+    for (int step = 0; step < 100; ++step) {
+        one = coarse.After(one, 10.0, Radians(3.0), 0.0, 0.02);
+        for (int part = 0; part < 10; ++part)
+            other = fine.After(other, 10.0, Radians(3.0), 0.0, 0.002);
+    }
+    EXPECT_NEAR(0.0, Distance(one.position, other.position), 1e-9);
+}
+
+TEST(TyreChassis, RollsAsItsWheelsPointWhileItIsSlow)
+{
+    CTyreChassis chassis({});
+    const Pose start{{1.0, 2.0}, 0.3};
+    for (const double speed : {-2.0, 0.0, 0.9}) {
+        const Pose rolled = chassis.After(start, speed, Radians(10.0), 0.0, 0.02);
+        const Pose expected = PoseAfter(start, speed, Radians(10.0), 0.0, 0.02);
+        EXPECT_EQ(expected.position.x, rolled.position.x);
+        EXPECT_EQ(expected.heading, rolled.heading);
+    }
+}
+
+TEST(TyreChassis, ComesToAForceOverItsRelaxationLength)
+{
+    // So heavy and hard to turn that it neither slides nor turns: the force alone accelerates it,
+    // by 1 - exp(-way/relaxation) of that of the slip, the integral of which is its yaw rate.
+    TyreOptions heavy;
+    heavy.mass = 1e12;
+    heavy.yawInertia = 1e12;
+    CTyreChassis chassis(heavy);
+    const double speed = 2.0;
+    const double angle = Radians(1.0);
+    Pose pose;
+    for (int step = 0; step < 50; ++step)
+        pose = chassis.After(pose, speed, angle, 0.0, kMachineStepSeconds);
+    const double way = speed * 50 * kMachineStepSeconds;
+    const double grown = way - heavy.relaxation * (1.0 - std::exp(-way / heavy.relaxation));
+    const double expected = heavy.toFront * heavy.frontStiffness * angle * grown / speed / 1e12;
+    EXPECT_NEAR(1.0, chassis.YawRate() / expected, 1e-6);
 }
 
 TEST(Corrections, AgeAndTakeTheFixWithThem)
