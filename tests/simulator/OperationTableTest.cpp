@@ -33,6 +33,7 @@ const std::vector<Row> kRows{
     {"why_refused", "[text]", "['EngageSteering']", "nil"},
     {"simulator_advance", "[double]", "[0.2]", "double"},
     {"simulator_time", "[]", "[]", "double"},
+    {"simulator_describe", "[]", "[]", "text"},
     {"simulator_keeps", "[]", "[]", "int"},
     {"set_reverse_engage_enabled", "[int, int]", "[1, 0]", "nil"},
     {"get_reverse_engage_enabled", "[int]", "[1]", "int"},
@@ -96,6 +97,8 @@ std::string ShapeOf(const BElementC* value)
         return "nil";
     if (const auto* list = dynamic_cast<const BListC*>(value))
         return DescribeTypes(*list);
+    if (value->Type() == EBElementType::String)
+        return "text";
     return value->Type() == EBElementType::Integer ? "int" : "double";
 }
 
