@@ -26,6 +26,8 @@ shift 5
         count = split(part[2], field, " ")
         name = field[count]
         is_ours = name ~ /^_Z/ && name !~ /^_Z[A-Z]*N?[rVK]*(S[tabsiod]|9__gnu_cxx)|^_Z(n[wa]|d[la])/
+        # A library that is linked in is not for programs.
+        is_ours = is_ours && name !~ /13GeographicLib/
         is_shown = field[2] != ".hidden" || name ~ pattern
         if (part[1] !~ /^\*/ && is_ours && is_shown) {
             printf "--add-symbol=%s=%s:0x%s,%s,weak\n", name, part[1], substr($0, 1, value),

@@ -22,6 +22,7 @@ const Choices<ELogLevel> kLogLevels{{"error", ELogLevel::Error},
                                     {"warning", ELogLevel::Warning},
                                     {"info", ELogLevel::Info},
                                     {"debug", ELogLevel::Debug}};
+const Choices<EClock> kClocks{{"real", EClock::Real}, {"stepped", EClock::Stepped}};
 const Choices<EReceiver> kReceivers{
     {"ideal", EReceiver::Ideal}, {"rtk", EReceiver::Rtk}, {"sbas", EReceiver::Sbas}};
 const Choices<EGround> kGrounds{{"firm", EGround::Firm}, {"field", EGround::Field}};
@@ -119,6 +120,8 @@ void AddServiceOptions(CLI::App& app, ProgramOptions& options)
         ->type_name("FILE");
     AddChoice(app, "--log-level", options.logLevel, kLogLevels, "warning",
               "What is written to standard error: error, warning, info or debug");
+    AddChoice(app, "--clock", options.clock, kClocks, "real",
+              "What moves time on: real, or stepped, which waits for simulator_advance");
     AddNumber(app, "--speed-factor", options.speedFactor, Within(0.01, 1000.0),
               "Simulated seconds a real second");
 }
@@ -299,6 +302,31 @@ void AddWorldOptions(CLI::App& app, SimulationOptions& world, std::vector<double
               "Play between the steering actuator and the wheels, degrees", Radians(1.0));
 }
 
+/// A word as a shell takes it.
+std::string Quoted(const std::string& word)
+{
+    const char* const plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
+                              "-_=+,./:@%";
+    if (!word.empty() && word.find_first_not_of(plain) == std::string::npos)
+        return word;
+    std::string quoted = "'";
+    for (const char letter : word)
+        quoted += letter == '\'' ? std::string("'\\''") : std::string(1, letter);
+    return quoted + "'";
+}
+
+/// The command that repeats a run: its options as they were given, and the seed in any case.
+std::string DescriptionOf(int argumentCount, const char* const* arguments, const CLI::App& app,
+                          const ProgramOptions& options)
+{
+    std::string command = "navigation-simulator";
+    for (int index = 1; index < argumentCount; ++index)
+        command += " " + Quoted(arguments[index]);
+    if (app.count("--seed") == 0)
+        command += " --seed " + std::to_string(options.simulation.seed);
+    return std::string("version ") + ProgramVersion() + ": " + command;
+}
+
 } // namespace
 
 std::optional<EExitCode> ReadCommandLine(int argumentCount, const char* const* arguments,
@@ -314,10 +342,13 @@ std::optional<EExitCode> ReadCommandLine(int argumentCount, const char* const* a
     AddWorldOptions(app, options.simulation, start);
     try {
         app.parse(argumentCount, arguments);
+        if (options.clock == EClock::Stepped && app.count("--speed-factor") != 0)
+            throw CLI::ValidationError("--speed-factor", "means nothing with --clock stepped");
     } catch (const CLI::ParseError& error) {
         return app.exit(error, output, errors) == 0 ? kExitSuccess : kExitWrongOptions;
     }
     if (!start.empty())
         options.simulation.startPose = {{start[0], start[1]}, NormaliseHeading(Radians(start[2]))};
+    options.description = DescriptionOf(argumentCount, arguments, app, options);
     return std::nullopt;
 }

@@ -43,23 +43,31 @@ const std::map<std::string, EventsC::Event>& EventsC::Table()
     return table;
 }
 
-void EventsC::TellPresentState(const std::string& event, const EventSink& sink) const
+void EventsC::TellPresentState(const std::string& event, const EventSink& sink)
 {
     const auto found = Table().find(event);
     if (found == Table().end())
         return;
-    for (const Payload& payload : (this->*found->second.tell)())
-        Send(event, payload, sink);
+    Send(event, found->second, sink);
+    if (m_unwanted.erase(event) == 0 || found->second.due != EDue::OnChange)
+        return;
+    // Changes count from what has just been told.
+    std::vector<Told>& told = m_told[event];
+    told.clear();
+    for (Payload& payload : (this->*found->second.tell)())
+        told.push_back({std::move(payload), false});
 }
 
-void EventsC::TellChanges(bool guidanceRan, const EventSink& sink)
+void EventsC::TellChanges(bool guidanceRan, const EventSink& sink, const EventWish& wanted)
 {
     const bool drawingDue = DrawingDue(guidanceRan);
     for (const auto& [name, event] : Table()) {
-        if (event.due == EDue::OnChange) {
+        if (wanted && !wanted(name)) {
+            m_unwanted.insert(name);
+        } else if (event.due == EDue::OnChange) {
             TellChanged(name, event, guidanceRan, sink);
         } else if (event.due == EDue::WithGuidance ? guidanceRan : drawingDue) {
-            TellPresentState(name, sink);
+            Send(name, event, sink);
         }
     }
 }
@@ -101,6 +109,12 @@ bool EventsC::DrawingDue(bool guidanceRan)
     m_drawnAt = m_simulation.Time();
     m_drawnRevision = revision;
     return true;
+}
+
+void EventsC::Send(const std::string& name, const Event& event, const EventSink& sink) const
+{
+    for (const Payload& payload : (this->*event.tell)())
+        Send(name, payload, sink);
 }
 
 void EventsC::Send(const std::string& event, const Payload& payload, const EventSink& sink)

@@ -19,14 +19,15 @@ CSimulation& WithKept(CSimulation& simulation, const KeptSettingsC& kept, const 
 
 ServiceCoreC::ServiceCoreC(ServiceCoreOptions options)
     : m_log(std::move(options.log)), m_work(options.work), m_publish(std::move(options.publish)),
-      m_simulation(options.simulation, m_work),
+      m_wanted(std::move(options.wanted)), m_simulation(options.simulation, m_work),
       m_kept(std::move(options.kept), std::move(options.keep), std::move(options.keepState)),
       m_waylines(WithKept(m_simulation, m_kept, m_log), m_work), m_feed(m_simulation),
       m_steering(m_simulation, m_waylines, m_kept, m_log),
       m_waylineOperations(m_simulation, m_waylines, m_feed, m_log, m_work),
       m_offsets(m_simulation, m_log, m_work), m_positions(m_feed, m_log),
       m_tuning(m_simulation, m_kept, m_log),
-      m_simulatorOperations(m_simulation, m_kept, Stepping(options.stepped), m_work),
+      m_simulatorOperations(m_simulation, m_kept, Stepping(options.stepped), m_work,
+                            std::move(options.description)),
       m_faults(m_simulation), m_faultOperations(m_faults), m_events(m_simulation, m_waylines)
 {
     m_steering.Register(m_operations);
@@ -57,6 +58,9 @@ Answer ServiceCoreC::Call(ECall kind, const std::string& name, const BListC& arg
 
 bool ServiceCoreC::Try(ECall kind, const std::string& name, const BListC& arguments, Answer& answer)
 try {
+    // Between two pieces of an advance nothing else takes effect, but for the operator's hand.
+    if (m_work != nullptr && m_work->IsInPieces() && name != SteeringOperationsC::kDisengage)
+        return false;
     answer = Call(kind, name, arguments);
     return true;
 } catch (const CWorkPending&) {
@@ -106,7 +110,7 @@ void ServiceCoreC::Notify(const std::string& name, const BListC& arguments)
     CallOnTheSpot(ECall::Notification, name, arguments);
 }
 
-void ServiceCoreC::TellPresentState(const std::string& event, const EventSink& subscriber) const
+void ServiceCoreC::TellPresentState(const std::string& event, const EventSink& subscriber)
 {
     if (!EventsC::Exists(event)) {
         m_log.Write(ELogLevel::Warning,
@@ -162,7 +166,7 @@ void ServiceCoreC::Step()
 void ServiceCoreC::TellChanges(bool guidanceRan)
 {
     if (m_publish)
-        m_events.TellChanges(guidanceRan, m_publish);
+        m_events.TellChanges(guidanceRan, m_publish, m_wanted);
 }
 
 void ServiceCoreC::LogDrop()

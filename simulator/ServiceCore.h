@@ -41,6 +41,10 @@ struct ServiceCoreOptions
     KeepState keepState{}; ///< how far the saving of what `keep` took is; may be empty
     /// Time stands until it is asked to advance by "simulator_advance".
     bool stepped = false;
+    /// What it takes to repeat the run, but for the time, in a line for people.
+    std::string description{};
+    /// Which events `publish` is to be given; empty for all.
+    EventWish wanted{};
 };
 
 /// What a client sends.
@@ -77,6 +81,7 @@ public:
     ///
     /// @param answer receives the reply; as Request() returns it.
     /// @return false when it takes long: nothing has happened then, and it is to be queued.
+    /// @throws CStepsPending for an advance: nothing has happened either.
     bool Try(ECall kind, const std::string& name, const BListC& arguments, Answer& answer);
     /// Queues a call that Try() has left; only with a work queue.
     ///
@@ -93,7 +98,7 @@ public:
     /// Carries out a notification. One that cannot be carried out is logged.
     void Notify(const std::string& name, const BListC& arguments);
     /// Tells a new subscriber of an event the present state. A name that is no event's is logged.
-    void TellPresentState(const std::string& event, const EventSink& subscriber) const;
+    void TellPresentState(const std::string& event, const EventSink& subscriber);
 
     /// Moves the world on by so much time of its own clock, in whole steps; the rest is kept for
     /// the next call. Events are told as they happen.
@@ -131,6 +136,7 @@ private:
     ServiceLogC m_log;
     WorkQueueC* m_work;
     EventSink m_publish;
+    EventWish m_wanted;
     CSimulation m_simulation;
     KeptSettingsC m_kept;
     WaylineKeeperC m_waylines;

@@ -10,6 +10,7 @@
 #include "runtime/MPISocketServer.h"
 #include "simulator/ServiceCore.h"
 #include "simulator/ServiceLog.h"
+#include "simulator/SteppedClock.h"
 #include "simulator/WorkQueue.h"
 
 /// The navigation service on the link: a service core and the server that carries messages between
@@ -18,7 +19,8 @@
 /// A request that takes long is held, and with it what its client sends behind it; the others are
 /// served meanwhile. DisengageSteering overtakes all of that. What came before it and has not
 /// taken effect is without effect then, if it is an EngageSteering or a change of the line that
-/// takes long, whoever sent it. Thread safety: none; used from the thread that runs the loop.
+/// takes long, whoever sent it. While time is moved on by request, what all clients send is held
+/// (SteppedClockC). Thread safety: none; used from the thread that runs the loop.
 class ServiceLinkC : private MPIServiceHandlerC
 {
 public:
@@ -39,6 +41,15 @@ public:
     /// How many bytes its connections hold of what is unfinished or waits.
     std::size_t HeldBytes() const { return m_server.HeldBytes(); }
     ServiceCoreC& Core() { return m_core; }
+    /// Whether clients have sent something that has not been read, or wait to be taken.
+    bool HasUnread() const { return m_server.HasUnread(); }
+    /// Whether time is being moved on.
+    bool IsAdvancing() const { return m_clock.IsAdvancing(); }
+    /// Moves time on as for a client that asks for it; not while that is being done.
+    void Advance(int steps, std::function<void()> done)
+    {
+        m_clock.Advance(0, steps, std::move(done));
+    }
 
 private:
     void RequestReceived(ClientNumber client, std::uint64_t requestNumber, const std::string& name,
@@ -56,6 +67,8 @@ private:
     bool Overtakes(const std::string& name) override;
     class WhileServingC;
 
+    void Serve(ECall kind, ClientNumber client, std::uint64_t requestNumber,
+               const std::string& name, const BListC& arguments);
     ServiceCoreOptions Publishing(ServiceCoreOptions options);
     void Queue(ECall kind, ClientNumber client, std::uint64_t requestNumber,
                const std::string& name);
@@ -68,6 +81,7 @@ private:
     MPISocketServerC m_server;
     WorkQueueC m_work;
     ServiceCoreC m_core;
+    SteppedClockC m_clock;
     std::map<ClientNumber, WorkQueueC::Ticket> m_held; ///< whose requests are at their work
     /// The arrival after that of what last ended steering by hand, or of the last message before
     /// that, if it came from elsewhere.

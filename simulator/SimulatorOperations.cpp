@@ -16,33 +16,31 @@ std::string SecondsText(double seconds)
     return text;
 }
 
-/// @throws UnusableArgument for what is no time that the world can be moved on by.
-int WholeSteps(double seconds)
-{
-    if (!std::isfinite(seconds) || seconds < 0.0) {
-        throw UnusableArgument(SecondsText(seconds) + " is not a time to advance by");
-    }
-    const double steps = seconds / CSimulation::kStepSeconds;
-    const double most = SimulatorOperationsC::kLongestAdvanceSeconds / CSimulation::kStepSeconds;
-    if (steps > most + kStepTolerance) {
-        throw UnusableArgument(SecondsText(seconds) + " is too long, at most " +
-                               SecondsText(SimulatorOperationsC::kLongestAdvanceSeconds) +
-                               " at once");
-    }
-    if (std::abs(steps - std::round(steps)) > kStepTolerance) {
-        throw UnusableArgument(SecondsText(seconds) + " is not a whole number of steps of " +
-                               SecondsText(CSimulation::kStepSeconds));
-    }
-    return static_cast<int>(std::round(steps));
-}
-
 } // namespace
+
+std::optional<int> SimulatorOperationsC::WholeSteps(double seconds, std::string& problem)
+{
+    const double steps = seconds / CSimulation::kStepSeconds;
+    if (!std::isfinite(seconds) || seconds < 0.0) {
+        problem = SecondsText(seconds) + " is not a time to advance by";
+    } else if (steps > kLongestAdvanceSeconds / CSimulation::kStepSeconds + kStepTolerance) {
+        problem = SecondsText(seconds) + " is too long, at most " +
+                  SecondsText(kLongestAdvanceSeconds) + " at once";
+    } else if (std::abs(steps - std::round(steps)) > kStepTolerance) {
+        problem = SecondsText(seconds) + " is not a whole number of steps of " +
+                  SecondsText(CSimulation::kStepSeconds);
+    } else {
+        return static_cast<int>(std::round(steps));
+    }
+    return std::nullopt;
+}
 
 void SimulatorOperationsC::Register(OperationTableC& table)
 {
     using Self = SimulatorOperationsC;
     table.Add(kAdvance, *this, &Self::Advance);
     table.Add("simulator_time", *this, &Self::Time);
+    table.Add("simulator_describe", *this, &Self::Describe);
     table.Add("simulator_keeps", *this, &Self::Keeps);
 }
 
@@ -52,11 +50,15 @@ double SimulatorOperationsC::Advance(double seconds)
         throw UnusableArgument("time passes by itself here; the simulator's option --clock stepped "
                                "has it wait");
     }
-    const int steps = WholeSteps(seconds);
-    if (m_work != nullptr && !m_work->OnTheSpot()) {
-        throw CStepsPending(steps);
+    std::string problem;
+    const std::optional<int> steps = WholeSteps(seconds, problem);
+    if (!steps) {
+        throw UnusableArgument(problem);
     }
-    for (int step = 0; step < steps; ++step) {
+    if (m_work != nullptr && !m_work->OnTheSpot()) {
+        throw CStepsPending(*steps);
+    }
+    for (int step = 0; step < *steps; ++step) {
         m_step();
     }
     return Time();
@@ -65,6 +67,13 @@ double SimulatorOperationsC::Advance(double seconds)
 double SimulatorOperationsC::Time()
 {
     return m_simulation.Time();
+}
+
+std::string SimulatorOperationsC::Describe()
+{
+    char time[32];
+    std::snprintf(time, sizeof time, "%.2f s", Time());
+    return m_description + "; time " + time;
 }
 
 int SimulatorOperationsC::Keeps()

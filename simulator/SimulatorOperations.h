@@ -3,6 +3,8 @@
 
 #include <exception>
 #include <functional>
+#include <optional>
+#include <string>
 #include <utility>
 
 #include "simulator/KeptSettings.h"
@@ -39,11 +41,18 @@ public:
     ///
     /// @param step empty unless the clock is stepped.
     /// @param work null to have an advance made on the spot.
+    /// @param description what it takes to repeat the run, but for the time.
     SimulatorOperationsC(const CSimulation& simulation, const KeptSettingsC& kept, Step step,
-                         const CLongWork* work)
-        : m_simulation(simulation), m_kept(kept), m_step(std::move(step)), m_work(work)
+                         const CLongWork* work, std::string description)
+        : m_simulation(simulation), m_kept(kept), m_step(std::move(step)), m_work(work),
+          m_description(std::move(description))
     {
     }
+
+    /// How many steps a time is.
+    ///
+    /// @param problem receives why it is none that the world can be moved on by.
+    static std::optional<int> WholeSteps(double seconds, std::string& problem);
 
     /// Adds the operations to a table, which this object must outlive.
     void Register(OperationTableC& table);
@@ -51,12 +60,14 @@ public:
 private:
     double Advance(double seconds);
     double Time();
+    std::string Describe();
     int Keeps();
 
     const CSimulation& m_simulation;
     const KeptSettingsC& m_kept;
     Step m_step;
     const CLongWork* m_work;
+    const std::string m_description;
 };
 
 #endif

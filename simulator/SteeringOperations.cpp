@@ -5,7 +5,7 @@ void SteeringOperationsC::Register(OperationTableC& table)
     using Self = SteeringOperationsC;
     table.Add("IsSteeringEngaged", *this, &Self::IsSteeringEngaged);
     table.Add("EngageSteering", *this, &Self::EngageSteering);
-    table.Add("DisengageSteering", *this, &Self::DisengageSteering);
+    table.Add(kDisengage, *this, &Self::DisengageSteering);
     table.Add("StartNavigation", *this, &Self::StartNavigation);
     table.Add("StopNavigation", *this, &Self::StopNavigation);
     table.Add("ClearNavigation", *this, &Self::ClearNavigation);

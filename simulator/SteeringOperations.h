@@ -11,6 +11,9 @@
 class SteeringOperationsC
 {
 public:
+    /// Overtakes everything, however long that takes.
+    static constexpr const char* kDisengage = "DisengageSteering";
+
     /// All must outlive this object.
     SteeringOperationsC(CSimulation& simulation, WaylineKeeperC& waylines, KeptSettingsC& kept,
                         const ServiceLogC& log)

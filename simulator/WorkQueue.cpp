@@ -63,6 +63,7 @@ struct WorkQueueC::Task
     EAsker asker = EAsker::Client;
     std::uint64_t round = 0; ///< in each there is one operation of the page at most
     Attempt attempt;
+    Piece piece; ///< in place of the attempt
     int attempts = 0;
     std::vector<Made> made;
     std::shared_ptr<Job> job; ///< that is being made; null while none is
@@ -95,6 +96,16 @@ WorkQueueC::Ticket WorkQueueC::Add(Attempt attempt, EAsker asker)
     if (m_tasks.size() == 1)
         PostNext();
     return task->ticket;
+}
+
+void WorkQueueC::AddInPieces(Piece piece)
+{
+    const auto task = std::make_shared<Task>();
+    task->ticket = ++m_lastTicket;
+    task->piece = std::move(piece);
+    Place(task);
+    if (m_tasks.size() == 1)
+        PostNext();
 }
 
 std::shared_ptr<const BListC> WorkQueueC::Keep(std::unique_ptr<BListC> arguments)
@@ -176,7 +187,27 @@ void WorkQueueC::Next()
     if (m_tasks.empty())
         return;
     const std::shared_ptr<Task> task = m_tasks.front();
-    Call(task);
+    if (task->piece)
+        TakePiece(task);
+    else
+        Call(task);
+}
+
+void WorkQueueC::TakePiece(const std::shared_ptr<Task>& task)
+{
+    m_isInPieces = true;
+    if (m_toPrepare) {
+        const CWorkPending pending = *std::exchange(m_toPrepare, std::nullopt);
+        Prepare(pending, [this, task] { TakePiece(task); });
+    } else if (task->piece()) {
+        m_isInPieces = false;
+        End(task);
+    } else {
+        asio::post(m_loop, [this, alive = m_alive, task] {
+            if (*alive)
+                TakePiece(task);
+        });
+    }
 }
 
 void WorkQueueC::Call(const std::shared_ptr<Task>& task)
@@ -262,13 +293,20 @@ void WorkQueueC::EndIfOvertaken() const
 
 void WorkQueueC::Prepare(const CWorkPending& pending)
 {
-    if (m_preparing)
-        return;
+    if (m_preparesLate)
+        m_toPrepare.emplace(pending);
+    else if (!m_preparing)
+        Prepare(pending, [] {});
+}
+
+void WorkQueueC::Prepare(const CWorkPending& pending, std::function<void()> then)
+{
     m_preparing = std::make_shared<Job>(pending);
-    MakeAside(m_preparing, [this](Made made) {
+    MakeAside(m_preparing, [this, then = std::move(then)](Made made) {
         m_preparing = nullptr;
         Discard(m_prepared);
         m_prepared = std::make_shared<const Made>(std::move(made));
+        then();
     });
 }
 

@@ -221,7 +221,7 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     ServiceLinkC link(
         loop,
         {options.simulation, kept.values, keep, options.httpPort ? trail.Sink() : EventSink(),
-         log.Sink(), nullptr, keepState},
+         log.Sink(), nullptr, keepState, options.clock == EClock::Stepped, options.description},
         [&limited](ClientNumber client) { limited.Serve(client); }, LimitsOf(shares));
     std::optional<LivePageC> page;
     if (options.httpPort) {
@@ -238,7 +238,9 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     StartSaving(std::move(kept), output, saver);
     output->Print(Announcement(link, page, nmea));
     PacerC pacer(loop, link.Core(), options.speedFactor);
-    pacer.Start();
+    if (options.clock == EClock::Real) {
+        pacer.Start();
+    }
     loop.run();
     HoldSignalsBack();
     EndSaving(options, link, saver, *output);

@@ -84,6 +84,8 @@ PageCommandsC::PageCommandsC(ServiceCoreC& core, LogTapC& log) : m_core(core), m
     for (std::string& name : core.OperationNames()) {
         m_operations.insert(std::move(name));
     }
+    // Everything waits for it, which is for the clients of the service to agree on.
+    m_operations.erase(SimulatorOperationsC::kAdvance);
 }
 
 PageCommand PageCommandsC::ReadCommand(const std::string& body) const

@@ -36,6 +36,7 @@ const std::vector<Row> kRows{
     {"simulator_fault", "[text, double or text, double]", "['slope', 8.0, 10.0]", "int"},
     {"simulator_faults", "[]", "[]",
      "[list, list, list, list, list, list, list, list, list, list]"},
+    {"simulator_describe", "[]", "[]", "text"},
     {"simulator_keeps", "[]", "[]", "int"},
     {"set_reverse_engage_enabled", "[int, int]", "[1, 0]", "nil"},
     {"get_reverse_engage_enabled", "[int]", "[1]", "int"},
@@ -99,6 +100,8 @@ std::string ShapeOf(const BElementC* value)
         return "nil";
     if (const auto* list = dynamic_cast<const BListC*>(value))
         return DescribeTypes(*list);
+    if (value->Type() == EBElementType::String)
+        return "text";
     return value->Type() == EBElementType::Integer ? "int" : "double";
 }
 

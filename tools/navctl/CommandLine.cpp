@@ -11,6 +11,7 @@
 #include "tools/navctl/manual/ManualCommand.h"
 #include "tools/navctl/operations/OperationCommands.h"
 #include "tools/navctl/simulator/FaultCommand.h"
+#include "tools/navctl/simulator/SimulatorCommand.h"
 #include "tools/navctl/watch/WatchCommand.h"
 #include "tools/navctl/wayline/WaylineCommand.h"
 
@@ -60,6 +61,7 @@ void AddCommands(CLI::App& app, CContext& context)
     AddFeedCommand(app, context);
     AddWatchCommand(app, context);
     AddDoctorCommand(app, context);
+    AddSimulatorCommand(app, context);
     AddFaultCommands(app, context);
     AddManualCommand(app, context);
     AddCompletionCommand(app, context);

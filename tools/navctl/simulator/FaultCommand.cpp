@@ -4,8 +4,8 @@
 #include <string>
 
 #include "tools/navctl/UsageProblem.h"
-#include "tools/navctl/operations/ServiceQuestion.h"
 #include "tools/navctl/operations/ValueText.h"
+#include "tools/navctl/simulator/SimulatorQuestion.h"
 
 namespace {
 
@@ -18,28 +18,6 @@ struct FaultOptions
     std::string value = "on";
     double seconds = 0.0;
 };
-
-/// Asks for one of the simulator's own operations.
-///
-/// @return its reply; null when the command has failed, which has been told then.
-std::unique_ptr<BElementC> Ask(CContext& context, const char* operation, const BListC& arguments)
-{
-    CNavigationAPI& navigation = context.Navigation();
-    std::unique_ptr<BElementC> reply(navigation.CallMethod(operation, &arguments));
-    if (reply == nullptr) {
-        const LinkErrorC error = navigation.LastError();
-        // A program of other operations answers with an error too: it has refused nothing.
-        if (error.code != ELinkError::ServiceError || SpeaksToService(context))
-            context.FailByLink(error);
-    }
-    return reply;
-}
-
-void FailByForm(CContext& context, const char* operation)
-{
-    context.Fail(kExitProtocolError, std::string("protocol error: the reply to ") + operation +
-                                         " is of another form than the operation's");
-}
 
 /// A number where the word is one.
 Json ValueOf(const std::string& word)
@@ -64,7 +42,7 @@ void Fault(CContext& context, const FaultOptions& options)
         arguments.AddString(options.value);
     }
     arguments.AddDouble(options.seconds);
-    const std::unique_ptr<BElementC> reply = Ask(context, operation, arguments);
+    const std::unique_ptr<BElementC> reply = AskSimulator(context, operation, &arguments);
     if (reply == nullptr)
         return;
     if (reply->Type() != EBElementType::Integer)
@@ -122,7 +100,7 @@ void Faults(CContext& context)
     const char* const operation = "simulator_faults";
     if (!context.Reach())
         return;
-    const std::unique_ptr<BElementC> reply = Ask(context, operation, BListC(nullptr));
+    const std::unique_ptr<BElementC> reply = AskSimulator(context, operation, nullptr);
     if (reply == nullptr)
         return;
     const auto* const rows = dynamic_cast<const BListC*>(reply.get());
