@@ -35,10 +35,10 @@ std::string OneEvent(const std::string& event)
 }
 
 /// A service in which a scenario happens.
-class Run
+class PlannedDrive
 {
 public:
-    explicit Run(const std::string& text, const SimulationOptions& world = IdealWorld(0.0))
+    explicit PlannedDrive(const std::string& text, const SimulationOptions& world = IdealWorld(0.0))
         : m_service(world)
     {
         Scenario scenario;
@@ -54,7 +54,7 @@ private:
 
 TEST(Scenario, HappensAtItsTimes)
 {
-    Run run(R"({"scenario": 1, "events": [
+    PlannedDrive run(R"({"scenario": 1, "events": [
         {"at": 2, "fault": "gnss-outage", "for": 1.5},
         {"at": 1.0, "call": "SetVelocitySetPoint", "arguments": [2.5]},
         {"at": 0, "line": [0, 0.0, 0.0, 0.0, 0.0, 100.0, 0.0]}]})");
@@ -73,7 +73,7 @@ TEST(Scenario, HappensAtItsTimes)
 
 TEST(Scenario, LogsWhatIsRefusedWithItsLineAndGoesOn)
 {
-    Run run(OneEvent(R"({"at": 0, "call": "SetVelocitySetPoint", "arguments": ["fast"]},
+    PlannedDrive run(OneEvent(R"({"at": 0, "call": "SetVelocitySetPoint", "arguments": ["fast"]},
 {"at": 0, "call": "SetVelocitySetPoint", "arguments": [1.5]})"));
     run->Advance(0.1);
     EXPECT_NE(std::string::npos,
@@ -193,7 +193,7 @@ double Beside(const CSimulation& world, double east)
 TEST(ScenarioExample, DrivesThreeSwathsWithTurnsAndAnOutage)
 {
     SimulationOptions world;
-    Run run(ReadText("examples/scenarios/three-swaths.json"), world);
+    PlannedDrive run(ReadText("examples/scenarios/three-swaths.json"), world);
     const struct
     {
         double until;
@@ -214,8 +214,8 @@ TEST(ScenarioExample, RepeatsToTheLastBit)
     const std::string text = ReadText("examples/scenarios/three-swaths.json");
     SimulationOptions world;
     world.ground = EGround::Field;
-    Run one(text, world);
-    Run other(text, world);
+    PlannedDrive one(text, world);
+    PlannedDrive other(text, world);
     for (int second = 0; second < 120; ++second) {
         one->Advance(1.0);
         for (int step = 0; step < 50; ++step)
