@@ -27,7 +27,7 @@ struct ProgramOptions
     ELogLevel logLevel = ELogLevel::Warning;
     EClock clock = EClock::Real;
     double speedFactor = 1.0; ///< simulated seconds a real second
-    std::string scenarioFile;              ///< empty: nothing is planned
+    std::string scenarioFile; ///< empty: nothing is planned
     NmeaOptions nmea;
     SimulationOptions simulation;
     std::string description; ///< the program's version and the command that repeats the run

@@ -30,7 +30,7 @@ struct SimulationOptions
     double centreBias = 0.0; ///< radians by which the wheels stand right of what the sensor says
     double backlash = 0.0;   ///< radians of play between the actuator and the wheels
     Pose startPose;
-    double speed = 0.0; ///< metres per second, at the start and as the first speed set point
+    double speed = 0.0;    ///< metres per second, at the start and as the first speed set point
     bool hasTyres = false; ///< it rolls on tyres that give, not as its wheels point
     TerrainOptions terrain;
     ReceiverOptions mounting;       ///< of the receiver; its kind is the one above
