@@ -188,9 +188,8 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     StartSaving(std::move(kept), output, saver);
     output->Print(Announcement(link, page));
     PacerC pacer(loop, link.Core(), options.speedFactor);
-    if (options.clock == EClock::Real) {
+    if (options.clock == EClock::Real)
         pacer.Start();
-    }
     loop.run();
     HoldSignalsBack();
     EndSaving(options, link, saver, *output);
