@@ -7,7 +7,7 @@
 namespace {
 
 // 0.06 s are three steps, whatever 0.06 rounds to.
-constexpr double kStepTolerance = 1e-6;
+constexpr double kWholeTolerance = 1e-6;
 
 std::string SecondsText(double seconds)
 {
@@ -23,10 +23,10 @@ std::optional<int> SimulatorOperationsC::WholeSteps(double seconds, std::string&
     const double steps = seconds / CSimulation::kStepSeconds;
     if (!std::isfinite(seconds) || seconds < 0.0) {
         problem = SecondsText(seconds) + " is not a time to advance by";
-    } else if (steps > kLongestAdvanceSeconds / CSimulation::kStepSeconds + kStepTolerance) {
+    } else if (steps > kLongestAdvanceSeconds / CSimulation::kStepSeconds + kWholeTolerance) {
         problem = SecondsText(seconds) + " is too long, at most " +
                   SecondsText(kLongestAdvanceSeconds) + " at once";
-    } else if (std::abs(steps - std::round(steps)) > kStepTolerance) {
+    } else if (std::abs(steps - std::round(steps)) > kWholeTolerance) {
         problem = SecondsText(seconds) + " is not a whole number of steps of " +
                   SecondsText(CSimulation::kStepSeconds);
     } else {
