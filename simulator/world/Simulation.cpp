@@ -14,6 +14,10 @@ constexpr double kControlSeconds = CSimulation::kStepSeconds * CSimulation::kSte
 /// The gains are those of this speed for a slower machine, metres per second.
 constexpr double kLeastGainSpeed = 0.3;
 
+/// How far beyond square to the line a machine is turned before it counts as looking the other way,
+/// so that the noise of the heading does not move the line to and fro.
+constexpr double kTurnTolerance = Radians(5.0);
+
 /// Whether a line has parallel passes. What was driven is followed as it was driven.
 bool Repeats(ELineKind kind)
 {
@@ -53,16 +57,23 @@ Pose CSimulation::State::ControlPose() const
 }
 
 double CSimulation::State::CountedImplementOffset(const SimulationSettings& of,
-                                                  const LineDefinition& line)
+                                                  const LineDefinition& line, bool against)
 {
     const bool counts = line.kind != ELineKind::Spline || of.splinesUseImplementOffset;
-    return counts ? of.implementOffset : 0.0;
+    const double offset = against ? -of.implementOffset : of.implementOffset;
+    return counts ? offset : 0.0;
+}
+
+double CSimulation::State::ShiftOf(const SimulationSettings& of, const LineDefinition& line,
+                                   bool against)
+{
+    return of.nudge + of.fieldOffset + CountedImplementOffset(of, line, against);
 }
 
 void CSimulation::State::Arrange(CFollowedLine& placed, const SimulationSettings& by,
                                  const LineDefinition& of) const
 {
-    placed.Arrange(by.implementWidth, by.nudge + by.fieldOffset + CountedImplementOffset(by, of));
+    placed.Arrange(by.implementWidth, ShiftOf(by, of, facesAgainst));
 }
 
 void CSimulation::State::EndIfOvertaken() const
@@ -97,28 +108,47 @@ void CSimulation::State::LocateOnLine()
 {
     const Point place = ControlPose().position;
     const bool engaged = engagement.Engaged();
-    if (!engaged) {
-        try {
-            CFollowedLine chosen = line;
-            chosen.ChoosePass(place);
-            Become(std::move(chosen));
-        } catch (const CWorkPending& pending) {
-            work->Prepare(pending);
-        } catch (const CWorkEnded&) {
-            // The present pass stays until a later look.
-        }
-    }
+    if (!engaged)
+        ChoosePass(place);
     line.MoveTo(place, !engaged);
     if (!engaged)
         FaceLine();
 }
 
-void CSimulation::State::FaceLine()
+void CSimulation::State::ChoosePass(const Point& place)
+try {
+    CFollowedLine chosen = line;
+    chosen.ChoosePass(place);
+    Become(std::move(chosen));
+} catch (const CWorkPending& pending) {
+    work->Prepare(pending);
+} catch (const CWorkEnded&) {
+    // The present pass stays until a later look.
+}
+
+bool CSimulation::State::LooksAgainst(double lineHeading, double tolerance) const
 {
-    if (!line.Shape())
+    const double turn = std::abs(NormaliseTurn(ControlPose().heading - lineHeading));
+    return turn > kPi / 2.0 + (facesAgainst ? -tolerance : tolerance);
+}
+
+/// A machine that has turned round has the implement on the other side of the line, so that the
+/// line is followed elsewhere. Where that takes long to make, it still faces as before until then.
+void CSimulation::State::FaceLine()
+try {
+    if (!line.Shape() || LooksAgainst(line.Position().foot.heading, kTurnTolerance) == facesAgainst)
         return;
-    const double lineHeading = line.Position().foot.heading;
-    facesAgainst = std::abs(NormaliseTurn(ControlPose().heading - lineHeading)) > kPi / 2.0;
+    const Point place = ControlPose().position;
+    CFollowedLine turned = line;
+    turned.Turn(settings.implementWidth, ShiftOf(settings, *definition, !facesAgainst));
+    turned.ChoosePass(place);
+    turned.MoveTo(place, true);
+    Become(std::move(turned));
+    facesAgainst = !facesAgainst;
+} catch (const CWorkPending& pending) {
+    work->Prepare(pending);
+} catch (const CWorkEnded&) {
+    // It faces as before until a later look.
 }
 
 bool CSimulation::State::IsSmoothed() const
@@ -146,11 +176,13 @@ try {
         return COutcome::Refused(built.reason);
     CFollowedLine replaced = line;
     replaced.SetBase(std::move(built.shape), Repeats(newLine->kind));
-    Arrange(replaced, settings, *newLine);
-    replaced.Follow(FollowOfNewLine(), ControlPose().position);
+    const Point place = ControlPose().position;
+    const bool against = LooksAgainst(replaced.HeadingBeside(place), 0.0);
+    replaced.Arrange(settings.implementWidth, ShiftOf(settings, *newLine, against));
+    replaced.Follow(FollowOfNewLine(), place);
     Become(std::move(replaced));
     definition = newLine;
-    FaceLine();
+    facesAgainst = against;
     if (work != nullptr)
         work->LineReplaced();
     return COutcome::Done();
@@ -320,6 +352,7 @@ bool CSimulation::ClearLine()
     none.SetBase(nullptr, false);
     state.Become(std::move(none));
     state.definition = std::make_shared<const LineDefinition>();
+    state.facesAgainst = false;
     return true;
 }
 

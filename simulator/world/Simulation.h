@@ -140,8 +140,9 @@ public:
     COutcome SetLowSpeedTimeout(double seconds);
     double LowSpeedTimeout() const;
 
-    // Offsets, which move the line at once: metres, positive to its right. Refused unless finite
-    // and within 1000 m.
+    // Offsets, which move the line at once: metres, positive to its right, but the implement's
+    // positive to the right of the direction in which the machine looks. Refused unless finite and
+    // within 1000 m.
 
     COutcome SetNudge(double metres);
     double Nudge() const;
@@ -152,7 +153,7 @@ public:
     COutcome SetSplinesUseImplementOffset(bool use);
     bool SplinesUseImplementOffset() const;
     /// The whole shift of the line that is set: nudge + field offset + implement offset as it
-    /// counts.
+    /// counts, to the right of the line. It changes when the machine turns round.
     double LineShift() const;
     /// The unit vector to the right of the line at the machine; nothing without a line.
     std::optional<Point> RightOfLine() const;

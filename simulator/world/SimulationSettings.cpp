@@ -132,8 +132,7 @@ bool CSimulation::SplinesUseImplementOffset() const
 
 double CSimulation::LineShift() const
 {
-    const SimulationSettings& settings = m_state->settings;
-    return settings.nudge + settings.fieldOffset + m_state->CountedImplementOffset();
+    return State::ShiftOf(m_state->settings, *m_state->definition, m_state->facesAgainst);
 }
 
 COutcome CSimulation::SetImplementWidth(double metres)

@@ -52,8 +52,14 @@ struct CSimulation::State
     double ControlSpeed() const;
     Pose ControlPose() const;
     double HeadingErrorNow() const;
-    double CountedImplementOffset() const { return CountedImplementOffset(settings, *definition); }
-    static double CountedImplementOffset(const SimulationSettings& of, const LineDefinition& line);
+    // The implement offset as it shifts the line to its right.
+    double CountedImplementOffset() const
+    {
+        return CountedImplementOffset(settings, *definition, facesAgainst);
+    }
+    static double CountedImplementOffset(const SimulationSettings& of, const LineDefinition& line,
+                                         bool against);
+    static double ShiftOf(const SimulationSettings& of, const LineDefinition& line, bool against);
     bool IsSmoothed() const;
     BuiltLine Built(const LineDefinitionPtr& of, int filterSize) const;
     EngageSituation Situation() const;
@@ -76,7 +82,9 @@ struct CSimulation::State
     void Arrange(CFollowedLine& placed, const SimulationSettings& by,
                  const LineDefinition& of) const;
     void Become(CFollowedLine&& changed);
+    bool LooksAgainst(double lineHeading, double tolerance) const;
     void FaceLine();
+    void ChoosePass(const Point& place);
     void EndIfOvertaken() const;
 
     bool facesAgainst = false; ///< the machine looks against the direction of the line

@@ -155,6 +155,20 @@ TEST(ServiceEvents, TellTheLastOfManyValuesWhenGuidanceRunsNext)
     EXPECT_EQ(Texts{"[0.4]"}, service.Told("cb_offsets"));
 }
 
+TEST(ServiceEvents, TellTheShiftAnewWhenTheLineIsDrivenTheOtherWay)
+{
+    Service service;
+    service.NavigateNorth();
+    service.Request("set_nudge", "[1, 0.125]");
+    service.Request("SetImplementOffset", "[1, 0.5]");
+    service.Advance(0.2);
+    service.Forget();
+
+    service.Request("set_wayline", "[0, 0.0, 100.0, 0.0, 0.0, 0.0, 0.0]");
+
+    EXPECT_EQ(Texts{"[-0.375]"}, service.Told("cb_offsets"));
+}
+
 TEST(ServiceEvents, TellNothingOfAValueThatIsAgainWhatWasTold)
 {
     Service service;
