@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "simulator/ImplementOption.h"
 #include "simulator/Version.h"
 
 namespace {
@@ -20,6 +21,7 @@ const Choices<ELogLevel> kLogLevels{{"error", ELogLevel::Error},
                                     {"debug", ELogLevel::Debug}};
 const Choices<EReceiver> kReceivers{
     {"ideal", EReceiver::Ideal}, {"rtk", EReceiver::Rtk}, {"sbas", EReceiver::Sbas}};
+const Choices<EGuide> kGuides{{"machine", EGuide::Machine}, {"implement", EGuide::Implement}};
 const Choices<EGround> kGrounds{{"firm", EGround::Firm}, {"field", EGround::Field}};
 
 std::string NotAllowed(const std::string& word, const std::string& allowed)
@@ -115,6 +117,24 @@ void AddServiceOptions(CLI::App& app, ProgramOptions& options)
               "Simulated seconds a real second");
 }
 
+void AddImplementOptions(CLI::App& app, SimulationOptions& world)
+{
+    const auto check = [](const std::string& words) {
+        ImplementGeometry trial;
+        return ReadImplement(words, trial) ? std::string() : NotAllowed(words, kImplementForms);
+    };
+    app.add_option_function<std::string>(
+           "--implement",
+           [&world](const std::string& words) { ReadImplement(words, world.implement); },
+           "How the implement hangs on the machine: carried:BEHIND or trailed:HITCH,DRAWBAR, "
+           "metres")
+        ->check(CLI::Validator(check, ""))
+        ->type_name("WORD")
+        ->default_str("carried:2.0");
+    AddChoice(app, "--guide", world.guide, kGuides, "machine",
+              "What is kept on the line: machine or implement");
+}
+
 void AddWorldOptions(CLI::App& app, SimulationOptions& world, std::vector<double>& start)
 {
     app.add_option("--seed", world.seed, "Seed of all noise; the same seed repeats a run")
@@ -138,6 +158,7 @@ void AddWorldOptions(CLI::App& app, SimulationOptions& world, std::vector<double
               "How far the wheels stand right of what the sensor says, degrees", Radians(1.0));
     AddNumber(app, "--backlash", world.backlash, Within(0.0, 5.0),
               "Play between the steering actuator and the wheels, degrees", Radians(1.0));
+    AddImplementOptions(app, world);
 }
 
 } // namespace

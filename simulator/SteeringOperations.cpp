@@ -1,5 +1,12 @@
 #include "simulator/SteeringOperations.h"
 
+namespace {
+
+constexpr const char* kMachine = "machine";
+constexpr const char* kImplement = "implement";
+
+} // namespace
+
 void SteeringOperationsC::Register(OperationTableC& table)
 {
     using Self = SteeringOperationsC;
@@ -14,6 +21,8 @@ void SteeringOperationsC::Register(OperationTableC& table)
     table.Add("why_not_engaged", *this, &Self::WhyNotEngaged);
     table.Add("why_refused", *this, &Self::WhyRefused);
     table.Add("simulator_keeps", *this, &Self::SimulatorKeeps);
+    table.Add("simulator_set_guide", *this, &Self::SimulatorSetGuide);
+    table.Add("simulator_guide", *this, &Self::SimulatorGuide);
     table.Add("set_reverse_engage_enabled", *this, &Self::SetReverseEngageEnabled);
     table.Add("get_reverse_engage_enabled", *this, &Self::GetReverseEngageEnabled);
     table.Add("set_reverse_engage_allowed", *this, &Self::SetReverseEngageAllowed);
@@ -88,6 +97,25 @@ Value SteeringOperationsC::WhyRefused(const std::string& operation)
 int SteeringOperationsC::SimulatorKeeps()
 {
     return static_cast<int>(m_kept.Keeping());
+}
+
+bool SteeringOperationsC::SimulatorSetGuide(const std::string& guide)
+{
+    const bool implement = guide == kImplement;
+    const bool known = implement || guide == kMachine;
+    if (known)
+        m_simulation.SetGuide(implement ? EGuide::Implement : EGuide::Machine);
+    return m_log.Carried("simulator_set_guide",
+                         known ? COutcome::Done()
+                               : COutcome::Refused('"' + Printable(guide) +
+                                                   "\" cannot be guided, allowed is implement, "
+                                                   "machine"));
+}
+
+Value SteeringOperationsC::SimulatorGuide()
+{
+    const bool implement = m_simulation.Guide() == EGuide::Implement;
+    return std::make_unique<BAtomC>(implement ? kImplement : kMachine);
 }
 
 void SteeringOperationsC::SetReverseEngageEnabled(bool enabled, bool keep)

@@ -33,6 +33,8 @@ private:
     std::vector<std::string> WhyNotEngaged();
     Value WhyRefused(const std::string& operation);
     int SimulatorKeeps();
+    bool SimulatorSetGuide(const std::string& guide);
+    Value SimulatorGuide();
     void SetReverseEngageEnabled(bool enabled, bool keep);
     bool GetReverseEngageEnabled(LeadingOne);
     void SetReverseEngageAllowed(bool allowed, bool keep);

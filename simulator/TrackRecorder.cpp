@@ -62,7 +62,8 @@ std::string TrackRecorderC::Open(const std::string& path, const StateFileC* sett
     m_writer.emplace(std::move(file), kMostWaitingTrackBytes);
     m_writer->Write(
         "time_s,true_x_m,true_y_m,true_heading_rad,measured_x_m,measured_y_m,speed_mps,"
-        "steering_angle_rad,cross_track_error_m,implement_cross_track_error_m,pass,engaged\n");
+        "steering_angle_rad,cross_track_error_m,implement_cross_track_error_m,pass,engaged,"
+        "receiver_drift_error_m\n");
     return {};
 }
 
@@ -78,12 +79,12 @@ std::string TrackRecorderC::Write(const CSimulation& simulation)
     const Pose truth = simulation.TruePose();
     const Pose measured = simulation.MeasuredPose();
     char line[512];
-    std::snprintf(line, sizeof line, "%.2f,%.4f,%.4f,%.6f,%.4f,%.4f,%.4f,%.6f,%.5f,%.5f,%d,%d\n",
-                  simulation.Time(), truth.position.x, truth.position.y,
-                  NormaliseHeading(truth.heading), measured.position.x, measured.position.y,
-                  simulation.Speed(), simulation.SteeringAngle(), simulation.TrueCrossTrackError(),
-                  simulation.TrueImplementCrossTrackError(), simulation.Status().pass,
-                  simulation.Engaged() ? 1 : 0);
+    std::snprintf(
+        line, sizeof line, "%.2f,%.4f,%.4f,%.6f,%.4f,%.4f,%.4f,%.6f,%.5f,%.5f,%d,%d,%.5f\n",
+        simulation.Time(), truth.position.x, truth.position.y, NormaliseHeading(truth.heading),
+        measured.position.x, measured.position.y, simulation.Speed(), simulation.SteeringAngle(),
+        simulation.TrueCrossTrackError(), simulation.TrueImplementCrossTrackError(),
+        simulation.Status().pass, simulation.Engaged() ? 1 : 0, simulation.ReceiverDriftError());
     m_writer->Write(line);
     const std::size_t leftOut = m_writer->TakeLeftOut();
     if (leftOut == 0 || m_writer->Error() != 0) {

@@ -34,6 +34,7 @@ Pose CReceiver::Measure(const Pose& truePose)
     const double northDrift = m_northDrift.Next(m_random);
     const double northNoise = m_accuracy.white * m_random.Gaussian();
     const double turn = m_accuracy.heading * m_random.Gaussian();
+    m_drift = {eastDrift, northDrift};
     return {{truePose.position.x + eastDrift + eastNoise,
              truePose.position.y + northDrift + northNoise},
             NormaliseHeading(truePose.heading + turn)};

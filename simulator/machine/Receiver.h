@@ -35,12 +35,15 @@ public:
     CReceiver(EReceiver receiver, std::uint64_t seed, double sampleSeconds);
 
     Pose Measure(const Pose& truePose);
+    /// The drift that the last measurement had, metres.
+    const Point& Drift() const { return m_drift; }
 
 private:
     ReceiverAccuracy m_accuracy;
     CRandomSource m_random;
     CCorrelatedNoise m_eastDrift;
     CCorrelatedNoise m_northDrift;
+    Point m_drift;
 };
 
 #endif

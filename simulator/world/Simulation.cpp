@@ -35,12 +35,13 @@ bool IsDriven(ELineKind kind)
 CSimulation::State::State(const SimulationOptions& startOptions, CLongWork* longWork)
     : options(startOptions),
       machine(options.startPose, options.speed, CSteering(options.centreBias, options.backlash)),
-      ground(options.ground, options.seed),
+      implement(options.implement, machine.TruePose()), ground(options.ground, options.seed),
       receiver(options.receiver, options.seed, kControlSeconds),
       estimator(AccuracyOf(options.receiver)), work(longWork), line(looks, longWork),
       definition(std::make_shared<const LineDefinition>())
 {
     settings.speedSetPoint = options.speed;
+    settings.guide = options.guide;
     Arrange(line, settings, *definition);
     measured = receiver.Measure(machine.TruePose());
     estimator.Correct(measured);
@@ -215,6 +216,7 @@ try {
     EndIfOvertaken();
     SimulationSettings start;
     start.speedSetPoint = options.speed;
+    start.guide = options.guide;
     CFollowedLine restored = line;
     if (start.curveFilterSize != settings.curveFilterSize && IsSmoothed()) {
         BuiltLine built = Built(definition, start.curveFilterSize);
@@ -273,6 +275,15 @@ TrackingGains CSimulation::State::Gains() const
                     std::max(kLeastGainSpeed, std::abs(ControlSpeed())));
 }
 
+std::optional<ImplementOnMachine> CSimulation::State::GuidedImplement() const
+{
+    const bool pushed = MovesInReverse(ControlSpeed()) && options.implement.drawbar > 0.0;
+    if (settings.guide == EGuide::Machine || pushed)
+        return std::nullopt;
+    return ImplementOnMachine{options.implement,
+                              CountedImplementOffset(settings, *definition, false)};
+}
+
 void CSimulation::State::Control()
 {
     looks.left = LookBudget::kFull;
@@ -286,9 +297,9 @@ void CSimulation::State::Control()
     if (engagement.Engaged()) {
         const MotionEstimate motion =
             fed.Active() ? MotionEstimate{fed.Now(), 0.0, 0.0} : estimator.Estimate();
-        command = controller.Command(
-            {motion, ControlSpeed(), machine.Steering().SensorAngle(), facesAgainst}, *line.Shape(),
-            line.Position().station, Gains());
+        command = controller.Command({motion, ControlSpeed(), machine.Steering().SensorAngle(),
+                                      facesAgainst, GuidedImplement()},
+                                     *line.Shape(), line.Position().station, Gains());
     }
 }
 
@@ -316,6 +327,7 @@ void CSimulation::Step()
                            state.ground.NextSideSlip());
         state.estimator.Predict(state.machine.Speed(), state.machine.Steering().SensorAngle());
     }
+    state.implement.Follow(TruePose());
     state.controlRan = state.steps % kStepsPerControl == 0;
     if (state.controlRan)
         state.Control();

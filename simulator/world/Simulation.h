@@ -11,11 +11,19 @@
 #include "simulator/guidance/LineDefinition.h"
 #include "simulator/guidance/Tuning.h"
 #include "simulator/machine/Ground.h"
+#include "simulator/machine/Implement.h"
 #include "simulator/machine/Machine.h"
 #include "simulator/machine/Pose.h"
 #include "simulator/machine/Receiver.h"
 #include "simulator/world/FedPositions.h"
 #include "simulator/world/Outcome.h"
+
+/// What guidance keeps on the line.
+enum class EGuide
+{
+    Machine,   ///< the middle of the rear axle
+    Implement, ///< the implement's middle
+};
 
 /// What a simulation starts with.
 struct SimulationOptions
@@ -26,6 +34,8 @@ struct SimulationOptions
     EGround ground = EGround::Firm;
     double centreBias = 0.0; ///< radians by which the wheels stand right of what the sensor says
     double backlash = 0.0;   ///< radians of play between the actuator and the wheels
+    ImplementGeometry implement;
+    EGuide guide = EGuide::Machine; ///< at the start and after RestoreSettings()
     Pose startPose;
     double speed = 0.0; ///< metres per second, at the start and as the first speed set point
 };
@@ -163,6 +173,11 @@ public:
 
     // The controller.
 
+    /// What is kept on the line; may be changed at any time. A machine with a trailed implement is
+    /// itself kept on the line while it moves backwards.
+    void SetGuide(EGuide guide);
+    EGuide Guide() const;
+
     CTuning& Tuning();
     const CTuning& Tuning() const;
     /// Clears what the integral term has gathered.
@@ -212,6 +227,13 @@ public:
     /// Points of the followed pass every 2 m, from 50 m behind to 150 m ahead of the machine in the
     /// direction driven; fewer where the line ends, once round for a circle, none without a line.
     std::vector<Point> FollowedPoints() const;
+    /// Of the implement's middle to the pass that it works, from the estimated pose, metres; 0
+    /// without a line.
+    double ImplementCrossTrackError() const;
+    /// The implement's middle, from the estimated pose.
+    Point ImplementPoint() const;
+    /// Where the implement looks, radians clockwise from north.
+    double ImplementHeading() const;
     /// Changes whenever another pass is followed, and whenever the followed one gets another place
     /// or shape.
     int FollowedPassRevision() const;
@@ -233,10 +255,14 @@ public:
     /// Of the machine's reference point to the followed pass, metres; 0 without a line.
     double TrueCrossTrackError() const;
     /// Of the implement point to the pass that it works, which is the followed pass without the
-    /// implement offset; 0 without a line. The implement is carried 2 m behind the rear axle, by
-    /// the implement offset to the left.
+    /// implement offset; 0 without a line.
     double TrueImplementCrossTrackError() const;
+    /// The implement's middle, which is the implement offset to the left of its hanger.
     Point TrueImplementPoint() const;
+    /// What the receiver's drift has of both errors, of which guidance can know nothing: by how
+    /// much a machine is beside its line that is on it by all that it measures. The rest is
+    /// guidance's. 0 without a line and in fed mode.
+    double ReceiverDriftError() const;
     /// How many parts of the line have been looked at since the start, to find the machine on it.
     std::uint64_t Looks() const;
 

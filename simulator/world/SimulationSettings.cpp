@@ -157,6 +157,16 @@ const CTuning& CSimulation::Tuning() const
     return m_state->settings.tuning;
 }
 
+void CSimulation::SetGuide(EGuide guide)
+{
+    m_state->settings.guide = guide;
+}
+
+EGuide CSimulation::Guide() const
+{
+    return m_state->settings.guide;
+}
+
 void CSimulation::ResetIntegral()
 {
     m_state->controller.ResetIntegral();

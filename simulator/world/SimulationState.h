@@ -23,6 +23,7 @@ struct SimulationSettings
     double lookAheadTime = 1.6;
     int curveFilterSize = 11;
     CTuning tuning;
+    EGuide guide = EGuide::Machine;
 };
 
 /// All that a simulation is made of, and what its operations share.
@@ -64,10 +65,13 @@ struct CSimulation::State
     BuiltLine Built(const LineDefinitionPtr& of, int filterSize) const;
     EngageSituation Situation() const;
     TrackingGains Gains() const;
+    double ImplementErrorAt(const Point& place) const;
+    std::optional<ImplementOnMachine> GuidedImplement() const;
 
     SimulationOptions options;
     SimulationSettings settings;
     CMachine machine;
+    CImplement implement;
     CGround ground;
     CReceiver receiver;
     CPoseEstimator estimator;

@@ -80,6 +80,20 @@ TEST(CommandLine, TakesAPortForTheLivePage)
     EXPECT_EQ(8010, outcome.options.httpPort.value_or(0));
 }
 
+TEST(CommandLine, TakesTheImplementAndWhatIsGuided)
+{
+    const Outcome trailed = Read({"--implement", "trailed:1.5,4", "--guide", "implement"});
+    ASSERT_FALSE(trailed.exitCode.has_value()) << trailed.errors;
+    EXPECT_EQ(1.5, trailed.options.simulation.implement.behind);
+    EXPECT_EQ(4.0, trailed.options.simulation.implement.drawbar);
+    EXPECT_EQ(EGuide::Implement, trailed.options.simulation.guide);
+
+    const Outcome carried = Read({"--implement", "carried:0"});
+    EXPECT_EQ(0.0, carried.options.simulation.implement.behind);
+    EXPECT_EQ(0.0, carried.options.simulation.implement.drawbar);
+    EXPECT_EQ(EGuide::Machine, carried.options.simulation.guide);
+}
+
 TEST(CommandLine, TakesAStartInThreeWords)
 {
     const Outcome outcome = Read({"--start", "1", "-2", "270"});
@@ -109,6 +123,16 @@ TEST(CommandLine, NamesTheWrongValueAndWhatIsAllowed)
              {{"--receiver", "gps"},
               {"--receiver: \"gps\" is not allowed, allowed is ideal, rtk, sbas"}},
              {{"--ground", "mud"}, {"--ground: \"mud\" is not allowed, allowed is field, firm"}},
+             {{"--guide", "both"},
+              {"--guide: \"both\" is not allowed, allowed is implement, machine"}},
+             {{"--implement", "carried"}, {"--implement", "carried:BEHIND", "trailed:HITCH"}},
+             {{"--implement", "carried:"}, {"--implement"}},
+             {{"--implement", "carried:11"}, {"--implement", "0 to 10 m"}},
+             {{"--implement", "carried:2m"}, {"--implement"}},
+             {{"--implement", "trailed:1"}, {"--implement"}},
+             {{"--implement", "trailed:1,0"}, {"--implement", "0.5 to 12 m"}},
+             {{"--implement", "trailed:1,nan"}, {"--implement"}},
+             {{"--implement", "trailed:1,4,5"}, {"--implement"}},
              {{"--state", ""}, {"--state: \"\" is not allowed, allowed is the name of a file"}},
              {{"--track="}, {"--track"}},
              {{"--track", ""}, {"--track: \"\" is not allowed, allowed is the name of a file"}},
@@ -135,9 +159,10 @@ TEST(CommandLine, WritesHelpWithEveryOption)
     const Outcome outcome = Read({"--help"});
 
     EXPECT_EQ(kExitSuccess, outcome.exitCode.value_or(kExitWrongOptions));
-    for (const char* option : {"--port", "--http", "--state", "--track", "--log-level",
-                               "--speed-factor", "--seed", "--receiver", "--ground", "--start",
-                               "--speed", "--centre-bias", "--backlash", "--version"})
+    for (const char* option :
+         {"--port", "--http", "--state", "--track", "--log-level", "--speed-factor", "--seed",
+          "--receiver", "--ground", "--start", "--speed", "--centre-bias", "--backlash",
+          "--implement", "--guide", "--version"})
         EXPECT_NE(std::string::npos, outcome.output.find(option)) << option;
 }
 

@@ -32,6 +32,8 @@ const std::vector<Row> kRows{
     {"why_not_engaged", "[]", "[]", "[text]"},
     {"why_refused", "[text]", "['EngageSteering']", "nil"},
     {"simulator_keeps", "[]", "[]", "int"},
+    {"simulator_set_guide", "[text]", "['implement']", "int"},
+    {"simulator_guide", "[]", "[]", "text"},
     {"set_reverse_engage_enabled", "[int, int]", "[1, 0]", "nil"},
     {"get_reverse_engage_enabled", "[int]", "[1]", "int"},
     {"set_reverse_engage_allowed", "[int, int]", "[1, 0]", "nil"},

@@ -13,12 +13,13 @@ double Mean(const std::vector<double>& values)
     return values.empty() ? NAN : sum / static_cast<double>(values.size());
 }
 
-std::vector<double> ErrorsFrom(const std::vector<DriveSample>& samples, double fromWay)
+std::vector<double> ErrorsFrom(const std::vector<DriveSample>& samples, double fromWay,
+                               double DriveSample::*error = &DriveSample::crossTrack)
 {
     std::vector<double> errors;
     for (const DriveSample& sample : samples) {
         if (sample.way >= fromWay)
-            errors.push_back(sample.crossTrack);
+            errors.push_back(sample.*error);
     }
     return errors;
 }
@@ -28,6 +29,17 @@ std::vector<double> WithoutSign(std::vector<double> values)
     for (double& value : values)
         value = std::abs(value);
     return values;
+}
+
+/// What 95 % of the values without sign do not exceed.
+double Percentile95(const std::vector<double>& values)
+{
+    std::vector<double> errors = WithoutSign(values);
+    if (errors.empty())
+        return NAN;
+    const auto rank = static_cast<std::ptrdiff_t>(0.95 * static_cast<double>(errors.size() - 1));
+    std::nth_element(errors.begin(), errors.begin() + rank, errors.end());
+    return errors[static_cast<std::size_t>(rank)];
 }
 
 /// Adds points of an arc, `turn` radians to the right, to a path that ends at `pose`.
@@ -56,12 +68,12 @@ void AddStraight(std::vector<Point>& points, Pose& pose, double length, double s
 
 double CDrive::Error95(double fromWay) const
 {
-    std::vector<double> errors = WithoutSign(ErrorsFrom(samples, fromWay));
-    if (errors.empty())
-        return NAN;
-    const auto rank = static_cast<std::ptrdiff_t>(0.95 * static_cast<double>(errors.size() - 1));
-    std::nth_element(errors.begin(), errors.begin() + rank, errors.end());
-    return errors[static_cast<std::size_t>(rank)];
+    return Percentile95(ErrorsFrom(samples, fromWay));
+}
+
+double CDrive::ImplementError95(double fromWay) const
+{
+    return Percentile95(ErrorsFrom(samples, fromWay, &DriveSample::implement));
 }
 
 double CDrive::MeanError(double fromWay) const
@@ -128,7 +140,8 @@ CDrive DrivenOn(CSimulation& simulation, double seconds)
         const double noise =
             NormaliseTurn(simulation.EstimatedPose().heading - simulation.TruePose().heading);
         drive.samples.push_back(
-            {way, simulation.TrueCrossTrackError(), simulation.Status().headingError - noise});
+            {way, simulation.TrueCrossTrackError(), simulation.Status().headingError - noise,
+             simulation.TrueImplementCrossTrackError(), simulation.ReceiverDriftError()});
     }
     drive.engagedToTheEnd = simulation.Engaged();
     return drive;
