@@ -1,5 +1,6 @@
 #include "simulator/PositionFeed.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -29,6 +30,8 @@ public:
             fed.heading = Turned(sample.yaw, rotation);
         fed.speed = sample.groundSpeed;
         fed.reverse = sample.movesInReverse;
+        fed.yawRate = sample.yawRate;
+        fed.sigma = std::max(sample.sigmaEast, sample.sigmaNorth);
         return fed;
     }
 

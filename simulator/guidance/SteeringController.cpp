@@ -106,7 +106,7 @@ double CSteeringController::Command(const SteeringInput& input, const CLineShape
     m_wantedCurvature = wheelSign * curvature;
     const double wanted =
         std::clamp(std::atan(kWheelbase * m_wantedCurvature), -kSteeringStop, kSteeringStop);
-    const double change = kLead * (wanted - ahead.steeringAngle);
+    const double change = (input.steersItself ? 1.0 : kLead) * (wanted - ahead.steeringAngle);
     const double greatestChange = gains.steeringRate * kSteeringLagSeconds;
     m_lastCommand =
         std::clamp(ahead.steeringAngle + std::clamp(change, -greatestChange, greatestChange),

@@ -22,6 +22,7 @@ struct SteeringInput
     double speed = 0.0;         ///< metres per second, negative backwards
     double steeringAngle = 0.0; ///< radians, of the sensor
     bool facesAgainst = false;  ///< the machine looks against the direction of the line
+    bool steersItself = false;  ///< the machine makes its curvature by itself, unlike the own one
     std::optional<ImplementOnMachine> implement; ///< what is to be on its line; none: the machine
 };
 

@@ -28,6 +28,8 @@ std::string Problem(const FedPosition& sample)
     judge("the heading", sample.heading.value_or(0.0));
     judge("the course", sample.course);
     judge("the speed", sample.speed);
+    judge("the yaw rate", sample.yawRate.value_or(0.0));
+    judge("the age", sample.age);
     return problem.str();
 }
 
@@ -47,14 +49,20 @@ COutcome CFedPositions::Take(const FedPosition& sample, const Pose& present)
     }
     m_pose = {sample.position, NormaliseHeading(heading)};
     m_speed = sample.reverse ? -speed : speed;
+    if (!m_active)
+        m_estimator.Reset();
+    m_estimator.Take({m_pose, sample.heading.has_value(), sample.course, sample.yawRate, m_speed,
+                      sample.sigma, std::clamp(sample.age, 0.0, kFreshSeconds)});
     m_age = 0.0;
+    m_waits = true;
     m_active = true;
     return COutcome::Done();
 }
 
-bool CFedPositions::Age(double seconds)
+bool CFedPositions::Age(double curvature)
 {
-    m_age += seconds;
+    m_age += kMachineStepSeconds;
+    m_estimator.Step(curvature);
     const bool givenUp = m_active && m_age > kGivenUpSeconds;
     m_active = m_active && !givenUp;
     return givenUp;
@@ -63,9 +71,4 @@ bool CFedPositions::Age(double seconds)
 bool CFedPositions::Fresh() const
 {
     return m_age <= kFreshSeconds;
-}
-
-Pose CFedPositions::Now() const
-{
-    return PoseAfter(m_pose, m_speed, 0.0, 0.0, std::min(m_age, kFreshSeconds));
 }

@@ -14,6 +14,8 @@ constexpr double kControlSeconds = CSimulation::kStepSeconds * CSimulation::kSte
 /// The gains are those of this speed for a slower machine, metres per second.
 constexpr double kLeastGainSpeed = 0.3;
 
+/// Guidance runs after a sample from outside when so many steps have passed since it ran last.
+constexpr int kLeastStepsAfterSample = 4;
 /// How far beyond square to the line a machine is turned before it counts as looking the other way,
 /// so that the noise of the heading does not move the line to and fro.
 constexpr double kTurnTolerance = Radians(5.0);
@@ -54,7 +56,7 @@ double CSimulation::State::ControlSpeed() const
 
 Pose CSimulation::State::ControlPose() const
 {
-    return fed.Active() ? fed.Now() : estimator.Estimate().pose;
+    return fed.Active() ? fed.Now().pose : estimator.Estimate().pose;
 }
 
 double CSimulation::State::CountedImplementOffset(const SimulationSettings& of,
@@ -275,6 +277,15 @@ TrackingGains CSimulation::State::Gains() const
                     std::max(kLeastGainSpeed, std::abs(ControlSpeed())));
 }
 
+bool CSimulation::State::ControlIsDue()
+{
+    if (!fed.Active())
+        return steps % kStepsPerControl == 0;
+    // Right after a sample, when what is known is newest, but no more often than that takes.
+    const auto since = static_cast<int>(steps - controlledAt);
+    return since >= (fed.SampleWaits() ? kLeastStepsAfterSample : kStepsPerControl);
+}
+
 std::optional<ImplementOnMachine> CSimulation::State::GuidedImplement() const
 {
     const bool pushed = MovesInReverse(ControlSpeed()) && options.implement.drawbar > 0.0;
@@ -284,22 +295,44 @@ std::optional<ImplementOnMachine> CSimulation::State::GuidedImplement() const
                               CountedImplementOffset(settings, *definition, false)};
 }
 
+SteeringInput CSimulation::State::OwnSteering() const
+{
+    return {estimator.Estimate(), machine.Speed(), machine.Steering().SensorAngle(),
+            facesAgainst,         false,           GuidedImplement()};
+}
+
+SteeringInput CSimulation::State::FedSteering() const
+{
+    const FedMotion motion = fed.Now();
+    const double speed = fed.Speed();
+    // What the wheels of a machine like the own one would stand at, which turned as fast.
+    const double angle = std::abs(speed) < kLeastGainSpeed
+                             ? machine.Steering().SensorAngle()
+                             : std::atan(kWheelbase * motion.yawRate / speed);
+    return {{motion.pose, motion.sideSlip, 0.0},
+            speed,
+            std::clamp(angle, -kSteeringStop, kSteeringStop),
+            facesAgainst,
+            true,
+            GuidedImplement()};
+}
+
 void CSimulation::State::Control()
 {
+    const double seconds = static_cast<double>(steps - controlledAt) * kStepSeconds;
+    controlledAt = steps;
+    fed.SampleUsed();
     looks.left = LookBudget::kFull;
     if (!fed.Active()) {
         measured = receiver.Measure(machine.TruePose());
         estimator.Correct(measured);
     }
     LocateOnLine();
-    engagement.Check(Situation(), settings.engage, kControlSeconds);
+    engagement.Check(Situation(), settings.engage, seconds);
     command = 0.0;
     if (engagement.Engaged()) {
-        const MotionEstimate motion =
-            fed.Active() ? MotionEstimate{fed.Now(), 0.0, 0.0} : estimator.Estimate();
-        command = controller.Command({motion, ControlSpeed(), machine.Steering().SensorAngle(),
-                                      facesAgainst, GuidedImplement()},
-                                     *line.Shape(), line.Position().station, Gains());
+        command = controller.Command(fed.Active() ? FedSteering() : OwnSteering(), *line.Shape(),
+                                     line.Position().station, Gains());
     }
 }
 
@@ -314,7 +347,7 @@ void CSimulation::Step()
 {
     State& state = *m_state;
     ++state.steps;
-    if (state.fed.Age(kStepSeconds)) {
+    if (state.fed.Age(std::tan(state.machine.Steering().SensorAngle()) / kWheelbase)) {
         // Its own machine has stood where it was; what was known of it is out of date.
         state.estimator.Reset();
         state.measured = state.receiver.Measure(state.machine.TruePose());
@@ -328,7 +361,7 @@ void CSimulation::Step()
         state.estimator.Predict(state.machine.Speed(), state.machine.Steering().SensorAngle());
     }
     state.implement.Follow(TruePose());
-    state.controlRan = state.steps % kStepsPerControl == 0;
+    state.controlRan = state.ControlIsDue();
     if (state.controlRan)
         state.Control();
 }

@@ -177,7 +177,7 @@ bool CSimulation::TakesNearestPass() const
 
 Pose CSimulation::TruePose() const
 {
-    return FedMode() ? m_state->fed.Now() : m_state->machine.TruePose();
+    return FedMode() ? m_state->fed.Now().pose : m_state->machine.TruePose();
 }
 
 double CSimulation::TrueCrossTrackError() const

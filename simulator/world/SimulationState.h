@@ -65,6 +65,9 @@ struct CSimulation::State
     BuiltLine Built(const LineDefinitionPtr& of, int filterSize) const;
     EngageSituation Situation() const;
     TrackingGains Gains() const;
+    SteeringInput OwnSteering() const;
+    SteeringInput FedSteering() const;
+    bool ControlIsDue();
     double ImplementErrorAt(const Point& place) const;
     std::optional<ImplementOnMachine> GuidedImplement() const;
 
@@ -94,7 +97,8 @@ struct CSimulation::State
     bool facesAgainst = false; ///< the machine looks against the direction of the line
     bool controlRan = false;
     std::uint64_t steps = 0;
-    double command = 0.0; ///< of the steering; straight ahead while not engaged
+    std::uint64_t controlledAt = 0; ///< of the steps
+    double command = 0.0;           ///< of the steering; straight ahead while not engaged
     Pose measured;
 };
 

@@ -95,9 +95,10 @@ TEST(ImplementOffset, LeavesASplineThatDoesNotUseItWhereItIs)
     EXPECT_NEAR(0.5, simulation.Status().crossTrackError, 1e-9);
 }
 
-/// Turns a machine on the spot, by positions from outside.
+/// Turns a machine on the spot, by positions from outside that come so seldom that each counts.
 void Look(CSimulation& simulation, double degrees)
 {
+    StepFor(simulation, 2.0);
     FedPosition sample;
     sample.valid = true;
     sample.heading = Radians(degrees);
