@@ -21,6 +21,11 @@ const Choices<ELogLevel> kLogLevels{{"error", ELogLevel::Error},
                                     {"debug", ELogLevel::Debug}};
 const Choices<EReceiver> kReceivers{
     {"ideal", EReceiver::Ideal}, {"rtk", EReceiver::Rtk}, {"sbas", EReceiver::Sbas}};
+const Choices<ELeastFix> kLeastFixes{{"any", ELeastFix::Any},
+                                     {"gps", ELeastFix::Gps},
+                                     {"dgps", ELeastFix::Dgps},
+                                     {"rtk-float", ELeastFix::RtkFloat},
+                                     {"rtk-fixed", ELeastFix::RtkFixed}};
 const Choices<EGuide> kGuides{{"machine", EGuide::Machine}, {"implement", EGuide::Implement}};
 const Choices<EGround> kGrounds{{"firm", EGround::Firm}, {"field", EGround::Field}};
 
@@ -133,6 +138,9 @@ void AddImplementOptions(CLI::App& app, SimulationOptions& world)
         ->default_str("carried:2.0");
     AddChoice(app, "--guide", world.guide, kGuides, "machine",
               "What is kept on the line: machine or implement");
+    AddChoice(app, "--least-fix", world.leastFix, kLeastFixes, "rtk-float",
+              "Fed positions are steered by when their fix is at least: any, gps, dgps, rtk-float "
+              "or rtk-fixed");
 }
 
 void AddWorldOptions(CLI::App& app, SimulationOptions& world, std::vector<double>& start)

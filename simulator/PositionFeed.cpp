@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <GeographicLib/LocalCartesian.hpp>
@@ -30,8 +31,13 @@ public:
             fed.heading = Turned(sample.yaw, rotation);
         fed.speed = sample.groundSpeed;
         fed.reverse = sample.movesInReverse;
-        fed.yawRate = sample.yawRate;
-        fed.sigma = std::max(sample.sigmaEast, sample.sigmaNorth);
+        // What is not a number is what nobody knows.
+        fed.yawRate = std::isfinite(sample.yawRate) ? sample.yawRate : 0.0;
+        const double sigma = std::max(sample.sigmaEast, sample.sigmaNorth);
+        fed.sigma = std::isfinite(sigma) ? sigma : 0.0;
+        fed.fixQuality = sample.fixQuality;
+        fed.number = sample.number;
+        fed.time = sample.unixTime;
         return fed;
     }
 
@@ -47,7 +53,10 @@ private:
     GeographicLib::LocalCartesian m_frame;
 };
 
-PositionFeedC::PositionFeedC(CSimulation& simulation) : m_simulation(simulation) {}
+PositionFeedC::PositionFeedC(CSimulation& simulation, UnixClock clock)
+    : m_simulation(simulation), m_clock(std::move(clock))
+{
+}
 
 PositionFeedC::~PositionFeedC() = default;
 
@@ -81,7 +90,9 @@ COutcome PositionFeedC::Feed(const PositionSample& told)
             GeodeticPlace{sample.latitude, sample.longitude, sample.height});
     }
     double height = 0.0;
-    COutcome outcome = m_simulation.Feed(m_frame->ToLocal(sample, height));
+    FedPosition local = m_frame->ToLocal(sample, height);
+    local.age = m_clock.Age(sample.unixTime, m_simulation.Time());
+    COutcome outcome = m_simulation.Feed(local);
     if (outcome) {
         m_height = height;
         m_knownHeight = sample.height;

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "simulator/PositionSample.h"
+#include "simulator/SampleClock.h"
 #include "simulator/world/Outcome.h"
 #include "simulator/world/Simulation.h"
 
@@ -23,7 +24,8 @@ class PositionFeedC
 {
 public:
     /// @param simulation must outlive this object.
-    explicit PositionFeedC(CSimulation& simulation);
+    /// @param clock the system's clock, to know how old samples are; may be empty.
+    explicit PositionFeedC(CSimulation& simulation, UnixClock clock = {});
     ~PositionFeedC();
     PositionFeedC(const PositionFeedC&) = delete;
     PositionFeedC& operator=(const PositionFeedC&) = delete;
@@ -35,11 +37,15 @@ public:
     COutcome Feed(const PositionSample& told);
     /// How far above the origin the machine is, metres; 0 while the simulation drives it itself.
     double Height() const;
+    /// Whether the samples' clock is another than the system's, so that a latency that all samples
+    /// have cannot be seen.
+    bool HasOtherClock() const { return m_clock.HasLearned(); }
 
 private:
     class FrameC;
 
     CSimulation& m_simulation;
+    CSampleClock m_clock;
     std::unique_ptr<FrameC> m_frame;
     double m_height = 0.0;
     double m_knownHeight = 0.0; ///< metres above the ellipsoid

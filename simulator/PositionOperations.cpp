@@ -19,4 +19,10 @@ void PositionOperationsC::SetPositionData(const std::string& record)
     if (outcome.Reason() != m_lastRefusal)
         m_log.Carried("SetPositionData", outcome);
     m_lastRefusal = outcome.Reason();
+    if (outcome && m_feed.HasOtherClock() && !m_hasToldOfClock) {
+        m_hasToldOfClock = true;
+        m_log.Write(ELogLevel::Warning,
+                    "the times of the fed positions are not those of the system's clock: a latency "
+                    "that all of them have cannot be seen");
+    }
 }

@@ -23,6 +23,7 @@ private:
     PositionFeedC& m_feed;
     const ServiceLogC& m_log;
     std::string m_lastRefusal;
+    bool m_hasToldOfClock = false;
 };
 
 #endif

@@ -21,7 +21,7 @@ ServiceCoreC::ServiceCoreC(ServiceCoreOptions options)
     : m_log(std::move(options.log)), m_work(options.work), m_publish(std::move(options.publish)),
       m_simulation(options.simulation, m_work),
       m_kept(std::move(options.kept), std::move(options.keep), std::move(options.keepState)),
-      m_waylines(WithKept(m_simulation, m_kept, m_log), m_work), m_feed(m_simulation),
+      m_waylines(WithKept(m_simulation, m_kept, m_log), m_work), m_feed(m_simulation, std::move(options.clock)),
       m_steering(m_simulation, m_waylines, m_kept, m_log),
       m_waylineOperations(m_simulation, m_waylines, m_feed, m_log, m_work),
       m_offsets(m_simulation, m_log, m_work), m_positions(m_feed, m_log),

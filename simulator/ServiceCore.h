@@ -34,6 +34,7 @@ struct ServiceCoreOptions
     /// Makes what takes long, and must outlive the core; null to have it made on the spot.
     WorkQueueC* work = nullptr;
     KeepState keepState{}; ///< how far the saving of what `keep` took is; may be empty
+    UnixClock clock{};     ///< the system's, to know how old fed positions are; may be empty
 };
 
 /// What a client sends.

@@ -152,6 +152,18 @@ MPIServerLimitsC LimitsOf(const DescriptorLimit::Shares& shares)
     return limits;
 }
 
+/// The system's clock, unless the simulated one goes at another speed.
+UnixClock ClockOf(const ProgramOptions& options)
+{
+    if (options.speedFactor != 1.0) {
+        return {};
+    }
+    return [] {
+        const auto now = std::chrono::system_clock::now().time_since_epoch();
+        return std::chrono::duration<double>(now).count();
+    };
+}
+
 EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPointer& output)
 {
     asio::io_context loop;
@@ -172,7 +184,7 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     ServiceLinkC link(
         loop,
         {options.simulation, kept.values, keep, options.httpPort ? trail.Sink() : EventSink(),
-         log.Sink(), nullptr, keepState},
+         log.Sink(), nullptr, keepState, ClockOf(options)},
         [&limited](ClientNumber client) { limited.Serve(client); }, LimitsOf(shares));
     std::optional<LivePageC> page;
     if (options.httpPort) {

@@ -10,7 +10,7 @@ namespace {
 /// A bar is no shorter than that, metres: the path of a shorter one is that of the line itself.
 constexpr double kLeastBar = 0.05;
 /// Over so many lengths of the bar the start is forgotten.
-constexpr double kForgottenAfter = 6.0;
+constexpr double kSettledAfter = 6.0;
 /// The direction of a drawbar is that of a chord of its line, so many of its lengths to both sides.
 constexpr double kDrawbarShare = 0.5;
 /// How far the path is known behind and ahead of the machine's place, metres.
@@ -85,7 +85,7 @@ BesideAxlePath FindBesideAxlePath(const AxleGuide& guide, double station, const 
     const double bar = std::max(guide.implement.behind, kLeastBar);
     const double room = kRoom + std::abs(preview);
     const double beside = -bar - guide.implement.drawbar;
-    const double from = beside + room + kForgottenAfter * bar;
+    const double from = beside + room + kSettledAfter * bar;
     const double to = beside - room;
     const Places places = PathOf(guide, station, from, to, bar);
 

@@ -73,8 +73,8 @@ std::vector<std::string> ProblemsButSlowness(const EngageSituation& situation,
     if (!situation.navigationActive)
         return {"navigation is not active"};
     std::vector<std::string> problems;
-    if (!situation.positionFresh)
-        problems.push_back("no fresh position has come for 1 s");
+    if (!situation.positionProblem.empty())
+        problems.push_back(situation.positionProblem);
     for (auto&& group : {PlaceProblems(situation), ReverseProblems(situation, settings)})
         problems.insert(problems.end(), group.begin(), group.end());
     return problems;
@@ -108,6 +108,14 @@ void CEngagement::Disengage()
 {
     m_engaged = false;
     m_dropReason.clear();
+}
+
+void CEngagement::DropForJump(double metres)
+{
+    if (!m_engaged)
+        return;
+    m_dropReason = Sentence("the fed positions have jumped by ", metres, " m, and stay there");
+    m_engaged = false;
 }
 
 void CEngagement::Check(const EngageSituation& situation, const EngageSettings& settings,

@@ -9,63 +9,55 @@ namespace {
 
 /// The movement is carried on so long without a sample, seconds.
 constexpr double kCarriedOn = 1.5;
+/// A command has done half its work after the dead time and so much of the lag.
+constexpr double kLagShare = 0.4;
+/// Over what time it is averaged by how much the machine turns otherwise than commanded, seconds.
+constexpr double kOffsetSeconds = 1.0;
 /// The position's sigma is taken for no less and no more than that, metres, and for kUsualSigma
 /// where nobody knows it.
 constexpr double kLeastSigma = 0.005;
 constexpr double kMostSigma = 0.5;
 constexpr double kUsualSigma = 0.015;
 constexpr double kHeadingSigma = Radians(0.2);
-constexpr double kCourseSigma = Radians(0.7);
+constexpr double kCourseSigma = Radians(3.0);
 /// A course that is so far off what is known is not measured, radians.
 constexpr double kGreatestCourseError = Radians(10.0);
 /// Slower than that a course says nothing, metres per second.
-constexpr double kLeastCourseSpeed = 0.5;
+constexpr double kLeastCrabSpeed = 0.5;
 /// What may happen in a second beside the model, one sigma.
-constexpr double kPositionStray = 0.003;
-constexpr double kHeadingStray = Radians(0.15);
-constexpr double kUnmeasuredHeadingStray = Radians(3.0);
-constexpr double kSlipStray = Radians(0.4);
+constexpr double kStrayMetres = 0.003;
+constexpr double kStrayHeading = Radians(0.15);
+constexpr double kStrayUnmeasuredHeading = Radians(3.0);
+constexpr double kStraySlip = Radians(0.4);
 /// The side slip to expect at the start, and the greatest one, radians.
-constexpr double kExpectedSlip = Radians(1.0);
+constexpr double kStartSlip = Radians(1.0);
 constexpr double kGreatestSlip = Radians(20.0);
 /// What is farther off has not been driven: the filter begins anew there.
-constexpr double kGreatestJump = 1.0;
+constexpr double kGreatestDriven = 1.0;
 constexpr double kGreatestTurn = Radians(30.0);
 
-double Squared(double value)
+double SquareOf(double value)
 {
     return value * value;
 }
 
 } // namespace
 
-void CFedEstimator::Step(double curvature)
+void CFedEstimator::Step(double commanded)
 {
-    m_curvatures[m_next] = curvature;
-    m_next = (m_next + 1) % kRemembered;
+    m_response.Step(commanded);
     m_age += kMachineStepSeconds;
-}
-
-double CFedEstimator::CurvatureAgo(double seconds) const
-{
-    const double steps =
-        std::clamp(seconds / kMachineStepSeconds, 0.0, static_cast<double>(kRemembered - 2));
-    const double whole = std::floor(steps);
-    const std::size_t newer =
-        (m_next + 2 * kRemembered - 1 - static_cast<std::size_t>(whole)) % kRemembered;
-    const std::size_t older = (newer + kRemembered - 1) % kRemembered;
-    return m_curvatures[newer] + (steps - whole) * (m_curvatures[older] - m_curvatures[newer]);
 }
 
 FedMotion CFedEstimator::Moved(double from, double to, double yawRateRamp) const
 {
     FedMotion motion = m_motion;
-    const double start = CurvatureAgo(from);
+    const double start = m_response.CurvatureAgo(from);
     const double seconds = std::min(from - to, kCarriedOn);
     const int pieces = std::max(1, static_cast<int>(std::ceil(seconds / kMachineStepSeconds)));
     const double piece = seconds / pieces;
     const auto yawRateAfter = [&](double after) {
-        return m_motion.yawRate + m_speed * (CurvatureAgo(from - after) - start) +
+        return m_motion.yawRate + m_speed * (m_response.CurvatureAgo(from - after) - start) +
                yawRateRamp * after / std::max(seconds, kMachineStepSeconds);
     };
     for (int i = 0; i < pieces && seconds > 0.0; ++i) {
@@ -85,10 +77,15 @@ FedMotion CFedEstimator::Now() const
     return Moved(m_age, 0.0, 0.0);
 }
 
+FedMotion CFedEstimator::WhenCommandActs() const
+{
+    return Moved(m_age, -m_response.DeadTime() - kLagShare * m_response.Lag(), 0.0);
+}
+
 void CFedEstimator::Start(const FedMeasurement& sample)
 {
     m_motion = {{sample.pose.position, NormaliseHeading(sample.pose.heading)}, 0.0, 0.0};
-    if (sample.headingKnown && sample.course && std::abs(sample.speed) >= kLeastCourseSpeed) {
+    if (sample.headingKnown && sample.course && std::abs(sample.speed) >= kLeastCrabSpeed) {
         const double crab =
             NormaliseTurn(*sample.course - sample.pose.heading - (sample.speed < 0.0 ? kPi : 0.0));
         m_motion.sideSlip = std::abs(crab) <= kGreatestCourseError ? crab : 0.0;
@@ -96,9 +93,9 @@ void CFedEstimator::Start(const FedMeasurement& sample)
     const double sigma =
         sample.sigma > 0.0 ? std::clamp(sample.sigma, kLeastSigma, kMostSigma) : kUsualSigma;
     m_covariance = {};
-    m_covariance[kX][kX] = m_covariance[kY][kY] = Squared(sigma);
-    m_covariance[kHeading][kHeading] = Squared(kHeadingSigma);
-    m_covariance[kSlip][kSlip] = sample.headingKnown ? Squared(kExpectedSlip) : 0.0;
+    m_covariance[kX][kX] = m_covariance[kY][kY] = SquareOf(sigma);
+    m_covariance[kHeading][kHeading] = SquareOf(kHeadingSigma);
+    m_covariance[kSlip][kSlip] = sample.headingKnown ? SquareOf(kStartSlip) : 0.0;
     m_started = true;
 }
 
@@ -131,12 +128,12 @@ void CFedEstimator::Propagate(const FedMeasurement& sample, double seconds)
                 propagated[i][j] += half[i][k] * transition[j][k];
         }
     }
-    const double stray = m_yawRateKnown ? kHeadingStray : kUnmeasuredHeadingStray;
-    propagated[kX][kX] += Squared(kPositionStray) * seconds;
-    propagated[kY][kY] += Squared(kPositionStray) * seconds;
-    propagated[kHeading][kHeading] += Squared(stray) * seconds;
+    const double stray = m_yawRateKnown ? kStrayHeading : kStrayUnmeasuredHeading;
+    propagated[kX][kX] += SquareOf(kStrayMetres) * seconds;
+    propagated[kY][kY] += SquareOf(kStrayMetres) * seconds;
+    propagated[kHeading][kHeading] += SquareOf(stray) * seconds;
     if (sample.headingKnown && driven != 0.0)
-        propagated[kSlip][kSlip] += Squared(kSlipStray) * seconds;
+        propagated[kSlip][kSlip] += SquareOf(kStraySlip) * seconds;
     m_covariance = propagated;
 }
 
@@ -164,38 +161,53 @@ void CFedEstimator::Apply(const std::array<double, kStates>& observed, double in
         std::clamp(m_motion.sideSlip + gain[kSlip] * innovation, -kGreatestSlip, kGreatestSlip);
 }
 
+void CFedEstimator::SettleYawRate(const FedMeasurement& sample, double seconds)
+{
+    const double rate = sample.yawRate.value_or(0.0);
+    const double answered = sample.speed * m_response.CurvatureAgo(sample.age);
+    const double share = seconds > 0.0 ? 1.0 - std::exp(-seconds / kOffsetSeconds) : 1.0;
+    if (std::abs(sample.speed) >= kLeastCrabSpeed)
+        m_offset += share * ((rate - answered) / sample.speed - m_offset);
+    m_motion.yawRate = answered + m_offset * sample.speed;
+}
+
 void CFedEstimator::Take(const FedMeasurement& sample)
 {
     m_yawRateKnown = m_yawRateKnown || sample.yawRate.value_or(0.0) != 0.0;
     FedMeasurement measured = sample;
     measured.age = m_started ? std::min(sample.age, m_age) : sample.age;
     const double seconds = m_started ? m_age - measured.age : 0.0;
+    const double age = m_age;
     const double headingBefore = m_motion.pose.heading;
     if (m_started)
         Propagate(measured, std::min(seconds, kCarriedOn));
     const double turn = NormaliseTurn(sample.pose.heading - m_motion.pose.heading);
     if (!m_started || seconds > kCarriedOn || std::abs(turn) > kGreatestTurn ||
-        Distance(m_motion.pose.position, sample.pose.position) > kGreatestJump) {
+        Distance(m_motion.pose.position, sample.pose.position) > kGreatestDriven) {
         Start(measured);
     } else {
-        const double variance = Squared(
+        const double variance = SquareOf(
             sample.sigma > 0.0 ? std::clamp(sample.sigma, kLeastSigma, kMostSigma) : kUsualSigma);
         Apply({1.0, 0.0, 0.0, 0.0}, sample.pose.position.x - m_motion.pose.position.x, variance);
         Apply({0.0, 1.0, 0.0, 0.0}, sample.pose.position.y - m_motion.pose.position.y, variance);
         Apply({0.0, 0.0, 1.0, 0.0}, NormaliseTurn(sample.pose.heading - m_motion.pose.heading),
-              Squared(kHeadingSigma));
-        if (sample.headingKnown && sample.course && std::abs(sample.speed) >= kLeastCourseSpeed) {
+              SquareOf(kHeadingSigma));
+        if (sample.headingKnown && sample.course && std::abs(sample.speed) >= kLeastCrabSpeed) {
             const double off = NormaliseTurn(*sample.course - (sample.speed < 0.0 ? kPi : 0.0) -
                                              m_motion.pose.heading - m_motion.sideSlip);
             if (std::abs(off) <= kGreatestCourseError)
-                Apply({0.0, 0.0, 1.0, 1.0}, off, Squared(kCourseSigma));
+                Apply({0.0, 0.0, 1.0, 1.0}, off, SquareOf(kCourseSigma));
         }
         // Without a measured yaw rate it is what the heading has turned.
         if (!m_yawRateKnown && seconds > 0.0)
             m_motion.yawRate = NormaliseTurn(m_motion.pose.heading - headingBefore) / seconds;
     }
+    if (m_yawRateKnown && seconds > 0.0)
+        m_response.Learn(age, measured.age, sample.speed,
+                         sample.yawRate.value_or(0.0) - m_measuredYawRate);
     if (m_yawRateKnown)
-        m_motion.yawRate = sample.yawRate.value_or(0.0);
+        SettleYawRate(measured, seconds);
+    m_measuredYawRate = sample.yawRate.value_or(0.0);
     m_speed = sample.speed;
     m_age = measured.age;
 }

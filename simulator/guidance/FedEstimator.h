@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "simulator/guidance/PoseEstimator.h"
+#include "simulator/guidance/SteeringResponse.h"
 
 /// What a sample from outside says of the machine's movement.
 struct FedMeasurement
@@ -38,13 +39,15 @@ public:
     /// Begins anew at the next sample.
     void Reset() { m_started = false; }
     /// Moves the present on by a step of the machine.
-    /// @param curvature 1/m, which the commands of the steering should have brought by now.
-    void Step(double curvature);
+    /// @param commanded 1/m, the curvature commanded now.
+    void Step(double commanded);
     /// Takes a sample in. One that is measured before the last is taken for as old as that.
     void Take(const FedMeasurement& sample);
 
     /// The movement at present.
     FedMotion Now() const;
+    /// The movement when a command that is given now acts, with the commands under way.
+    FedMotion WhenCommandActs() const;
 
 private:
     enum EState : std::size_t
@@ -56,12 +59,9 @@ private:
         kStates
     };
     using Matrix = std::array<std::array<double, kStates>, kStates>;
-    /// How far back the commands are remembered, in steps.
-    static constexpr std::size_t kRemembered = 128;
-
     void Start(const FedMeasurement& sample);
-    double CurvatureAgo(double seconds) const;
     FedMotion Moved(double from, double to, double yawRateRamp) const;
+    void SettleYawRate(const FedMeasurement& sample, double seconds);
     void Propagate(const FedMeasurement& sample, double seconds);
     void Apply(const std::array<double, kStates>& observed, double innovation, double variance);
 
@@ -69,10 +69,11 @@ private:
     bool m_yawRateKnown = false;
     double m_age = 0.0; ///< of m_motion, seconds
     double m_speed = 0.0;
-    FedMotion m_motion; ///< when the last sample was measured
+    double m_measuredYawRate = 0.0; ///< radians per second, of the last sample
+    double m_offset = 0.0; ///< 1/m, by which the machine turns more to the right than commanded
+    FedMotion m_motion;    ///< when the last sample was measured
     Matrix m_covariance{};
-    std::array<double, kRemembered> m_curvatures{};
-    std::size_t m_next = 0;
+    CSteeringResponse m_response;
 };
 
 #endif

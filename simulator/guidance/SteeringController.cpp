@@ -99,14 +99,15 @@ double CSteeringController::Command(const SteeringInput& input, const CLineShape
 
     m_standingSlip +=
         kControlPeriodSeconds / kStandingSlipSeconds * (input.motion.sideSlip - m_standingSlip);
-    const Foreseen ahead = Foresee(input, m_lastCommand);
+    const Foreseen ahead = input.isForeseen ? Foreseen{input.motion.pose, input.steeringAngle}
+                                            : Foresee(input, m_lastCommand);
     const TrackingError error = ErrorAt(ahead.pose, input, line, station, m_standingSlip);
     const double curvature = TrackingCurvature(error, gains) + wheelSign * m_integral;
 
     m_wantedCurvature = wheelSign * curvature;
     const double wanted =
         std::clamp(std::atan(kWheelbase * m_wantedCurvature), -kSteeringStop, kSteeringStop);
-    const double change = (input.steersItself ? 1.0 : kLead) * (wanted - ahead.steeringAngle);
+    const double change = (input.isForeseen ? 1.0 : kLead) * (wanted - ahead.steeringAngle);
     const double greatestChange = gains.steeringRate * kSteeringLagSeconds;
     m_lastCommand =
         std::clamp(ahead.steeringAngle + std::clamp(change, -greatestChange, greatestChange),

@@ -22,7 +22,8 @@ struct SteeringInput
     double speed = 0.0;         ///< metres per second, negative backwards
     double steeringAngle = 0.0; ///< radians, of the sensor
     bool facesAgainst = false;  ///< the machine looks against the direction of the line
-    bool steersItself = false;  ///< the machine makes its curvature by itself, unlike the own one
+    bool isForeseen = false;    ///< the motion and the angle are those when the command acts, on
+                                ///< another machine than the own one
     std::optional<ImplementOnMachine> implement; ///< what is to be on its line; none: the machine
 };
 

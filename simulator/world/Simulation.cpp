@@ -39,8 +39,8 @@ CSimulation::State::State(const SimulationOptions& startOptions, CLongWork* long
       machine(options.startPose, options.speed, CSteering(options.centreBias, options.backlash)),
       implement(options.implement, machine.TruePose()), ground(options.ground, options.seed),
       receiver(options.receiver, options.seed, kControlSeconds),
-      estimator(AccuracyOf(options.receiver)), work(longWork), line(looks, longWork),
-      definition(std::make_shared<const LineDefinition>())
+      estimator(AccuracyOf(options.receiver)), fed(options.leastFix), work(longWork),
+      line(looks, longWork), definition(std::make_shared<const LineDefinition>())
 {
     settings.speedSetPoint = options.speed;
     settings.guide = options.guide;
@@ -260,7 +260,8 @@ EngageSituation CSimulation::State::Situation() const
 {
     EngageSituation situation;
     situation.navigationActive = navigationActive;
-    situation.positionFresh = !fed.Active() || fed.Fresh();
+    if (fed.Active())
+        situation.positionProblem = fed.Problem(engagement.Engaged());
     situation.lineLeft = line.Shape() != nullptr;
     situation.implementWidth = settings.implementWidth;
     situation.speed = ControlSpeed();
@@ -303,7 +304,7 @@ SteeringInput CSimulation::State::OwnSteering() const
 
 SteeringInput CSimulation::State::FedSteering() const
 {
-    const FedMotion motion = fed.Now();
+    const FedMotion motion = fed.WhenCommandActs();
     const double speed = fed.Speed();
     // What the wheels of a machine like the own one would stand at, which turned as fast.
     const double angle = std::abs(speed) < kLeastGainSpeed
@@ -347,7 +348,7 @@ void CSimulation::Step()
 {
     State& state = *m_state;
     ++state.steps;
-    if (state.fed.Age(std::tan(state.machine.Steering().SensorAngle()) / kWheelbase)) {
+    if (state.fed.Age(std::tan(state.command) / kWheelbase)) {
         // Its own machine has stood where it was; what was known of it is out of date.
         state.estimator.Reset();
         state.measured = state.receiver.Measure(state.machine.TruePose());
@@ -440,8 +441,11 @@ void CSimulation::Disengage()
 
 COutcome CSimulation::Feed(const FedPosition& sample)
 {
-    COutcome outcome = m_state->fed.Take(sample, m_state->ControlPose());
+    State& state = *m_state;
+    COutcome outcome = state.fed.Take(sample, state.ControlPose(), Engaged());
+    if (const std::optional<double> jump = state.fed.TakeJump())
+        state.engagement.DropForJump(*jump);
     if (outcome)
-        m_state->LocateOnLine();
+        state.LocateOnLine();
     return outcome;
 }

@@ -34,6 +34,7 @@ struct SimulationOptions
     EGround ground = EGround::Firm;
     double centreBias = 0.0; ///< radians by which the wheels stand right of what the sensor says
     double backlash = 0.0;   ///< radians of play between the actuator and the wheels
+    ELeastFix leastFix = ELeastFix::RtkFloat; ///< of positions from outside that are steered by
     ImplementGeometry implement;
     EGuide guide = EGuide::Machine; ///< at the start and after RestoreSettings()
     Pose startPose;

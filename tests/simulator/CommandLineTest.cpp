@@ -82,7 +82,8 @@ TEST(CommandLine, TakesAPortForTheLivePage)
 
 TEST(CommandLine, TakesTheImplementAndWhatIsGuided)
 {
-    const Outcome trailed = Read({"--implement", "trailed:1.5,4", "--guide", "implement"});
+    const Outcome trailed =
+        Read({"--implement", "trailed:1.5,4", "--guide", "--least-fix", "implement"});
     ASSERT_FALSE(trailed.exitCode.has_value()) << trailed.errors;
     EXPECT_EQ(1.5, trailed.options.simulation.implement.behind);
     EXPECT_EQ(4.0, trailed.options.simulation.implement.drawbar);
@@ -125,6 +126,7 @@ TEST(CommandLine, NamesTheWrongValueAndWhatIsAllowed)
              {{"--ground", "mud"}, {"--ground: \"mud\" is not allowed, allowed is field, firm"}},
              {{"--guide", "both"},
               {"--guide: \"both\" is not allowed, allowed is implement, machine"}},
+             {{"--least-fix", "good"}, {"--least-fix: \"good\" is not allowed", "rtk-float"}},
              {{"--implement", "carried"}, {"--implement", "carried:BEHIND", "trailed:HITCH"}},
              {{"--implement", "carried:"}, {"--implement"}},
              {{"--implement", "carried:11"}, {"--implement", "0 to 10 m"}},

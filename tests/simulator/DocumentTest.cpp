@@ -84,7 +84,7 @@ TEST(ServiceDocument, NamesEveryOptionWithItsDefault)
     const std::string help = output.str();
 
     const auto rows = MatchesOf(help, R"((--[a-z-]+) [A-Z,]+(=([0-9a-z.,:-]+))?)");
-    EXPECT_EQ(15u, rows.size());
+    EXPECT_EQ(16u, rows.size());
     for (const std::smatch& row : rows) {
         const std::regex documented("\\| `" + row[1].str() + " [A-Z,]+` \\| " +
                                     (row[3].matched ? row[3].str() : "none") + " \\|");
