@@ -23,14 +23,17 @@ struct MotionEstimate
 class CPoseEstimator
 {
 public:
-    explicit CPoseEstimator(const ReceiverAccuracy& accuracy);
+    /// @param expectedSlip radians, one sigma of the side slip that the ground gives.
+    CPoseEstimator(const ReceiverAccuracy& accuracy, double expectedSlip);
 
     /// Begins anew at the next measurement.
     void Reset();
     /// Moves on by a step of the machine.
     void Predict(double speed, double steeringAngle);
     /// Takes a measurement in, a control period after the one before.
-    void Correct(const Pose& measured);
+    /// @return how surprising it is: twice the negative logarithm of its likelihood, but for a
+    ///         constant; 0 for the first one.
+    double Correct(const Pose& measured);
 
     const MotionEstimate& Estimate() const { return m_estimate; }
 
@@ -48,10 +51,11 @@ private:
 
     void Start(const Pose& measured);
     void PropagateCovariance();
-    void CorrectState(EState state, double innovation, double variance);
+    double CorrectState(EState state, double innovation, double variance);
 
     double m_positionVariance;
     double m_headingVariance;
+    double m_expectedSlip;
     bool m_started = false;
     double m_driven = 0.0; ///< metres since the last correction, negative backwards
     double m_wheelAngle = 0.0;

@@ -20,7 +20,7 @@ constexpr double kLeastSteeredSpeed = 0.05;
 /// Over what time the side slip is averaged that the implement's swing is steered against, seconds.
 /// Faster changes are left alone: the machine would have to move aside first, and the implement is
 /// no better for it.
-constexpr double kStandingSlipSeconds = 5.0;
+constexpr double kStandingSlipSeconds = 20.0;
 /// The integral term gathers only below these slopes, wanted and wrong: on the line, not on the
 /// way.
 constexpr double kIntegralReach = 0.04;

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <memory>
 
+#include "simulator/guidance/AdaptiveEstimator.h"
 #include "simulator/guidance/Engagement.h"
 #include "simulator/guidance/LineBuilder.h"
-#include "simulator/guidance/PoseEstimator.h"
 #include "simulator/guidance/SteeringController.h"
 #include "simulator/world/Simulation.h"
 
@@ -77,7 +77,7 @@ struct CSimulation::State
     CImplement implement;
     CGround ground;
     CReceiver receiver;
-    CPoseEstimator estimator;
+    CAdaptiveEstimator estimator;
     CFedPositions fed;
     CLongWork* work;  ///< null to have all calculated on the spot
     LookBudget looks; ///< filled each time that guidance runs

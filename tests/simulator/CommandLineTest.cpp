@@ -82,12 +82,13 @@ TEST(CommandLine, TakesAPortForTheLivePage)
 
 TEST(CommandLine, TakesTheImplementAndWhatIsGuided)
 {
-    const Outcome trailed =
-        Read({"--implement", "trailed:1.5,4", "--guide", "--least-fix", "implement"});
+    const Outcome trailed = Read({"--implement", "trailed:1.5,4", "--guide", "implement"});
     ASSERT_FALSE(trailed.exitCode.has_value()) << trailed.errors;
     EXPECT_EQ(1.5, trailed.options.simulation.implement.behind);
     EXPECT_EQ(4.0, trailed.options.simulation.implement.drawbar);
     EXPECT_EQ(EGuide::Implement, trailed.options.simulation.guide);
+    EXPECT_EQ(ELeastFix::RtkFloat, trailed.options.simulation.leastFix);
+    EXPECT_EQ(ELeastFix::Dgps, Read({"--least-fix", "dgps"}).options.simulation.leastFix);
 
     const Outcome carried = Read({"--implement", "carried:0"});
     EXPECT_EQ(0.0, carried.options.simulation.implement.behind);
@@ -164,7 +165,7 @@ TEST(CommandLine, WritesHelpWithEveryOption)
     for (const char* option :
          {"--port", "--http", "--state", "--track", "--log-level", "--speed-factor", "--seed",
           "--receiver", "--ground", "--start", "--speed", "--centre-bias", "--backlash",
-          "--implement", "--guide", "--version"})
+          "--implement", "--guide", "--least-fix", "--version"})
         EXPECT_NE(std::string::npos, outcome.output.find(option)) << option;
 }
 

@@ -96,7 +96,14 @@ std::string ShapeOf(const BElementC* value)
         return "nil";
     if (const auto* list = dynamic_cast<const BListC*>(value))
         return DescribeTypes(*list);
-    return value->Type() == EBElementType::Integer ? "int" : "double";
+    switch (value->Type()) {
+    case EBElementType::Integer:
+        return "int";
+    case EBElementType::String:
+        return "text";
+    default:
+        return "double";
+    }
 }
 
 TEST(ServiceOperations, AreAllInTheTable)
@@ -214,7 +221,7 @@ TEST(ServiceOperations, RefuseATextThatIsTooLong)
             EXPECT_EQ("notification ignored: " + refusal + "\n", service.Log());
         }
     }
-    EXPECT_EQ(2, texts);
+    EXPECT_EQ(3, texts);
 }
 
 TEST(ServiceOperations, RefuseTooManyLists)

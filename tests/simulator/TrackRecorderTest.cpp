@@ -110,7 +110,8 @@ TEST(TrackRecorder, WritesWhatTheWorldSaysInEveryColumn)
                                        now.TrueCrossTrackError(),
                                        now.TrueImplementCrossTrackError(),
                                        -1.0,
-                                       1.0};
+                                       1.0,
+                                       now.ReceiverDriftError()};
     const std::vector<double> row = NumbersOf(LinesOf(TrackOf(service, directory)).back());
     ASSERT_EQ(expected.size(), row.size());
     for (std::size_t column = 0; column < row.size(); ++column)

@@ -132,8 +132,14 @@ CDrive DrivenOn(CSimulation& simulation, double seconds)
     CDrive drive;
     const double end = simulation.Time() + seconds;
     double way = 0.0;
+    double squares = 0.0;
+    double steps = 0.0;
     while (simulation.Time() < end && simulation.Engaged()) {
+        const double angle = simulation.SteeringAngle();
         simulation.Step();
+        const double rate = (simulation.SteeringAngle() - angle) / CSimulation::kStepSeconds;
+        squares += rate * rate;
+        steps += 1.0;
         way += std::abs(simulation.Speed()) * CSimulation::kStepSeconds;
         if (!simulation.ControlRan() || !simulation.Engaged())
             continue;
@@ -144,6 +150,7 @@ CDrive DrivenOn(CSimulation& simulation, double seconds)
              simulation.TrueImplementCrossTrackError(), simulation.ReceiverDriftError()});
     }
     drive.engagedToTheEnd = simulation.Engaged();
+    drive.steeringRate = std::sqrt(squares / std::max(steps, 1.0));
     return drive;
 }
 

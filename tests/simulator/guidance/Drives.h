@@ -27,6 +27,8 @@ class CDrive
 public:
     std::vector<DriveSample> samples;
     bool engagedToTheEnd = false;
+    double steeringRate =
+        0.0; ///< root mean square of how fast the steering moved, radians a second
 
     /// The cross-track error that 95 % of the samples from `fromWay` on do not exceed, metres.
     double Error95(double fromWay = 0.0) const;
