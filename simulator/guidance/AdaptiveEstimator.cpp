@@ -5,6 +5,9 @@ namespace {
 /// One sigma of the side slip that each expects, radians; the one believed at first.
 constexpr double kExpected[] = {Radians(0.05), Radians(0.15), Radians(0.3), Radians(0.6)};
 constexpr std::size_t kBelievedFirst = 2;
+/// By how much the steering centre strays in a period, one sigma, radians: hardly, or, where there
+/// is play, by all of it with each reversal.
+constexpr double kStrays[] = {Radians(0.003), Radians(0.4)};
 /// How much of a surprise is left with the next measurement: those of 20 s count.
 constexpr double kKept = 1.0 - 0.1 / 20.0;
 /// By how much less another must have been surprised to be believed, so that chance does not change
@@ -16,8 +19,10 @@ constexpr double kClearly = 2.0;
 CAdaptiveEstimator::CAdaptiveEstimator(const ReceiverAccuracy& accuracy)
     : m_believed(kBelievedFirst)
 {
-    for (const double expected : kExpected)
-        m_estimators.push_back({CPoseEstimator(accuracy, expected)});
+    for (const double stray : kStrays) {
+        for (const double expected : kExpected)
+            m_estimators.push_back({CPoseEstimator(accuracy, expected, stray)});
+    }
 }
 
 void CAdaptiveEstimator::Reset()

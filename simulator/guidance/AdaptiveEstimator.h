@@ -6,11 +6,11 @@
 
 #include "simulator/guidance/PoseEstimator.h"
 
-/// Several pose estimators that expect more or less side slip of the ground, of which that is
-/// believed that the measurements of late have surprised least: the one with the greatest
-/// likelihood (Bar-Shalom, Li and Kirubarajan, "Estimation with Applications to Tracking and
-/// Navigation", 2001, section 11.6). On firm ground noise of the receiver is not taken for slip
-/// then, and on a soft field slip is found sooner.
+/// Several pose estimators that expect more or less side slip of the ground, without and with play
+/// in the steering, of which that is believed that the measurements of late have surprised least:
+/// the one with the greatest likelihood (Bar-Shalom, Li and Kirubarajan, "Estimation with
+/// Applications to Tracking and Navigation", 2001, section 11.6). On firm ground noise of the
+/// receiver is not taken for slip then, and on a soft field slip is found sooner.
 class CAdaptiveEstimator
 {
 public:

@@ -15,7 +15,6 @@ constexpr double kLeastHeadingSigma = Radians(0.02);
 /// What may happen in a period beside the model, one sigma.
 constexpr double kPositionStray = 0.0005;
 constexpr double kHeadingStray = Radians(0.02);
-constexpr double kBiasStray = Radians(0.003);
 /// The side slip is expected as a first-order Gauss-Markov process.
 constexpr double kSlipSeconds = 2.0;
 /// What may be wrong with the steering centre at the start.
@@ -28,10 +27,11 @@ double Squared(double value)
 
 } // namespace
 
-CPoseEstimator::CPoseEstimator(const ReceiverAccuracy& accuracy, double expectedSlip)
+CPoseEstimator::CPoseEstimator(const ReceiverAccuracy& accuracy, double expectedSlip,
+                               double biasStray)
     : m_positionVariance(Squared(std::max(accuracy.white, kLeastPositionSigma))),
       m_headingVariance(Squared(std::max(accuracy.heading, kLeastHeadingSigma))),
-      m_expectedSlip(expectedSlip)
+      m_expectedSlip(expectedSlip), m_biasStray(biasStray)
 {
 }
 
@@ -92,7 +92,7 @@ void CPoseEstimator::PropagateCovariance()
     m_covariance[kY][kY] += Squared(kPositionStray);
     m_covariance[kHeading][kHeading] += Squared(kHeadingStray);
     m_covariance[kSlip][kSlip] += Squared(m_expectedSlip) * (1.0 - keep * keep);
-    m_covariance[kBias][kBias] += Squared(kBiasStray);
+    m_covariance[kBias][kBias] += Squared(m_biasStray);
     m_estimate.sideSlip *= keep;
     m_driven = 0.0;
 }

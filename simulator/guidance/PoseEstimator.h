@@ -24,7 +24,9 @@ class CPoseEstimator
 {
 public:
     /// @param expectedSlip radians, one sigma of the side slip that the ground gives.
-    CPoseEstimator(const ReceiverAccuracy& accuracy, double expectedSlip);
+    /// @param biasStray radians by which the steering centre may stray in a period, one sigma: more
+    ///        than a little where there is play between the sensor and the wheels.
+    CPoseEstimator(const ReceiverAccuracy& accuracy, double expectedSlip, double biasStray);
 
     /// Begins anew at the next measurement.
     void Reset();
@@ -56,6 +58,7 @@ private:
     double m_positionVariance;
     double m_headingVariance;
     double m_expectedSlip;
+    double m_biasStray;
     bool m_started = false;
     double m_driven = 0.0; ///< metres since the last correction, negative backwards
     double m_wheelAngle = 0.0;

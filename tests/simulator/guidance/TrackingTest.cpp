@@ -235,4 +235,23 @@ TEST(Nudge, OfHalfAMetreIsTakenSwiftlyWithoutOvershoot)
     }
 }
 
+TEST(SteeringPlay, IsFoundAsASteeringCentreThatStrays)
+{
+    struct Row
+    {
+        double speed;
+        double error95;
+    };
+    for (const Row& row : {Row{2.5, 0.04}, Row{12.0, 0.20}}) {
+        DrivePlan plan = StraightDrive(1, row.speed, EGround::Firm);
+        plan.options.backlash = Radians(2.0);
+        plan.options.centreBias = Radians(2.0);
+        plan.leadSeconds = 0.0;
+        plan.seconds = 120.0;
+        const CDrive drive = Driven(plan);
+        EXPECT_TRUE(drive.engagedToTheEnd);
+        EXPECT_LT(drive.Error95(20.0 * row.speed), row.error95) << row.speed;
+    }
+}
+
 } // namespace
