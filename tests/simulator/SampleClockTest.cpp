@@ -41,10 +41,10 @@ TEST(SampleClock, IsLearnedByThePresentWhereThereIsNoSystemsClock)
 
 TEST(SampleClock, SaysNothingOfSamplesWhoseTimeDoesNotGoOn)
 {
-    CSampleClock clock({});
-    for (double present = 0.0; present < 5.0; present += 0.1) {
-        EXPECT_EQ(0.0, clock.Age(kThen, present));
-        EXPECT_EQ(0.0, clock.Age(0.0, present));
+    for (const double time : {kThen, 0.0, -5.0}) {
+        CSampleClock clock({});
+        for (double present = 0.0; present < 5.0; present += 0.1)
+            EXPECT_EQ(0.0, clock.Age(time, present)) << time;
     }
 }
 
