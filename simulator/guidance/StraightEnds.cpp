@@ -77,11 +77,13 @@ void StraightenFirst(std::vector<Point>& points)
         if (way < kLeastWay)
             break;
         const Fit fit = FitOf(points, i + 1, way);
-        if (fit.deviation > kStraightDeviation ||
-            fit.rise > kStraightRise + kStraightRisePerWay * way)
+        if (fit.deviation > kStraightDeviation)
             break;
-        best = fit;
-        found = true;
+        // What noise bends over a short way may be straight over a longer one.
+        if (fit.rise <= kStraightRise + kStraightRisePerWay * way) {
+            best = fit;
+            found = true;
+        }
         wanted = way * kLonger;
     }
     double walked = 0.0;

@@ -7,10 +7,9 @@
 
 /// Has both ends of driven points run out in the direction in which they were driven.
 ///
-/// The direction of an end is that of the line that fits the points of it best (total least
-/// squares: Pearson, "On Lines and Planes of Closest Fit to Systems of Points in Space", 1901), as
-/// far back from the end as it was driven straight; the last chord alone has the direction of the
-/// noise. The last metres are moved onto that line. An end that bends stays as it is.
+/// The direction of an end is that of the line that fits the points of it best, by total least
+/// squares (the principal axis of their scatter, tan 2a = 2 Sxy / (Syy - Sxx)), as far back from
+/// the end as it was driven straight; the last chord alone has the direction of the noise. The last metres are moved onto that line. An end that bends stays as it is.
 std::vector<Point> WithStraightEnds(std::vector<Point> points);
 
 #endif
