@@ -99,15 +99,8 @@ void CFedEstimator::Start(const FedMeasurement& sample)
     m_started = true;
 }
 
-void CFedEstimator::Propagate(const FedMeasurement& sample, double seconds)
+CFedEstimator::Matrix CFedEstimator::PropagatedCovariance(double driven) const
 {
-    const double from = m_age;
-    const double to = sample.age;
-    const FedMotion foreseen = Moved(from, to, 0.0);
-    const double ramp = m_yawRateKnown ? sample.yawRate.value_or(0.0) - foreseen.yawRate : 0.0;
-    m_motion = Moved(from, to, ramp);
-
-    const double driven = m_speed * seconds;
     const double course = m_motion.pose.heading + m_motion.sideSlip;
     Matrix transition{};
     for (std::size_t i = 0; i < kStates; ++i)
@@ -128,11 +121,23 @@ void CFedEstimator::Propagate(const FedMeasurement& sample, double seconds)
                 propagated[i][j] += half[i][k] * transition[j][k];
         }
     }
+    return propagated;
+}
+
+void CFedEstimator::Propagate(const FedMeasurement& sample, double seconds)
+{
+    const double from = m_age;
+    const double to = sample.age;
+    const FedMotion foreseen = Moved(from, to, 0.0);
+    const double ramp = m_yawRateKnown ? sample.yawRate.value_or(0.0) - foreseen.yawRate : 0.0;
+    m_motion = Moved(from, to, ramp);
+
+    Matrix propagated = PropagatedCovariance(m_speed * seconds);
     const double stray = m_yawRateKnown ? kStrayHeading : kStrayUnmeasuredHeading;
     propagated[kX][kX] += SquareOf(kStrayMetres) * seconds;
     propagated[kY][kY] += SquareOf(kStrayMetres) * seconds;
     propagated[kHeading][kHeading] += SquareOf(stray) * seconds;
-    if (sample.headingKnown && driven != 0.0)
+    if (sample.headingKnown && m_speed != 0.0)
         propagated[kSlip][kSlip] += SquareOf(kStraySlip) * seconds;
     m_covariance = propagated;
 }
@@ -161,6 +166,22 @@ void CFedEstimator::Apply(const std::array<double, kStates>& observed, double in
         std::clamp(m_motion.sideSlip + gain[kSlip] * innovation, -kGreatestSlip, kGreatestSlip);
 }
 
+void CFedEstimator::CorrectBy(const FedMeasurement& sample)
+{
+    const double variance = SquareOf(
+        sample.sigma > 0.0 ? std::clamp(sample.sigma, kLeastSigma, kMostSigma) : kUsualSigma);
+    Apply({1.0, 0.0, 0.0, 0.0}, sample.pose.position.x - m_motion.pose.position.x, variance);
+    Apply({0.0, 1.0, 0.0, 0.0}, sample.pose.position.y - m_motion.pose.position.y, variance);
+    Apply({0.0, 0.0, 1.0, 0.0}, NormaliseTurn(sample.pose.heading - m_motion.pose.heading),
+          SquareOf(kHeadingSigma));
+    if (sample.headingKnown && sample.course && std::abs(sample.speed) >= kLeastCrabSpeed) {
+        const double off = NormaliseTurn(*sample.course - (sample.speed < 0.0 ? kPi : 0.0) -
+                                         m_motion.pose.heading - m_motion.sideSlip);
+        if (std::abs(off) <= kGreatestCourseError)
+            Apply({0.0, 0.0, 1.0, 1.0}, off, SquareOf(kCourseSigma));
+    }
+}
+
 void CFedEstimator::SettleYawRate(const FedMeasurement& sample, double seconds)
 {
     const double rate = sample.yawRate.value_or(0.0);
@@ -186,18 +207,7 @@ void CFedEstimator::Take(const FedMeasurement& sample)
         Distance(m_motion.pose.position, sample.pose.position) > kGreatestDriven) {
         Start(measured);
     } else {
-        const double variance = SquareOf(
-            sample.sigma > 0.0 ? std::clamp(sample.sigma, kLeastSigma, kMostSigma) : kUsualSigma);
-        Apply({1.0, 0.0, 0.0, 0.0}, sample.pose.position.x - m_motion.pose.position.x, variance);
-        Apply({0.0, 1.0, 0.0, 0.0}, sample.pose.position.y - m_motion.pose.position.y, variance);
-        Apply({0.0, 0.0, 1.0, 0.0}, NormaliseTurn(sample.pose.heading - m_motion.pose.heading),
-              SquareOf(kHeadingSigma));
-        if (sample.headingKnown && sample.course && std::abs(sample.speed) >= kLeastCrabSpeed) {
-            const double off = NormaliseTurn(*sample.course - (sample.speed < 0.0 ? kPi : 0.0) -
-                                             m_motion.pose.heading - m_motion.sideSlip);
-            if (std::abs(off) <= kGreatestCourseError)
-                Apply({0.0, 0.0, 1.0, 1.0}, off, SquareOf(kCourseSigma));
-        }
+        CorrectBy(sample);
         // Without a measured yaw rate it is what the heading has turned.
         if (!m_yawRateKnown && seconds > 0.0)
             m_motion.yawRate = NormaliseTurn(m_motion.pose.heading - headingBefore) / seconds;

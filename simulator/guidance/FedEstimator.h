@@ -62,6 +62,8 @@ private:
     void Start(const FedMeasurement& sample);
     FedMotion Moved(double from, double to, double yawRateRamp) const;
     void SettleYawRate(const FedMeasurement& sample, double seconds);
+    Matrix PropagatedCovariance(double driven) const;
+    void CorrectBy(const FedMeasurement& sample);
     void Propagate(const FedMeasurement& sample, double seconds);
     void Apply(const std::array<double, kStates>& observed, double innovation, double variance);
 
