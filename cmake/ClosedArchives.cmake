@@ -18,7 +18,7 @@ endif()
 #   PARTS    the object libraries that it is made of
 #   PATTERN  names for programs, beside those that are visible, as a regular expression of awk's
 function(kestrove_closed_objects variable)
-  cmake_parse_arguments(CLOSED "" "PATTERN" "PARTS" ${ARGN})
+  cmake_parse_arguments(CLOSED "" "PATTERN" "PARTS;ARCHIVES" ${ARGN})
   list(TRANSFORM CLOSED_PARTS REPLACE "(.+)" "$<TARGET_OBJECTS:\\1>" OUTPUT_VARIABLE objects)
   if(KESTROVE_CLOSES_ARCHIVES)
     set(pattern ^$) # no name
@@ -29,7 +29,7 @@ function(kestrove_closed_objects variable)
     set(closed ${CMAKE_CURRENT_BINARY_DIR}/${variable}.o)
     add_custom_command(OUTPUT ${closed}
       COMMAND ${script} ${KESTROVE_LD} ${KESTROVE_OBJCOPY} ${KESTROVE_OBJDUMP} ${pattern}
-        ${closed} ${objects}
+        ${closed} ${objects} ${CLOSED_ARCHIVES}
       DEPENDS ${script} ${objects} COMMAND_EXPAND_LISTS VERBATIM)
     set_source_files_properties(${closed} PROPERTIES EXTERNAL_OBJECT TRUE GENERATED TRUE)
     set(objects ${closed})

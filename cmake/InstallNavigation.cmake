@@ -24,7 +24,8 @@ file(GLOB public_headers RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS
 list(REMOVE_ITEM public_headers api/CallFrame.h wayline/NumberText.h
   wayline/TracePrinting.h)
 if(KESTROVE_BUILD_TESTING_LIBRARY)
-  list(APPEND public_headers testing/Answer.h testing/ScriptedService.h testing/Value.h)
+  list(APPEND public_headers testing/Answer.h testing/DrivingService.h testing/ScriptedService.h
+    testing/Value.h)
 endif()
 set(copied_headers ${PROJECT_BINARY_DIR}/installed-headers)
 install(CODE "

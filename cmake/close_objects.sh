@@ -16,6 +16,13 @@ shift 5
 # Without groups: the linker would take the program's functions for those of the same group.
 "$ld" -r --force-group-allocation -o "$output.open" "$@"
 
+# Another library's objects may have names that all libraries of a process share; gold alone makes
+# ordinary ones of them.
+if "$objdump" --syms "$output.open" | grep -q "^[0-9a-f]* u"; then
+    ld.gold -r --no-gnu-unique -o "$output.shared" "$output.open"
+    mv "$output.shared" "$output.open"
+fi
+
 # Every visible name that is not the standard library's: where it stands, and how it is to be shown.
 "$objdump" --syms --wide "$output.open" | awk -v pattern="$pattern" '
     # VALUE FLAGS SECTION<tab>SIZE [.hidden] NAME; the flags are seven characters, first the binding.
@@ -26,6 +33,8 @@ shift 5
         count = split(part[2], field, " ")
         name = field[count]
         is_ours = name ~ /^_Z/ && name !~ /^_Z[A-Z]*N?[rVK]*(S[tabsiod]|9__gnu_cxx)|^_Z(n[wa]|d[la])/
+        # A library that is linked in is not for programs.
+        is_ours = is_ours && name !~ /13GeographicLib/
         is_shown = field[2] != ".hidden" || name ~ pattern
         if (part[1] !~ /^\*/ && is_ours && is_shown) {
             printf "--add-symbol=%s=%s:0x%s,%s,weak\n", name, part[1], substr($0, 1, value),

@@ -1,11 +1,15 @@
 // How an application tests what it does with the navigation service: with a scripted service in the
-// same process, and no other program. Links Kestrove::NavigationTesting and GoogleTest.
+// same process, or with one that drives, and no other program. Links Kestrove::NavigationTesting
+// and GoogleTest.
 
+#include <algorithm>
+#include <cmath>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include <api/Subscription.h>
+#include <testing/DrivingService.h>
 #include <testing/ScriptedService.h>
 
 namespace {
@@ -47,9 +51,27 @@ std::string Start(CNavigationAPI& navigation, double offset)
     return isStarted ? "Steering." : "Drive closer to the line.";
 }
 
+/// Reports to the driver that the service has dropped steering.
+class DropAlarm
+{
+public:
+    explicit DropAlarm(CNavigationAPI& navigation)
+        : m_states(Kestrove::OnEngageStatus(
+              navigation, [this](bool, bool, bool, bool, bool isDropped) { m_isOn = isDropped; }))
+    {
+    }
+    bool IsOn() const { return m_isOn; }
+
+private:
+    bool m_isOn = false;
+    Kestrove::Subscription m_states;
+};
+
 } // namespace
 
 using Kestrove::Testing::CAnswer;
+using Kestrove::Testing::CDrivingOptions;
+using Kestrove::Testing::CDrivingService;
 using Kestrove::Testing::CScriptedService;
 using Kestrove::Testing::EListen;
 
@@ -101,4 +123,35 @@ TEST(MyApplication, ShowsTheCrossTrackErrorAsItComes)
     service.Push("cb_guidance_status", {0, -0.25, 0.0, 0.0});
     EXPECT_TRUE(navigation.ProcessMessages(true)); // waits for the event
     EXPECT_EQ("-25 cm", display.Text());
+}
+
+TEST(MyApplication, KeepsToTheLineAndReportsTheDrop)
+{
+    CDrivingOptions options;
+    options.x = 0.5; // beside the line
+    options.speed = 2.5;
+    CDrivingService service(options); // whose time this test moves on
+    CNavigationAPI navigation;
+    const DropAlarm alarm(navigation);
+    navigation.SetWayline(Kestrove::WaylinePtr(new Kestrove::CABWayline({0, 0, 0}, {0, 100, 0})));
+    EXPECT_EQ("Steering.", Start(navigation, 0.0));
+    service.Advance(20.0); // to the line
+    const double begin = service.State().y;
+    double worst = 0.0;
+    EXPECT_TRUE(service.AdvanceUntil(
+        [&] {
+            worst = std::max(worst, std::abs(service.State().crossTrackError));
+            return service.State().y > begin + 200.0;
+        },
+        120.0));
+    EXPECT_LT(worst, 0.05);
+    navigation.CheckCallbacks();
+    EXPECT_FALSE(alarm.IsOn());
+    navigation.SetVelocitySetPoint(0); // too slow to steer
+    EXPECT_TRUE(service.AdvanceUntil(
+        [&] {
+            navigation.CheckCallbacks();
+            return alarm.IsOn();
+        },
+        60.0));
 }

@@ -73,6 +73,26 @@ void MPISocketServerC::Release(ClientNumber client)
     m_state->Release(client);
 }
 
+void MPISocketServerC::Pause()
+{
+    m_state->Pause();
+}
+
+void MPISocketServerC::Resume()
+{
+    m_state->Resume();
+}
+
+void MPISocketServerC::Settle(std::function<void()> then)
+{
+    m_state->Settle(std::move(then));
+}
+
+bool MPISocketServerC::IsWanted(const std::string& event) const
+{
+    return m_state->IsWanted(event);
+}
+
 void MPISocketServerC::Reply(ClientNumber client, std::uint64_t requestNumber,
                              const BElementC* result)
 {
@@ -126,6 +146,11 @@ void MPISocketServerC::SendBytes(ClientNumber client, const std::string& bytes)
 std::uint64_t MPISocketServerC::Arrival() const
 {
     return m_state->Arrival();
+}
+
+bool MPISocketServerC::HasUnread() const
+{
+    return m_state->HasUnread();
 }
 
 std::size_t MPISocketServerC::ClientCount() const

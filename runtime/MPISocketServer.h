@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <string>
@@ -84,6 +85,9 @@ struct MPIServerLimitsC
     /// How long a message may be unfinished without growing, and the last replies to a client that
     /// sends nothing more without being taken.
     std::chrono::milliseconds unfinished{30'000};
+    /// How long a client may take nothing of what it is sent while MPISocketServerC::Settle() waits
+    /// for that.
+    std::chrono::milliseconds untaken{1'000};
 };
 
 /// The service's side of the link: listens on the loopback addresses only, serves many clients on
@@ -138,6 +142,19 @@ public:
     /// what it sent behind the held message.
     void Release(ClientNumber client);
 
+    /// From now on the messages of all clients, new ones too, are read and wait, up to the limit of
+    /// Hold(); only what the handler lets overtake does not. What is being served is not affected.
+    void Pause();
+    /// Ends that. What has waited until now is served client by client, in the order in which their
+    /// connections were opened, the next once the last has no more of it and holds nothing; then
+    /// likewise what came meanwhile. When that is interrupted by another Pause(), it goes on there
+    /// after it.
+    void Resume();
+    /// Calls back once everything that clients have been sent so far has been handed to the system.
+    /// A client that takes nothing of it for as long as the limits say is dropped. One wait at a
+    /// time; a further call takes the place of the one before.
+    void Settle(std::function<void()> then);
+
     /// Answers a request. A null result stands for "nothing". A client that is gone is ignored.
     void Reply(ClientNumber client, std::uint64_t requestNumber, const BElementC* result);
     /// Answers a request with a result that a BEncoderC has written before, and that is not copied.
@@ -147,6 +164,8 @@ public:
     void ReplyError(ClientNumber client, std::uint64_t requestNumber, const std::string& text);
     /// Pushes an event to every subscriber of it. Encoded once, however many there are.
     void Push(const std::string& event, const BListC& payload);
+    /// Whether any client has subscribed to an event.
+    bool IsWanted(const std::string& event) const;
     /// Pushes an event to one client, subscribed or not.
     void PushTo(ClientNumber client, const std::string& event, const BListC& payload);
     /// Writes bytes to one client as they are; for tests of what a client makes of them.
@@ -155,6 +174,9 @@ public:
     /// The place of the message that is being served in the order in which messages have arrived
     /// from all clients; between messages, that of the last one. Tells what overtook what.
     std::uint64_t Arrival() const;
+    /// Whether anything has come that has not been looked at: a client that waits to be taken, or
+    /// bytes of one.
+    bool HasUnread() const;
     /// How many clients are connected.
     std::size_t ClientCount() const;
     /// How many bytes the connections hold of what is unfinished or waits.

@@ -149,7 +149,7 @@ bool ServerConnectionC::WithMemory(Work work)
 void ServerConnectionC::TakeTurn()
 {
     const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock();
-    const bool maySend = m_open && !(m_isHeld && IsWaitingFull());
+    const bool maySend = m_open && !IsStopped();
     const bool mayHaveMore =
         maySend && m_decoder.InMessage() && WithMemory([this] { return ReadAhead(); });
     if (m_open && IsLeft()) {
@@ -216,7 +216,7 @@ bool ServerConnectionC::ServeForATurn(ServerConnectionOwnerC& owner, int mostRea
         if (served == mostMessages || turn.IsOver()) {
             return false;
         }
-        if (m_isHeld && IsWaitingFull()) {
+        if (IsStopped()) {
             return true;
         }
         switch (ServeNext(owner)) {
@@ -244,10 +244,10 @@ bool ServerConnectionC::ServeForATurn(ServerConnectionOwnerC& owner, int mostRea
     return true;
 }
 
-/// Serves the next message, or has it wait behind the held one.
+/// Serves the next message, or has it wait behind the held one or for its place.
 MessageDecoderC::EResult ServerConnectionC::ServeNext(ServerConnectionOwnerC& owner)
 {
-    if (!m_isHeld && !m_waiting.empty()) {
+    if (MayServeWaiting()) {
         m_message = std::move(m_waiting.front());
         m_waiting.pop_front();
         m_waitingMemory -= m_message.memory + kMessageBytes;
@@ -258,7 +258,8 @@ MessageDecoderC::EResult ServerConnectionC::ServeNext(ServerConnectionOwnerC& ow
     if (result == MessageDecoderC::EResult::Complete) {
         m_hasSentAMessage = true;
         m_message.arrival = owner.NextArrival();
-        if (m_isHeld && !owner.Overtakes(m_message)) {
+        const bool waits = m_isHeld || m_message.arrival > m_lastServed;
+        if (waits && !owner.Overtakes(m_message)) {
             HaveWait();
         } else {
             ServeMessage(owner);

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstddef>
 #include <deque>
+#include <limits>
 #include <memory>
 #include <set>
 #include <string>
@@ -46,6 +47,8 @@ public:
     /// The connection waits for its client to send the rest of a message, or to take the last of
     /// what it is sent.
     virtual void ProgressAwaited(ServerConnectionC& connection) = 0;
+    /// All that was queued for the connection has been handed to the system.
+    virtual void AllSent() = 0;
     /// The connection holds `now` bytes and no longer `before`. May close any connection.
     virtual void HeldChanged(std::size_t before, std::size_t now) = 0;
     /// Bytes have been read. Does nothing unless overridden.
@@ -87,6 +90,8 @@ public:
     /// How much waits behind a held message before nothing more is read: of the longest messages
     /// several, so that what overtakes is found behind them. Half of what all connections hold.
     static constexpr std::size_t kMostWaitingMemory = 128U * 1024U * 1024U;
+    /// The place of no message: all came before.
+    static constexpr std::uint64_t kAnyArrival = std::numeric_limits<std::uint64_t>::max();
     /// What a connection counts for that has never sent anything.
     static constexpr std::size_t kSilentBytes = 32768;
     /// How much of a buffer or a served message stays for the next one: with all of them, less
@@ -106,6 +111,12 @@ public:
     {
         asio::error_code error;
         return !m_decoder.InMessage() && m_socket.available(error) > 0;
+    }
+    /// Whether bytes have come that have not been read.
+    bool HasUnreadBytes() const
+    {
+        asio::error_code error;
+        return m_socket.available(error) > 0;
     }
     bool IsOpen() const { return m_open; }
     /// The events that this client has subscribed to.
@@ -153,6 +164,17 @@ public:
     /// Serves what has waited, in order and in a turn of its own. Nothing happens when no message
     /// is held.
     void Release();
+    /// Has messages wait that arrive after the one of that place, but for what overtakes. They are
+    /// read all the same, up to a limit. Without a call none does; a turn serves what may be.
+    void ServeUpTo(std::uint64_t arrival) { m_lastServed = arrival; }
+    /// Whether a message waits that came no later than that.
+    bool HasWaiting(std::uint64_t arrival) const
+    {
+        return !m_waiting.empty() && m_waiting.front().arrival <= arrival;
+    }
+    bool IsHeld() const { return m_isHeld; }
+    /// How many bytes are queued that the system has not taken.
+    std::size_t Unsent() const { return m_open ? m_outgoing.Size() : 0; }
     /// Hands to the system what is queued, as far as it takes it.
     void SendQueued();
     /// Ends the connection. In order, what is queued still goes out as far as the system takes it
@@ -169,6 +191,8 @@ private:
     void ServeMessage(ServerConnectionOwnerC& owner);
     void HaveWait();
     bool IsWaitingFull() const;
+    bool MayServeWaiting() const { return !m_isHeld && HasWaiting(m_lastServed); }
+    bool IsStopped() const { return IsWaitingFull() && !MayServeWaiting(); }
     bool Receive(bool& mayHaveMore, std::size_t most);
     bool ReadAhead();
     template <typename Work>
@@ -205,11 +229,12 @@ private:
     std::size_t m_aheadBytes = 0;    // of all that is not taken
     asio::error_code m_end;          // why nothing more comes
     MessageC m_message;              // the one that is being served
-    std::deque<MessageC> m_waiting;  // behind a held one
+    std::deque<MessageC> m_waiting;  // behind a held one, or for their place
     std::size_t m_waitingMemory = 0; // of those
     std::size_t m_heldMemory = 0;    // of the held one
     std::set<std::string> m_subscriptions;
     std::uint64_t m_nextEvent = 0;
+    std::uint64_t m_lastServed = kAnyArrival; // messages that arrived later wait
     OutgoingBytesC m_outgoing;
     std::size_t m_subscribed = 0; // bytes of the names
     std::size_t m_held = 0;

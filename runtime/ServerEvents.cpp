@@ -64,6 +64,8 @@ void MPISocketServerC::StateC::TellForATurn()
     }
     if (!m_events.empty()) {
         StartTelling();
+    } else {
+        LookWhetherSettled();
     }
 }
 

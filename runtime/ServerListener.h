@@ -45,13 +45,14 @@ public:
     asio::error_code Open(const asio::ip::address& address, std::uint16_t port);
     /// The port that is listened on.
     std::uint16_t Port() const;
+    /// Whether a connection waits to be taken.
+    bool IsOneWaiting();
     void Close();
 
 private:
     void Wait();
     void Accept();
     bool HasRoom(bool hasTaken) const;
-    bool IsOneWaiting();
     void Take(int descriptor, bool isV6);
     void Pause(std::chrono::milliseconds time);
 

@@ -103,6 +103,10 @@ void ServerConnectionC::Written(std::size_t count)
     if (m_open && m_isEnding) {
         EndWhenSettled();
     }
+    const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock();
+    if (owner != nullptr && m_outgoing.Size() == 0) {
+        owner->AllSent();
+    }
 }
 
 void ServerConnectionC::SendRestAtOnce()

@@ -149,6 +149,9 @@ void MPISocketServerC::StateC::Take(asio::ip::tcp::socket socket)
                                                                 shared_from_this(), m_disposer);
     connection->SetNextEvent(m_toldEvents + m_events.size());
     m_clients.emplace(number, connection);
+    if (m_isPaused) {
+        connection->ServeUpTo(0);
+    }
     Tell(number, "connecting",
          [number](MPIServiceHandlerC& handler) { handler.ClientConnected(number); });
     connection->Start();
@@ -163,6 +166,8 @@ void MPISocketServerC::StateC::Detach()
     m_senders.clear();
     m_pause.cancel();
     m_watch.cancel();
+    m_patience.cancel();
+    m_settled = nullptr;
 }
 
 void MPISocketServerC::StateC::CannotTake(const asio::error_code& reason)
@@ -245,7 +250,9 @@ void MPISocketServerC::StateC::Subscribe(ServerConnectionC& connection, const BL
             handler.HandlerFailed(client, "subscribe", "wants the name of one event");
         } else if (subscriptions.size() >= kMostSubscriptions) {
             Drop(connection, "subscribed to too many events", false);
-        } else if (connection.Subscribe(event)) {
+        } else if (subscriptions.count(event) == 0) {
+            ++m_wanted[event];
+            connection.Subscribe(event); // which may end the connection
             handler.Subscribed(client, event);
         }
     });
@@ -301,6 +308,8 @@ void MPISocketServerC::StateC::End(ServerConnectionC& connection, const std::str
     if (m_clients.erase(client) == 0) {
         return;
     }
+    ForgetWishes(connection);
+    CatchUpLater();
     asio::post(m_loop, [self = shared_from_this(), client, reason] {
         self->Tell(client, "disconnecting", [&](MPIServiceHandlerC& handler) {
             handler.ClientDisconnected(client, reason);

@@ -29,7 +29,8 @@ class MPISocketServerC::StateC final : public ServerConnectionOwnerC,
 public:
     StateC(asio::io_context& loop, MPIServiceHandlerC& handler, const MPIServerLimitsC& limits)
         : m_loop(loop), m_handler(&handler), m_limits(limits),
-          m_disposer(std::make_shared<GradualDisposerC>(loop)), m_pause(loop), m_watch(loop)
+          m_disposer(std::make_shared<GradualDisposerC>(loop)), m_pause(loop), m_watch(loop),
+          m_patience(loop)
     {
     }
 
@@ -40,6 +41,9 @@ public:
     void DisconnectAll(const std::string& reason, bool withReset);
     std::unique_ptr<BListC> Hold(ClientNumber client);
     void Release(ClientNumber client);
+    void Pause();
+    void Resume();
+    void Settle(std::function<void()> then);
     void Detach();
 
     /// Queues an event that has been encoded for all who have subscribed to it.
@@ -54,6 +58,8 @@ public:
     std::size_t ClientCount() const { return m_clients.size(); }
     unsigned long RejectedMessages() const { return m_rejected; }
     std::size_t HeldBytes() const { return m_held; }
+    bool HasUnread() const;
+    bool IsWanted(const std::string& event) const { return m_wanted.count(event) != 0; }
 
 private:
     struct Event
@@ -74,6 +80,7 @@ private:
     void TurnWanted(ServerConnectionC& connection) override;
     void SendingWanted(ServerConnectionC& connection) override;
     void ProgressAwaited(ServerConnectionC& connection) override;
+    void AllSent() override { LookWhetherSettled(); }
     void HeldChanged(std::size_t before, std::size_t now) override;
     void BytesRead(ServerConnectionC& connection, std::string_view bytes) override
     {
@@ -87,6 +94,14 @@ private:
             m_handler->BytesSent(connection.Number(), bytes);
         }
     }
+    void CatchUp();
+    bool IsCatchingUp(const ServerConnectionC& connection) const;
+    bool IsAnyWaiting(std::uint64_t arrival) const;
+    void CatchUpLater();
+    void ForgetWishes(const ServerConnectionC& connection);
+    void LookWhetherSettled();
+    void WaitForTakers();
+    void DropWhoTakeNothing();
     void PostFirstTurns();
     void GiveFirstTurns();
     void PostTurn();
@@ -139,6 +154,14 @@ private:
     std::uint64_t m_arrivals = 0;
     std::uint64_t m_served = 0; // the arrival of the message that is being served; 0 between them
     unsigned long m_rejected = 0;
+    bool m_isPaused = false;
+    bool m_isCatchingUp = false;                   // serves what has waited
+    std::uint64_t m_catchUpTo = 0;                 // the arrival of the last that is served so
+    ClientNumber m_catchingUp = 0;                 // whose messages those are now
+    std::function<void()> m_settled;               // called once all that was told has been taken
+    std::map<ClientNumber, std::size_t> m_untaken; // by whom, when last looked at
+    asio::steady_timer m_patience;                 // with them
+    std::map<std::string, std::size_t> m_wanted;   // events, by how many
 };
 
 #endif

@@ -47,6 +47,7 @@ void MPISocketServerC::StateC::GiveFirstTurns()
     while (!m_firstTurns.empty()) {
         const std::shared_ptr<ServerConnectionC> connection = m_firstTurns.front();
         connection->TakeFirstTurn();
+        CatchUp();
         if (!m_firstTurns.empty()) { // it is, when the handler has ended the server
             m_firstTurns.pop_front();
         }
@@ -102,6 +103,7 @@ void MPISocketServerC::StateC::GiveTurn()
     do {
         const std::shared_ptr<ServerConnectionC> connection = m_turns.front();
         connection->TakeTurn();
+        CatchUp();
         if (!m_turns.empty()) { // it is, when the handler has ended the server
             m_turns.pop_front();
         }

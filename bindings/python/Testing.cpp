@@ -13,6 +13,7 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include "bindings/python/Driving.h"
 #include "bindings/python/Lists.h"
 #include "bindings/python/Text.h"
 #include "testing/ScriptedService.h"
@@ -350,7 +351,7 @@ void DefineWaits(Class& service)
 PYBIND11_MODULE(_testing, module)
 {
     using Kestrove::Testing::EListen;
-    module.doc() = "The scripted service of kestrove_navigation.testing.";
+    module.doc() = "The services of kestrove_navigation.testing.";
     py::enum_<EListen>(module, "Listen",
                        "Which loopback addresses the scripted service listens on.")
         .value("BOTH", EListen::Both, "127.0.0.1 and ::1, as the real service does.")
@@ -366,4 +367,5 @@ PYBIND11_MODULE(_testing, module)
     Kestrove::Python::DefineEvents(service);
     Kestrove::Python::DefineRecord(service);
     Kestrove::Python::DefineWaits(service);
+    Kestrove::Python::DefineDrivingService(module);
 }

@@ -77,8 +77,12 @@ std::vector<std::string> ProblemsButSlowness(const EngageSituation& situation,
         return {"navigation is not active"};
     }
     std::vector<std::string> problems;
-    if (!situation.positionFresh) {
-        problems.push_back("no fresh position has come for 1 s");
+    if (!situation.positionProblem.empty()) {
+        problems.push_back(situation.positionProblem);
+    }
+    if (situation.reckonsTooLong) {
+        problems.push_back(
+            Sentence("the receiver has had no usable position for ", kLongestReckoning, " s"));
     }
     for (auto&& group : {PlaceProblems(situation), ReverseProblems(situation, settings)}) {
         problems.insert(problems.end(), group.begin(), group.end());
@@ -115,6 +119,15 @@ void CEngagement::Disengage()
 {
     m_engaged = false;
     m_dropReason.clear();
+}
+
+void CEngagement::DropForJump(double metres)
+{
+    if (!m_engaged) {
+        return;
+    }
+    m_dropReason = Sentence("the fed positions have jumped by ", metres, " m, and stay there");
+    m_engaged = false;
 }
 
 void CEngagement::Check(const EngageSituation& situation, const EngageSettings& settings,

@@ -13,13 +13,17 @@ struct EngageSettings
     double lowSpeedTimeout = 2.0; ///< seconds
 };
 
+/// How long guidance steers on by speed and steering angle without a usable position, seconds.
+inline constexpr double kLongestReckoning = 5.0;
+
 /// What decides whether the machine may be steered.
 struct EngageSituation
 {
     bool navigationActive = false;
-    bool positionFresh = false; ///< a fed position came lately, or the machine is its own
-    bool lineLeft = false;      ///< the followed pass exists where it is
-    double distance = 0.0;      ///< metres to the followed pass
+    bool reckonsTooLong = false; ///< no usable position for more than kLongestReckoning
+    std::string positionProblem; ///< what stands against steering by the fed positions
+    bool lineLeft = false;       ///< the followed pass exists where it is
+    double distance = 0.0;       ///< metres to the followed pass
     double implementWidth = 0.0;
     double headingError = 0.0; ///< radians, to the direction driven in
     double speed = 0.0;        ///< metres per second, negative backwards
@@ -44,6 +48,9 @@ public:
     /// steered on until the time-out, so that a short stop does not end it.
     /// @param seconds since the last check.
     void Check(const EngageSituation& situation, const EngageSettings& settings, double seconds);
+
+    /// Ends steering, if it is engaged, because the positions have jumped by so many metres.
+    void DropForJump(double metres);
 
     bool Engaged() const { return m_engaged; }
     bool Dropped() const { return !m_dropReason.empty(); }

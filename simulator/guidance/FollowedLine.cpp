@@ -42,6 +42,18 @@ void CFollowedLine::Arrange(double width, double shift)
     Rebuild();
 }
 
+void CFollowedLine::Turn(double width, double shift)
+{
+    const double forgiven = m_forgivenShift;
+    Arrange(width, shift);
+    m_forgivenShift = forgiven;
+}
+
+double CFollowedLine::HeadingBeside(const Point& place)
+{
+    return m_baseSearch.Find(*m_base, place, m_baseStation, *m_budget).foot.heading;
+}
+
 void CFollowedLine::Follow(EFollow follow, const Point& place)
 {
     m_follow = follow;

@@ -50,6 +50,12 @@ public:
     /// Sets the distance of the passes and how far the line is shifted to the right, metres.
     void Arrange(double width, double shift);
 
+    /// The same shift as the machine brings about by turning round: its own movement, after which
+    /// the pass that is nearest counts.
+    void Turn(double width, double shift);
+    /// The heading of the line where `place` is beside it; there is a line.
+    double HeadingBeside(const Point& place);
+
     /// Starts to follow the pass nearest to `place`, or the line itself.
     void Follow(EFollow follow, const Point& place);
     EFollow Following() const { return m_follow; }

@@ -5,11 +5,13 @@
 #include <cstddef>
 #include <memory>
 #include <sstream>
+#include <utility>
 
 #include "simulator/guidance/CurvePoints.h"
 #include "simulator/guidance/CurveShape.h"
 #include "simulator/guidance/ParabolaSmoothing.h"
 #include "simulator/guidance/SimpleShapes.h"
+#include "simulator/guidance/StraightEnds.h"
 
 namespace {
 
@@ -107,7 +109,11 @@ BuiltLine BuildCurve(const std::vector<Point>& points, EEnds ends)
 
 BuiltLine BuildDriven(const std::vector<Point>& points, EEnds ends, int filterSize)
 {
-    return BuildCurve(SmoothedByParabolas(Thinned(points, kDrivenSpacing), filterSize), ends);
+    std::vector<Point> smooth = SmoothedByParabolas(Thinned(points, kDrivenSpacing), filterSize);
+    if (ends == EEnds::Straight) {
+        smooth = WithStraightEnds(std::move(smooth));
+    }
+    return BuildCurve(smooth, ends);
 }
 
 /// How many points a definition of the kind has; 0 for any number.

@@ -15,9 +15,7 @@ constexpr double kLeastHeadingSigma = Radians(0.02);
 /// What may happen in a period beside the model, one sigma.
 constexpr double kPositionStray = 0.0005;
 constexpr double kHeadingStray = Radians(0.02);
-constexpr double kBiasStray = Radians(0.003);
-/// The side slip to expect, as a first-order Gauss-Markov process.
-constexpr double kExpectedSlip = Radians(0.3);
+/// The side slip is expected as a first-order Gauss-Markov process.
 constexpr double kSlipSeconds = 2.0;
 /// What may be wrong with the steering centre at the start.
 constexpr double kExpectedBias = Radians(0.5);
@@ -29,10 +27,24 @@ double Squared(double value)
 
 } // namespace
 
-CPoseEstimator::CPoseEstimator(const ReceiverAccuracy& accuracy)
-    : m_positionVariance(Squared(std::max(accuracy.white, kLeastPositionSigma))),
-      m_headingVariance(Squared(std::max(accuracy.heading, kLeastHeadingSigma)))
+CPoseEstimator::CPoseEstimator(const ReceiverAccuracy& accuracy, double expectedSlip,
+                               double biasStray)
+    : m_expectedSlip(expectedSlip), m_biasStray(biasStray)
 {
+    Expect(accuracy);
+}
+
+void CPoseEstimator::Expect(const ReceiverAccuracy& accuracy)
+{
+    m_positionVariance = Squared(std::max(accuracy.white, kLeastPositionSigma));
+    m_headingVariance = Squared(std::max(accuracy.heading, kLeastHeadingSigma));
+}
+
+void CPoseEstimator::Coast()
+{
+    if (m_started) {
+        PropagateCovariance();
+    }
 }
 
 void CPoseEstimator::Reset()
@@ -47,7 +59,7 @@ void CPoseEstimator::Start(const Pose& measured)
     m_covariance[kX][kX] = m_positionVariance;
     m_covariance[kY][kY] = m_positionVariance;
     m_covariance[kHeading][kHeading] = m_headingVariance;
-    m_covariance[kSlip][kSlip] = Squared(kExpectedSlip);
+    m_covariance[kSlip][kSlip] = Squared(m_expectedSlip);
     m_covariance[kBias][kBias] = Squared(kExpectedBias);
     m_driven = 0.0;
     m_started = true;
@@ -94,18 +106,19 @@ void CPoseEstimator::PropagateCovariance()
     m_covariance[kX][kX] += Squared(kPositionStray);
     m_covariance[kY][kY] += Squared(kPositionStray);
     m_covariance[kHeading][kHeading] += Squared(kHeadingStray);
-    m_covariance[kSlip][kSlip] += Squared(kExpectedSlip) * (1.0 - keep * keep);
-    m_covariance[kBias][kBias] += Squared(kBiasStray);
+    m_covariance[kSlip][kSlip] += Squared(m_expectedSlip) * (1.0 - keep * keep);
+    m_covariance[kBias][kBias] += Squared(m_biasStray);
     m_estimate.sideSlip *= keep;
     m_driven = 0.0;
 }
 
-void CPoseEstimator::CorrectState(EState state, double innovation, double variance)
+double CPoseEstimator::CorrectState(EState state, double innovation, double variance)
 {
     std::array<double, kStates> gain{};
     const std::array<double, kStates> row = m_covariance[state];
+    const double expected = row[state] + variance;
     for (std::size_t i = 0; i < kStates; ++i) {
-        gain[i] = row[i] / (row[state] + variance);
+        gain[i] = row[i] / expected;
     }
     for (std::size_t i = 0; i < kStates; ++i) {
         for (std::size_t j = 0; j < kStates; ++j) {
@@ -118,18 +131,22 @@ void CPoseEstimator::CorrectState(EState state, double innovation, double varian
     pose.heading = NormaliseHeading(pose.heading + gain[kHeading] * innovation);
     m_estimate.sideSlip += gain[kSlip] * innovation;
     m_estimate.centreBias += gain[kBias] * innovation;
+    return innovation * innovation / expected + std::log(expected);
 }
 
-void CPoseEstimator::Correct(const Pose& measured)
+double CPoseEstimator::Correct(const Pose& measured)
 {
     if (!m_started) {
         Start(measured);
-        return;
+        return 0.0;
     }
     PropagateCovariance();
     // The three measurements have independent errors, so that they may be taken in one by one.
-    CorrectState(kX, measured.position.x - m_estimate.pose.position.x, m_positionVariance);
-    CorrectState(kY, measured.position.y - m_estimate.pose.position.y, m_positionVariance);
-    CorrectState(kHeading, NormaliseTurn(measured.heading - m_estimate.pose.heading),
-                 m_headingVariance);
+    const Pose& pose = m_estimate.pose;
+    const double east = CorrectState(kX, measured.position.x - pose.position.x, m_positionVariance);
+    const double north =
+        CorrectState(kY, measured.position.y - pose.position.y, m_positionVariance);
+    const double heading =
+        CorrectState(kHeading, NormaliseTurn(measured.heading - pose.heading), m_headingVariance);
+    return east + north + heading;
 }

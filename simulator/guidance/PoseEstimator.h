@@ -23,14 +23,24 @@ struct MotionEstimate
 class CPoseEstimator
 {
 public:
-    explicit CPoseEstimator(const ReceiverAccuracy& accuracy);
+    /// @param expectedSlip radians, one sigma of the side slip that the ground gives.
+    /// @param biasStray radians by which the steering centre may stray in a period, one sigma: more
+    ///        than a little where there is play between the sensor and the wheels.
+    CPoseEstimator(const ReceiverAccuracy& accuracy, double expectedSlip, double biasStray);
 
     /// Begins anew at the next measurement.
     void Reset();
     /// Moves on by a step of the machine.
     void Predict(double speed, double steeringAngle);
     /// Takes a measurement in, a control period after the one before.
-    void Correct(const Pose& measured);
+    /// @return how surprising it is: twice the negative logarithm of its likelihood, but for a
+    ///         constant; 0 for the first one.
+    double Correct(const Pose& measured);
+
+    /// Goes on without a measurement, in place of Correct().
+    void Coast();
+    /// How good the measurements are from now on.
+    void Expect(const ReceiverAccuracy& accuracy);
 
     const MotionEstimate& Estimate() const { return m_estimate; }
 
@@ -48,10 +58,12 @@ private:
 
     void Start(const Pose& measured);
     void PropagateCovariance();
-    void CorrectState(EState state, double innovation, double variance);
+    double CorrectState(EState state, double innovation, double variance);
 
-    double m_positionVariance;
-    double m_headingVariance;
+    double m_positionVariance = 0.0;
+    double m_headingVariance = 0.0;
+    double m_expectedSlip;
+    double m_biasStray;
     bool m_started = false;
     double m_driven = 0.0; ///< metres since the last correction, negative backwards
     double m_wheelAngle = 0.0;

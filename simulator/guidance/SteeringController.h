@@ -1,9 +1,19 @@
 #ifndef KESTROVE_SIMULATOR_GUIDANCE_STEERINGCONTROLLER_H
 #define KESTROVE_SIMULATOR_GUIDANCE_STEERINGCONTROLLER_H
 
+#include <optional>
+
 #include "simulator/guidance/LineShape.h"
 #include "simulator/guidance/PoseEstimator.h"
 #include "simulator/guidance/TrackingLaw.h"
+#include "simulator/machine/Implement.h"
+
+/// An implement, and by how much its middle is left of the machine's, metres.
+struct ImplementOnMachine
+{
+    ImplementGeometry geometry;
+    double aside = 0.0;
+};
 
 /// What the controller steers by.
 struct SteeringInput
@@ -12,6 +22,9 @@ struct SteeringInput
     double speed = 0.0;         ///< metres per second, negative backwards
     double steeringAngle = 0.0; ///< radians, of the sensor
     bool facesAgainst = false;  ///< the machine looks against the direction of the line
+    bool isForeseen = false;    ///< the motion and the angle are those when the command acts, on
+                                ///< another machine than the own one
+    std::optional<ImplementOnMachine> implement; ///< what is to be on its line; none: the machine
 };
 
 /// Steers the machine along a line, a command every control period.
@@ -40,7 +53,8 @@ private:
     void Integrate(const Approach& approach, const TrackingGains& gains, double way, bool limited);
 
     double m_lastCommand = 0.0;
-    double m_integral = 0.0; ///< 1/m, positive to the right
+    double m_integral = 0.0;     ///< 1/m, positive to the right
+    double m_standingSlip = 0.0; ///< radians to the right, averaged
     double m_wantedCurvature = 0.0;
 };
 

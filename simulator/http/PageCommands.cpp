@@ -88,6 +88,8 @@ CPageCommands::CPageCommands(CServiceCore& core, CLogTap& log) : m_core(core), m
     for (std::string& name : core.OperationNames()) {
         m_operations.insert(std::move(name));
     }
+    // Everything waits for it, which is for the clients of the service to agree on.
+    m_operations.erase(CSimulatorOperations::kAdvance);
 }
 
 PageCommand CPageCommands::ReadCommand(const std::string& body) const

@@ -64,6 +64,14 @@ void AddGuidance(json& state, const CSimulation& world)
     const GuidanceStatus status = world.Status();
     state["cross_track_error"] = aim ? json(status.crossTrackError) : json();
     state["heading_error"] = aim ? json(status.headingError) : json();
+    state["implement_cross_track_error"] = aim ? json(world.ImplementCrossTrackError()) : json();
+    state["true_cross_track_error"] = aim ? json(world.TrueCrossTrackError()) : json();
+    state["true_implement_cross_track_error"] =
+        aim ? json(world.TrueImplementCrossTrackError()) : json();
+    state["receiver_drift_error"] = aim ? json(world.ReceiverDriftError()) : json();
+    state["guide"] = world.Guide() == EGuide::Implement ? "implement" : "machine";
+    state["implement_place"] = PointJson(world.ImplementPoint());
+    state["implement_heading"] = world.ImplementHeading();
     state["drives_against"] = world.FacesAgainst();
     state["takes_nearest_pass"] = world.TakesNearestPass();
     state["pass"] = aim ? json(status.pass) : json();

@@ -21,5 +21,7 @@ void CMachine::Step(double steeringCommand, double speedSetPoint, double sideSli
     const double change = kAccelerationLimit * kMachineStepSeconds;
     m_steering.Step(steeringCommand);
     m_speed += std::clamp(speedSetPoint - m_speed, -change, change);
-    m_pose = PoseAfter(m_pose, m_speed, m_steering.WheelAngle(), sideSlip, kMachineStepSeconds);
+    const double wheels = m_steering.WheelAngle();
+    m_pose = m_tyres ? m_tyres->After(m_pose, m_speed, wheels, sideSlip, kMachineStepSeconds)
+                     : PoseAfter(m_pose, m_speed, wheels, sideSlip, kMachineStepSeconds);
 }

@@ -1,8 +1,11 @@
 #ifndef KESTROVE_SIMULATOR_MACHINE_MACHINE_H
 #define KESTROVE_SIMULATOR_MACHINE_MACHINE_H
 
+#include <optional>
+
 #include "simulator/machine/Pose.h"
 #include "simulator/machine/Steering.h"
+#include "simulator/machine/TyreChassis.h"
 
 /// The distance of the axles, metres.
 inline constexpr double kWheelbase = 2.8;
@@ -29,6 +32,11 @@ public:
     /// Moves the steering alone, while something else carries the machine.
     void StepSteering(double steeringCommand) { m_steering.Step(steeringCommand); }
 
+    /// Has it roll on tyres that give, from now on.
+    void SetTyres(const TyreOptions& tyres) { m_tyres.emplace(tyres); }
+    /// See CSteering::SetValve().
+    void SetValve(const ValveOptions& valve) { m_steering.SetValve(valve); }
+
     const Pose& TruePose() const { return m_pose; }
     double Speed() const { return m_speed; }
     const CSteering& Steering() const { return m_steering; }
@@ -37,6 +45,7 @@ private:
     Pose m_pose;
     double m_speed;
     CSteering m_steering;
+    std::optional<CTyreChassis> m_tyres; ///< without: it rolls as its wheels point
 };
 
 #endif

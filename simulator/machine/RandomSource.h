@@ -16,10 +16,10 @@ public:
 
     /// A number of mean 0 and standard deviation 1.
     double Gaussian();
-
-private:
+    /// A number between 0 and 1, never one of the two.
     double Uniform();
 
+private:
     std::mt19937_64 m_engine;
     double m_spare = 0.0;
     bool m_hasSpare = false;

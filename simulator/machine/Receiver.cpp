@@ -1,11 +1,5 @@
 #include "simulator/machine/Receiver.h"
 
-namespace {
-
-constexpr std::uint64_t kReceiverStream = 1;
-
-} // namespace
-
 ReceiverAccuracy AccuracyOf(EReceiver receiver)
 {
     switch (receiver) {
@@ -19,8 +13,9 @@ ReceiverAccuracy AccuracyOf(EReceiver receiver)
     return {0.0, 0.0, 0.0};
 }
 
-CReceiver::CReceiver(EReceiver receiver, std::uint64_t seed, double sampleSeconds)
-    : m_accuracy(AccuracyOf(receiver)), m_random(seed, kReceiverStream),
+CReceiver::CReceiver(const ReceiverAccuracy& accuracy, std::uint64_t seed, std::uint64_t stream,
+                     double sampleSeconds)
+    : m_accuracy(accuracy), m_random(seed, stream),
       m_eastDrift(m_accuracy.drift, kReceiverDriftSeconds, sampleSeconds),
       m_northDrift(m_accuracy.drift, kReceiverDriftSeconds, sampleSeconds)
 {
@@ -34,6 +29,7 @@ Pose CReceiver::Measure(const Pose& truePose)
     const double northDrift = m_northDrift.Next(m_random);
     const double northNoise = m_accuracy.white * m_random.Gaussian();
     const double turn = m_accuracy.heading * m_random.Gaussian();
+    m_drift = {eastDrift, northDrift};
     return {{truePose.position.x + eastDrift + eastNoise,
              truePose.position.y + northDrift + northNoise},
             NormaliseHeading(truePose.heading + turn)};

@@ -31,16 +31,27 @@ ReceiverAccuracy AccuracyOf(EReceiver receiver);
 class CReceiver
 {
 public:
+    static constexpr std::uint64_t kUsualStream = 1;
+
+    /// @param stream of the seed, see CRandomSource.
     /// @param sampleSeconds between two calls of Measure().
-    CReceiver(EReceiver receiver, std::uint64_t seed, double sampleSeconds);
+    CReceiver(EReceiver receiver, std::uint64_t seed, double sampleSeconds)
+        : CReceiver(AccuracyOf(receiver), seed, kUsualStream, sampleSeconds)
+    {
+    }
+    CReceiver(const ReceiverAccuracy& accuracy, std::uint64_t seed, std::uint64_t stream,
+              double sampleSeconds);
 
     Pose Measure(const Pose& truePose);
+    /// By how much the last measurement was beside the truth, its white noise left out, metres.
+    const Point& Drift() const { return m_drift; }
 
 private:
     ReceiverAccuracy m_accuracy;
     CRandomSource m_random;
     CCorrelatedNoise m_eastDrift;
     CCorrelatedNoise m_northDrift;
+    Point m_drift;
 };
 
 #endif

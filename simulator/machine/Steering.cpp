@@ -4,10 +4,7 @@
 
 double SteeringAfterStep(double angle, double command)
 {
-    const double wanted = std::clamp(command, -kSteeringStop, kSteeringStop);
-    const double rate =
-        std::clamp((wanted - angle) / kSteeringLagSeconds, -kSteeringRateLimit, kSteeringRateLimit);
-    return std::clamp(angle + rate * kMachineStepSeconds, -kSteeringStop, kSteeringStop);
+    return ValveAfterStep(angle, command, {});
 }
 
 CSteering::CSteering(double centreBias, double backlash)
@@ -20,7 +17,7 @@ void CSteering::Step(double command)
     const double arriving = m_pending[m_next];
     m_pending[m_next] = command;
     m_next = (m_next + 1) % m_pending.size();
-    m_actuator = SteeringAfterStep(m_actuator, arriving);
+    m_actuator = ValveAfterStep(m_actuator, arriving, m_valve);
     // The wheels rest until the actuator has crossed the play, then go along with it.
     m_follower = std::clamp(m_follower, m_actuator - m_halfPlay, m_actuator + m_halfPlay);
 }

@@ -4,18 +4,10 @@
 #include <array>
 #include <cstddef>
 
-#include "simulator/machine/Pose.h"
+#include "simulator/machine/SteeringValve.h"
 
-/// The length of a step of the machine, seconds.
-inline constexpr double kMachineStepSeconds = 0.02;
 /// How many steps pass before a steering command begins to act: the dead time of 0.10 s.
 inline constexpr std::size_t kSteeringDeadSteps = 5;
-/// The first-order lag of the steering, seconds.
-inline constexpr double kSteeringLagSeconds = 0.25;
-/// How fast the steering moves at most, radians per second.
-inline constexpr double kSteeringRateLimit = Radians(20.0);
-/// How far the wheels turn to either side, radians.
-inline constexpr double kSteeringStop = Radians(35.0);
 
 /// The steering angle one step after `angle`, when `command` acts on it: first-order lag, rate
 /// limit and stops. The controller predicts with the same law that the machine obeys.
@@ -31,6 +23,9 @@ public:
     /// @param backlash the whole play between actuator and wheels.
     CSteering(double centreBias, double backlash);
 
+    /// What the valve is like from now on.
+    void SetValve(const ValveOptions& valve) { m_valve = valve; }
+
     /// Moves on by one step.
     void Step(double command);
 
@@ -42,6 +37,7 @@ public:
 private:
     double m_centreBias;
     double m_halfPlay;
+    ValveOptions m_valve;
     double m_actuator = 0.0;
     double m_follower = 0.0; ///< the wheel side of the play
     std::array<double, kSteeringDeadSteps> m_pending{};

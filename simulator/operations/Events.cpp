@@ -45,25 +45,34 @@ const std::map<std::string, CEvents::Event>& CEvents::Table()
     return table;
 }
 
-void CEvents::TellPresentState(const std::string& event, const EventSink& sink) const
+void CEvents::TellPresentState(const std::string& event, const EventSink& sink)
 {
     const auto found = Table().find(event);
     if (found == Table().end()) {
         return;
     }
-    for (const Payload& payload : (this->*found->second.tell)()) {
-        Send(event, payload, sink);
+    Send(event, found->second, sink);
+    if (m_unwanted.erase(event) == 0 || found->second.due != EDue::OnChange) {
+        return;
+    }
+    // Changes count from what has just been told.
+    std::vector<Told>& told = m_told[event];
+    told.clear();
+    for (Payload& payload : (this->*found->second.tell)()) {
+        told.push_back({std::move(payload), false});
     }
 }
 
-void CEvents::TellChanges(bool guidanceRan, const EventSink& sink)
+void CEvents::TellChanges(bool guidanceRan, const EventSink& sink, const EventWish& wanted)
 {
     const bool drawingDue = DrawingDue(guidanceRan);
     for (const auto& [name, event] : Table()) {
-        if (event.due == EDue::OnChange) {
+        if (wanted && !wanted(name)) {
+            m_unwanted.insert(name);
+        } else if (event.due == EDue::OnChange) {
             TellChanged(name, event, guidanceRan, sink);
         } else if (event.due == EDue::WithGuidance ? guidanceRan : drawingDue) {
-            TellPresentState(name, sink);
+            Send(name, event, sink);
         }
     }
 }
@@ -108,6 +117,13 @@ bool CEvents::DrawingDue(bool guidanceRan)
     m_drawnAt = m_simulation.Time();
     m_drawnRevision = revision;
     return true;
+}
+
+void CEvents::Send(const std::string& name, const Event& event, const EventSink& sink) const
+{
+    for (const Payload& payload : (this->*event.tell)()) {
+        Send(name, payload, sink);
+    }
 }
 
 void CEvents::Send(const std::string& event, const Payload& payload, const EventSink& sink)

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <map>
+#include <set>
 #include <string>
 #include <variant>
 #include <vector>
@@ -11,6 +12,8 @@
 #include "simulator/lines/WaylineKeeper.h"
 #include "simulator/world/Simulation.h"
 
+/// Answers whether anybody wants an event.
+using EventWish = std::function<bool(const std::string& event)>;
 /// Takes an event that is to be pushed.
 using EventSink = std::function<void(const std::string& event, const BListC& payload)>;
 
@@ -33,13 +36,15 @@ public:
 
     /// The events that tell the present state, as a client gets them that subscribes: one, but for
     /// the tuning parameters one a parameter; none for a name that is no event's.
-    void TellPresentState(const std::string& event, const EventSink& sink) const;
+    void TellPresentState(const std::string& event, const EventSink& sink);
 
     /// The events whose values have changed since they were told, and guidance status, relative
     /// position and the points to draw, as far as they are due.
     ///
     /// @param guidanceRan whether guidance ran since the last call.
-    void TellChanges(bool guidanceRan, const EventSink& sink);
+    /// @param wanted of an event that nobody wants not even the values are looked at; empty where
+    ///        all are wanted. Whoever comes to want one is told the present state first.
+    void TellChanges(bool guidanceRan, const EventSink& sink, const EventWish& wanted = {});
 
 private:
     using Number = std::variant<int, double>;
@@ -81,11 +86,13 @@ private:
 
     void TellChanged(const std::string& name, const Event& event, bool guidanceRan,
                      const EventSink& sink);
+    void Send(const std::string& name, const Event& event, const EventSink& sink) const;
     bool DrawingDue(bool guidanceRan);
 
     const CSimulation& m_simulation;
     const CWaylineKeeper& m_waylines;
     std::map<std::string, std::vector<Told>> m_told; ///< one a parameter of tuning
+    std::set<std::string> m_unwanted; ///< whose values have not been looked at since they were told
     double m_drawnAt = 0.0;
     int m_drawnRevision = 0;
     bool m_drawn = false;

@@ -45,7 +45,9 @@ public:
                 return {ToValue(Wanted::Call(object, handler, arguments)), {}, nullptr};
             }
         };
-        m_operations[name] = {Wanted::Wants(), Wanted::Fits, call};
+        // No plain function: its type's name would be seen by programs that the service is in.
+        const auto fits = [](const BListC& arguments) { return Wanted::Fits(arguments); };
+        m_operations[name] = {Wanted::Wants(), fits, call};
     }
 
     /// Carries out an operation.

@@ -1,7 +1,9 @@
 #include "simulator/operations/PositionFeed.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <GeographicLib/LocalCartesian.hpp>
@@ -30,6 +32,13 @@ public:
         }
         fed.speed = sample.groundSpeed;
         fed.reverse = sample.movesInReverse;
+        // What is not a number is what nobody knows.
+        fed.yawRate = std::isfinite(sample.yawRate) ? sample.yawRate : 0.0;
+        const double sigma = std::max(sample.sigmaEast, sample.sigmaNorth);
+        fed.sigma = std::isfinite(sigma) ? sigma : 0.0;
+        fed.fixQuality = sample.fixQuality;
+        fed.number = sample.number;
+        fed.time = sample.unixTime;
         return fed;
     }
 
@@ -45,7 +54,10 @@ private:
     GeographicLib::LocalCartesian m_frame;
 };
 
-CPositionFeed::CPositionFeed(CSimulation& simulation) : m_simulation(simulation) {}
+CPositionFeed::CPositionFeed(CSimulation& simulation, UnixClock clock)
+    : m_simulation(simulation), m_clock(std::move(clock))
+{
+}
 
 CPositionFeed::~CPositionFeed() = default;
 
@@ -60,6 +72,7 @@ COutcome CPositionFeed::SetOrigin(const GeodeticPlace& place)
         return COutcome::Refused(problem);
     }
     m_frame = std::make_unique<CFrame>(place);
+    m_origin = place;
     m_knownHeight = place.height;
     return COutcome::Done();
 }
@@ -79,11 +92,13 @@ COutcome CPositionFeed::Feed(const PositionSample& told)
         return COutcome::Refused(problem);
     }
     if (!m_frame) {
-        m_frame = std::make_unique<CFrame>(
-            GeodeticPlace{sample.latitude, sample.longitude, sample.height});
+        m_origin = {sample.latitude, sample.longitude, sample.height};
+        m_frame = std::make_unique<CFrame>(*m_origin);
     }
     double height = 0.0;
-    COutcome outcome = m_simulation.Feed(m_frame->ToLocal(sample, height));
+    FedPosition local = m_frame->ToLocal(sample, height);
+    local.age = m_clock.Age(sample.unixTime, m_simulation.Time());
+    COutcome outcome = m_simulation.Feed(local);
     if (outcome) {
         m_height = height;
         m_knownHeight = sample.height;

@@ -21,4 +21,10 @@ void CPositionOperations::SetPositionData(const std::string& record)
         m_log.Carried("SetPositionData", outcome);
     }
     m_lastRefusal = outcome.Reason();
+    if (outcome && m_feed.HasOtherClock() && !m_hasToldOfClock) {
+        m_hasToldOfClock = true;
+        m_log.Write(ELogLevel::Warning,
+                    "the times of the fed positions are not those of the system's clock: a latency "
+                    "that all of them have cannot be seen");
+    }
 }

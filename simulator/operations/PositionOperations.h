@@ -23,6 +23,7 @@ private:
     CPositionFeed& m_feed;
     const CServiceLog& m_log;
     std::string m_lastRefusal;
+    bool m_hasToldOfClock = false;
 };
 
 #endif

@@ -32,6 +32,10 @@ inline Value ToValue(double number)
 {
     return std::make_unique<BAtomC>(number);
 }
+inline Value ToValue(const std::string& text)
+{
+    return std::make_unique<BAtomC>(text);
+}
 inline Value ToValue(Value value)
 {
     return value;

@@ -1,11 +1,18 @@
 #include "simulator/operations/SteeringOperations.h"
 
+namespace {
+
+constexpr const char* kMachine = "machine";
+constexpr const char* kImplement = "implement";
+
+} // namespace
+
 void CSteeringOperations::Register(COperationTable& table)
 {
     using Self = CSteeringOperations;
     table.Add("IsSteeringEngaged", *this, &Self::IsSteeringEngaged);
     table.Add("EngageSteering", *this, &Self::EngageSteering);
-    table.Add("DisengageSteering", *this, &Self::DisengageSteering);
+    table.Add(kDisengage, *this, &Self::DisengageSteering);
     table.Add("StartNavigation", *this, &Self::StartNavigation);
     table.Add("StopNavigation", *this, &Self::StopNavigation);
     table.Add("ClearNavigation", *this, &Self::ClearNavigation);
@@ -13,7 +20,8 @@ void CSteeringOperations::Register(COperationTable& table)
     table.Add("IsNavigationActivated", *this, &Self::IsNavigationActivated);
     table.Add("why_not_engaged", *this, &Self::WhyNotEngaged);
     table.Add("why_refused", *this, &Self::WhyRefused);
-    table.Add("simulator_keeps", *this, &Self::SimulatorKeeps);
+    table.Add("simulator_set_guide", *this, &Self::SimulatorSetGuide);
+    table.Add("simulator_guide", *this, &Self::SimulatorGuide);
     table.Add("set_reverse_engage_enabled", *this, &Self::SetReverseEngageEnabled);
     table.Add("get_reverse_engage_enabled", *this, &Self::GetReverseEngageEnabled);
     table.Add("set_reverse_engage_allowed", *this, &Self::SetReverseEngageAllowed);
@@ -85,9 +93,24 @@ Value CSteeringOperations::WhyRefused(const std::string& operation)
     return reason.empty() ? nullptr : std::make_unique<BAtomC>(reason);
 }
 
-int CSteeringOperations::SimulatorKeeps()
+bool CSteeringOperations::SimulatorSetGuide(const std::string& guide)
 {
-    return static_cast<int>(m_kept.Keeping());
+    const bool implement = guide == kImplement;
+    const bool known = implement || guide == kMachine;
+    if (known) {
+        m_simulation.SetGuide(implement ? EGuide::Implement : EGuide::Machine);
+    }
+    return m_log.Carried("simulator_set_guide",
+                         known ? COutcome::Done()
+                               : COutcome::Refused('"' + Printable(guide) +
+                                                   "\" cannot be guided, allowed is implement, "
+                                                   "machine"));
+}
+
+Value CSteeringOperations::SimulatorGuide()
+{
+    const bool implement = m_simulation.Guide() == EGuide::Implement;
+    return std::make_unique<BAtomC>(implement ? kImplement : kMachine);
 }
 
 void CSteeringOperations::SetReverseEngageEnabled(bool enabled, bool keep)

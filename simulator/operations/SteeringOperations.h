@@ -11,6 +11,9 @@
 class CSteeringOperations
 {
 public:
+    /// Overtakes everything, however long that takes.
+    static constexpr const char* kDisengage = "DisengageSteering";
+
     /// All must outlive this object.
     CSteeringOperations(CSimulation& simulation, CWaylineKeeper& waylines, CKeptSettings& kept,
                         const CServiceLog& log)
@@ -32,7 +35,8 @@ private:
     bool IsNavigationActivated();
     std::vector<std::string> WhyNotEngaged();
     Value WhyRefused(const std::string& operation);
-    int SimulatorKeeps();
+    bool SimulatorSetGuide(const std::string& guide);
+    Value SimulatorGuide();
     void SetReverseEngageEnabled(bool enabled, bool keep);
     bool GetReverseEngageEnabled(LeadingOne);
     void SetReverseEngageAllowed(bool allowed, bool keep);

@@ -121,8 +121,9 @@ export function newLine(text, { state, line, settings }) {
   const turn = Math.abs(wrapAngle(state.heading - beside.heading));
   const against = turn > Math.PI / 2;
   if (Math.min(turn, Math.PI - turn) > greatestHeadingError) return dropped("the machine does not look along the line");
-  // Shifts are to the line's right, whichever way the machine looks.
-  const implement = beside.kind === spline && !settings.splines_use_implement_offset ? 0 : settings.implement_offset;
+  // Shifts are to the line's right, but the implement's to the right of where the machine looks.
+  const counted = beside.kind === spline && !settings.splines_use_implement_offset ? 0 : settings.implement_offset;
+  const implement = against ? -counted : counted;
   const shift = settings.nudge + settings.field_offset + implement;
   return following({ ...beside, aside: beside.aside - shift, shift }, against, settings.implement_width, state.takes_nearest_pass);
 }

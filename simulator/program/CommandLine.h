@@ -6,8 +6,16 @@
 #include <optional>
 #include <string>
 
+#include "simulator/nmea/NmeaOptions.h"
 #include "simulator/output/ServiceLog.h"
 #include "simulator/world/Simulation.h"
+
+/// What moves the simulated world on.
+enum class EClock
+{
+    Real,    ///< the passing of real time
+    Stepped, ///< clients that ask for it
+};
 
 /// How the program was asked to run.
 struct ProgramOptions
@@ -18,8 +26,12 @@ struct ProgramOptions
     std::string trackFile;                 ///< empty: the drive is not written down
     std::string recordFile;                ///< empty: the link is not recorded
     ELogLevel logLevel = ELogLevel::Warning;
+    EClock clock = EClock::Real;
     double speedFactor = 1.0; ///< simulated seconds a real second
+    std::string scenarioFile; ///< empty: nothing is planned
+    NmeaOptions nmea;
     SimulationOptions simulation;
+    std::string description; ///< the program's version and the command that repeats the run
 };
 
 /// The program's exit codes.

@@ -7,19 +7,21 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include <asio/io_context.hpp>
 #include <asio/signal_set.hpp>
 #include <pthread.h>
 #include <unistd.h>
 
+#include "simulator/base/Version.h"
 #include "simulator/http/LivePage.h"
+#include "simulator/nmea/NmeaOutput.h"
 #include "simulator/output/LimitedLog.h"
 #include "simulator/output/ProgramOutput.h"
 #include "simulator/program/CommandLine.h"
 #include "simulator/program/DescriptorLimit.h"
 #include "simulator/program/MemoryLimit.h"
-#include "simulator/base/Version.h"
 #include "simulator/service/Pacer.h"
 #include "simulator/service/ServiceLink.h"
 #include "simulator/settings/KeptSettings.h"
@@ -83,9 +85,11 @@ std::string LoadKept(const ProgramOptions& options, KeptState& kept)
                    : "cannot use the state file " + options.stateFile + ": " + outcome.Reason();
 }
 
-std::string Announcement(const CServiceLink& link, const std::optional<CLivePage>& page)
+std::string Announcement(const CServiceLink& link, const std::optional<CLivePage>& page,
+                         const CNmeaOutput& nmea)
 {
     std::ostringstream text;
+    text << nmea.Announcement();
     if (page) {
         text << "live page at http://localhost:" << page->Port() << "/\n";
     }
@@ -94,11 +98,39 @@ std::string Announcement(const CServiceLink& link, const std::optional<CLivePage
     return text.str();
 }
 
+/// Starts to say what the receiver measures, where anybody is to hear it.
+EExitCode StartNmea(const ProgramOptions& options, const CStateFile* settings, CServiceLink& link,
+                    CNmeaOutput& nmea, std::string& problem)
+{
+    bool isPort = false;
+    problem = nmea.Open(settings, isPort);
+    if (problem.empty() && !options.nmea.targets.empty()) {
+        link.Core().OnStep(
+            [&nmea](const CSimulation& world, const auto& origin) { nmea.Look(world, origin); });
+    }
+    return problem.empty() ? kExitSuccess : isPort ? kExitCannotListen : kExitWrongOptions;
+}
+
+/// Has happen what is planned.
+std::string StartScenario(const ProgramOptions& options, CServiceCore& core)
+{
+    if (options.scenarioFile.empty()) {
+        return {};
+    }
+    Scenario scenario;
+    std::string problem = ReadScenarioFile(options.scenarioFile, core.OperationNames(), scenario);
+    if (problem.empty()) {
+        core.StartScenario(std::move(scenario));
+    }
+    return problem;
+}
+
 /// Starts to listen and to write the drive down.
 ///
 /// @return the code to exit with when that fails, with what stands in the way in `problem`.
 EExitCode StartServing(const ProgramOptions& options, const CStateFile* settings,
-                       CServiceLink& link, std::optional<CLivePage>& page, std::string& problem)
+                       CServiceLink& link, std::optional<CLivePage>& page, CNmeaOutput& nmea,
+                       std::string& problem)
 {
     // First of all: the track file may be that of the simulator which has the port.
     problem = link.Listen(options.port);
@@ -118,7 +150,14 @@ EExitCode StartServing(const ProgramOptions& options, const CStateFile* settings
     if (problem.empty() && !options.recordFile.empty()) {
         problem = link.RecordTo(options.recordFile);
     }
-    return problem.empty() ? kExitSuccess : kExitWrongOptions;
+    if (!problem.empty()) {
+        return kExitWrongOptions;
+    }
+    problem = StartScenario(options, link.Core());
+    if (!problem.empty()) {
+        return kExitWrongOptions;
+    }
+    return StartNmea(options, settings, link, nmea, problem);
 }
 
 /// Has the kept settings saved from now on, where there is a file for them.
@@ -128,6 +167,15 @@ void StartSaving(KeptState kept, const OutputPointer& output, std::optional<CSet
         saver.emplace(std::move(kept.file), std::move(kept.values),
                       [output](const std::string& line) { output->Log(line); });
     }
+}
+
+/// What takes the settings to keep; empty where there is no file for them.
+KeepSink SinkOf(const KeptState& kept, std::optional<CSettingsSaver>& saver)
+{
+    if (!kept.file) {
+        return {};
+    }
+    return [&saver](const KeptValues& values) { saver->Keep(values); };
 }
 
 /// Brings to the disk what is still to be brought there.
@@ -154,9 +202,42 @@ MPIServerLimitsC LimitsOf(const DescriptorLimit::Shares& descriptors, std::size_
     constexpr std::size_t mostClients = 1024;
     constexpr std::size_t silentBytes = 32768;
     MPIServerLimitsC limits;
+    // Those who read sentences take theirs from the clients' share, where there are many.
+    constexpr std::size_t readers = 2 * CNmeaServer::kMostReaders;
+    const std::size_t left =
+        descriptors.clients > 4 * readers ? descriptors.clients - readers : descriptors.clients;
     limits.memory = memory;
-    limits.connections = std::min({mostClients, descriptors.clients, memory / 8 / silentBytes});
+    limits.connections = std::min({mostClients, left, memory / 8 / silentBytes});
     return limits;
+}
+
+/// The system's clock, unless the simulated one goes at another speed.
+UnixClock ClockOf(const ProgramOptions& options)
+{
+    if (options.speedFactor != 1.0 || options.clock == EClock::Stepped) {
+        return {};
+    }
+    return [] {
+        const auto now = std::chrono::system_clock::now().time_since_epoch();
+        return std::chrono::duration<double>(now).count();
+    };
+}
+
+ServiceCoreOptions CoreOptionsOf(const ProgramOptions& options, const KeptState& kept,
+                                 std::optional<CSettingsSaver>& saver, EventSink publish,
+                                 CLogTap& log)
+{
+    ServiceCoreOptions core;
+    core.simulation = options.simulation;
+    core.kept = kept.values;
+    core.keep = SinkOf(kept, saver);
+    core.publish = std::move(publish);
+    core.log = log.Sink();
+    core.keepState = [&saver] { return saver->State(); };
+    core.stepped = options.clock == EClock::Stepped;
+    core.description = options.description;
+    core.clock = ClockOf(options);
+    return core;
 }
 
 EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPointer& output)
@@ -164,42 +245,41 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     asio::io_context loop;
     asio::signal_set signals(loop, SIGINT, SIGTERM);
     signals.async_wait([&loop](const auto&, int) { loop.stop(); });
-    CLimitedLog limited(loop, options.logLevel,
-                        [&output](ELogLevel, const std::string& line) { output->Log(line); });
+    const LogSink write = [&output](ELogLevel, const std::string& line) { output->Log(line); };
+    CLimitedLog limited(loop, options.logLevel, write);
     CLogTap log(limited.Sink());
     CTrail trail;
     std::optional<CSettingsSaver> saver;
-    KeepSink keep;
-    if (kept.file) {
-        keep = [&saver](const KeptValues& values) { saver->Keep(values); };
-    }
     const auto shares = DescriptorLimit::Divide(options.httpPort ? HttpLimits().connections : 0);
     const auto memory = MemoryLimit::Divide(MemoryLimit::Allowed());
     CServiceLink link(
         loop,
-        {options.simulation, kept.values, keep, options.httpPort ? trail.Sink() : EventSink(),
-         log.Sink(), nullptr, [&saver] { return saver->State(); }},
+        CoreOptionsOf(options, kept, saver, options.httpPort ? trail.Sink() : EventSink(), log),
         [&limited](ClientNumber client) { limited.Serve(client); },
         LimitsOf(shares, memory.clients));
+    const HttpLimits limits{shares.page, memory.page};
     std::optional<CLivePage> page;
     if (options.httpPort) {
-        page.emplace(loop, link.Core(), trail, log, LivePageTimes(),
-                     HttpLimits{shares.page, memory.page});
+        page.emplace(loop, link.Core(), trail, log, LivePageTimes(), limits);
     }
     std::string problem;
-    const EExitCode exitCode = StartServing(options, kept.file.get(), link, page, problem);
+    CNmeaOutput nmea(loop, options.nmea, options.simulation.seed, log.Sink());
+    const EExitCode exitCode = StartServing(options, kept.file.get(), link, page, nmea, problem);
     if (!problem.empty()) {
         HoldSignalsBack(); // those who took them end with this function
         output->Log(problem);
         return exitCode;
     }
     StartSaving(std::move(kept), output, saver);
-    output->Print(Announcement(link, page));
+    output->Print(Announcement(link, page, nmea));
     CPacer pacer(loop, link.Core(), options.speedFactor);
-    pacer.Start();
+    if (options.clock == EClock::Real) {
+        pacer.Start();
+    }
     loop.run();
     HoldSignalsBack();
     EndSaving(options, link, saver, *output);
+    nmea.Close(Clock::now() + kLongestWriting);
     return kExitSuccess;
 }
 

@@ -19,19 +19,31 @@ CSimulation& WithKept(CSimulation& simulation, const CKeptSettings& kept, const 
 
 CServiceCore::CServiceCore(ServiceCoreOptions options)
     : m_log(std::move(options.log)), m_work(options.work), m_publish(std::move(options.publish)),
-      m_simulation(options.simulation, m_work),
+      m_wanted(std::move(options.wanted)), m_simulation(options.simulation, m_work),
       m_kept(std::move(options.kept), std::move(options.keep), std::move(options.keepState)),
-      m_waylines(WithKept(m_simulation, m_kept, m_log), m_work), m_feed(m_simulation),
+      m_waylines(WithKept(m_simulation, m_kept, m_log), m_work),
+      m_feed(m_simulation, std::move(options.clock)),
       m_steering(m_simulation, m_waylines, m_kept, m_log),
       m_waylineOperations(m_simulation, m_waylines, m_feed, m_log, m_work),
       m_offsets(m_simulation, m_log, m_work), m_positions(m_feed, m_log),
-      m_tuning(m_simulation, m_kept, m_log), m_events(m_simulation, m_waylines)
+      m_tuning(m_simulation, m_kept, m_log),
+      m_simulatorOperations(m_simulation, m_kept, Stepping(options.stepped), m_work,
+                            std::move(options.description)),
+      m_faults(m_simulation), m_faultOperations(m_faults), m_events(m_simulation, m_waylines)
 {
     m_steering.Register(m_operations);
     m_waylineOperations.Register(m_operations);
     m_offsets.Register(m_operations);
     m_positions.Register(m_operations);
     m_tuning.Register(m_operations);
+    m_simulatorOperations.Register(m_operations);
+    m_faultOperations.Register(m_operations);
+}
+
+/// How the simulator's own operations move the world on; empty where time passes by itself.
+CSimulatorOperations::Step CServiceCore::Stepping(bool stepped)
+{
+    return stepped ? [this] { Step(); } : CSimulatorOperations::Step();
 }
 
 Answer CServiceCore::Call(ECall kind, const std::string& name, const BListC& arguments)
@@ -49,6 +61,10 @@ Answer CServiceCore::Call(ECall kind, const std::string& name, const BListC& arg
 
 bool CServiceCore::Try(ECall kind, const std::string& name, const BListC& arguments, Answer& answer)
 try {
+    // Between two pieces of an advance nothing else takes effect, but for the operator's hand.
+    if (m_work != nullptr && m_work->IsInPieces() && name != CSteeringOperations::kDisengage) {
+        return false;
+    }
     answer = Call(kind, name, arguments);
     return true;
 } catch (const CWorkPending&) {
@@ -98,7 +114,7 @@ void CServiceCore::Notify(const std::string& name, const BListC& arguments)
     CallOnTheSpot(ECall::Notification, name, arguments);
 }
 
-void CServiceCore::TellPresentState(const std::string& event, const EventSink& subscriber) const
+void CServiceCore::TellPresentState(const std::string& event, const EventSink& subscriber)
 {
     if (!CEvents::Exists(event)) {
         m_log.Write(ELogLevel::Warning,
@@ -116,9 +132,30 @@ void CServiceCore::Advance(double seconds)
     }
 }
 
+void CServiceCore::StartScenario(Scenario scenario)
+{
+    m_scenario.Start(std::move(scenario), [this](const ScenarioEvent& event) { return Do(event); });
+}
+
+std::string CServiceCore::Do(const ScenarioEvent& event)
+{
+    if (const auto* const fault = std::get_if<ScenarioFault>(&event.what)) {
+        return m_faults.Set(fault->name, fault->value, fault->seconds).Reason();
+    }
+    const auto& call = std::get<ScenarioCall>(event.what);
+    return CallOnTheSpot(ECall::Request, call.operation, *call.arguments).error;
+}
+
 void CServiceCore::Step()
 {
+    for (const std::string& refused : m_scenario.Look(m_simulation.Time())) {
+        m_log.Write(ELogLevel::Warning, refused);
+    }
+    m_faults.Look();
     m_simulation.Step();
+    if (m_onStep) {
+        m_onStep(m_simulation, m_feed.Origin());
+    }
     if (!m_simulation.ControlRan()) {
         return;
     }
@@ -137,7 +174,7 @@ void CServiceCore::Step()
 void CServiceCore::TellChanges(bool guidanceRan)
 {
     if (m_publish) {
-        m_events.TellChanges(guidanceRan, m_publish);
+        m_events.TellChanges(guidanceRan, m_publish, m_wanted);
     }
 }
 

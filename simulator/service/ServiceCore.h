@@ -4,20 +4,25 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/BElement.h"
 #include "simulator/lines/WaylineKeeper.h"
 #include "simulator/operations/Events.h"
+#include "simulator/operations/FaultOperations.h"
 #include "simulator/operations/OffsetOperations.h"
 #include "simulator/operations/OperationTable.h"
 #include "simulator/operations/PositionFeed.h"
 #include "simulator/operations/PositionOperations.h"
+#include "simulator/operations/SimulatorOperations.h"
 #include "simulator/operations/SteeringOperations.h"
 #include "simulator/operations/TuningOperations.h"
 #include "simulator/operations/WaylineOperations.h"
 #include "simulator/output/ServiceLog.h"
+#include "simulator/service/Scenario.h"
 #include "simulator/service/TrackRecorder.h"
 #include "simulator/settings/KeptSettings.h"
 #include "simulator/work/WorkQueue.h"
@@ -34,6 +39,13 @@ struct ServiceCoreOptions
     /// Makes what takes long, and must outlive the core; null to have it made on the spot.
     CWorkQueue* work = nullptr;
     KeepState keepState{}; ///< how far the saving of what `keep` took is; may be empty
+    /// Time stands until it is asked to advance by "simulator_advance".
+    bool stepped = false;
+    /// What it takes to repeat the run, but for the time, in a line for people.
+    std::string description{};
+    /// Which events `publish` is to be given; empty for all.
+    EventWish wanted{};
+    UnixClock clock{}; ///< the system's, to know how old fed positions are; may be empty
 };
 
 /// What a client sends.
@@ -57,6 +69,9 @@ public:
     CServiceCore(const CServiceCore&) = delete;
     CServiceCore& operator=(const CServiceCore&) = delete;
 
+    using StepSink =
+        std::function<void(const CSimulation&, const std::optional<GeodeticPlace>& origin)>;
+
     /// Takes the answer to a call.
     using AnswerSink = std::function<void(Answer)>;
     /// Makes what is to be there while an attempt at a call is made. When it throws, the call is
@@ -67,6 +82,7 @@ public:
     ///
     /// @param answer receives the reply; as Request() returns it.
     /// @return false when it takes long: nothing has happened then, and it is to be queued.
+    /// @throws CStepsPending for an advance: nothing has happened either.
     bool Try(ECall kind, const std::string& name, const BListC& arguments, Answer& answer);
     /// Queues a call that Try() has left; only with a work queue.
     ///
@@ -83,11 +99,13 @@ public:
     /// Carries out a notification. One that cannot be carried out is logged.
     void Notify(const std::string& name, const BListC& arguments);
     /// Tells a new subscriber of an event the present state. A name that is no event's is logged.
-    void TellPresentState(const std::string& event, const EventSink& subscriber) const;
+    void TellPresentState(const std::string& event, const EventSink& subscriber);
 
     /// Moves the world on by so much time of its own clock, in whole steps; the rest is kept for
     /// the next call. Events are told as they happen.
     void Advance(double seconds);
+    /// Moves it on by one step.
+    void Step();
 
     /// Writes the drive to a file from now on; see CTrackRecorder::Open().
     std::string RecordTrack(const std::string& path, const CStateFile* settings = nullptr)
@@ -96,6 +114,11 @@ public:
     }
     /// Has the world handed on each time that guidance has run.
     void OnGuidance(std::function<void(const CSimulation&)> sink) { m_guided = std::move(sink); }
+    /// Has a scenario happen from now on. What it calls is made on the spot, so that it repeats;
+    /// what is refused is logged.
+    void StartScenario(Scenario scenario);
+    /// Has the world handed on after each of its steps, with where its frame lies on the earth.
+    void OnStep(StepSink sink) { m_onStep = std::move(sink); }
     /// Ends that file; see CTrackRecorder::Close().
     void EndTrack(std::chrono::steady_clock::time_point deadline) { m_recorder.Close(deadline); }
     /// The names of all operations.
@@ -106,15 +129,17 @@ public:
     const CSimulation& World() const { return m_simulation; }
 
 private:
+    CSimulatorOperations::Step Stepping(bool stepped);
     Answer Call(ECall kind, const std::string& name, const BListC& arguments);
     Answer CallOnTheSpot(ECall kind, const std::string& name, const BListC& arguments);
-    void Step();
+    std::string Do(const ScenarioEvent& event);
     void TellChanges(bool guidanceRan);
     void LogDrop();
 
     CServiceLog m_log;
     CWorkQueue* m_work;
     EventSink m_publish;
+    EventWish m_wanted;
     CSimulation m_simulation;
     CKeptSettings m_kept;
     CWaylineKeeper m_waylines;
@@ -124,10 +149,15 @@ private:
     COffsetOperations m_offsets;
     CPositionOperations m_positions;
     CTuningOperations m_tuning;
+    CSimulatorOperations m_simulatorOperations;
+    CFaults m_faults;
+    CFaultOperations m_faultOperations;
+    CScenarioRun m_scenario;
     COperationTable m_operations;
     CEvents m_events;
     CTrackRecorder m_recorder;
     std::function<void(const CSimulation&)> m_guided;
+    StepSink m_onStep;
     double m_untakenSeconds = 0.0;
     bool m_wasDropped = false;
 };

@@ -7,7 +7,6 @@
 namespace {
 
 const char* const kEngage = "EngageSteering";
-const char* const kDisengage = "DisengageSteering";
 
 } // namespace
 
@@ -37,7 +36,7 @@ private:
 CServiceLink::CServiceLink(asio::io_context& loop, ServiceCoreOptions options, ServedSink served,
                            const MPIServerLimitsC& limits)
     : m_log(options.log), m_served(std::move(served)), m_server(loop, *this, limits), m_work(loop),
-      m_core(Publishing(std::move(options)))
+      m_core(Publishing(std::move(options))), m_clock(m_server, m_work, m_core)
 {
     m_work.OnDisengaged([this] { m_disengaged = m_server.Arrival() + 1; });
 }
@@ -46,6 +45,11 @@ CServiceLink::~CServiceLink() = default;
 
 ServiceCoreOptions CServiceLink::Publishing(ServiceCoreOptions options)
 {
+    // Who else takes events takes all of them.
+    options.wanted = [this,
+                      isAllWanted = static_cast<bool>(options.publish)](const std::string& event) {
+        return isAllWanted || m_server.IsWanted(event);
+    };
     options.publish = [this, also = std::move(options.publish)](const std::string& event,
                                                                 const BListC& payload) {
         m_server.Push(event, payload);
@@ -54,12 +58,15 @@ ServiceCoreOptions CServiceLink::Publishing(ServiceCoreOptions options)
         }
     };
     options.work = &m_work;
+    if (options.stepped) {
+        m_work.PrepareBeforePieces();
+    }
     return options;
 }
 
 bool CServiceLink::Overtakes(const std::string& name)
 {
-    return name == kDisengage;
+    return name == CSteeringOperations::kDisengage;
 }
 
 /// An EngageSteering that waited while steering was ended by hand, and so must not bring it back.
@@ -72,25 +79,35 @@ bool CServiceLink::IsOvertakenEngaging(const std::string& name)
 void CServiceLink::RequestReceived(ClientNumber client, std::uint64_t requestNumber,
                                    const std::string& name, const BListC& arguments)
 {
-    const CWhileServing serving(m_served, client);
-    Answer answer;
-    if (IsOvertakenEngaging(name)) {
-        answer.value = ToValue(false);
-    } else if (!m_core.Try(ECall::Request, name, arguments, answer)) {
-        Queue(ECall::Request, client, requestNumber, name);
-        return;
-    }
-    Reply(client, requestNumber, answer);
+    Serve(ECall::Request, client, requestNumber, name, arguments);
 }
 
 void CServiceLink::NotificationReceived(ClientNumber client, const std::string& name,
                                         const BListC& arguments)
 {
+    Serve(ECall::Notification, client, 0, name, arguments);
+}
+
+void CServiceLink::Serve(ECall kind, ClientNumber client, std::uint64_t requestNumber,
+                         const std::string& name, const BListC& arguments)
+try {
     const CWhileServing serving(m_served, client);
     Answer answer;
-    if (!IsOvertakenEngaging(name) && !m_core.Try(ECall::Notification, name, arguments, answer)) {
-        Queue(ECall::Notification, client, 0, name);
+    if (IsOvertakenEngaging(name)) {
+        answer.value = ToValue(false);
+    } else if (!m_core.Try(kind, name, arguments, answer)) {
+        Queue(kind, client, requestNumber, name);
+        return;
     }
+    if (kind == ECall::Request) {
+        Reply(client, requestNumber, answer);
+    }
+} catch (const CStepsPending& pending) {
+    m_clock.Advance(client, pending.Steps(), [this, kind, client, requestNumber] {
+        if (kind == ECall::Request) {
+            Reply(client, requestNumber, {ToValue(m_core.World().Time()), {}, nullptr});
+        }
+    });
 }
 
 void CServiceLink::Queue(ECall kind, ClientNumber client, std::uint64_t requestNumber,
@@ -203,6 +220,7 @@ void CServiceLink::ClientDisconnected(ClientNumber client, const std::string& re
         m_work.Forget(held->second);
         m_held.erase(held);
     }
+    m_clock.ClientGone(client);
     m_log.Write(ELogLevel::Debug, "client " + std::to_string(client) + " is gone: " + reason);
     if (m_recorder != nullptr) {
         m_recorder->ClientDisconnected(client, reason);

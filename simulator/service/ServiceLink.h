@@ -13,6 +13,7 @@
 #include "runtime/MPISocketServer.h"
 #include "simulator/output/ServiceLog.h"
 #include "simulator/service/ServiceCore.h"
+#include "simulator/service/SteppedClock.h"
 #include "simulator/work/WorkQueue.h"
 
 class CServiceRecorder;
@@ -23,7 +24,8 @@ class CServiceRecorder;
 /// A request that takes long is held, and with it what its client sends behind it; the others are
 /// served meanwhile. DisengageSteering overtakes all of that. What came before it and has not
 /// taken effect is without effect then, if it is an EngageSteering or a change of the line that
-/// takes long, whoever sent it. Thread safety: none; used from the thread that runs the loop.
+/// takes long, whoever sent it. While time is moved on by request, what all clients send is held
+/// (CSteppedClock). Thread safety: none; used from the thread that runs the loop.
 class CServiceLink : private MPIServiceHandlerC
 {
 public:
@@ -50,6 +52,15 @@ public:
     std::string RecordTo(const std::string& path);
     /// Ends the recording; see CServiceRecorder::Close().
     void EndRecording(std::chrono::steady_clock::time_point deadline);
+    /// Whether clients have sent something that has not been read, or wait to be taken.
+    bool HasUnread() const { return m_server.HasUnread(); }
+    /// Whether time is being moved on.
+    bool IsAdvancing() const { return m_clock.IsAdvancing(); }
+    /// Moves time on as for a client that asks for it; not while that is being done.
+    void Advance(int steps, std::function<void()> done)
+    {
+        m_clock.Advance(0, steps, std::move(done));
+    }
 
 private:
     void RequestReceived(ClientNumber client, std::uint64_t requestNumber, const std::string& name,
@@ -69,6 +80,8 @@ private:
     bool Overtakes(const std::string& name) override;
     class CWhileServing;
 
+    void Serve(ECall kind, ClientNumber client, std::uint64_t requestNumber,
+               const std::string& name, const BListC& arguments);
     ServiceCoreOptions Publishing(ServiceCoreOptions options);
     void Queue(ECall kind, ClientNumber client, std::uint64_t requestNumber,
                const std::string& name);
@@ -82,6 +95,7 @@ private:
     MPISocketServerC m_server;
     CWorkQueue m_work;
     CServiceCore m_core;
+    CSteppedClock m_clock;
     std::map<ClientNumber, CWorkQueue::Ticket> m_held; ///< whose requests are at their work
     /// The arrival after that of what last ended steering by hand, or of the last message before
     /// that, if it came from elsewhere.

@@ -13,7 +13,7 @@
 ///
 /// Columns: time_s; true_x_m, true_y_m, true_heading_rad; measured_x_m, measured_y_m;
 /// speed_mps; steering_angle_rad; cross_track_error_m and implement_cross_track_error_m, both true;
-/// pass; engaged.
+/// pass; engaged; receiver_drift_error_m.
 /// A slow disk or reader holds up nobody: lines wait for it, up to 4 MiB, and beyond that are left
 /// out. Thread safety: none.
 class CTrackRecorder

@@ -63,6 +63,7 @@ struct CWorkQueue::Task
     EAsker asker = EAsker::Client;
     std::uint64_t round = 0; ///< in each there is one operation of the page at most
     Attempt attempt;
+    Piece piece; ///< in place of the attempt
     int attempts = 0;
     std::vector<Made> made;
     std::shared_ptr<Job> job; ///< that is being made; null while none is
@@ -98,6 +99,17 @@ CWorkQueue::Ticket CWorkQueue::Add(Attempt attempt, EAsker asker)
         PostNext();
     }
     return task->ticket;
+}
+
+void CWorkQueue::AddInPieces(Piece piece)
+{
+    const auto task = std::make_shared<Task>();
+    task->ticket = ++m_lastTicket;
+    task->piece = std::move(piece);
+    Place(task);
+    if (m_tasks.size() == 1) {
+        PostNext();
+    }
 }
 
 std::shared_ptr<const BListC> CWorkQueue::Keep(std::unique_ptr<BListC> arguments)
@@ -185,7 +197,29 @@ void CWorkQueue::Next()
         return;
     }
     const std::shared_ptr<Task> task = m_tasks.front();
-    Call(task);
+    if (task->piece) {
+        TakePiece(task);
+    } else {
+        Call(task);
+    }
+}
+
+void CWorkQueue::TakePiece(const std::shared_ptr<Task>& task)
+{
+    m_isInPieces = true;
+    if (m_toPrepare) {
+        const CWorkPending pending = *std::exchange(m_toPrepare, std::nullopt);
+        Prepare(pending, [this, task] { TakePiece(task); });
+    } else if (task->piece()) {
+        m_isInPieces = false;
+        End(task);
+    } else {
+        asio::post(m_loop, [this, alive = m_alive, task] {
+            if (*alive) {
+                TakePiece(task);
+            }
+        });
+    }
 }
 
 void CWorkQueue::Call(const std::shared_ptr<Task>& task)
@@ -281,14 +315,21 @@ void CWorkQueue::EndIfOvertaken() const
 
 void CWorkQueue::Prepare(const CWorkPending& pending)
 {
-    if (m_preparing) {
-        return;
+    if (m_preparesLate) {
+        m_toPrepare.emplace(pending);
+    } else if (!m_preparing) {
+        Prepare(pending, [] {});
     }
+}
+
+void CWorkQueue::Prepare(const CWorkPending& pending, std::function<void()> then)
+{
     m_preparing = std::make_shared<Job>(pending);
-    MakeAside(m_preparing, [this](Made made) {
+    MakeAside(m_preparing, [this, then = std::move(then)](Made made) {
         m_preparing = nullptr;
         Discard(m_prepared);
         m_prepared = std::make_shared<const Made>(std::move(made));
+        then();
     });
 }
 

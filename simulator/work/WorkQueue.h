@@ -27,6 +27,10 @@
 /// quick, and takes effect as a whole, on the loop's thread. Calculations use inputs that never
 /// change, and there are no locks.
 ///
+/// What moves the world on is done in its turn too, in pieces on the loop itself. A calculation
+/// that nobody waits for is made before the next of them where the clock is stepped, and otherwise
+/// at once.
+///
 /// One operation is at its work at a time. Those of a client have their turns in the order in which
 /// they were queued; those of the page one at a time between the clients', however many wait.
 ///
@@ -36,6 +40,8 @@ class CWorkQueue final : public CLongWork
 public:
     /// An operation to call until it throws CWorkPending no more.
     using Attempt = std::function<void()>;
+    /// What is called until it returns true.
+    using Piece = std::function<bool()>;
     using Ticket = std::uint64_t;
     /// Whose operation it is.
     enum class EAsker
@@ -58,6 +64,16 @@ public:
 
     /// Queues an operation that has thrown CWorkPending.
     Ticket Add(Attempt attempt, EAsker asker = EAsker::Client);
+    /// Queues what is done in pieces, with other work of the loop between them. It cannot be
+    /// dropped.
+    void AddInPieces(Piece piece);
+    /// Whether that has begun and is not through: nothing else takes effect meanwhile.
+    bool IsInPieces() const { return m_isInPieces; }
+    /// What is prepared from now on is made before the next piece, whenever it was asked for, so
+    /// that what happens does not depend on how long it takes.
+    void PrepareBeforePieces() { m_preparesLate = true; }
+    /// Whether something is to be prepared before the next piece.
+    bool IsToPrepare() const { return m_toPrepare.has_value(); }
     /// Keeps what an operation works on: it is destroyed on the loop, little by little, wherever
     /// the last who shares it lets it go.
     std::shared_ptr<const BListC> Keep(std::unique_ptr<BListC> arguments);
@@ -93,6 +109,8 @@ private:
     void PostNext();
     void Next();
     void Call(const std::shared_ptr<Task>& task);
+    void TakePiece(const std::shared_ptr<Task>& task);
+    void Prepare(const CWorkPending& pending, std::function<void()> then);
     void End(const std::shared_ptr<Task>& task);
     void MakeAside(const std::shared_ptr<Job>& job, std::function<void(Made)> take);
     static void EndChange(Task& task, const char* reason);
@@ -102,6 +120,9 @@ private:
     std::shared_ptr<Task> m_present;           ///< whose attempt is being made
     std::shared_ptr<Job> m_preparing;          ///< that nobody waits for
     std::shared_ptr<const Made> m_prepared;    ///< the last of those
+    std::optional<CWorkPending> m_toPrepare;   ///< before the next piece
+    bool m_preparesLate = false;
+    bool m_isInPieces = false;
     std::function<void()> m_disengaged;
     Ticket m_lastTicket = 0;
     bool m_onTheSpot = false;

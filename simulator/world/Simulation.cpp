@@ -11,13 +11,23 @@
 namespace {
 
 constexpr double kControlSeconds = CSimulation::kStepSeconds * CSimulation::kStepsPerControl;
-/// The gains are those of this speed for a slower machine, metres per second.
-constexpr double kLeastGainSpeed = 0.3;
+
+/// How far beyond square to the line a machine is turned before it counts as looking the other way,
+/// so that the noise of the heading does not move the line to and fro.
+constexpr double kTurnTolerance = Radians(5.0);
 
 /// Whether a line has parallel passes. What was driven is followed as it was driven.
 bool Repeats(ELineKind kind)
 {
     return kind != ELineKind::Recorded;
+}
+
+/// The receiver's options, which have its kind too.
+ReceiverOptions MountingOf(const SimulationOptions& options)
+{
+    ReceiverOptions mounting = options.mounting;
+    mounting.kind = options.receiver;
+    return mounting;
 }
 
 /// Whether a line is smoothed by the curve filter.
@@ -31,15 +41,21 @@ bool IsDriven(ELineKind kind)
 CSimulation::State::State(const SimulationOptions& startOptions, CLongWork* longWork)
     : options(startOptions),
       machine(options.startPose, options.speed, CSteering(options.centreBias, options.backlash)),
-      ground(options.ground, options.seed),
-      receiver(options.receiver, options.seed, kControlSeconds),
-      estimator(AccuracyOf(options.receiver)), work(longWork), line(looks, longWork),
-      definition(std::make_shared<const LineDefinition>())
+      implement(options.implement, machine.TruePose()), ground(options.ground, options.seed),
+      receiver(MountingOf(options), options.seed, kControlSeconds),
+      terrain(options.terrain, options.seed), conditions(options.conditions),
+      estimator(AccuracyOf(options.receiver)), fed(options.leastFix), work(longWork),
+      line(looks, longWork), definition(std::make_shared<const LineDefinition>())
 {
     settings.speedSetPoint = options.speed;
+    settings.guide = options.guide;
     Arrange(line, settings, *definition);
-    measured = receiver.Measure(machine.TruePose());
-    estimator.Correct(measured);
+    machine.SetValve(conditions.valve);
+    if (options.hasTyres) {
+        machine.SetTyres({});
+    }
+    measured = machine.TruePose();
+    Measure();
 }
 
 double CSimulation::State::ControlSpeed() const
@@ -49,20 +65,27 @@ double CSimulation::State::ControlSpeed() const
 
 Pose CSimulation::State::ControlPose() const
 {
-    return fed.Active() ? fed.Now() : estimator.Estimate().pose;
+    return fed.Active() ? fed.Now().pose : estimator.Estimate().pose;
 }
 
 double CSimulation::State::CountedImplementOffset(const SimulationSettings& of,
-                                                  const LineDefinition& line)
+                                                  const LineDefinition& line, bool against)
 {
     const bool counts = line.kind != ELineKind::Spline || of.splinesUseImplementOffset;
-    return counts ? of.implementOffset : 0.0;
+    const double offset = against ? -of.implementOffset : of.implementOffset;
+    return counts ? offset : 0.0;
+}
+
+double CSimulation::State::ShiftOf(const SimulationSettings& of, const LineDefinition& line,
+                                   bool against)
+{
+    return of.nudge + of.fieldOffset + CountedImplementOffset(of, line, against);
 }
 
 void CSimulation::State::Arrange(CFollowedLine& placed, const SimulationSettings& by,
                                  const LineDefinition& of) const
 {
-    placed.Arrange(by.implementWidth, by.nudge + by.fieldOffset + CountedImplementOffset(by, of));
+    placed.Arrange(by.implementWidth, ShiftOf(by, of, facesAgainst));
 }
 
 void CSimulation::State::EndIfOvertaken() const
@@ -100,15 +123,7 @@ void CSimulation::State::LocateOnLine()
     const Point place = ControlPose().position;
     const bool engaged = engagement.Engaged();
     if (!engaged) {
-        try {
-            CFollowedLine chosen = line;
-            chosen.ChoosePass(place);
-            Become(std::move(chosen));
-        } catch (const CWorkPending& pending) {
-            work->Prepare(pending);
-        } catch (const CWorkEnded&) {
-            // The present pass stays until a later look.
-        }
+        ChoosePass(place);
     }
     line.MoveTo(place, !engaged);
     if (!engaged) {
@@ -116,13 +131,42 @@ void CSimulation::State::LocateOnLine()
     }
 }
 
-void CSimulation::State::FaceLine()
+void CSimulation::State::ChoosePass(const Point& place)
+try {
+    CFollowedLine chosen = line;
+    chosen.ChoosePass(place);
+    Become(std::move(chosen));
+} catch (const CWorkPending& pending) {
+    work->Prepare(pending);
+} catch (const CWorkEnded&) {
+    // The present pass stays until a later look.
+}
+
+bool CSimulation::State::LooksAgainst(double lineHeading, double tolerance) const
 {
-    if (!line.Shape()) {
+    const double turn = std::abs(NormaliseTurn(ControlPose().heading - lineHeading));
+    return turn > kPi / 2.0 + (facesAgainst ? -tolerance : tolerance);
+}
+
+/// A machine that has turned round has the implement on the other side of the line, so that the
+/// line is followed elsewhere. Where that takes long to make, it still faces as before until then.
+void CSimulation::State::FaceLine()
+try {
+    if (!line.Shape() ||
+        LooksAgainst(line.Position().foot.heading, kTurnTolerance) == facesAgainst) {
         return;
     }
-    const double lineHeading = line.Position().foot.heading;
-    facesAgainst = std::abs(NormaliseTurn(ControlPose().heading - lineHeading)) > kPi / 2.0;
+    const Point place = ControlPose().position;
+    CFollowedLine turned = line;
+    turned.Turn(settings.implementWidth, ShiftOf(settings, *definition, !facesAgainst));
+    turned.ChoosePass(place);
+    turned.MoveTo(place, true);
+    Become(std::move(turned));
+    facesAgainst = !facesAgainst;
+} catch (const CWorkPending& pending) {
+    work->Prepare(pending);
+} catch (const CWorkEnded&) {
+    // It faces as before until a later look.
 }
 
 bool CSimulation::State::IsSmoothed() const
@@ -151,11 +195,13 @@ try {
     }
     CFollowedLine replaced = line;
     replaced.SetBase(std::move(built.shape), Repeats(newLine->kind));
-    Arrange(replaced, settings, *newLine);
-    replaced.Follow(FollowOfNewLine(), ControlPose().position);
+    const Point place = ControlPose().position;
+    const bool against = LooksAgainst(replaced.HeadingBeside(place), 0.0);
+    replaced.Arrange(settings.implementWidth, ShiftOf(settings, *newLine, against));
+    replaced.Follow(FollowOfNewLine(), place);
     Become(std::move(replaced));
     definition = newLine;
-    FaceLine();
+    facesAgainst = against;
     if (work != nullptr) {
         work->LineReplaced();
     }
@@ -189,6 +235,7 @@ try {
     EndIfOvertaken();
     SimulationSettings start;
     start.speedSetPoint = options.speed;
+    start.guide = options.guide;
     CFollowedLine restored = line;
     if (start.curveFilterSize != settings.curveFilterSize && IsSmoothed()) {
         BuiltLine built = Built(definition, start.curveFilterSize);
@@ -222,81 +269,12 @@ try {
     return COutcome::Overtaken(ended.what());
 }
 
-double CSimulation::State::HeadingErrorNow() const
-{
-    const double lineHeading = line.Position().foot.heading + (facesAgainst ? kPi : 0.0);
-    return NormaliseTurn(ControlPose().heading - lineHeading);
-}
-
-EngageSituation CSimulation::State::Situation() const
-{
-    EngageSituation situation;
-    situation.navigationActive = navigationActive;
-    situation.positionFresh = !fed.Active() || fed.Fresh();
-    situation.lineLeft = line.Shape() != nullptr;
-    situation.implementWidth = settings.implementWidth;
-    situation.speed = ControlSpeed();
-    if (situation.lineLeft) {
-        situation.distance = line.Position().distance;
-        situation.headingError = HeadingErrorNow();
-    }
-    return situation;
-}
-
-TrackingGains CSimulation::State::Gains() const
-{
-    return GainsFor(settings.tuning, settings.lookAheadTime,
-                    std::max(kLeastGainSpeed, std::abs(ControlSpeed())));
-}
-
-void CSimulation::State::Control()
-{
-    looks.left = LookBudget::kFull;
-    if (!fed.Active()) {
-        measured = receiver.Measure(machine.TruePose());
-        estimator.Correct(measured);
-    }
-    LocateOnLine();
-    engagement.Check(Situation(), settings.engage, kControlSeconds);
-    command = 0.0;
-    if (engagement.Engaged()) {
-        const MotionEstimate motion =
-            fed.Active() ? MotionEstimate{fed.Now(), 0.0, 0.0} : estimator.Estimate();
-        command = controller.Command(
-            {motion, ControlSpeed(), machine.Steering().SensorAngle(), facesAgainst}, *line.Shape(),
-            line.Position().station, Gains());
-    }
-}
-
 CSimulation::CSimulation(const SimulationOptions& options, CLongWork* work)
     : m_state(std::make_unique<State>(options, work))
 {
 }
 
 CSimulation::~CSimulation() = default;
-
-void CSimulation::Step()
-{
-    State& state = *m_state;
-    ++state.steps;
-    if (state.fed.Age(kStepSeconds)) {
-        // Its own machine has stood where it was; what was known of it is out of date.
-        state.estimator.Reset();
-        state.measured = state.receiver.Measure(state.machine.TruePose());
-        state.estimator.Correct(state.measured);
-    }
-    if (state.fed.Active()) {
-        state.machine.StepSteering(state.command);
-    } else {
-        state.machine.Step(state.command, state.settings.speedSetPoint,
-                           state.ground.NextSideSlip());
-        state.estimator.Predict(state.machine.Speed(), state.machine.Steering().SensorAngle());
-    }
-    state.controlRan = state.steps % kStepsPerControl == 0;
-    if (state.controlRan) {
-        state.Control();
-    }
-}
 
 double CSimulation::Time() const
 {
@@ -330,6 +308,7 @@ bool CSimulation::ClearLine()
     none.SetBase(nullptr, false);
     state.Become(std::move(none));
     state.definition = std::make_shared<const LineDefinition>();
+    state.facesAgainst = false;
     return true;
 }
 
@@ -376,9 +355,13 @@ void CSimulation::Disengage()
 
 COutcome CSimulation::Feed(const FedPosition& sample)
 {
-    COutcome outcome = m_state->fed.Take(sample, m_state->ControlPose());
+    State& state = *m_state;
+    COutcome outcome = state.fed.Take(sample, state.ControlPose(), Engaged());
+    if (const std::optional<double> jump = state.fed.TakeJump()) {
+        state.engagement.DropForJump(*jump);
+    }
     if (outcome) {
-        m_state->LocateOnLine();
+        state.LocateOnLine();
     }
     return outcome;
 }

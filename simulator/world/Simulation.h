@@ -12,10 +12,21 @@
 #include "simulator/guidance/LineDefinition.h"
 #include "simulator/guidance/Tuning.h"
 #include "simulator/machine/Ground.h"
+#include "simulator/machine/Implement.h"
 #include "simulator/machine/Machine.h"
 #include "simulator/machine/Pose.h"
 #include "simulator/machine/Receiver.h"
+#include "simulator/machine/SatelliteReceiver.h"
+#include "simulator/machine/Terrain.h"
+#include "simulator/world/Conditions.h"
 #include "simulator/world/FedPositions.h"
+
+/// What guidance keeps on the line.
+enum class EGuide
+{
+    Machine,   ///< the middle of the rear axle
+    Implement, ///< the implement's middle
+};
 
 /// What a simulation starts with.
 struct SimulationOptions
@@ -26,8 +37,16 @@ struct SimulationOptions
     EGround ground = EGround::Firm;
     double centreBias = 0.0; ///< radians by which the wheels stand right of what the sensor says
     double backlash = 0.0;   ///< radians of play between the actuator and the wheels
+    ELeastFix leastFix = ELeastFix::RtkFloat; ///< of positions from outside that are steered by
+    ImplementGeometry implement;
+    EGuide guide = EGuide::Machine; ///< at the start and after RestoreSettings()
     Pose startPose;
-    double speed = 0.0; ///< metres per second, at the start and as the first speed set point
+    double speed = 0.0;    ///< metres per second, at the start and as the first speed set point
+    bool hasTyres = false; ///< it rolls on tyres that give, not as its wheels point
+    TerrainOptions terrain;
+    ReceiverOptions mounting;       ///< of the receiver; its kind is the one above
+    std::optional<double> treeLine; ///< x of trees in a row to the north, metres; none without
+    WorldConditions conditions;     ///< as they are at the start
 };
 
 /// Where the machine is relative to the line that it follows.
@@ -140,8 +159,9 @@ public:
     COutcome SetLowSpeedTimeout(double seconds);
     double LowSpeedTimeout() const;
 
-    // Offsets, which move the line at once: metres, positive to its right. Refused unless finite
-    // and within 1000 m.
+    // Offsets, which move the line at once: metres, positive to its right, but the implement's
+    // positive to the right of the direction in which the machine looks. Refused unless finite and
+    // within 1000 m.
 
     COutcome SetNudge(double metres);
     double Nudge() const;
@@ -152,7 +172,7 @@ public:
     COutcome SetSplinesUseImplementOffset(bool use);
     bool SplinesUseImplementOffset() const;
     /// The whole shift of the line that is set: nudge + field offset + implement offset as it
-    /// counts.
+    /// counts, to the right of the line. It changes when the machine turns round.
     double LineShift() const;
     /// The unit vector to the right of the line at the machine; nothing without a line.
     std::optional<Point> RightOfLine() const;
@@ -161,6 +181,11 @@ public:
     double ImplementWidth() const;
 
     // The controller.
+
+    /// What is kept on the line; may be changed at any time. A machine with a trailed implement is
+    /// itself kept on the line while it moves backwards.
+    void SetGuide(EGuide guide);
+    EGuide Guide() const;
 
     CTuning& Tuning();
     const CTuning& Tuning() const;
@@ -192,10 +217,20 @@ public:
     /// Whether fed samples are the machine's position now.
     bool FedMode() const;
 
+    // What may happen to the machine.
+
+    /// Changes what is around the machine and in it, from the next step on.
+    void SetConditions(const WorldConditions& conditions);
+    const WorldConditions& Conditions() const;
+    /// How the machine leans on the ground.
+    Attitude Lean() const;
+
     // What the service knows.
 
     /// The last pose that the receiver measured.
     Pose MeasuredPose() const;
+    /// What the receiver says beside that pose.
+    ReceiverReport Reported() const;
     /// What guidance makes of the measurements; smoother, and what a driven line is recorded from.
     Pose EstimatedPose() const;
     /// Metres per second, negative backwards.
@@ -211,6 +246,13 @@ public:
     /// Points of the followed pass every 2 m, from 50 m behind to 150 m ahead of the machine in the
     /// direction driven; fewer where the line ends, once round for a circle, none without a line.
     std::vector<Point> FollowedPoints() const;
+    /// Of the implement's middle to the pass that it works, from the estimated pose, metres; 0
+    /// without a line.
+    double ImplementCrossTrackError() const;
+    /// The implement's middle, from the estimated pose.
+    Point ImplementPoint() const;
+    /// Where the implement looks, radians clockwise from north.
+    double ImplementHeading() const;
     /// Changes whenever another pass is followed, and whenever the followed one gets another place
     /// or shape.
     int FollowedPassRevision() const;
@@ -232,10 +274,14 @@ public:
     /// Of the machine's reference point to the followed pass, metres; 0 without a line.
     double TrueCrossTrackError() const;
     /// Of the implement point to the pass that it works, which is the followed pass without the
-    /// implement offset; 0 without a line. The implement is carried 2 m behind the rear axle, by
-    /// the implement offset to the left.
+    /// implement offset; 0 without a line.
     double TrueImplementCrossTrackError() const;
+    /// The implement's middle, which is the implement offset to the left of its hanger.
     Point TrueImplementPoint() const;
+    /// What the receiver's drift has of both errors, of which guidance can know nothing: by how
+    /// much a machine is beside its line that is on it by all that it measures. The rest is
+    /// guidance's. 0 without a line and in fed mode.
+    double ReceiverDriftError() const;
     /// How many parts of the line have been looked at since the start, to find the machine on it.
     std::uint64_t Looks() const;
 

@@ -12,8 +12,6 @@
 
 namespace {
 
-/// How far the implement is carried behind the rear axle, metres.
-constexpr double kImplementBehind = 2.0;
 constexpr double kDrawnBehind = 50.0;
 constexpr double kDrawnAhead = 150.0;
 constexpr double kDrawnSpacing = 2.0;
@@ -93,6 +91,11 @@ bool CSimulation::FedMode() const
 Pose CSimulation::MeasuredPose() const
 {
     return FedMode() ? m_state->fed.Sampled() : m_state->measured;
+}
+
+ReceiverReport CSimulation::Reported() const
+{
+    return FedMode() ? ReceiverReport() : m_state->receiver.Report();
 }
 
 Pose CSimulation::EstimatedPose() const
@@ -188,7 +191,7 @@ bool CSimulation::TakesNearestPass() const
 
 Pose CSimulation::TruePose() const
 {
-    return FedMode() ? m_state->fed.Now() : m_state->machine.TruePose();
+    return FedMode() ? m_state->fed.Now().pose : m_state->machine.TruePose();
 }
 
 double CSimulation::TrueCrossTrackError() const
@@ -207,19 +210,51 @@ std::uint64_t CSimulation::Looks() const
 
 Point CSimulation::TrueImplementPoint() const
 {
-    const Pose pose = TruePose();
-    return Moved(pose.position, pose.heading, -kImplementBehind,
-                 -m_state->settings.implementOffset);
+    return m_state->implement.Middle(m_state->settings.implementOffset);
+}
+
+double CSimulation::ReceiverDriftError() const
+{
+    const std::optional<Point> right = RightOfLine();
+    if (!right || FedMode()) {
+        return 0.0;
+    }
+    const Point drift = m_state->receiver.Drift();
+    return -(drift.x * right->x + drift.y * right->y);
 }
 
 double CSimulation::TrueImplementCrossTrackError() const
 {
-    const CLineShape* shape = m_state->line.Shape();
-    if (!shape) {
+    return m_state->ImplementErrorAt(TrueImplementPoint());
+}
+
+Point CSimulation::ImplementPoint() const
+{
+    // Seen from the machine, the implement is where it is.
+    const Pose truth = TruePose();
+    const Pose found = EstimatedPose();
+    const Point place = TrueImplementPoint();
+    return Moved(found.position, found.heading, AheadOf(truth.position, truth.heading, place),
+                 RightwardOf(truth.position, truth.heading, place));
+}
+
+double CSimulation::ImplementHeading() const
+{
+    return NormaliseHeading(EstimatedPose().heading + m_state->implement.Heading() -
+                            TruePose().heading);
+}
+
+double CSimulation::ImplementCrossTrackError() const
+{
+    return m_state->ImplementErrorAt(ImplementPoint());
+}
+
+double CSimulation::State::ImplementErrorAt(const Point& place) const
+{
+    if (!line.Shape()) {
         return 0.0;
     }
-    const Projection place =
-        shape->ProjectNear(TrueImplementPoint(), m_state->line.Position().station);
     // The followed pass lies aside of the worked one by the implement offset.
-    return place.crossTrack + m_state->CountedImplementOffset();
+    return line.Shape()->ProjectNear(place, line.Position().station).crossTrack +
+           CountedImplementOffset();
 }

@@ -132,8 +132,7 @@ bool CSimulation::SplinesUseImplementOffset() const
 
 double CSimulation::LineShift() const
 {
-    const SimulationSettings& settings = m_state->settings;
-    return settings.nudge + settings.fieldOffset + m_state->CountedImplementOffset();
+    return State::ShiftOf(m_state->settings, *m_state->definition, m_state->facesAgainst);
 }
 
 COutcome CSimulation::SetImplementWidth(double metres)
@@ -156,6 +155,16 @@ CTuning& CSimulation::Tuning()
 const CTuning& CSimulation::Tuning() const
 {
     return m_state->settings.tuning;
+}
+
+void CSimulation::SetGuide(EGuide guide)
+{
+    m_state->settings.guide = guide;
+}
+
+EGuide CSimulation::Guide() const
+{
+    return m_state->settings.guide;
 }
 
 void CSimulation::ResetIntegral()

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <memory>
 
+#include "simulator/guidance/AdaptiveEstimator.h"
 #include "simulator/guidance/Engagement.h"
 #include "simulator/guidance/LineBuilder.h"
-#include "simulator/guidance/PoseEstimator.h"
 #include "simulator/guidance/SteeringController.h"
 #include "simulator/world/Simulation.h"
 
@@ -23,6 +23,7 @@ struct SimulationSettings
     double lookAheadTime = 1.6;
     int curveFilterSize = 11;
     CTuning tuning;
+    EGuide guide = EGuide::Machine;
 };
 
 /// All that a simulation is made of, and what its operations share.
@@ -30,6 +31,13 @@ struct CSimulation::State
 {
     State(const SimulationOptions& startOptions, CLongWork* longWork);
 
+    // Has the receiver measure, and guidance take that in or reckon on without.
+    void Measure();
+    // Begins anew with what the receiver measures, as after fed positions.
+    void MeasureAnew();
+    Attitude Lean() const;
+    Reception ReceptionNow() const;
+    double ManualCommand() const;
     // Runs guidance: measures, finds the pose, looks at the conditions, steers.
     void Control();
     // Takes the machine's present pose over into where it is on the line. A pass that it has moved
@@ -52,19 +60,34 @@ struct CSimulation::State
     double ControlSpeed() const;
     Pose ControlPose() const;
     double HeadingErrorNow() const;
-    double CountedImplementOffset() const { return CountedImplementOffset(settings, *definition); }
-    static double CountedImplementOffset(const SimulationSettings& of, const LineDefinition& line);
+    // The implement offset as it shifts the line to its right.
+    double CountedImplementOffset() const
+    {
+        return CountedImplementOffset(settings, *definition, facesAgainst);
+    }
+    static double CountedImplementOffset(const SimulationSettings& of, const LineDefinition& line,
+                                         bool against);
+    static double ShiftOf(const SimulationSettings& of, const LineDefinition& line, bool against);
     bool IsSmoothed() const;
     BuiltLine Built(const LineDefinitionPtr& of, int filterSize) const;
     EngageSituation Situation() const;
     TrackingGains Gains() const;
+    SteeringInput OwnSteering() const;
+    SteeringInput FedSteering() const;
+    bool ControlIsDue();
+    double ImplementErrorAt(const Point& place) const;
+    std::optional<ImplementOnMachine> GuidedImplement() const;
 
     SimulationOptions options;
     SimulationSettings settings;
     CMachine machine;
+    CImplement implement;
     CGround ground;
-    CReceiver receiver;
-    CPoseEstimator estimator;
+    CSatelliteReceiver receiver;
+    CTerrain terrain;
+    WorldConditions conditions;
+    double reckoned = 0.0; ///< seconds since the last position that guidance could use
+    CAdaptiveEstimator estimator;
     CFedPositions fed;
     CLongWork* work;  ///< null to have all calculated on the spot
     LookBudget looks; ///< filled each time that guidance runs
@@ -76,13 +99,16 @@ struct CSimulation::State
     void Arrange(CFollowedLine& placed, const SimulationSettings& by,
                  const LineDefinition& of) const;
     void Become(CFollowedLine&& changed);
+    bool LooksAgainst(double lineHeading, double tolerance) const;
     void FaceLine();
+    void ChoosePass(const Point& place);
     void EndIfOvertaken() const;
 
     bool facesAgainst = false; ///< the machine looks against the direction of the line
     bool controlRan = false;
     std::uint64_t steps = 0;
-    double command = 0.0; ///< of the steering; straight ahead while not engaged
+    std::uint64_t controlledAt = 0; ///< of the steps
+    double command = 0.0;           ///< of the steering; straight ahead while not engaged
     Pose measured;
 };
 

@@ -65,8 +65,8 @@ class Simulator(Service):
 class Client:
     """A client that speaks MessagePack-RPC over a socket of its own."""
 
-    def __init__(self, host="127.0.0.1"):
-        self.socket = socket.create_connection((host, PORT), timeout=DEADLINE_SECONDS)
+    def __init__(self, host="127.0.0.1", port=PORT):
+        self.socket = socket.create_connection((host, port), timeout=DEADLINE_SECONDS)
         self.unpacker = msgpack.Unpacker()
         self.number = 0
         self.events = []

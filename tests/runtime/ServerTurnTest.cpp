@@ -56,6 +56,7 @@ public:
     void FirstTurnWanted(ServerConnectionC& connection) override { connection.TakeFirstTurn(); }
     void TurnWanted(ServerConnectionC&) override { ++turnsWanted; }
     void SendingWanted(ServerConnectionC&) override {}
+    void AllSent() override {}
     void ProgressAwaited(ServerConnectionC&) override {}
     void HeldChanged(std::size_t, std::size_t) override {}
 

@@ -1,7 +1,9 @@
 #include "simulator/operations/Events.h"
 
 #include <map>
+#include <memory>
 #include <random>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -155,6 +157,20 @@ TEST(ServiceEvents, TellTheLastOfManyValuesWhenGuidanceRunsNext)
     EXPECT_EQ(Texts{}, service.Told("cb_offsets"));
     service.Notify("set_nudge", "[1, 0.4]");
     EXPECT_EQ(Texts{"[0.4]"}, service.Told("cb_offsets"));
+}
+
+TEST(ServiceEvents, TellTheShiftAnewWhenTheLineIsDrivenTheOtherWay)
+{
+    Service service;
+    service.NavigateNorth();
+    service.Request("set_nudge", "[1, 0.125]");
+    service.Request("SetImplementOffset", "[1, 0.5]");
+    service.Advance(0.2);
+    service.Forget();
+
+    service.Request("set_wayline", "[0, 0.0, 100.0, 0.0, 0.0, 0.0, 0.0]");
+
+    EXPECT_EQ(Texts{"[-0.375]"}, service.Told("cb_offsets"));
 }
 
 TEST(ServiceEvents, TellNothingOfAValueThatIsAgainWhatWasTold)
@@ -418,6 +434,70 @@ TEST(ServiceEvents, AreTheSameForTheSameSeed)
 
     EXPECT_EQ(drive(7), drive(7));
     EXPECT_NE(drive(7), drive(8));
+}
+
+/// A service core whose events are wanted by name, and what has been told.
+struct WantedEvents
+{
+    WantedEvents()
+    {
+        ServiceCoreOptions options;
+        options.simulation.receiver = EReceiver::Ideal;
+        options.simulation.speed = 2.0;
+        options.wanted = [this](const std::string& event) { return wanted.count(event) != 0; };
+        options.publish = [this](const std::string& event, const BListC& payload) {
+            told.push_back(event + " " + TextOf(&payload));
+        };
+        core = std::make_unique<CServiceCore>(std::move(options));
+    }
+    void Want(const std::string& event)
+    {
+        wanted.insert(event);
+        core->TellPresentState(event, [this](const std::string& name, const BListC& payload) {
+            told.push_back(name + " " + TextOf(&payload));
+        });
+    }
+    void Nudge(const std::string& metres)
+    {
+        core->Request("Nudge", *ListFrom("[1, 0, " + metres + "]"));
+    }
+
+    std::set<std::string> wanted;
+    Texts told;
+    std::unique_ptr<CServiceCore> core;
+};
+
+TEST(ServiceEvents, AreToldOfNothingThatNobodyWants)
+{
+    WantedEvents service;
+    service.core->Advance(2.0);
+    service.Nudge("0.5");
+    EXPECT_EQ(Texts{}, service.told);
+    service.wanted.insert("cb_relative_position");
+    service.core->Advance(0.2);
+    EXPECT_EQ(2u, service.told.size());
+}
+
+TEST(ServiceEvents, CountChangesFromWhatALateSubscriberWasTold)
+{
+    WantedEvents service;
+    service.Nudge("0.5");
+    service.core->Advance(1.0);
+    service.Want("cb_offsets");
+    service.core->Advance(1.0);
+    EXPECT_EQ(Texts{"cb_offsets [0.5]"}, service.told);
+    service.Nudge("0.75");
+    EXPECT_EQ((Texts{"cb_offsets [0.5]", "cb_offsets [0.75]"}), service.told);
+
+    // Wanted by nobody for a while, in which the value goes and comes back.
+    service.wanted.clear();
+    service.Nudge("0.25");
+    service.core->Advance(1.0);
+    service.told.clear();
+    service.Want("cb_offsets");
+    service.Nudge("0.75");
+    service.core->Advance(1.0);
+    EXPECT_EQ((Texts{"cb_offsets [0.25]", "cb_offsets [0.75]"}), service.told);
 }
 
 } // namespace

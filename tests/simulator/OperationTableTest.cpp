@@ -25,7 +25,15 @@ struct Row
 const std::vector<Row> kFurtherRows{
     {"why_not_engaged", "[]", "[]", "[text]"},
     {"why_refused", "[text]", "['EngageSteering']", "nil"},
+    {"simulator_advance", "[double]", "[0.2]", "double"},
+    {"simulator_time", "[]", "[]", "double"},
+    {"simulator_fault", "[text, double or text, double]", "['slope', 8.0, 10.0]", "int"},
+    {"simulator_faults", "[]", "[]",
+     "[list, list, list, list, list, list, list, list, list, list]"},
+    {"simulator_describe", "[]", "[]", "text"},
     {"simulator_keeps", "[]", "[]", "int"},
+    {"simulator_set_guide", "[text]", "['implement']", "int"},
+    {"simulator_guide", "[]", "[]", "text"},
     {"calculate_headings", "[list, ...]", "[[5], [6]]", "[double, double]"},
     {"get_wayline", "[]", "[]", "nil"},
     {"SetPositionData", "[text]",
@@ -60,7 +68,14 @@ std::string ShapeOf(const BElementC* value)
     if (const auto* list = dynamic_cast<const BListC*>(value)) {
         return DescribeTypes(*list);
     }
-    return value->Type() == EBElementType::Integer ? "int" : "double";
+    switch (value->Type()) {
+    case EBElementType::Integer:
+        return "int";
+    case EBElementType::String:
+        return "text";
+    default:
+        return "double";
+    }
 }
 
 TEST(ServiceOperations, AreAllInTheTable)
@@ -170,19 +185,20 @@ TEST(ServiceOperations, RefuseATextThatIsTooLong)
             }
             ++texts;
             const std::string longest(kLongestTextArgument, '1');
-            const std::string reply = Service().Request(name, "['" + longest + "']");
+            const std::string others = name == "simulator_fault" ? "', 8.0, 10.0]" : "']";
+            const std::string reply = Service().Request(name, "['" + longest + others);
             EXPECT_EQ(std::string::npos, reply.find("too long")) << reply;
 
             const std::string refusal =
                 name + ": a text of 4097 bytes is too long, allowed is 4096";
             Service service;
-            EXPECT_EQ("error: " + refusal, service.Request(name, "['" + longest + "1']"));
+            EXPECT_EQ("error: " + refusal, service.Request(name, "['" + longest + "1" + others));
             service.Forget();
-            service.Notify(name, "['" + longest + "1']");
+            service.Notify(name, "['" + longest + "1" + others);
             EXPECT_EQ("notification ignored: " + refusal + "\n", service.Log());
         }
     }
-    EXPECT_EQ(2, texts);
+    EXPECT_EQ(3, texts);
 }
 
 TEST(ServiceOperations, RefuseTooManyLists)

@@ -27,6 +27,7 @@ Service::Service(SimulationOptions world, KeptValues kept)
         m_events.push_back({event, TextOf(&payload)});
     };
     options.log = [this](ELogLevel, const std::string& line) { m_log += line + "\n"; };
+    options.stepped = true;
     m_core = std::make_unique<CServiceCore>(std::move(options));
 }
 

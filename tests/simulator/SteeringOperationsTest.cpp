@@ -276,4 +276,21 @@ TEST(SteeringOperations, RefuseToEngageWithoutAFreshPosition)
     EXPECT_EQ("EngageSteering refused: no fresh position has come for 1 s\n", service.Log());
 }
 
+TEST(SteeringOperations, ChangeWhatIsKeptOnTheLine)
+{
+    Service service;
+    EXPECT_EQ("'machine'", service.Request("simulator_guide", "[]"));
+    EXPECT_EQ("1", service.Request("simulator_set_guide", "['implement']"));
+    EXPECT_EQ("'implement'", service.Request("simulator_guide", "[]"));
+
+    EXPECT_EQ("0", service.Request("simulator_set_guide", "['both']"));
+    EXPECT_EQ("'implement'", service.Request("simulator_guide", "[]"));
+    EXPECT_NE(
+        std::string::npos,
+        service.Request("why_refused", "['simulator_set_guide']").find("allowed is implement"));
+
+    EXPECT_EQ("1", service.Request("ReinitialiseNavigation", "[1]"));
+    EXPECT_EQ("'machine'", service.Request("simulator_guide", "[]"));
+}
+
 } // namespace

@@ -56,10 +56,11 @@ TEST(TrackRecorder, WritesALineEachTimeThatGuidanceRan)
     const std::vector<std::string> lines = LinesOf(TrackOf(service, directory));
     ASSERT_EQ(11u, lines.size());
     EXPECT_EQ("time_s,true_x_m,true_y_m,true_heading_rad,measured_x_m,measured_y_m,speed_mps,"
-              "steering_angle_rad,cross_track_error_m,implement_cross_track_error_m,pass,engaged",
+              "steering_angle_rad,cross_track_error_m,implement_cross_track_error_m,pass,engaged,"
+              "receiver_drift_error_m",
               lines[0]);
     for (std::size_t line = 1; line < lines.size(); ++line) {
-        EXPECT_EQ(12u, NumbersOf(lines[line]).size()) << lines[line];
+        EXPECT_EQ(13u, NumbersOf(lines[line]).size()) << lines[line];
     }
 }
 
@@ -112,7 +113,8 @@ TEST(TrackRecorder, WritesWhatTheWorldSaysInEveryColumn)
                                        now.TrueCrossTrackError(),
                                        now.TrueImplementCrossTrackError(),
                                        -1.0,
-                                       1.0};
+                                       1.0,
+                                       now.ReceiverDriftError()};
     const std::vector<double> row = NumbersOf(LinesOf(TrackOf(service, directory)).back());
     ASSERT_EQ(expected.size(), row.size());
     for (std::size_t column = 0; column < row.size(); ++column) {

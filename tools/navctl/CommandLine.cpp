@@ -11,6 +11,8 @@
 #include "tools/navctl/manual/ManualCommand.h"
 #include "tools/navctl/operations/OperationCommands.h"
 #include "tools/navctl/recording/RecordingCommand.h"
+#include "tools/navctl/simulator/FaultCommand.h"
+#include "tools/navctl/simulator/SimulatorCommand.h"
 #include "tools/navctl/watch/WatchCommand.h"
 #include "tools/navctl/wayline/WaylineCommand.h"
 
@@ -64,6 +66,8 @@ void AddCommands(CLI::App& app, CContext& context)
     AddWatchCommand(app, context);
     AddDoctorCommand(app, context);
     AddRecordingCommand(app, context);
+    AddSimulatorCommand(app, context);
+    AddFaultCommands(app, context);
     AddManualCommand(app, context);
     AddCompletionCommand(app, context);
     AddVersionCommand(app, context);

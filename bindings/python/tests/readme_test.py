@@ -17,7 +17,8 @@ class Readme(unittest.TestCase):
         self.assertGreaterEqual(len(blocks), 6)
         for block in blocks:
             # A block that brings its own service needs no other.
-            service = contextlib.nullcontext() if "ScriptedService" in block else \
+            brings_its_own = re.search("(Scripted|Driving)Service", block)
+            service = contextlib.nullcontext() if brings_its_own else \
                 Simulator("--speed", "2", "--speed-factor", "10")
             with self.subTest(block), service:
                 exec(compile(block, str(README), "exec"), {})  # pylint: disable=exec-used

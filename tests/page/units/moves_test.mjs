@@ -40,7 +40,7 @@ for (const [name, words, of] of [
   ["beside a shifted one", "The machine moves about 40.0 cm to the right at once.",
     model({ x: 0.1 }, { nudge: 0.2, field_offset: 0.1, implement_offset: 0.2 })],
   ["driving against its direction", "The machine moves about 10.0 cm to the right at once.", model({ x: 0.1, heading: 3.1 })],
-  ["driving against its direction, with an implement aside", "The machine moves about 10.0 cm to the left at once.",
+  ["driving against its direction, with an implement aside", "The machine moves about 30.0 cm to the right at once.",
     model({ x: 0.1, heading: 3.14159 }, { implement_offset: 0.2 })],
   ["across", "Steering is dropped: the machine does not look along the line. You steer then.", model({ heading: 1.3 })],
   ["far away from the line that is followed", "Steering is dropped: the line is 5.00 m away, more than half the implement "

@@ -14,12 +14,13 @@ double Mean(const std::vector<double>& values)
     return values.empty() ? NAN : sum / static_cast<double>(values.size());
 }
 
-std::vector<double> ErrorsFrom(const std::vector<DriveSample>& samples, double fromWay)
+std::vector<double> ErrorsFrom(const std::vector<DriveSample>& samples, double fromWay,
+                               double DriveSample::*error = &DriveSample::crossTrack)
 {
     std::vector<double> errors;
     for (const DriveSample& sample : samples) {
         if (sample.way >= fromWay) {
-            errors.push_back(sample.crossTrack);
+            errors.push_back(sample.*error);
         }
     }
     return errors;
@@ -31,6 +32,18 @@ std::vector<double> WithoutSign(std::vector<double> values)
         value = std::abs(value);
     }
     return values;
+}
+
+/// What 95 % of the values without sign do not exceed.
+double Percentile95(const std::vector<double>& values)
+{
+    std::vector<double> errors = WithoutSign(values);
+    if (errors.empty()) {
+        return NAN;
+    }
+    const auto rank = static_cast<std::ptrdiff_t>(0.95 * static_cast<double>(errors.size() - 1));
+    std::nth_element(errors.begin(), errors.begin() + rank, errors.end());
+    return errors[static_cast<std::size_t>(rank)];
 }
 
 /// Adds points of an arc, `turn` radians to the right, to a path that ends at `pose`.
@@ -59,13 +72,12 @@ void AddStraight(std::vector<Point>& points, Pose& pose, double length, double s
 
 double CDrive::Error95(double fromWay) const
 {
-    std::vector<double> errors = WithoutSign(ErrorsFrom(samples, fromWay));
-    if (errors.empty()) {
-        return NAN;
-    }
-    const auto rank = static_cast<std::ptrdiff_t>(0.95 * static_cast<double>(errors.size() - 1));
-    std::nth_element(errors.begin(), errors.begin() + rank, errors.end());
-    return errors[static_cast<std::size_t>(rank)];
+    return Percentile95(ErrorsFrom(samples, fromWay));
+}
+
+double CDrive::ImplementError95(double fromWay) const
+{
+    return Percentile95(ErrorsFrom(samples, fromWay, &DriveSample::implement));
 }
 
 double CDrive::MeanError(double fromWay) const
@@ -127,8 +139,14 @@ CDrive DrivenOn(CSimulation& simulation, double seconds)
     CDrive drive;
     const double end = simulation.Time() + seconds;
     double way = 0.0;
+    double squares = 0.0;
+    double steps = 0.0;
     while (simulation.Time() < end && simulation.Engaged()) {
+        const double angle = simulation.SteeringAngle();
         simulation.Step();
+        const double rate = (simulation.SteeringAngle() - angle) / CSimulation::kStepSeconds;
+        squares += rate * rate;
+        steps += 1.0;
         way += std::abs(simulation.Speed()) * CSimulation::kStepSeconds;
         if (!simulation.ControlRan() || !simulation.Engaged()) {
             continue;
@@ -136,9 +154,11 @@ CDrive DrivenOn(CSimulation& simulation, double seconds)
         const double noise =
             NormaliseTurn(simulation.EstimatedPose().heading - simulation.TruePose().heading);
         drive.samples.push_back(
-            {way, simulation.TrueCrossTrackError(), simulation.Status().headingError - noise});
+            {way, simulation.TrueCrossTrackError(), simulation.Status().headingError - noise,
+             simulation.TrueImplementCrossTrackError(), simulation.ReceiverDriftError()});
     }
     drive.engagedToTheEnd = simulation.Engaged();
+    drive.steeringRate = std::sqrt(squares / std::max(steps, 1.0));
     return drive;
 }
 

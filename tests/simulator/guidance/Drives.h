@@ -17,6 +17,8 @@ struct DriveSample
     double way = 0.0;          ///< metres driven since steering was engaged
     double crossTrack = 0.0;   ///< metres, true
     double headingError = 0.0; ///< radians, true
+    double implement = 0.0;    ///< the cross-track error of the implement, metres, true
+    double drift = 0.0;        ///< what the receiver's drift has of both
 };
 
 /// What came of a drive.
@@ -25,9 +27,13 @@ class CDrive
 public:
     std::vector<DriveSample> samples;
     bool engagedToTheEnd = false;
+    double steeringRate =
+        0.0; ///< root mean square of how fast the steering moved, radians a second
 
     /// The cross-track error that 95 % of the samples from `fromWay` on do not exceed, metres.
     double Error95(double fromWay = 0.0) const;
+    /// The same of the implement.
+    double ImplementError95(double fromWay = 0.0) const;
     /// The mean of the cross-track error without sign, metres.
     double MeanError(double fromWay = 0.0) const;
     /// The mean of the cross-track error with its sign, metres.

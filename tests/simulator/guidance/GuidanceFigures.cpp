@@ -75,6 +75,71 @@ void PrintStraight(EGround ground, const std::string& name)
     }
 }
 
+double ImplementError95(const CDrive& drive)
+{
+    return drive.ImplementError95(20.0);
+}
+double SteeringRate(const CDrive& drive)
+{
+    return Degrees(drive.steeringRate);
+}
+/// What guidance has of the implement's error, without the receiver's drift.
+double GuidanceError95(const CDrive& drive)
+{
+    CDrive guidance = drive;
+    for (DriveSample& sample : guidance.samples) {
+        sample.implement -= sample.drift;
+    }
+    return guidance.ImplementError95(20.0);
+}
+
+/// A drive with the machine guided, then with the implement.
+void PrintImplement(const std::string& what, const std::function<DrivePlan(std::uint64_t)>& plan)
+{
+    for (const EGuide guide : {EGuide::Machine, EGuide::Implement}) {
+        const auto drives = OfAllSeeds([&](std::uint64_t seed) {
+            DrivePlan guided = plan(seed);
+            guided.options.guide = guide;
+            return Driven(guided);
+        });
+        const std::string name =
+            what + (guide == EGuide::Machine ? ", machine guided" : ", implement guided");
+        Print(name + ": implement, 95 %", "cm", 100.0, drives, ImplementError95);
+        Print(name + ": implement, guidance's part, 95 %", "cm", 100.0, drives, GuidanceError95);
+    }
+}
+
+void PrintImplements()
+{
+    for (const double speed : {1.0, 2.5, 5.0}) {
+        char name[40];
+        std::snprintf(name, sizeof name, "straight, field, %.1f m/s", speed);
+        PrintImplement(name, [speed](std::uint64_t seed) {
+            return StraightDrive(seed, speed, EGround::Field);
+        });
+    }
+    PrintImplement("circle of 20 m", [](std::uint64_t seed) { return CircleDrive(seed, true); });
+    PrintImplement("spline",
+                   [](std::uint64_t seed) { return BendsDrive(seed, ELineKind::Spline); });
+    PrintImplement("circle of 20 m, trailed 1 m and 4 m", [](std::uint64_t seed) {
+        DrivePlan plan = CircleDrive(seed, true);
+        plan.options.implement = {1.0, 4.0};
+        return plan;
+    });
+    PrintImplement("spline, trailed 1 m and 4 m", [](std::uint64_t seed) {
+        DrivePlan plan = BendsDrive(seed, ELineKind::Spline);
+        plan.options.implement = {1.0, 4.0};
+        return plan;
+    });
+    for (const double speed : {1.0, 2.5, 5.0}) {
+        const auto drives = OfAllSeeds(
+            [&](std::uint64_t seed) { return Driven(StraightDrive(seed, speed, EGround::Firm)); });
+        char name[64];
+        std::snprintf(name, sizeof name, "straight, firm, %.1f m/s: steering, RMS", speed);
+        Print(name, "degrees/s", 1.0, drives, SteeringRate);
+    }
+}
+
 void PrintAcquisition()
 {
     const auto beside = OfAllSeeds(
@@ -175,6 +240,7 @@ int main()
     PrintAcquisition();
     PrintBends();
     PrintOthers();
+    PrintImplements();
     std::printf("\n| parameter | value | within 5 cm after, 2.5 m/s | overshoot | crossings "
                 "| within 5 cm after, 5 m/s | overshoot | crossings |\n"
                 "|---|---|---|---|---|---|---|---|\n");

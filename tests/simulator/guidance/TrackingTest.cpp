@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <ostream>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -38,6 +39,8 @@ TEST_P(StraightLine, IsKeptOnFirmGroundForTenMinutes)
         EXPECT_TRUE(drive.engagedToTheEnd);
         EXPECT_LE(drive.Error95(), GetParam().firmError95);
         EXPECT_LT(drive.MeanError(), 0.012);
+        // Noise of the receiver is not steered after.
+        EXPECT_LT(Degrees(drive.steeringRate), 1.5);
     }
 }
 
@@ -232,6 +235,71 @@ TEST(Nudge, OfHalfAMetreIsTakenSwiftlyWithoutOvershoot)
         EXPECT_LE(drive.WayToSettle(0.05), 20.0);
         EXPECT_LE(drive.Overshoot(), 0.05);
     }
+}
+
+TEST(SteeringPlay, IsFoundAsASteeringCentreThatStrays)
+{
+    struct Row
+    {
+        double speed;
+        double error95;
+    };
+    for (const Row& row : {Row{2.5, 0.04}, Row{12.0, 0.20}}) {
+        DrivePlan plan = StraightDrive(1, row.speed, EGround::Firm);
+        plan.options.backlash = Radians(2.0);
+        plan.options.centreBias = Radians(2.0);
+        plan.leadSeconds = 0.0;
+        plan.seconds = 120.0;
+        const CDrive drive = Driven(plan);
+        EXPECT_TRUE(drive.engagedToTheEnd);
+        EXPECT_LT(drive.Error95(20.0 * row.speed), row.error95) << row.speed;
+    }
+}
+
+/// How far a curve recorded on 100 m of straight way is beside that way another 100 m on, root mean
+/// square of the seeds, metres.
+double BesideAfterTheEnd(bool steered)
+{
+    double squares = 0.0;
+    for (std::uint64_t seed = 1; seed <= kSeeds; ++seed) {
+        const std::unique_ptr<CSimulation> simulation =
+            Engaged(StraightDrive(seed, 2.0, EGround::Firm));
+        if (!steered) {
+            simulation->Disengage();
+        }
+        Advance(*simulation, 20.0);
+        std::vector<Point> driven;
+        for (int point = 0; point <= 200; ++point) {
+            driven.push_back(simulation->EstimatedPose().position);
+            Advance(*simulation, 0.25);
+        }
+        const double east = steered ? 0.0 : simulation->TruePose().position.x;
+        const double north = driven.back().y;
+        simulation->Disengage();
+        EXPECT_TRUE(simulation->SetLine(CurveLine(driven)));
+        const double aside = simulation->Layout().line->Project({east, north + 100.0}).crossTrack;
+        squares += aside * aside / static_cast<double>(kSeeds);
+    }
+    return std::sqrt(squares);
+}
+
+TEST(Curve, GoesOnBeyondItsEndInTheDirectionDriven)
+{
+    EXPECT_LT(BesideAfterTheEnd(true), 0.03);
+    EXPECT_LT(BesideAfterTheEnd(false), 0.03);
+}
+
+TEST(Curve, ThatEndsInABendGoesOnAlongItsTangent)
+{
+    std::vector<Point> points;
+    for (int degrees = 0; degrees <= 90; ++degrees) {
+        points.push_back(Moved({0.0, 0.0}, Radians(degrees), 40.0, 0.0));
+    }
+    CSimulation simulation(SimulationOptions{});
+    ASSERT_TRUE(simulation.SetLine(CurveLine(points)));
+
+    // Southward at 40 m east.
+    EXPECT_NEAR(0.0, simulation.Layout().line->Project({40.0, -30.0}).crossTrack, 0.6);
 }
 
 } // namespace
