@@ -50,6 +50,9 @@ public:
                                 const Reception& reception);
     /// What the receiver says beside that.
     const ReceiverReport& Report() const { return m_report; }
+    /// By how much the position last measured was beside the truth, its white noise left out,
+    /// metres.
+    const Point& Drift() const { return m_drift; }
 
 private:
     struct Sample

@@ -293,83 +293,83 @@ void AddHarderWorldOptions(CLI::App& app, SimulationOptions& world)
               "How fast the wheels turn to the left at most, degrees per second", Radians(1.0));
     AddNumber(app, "--steering-rate-right", valve.rateRight, Within(1.0, 60.0),
               "The same to the right", Radians(1.0));
-    void AddImplementOptions(CLI::App & app, SimulationOptions & world)
-    {
-        const auto check = [](const std::string& words) {
-            ImplementGeometry trial;
-            return ReadImplement(words, trial) ? std::string() : NotAllowed(words, kImplementForms);
-        };
-        app.add_option_function<std::string>(
-               "--implement",
-               [&world](const std::string& words) { ReadImplement(words, world.implement); },
-               "How the implement hangs on the machine: carried:BEHIND or trailed:HITCH,DRAWBAR, "
-               "metres")
-            ->check(CLI::Validator(check, ""))
-            ->type_name("WORD")
-            ->default_str("carried:2.0");
-        AddChoice(app, "--guide", world.guide, kGuides, "machine",
-                  "What is kept on the line: machine or implement");
-        AddChoice(
-            app, "--least-fix", world.leastFix, kLeastFixes, "rtk-float",
-            "Fed positions are steered by when their fix is at least: any, gps, dgps, rtk-float "
-            "or rtk-fixed");
-    }
+}
 
-    void AddWorldOptions(CLI::App & app, SimulationOptions & world, std::vector<double> & start)
-    {
-        app.add_option("--seed", world.seed, "Seed of all noise; the same seed repeats a run")
-            ->check(Within<std::int64_t>(0, 1'000'000'000'000'000))
-            ->type_name("NUMBER")
-            ->capture_default_str();
-        AddChoice(app, "--receiver", world.receiver, kReceivers, "rtk",
-                  "How well the machine's receiver measures: ideal, rtk or sbas");
-        AddChoice(app, "--ground", world.ground, kGrounds, "firm",
-                  "What the machine drives on: firm or field");
-        app.add_option("--start", start,
-                       "Where the machine starts: metres east, metres north, heading in degrees")
-            ->expected(3)
-            ->delimiter(',')
-            ->check(Within(-1e6, 1e6))
-            ->type_name("X,Y,HEADING")
-            ->default_str("0,0,0");
-        AddNumber(app, "--speed", world.speed, Within(-5.0, 15.0),
-                  "Speed at the start and first speed set point, metres per second");
-        AddNumber(app, "--centre-bias", world.centreBias, Within(-5.0, 5.0),
-                  "How far the wheels stand right of what the sensor says, degrees", Radians(1.0));
-        AddHarderWorldOptions(app, world);
-        AddNumber(app, "--backlash", world.backlash, Within(0.0, 5.0),
-                  "Play between the steering actuator and the wheels, degrees", Radians(1.0));
-        AddImplementOptions(app, world);
-    }
+void AddImplementOptions(CLI::App& app, SimulationOptions& world)
+{
+    const auto check = [](const std::string& words) {
+        ImplementGeometry trial;
+        return ReadImplement(words, trial) ? std::string() : NotAllowed(words, kImplementForms);
+    };
+    app.add_option_function<std::string>(
+           "--implement",
+           [&world](const std::string& words) { ReadImplement(words, world.implement); },
+           "How the implement hangs on the machine: carried:BEHIND or trailed:HITCH,DRAWBAR, "
+           "metres")
+        ->check(CLI::Validator(check, ""))
+        ->type_name("WORD")
+        ->default_str("carried:2.0");
+    AddChoice(app, "--guide", world.guide, kGuides, "machine",
+              "What is kept on the line: machine or implement");
+    AddChoice(app, "--least-fix", world.leastFix, kLeastFixes, "rtk-float",
+              "The least fix of fed positions: any, gps, dgps, rtk-float or rtk-fixed");
+}
 
-    /// A word as a shell takes it.
-    std::string Quoted(const std::string& word)
-    {
-        const char* const plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
-                                  "-_=+,./:@%";
-        if (!word.empty() && word.find_first_not_of(plain) == std::string::npos) {
-            return word;
-        }
-        std::string quoted = "'";
-        for (const char letter : word) {
-            quoted += letter == '\'' ? std::string("'\\''") : std::string(1, letter);
-        }
-        return quoted + "'";
-    }
+void AddWorldOptions(CLI::App& app, SimulationOptions& world, std::vector<double>& start)
+{
+    app.add_option("--seed", world.seed, "Seed of all noise; the same seed repeats a run")
+        ->check(Within<std::int64_t>(0, 1'000'000'000'000'000))
+        ->type_name("NUMBER")
+        ->capture_default_str();
+    AddChoice(app, "--receiver", world.receiver, kReceivers, "rtk",
+              "How well the machine's receiver measures: ideal, rtk or sbas");
+    AddChoice(app, "--ground", world.ground, kGrounds, "firm",
+              "What the machine drives on: firm or field");
+    app.add_option("--start", start,
+                   "Where the machine starts: metres east, metres north, heading in degrees")
+        ->expected(3)
+        ->delimiter(',')
+        ->check(Within(-1e6, 1e6))
+        ->type_name("X,Y,HEADING")
+        ->default_str("0,0,0");
+    AddNumber(app, "--speed", world.speed, Within(-5.0, 15.0),
+              "Speed at the start and first speed set point, metres per second");
+    AddNumber(app, "--centre-bias", world.centreBias, Within(-5.0, 5.0),
+              "How far the wheels stand right of what the sensor says, degrees", Radians(1.0));
+    AddHarderWorldOptions(app, world);
+    AddNumber(app, "--backlash", world.backlash, Within(0.0, 5.0),
+              "Play between the steering actuator and the wheels, degrees", Radians(1.0));
+    AddImplementOptions(app, world);
+}
 
-    /// The command that repeats a run: its options as they were given, and the seed in any case.
-    std::string DescriptionOf(int argumentCount, const char* const* arguments, const CLI::App& app,
-                              const ProgramOptions& options)
-    {
-        std::string command = "navigation-simulator";
-        for (int index = 1; index < argumentCount; ++index) {
-            command += " " + Quoted(arguments[index]);
-        }
-        if (app.count("--seed") == 0) {
-            command += " --seed " + std::to_string(options.simulation.seed);
-        }
-        return std::string("version ") + ProgramVersion() + ": " + command;
+/// A word as a shell takes it.
+std::string Quoted(const std::string& word)
+{
+    const char* const plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
+                              "-_=+,./:@%";
+    if (!word.empty() && word.find_first_not_of(plain) == std::string::npos) {
+        return word;
     }
+    std::string quoted = "'";
+    for (const char letter : word) {
+        quoted += letter == '\'' ? std::string("'\\''") : std::string(1, letter);
+    }
+    return quoted + "'";
+}
+
+/// The command that repeats a run: its options as they were given, and the seed in any case.
+std::string DescriptionOf(int argumentCount, const char* const* arguments, const CLI::App& app,
+                          const ProgramOptions& options)
+{
+    std::string command = "navigation-simulator";
+    for (int index = 1; index < argumentCount; ++index) {
+        command += " " + Quoted(arguments[index]);
+    }
+    if (app.count("--seed") == 0) {
+        command += " --seed " + std::to_string(options.simulation.seed);
+    }
+    return std::string("version ") + ProgramVersion() + ": " + command;
+}
 
 } // namespace
 

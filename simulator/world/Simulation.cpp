@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr double kControlSeconds = CSimulation::kStepSeconds * CSimulation::kStepsPerControl;
-
 /// How far beyond square to the line a machine is turned before it counts as looking the other way,
 /// so that the noise of the heading does not move the line to and fro.
 constexpr double kTurnTolerance = Radians(5.0);

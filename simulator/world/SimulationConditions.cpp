@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr double kControlSeconds = CSimulation::kStepSeconds * CSimulation::kStepsPerControl;
 /// So far from a line of trees signals are thrown back, and how far they move a position, metres.
 constexpr double kTreeReach = 10.0;
 constexpr double kTreeJumps = 0.3;

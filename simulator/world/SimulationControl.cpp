@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr double kControlSeconds = CSimulation::kStepSeconds * CSimulation::kStepsPerControl;
 /// The gains are those of this speed for a slower machine, metres per second.
 constexpr double kLeastGainSpeed = 0.3;
 /// Guidance runs after a sample from outside when so many steps have passed since it ran last.

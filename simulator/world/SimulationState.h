@@ -10,6 +10,9 @@
 #include "simulator/guidance/SteeringController.h"
 #include "simulator/world/Simulation.h"
 
+/// From one run of guidance to the next.
+inline constexpr double kControlSeconds = CSimulation::kStepSeconds * CSimulation::kStepsPerControl;
+
 /// What the operator can set, with its start values. Units as in CSimulation.
 struct SimulationSettings
 {
