@@ -9,7 +9,7 @@
 
 namespace {
 
-bool Contains(const std::string& text, const std::string& part)
+bool Mentions(const std::string& text, const std::string& part)
 {
     return text.find(part) != std::string::npos;
 }
@@ -117,7 +117,7 @@ TEST(SimulatorFault, RefusesWhatItDoesNotKnowAndNamesWhatIsAllowed)
         Service service;
         const std::string reply = service.Request("simulator_fault", row.arguments);
         EXPECT_EQ(0u, reply.find("error: simulator_fault")) << reply;
-        EXPECT_TRUE(Contains(reply, row.said)) << reply;
+        EXPECT_TRUE(Mentions(reply, row.said)) << reply;
         EXPECT_EQ(0.0, service.World().Lean().roll);
         EXPECT_FALSE(service.World().Conditions().reception.isCovered);
     }
@@ -130,14 +130,14 @@ TEST(SimulatorFaults, ListAllWithTheirRangesAndWhatGoesOn)
     service.Request("simulator_fault", "['slope', 8, 10]");
     service.Request("simulator_fault", "['receiver', 'float', 0]");
     const std::string listed = service.Request("simulator_faults", "[]");
-    EXPECT_TRUE(Contains(listed,
+    EXPECT_TRUE(Mentions(listed,
                          "['slope', 'the ground falls to the east', 'degrees', -30.0, 30.0, "
                          "[], 8.0, 11.0]"))
         << listed;
-    EXPECT_TRUE(Contains(listed, "['receiver', 'the best fix that there is', '', 0.0, 0.0, "
+    EXPECT_TRUE(Mentions(listed, "['receiver', 'the best fix that there is', '', 0.0, 0.0, "
                                  "['fixed', 'float', 'none', 'single'], 'float', 0.0]"))
         << listed;
-    EXPECT_TRUE(Contains(listed,
+    EXPECT_TRUE(Mentions(listed,
                          "['multipath', 'positions jump as near trees', 'm', 0.0, 10.0, [], "
                          "'off', 0.0]"))
         << listed;

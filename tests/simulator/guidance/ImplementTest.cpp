@@ -18,7 +18,7 @@ SimulationOptions Ideal(double headingDegrees, double speed = 2.0)
     return options;
 }
 
-const LineDefinition kNorth = StraightLine({0.0, 0.0}, {0.0, 100.0});
+const LineDefinition kNorthwards = StraightLine({0.0, 0.0}, {0.0, 100.0});
 
 void StepFor(CSimulation& simulation, double seconds)
 {
@@ -33,7 +33,7 @@ TEST(ImplementOffset, PutsTheImplementOnTheLineOnTheWayOutAndOnTheWayBack)
         for (const double offset : {0.5, -0.3}) {
             CSimulation simulation(Ideal(heading));
             simulation.SetImplementOffset(offset);
-            simulation.SetLine(kNorth);
+            simulation.SetLine(kNorthwards);
             simulation.StartNavigation(EFollow::LineItself);
             ASSERT_TRUE(simulation.Engage());
 
@@ -54,7 +54,7 @@ TEST(ImplementOffset, CountsWhereTheMachineLooksAlsoWhileItMovesBackwards)
     simulation.SetReverseEngageEnabled(true);
     simulation.SetReverseEngageAllowed(true);
     simulation.SetImplementOffset(0.5);
-    simulation.SetLine(kNorth);
+    simulation.SetLine(kNorthwards);
     simulation.StartNavigation(EFollow::LineItself);
     ASSERT_TRUE(simulation.Engage());
 
@@ -71,7 +71,7 @@ TEST(ImplementOffset, ChangesSidesWithTheMachineWhileNudgeAndFieldOffsetStay)
     simulation.SetImplementOffset(0.5);
     EXPECT_NEAR(0.8, simulation.LineShift(), 1e-12);
 
-    simulation.SetLine(kNorth);
+    simulation.SetLine(kNorthwards);
     EXPECT_NEAR(0.8, simulation.LineShift(), 1e-12);
     simulation.SetLine(StraightLine({0.0, 100.0}, {0.0, 0.0}));
     EXPECT_NEAR(-0.2, simulation.LineShift(), 1e-12);
@@ -110,7 +110,7 @@ TEST(ImplementOffset, ChangesSidesOnlyWhenTheMachineHasClearlyTurned)
 {
     CSimulation simulation(Ideal(0.0, 0.0));
     simulation.SetImplementOffset(0.5);
-    simulation.SetLine(kNorth);
+    simulation.SetLine(kNorthwards);
     struct Row
     {
         double degrees;
@@ -129,7 +129,7 @@ TEST(ImplementOffset, TakesTheNearestPassOnceTheMachineHasTurned)
     CSimulation simulation(Ideal(0.0, 0.0));
     simulation.SetImplementWidth(3.0);
     simulation.SetImplementOffset(1.2);
-    simulation.SetLine(kNorth);
+    simulation.SetLine(kNorthwards);
     simulation.StartNavigation(EFollow::NearestPass);
     EXPECT_EQ(0, simulation.Status().pass);
     FedPosition sample;

@@ -14,7 +14,7 @@
 
 namespace {
 
-std::chrono::steady_clock::time_point Soon()
+std::chrono::steady_clock::time_point InASecond()
 {
     return std::chrono::steady_clock::now() + std::chrono::seconds(20);
 }
@@ -60,7 +60,7 @@ TEST(NmeaOutput, WritesAFileOfAllMoments)
     Speaker speaker(To(directory.File("drive.nmea")));
     ASSERT_EQ("", speaker.Open());
     speaker.Drive().Advance(2.0);
-    speaker.Output().Close(Soon());
+    speaker.Output().Close(InASecond());
 
     const std::string text = directory.Read("drive.nmea");
     EXPECT_EQ(0u, text.find("$GNGGA,000000.10,4800.0"));
@@ -78,7 +78,7 @@ TEST(NmeaOutput, FollowsTheOriginThatAClientSets)
     ASSERT_EQ("", speaker.Open());
     speaker.Drive().Notify("set_wayline_origin", "[-33.5, -70.25, 600.0]");
     speaker.Drive().Advance(0.1);
-    speaker.Output().Close(Soon());
+    speaker.Output().Close(InASecond());
     EXPECT_EQ(0u, directory.Read("drive.nmea").find("$GNGGA,000000.10,3329.99"));
 }
 
@@ -104,7 +104,7 @@ TEST(NmeaOutput, WaitsForNobodyWhoReadsAPipe)
 
     std::string taken;
     char bytes[65536];
-    const auto deadline = Soon();
+    const auto deadline = InASecond();
     while (speaker.Log().empty() && std::chrono::steady_clock::now() < deadline) {
         const ssize_t count = ::read(reader, bytes, sizeof bytes);
         if (count > 0) {
