@@ -182,7 +182,8 @@ export class DrivePanel {
     this.showReasons(state);
     const place = element("engage-state");
     const beside = document.createElement("small");
-    beside.textContent = name !== "engaged" && state.navigating ? ", navigating" : "";
+    const more = name === "dropped" ? "you steer" : state.navigating && name !== "engaged" && "navigating";
+    if (more) beside.append(Object.assign(document.createElement("i"), { className: "unseen", textContent: ", " }), more);
     if (this.shown === name && place.lastElementChild.textContent === name + beside.textContent) return;
     if (this.shown !== name) {
       element("announcer").textContent = `Steering: ${name}${this.ending === null ? "" : `; ${this.ending.text}`}`;

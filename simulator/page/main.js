@@ -11,6 +11,7 @@ import { Question } from "./question.js";
 import { Readings } from "./readings.js";
 import { RecordPanel } from "./recordpanel.js";
 import { StepPanel } from "./steppanel.js";
+import { Saying } from "./saying.js";
 import { Stream } from "./stream.js";
 import { Trail } from "./trail.js";
 import { TuningPanel } from "./tuningpanel.js";
@@ -57,6 +58,7 @@ const step = new StepPanel(model);
 const lines = new LinePanel(model, map, question, redraw);
 const recording = new RecordPanel(model, question);
 const readings = new Readings();
+new Saying();
 new FieldPanel(model, map, redraw);
 const journal = new Journal(model);
 
@@ -106,6 +108,7 @@ function showAge(old) {
   document.body.classList.toggle("old", old !== "");
   element("connection").textContent = old || "● connected";
   drive.showTitle();
+  readings.showAge(old);
   question.showAge();
   redraw();
 }
@@ -212,8 +215,9 @@ new Stream({
   },
 });
 
-/** What never leaves the view takes this much of it: what is scrolled to comes to lie below. */
+/** What never leaves the view takes this much of it: what is scrolled to comes to lie below, a question below Disengage. */
 new ResizeObserver(() => {
-  const height = element("watch").getBoundingClientRect().height + 8;
-  document.documentElement.style.setProperty("--watch-height", `${height}px`);
+  const setHeight = (name, pixels) => document.documentElement.style.setProperty(name, `${pixels + 8}px`);
+  setHeight("--watch-height", element("watch").getBoundingClientRect().height);
+  setHeight("--out-height", element("disengage").getBoundingClientRect().bottom);
 }).observe(element("watch"));

@@ -53,8 +53,6 @@ export class Question {
     element("question-yes").textContent = name;
     this.showWords();
     element("question-no").focus({ preventScroll: true });
-    this.node.scrollIntoView({ block: "nearest" });
-    element("question-text").scrollIntoView({ block: "nearest" }); // before its buttons where there is little room
   }
 
   showWords() {
