@@ -105,3 +105,7 @@ export function shiftWords(metres, against) {
   const size = Math.abs(seen) < 1 ? `${Math.round(Math.abs(seen) * 1000) / 10} cm` : lengthWords(seen);
   return `${size} ${sideName(seen)}`;
 }
+
+/** What is said of a line that is new: a nudge from before moves it too. */
+export const nudgeNote = (state) =>
+  (state === null || state.nudge === 0 ? "" : ` The nudge of ${lengthWords(state.nudge)} from before moves it.`);

@@ -2,6 +2,7 @@
 import { test } from "node:test";
 import assert from "node:assert/strict";
 import { be, dropped, engaged, following, page, service, text } from "./cab.mjs";
+import { line } from "./scripted_service.mjs";
 import { until } from "./programs.mjs";
 
 const notReady = { ...following, engage_state: 0, engage_state_name: "not ready" };
@@ -63,4 +64,56 @@ test("who stands still is not ordered to steer, and a drop says who steers", asy
   await be({ ...following, speed: 2 });
   assert.match(await text("error-words"), /→ steer left/);
   assert.equal(await page.locator("#steer-left.now").count(), 1);
+});
+
+test("a refusal has the service's reason without the operation's name", async () => {
+  const refusal = { result: 0, reasons: ["EngageSteering refused: navigation is not active"] };
+  await page.route("**/command", (route) => route.fulfill({ json: refusal }));
+  await page.locator("#engage").click();
+  await page.locator("#message.bad", { hasText: "Refused:" }).waitFor();
+  assert.equal(await text("message"), "Refused: navigation is not active");
+});
+
+test("why steering was dropped is said once, with other figures too", async () => {
+  await be(engaged);
+  await be({ ...dropped, drop_reason: reason(9.01), why_not_engaged: [reason(9.2), "navigation is not active"] });
+  assert.deepEqual(await page.locator("#why-list li").allTextContents(), [`dropped: ${reason(9.01)}`, "navigation is not active"]);
+});
+
+test("without a line that is said first, and Engage stands out only where it can work", async () => {
+  const colour = () => page.locator("#engage").evaluate((node) => getComputedStyle(node).backgroundColor);
+  const ready = await colour();
+  service.send("line", { ...line, kind: -1, kind_name: "none", complete: false, line: [], followed: null, labels: [] });
+  await be({ ...notReady, navigating: false, why_not_engaged: ["navigation is not active"] });
+  assert.deepEqual(await page.locator("#why-list li").allTextContents(),
+    ["there is no line: set or record one", "navigation is not active"]);
+  assert.notEqual(await colour(), ready);
+});
+
+test("what is typed and not set is marked so until it is set or put back, and moves nothing", async () => {
+  const top = () => page.locator("#width").evaluate((node) => node.offsetTop);
+  const unsent = page.locator("label:has(#speed) .unsent");
+  assert.equal(await unsent.isVisible(), false);
+  const before = await top();
+  await page.locator("#speed").fill("3");
+  assert.equal(await unsent.isVisible(), true);
+  assert.equal(await page.locator("label:has(#width) .unsent").isVisible(), false);
+  assert.equal(await top(), before);
+  await page.locator("#speed").press("Escape");
+  assert.equal(await unsent.isVisible(), false);
+  await page.locator("#speed").fill("3");
+  await page.locator("#speed").press("Enter");
+  await unsent.waitFor({ state: "hidden" });
+});
+
+test("a step test that has shifted the line says by how much that stays", async () => {
+  const steady = { ...engaged, cross_track_error: 0 };
+  await be(steady);
+  for (let i = 1; i <= 3; i += 1) service.tell(1 + i, [0.5, 3 * i], steady);
+  await until(async () => await text("fact-time") === "00:04", "the states are shown");
+  await page.locator("#step-run").click();
+  service.tell(5, [0.5, 10], { ...steady, nudge: 0.5, cross_track_error: -0.5 });
+  await page.locator("#step-status", { hasText: "Running" }).waitFor();
+  await be({ ...following, nudge: 0.5 });
+  assert.equal(await text("step-status"), "No score: steering was disengaged. The line stays nudged 50 cm right.");
 });

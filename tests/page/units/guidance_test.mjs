@@ -44,6 +44,12 @@ for (const [error, against, angle, words] of [
   });
 }
 
+test("a nudge from before is said of a line that is new, and none is not", () => {
+  assert.equal(guidance.nudgeNote({ nudge: -0.05 }), " The nudge of 5.0 cm from before moves it.");
+  assert.equal(guidance.nudgeNote({ nudge: 0 }), "");
+  assert.equal(guidance.nudgeNote(null), "");
+});
+
 test("who stands is to steer nowhere", () => {
   assert.equal(guidance.errorWords(0.12, false, { speed: 0.04 }), "right of the line");
   assert.equal(guidance.errorWords(0.12, false, { speed: -0.1 }), "right of the line → steer left");
