@@ -1,5 +1,6 @@
 // Takes the README's pictures of the live page: node pictures.mjs FOLDER
 import { join } from "node:path";
+import { bePatient, ignoreSilence } from "./scripted_service.mjs";
 import { engage, openPage, setLine, startBrowser } from "./browser.mjs";
 import { startSimulator, until } from "./programs.mjs";
 
@@ -21,7 +22,7 @@ async function scoreTunings(page) {
 
 /** Takes a picture of a machine that a nudge has put left of a line to the north. */
 async function takePicture(browser, simulator, name, prepare, options) {
-  const page = await openPage(browser, simulator.page, options);
+  const page = await openPage(browser, simulator.page, options, [ignoreSilence, bePatient]);
   await setLine(page, [0, 0], [0, 100]);
   await page.locator("#start").click();
   await prepare(page);
