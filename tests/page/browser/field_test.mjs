@@ -141,7 +141,7 @@ test("of a folder that is dropped the files in it are read, those of a field's f
     await status("own is open. Left out: broken.kml: the XML is broken");
     assert.deepEqual(await page.locator("#field-choice option").allTextContents(), ["North", "South"]);
     const lines = await page.locator("#field-line option").allTextContents(); // of what lies deeper too
-    assert.deepEqual(lines, ["Road (A-B curve)", "Bend (A-B curve)", "Road (spline)"]);
+    assert.deepEqual(lines, ["Road (A-B line)", "Bend (A-B curve)", "Road (spline)"]);
     mkdirSync(join(folder, "empty"));
     await dropPaths(join(folder, "empty"));
     await status("empty: there is no file in it");

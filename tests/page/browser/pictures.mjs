@@ -30,10 +30,11 @@ async function takePicture(browser, simulator, name, prepare, options) {
   await page.locator("#nudge-step").selectOption("0.1");
   await page.locator("#nudge-right").click();
   await page.locator("#message", { hasText: "Nudged 10 cm to the right." }).waitFor();
-  await page.locator("#steer-right.now").waitFor();
+  await page.locator("#error-figure", { hasText: /^−/ }).waitFor();
   await page.evaluate(() => scrollTo(0, 0));
   await page.screenshot({ path: join(folder, name) });
   await page.locator("#disengage").click();
+  await page.locator("#engage-state:not([data-state=engaged])").waitFor();
   await page.context().close();
 }
 
