@@ -13,7 +13,9 @@ const angleScales = [5, 10, 20, 40]; // degrees
 const coarseMetres = 1;
 const isSample = (value) => value !== null && typeof value === "object"
   && [value.time, value.x, value.y, value.actual, value.desired].every(Number.isFinite)
-  && (value.error === null || Number.isFinite(value.error));
+  && (value.error === null || Number.isFinite(value.error)) && typeof value.engaged === "boolean";
+/** A machine that is slower says nothing of how it is steered, metres per second. */
+const standing = 0.05;
 
 /** The samples of the last minute. */
 export class History {
@@ -32,6 +34,8 @@ export class History {
       time: state.time,
       x: state.x,
       y: state.y,
+      stands: Math.abs(state.speed) < standing,
+      engaged: state.engage_state_name === "engaged",
       error: seenByDriver(state.cross_track_error, state.drives_against),
       actual: degrees(state.steering_angle),
       desired: degrees(state.desired_steering_angle),
@@ -49,18 +53,22 @@ export class History {
   }
 
   /**
-   * The part of the samples with a line that lie within the band, and what it rests on: {part, count, seconds,
-   * coarse}, `coarse` when the machine has driven far from one to the next; null without any.
+   * The part of the samples with a line that lie within the band, of a machine that moves and is steered as it is now,
+   * by itself or by hand, and what it rests on: {part, count, seconds, engaged, coarse}, `coarse` when the machine has
+   * driven far from one to the next; null without any.
    */
   inBand() {
     const { samples } = this;
-    const withLine = samples.filter(({ error }) => error !== null);
+    const engaged = samples.at(-1)?.engaged;
+    const counts = (sample) => sample.error !== null && !sample.stands && sample.engaged === engaged;
+    const withLine = samples.slice(samples.findLastIndex((sample) => sample.engaged !== engaged) + 1).filter(counts);
     if (withLine.length === 0) return null;
     const within = withLine.filter(({ error }) => Math.abs(error) <= bandMetres);
     const apart = ({ x, y }, i) => (i === 0 ? 0 : Math.hypot(x - withLine[i - 1].x, y - withLine[i - 1].y));
     return {
       part: within.length / withLine.length,
       count: withLine.length,
+      engaged,
       seconds: withLine[withLine.length - 1].time - withLine[0].time,
       coarse: withLine.some((sample, i) => apart(sample, i) > coarseMetres),
     };
@@ -70,7 +78,7 @@ export class History {
   inBandWords() {
     const found = this.inBand();
     if (found === null) return "–";
-    const rests = `of ${found.count} ${found.count === 1 ? "state" : "states"} in ${Math.round(found.seconds)} s`;
+    const rests = `of ${found.count} ${found.count === 1 ? "state" : "states"} in ${Math.round(found.seconds)} s${found.engaged ? " engaged" : ""}`;
     return `${found.coarse ? "≈ " : ""}${Math.round(found.part * 100)} % within 2.5 cm, ${rests}`;
   }
 }

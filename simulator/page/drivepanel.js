@@ -2,7 +2,7 @@
 import { Disengaging } from "./disengaging.js";
 import { command, done, endWasAsked } from "./service.js";
 import { report, say } from "./messages.js";
-import { shiftTo, shiftWords } from "./guidance.js";
+import { lengthWords, shiftTo, shiftWords } from "./guidance.js";
 import { kilometresPerHour } from "./readings.js";
 import { isEnd, isMuch, otherPass, otherSpeed, otherWidth, shifted } from "./moves.js";
 
@@ -47,7 +47,7 @@ export class DrivePanel {
     });
     form.addEventListener("input", ({ target }) => {
       this.edited.add(target.id);
-      this.showKilometresPerHour();
+      this.showEdited();
     });
     form.addEventListener("keydown", (event) => {
       if (event.key === "Escape") this.forgetEdited("speed", "width");
@@ -71,12 +71,13 @@ export class DrivePanel {
   engage() {
     this.disengaging.forget();
     say(element("message"), "Asked to engage …"); // so that the same answer as before is seen to come
-    return this.tell(command("EngageSteering", 1), "Steering is engaged.",
+    return this.tell(this.model.engaging.follow(command("EngageSteering", 1), done), "Steering is engaged.",
       ({ state }) => state.engage_state_name === "engaged");
   }
 
   disengage() {
     if (this.shown !== "dropped") this.ending = null; // who presses this knows
+    this.model.engaging.forget();
     return this.tell(this.disengaging.ask().then((reply) => reply ?? { result: 1, reasons: [] }),
       "Steering is yours.", ({ state }) => state.engage_state_name !== "engaged");
   }
@@ -94,15 +95,20 @@ export class DrivePanel {
     return this.tell(command("StopNavigation", 1), "Navigation is ended.", ({ state }) => !state.navigating);
   }
 
+  /** Puts the line under the machine; asks first where that is so far that it is hardly meant. */
   snap() {
-    return this.tell(command("AutoSetNudge", 1), "The line was put under the machine.",
+    const { model } = this;
+    const far = () => Math.abs(model.state?.cross_track_error ?? 0);
+    const act = () => this.tell(command("AutoSetNudge", 1), "The line was put under the machine.",
       ({ state }) => Math.abs(state.cross_track_error ?? Infinity) < 0.05);
+    if (far() <= (model.settings?.implement_width ?? Infinity) / 2) return act();
+    return this.question.ask(element("nudge-status"),
+      () => ({ by: far(), text: `The line moves by ${lengthWords(far())}, to where the machine is.` }), "Snap", act);
   }
 
   /** Does something that moves an engaged machine or ends its steering; asks first where `asks` of that is true. */
   moving(happens, asks, place, name, act) {
-    const isEngaged = this.model.state?.engage_state_name === "engaged";
-    if (isEngaged && asks(happens())) this.question.before(element(place), happens, name, act);
+    if (this.model.engaging.isEngaged() && asks(happens())) this.question.before(element(place), happens, name, act);
     else act();
   }
 
@@ -131,6 +137,7 @@ export class DrivePanel {
       this.moving(happens, isMuch, "machine-status", name, async () => {
         const reply = await this.tell(request(), said, holds);
         if (reply !== null && done(reply)) this.edited.delete(id);
+        this.showEdited();
         sent(!this.edited.has(id));
       });
     });
@@ -163,13 +170,15 @@ export class DrivePanel {
     };
     show("speed", settings.velocity_set_point);
     show("width", settings.implement_width);
-    this.showKilometresPerHour();
+    this.showEdited();
     element("low-speed").checked = settings.low_speed_engage_allowed;
     element("reverse-enabled").checked = settings.reverse_engage_enabled;
     element("reverse-allowed").checked = settings.reverse_engage_allowed;
   }
 
-  showKilometresPerHour() {
+  /** Shows which fields hold what has not been sent, and the speed in the other unit. */
+  showEdited() {
+    for (const id of ["speed", "width"]) element(id).classList.toggle("edited", this.edited.has(id));
     const speed = element("speed").valueAsNumber;
     element("speed-kmh").textContent = Number.isFinite(speed) ? `${kilometresPerHour(speed).toFixed(1)} km/h` : "";
   }
@@ -182,7 +191,8 @@ export class DrivePanel {
     this.showReasons(state);
     const place = element("engage-state");
     const beside = document.createElement("small");
-    beside.textContent = name !== "engaged" && state.navigating ? ", navigating" : "";
+    const more = name === "dropped" ? "you steer" : state.navigating && name !== "engaged" && "navigating";
+    if (more) beside.append(Object.assign(document.createElement("i"), { className: "unseen", textContent: ", " }), more);
     if (this.shown === name && place.lastElementChild.textContent === name + beside.textContent) return;
     if (this.shown !== name) {
       element("announcer").textContent = `Steering: ${name}${this.ending === null ? "" : `; ${this.ending.text}`}`;
@@ -210,12 +220,12 @@ export class DrivePanel {
     if (name === "dropped") {
       const text = `dropped: ${state.drop_reason || "the service gives no reason"}`;
       if (this.shown === name && this.ending?.text === text) return;
-      this.ending = { text, obstacles };
+      this.ending = { text, obstacles, reason: state.drop_reason };
       if (this.shown !== null) this.ended();
     } else if (name === "engaged" || this.shown === "dropped") {
       this.ending = null;
     } else if (unasked) {
-      this.ending = { text: "Steering was ended, not by you: you steer.", obstacles };
+      this.ending = { text: "Steering was ended, not by you: you steer.", obstacles, reason: "" };
       this.note("steering was ended, not by this page");
       this.ended();
     }
@@ -223,11 +233,14 @@ export class DrivePanel {
 
   /** What stands in the way, and why steering has ended; what is newest first, since there is little room. */
   reasons(state) {
-    if (this.ending === null) return state.why_not_engaged.map((text) => ({ text, ended: false }));
-    const { text, obstacles } = this.ending;
+    const isWithoutLine = this.model.line !== null && !this.model.line.complete;
+    const standing = [...isWithoutLine ? ["there is no line: set or record one"] : [], ...state.why_not_engaged];
+    if (this.ending === null) return standing.map((text) => ({ text, ended: false }));
+    const { text, obstacles, reason } = this.ending;
     const known = new Set(obstacles.map(withoutNumbers));
     const [before, since] = [[], []];
-    for (const obstacle of state.why_not_engaged) {
+    for (const obstacle of standing) {
+      if (withoutNumbers(obstacle) === withoutNumbers(reason)) continue; // it is said already
       (known.has(withoutNumbers(obstacle)) ? before : since).push({ text: obstacle, ended: false });
     }
     return [...since, { text, ended: true }, ...before];

@@ -53,11 +53,23 @@ async function readContent({ name, bytes }, reading, beside) {
   else throw new FileProblem(`its format is not known; ${supported}`);
 }
 
-/** Which of several files is the one that the others belong to. */
-function mainOf(files) {
-  const called = (pattern) => files.find(({ name }) => pattern.test(name));
-  return called(/^taskdata\.xml$/i) ?? called(/\.shp$/i) ?? files[0];
+const partsOfPath = (path) => [path.slice(0, path.lastIndexOf("/") + 1), path.slice(path.lastIndexOf("/") + 1)];
+const depthOf = (name) => name.split("/").length;
+
+/** Which of several files are those that the others belong to. */
+function mainsOf(files) {
+  const called = (pattern) => files.filter(({ name }) => pattern.test(partsOfPath(name)[1]));
+  const tasks = called(/^taskdata\.xml$/i).sort((a, b) => depthOf(a.name) - depthOf(b.name));
+  if (tasks.length > 0) return [tasks[0]];
+  const known = called(/\.(shp|gpkg|kml|kmz|geojson|json|zip)$/i);
+  return known.length > 0 ? known : [files[0]];
 }
+
+/** The other files of a file's folder by their names. */
+const besideOf = (main, files) => async (wanted) => {
+  const [folder] = partsOfPath(main.name);
+  return files.find(({ name }) => name.toLowerCase() === (folder + wanted).toLowerCase())?.bytes;
+};
 
 /**
  * Reads a file of fields, with those that were chosen together with it.
@@ -70,14 +82,17 @@ export async function readFields(files) {
   if (files.reduce((sum, { bytes }) => sum + bytes.length, 0) > limits.bytes) {
     throw new FileProblem(`more than the ${limits.bytes >> 20} MiB that are read`);
   }
-  const beside = async (wanted) =>
-    files.find(({ name }) => name.toLowerCase() === wanted.toLowerCase())?.bytes;
   const reading = new FieldReading();
-  try {
-    await readContent(mainOf(files), reading, beside);
-  } catch (error) {
-    // What a part announces lies beyond the file's end.
-    throw error instanceof RangeError ? new FileProblem("the file is broken") : error;
+  const mains = mainsOf(files);
+  for (const main of mains) {
+    try {
+      await readContent(main, reading, besideOf(main, files));
+    } catch (error) {
+      // What a part announces lies beyond the file's end.
+      const problem = error instanceof RangeError ? new FileProblem("the file is broken") : error;
+      if (mains.length === 1 || !(problem instanceof FileProblem)) throw problem;
+      reading.leave(`${partsOfPath(main.name)[1]}: ${problem.message}`);
+    }
   }
   return reading.result();
 }

@@ -1,9 +1,11 @@
 // The panel of files of fields: one is opened by dropping it on the page; its lines can be set and its boundaries
 // are drawn.
 import { FileProblem, LocalFrame, limits } from "./fieldplaces.js";
-import { command, setLine } from "./service.js";
+import { command, done, setLine } from "./service.js";
 import { radians, toScreen } from "./geometry.js";
 import { palette } from "./palette.js";
+import { droppedEntries, filesOf } from "./fieldfolder.js";
+import { nudgeNote } from "./guidance.js";
 import { readFields } from "./fieldfile.js";
 import { report, say } from "./messages.js";
 
@@ -40,8 +42,8 @@ export function drawBoundaries(context, camera, rings) {
 
 /** The panel, which stands below the one of new lines. */
 export class FieldPanel {
-  constructor(model, map, redraw) {
-    Object.assign(this, { model, map, redraw, fields: [], rings: [] });
+  constructor(model, map, question, redraw) {
+    Object.assign(this, { model, map, question, redraw, fields: [], rings: [] });
     this.build();
     map.below = (context, camera) => drawBoundaries(context, camera, this.rings);
     addEventListener("dragover", (event) => {
@@ -50,7 +52,7 @@ export class FieldPanel {
     addEventListener("drop", (event) => {
       if (event.dataTransfer.files.length === 0) return;
       event.preventDefault();
-      this.open([...event.dataTransfer.files]);
+      this.openDropped(droppedEntries(event.dataTransfer));
     });
   }
 
@@ -72,8 +74,18 @@ export class FieldPanel {
     this.button.addEventListener("click", () => this.set());
   }
 
-  async open(chosen) {
-    const title = chosen.map(({ name }) => name).join(", ");
+  /** Opens what was dropped; of folders the files in them. */
+  async openDropped(entries) {
+    const title = entries.map(({ name }) => name).join(", ");
+    try {
+      this.open(await filesOf(entries), title);
+    } catch (error) {
+      this.chosen.hidden = true;
+      say(this.status, `${title}: ${error.message}`, "bad");
+    }
+  }
+
+  async open(chosen, title = chosen.map(({ name }) => name).join(", ")) {
     this.chosen.hidden = true;
     say(this.status, `Reading ${title} …`);
     try {
@@ -81,7 +93,7 @@ export class FieldPanel {
         throw new FileProblem(`longer than the ${limits.bytes >> 20} MiB that are read`);
       }
       const files = await Promise.all(chosen.map(async (file) =>
-        ({ name: file.name, bytes: new Uint8Array(await file.arrayBuffer()) })));
+        ({ name: file.path ?? file.name, bytes: new Uint8Array(await file.arrayBuffer()) })));
       const { fields, left } = await readFields(files);
       this.show(fields);
       say(this.status, [`${title} is open.`, ...left.map((text) => `Left out: ${text}.`)].join(" "));
@@ -105,11 +117,19 @@ export class FieldPanel {
     this.button.textContent = lines.length === 0 ? "Show boundary" : "Set line and boundary";
   }
 
+  /** Sets the line and the boundary; the frame of lines moves, in which an engaged machine is steered: that ends first. */
+  set() {
+    this.question.before(this.status,
+      () => ({ by: null, text: "The frame of lines moves to the field, and steering ends first. You steer then." }),
+      this.button.textContent, () => this.setNow());
+  }
+
   /** Moves the local frame to the line's first place, as its numbers are exact there, and sets the line. */
-  async set() {
-    if (this.model.state?.engage_state_name === "engaged") {
-      say(this.status, "Refused: the frame of lines is not moved while steering is engaged; disengage first.", "bad");
-      return;
+  async setNow() {
+    if (this.model.engaging.isEngaged()) {
+      this.model.engaging.forget();
+      const ended = await report(this.status, command("DisengageSteering", 1), "");
+      if (ended === null || !done(ended)) return;
     }
     const { lines, boundaries } = this.fields[Number(this.field.value)];
     const line = lines[Number(this.line.value)];
@@ -120,6 +140,6 @@ export class FieldPanel {
     this.rings = boundaries.flatMap(({ rings }) => rings.map((ring) => ring.map((place) => frame.local(place))));
     this.redraw();
     if (line === undefined) say(this.status, "The boundary is drawn.");
-    else await report(this.status, setLine(textFormIn(frame, line)), `“${line.name}” is set.`);
+    else await report(this.status, setLine(textFormIn(frame, line)), `“${line.name}” is set.${nudgeNote(this.model.state)}`);
   }
 }

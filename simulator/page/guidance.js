@@ -52,26 +52,42 @@ export function errorFigure(error, against) {
   return { text: (seenByDriver(error, against) > 0 ? "+" : "−") + text, unit };
 }
 
-/** Steering by less than that counts as straight ahead, radians. */
-const straight = 0.004;
+/** Steering by less than that counts as straight ahead, radians; more where the machine keeps to the line by it. */
+const straight = 0.02;
+const straightOnLine = 0.05;
+/** A machine that is slower is steered nowhere, metres per second. */
+const standing = 0.05;
 
-/** The side to which the machine's wheels are turned: -1 left, 1 right, 0 neither. */
-export const sideSteeredTo = (angle) => (Math.abs(angle) < straight ? 0 : Math.sign(angle));
+/** The side to which the machine steers that is engaged: -1 left, 1 right, 0 neither. */
+export function sideSteeredTo(error, angle) {
+  const isOnLine = error !== null && Math.abs(error) <= bandMetres;
+  return Math.abs(angle) < (isOnLine ? straightOnLine : straight) ? 0 : Math.sign(angle);
+}
 
 const sideName = (side) => (side < 0 ? "left" : "right");
 
+/** Whether the driver is to steer: not while the machine does, nor while it stands. */
+export const isToSteer = ({ engaged = false, speed = Infinity } = {}) => !engaged && Math.abs(speed) >= standing;
+
 /**
- * An error in words: where the machine is, and what to do. Steering that is engaged has nothing done by the
- * driver: then it is what the machine does, whose wheels are turned by `angle`.
+ * An error in words, as parts {where, way, act}: where the machine is, whether the line is driven against its
+ * direction, and what to do. Steering that is engaged has nothing done by the driver: then it is what the machine
+ * does, whose wheels are turned by `angle`; and who stands steers nowhere.
  */
-export function errorWords(error, against, { engaged = false, angle = 0 } = {}) {
-  if (error === null) return "no line";
+export function errorParts(error, against, steering = {}) {
+  if (error === null) return { where: "no line", way: "", act: "" };
   const side = sideToSteerTo(error, against);
   const where = side === 0 ? "on the line" : `${sideName(-side)} of the line`;
-  const way = against && side !== 0 ? `${where}, driven against its direction` : where;
-  const steered = sideSteeredTo(angle);
-  if (engaged) return `${way}, the machine steers ${steered === 0 ? "straight ahead" : sideName(steered)}`;
-  return side === 0 ? way : `${way} → steer ${sideName(side)}`;
+  const way = against && side !== 0 ? ", driven against its direction" : "";
+  if (!steering.engaged) return { where, way, act: side !== 0 && isToSteer(steering) ? ` → steer ${sideName(side)}` : "" };
+  const steered = sideSteeredTo(error, steering.angle);
+  return { where, way, act: `, the machine steers ${steered === 0 ? "straight" : sideName(steered)}` };
+}
+
+/** The same as a text. */
+export function errorWords(...values) {
+  const { where, way, act } = errorParts(...values);
+  return where + way + act;
 }
 
 /** The lightbar for those who do not see it. */
@@ -89,3 +105,7 @@ export function shiftWords(metres, against) {
   const size = Math.abs(seen) < 1 ? `${Math.round(Math.abs(seen) * 1000) / 10} cm` : lengthWords(seen);
   return `${size} ${sideName(seen)}`;
 }
+
+/** What is said of a line that is new: a nudge from before moves it too. */
+export const nudgeNote = (state) =>
+  (state === null || state.nudge === 0 ? "" : ` The nudge of ${lengthWords(state.nudge)} from before moves it.`);

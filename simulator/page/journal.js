@@ -7,6 +7,7 @@ import { loadTrail } from "./service.js";
 
 const element = (id) => document.getElementById(id);
 const keptEntries = "what-has-happened";
+const keptSeen = "last-seen";
 const mostEntries = 200;
 const isEntry = (value) => value !== null && typeof value === "object"
   && [value.at, value.time, value.text].every((text) => typeof text === "string");
@@ -56,9 +57,12 @@ export class Journal {
     this.model = model;
     const entries = kept("sessionStorage", keptEntries, []);
     this.entries = Array.isArray(entries) ? entries.filter(isEntry).slice(-mostEntries) : [];
-    this.state = null;
-    this.line = null;
+    // What was there when the page was left, so that what has changed since is in the log too.
+    const seen = kept("sessionStorage", keptSeen, {});
+    this.state = seen.state ?? null;
+    this.line = seen.line ?? null;
     this.wasLost = false;
+    addEventListener("pagehide", () => this.keepSeen());
     element("save-log").addEventListener("click", () => save("log.txt", "text/plain", this.text()));
     element("save-track").addEventListener("click", () => this.saveTrack());
     element("log").replaceChildren(...this.entries.map((entry) => Journal.item(entry)).reverse());
@@ -88,6 +92,12 @@ export class Journal {
       list.lastElementChild.remove();
     }
     keep("sessionStorage", keptEntries, this.entries);
+  }
+
+  keepSeen() {
+    if (this.state === null) return;
+    const { engage_state_name, navigating, nudge } = this.state;
+    keep("sessionStorage", keptSeen, { state: { engage_state_name, navigating, nudge }, line: this.line });
   }
 
   showState(state) {

@@ -4,7 +4,9 @@ import { keep, kept } from "./kept.js";
 const element = (id) => document.getElementById(id);
 const choice = "single-keys";
 /** The way out of steering: free wherever no letters are written. */
-const alwaysFree = "d";
+const wayOut = "d";
+/** What leaves all as it is acts wherever the focus is. */
+const alwaysFree = "escape";
 const writing = (target) =>
   target.matches("input:not([type=checkbox], [type=radio], [type=range], [type=number], [type=file]), textarea");
 const typing = (target) => writing(target) || target.matches("input[type=number], input[type=file], select");
@@ -31,9 +33,11 @@ export function listenToKeys(actions) {
     if (event.defaultPrevented || event.repeat || event.ctrlKey || event.metaKey || event.altKey) return;
     const name = event.key.toLowerCase();
     const action = actions[name];
-    if (action === undefined || (name === alwaysFree ? writing : typing)(event.target)) return;
-    if (!toggle.checked && name !== "escape") return;
-    event.preventDefault();
+    if (action === undefined) return;
+    if (name !== alwaysFree) {
+      if (!toggle.checked || (name === wayOut ? writing : typing)(event.target)) return;
+      event.preventDefault();
+    }
     action();
   });
 }

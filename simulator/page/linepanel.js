@@ -2,6 +2,7 @@
 import { clickPrompt, clickedHeading, clicksOf, kinds, textForm, textFormHint } from "./lines.js";
 import { command, lineText, setLine } from "./service.js";
 import { report, say, sayFailure, whileThisLine } from "./messages.js";
+import { nudgeNote } from "./guidance.js";
 import { newLine } from "./moves.js";
 
 const element = (id) => document.getElementById(id);
@@ -28,6 +29,7 @@ export class LinePanel {
     this.followed = true; // whether the map followed the machine before points were set on it
     this.clicks = null; // how many points have been set on the map; null unless setting them
     this.lastPlace = null; // where the last of them was set
+    this.looking = false; // whether they are all set, and the map still stands where they are
     element("line-form").addEventListener("submit", (event) => {
       event.preventDefault();
       this.submit();
@@ -113,17 +115,19 @@ export class LinePanel {
     return kinds[this.kind()].points.map((_, i) => this.point(i));
   }
 
-  /** Ends the setting of points, and has the map follow the machine if it did before. */
+  /** Ends the setting of points, or the look at those that are set, and has the map follow the machine if it did before. */
   leavePicking() {
-    if (this.clicks === null) return;
-    this.pick(false);
+    if (this.clicks !== null) this.pick(false);
+    else if (!this.looking) return;
+    this.looking = false;
     this.map.view.follow(this.followed);
   }
 
   /** Begins or ends the setting of points on the map, which stands still meanwhile. */
   pick(on) {
     if (this.clicks !== null) tell(""); // what asked for the next point
-    if (on && this.clicks === null) this.followed = this.map.view.following;
+    if (on && this.clicks === null && !this.looking) this.followed = this.map.view.following;
+    this.looking = false;
     this.clicks = on ? 0 : null;
     this.lastPlace = null;
     this.map.pick(on ? (place) => this.clicked(place) : null);
@@ -139,7 +143,9 @@ export class LinePanel {
     const hint = element("pick-hint");
     hint.hidden = this.clicks === null;
     if (this.clicks === null) return;
-    hint.textContent = `${clickPrompt(this.kind(), this.clicks)}: click, or move the map and press Enter. Esc ends.`;
+    const how = matchMedia("(pointer: coarse)").matches ? "touch the map there. The button below that began it ends it."
+      : "click, or move the map and press Enter. Esc ends.";
+    hint.textContent = `${clickPrompt(this.kind(), this.clicks)}: ${how}`;
     tell(clickPrompt(this.kind(), this.clicks));
   }
 
@@ -167,6 +173,7 @@ export class LinePanel {
       return;
     }
     this.pick(false);
+    this.looking = true;
     tell("All points are set: check them and set the line.");
     element("line-form").querySelector("[type=submit]").focus();
   }
@@ -190,6 +197,7 @@ export class LinePanel {
       name: "Set the line",
       isSet: () => {
         this.map.marks = [];
+        this.looking = false;
         this.map.view.follow(true);
       },
     });
@@ -199,7 +207,7 @@ export class LinePanel {
   send(text, said, { name, hint = "", isSet = () => {} }) {
     const place = element("line-status");
     this.question.before(place, () => newLine(text, this.model), name, async () => {
-      const reply = await report(place, setLine(text), said, { hint, holds: whileThisLine(Number(text.split(/\s+/)[0])) });
+      const reply = await report(place, setLine(text), said + nudgeNote(this.model.state), { hint, holds: whileThisLine(Number(text.split(/\s+/)[0])) });
       if (reply?.result === 1) isSet();
     });
   }

@@ -3,6 +3,7 @@ import { Alarm } from "./alarm.js";
 import { History, drawErrors, drawSteering } from "./charts.js";
 import { DrivePanel } from "./drivepanel.js";
 import { DriveMap } from "./map.js";
+import { Engaging } from "./engaging.js";
 import { FieldPanel } from "./fieldpanel.js";
 import { Journal } from "./journal.js";
 import { LinePanel } from "./linepanel.js";
@@ -11,6 +12,7 @@ import { Question } from "./question.js";
 import { Readings } from "./readings.js";
 import { RecordPanel } from "./recordpanel.js";
 import { StepPanel } from "./steppanel.js";
+import { Saying } from "./saying.js";
 import { Stream } from "./stream.js";
 import { Trail } from "./trail.js";
 import { TuningPanel } from "./tuningpanel.js";
@@ -23,13 +25,19 @@ import { whenPaletteChanges } from "./palette.js";
 
 const element = (id) => document.getElementById(id);
 const keptHistory = "last-minute";
+const trailPauseMilliseconds = 1000; // before it is asked for again
+const pause = (milliseconds) => new Promise((resolve) => { setTimeout(resolve, milliseconds); });
 
 /** What the page knows; null until the service has told. `old` says why that is not of now; empty when it is. */
 const model = { state: null, line: null, settings: null, trail: new Trail(), run: null, lost: false,
   old: "… connecting" };
+model.engaging = new Engaging(model);
 judgeBy(model);
+const noStateYet = "… no state yet";
 const history = new History();
 const passes = new Passes();
+let connection = null; // the present one, another object each time
+let stateOf = null; // the one that the last state came by
 let arriving = null; // the states that come while the trail before them is loaded
 let frame = null;
 let chartsOld = true;
@@ -57,7 +65,8 @@ const step = new StepPanel(model);
 const lines = new LinePanel(model, map, question, redraw);
 const recording = new RecordPanel(model, question);
 const readings = new Readings();
-new FieldPanel(model, map, redraw);
+new Saying();
+new FieldPanel(model, map, question, redraw);
 const journal = new Journal(model);
 
 function showInBand() {
@@ -78,8 +87,11 @@ const hear = {
     model.state = state;
     model.trail.add([state.x, state.y]);
     arriving?.push(state);
+    stateOf = connection;
+    if (model.old === noStateYet) showAge("");
     readings.show(state);
     drive.showState(state);
+    model.engaging.showState(state);
     step.showState(state);
     question.showState(state);
     journal.showState(state);
@@ -106,6 +118,8 @@ function showAge(old) {
   document.body.classList.toggle("old", old !== "");
   element("connection").textContent = old || "● connected";
   drive.showTitle();
+  readings.showAge(old);
+  step.showAge();
   question.showAge();
   redraw();
 }
@@ -119,42 +133,58 @@ function showConnection(lost, reason = "") {
   document.querySelectorAll("main button, #sliders input, .condition").forEach((control) => {
     if (control.closest("[data-local]") === null) control.disabled = lost;
   });
-  showAge(lost ? "✕ no connection" : "");
+  // A connection alone brings nothing of now.
+  showAge(lost ? "✕ no connection" : noStateYet);
 }
 
 /** Goes on with what was kept of this run of the service; begins anew with another one. */
 function takeRun(run) {
   if (run === undefined || run === model.run) return;
-  if (model.run !== null) {
-    history.clear();
+  const before = kept("sessionStorage", keptHistory, {});
+  const beforeRun = model.run ?? before.run ?? run;
+  if (beforeRun !== run) {
+    if (model.run !== null) history.clear();
     journal.note("the service has been started anew");
-    say(element("message"), "The service has been started anew: line and settings are what it has kept.");
-  } else {
-    const before = kept("sessionStorage", keptHistory, {});
-    if (before.run === run) history.restore(before.samples);
+    say(element("message"), "The service has been started anew: look at line and settings.");
+    map.view.reset();
+  } else if (model.run === null) {
+    history.restore(before.samples);
   }
   model.run = run;
   showInBand();
 }
 
-addEventListener("pagehide", () =>
-  keep("sessionStorage", keptHistory, { run: model.run, samples: history.samples }));
+/** What is kept of a run that is not known yet is what was kept before. */
+addEventListener("pagehide", () => {
+  if (model.run !== null) keep("sessionStorage", keptHistory, { run: model.run, samples: history.samples });
+});
+
+/** Takes in the trail, and what has come while it was loaded. Gives whether there was an answer: without it, what comes. */
+async function takeTrail(isFirst) {
+  const meanwhile = [];
+  arriving = meanwhile;
+  const trail = await loadTrail().catch(() => null);
+  if (arriving !== meanwhile) return true; // connected anew since
+  arriving = null;
+  if (trail === null) {
+    if (isFirst) model.trail.replace(meanwhile.map(({ x, y }) => [x, y])); // what was driven before is not known
+    return false;
+  }
+  takeRun(trail.run);
+  model.trail.replace(trail.points);
+  meanwhile.filter(({ time }) => time > trail.end).forEach(({ x, y }) => model.trail.add([x, y]));
+  redraw();
+  return true;
+}
 
 async function connected() {
+  const own = {};
+  connection = own;
   showConnection(false);
   passes.begin();
   recording.connected();
   journal.connected();
-  const meanwhile = [];
-  arriving = meanwhile;
-  // Without an answer the trail begins here: what was driven before is not known, what comes is.
-  const { run, end, points } = await loadTrail().catch(() => ({ end: -Infinity, points: [] }));
-  if (arriving !== meanwhile) return; // connected anew since
-  arriving = null;
-  takeRun(run);
-  model.trail.replace(points);
-  meanwhile.filter(({ time }) => time > end).forEach(({ x, y }) => model.trail.add([x, y]));
-  redraw();
+  for (let isFirst = true; connection === own && !await takeTrail(isFirst); isFirst = false) await pause(trailPauseMilliseconds);
 }
 
 /** What a key asks of the service is not sent while that is lost, as little as by the button. */
@@ -199,21 +229,27 @@ new Stream({
     endMessages();
     redraw();
   },
-  quiet: (on) => showAge(on ? "… no news" : ""),
+  quiet: (on) => {
+    if (on) showAge("… no news");
+    else showAge(stateOf === connection ? "" : noStateYet);
+  },
   lost: (reason) => {
+    connection = null;
     journal.lost();
     showConnection(true, reason);
     step.abandon("the connection was lost.");
   },
   rested: () => {
+    connection = null;
     step.abandon("the page was hidden.");
     journal.lost("the page was hidden: what happened meanwhile is not here");
     showAge("… paused");
   },
 });
 
-/** What never leaves the view takes this much of it: what is scrolled to comes to lie below. */
+/** What never leaves the view takes this much of it: what is scrolled to comes to lie below, a question below Disengage. */
 new ResizeObserver(() => {
-  const height = element("watch").getBoundingClientRect().height + 8;
-  document.documentElement.style.setProperty("--watch-height", `${height}px`);
+  const setHeight = (name, pixels) => document.documentElement.style.setProperty(name, `${pixels + 8}px`);
+  setHeight("--watch-height", element("watch").getBoundingClientRect().height);
+  setHeight("--out-height", element("disengage").getBoundingClientRect().bottom);
 }).observe(element("watch"));

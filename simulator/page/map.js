@@ -57,6 +57,7 @@ export class DriveMap {
   /** Clicks and Enter on the map call `place` from now on; null ends that. */
   pick(place) {
     this.picking = place;
+    element("follow").disabled = place !== null; // the map stands still
     this.canvas.classList.toggle("picking", place !== null);
   }
 
@@ -113,7 +114,8 @@ export class DriveMap {
 
   drawMarks(context, camera) {
     const { line } = this.model;
-    line?.labels.forEach((label) => drawMark(context, camera, label, palette.original));
-    this.marks.forEach((mark) => drawMark(context, camera, mark, palette.ink));
+    const taken = [];
+    line?.labels.forEach((label) => drawMark(context, camera, label, palette.original, taken));
+    this.marks.forEach((mark) => drawMark(context, camera, mark, palette.ink, taken));
   }
 }

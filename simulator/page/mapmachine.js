@@ -57,7 +57,7 @@ function implement(context, width, offset, pixel) {
   context.stroke();
 }
 
-/** Where the machine is when it is too small to be seen as itself: an arrow of a fixed size. */
+/** Where the machine is when it is too small to be seen as itself: an arrow as large as letters. */
 function arrow(context) {
   context.beginPath();
   context.moveTo(0, 13);
@@ -73,7 +73,7 @@ function arrow(context) {
 export function drawMachine(context, camera, pose, state, { width, offset, isOld }) {
   const [x, y] = toScreen(camera, pose.x, pose.y);
   const small = camera.scale * state.wheelbase < 16;
-  const scale = small ? 1 : camera.scale;
+  const scale = small ? letterScale() : camera.scale;
   context.save();
   context.translate(x, y);
   context.rotate(pose.heading - camera.up);
@@ -100,7 +100,7 @@ export function drawMachineBeyond(context, camera, { x, y, turn, metres }) {
   context.save();
   context.translate(x, y);
   context.rotate(turn);
-  context.scale(1.4, -1.4);
+  context.scale(1.4 * letterScale(), -1.4 * letterScale());
   colours(context, false, 1);
   arrow(context);
   context.restore();
@@ -110,7 +110,8 @@ export function drawMachineBeyond(context, camera, { x, y, turn, metres }) {
   context.textBaseline = "middle";
   const [width, height] = [context.measureText(text).width + 12, 24 * letterScale()];
   const left = clamp(x - width / 2, 0, Math.max(0, camera.width - width));
-  const top = y < camera.height / 2 ? y + 24 : y - 24 - height;
+  const away = 24 * letterScale();
+  const top = y < camera.height / 2 ? y + away : y - away - height;
   context.fillStyle = palette.machine;
   context.fillRect(left, top, width, height);
   context.fillStyle = palette.paper;
@@ -130,28 +131,45 @@ export function drawAim(context, camera, pose, aim) {
   context.stroke();
   context.setLineDash([]);
   context.beginPath();
-  context.arc(x, y, 9, 0, 2 * Math.PI);
+  const size = letterScale();
+  context.arc(x, y, 9 * size, 0, 2 * Math.PI);
   for (const [dx, dy] of [[1, 0], [-1, 0], [0, 1], [0, -1]]) {
-    context.moveTo(x + 4 * dx, y + 4 * dy);
-    context.lineTo(x + 14 * dx, y + 14 * dy);
+    context.moveTo(x + 4 * size * dx, y + 4 * size * dy);
+    context.lineTo(x + 14 * size * dx, y + 14 * size * dy);
   }
   context.stroke();
 }
 
-/** Draws a mark with a text at a place of the world, for A, B and the points that are being set. */
-export function drawMark(context, camera, { text, x, y }, colour) {
+const overlap = (a, b) => a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
+
+/** A box of a size beside a place of the picture: above to its right, or where it covers none of those `taken`. */
+function boxBeside(x, y, width, height, taken) {
+  const gap = 8 * letterScale();
+  const boxes = [[gap, -height - 2], [-gap - width, -height - 2], [gap, 2], [-gap - width, 2]].map(([dx, dy]) =>
+    ({ left: x + dx, top: y + dy, right: x + dx + width, bottom: y + dy + height }));
+  const free = boxes.find((box) => !taken.some((other) => overlap(box, other))) ?? boxes[0];
+  taken.push(free);
+  return free;
+}
+
+/**
+ * Draws a mark with a text at a place of the world, for A, B and the points that are being set. The text covers none
+ * of the boxes that are `taken`, to which its own comes, where there is room for that beside the mark.
+ */
+export function drawMark(context, camera, { text, x, y }, colour, taken) {
   const [screenX, screenY] = toScreen(camera, x, y);
   context.beginPath();
-  context.arc(screenX, screenY, 4, 0, 2 * Math.PI);
+  context.arc(screenX, screenY, 4 * letterScale(), 0, 2 * Math.PI);
   context.fillStyle = colour;
   context.fill();
   context.beginPath();
   context.font = font(16, 700);
   const [width, height] = [context.measureText(text).width + 12, 24 * letterScale()];
-  context.roundRect(screenX + 8, screenY - height - 2, width, height, 5);
+  const { left, top } = boxBeside(screenX, screenY, width, height, taken);
+  context.roundRect(left, top, width, height, 5);
   context.fill();
   context.fillStyle = palette.paper;
   context.textAlign = "center";
   context.textBaseline = "middle";
-  context.fillText(text, screenX + 8 + width / 2, screenY - 2 - height / 2);
+  context.fillText(text, left + width / 2, top + height / 2);
 }

@@ -3,6 +3,7 @@ import { clamp, toWorld, zoomedAt } from "./geometry.js";
 
 const leastScale = 0.02;
 const greatestScale = 200;
+const usualScale = 14; // pixels a metre
 const clickPixels = 6;
 const keyPixels = 60;
 
@@ -10,7 +11,7 @@ const keyPixels = 60;
 export class MapView {
   constructor(canvas, { changed, clicked }) {
     Object.assign(this, { canvas, changed, clicked });
-    this.scale = 14;
+    this.scale = usualScale;
     this.following = true;
     this.headingUp = true;
     this.centre = { x: 0, y: 0 };
@@ -37,6 +38,7 @@ export class MapView {
   }
 
   follow(on) {
+    if (on && this.heldUp !== null) return; // it stands still
     if (!on && this.following) {
       const [x, y] = this.middle();
       this.centre = { x, y };
@@ -62,6 +64,13 @@ export class MapView {
     this.changed();
   }
 
+  /** Shows the machine as at first. */
+  reset() {
+    if (this.heldUp !== null) return; // points are being set
+    Object.assign(this, { scale: usualScale, following: true, headingUp: true });
+    this.changed();
+  }
+
   /** Shows all of a box of the world, north up. */
   showAll({ left, right, bottom, top }) {
     const { clientWidth: width, clientHeight: height } = this.canvas;
@@ -70,7 +79,7 @@ export class MapView {
     this.follow(false);
     this.turn(false);
     this.centre = { x: (left + right) / 2, y: (bottom + top) / 2 };
-    this.scale = clamp(Math.min(room(width, right - left), room(height, top - bottom)), leastScale, 14);
+    this.scale = clamp(Math.min(room(width, right - left), room(height, top - bottom)), leastScale, usualScale);
     this.changed();
   }
 

@@ -59,6 +59,10 @@ export function whileThisLine(kind) {
   };
 }
 
+/** Why a reply refuses, in words, without the operation's name, which nobody has pressed. */
+export const refusalOf = ({ reasons }) =>
+  reasons.map((reason) => reason.replace(/^\w+ refused: /, "")).join("; ") || "the service gives no reason";
+
 /** Whether steering and line are as they are now: a refusal was made in that situation. */
 function whileSo() {
   const of = ({ state, line }) => [state?.engage_state_name, state?.navigating, nameOf(line)].join();
@@ -87,7 +91,7 @@ export async function report(place, request, said, { hint = "", holds = null } =
   try {
     const reply = await request;
     if (!done(reply)) {
-      sayWhile(refused, place, `Refused: ${reply.reasons.join("; ") || "the service gives no reason"}`, "bad");
+      sayWhile(refused, place, `Refused: ${refusalOf(reply)}`, "bad");
     } else if (holds === null) {
       say(place, said);
     } else {

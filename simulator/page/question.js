@@ -42,19 +42,21 @@ export class Question {
    */
   before(place, happens, name, act) {
     if (this.asked !== null) this.close();
-    if (this.model.state?.engage_state_name !== "engaged") {
-      act();
-      return;
-    }
+    const holds = () => this.model.engaging.isEngaged();
+    if (holds()) this.ask(place, happens, name, act, holds);
+    else act();
+  }
+
+  /** Does something once that is agreed to; `holds` is whether it is still to be asked. */
+  ask(place, happens, name, act, holds = () => true) {
+    if (this.asked !== null) this.close();
     say(place, "");
-    this.asked = { place, happens, act, read: null, before: document.activeElement };
+    this.asked = { place, happens, act, holds, read: null, before: document.activeElement };
     place.after(this.node);
     this.node.hidden = false;
     element("question-yes").textContent = name;
     this.showWords();
     element("question-no").focus({ preventScroll: true });
-    this.node.scrollIntoView({ block: "nearest" });
-    element("question-text").scrollIntoView({ block: "nearest" }); // before its buttons where there is little room
   }
 
   showWords() {
@@ -81,9 +83,9 @@ export class Question {
   }
 
   /** Takes a new state in: the machine goes on, and what the question says has to stay true. */
-  showState(state) {
+  showState() {
     if (this.asked === null) return;
-    if (state.engage_state_name === "engaged") {
+    if (this.asked.holds()) {
       this.showWords();
       return;
     }

@@ -1,6 +1,6 @@
 // The figures and the lightbar at the top.
 import {
-  errorFigure, errorWords, lightSteps, lightbar, lightbarWords, shiftWords, sideSteeredTo, sideToSteerTo,
+  errorFigure, errorParts, isToSteer, lightSteps, lightbar, lightbarWords, shiftWords, sideSteeredTo, sideToSteerTo,
 } from "./guidance.js";
 import { degrees } from "./geometry.js";
 
@@ -45,6 +45,7 @@ function lights() {
 export class Readings {
   constructor() {
     this.lights = lights();
+    this.words = { now: "Lightbar: no line", isOld: false };
   }
 
   show(state) {
@@ -69,13 +70,27 @@ export class Readings {
       light.classList.toggle("lit", burns);
     }
     const engaged = state.engage_state_name === "engaged";
-    const steering = { engaged, angle: state.steering_angle };
-    element("lightbar").setAttribute("aria-label", lightbarWords(error, against, steering));
+    const steering = { engaged, angle: state.steering_angle, speed: state.speed };
+    this.words.now = lightbarWords(error, against, steering);
+    this.showWords();
     const { text, unit } = errorFigure(error, against);
     setText(element("error-figure"), text);
     setText(element("error-unit"), unit);
-    setText(element("error-words"), errorWords(error, against, steering));
-    this.showArrows(engaged, engaged ? sideSteeredTo(state.steering_angle) : sideToSteerTo(error, against));
+    const { where, way, act } = errorParts(error, against, steering);
+    [where, way, act].forEach((part, i) => setText(element("error-words").children[i], part));
+    const toSteer = isToSteer(steering) ? sideToSteerTo(error, against) : 0;
+    this.showArrows(engaged, engaged && error !== null ? sideSteeredTo(error, state.steering_angle) : toSteer);
+  }
+
+  /** Takes in whether what is shown is of now: who only hears the page is to know it too. */
+  showAge(old) {
+    this.words.isOld = old !== "";
+    this.showWords();
+  }
+
+  showWords() {
+    const { now, isOld } = this.words;
+    element("lightbar").setAttribute("aria-label", isOld ? `Old: ${now}` : now);
   }
 
   /** The arrow is an order to the driver, or what the machine does while it steers by itself. */

@@ -1,7 +1,7 @@
 // Recording a drive as a line, by buttons: it begins where the machine is and ends where it is then.
 import { command, done } from "./service.js";
 import { report, sayWhile, whileThisLine } from "./messages.js";
-import { lengthWords } from "./guidance.js";
+import { lengthWords, nudgeNote } from "./guidance.js";
 
 const element = (id) => document.getElementById(id);
 const kinds = { curve: { code: 4, name: "A-B curve" }, path: { code: 5, name: "path" } };
@@ -40,7 +40,7 @@ export class RecordPanel {
   }
 
   async end() {
-    if (this.isRecording) await this.tell(this.setPoint(1), "The drive was recorded.", whileThisLine(this.model.line.kind));
+    if (this.isRecording) await this.tell(this.setPoint(1), `The drive was recorded.${nudgeNote(this.model.state)}`, whileThisLine(this.model.line.kind));
     else sayWhile(({ line }) => !line?.recording, element("record-status"), "Nothing is being recorded.", "bad");
   }
 
@@ -69,8 +69,10 @@ export class RecordPanel {
 
   showWords() {
     const far = this.driven === null ? "" : `, ${lengthWords(this.driven)} so far`;
-    const text = this.isRecording ? this.kindName + far : "";
-    const place = element("record-words");
-    if (place.textContent !== text) place.textContent = text;
+    const text = this.isRecording ? `recording: ${this.kindName}${far}` : "";
+    for (const place of [element("record-words"), element("recording")]) {
+      if (place.textContent !== text) place.textContent = text;
+    }
+    element("recording").hidden = text === "";
   }
 }

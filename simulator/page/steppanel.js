@@ -2,8 +2,8 @@
 import { Steadiness, bestScore, isScore, scoreStep, steadyMetres, stepMetres } from "./scoring.js";
 import { command, done } from "./service.js";
 import { keep, kept } from "./kept.js";
-import { lengthWords, seenByDriver } from "./guidance.js";
-import { say, sayFailure } from "./messages.js";
+import { lengthWords, seenByDriver, shiftWords } from "./guidance.js";
+import { refusalOf, say, sayFailure } from "./messages.js";
 import { short } from "./tuningpanel.js";
 
 const element = (id) => document.getElementById(id);
@@ -58,7 +58,14 @@ export class StepPanel {
 
   say(text, bad = false) {
     this.obstacleSaid = "";
-    say(element("step-status"), text, ...(bad ? ["bad"] : []));
+    const place = element("step-status");
+    say(place, text, ...(bad ? ["bad"] : []));
+    place.classList.toggle("of-now", this.test !== null);
+  }
+
+  /** Takes in that what is shown is of now, or is not any more. */
+  showAge() {
+    if (this.test === null) this.followObstacle();
   }
 
   /** Says why no test can be run, for as long as that is so, and when it is so no more. */
@@ -69,9 +76,9 @@ export class StepPanel {
 
   /** Why no test can be run now; empty when one can. */
   obstacle() {
-    const { state, line, settings, lost } = this.model;
+    const { state, line, settings, old } = this.model;
     if (this.test !== null) return "A test is running.";
-    if (lost || state === null || line === null || settings === null) return "There is no connection.";
+    if (old !== "" || state === null || line === null || settings === null) return "Nothing comes from the service.";
     if (state.engage_state_name !== "engaged") return "Engage first: steering is not engaged.";
     if (line.implement_width < leastWidth) {
       return `The implement is narrower than ${leastWidth} m: a shift of ${stepMetres} m would end steering.`;
@@ -98,7 +105,7 @@ export class StepPanel {
     setTimeout(() => this.expectShift(test), shiftMilliseconds);
     try {
       const reply = await command("Nudge", 1, 1, side * stepMetres);
-      if (!done(reply)) this.fail(test, `Refused: ${reply.reasons.join("; ")}`);
+      if (!done(reply)) this.fail(test, `Refused: ${refusalOf(reply)}`);
     } catch (error) {
       if (this.test !== test) return;
       this.end("");
@@ -116,8 +123,10 @@ export class StepPanel {
   }
 
   end(text, bad = true) {
+    const { state } = this.model;
+    const isMoved = state !== null && Math.abs(state.nudge - this.test.nudge) > 0.001;
     this.test = null;
-    this.say(text, bad);
+    this.say(isMoved ? `${text} The line stays nudged ${shiftWords(state.nudge, state.drives_against)}.` : text, bad);
   }
 
   /** Ends a test that cannot be scored any more. */

@@ -1,78 +1,9 @@
-// That the page can be read and used by whoever sits before it: by the rules of axe, and by measure.
-import { after, before, test } from "node:test";
+// That the page can be read and used by whoever sits before it, by measure.
+import { test } from "node:test";
 import assert from "node:assert/strict";
-import { createRequire } from "node:module";
-import { join } from "node:path";
-import { readFile } from "node:fs/promises";
-import { ignoreSilence, line, settings, startScriptedService } from "./scripted_service.mjs";
-import { startBrowser } from "./browser.mjs";
+import { open, usualLetters } from "./whole_page.mjs";
 
-const axe = createRequire(join(process.env.NODE_MODULES, "axe-core/"))
-  .resolve("axe-core/axe.min.js");
-const usualLetters = 16;
 const leastTarget = 44; // CSS pixels, with letters of the usual size
-const following = { navigating: true, pass: 0, heading_error: 0, cross_track_error: 0.5, nudge: 0.05 };
-const states = {
-  "not ready": { ...following, engage_state_name: "not ready", why_not_engaged: ["a reason"] },
-  engaged: { ...following, engage_state: 2, engage_state_name: "engaged" },
-  dropped: { ...following, engage_state: 3, engage_state_name: "dropped", drop_reason: "another reason" },
-};
-const score = { number: 1, settled: 9, overshoot: 0, parameters: [1, 1, 1, 1], lookAhead: 1.6, speed: 2 };
-let browser;
-let service;
-
-before(async () => {
-  browser = await startBrowser();
-  service = await startScriptedService({ remembers: true });
-});
-
-after(async () => {
-  await browser.close();
-  await service.end();
-});
-
-/** Opens the page with all of it to be seen, in a state. */
-async function open(state, { letters = usualLetters, ...options } = {}) {
-  const context = await browser.newContext({ viewport: { width: 1280, height: 800 }, bypassCSP: true, ...options });
-  const page = await context.newPage();
-  await page.addInitScript(ignoreSilence);
-  const session = await context.newCDPSession(page);
-  await session.send("Page.enable");
-  await session.send("Page.setFontSizes", { fontSizes: { standard: letters, fixed: letters } });
-  await page.addInitScript((kept) => localStorage.setItem("step-test-scores", kept), JSON.stringify([score]));
-  const asked = service.streams.length;
-  await page.goto(service.page);
-  await service.asked(asked + 1);
-  service.trails.at(-1).end('{"interval":0.1,"end":0,"points":[],"run":"1"}');
-  service.send("settings", settings);
-  service.send("line", line);
-  service.tell(1, [0.5, 0], states[state]);
-  await page.locator(`#engage-state[data-state="${state}"]`).waitFor();
-  await page.locator(".slider").first().waitFor();
-  await page.evaluate(() => {
-    document.querySelectorAll("details").forEach((details) => { details.open = true; });
-    document.querySelector("#question-text").textContent = "A question?";
-    document.querySelector("#line-status").after(document.querySelector("#question"));
-    document.querySelector("#question").hidden = false;
-  });
-  return page;
-}
-
-for (const colorScheme of ["light", "dark"]) {
-  for (const state of Object.keys(states)) {
-    test(`axe finds nothing while ${state}, ${colorScheme}`, async () => {
-      const page = await open(state, { colorScheme });
-      await page.addScriptTag({ content: await readFile(axe, "utf8") });
-      const found = await page.evaluate(async () => {
-        const options = { rules: { "label-content-name-mismatch": { enabled: true }, "target-size": { enabled: true } } };
-        const { violations } = await window.axe.run(document, options);
-        return violations.map(({ id, impact, nodes }) => `${impact} ${id}: ${nodes.map(({ html }) => html.slice(0, 100))}`);
-      });
-      assert.deepEqual(found, []);
-      await page.context().close();
-    });
-  }
-}
 
 /** The controls that are smaller than a finger needs, with what belongs to them. */
 function smallTargets(least) {
@@ -91,7 +22,7 @@ for (const letters of [usualLetters, 2 * usualLetters]) {
     const page = await open("dropped", { letters });
     assert.deepEqual(await page.evaluate(smallTargets, (leastTarget * letters) / usualLetters), []);
     const small = await page.evaluate((least) =>
-      [...document.querySelectorAll(".legend li, #scores :is(th, td), .state, .why li, #log, .field > *")]
+      [...document.querySelectorAll(".legend li, #scores :is(th, td), .state, .words, .why li, #log, .field > *")]
         .filter((node) => Number.parseFloat(getComputedStyle(node).fontSize) < least && !node.matches("small"))
         .map((node) => node.outerHTML.slice(0, 80)), 0.9 * letters);
     assert.deepEqual(small, []);

@@ -165,3 +165,96 @@ test("what is said of a text that was refused ends with the line and the state",
     await until(async () => await text("line-status") === "", "nothing is said");
   }
 });
+
+/** Answers the operations of the service that are commands as a test wants it, from now on. */
+const answering = (answer) => page.route("**/command", answer);
+
+test("a line that is set right after steering was engaged asks first, whether its state has come or not", async () => {
+  await page.evaluate(() => {
+    const now = performance.now();
+    performance.now = () => now; // for as long as the state may be on its way
+  });
+  await page.keyboard.press("e");
+  await page.locator("#message", { hasText: "Steering is engaged." }).waitFor();
+  await fillLine(1);
+  await page.locator("#line-form [type=submit]").click();
+  await page.locator("#question", { hasText: "moves about 50.0 cm to the right" }).waitFor();
+  service.tell(2, [0.7, 4], following); // sent before
+  await page.locator("#question", { hasText: "moves about 30.0 cm to the right" }).waitFor();
+  await be(engaged);
+  await page.locator("#question-yes").click();
+  await until(() => operations().length > 1, "the line");
+  assert.deepEqual(operations(), ["EngageSteering", "0"]);
+});
+
+test("while the service has not answered whether steering is engaged a line asks first; after a refusal it does not", async () => {
+  let answer = null;
+  await answering((route) => { answer = () => route.fulfill({ json: { result: 0, reasons: ["not now"] } }); });
+  await page.keyboard.press("e");
+  await until(() => answer !== null, "a command");
+  await fillLine(1);
+  await page.locator("#line-form [type=submit]").click();
+  await page.locator("#question").waitFor();
+  await answer();
+  await page.locator("#message.bad", { hasText: "not now" }).waitFor();
+  service.tell(2, [0.5, 4], following);
+  await page.locator("#question").waitFor({ state: "hidden" });
+  await page.locator("#line-form [type=submit]").click();
+  await until(() => operations().length > 0, "the line");
+});
+
+test("steering that was engaged and has ended asks no more, however soon", async () => {
+  await page.keyboard.press("e");
+  await page.locator("#message", { hasText: "Steering is engaged." }).waitFor();
+  await be(engaged);
+  await be(following);
+  await fillLine(1);
+  await page.locator("#line-form [type=submit]").click();
+  await until(() => operations().length > 1, "the line");
+  assert.equal(await page.locator("#question").isVisible(), false);
+});
+
+test("Escape leaves a question from a number field too, and a question moves nothing on the page", async () => {
+  await be(engaged);
+  const places = () => page.evaluate(() => [scrollY, ...[...document.querySelectorAll("main :is(button, input, canvas):not(#question *)")]
+    .map((node) => node.getBoundingClientRect().top)]);
+  for (const [width, height] of [[1280, 900], [800, 480], [360, 740]]) {
+    await page.setViewportSize({ width, height });
+    await page.locator("#clear-line").focus();
+    const before = await places();
+    await page.keyboard.press("Enter");
+    await page.locator("#question").waitFor();
+    assert.deepEqual(await places(), before, `at ${width} x ${height}`);
+    await page.locator("#x0").focus();
+    await page.keyboard.press("Escape");
+    assert.equal(await page.locator("#question").isVisible(), false);
+  }
+});
+
+test("a snap from far asks whether steering is engaged or not, one from near does not", async () => {
+  await be({ ...following, cross_track_error: -703.2 });
+  await page.locator("#snap").click();
+  await page.locator("#question", { hasText: "The line moves by 703 m, to where the machine is." }).waitFor();
+  service.tell(2, [0.5, 0], { ...following, cross_track_error: -704.6 });
+  await page.locator("#question", { hasText: "705 m" }).waitFor();
+  await page.locator("#question-no").click();
+  assert.deepEqual(operations(), []);
+  await page.locator("#snap").click();
+  await page.locator("#question-yes").click();
+  await until(() => operations().length > 0, "a command");
+  await be({ ...following, cross_track_error: 1.4 });
+  await page.locator("#snap").click();
+  await until(() => operations().length > 1, "another command");
+  assert.deepEqual(operations(), ["AutoSetNudge", "AutoSetNudge"]);
+});
+
+test("a nudge from before is said of a new line and of a recorded one", async () => {
+  await be({ ...following, nudge: 0.05 });
+  await fillLine(0.5);
+  await page.locator("#line-form [type=submit]").click();
+  await page.locator("#line-status", { hasText: "The A-B line is set. The nudge of 5.0 cm from before moves it." }).waitFor();
+  service.send("line", { ...line, kind: 4, kind_name: "A-B curve", complete: false, recording: true });
+  await page.locator("#recording", { hasText: "A-B curve" }).waitFor();
+  await page.locator("#record-end").click();
+  await page.locator("#record-status", { hasText: "The drive was recorded. The nudge of 5.0 cm" }).waitFor();
+});

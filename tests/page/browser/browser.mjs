@@ -10,8 +10,8 @@ export const startBrowser = () => chromium.launch({
   args: process.getuid() === 0 ? ["--no-sandbox"] : [],
 });
 
-/** Opens the page in a context of its own; faults of its scripts are kept in `faults`. */
-export async function openPage(browser, address, options = {}) {
+/** Opens the page in a context of its own, `scripts` first; faults of its scripts are kept in `faults`. */
+export async function openPage(browser, address, options = {}, scripts = []) {
   const context = await browser.newContext({ viewport: { width: 1280, height: 900 }, ...options });
   const page = await context.newPage();
   page.setDefaultTimeout(30000);
@@ -21,6 +21,7 @@ export async function openPage(browser, address, options = {}) {
     const refused = message.text().startsWith("Failed to load resource"); // a reply like any other
     if (message.type() === "error" && !refused) page.faults.push(message.text());
   });
+  for (const script of scripts) await page.addInitScript(script);
   await page.goto(address);
   await page.locator("#connection", { hasText: "● connected" }).waitFor();
   await page.locator("#engage-state:not([data-state=unknown])").waitFor();

@@ -1,7 +1,7 @@
 // The page in the cab before each test, by a service that says what the test has it say.
 import { after, afterEach, before, beforeEach } from "node:test";
 import assert from "node:assert/strict";
-import { ignoreSilence, line, settings, startScriptedService } from "./scripted_service.mjs";
+import { bePatient, ignoreSilence, line, settings, startScriptedService } from "./scripted_service.mjs";
 import { startBrowser } from "./browser.mjs";
 import { until } from "./programs.mjs";
 
@@ -51,7 +51,7 @@ export async function be(state, { time = 1, place = [0.5, 0] } = {}) {
 beforeEach(() => open());
 
 /** Opens the page; `scripts` run in it before its own. */
-export async function open(scripts = [countTones, ignoreSilence]) {
+export async function open(scripts = [countTones, ignoreSilence, bePatient]) {
   service = await startScriptedService({ remembers: true });
   page = await (await browser.newContext({ viewport: { width: 1280, height: 900 } })).newPage();
   faults = [];

@@ -360,10 +360,35 @@ test("Escape ends the setting of points and follows the machine again if it was 
   assert.equal(await follows(), "false");
   await page.keyboard.press("Escape");
   assert.equal(await follows(), "true");
+  await page.keyboard.press("p");
+  for (const field of ["#x0", "#nudge-step"]) {
+    await page.locator(field).focus();
+    await page.keyboard.press("Escape");
+    assert.equal(await follows(), "true", `from ${field}`);
+    await page.locator("#pick").click();
+  }
+  await page.keyboard.press("Escape");
   await page.keyboard.press("f");
   await page.keyboard.press("p");
   await page.keyboard.press("Escape");
   assert.equal(await follows(), "false");
+});
+
+test("Escape follows the machine again after all points are set, and F does not move the map before", async () => {
+  const follow = page.locator("#follow");
+  await page.keyboard.press("p");
+  await page.keyboard.press("f");
+  assert.equal(await follow.getAttribute("aria-pressed"), "false");
+  assert.equal(await follow.isDisabled(), true);
+  await page.keyboard.press("Enter");
+  await page.keyboard.press("ArrowUp");
+  await page.keyboard.press("ArrowUp");
+  await page.keyboard.press("Enter");
+  await page.locator("#line-status", { hasText: "All points are set" }).waitFor();
+  assert.equal(await follow.getAttribute("aria-pressed"), "false");
+  await page.keyboard.press("Escape");
+  assert.equal(await follow.getAttribute("aria-pressed"), "true");
+  assert.equal(await follow.isDisabled(), false);
 });
 
 test("the map stands still while points are set, however the machine drives and turns", async () => {
@@ -435,12 +460,14 @@ for (const [button, kind] of [["record-curve", 4], ["record-path", 5]]) {
     await page.locator("#record-words", { hasText: "its kind, 0.0 cm so far" }).waitFor();
     await be({ ...following, heading: 0.1 }, { time: 2, place: [3, 40] });
     await until(async () => await text("fact-heading") === "006°", "the machine has moved");
-    assert.equal(await text("record-words"), "its kind, 40.1 m so far");
+    assert.equal(await text("record-words"), "recording: its kind, 40.1 m so far");
+    assert.equal(await page.locator("#say #recording").textContent(), "recording: its kind, 40.1 m so far");
     await page.locator("#record-end").click();
     await page.locator("#record-status", { hasText: "was recorded" }).waitFor();
     service.send("line", { ...line, kind, kind_name: "its kind", length: 40.1 });
     await page.locator("#log", { hasText: "line set: its kind" }).waitFor();
     assert.equal(await text("record-status"), "The drive was recorded.");
+    assert.equal(await page.locator("#recording").isVisible(), false);
     assert.deepEqual(service.posted, [
       { operation: "start_wayline", arguments: [kind] },
       { operation: "set_waypoint", arguments: [0, 0.5, 0, 0, 0] },

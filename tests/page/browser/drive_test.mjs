@@ -1,6 +1,7 @@
 // Driving by the page, with the service's other clients as witnesses.
 import { after, afterEach, before, beforeEach, test } from "node:test";
 import assert from "node:assert/strict";
+import { bePatient, ignoreSilence } from "./scripted_service.mjs";
 import { engage, openPage, setLine, shownError, startBrowser } from "./browser.mjs";
 import { load } from "../units/page_modules.mjs";
 import { post, present, randomLine, randomNumbers } from "./predictions.mjs";
@@ -16,7 +17,7 @@ after(() => browser.close());
 beforeEach(async () => {
   simulator = await startSimulator("--speed", "2.5", "--speed-factor", "2", "--receiver", "ideal",
     "--start", "0.4,0,0");
-  page = await openPage(browser, simulator.page);
+  page = await openPage(browser, simulator.page, {}, [ignoreSilence, bePatient]);
 });
 
 afterEach(async () => {

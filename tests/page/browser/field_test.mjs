@@ -1,10 +1,11 @@
 // Files of fields on the page, with navctl as the witness of what the service holds.
 import { after, afterEach, before, beforeEach, test } from "node:test";
 import assert from "node:assert/strict";
-import { mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
+import { mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
 import { tmpdir } from "node:os";
 import { engage, openPage, startBrowser } from "./browser.mjs";
+import { bePatient, ignoreSilence } from "./scripted_service.mjs";
 import { navctl, startSimulator, until } from "./programs.mjs";
 
 const seed = (name) => readFileSync(new URL(`../../fuzz/field_seeds/${name}`, import.meta.url));
@@ -26,7 +27,7 @@ after(() => browser.close());
 
 beforeEach(async () => {
   simulator = await startSimulator("--speed", "0", "--receiver", "ideal", "--start", "0,0,0");
-  page = await openPage(browser, simulator.page);
+  page = await openPage(browser, simulator.page, {}, [ignoreSilence, bePatient]);
 });
 
 afterEach(async () => {
@@ -99,15 +100,53 @@ test("a file that cannot be used is refused with the reason, and the page goes o
   assert.equal(await page.locator("#field-set").isVisible(), false);
 });
 
-test("the frame is not moved while steering is engaged", async () => {
+test("while steering is engaged a field asks first, and steering ends before the frame moves", async () => {
   await open(["fields.kml", fields]);
   await page.locator("#field-set").click();
   await status("“Road” is set");
   await page.locator("#speed").fill("2");
   await page.locator("#machine-form [type=submit]").click();
+  await page.locator("#start").click();
+  await page.locator("#engage-state[data-state=ready]").waitFor();
   await engage(page);
   await page.locator("#field-line").selectOption({ label: "Bend (A-B curve)" });
   await page.locator("#field-set").click();
-  await status("Refused: the frame of lines is not moved while steering is engaged");
+  await page.locator("#question", { hasText: "steering ends first" }).waitFor();
+  await page.locator("#question-no").click();
   assert.equal((await held()).kind, "ab");
+  assert.equal(await page.locator("#engage-state").getAttribute("data-state"), "engaged");
+  await page.locator("#field-set").click();
+  await page.locator("#question-yes").click();
+  await status("“Bend” is set");
+  assert.equal((await held()).kind, "ab-curve");
+  assert.notEqual(await page.locator("#engage-state").getAttribute("data-state"), "engaged");
+});
+
+/** Drops files and folders of the disk on the page. */
+async function dropPaths(...paths) {
+  const session = await page.context().newCDPSession(page);
+  const data = { items: [], files: paths, dragOperationsMask: 1 };
+  for (const type of ["dragEnter", "dragOver", "drop"]) await session.send("Input.dispatchDragEvent", { type, x: 300, y: 300, data });
+}
+
+test("of a folder that is dropped the files in it are read, those of a field's folder together", async () => {
+  const folder = mkdtempSync(join(tmpdir(), "fields-"));
+  try {
+    mkdirSync(join(folder, "own", "deeper"), { recursive: true });
+    writeFileSync(join(folder, "own", "a.kml"), fields);
+    writeFileSync(join(folder, "own", "deeper", "b.geojson"), seed("geojson/areas"));
+    writeFileSync(join(folder, "own", "broken.kml"), "<kml><Document></kml>");
+    writeFileSync(join(folder, "own", "notes.txt"), "no field");
+    await dropPaths(join(folder, "own"));
+    await status("own is open. Left out: broken.kml: the XML is broken");
+    assert.deepEqual(await page.locator("#field-choice option").allTextContents(), ["North", "South"]);
+    const lines = await page.locator("#field-line option").allTextContents(); // of what lies deeper too
+    assert.deepEqual(lines, ["Road (A-B line)", "Bend (A-B curve)", "Road (spline)"]);
+    mkdirSync(join(folder, "empty"));
+    await dropPaths(join(folder, "empty"));
+    await status("empty: there is no file in it");
+    assert.equal(await page.locator("#field-set").isVisible(), false);
+  } finally {
+    rmSync(folder, { recursive: true });
+  }
 });

@@ -44,7 +44,7 @@ test("a killed service shows as lost, and comes back by itself", async () => {
   await first.end("SIGKILL");
   await showsTheLoss(page);
   const second = await startSimulator("--port", "0", "--speed", "2", "--http", new URL(first.page).port);
-  await showsTheReturn(page, "The service has been started anew: line and settings are what it has kept.");
+  await showsTheReturn(page, "The service has been started anew: look at line and settings.");
   await page.context().close();
   assert.equal(await second.end(), 0);
 });

@@ -1,5 +1,6 @@
 // Takes the README's pictures of the live page: node pictures.mjs FOLDER
 import { join } from "node:path";
+import { bePatient, ignoreSilence } from "./scripted_service.mjs";
 import { engage, openPage, setLine, startBrowser } from "./browser.mjs";
 import { startSimulator, until } from "./programs.mjs";
 
@@ -21,7 +22,7 @@ async function scoreTunings(page) {
 
 /** Takes a picture of a machine that a nudge has put left of a line to the north. */
 async function takePicture(browser, simulator, name, prepare, options) {
-  const page = await openPage(browser, simulator.page, options);
+  const page = await openPage(browser, simulator.page, options, [ignoreSilence, bePatient]);
   await setLine(page, [0, 0], [0, 100]);
   await page.locator("#start").click();
   await prepare(page);
@@ -29,10 +30,11 @@ async function takePicture(browser, simulator, name, prepare, options) {
   await page.locator("#nudge-step").selectOption("0.1");
   await page.locator("#nudge-right").click();
   await page.locator("#message", { hasText: "Nudged 10 cm to the right." }).waitFor();
-  await page.locator("#steer-right.now").waitFor();
+  await page.locator("#error-figure", { hasText: /^−/ }).waitFor();
   await page.evaluate(() => scrollTo(0, 0));
   await page.screenshot({ path: join(folder, name) });
   await page.locator("#disengage").click();
+  await page.locator("#engage-state:not([data-state=engaged])").waitFor();
   await page.context().close();
 }
 

@@ -28,6 +28,11 @@ export function ignoreSilence() {
   window.setInterval = () => 0;
 }
 
+/** Has the page wait for answers without end: a machine that is busy may take longer for these tests. */
+export function bePatient() {
+  AbortSignal.timeout = () => new AbortController().signal;
+}
+
 /** A state with all that the page wants of it. */
 const state = (time, [x, y], others) => ({
   time, x, y, heading: 0, speed: 2, velocity_set_point: 2, steering_angle: 0, desired_steering_angle: 0,

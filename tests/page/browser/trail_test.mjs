@@ -2,7 +2,7 @@
 import { after, afterEach, before, beforeEach, test } from "node:test";
 import assert from "node:assert/strict";
 import { startBrowser } from "./browser.mjs";
-import { startScriptedService } from "./scripted_service.mjs";
+import { bePatient, startScriptedService } from "./scripted_service.mjs";
 import { until } from "./programs.mjs";
 
 const pixelsPerMetre = 14;
@@ -27,11 +27,6 @@ function keepTrail() {
     if (this.canvas.id === "map" && this.strokeStyle === probe.strokeStyle) window.trail_ = this.path_;
     stroke.call(this);
   };
-}
-
-/** Has the page wait for answers without end: a machine that is busy may take longer for these tests. */
-function bePatient() {
-  AbortSignal.timeout = () => new AbortController().signal;
 }
 
 beforeEach(async () => {

@@ -18,7 +18,7 @@ const engaged = { ...following, engage_state: 2, engage_state_name: "engaged", s
 const scenes = {
   calm: { word: "Ready, navigating", state: "ready", others: { ...following, engage_state: 1, engage_state_name: "ready" } },
   engaged: { word: "Engaged", state: "engaged", others: engaged },
-  dropped: { word: "Dropped, navigating", state: "dropped", reason: longReason,
+  dropped: { word: "Dropped, you steer", state: "dropped", reason: longReason,
     others: { ...following, engage_state: 3, engage_state_name: "dropped", drop_reason: longReason,
       cross_track_error: 0.1 } },
   far: { word: "Not ready, navigating", state: "not ready", reason: longReason,
@@ -88,7 +88,7 @@ function outOfView([word, reason]) {
     const shown = state.textContent[0].toUpperCase() + state.textContent.slice(1);
     if (shown !== word) problems.push(`"${shown}" in place of "${word}" ${where}`);
     for (const [name, node] of [["the state", state], ["Disengage", document.querySelector("#disengage")],
-      ["what is said", document.querySelector(".say")], ["the error", document.querySelector("#error-figure")]]) {
+      ["what is said", document.querySelector(".say-place")], ["the error", document.querySelector("#error-figure")]]) {
       if (!isSeen(node)) problems.push(`${name} is out of view ${where}`);
     }
     const said = document.querySelector(".say").textContent;
@@ -118,7 +118,8 @@ function questionOutOfView() {
   return parts.filter((node) => {
     const { left, top, right, bottom } = node.getBoundingClientRect();
     const isAt = (x, y) => node.contains(document.elementFromPoint(x, y));
-    return !isAt((left + right) / 2, top + 4) || !isAt((left + right) / 2, bottom - 4);
+    return !isAt((left + right) / 2, top + 4) || !isAt((left + right) / 2, bottom - 4) || node.scrollHeight > node.clientHeight + 1
+      && node.clientHeight > 0;
   }).map((node) => node.outerHTML.slice(0, 60));
 }
 
@@ -133,25 +134,41 @@ function cutOff(selectors) {
   });
 }
 
+/** Has the page ask about a machine so far from the line, and looks whether all of the question can be read and pressed. */
+async function askAndLook(page, error) {
+  service.tell(2, [1, 2], { ...engaged, cross_track_error: error });
+  await page.locator("#map").focus();
+  await page.keyboard.press("g");
+  await page.locator("#question-yes").click({ trial: true }); // waits until it can be pressed
+  assert.deepEqual(await page.evaluate(questionOutOfView), []);
+}
+
 for (const { width, height, letters } of windows) {
   test(`at ${width} x ${height} with letters of ${letters} pixels state and Disengage never leave the view`, async () => {
     const page = await openWindow({ width, height, letters });
+    const heights = new Set();
     for (const [name, scene] of Object.entries(scenes)) {
       await playScene(page, scene);
       await page.evaluate(() => scrollTo(0, 0));
       await keepPicture(page, `${width}x${height}-${letters}-${name}.png`);
-      assert.deepEqual(await page.evaluate(cutOff, scene.isLost ? ["#lost .lost"] : ["#error-words"]), [], name);
+      assert.deepEqual(await page.evaluate(cutOff, ["#error-words", ...scene.isLost ? ["#lost .lost", "#lost-reason"] : []]), [], name);
+      if (scene.reason && !scene.isLost) {
+        // Where the window has no room for two long reasons in letters twice as large, there is a sign.
+        const last = await page.locator("#say.rest").count() > 0 && letters > usualLetters ? "first" : "last";
+        assert.deepEqual(await page.evaluate(cutOff, [`#why-list li:${last}-child`]), [], name);
+      }
+      heights.add(await page.locator("#watch").evaluate((node) => node.getBoundingClientRect().height));
       assert.deepEqual(await page.evaluate(outOfView, [scene.word, scene.reason]), [], name);
       await page.locator("#sliders").scrollIntoViewIfNeeded();
       await keepPicture(page, `${width}x${height}-${letters}-${name}-tuning.png`);
       if (name !== "engaged") continue;
-      await page.locator("#map").focus();
-      await page.keyboard.press("g");
-      await page.locator("#question-yes").click({ trial: true }); // waits until it can be pressed
-      assert.deepEqual(await page.evaluate(questionOutOfView), []);
-      await keepPicture(page, `${width}x${height}-${letters}-question.png`);
-      await page.keyboard.press("Escape");
+      for (const error of [-0.123, 12.345]) {
+        await askAndLook(page, error);
+        await keepPicture(page, `${width}x${height}-${letters}-question-${error}.png`);
+        await page.keyboard.press("Escape");
+      }
     }
+    assert.equal(heights.size, 1, `what never leaves the view is ${[...heights]} pixels high: it moves what is below`);
     await page.keyboard.press("d"); // which does not get through
     await page.locator("#undone").waitFor();
     assert.deepEqual(await page.evaluate(cutOff, ["#undone", "#lost .lost"]), []);

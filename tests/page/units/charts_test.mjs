@@ -170,8 +170,22 @@ test("the part in the band is that of the states with a line, and says what it r
   history.add(state(0, null));
   assert.deepEqual([history.inBand(), history.inBandWords()], [null, "–"]);
   [0.025, -0.025, 0.026, -1].forEach((error, i) => history.add(state(i + 1, error)));
-  assert.deepEqual(history.inBand(), { part: 0.5, count: 4, seconds: 3, coarse: false });
+  assert.deepEqual(history.inBand(), { part: 0.5, count: 4, seconds: 3, engaged: false, coarse: false });
   assert.equal(history.inBandWords(), "50 % within 2.5 cm, of 4 states in 3 s");
+});
+
+test("a machine that stands does not count, nor what was before it was engaged or dropped", () => {
+  const history = new History();
+  const add = (time, error, speed, name) => history.add({ ...state(time, error), speed, engage_state_name: name });
+  add(0, 0.5, 2, "ready");
+  [1, 2, 3].forEach((time) => add(time, 0.01, 2, "engaged"));
+  [4, 5, 6].forEach((time) => add(time, 0.5, 0.01, "engaged"));
+  assert.equal(history.inBandWords(), "100 % within 2.5 cm, of 3 states in 2 s engaged");
+  add(7, 0.5, 2, "dropped");
+  add(8, 0.5, -2, "dropped");
+  assert.equal(history.inBandWords(), "0 % within 2.5 cm, of 2 states in 1 s");
+  add(9, 0.01, 2, "engaged");
+  assert.equal(history.inBandWords(), "100 % within 2.5 cm, of 1 state in 0 s engaged");
 });
 
 for (const [metres, words] of [[1, "100 % within 2.5 cm, of 3 states in 10 s"],

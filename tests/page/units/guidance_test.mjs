@@ -32,14 +32,29 @@ for (const [error, text, unit] of [
 for (const [error, against, angle, words] of [
   [0.12, false, -0.1, "right of the line, the machine steers left"],
   [0.12, false, 0.1, "right of the line, the machine steers right"],
-  [-0.12, true, 0, "right of the line, driven against its direction, the machine steers straight ahead"],
-  [0.01, true, 0.003, "on the line, the machine steers straight ahead"],
+  [-0.12, true, 0, "right of the line, driven against its direction, the machine steers straight"],
+  [0.12, false, 0.015, "right of the line, the machine steers straight"],
+  [0.12, false, 0.025, "right of the line, the machine steers right"],
+  [0.01, true, 0.045, "on the line, the machine steers straight"],
+  [0.01, false, -0.055, "on the line, the machine steers left"],
   [null, false, 0.1, "no line"],
 ]) {
   test(`engaged, at ${error} m with the wheels at ${angle}, it reads: ${words}`, () => {
     assert.equal(guidance.errorWords(error, against, { engaged: true, angle }), words);
   });
 }
+
+test("a nudge from before is said of a line that is new, and none is not", () => {
+  assert.equal(guidance.nudgeNote({ nudge: -0.05 }), " The nudge of 5.0 cm from before moves it.");
+  assert.equal(guidance.nudgeNote({ nudge: 0 }), "");
+  assert.equal(guidance.nudgeNote(null), "");
+});
+
+test("who stands is to steer nowhere", () => {
+  assert.equal(guidance.errorWords(0.12, false, { speed: 0.04 }), "right of the line");
+  assert.equal(guidance.errorWords(0.12, false, { speed: -0.1 }), "right of the line → steer left");
+  assert.equal(guidance.isToSteer({ speed: 0 }), false);
+});
 
 for (const [error, side, lit] of [
   [0.02, 0, 0], [-0.025, 0, 0], [0.03, -1, 1], [-0.03, 1, 1], [0.11, -1, 4], [-7, 1, 10],
