@@ -84,7 +84,7 @@ class ExitCodes(unittest.TestCase):
             (["set-nudg", "1"], 'no command "set-nudg"; did you mean "set-nudge"\\?'),
             (["--timeout", "1", "docter"], 'no command "docter"; did you mean "doctor"\\?'),
             (["wayline", "shwo"], 'no command "shwo" of wayline; did you mean "show"\\?'),
-            (["completion", "bsh"], 'no command "bsh" of completion; did you mean "bash"\\?'),
+            (["completion", "bsh"], 'no command "bsh" of completion; did you mean "bash" or "zsh"\\?'),
             (["get-nudge"], 'did you mean "get-nudge-(vector|scalar)" or "get-nudge-(vector|scalar)"'),
             (["feed", "x", "--format", "nmeaa"],
              '--format: "nmeaa" is none of csv, nmea; did you mean "nmea"\\?$'),

@@ -278,10 +278,11 @@ class WaylineWords(unittest.TestCase):
     def test_a_sample_outside_the_ranges_is_warned_of(self):
         with Simulator():
             for option, value_, words in (
+                # First, as it is measured before the others.
+                ("--time", "5", "5 is outside its range, 946684800 to 4102444800 s"),
                 ("--fix-quality", "9", "9 is outside its range, 0 to 8"), ("--fix-quality", "-3", "-3 is"),
                 ("--satellites", "-5", "-5 is outside its range, -1 to 200"),
                 ("--yaw", "400", "400 is outside its range, -6.2832 to 6.2832 rad"),
-                ("--time", "5", "5 is outside its range, 946684800 to 4102444800 s"),
             ):
                 with self.subTest((option, value_)):
                     result = navctl("set-position-data", "51", "7", "0", option, value_)

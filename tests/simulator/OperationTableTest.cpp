@@ -198,7 +198,7 @@ TEST(ServiceOperations, RefuseATextThatIsTooLong)
             EXPECT_EQ("notification ignored: " + refusal + "\n", service.Log());
         }
     }
-    EXPECT_EQ(3, texts);
+    EXPECT_EQ(4, texts);
 }
 
 TEST(ServiceOperations, RefuseTooManyLists)

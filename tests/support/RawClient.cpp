@@ -5,6 +5,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -31,6 +32,9 @@ int ConnectTo(std::uint16_t port, const std::string& address)
         ::close(descriptor);
         throw std::system_error(error, std::generic_category(), "connecting to " + address);
     }
+    // What is sent goes at once, however many small pieces it is.
+    const int isOn = 1;
+    ::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &isOn, sizeof isOn);
     return descriptor;
 }
 

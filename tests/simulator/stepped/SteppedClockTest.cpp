@@ -55,8 +55,8 @@ class CSlowAdvance
 public:
     CSlowAdvance(CCaller& builder, CCaller& caller, const std::string& seconds) : m_builder(builder)
     {
-        constexpr int kWorkOfSeconds = 100'000; // points, longer than a test takes to send
-        builder.Send("set_wayline", LongCurve(0.0, kWorkOfSeconds));
+        constexpr int kMostPoints = 199'000; // take longer than a test's few calls
+        builder.Send("set_wayline", LongCurve(0.0, kMostPoints));
         builder.BeReadBehind();
         caller.Send("simulator_advance", "[" + seconds + "]");
         caller.BeReadBehind();
