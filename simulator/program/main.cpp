@@ -36,24 +36,34 @@ using OutputPointer = std::shared_ptr<CProgramOutput>;
 constexpr std::chrono::milliseconds kLongestSaving(1000);
 constexpr std::chrono::milliseconds kLongestWriting(400);
 
+/// Those that end the program.
+sigset_t EndingSignals()
+{
+    sigset_t signals;
+    ::sigemptyset(&signals);
+    ::sigaddset(&signals, SIGINT);
+    ::sigaddset(&signals, SIGTERM);
+    return signals;
+}
+
 /// Until the program serves, SIGINT and SIGTERM end it at once, whatever holds it up: there is
-/// nothing to bring to an end yet.
+/// nothing to bring to an end yet. They do so where its parent has them blocked, too, which a
+/// program inherits.
 void EndAtOnceOnSignals()
 {
     for (const int signal : {SIGINT, SIGTERM}) {
         std::signal(signal, [](int) { ::_exit(kExitSuccess); });
     }
+    const sigset_t ending = EndingSignals();
+    ::pthread_sigmask(SIG_UNBLOCK, &ending, nullptr);
 }
 
 /// Once the program ends, further ones change nothing: they would cut short what it still saves and
 /// writes. No other thread takes them either.
 void HoldSignalsBack()
 {
-    sigset_t held;
-    ::sigemptyset(&held);
-    ::sigaddset(&held, SIGINT);
-    ::sigaddset(&held, SIGTERM);
-    ::pthread_sigmask(SIG_BLOCK, &held, nullptr);
+    const sigset_t ending = EndingSignals();
+    ::pthread_sigmask(SIG_BLOCK, &ending, nullptr);
 }
 
 /// The state file and what it holds.
