@@ -25,6 +25,7 @@
 #include "simulator/settings/KeptSettings.h"
 #include "simulator/settings/SettingsSaver.h"
 #include "simulator/settings/StateFile.h"
+#include "simulator/work/MemoryWatch.h"
 
 namespace {
 
@@ -45,6 +46,9 @@ sigset_t EndingSignals()
     ::sigaddset(&signals, SIGTERM);
     return signals;
 }
+
+// What the loop keeps to itself of the memory.
+constexpr std::size_t kMostSpare = std::size_t{16} * 1024 * 1024;
 
 /// Until the program serves, SIGINT and SIGTERM end it at once, whatever holds it up: there is
 /// nothing to bring to an end yet. They do so where its parent has them blocked, too, which a
@@ -165,6 +169,12 @@ MPIServerLimitsC LimitsOf(const DescriptorLimit::Shares& descriptors, std::size_
     return limits;
 }
 
+/// Runs the loop until a signal stops it, also where memory runs out.
+void RunToTheEnd(asio::io_context& loop, CServiceLink& link, std::size_t memory)
+{
+    CMemoryWatch(loop, std::min(kMostSpare, memory / 4), [&link] { link.GiveUpGreediest(); }).Run();
+}
+
 EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPointer& output)
 {
     asio::io_context loop;
@@ -203,7 +213,7 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     output->Print(Announcement(link, page));
     CPacer pacer(loop, link.Core(), options.speedFactor);
     pacer.Start();
-    loop.run();
+    RunToTheEnd(loop, link, memory.clients);
     HoldSignalsBack();
     EndSaving(options, link, saver, *output);
     return kExitSuccess;
