@@ -1,5 +1,7 @@
 #include "runtime/Disposer.h"
 
+#include <exception>
+
 #include "runtime/SignalsBlocked.h"
 
 DisposerC::~DisposerC()
@@ -16,7 +18,11 @@ DisposerC::~DisposerC()
 
 void DisposerC::HandOver(std::shared_ptr<void> thing, std::size_t bytes)
 {
-    StartThread();
+    try {
+        StartThread();
+    } catch (const std::exception&) {
+        return; // without a thread it is destroyed on the spot
+    }
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_items.push_back({std::move(thing), bytes});

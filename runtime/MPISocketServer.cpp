@@ -163,6 +163,11 @@ std::size_t MPISocketServerC::HeldBytes() const
     return m_state->HeldBytes();
 }
 
+void MPISocketServerC::GiveUpGreediest()
+{
+    m_state->GiveUpGreediest();
+}
+
 unsigned long MPISocketServerC::RejectedMessages() const
 {
     return m_state->RejectedMessages();

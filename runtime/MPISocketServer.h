@@ -181,6 +181,9 @@ public:
     std::size_t ClientCount() const;
     /// How many bytes the connections hold of what is unfinished or waits.
     std::size_t HeldBytes() const;
+    /// Closes the connection that holds most, if that is more than one that does nothing counts:
+    /// for a process whose memory runs short.
+    void GiveUpGreediest();
     /// How many connections have been closed because of bytes that are no message.
     unsigned long RejectedMessages() const;
 

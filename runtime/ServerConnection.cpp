@@ -9,6 +9,7 @@
 #include <asio/post.hpp>
 #include <asio/socket_base.hpp>
 
+#include "runtime/SpareMemory.h"
 #include "runtime/TurnClock.h"
 
 namespace {
@@ -139,6 +140,7 @@ template <typename Work>
 bool ServerConnectionC::WithMemory(Work work)
 {
     try {
+        const SpareMemoryC::RefusableC refusable(HoldsMuch());
         return work();
     } catch (const std::bad_alloc&) {
         Lost("there is no memory for what it sends");

@@ -197,6 +197,10 @@ private:
     bool ReadAhead();
     template <typename Work>
     bool WithMemory(Work work);
+    template <typename Add>
+    bool QueueBy(Add add);
+    /// Those that hold little are served with what there is to spare.
+    bool HoldsMuch() const { return m_held > kSilentBytes; }
     std::size_t TakeAhead(char* space, std::size_t room);
     bool IsLeft() const;
     std::string EndReason() const;

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <new>
 #include <utility>
 
 #include <poll.h>
@@ -149,7 +150,11 @@ void ServerListenerC::Take(int descriptor, bool isV6)
         ::close(descriptor);
         return;
     }
-    m_taker(std::move(socket));
+    try {
+        m_taker(std::move(socket));
+    } catch (const std::bad_alloc&) {
+        // There is no memory for it: it ends with the socket, and the next may have some.
+    }
 }
 
 void ServerListenerC::Pause(std::chrono::milliseconds time)

@@ -1,5 +1,6 @@
 #include "runtime/ServerConnection.h"
 
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -8,25 +9,32 @@
 #include <asio/socket_base.hpp>
 #include <asio/write.hpp>
 
+#include "runtime/SpareMemory.h"
+
 bool ServerConnectionC::Queue(const char* bytes, std::size_t count)
 {
-    if (IsQueueFull()) {
-        return false;
-    }
-    if (m_open) {
-        m_outgoing.Add(bytes, count);
-        Queued();
-    }
-    return true;
+    return QueueBy([&] { m_outgoing.Add(bytes, count); });
 }
 
 bool ServerConnectionC::Queue(std::shared_ptr<const std::string> text)
 {
+    return QueueBy([&] { m_outgoing.Add(std::move(text)); });
+}
+
+/// What there is no memory for is too much, too.
+template <typename Add>
+bool ServerConnectionC::QueueBy(Add add)
+{
     if (IsQueueFull()) {
         return false;
     }
     if (m_open) {
-        m_outgoing.Add(std::move(text));
+        try {
+            const SpareMemoryC::RefusableC refusable(HoldsMuch());
+            add();
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
         Queued();
     }
     return true;

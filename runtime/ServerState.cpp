@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <exception>
+#include <new>
 #include <set>
 #include <utility>
 
@@ -32,6 +33,8 @@ std::string Problem(Action action)
     try {
         action();
         return std::string();
+    } catch (const std::bad_alloc&) {
+        return "there is not enough memory for it";
     } catch (const std::exception& exception) {
         const std::string text = exception.what();
         return text.empty() ? "failed without a reason" : text;

@@ -56,6 +56,7 @@ public:
 
     std::uint64_t Arrival() const { return m_served != 0 ? m_served : m_arrivals; }
     std::size_t ClientCount() const { return m_clients.size(); }
+    void GiveUpGreediest();
     unsigned long RejectedMessages() const { return m_rejected; }
     std::size_t HeldBytes() const { return m_held; }
     bool HasUnread() const;
@@ -118,6 +119,7 @@ private:
     void Watch(std::chrono::steady_clock::duration time);
     void EndStuck();
     void DropStuck(ServerConnectionC& connection);
+    std::shared_ptr<ServerConnectionC> Greediest() const;
     void DropGreediest();
     bool IsFullOfUnread() const;
     std::shared_ptr<ServerConnectionC> LeastWorthy() const;

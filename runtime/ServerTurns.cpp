@@ -216,16 +216,27 @@ void MPISocketServerC::StateC::HeldChanged(std::size_t before, std::size_t now)
 }
 
 /// Of those that hold the same, the newest: the others were there before the trouble began.
-void MPISocketServerC::StateC::DropGreediest()
+std::shared_ptr<ServerConnectionC> MPISocketServerC::StateC::Greediest() const
 {
     const auto holdsLess = [](const auto& left, const auto& right) {
         return left.second->Held() < right.second->Held() ||
                (left.second->Held() == right.second->Held() && left.first < right.first);
     };
-    const std::shared_ptr<ServerConnectionC> greediest =
-        std::max_element(m_clients.begin(), m_clients.end(), holdsLess)->second;
+    return std::max_element(m_clients.begin(), m_clients.end(), holdsLess)->second;
+}
+
+void MPISocketServerC::StateC::GiveUpGreediest()
+{
+    const auto greediest = m_clients.empty() ? nullptr : Greediest();
+    if (greediest != nullptr && greediest->Held() > ServerConnectionC::kSilentBytes) {
+        Drop(*greediest, "holds the most of the connections, and there is no memory left", true);
+    }
+}
+
+void MPISocketServerC::StateC::DropGreediest()
+{
     const std::size_t mebibytes = m_limits.memory >> 20U;
-    Drop(*greediest,
+    Drop(*Greediest(),
          "holds the most of the connections, which together hold more than " +
              std::to_string(mebibytes) + " MiB of what is unfinished or waits",
          true);

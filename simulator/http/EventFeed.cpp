@@ -1,5 +1,6 @@
 #include "simulator/http/EventFeed.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -84,22 +85,40 @@ std::string CEventFeed::TakeEvent(EFeedEvent event, Seen& seen) const
 
 std::string CEventFeed::TakeLine(Seen& seen) const
 {
-    if (!m_line || m_lineNumber <= seen.line) {
+    const bool mayHavePoints = seen.savedBytes > 0.0;
+    const bool isNew = m_lineNumber > seen.line;
+    if (!m_line || !(isNew || (seen.lacksPoints && mayHavePoints))) {
         return {};
     }
     bool isWhole = false;
-    const std::string event = LineEvent(*m_line, seen.pieces, kMostPointBytes, isWhole);
-    if (isWhole) {
-        seen.line = m_lineNumber;
-    }
+    const std::string event =
+        LineEvent(*m_line, seen.pieces, mayHavePoints ? kMostPointBytes : 0, isWhole);
+    seen.line = m_lineNumber;
+    seen.lacksPoints = !isWhole;
     return Framed("line", event);
 }
 
-std::string CEventFeed::Take(Seen& seen) const
+std::string CEventFeed::Take(Seen& seen, TimePoint now) const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    std::string events = TakeEvent(EFeedEvent::Settings, seen);
-    events += TakeLine(seen);
-    events += TakeEvent(EFeedEvent::State, seen);
-    return events;
+    const std::chrono::duration<double> passed = now - seen.last.value_or(now);
+    seen.last = now;
+    seen.savedBytes = std::min(kMostSavedBytes, seen.savedBytes + kBytesASecond * passed.count());
+    const std::string state = TakeEvent(EFeedEvent::State, seen);
+    seen.savedBytes -= static_cast<double>(state.size());
+    std::string events;
+    const auto takeOther = [&](std::optional<TimePoint>& before, auto take) {
+        if (seen.savedBytes <= -kMostAdvance || (before && now - *before < kBetweenOthers)) {
+            return;
+        }
+        const std::string event = take();
+        if (!event.empty()) {
+            before = now;
+            seen.savedBytes -= static_cast<double>(event.size());
+            events += event;
+        }
+    };
+    takeOther(seen.lastSettings, [&] { return TakeEvent(EFeedEvent::Settings, seen); });
+    takeOther(seen.lastLine, [&] { return TakeLine(seen); });
+    return events + state;
 }

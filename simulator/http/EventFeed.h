@@ -2,10 +2,12 @@
 #define KESTROVE_SIMULATOR_HTTP_EVENTFEED_H
 
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "simulator/http/LineEvent.h"
@@ -23,19 +25,39 @@ inline constexpr std::size_t kFeedEvents = 2;
 /// by all viewers. There is no queue: a viewer that is slow misses what was replaced meanwhile, and
 /// nobody waits for it.
 ///
+/// All events of a viewer have one budget of bytes. The state comes in any case, points when there
+/// is something left, settings and line at intervals, and as they are then.
+///
 /// Thread safety: any thread.
 class CEventFeed
 {
 public:
+    using TimePoint = std::chrono::steady_clock::time_point;
+
     /// How many bytes of points are taken at once, but for those of a single longer pass.
     static constexpr std::size_t kMostPointBytes = 24 * 1024;
+    /// How many bytes of events there are a second for a viewer, over a longer time.
+    static constexpr double kBytesASecond = 22000.0;
+    /// How many of them may be saved up.
+    static constexpr double kMostSavedBytes = 40000.0;
+    /// How many may be taken in advance, but for those of points. With what may be saved up it is
+    /// less than 30 kB a second over ten seconds or more.
+    static constexpr double kMostAdvance = 30000.0;
+    /// What passes at least between two events of the settings, and between two of the line: so
+    /// states and these leave something for points, however often they change.
+    static constexpr std::chrono::milliseconds kBetweenOthers{190};
 
     /// What a viewer has been told last.
     struct Seen
     {
         std::array<std::uint64_t, kFeedEvents> numbers{};
         std::uint64_t line = 0;
+        bool lacksPoints = false; ///< of that line
         SentPieces pieces;
+        double savedBytes = kMostSavedBytes; ///< below 0 what has been taken in advance
+        std::optional<TimePoint> last;
+        std::optional<TimePoint> lastSettings;
+        std::optional<TimePoint> lastLine;
     };
 
     /// @param changed is called when there is something new, on whatever thread brings it; may be
@@ -59,13 +81,12 @@ public:
     void PublishLine(LinePicturePtr picture);
     /// What is new to a viewer.
     ///
-    /// @param seen is brought up to date. Points that are too many to be taken at once come with
-    /// the
-    ///        next calls.
+    /// @param seen is brought up to date. What there is no budget for, and points that are too many
+    ///        to be taken at once, come with later calls.
+    /// @param now no earlier than that of the call before.
     /// @return the events as they go over the stream, one of each kind at most; empty when there
-    /// are
-    ///         none.
-    std::string Take(Seen& seen) const;
+    ///         are none.
+    std::string Take(Seen& seen, TimePoint now = std::chrono::steady_clock::now()) const;
 
 private:
     struct Newest

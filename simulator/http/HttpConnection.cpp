@@ -221,6 +221,7 @@ void CHttpConnection::GoOnFrom(CRequestReader::EStage read)
                         " headers");
     } else {
         CountHeld();
+        TellToGoOn();
     }
 }
 

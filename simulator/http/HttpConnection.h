@@ -9,7 +9,9 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 
+#include <asio/buffer.hpp>
 #include <asio/ip/tcp.hpp>
 #include <asio/steady_timer.hpp>
 
@@ -156,6 +158,15 @@ private:
     bool IsGivenUp();
     void Take(const char* bytes, std::size_t count);
     void HeadHasCome();
+    /// A peer that waits to be told so. Nothing has been sent before, so that the system has room.
+    void TellToGoOn()
+    {
+        asio::error_code error;
+        if (m_reader.IsWaitedFor()) {
+            m_socket.write_some(asio::buffer(std::string_view("HTTP/1.1 100 Continue\r\n\r\n")),
+                                error);
+        }
+    }
     void GoOnFrom(CRequestReader::EStage read);
     void CountHeld();
     void Refuse(int status, const std::string& reason);

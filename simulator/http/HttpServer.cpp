@@ -181,6 +181,14 @@ bool CHttpServer::CloseGreediest()
     return greediest != nullptr;
 }
 
+void CHttpServer::MakeRoomInMemory()
+{
+    constexpr std::size_t kMuch = 256 * 1024;
+    if (Held() > kMuch) {
+        CloseGreediest();
+    }
+}
+
 std::size_t CHttpServer::Held() const
 {
     std::size_t held = 0;

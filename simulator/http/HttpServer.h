@@ -60,6 +60,9 @@ public:
     std::uint16_t Port() const;
     /// Ends every connection and listens no more.
     void Close();
+    /// Closes the connection that holds most, where they hold much: for a process whose memory runs
+    /// short.
+    void MakeRoomInMemory();
 
 private:
     using Connections = std::list<std::shared_ptr<CHttpConnection>>;

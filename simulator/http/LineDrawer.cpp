@@ -1,8 +1,16 @@
 #include "simulator/http/LineDrawer.h"
 
+#include <chrono>
+#include <new>
 #include <utility>
 
 #include "runtime/SignalsBlocked.h"
+
+namespace {
+
+constexpr std::chrono::seconds kUntilThereIsMemory(1);
+
+} // namespace
 
 CLineDrawer::CLineDrawer(CEventFeed& feed) : m_feed(feed)
 {
@@ -32,6 +40,7 @@ void CLineDrawer::Draw(LineDrawing drawing)
 void CLineDrawer::DrawLines()
 {
     std::optional<CLinePainter::TimePoint> goOnAt;
+    std::optional<LineDrawing> next; // and those that there was no memory for
     std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
         const auto isCalled = [this] { return m_ending || m_next; };
@@ -43,13 +52,20 @@ void CLineDrawer::DrawLines()
         if (m_ending) {
             return;
         }
-        std::optional<LineDrawing> next = std::exchange(m_next, std::nullopt);
-        lock.unlock();
-        if (next) {
-            m_painter.Take(*std::move(next));
+        if (m_next) {
+            next = std::exchange(m_next, std::nullopt);
         }
-        goOnAt = m_painter.Draw(std::chrono::steady_clock::now());
-        m_feed.PublishLine(m_painter.Picture());
+        lock.unlock();
+        try {
+            if (next) {
+                m_painter.Take(*next);
+                next.reset();
+            }
+            goOnAt = m_painter.Draw(std::chrono::steady_clock::now());
+            m_feed.PublishLine(m_painter.Picture());
+        } catch (const std::bad_alloc&) {
+            goOnAt = std::chrono::steady_clock::now() + kUntilThereIsMemory;
+        }
         lock.lock();
     }
 }

@@ -17,7 +17,7 @@ public:
     {
         const bool isNew = m_sent.passes.count(piece.pass) == 0;
         const std::size_t size = piece.points->size();
-        if (isNew && m_hasAny && size > m_bytesLeft) {
+        if (isNew && size > m_bytesLeft && (m_hasAny || m_bytesLeft == 0)) {
             m_isWhole = false;
             return;
         }

@@ -46,7 +46,7 @@ struct SentPieces
 /// out, and the passes whose points it has not been sent and that do not fit.
 ///
 /// @param sent is brought up to date.
-/// @param mostBytes of points, but for those of one piece, which are sent in any case.
+/// @param mostBytes of points, but for those of one piece, which are sent unless this is 0.
 /// @param isWhole receives whether nothing has been left out for want of room.
 std::string LineEvent(const LinePicture& picture, SentPieces& sent, std::size_t mostBytes,
                       bool& isWhole);

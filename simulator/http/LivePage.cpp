@@ -21,6 +21,7 @@
 #include "simulator/http/PageWatch.h"
 #include "simulator/http/RequestCheck.h"
 #include "simulator/http/Viewers.h"
+#include "simulator/work/MemoryWatch.h"
 
 namespace {
 
@@ -28,6 +29,8 @@ const char* const kJson = "application/json";
 // A body or a list that is longer than this is read or written aside.
 constexpr std::size_t kLongBody = CRequestReader::kLongBodyBytes;
 constexpr int kLongList = 500;
+// Of memory, for the page's own loop.
+constexpr std::size_t kSpareBytes = std::size_t{2} * 1024 * 1024;
 // Of bodies that are long.
 constexpr int kMostAside = 4;
 
@@ -117,13 +120,7 @@ private:
     /// Where there is no memory for what came, that comes to nothing, and the rest is served.
     void Run()
     {
-        while (!m_loop.stopped()) {
-            try {
-                m_loop.run();
-            } catch (const std::bad_alloc&) {
-                continue;
-            }
-        }
+        CMemoryWatch(m_loop, kSpareBytes, [this] { m_server.MakeRoomInMemory(); }).Run();
     }
 
     /// However often it is called, the viewers are looked after once.
@@ -132,10 +129,14 @@ private:
         if (m_viewersAreCalled.exchange(true)) {
             return;
         }
-        asio::post(m_loop, [this] {
-            m_viewersAreCalled = false;
-            m_viewers.Wake();
-        });
+        try {
+            asio::post(m_loop, [this] {
+                m_viewersAreCalled = false;
+                m_viewers.Wake();
+            });
+        } catch (const std::bad_alloc&) {
+            m_viewersAreCalled = false; // they are looked after from time to time in any case
+        }
     }
 
     HttpRefusal Check(const ServedRequest& request) const

@@ -17,6 +17,7 @@
 #include "runtime/SignalsBlocked.h"
 #include "simulator/http/HttpConnection.h"
 #include "simulator/work/LongWork.h"
+#include "simulator/work/SurePost.h"
 
 /// The page's thread for reading and writing what is long, one piece after the other. What nobody
 /// waits for any more is not begun, and ends where it asks whether it is to (EndWorkIfStopped()).
@@ -95,11 +96,12 @@ private:
         }
         asio::post(*m_threads, [this, piece = m_waiting.front()] {
             Work(*piece);
-            asio::post(m_loop, [this, piece] {
+            const auto end = [this, piece] {
                 m_isWorking = false;
                 BeginNext();
                 piece->end();
-            });
+            };
+            PostSurely(m_loop, end, m_isEnding);
         });
         m_waiting.pop_front();
         m_isWorking = true;

@@ -35,8 +35,8 @@ void CPageWatch::WaitForNextLook()
         if (error) {
             return;
         }
+        WaitForNextLook(); // first, whatever becomes of this one
         Look(std::chrono::steady_clock::now());
-        WaitForNextLook();
     });
 }
 

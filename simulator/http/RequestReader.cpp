@@ -12,6 +12,12 @@
 
 namespace http = boost::beast::http;
 
+namespace {
+
+constexpr unsigned kHttp11 = 11;
+
+} // namespace
+
 struct CRequestReader::Parser
 {
     http::request_parser<http::empty_body> head;
@@ -71,6 +77,9 @@ CRequestReader::EStage CRequestReader::KeepHead()
         m_request.headers.emplace_back(LowerCase(std::string(field.name_string())),
                                        std::string(field.value()));
     }
+    // One of HTTP 1.0 would take that for its answer.
+    m_wantsToHear = head.version() >= kHttp11 &&
+                    LowerCase(m_request.Only("expect").value_or("")) == "100-continue";
     m_request.body =
         CRequestBody(static_cast<std::size_t>(m_parser->head.content_length().value_or(0)));
     m_parser.reset();

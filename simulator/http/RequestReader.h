@@ -46,6 +46,11 @@ public:
     {
         return m_stage == EStage::Body && m_request.body.Announced() > kLongBodyBytes;
     }
+    /// Whether the peer sends the body only when it is told to go on.
+    bool IsWaitedFor() const
+    {
+        return m_stage == EStage::Body && m_wantsToHear && m_request.body.Size() == 0;
+    }
     /// The body, to keep; the request has none then.
     CRequestBody TakeBody() { return std::exchange(m_request.body, CRequestBody()); }
     /// Lets go of all that has come. Nothing is read any more.
@@ -63,6 +68,7 @@ private:
     std::string m_pending; ///< what the parser has not used yet
     ServedRequest m_request;
     EStage m_stage = EStage::Head;
+    bool m_wantsToHear = false; ///< that its body is wanted
 };
 
 #endif

@@ -37,8 +37,8 @@ void CViewers::WaitForTick()
     m_timer.expires_after(m_rules.heartbeat / 4);
     m_timer.async_wait([this](const asio::error_code& error) {
         if (!error) {
+            WaitForTick(); // first, whatever becomes of this one
             Wake();
-            WaitForTick();
         }
     });
 }

@@ -1,5 +1,7 @@
 #include "simulator/operations/OperationTable.h"
 
+#include <new>
+
 #include "simulator/output/ServiceLog.h"
 
 Answer COperationTable::Call(const std::string& name, const BListC& arguments) const
@@ -17,6 +19,8 @@ Answer COperationTable::Call(const std::string& name, const BListC& arguments) c
         return operation.call(arguments);
     } catch (const UnusableArgument& error) {
         return {nullptr, name + ": " + error.what(), nullptr};
+    } catch (const std::bad_alloc&) {
+        return {nullptr, name + ": there is not enough memory for it", nullptr};
     }
 }
 

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <new>
 #include <poll.h>
 #include <thread>
 #include <utility>
@@ -65,7 +66,8 @@ private:
     void WaitForWork(std::unique_lock<std::mutex>& lock);
     void WriteNotice(std::unique_lock<std::mutex>& lock);
     void WriteFirstLine(std::unique_lock<std::mutex>& lock);
-    int WriteWhole(const std::string& line);
+    template <typename GetLine>
+    int WriteWhole(GetLine getLine);
 
     const CDescriptor m_descriptor;
     const std::size_t m_mostBytes;
@@ -100,6 +102,9 @@ void CLineWriter::CState::Add(std::string line)
 
 void CLineWriter::CState::Run()
 {
+    // The allocator prepares a thread at its first allocation, which is to be while there is
+    // memory.
+    std::string().reserve(kBytesPerLine);
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_hasEnded) {
         WaitForWork(lock);
@@ -130,7 +135,7 @@ void CLineWriter::CState::WriteNotice(std::unique_lock<std::mutex>& lock)
 {
     const std::size_t leftOut = m_leftOut;
     lock.unlock();
-    const int error = WriteWhole(m_notice(leftOut));
+    const int error = WriteWhole([&] { return m_notice(leftOut); });
     lock.lock();
     if (error == 0) {
         m_leftOut -= leftOut;
@@ -143,7 +148,7 @@ void CLineWriter::CState::WriteFirstLine(std::unique_lock<std::mutex>& lock)
 {
     const std::string& line = m_lines.front();
     lock.unlock();
-    const int error = WriteWhole(line);
+    const int error = WriteWhole([&] { return line; });
     lock.lock();
     if (error != 0) {
         m_error = error;
@@ -156,10 +161,18 @@ void CLineWriter::CState::WriteFirstLine(std::unique_lock<std::mutex>& lock)
 
 /// Writes a line, on a line of its own even if the one before broke off.
 ///
+/// @param getLine gives the line; what there is no memory for is not written.
 /// @return the error number; 0 on success.
-int CLineWriter::CState::WriteWhole(const std::string& line)
+template <typename GetLine>
+int CLineWriter::CState::WriteWhole(GetLine getLine)
 {
-    const std::string text = m_isInsideLine ? "\n" + line : line;
+    std::string text;
+    try {
+        text = getLine();
+        text.insert(0, m_isInsideLine ? "\n" : "");
+    } catch (const std::bad_alloc&) {
+        return ENOMEM;
+    }
     std::size_t written = 0;
     while (written < text.size()) {
         const ssize_t count =

@@ -27,6 +27,7 @@
 #include "simulator/settings/KeptSettings.h"
 #include "simulator/settings/SettingsSaver.h"
 #include "simulator/settings/StateFile.h"
+#include "simulator/work/MemoryWatch.h"
 
 namespace {
 
@@ -38,24 +39,37 @@ using OutputPointer = std::shared_ptr<CProgramOutput>;
 constexpr std::chrono::milliseconds kLongestSaving(1000);
 constexpr std::chrono::milliseconds kLongestWriting(400);
 
+/// Those that end the program.
+sigset_t EndingSignals()
+{
+    sigset_t signals;
+    ::sigemptyset(&signals);
+    ::sigaddset(&signals, SIGINT);
+    ::sigaddset(&signals, SIGTERM);
+    return signals;
+}
+
+// What the loop keeps to itself of the memory.
+constexpr std::size_t kMostSpare = std::size_t{16} * 1024 * 1024;
+
 /// Until the program serves, SIGINT and SIGTERM end it at once, whatever holds it up: there is
-/// nothing to bring to an end yet.
+/// nothing to bring to an end yet. They do so where its parent has them blocked, too, which a
+/// program inherits.
 void EndAtOnceOnSignals()
 {
     for (const int signal : {SIGINT, SIGTERM}) {
         std::signal(signal, [](int) { ::_exit(kExitSuccess); });
     }
+    const sigset_t ending = EndingSignals();
+    ::pthread_sigmask(SIG_UNBLOCK, &ending, nullptr);
 }
 
 /// Once the program ends, further ones change nothing: they would cut short what it still saves and
 /// writes. No other thread takes them either.
 void HoldSignalsBack()
 {
-    sigset_t held;
-    ::sigemptyset(&held);
-    ::sigaddset(&held, SIGINT);
-    ::sigaddset(&held, SIGTERM);
-    ::pthread_sigmask(SIG_BLOCK, &held, nullptr);
+    const sigset_t ending = EndingSignals();
+    ::pthread_sigmask(SIG_BLOCK, &ending, nullptr);
 }
 
 /// The state file and what it holds.
@@ -240,6 +254,12 @@ ServiceCoreOptions CoreOptionsOf(const ProgramOptions& options, const KeptState&
     return core;
 }
 
+/// Runs the loop until a signal stops it, also where memory runs out.
+void RunToTheEnd(asio::io_context& loop, CServiceLink& link, std::size_t memory)
+{
+    CMemoryWatch(loop, std::min(kMostSpare, memory / 4), [&link] { link.GiveUpGreediest(); }).Run();
+}
+
 EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPointer& output)
 {
     asio::io_context loop;
@@ -276,7 +296,7 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     if (options.clock == EClock::Real) {
         pacer.Start();
     }
-    loop.run();
+    RunToTheEnd(loop, link, memory.clients);
     HoldSignalsBack();
     EndSaving(options, link, saver, *output);
     nmea.Close(Clock::now() + kLongestWriting);

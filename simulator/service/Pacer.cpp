@@ -20,15 +20,12 @@ CPacer::CPacer(asio::io_context& loop, CServiceCore& core, double speedFactor)
 void CPacer::Start()
 {
     m_last = std::chrono::steady_clock::now();
-    m_timer.expires_at(m_last);
-    WaitForNextTick();
+    WaitUntil(m_last);
 }
 
-void CPacer::WaitForNextTick()
+void CPacer::WaitUntil(std::chrono::steady_clock::time_point time)
 {
-    // Counted from the tick before and not from now, so that delays do not add up. With a part of
-    // the last tick left, at once, after whatever else the loop has to do.
-    m_timer.expires_at(m_owedSeconds > 0.0 ? m_last : std::max(m_timer.expiry() + kTick, m_last));
+    m_timer.expires_at(time);
     m_timer.async_wait([this](const auto& error) {
         if (!error) {
             Tick();
@@ -44,8 +41,13 @@ void CPacer::Tick()
     m_last = now;
     m_owedSeconds = std::min(m_owedSeconds + passed.count() * m_speedFactor,
                              kLongestHold.count() * m_speedFactor);
+    // Before anything that might throw: the world goes on, whatever becomes of this tick. Counted
+    // from the tick before and not from now, so that delays do not add up.
+    WaitUntil(std::max(m_timer.expiry() + kTick, m_last));
     AdvanceForATurn(now + kTurn);
-    WaitForNextTick();
+    if (m_owedSeconds > 0.0) {
+        WaitUntil(m_last); // at once, after whatever else the loop has to do
+    }
 }
 
 void CPacer::AdvanceForATurn(std::chrono::steady_clock::time_point end)

@@ -25,7 +25,7 @@ public:
     void Start();
 
 private:
-    void WaitForNextTick();
+    void WaitUntil(std::chrono::steady_clock::time_point time);
     void Tick();
     void AdvanceForATurn(std::chrono::steady_clock::time_point end);
 

@@ -1,5 +1,6 @@
 #include "simulator/service/ServiceLink.h"
 
+#include <new>
 #include <utility>
 
 #include "simulator/service/ServiceRecorder.h"
@@ -132,8 +133,9 @@ void CServiceLink::Queue(ECall kind, ClientNumber client, std::uint64_t requestN
     }
 }
 
+/// Where there is no memory for it, that costs the client that has asked.
 void CServiceLink::Reply(ClientNumber client, std::uint64_t requestNumber, const Answer& answer)
-{
+try {
     if (!answer.error.empty()) {
         m_server.ReplyError(client, requestNumber, answer.error);
     } else if (answer.bytes) {
@@ -141,6 +143,8 @@ void CServiceLink::Reply(ClientNumber client, std::uint64_t requestNumber, const
     } else {
         m_server.Reply(client, requestNumber, answer.value.get());
     }
+} catch (const std::bad_alloc&) {
+    m_server.Disconnect(client, "there is no memory for its reply", true);
 }
 
 void CServiceLink::Subscribed(ClientNumber client, const std::string& event)

@@ -46,6 +46,8 @@ public:
     std::uint16_t Port() const { return m_server.Port(); }
     /// How many bytes its connections hold of what is unfinished or waits.
     std::size_t HeldBytes() const { return m_server.HeldBytes(); }
+    /// Closes the connection that holds most of them, where that is much.
+    void GiveUpGreediest() { m_server.GiveUpGreediest(); }
     CServiceCore& Core() { return m_core; }
     /// Records what goes over the link and how the machine really drives; see
     /// CServiceRecorder::Open().

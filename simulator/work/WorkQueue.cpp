@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <csignal>
 #include <iterator>
+#include <new>
 #include <utility>
 
 #include <asio/post.hpp>
 #include <pthread.h>
 
 #include "runtime/ListAccess.h"
+#include "simulator/work/SurePost.h"
 
 namespace {
 
@@ -78,6 +80,7 @@ CWorkQueue::CWorkQueue(asio::io_context& loop) : m_loop(loop)
 CWorkQueue::~CWorkQueue()
 {
     *m_alive = false;
+    m_isEnding = true;
     if (m_preparing) {
         m_preparing->stop = true;
     }
@@ -95,8 +98,13 @@ CWorkQueue::Ticket CWorkQueue::Add(Attempt attempt, EAsker asker)
     task->asker = asker;
     task->attempt = std::move(attempt);
     Place(task);
-    if (m_tasks.size() == 1) {
-        PostNext();
+    try {
+        if (m_tasks.size() == 1) {
+            PostNext();
+        }
+    } catch (const std::bad_alloc&) {
+        m_tasks.clear();
+        throw;
     }
     return task->ticket;
 }
@@ -119,11 +127,15 @@ std::shared_ptr<const BListC> CWorkQueue::Keep(std::unique_ptr<BListC> arguments
     }
     return {arguments.release(), [&loop = m_loop, gradual = m_gradual](BListC* list) {
                 std::unique_ptr<BListC> owner(list);
-                asio::post(loop, [gradual, owner = std::move(owner)]() mutable {
-                    GradualDisposerC::Remains remains;
-                    remains.message.arguments = std::move(owner);
-                    gradual->Destroy(std::move(remains), kDiscardedBytes);
-                });
+                try {
+                    asio::post(loop, [gradual, owner = std::move(owner)]() mutable {
+                        GradualDisposerC::Remains remains;
+                        remains.message.arguments = std::move(owner);
+                        gradual->Destroy(std::move(remains), kDiscardedBytes);
+                    });
+                } catch (const std::bad_alloc&) {
+                    // Where there is no memory for that, it is destroyed on the spot.
+                }
             }};
 }
 
@@ -232,6 +244,10 @@ void CWorkQueue::Call(const std::shared_ptr<Task>& task)
         task->attempt();
         m_present = nullptr;
         End(task);
+    } catch (const std::bad_alloc&) {
+        m_present = nullptr;
+        End(task); // others have their turn
+        throw;
     } catch (const CWorkPending& pending) {
         m_present = nullptr;
         task->job = std::make_shared<Job>(pending);
@@ -256,21 +272,22 @@ void CWorkQueue::End(const std::shared_ptr<Task>& task)
 
 void CWorkQueue::MakeAside(const std::shared_ptr<Job>& job, std::function<void(Made)> take)
 {
-    asio::post(m_thread, [&loop = m_loop, alive = m_alive, job, take = std::move(take)] {
-        Made made{job->key, job->calculate, nullptr, nullptr};
+    const auto made = std::make_shared<Made>(Made{job->key, job->calculate, nullptr, nullptr});
+    asio::post(m_thread, [this, alive = m_alive, job, made, take = std::move(take)] {
         g_workStop = &job->stop;
         try {
             EndWorkIfStopped();
-            made.result = job->calculate();
+            made->result = job->calculate();
         } catch (...) {
-            made.thrown = std::current_exception();
+            made->thrown = std::current_exception();
         }
         g_workStop = nullptr;
-        asio::post(loop, [alive, take, made = std::move(made)]() mutable {
+        const auto end = [alive, take, made] {
             if (*alive) {
-                take(std::move(made));
+                take(std::move(*made));
             }
-        });
+        };
+        PostSurely(m_loop, end, m_isEnding);
     });
 }
 

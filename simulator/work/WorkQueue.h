@@ -126,6 +126,7 @@ private:
     std::function<void()> m_disengaged;
     Ticket m_lastTicket = 0;
     bool m_onTheSpot = false;
+    std::atomic<bool> m_isEnding{false};
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true); ///< for what comes back late
     std::shared_ptr<GradualDisposerC> m_gradual = std::make_shared<GradualDisposerC>(m_loop);
     DisposerC m_disposer;

@@ -268,6 +268,32 @@ class Output(AttackTest):
                     self.assertTrue(line.isprintable(), line)
 
 
+def started_with_blocked(*signals):
+    """A simulator whose parent has signals blocked, as one has that waits for them itself."""
+    return SimulatorUnderAttack(
+        preexec_fn=lambda: signal.pthread_sigmask(signal.SIG_BLOCK, signals))
+
+
+class End(AttackTest):
+    def test_comes_by_signals_that_were_blocked_at_the_start(self):
+        for number in (signal.SIGTERM, signal.SIGINT):
+            with self.subTest(number), started_with_blocked(signal.SIGTERM, signal.SIGINT) as simulator:
+                self.assert_ends_in_time(simulator, number)
+
+    def test_comes_by_signals_that_waited_when_the_program_began(self):
+        def raise_blocked():
+            signal.pthread_sigmask(signal.SIG_BLOCK, (signal.SIGTERM,))
+            os.kill(os.getpid(), signal.SIGTERM)
+        with Pipe(full=True) as pipe:
+            process = subprocess.Popen([program()], stdout=pipe.writing, stderr=pipe.writing,
+                                       preexec_fn=raise_blocked)
+            try:
+                self.assertEqual(0, process.wait(DEADLINE_SECONDS))
+            finally:
+                process.kill()
+                process.wait()
+
+
 class Track(AttackTest):
     def test_that_nobody_reads_holds_up_nothing(self):
         with tempfile.TemporaryDirectory() as folder:

@@ -1,6 +1,7 @@
 #include "simulator/operations/OperationTable.h"
 
 #include <algorithm>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -213,6 +214,25 @@ TEST(ServiceOperations, RefuseTooManyLists)
     arguments.Add(new BListC(nullptr));
     const Answer more = Service().Core().Request("calculate_headings", arguments);
     EXPECT_EQ("calculate_headings: 100001 arguments are too many, allowed is 100000", more.error);
+}
+
+/// Wants more memory than there is.
+class Greedy
+{
+public:
+    int Take() { throw std::bad_alloc(); }
+};
+
+TEST(OperationTable, SaysOfWhatItLacksTheMemoryForThatItDoes)
+{
+    Greedy greedy;
+    COperationTable table;
+    table.Add("take_all", greedy, &Greedy::Take);
+
+    const Answer answer = table.Call("take_all", BListC(nullptr));
+
+    EXPECT_EQ("take_all: there is not enough memory for it", answer.error);
+    EXPECT_EQ(nullptr, answer.value);
 }
 
 TEST(ServiceOperations, ShowOfAnOverlongNameWhatCanBePrinted)

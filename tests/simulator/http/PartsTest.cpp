@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -158,6 +160,27 @@ TEST(RequestReader, KnowsALongBodyByItsAnnouncedLength)
     }
 }
 
+TEST(RequestReader, KnowsWhoWaitsToSendABody)
+{
+    const struct
+    {
+        const char* start;
+        bool isWaitedFor;
+    } rows[] = {{"POST / HTTP/1.1\r\nExpect: 100-continue\r\nContent-Length: 2\r\n\r\n", true},
+                {"POST / HTTP/1.0\r\nExpect: 100-continue\r\nContent-Length: 2\r\n\r\n", false},
+                {"POST / HTTP/1.1\r\nExpect: else\r\nContent-Length: 2\r\n\r\n", false},
+                {"POST / HTTP/1.1\r\nContent-Length: 2\r\n\r\n", false},
+                {"POST / HTTP/1.1\r\nExpect: 100-continue\r\nContent-Length: 2\r\n\r\nx", false},
+                {"POST / HTTP/1.1\r\nExpect: 100-continue\r\nContent-Length: 0\r\n\r\n", false}};
+    for (const auto& row : rows) {
+        CRequestReader reader;
+        reader.Take(row.start, std::string(row.start).size());
+        EXPECT_FALSE(reader.IsWaitedFor()) << row.start; // whether it is wanted is to be seen
+        reader.ReadBody();
+        EXPECT_EQ(row.isWaitedFor, reader.IsWaitedFor()) << row.start;
+    }
+}
+
 json PointsOf(const CTrail& trail)
 {
     return json::parse(TrailJson(trail.Text(), 0.0, "7"))["points"];
@@ -249,6 +272,70 @@ TEST(Feed, TellsNothingTwiceAndForgetsWithTheLastViewer)
     EXPECT_NE(generation, feed.Generation());
     CEventFeed::Seen fresh;
     EXPECT_EQ("", feed.Take(fresh));
+}
+
+TEST(Feed, HasOneBudgetForAllThatAViewerIsSent)
+{
+    CEventFeed feed;
+    CEventFeed::Seen seen;
+    feed.Enter();
+    CEventFeed::TimePoint now;
+    auto picture = std::make_shared<LinePicture>();
+    picture->members = "\"revision\":" + std::string(700, '1');
+    std::map<std::string, int> found;
+    std::size_t bytes = 0;
+    constexpr int kStates = 100; // ten a second
+
+    for (int number = 0; number < kStates; ++number) {
+        const std::string text = std::to_string(number);
+        feed.Publish(EFeedEvent::Settings, text + std::string(1000, 's'));
+        picture = std::make_shared<LinePicture>(*picture);
+        picture->number = static_cast<std::uint64_t>(number);
+        picture->pieces = {{0, std::make_shared<const std::string>(20000, 'p')}};
+        feed.PublishLine(picture);
+        feed.Publish(EFeedEvent::State, text + std::string(800, 'x'));
+        const std::string taken = feed.Take(seen, now);
+        bytes += taken.size();
+        for (const char* word : {"event: state", "event: settings", "event: line", "points"}) {
+            found[word] += taken.find(word) != std::string::npos ? 1 : 0;
+        }
+        now += std::chrono::milliseconds(100);
+    }
+
+    EXPECT_LT(bytes, 10u * 30000u);
+    EXPECT_EQ(kStates, found["event: state"]);
+    EXPECT_GT(found["event: settings"], kStates / 4);
+    EXPECT_GT(found["event: line"], kStates / 4);
+    EXPECT_GT(found["points"], 3);
+}
+
+TEST(Feed, SendsLaterAsItIsThenWhatItHasNoBytesFor)
+{
+    CEventFeed feed;
+    CEventFeed::Seen seen;
+    feed.Enter();
+    auto picture = std::make_shared<LinePicture>();
+    picture->members = "\"revision\":1";
+    picture->pieces = {{0, std::make_shared<const std::string>("[[1,2]]")}};
+    CEventFeed::TimePoint now;
+    EXPECT_EQ("", feed.Take(seen, now));
+    seen.savedBytes = -CEventFeed::kMostAdvance;
+    feed.Publish(EFeedEvent::Settings, "before");
+    feed.PublishLine(picture);
+    EXPECT_EQ("", feed.Take(seen, now));
+    feed.Publish(EFeedEvent::Settings, "now");
+
+    now += std::chrono::seconds(1);
+    EXPECT_EQ("event: settings\ndata: now\n\n"
+              "event: line\ndata: {\"revision\":1,\"line\":[],\"followed\":null,\"passes\":[]}\n\n",
+              feed.Take(seen, now));
+    now += std::chrono::milliseconds(200); // there is nothing for points yet
+    EXPECT_EQ("", feed.Take(seen, now));
+    now += std::chrono::seconds(10);
+    EXPECT_EQ("event: line\ndata: {\"revision\":1,\"line\":[],\"followed\":null,"
+              "\"passes\":[{\"pass\":0,\"points\":[[1,2]]}]}\n\n",
+              feed.Take(seen, now));
+    EXPECT_EQ("", feed.Take(seen, now + std::chrono::seconds(10)));
 }
 
 TEST(Hosts, AreOwnWithTheRightNameAndPort)
