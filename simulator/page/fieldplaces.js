@@ -24,7 +24,7 @@ export class FileTooLarge extends Error {}
  * Beyond this the page would be slow, whatever a file announces. `text` is of GeoJSON and XML, and `marks` of the
  * elements of XML: the browser reads those at one go, in which the page does nothing else.
  */
-export const limits = { bytes: 64 << 20, text: 24 << 20, marks: 400000, places: 400000, features: 20000, depth: 64 };
+export const limits = { bytes: 64 << 20, text: 16 << 20, marks: 250000, places: 400000, features: 20000, depth: 64 };
 
 /** A place on the earth, of what a file has. */
 export function checkedPlace(longitude, latitude, height = null) {

@@ -144,7 +144,10 @@ async function readLinked(root, reading, beside) {
     const isBeside = path !== "" && !path.includes(":");
     const bytes = isBeside ? await beside(path) : undefined;
     if (bytes === undefined) reading.leave(`what it links to, “${path.slice(0, 80)}”`);
-    else await readKml(rootOf(bytes), reading);
+    else {
+      await reading.rest();
+      await readKml(rootOf(bytes), reading);
+    }
   }
 }
 
