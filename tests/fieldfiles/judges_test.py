@@ -374,16 +374,16 @@ class Numbers(Judged):
     def test_it_is_the_same_in_geojson_of_waylines(self):
         text = self.write("lines.txt", "5\n0 10 20 0 -250 610 0\n0 0 0 0 100 200 0\n")
         path = self.path("own.geojson")
-        self.run_navctl("wayline", "convert", text, path, "--origin", ORIGIN)
+        self.run_navctl("wayline", "convert", text, path, "--origin", "48.5,179.9995,520")
         own = json.loads(pathlib.Path(path).read_text())
         for feature, name in zip(own["features"], ("path", "east", "north")):
             feature["properties"]["name"] = name
         area = {"type": "Feature", "properties": {"name": "Area"},
                 "geometry": {"type": "Polygon", "coordinates": [
-                    [[11.25, 48.5], [11.26, 48.5], [11.26, 48.51], [11.25, 48.5]]]}}
+                    [[179.99, 48.5], [179.999, 48.5], [179.999, 48.51], [179.99, 48.5]]]}}
         cut = {"type": "Feature", "properties": {"name": "cut"},
                "geometry": {"type": "MultiLineString", "coordinates": [
-                   [[179.9, 48.5], [180, 48.5]], [[-180, 48.5], [-179.9, 48.5]]]}}
+                   [[179.999, 48.5], [180, 48.5]], [[-180, 48.5], [-179.999, 48.5]]]}}
         for at in range(4):
             own_and_more = own["features"][:at] + [area, cut] + own["features"][at:]
             source = self.write("more.geojson", json.dumps(
