@@ -4,7 +4,8 @@
 #include <cstddef>
 
 /// What a file of fields may claim. Every reader keeps to these whatever a file announces, so that
-/// the memory is bounded: the largest is that of a document of XML, whose parts take about 300 MB.
+/// the memory is bounded. Beside the file itself the most is taken by a document of XML of the
+/// longest sort: with its copy and its parts about 550 MB.
 namespace FileLimits {
 
 constexpr std::size_t kBytes = 256U << 20;     ///< of a file, and of all that a zip holds

@@ -1,4 +1,5 @@
 #include <cstring>
+#include <unordered_map>
 
 #include "tools/fieldfiles/FieldGeodesy.h"
 #include "tools/fieldfiles/FileBytes.h"
@@ -205,18 +206,26 @@ private:
     }
 
     /// The name of the nearest folder around a placemark that has one.
-    static std::string FolderOf(const pugi::xml_node& placemark)
+    std::string FolderOf(const pugi::xml_node& placemark)
     {
         for (pugi::xml_node node = placemark.parent(); node; node = node.parent()) {
-            const bool isFolder = IsElement(node, "Folder") || IsElement(node, "Document");
-            if (isFolder && !TextOf(node, "name").empty()) {
-                return TextOf(node, "name");
+            if (!IsElement(node, "Folder") && !IsElement(node, "Document")) {
+                continue;
+            }
+            // A folder may have very many placemarks, among which its name is sought but once.
+            const auto [found, isNew] = m_folderNames.try_emplace(node.hash_value());
+            if (isNew) {
+                found->second = TextOf(node, "name");
+            }
+            if (!found->second.empty()) {
+                return found->second;
             }
         }
         return "Field";
     }
 
     std::vector<std::string>* m_beside;
+    std::unordered_map<std::size_t, std::string> m_folderNames;
 };
 
 } // namespace
