@@ -1,15 +1,13 @@
 // Files of fields as farmers' programs have them: ISOXML, Shapefile, GeoPackage, KML, KMZ and GeoJSON. They are read
 // here, by the browser, and never by the service.
 import { FieldReading } from "./fieldreading.js";
-import { FileProblem, limits } from "./fieldplaces.js";
+import { FileProblem, UnknownFile, limits } from "./fieldplaces.js";
 import { Zip } from "./fieldzip.js";
 import { readGeoJson } from "./fieldmaps.js";
 import { readPackage } from "./fieldtables.js";
 import { readShapes } from "./fieldshapes.js";
 import { readXml, rootOf } from "./fieldxml.js";
 
-const supported = "read are ISOXML (TASKDATA.XML with its other files, or a zip), Shapefile (its files together, or a "
-  + "zip), GeoPackage, KML, KMZ and GeoJSON";
 
 const stemOf = (name) => name.slice(name.lastIndexOf("/") + 1).replace(/\.[^.]*$/, "");
 const startsWith = (bytes, text) => [...text].every((letter, i) => bytes[i] === letter.charCodeAt(0));
@@ -27,14 +25,14 @@ async function readZip(bytes, reading) {
     return;
   }
   const shapes = zip.entries.filter(({ path }) => path.toLowerCase().endsWith(".shp"));
-  if (shapes.length === 0) throw new FileProblem(`the zip has none of what is read: ${supported}`);
+  if (shapes.length === 0) throw new UnknownFile("the zip has none of what is read");
   for (const entry of shapes) {
     const parts = {};
-    for (const ending of ["shp", "dbf", "prj", "cpg"]) {
+    for (const ending of ["shp", "shx", "dbf", "prj", "cpg"]) {
       const part = zip.beside(entry, `${stemOf(entry.path)}.${ending}`);
       if (part !== undefined) parts[ending] = await zip.unpack(part);
     }
-    readShapes(parts, stemOf(entry.path), reading);
+    await readShapes(parts, stemOf(entry.path), reading);
   }
 }
 
@@ -43,14 +41,16 @@ async function readContent({ name, bytes }, reading, beside) {
   const text = new TextDecoder().decode(bytes.subarray(0, 512)).trimStart();
   const isWide = (bytes[0] === 0xff && bytes[1] === 0xfe) || (bytes[0] === 0xfe && bytes[1] === 0xff);
   if (startsWith(bytes, "PK\x03\x04") || startsWith(bytes, "PK\x05\x06")) await readZip(bytes, reading);
-  else if (startsWith(bytes, "SQLite format 3\0")) readPackage(bytes, reading);
+  else if (startsWith(bytes, "SQLite format 3\0")) await readPackage(bytes, reading);
   else if (startsWith(bytes, "\0\0\x27\x0a")) {
     const parts = { shp: bytes };
-    for (const ending of ["dbf", "prj", "cpg"]) parts[ending] = await beside(`${stemOf(name)}.${ending}`);
-    readShapes(parts, stemOf(name), reading);
+    for (const ending of ["shx", "dbf", "prj", "cpg"]) parts[ending] = await beside(`${stemOf(name)}.${ending}`);
+    await readShapes(parts, stemOf(name), reading);
   } else if (text.startsWith("<") || isWide) await readXml(rootOf(bytes), reading, beside);
-  else if (text.startsWith("{")) readGeoJson(new TextDecoder().decode(bytes), reading);
-  else throw new FileProblem(`its format is not known; ${supported}`);
+  else if (text.startsWith("{")) {
+    if (bytes.length > limits.text) throw new FileProblem(`longer than the ${limits.text >> 20} MiB of GeoJSON that are read`);
+    await readGeoJson(new TextDecoder().decode(bytes), reading);
+  } else throw new UnknownFile("its format is not known");
 }
 
 const partsOfPath = (path) => [path.slice(0, path.lastIndexOf("/") + 1), path.slice(path.lastIndexOf("/") + 1)];

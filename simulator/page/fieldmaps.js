@@ -1,12 +1,13 @@
 // GeoJSON, and the geometries that GeoPackages have.
-import { FileProblem, checkedPlace, limits } from "./fieldplaces.js";
+import { FileProblem, FileTooLarge, UnknownFile, checkedPlace, limits } from "./fieldplaces.js";
 
 const textOf = (value) => (typeof value === "string" ? value.slice(0, 1000) : "");
 
 /** A property by its name in any case, as programs change that. */
 function property(properties, name) {
   const key = Object.keys(properties ?? {}).find((one) => one.toLowerCase() === name);
-  return key === undefined ? "" : textOf(properties[key]);
+  if (key === undefined) return "";
+  return typeof properties[key] === "number" ? `${properties[key]}` : textOf(properties[key]);
 }
 
 function placeOf(position) {
@@ -36,11 +37,18 @@ function sort(geometry, found, depth = 0) {
   }
 }
 
+/** The heading that stands beside a line; none beside one of a local frame, which has its heading in that frame. */
+function headingOf(properties) {
+  const key = Object.keys(properties ?? {}).find((one) => one.toLowerCase() === "heading");
+  const isOfFrame = typeof properties?.origin === "object" && properties.origin !== null;
+  return key === undefined || isOfFrame || typeof properties[key] !== "number" ? null : properties[key];
+}
+
 /** Adds a feature of a map. */
-export function addFeature(reading, layer, { name, field, word, heading, parts, areas }) {
+export async function addFeature(reading, layer, { name, field, word, heading, parts, areas }) {
   const place = field || layer;
-  if (parts.length > 0) reading.lines(place, name, parts, { word, heading });
-  areas.forEach((rings) => reading.area(place, name, rings));
+  if (parts.length > 0) await reading.lines(place, name, parts, { word, heading });
+  for (const rings of areas) await reading.area(place, name, rings);
 }
 
 function checkNamedSystem(file) {
@@ -49,27 +57,31 @@ function checkNamedSystem(file) {
   throw new FileProblem(`its reference system is “${name}”; only WGS 84 in degrees (EPSG:4326) is read`);
 }
 
+const geometries = ["LineString", "MultiLineString", "Polygon", "MultiPolygon", "GeometryCollection"];
+
 /** Reads GeoJSON. Waylines of navctl count by their geometry, which they have in full. */
-export function readGeoJson(text, reading) {
+export async function readGeoJson(text, reading) {
   let file = null;
   try {
     file = JSON.parse(text);
   } catch {
-    throw new FileProblem("it begins like JSON and is none");
+    throw new UnknownFile("it begins like JSON and is none");
   }
+  const isGeoJson = file.type === "FeatureCollection" || file.type === "Feature" || geometries.includes(file.type);
+  if (!isGeoJson) throw new UnknownFile("it is no GeoJSON with features");
   checkNamedSystem(file);
   const features = file.type === "FeatureCollection" && Array.isArray(file.features) ? file.features : [file];
   const layer = textOf(file.name) || "Field";
-  features.forEach((feature, i) => {
+  for (const [i, feature] of features.entries()) {
     const properties = feature?.properties;
     const name = property(properties, "name");
-    reading.attempt("feature", name || `${i + 1}`, () => {
+    await reading.attempt("feature", name || `${i + 1}`, async () => {
       const found = { parts: [], areas: [] };
       sort(feature?.type === "Feature" ? feature.geometry : feature, found);
-      addFeature(reading, layer, { ...found, name, field: property(properties, "field"),
-        word: property(properties, "kind"), heading: null });
+      await addFeature(reading, layer, { ...found, name, field: property(properties, "field"),
+        word: property(properties, "kind"), heading: headingOf(properties) });
     });
-  });
+  }
 }
 
 /** Takes a geometry of well-known binary apart. */
@@ -98,7 +110,9 @@ class BinaryGeometry {
   }
 
   positions(little, dimensions, hasHeight) {
-    return Array.from({ length: this.length(little, 8 * dimensions) }, () => {
+    const count = this.length(little, 8 * dimensions);
+    if (count > limits.places) throw new FileTooLarge("it has more points than are read");
+    return Array.from({ length: count }, () => {
       const at = this.bytes(8 * dimensions);
       const value = (i) => this.view.getFloat64(at + 8 * i, little);
       return checkedPlace(value(0), value(1), hasHeight ? value(2) : null);

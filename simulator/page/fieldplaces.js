@@ -9,11 +9,22 @@ const eccentricitySquared = flattening * (2 - flattening);
 /** What a file cannot be used for. */
 export class FileProblem extends Error {}
 
+/** A file that is none of those that are read. */
+export class UnknownFile extends FileProblem {
+  constructor(reason) {
+    super(`${reason}; read are ISOXML (TASKDATA.XML with its other files, or a zip), Shapefile (its files together, or a `
+      + "zip), GeoPackage, KML, KMZ and GeoJSON");
+  }
+}
+
 /** A file that has more than is read: no part of it is used. */
 export class FileTooLarge extends Error {}
 
-/** Beyond this the page would be slow, whatever a file announces. */
-export const limits = { bytes: 64 << 20, places: 1000000, features: 20000, depth: 64 };
+/**
+ * Beyond this the page would be slow, whatever a file announces. `text` is of GeoJSON and XML, and `marks` of the
+ * elements of XML: the browser reads those at one go, in which the page does nothing else.
+ */
+export const limits = { bytes: 64 << 20, text: 16 << 20, marks: 250000, places: 400000, features: 20000, depth: 64 };
 
 /** A place on the earth, of what a file has. */
 export function checkedPlace(longitude, latitude, height = null) {
@@ -66,6 +77,12 @@ export class LocalFrame {
     }
     return place;
   }
+}
+
+/** How far east of another one a longitude is, the shorter way round, degrees. */
+export function eastOf(longitude, other) {
+  const east = longitude - other;
+  return east - 360 * Math.round(east / 360);
 }
 
 const nearly = (left, right) => Math.abs(left - right) <= 1e-9;

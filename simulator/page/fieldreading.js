@@ -1,5 +1,5 @@
 // Gathers what a file has of fields: their lines and boundaries, and what cannot be used of it.
-import { FileProblem, FileTooLarge, LocalFrame, limits, samePlace } from "./fieldplaces.js";
+import { FileProblem, FileTooLarge, LocalFrame, eastOf, limits, samePlace } from "./fieldplaces.js";
 import { degrees, headingTo } from "./geometry.js";
 
 /** The kinds of lines by their words in files of maps; their codes are those of text forms. */
@@ -11,15 +11,29 @@ function withoutFalseHeights(parts) {
   return known ? parts : parts.map((part) => part.map(([east, north]) => [east, north, null]));
 }
 
-/** Lines that are cut at the 180th meridian are put together again. */
+/**
+ * Whether a place on the 180th meridian lies on the straight between its neighbours on a map, so that it may have been
+ * put there to cut the line.
+ */
+function isCut(before, place, after) {
+  const [eastBefore, eastAfter] = [eastOf(place[0], before[0]), eastOf(after[0], place[0])];
+  const east = eastBefore + eastAfter;
+  return east !== 0 && Math.abs(place[1] - before[1] - (after[1] - before[1]) * (eastBefore / east)) <= 1e-8;
+}
+
+/** Lines that are cut at the 180th meridian are put together again, without the place of the cut. */
 function joined(parts) {
   const lines = [];
   for (const part of parts) {
     const last = lines.at(-1);
     const goesOn = last !== undefined && last.length > 0 && part.length > 1 && Math.abs(part[0][0]) > 180 - 1e-9
       && samePlace(last.at(-1), part[0]);
-    if (goesOn) part.slice(1).forEach((place) => last.push(place));
-    else lines.push([...part]);
+    if (!goesOn) {
+      lines.push([...part]);
+      continue;
+    }
+    if (last.length > 1 && isCut(last.at(-2), last.at(-1), part[1])) last.pop();
+    part.slice(1).forEach((place) => last.push(place));
   }
   return lines;
 }
@@ -61,20 +75,38 @@ function openRing(ring) {
   return ring.slice(0, length);
 }
 
-/** What is read of a file. */
+const longestSlice = 20; // milliseconds
+let latest = null; // the reading that was begun last
+
+/**
+ * What is read of a file. It is read in slices, between which the page does what else is to be done: somebody may want
+ * to disengage. A reading ends when another one begins.
+ */
 export class FieldReading {
   constructor() {
     this.fields = [];
+    this.fieldsByName = new Map();
     this.left = []; // sentences about what cannot be used
     this.places = 0;
     this.features = 0;
+    this.sliceBegan = performance.now();
+    latest = this;
+  }
+
+  /** Lets the page go on when the slice is over. To be called between all that is not short. */
+  async rest() {
+    if (performance.now() - this.sliceBegan < longestSlice) return;
+    await new Promise((resolve) => { setTimeout(resolve); });
+    if (latest !== this) throw new FileTooLarge("another file was opened before it was read");
+    this.sliceBegan = performance.now();
   }
 
   field(name) {
-    let field = this.fields.findLast((one) => one.name === name);
+    let field = this.fieldsByName.get(name);
     if (field === undefined) {
       field = { name, lines: [], boundaries: [] };
       this.fields.push(field);
+      this.fieldsByName.set(name, field);
     }
     return field;
   }
@@ -91,9 +123,10 @@ export class FieldReading {
   }
 
   /** Does something with a line or boundary; when that cannot be used, it is left out by its name. */
-  attempt(what, name, act) {
+  async attempt(what, name, act) {
+    await this.rest();
     try {
-      act();
+      await act();
     } catch (error) {
       if (!(error instanceof FileProblem)) throw error;
       this.leave(`${what} “${name || "without a name"}”: ${error.message}`);
@@ -101,8 +134,8 @@ export class FieldReading {
   }
 
   /** Adds a line that is complete. */
-  line(field, name, act) {
-    this.attempt("line", name, () => {
+  async line(field, name, act) {
+    await this.attempt("line", name, () => {
       const line = act();
       this.count([line.places]);
       this.field(field).lines.push({ name, ...line });
@@ -110,22 +143,22 @@ export class FieldReading {
   }
 
   /** Adds the lines of a feature of a map; `word` is that of its kind. */
-  lines(field, name, parts, { word = "", heading = null } = {}) {
+  async lines(field, name, parts, { word = "", heading = null } = {}) {
     this.count(parts);
     const lines = joined(withoutFalseHeights(parts));
-    lines.forEach((places, i) => {
+    for (const [i, places] of lines.entries()) {
       const part = lines.length > 1 ? `${name}${name && ", "}part ${i + 1}` : name;
-      this.line(field, part, () => {
+      await this.attempt("line", part, () => {
         const kind = word === "" ? (places.length === 2 ? 0 : 4) : kindsOfWords[word];
         if (kind === undefined) throw new FileProblem(`“${word.slice(0, 40)}” is no kind of line`);
-        return lineOf(kind, places, heading);
+        this.field(field).lines.push({ name: part, ...lineOf(kind, places, heading) });
       });
-    });
+    }
   }
 
   /** Adds an area: its exterior ring and its holes. */
-  area(field, name, rings) {
-    this.attempt("boundary", name, () => {
+  async area(field, name, rings) {
+    await this.attempt("boundary", name, () => {
       if (rings.length === 0) throw new FileProblem("it has no exterior ring");
       this.count(rings);
       this.field(field).boundaries.push({ name, rings: withoutFalseHeights(rings).map(openRing) });

@@ -1,6 +1,6 @@
 // GeoPackages: databases of SQLite, of which the tables of features are read row by row. Nothing in the file is
 // run: neither views nor triggers nor indexes are looked at.
-import { FileProblem, limits } from "./fieldplaces.js";
+import { FileProblem, UnknownFile, limits } from "./fieldplaces.js";
 import { addFeature, packageGeometry } from "./fieldmaps.js";
 import { checkSystem } from "./fieldsystem.js";
 
@@ -165,7 +165,7 @@ class Database {
   /** The rows of a table, each its values by the names of the columns in small letters. */
   * table(name) {
     const table = this.tables.get(name.toLowerCase());
-    if (table === undefined) throw new FileProblem(`it is no GeoPackage with features: ${name} is missing`);
+    if (table === undefined) throw new UnknownFile(`it is no GeoPackage with features: ${name} is missing`);
     let count = 0;
     for (const { key, values } of this.rows(table.root)) {
       count += 1;
@@ -184,19 +184,19 @@ function checkTable(systems, { srs_id: id }) {
 }
 
 /** Reads a GeoPackage. */
-export function readPackage(bytes, reading) {
+export async function readPackage(bytes, reading) {
   try {
     const database = new Database(bytes);
     const systems = [...database.table("gpkg_spatial_ref_sys")];
     for (const table of [...database.table("gpkg_geometry_columns")]) {
       checkTable(systems, table);
       const layer = String(table.table_name);
-      const text = (value) => (typeof value === "string" ? value.trim().slice(0, 1000) : "");
+      const text = (value) => (typeof value === "string" || typeof value === "number" ? `${value}`.trim().slice(0, 1000) : "");
       for (const row of database.table(layer)) {
         const geometry = row[String(table.column_name).toLowerCase()];
         if (!(geometry instanceof Uint8Array)) continue;
-        reading.attempt("row", text(row.name), () => {
-          addFeature(reading, layer, { ...packageGeometry(geometry), name: text(row.name), field: text(row.field),
+        await reading.attempt("row", text(row.name), async () => {
+          await addFeature(reading, layer, { ...packageGeometry(geometry), name: text(row.name), field: text(row.field),
             word: text(row.kind), heading: typeof row.heading === "number" ? row.heading : null });
         });
       }

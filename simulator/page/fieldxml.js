@@ -1,18 +1,33 @@
 // KML and ISOXML, of which the browser's own reader of XML makes elements.
-import { FileProblem, LocalFrame, checkedPlace, limits, samePlace } from "./fieldplaces.js";
+import { FileProblem, FileTooLarge, LocalFrame, UnknownFile, checkedPlace, limits, samePlace } from "./fieldplaces.js";
 import { addFeature } from "./fieldmaps.js";
 import { headingTo, radians } from "./geometry.js";
 import { makeLine } from "./fieldreading.js";
 
-/** The text of a document of XML, in the encoding that its byte order mark names. */
+/** The text of a document of XML, in the encoding that its byte order mark or its declaration names. */
 function textOf(bytes) {
   if (bytes[0] === 0xff && bytes[1] === 0xfe) return new TextDecoder("utf-16le").decode(bytes);
   if (bytes[0] === 0xfe && bytes[1] === 0xff) return new TextDecoder("utf-16be").decode(bytes);
-  return new TextDecoder().decode(bytes);
+  const start = String.fromCharCode(...bytes.subarray(0, 200));
+  const encoding = /^<\?xml[^>]*\sencoding\s*=\s*["']([^"']+)["']/.exec(start)?.[1] ?? "utf-8";
+  try {
+    return new TextDecoder(encoding).decode(bytes);
+  } catch {
+    throw new FileProblem(`the XML is in an encoding that is not read, “${encoding.slice(0, 40)}”`);
+  }
+}
+
+/** Checks that the browser will be done with a document in a moment: it reads it at one go. */
+function checkSize(bytes) {
+  if (bytes.length > limits.text) throw new FileProblem(`longer than the ${limits.text >> 20} MiB of XML that are read`);
+  let marks = 0;
+  for (const byte of bytes) if (byte === 0x3c) marks += 1;
+  if (marks > limits.marks) throw new FileProblem(`the XML has more than the ${limits.marks} marks that are read`);
 }
 
 /** The root of a document. Document types, which may define entities, are refused. */
 export function rootOf(bytes) {
+  checkSize(bytes);
   const text = textOf(bytes);
   if (/<!DOCTYPE/i.test(text)) throw new FileProblem("the XML has a document type, which is not read");
   const document = new DOMParser().parseFromString(text, "application/xml");
@@ -24,7 +39,13 @@ export function rootOf(bytes) {
 }
 
 const childrenOf = (element, name) => [...element.children].filter((child) => child.localName === name);
-const childOf = (element, name) => [...(element?.children ?? [])].find((child) => child.localName === name);
+
+/** The first child of a name. A folder may have very many, so they are not gathered for it. */
+function childOf(element, name) {
+  for (const child of element?.children ?? []) if (child.localName === name) return child;
+  return undefined;
+}
+
 const wordsOf = (element) => (element?.textContent ?? "").trim().slice(0, 1000);
 
 function number(text, what) {
@@ -35,38 +56,63 @@ function number(text, what) {
   return value;
 }
 
-function kmlPlaces(element) {
-  const text = (childOf(element, "coordinates")?.textContent ?? "").trim().replace(/\s*,\s*/g, ",");
-  if (text === "") return [];
-  // Altitudes are above the sea, and do not count.
-  return text.split(/\s+/).map((tuple) => {
-    const values = tuple.split(",");
-    const [east, north] = values.map((value) => number(value, "a coordinate"));
-    if (values.length < 2 || values.length > 3 || east === null || north === null) {
-      throw new FileProblem("a coordinate is no pair of longitude and latitude");
+/** The tuples of coordinates, each its words; blanks may stand around their commas. */
+function* tuplesOf(text) {
+  let words = [];
+  let isBehindComma = false;
+  for (const [word] of text.matchAll(/[^\s,]+|,/g)) {
+    if (word === ",") {
+      if (isBehindComma || words.length === 0) words.push("");
+      isBehindComma = true;
+      continue;
     }
-    return checkedPlace(east, north);
-  });
+    if (!isBehindComma && words.length > 0) {
+      yield words;
+      words = [];
+    }
+    words.push(word);
+    isBehindComma = false;
+  }
+  if (words.length > 0) yield words;
 }
 
-function sortKml(element, found, depth = 0) {
+async function kmlPlaces(element, reading) {
+  const places = [];
+  // Altitudes are above the sea, and do not count.
+  for (const words of tuplesOf(childOf(element, "coordinates")?.textContent ?? "")) {
+    if (places.length % 1000 === 999) await reading.rest();
+    if (places.length >= limits.places) throw new FileTooLarge("it has more points than are read");
+    const [east, north] = words.map((word) => number(word, "a coordinate"));
+    if (words.length < 2 || words.length > 3 || east === null || north === null) {
+      throw new FileProblem("a coordinate is no pair of longitude and latitude");
+    }
+    places.push(checkedPlace(east, north));
+  }
+  return places;
+}
+
+async function sortKml(element, found, reading, depth = 0) {
   const name = element.localName;
-  if (name === "LineString" || name === "LinearRing") found.parts.push(kmlPlaces(element));
+  if (name === "LineString" || name === "LinearRing") found.parts.push(await kmlPlaces(element, reading));
   if (name === "Polygon") {
     const sides = [...childrenOf(element, "outerBoundaryIs"), ...childrenOf(element, "innerBoundaryIs")];
-    found.areas.push(sides.map((side) => kmlPlaces(childOf(side, "LinearRing"))));
+    const rings = [];
+    for (const side of sides) rings.push(await kmlPlaces(childOf(side, "LinearRing"), reading));
+    found.areas.push(rings);
   }
-  if (name === "MultiGeometry" && depth < limits.depth) [...element.children].forEach((child) => sortKml(child, found, depth + 1));
+  if (name !== "MultiGeometry" || depth >= limits.depth) return;
+  for (const child of element.children) await sortKml(child, found, reading, depth + 1);
 }
 
 /** The value of a name in a placemark's extended data, in either of its two forms. */
 function dataOf(placemark, name) {
   const extended = childOf(placemark, "ExtendedData");
   if (extended === undefined) return "";
-  const data = childrenOf(extended, "Data").find((one) => one.getAttribute("name") === name);
+  const isCalled = (one) => (one.getAttribute("name") ?? "").toLowerCase() === name; // programs change the case
+  const data = childrenOf(extended, "Data").find(isCalled);
   if (data !== undefined) return wordsOf(childOf(data, "value"));
   const simple = childrenOf(extended, "SchemaData").flatMap((one) => [...one.children]);
-  return wordsOf(simple.find((one) => one.getAttribute("name") === name));
+  return wordsOf(simple.find(isCalled));
 }
 
 /** The name of the nearest folder around a placemark that has one. */
@@ -78,13 +124,13 @@ function folderOf(placemark) {
   return "Field";
 }
 
-function readKml(root, reading) {
+async function readKml(root, reading) {
   for (const placemark of root.getElementsByTagNameNS("*", "Placemark")) {
     const name = wordsOf(childOf(placemark, "name"));
-    reading.attempt("placemark", name, () => {
+    await reading.attempt("placemark", name, async () => {
       const found = { parts: [], areas: [] };
-      [...placemark.children].forEach((child) => sortKml(child, found));
-      addFeature(reading, folderOf(placemark), { ...found, name, field: dataOf(placemark, "field"),
+      for (const child of placemark.children) await sortKml(child, found, reading);
+      await addFeature(reading, folderOf(placemark), { ...found, name, field: dataOf(placemark, "field"),
         word: dataOf(placemark, "kind"), heading: number(dataOf(placemark, "heading"), "the heading") });
     });
   }
@@ -98,7 +144,10 @@ async function readLinked(root, reading, beside) {
     const isBeside = path !== "" && !path.includes(":");
     const bytes = isBeside ? await beside(path) : undefined;
     if (bytes === undefined) reading.leave(`what it links to, “${path.slice(0, 80)}”`);
-    else readKml(rootOf(bytes), reading);
+    else {
+      await reading.rest();
+      await readKml(rootOf(bytes), reading);
+    }
   }
 }
 
@@ -162,10 +211,10 @@ function patternLine(pattern) {
   return makeLine(1, [a], ((heading % 360) + 360) % 360);
 }
 
-function isoArea(polygon, field, reading) {
+async function isoArea(polygon, field, reading) {
   if (![1, 9].includes(code(polygon, "A"))) return;
   const name = named(polygon, "B", "");
-  reading.attempt("boundary", name, () => {
+  await reading.attempt("boundary", name, async () => {
     const areas = [];
     const early = [];
     for (const ring of childrenOf(polygon, "LSG")) {
@@ -174,20 +223,19 @@ function isoArea(polygon, field, reading) {
       else if (code(ring, "A") === 2) (areas.at(-1) ?? early).push(places);
     }
     if (areas.length === 0) throw new FileProblem("it has no exterior ring");
-    areas.forEach((rings) => reading.area(field, name, rings));
+    for (const rings of areas) await reading.area(field, name, rings);
   });
 }
 
-function isoField(element, reading) {
+async function isoField(element, reading) {
   const field = named(element, "C", named(element, "A", "Field"));
   for (const child of element.children) {
-    if (child.localName === "PLN") isoArea(child, field, reading);
-    if (child.localName === "GGP") {
-      childrenOf(child, "GPN").forEach((pattern) =>
-        reading.line(field, named(pattern, "B", named(pattern, "A", "")), () => patternLine(pattern)));
+    if (child.localName === "PLN") await isoArea(child, field, reading);
+    for (const pattern of child.localName === "GGP" ? childrenOf(child, "GPN") : []) {
+      await reading.line(field, named(pattern, "B", named(pattern, "A", "")), () => patternLine(pattern));
     }
     if (child.localName === "LSG" && code(child, "A") === 5) {
-      reading.line(field, named(child, "B", "Line"), () => {
+      await reading.line(field, named(child, "B", "Line"), () => {
         const places = isoPoints(child).map(({ place }) => place);
         return makeLine(places.length === 2 ? 0 : 4, places);
       });
@@ -197,23 +245,26 @@ function isoField(element, reading) {
 
 /** Reads ISOXML; `beside` gives the bytes of a file beside the main one, or nothing. */
 async function readIsoXml(root, reading, beside) {
-  const names = new Set(childrenOf(root, "XFR").map((one) => (one.getAttribute("A") ?? "").trim())
-    .filter((name) => /^PFD/i.test(name)));
+  const outside = (name) => new FileProblem(`the external file “${name.slice(0, 80)}” is not read`);
+  const all = childrenOf(root, "XFR").map((one) => (one.getAttribute("A") ?? "").trim());
+  const astray = all.find((name) => /[/\\:]|\.\./.test(name));
+  if (astray !== undefined) throw outside(astray);
+  const names = new Set(all.filter((name) => /^PFD/i.test(name)));
   if (names.size > 1000) throw new FileProblem("it has more external files than are read");
   for (const name of names) {
-    if (!/^[A-Za-z0-9_-]{1,64}$/.test(name)) throw new FileProblem(`the external file “${name.slice(0, 80)}” is not read`);
+    if (!/^[A-Za-z0-9_-]{1,64}$/.test(name)) throw outside(name);
     const bytes = await beside(`${name}.XML`);
     if (bytes === undefined) reading.leave(`the external file ${name}.XML is missing`);
-    else childrenOf(rootOf(bytes), "PFD").forEach((field) => isoField(field, reading));
+    else for (const field of childrenOf(rootOf(bytes), "PFD")) await isoField(field, reading);
   }
-  childrenOf(root, "PFD").forEach((field) => isoField(field, reading));
+  for (const field of childrenOf(root, "PFD")) await isoField(field, reading);
 }
 
 /** Reads what a document of XML is. */
 export async function readXml(root, reading, beside) {
   if (root.localName === "kml") {
-    readKml(root, reading);
+    await readKml(root, reading);
     await readLinked(root, reading, beside);
   } else if (root.localName === "ISO11783_TaskData" || root.localName === "XFC") await readIsoXml(root, reading, beside);
-  else throw new FileProblem(`this XML is none that is read: its root is ${root.localName}`);
+  else throw new UnknownFile(`this XML is none that is read: its root is ${root.localName.slice(0, 80)}`);
 }

@@ -72,6 +72,7 @@ export class Zip {
   constructor(bytes) {
     this.bytes = bytes;
     this.entries = entriesOf(bytes);
+    this.byPath = new Map(this.entries.map((entry) => [entry.path.toLowerCase(), entry]));
     this.room = limits.bytes;
   }
 
@@ -106,6 +107,6 @@ export class Zip {
   /** The entry of a name in any case, in the folder of another one. */
   beside({ path }, name) {
     const wanted = (path.slice(0, path.lastIndexOf("/") + 1) + name).toLowerCase();
-    return this.entries.find((entry) => entry.path.toLowerCase() === wanted);
+    return this.byPath.get(wanted);
   }
 }

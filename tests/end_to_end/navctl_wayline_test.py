@@ -365,7 +365,8 @@ class WithService(Files):
         with Simulator():
             code, value = navctl_json("wayline", "set", degenerate)
             self.assertIn("points A and B are 0 m apart", value.pop("reason"))
-            self.assertEqual((1, {"outcome": "refused", "held": None}), (code, value))
+            self.assertEqual((1, {"outcome": "refused", "line": 1, "name": None, "field": None,
+                                  "held": None}), (code, value))
             self.assertEqual(0, navctl("wayline", "set", self.write("ab.txt", AB)).returncode)
             result = navctl("wayline", "set", degenerate)
             self.assertEqual((1, ""), (result.returncode, result.stdout))

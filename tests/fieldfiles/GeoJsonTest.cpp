@@ -114,7 +114,7 @@ TEST(GeoJson, TakesTheParametersOfAWaylineBeforeItsOutline)
         if (kind == Kestrove::EWaylineTypeAHeading) {
             content.points.resize(1, {0.0, 0.0, 0.0});
         }
-        list.entries.push_back({1, content});
+        list.entries.push_back({1, content, ""});
     }
     std::string text;
     WriteWaylineGeoJson(list, origin, true, [&text](const std::string& piece) { text += piece; });

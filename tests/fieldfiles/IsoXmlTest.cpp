@@ -159,6 +159,11 @@ TEST(IsoXml, RefusesWhatReachesOutOfTheFile)
         const char* reason;
     } rows[] = {
         {TaskData("<XFR A=\"PFD/../../etc/passwd\" B=\"1\"/>"), "outside"},
+        {TaskData("<XFR A=\"../PFD00001\" B=\"1\"/>"), "outside"},
+        {TaskData("<XFR A=\"/etc/PFD1\" B=\"1\"/>"), "outside"},
+        {TaskData("<XFR A=\"..\\PFD00001\" B=\"1\"/>"), "outside"},
+        {TaskData("<XFR A=\"C:PFD00001\" B=\"1\"/>"), "outside"},
+        {TaskData("<XFR A=\"../TSK00001\" B=\"1\"/>"), "outside"},
         {"<!DOCTYPE x [<!ENTITY a SYSTEM \"file:///etc/passwd\">]>" + TaskData("<PFD C=\"&a;\"/>"),
          "document type"},
         {"<ISO11783_TaskData>\n<PFD A=\"PFD1\n</ISO11783_TaskData>", "line "},

@@ -1,5 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <tuple>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "tests/fieldfiles/SampleFields.h"
 #include "tools/fieldfiles/Database.h"
 #include "tools/fieldfiles/FieldFormat.h"
@@ -10,6 +17,8 @@
 #include "tools/fieldfiles/ReadFieldFile.h"
 #include "tools/fieldfiles/ReferenceSystem.h"
 #include "tools/fieldfiles/Shapefile.h"
+#include "tools/fieldfiles/WellKnownBinary.h"
+#include "tools/fieldfiles/WriteFieldFile.h"
 #include "tools/fieldfiles/ZipArchive.h"
 
 namespace {
@@ -64,6 +73,47 @@ TEST(Kml, PutsLongitudeFirstAndTakesBlanksAroundCommas)
         EXPECT_EQ(52.25, line.places[1].latitude);
         EXPECT_EQ(5.5, line.places[1].longitude);
         EXPECT_FALSE(line.places[1].height);
+    }
+}
+
+TEST(Kml, TakesAllPointsWhereverACommentStands)
+{
+    const std::vector<std::string> tuples{"5,52", "5.001,52", "5.002,52.001", "5.003,52"};
+    for (const char* const between : {"<!-- x -->", "<?x y?>", "<![CDATA[ ]]>"}) {
+        for (std::size_t at = 0; at <= tuples.size(); ++at) {
+            std::string coordinates;
+            for (std::size_t i = 0; i <= tuples.size(); ++i) {
+                coordinates += (i == at ? between : "") +
+                               (i < tuples.size() ? " " + tuples[i] + " " : std::string());
+            }
+            const FieldLine line = OnlyLine(ReadKml(KmlLine(coordinates), std::nullopt));
+            EXPECT_EQ(tuples.size(), line.places.size()) << coordinates;
+        }
+    }
+}
+
+TEST(Kml, KnowsItsDataByNameInAnyCase)
+{
+    const std::string line = "<LineString><coordinates>5,52 5,52.001</coordinates></LineString>";
+    for (const auto& [kind, field, heading] :
+         {std::tuple{"kind", "field", "heading"}, std::tuple{"KIND", "FIELD", "HEADING"},
+          std::tuple{"Kind", "Field", "hEADING"}}) {
+        const std::string simple = "<ExtendedData><SchemaData><SimpleData name=\"" +
+                                   std::string(kind) +
+                                   "\">a-heading</SimpleData><SimpleData name=\"" + field +
+                                   "\">North</SimpleData><SimpleData name=\"" + heading +
+                                   "\">0.25</SimpleData></SchemaData></ExtendedData>";
+        const std::string data = "<ExtendedData><Data name=\"" + std::string(kind) +
+                                 "\"><value>a-heading</value></Data><Data name=\"" + field +
+                                 "\"><value>North</value></Data><Data name=\"" + heading +
+                                 "\"><value>0.25</value></Data></ExtendedData>";
+        for (const std::string& words : {simple, data}) {
+            const CFieldFile file =
+                ReadKml(KmlWith("<Placemark>" + words + line + "</Placemark>"), std::nullopt);
+            EXPECT_EQ("North", file.fields.at(0).name);
+            EXPECT_EQ(Kestrove::EWaylineTypeAHeading, OnlyLine(file).kind);
+            EXPECT_EQ(0.25, OnlyLine(file).headingDegrees);
+        }
     }
 }
 
@@ -125,8 +175,27 @@ TEST(ReferenceSystem, TakesWorldGeodeticSystem84AndNamesAllOthers)
                                        "\"WGS_1984\",6378137.0,298.257223563]],PRIMEM["
                                        "\"Greenwich\",0.0],UNIT[\"Degree\",0.0174532925199433]]");
               }));
+    EXPECT_EQ("no problem", ProblemOf([] {
+                  CheckReferenceSystem(
+                      "GEOGCRS[\"WGS 84\",ENSEMBLE[\"World Geodetic System 1984 ensemble\",MEMBER["
+                      "\"World Geodetic System 1984 (G730)\"],ELLIPSOID[\"WGS 84\",6378137,"
+                      "298.257223563,LENGTHUNIT[\"metre\",1]]],PRIMEM[\"Greenwich\",0,ANGLEUNIT["
+                      "\"degree\",0.0174532925199433]],CS[ellipsoidal,2],AXIS[\"latitude\",north,"
+                      "ANGLEUNIT[\"degree\",0.0174532925199433]]]");
+              }));
     for (const char* const system :
-         {"PROJCS[\"WGS 84 / UTM zone 32N\",GEOGCS[\"WGS 84\",UNIT[\"degree\",0.01745]]]",
+         {"GEOGCS[\"GCS_WGS_1984_Major_Auxiliary_Sphere\",DATUM["
+          "\"D_WGS_1984_Major_Auxiliary_Sphere\",SPHEROID[\"WGS_1984_Major_Auxiliary_Sphere\","
+          "6378137.0,0.0]],PRIMEM[\"Greenwich\",0.0],UNIT[\"Degree\",0.0174532925199433]]",
+          "GEOGCS[\"WGS 84\",DATUM[\"European_1950\",SPHEROID[\"International 1924\",6378388,297]],"
+          "PRIMEM[\"Greenwich\",0],UNIT[\"degree\",0.0174532925199433]]",
+          "GEOGCS[\"WGS 84\",DATUM[\"WGS_1984\",SPHEROID[\"GRS 1980\",6378137,298.257222101]],"
+          "PRIMEM[\"Greenwich\",0],UNIT[\"degree\",0.0174532925199433]]",
+          "GEOGCS[\"WGS 84\",DATUM[\"WGS_1984\",SPHEROID[\"WGS 84\",6378137,298.257223563]],"
+          "PRIMEM[\"Greenwich\",2.5],UNIT[\"degree\",0.0174532925199433]]",
+          "GEOGCS[\"WGS 84\",DATUM[\"WGS_1984\",SPHEROID[\"WGS 84\",6378137,298.257223563]],"
+          "PRIMEM[\"Greenwich\",0],UNIT[\"degree\",0.0157]]",
+          "PROJCS[\"WGS 84 / UTM zone 32N\",GEOGCS[\"WGS 84\",UNIT[\"degree\",0.01745]]]",
           "GEOGCS[\"ETRS89\",PRIMEM[\"Greenwich\",0],UNIT[\"degree\",0.01745]]",
           "GEOGCS[\"WGS 84 in gon\",PRIMEM[\"Greenwich\",0],UNIT[\"grad\",0.0157]]",
           "GEOGCS[\"WGS 84 Paris\",PRIMEM[\"Paris\",2.3],UNIT[\"degree\",0.01745]]", ""}) {
@@ -158,17 +227,17 @@ TEST(Shapefile, RefusesPartsThatAreMissingOrDisagree)
     EXPECT_NE(std::string::npos, ShapefileProblem(files).find("UTM"));
 }
 
-TEST(Shapefile, SurvivesEveryPrefixAndEveryByteThatIsWrong)
+TEST(Shapefile, SurvivesEveryByteThatIsWrong)
 {
     const FileSet whole = Named(WriteShapefile(OneLine(), EShapes::Lines));
     for (const char* const name : {"one.shp", "one.shx", "one.dbf"}) {
+        std::size_t refused = 0;
         for (std::size_t i = 0; i < whole.at(name).size(); ++i) {
             FileSet files = whole;
             files[name][i] = static_cast<char>(~files[name][i]);
-            ShapefileProblem(files);
-            files[name].resize(i);
-            ShapefileProblem(files);
+            refused += ShapefileProblem(files) != "no problem" ? 1 : 0;
         }
+        EXPECT_GT(refused, 0U) << name;
     }
 }
 
@@ -207,6 +276,58 @@ TEST(GeoPackage, SurvivesEveryPrefixOfAGeometryAndBytesThatAreWrong)
         bytes.resize(i);
         EXPECT_NE("no problem", ProblemOf([&] { ReadGeoPackage(bytes, std::nullopt); }));
     }
+}
+
+TEST(GeoPackage, RefusesMorePlacesThanAreReadBeforeItMakesThem)
+{
+    CDatabase made;
+    made.Run(
+        "CREATE TABLE gpkg_spatial_ref_sys (srs_id INTEGER, organization TEXT, "
+        "organization_coordsys_id INTEGER, definition TEXT); INSERT INTO gpkg_spatial_ref_sys "
+        "VALUES (4326, 'EPSG', 4326, ''); CREATE TABLE gpkg_geometry_columns (table_name TEXT, "
+        "column_name TEXT, srs_id INTEGER); INSERT INTO gpkg_geometry_columns VALUES ('lines', "
+        "'geom', 4326); CREATE TABLE lines (geom BLOB);");
+    const std::uint32_t points = FileLimits::kPlaces + 1;
+    std::string blob("GP\0\1\0\0\0\0\1\2\0\0\0", 13);
+    for (unsigned i = 0; i < 4; ++i) {
+        blob += static_cast<char>(points >> (8 * i));
+    }
+    blob.resize(blob.size() + 16U * points);
+    CStatement insert(made, "INSERT INTO lines VALUES (?)");
+    insert.BindBlob(1, blob);
+    insert.Next();
+    const std::string problem = ProblemOf([&] { ReadGeoPackage(made.Bytes(), std::nullopt); });
+    EXPECT_NE(std::string::npos, problem.find("more places than are read")) << problem;
+}
+
+TEST(GeoPackage, IsNotReadWhileAnotherProgramWritesIt)
+{
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / ("fields-" + std::to_string(getpid()));
+    std::filesystem::create_directories(folder / "linked");
+    const std::string bytes = WriteGeoPackage(OneLine());
+    const auto write = [&](const char* name, const std::string& content) {
+        std::ofstream(folder / name, std::ios::binary) << content;
+    };
+    write("one.gpkg", bytes);
+    std::filesystem::create_symlink(folder / "one.gpkg", folder / "linked" / "two.gpkg");
+    const auto problem = [&](const char* name, const std::string& read) {
+        return ProblemOf([&] { ReadFieldFile((folder / name).string(), read, std::nullopt); });
+    };
+    for (const char* const name : {"one.gpkg", "linked/two.gpkg"}) {
+        for (const char* const journal : {"one.gpkg-wal", "one.gpkg-journal"}) {
+            write(journal, "\xd9\xd5\x05\xf9 and what was there before");
+            EXPECT_NE(std::string::npos, problem(name, bytes).find(journal)) << name;
+            write(journal, std::string(512, '\0')); // kept for the next change
+            EXPECT_EQ("no problem", problem(name, bytes)) << name;
+            std::filesystem::remove(folder / journal);
+        }
+        std::string before = bytes;
+        ++before[27]; // the number of the last change
+        EXPECT_NE(std::string::npos, problem(name, before).find("changed the GeoPackage while"))
+            << name;
+    }
+    std::filesystem::remove_all(folder);
 }
 
 TEST(Zip, UnpacksNoMoreThanIsReadWhateverItAnnounces)
@@ -279,12 +400,172 @@ TEST(Xml, RefusesEntitiesDepthAndMoreThanIsRead)
         {KmlWith(deep), "deeper"},
         {KmlWith(std::string(FileLimits::kXmlMarks + 1, '=')), "elements and attributes"},
         {KmlWith("<Placemark>"), "line 1: the XML is broken"},
-        {"<html/>", "supported are ISOXML"},
-        {"BM\x01\x02", "supported are ISOXML"},
     };
     for (const auto& row : rows) {
         const std::string problem =
             ProblemOf([&] { ReadFieldFile("x.kml", row.file, std::nullopt); });
         EXPECT_NE(std::string::npos, problem.find(row.reason)) << problem;
     }
+}
+
+TEST(FieldFile, ListsWhatIsSupportedForEveryFileThatIsNoneOfThem)
+{
+    CDatabase plain;
+    plain.Run("CREATE TABLE notes (text TEXT);");
+    for (const std::string& content :
+         {std::string("<html/>"), std::string("<!DOCTYPE html><html></html>"),
+          std::string("<html><br></html>"), std::string("<foo>kml</foo>"),
+          std::string("<foo><!-- <XFC --></foo>"), std::string("<a><ISO11783_TaskData/></a>"),
+          std::string("BM\x01\x02"),
+          std::string("\x7f"
+                      "ELF"),
+          std::string("{\"type\":\"Topology\"}"), std::string("{\"a\":1}"),
+          std::string("{ no json"), plain.Bytes(), MakeZip({{"word/document.xml", "<w/>"}})}) {
+        const std::string problem =
+            ProblemOf([&] { ReadFieldFile("x.kml", content, std::nullopt); });
+        EXPECT_NE(std::string::npos, problem.find("; supported are ISOXML")) << problem;
+        EXPECT_NE(std::string::npos, problem.find("GeoPackage")) << problem;
+    }
+}
+
+TEST(FieldFile, NumbersItsLinesInItsOrderWhateverFieldTheyAreOf)
+{
+    const auto line = [](const char* name, const char* field, const char* coordinates) {
+        return "<Placemark><name>" + std::string(name) +
+               "</name><ExtendedData><Data name=\"field\">"
+               "<value>" +
+               field + "</value></Data></ExtendedData><LineString><coordinates>" + coordinates +
+               "</coordinates></LineString></Placemark>";
+    };
+    const CFieldFile file =
+        ReadKml(KmlWith(line("One", "North", "1,2 3,4") + line("Two", "South", "1,2 3,4") +
+                        line("Three", "North", "1,2") + line("Four", "North", "1,2 3,4")),
+                std::nullopt);
+    ASSERT_EQ(2U, file.fields.size());
+    EXPECT_EQ(1U, file.fields[0].lines.at(0).number);
+    EXPECT_EQ(4U, file.fields[0].lines.at(1).number);
+    EXPECT_EQ(2U, file.fields[1].lines.at(0).number);
+    EXPECT_EQ(3U, file.refused.at(0).number);
+}
+
+TEST(FieldFile, HasNoMoreFieldsThanAreRead)
+{
+    std::string lines;
+    for (std::size_t i = 0; i <= FileLimits::kFields; ++i) {
+        lines += "<Folder><name>" + std::to_string(i) +
+                 "</name><Placemark><LineString><coordinates>1,2 3,4</coordinates></LineString>"
+                 "</Placemark></Folder>";
+    }
+    const std::string problem = ProblemOf([&] { ReadKml(KmlWith(lines), std::nullopt); });
+    EXPECT_NE(std::string::npos, problem.find("more fields than are read")) << problem;
+}
+
+TEST(FieldFile, KnowsIsoXmlByItsRootInEveryEncodingAndBehindEveryComment)
+{
+    const std::string bare =
+        "<ISO11783_TaskData VersionMajor=\"4\"><PFD A=\"PFD1\" C=\"North\"><LSG "
+        "A=\"5\" B=\"One\"><PNT A=\"2\" C=\"1\" D=\"2\"/><PNT A=\"2\" "
+        "C=\"3\" D=\"4\"/></LSG></PFD></ISO11783_TaskData>";
+    const auto wide = [&](bool isLittleEndian) {
+        std::string text = isLittleEndian ? "\xFF\xFE" : "\xFE\xFF";
+        for (const char letter : bare) {
+            text += isLittleEndian ? std::string{letter, '\0'} : std::string{'\0', letter};
+        }
+        return text;
+    };
+    for (const std::string& content : {bare, wide(true), wide(false), "\xEF\xBB\xBF" + bare,
+                                       "<!-- kml " + std::string(100000, 'x') + " -->" + bare}) {
+        EXPECT_EQ("One", OnlyLine(ReadFieldFile("-", content, std::nullopt)).name);
+    }
+}
+
+TEST(FieldFile, NotesTheHeightsThatAFormatCannotHold)
+{
+    const auto notesOf = [](const std::vector<std::optional<double>>& heights,
+                            EFieldFormat format) {
+        CFieldFile file;
+        for (const std::size_t first : {0U, 2U}) {
+            FieldLine line;
+            line.kind = Kestrove::EWaylineTypeAB;
+            line.places = {{52.0, 5.0, heights[first]}, {52.25, 5.5, heights[first + 1]}};
+            file.FieldOf("North").lines.push_back(line);
+        }
+        FieldFilesToWrite(file, format, "x", EShapes::Lines);
+        return file.Notes().size();
+    };
+    for (unsigned known = 0; known < 16; ++known) {
+        std::vector<std::optional<double>> heights(4);
+        for (unsigned i = 0; i < 4; ++i) {
+            heights[i] = (known >> i & 1U) != 0 ? std::optional(7.0 + i) : std::nullopt;
+        }
+        const bool isGap = known % 4 == 1 || known % 4 == 2 || known / 4 == 1 || known / 4 == 2;
+        EXPECT_EQ(known != 0, notesOf(heights, EFieldFormat::Kml) == 1U) << known;
+        EXPECT_EQ(known != 0 && known != 15, notesOf(heights, EFieldFormat::Shapefile) == 1U);
+        EXPECT_EQ(isGap, notesOf(heights, EFieldFormat::GeoPackage) == 1U) << known;
+        EXPECT_EQ(isGap, notesOf(heights, EFieldFormat::GeoJson) == 1U) << known;
+        EXPECT_EQ(0U, notesOf(heights, EFieldFormat::IsoXml)) << known;
+    }
+}
+
+TEST(FieldFile, WaitsForNoPipeBesideIt)
+{
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / ("pipes-" + std::to_string(getpid()));
+    std::filesystem::create_directories(folder);
+    ASSERT_EQ(0, mkfifo((folder / "TASKDATA.XML").c_str(), 0600));
+    ASSERT_EQ(0, mkfifo((folder / "PFD00002.XML").c_str(), 0600));
+    ASSERT_EQ(0, mkfifo((folder / "a.prj").c_str(), 0600));
+    const std::string main = "<ISO11783_TaskData><XFR A=\"PFD00002\" B=\"1\"/></ISO11783_TaskData>";
+    const FileSet shapes = WriteShapefile(OneLine(), EShapes::Lines);
+    for (const std::string& problem :
+         {ProblemOf([&] { ReadFieldFolder(folder.string()); }),
+          ProblemOf([&] { ReadFieldFile((folder / "main.xml").string(), main, std::nullopt); }),
+          ProblemOf([&] {
+              ReadFieldFile((folder / "a.shp").string(), shapes.at("shp"), std::nullopt);
+          })}) {
+        EXPECT_NE(std::string::npos, problem.find("is no file")) << problem;
+    }
+    std::filesystem::remove_all(folder);
+}
+
+TEST(FieldFile, IsNotWrittenOverATaskDataFileInAFolder)
+{
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / ("card-" + std::to_string(getpid()));
+    for (const char* const inner : {"TASKDATA", "taskdata", "TaskData"}) {
+        std::filesystem::create_directories(folder / inner);
+        const auto target = [&] {
+            CFieldFile file = OneLine();
+            return FieldFilesToWrite(file, EFieldFormat::IsoXml, folder.string(), EShapes::Lines)
+                .front()
+                .first;
+        };
+        EXPECT_EQ((folder / inner / "TASKDATA.XML").string(), target());
+        std::ofstream(folder / inner / "taskdata.xml") << "<ISO11783_TaskData/>";
+        const std::string problem = ProblemOf(target);
+        EXPECT_NE(std::string::npos, problem.find("not written over")) << problem;
+        std::filesystem::remove_all(folder);
+    }
+}
+
+TEST(GeoPackage, LeavesOutATableOfAnotherSystemAndKeepsTheRest)
+{
+    CDatabase made;
+    made.Run(
+        "CREATE TABLE gpkg_spatial_ref_sys (srs_id INTEGER, organization TEXT, "
+        "organization_coordsys_id INTEGER, definition TEXT); INSERT INTO gpkg_spatial_ref_sys "
+        "VALUES (4326, 'EPSG', 4326, ''), (25832, 'EPSG', 25832, 'PROJCS[\"UTM 32N\"]'); CREATE "
+        "TABLE gpkg_geometry_columns (table_name TEXT, column_name TEXT, srs_id INTEGER); "
+        "INSERT INTO gpkg_geometry_columns VALUES ('posts', 'geom', 25832), ('lines', 'geom', "
+        "4326), ('view', 'geom', 4326); CREATE TABLE posts (geom BLOB); CREATE TABLE lines "
+        "(geom BLOB); CREATE VIEW view AS SELECT geom FROM lines;");
+    MapFeature feature;
+    feature.parts = {{{{52.0, 5.0, {}}, {52.25, 5.5, {}}}}};
+    CStatement insert(made, "INSERT INTO lines VALUES (?)");
+    insert.BindBlob(1, GeoPackageGeometry(feature));
+    insert.Next();
+    const CFieldFile file = ReadGeoPackage(made.Bytes(), std::nullopt);
+    EXPECT_EQ(1U, file.LineCount());
+    ASSERT_EQ(2U, file.Notes().size());
+    EXPECT_NE(std::string::npos, file.Notes()[0].find("UTM 32N")) << file.Notes()[0];
 }

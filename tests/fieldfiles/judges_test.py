@@ -6,6 +6,7 @@ import math
 import os
 import pathlib
 import shutil
+import sqlite3
 import subprocess
 import tempfile
 import unittest
@@ -230,6 +231,28 @@ class StandardInput(Judged):
         self.assertEqual(0, result.returncode, result.stderr)
         self.assertIn("PFD00001.XML is missing", result.stderr)
 
+    def test_a_geopackage_that_is_being_written_is_not_read(self):
+        source = self.write("field.kml", Service.SOURCE)
+        self.run_navctl("wayline", "convert", source, self.path("a.gpkg"))
+        os.symlink(self.path("a.gpkg"), self.path("b.gpkg"))
+        with sqlite3.connect(self.path("a.gpkg"), isolation_level=None) as writer:
+            writer.execute("PRAGMA cache_size=1")
+            writer.execute("PRAGMA cache_spill=1")
+            writer.execute("BEGIN")
+            writer.execute("CREATE TABLE more (text TEXT)")
+            for _ in range(200):
+                writer.execute("INSERT INTO more VALUES (?)", ("x" * 4000,))
+            self.assertTrue(os.path.exists(self.path("a.gpkg-journal")))
+            for name in ("a.gpkg", "b.gpkg", "-"):
+                with open(self.path("b.gpkg"), "rb") as content:
+                    path = name if name == "-" else self.path(name)
+                    result = navctl("wayline", "list", path, stdin=content)
+                self.assertEqual(2, result.returncode, name)
+                self.assertIn("a.gpkg-journal", result.stderr)
+            writer.execute("ROLLBACK")
+        writer.close()
+        self.run_navctl("wayline", "list", self.path("b.gpkg"))
+
     def test_text_forms_and_csv_are_read_as_before(self):
         for text, kind in (("0 0 0 0 0 100 0\n", "ab"), ("# none\n\n4 2 0 0 0 1 1 0", "ab-curve")):
             with open(self.write("lines", text), "rb") as content:
@@ -290,6 +313,134 @@ class GeoJson(Judged):
         asked = navctl("wayline", "convert", source, self.path("one.kml"), "--line", "Snail")
         self.assertEqual(2, asked.returncode)
         self.assertIn('line "Snail": "spiral"', asked.stderr)
+
+
+class Numbers(Judged):
+    """The number of a line is one in all commands."""
+
+    KML = "<kml><Document>" + "".join(
+        f"<Placemark><name>{name}</name><ExtendedData><Data name='field'><value>{field}</value>"
+        f"</Data></ExtendedData><LineString><coordinates>{coordinates}</coordinates></LineString>"
+        "</Placemark>" for name, field, coordinates in (
+            ("One", "North", "11,48 11,48.001"), ("Two", "South", "11,48 11,48.002"),
+            ("None", "North", "11,48"), ("Four", "North", "11,48 11,48.004"),
+            ("Five", "South", "11,48 11,48.005"))) + "</Document></kml>"
+
+    def listed(self, *arguments):
+        code, value = answer("wayline", "list", *arguments)
+        self.assertEqual(0, code, value)
+        return {line["line"]: (line["name"], field["name"])
+                for field in value["fields"] for line in field["lines"]}
+
+    def shown(self, *arguments):
+        code, value = answer("wayline", "show", *arguments)
+        self.assertEqual(0, code, value)
+        return {line["line"]: (line["name"], line["field"]) for line in value["waylines"]}
+
+    def check(self, source, *origin):
+        listed = self.listed(source)
+        shown = self.shown(source, *origin)
+        self.assertEqual({number: name for number, (name, _) in listed.items()},
+                         {number: name for number, (name, _) in shown.items()
+                          if number in listed})
+        with Simulator():
+            for number, (name, field) in listed.items():
+                self.assertEqual({number: (name, field)}, self.listed(source, "--line", str(number)))
+                code, value = answer("wayline", "set", source, "--line", str(number), *origin)
+                self.assertEqual((0, "done", number, name), (code, value["outcome"], value["line"],
+                                                             value["name"]), value)
+                one = self.path("one.kml")
+                self.run_navctl("wayline", "convert", source, one, "--line", str(number), *origin)
+                self.assertEqual([name], [line for line, _ in self.listed(one).values()])
+
+    def test_it_counts_all_lines_of_a_file_of_fields_whatever_field_is_wanted(self):
+        source = self.write("fields.kml", self.KML)
+        expected = {1: ("One", "North"), 2: ("Two", "South"), 4: ("Four", "North"),
+                    5: ("Five", "South")}
+        self.assertEqual(expected, self.listed(source))
+        self.assertEqual(expected, self.shown(source))
+        self.check(source)
+        for field in ("North", "South"):
+            there = {number: line for number, line in expected.items() if line[1] == field}
+            self.assertEqual(there, self.listed(source, "--field", field))
+            for number in range(1, 7):
+                code, value = answer("wayline", "show", source, "--field", field, "--line",
+                                     str(number))
+                self.assertEqual(0 if number in there else 2, code, value)
+        with Simulator():
+            code, value = answer("wayline", "set", source, "--field", "North", "--line", "4")
+            self.assertEqual((0, "Four", "North"), (code, value["name"], value["field"]))
+
+    def test_it_is_the_same_in_geojson_of_waylines(self):
+        text = self.write("lines.txt", "5\n0 10 20 0 -250 610 0\n0 0 0 0 100 200 0\n")
+        path = self.path("own.geojson")
+        self.run_navctl("wayline", "convert", text, path, "--origin", "48.5,179.9995,520")
+        own = json.loads(pathlib.Path(path).read_text())
+        for feature, name in zip(own["features"], ("path", "east", "north")):
+            feature["properties"]["name"] = name
+        area = {"type": "Feature", "properties": {"name": "Area"},
+                "geometry": {"type": "Polygon", "coordinates": [
+                    [[179.99, 48.5], [179.999, 48.5], [179.999, 48.51], [179.99, 48.5]]]}}
+        cut = {"type": "Feature", "properties": {"name": "cut"},
+               "geometry": {"type": "MultiLineString", "coordinates": [
+                   [[179.999, 48.5], [180, 48.5]], [[-180, 48.5], [-179.999, 48.5]]]}}
+        for at in range(4):
+            own_and_more = own["features"][:at] + [area, cut] + own["features"][at:]
+            source = self.write("more.geojson", json.dumps(
+                {"type": "FeatureCollection", "features": own_and_more}))
+            self.assertEqual({"east", "north", "cut"},
+                             {name for name, _ in self.listed(source).values()})
+            self.check(source)
+
+    def test_several_lines_of_one_name_are_told_and_none_is_taken(self):
+        text = self.write("lines.csv", "x,0,0,0,1,1,0\nx,0,0,0,2,2,0\n")
+        result = navctl("wayline", "show", text, "--line", "x")
+        self.assertEqual(2, result.returncode)
+        self.assertIn("choose one by its number", result.stderr)
+
+
+class Kept(Judged):
+    """What a file of fields has comes through."""
+
+    def test_geojson_of_fields_becomes_geojson_with_all_that_it_has(self):
+        source = self.write("fields.geojson", json.dumps({"type": "FeatureCollection", "features": [
+            GeoJson.AREA, GeoJson.ROAD,
+            {"type": "Feature", "properties": {"name": "Plus", "field": "South",
+                                               "kind": "a-heading", "heading": 12.5},
+             "geometry": {"type": "LineString", "coordinates": [[5, 52], [5.001, 52.01]]}},
+            {"type": "Feature", "properties": {"name": "Bow", "field": 7, "kind": "ab-curve"},
+             "geometry": {"type": "LineString",
+                          "coordinates": [[5, 52, 3.5], [5.001, 52, 4.5], [5.002, 52.1, 5.5]]}}]}))
+        self.run_navctl("wayline", "convert", source, self.path("out.geojson"))
+        self.run_navctl("wayline", "convert", self.path("out.geojson"), self.path("back.geojson"))
+        written = json.loads(pathlib.Path(self.path("out.geojson")).read_text())
+        self.assertEqual(written, json.loads(pathlib.Path(self.path("back.geojson")).read_text()))
+        by_name = {one["properties"]["name"]: one for one in written["features"]}
+        self.assertEqual(GeoJson.AREA["geometry"], by_name["Area"]["geometry"])
+        self.assertEqual(GeoJson.ROAD["geometry"], by_name["Road"]["geometry"])
+        self.assertEqual({"name": "Road", "field": "North", "kind": "ab"},
+                         by_name["Road"]["properties"])
+        self.assertEqual({"name": "Plus", "field": "South", "kind": "a-heading", "heading": 12.5},
+                         by_name["Plus"]["properties"])
+        self.assertEqual([[5, 52, 3.5], [5.001, 52, 4.5], [5.002, 52.1, 5.5]],
+                         by_name["Bow"]["geometry"]["coordinates"])
+        self.assertEqual("7", by_name["Bow"]["properties"]["field"])
+        for target in ("a.gpkg", "a.kml", "a.zip"):
+            with self.subTest(target):
+                self.run_navctl("wayline", "convert", self.path("out.geojson"), self.path(target))
+                _, listed = answer("wayline", "list", self.path(target))
+                self.assertEqual({"North", "South", "7"},
+                                 {field["name"] for field in listed["fields"]})
+                self.assertEqual({("Road", "ab"), ("Plus", "a-heading"), ("Bow", "ab-curve")},
+                                 {(line["name"], line["kind"]) for field in listed["fields"]
+                                  for line in field["lines"]})
+
+    def test_a_text_form_says_which_origin_was_chosen(self):
+        source = self.write("road.geojson", json.dumps(GeoJson.ROAD))
+        result = self.run_navctl("wayline", "convert", source, self.path("a.txt"))
+        self.assertIn("--origin 52,5,0", result.stderr)
+        code, value = answer("wayline", "convert", source, self.path("a.csv"))
+        self.assertEqual((0, {"latitude": 52, "longitude": 5, "height": 0}), (code, value["origin"]))
 
 
 class Service(Judged):

@@ -59,7 +59,7 @@ CDatabase::CDatabase()
     throw CFieldFileProblem("there is no memory for a database");
 }
 
-CDatabase::CDatabase(const std::string& bytes) : CDatabase()
+CDatabase::CDatabase(std::string bytes) : CDatabase()
 {
     constexpr std::size_t kHeaderBytes = 100;
     constexpr std::size_t kWriteVersion = 18;
@@ -67,17 +67,13 @@ CDatabase::CDatabase(const std::string& bytes) : CDatabase()
         throw CFieldFileProblem("the database is too short");
     }
     CheckWhole(bytes);
-    auto* const copy = static_cast<unsigned char*>(sqlite3_malloc64(bytes.size()));
-    if (copy == nullptr) {
-        throw CFieldFileProblem("the database is too long");
-    }
-    std::memcpy(copy, bytes.data(), bytes.size());
+    m_bytes = std::move(bytes);
+    auto* const content = reinterpret_cast<unsigned char*>(m_bytes.data());
     // A journal that is written ahead lies beside the file; in memory there is none.
-    copy[kWriteVersion] = std::min<unsigned char>(copy[kWriteVersion], 1);
-    copy[kWriteVersion + 1] = std::min<unsigned char>(copy[kWriteVersion + 1], 1);
-    const auto size = static_cast<sqlite3_int64>(bytes.size());
-    if (sqlite3_deserialize(m_database, "main", copy, size, size,
-                            SQLITE_DESERIALIZE_FREEONCLOSE | SQLITE_DESERIALIZE_READONLY) !=
+    content[kWriteVersion] = std::min<unsigned char>(content[kWriteVersion], 1);
+    content[kWriteVersion + 1] = std::min<unsigned char>(content[kWriteVersion + 1], 1);
+    const auto size = static_cast<sqlite3_int64>(m_bytes.size());
+    if (sqlite3_deserialize(m_database, "main", content, size, size, SQLITE_DESERIALIZE_READONLY) !=
         SQLITE_OK) {
         Fail();
     }
@@ -95,7 +91,7 @@ void CDatabase::Restrict()
     sqlite3_db_config(m_database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     sqlite3_db_config(m_database, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
     sqlite3_db_config(m_database, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
-    sqlite3_limit(m_database, SQLITE_LIMIT_LENGTH, static_cast<int>(FileLimits::kBytes));
+    sqlite3_limit(m_database, SQLITE_LIMIT_LENGTH, static_cast<int>(FileLimits::kValueBytes));
     sqlite3_limit(m_database, SQLITE_LIMIT_ATTACHED, 0);
     sqlite3_set_authorizer(m_database, Allow, nullptr);
     sqlite3_progress_handler(m_database, kStepsBetweenLooks, CountSteps, this);
@@ -180,11 +176,12 @@ std::string CStatement::Text(int column) const
                            : std::string(text, strnlen(text, FileLimits::kNameBytes));
 }
 
-std::string CStatement::Blob(int column) const
+std::string_view CStatement::Blob(int column) const
 {
     const void* const bytes = sqlite3_column_blob(m_statement, column);
     const auto size = static_cast<std::size_t>(sqlite3_column_bytes(m_statement, column));
-    return bytes == nullptr ? std::string() : std::string(static_cast<const char*>(bytes), size);
+    return bytes == nullptr ? std::string_view()
+                            : std::string_view(static_cast<const char*>(bytes), size);
 }
 
 void CStatement::Bind(int parameter, const std::string& text)

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include <sqlite3.h>
 
@@ -16,7 +17,7 @@ public:
     /// One that is read alone, and that is trusted with nothing.
     ///
     /// @throws CFieldFileProblem when it is none.
-    explicit CDatabase(const std::string& bytes);
+    explicit CDatabase(std::string bytes);
     ~CDatabase();
     CDatabase(const CDatabase&) = delete;
     CDatabase& operator=(const CDatabase&) = delete;
@@ -37,6 +38,7 @@ private:
     void Restrict();
     static int CountSteps(void* database);
 
+    std::string m_bytes; ///< of one that is read, which SQLite does not copy
     sqlite3* m_database = nullptr;
     std::uint64_t m_steps = 0;
 };
@@ -63,8 +65,8 @@ public:
     bool IsNull(int column) const;
     std::int64_t Integer(int column) const;
     double Real(int column) const;
-    std::string Text(int column) const; ///< of at most FileLimits::kNameBytes
-    std::string Blob(int column) const;
+    std::string Text(int column) const;      ///< of at most FileLimits::kNameBytes
+    std::string_view Blob(int column) const; ///< until the next row
 
     /// Sets parameters, counted from 1.
     void Bind(int parameter, const std::string& text);

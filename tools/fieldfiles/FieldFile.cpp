@@ -1,6 +1,8 @@
 #include "tools/fieldfiles/FieldFile.h"
 
-#include <algorithm>
+#include <utility>
+
+#include "tools/fieldfiles/FileLimits.h"
 
 namespace {
 
@@ -10,15 +12,68 @@ constexpr std::size_t kMostNotes = 50;
 
 Field& CFieldFile::FieldOf(const std::string& name)
 {
-    // Files have a field's parts one after the other, so the last field is looked at first.
-    const auto found = std::find_if(fields.rbegin(), fields.rend(),
-                                    [&](const Field& field) { return field.name == name; });
-    if (found != fields.rend()) {
-        return *found;
+    if (m_placed != fields.size()) { // some were put there or taken away without this
+        m_placeOfName.clear();
+        for (std::size_t i = 0; i < fields.size(); ++i) {
+            m_placeOfName[fields[i].name] = i;
+        }
+        m_placed = fields.size();
     }
+    const auto found = m_placeOfName.find(name);
+    if (found != m_placeOfName.end()) {
+        return fields[found->second];
+    }
+    if (fields.size() >= FileLimits::kFields) {
+        throw CFieldFileTooLarge("fields");
+    }
+    m_placeOfName[name] = fields.size();
     fields.emplace_back();
     fields.back().name = name;
+    m_placed = fields.size();
     return fields.back();
+}
+
+void CFieldFile::AddLine(Field& field, FieldLine line)
+{
+    line.number = ++m_lines;
+    field.lines.push_back(std::move(line));
+}
+
+void CFieldFile::AddBoundary(Field& field, FieldBoundary boundary)
+{
+    boundary.number = ++m_boundaries;
+    field.boundaries.push_back(std::move(boundary));
+}
+
+void CFieldFile::Refuse(const std::string& field, const std::string& name,
+                        const std::string& reason)
+{
+    if (refused.size() >= FileLimits::kFeatures) {
+        throw CFieldFileTooLarge("lines that cannot be used");
+    }
+    refused.push_back({field, name, reason, ++m_lines});
+}
+
+void CFieldFile::Append(CFieldFile&& more)
+{
+    for (Field& field : more.fields) {
+        for (FieldLine& line : field.lines) {
+            line.number += m_lines;
+        }
+        for (FieldBoundary& boundary : field.boundaries) {
+            boundary.number += m_boundaries;
+        }
+        fields.push_back(std::move(field));
+    }
+    for (RefusedLine& line : more.refused) {
+        line.number += m_lines;
+        refused.push_back(std::move(line));
+    }
+    m_lines += more.m_lines;
+    m_boundaries += more.m_boundaries;
+    for (const std::string& note : more.Notes()) {
+        Note(note);
+    }
 }
 
 void CFieldFile::Note(const std::string& text)

@@ -5,6 +5,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "wayline/Wayline.h"
@@ -25,6 +26,9 @@ struct FieldLine
     std::string name;
     std::vector<FieldPlace> places;
     double headingDegrees = 0.0; ///< of an A-plus-heading line: clockwise from true north at A
+    /// Which line of its file it is, from 1, of all of them and in the file's order, those included
+    /// that cannot be used; 0 of a line that is of no file.
+    std::size_t number = 0;
 };
 
 /// The outline of an area. The first place of a ring is not repeated at its end.
@@ -33,6 +37,7 @@ struct FieldBoundary
     std::string name;
     std::vector<FieldPlace> exterior;
     std::vector<std::vector<FieldPlace>> holes;
+    std::size_t number = 0; ///< which boundary of its file it is, from 1; 0 of one that is of none
 };
 
 /// What a file has of one field.
@@ -48,7 +53,8 @@ struct RefusedLine
 {
     std::string field;
     std::string name;
-    std::string reason; ///< ends a sentence that begins with the line
+    std::string reason;     ///< ends a sentence that begins with the line
+    std::size_t number = 0; ///< as that of the lines that can be used
 };
 
 /// What a file has of fields. Thread safety: none.
@@ -58,8 +64,20 @@ public:
     std::vector<Field> fields;
     std::vector<RefusedLine> refused;
 
-    /// The field of a name; made when there is none yet.
+    /// The field of a name, of several the last one; made when there is none yet.
+    ///
+    /// @throws CFieldFileTooLarge for more fields than are read.
     Field& FieldOf(const std::string& name);
+    /// Adds a line to a field, with the next number of a line.
+    void AddLine(Field& field, FieldLine line);
+    /// Adds a boundary to a field, with the next number of a boundary.
+    void AddBoundary(Field& field, FieldBoundary boundary);
+    /// Keeps a line that cannot be used by its name, with the reason and the next number of a line.
+    ///
+    /// @throws CFieldFileTooLarge for more of them than are read.
+    void Refuse(const std::string& field, const std::string& name, const std::string& reason);
+    /// Adds what another file has, with numbers that go on behind this one's.
+    void Append(CFieldFile&& more);
     /// Notes something that was left out of the file; of very many the first ones.
     void Note(const std::string& text);
     const std::vector<std::string>& Notes() const { return m_notes; }
@@ -71,6 +89,10 @@ public:
 
 private:
     std::vector<std::string> m_notes;
+    std::unordered_map<std::string, std::size_t> m_placeOfName; ///< of the fields counted below
+    std::size_t m_placed = 0;
+    std::size_t m_lines = 0;
+    std::size_t m_boundaries = 0;
 };
 
 /// Why a file cannot be read or written: thrown by readers and writers, with the reason for people.

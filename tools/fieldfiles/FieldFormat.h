@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "tools/fieldfiles/FieldFile.h"
+
 /// The formats of files of fields.
 enum class EFieldFormat
 {
@@ -30,6 +32,17 @@ std::optional<EFieldFormat> FieldFormatCalled(const std::string& word);
 
 /// The formats in words, for people.
 const std::string& SupportedFieldFormats();
+
+/// Why a file is none of those that are read: lists what is.
+class CUnsupportedFile : public CFieldFileProblem
+{
+public:
+    /// @param reason what it is instead: "it is a database without features".
+    explicit CUnsupportedFile(const std::string& reason)
+        : CFieldFileProblem(reason + "; supported are " + SupportedFieldFormats())
+    {
+    }
+};
 
 /// The format of what a file begins with; nothing when it is none of them.
 ///

@@ -45,6 +45,11 @@ std::string ReadBytes(const COpenFile& file, const std::string& name, std::strin
 
 std::string ReadFileBytes(const std::string& path)
 {
+    // What is found beside a file may be a pipe, which would be waited for.
+    std::error_code error;
+    if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error)) {
+        throw CFieldFileProblem(path + " is no file");
+    }
     const COpenFile file(path);
     if (!file.Problem().empty()) {
         throw CFieldFileProblem(file.Problem());

@@ -15,10 +15,10 @@
 /// @throws CFieldFileProblem when it cannot be read or is longer than FileLimits::kBytes.
 std::string ReadBytes(const COpenFile& file, const std::string& name, std::string taken = {});
 
-/// Reads a file whole; the same.
+/// Reads a file whole; the same. Neither a pipe nor a device is one.
 std::string ReadFileBytes(const std::string& path);
 
-/// The names of the files and folders in a folder; none for what is no folder.
+/// The names of the files and folders in a folder; none for what is no folder or cannot be read.
 std::vector<std::string> NamesIn(const std::string& folder);
 
 /// The text in lower case, for the letters A to Z.

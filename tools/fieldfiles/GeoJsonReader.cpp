@@ -18,8 +18,14 @@ std::string PropertyOf(const Json& feature, const std::string& name)
         return {};
     }
     for (const auto& [key, value] : properties.items()) {
-        if (LowerCase(key) == name && value.is_string()) {
+        if (LowerCase(key) != name) {
+            continue;
+        }
+        if (value.is_string()) {
             return value.get<std::string>().substr(0, FileLimits::kNameBytes);
+        }
+        if (value.is_number()) { // a number of a field is its name
+            return value.dump();
         }
     }
     return {};
@@ -73,6 +79,7 @@ private:
         try {
             ReadGeometry(GeometryOf(feature), found);
             found.line.kind = PropertyOf(feature, "kind");
+            found.line.headingDegrees = HeadingOf(feature);
             if (GeometryOf(feature).is_null() && !found.line.kind.empty()) {
                 throw BadFeature{"it has no points"};
             }
@@ -88,6 +95,11 @@ private:
         if (!found.others.empty()) {
             m_features.file.Note(place + ": a " + found.others + " is left out");
         }
+        const bool isNone = found.line.parts.empty() && found.area.parts.empty();
+        if (isNone && !found.others.empty() && !found.line.kind.empty()) {
+            return Refuse(field.empty() ? layer : field, name.empty() ? place : name,
+                          "a " + found.others + " makes no line");
+        }
         for (MapFeature* one : {&found.line, &found.area}) {
             one->name = name;
             one->field = field;
@@ -99,10 +111,8 @@ private:
 
     void Refuse(const std::string& field, const std::string& name, const std::string& reason)
     {
-        if (m_features.file.refused.size() >= FileLimits::kFeatures) {
-            throw CFieldFileTooLarge("features that cannot be used");
-        }
-        m_features.file.refused.push_back({field, name, reason});
+        m_features.file.FieldOf(field);
+        m_features.file.Refuse(field, name, reason);
     }
 
     void ReadGeometry(const Json& geometry, Geometries& found) const
@@ -110,10 +120,10 @@ private:
         const std::string type = TextIn(MemberOf(geometry, "type"));
         const Json& coordinates = MemberOf(geometry, "coordinates");
         if (type == "LineString") {
-            found.line.parts.push_back({Places(coordinates, type)});
+            AddPart(found.line, Places(coordinates, type));
         } else if (type == "MultiLineString") {
             for (const Json& line : Parts(coordinates, type)) {
-                found.line.parts.push_back({Places(line, type)});
+                AddPart(found.line, Places(line, type));
             }
         } else if (type == "Polygon") {
             found.area.parts.push_back(Rings(coordinates, type));
@@ -128,6 +138,12 @@ private:
         } else {
             found.others = geometry.is_null() ? "feature without a geometry" : type.substr(0, 40);
         }
+    }
+
+    static void AddPart(MapFeature& line, std::vector<FieldPlace> places)
+    {
+        line.parts.emplace_back();
+        line.parts.back().push_back(std::move(places));
     }
 
     static const Json& Parts(const Json& value, const std::string& type)
@@ -151,6 +167,22 @@ private:
             rings.push_back(Places(ring, type));
         }
         return rings;
+    }
+
+    /// The heading that stands beside a line; nothing beside one of a local frame, which has its
+    /// heading in that frame.
+    static std::optional<double> HeadingOf(const Json& feature)
+    {
+        const Json& properties = MemberOf(feature, "properties");
+        if (!properties.is_object() || MemberOf(properties, "origin").is_object()) {
+            return std::nullopt;
+        }
+        for (const auto& [key, value] : properties.items()) {
+            if (LowerCase(key) == "heading" && value.is_number()) {
+                return NumberIn(value, "the heading");
+            }
+        }
+        return std::nullopt;
     }
 
     /// Takes a line from the parameters that it stands with: they are more exact than its outline.
@@ -181,7 +213,7 @@ private:
 CFieldFile ReadGeoJson(const std::string& bytes, const std::optional<Kestrove::EWaylineType>& kind)
 {
     try {
-        const CGeoJsonFile file(bytes);
+        const CGeoJsonFile file(bytes, FileLimits::kPlaces);
         return CGeoJsonReading(file, kind).Read();
     } catch (const BadFeature& problem) {
         throw CFieldFileProblem(problem.text);

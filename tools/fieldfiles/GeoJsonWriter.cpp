@@ -44,6 +44,9 @@ std::string FeatureText(const MapFeature& feature)
         properties["name"] = feature.name;
     }
     properties["field"] = feature.field;
+    if (feature.headingDegrees) {
+        properties["heading"] = *feature.headingDegrees;
+    }
     const Json value{
         {"type", "Feature"}, {"properties", properties}, {"geometry", GeometryJson(feature)}};
     return value.dump(-1, ' ', false, Json::error_handler_t::replace);

@@ -17,8 +17,7 @@
 /// @throws CFieldFileProblem when it is broken or is none, and for another reference system than
 /// WGS
 ///         84, by its name.
-CFieldFile ReadGeoPackage(const std::string& bytes,
-                          const std::optional<Kestrove::EWaylineType>& kind);
+CFieldFile ReadGeoPackage(std::string bytes, const std::optional<Kestrove::EWaylineType>& kind);
 
 /// Writes a GeoPackage with the tables "guidance_lines" and "field_boundaries", as far as there are
 /// such.

@@ -1,4 +1,7 @@
+#include <memory>
+
 #include "tools/fieldfiles/Database.h"
+#include "tools/fieldfiles/FieldFormat.h"
 #include "tools/fieldfiles/FileBytes.h"
 #include "tools/fieldfiles/FileLimits.h"
 #include "tools/fieldfiles/GeoPackage.h"
@@ -87,6 +90,8 @@ void ReadRow(const CStatement& row, const std::string& table, CFeatureReading& r
     try {
         feature.headingDegrees = XmlNumber(row.Text(3), "the heading");
         ReadGeoPackageGeometry(row.Blob(0), feature);
+    } catch (const CFieldFileTooLarge&) {
+        throw;
     } catch (const CFieldFileProblem& problem) {
         throw CFieldFileProblem(table + ": " + problem.what());
     }
@@ -95,40 +100,59 @@ void ReadRow(const CStatement& row, const std::string& table, CFeatureReading& r
     }
 }
 
-void ReadTable(CDatabase& database, const FeatureTable& table, CFeatureReading& reading)
+/// A question for the rows of a table.
+///
+/// @throws CFieldFileProblem when it is in another reference system, or is no table of its own.
+std::unique_ptr<CStatement> RowsOf(CDatabase& database, const FeatureTable& table)
 {
     CheckSystem(database, table);
     const FeatureColumns columns = ColumnsOf(database, table.name);
-    CStatement rows(database, "SELECT " + QuotedName(table.geometryColumn) + ", " + columns.name +
-                                  ", " + columns.kind + ", " + columns.heading + ", " +
-                                  columns.field + " FROM " + QuotedName(table.name));
+    return std::make_unique<CStatement>(
+        database, "SELECT " + QuotedName(table.geometryColumn) + ", " + columns.name + ", " +
+                      columns.kind + ", " + columns.heading + ", " + columns.field + " FROM " +
+                      QuotedName(table.name));
+}
+
+void ReadRows(CStatement& rows, const std::string& table, CFeatureReading& reading)
+{
     for (std::size_t count = 0; rows.Next(); ++count) {
         if (count > FileLimits::kFeatures) {
             throw CFieldFileTooLarge("rows");
         }
         if (!rows.IsNull(0)) {
-            ReadRow(rows, table.name, reading);
+            ReadRow(rows, table, reading);
         }
     }
 }
 
 } // namespace
 
-CFieldFile ReadGeoPackage(const std::string& bytes,
-                          const std::optional<Kestrove::EWaylineType>& kind)
+CFieldFile ReadGeoPackage(std::string bytes, const std::optional<Kestrove::EWaylineType>& kind)
 {
-    CDatabase database(bytes);
+    CDatabase database(std::move(bytes));
     const std::vector<FeatureTable> tables = [&] {
         try {
             return TablesIn(database);
         } catch (const CFieldFileProblem& problem) {
-            throw CFieldFileProblem("it is no GeoPackage with features: " +
-                                    std::string(problem.what()));
+            throw CUnsupportedFile("it is no GeoPackage with features: " +
+                                   std::string(problem.what()));
         }
     }();
     CFeatureReading reading(kind);
+    std::string firstProblem;
     for (const FeatureTable& table : tables) {
-        ReadTable(database, table, reading);
+        std::unique_ptr<CStatement> rows;
+        try {
+            rows = RowsOf(database, table);
+        } catch (const CFieldFileProblem& problem) {
+            reading.file.Note("the table " + table.name + " is left out: " + problem.what());
+            firstProblem = firstProblem.empty() ? problem.what() : firstProblem;
+            continue;
+        }
+        ReadRows(*rows, table.name, reading);
+    }
+    if (reading.file.fields.empty() && !firstProblem.empty()) {
+        throw CFieldFileProblem(firstProblem);
     }
     return std::move(reading.file);
 }

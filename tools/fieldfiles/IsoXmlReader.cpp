@@ -88,13 +88,11 @@ private:
             FieldLine line = read();
             line.name = name;
             CountPlaces(line.places.size());
-            field.lines.push_back(std::move(line));
+            file.AddLine(field, std::move(line));
         } catch (const CFieldFileTooLarge&) {
             throw;
         } catch (const CFieldFileProblem& problem) {
-            if (file.refused.size() < FileLimits::kFields) {
-                file.refused.push_back({field.name, name, problem.what()});
-            }
+            file.Refuse(field.name, name, problem.what());
         }
     }
 
@@ -128,7 +126,7 @@ private:
             }
             std::vector<FieldPlace> ring = Ring(node);
             if (type == kExteriorRing) {
-                boundaries.push_back({name, std::move(ring), std::move(early)});
+                boundaries.push_back({name, std::move(ring), std::move(early), 0});
                 early.clear();
             } else if (boundaries.empty()) {
                 early.push_back(std::move(ring));
@@ -140,7 +138,7 @@ private:
             throw CFieldFileProblem("it has no exterior ring");
         }
         for (FieldBoundary& boundary : boundaries) {
-            field.boundaries.push_back(std::move(boundary));
+            file.AddBoundary(field, std::move(boundary));
         }
     }
 
@@ -173,6 +171,15 @@ bool IsExternalName(const std::string& name)
                                   "0123456789-_") == std::string::npos;
 }
 
+/// Refuses an external file of any type whose path leads somewhere else.
+void CheckStaysInFolder(const std::string& name)
+{
+    if (name.find_first_of("/\\:") != std::string::npos || name.find("..") != std::string::npos) {
+        throw CFieldFileProblem("the external file \"" + name.substr(0, 80) +
+                                "\" would lie outside the folder; such a file is not read");
+    }
+}
+
 using ExternalFiles = std::function<std::optional<std::string>(const std::string&)>;
 
 void ReadExternal(CIsoXmlReading& reading, const std::string& name, const ExternalFiles& external)
@@ -200,6 +207,11 @@ CFieldFile ReadIsoXml(const std::string& main, const ExternalFiles& external)
 {
     pugi::xml_document document;
     ParseXml(main, document);
+    return ReadIsoXml(document, external);
+}
+
+CFieldFile ReadIsoXml(const pugi::xml_document& document, const ExternalFiles& external)
+{
     const pugi::xml_node root = document.document_element();
     if (!IsElement(root, "ISO11783_TaskData") && !IsElement(root, "XFC")) {
         throw CFieldFileProblem("the XML is no ISOXML: its root is " + LocalName(root));
@@ -208,6 +220,7 @@ CFieldFile ReadIsoXml(const std::string& main, const ExternalFiles& external)
     std::set<std::string> files;
     for (const pugi::xml_node& node : root) {
         const std::string name = IsElement(node, "XFR") ? IsoText(node, "A") : "";
+        CheckStaysInFolder(name);
         if (LowerCase(name.substr(0, 3)) != "pfd" || !files.insert(LowerCase(name)).second) {
             continue;
         }

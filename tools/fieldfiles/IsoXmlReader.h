@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include <pugixml.hpp>
+
 #include "tools/fieldfiles/FieldFile.h"
 
 /// Reads an ISOXML (ISO 11783-10) of version 3 or 4. Whatever a task controller's file may have
@@ -16,6 +18,10 @@
 /// @throws CFieldFileProblem when the main file is broken or is none.
 CFieldFile
 ReadIsoXml(const std::string& main,
+           const std::function<std::optional<std::string>(const std::string&)>& external);
+/// Reads one whose main file is parsed already; the same.
+CFieldFile
+ReadIsoXml(const pugi::xml_document& main,
            const std::function<std::optional<std::string>(const std::string&)>& external);
 
 #endif

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include <pugixml.hpp>
+
 #include "tools/fieldfiles/FieldFile.h"
 
 /// Reads a KML of any version: the LineStrings and Polygons of its placemarks, wherever they stand.
@@ -16,6 +18,9 @@
 ///        them; without it they are noted as left out, as links to elsewhere always are.
 /// @throws CFieldFileProblem when it is broken or is none.
 CFieldFile ReadKml(const std::string& bytes, const std::optional<Kestrove::EWaylineType>& kind,
+                   std::vector<std::string>* beside = nullptr);
+/// Reads one that is parsed already; the same.
+CFieldFile ReadKml(pugi::xml_document& document, const std::optional<Kestrove::EWaylineType>& kind,
                    std::vector<std::string>* beside = nullptr);
 
 /// Writes a KML: a folder a field; kind, heading and field of a line as its extended data.

@@ -1,6 +1,8 @@
 #include <cstring>
+#include <unordered_map>
 
 #include "tools/fieldfiles/FieldGeodesy.h"
+#include "tools/fieldfiles/FileBytes.h"
 #include "tools/fieldfiles/FileLimits.h"
 #include "tools/fieldfiles/Kml.h"
 #include "tools/fieldfiles/MapFeature.h"
@@ -64,7 +66,8 @@ private:
 std::vector<FieldPlace> PlacesIn(const pugi::xml_node& lineOrRing)
 {
     std::vector<FieldPlace> places;
-    CKmlTuples tuples(ChildOf(lineOrRing, "coordinates").child_value());
+    const std::string text = WordsIn(ChildOf(lineOrRing, "coordinates"));
+    CKmlTuples tuples(text.c_str());
     while (tuples.HasMore()) {
         places.push_back(tuples.Next());
         if (places.size() > FileLimits::kPlaces) {
@@ -89,15 +92,16 @@ std::vector<std::vector<FieldPlace>> RingsIn(const pugi::xml_node& polygon)
 
 std::string TextOf(const pugi::xml_node& node, const char* child)
 {
-    return Trimmed(ChildOf(node, child).child_value()).substr(0, FileLimits::kNameBytes);
+    return Trimmed(WordsIn(ChildOf(node, child))).substr(0, FileLimits::kNameBytes);
 }
 
-/// The value of a name in a placemark's extended data; of either of the two forms that it may have.
+/// The value of a name, in any case, as programs change that, in a placemark's extended data; of
+/// either of the two forms that it may have.
 std::string DataOf(const pugi::xml_node& placemark, const std::string& name)
 {
     const pugi::xml_node extended = ChildOf(placemark, "ExtendedData");
     const auto isCalled = [&](const pugi::xml_node& node) {
-        return node.attribute("name").value() == name;
+        return LowerCase(node.attribute("name").value()) == name;
     };
     for (const pugi::xml_node& node : extended) {
         if (IsElement(node, "Data") && isCalled(node)) {
@@ -108,7 +112,7 @@ std::string DataOf(const pugi::xml_node& placemark, const std::string& name)
         }
         const pugi::xml_node simple = node.find_child(isCalled);
         if (simple) {
-            return Trimmed(simple.child_value()).substr(0, FileLimits::kNameBytes);
+            return Trimmed(WordsIn(simple)).substr(0, FileLimits::kNameBytes);
         }
     }
     return {};
@@ -168,7 +172,8 @@ private:
         } catch (const CFieldFileTooLarge&) {
             throw;
         } catch (const CFieldFileProblem& problem) {
-            features.file.refused.push_back({layer, NameOf(placemark), problem.what()});
+            features.file.FieldOf(layer);
+            features.file.Refuse(layer, NameOf(placemark), problem.what());
             return;
         }
         for (MapFeature* feature : {&found.line, &found.area}) {
@@ -201,18 +206,26 @@ private:
     }
 
     /// The name of the nearest folder around a placemark that has one.
-    static std::string FolderOf(const pugi::xml_node& placemark)
+    std::string FolderOf(const pugi::xml_node& placemark)
     {
         for (pugi::xml_node node = placemark.parent(); node; node = node.parent()) {
-            const bool isFolder = IsElement(node, "Folder") || IsElement(node, "Document");
-            if (isFolder && !TextOf(node, "name").empty()) {
-                return TextOf(node, "name");
+            if (!IsElement(node, "Folder") && !IsElement(node, "Document")) {
+                continue;
+            }
+            // A folder may have very many placemarks, among which its name is sought but once.
+            const auto [found, isNew] = m_folderNames.try_emplace(node.hash_value());
+            if (isNew) {
+                found->second = TextOf(node, "name");
+            }
+            if (!found->second.empty()) {
+                return found->second;
             }
         }
         return "Field";
     }
 
     std::vector<std::string>* m_beside;
+    std::unordered_map<std::size_t, std::string> m_folderNames;
 };
 
 } // namespace
@@ -222,6 +235,12 @@ CFieldFile ReadKml(const std::string& bytes, const std::optional<Kestrove::EWayl
 {
     pugi::xml_document document;
     ParseXml(bytes, document);
+    return ReadKml(document, kind, beside);
+}
+
+CFieldFile ReadKml(pugi::xml_document& document, const std::optional<Kestrove::EWaylineType>& kind,
+                   std::vector<std::string>* beside)
+{
     if (!IsElement(document.document_element(), "kml")) {
         throw CFieldFileProblem("the XML is no KML: its root is " +
                                 LocalName(document.document_element()));

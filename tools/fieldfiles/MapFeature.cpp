@@ -41,21 +41,21 @@ bool IsCut(const FieldPlace& before, const FieldPlace& place, const FieldPlace& 
     return std::abs(place.latitude - expected) <= kMillimetre;
 }
 
-/// Lines that cross the 180th meridian are cut there into parts: those are put together again,
-/// without the place of the cut.
-std::vector<Places> Joined(const std::vector<std::vector<Places>>& parts)
+} // namespace
+
+std::vector<Places> Joined(std::vector<std::vector<Places>> parts)
 {
     std::vector<Places> lines;
-    for (const std::vector<Places>& part : parts) {
+    for (std::vector<Places>& part : parts) {
         if (part.empty()) {
             continue;
         }
-        const Places& places = part.front();
+        Places& places = part.front();
         const bool goesOn = !lines.empty() && !lines.back().empty() && places.size() > 1 &&
                             IsOnDateLine(places.front()) &&
                             IsSamePlace(lines.back().back(), places.front());
         if (!goesOn) {
-            lines.push_back(places);
+            lines.push_back(std::move(places));
             continue;
         }
         Places& line = lines.back();
@@ -66,6 +66,8 @@ std::vector<Places> Joined(const std::vector<std::vector<Places>>& parts)
     }
     return lines;
 }
+
+namespace {
 
 /// The three places of a circle whose outline, all the way round, has more.
 Places OfCircle(Places places)
@@ -108,7 +110,7 @@ double HeadingAlong(const Places& places)
     return degrees < 0.0 ? degrees + 360.0 : degrees;
 }
 
-FieldLine LineOf(Kestrove::EWaylineType kind, const Places& places,
+FieldLine LineOf(Kestrove::EWaylineType kind, Places places,
                  const std::optional<double>& headingDegrees)
 {
     if (places.empty()) {
@@ -116,7 +118,6 @@ FieldLine LineOf(Kestrove::EWaylineType kind, const Places& places,
     }
     FieldLine line;
     line.kind = kind;
-    line.places = places;
     switch (kind) {
     case Kestrove::EWaylineTypeAB:
         if (places.size() < 2 || IsSamePlace(places.front(), places.back())) {
@@ -129,13 +130,14 @@ FieldLine LineOf(Kestrove::EWaylineType kind, const Places& places,
         line.places = {places.at(0)};
         break;
     case Kestrove::EWaylineTypeCircle:
-        line.places = OfCircle(places);
+        line.places = OfCircle(std::move(places));
         break;
     case Kestrove::EWaylineTypeSpline:
     case Kestrove::EWaylineTypeABCurve:
         if (places.size() < 2) {
             throw CFieldFileProblem("a line needs two points");
         }
+        line.places = std::move(places);
         break;
     default:
         throw CFieldFileProblem("a " + std::string(KindTitle(kind)) + " has no points");
@@ -202,7 +204,7 @@ void CFeatureReading::Add(MapFeature feature, const std::string& layer)
         if (feature.isArea) {
             file.Note(name + ": a boundary is left out: " + problem.what());
         } else {
-            file.refused.push_back({field.name, name, problem.what()});
+            file.Refuse(field.name, name, problem.what());
         }
     }
 }
@@ -227,9 +229,9 @@ void CFeatureReading::DropFalseHeights(MapFeature& feature)
     }
 }
 
-void CFeatureReading::AddLine(const MapFeature& feature, Field& field)
+void CFeatureReading::AddLine(MapFeature& feature, Field& field)
 {
-    const std::vector<Places> lines = Joined(feature.parts);
+    std::vector<Places> lines = Joined(std::move(feature.parts));
     for (std::size_t i = 0; i < lines.size(); ++i) {
         Kestrove::EWaylineType kind =
             lines[i].size() == 2 ? Kestrove::EWaylineTypeAB : Kestrove::EWaylineTypeABCurve;
@@ -238,28 +240,28 @@ void CFeatureReading::AddLine(const MapFeature& feature, Field& field)
         } else if (m_kind) {
             kind = *m_kind;
         }
-        FieldLine line = LineOf(kind, lines[i], feature.headingDegrees);
+        FieldLine line = LineOf(kind, std::move(lines[i]), feature.headingDegrees);
         line.name = feature.name;
         if (lines.size() > 1) {
             line.name += (line.name.empty() ? "part " : ", part ") + std::to_string(i + 1);
         }
-        field.lines.push_back(std::move(line));
+        file.AddLine(field, std::move(line));
     }
 }
 
-void CFeatureReading::AddAreas(const MapFeature& feature, Field& field)
+void CFeatureReading::AddAreas(MapFeature& feature, Field& field)
 {
-    for (const std::vector<Places>& rings : feature.parts) {
+    for (std::vector<Places>& rings : feature.parts) {
         if (rings.empty()) {
             throw CFieldFileProblem("it has no exterior ring");
         }
         FieldBoundary boundary;
         boundary.name = feature.name;
-        boundary.exterior = OpenRing(rings.front());
+        boundary.exterior = OpenRing(std::move(rings.front()));
         for (std::size_t i = 1; i < rings.size(); ++i) {
-            boundary.holes.push_back(OpenRing(rings[i]));
+            boundary.holes.push_back(OpenRing(std::move(rings[i])));
         }
-        field.boundaries.push_back(std::move(boundary));
+        file.AddBoundary(field, std::move(boundary));
     }
 }
 

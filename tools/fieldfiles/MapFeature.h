@@ -23,6 +23,11 @@ struct MapFeature
 /// Whether all places of a feature have a height.
 bool HasHeights(const MapFeature& feature);
 
+/// The lines of parts. Lines that cross the 180th meridian are cut there into parts: those are put
+/// together again, without the place of the cut.
+std::vector<std::vector<FieldPlace>>
+Joined(std::vector<std::vector<std::vector<FieldPlace>>> parts);
+
 /// Takes features of a file into fields. Thread safety: none.
 class CFeatureReading
 {
@@ -42,8 +47,8 @@ public:
 
 private:
     static void DropFalseHeights(MapFeature& feature);
-    void AddLine(const MapFeature& feature, Field& field);
-    void AddAreas(const MapFeature& feature, Field& field);
+    void AddLine(MapFeature& feature, Field& field);
+    void AddAreas(MapFeature& feature, Field& field);
     void Count(std::size_t places);
 
     std::optional<Kestrove::EWaylineType> m_kind;

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <set>
 
+#include "tools/fieldfiles/DatabaseJournals.h"
 #include "tools/fieldfiles/FieldFormat.h"
 #include "tools/fieldfiles/FileBytes.h"
 #include "tools/fieldfiles/FileLimits.h"
@@ -12,6 +13,7 @@
 #include "tools/fieldfiles/IsoXmlReader.h"
 #include "tools/fieldfiles/Kml.h"
 #include "tools/fieldfiles/Shapefile.h"
+#include "tools/fieldfiles/XmlFile.h"
 #include "tools/fieldfiles/ZipArchive.h"
 
 namespace {
@@ -37,9 +39,10 @@ std::string FolderAround(const std::string& path)
     return folder.empty() ? "." : folder;
 }
 
-CFieldFile ReadIsoXmlBeside(const std::string& bytes, const std::string& folder)
+template <typename Main> // the bytes of the main file, or what was parsed of them
+CFieldFile ReadIsoXmlBeside(const Main& main, const std::string& folder)
 {
-    return ReadIsoXml(bytes, [&](const std::string& name) -> std::optional<std::string> {
+    return ReadIsoXml(main, [&](const std::string& name) -> std::optional<std::string> {
         const std::string path = PathIn(folder, name);
         return path.empty() ? std::nullopt : std::optional(ReadFileBytes(path));
     });
@@ -47,35 +50,43 @@ CFieldFile ReadIsoXmlBeside(const std::string& bytes, const std::string& folder)
 
 CFieldFile ReadFolder(const std::string& folder)
 {
+    std::error_code error;
+    const std::filesystem::directory_iterator readable(folder, error);
+    if (error) {
+        throw CFieldFileProblem("the folder cannot be read: " + error.message());
+    }
     std::string main = PathIn(folder, kIsoXmlName);
     if (main.empty()) {
         const std::string inner = PathIn(folder, "taskdata");
         main = inner.empty() ? std::string() : PathIn(inner, kIsoXmlName);
     }
     if (main.empty()) {
-        throw CFieldFileProblem("it is a directory without a TASKDATA.XML; supported are " +
-                                SupportedFieldFormats());
+        throw CUnsupportedFile("it is a directory without a TASKDATA.XML");
     }
     return ReadIsoXmlBeside(ReadFileBytes(main), FolderAround(main));
 }
 
 CFieldFile ReadXml(const std::string& bytes, const std::string& path, const Kind& kind)
 {
-    constexpr std::size_t kBeginning = 1U << 16;
-    const std::string beginning = bytes.substr(0, kBeginning);
-    const bool isIsoXml = beginning.find("<ISO11783_TaskData") != std::string::npos ||
-                          beginning.find("<XFC") != std::string::npos;
-    if (isIsoXml && path == "-") {
-        return ReadIsoXml(bytes, [](const std::string&) { return std::optional<std::string>(); });
+    pugi::xml_document document;
+    try {
+        ParseXml(bytes, document);
+    } catch (const CFieldFileProblem& problem) {
+        throw CUnsupportedFile(problem.what());
     }
-    if (isIsoXml) {
-        return ReadIsoXmlBeside(bytes, FolderAround(path));
+    const pugi::xml_node root = document.document_element();
+    if (IsElement(root, "kml")) {
+        return ReadKml(document, kind);
     }
-    if (beginning.find("kml") == std::string::npos && beginning.find('\0') == std::string::npos) {
-        throw CFieldFileProblem("this XML is none that is read; supported are " +
-                                SupportedFieldFormats());
+    if (!IsElement(root, "ISO11783_TaskData") && !IsElement(root, "XFC")) {
+        throw CUnsupportedFile("this XML is none that is read: its root is " +
+                               LocalName(root).substr(0, 80));
     }
-    return ReadKml(bytes, kind);
+    if (path == "-") {
+        return ReadIsoXml(document,
+                          [](const std::string&) { return std::optional<std::string>(); });
+    }
+    return ReadIsoXmlBeside(document, FolderAround(path));
 }
 
 bool IsPartOfShapefile(const std::string& path)
@@ -84,7 +95,7 @@ bool IsPartOfShapefile(const std::string& path)
     return ending == "shp" || ending == "shx" || ending == "dbf" || ending == "prj";
 }
 
-CFieldFile ReadShapefileBeside(const std::string& path, const std::string& bytes, const Kind& kind)
+CFieldFile ReadShapefileBeside(const std::string& path, std::string bytes, const Kind& kind)
 {
     if (path == "-") {
         throw CFieldFileProblem("a Shapefile is several files; name its .shp");
@@ -99,20 +110,14 @@ CFieldFile ReadShapefileBeside(const std::string& path, const std::string& bytes
                 ReadFileBytes((std::filesystem::path(FolderAround(path)) / there).string());
         }
     }
-    files[LowerCase(IsPartOfShapefile(own) ? own : stem + ".shp")] = bytes;
+    files[LowerCase(IsPartOfShapefile(own) ? own : stem + ".shp")] = std::move(bytes);
     return ReadShapefile(std::move(files), stem, kind);
 }
 
-CFieldFile ReadDatabase(const std::string& path, const std::string& bytes, const Kind& kind)
+CFieldFile ReadDatabase(const std::string& path, std::string bytes, const Kind& kind)
 {
-    std::error_code error;
-    const auto journal = std::filesystem::file_size(path + "-wal", error);
-    if (!error && journal > 0) {
-        throw CFieldFileProblem("another program has the GeoPackage open: its latest changes stand "
-                                "in " +
-                                path + "-wal; close it there");
-    }
-    return ReadGeoPackage(bytes, kind);
+    CheckNobodyWrites(path, bytes);
+    return ReadGeoPackage(std::move(bytes), kind);
 }
 
 /// Reads what stands in a zip.
@@ -132,21 +137,37 @@ public:
         if (!main.empty()) {
             return ReadKmlWithLinked(main, kind);
         }
+        return ReadAllShapes(kind);
+    }
+
+private:
+    /// Of several Shapefiles one that cannot be used is left out with the reason.
+    CFieldFile ReadAllShapes(const Kind& kind)
+    {
         CFieldFile file;
+        std::string firstProblem;
         for (const std::string& path : m_zip.Paths()) {
-            if (SuffixOf(path) == "shp") {
-                Take(file, ReadShapes(path, kind));
+            if (SuffixOf(path) != "shp") {
+                continue;
+            }
+            try {
+                file.Append(ReadShapes(path, kind));
+            } catch (const CFieldFileTooLarge&) {
+                throw;
+            } catch (const CFieldFileProblem& problem) {
+                file.Note(path.substr(0, 200) + " is left out: " + problem.what());
+                firstProblem = firstProblem.empty() ? problem.what() : firstProblem;
             }
         }
         if (file.fields.empty() && file.refused.empty()) {
-            throw CFieldFileProblem("the zip has neither a TASKDATA.XML nor a .kml nor a .shp; "
-                                    "supported are " +
-                                    SupportedFieldFormats());
+            if (!firstProblem.empty()) {
+                throw CFieldFileProblem(firstProblem);
+            }
+            throw CUnsupportedFile("the zip has neither a TASKDATA.XML nor a .kml nor a .shp");
         }
         return file;
     }
 
-private:
     /// The path of the kind with the fewest folders around it; of those the first one, but one in
     /// the folder TASKDATA or of the name doc.kml before all others.
     template <typename IsWanted>
@@ -197,7 +218,7 @@ private:
             const std::string path = folder + name;
             const std::optional<std::string> bytes = UnpackIn(FolderOf(path), NameInFolder(path));
             if (bytes) {
-                Take(file, ReadKml(*bytes, kind));
+                file.Append(ReadKml(*bytes, kind));
             } else {
                 file.Note("the linked file " + name.substr(0, 80) + " is missing");
             }
@@ -218,39 +239,25 @@ private:
         return ReadShapefile(std::move(files), stem, kind);
     }
 
-    static void Take(CFieldFile& file, CFieldFile&& more)
-    {
-        for (Field& field : more.fields) {
-            file.fields.push_back(std::move(field));
-        }
-        for (RefusedLine& line : more.refused) {
-            file.refused.push_back(std::move(line));
-        }
-        for (const std::string& note : more.Notes()) {
-            file.Note(note);
-        }
-    }
-
     CZipArchive m_zip;
 };
 
-CFieldFile ReadContent(const std::string& path, const std::string& bytes, const Kind& kind)
+CFieldFile ReadContent(const std::string& path, std::string bytes, const Kind& kind)
 {
     constexpr std::size_t kBeginning = 512;
     const std::optional<EFieldFormat> format = FieldFormatOfContent(bytes.substr(0, kBeginning));
     if (!format) {
-        throw CFieldFileProblem("its format is not known; supported are " +
-                                SupportedFieldFormats());
+        throw CUnsupportedFile("its format is not known");
     }
     switch (*format) {
     case EFieldFormat::Kmz:
         return CZipReading(bytes).Read(kind);
     case EFieldFormat::GeoPackage:
-        return ReadDatabase(path, bytes, kind);
+        return ReadDatabase(path, std::move(bytes), kind);
     case EFieldFormat::GeoJson:
         return ReadGeoJson(bytes, kind);
     case EFieldFormat::Shapefile:
-        return ReadShapefileBeside(path, bytes, kind);
+        return ReadShapefileBeside(path, std::move(bytes), kind);
     default:
         return ReadXml(bytes, path, kind);
     }
@@ -271,9 +278,9 @@ CFieldFile Checked(CFieldFile file)
 
 } // namespace
 
-CFieldFile ReadFieldFile(const std::string& path, const std::string& bytes, const Kind& kind)
+CFieldFile ReadFieldFile(const std::string& path, std::string bytes, const Kind& kind)
 {
-    return Checked(ReadContent(path, bytes, kind));
+    return Checked(ReadContent(path, std::move(bytes), kind));
 }
 
 CFieldFile ReadFieldFolder(const std::string& path)

@@ -14,7 +14,7 @@
 /// @param bytes what the file holds.
 /// @param kind what lines are that have no kind; see CFeatureReading.
 /// @throws CFieldFileProblem when it is none of those, broken, or over a limit.
-CFieldFile ReadFieldFile(const std::string& path, const std::string& bytes,
+CFieldFile ReadFieldFile(const std::string& path, std::string bytes,
                          const std::optional<Kestrove::EWaylineType>& kind);
 /// Reads the folder of an ISOXML, or the one around that; the same.
 CFieldFile ReadFieldFolder(const std::string& path);

@@ -9,6 +9,7 @@
 #include "tools/fieldfiles/MemoryFiles.h"
 #include "tools/fieldfiles/ReferenceSystem.h"
 #include "tools/fieldfiles/Shapefile.h"
+#include "tools/fieldfiles/ShapefileParts.h"
 #include "tools/fieldfiles/XmlFile.h"
 
 namespace {
@@ -18,32 +19,7 @@ using TableHandle = std::unique_ptr<DBFInfo, void (*)(DBFInfo*)>;
 using Shape = std::unique_ptr<SHPObject, void (*)(SHPObject*)>;
 using Rings = std::vector<std::vector<FieldPlace>>;
 
-constexpr std::size_t kHeaderBytes = 100;
 constexpr std::size_t kMostParts = 1000; ///< of a shape
-
-std::uint32_t BigEndian(const std::string& bytes, std::size_t place)
-{
-    std::uint32_t value = 0;
-    for (std::size_t i = 0; i < 4; ++i) {
-        value = value << 8U | static_cast<unsigned char>(bytes.at(place + i));
-    }
-    return value;
-}
-
-/// Checks that a .shp or .shx is as long as it says.
-void CheckLength(const std::string& bytes, const char* ending)
-{
-    constexpr std::size_t kLengthPlace = 24;
-    if (bytes.size() < kHeaderBytes) {
-        throw CFieldFileProblem("the ." + std::string(ending) + " is too short");
-    }
-    const std::uint64_t told = std::uint64_t{2} * BigEndian(bytes, kLengthPlace);
-    if (told > bytes.size()) {
-        throw CFieldFileProblem("the ." + std::string(ending) +
-                                " ends before its end: " + std::to_string(bytes.size()) + " of " +
-                                std::to_string(told) + " bytes");
-    }
-}
 
 const std::string& PartOf(const FileSet& files, const std::string& name, const char* ending)
 {
@@ -86,6 +62,7 @@ public:
     {
     }
 
+    bool IsDeleted(int row) const { return m_table && DBFIsRecordDeleted(m_table.get(), row) != 0; }
     int Rows() const { return m_table ? DBFGetRecordCount(m_table.get()) : 0; }
     bool IsThere() const { return m_table != nullptr; }
 
@@ -125,11 +102,6 @@ public:
                                     "type " +
                                     std::to_string(type));
         }
-        if (m_table.IsThere() && m_table.Rows() != count) {
-            throw CFieldFileProblem(
-                "the parts of the Shapefile disagree: " + std::to_string(count) + " shapes, " +
-                std::to_string(m_table.Rows()) + " rows in the .dbf");
-        }
         for (int row = 0; row < count; ++row) {
             ReadShape(row, name);
         }
@@ -156,6 +128,10 @@ private:
         if (shape->nSHPType == SHPT_NULL || shape->nVertices == 0) {
             return;
         }
+        if (m_table.IsDeleted(row)) {
+            return features.file.Note("shape " + std::to_string(row + 1) +
+                                      " is left out: its row is marked as deleted");
+        }
         MapFeature feature;
         feature.name = m_table.TextIn(row, "NAME");
         feature.kind = m_table.TextIn(row, "KIND");
@@ -163,12 +139,13 @@ private:
         feature.isArea = IsArea(shape->nSHPType);
         try {
             feature.headingDegrees = XmlNumber(m_table.TextIn(row, "HEADING"), "the heading");
-            const Rings parts = PartsOf(*shape);
+            Rings parts = PartsOf(*shape);
             if (feature.isArea) {
                 feature.parts = Areas(parts);
             } else {
-                for (const std::vector<FieldPlace>& part : parts) {
-                    feature.parts.push_back({part});
+                for (std::vector<FieldPlace>& part : parts) {
+                    feature.parts.emplace_back();
+                    feature.parts.back().push_back(std::move(part));
                 }
             }
         } catch (const CFieldFileProblem& problem) {
@@ -210,10 +187,13 @@ private:
         for (std::size_t i = 0; i < ring.size(); ++i) {
             const FieldPlace& from = ring[i];
             const FieldPlace& to = ring[(i + 1) % ring.size()];
+            // Seen from the place, so that the 180th meridian is one as all others.
+            const double fromEast = std::remainder(from.longitude - place.longitude, 360.0);
+            const double toEast = std::remainder(to.longitude - place.longitude, 360.0);
             const bool crosses = (from.latitude > place.latitude) != (to.latitude > place.latitude);
-            if (crosses && place.longitude < from.longitude + (place.latitude - from.latitude) /
-                                                                  (to.latitude - from.latitude) *
-                                                                  (to.longitude - from.longitude)) {
+            if (crosses && 0.0 < fromEast + (place.latitude - from.latitude) /
+                                                (to.latitude - from.latitude) *
+                                                (toEast - fromEast)) {
                 isWithin = !isWithin;
             }
         }
@@ -254,18 +234,13 @@ private:
 CFieldFile ReadShapefile(FileSet files, const std::string& name,
                          const std::optional<Kestrove::EWaylineType>& kind)
 {
-    CheckLength(PartOf(files, name, "shp"), "shp");
-    const std::string& index = PartOf(files, name, "shx");
-    CheckLength(index, "shx");
-    constexpr std::size_t kIndexEntryBytes = 8;
-    if ((index.size() - kHeaderBytes) / kIndexEntryBytes > FileLimits::kFeatures) {
-        throw CFieldFileTooLarge("shapes");
-    }
     const std::string* const system = FindFile(files, name + ".prj");
     if (system != nullptr) {
         CheckReferenceSystem(*system);
     }
-    const bool hasTable = FindFile(files, name + ".dbf") != nullptr;
+    const std::string* const rows = FindFile(files, name + ".dbf");
+    const bool hasTable = rows != nullptr;
+    CheckShapefileParts(PartOf(files, name, "shp"), PartOf(files, name, "shx"), rows);
     CMemoryFiles memory(files);
     const ShapeHandle shapes(SHPOpenLL((name + ".shp").c_str(), "rb", memory.Hooks()),
                              [](SHPInfo* handle) {

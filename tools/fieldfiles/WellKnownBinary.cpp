@@ -20,7 +20,7 @@ constexpr std::int32_t kWorldSystem = 4326;
 class CBinaryInput
 {
 public:
-    explicit CBinaryInput(const std::string& bytes) : m_bytes(bytes) {}
+    explicit CBinaryInput(std::string_view bytes) : m_bytes(bytes) {}
 
     void SetLittleEndian(bool isLittleEndian) { m_isLittleEndian = isLittleEndian; }
     std::size_t Left() const { return m_bytes.size() - m_place; }
@@ -34,6 +34,15 @@ public:
         double value = 0.0;
         std::memcpy(&value, &bits, sizeof value);
         return value;
+    }
+
+    /// Counts places before they are made.
+    void TakePlaces(std::size_t count)
+    {
+        m_places += count;
+        if (m_places > FileLimits::kPlaces) {
+            throw CFieldFileTooLarge("places");
+        }
     }
 
     void Skip(std::size_t count)
@@ -62,8 +71,9 @@ private:
         return value;
     }
 
-    const std::string& m_bytes;
+    std::string_view m_bytes;
     std::size_t m_place = 0;
+    std::size_t m_places = 0;
     bool m_isLittleEndian = true;
 };
 
@@ -101,7 +111,9 @@ std::uint32_t ReadCount(CBinaryInput& input, std::size_t leastBytes)
 
 Places ReadPlaces(CBinaryInput& input, const GeometryHead& head)
 {
-    Places places(ReadCount(input, head.PlaceBytes()));
+    const std::uint32_t count = ReadCount(input, head.PlaceBytes());
+    input.TakePlaces(count);
+    Places places(count);
     for (FieldPlace& place : places) {
         const double longitude = input.Double();
         const double latitude = input.Double();
@@ -128,7 +140,8 @@ void ReadSingle(CBinaryInput& input, const GeometryHead& head, MapFeature& featu
 {
     feature.isArea = head.type == kPolygon;
     if (head.type == kLineString) {
-        feature.parts.push_back({ReadPlaces(input, head)});
+        feature.parts.emplace_back();
+        feature.parts.back().push_back(ReadPlaces(input, head));
     } else if (feature.isArea) {
         feature.parts.push_back(ReadRings(input, head));
     } else {
@@ -171,7 +184,7 @@ void AppendPlaces(std::string& bytes, const Places& places, bool hasHeights)
 
 } // namespace
 
-void ReadGeoPackageGeometry(const std::string& blob, MapFeature& feature)
+void ReadGeoPackageGeometry(std::string_view blob, MapFeature& feature)
 {
     CBinaryInput input(blob);
     if (input.Byte() != 'G' || input.Byte() != 'P') {

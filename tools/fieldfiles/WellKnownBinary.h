@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "tools/fieldfiles/MapFeature.h"
 
@@ -12,7 +13,7 @@
 /// @param feature receives the parts, and whether they are areas; no parts when it is empty or
 ///        neither of lines nor of areas.
 /// @throws CFieldFileProblem when it is broken.
-void ReadGeoPackageGeometry(const std::string& blob, MapFeature& feature);
+void ReadGeoPackageGeometry(std::string_view blob, MapFeature& feature);
 
 /// The geometry of a feature as a GeoPackage has it, in WGS 84, with heights where all places have
 /// one.

@@ -117,6 +117,17 @@ pugi::xml_node ChildOf(const pugi::xml_node& node, const char* name)
     return node.find_child([&](const pugi::xml_node& child) { return IsElement(child, name); });
 }
 
+std::string WordsIn(const pugi::xml_node& node)
+{
+    std::string words;
+    for (const pugi::xml_node& child : node) {
+        if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) {
+            words += child.value();
+        }
+    }
+    return words;
+}
+
 std::string Trimmed(const std::string& text)
 {
     const std::size_t first = text.find_first_not_of(" \t\r\n");

@@ -25,6 +25,9 @@ bool IsElement(const pugi::xml_node& node, const char* name);
 /// The first child of a local name; no node when there is none.
 pugi::xml_node ChildOf(const pugi::xml_node& node, const char* name);
 
+/// The text that stands in an element itself, also where comments cut it into pieces.
+std::string WordsIn(const pugi::xml_node& node);
+
 /// The text without blanks around it.
 std::string Trimmed(const std::string& text);
 

@@ -1,5 +1,6 @@
 #include "tools/fieldfiles/ZipArchive.h"
 
+#include <algorithm>
 #include <memory>
 
 #include <zip.h>
@@ -94,6 +95,12 @@ std::string CZipArchive::Unpack(const std::string& path)
     }
     constexpr std::size_t kPiece = 1U << 16;
     std::string bytes;
+    zip_stat_t status;
+    zip_stat_init(&status);
+    if (zip_stat(m_zip, path.c_str(), 0, &status) == 0 && (status.valid & ZIP_STAT_SIZE) != 0) {
+        // As long as it says: a string that grows is there twice at times.
+        bytes.reserve(std::min<std::size_t>(status.size, FileLimits::kBytes) + 2 * kPiece);
+    }
     for (;;) {
         const std::size_t before = bytes.size();
         bytes.resize(before + kPiece);

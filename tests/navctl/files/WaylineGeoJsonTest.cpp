@@ -167,7 +167,8 @@ TEST(WaylineGeoJson, ReadsEachPartOfAMultiLineStringAndPassesAreasOver)
         R"({"type":"FeatureCollection","features":[)" + area + "," + lines + "]}", reading);
     EXPECT_TRUE(list.problems.empty());
     ASSERT_EQ(2U, list.entries.size());
-    EXPECT_EQ(2U, list.entries[0].number);
+    EXPECT_EQ(1U, list.entries[0].number);
+    EXPECT_EQ(2U, list.entries[1].number);
     EXPECT_EQ("Road, part 1", list.entries[0].content.name);
     EXPECT_EQ("Road, part 2", list.entries[1].content.name);
     EXPECT_EQ(3U, list.entries[1].content.points.size());

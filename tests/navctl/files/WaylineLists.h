@@ -10,7 +10,7 @@ inline WaylineList ListOf(const std::vector<WaylineContent>& contents)
 {
     WaylineList list;
     for (const WaylineContent& content : contents) {
-        list.entries.push_back({list.entries.size() + 1, content});
+        list.entries.push_back({list.entries.size() + 1, content, ""});
     }
     return list;
 }

@@ -53,6 +53,57 @@ function zipOf(files, announced) {
 
 const kml = (content) => `<?xml version="1.0"?><kml xmlns="http://www.opengis.net/kml/2.2"><Document>${content}</Document></kml>`;
 const kmlLine = (coordinates, more = "") => kml(`<Placemark><name>One</name>${more}<LineString><coordinates>${coordinates}</coordinates></LineString></Placemark>`);
+const worldSystem = 'GEOGCS["GCS_WGS_1984",DATUM["D_WGS_1984",SPHEROID["WGS_1984",6378137.0,298.257223563]],'
+  + 'PRIMEM["Greenwich",0.0],UNIT["Degree",0.0174532925199433]]';
+
+/** The files of a Shapefile "a" of shapes, each its parts; a row is named by its number. */
+function shapesOf(type, shapes) {
+  const head = (words) => {
+    const bytes = Buffer.alloc(100);
+    bytes.writeUInt32BE(9994, 0);
+    bytes.writeUInt32BE(words, 24);
+    bytes.writeUInt32LE(1000, 28);
+    bytes.writeUInt32LE(type, 32);
+    return bytes;
+  };
+  const contents = shapes.map((parts) => {
+    const places = parts.flat();
+    const content = Buffer.alloc(44 + 4 * parts.length + 16 * places.length);
+    content.writeUInt32LE(type, 0);
+    content.writeUInt32LE(parts.length, 36);
+    content.writeUInt32LE(places.length, 40);
+    parts.forEach((_, i) => content.writeUInt32LE(parts.slice(0, i).flat().length, 44 + 4 * i));
+    places.flat().forEach((value, i) => content.writeDoubleLE(value, 44 + 4 * parts.length + 8 * i));
+    return content;
+  });
+  let at = 50;
+  const [records, entries, rows] = [[], [], []];
+  contents.forEach((content, i) => {
+    const [record, entry] = [Buffer.alloc(8), Buffer.alloc(8)];
+    record.writeUInt32BE(i + 1, 0);
+    entry.writeUInt32BE(at, 0);
+    [record, entry].forEach((one) => one.writeUInt32BE(content.length / 2, 4));
+    records.push(record, content);
+    entries.push(entry);
+    rows.push(Buffer.from(` ${`${i}`.padEnd(4)}`));
+    at += 4 + content.length / 2;
+  });
+  const table = Buffer.alloc(65);
+  table.writeUInt32LE(shapes.length, 4);
+  table.writeUInt16LE(65, 8);
+  table.writeUInt16LE(5, 10);
+  table.write("NAME", 32);
+  table.write("C", 43);
+  table[48] = 4;
+  table[64] = 0x0d;
+  return { "a.shp": Buffer.concat([head(at), ...records]), "a.shx": Buffer.concat([head(50 + 4 * shapes.length), ...entries]),
+    "a.dbf": Buffer.concat([table, ...rows]), "a.prj": Buffer.from(worldSystem) };
+}
+
+/** A Shapefile of lines of two points and more. */
+const shapefile = (count) => shapesOf(3, Array.from({ length: count }, (_, i) =>
+  [Array.from({ length: 2 + i }, (__, j) => [5 + 0.01 * j * (i + 1), 52 + 0.1 * i])]));
+
 const geoJson = (geometry, properties = {}) => JSON.stringify({ type: "Feature", properties, geometry });
 
 test("what other programs have written is read in each format, longitude first", async () => {
@@ -88,7 +139,9 @@ test("a spiral is left out by its name, and external files are sought beside the
     { name: "TASKDATA.XML", bytes: bytesOf(main('<XFR A="PFD00001" B="1"/>', "")) }]);
   assert.deepEqual(fields[0].lines.map(({ name }) => name), ["Kind 3"]);
   assert.deepEqual(left, ["line “Kind 5”: a spiral is no kind of line"]);
-  await assert.rejects(read(main('<XFR A="PFD/../x" B="1"/>', field)), /external file/);
+  for (const path of ["PFD/../x", "../PFD00001", "/etc/PFD1", "..\\PFD1", "C:PFD1", "../TSK00001"]) {
+    await assert.rejects(read(main(`<XFR A="${path}" B="1"/>`, field)), /external file/, path);
+  }
 });
 
 test("GeoJSON has lines, areas with holes, and its own kinds", async () => {
@@ -105,7 +158,98 @@ test("GeoJSON has lines, areas with holes, and its own kinds", async () => {
 test("a line that is cut at the 180th meridian is one", async () => {
   const { lines } = await onlyField(geoJson({ type: "MultiLineString",
     coordinates: [[[179.9, -17], [180, -17.1]], [[-180, -17.1], [-179.9, -17.2]]] }));
-  assert.deepEqual(lines.map(({ places }) => places.map(([east]) => east)), [[179.9, 180, -179.9]]);
+  assert.deepEqual(lines.map(({ places }) => places.map(([east]) => east)), [[179.9, -179.9]]);
+  assert.equal(lines[0].kind, 0);
+  // A bend that lies on the meridian by chance is none that was put there to cut the line.
+  const bent = await onlyField(geoJson({ type: "MultiLineString",
+    coordinates: [[[179.9, -17], [180, -17.3]], [[-180, -17.3], [-179.9, -17.2]]] }));
+  assert.equal(bent.lines[0].places.length, 3);
+});
+
+test("the parts of a Shapefile that disagree are refused", async () => {
+  const whole = shapefile(3);
+  const lines = await onlyField(zipOf(whole));
+  assert.deepEqual(lines.lines.map(({ name, places }) => [name, places.length]), [["0", 2], ["1", 3], ["2", 4]]);
+  for (let shp = 1; shp <= 4; shp += 1) {
+    for (let shx = 1; shx <= 4; shx += 1) {
+      for (let dbf = 1; dbf <= 4; dbf += 1) {
+        const parts = { "a.shp": shapefile(shp)["a.shp"], "a.shx": shapefile(shx)["a.shx"], "a.dbf": shapefile(dbf)["a.dbf"] };
+        const reading = read(zipOf({ ...parts, "a.prj": whole["a.prj"] }));
+        if (shp === shx && shp === dbf) await reading;
+        else await assert.rejects(reading, /disagree/, `${shp} ${shx} ${dbf}`);
+      }
+    }
+  }
+  const changed = (name, change) => {
+    const bytes = Buffer.from(whole[name]);
+    return read(zipOf({ ...whole, [name]: change(bytes) ?? bytes }));
+  };
+  await assert.rejects(changed("a.shx", (bytes) => bytes.copyWithin(100, 108, 116)), /another place/);
+  await assert.rejects(changed("a.shx", (bytes) => { bytes[32] = 5; }), /disagree/);
+  await assert.rejects(changed("a.shp", (bytes) => { bytes[103] = 2; }), /disagree/);
+  await assert.rejects(changed("a.shp", (bytes) => { bytes[108] = 5; }), /disagree/);
+  for (const name of ["a.shp", "a.shx", "a.dbf"]) {
+    for (let length = 4; length < whole[name].length; length += 1) {
+      await assert.rejects(changed(name, (bytes) => bytes.subarray(0, length)), Error, `${name} ${length}`);
+    }
+    await assert.rejects(changed(name, (bytes) => Buffer.concat([bytes, Buffer.from("xxxxxxxxxxxx")])), /goes on behind its end/);
+  }
+  const { fields, left } = await changed("a.dbf", (bytes) => { bytes[65] = 0x2a; });
+  assert.deepEqual(fields[0].lines.map(({ name }) => name), ["1", "2"]);
+  assert.deepEqual(left, ["shape 1, whose row is marked as deleted"]);
+});
+
+test("a boundary of a Shapefile keeps its holes all round the globe", async () => {
+  for (let east = -180; east <= 180; east += 7.5) {
+    const ring = (corners) => [...corners, corners[0]].map(([x, y]) => [Math.abs(east + x) > 180 ? east + x - 360 * Math.sign(east) : east + x, y - 17]);
+    const outer = ring([[-0.01, 0], [-0.01, 0.018], [0.01, 0.02], [0.012, 0]]);
+    const hole = ring([[-0.003, 0.005], [0.004, 0.005], [0.001, 0.009]]);
+    const { boundaries } = await onlyField(zipOf(shapesOf(5, [[outer, hole]])));
+    assert.deepEqual(boundaries.map(({ rings }) => rings.map(({ length }) => length)), [[4, 3]], `${east}`);
+  }
+});
+
+test("what is none of the formats is refused with a list of them", async () => {
+  for (const unknown of ["<foo>kml</foo>", '{"type":"Topology"}', '{"a":1}', "{ none", zipOf({ "a.txt": "x" })]) {
+    await assert.rejects(read(unknown), /read are ISOXML.*GeoPackage/);
+  }
+});
+
+test("XML is read in the encoding that it declares", async () => {
+  const text = kmlLine("1,2 3,4").replace("One", "L\u00e4nge").replace('"1.0"', '"1.0" encoding="ISO-8859-1"');
+  const { lines } = await onlyField(new Uint8Array(Buffer.from(text, "latin1")));
+  assert.equal(lines[0].name, "L\u00e4nge");
+});
+
+test("KML's data are known by name in any case, and commas may have blanks around them", async () => {
+  const data = (name, value) => `<Data name="${name}"><value>${value}</value></Data>`;
+  const more = `<ExtendedData>${data("KIND", "a-heading")}${data("Field", "North")}${data("HEADING", "0.25")}</ExtendedData>`;
+  const field = await onlyField(kmlLine("5 ,52 , 1\n5.001, 52", more));
+  assert.deepEqual([field.name, field.lines[0].kind, field.lines[0].heading], ["North", 1, 0.25]);
+});
+
+test("a heading and numbers as names are taken from GeoJSON", async () => {
+  const line = { type: "LineString", coordinates: [[0, 0], [0.001, 0]] };
+  const field = await onlyField(geoJson(line, { kind: "a-heading", heading: 89.5, name: 7, field: 12 }));
+  assert.deepEqual([field.name, field.lines[0].name, field.lines[0].heading], ["12", "7", 89.5]);
+  const own = await onlyField(geoJson(line, { kind: "a-heading", heading: 1.57, origin: { latitude: 0 } }));
+  assert.ok(Math.abs(own.lines[0].heading - 90) < 1e-4);
+});
+
+test("while a long file is read, the page goes on, and another file takes its place", async () => {
+  const tuples = Array.from({ length: 300000 }, (_, i) => `${i / 2000000},52`).join(" ");
+  const many = kml(Array.from({ length: 15000 }, () => "<Placemark><LineString><coordinates>1,2 3,4</coordinates></LineString></Placemark>").join(""));
+  for (const content of [kmlLine(tuples), many]) {
+    let turns = 0;
+    const count = () => { turns += 1; timer = setTimeout(count); };
+    let timer = setTimeout(count);
+    await read(content);
+    clearTimeout(timer);
+    assert.ok(turns > 2, `${turns} turns`);
+  }
+  const first = assert.rejects(read(kmlLine(tuples)), /another file was opened/);
+  await read(kmlLine("1,2 3,4"));
+  await first;
 });
 
 test("other reference systems are refused by their name", async () => {
@@ -115,6 +259,13 @@ test("other reference systems are refused by their name", async () => {
   shapes.shp.set([0, 0, 0x27, 0x0a]);
   new DataView(shapes.shp.buffer).setUint32(24, 50);
   await assert.rejects(read(zipOf({ "a.shp": shapes.shp, "a.prj": shapes.prj })), /UTM zone 32N/);
+  const others = [
+    worldSystem.replace("298.257223563", "0.0"), worldSystem.replace("298.257223563", "298.257222101"),
+    worldSystem.replace("D_WGS_1984", "European_1950"), worldSystem.replace("6378137.0", "6378388"),
+    worldSystem.replace('"Greenwich",0.0', '"Greenwich",2.5'), worldSystem.replace("0.0174532925199433", "0.0157"), " "];
+  for (const system of others) {
+    await assert.rejects(read(zipOf({ ...shapefile(1), "a.prj": system })), /only WGS 84/, system);
+  }
 });
 
 test("a zip unpacks to no more than is read, whatever it announces, and leads nowhere else", async () => {
@@ -154,7 +305,7 @@ test("a line of very many points is read, and a file of too many is refused as a
   const points = Array.from({ length: 300000 }, (_, i) => [i / 2000000, 52]);
   const { lines } = await onlyField(geoJson({ type: "LineString", coordinates: points }));
   assert.equal(lines[0].places.length, 300000);
-  const many = { type: "MultiLineString", coordinates: [points, points, points, points] };
+  const many = { type: "MultiLineString", coordinates: [points, points] };
   await assert.rejects(read(geoJson(many)), /more points than are read/);
 });
 
@@ -166,7 +317,7 @@ test("every prefix of a file, and every byte that is wrong, gives fields or a re
       wrong[i] ^= 0xff;
       for (const content of [whole.slice(0, i), wrong]) {
         // An error of the engine, such as a TypeError, is none of the reasons.
-        await read(content).catch((error) => assert.match(error.constructor.name, /^File(Problem|TooLarge)$/, `${name} ${i}: ${error.stack}`));
+        await read(content).catch((error) => assert.match(error.constructor.name, /^(File(Problem|TooLarge)|UnknownFile)$/, `${name} ${i}: ${error.stack}`));
       }
     }
   }

@@ -1,6 +1,7 @@
 #include "tools/navctl/fields/FieldCommands.h"
 
 #include <memory>
+#include <unordered_map>
 
 #include "tools/fieldfiles/FieldFormat.h"
 #include "tools/fieldfiles/FieldGeodesy.h"
@@ -27,19 +28,19 @@ Json PlaceJson(const FieldPlace& place)
             {"height", place.height ? Json(*place.height) : Json(nullptr)}};
 }
 
-Json LineJson(const FieldLine& line, std::size_t number)
+Json LineJson(const FieldLine& line)
 {
-    Json value{{"line", number}};
+    Json value{{"line", line.number}};
     value.update(WaylineJson(AtItsPlace(line)));
     value.erase("bounds_m");
     value["first_point"] = PlaceJson(line.places.front());
     return value;
 }
 
-Json BoundaryJson(const FieldBoundary& boundary, std::size_t number)
+Json BoundaryJson(const FieldBoundary& boundary)
 {
     const GroundArea area = AreaOf(boundary);
-    return {{"boundary", number},
+    return {{"boundary", boundary.number},
             {"name", boundary.name.empty() ? Json(nullptr) : Json(boundary.name)},
             {"points", boundary.exterior.size()},
             {"holes", boundary.holes.size()},
@@ -48,17 +49,17 @@ Json BoundaryJson(const FieldBoundary& boundary, std::size_t number)
             {"first_point", PlaceJson(boundary.exterior.front())}};
 }
 
-std::string LineText(const FieldLine& line, std::size_t number)
+std::string LineText(const FieldLine& line)
 {
     const std::string words = WaylineWords(AtItsPlace(line));
     // Behind the semicolon stand the bounds, of a frame that nobody else has.
-    return "  line " + std::to_string(number) + ": " + words.substr(0, words.rfind("; x "));
+    return "  line " + std::to_string(line.number) + ": " + words.substr(0, words.rfind("; x "));
 }
 
-std::string BoundaryText(const FieldBoundary& boundary, std::size_t number)
+std::string BoundaryText(const FieldBoundary& boundary)
 {
     const GroundArea area = AreaOf(boundary);
-    std::string text = "  boundary " + std::to_string(number);
+    std::string text = "  boundary " + std::to_string(boundary.number);
     text += boundary.name.empty() ? ":" : ": \"" + Printable(boundary.name) + "\",";
     text += " " + Metres(area.squareMetres / kSquareMetresInHectare) + " ha, " +
             Metres(area.perimeter) + " m around, " + std::to_string(boundary.exterior.size()) +
@@ -74,7 +75,15 @@ std::string BoundaryText(const FieldBoundary& boundary, std::size_t number)
 class CFieldListing
 {
 public:
-    void Add(const Field& field, const std::vector<RefusedLine>& refused)
+    explicit CFieldListing(const std::vector<RefusedLine>& refused)
+    {
+        for (const RefusedLine& line : refused) {
+            m_refused[line.field].push_back(&line);
+        }
+    }
+
+    /// Adds a field with the lines left out of it; of several of one name the first one has those.
+    void Add(const Field& field)
     {
         Json lines = Json::array();
         Json boundaries = Json::array();
@@ -82,21 +91,20 @@ public:
         m_text +=
             (m_text.empty() ? "" : "\n") + std::string("field \"") + Printable(field.name) + "\"";
         for (const FieldLine& line : field.lines) {
-            lines.push_back(LineJson(line, ++m_lines));
-            m_text += "\n" + LineText(line, m_lines);
+            lines.push_back(LineJson(line));
+            m_text += "\n" + LineText(line);
         }
         for (const FieldBoundary& boundary : field.boundaries) {
-            boundaries.push_back(BoundaryJson(boundary, ++m_boundaries));
-            m_text += "\n" + BoundaryText(boundary, m_boundaries);
+            boundaries.push_back(BoundaryJson(boundary));
+            m_text += "\n" + BoundaryText(boundary);
         }
-        for (const RefusedLine& line : refused) {
-            if (line.field != field.name) {
-                continue;
-            }
-            leftOut.push_back({{"name", line.name}, {"reason", line.reason}});
-            m_text +=
-                "\n  left out: line \"" + Printable(line.name) + "\": " + Printable(line.reason);
+        for (const RefusedLine* line : m_refused[field.name]) {
+            leftOut.push_back(
+                {{"line", line->number}, {"name", line->name}, {"reason", line->reason}});
+            m_text += "\n  left out: line " + std::to_string(line->number) + " \"" +
+                      Printable(line->name) + "\": " + Printable(line->reason);
         }
+        m_refused.erase(field.name);
         m_fields.push_back({{"name", field.name},
                             {"lines", lines},
                             {"boundaries", boundaries},
@@ -109,15 +117,14 @@ public:
 private:
     Json m_fields = Json::array();
     std::string m_text;
-    std::size_t m_lines = 0;
-    std::size_t m_boundaries = 0;
+    std::unordered_map<std::string, std::vector<const RefusedLine*>> m_refused; ///< by their field
 };
 
 void PrintFields(CContext& context, const CFieldFile& file)
 {
-    CFieldListing listing;
+    CFieldListing listing(file.refused);
     for (const Field& field : file.fields) {
-        listing.Add(field, file.refused);
+        listing.Add(field);
     }
     context.Print({{"fields", listing.Fields()}, {"notes", file.Notes()}}, listing.Text());
 }

@@ -43,8 +43,8 @@ std::string ChooseField(CFieldFile& file, const std::string& name)
     return {};
 }
 
-/// Leaves one of the things of all fields, by its name or, where none has it, by its number from 1
-/// among all of them.
+/// Leaves one of the things of all fields, by its name or, where none has it, by its number in the
+/// file.
 ///
 /// @return how many there are of that name.
 template <typename Thing>
@@ -56,14 +56,12 @@ std::size_t LeaveOne(CFieldFile& file, std::vector<Thing> Field::*things, const 
             named += thing.name == wanted ? 1 : 0;
         }
     }
-    std::size_t number = 0;
     std::size_t left = 0;
     for (Field& field : file.fields) {
         std::vector<Thing> kept;
         for (Thing& thing : field.*things) {
             const bool isWanted =
-                named > 0 ? thing.name == wanted : std::to_string(number + 1) == wanted;
-            ++number;
+                named > 0 ? thing.name == wanted : std::to_string(thing.number) == wanted;
             if (isWanted) {
                 kept.push_back(std::move(thing));
             }
@@ -93,7 +91,7 @@ std::optional<CFieldFile> ReadFields(CContext& context, CSourceFile& source,
     }
     try {
         CFieldFile file = source.IsFolder() ? ReadFieldFolder(path)
-                                            : ReadFieldFile(path, source.Bytes(), choice.kind);
+                                            : ReadFieldFile(path, source.TakeBytes(), choice.kind);
         for (const std::string& note : file.Notes()) {
             WriteError(path + ": " + note);
         }
@@ -141,7 +139,9 @@ std::string ChooseLines(CFieldFile& file, const FieldChoice& choice)
     }
     for (const RefusedLine& refused : file.refused) {
         const bool isInField = choice.field.empty() || refused.field == choice.field;
-        if (isInField && refused.name == choice.line) {
+        const bool isWanted =
+            refused.name == choice.line || std::to_string(refused.number) == choice.line;
+        if (isInField && isWanted) {
             return "line " + Quoted(refused.name) + ": " + refused.reason;
         }
     }
@@ -187,7 +187,7 @@ WaylineList WaylinesOf(const CFieldFile& file, const std::optional<GeodeticPlace
     const CLocalFrame frame(*list.origin);
     for (const Field& field : file.fields) {
         for (const FieldLine& line : field.lines) {
-            list.entries.push_back({list.entries.size() + 1, ToWayline(line, frame)});
+            list.entries.push_back({line.number, ToWayline(line, frame), field.name});
         }
     }
     return list;

@@ -13,7 +13,8 @@
 struct FieldChoice
 {
     std::string field; ///< the name of a field; empty for all of them
-    std::string line;  ///< the name of a line or boundary, or its number in the file
+    std::string line;  ///< the name of a line or boundary, or its number in the file, which is the
+                       ///< same whichever field is wanted
     std::optional<Kestrove::EWaylineType> kind; ///< what lines are that have no kind
 };
 
@@ -35,7 +36,7 @@ std::string ChooseLines(CFieldFile& file, const FieldChoice& choice);
 /// @return why there is no such field or boundary.
 std::string ChooseBoundaries(CFieldFile& file, const FieldChoice& choice);
 
-/// The lines of a file as waylines, numbered from 1.
+/// The lines of a file as waylines, with their numbers in it.
 ///
 /// @param origin of the local frame; without one it is the first place in the file, at its height
 /// or

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "tools/fieldfiles/FileBytes.h"
 #include "tools/fieldfiles/GeoJson.h"
 #include "tools/navctl/files/OpenFile.h"
 
@@ -17,8 +18,12 @@ void WriteToFiles(CContext& context, const FilesToWrite& files)
     for (const auto& [path, bytes] : files) {
         const std::filesystem::path folder = std::filesystem::path(path).parent_path();
         std::error_code error;
-        if (!folder.empty() && folder.filename() == "TASKDATA") {
+        if (!folder.empty() && LowerCase(folder.filename().string()) == "taskdata") {
             std::filesystem::create_directories(folder, error);
+        }
+        if (error) {
+            return context.Fail(kExitCannotWrite,
+                                "cannot make " + folder.string() + ": " + error.message());
         }
         const std::string problem = WriteWholeFile(path, bytes);
         if (!problem.empty()) {

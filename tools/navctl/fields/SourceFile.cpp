@@ -61,3 +61,9 @@ const std::string& CSourceFile::Bytes()
     }
     return *m_bytes;
 }
+
+std::string CSourceFile::TakeBytes()
+{
+    Bytes();
+    return std::move(*m_bytes);
+}

@@ -34,6 +34,8 @@ public:
     ///
     /// @throws CFieldFileProblem when it cannot be read or is too long.
     const std::string& Bytes();
+    /// The same, to be kept: nothing can be read here any more.
+    std::string TakeBytes();
     /// Its lines. Not for a folder, nor after Bytes().
     CLineReader& Lines() { return *m_lines; }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "tools/fieldfiles/FieldFormat.h"
+
 using Json = CGeoJsonFile::Json;
 
 namespace {
@@ -30,6 +32,11 @@ bool IsGeometry(const std::string& type)
     return std::find(kGeometries.begin(), kGeometries.end(), type) != kGeometries.end();
 }
 
+std::string OnlySupported()
+{
+    return "; supported are " + SupportedFieldFormats();
+}
+
 /// The features of a file; a geometry alone counts as one.
 std::vector<Json> FeaturesIn(Json file)
 {
@@ -40,10 +47,11 @@ std::vector<Json> FeaturesIn(Json file)
         return features;
     }
     if (MemberOf(file, "type").is_null()) {
-        throw BadFeature{"it is no GeoJSON with features: it has no type"};
+        throw BadFeature{"it is no GeoJSON with features: it has no type" + OnlySupported()};
     }
     if (type != "FeatureCollection") {
-        throw BadFeature{"it is no GeoJSON with features: its type is \"" + type + "\""};
+        throw BadFeature{"it is no GeoJSON with features: its type is \"" + type.substr(0, 80) +
+                         "\"" + OnlySupported()};
     }
     if (!MemberOf(file, "features").is_array()) {
         throw BadFeature{"the FeatureCollection has no array of features"};
@@ -62,7 +70,11 @@ Json Parsed(const std::string& text, CPositions& positions)
     try {
         return Json::parse(text, take);
     } catch (const Json::parse_error& error) {
-        throw BadFeature{"byte " + std::to_string(error.byte) + ": this is no JSON"};
+        const auto end = text.begin() + static_cast<std::ptrdiff_t>(
+                                            std::min<std::size_t>(error.byte, text.size()));
+        throw BadFeature{"line " + std::to_string(std::count(text.begin(), end, '\n') + 1) +
+                         ", byte " + std::to_string(error.byte) + ": this is no JSON" +
+                         OnlySupported()};
     } catch (const Json::exception&) {
         throw BadFeature{"there is a number in it that is too large"};
     }
@@ -70,7 +82,8 @@ Json Parsed(const std::string& text, CPositions& positions)
 
 } // namespace
 
-CGeoJsonFile::CGeoJsonFile(const std::string& text)
+CGeoJsonFile::CGeoJsonFile(const std::string& text, std::size_t mostPositions)
+    : m_positions(mostPositions)
 {
     Json file = Parsed(text, m_positions);
     CheckReferenceSystem(file);

@@ -1,6 +1,7 @@
 #ifndef KESTROVE_TOOLS_NAVCTL_WAYLINE_GEOJSONFILE_H
 #define KESTROVE_TOOLS_NAVCTL_WAYLINE_GEOJSONFILE_H
 
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -18,7 +19,9 @@ public:
     ///        feature.
     /// @throws BadFeature when it is none, is nested too deeply or has too many values, or names
     ///         another reference system than WGS 84.
-    explicit CGeoJsonFile(const std::string& text);
+    /// @param mostPositions beyond which it is refused, too.
+    explicit CGeoJsonFile(const std::string& text,
+                          std::size_t mostPositions = std::numeric_limits<std::size_t>::max());
 
     const std::vector<Json>& Features() const { return m_features; }
     /// Where the positions in the features' coordinates are.

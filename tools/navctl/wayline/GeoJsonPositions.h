@@ -55,6 +55,9 @@ class CPositions
 public:
     using Json = nlohmann::ordered_json;
 
+    /// @param most beyond which a file is refused.
+    explicit CPositions(std::size_t most) : m_most(most) {}
+
     /// What the parser calls for every value. Has it refuse a file that is nested deeper than any
     /// GeoJSON is: values are copied and destroyed recursively.
     bool Take(int depth, Json::parse_event_t event, Json& parsed)
@@ -69,6 +72,9 @@ public:
             parsed = parsed.get<double>();
         } else if (m_isInCoordinates && event == Json::parse_event_t::array_end &&
                    IsPosition(parsed)) {
+            if (m_positions.size() >= m_most) {
+                throw BadFeature{"it has more places than are read"};
+            }
             m_positions.push_back(PositionIn(parsed));
             m_kept -= parsed.size();
             parsed = m_positions.size() - 1;
@@ -110,6 +116,7 @@ private:
     static constexpr int kDeepest = 64;
     static constexpr std::size_t kMostKept = 5000000;
 
+    std::size_t m_most;
     std::vector<Position> m_positions;
     bool m_isInCoordinates = false;
     std::size_t m_kept = 0;

@@ -2,9 +2,11 @@
 
 #include <memory>
 
+#include "tools/fieldfiles/NumberWords.h"
 #include "tools/navctl/fields/FieldCommands.h"
 #include "tools/navctl/fields/FieldTarget.h"
 #include "tools/navctl/files/OpenFile.h"
+#include "tools/navctl/wayline/WaylineGeoJson.h"
 #include "tools/navctl/wayline/WaylinePlot.h"
 #include "tools/navctl/wayline/WaylineReport.h"
 #include "tools/navctl/wayline/WaylineServiceCommands.h"
@@ -35,7 +37,8 @@ void Show(CContext& context, const FileOptions& options)
     Json waylines = Json::array();
     std::string text;
     for (const WaylineList::Entry& entry : list->entries) {
-        Json wayline{{"line", entry.number}};
+        Json wayline{{"line", entry.number},
+                     {"field", entry.field.empty() ? Json(nullptr) : Json(entry.field)}};
         wayline.update(WaylineJson(entry.content));
         waylines.push_back(wayline);
         text += (text.empty() ? "" : "\n") + std::to_string(entry.number) + ": " +
@@ -70,9 +73,29 @@ private:
     std::string m_text;
 };
 
-void ReportWritten(CContext& context, const std::string& target, const std::string& words)
+/// The place as --origin takes it.
+std::string OriginWords(const GeodeticPlace& origin)
 {
-    context.Print({{"outcome", "done"}, {"file", target}}, words + " written to " + target);
+    return ShortestNumber(origin.latitude) + "," + ShortestNumber(origin.longitude) + "," +
+           ShortestNumber(origin.height);
+}
+
+/// Adds to a result the origin that was chosen for it.
+Json WithChosenOrigin(Json value, const WaylineList& list)
+{
+    if (list.isOriginChosen) {
+        value["origin"] = {{"latitude", list.origin->latitude},
+                           {"longitude", list.origin->longitude},
+                           {"height", list.origin->height}};
+    }
+    return value;
+}
+
+void ReportWritten(CContext& context, const WaylineList& list, const std::string& target,
+                   const std::string& words)
+{
+    context.Print(WithChosenOrigin({{"outcome", "done"}, {"file", target}}, list),
+                  words + " written to " + target);
 }
 
 /// Writes waylines to the standard output. With --json that is one JSON value: GeoJSON as it is,
@@ -87,7 +110,7 @@ std::string WriteToOutput(CContext& context, const WaylineList& list, EWaylineFo
         const std::string problem = WriteWaylines(
             list, format, origin, true, [&content](const std::string& text) { content += text; });
         if (problem.empty()) {
-            context.Print({{"content", content}}, "");
+            context.Print(WithChosenOrigin({{"content", content}}, list), "");
         }
         return problem;
     }
@@ -126,6 +149,21 @@ void ConvertToFields(CContext& context, const FileOptions& options, CSourceFile&
     }
 }
 
+/// Whether a file has places on the earth, which are to stay such.
+bool IsOfFields(const WaylineSource& source, CSourceFile& file)
+{
+    if (source.reading.origin || !file.Problem().empty()) {
+        return false;
+    }
+    const EFileContent content = ContentOf(source, file);
+    try {
+        return content == EFileContent::Fields ||
+               (content == EFileContent::GeoJson && !NamesOrigin(file.Bytes()));
+    } catch (const CFieldFileProblem&) {
+        return false; // told when it is read
+    }
+}
+
 /// The format of the target where that is a file of fields. GeoJSON is one where it is made of
 /// another one; of waylines it has their frame and their values in full, see WaylineGeoJson.h.
 std::optional<EFieldFormat> FieldFormatOf(const FileOptions& options, CSourceFile& file)
@@ -133,14 +171,18 @@ std::optional<EFieldFormat> FieldFormatOf(const FileOptions& options, CSourceFil
     const std::optional<EFieldFormat> format = options.targetFormat || options.targetFieldFormat
                                                    ? options.targetFieldFormat
                                                    : FieldFormatOfTarget(options.target);
-    const bool isOfFields =
-        ContentOf(options.source, file) == EFileContent::Fields && !options.source.reading.origin;
-    return format == EFieldFormat::GeoJson && !isOfFields ? std::nullopt : format;
+    return format == EFieldFormat::GeoJson && !IsOfFields(options.source, file) ? std::nullopt
+                                                                                : format;
 }
 
-/// Tells which of the file's content the target cannot hold.
-void TellLeftOut(const WaylineList& list, const std::string& file)
+/// Tells which of the file's content the target cannot hold, and which frame it is in where nothing
+/// in the target says so.
+void TellLeftOut(const WaylineList& list, const std::string& file, EWaylineFormat format)
 {
+    if (list.isOriginChosen && format != EWaylineFormat::GeoJson) {
+        WriteError(file + ": the origin of the local frame is its first place: --origin " +
+                   OriginWords(*list.origin));
+    }
     if (list.boundaries == 0) {
         return;
     }
@@ -168,7 +210,7 @@ void WriteToFile(CContext& context, const WaylineList& list, EWaylineFormat form
     if (!failure.empty()) {
         return context.Fail(kExitCannotWrite, failure);
     }
-    ReportWritten(context, target, Counted(list.entries.size()));
+    ReportWritten(context, list, target, Counted(list.entries.size()));
 }
 
 void Convert(CContext& context, const FileOptions& options)
@@ -192,8 +234,8 @@ void Convert(CContext& context, const FileOptions& options)
     if (!list) {
         return;
     }
-    TellLeftOut(*list, options.source.file);
     const EWaylineFormat format = options.targetFormat.value_or(WaylineFormatOf(options.target));
+    TellLeftOut(*list, options.source.file, format);
     const std::optional<GeodeticPlace> origin =
         options.source.reading.origin ? options.source.reading.origin : list->origin;
     if (options.target == "-") {
@@ -236,7 +278,7 @@ void Plot(CContext& context, const FileOptions& options)
     if (!problem.empty()) {
         return context.Fail(kExitCannotWrite, problem);
     }
-    ReportWritten(context, options.target, "picture of " + Counted(list->entries.size()));
+    ReportWritten(context, *list, options.target, "picture of " + Counted(list->entries.size()));
 }
 
 using FileAction = void (*)(CContext&, const FileOptions&);

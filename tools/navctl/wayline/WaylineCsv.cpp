@@ -185,7 +185,7 @@ private:
             m_list.problems.push_back("line " + std::to_string(number) + ": " + problem);
             return;
         }
-        m_list.entries.push_back({number, {m_reading.kind, std::move(points), 0.0, name}});
+        m_list.entries.push_back({number, {m_reading.kind, std::move(points), 0.0, name}, ""});
     }
 
     CLineReader& m_lines;

@@ -34,7 +34,7 @@ WaylineList ReadTextForms(CLineReader& lines)
         } else if (state == ELine::Line && !IsRemark(line)) {
             std::optional<WaylineContent> content = ReadWaylineText(line, problem);
             if (content) {
-                list.entries.push_back({lines.LinesGiven(), std::move(*content)});
+                list.entries.push_back({lines.LinesGiven(), std::move(*content), ""});
             } else {
                 list.problems.push_back(where + problem);
             }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "tools/fieldfiles/MapFeature.h"
 #include "tools/navctl/Names.h"
 #include "tools/navctl/files/Angle.h"
 #include "tools/navctl/wayline/GeoJsonFile.h"
@@ -71,9 +72,22 @@ std::vector<Positions> ReadGeometry(const Json& geometry, const CPositions& take
     if (!coordinates.is_array() || coordinates.empty()) {
         throw BadFeature{"the MultiLineString has no coordinates"};
     }
-    std::vector<Positions> lines;
+    std::vector<std::vector<std::vector<FieldPlace>>> parts;
     for (const Json& line : coordinates) {
-        lines.push_back(LinePositions(line, type, taken));
+        parts.emplace_back(1);
+        for (const auto& [place, hasHeight] : LinePositions(line, type, taken)) {
+            parts.back().front().push_back(
+                {place.latitude, place.longitude,
+                 hasHeight ? std::optional(place.height) : std::nullopt});
+        }
+    }
+    std::vector<Positions> lines;
+    for (const std::vector<FieldPlace>& line : Joined(std::move(parts))) {
+        lines.emplace_back();
+        for (const FieldPlace& place : line) {
+            lines.back().push_back({{place.latitude, place.longitude, place.height.value_or(0.0)},
+                                    place.height.has_value()});
+        }
     }
     return lines;
 }
@@ -286,6 +300,15 @@ std::optional<OwnWayline> ReadOwnWayline(const Json& feature, const Positions& p
     return OwnWaylineOf(properties, positions, ReadKind(properties, Kestrove::EWaylineTypeABCurve));
 }
 
+bool NamesOrigin(const std::string& text)
+{
+    try {
+        return FirstOrigin(CGeoJsonFile(text).Features()).has_value();
+    } catch (const BadFeature&) {
+        return true;
+    }
+}
+
 WaylineList ReadWaylineGeoJson(const std::string& text, const WaylineReading& reading)
 {
     WaylineList list;
@@ -313,7 +336,7 @@ WaylineList ReadWaylineGeoJson(const std::string& text, const WaylineReading& re
         try {
             for (WaylineContent& content :
                  ReadFeature(features[i], reading, frame, file->Places())) {
-                list.entries.push_back({i + 1, std::move(content)});
+                list.entries.push_back({list.entries.size() + 1, std::move(content), ""});
             }
         } catch (const NoOrigin& problem) {
             list.lacksOrigin = true;

@@ -18,6 +18,12 @@
 /// @param text the whole file.
 WaylineList ReadWaylineGeoJson(const std::string& text, const WaylineReading& reading);
 
+/// Whether a feature of the file tells where its local frame is. Without that it has places on the
+/// earth alone, as files of fields have.
+///
+/// @return true for what is no GeoJSON, too.
+bool NamesOrigin(const std::string& text);
+
 /// A wayline whose values stand in full in the properties of a feature.
 struct OwnWayline
 {

@@ -23,8 +23,10 @@ struct WaylineList
 {
     struct Entry
     {
-        std::uint64_t number = 0; ///< its line in the file; of GeoJSON, its feature
+        std::uint64_t number = 0; ///< its line in the file; where that has fields and in GeoJSON,
+                                  ///< which of the file's lines it is, as `list` shows it
         WaylineContent content;
+        std::string field; ///< the name of its field; empty without one
     };
     std::vector<Entry> entries;
     std::vector<std::string> problems;   ///< each with its place in the file

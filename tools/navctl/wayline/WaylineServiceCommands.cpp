@@ -85,16 +85,34 @@ void Refuse(CContext& context, Json value, const char* operation, const Argument
     context.Refuse(value, "the service refused " + std::string(operation) + ": " + reason);
 }
 
-void ReportSet(CContext& context, const WaylineContent& wanted, const HeldWayline& held)
+Json NameJson(const std::string& name)
+{
+    return name.empty() ? Json(nullptr) : Json(name);
+}
+
+/// Which line of a file it is: 'line 3 "Along the road" of the field "North"'.
+std::string EntryWords(const WaylineList::Entry& entry)
+{
+    const auto quoted = [](const std::string& name) { return "\"" + Printable(name) + "\""; };
+    return "line " + std::to_string(entry.number) +
+           (entry.content.name.empty() ? "" : " " + quoted(entry.content.name)) +
+           (entry.field.empty() ? "" : " of the field " + quoted(entry.field));
+}
+
+void ReportSet(CContext& context, const WaylineList::Entry& wanted, const HeldWayline& held)
 {
     if (!held.isKnown) {
         return;
     }
-    const bool isTaken = held.content && *held.content == wanted;
+    const bool isTaken = held.content && *held.content == wanted.content;
     const Json value{{"outcome", isTaken ? "done" : "refused"},
+                     {"line", wanted.number},
+                     {"name", NameJson(wanted.content.name)},
+                     {"field", NameJson(wanted.field)},
                      {"held", held.content ? HeldJson(*held.content) : Json(nullptr)}};
     if (isTaken) {
-        return context.Print(value, "the service holds: " + WaylineWords(*held.content));
+        return context.Print(value, "the service holds " + EntryWords(wanted) + ": " +
+                                        WaylineWords(*held.content));
     }
     Refuse(context, value, "set-wayline", {},
            held.content ? WaylineWords(*held.content) : "no complete wayline");
@@ -139,9 +157,9 @@ void Set(CContext& context, const WaylineSource& source)
     if (list->isOriginChosen && !MoveOrigin(context, *list->origin)) {
         return;
     }
-    const WaylineContent& wanted = list->entries.front().content;
+    const WaylineList::Entry& wanted = list->entries.front();
     // The reply tells nothing, what the service holds afterwards does.
-    if (Outcome(context, "set-wayline", {MakeWayline(wanted)})) {
+    if (Outcome(context, "set-wayline", {MakeWayline(wanted.content)})) {
         ReportSet(context, wanted, AskForWayline(context));
     }
 }

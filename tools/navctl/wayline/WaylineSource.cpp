@@ -62,8 +62,16 @@ std::string ChooseEntry(WaylineList& list, const WaylineSource& source)
         list.entries = {only};
         return true;
     };
-    if (source.line.empty() ||
-        leave([&](const auto& entry) { return entry.content.name == source.line; })) {
+    const auto isCalled = [&](const auto& entry) { return entry.content.name == source.line; };
+    if (source.line.empty()) {
+        return {};
+    }
+    const auto count = std::count_if(list.entries.begin(), list.entries.end(), isCalled);
+    if (count > 1) {
+        return "there are " + std::to_string(count) + " of the name \"" + source.line +
+               "\"; choose one by its number";
+    }
+    if (leave(isCalled)) {
         return {};
     }
     if (!source.number) {
@@ -221,21 +229,25 @@ CLI::Option* AddKindOption(CLI::App& command, const char* name, const char* help
 
 void AddWaylineSource(CLI::App& command, WaylineSource& source)
 {
-    command.add_option("FILE", source.file, "The file; - for standard input")->required();
+    command
+        .add_option("FILE", source.file,
+                    "The file, or the folder of an ISOXML; - for standard input")
+        ->required();
     AddFormatOption(command, "--from",
                     "text, geojson or csv; otherwise told from what the file begins with and "
                     "the ending of its name",
                     source.format);
     AddOriginOption(command, source.reading.origin);
     AddKindOption(command, "--kind",
-                  "What points without a kind are: ab, circle, spline or ab-curve (the default)",
+                  "What points without a kind are: ab, circle, spline or ab-curve; otherwise an "
+                  "ab-curve, of two points in a file of fields an ab line",
                   source.reading.kind)
         ->each([&source](const std::string&) { source.hasKind = true; });
     command
         .add_option_function<std::string>(
             "--line", [&source](const std::string& text) { TakeLine(source, text); },
-            "The name of the only wayline that is wanted, or its number: the line in the file, of "
-            "GeoJSON the feature")
+            "The name of the only wayline that is wanted, or its number, which list shows: of text "
+            "and CSV the line in the file")
         ->type_name("LINE");
     command.add_option("--field", source.field, "The name of the only field that is wanted")
         ->type_name("NAME");
