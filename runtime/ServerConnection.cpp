@@ -126,16 +126,13 @@ void ServerConnectionC::BytesWait()
     if (m_decoder.InMessage()) {
         owner->TurnWanted(*this);
     } else {
-        // Enough for a request. Many that send much get no turns by sending it over new
-        // connections.
+        // Enough for a request. Many that send much get no turns by new connections.
         owner->FirstTurnWanted(*this);
     }
 }
 
 /// Does what takes memory for what the client sends. Where the process has none left it costs this
-/// connection, which gives back what it has, and nobody else.
-///
-/// @return whether there is more to do.
+/// connection, which gives back what it has, and nobody else. Returns whether there is more to do.
 template <typename Work>
 bool ServerConnectionC::WithMemory(Work work)
 {

@@ -88,6 +88,7 @@ export class FieldPanel {
   async open(chosen, title = chosen.map(({ name }) => name).join(", ")) {
     this.chosen.hidden = true;
     say(this.status, `Reading ${title} …`);
+    const opening = this.opening = Symbol(title); // one that is opened meanwhile ends this one
     try {
       if (chosen.reduce((sum, { size }) => sum + size, 0) > limits.bytes) {
         throw new FileProblem(`longer than the ${limits.bytes >> 20} MiB that are read`);
@@ -98,7 +99,7 @@ export class FieldPanel {
       this.show(fields);
       say(this.status, [`${title} is open.`, ...left.map((text) => `Left out: ${text}.`)].join(" "));
     } catch (error) {
-      say(this.status, `${title}: ${error.message}`, "bad");
+      if (this.opening === opening) say(this.status, `${title}: ${error.message}`, "bad");
     }
   }
 
