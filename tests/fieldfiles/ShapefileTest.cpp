@@ -32,7 +32,7 @@ CFieldFile Lines(std::size_t count)
     return file;
 }
 
-FileSet Named(const FileSet& byEnding)
+FileSet PartsNamed(const FileSet& byEnding)
 {
     FileSet files;
     for (const auto& [ending, bytes] : byEnding) {
@@ -43,7 +43,7 @@ FileSet Named(const FileSet& byEnding)
 
 FileSet ShapesOf(std::size_t count)
 {
-    return Named(WriteShapefile(Lines(count), EShapes::Lines));
+    return PartsNamed(WriteShapefile(Lines(count), EShapes::Lines));
 }
 
 std::string Problem(const FileSet& files)
@@ -238,7 +238,8 @@ TEST(Shapefile, KeepsTheHolesOfABoundaryAllRoundTheGlobe)
 {
     const double expected = AreaOf(BoundaryWithHoles(0.0).fields[0].boundaries[0]).squareMetres;
     for (double longitude = -180.0; longitude <= 180.0; longitude += 0.0625 * 45.0) {
-        const FileSet files = Named(WriteShapefile(BoundaryWithHoles(longitude), EShapes::Areas));
+        const FileSet files =
+            PartsNamed(WriteShapefile(BoundaryWithHoles(longitude), EShapes::Areas));
         const CFieldFile read = ReadShapefile(files, "one", std::nullopt);
         ASSERT_EQ(2U, read.BoundaryCount()) << longitude;
         EXPECT_EQ(2U, read.fields[0].boundaries[0].holes.size()) << longitude;

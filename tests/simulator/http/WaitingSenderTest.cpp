@@ -9,8 +9,8 @@
 
 namespace {
 
-const char* const kJson = "application/json";
-constexpr std::size_t kMostBytes = 4 * 1024 * 1024;
+const char* const kJsonType = "application/json";
+constexpr std::size_t kMostBodyBytes = 4 * 1024 * 1024;
 
 /// The head of a command that is sent when its sender has been told to go on.
 std::string HeadThatWaits(const RunningPage& page, const std::string& type, std::size_t length)
@@ -27,7 +27,7 @@ TEST(Requests, WhoseSendersWaitToBeToldSoAreToldToSendTheirBody)
     const std::string goOn = "HTTP/1.1 100 Continue\r\n\r\n";
     HttpPeer peer(page.Port());
 
-    peer.Send(HeadThatWaits(page, kJson, body.size()));
+    peer.Send(HeadThatWaits(page, kJsonType, body.size()));
     ASSERT_TRUE(peer.ReadUntil(goOn));
     EXPECT_EQ(goOn, peer.Read());
     peer.Send(body);
@@ -45,8 +45,8 @@ TEST(Requests, WhoseSendersNeedNotWaitAreNotToldToGoOn)
         std::string request;
         const char* answer;
     } rows[] = {{HeadThatWaits(page, "text/plain", body.size()), "HTTP/1.1 415"},
-                {HeadThatWaits(page, kJson, kMostBytes + 1), "HTTP/1.1 413"},
-                {HeadThatWaits(page, kJson, body.size()) + body, "HTTP/1.1 200"}};
+                {HeadThatWaits(page, kJsonType, kMostBodyBytes + 1), "HTTP/1.1 413"},
+                {HeadThatWaits(page, kJsonType, body.size()) + body, "HTTP/1.1 200"}};
     for (const auto& row : rows) {
         HttpPeer peer(page.Port());
         peer.Send(row.request);
