@@ -32,12 +32,12 @@ enum class EDrivingReceiver
 struct CDrivingOptions
 {
     std::uint64_t seed = 1; ///< all that is random comes from it: the same seed repeats a test
-    EDrivingGround ground = EDrivingGround::Firm;
-    EDrivingReceiver receiver = EDrivingReceiver::Rtk;
-    double x = 0.0;          ///< where the machine starts
-    double y = 0.0;          ///< where the machine starts
-    double heading = 0.0;    ///< at the start
-    double speed = 0.0;      ///< at the start and as the first set point
+    EDrivingGround ground = EDrivingGround::Firm;      ///< what the machine drives on
+    EDrivingReceiver receiver = EDrivingReceiver::Rtk; ///< how well it measures
+    double x = 0.0;                                    ///< where the machine starts
+    double y = 0.0;                                    ///< where the machine starts
+    double heading = 0.0;                              ///< at the start
+    double speed = 0.0;                                ///< at the start and as the first set point
     double centreBias = 0.0; ///< how far the wheels stand right of what the steering sensor says
     double backlash = 0.0;   ///< play between the steering actuator and the wheels
 };
@@ -84,6 +84,7 @@ public:
 
     /// Starts the service.
     ///
+    /// @param options what the world starts with; copied.
     /// @throw std::runtime_error when it cannot listen, for example because the port is taken.
     explicit CDrivingService(const CDrivingOptions& options = {});
     /// Closes the listener and every connection.
@@ -105,11 +106,11 @@ public:
     /// @param limitSeconds at most about so much time.
     /// @return whether it holds.
     bool AdvanceUntil(const std::function<bool()>& predicate, double limitSeconds);
-    /// The time since the start, seconds.
+    /// @return the time since the start, seconds.
     [[nodiscard]] double Time() const;
-    /// How the machine really stands.
+    /// @return how the machine really stands now.
     [[nodiscard]] CTrueState State() const;
-    /// What the service has logged, a line each: what it refused and dropped, and why.
+    /// @return what the service has logged, a line each: what it refused and dropped, and why.
     [[nodiscard]] std::vector<std::string> Log() const;
 
 private:

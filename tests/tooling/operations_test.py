@@ -207,7 +207,7 @@ class CheckOperation(unittest.TestCase):
                 missing = [line for line in text.splitlines() if line.startswith("missing")]
                 files = {"api/OffsetOperations.cpp": "api/*.cpp",
                          "tests/api/OffsetRows.cpp": "tests/api/*Rows.cpp",
-                         "simulator/operations/OffsetOperations.cpp": "simulator/operations/*.cpp"}
+                         "simulator/operations/OffsetOperations.cpp": "simulator/operations/*"}
                 self.assertIn(files.get(path, path), missing[0])
 
     def test_wants_one_name(self):
