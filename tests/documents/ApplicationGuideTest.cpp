@@ -1,6 +1,5 @@
 // The classes of docs/application-guide.md, taken from it while building, at work against the
-// scripted service; and its own tests, with that of docs/testing-your-application.md, which come
-// along.
+// scripted service; and its own tests, which come along.
 
 #include <atomic>
 #include <chrono>
@@ -9,7 +8,6 @@
 
 #include "guide/AsioNavigation.h"
 #include "guide/EngageTest.h"
-#include "guide/MyDriveTest.h"
 #include "guide/NavigationThread.h"
 #include "guide/WatchedNavigation.h"
 
