@@ -20,7 +20,7 @@ async function showsTheLoss(page) {
   await page.locator("#lost", { hasText: "Connection lost" }).waitFor();
   assert.equal(await page.locator("#connection").textContent(), "✕ no connection");
   assert.equal(await page.locator("#engage").isDisabled(), true);
-  assert.match(await page.locator("#engage-state span").evaluate(
+  assert.match(await page.locator("#engage-state small").evaluate(
     (node) => getComputedStyle(node, "::after").content), /old/);
   assert.equal(await page.locator("#sliders input").first().isDisabled(), true);
   assert.equal(await page.locator("#step-clear").isDisabled(), false);
