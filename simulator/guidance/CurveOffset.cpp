@@ -6,8 +6,8 @@
 #include <limits>
 #include <unordered_set>
 
+#include "simulator/aside/LongWork.h"
 #include "simulator/guidance/BoxTree.h"
-#include "simulator/work/LongWork.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstddef>
 
-#include "simulator/work/LongWork.h"
+#include "simulator/aside/LongWork.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 #ifndef KESTROVE_SIMULATOR_GUIDANCE_FOLLOWEDLINE_H
 #define KESTROVE_SIMULATOR_GUIDANCE_FOLLOWEDLINE_H
 
+#include "simulator/aside/LongWork.h"
 #include "simulator/guidance/LineSearch.h"
 #include "simulator/guidance/LineShape.h"
-#include "simulator/work/LongWork.h"
 
 /// Which of the parallel passes is followed.
 enum class EFollow

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstddef>
 
-#include "simulator/work/LongWork.h"
+#include "simulator/aside/LongWork.h"
 
 namespace {
 

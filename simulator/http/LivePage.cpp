@@ -12,6 +12,7 @@
 #include <asio/post.hpp>
 
 #include "runtime/SignalsBlocked.h"
+#include "simulator/aside/MemoryWatch.h"
 #include "simulator/http/EventFeed.h"
 #include "simulator/http/HttpServer.h"
 #include "simulator/http/LoopGate.h"
@@ -21,7 +22,6 @@
 #include "simulator/http/PageWatch.h"
 #include "simulator/http/RequestCheck.h"
 #include "simulator/http/Viewers.h"
-#include "simulator/work/MemoryWatch.h"
 
 namespace {
 

@@ -15,9 +15,9 @@
 #include <asio/thread_pool.hpp>
 
 #include "runtime/SignalsBlocked.h"
+#include "simulator/aside/LongWork.h"
+#include "simulator/aside/SurePost.h"
 #include "simulator/http/HttpConnection.h"
-#include "simulator/work/LongWork.h"
-#include "simulator/work/SurePost.h"
 
 /// The page's thread for reading and writing what is long, one piece after the other. What nobody
 /// waits for any more is not begun, and ends where it asks whether it is to (EndWorkIfStopped()).

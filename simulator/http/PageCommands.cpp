@@ -7,11 +7,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include "simulator/aside/LongWork.h"
 #include "simulator/http/PageValues.h"
 #include "simulator/operations/Reply.h"
 #include "simulator/output/ServiceLog.h"
 #include "simulator/settings/JsonReader.h"
-#include "simulator/work/LongWork.h"
 
 using nlohmann::json;
 

@@ -6,7 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "simulator/work/LongWork.h"
+#include "simulator/aside/LongWork.h"
 
 using nlohmann::json;
 

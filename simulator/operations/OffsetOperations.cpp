@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "simulator/work/LongWork.h"
+#include "simulator/aside/LongWork.h"
 
 void COffsetOperations::Register(COperationTable& table)
 {

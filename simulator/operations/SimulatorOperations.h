@@ -7,9 +7,9 @@
 #include <string>
 #include <utility>
 
+#include "simulator/aside/LongWork.h"
 #include "simulator/operations/OperationTable.h"
 #include "simulator/settings/KeptSettings.h"
-#include "simulator/work/LongWork.h"
 #include "simulator/world/Simulation.h"
 
 /// Thrown in place of an answer where an advance has been asked for that takes turns with the

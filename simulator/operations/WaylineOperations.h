@@ -1,11 +1,11 @@
 #ifndef KESTROVE_SIMULATOR_OPERATIONS_WAYLINEOPERATIONS_H
 #define KESTROVE_SIMULATOR_OPERATIONS_WAYLINEOPERATIONS_H
 
+#include "simulator/aside/WorkQueue.h"
 #include "simulator/lines/WaylineKeeper.h"
 #include "simulator/operations/OperationTable.h"
 #include "simulator/operations/PositionFeed.h"
 #include "simulator/output/ServiceLog.h"
-#include "simulator/work/WorkQueue.h"
 
 /// The operations of waylines and waypoints.
 class CWaylineOperations

@@ -14,6 +14,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include "simulator/aside/MemoryWatch.h"
 #include "simulator/base/Version.h"
 #include "simulator/http/LivePage.h"
 #include "simulator/nmea/NmeaOutput.h"
@@ -27,7 +28,6 @@
 #include "simulator/settings/KeptSettings.h"
 #include "simulator/settings/SettingsSaver.h"
 #include "simulator/settings/StateFile.h"
-#include "simulator/work/MemoryWatch.h"
 
 namespace {
 

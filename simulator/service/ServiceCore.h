@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/BElement.h"
+#include "simulator/aside/WorkQueue.h"
 #include "simulator/lines/WaylineKeeper.h"
 #include "simulator/operations/Events.h"
 #include "simulator/operations/FaultOperations.h"
@@ -25,7 +26,6 @@
 #include "simulator/service/Scenario.h"
 #include "simulator/service/TrackRecorder.h"
 #include "simulator/settings/KeptSettings.h"
-#include "simulator/work/WorkQueue.h"
 #include "simulator/world/Simulation.h"
 
 /// What a service core is made with.

@@ -11,10 +11,10 @@
 #include <string_view>
 
 #include "runtime/MPISocketServer.h"
+#include "simulator/aside/WorkQueue.h"
 #include "simulator/output/ServiceLog.h"
 #include "simulator/service/ServiceCore.h"
 #include "simulator/service/SteppedClock.h"
-#include "simulator/work/WorkQueue.h"
 
 class CServiceRecorder;
 

@@ -5,8 +5,8 @@
 #include <memory>
 
 #include "runtime/MPISocketServer.h"
+#include "simulator/aside/WorkQueue.h"
 #include "simulator/service/ServiceCore.h"
-#include "simulator/work/WorkQueue.h"
 
 /// Moves the simulated world on when clients ask for it, so that calls and events of a run come at
 /// the same steps each time.

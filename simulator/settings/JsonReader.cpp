@@ -3,7 +3,7 @@
 #include <utility>
 #include <vector>
 
-#include "simulator/work/LongWork.h"
+#include "simulator/aside/LongWork.h"
 
 using nlohmann::json;
 

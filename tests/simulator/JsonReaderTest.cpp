@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include "simulator/aside/LongWork.h"
 #include "simulator/settings/KeptValues.h"
-#include "simulator/work/LongWork.h"
 
 namespace {
 

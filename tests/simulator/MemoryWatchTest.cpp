@@ -1,4 +1,4 @@
-#include "simulator/work/MemoryWatch.h"
+#include "simulator/aside/MemoryWatch.h"
 
 #include <new>
 #include <thread>

@@ -1,4 +1,4 @@
-#include "simulator/work/WorkQueue.h"
+#include "simulator/aside/WorkQueue.h"
 
 #include <algorithm>
 #include <csignal>
@@ -10,7 +10,7 @@
 #include <pthread.h>
 
 #include "runtime/ListAccess.h"
-#include "simulator/work/SurePost.h"
+#include "simulator/aside/SurePost.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
-#ifndef KESTROVE_SIMULATOR_WORK_WORKQUEUE_H
-#define KESTROVE_SIMULATOR_WORK_WORKQUEUE_H
+#ifndef KESTROVE_SIMULATOR_ASIDE_WORKQUEUE_H
+#define KESTROVE_SIMULATOR_ASIDE_WORKQUEUE_H
 
 #include <atomic>
 #include <cstdint>
@@ -16,7 +16,7 @@
 
 #include "runtime/Disposer.h"
 #include "runtime/GradualDisposer.h"
-#include "simulator/work/LongWork.h"
+#include "simulator/aside/LongWork.h"
 
 /// Has long calculations made on a thread of its own, and the operations that need them wait for
 /// their results without holding up the loop.
