@@ -101,6 +101,7 @@ private:
     void CatchUpLater();
     void ForgetWishes(const ServerConnectionC& connection);
     void LookWhetherSettled();
+    void LookLaterWhetherSettled();
     void WaitForTakers();
     void DropWhoTakeNothing();
     void PostFirstTurns();
@@ -162,6 +163,7 @@ private:
     ClientNumber m_catchingUp = 0;                 // whose messages those are now
     std::function<void()> m_settled;               // called once all that was told has been taken
     std::map<ClientNumber, std::size_t> m_untaken; // by whom, when last looked at
+    int m_looksForUnread = 0;                      // that are left before it is called
     asio::steady_timer m_patience;                 // with them
     std::map<std::string, std::size_t> m_wanted;   // events, by how many
 };
