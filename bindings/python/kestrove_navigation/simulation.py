@@ -9,7 +9,7 @@
 The same arguments give the same drive, bit for bit, on one build and machine. Nothing is shared
 between drives: several go on at once, in threads too, as they do not hold the GIL. sweep() drives many
 cases over an executor, tune() searches a better tuning. Needs NumPy; tune() SciPy; plots matplotlib.
-docs/testing-your-application.md is the guide.
+docs/driving-in-python.md is the guide.
 """
 
 from typing import Tuple, Union
