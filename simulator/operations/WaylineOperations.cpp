@@ -10,7 +10,7 @@
 
 namespace {
 
-/// The line that a list form stands for; nothing when it is none.
+/// The line that a list form stands for; nothing when it is not a line's.
 std::optional<LineDefinition> LineIn(const BListC& list, const RecordedDrives& drives)
 {
     std::string problem;

@@ -76,7 +76,7 @@ void AddChoice(CLI::App& app, const char* name, Value& value, const Choices<Valu
 }
 
 /// Checks that a word is a number from `lowest` to `highest`, of the type that they have; "nan" is
-/// none.
+/// not one.
 template <typename Number>
 CLI::Validator Within(Number lowest, Number highest)
 {

@@ -12,7 +12,7 @@ inline constexpr const char* kImplementForms =
 /// Reads how an implement hangs on the machine.
 ///
 /// @param words "carried:2.0" or "trailed:1.0,4.0", metres.
-/// @param implement takes the value; stays as it is when the words are none.
+/// @param implement takes the value; stays as it is when the words do not describe one.
 /// @return whether they are as kImplementForms says.
 bool ReadImplement(const std::string& words, ImplementGeometry& implement);
 
