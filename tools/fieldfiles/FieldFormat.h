@@ -50,8 +50,8 @@ public:
 std::optional<EFieldFormat> FieldFormatOfContent(const std::string& beginning);
 
 /// The format to write by a file's name: ".kml", ".kmz", ".shp", ".gpkg", ".geojson" and ".json";
-/// ISOXML for ".zip",
-/// ".xml", a name that ends with a slash, and a folder that there is; nothing for others.
+/// ISOXML for ".zip", ".xml", a name that ends with a slash, and a folder that there is; nothing
+/// for others.
 std::optional<EFieldFormat> FieldFormatOfTarget(const std::string& path);
 
 #endif

@@ -60,9 +60,9 @@ public:
     /// @param moreSeconds by how much.
     void WaitLonger(double moreSeconds);
     /// Makes sure that the link is up. To be called before the first operation, so that "cannot
-    /// connect" can be told from "no reply".
+    /// connect" can be distinguished from "no reply".
     ///
-    /// @return whether it is; if not, the failure has been told and the exit code is set.
+    /// @return whether it is; if not, the failure has been reported and the exit code is set.
     bool Reach();
     /// Ends the connection; Navigation() makes a new one.
     void Disconnect() { m_navigation.reset(); }

@@ -78,7 +78,7 @@ std::string WantsAValue(const std::string& name, const CLI::Option& option)
     return name + " wants a value, " + option.get_type_name() + ": " + option.get_description();
 }
 
-/// Goes through the words of a command line up to the first that is none of its commands or
+/// Goes through the words of a command line up to the first that is not one of its commands or
 /// options.
 class CWordSearch
 {
@@ -104,7 +104,7 @@ public:
         return std::nullopt;
     }
 
-    /// The words behind the command that are none of its options, once Find() has found nothing.
+    /// The words behind the command that are not its options, once Find() has found nothing.
     const std::vector<std::string>& Arguments() const { return m_arguments; }
     /// The command that the words name.
     const CLI::App& Command() const { return *m_command; }
