@@ -79,8 +79,8 @@ const NmeaPart* PlaceOf(const Parts& parts)
     return place;
 }
 
-/// The number of the system whose satellites a GSA lists: its own, or that of the talker; 0 where it
-/// is the combined solution's, which does not say.
+/// The number of the system whose satellites a GSA lists: its own, or that of the talker; 0 where
+/// it is the combined solution's, which does not say.
 std::uint32_t SystemOf(const NmeaPart& part)
 {
     if (part.report.systemId > 0) {
