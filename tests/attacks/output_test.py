@@ -41,7 +41,7 @@ def flood_with_refused():
 
 
 def send_refused_anew():
-    """Sends some over a connection of its own each time, and what is no message after them."""
+    """Sends some over a connection of its own each time, and what is not a message after them."""
     while True:
         with connect() as link, contextlib.suppress(OSError):
             link.sendall(11 * BAD + b"\xc1")

@@ -1,4 +1,4 @@
-// The stream of events of the live page: what viewers are told and what they cost.
+// The stream of events of the live page: what viewers are sent and what they cost.
 
 #include <atomic>
 #include <chrono>
