@@ -93,7 +93,7 @@ void MPISocketServerC::StateC::Settle(std::function<void()> then)
     asio::post(m_loop, [self = shared_from_this()] { self->LookWhetherSettled(); });
 }
 
-/// Looks whether all that was told has been taken; once more whenever a connection has sent what
+/// Looks whether all that was sent has been taken; once more whenever a connection has sent what
 /// was queued for it, or has ended.
 void MPISocketServerC::StateC::LookWhetherSettled()
 {
