@@ -123,7 +123,7 @@ bool ReadText(const char* className, EWaylineType type, const std::string& text,
     if (!isCountRight) {
         return false;
     }
-    // The same line once more: applications and field logs tell a text whose code and count are
+    // The same line once more: applications and field logs know a text whose code and count are
     // right by the repeated line.
     PrintExpectedLength(className, parts.size(), expectedLength);
     // A text of another length than its count asks for is accepted, but none of its points: texts

@@ -82,7 +82,8 @@ Places OfCircle(Places places)
     return {places[0], places[third], places[2 * third]};
 }
 
-/// The kind of a word; a word of another program's is not one; it counts where no kind was asked for.
+/// The kind of a word; a word of another program's is not one; it counts where no kind was asked
+/// for.
 Kestrove::EWaylineType KindCalled(const std::string& word,
                                   const std::optional<Kestrove::EWaylineType>& askedFor)
 {

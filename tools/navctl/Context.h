@@ -73,7 +73,7 @@ public:
     /// @return who listens, in words; empty when it may be a navigation service.
     std::string OtherProgram(const LinkErrorC& error);
     /// Whether the last operation failed at the link, by LastError(); a failure value alone does
-    /// not tell. A reply of nil, which GetWayline() gives for "none", counts as a failure.
+    /// not show it. A reply of nil, which GetWayline() gives for "none", counts as a failure.
     bool HasLinkFailed();
 
     /// Ends the command without a failure.

@@ -45,7 +45,7 @@ public:
     /// @return what has come when that is enough, and otherwise at the end of the file, when there
     ///         is no room for more, or when `waitsOn` or, without it, a signal has ended the wait;
     ///         empty when nothing has come, or the file is empty or cannot be read, which Next()
-    ///         will tell.
+    ///         will say.
     std::string Peek(const std::function<bool(const std::string&)>& isEnough,
                      const std::function<bool()>& waitsOn = nullptr);
 
