@@ -486,7 +486,7 @@ public:
     /// nearest one inside.
     ///
     /// @param parameter which one.
-    /// @param value its new value.
+    /// @param value its new value, without a unit.
     /// @param persist whether the service keeps the value over a restart.
     ///
     /// Wire: verifying notification "set_tuning_parameter" [parameter, value, persist].
@@ -522,7 +522,7 @@ public:
 
     /// SetTuningParameter() of Kestrove::Sensitivity.
     ///
-    /// @param value its new value.
+    /// @param value its new value, without a unit.
     /// @param persist whether the service keeps the value over a restart.
     ///
     /// Wire: verifying notification "set_tuning_parameter" [0, value, persist].
@@ -530,7 +530,7 @@ public:
 
     /// SetTuningParameter() of Kestrove::Aggressiveness.
     ///
-    /// @param value its new value.
+    /// @param value its new value, without a unit.
     /// @param persist whether the service keeps the value over a restart.
     ///
     /// Wire: verifying notification "set_tuning_parameter" [1, value, persist].
@@ -538,7 +538,7 @@ public:
 
     /// SetTuningParameter() of Kestrove::Overshoot.
     ///
-    /// @param value its new value.
+    /// @param value its new value, without a unit.
     /// @param persist whether the service keeps the value over a restart.
     ///
     /// Wire: verifying notification "set_tuning_parameter" [2, value, persist].
@@ -546,7 +546,7 @@ public:
 
     /// SetTuningParameter() of Kestrove::SpeedAdjust.
     ///
-    /// @param value its new value.
+    /// @param value its new value, without a unit.
     /// @param persist whether the service keeps the value over a restart.
     ///
     /// Wire: verifying notification "set_tuning_parameter" [3, value, persist].

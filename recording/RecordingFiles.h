@@ -19,7 +19,7 @@ struct CRecordingLimits
 };
 
 /// Reads limits as KESTROVE_RECORD_LIMIT has them: "SIZE" or "SIZE,FILES", the size in bytes or
-/// with k, M or G behind it (thousands, millions, milliards).
+/// with k, M or G behind it (thousands, millions, billions).
 ///
 /// @param limits receives them; left as it is where the text is not a limit.
 /// @return false where the text is not one: a size from 4096 to 10^12 bytes, 1 to 10000 files.

@@ -63,7 +63,7 @@ Answer AnswerTo(CLongWork* work, const WorkKey& key, std::size_t points, const T
     }
     return {nullptr, {}, Calculated<std::string>(work, key, EWork::Query, points, [make] {
                 BEncoderC encoder;
-                // Nested two deep at the most, which can always be written.
+                // Nested two deep at most, which can always be written.
                 static_cast<void>(encoder.Write(*make()));
                 return std::string(encoder.Data(), encoder.Size());
             })};

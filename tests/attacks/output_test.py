@@ -168,7 +168,7 @@ class Output(AttackTest):
                 client.request("IsSteeringEngaged")
             self.assert_ends_in_time(simulator)
             lines = simulator.errors().splitlines()
-        # A hundred lines a second of each of the two kinds, at the most.
+        # A hundred lines a second of each of the two kinds, at most.
         self.assertLess(len(lines), 1500)
         for who in (r"client \d+", "all clients"):
             self.assertTrue(any(re.search(who + r": \d+ lines? left out like", line)
