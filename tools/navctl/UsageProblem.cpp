@@ -1,7 +1,6 @@
 #include "tools/navctl/UsageProblem.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 #include "platform/Utilities.h"
 #include "tools/navctl/Suggestion.h"
@@ -218,9 +217,12 @@ std::string WrongCount(const CWordSearch& search)
 /// Whether a word can stand behind an option that is set by its name alone.
 bool IsFlagValue(const std::string& word)
 {
+    CLI::App reader;
+    const CLI::Option* const option = reader.add_option("flag")->add_result(word);
     try {
-        return CLI::detail::to_flag_value(word) != 0;
-    } catch (const std::invalid_argument&) {
+        static_cast<void>(option->as<bool>());
+        return !word.empty();
+    } catch (const CLI::ConversionError&) {
         return false;
     }
 }
