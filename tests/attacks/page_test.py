@@ -184,21 +184,16 @@ def flood():
             visit().close()
 
 
-def asking(request, count):
-    """So many connections, as far as there are any, each with the request sent."""
-    links = []
-    with contextlib.suppress(OSError):
-        for _ in range(count):
-            links.append(visit())
-            links[-1].sendall(request)
-    return links
-
-
 def commands_of_nobody(count, pause):
     """An attacker that sends many whole commands at once, reads nothing and goes, over and over."""
     def attack():
         while True:
-            for link in asking(posted("IsSteeringEngaged"), count):
+            links = []
+            with contextlib.suppress(OSError):
+                for _ in range(count):
+                    links.append(visit())
+                    links[-1].sendall(posted("IsSteeringEngaged"))
+            for link in links:
                 link.close()
             time.sleep(pause)  # the attack's pace
     return attack
@@ -222,7 +217,12 @@ def requests_of_many(request, count):
     """An attacker with many connections, all of which ask and read all of the answer."""
     def attack():
         while True:
-            for link in asking(request, count):
+            links = []
+            with contextlib.suppress(OSError):
+                for _ in range(count):
+                    links.append(visit())
+                    links[-1].sendall(request)
+            for link in links:
                 with contextlib.suppress(OSError), link:
                     read_all(link)
     return attack
