@@ -107,9 +107,9 @@ void MPISocketServerC::StateC::LookLaterWhetherSettled()
     asio::post(m_loop, [self = shared_from_this()] { self->LookWhetherSettled(); });
 }
 
-/// Looks whether all that was told has been taken; once more whenever a connection has sent what
-/// was queued for it, or has ended. In a pause what has come until then is read too: it has been
-/// sent meanwhile, and is served in the order of that, however short the pause was.
+/// Looks whether all that was sent has been taken; once more whenever a connection has sent what
+/// was queued for it, or has ended. In a pause, what has come until then is read too: it came
+/// meanwhile, and is served in the order of that, however short the pause was.
 void MPISocketServerC::StateC::LookWhetherSettled()
 {
     if (!m_settled || !m_events.empty()) {

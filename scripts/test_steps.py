@@ -112,7 +112,7 @@ class Run:
                         other.done.wait()
                 if not self.is_interrupted and self._has_what_it_needs(step):
                     self._run_step(step)
-            except Exception as error:  # pylint: disable=broad-except # is no success
+            except Exception as error:  # pylint: disable=broad-except # is not a success
                 step.result = f"FAILED: {error}"
                 self.say(f"{step.name}: {step.result}")
             finally:

@@ -10,7 +10,7 @@ namespace Kestrove {
 void AppendInteger(std::string& text, std::size_t number);
 
 /// Appends a blank and `number` with six decimals: the bytes of printf's " %lf" in the C locale,
-/// whatever the locale. Numbers of every size are written whole; what is no number reads "inf",
+/// whatever the locale. Numbers of every size are written whole; what is not a number reads "inf",
 /// "-inf", "nan" or "-nan".
 void AppendBlankAndDouble(std::string& text, double number);
 

@@ -51,7 +51,7 @@ bool ReadList(const BListC& list, Points& points)
     const int count = list.GetInt(1);
     points.reserve(static_cast<std::size_t>(count));
     const auto valueAt = [&list](std::int64_t place) {
-        // No list is longer than an int can tell, so a place beyond is one past the end.
+        // No list is longer than an int can say, so a place beyond is one past the end.
         return list.GetDouble(
             static_cast<int>(std::min<std::int64_t>(place, std::numeric_limits<int>::max())));
     };
@@ -75,7 +75,7 @@ std::string WriteText(EWaylineType type, const Points& points)
     return text;
 }
 
-// Appends points from their parts, up to the first part that is no number.
+// Appends points from their parts, up to the first part that is not a number.
 bool AppendPoints(const std::vector<std::string>& parts, Points& points)
 {
     for (std::size_t i = kPlacesBeforePoints; i < parts.size(); i += kPlacesPerPoint) {
@@ -123,7 +123,7 @@ bool ReadText(const char* className, EWaylineType type, const std::string& text,
     if (!isCountRight) {
         return false;
     }
-    // The same line once more: applications and field logs tell a text whose code and count are
+    // The same line once more: applications and field logs know a text whose code and count are
     // right by the repeated line.
     PrintExpectedLength(className, parts.size(), expectedLength);
     // A text of another length than its count asks for is accepted, but none of its points: texts

@@ -56,7 +56,7 @@ ENDLESS = {
 WHOLE = [msgpack.packb([0, 1, "x", arguments]) for arguments in (
     [{"": 0}] * 600_000, [[0]] * 1_000_000, [[[[0]]]] * 400_000, ["abcdefghijklmnopqrst"] * 700_000)]
 
-# Commands of the live page, and what is none, of the most values of each kind.
+# Commands of the live page, and what is not one, of the most values of each kind.
 COMMAND = b'{"operation":"Nudge","arguments":'
 BODIES = {
     "lists in lists": COMMAND + b"[" * 2_000_000,

@@ -1,5 +1,5 @@
 """Browsers and what passes for them, at the live page's server: a command gets through within a second,
-the service's own clients notice nothing, and the program ends when it is told to."""
+the service's own clients notice nothing, and the program ends when it is asked to."""
 
 import contextlib
 import json

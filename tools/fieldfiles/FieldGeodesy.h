@@ -14,7 +14,7 @@ GeodeticPlace PlaceOf(const FieldPlace& place, double otherwiseHeight);
 ///
 /// @param latitude, longitude degrees; a longitude of up to a turn beyond 180 is the same place
 ///        within.
-/// @throws CFieldFileProblem when it is no place on the earth.
+/// @throws CFieldFileProblem when it is not a place on the earth.
 FieldPlace CheckedPlace(double latitude, double longitude,
                         const std::optional<double>& height = std::nullopt);
 

@@ -55,7 +55,7 @@ double BearingFrom(const FieldPlace& centre, const FieldPlace& place)
     return std::atan2(point.x, point.y);
 }
 
-/// The places of a pivot that is told by its centre and the ends of its arc.
+/// The places of a pivot that is given by its centre and the ends of its arc.
 std::vector<FieldPlace> ArcPlaces(GroundCircle circle, const FieldPlace& a, const FieldPlace& b)
 {
     const CLocalFrame frame = FrameAt(circle.centre);

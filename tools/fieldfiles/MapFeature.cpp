@@ -82,7 +82,8 @@ Places OfCircle(Places places)
     return {places[0], places[third], places[2 * third]};
 }
 
-/// The kind of a word; a word of another program's is none, and counts where no kind was asked for.
+/// The kind of a word; a word of another program's is not one; it counts where no kind was asked
+/// for.
 Kestrove::EWaylineType KindCalled(const std::string& word,
                                   const std::optional<Kestrove::EWaylineType>& askedFor)
 {
@@ -276,7 +277,7 @@ std::vector<MapFeature> LineFeatures(const CFieldFile& file)
             feature.field = field.name;
             feature.kind = KindName(line.kind);
             if (line.kind == Kestrove::EWaylineTypeCircle) {
-                CircleOf(line); // one that is none cannot be read back
+                CircleOf(line); // one that is not a kind cannot be read back
             }
             if (line.kind == Kestrove::EWaylineTypeAHeading) {
                 feature.headingDegrees = line.headingDegrees;

@@ -30,7 +30,7 @@ const std::string& PartOf(const FileSet& files, const std::string& name, const c
     return *bytes;
 }
 
-/// Text of a table: UTF-8 or, where it is none, Latin-1.
+/// Text of a table: UTF-8 or, where it is not, Latin-1.
 std::string Utf8Of(const std::string& text)
 {
     if (XmlName(text, text.size()) == text) {

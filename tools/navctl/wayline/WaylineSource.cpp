@@ -83,7 +83,7 @@ std::string ChooseEntry(WaylineList& list, const WaylineSource& source)
     return "there is no wayline in line " + std::to_string(*source.number);
 }
 
-/// Whether points alone can make the kind that was asked for; if not, that has been told.
+/// Whether points alone can make the kind that was asked for; if not, that has been reported.
 bool HasUsableKind(CContext& context, const WaylineSource& source)
 {
     const Kestrove::EWaylineType kind = source.reading.kind;
@@ -105,7 +105,7 @@ std::optional<WaylineList> ReadFieldWaylines(CContext& context, const WaylineSou
 
 /// Reads a file that has waylines alone.
 ///
-/// @return nothing when it cannot be read; that has been told then and the exit code is set.
+/// @return nothing when it cannot be read; that has been reported then and the exit code is set.
 std::optional<WaylineList> ReadList(CContext& context, const WaylineSource& source,
                                     CSourceFile& file, EFileContent content)
 {

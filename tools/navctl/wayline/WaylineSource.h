@@ -33,8 +33,8 @@ FieldChoice ChoiceOf(const WaylineSource& source);
 
 /// Reads a file of fields and leaves in it what is wanted.
 ///
-/// @return nothing when something is wrong with it; that has been told then and the exit code is
-/// set.
+/// @return nothing when something is wrong with it; that has been reported then and the exit code
+/// is set.
 std::optional<CFieldFile> ReadFieldSource(CContext& context, const WaylineSource& source,
                                           CSourceFile& file);
 
@@ -67,8 +67,8 @@ CLI::Option* AddKindOption(CLI::App& command, const char* name, const char* help
 
 /// Reads the file.
 ///
-/// @return nothing when something is wrong with it; that has been told then, a line each, and the
-///         exit code is set.
+/// @return nothing when something is wrong with it; that has been reported then, a line each, and
+///         the exit code is set.
 std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& source);
 std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& source,
                                       CSourceFile& file);
