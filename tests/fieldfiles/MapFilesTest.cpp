@@ -1,8 +1,9 @@
-#include <gtest/gtest.h>
-
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <tuple>
+
+#include <gtest/gtest.h>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,6 +11,7 @@
 #include "tests/fieldfiles/SampleFields.h"
 #include "tools/fieldfiles/Database.h"
 #include "tools/fieldfiles/FieldFormat.h"
+#include "tools/fieldfiles/FieldGeodesy.h"
 #include "tools/fieldfiles/FileLimits.h"
 #include "tools/fieldfiles/GeoPackage.h"
 #include "tools/fieldfiles/Kml.h"
@@ -156,6 +158,124 @@ TEST(MapFeature, JoinsALineThatIsCutAtThe180thMeridian)
     const FieldLine line = OnlyLine(reading.file);
     EXPECT_EQ(Kestrove::EWaylineTypeAB, line.kind);
     EXPECT_EQ(-179.9, line.places.back().longitude);
+}
+
+TEST(MapFeature, JoinsAreasThatAreCutAtThe180thMeridian)
+{
+    using Ring = std::vector<std::pair<double, double>>; // east of the meridian and north
+    const struct
+    {
+        std::vector<Ring> whole;
+        std::vector<std::vector<Ring>> west, east;
+    } rows[] = {
+        {{{{-2, 0}, {1, 0}, {3, 4}, {-2, 4}}},
+         {{{{-2, 0}, {0, 0}, {0, 4}, {-2, 4}}}},
+         {{{{0, 0}, {1, 0}, {3, 4}, {0, 4}}}}},
+        // A hole across the meridian, and one beside it.
+        {{{{-2, 0}, {2, 0}, {2, 4}, {-2, 4}},
+          {{-1.8, 0.5}, {-1.8, 1}, {-1.5, 0.5}},
+          {{-1, 1}, {-1, 3}, {1, 3}, {1, 1.5}}},
+         {{{{-2, 0}, {0, 0}, {0, 1.25}, {-1, 1}, {-1, 3}, {0, 3}, {0, 4}, {-2, 4}},
+           {{-1.8, 0.5}, {-1.8, 1}, {-1.5, 0.5}}}},
+         {{{{0, 0}, {2, 0}, {2, 4}, {0, 4}, {0, 3}, {1, 3}, {1, 1.5}, {0, 1.25}}}}},
+        // A comb: its teeth are areas of their own.
+        {{{{-2, 0},
+           {1, 0},
+           {1, 1},
+           {-1, 1},
+           {-1, 2},
+           {2, 2},
+           {2, 3},
+           {-1, 3},
+           {-1, 4},
+           {3, 4},
+           {3, 5},
+           {-2, 5}}},
+         {{{{-2, 0},
+            {0, 0},
+            {0, 1},
+            {-1, 1},
+            {-1, 2},
+            {0, 2},
+            {0, 3},
+            {-1, 3},
+            {-1, 4},
+            {0, 4},
+            {0, 5},
+            {-2, 5}}}},
+         {{{{0, 0}, {1, 0}, {1, 1}, {0, 1}}},
+          {{{0, 2}, {2, 2}, {2, 3}, {0, 3}}},
+          {{{0, 4}, {3, 4}, {3, 5}, {0, 5}}}}},
+    };
+    const auto placesOf = [](const Ring& ring, double meridian, std::size_t start,
+                             bool isReversed) {
+        std::vector<FieldPlace> places;
+        for (std::size_t i = 0; i < ring.size(); ++i) {
+            const auto& [east, north] = ring[(start + i) % ring.size()];
+            places.push_back({-17.0 + north * 0.001, meridian + east * 0.001, {}});
+        }
+        if (isReversed) {
+            std::reverse(places.begin(), places.end());
+        }
+        places.push_back(places.front());
+        return places;
+    };
+    for (const auto& row : rows) {
+        FieldBoundary whole;
+        whole.exterior = placesOf(row.whole.front(), 170.0, 0, false);
+        for (std::size_t i = 1; i < row.whole.size(); ++i) {
+            whole.holes.push_back(placesOf(row.whole[i], 170.0, 0, false));
+        }
+        const double squareMetres = AreaOf(whole).squareMetres;
+        for (std::size_t start = 0; start < 12; ++start) {
+            for (const bool isReversed : {false, true}) {
+                MapFeature feature;
+                feature.isArea = true;
+                const auto add = [&](const std::vector<std::vector<Ring>>& areas, double meridian) {
+                    for (const std::vector<Ring>& rings : areas) {
+                        feature.parts.emplace_back();
+                        for (const Ring& ring : rings) {
+                            feature.parts.back().push_back(
+                                placesOf(ring, meridian, start, isReversed));
+                        }
+                    }
+                };
+                add(start % 2 == 0 ? row.west : row.east, start % 2 == 0 ? 180.0 : -180.0);
+                add(start % 2 == 0 ? row.east : row.west, start % 2 == 0 ? -180.0 : 180.0);
+                CFeatureReading reading(std::nullopt);
+                reading.Add(feature, "North");
+                ASSERT_EQ(1U, reading.file.BoundaryCount());
+                const FieldBoundary& joined = reading.file.fields[0].boundaries[0];
+                EXPECT_EQ(row.whole[0].size(), joined.exterior.size());
+                EXPECT_NEAR(squareMetres, AreaOf(joined).squareMetres, 0.01);
+                ASSERT_EQ(row.whole.size() - 1, joined.holes.size());
+                std::size_t corners = 0;
+                for (const std::vector<FieldPlace>& hole : joined.holes) {
+                    corners += hole.size();
+                }
+                EXPECT_EQ(row.whole.size() == 1 ? 0U : 7U, corners);
+            }
+        }
+    }
+}
+
+TEST(MapFeature, LeavesAreasAtThe180thMeridianThatDoNotMeet)
+{
+    const auto square = [](double from, double to, double south) {
+        return std::vector<FieldPlace>{{south, from, {}},
+                                       {south, to, {}},
+                                       {south + 0.001, to, {}},
+                                       {south + 0.001, from, {}},
+                                       {south, from, {}}};
+    };
+    for (const double south : {-17.0005, -16.9995, -17.001, -16.999, -17.01}) {
+        MapFeature feature;
+        feature.isArea = true;
+        feature.parts = {{square(179.999, 180.0, -17.0)}, {square(-180.0, -179.999, south)}};
+        CFeatureReading reading(std::nullopt);
+        reading.Add(feature, "North");
+        EXPECT_EQ(2U, reading.file.BoundaryCount()) << south;
+    }
 }
 
 TEST(MapFeature, KeepsABendThatLiesOnThe180thMeridian)
@@ -378,6 +498,30 @@ TEST(Zip, FollowsTheLinksOfItsKmlToFilesWithinItAndNoOthers)
     const CFieldFile file = ReadFieldFile("x.kmz", zip, std::nullopt);
     EXPECT_EQ("One", OnlyLine(file).name);
     EXPECT_EQ(4U, file.Notes().size());
+}
+
+TEST(Zip, NotesWhatElseThereIsOfItsMainFilesKind)
+{
+    const std::string taskData =
+        "<ISO11783_TaskData><PFD A=\"PFD1\" C=\"North\"><LSG A=\"5\" B=\"One\"><PNT A=\"2\" "
+        "C=\"1\" D=\"2\"/><PNT A=\"2\" C=\"3\" D=\"4\"/></LSG></PFD></ISO11783_TaskData>";
+    const CFieldFile card = ReadFieldFile("x.zip",
+                                          MakeZip({{"old/TASKDATA.XML", taskData},
+                                                   {"TASKDATA/TASKDATA.XML", taskData},
+                                                   {"a.kml", KmlLine("1,2 3,4")},
+                                                   {"b.shp", "x"},
+                                                   {"TASKDATA/GRD00001.BIN", "x"}}),
+                                          std::nullopt);
+    EXPECT_EQ(1U, card.LineCount());
+    ASSERT_EQ(3U, card.Notes().size());
+    EXPECT_EQ("old/TASKDATA.XML is left out: of a zip one file is read, here TASKDATA/TASKDATA.XML",
+              card.Notes()[0]);
+    const CFieldFile map = ReadFieldFile(
+        "x.kmz", MakeZip({{"doc.kml", KmlLine("1,2 3,4")}, {"other.kml", KmlLine("5,6 7,8")}}),
+        std::nullopt);
+    EXPECT_EQ(1U, map.LineCount());
+    ASSERT_EQ(1U, map.Notes().size());
+    EXPECT_EQ(0U, map.Notes()[0].find("other.kml is left out"));
 }
 
 TEST(Xml, RefusesEntitiesDepthAndMoreThanIsRead)
