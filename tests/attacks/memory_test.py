@@ -12,11 +12,11 @@ import unittest
 
 import msgpack
 
-from attack import MEBIBYTE, AttackTest, HonestClient, SimulatorUnderAttack, attackers, connect
+from attack import MEBIBYTE, AttackTest, HonestClient, SimulatorUnderAttack, attackers, connect, lasting
 from navigation_service import DEADLINE_SECONDS
 from page_test import HOST, PAGE_PORT, read_all, visit
 
-ATTACK_SECONDS = 3.0
+ATTACK_SECONDS = lasting(3.0)
 BACK_SECONDS = 10.0
 # What all connections together may hold, up to a quarter of it that the allocator adds by rounding
 # blocks up, and what has just been freed.

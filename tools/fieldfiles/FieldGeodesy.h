@@ -65,4 +65,10 @@ GroundArea AreaOf(const FieldBoundary& boundary);
 /// Whether a ring runs counter-clockwise.
 bool IsCounterClockwise(const std::vector<FieldPlace>& ring);
 
+/// Whether a place lies within a ring, which is not closed.
+bool IsWithin(const FieldPlace& place, const std::vector<FieldPlace>& ring);
+
+/// Whether two places are the same but for a tenth of a millimetre; heights do not count.
+bool IsSamePlace(const FieldPlace& left, const FieldPlace& right);
+
 #endif

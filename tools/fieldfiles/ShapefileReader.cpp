@@ -181,25 +181,6 @@ private:
         return parts;
     }
 
-    static bool IsWithin(const FieldPlace& place, const std::vector<FieldPlace>& ring)
-    {
-        bool isWithin = false;
-        for (std::size_t i = 0; i < ring.size(); ++i) {
-            const FieldPlace& from = ring[i];
-            const FieldPlace& to = ring[(i + 1) % ring.size()];
-            // Seen from the place, so that the 180th meridian is one as all others.
-            const double fromEast = std::remainder(from.longitude - place.longitude, 360.0);
-            const double toEast = std::remainder(to.longitude - place.longitude, 360.0);
-            const bool crosses = (from.latitude > place.latitude) != (to.latitude > place.latitude);
-            if (crosses && 0.0 < fromEast + (place.latitude - from.latitude) /
-                                                (to.latitude - from.latitude) *
-                                                (toEast - fromEast)) {
-                isWithin = !isWithin;
-            }
-        }
-        return isWithin;
-    }
-
     /// Exterior rings run clockwise, holes counter-clockwise and in any order.
     static std::vector<Rings> Areas(const Rings& rings)
     {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "tools/fieldfiles/MapFeature.h"
+#include "tools/fieldfiles/DateLine.h"
 #include "tools/navctl/Names.h"
 #include "tools/navctl/files/Angle.h"
 #include "tools/navctl/wayline/GeoJsonFile.h"

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -50,6 +51,10 @@ void AddWaylineSource(CLI::App& command, WaylineSource& source);
 /// Adds an option that names a format.
 void AddFormatOption(CLI::App& command, const char* name, const char* help,
                      std::optional<EWaylineFormat>& format);
+
+/// The words for the formats that are written: those of files of fields, and all.
+std::vector<std::string> FieldTargetWords();
+std::vector<std::string> TargetWords();
 
 /// Adds the option "--to" for formats of files of fields.
 void AddFieldFormatOption(CLI::App& command, std::optional<EFieldFormat>& format);
