@@ -68,9 +68,7 @@ std::string WriteText(EWaylineType type, const Points& points)
     text += ' ';
     AppendInteger(text, points.size());
     for (const Vector3<double>& point : points) {
-        AppendBlankAndDouble(text, point.x);
-        AppendBlankAndDouble(text, point.y);
-        AppendBlankAndDouble(text, point.z);
+        AppendBlanksAndDoubles(text, {point.x, point.y, point.z});
     }
     return text;
 }
@@ -78,6 +76,7 @@ std::string WriteText(EWaylineType type, const Points& points)
 // Appends points from their parts, up to the first part that is no number.
 bool AppendPoints(const std::vector<std::string>& parts, Points& points)
 {
+    points.reserve(points.size() + parts.size() / kPlacesPerPoint);
     for (std::size_t i = kPlacesBeforePoints; i < parts.size(); i += kPlacesPerPoint) {
         Vector3<double> point;
         if (Core::Utilities::ParseDouble(parts[i], point.x) == 0 ||
