@@ -50,6 +50,7 @@ template <typename... Values>
 Arguments ArgumentsOf(const Values&... values)
 {
     auto arguments = std::make_unique<BListC>(nullptr);
+    arguments->MakeRoom(sizeof...(values));
     (Append(*arguments, values), ...);
     return arguments;
 }

@@ -142,7 +142,7 @@ void MeasureEvent(CResults& results, const std::string& name, const std::string&
     for (const double nanoseconds : figures[0]) {
         rates.push_back(kNanosecondsAMicrosecond / nanoseconds);
     }
-    results.Add({"events to functors, " + name, "million a second", {Target::ESense::AtLeast, 10}},
+    results.Add({"events to functors, " + name, "million a second", {Target::ESense::AtLeast, 20}},
                 rates);
 }
 

@@ -23,7 +23,7 @@ import msgpack
 EVENTS = ("cb_engage_status", "cb_guidance_status", "cb_offsets", "cb_wayline_status",
           "cb_implement_width_changed", "cb_tuning_parameter_changed", "cb_relative_position",
           "cb_draw_points")
-MOST_IN_PROCESS = 0.5
+MOST_IN_PROCESS = 0.15
 MOST_OVER_THE_LINK = 3.0
 
 

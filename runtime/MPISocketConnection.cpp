@@ -28,7 +28,7 @@ int MPISocketConnectionC::DoCallback(const std::string& name, BListC* payload)
     if (found == nullptr) {
         return 0;
     }
-    const std::shared_ptr<MPICallbackBase> callback = found->second;
+    const MessageStateC::CallbackPtr callback = found->second;
     return callback->Callback(payload);
 }
 
@@ -132,10 +132,11 @@ void MPISocketConnectionC::RequestCallback(const std::string& name, MPICallbackB
     if (callback == nullptr) {
         return;
     }
-    std::shared_ptr<MPICallbackBase>& registered = m_messages->callbacks[name];
-    const bool isNew = registered == nullptr;
-    if (registered.get() != callback) {
-        registered.reset(callback);
+    MessageStateC::CallbackPtr& registered = m_messages->callbacks[name];
+    const bool isNew = !registered;
+    const MessageStateC::CallbackPtr replaced = registered; // goes once the new one stands
+    if (registered.Get() != callback) {
+        registered = MessageStateC::CallbackPtr(callback);
     }
     if (isNew && m_messages->IsUp()) {
         m_messages->Subscribe(name);

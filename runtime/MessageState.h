@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/SharedPtr.h"
 #include "platform/BEncoder.h"
 #include "platform/MPISocketConnection.h"
 #include "runtime/Deadline.h"
@@ -68,7 +69,9 @@ struct MessageStateC
     int Deliver();
     /// Makes a short attempt to reopen a lost connection, unless the last was less than 500 ms ago.
     void ReopenPaced();
-    using Registration = std::pair<const std::string, std::shared_ptr<MPICallbackBase>>;
+    /// Counts without locking: a connection is used by one thread at a time.
+    using CallbackPtr = Core::SharedPtr<MPICallbackBase, Core::SimpleReferenceCounter>;
+    using Registration = std::pair<const std::string, CallbackPtr>;
     /// The registration of an event; null where there is none. Most events follow one of their own
     /// kind, so that the last answer is looked at first.
     const Registration* FindRegistration(const std::string& name);
@@ -83,7 +86,7 @@ struct MessageStateC
     EventQueueC events;
     /// What is registered. Shared, so that a callback that is replaced while it runs lives until it
     /// returns.
-    std::map<std::string, std::shared_ptr<MPICallbackBase>> callbacks;
+    std::map<std::string, CallbackPtr> callbacks;
     bool reconnects = false;
     /// Starts anywhere, so that no reply can be made up before its request.
     std::uint32_t lastNumber = std::random_device()();

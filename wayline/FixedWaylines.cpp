@@ -69,7 +69,7 @@ std::string WriteText(const Kind& wayline, const ValueOf<Kind> (&values)[Count])
 {
     std::string text = std::to_string(wayline.Type());
     for (const ValueOf<Kind> value : values) {
-        AppendBlankAndDouble(text, wayline.*value);
+        AppendBlanksAndDoubles(text, {wayline.*value});
     }
     return text;
 }

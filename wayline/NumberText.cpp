@@ -1,5 +1,6 @@
 #include "wayline/NumberText.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <cstring>
@@ -18,16 +19,39 @@ constexpr int kLongestInteger = std::numeric_limits<std::size_t>::digits10 + 1;
 constexpr int kFractionBits = 52;
 constexpr int kExponentBias = 1023;
 constexpr std::uint64_t kFractionMask = (std::uint64_t{1} << kFractionBits) - 1;
-// How many bits below the point the fast way takes: fewer than six would leave nothing to round,
-// and the product of more with 5^6 does not fit into 64.
-constexpr int kFewestBitsBelow = kDecimals + 1;
-constexpr int kMostBitsBelow = 50;
 constexpr std::uint64_t kFiveToDecimals = 15625;
 constexpr std::uint64_t kTenToDecimals = 1000000;
+// How many bits of the significand are multiplied for themselves, since the product does not fit
+// into 64.
+constexpr int kLowBits = 16;
+// How many bits below the point the fast way takes: fewer would leave nothing to round, and with
+// more than the most the number is written as zero, whatever it is.
+constexpr int kFewestBitsBelow = kDecimals + kLowBits + 1;
+constexpr int kMostBitsBelow = 80;
 
-/// Writes a number of usual size, from 4 to 2^46: where most coordinates lie, in less time than
-/// std::to_chars() takes. Exact as that is: the bits below the point, times 10^6, are an integer of
-/// 64 bits over a power of two, rounded half to even.
+/// A number below 2^30 in millionths, rounded half to even: the integer of its significand times
+/// 5^6, over a power of two.
+std::uint64_t Millionths(std::uint64_t significand, int bitsBelow)
+{
+    const std::uint64_t low = (significand & ((1U << kLowBits) - 1)) * kFiveToDecimals;
+    const std::uint64_t product = (significand >> kLowBits) * kFiveToDecimals + (low >> kLowBits);
+    // Of the bits that go, only whether any is set matters.
+    const std::uint64_t isMore = (low & ((1U << kLowBits) - 1)) != 0 ? 1 : 0;
+    const std::uint64_t exact = product << 1 | isMore;
+    const int cut = bitsBelow - kDecimals - kLowBits + 1;
+    const std::uint64_t isOdd = exact >> cut & 1;
+    return (exact + (std::uint64_t{1} << (cut - 1)) - 1 + isOdd) >> cut;
+}
+
+/// Writes two digits.
+void WritePair(char* place, std::uint64_t number)
+{
+    place[0] = static_cast<char>('0' + number / 10);
+    place[1] = static_cast<char>('0' + number % 10);
+}
+
+/// Writes a number of usual size, below 2^30: where all coordinates lie, in less time than
+/// std::to_chars() takes, and exact as that is.
 ///
 /// @return behind the last character; null, with nothing written, for a number of another size.
 char* WriteUsual(char* place, double number)
@@ -35,32 +59,31 @@ char* WriteUsual(char* place, double number)
     std::uint64_t bits = 0;
     std::memcpy(&bits, &number, sizeof bits);
     const int exponent = static_cast<int>(bits >> kFractionBits & 0x7ff) - kExponentBias;
-    const int bitsBelow = kFractionBits - exponent;
-    if (bitsBelow < kFewestBitsBelow || bitsBelow > kMostBitsBelow) {
+    const int bitsBelow = std::min(kFractionBits - exponent, kMostBitsBelow);
+    if (bitsBelow < kFewestBitsBelow) {
         return nullptr;
     }
-    const std::uint64_t significand = (bits & kFractionMask) | (kFractionMask + 1);
-    std::uint64_t whole = significand >> bitsBelow;
-    const std::uint64_t below = significand & ((std::uint64_t{1} << bitsBelow) - 1);
-    const std::uint64_t product = below * kFiveToDecimals;
-    const int cut = bitsBelow - kDecimals;
-    std::uint64_t decimals = product >> cut;
-    const std::uint64_t rest = product & ((std::uint64_t{1} << cut) - 1);
-    const std::uint64_t half = std::uint64_t{1} << (cut - 1);
-    decimals += rest > half || (rest == half && decimals % 2 == 1) ? 1 : 0;
-    if (decimals == kTenToDecimals) {
-        decimals = 0;
-        ++whole;
-    }
-    if (number < 0.0) {
-        *place++ = '-';
-    }
-    place = std::to_chars(place, place + kLongestInteger, whole).ptr;
+    const std::uint64_t millionths =
+        Millionths((bits & kFractionMask) | (kFractionMask + 1), bitsBelow);
+    *place = '-';
+    place += bits >> 63;
+    place = std::to_chars(place, place + kLongestInteger, millionths / kTenToDecimals).ptr;
+    const std::uint64_t decimals = millionths % kTenToDecimals;
     *place = '.';
-    for (int digit = kDecimals; digit > 0; --digit, decimals /= 10) {
-        place[digit] = static_cast<char>('0' + decimals % 10);
-    }
+    WritePair(place + 1, decimals / 10000);
+    WritePair(place + 3, decimals / 100 % 100);
+    WritePair(place + 5, decimals % 100);
     return place + 1 + kDecimals;
+}
+
+char* WriteBlankAndDouble(char* place, double number)
+{
+    *place++ = ' ';
+    char* const end = WriteUsual(place, number);
+    return end != nullptr ? end
+                          : std::to_chars(place, place + kLongestDouble, number,
+                                          std::chars_format::fixed, kDecimals)
+                                .ptr;
 }
 
 } // namespace
@@ -72,17 +95,19 @@ void AppendInteger(std::string& text, std::size_t number)
     text.append(buffer, static_cast<std::size_t>(written.ptr - buffer));
 }
 
-void AppendBlankAndDouble(std::string& text, double number)
+void AppendBlanksAndDoubles(std::string& text, std::initializer_list<double> numbers)
 {
-    char buffer[1 + kLongestDouble];
-    buffer[0] = ' ';
-    const char* end = WriteUsual(buffer + 1, number);
-    if (end == nullptr) {
-        end = std::to_chars(buffer + 1, buffer + sizeof buffer, number, std::chars_format::fixed,
-                            kDecimals)
-                  .ptr;
+    constexpr std::ptrdiff_t kLongest = 1 + kLongestDouble;
+    char buffer[3 * kLongest];
+    char* place = buffer;
+    for (const double number : numbers) {
+        if (buffer + sizeof buffer - place < kLongest) {
+            text.append(buffer, place);
+            place = buffer;
+        }
+        place = WriteBlankAndDouble(place, number);
     }
-    text.append(buffer, static_cast<std::size_t>(end - buffer));
+    text.append(buffer, place);
 }
 
 } // namespace Kestrove

@@ -27,10 +27,14 @@ using Points = std::vector<Vector3<double>>;
 // The code and the number of points stand before the points, in both encodings.
 constexpr int kPlacesBeforePoints = 2;
 constexpr int kPlacesPerPoint = 3;
+// So many points have places that an int can tell, the place behind them included.
+constexpr int kMostPointsWithPlaces =
+    (std::numeric_limits<int>::max() - kPlacesBeforePoints) / kPlacesPerPoint;
 
 BListC* WriteList(EWaylineType type, const Points& points)
 {
     auto list = std::make_unique<BListC>(nullptr);
+    list->MakeRoom(kPlacesBeforePoints + kPlacesPerPoint * points.size());
     list->AddInt(type);
     list->AddInt(static_cast<int>(points.size()));
     for (const Vector3<double>& point : points) {
@@ -50,14 +54,17 @@ bool ReadList(const BListC& list, Points& points)
     // those that are there. A negative one is more than any vector holds, so reserve() throws.
     const int count = list.GetInt(1);
     points.reserve(static_cast<std::size_t>(count));
-    const auto valueAt = [&list](std::int64_t place) {
-        // No list is longer than an int can say, so a place beyond is one past the end.
-        return list.GetDouble(
-            static_cast<int>(std::min<std::int64_t>(place, std::numeric_limits<int>::max())));
-    };
-    std::int64_t place = kPlacesBeforePoints;
-    for (int k = 0; k < count; ++k, place += kPlacesPerPoint) {
-        points.emplace_back(valueAt(place), valueAt(place + 1), valueAt(place + 2));
+    const int withPlaces = std::min(count, kMostPointsWithPlaces);
+    int place = kPlacesBeforePoints;
+    for (int k = 0; k < withPlaces; ++k, place += kPlacesPerPoint) {
+        const Vector3<double> point{list.GetDouble(place), list.GetDouble(place + 1),
+                                    list.GetDouble(place + 2)};
+        points.push_back(point);
+    }
+    // No list is longer than an int can tell, so what is announced beyond is past the end.
+    for (int k = withPlaces; k < count; ++k) {
+        const double pastEnd = list.GetDouble(std::numeric_limits<int>::max());
+        points.emplace_back(pastEnd, pastEnd, pastEnd);
     }
     return true;
 }
@@ -68,9 +75,7 @@ std::string WriteText(EWaylineType type, const Points& points)
     text += ' ';
     AppendInteger(text, points.size());
     for (const Vector3<double>& point : points) {
-        AppendBlankAndDouble(text, point.x);
-        AppendBlankAndDouble(text, point.y);
-        AppendBlankAndDouble(text, point.z);
+        AppendBlanksAndDoubles(text, {point.x, point.y, point.z});
     }
     return text;
 }
@@ -78,6 +83,7 @@ std::string WriteText(EWaylineType type, const Points& points)
 // Appends points from their parts, up to the first part that is not a number.
 bool AppendPoints(const std::vector<std::string>& parts, Points& points)
 {
+    points.reserve(points.size() + parts.size() / kPlacesPerPoint);
     for (std::size_t i = kPlacesBeforePoints; i < parts.size(); i += kPlacesPerPoint) {
         Vector3<double> point;
         if (Core::Utilities::ParseDouble(parts[i], point.x) == 0 ||

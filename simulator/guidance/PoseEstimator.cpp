@@ -17,6 +17,8 @@ constexpr double kPositionStray = 0.0005;
 constexpr double kHeadingStray = Radians(0.02);
 /// The side slip is expected as a first-order Gauss-Markov process.
 constexpr double kSlipSeconds = 2.0;
+/// What is left of it after a period.
+const double kKeptSlip = std::exp(-kPeriodSeconds / kSlipSeconds);
 /// What may be wrong with the steering centre at the start.
 constexpr double kExpectedBias = Radians(0.5);
 
@@ -76,39 +78,36 @@ void CPoseEstimator::Predict(double speed, double steeringAngle)
 void CPoseEstimator::PropagateCovariance()
 {
     const double course = m_estimate.pose.heading + m_estimate.sideSlip;
-    const double keep = std::exp(-kPeriodSeconds / kSlipSeconds);
-    Matrix transition{};
-    for (std::size_t i = 0; i < kStates; ++i) {
-        transition[i][i] = 1.0;
-    }
-    transition[kX][kHeading] = transition[kX][kSlip] = m_driven * std::cos(course);
-    transition[kY][kHeading] = transition[kY][kSlip] = -m_driven * std::sin(course);
-    transition[kHeading][kBias] = m_driven / (kWheelbase * Squared(std::cos(m_wheelAngle)));
-    transition[kSlip][kSlip] = keep;
-
+    const double east = m_driven * std::cos(course);
+    const double north = -m_driven * std::sin(course);
+    const double turn = m_driven / (kWheelbase * Squared(std::cos(m_wheelAngle)));
+    // The covariance between the transition's matrix and its transpose. Of the matrix, which is the
+    // identity but for these three and what is kept of the slip, the zeros are left out: a
+    // machine's world takes more time for this than for anything else.
+    const auto moved = [&](double x, double y, double heading, double slip, double bias) {
+        return State{x + east * heading + east * slip, y + north * heading + north * slip,
+                     heading + turn * bias, kKeptSlip * slip, bias};
+    };
     Matrix half{};
-    for (std::size_t i = 0; i < kStates; ++i) {
-        for (std::size_t j = 0; j < kStates; ++j) {
-            for (std::size_t k = 0; k < kStates; ++k) {
-                half[i][j] += transition[i][k] * m_covariance[k][j];
-            }
+    for (std::size_t j = 0; j < kStates; ++j) {
+        const State column =
+            moved(m_covariance[kX][j], m_covariance[kY][j], m_covariance[kHeading][j],
+                  m_covariance[kSlip][j], m_covariance[kBias][j]);
+        for (std::size_t i = 0; i < kStates; ++i) {
+            half[i][j] = column[i];
         }
     }
-    m_covariance = {};
     for (std::size_t i = 0; i < kStates; ++i) {
-        for (std::size_t j = 0; j < kStates; ++j) {
-            for (std::size_t k = 0; k < kStates; ++k) {
-                m_covariance[i][j] += half[i][k] * transition[j][k];
-            }
-        }
+        const State& row = half[i];
+        m_covariance[i] = moved(row[kX], row[kY], row[kHeading], row[kSlip], row[kBias]);
     }
 
     m_covariance[kX][kX] += Squared(kPositionStray);
     m_covariance[kY][kY] += Squared(kPositionStray);
     m_covariance[kHeading][kHeading] += Squared(kHeadingStray);
-    m_covariance[kSlip][kSlip] += Squared(m_expectedSlip) * (1.0 - keep * keep);
+    m_covariance[kSlip][kSlip] += Squared(m_expectedSlip) * (1.0 - kKeptSlip * kKeptSlip);
     m_covariance[kBias][kBias] += Squared(m_biasStray);
-    m_estimate.sideSlip *= keep;
+    m_estimate.sideSlip *= kKeptSlip;
     m_driven = 0.0;
 }
 

@@ -54,7 +54,8 @@ private:
         kBias,
         kStates
     };
-    using Matrix = std::array<std::array<double, kStates>, kStates>;
+    using State = std::array<double, kStates>;
+    using Matrix = std::array<State, kStates>;
 
     void Start(const Pose& measured);
     void PropagateCovariance();

@@ -1,7 +1,10 @@
+#include <charconv>
 #include <clocale>
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -18,6 +21,16 @@ using testing::ElementsAre;
 namespace {
 
 constexpr int kUntouched = 4711;
+constexpr int kTexts = 20000;
+
+std::string Digits(std::size_t count, std::mt19937& random)
+{
+    std::string digits;
+    for (; count > 0; --count) {
+        digits += static_cast<char>('0' + random() % 10);
+    }
+    return digits;
+}
 
 struct IntText
 {
@@ -122,6 +135,33 @@ TEST(ParseDouble, RefusesEverythingElseAndLeavesTheValue)
     }
 }
 
+TEST(ParseDouble, ReadsWhatHasSixDecimalsAsTheStandardLibraryDoes)
+{
+    std::mt19937 random(1);
+    const auto below = [&random](std::size_t limit) { return random() % limit; };
+    int numbers = 0;
+    for (int i = 0; i < kTexts; ++i) {
+        std::string text = below(2) == 0 ? "-" : "";
+        text += Digits(below(12), random) + '.' + Digits(below(8) == 0 ? below(8) : 6, random);
+        if (below(3) == 0) {
+            text[below(text.size())] = "x-. e9\xba\xff"[below(9)];
+        }
+        double expected = kUntouched;
+        const char* const end = text.data() + text.size();
+        const std::from_chars_result read = std::from_chars(text.data(), end, expected);
+        const bool isNumber = read.ec == std::errc() && read.ptr == end;
+        double value = kUntouched;
+
+        ASSERT_EQ(isNumber, ParseDouble(text, value) != 0) << text;
+
+        ASSERT_EQ(isNumber ? expected : kUntouched, value) << text;
+        ASSERT_EQ(isNumber && std::signbit(expected), std::signbit(value)) << text;
+        numbers += isNumber ? 1 : 0;
+    }
+    EXPECT_GT(numbers, kTexts / 2);
+    EXPECT_LT(numbers, kTexts);
+}
+
 TEST(ParseDouble, DoesNotDependOnTheLocale)
 {
     if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) {
@@ -165,6 +205,30 @@ TEST(SplitIntoWords, SplitsAtTheSeparatorAlone)
     std::vector<std::string> parts;
     EXPECT_NE(0, SplitString("a\tb,c d", ',', parts, 0));
     EXPECT_THAT(parts, ElementsAre("a\tb", "c d"));
+}
+
+TEST(SplitIntoWords, MakesRoomForTheWordsAloneHoweverLongTheTextIs)
+{
+    std::mt19937 random(1);
+    for (int i = 0; i < kTexts / 10; ++i) {
+        std::string text;
+        for (auto left = random() % 600; left > 0; --left) {
+            text += "ab\xff  "[random() % 5];
+        }
+        std::vector<std::string> words;
+        std::istringstream stream(text);
+        for (std::string word; std::getline(stream, word, ' ');) {
+            if (!word.empty()) {
+                words.push_back(word);
+            }
+        }
+        std::vector<std::string> parts;
+
+        ASSERT_EQ(!words.empty(), SplitString(text, ' ', parts, 0) != 0) << text;
+
+        ASSERT_EQ(words, parts) << text;
+        ASSERT_EQ(words.size(), parts.capacity()) << text;
+    }
 }
 
 TEST(SplitAtFirst, GivesTheWordAndTheRestAsItStands)

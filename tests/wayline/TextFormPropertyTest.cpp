@@ -65,17 +65,22 @@ TEST(TextFormProperty, EveryTextHasTheBytesOfPrintf)
     }
 }
 
-// Multiples of 2^-7 lie half-way between two texts; nines carry into the whole part; the powers of
-// two stand at either end of the sizes that have a way of their own.
+// Multiples of 2^-7 lie half-way between two texts, and so do, as near as a double comes, halves of
+// millionths; nines carry into the whole part; the powers of two stand at either end of the sizes
+// that have a way of their own.
 TEST(TextFormProperty, NumbersOfUsualSizeRoundAsPrintfDoes)
 {
     CGenerator generator;
-    std::vector<double> numbers = {4.0,       9.9999995,   9.99999949999, 99.9999999, 4.0078125,
-                                   5.0234375, 1000.234375, 0x1p46,        0x1p45,     0x1p47};
+    std::vector<double> numbers = {4.0,       9.9999995, 9.99999949999, 99.9999999, 4.0078125,
+                                   5.0234375, 0x1p30,    1000.234375,   0x1p29,     0x1p31,
+                                   0.5e-6,    0.9999995, 0x1p-27,       0x1p-28,    0x1p-29,
+                                   5e-324,    1e-300,    0.0078125};
     for (int i = 0; i < kCases; ++i) {
         const double part = generator.Int(0, 1 << 30) / static_cast<double>(1 << 30);
-        numbers.push_back(std::ldexp(1.0 + part, generator.Int(0, 48)));
+        numbers.push_back(std::ldexp(1.0 + part, generator.Int(-40, 34)));
         numbers.push_back(generator.Int(0, 1 << 30) + generator.Int(0, 127) / 128.0);
+        numbers.push_back(generator.Int(0, 10) + generator.Int(0, 127) / 128.0);
+        numbers.push_back(0.5e-6 * generator.Int(0, 1 << 30));
     }
     for (const double number : numbers) {
         const double below = std::nextafter(number, 0.0);

@@ -57,6 +57,7 @@ void AddHelpCommand(CLI::App& app)
     command->callback([] { throw CLI::CallForHelp(); });
 }
 
+/// The groups of commands, in the order of the help.
 void AddCommands(CLI::App& app, CContext& context)
 {
     AddOperationsCommand(app, context);
@@ -100,7 +101,7 @@ std::vector<std::string> WithHelpAsOption(const CLI::App& app, std::vector<std::
     return words;
 }
 
-std::unique_ptr<CLI::App> MakeCommandLine(CContext& context)
+std::unique_ptr<CLI::App> MakeCommandLine(CContext& context, const std::vector<std::string>& words)
 {
     auto app = std::make_unique<CLI::App>("The navigation service from a shell.", "navctl");
     app->require_subcommand(1);
@@ -114,7 +115,9 @@ std::unique_ptr<CLI::App> MakeCommandLine(CContext& context)
             context.Output().TraceToErrors();
         }
     });
-    // The groups of commands, in the order of the help.
-    AddCommands(*app, context);
+    const std::size_t place = PlaceOfCommand(*app, words);
+    if (place == words.size() || !AddOperationCommand(*app, context, words[place])) {
+        AddCommands(*app, context);
+    }
     return app;
 }

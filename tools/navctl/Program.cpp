@@ -51,9 +51,9 @@ void PrintHelp(CContext& context, CLI::App& app, const std::optional<std::string
 EExitCode Run(int argumentCount, char** arguments, COutput& output)
 {
     CContext context(output);
-    const std::unique_ptr<CLI::App> app = MakeCommandLine(context);
     const std::vector<std::string> given =
         WithWholeNumbers({arguments + 1, arguments + std::max(argumentCount, 1)});
+    const std::unique_ptr<CLI::App> app = MakeCommandLine(context, given);
     const std::vector<std::string> words = WithHelpAsOption(*app, given);
     try {
         // The reader takes them from the back.

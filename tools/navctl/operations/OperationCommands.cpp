@@ -143,6 +143,17 @@ void AddOperationCommands(CLI::App& app, CContext& context)
     }
 }
 
+bool AddOperationCommand(CLI::App& app, CContext& context, const std::string& name)
+{
+    for (const COperation& operation : Operations()) {
+        if (operation.name == name) {
+            AddOperationCommand(app, context, operation);
+            return true;
+        }
+    }
+    return false;
+}
+
 void AddOperationsCommand(CLI::App& app, CContext& context)
 {
     app.add_subcommand("operations", "Lists the operations with their names on the link")
