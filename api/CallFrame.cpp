@@ -54,15 +54,16 @@ double CNavigationAPI::RequestDouble(const std::string& name, CallFrame::Argumen
     return value;
 }
 
-int CNavigationAPI::FetchInt(const std::string& name, CallFrame::Arguments arguments, int failure)
+int CNavigationAPI::RequestIntFreeingArguments(const std::string& name,
+                                               CallFrame::Arguments arguments, int failure)
 {
     const CallFrame::Reply reply(CallMethod(name, arguments.get()));
     arguments.reset();
     return CallFrame::ReadInt(reply.get(), failure);
 }
 
-double CNavigationAPI::FetchDouble(const std::string& name, CallFrame::Arguments arguments,
-                                   double failure)
+double CNavigationAPI::RequestDoubleFreeingArguments(const std::string& name,
+                                                     CallFrame::Arguments arguments, double failure)
 {
     const CallFrame::Reply reply(CallMethod(name, arguments.get()));
     arguments.reset();

@@ -17,8 +17,9 @@
 ///
 /// The requests differ in what they destroy first. RequestInt(), RequestDouble() and RequestList()
 /// keep the argument list until the reply has been read, and then destroy the reply and the list in
-/// that order. FetchInt() and FetchDouble() destroy the list at once after the call, before they
-/// look at the reply. In each, no reply and a reply of another type give `failure`.
+/// that order. RequestIntFreeingArguments() and RequestDoubleFreeingArguments() destroy the list at
+/// once after the call, before they look at the reply. In each, no reply and a reply of another
+/// type give `failure`.
 ///
 /// Notify() destroys the list after sending.
 namespace CallFrame {
@@ -75,10 +76,10 @@ inline Arguments LeadingOne()
     return ArgumentsOf(kLeadingOne);
 }
 
-/// The reply's number; `failure` when there is no reply or it is no single value.
+/// The reply's number; `failure` when there is no reply or it is not a single value.
 int ReadInt(const BElementC* reply, int failure);
 double ReadDouble(const BElementC* reply, double failure);
-/// The reply as a list, still owned by the reply; null when there is no reply or it is no list.
+/// The reply as a list, still owned by the reply; null when there is no reply or it is not a list.
 BListC* ReadList(BElementC* reply);
 
 } // namespace CallFrame

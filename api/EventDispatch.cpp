@@ -114,15 +114,15 @@ int CNavigationAPI::WaylineStatusCallback(BListC* payload)
     if (payload->Size() < 5) {
         return 0;
     }
-    const bool first = payload->GetInt(0) != 0;
-    const bool second = payload->GetInt(1) != 0;
-    const bool third = payload->GetInt(2) != 0;
+    const bool complete = payload->GetInt(0) != 0;
+    const bool recording = payload->GetInt(1) != 0;
+    const bool active = payload->GetInt(2) != 0;
     const auto type = static_cast<Kestrove::EWaylineType>(payload->GetInt(3));
     if (m_waylineStatus4 != nullptr) {
-        (*m_waylineStatus4)(first, second, third, type);
+        (*m_waylineStatus4)(complete, recording, active, type);
     }
     if (m_waylineStatus5 != nullptr) {
-        (*m_waylineStatus5)(first, second, third, type, payload->GetDouble(4));
+        (*m_waylineStatus5)(complete, recording, active, type, payload->GetDouble(4));
     }
     return 0;
 }
@@ -163,8 +163,8 @@ int CNavigationAPI::DrawPointsCallback(BListC* payload)
     const int announced = payload->GetInt(0);
     const int carried = (payload->Size() - 1) / 2;
     std::vector<Vector2<double>> points;
-    // A negative number is no number of points and becomes the length error of reserve(). Room is
-    // made for what the payload carries, so that a false announcement claims no memory.
+    // A negative number becomes the length error of reserve(). Room is made for what the payload
+    // carries, so that a false announcement claims no memory.
     points.reserve(static_cast<std::size_t>(std::min(announced, carried)));
     for (int k = 0; k < announced && k < carried; ++k) {
         points.emplace_back(payload->GetDouble(2 * k + 1), payload->GetDouble(2 * k + 2));

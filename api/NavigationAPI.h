@@ -19,38 +19,40 @@
 
 /// The connection to the navigation service on this machine ("localhost", port 5010), through which
 /// an application steers along a wayline. Every operation is one remote call; the object holds no
-/// guidance state of its own, so every getter asks the service again. The operations are told in
-/// groups: @ref steering, @ref engage_settings, @ref waylines, @ref offsets, @ref position_feed,
+/// guidance state of its own, so every getter asks the service again. The operations are described
+/// in groups: @ref steering, @ref engage_settings, @ref waylines, @ref offsets, @ref position_feed,
 /// @ref tuning, @ref events.
 ///
-/// A service that is down is no error of the object: the operations try to reach it again. They do
-/// so in two ways, which the service's protocol fixes per operation. "Reconnects once if needed"
-/// means: when the link is down, one attempt to connect is made, and the operation fails when that
-/// fails. "Verifies the connection" means: the operation fails unless VerifyConnection() finds the
-/// connection usable; that, too, makes one attempt to reopen a lost link.
+/// The Wire line of an operation gives its guard and kind, its service name, its arguments and its
+/// reply. Booleans travel as the integers 0 and 1, floats as doubles, enumerations as integers.
 ///
-/// Failures are neither thrown nor logged: each operation names the value by which it fails, which
-/// cannot be told from the same value sent by the service. LastError() tells the two apart: its
-/// code is None after a reply that was read. It is None, too, after a reply of another type: a list
-/// in place of a value, or the other way round, gives the failure value; among values, a text
-/// counts as 0, and a double where an integer is read loses its fraction. An operation that fails
-/// because the service cannot be reached has sent nothing. A request that got no reply may have
-/// reached the service; it is not sent a second time. A notification may be lost without a word:
-/// what such an operation returns tells that the service could be reached, and nothing more.
+/// The guard says how an operation tries to reach the service again, which the protocol fixes. A
+/// reconnecting one makes one attempt to connect when the link is down, and fails when that fails.
+/// A verifying one fails unless VerifyConnection() finds the connection usable; that, too, makes
+/// one attempt to reopen a lost link. A service that is down is not an error of the object.
+///
+/// A request blocks until the reply or the time-out. A notification waits for no reply, and nothing
+/// reports whether the service took it: it may be lost without a word. What such an operation
+/// returns shows that the service could be reached, and nothing more.
+///
+/// An operation fails when its guard does; it has then sent nothing. A request also fails when no
+/// reply comes, and when a list comes in place of a value or the other way round. Among values, a
+/// text counts as 0, and a double where an integer is read loses its fraction. A request that got
+/// no reply may have reached the service; it is not sent a second time. Failures are neither thrown
+/// nor logged: each operation names the value that it returns on failure. The service may reply
+/// with the same value; LastError() distinguishes the two, except for a reply of the other type:
+/// its code is None after every reply that was read.
 ///
 /// What is thrown is std::length_error, by GetWayline() and by the delivery of "cb_draw_points",
 /// when the service announces a negative number of points, and std::bad_alloc where memory runs
 /// out.
 ///
-/// Every operation may block. An attempt to connect takes at most 1000 ms; then a request waits for
-/// its reply, and a notification for room to be sent, for at most the connection's time-out
-/// (SetTimeout(); 2000 ms unless set, -1 without limit). The two together bound a call.
+/// An attempt to connect takes at most 1000 ms; then a request waits for its reply, and a
+/// notification for room to be sent, for at most the connection's time-out (SetTimeout(); 2000 ms
+/// unless set, -1 without limit). The two together bound a call.
 ///
 /// Values are passed on as they are. The meanings and units given here are those of the bundled
 /// service; another service may give others.
-///
-/// The Wire line of an operation gives its service name, its arguments and its reply. Booleans
-/// travel as the integers 0 and 1, floats as doubles, enumerations as integers.
 ///
 /// Events are delivered on the application's thread by the inherited ProcessMessages() and
 /// CheckCallbacks(), never inside an operation; see @ref events.
@@ -72,75 +74,62 @@ public:
     /// Asks whether the service is steering the machine.
     ///
     /// @return true when the service replies exactly 1; it reserves other values. False otherwise,
-    ///         also when it cannot be reached or does not reply.
+    ///         also on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "IsSteeringEngaged" [] -> int.
+    /// Wire: reconnecting request "IsSteeringEngaged" [] -> int.
     [[nodiscard]] bool IsSteeringEngaged();
 
     /// Lets the service take over the steering.
     ///
-    /// @return the service's integer: 1 engaged, 0 refused; -1 when it cannot be reached or does
-    ///         not reply.
+    /// @return the service's integer: 1 engaged, 0 refused; -1 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "EngageSteering" [1] -> int.
+    /// Wire: reconnecting request "EngageSteering" [1] -> int.
     int EngageSteering();
 
     /// Gives the steering back to the operator.
     ///
-    /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
-    ///         reply.
+    /// @return the service's integer: 1 done, 0 refused; -1 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "DisengageSteering" [1] -> int.
+    /// Wire: reconnecting request "DisengageSteering" [1] -> int.
     int DisengageSteering();
 
     /// Starts navigation along the wayline, which must be complete.
     ///
     /// @param followNearestPass true to follow the pass nearest to the machine, false to follow the
     ///        wayline itself.
-    /// @return the service's integer: 1 started, 0 refused; -1 when it cannot be reached or does
-    ///         not reply.
+    /// @return the service's integer: 1 started, 0 refused; -1 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "StartNavigation" [1, followNearestPass] -> int.
+    /// Wire: reconnecting request "StartNavigation" [1, followNearestPass] -> int.
     int StartNavigation(bool followNearestPass);
 
     /// Disengages and stops navigation; the wayline stays.
     ///
-    /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
-    ///         reply.
+    /// @return the service's integer: 1 done, 0 refused; -1 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "StopNavigation" [1] -> int.
+    /// Wire: reconnecting request "StopNavigation" [1] -> int.
     int StopNavigation();
 
     /// Disengages and drops wayline, waypoints, nudge and field offset.
     ///
-    /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
-    ///         reply.
+    /// @return the service's integer: 1 done, 0 refused; -1 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "ClearNavigation" [] -> int. Unlike its neighbours without a leading 1.
+    /// Wire: reconnecting request "ClearNavigation" [] -> int. Unlike its neighbours without a
+    /// leading 1.
     int ClearNavigation();
 
     /// Puts every setting of the service back to its start value.
     ///
-    /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
-    ///         reply.
+    /// @return the service's integer: 1 done, 0 refused; -1 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "ReinitialiseNavigation" [1] -> int.
+    /// Wire: reconnecting request "ReinitialiseNavigation" [1] -> int.
     int ReinitialiseNavigation();
 
     /// Asks whether navigation is active.
     ///
     /// @return true when the service replies exactly 1; it reserves other values. False otherwise,
-    ///         also when it cannot be reached or does not reply.
+    ///         also on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "IsNavigationActivated" [] -> int.
+    /// Wire: reconnecting request "IsNavigationActivated" [] -> int.
     [[nodiscard]] bool IsNavigationActivated();
 
     /// @}
@@ -153,18 +142,14 @@ public:
     /// @param enabled whether it can.
     /// @param persist whether the service keeps the value over a restart.
     ///
-    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable.
-    /// Wire: notification "set_reverse_engage_enabled" [enabled, persist].
+    /// Wire: verifying notification "set_reverse_engage_enabled" [enabled, persist].
     void SetReverseEngageEnabled(bool enabled, bool persist);
 
     /// Asks for the setting of SetReverseEngageEnabled().
     ///
-    /// @return true for every reply but 0; false also when the connection is not usable, without a
-    ///         reply and for a reply that is no single value.
+    /// @return true for every reply but 0; false also on failure.
     ///
-    /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "get_reverse_engage_enabled" [1] -> int.
+    /// Wire: verifying request "get_reverse_engage_enabled" [1] -> int.
     [[nodiscard]] bool GetReverseEngageEnabled();
 
     /// Sets whether the operator allows engaging in reverse. Both this and
@@ -173,18 +158,14 @@ public:
     /// @param allowed whether it is allowed.
     /// @param persist whether the service keeps the value over a restart.
     ///
-    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable.
-    /// Wire: notification "set_reverse_engage_allowed" [allowed, persist].
+    /// Wire: verifying notification "set_reverse_engage_allowed" [allowed, persist].
     void SetAllowReverseEngage(bool allowed, bool persist);
 
     /// Asks for the setting of SetAllowReverseEngage().
     ///
-    /// @return true for every reply but 0; false also when the connection is not usable, without a
-    ///         reply and for a reply that is no single value.
+    /// @return true for every reply but 0; false also on failure.
     ///
-    /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "get_reverse_engage_allowed" [1] -> int.
+    /// Wire: verifying request "get_reverse_engage_allowed" [1] -> int.
     [[nodiscard]] bool GetAllowReverseEngage();
 
     /// Sets whether steering may be engaged at low speed, and then stay engaged without limit of
@@ -193,19 +174,15 @@ public:
     /// @param enabled whether it may.
     /// @param persist whether the service keeps the value over a restart.
     ///
-    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable.
-    /// Wire: notification "set_low_speed_engage_allowed" [enabled, persist]. The service says
-    /// "allowed" for what is "enabled" here.
+    /// Wire: verifying notification "set_low_speed_engage_allowed" [enabled, persist]. The service
+    /// says "allowed" for what is "enabled" here.
     void SetLowSpeedEngageEnabled(bool enabled, bool persist);
 
     /// Asks for the setting of SetLowSpeedEngageEnabled().
     ///
-    /// @return true for every reply but 0; false also when the connection is not usable, without a
-    ///         reply and for a reply that is no single value.
+    /// @return true for every reply but 0; false also on failure.
     ///
-    /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "get_low_speed_engage_allowed" [1] -> int.
+    /// Wire: verifying request "get_low_speed_engage_allowed" [1] -> int.
     [[nodiscard]] bool GetLowSpeedEngageEnabled();
 
     /// Sets how long steering stays engaged at low speed while SetLowSpeedEngageEnabled() is off.
@@ -213,18 +190,14 @@ public:
     /// @param timeoutSeconds the time in seconds.
     /// @param persist whether the service keeps the value over a restart.
     ///
-    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable.
-    /// Wire: notification "set_low_speed_engage_timeout" [timeoutSeconds, persist].
+    /// Wire: verifying notification "set_low_speed_engage_timeout" [timeoutSeconds, persist].
     void SetLowSpeedEngageTimeout(double timeoutSeconds, bool persist);
 
     /// Asks how long steering stays engaged at low speed while SetLowSpeedEngageEnabled() is off.
     ///
-    /// @return the time in seconds; 0.0 when the connection is not usable, without a reply and for
-    ///         a reply that is no single value.
+    /// @return the time in seconds; 0.0 on failure.
     ///
-    /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "get_low_speed_engage_timeout" [1] -> double.
+    /// Wire: verifying request "get_low_speed_engage_timeout" [1] -> double.
     [[nodiscard]] double GetLowSpeedEngageTimeout();
 
     /// Sets how far ahead of the machine, in time, the controller aims.
@@ -232,18 +205,14 @@ public:
     /// @param lookAheadSeconds the time in seconds.
     /// @param persist whether the service keeps the value over a restart.
     ///
-    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable.
-    /// Wire: notification "set_lookahead_time" [lookAheadSeconds, persist].
+    /// Wire: verifying notification "set_lookahead_time" [lookAheadSeconds, persist].
     void SetLookAheadTime(double lookAheadSeconds, bool persist);
 
     /// Asks how far ahead of the machine, in time, the controller aims.
     ///
-    /// @return the time in seconds; 0.0 when the connection is not usable, without a reply and for
-    ///         a reply that is no single value.
+    /// @return the time in seconds; 0.0 on failure.
     ///
-    /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "get_lookahead_time" [1] -> double.
+    /// Wire: verifying request "get_lookahead_time" [1] -> double.
     [[nodiscard]] double GetLookAheadTime();
 
     /// @}
@@ -257,63 +226,52 @@ public:
     ///
     /// @param origin latitude (degrees), longitude (degrees), ellipsoid height (metres), WGS 84.
     ///
-    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable.
-    /// Wire: notification "set_wayline_origin" [origin.x, origin.y, origin.z].
+    /// Wire: verifying notification "set_wayline_origin" [origin.x, origin.y, origin.z].
     void SetWaylineOrigin(const Core::Maths::Vector3<double>& origin);
 
     /// Has the service calculate the heading of each wayline where the machine is nearest to it.
     ///
     /// @param waylines the waylines, none of them null; unchanged.
     /// @return the headings (radians, clockwise from north; NaN for a wayline without a shape), in
-    ///         the service's order and number, which need not be the number sent; empty when the
-    ///         connection is not usable, without a reply and for a reply that is no list.
+    ///         the service's order and number, which need not be the number sent; empty on failure.
     ///
-    /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "calculate_headings" [list form of each wayline] -> list of doubles.
+    /// Wire: verifying request "calculate_headings" [list form of each wayline] -> list of doubles.
     [[nodiscard]] std::vector<double>
     CalculateHeadings(const std::vector<Kestrove::WaylinePtr>& waylines);
 
     /// Asks for the service's wayline.
     ///
-    /// @return the wayline, solely owned by the caller; null when there is none, when the
-    ///         connection is not usable, without a reply and for a reply that is no wayline's list
-    ///         form.
+    /// @return the wayline, solely owned by the caller; null when there is none, on failure, and
+    ///         for a list that is not a wayline's.
     /// @throws std::length_error for a list form with a negative number of points; the object stays
     ///         usable.
     ///
-    /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "get_wayline" [] -> list form of the wayline.
+    /// Wire: verifying request "get_wayline" [] -> list form of the wayline.
     [[nodiscard]] Kestrove::WaylinePtr GetWayline();
 
     /// Replaces the service's wayline.
     ///
     /// @param wayline the new wayline; must not be null.
     /// @return true when the service replied at all: its answer, a refusal included, is
-    ///         disregarded. False when the connection is not usable and without a reply.
+    ///         disregarded. False otherwise.
     ///
-    /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "set_wayline" the wayline's list form -> int. That list is the argument list
-    /// itself.
+    /// Wire: verifying request "set_wayline" the wayline's list form -> int. That list is the
+    /// argument list itself.
     bool SetWayline(Kestrove::WaylinePtr wayline);
 
     /// Drops the service's wayline and disengages.
     ///
-    /// @return true for every reply but 0, which means that there was none; false also when the
-    ///         connection is not usable, without a reply and for a reply that is no single value.
+    /// @return true for every reply but 0, which means that there was none; false also on failure.
     ///
-    /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "clear_wayline" [] -> int.
+    /// Wire: verifying request "clear_wayline" [] -> int.
     bool ClearWayline();
 
     /// Begins a wayline of the given kind, which the waypoints then complete.
     ///
     /// @param type the kind of wayline.
-    /// @return true for every reply but 0, which means refused; false also when the connection is
-    ///         not usable, without a reply and for a reply that is no single value.
+    /// @return true for every reply but 0, which means refused; false also on failure.
     ///
-    /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "start_wayline" [type] -> int.
+    /// Wire: verifying request "start_wayline" [type] -> int.
     bool StartWayline(Kestrove::EWaylineType type);
 
     /// Sets a waypoint of the wayline that was begun.
@@ -323,30 +281,25 @@ public:
     /// @param y metres north of it.
     /// @param z metres above it.
     /// @param heading radians, clockwise from north.
-    /// @return true for every reply but 0, which means refused; false also when the connection is
-    ///         not usable, without a reply and for a reply that is no single value.
+    /// @return true for every reply but 0, which means refused; false also on failure.
     ///
-    /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "set_waypoint" [waypoint, x, y, z, heading] -> int.
+    /// Wire: verifying request "set_waypoint" [waypoint, x, y, z, heading] -> int.
     bool SetWaypoint(int waypoint, double x, double y, double z, double heading);
 
     /// Asks whether a waypoint is set.
     ///
     /// @param waypoint its number, as in SetWaypoint().
     /// @return true when the service replies exactly 1; it reserves other values. False otherwise,
-    ///         also when it cannot be reached or does not reply.
+    ///         also on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "is_waypoint_set" [waypoint] -> int.
+    /// Wire: reconnecting request "is_waypoint_set" [waypoint] -> int.
     [[nodiscard]] bool IsWaypointSet(int waypoint);
 
     /// Brings back the waypoints before the last change.
     ///
-    /// @return the service's integer, the number of waypoints; -1 when it cannot be reached or does
-    ///         not reply.
+    /// @return the service's integer, the number of waypoints; -1 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "RestoreWaypoints" [1] -> int.
+    /// Wire: reconnecting request "RestoreWaypoints" [1] -> int.
     int RestoreWaypoints();
 
     /// @}
@@ -361,124 +314,102 @@ public:
     /// @param nudge receives the resulting nudge as a vector (metres); untouched on failure.
     /// @param add true to add `amount` to the nudge, false to set the nudge to it.
     /// @param amount metres.
-    /// @return the service's status: 1 done, 0 refused; -1 when it cannot be reached, does not
-    ///         reply or replies with no list.
+    /// @return the service's status: 1 done, 0 refused; -1 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "Nudge" [1, add, amount] -> [int status, double x, double y, double z].
-    /// Elements missing from the reply count as 0.
+    /// Wire: reconnecting request "Nudge" [1, add, amount] -> [int status, double x, double y,
+    /// double z]. Elements missing from the reply count as 0.
     int Nudge(Core::Maths::Vector3<double>& nudge, bool add, double amount);
 
     /// Chooses the nudge that puts the line under the machine.
     ///
     /// @param nudge receives the resulting nudge as a vector (metres); untouched on failure.
-    /// @return the service's status: 1 done, 0 refused; -1 when it cannot be reached, does not
-    ///         reply or replies with no list.
+    /// @return the service's status: 1 done, 0 refused; -1 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "AutoSetNudge" [1] -> [int status, double x, double y, double z]. Elements
-    /// missing from the reply count as 0.
+    /// Wire: reconnecting request "AutoSetNudge" [1] -> [int status, double x, double y, double z].
+    /// Elements missing from the reply count as 0.
     int AutoSetNudge(Core::Maths::Vector3<double>& nudge);
 
     /// Asks for the nudge as a vector.
     ///
     /// @param nudge receives it (metres); untouched on failure.
-    /// @return true when a list came; false when the connection is not usable, without a reply and
-    ///         for a reply that is no list.
+    /// @return true when a list came; false on failure.
     ///
-    /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "get_nudge_vector" [] -> [double x, double y, double z]. Elements missing from
-    /// the reply count as 0.
+    /// Wire: verifying request "get_nudge_vector" [] -> [double x, double y, double z]. Elements
+    /// missing from the reply count as 0.
     [[nodiscard]] bool GetNudgeVector(Core::Maths::Vector3<double>& nudge);
 
     /// Asks for the nudge as a number.
     ///
-    /// @return metres; -1.0 when the service cannot be reached or does not reply.
+    /// @return metres; -1.0 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "get_nudge" [1] -> double.
+    /// Wire: reconnecting request "get_nudge" [1] -> double.
     [[nodiscard]] double GetNudgeScalar();
 
     /// Sets the nudge.
     ///
     /// @param nudge metres.
     ///
-    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable.
-    /// Wire: notification "set_nudge" [1, nudge].
+    /// Wire: verifying notification "set_nudge" [1, nudge].
     void SetNudge(double nudge);
 
     /// Chooses the field offset that puts the line under the machine.
     ///
-    /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
-    ///         reply.
+    /// @return the service's integer: 1 done, 0 refused; -1 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "AutoSetFieldOffset" [1] -> int.
+    /// Wire: reconnecting request "AutoSetFieldOffset" [1] -> int.
     int AutoSetFieldOffset();
 
     /// Sets the field offset, a shift of the line for this field.
     ///
     /// @param offset metres.
-    /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
-    ///         reply.
+    /// @return the service's integer: 1 done, 0 refused; -1 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "SetFieldOffset" [1, offset] -> int.
+    /// Wire: reconnecting request "SetFieldOffset" [1, offset] -> int.
     int SetFieldOffset(double offset);
 
     /// Asks for the field offset.
     ///
-    /// @return metres; -1.0 when the service cannot be reached or does not reply.
+    /// @return metres; -1.0 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "GetFieldOffset" [1] -> double.
+    /// Wire: reconnecting request "GetFieldOffset" [1] -> double.
     [[nodiscard]] double GetFieldOffset();
 
     /// Sets the implement offset: the line is followed shifted by it to the right, so that an
     /// implement whose middle is that far to the left of the machine's runs along the line itself.
     ///
     /// @param offset metres.
-    /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
-    ///         reply.
+    /// @return the service's integer: 1 done, 0 refused; -1 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "SetImplementOffset" [1, offset] -> int.
+    /// Wire: reconnecting request "SetImplementOffset" [1, offset] -> int.
     int SetImplementOffset(double offset);
 
     /// Asks for the implement offset.
     ///
-    /// @return metres; -1.0 when the service cannot be reached or does not reply.
+    /// @return metres; -1.0 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "GetImplementOffset" [1] -> double.
+    /// Wire: reconnecting request "GetImplementOffset" [1] -> double.
     [[nodiscard]] double GetImplementOffset();
 
     /// Sets whether splines are shifted by the implement offset too.
     ///
     /// @param use true to shift splines by the implement offset, false not to.
     ///
-    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable.
-    /// Wire: notification "SetSplinesUseImplementOffset" [use]. Without a leading 1.
+    /// Wire: verifying notification "SetSplinesUseImplementOffset" [use]. Without a leading 1.
     void SetSplinesUseImplementOffset(bool use);
 
     /// Sets the implement width, which is the distance between neighbouring passes.
     ///
     /// @param width metres.
-    /// @return the service's integer: 1 done, 0 refused; -1 when it cannot be reached or does not
-    ///         reply.
+    /// @return the service's integer: 1 done, 0 refused; -1 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "SetImplementWidth" [1, width] -> int.
+    /// Wire: reconnecting request "SetImplementWidth" [1, width] -> int.
     int SetImplementWidth(double width);
 
     /// Asks for the implement width.
     ///
-    /// @return metres; -1.0 when the service cannot be reached or does not reply.
+    /// @return metres; -1.0 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "GetImplementWidth" [1] -> double.
+    /// Wire: reconnecting request "GetImplementWidth" [1] -> double.
     [[nodiscard]] double GetImplementWidth();
 
     /// @}
@@ -504,9 +435,8 @@ public:
     /// @param time of the sample, Unix time in seconds.
     /// @return 0 when the service can be reached, whatever became of the sample; -1 when it cannot.
     ///
-    /// Waits for no reply; reconnects once if needed.
-    /// Wire: notification "SetPositionData" [record]. The record is a text: the values in this
-    /// order under the tags 1 to 21 (see Core::IO::ObjectStore), booleans as 0 and 1.
+    /// Wire: reconnecting notification "SetPositionData" [record]. The record is a text: the values
+    /// in this order under the tags 1 to 21 (see Core::IO::ObjectStore), booleans as 0 and 1.
     int SetPositionData(double latitude, double longitude, double height, double course,
                         double speed, double roll, double pitch, double yaw, double rollRate,
                         double pitchRate, double yawRate, double sigmaEast, double sigmaNorth,
@@ -517,132 +447,109 @@ public:
 
     /// @defgroup tuning Controller tuning
     ///
-    /// The parameters are told at Kestrove::ETuningParameter; their values have no unit.
+    /// Kestrove::ETuningParameter describes the parameters; their values have no unit.
     /// @{
 
     /// Asks for the limits of a tuning parameter.
     ///
-    /// @param parameter the parameter.
+    /// @param parameter which one.
     /// @param lowest,start,highest receive the lowest value, the start value and the highest value;
     ///        untouched on failure.
-    /// @return true when a list of exactly three limits came; false otherwise, also when the
-    ///         service cannot be reached or does not reply.
+    /// @return true when a list of exactly three limits came; false otherwise, also on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "GetTuningLimits" [parameter] -> [double lowest, double start, double
-    /// highest], exactly 3.
+    /// Wire: reconnecting request "GetTuningLimits" [parameter] -> [double lowest, double start,
+    /// double highest], exactly 3.
     [[nodiscard]] bool GetTuningLimits(Kestrove::ETuningParameter parameter, double& lowest,
                                        double& start, double& highest);
 
     /// Sets the limits of a tuning parameter.
     ///
-    /// @param parameter the parameter.
+    /// @param parameter which one.
     /// @param lowest,start,highest the lowest value, the start value and the highest value, in
     ///        rising order.
     /// @return true when the service can be reached, whatever became of the limits; false when it
     ///         cannot.
     ///
-    /// Waits for no reply; reconnects once if needed.
-    /// Wire: notification "SetTuningLimits" [parameter, lowest, start, highest].
+    /// Wire: reconnecting notification "SetTuningLimits" [parameter, lowest, start, highest].
     bool SetTuningLimits(Kestrove::ETuningParameter parameter, double lowest, double start,
                          double highest);
 
     /// Asks for a tuning parameter.
     ///
-    /// @param parameter the parameter.
-    /// @return its value; 0.0 when the connection is not usable, without a reply and for a reply
-    ///         that is no single value.
+    /// @param parameter which one.
+    /// @return its value; 0.0 on failure.
     ///
-    /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "get_tuning_parameter" [parameter] -> double.
+    /// Wire: verifying request "get_tuning_parameter" [parameter] -> double.
     [[nodiscard]] float GetTuningParameter(Kestrove::ETuningParameter parameter);
 
     /// Sets a tuning parameter. The service brings a value outside the parameter's limits to the
     /// nearest one inside.
     ///
-    /// @param parameter the parameter.
-    /// @param value its new value.
+    /// @param parameter which one.
+    /// @param value its new value, without a unit.
     /// @param persist whether the service keeps the value over a restart.
     ///
-    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable.
-    /// Wire: notification "set_tuning_parameter" [parameter, value, persist].
+    /// Wire: verifying notification "set_tuning_parameter" [parameter, value, persist].
     void SetTuningParameter(Kestrove::ETuningParameter parameter, float value, bool persist);
 
     /// GetTuningParameter() of Kestrove::Sensitivity.
     ///
-    /// @return its value; 0.0 when the connection is not usable, without a reply and for a reply
-    ///         that is no single value.
+    /// @return its value; 0.0 on failure.
     ///
-    /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "get_tuning_parameter" [0] -> double.
+    /// Wire: verifying request "get_tuning_parameter" [0] -> double.
     [[nodiscard]] float GetSensitivity();
 
     /// GetTuningParameter() of Kestrove::Aggressiveness.
     ///
-    /// @return its value; 0.0 when the connection is not usable, without a reply and for a reply
-    ///         that is no single value.
+    /// @return its value; 0.0 on failure.
     ///
-    /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "get_tuning_parameter" [1] -> double.
+    /// Wire: verifying request "get_tuning_parameter" [1] -> double.
     [[nodiscard]] float GetAggressiveness();
 
     /// GetTuningParameter() of Kestrove::Overshoot.
     ///
-    /// @return its value; 0.0 when the connection is not usable, without a reply and for a reply
-    ///         that is no single value.
+    /// @return its value; 0.0 on failure.
     ///
-    /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "get_tuning_parameter" [2] -> double.
+    /// Wire: verifying request "get_tuning_parameter" [2] -> double.
     [[nodiscard]] float GetOvershoot();
 
     /// GetTuningParameter() of Kestrove::SpeedAdjust.
     ///
-    /// @return its value; 0.0 when the connection is not usable, without a reply and for a reply
-    ///         that is no single value.
+    /// @return its value; 0.0 on failure.
     ///
-    /// Blocks until the reply or the time-out; verifies the connection.
-    /// Wire: request "get_tuning_parameter" [3] -> double.
+    /// Wire: verifying request "get_tuning_parameter" [3] -> double.
     [[nodiscard]] float GetSpeedAdjust();
 
     /// SetTuningParameter() of Kestrove::Sensitivity.
     ///
-    /// @param value its new value.
+    /// @param value its new value, without a unit.
     /// @param persist whether the service keeps the value over a restart.
     ///
-    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable.
-    /// Wire: notification "set_tuning_parameter" [0, value, persist].
+    /// Wire: verifying notification "set_tuning_parameter" [0, value, persist].
     void SetSensitivity(float value, bool persist);
 
     /// SetTuningParameter() of Kestrove::Aggressiveness.
     ///
-    /// @param value its new value.
+    /// @param value its new value, without a unit.
     /// @param persist whether the service keeps the value over a restart.
     ///
-    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable.
-    /// Wire: notification "set_tuning_parameter" [1, value, persist].
+    /// Wire: verifying notification "set_tuning_parameter" [1, value, persist].
     void SetAggressiveness(float value, bool persist);
 
     /// SetTuningParameter() of Kestrove::Overshoot.
     ///
-    /// @param value its new value.
+    /// @param value its new value, without a unit.
     /// @param persist whether the service keeps the value over a restart.
     ///
-    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable.
-    /// Wire: notification "set_tuning_parameter" [2, value, persist].
+    /// Wire: verifying notification "set_tuning_parameter" [2, value, persist].
     void SetOvershoot(float value, bool persist);
 
     /// SetTuningParameter() of Kestrove::SpeedAdjust.
     ///
-    /// @param value its new value.
+    /// @param value its new value, without a unit.
     /// @param persist whether the service keeps the value over a restart.
     ///
-    /// Nothing tells whether the service took the value. Verifies the connection; sends nothing
-    /// when it is not usable.
-    /// Wire: notification "set_tuning_parameter" [3, value, persist].
+    /// Wire: verifying notification "set_tuning_parameter" [3, value, persist].
     void SetSpeedAdjust(float value, bool persist);
 
     /// Puts the integral term of the controller back to zero.
@@ -650,44 +557,35 @@ public:
     /// @return true when the connection is usable, whatever became of the notification; false when
     ///         it is not.
     ///
-    /// Waits for no reply; verifies the connection.
-    /// Wire: notification "reset_integral" [].
+    /// Wire: verifying notification "reset_integral" [].
     bool ResetIntegral();
 
     /// Asks for the velocity set point.
     ///
-    /// @return metres per second; 0.0 when the service cannot be reached, does not reply or replies
-    ///         with no list.
+    /// @return metres per second; 0.0 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "GetVelocitySetPoint" [] -> [double velocity].
+    /// Wire: reconnecting request "GetVelocitySetPoint" [] -> [double velocity].
     [[nodiscard]] float GetVelocitySetPoint();
 
     /// Sets the velocity set point.
     ///
     /// @param velocity metres per second.
     ///
-    /// Nothing tells whether the service took the value. Reconnects once if needed; sends nothing
-    /// when the service cannot be reached.
-    /// Wire: notification "SetVelocitySetPoint" [velocity].
+    /// Wire: reconnecting notification "SetVelocitySetPoint" [velocity].
     void SetVelocitySetPoint(float velocity);
 
     /// Asks for the size of the curve filter.
     ///
-    /// @return a number of recorded points; -1 when the service cannot be reached or does not
-    ///         reply.
+    /// @return a number of recorded points; -1 on failure.
     ///
-    /// Blocks until the reply or the time-out; reconnects once if needed.
-    /// Wire: request "GetCurveFilterSize" [1] -> int.
+    /// Wire: reconnecting request "GetCurveFilterSize" [1] -> int.
     [[nodiscard]] int GetCurveFilterSize();
 
     /// Sets the size of the curve filter.
     ///
     /// @param size a number of recorded points.
     ///
-    /// Nothing tells whether the service took the value. Reconnects once if needed; sends nothing
-    /// when the service cannot be reached.
-    /// Wire: notification "SetCurveFilterSize" [1, size].
+    /// Wire: reconnecting notification "SetCurveFilterSize" [1, size].
     void SetCurveFilterSize(int size);
 
     /// @}
@@ -809,8 +707,10 @@ private:
     template <typename Result, typename Read>
     Result RequestList(const std::string& name, std::unique_ptr<BListC> arguments, Result failure,
                        Read read);
-    int FetchInt(const std::string& name, std::unique_ptr<BListC> arguments, int failure);
-    double FetchDouble(const std::string& name, std::unique_ptr<BListC> arguments, double failure);
+    int RequestIntFreeingArguments(const std::string& name, std::unique_ptr<BListC> arguments,
+                                   int failure);
+    double RequestDoubleFreeingArguments(const std::string& name, std::unique_ptr<BListC> arguments,
+                                         double failure);
     void Notify(const std::string& name, std::unique_ptr<BListC> arguments);
 
     // One handler an event; each returns 0, whatever it did.

@@ -38,7 +38,8 @@ int CNavigationAPI::StopNavigation()
 int CNavigationAPI::ClearNavigation()
 {
     // The service takes no leading one here, and the list goes before the reply is looked at.
-    return ReconnectingGuard() ? FetchInt("ClearNavigation", NoArguments(), -1) : -1;
+    return ReconnectingGuard() ? RequestIntFreeingArguments("ClearNavigation", NoArguments(), -1)
+                               : -1;
 }
 
 int CNavigationAPI::ReinitialiseNavigation()
@@ -61,7 +62,8 @@ void CNavigationAPI::SetReverseEngageEnabled(bool enabled, bool persist)
 
 bool CNavigationAPI::GetReverseEngageEnabled()
 {
-    return VerifyingGuard() && FetchInt("get_reverse_engage_enabled", LeadingOne(), 0) != 0;
+    return VerifyingGuard() &&
+           RequestIntFreeingArguments("get_reverse_engage_enabled", LeadingOne(), 0) != 0;
 }
 
 void CNavigationAPI::SetAllowReverseEngage(bool allowed, bool persist)
@@ -73,7 +75,8 @@ void CNavigationAPI::SetAllowReverseEngage(bool allowed, bool persist)
 
 bool CNavigationAPI::GetAllowReverseEngage()
 {
-    return VerifyingGuard() && FetchInt("get_reverse_engage_allowed", LeadingOne(), 0) != 0;
+    return VerifyingGuard() &&
+           RequestIntFreeingArguments("get_reverse_engage_allowed", LeadingOne(), 0) != 0;
 }
 
 void CNavigationAPI::SetLowSpeedEngageEnabled(bool enabled, bool persist)
@@ -85,7 +88,8 @@ void CNavigationAPI::SetLowSpeedEngageEnabled(bool enabled, bool persist)
 
 bool CNavigationAPI::GetLowSpeedEngageEnabled()
 {
-    return VerifyingGuard() && FetchInt("get_low_speed_engage_allowed", LeadingOne(), 0) != 0;
+    return VerifyingGuard() &&
+           RequestIntFreeingArguments("get_low_speed_engage_allowed", LeadingOne(), 0) != 0;
 }
 
 void CNavigationAPI::SetLowSpeedEngageTimeout(double timeoutSeconds, bool persist)
@@ -97,7 +101,9 @@ void CNavigationAPI::SetLowSpeedEngageTimeout(double timeoutSeconds, bool persis
 
 double CNavigationAPI::GetLowSpeedEngageTimeout()
 {
-    return VerifyingGuard() ? FetchDouble("get_low_speed_engage_timeout", LeadingOne(), 0.0) : 0.0;
+    return VerifyingGuard()
+               ? RequestDoubleFreeingArguments("get_low_speed_engage_timeout", LeadingOne(), 0.0)
+               : 0.0;
 }
 
 void CNavigationAPI::SetLookAheadTime(double lookAheadSeconds, bool persist)
@@ -109,5 +115,6 @@ void CNavigationAPI::SetLookAheadTime(double lookAheadSeconds, bool persist)
 
 double CNavigationAPI::GetLookAheadTime()
 {
-    return VerifyingGuard() ? FetchDouble("get_lookahead_time", LeadingOne(), 0.0) : 0.0;
+    return VerifyingGuard() ? RequestDoubleFreeingArguments("get_lookahead_time", LeadingOne(), 0.0)
+                            : 0.0;
 }

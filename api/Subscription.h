@@ -126,7 +126,7 @@ public:
 
     /// Subscribes by one of the client's setters. Applications use OnEngageStatus() and the others.
     ///
-    /// @param client the client.
+    /// @param client must outlive the subscription.
     /// @param callable what is called.
     /// @return the subscription.
     template <typename Event, typename Event::Setter kSetter, typename Callable>
@@ -152,7 +152,7 @@ private:
 
 /// Subscribes to the state of steering; see CNavigationAPI::SetEngageStatusCallback().
 ///
-/// @param client the client.
+/// @param client must outlive the subscription.
 /// @param callable is called with (bool, bool, bool, bool, bool).
 /// @return the subscription.
 template <typename Callable>
@@ -164,7 +164,7 @@ Subscription OnEngageStatus(CNavigationAPI& client, Callable callable)
 
 /// Subscribes to the state of guidance; see CNavigationAPI::SetGuidanceStatusCallback().
 ///
-/// @param client the client.
+/// @param client must outlive the subscription.
 /// @param callable is called with (int, double, double, double).
 /// @return the subscription.
 template <typename Callable>
@@ -176,7 +176,7 @@ Subscription OnGuidanceStatus(CNavigationAPI& client, Callable callable)
 
 /// Subscribes to the line's shift; see CNavigationAPI::SetOffsetCallback().
 ///
-/// @param client the client.
+/// @param client must outlive the subscription.
 /// @param callable is called with (double), metres.
 /// @return the subscription.
 template <typename Callable>
@@ -188,7 +188,7 @@ Subscription OnOffset(CNavigationAPI& client, Callable callable)
 
 /// Subscribes to the wayline's status; see CNavigationAPI::SetWaylineStatusCallback().
 ///
-/// @param client the client.
+/// @param client must outlive the subscription.
 /// @param callable is called with (bool, bool, bool, EWaylineType, double) where it can be, and
 ///        otherwise without the last.
 /// @return the subscription.
@@ -207,7 +207,7 @@ Subscription OnWaylineStatus(CNavigationAPI& client, Callable callable)
 
 /// Subscribes to changes of the implement's width; see CNavigationAPI::SetImplementWidthCallback().
 ///
-/// @param client the client.
+/// @param client must outlive the subscription.
 /// @param callable is called with (double), metres.
 /// @return the subscription.
 template <typename Callable>
@@ -220,7 +220,7 @@ Subscription OnImplementWidth(CNavigationAPI& client, Callable callable)
 /// Subscribes to changes of the controller; see
 /// CNavigationAPI::SetTuningParameterChangedCallback().
 ///
-/// @param client the client.
+/// @param client must outlive the subscription.
 /// @param callable is called with (ETuningParameter, double).
 /// @return the subscription.
 template <typename Callable>
@@ -233,7 +233,7 @@ Subscription OnTuningParameterChanged(CNavigationAPI& client, Callable callable)
 
 /// Subscribes to the machine's position; see CNavigationAPI::SetRelativePositionCallback().
 ///
-/// @param client the client.
+/// @param client must outlive the subscription.
 /// @param callable is called with (const Core::Maths::Vector2<double>&, double).
 /// @return the subscription.
 template <typename Callable>
@@ -245,7 +245,7 @@ Subscription OnRelativePosition(CNavigationAPI& client, Callable callable)
 
 /// Subscribes to points to draw; see CNavigationAPI::SetDrawPointsCallback().
 ///
-/// @param client the client.
+/// @param client must outlive the subscription.
 /// @param callable is called with (const std::vector<Core::Maths::Vector2<double>>&).
 /// @return the subscription.
 template <typename Callable>

@@ -43,8 +43,8 @@ bool CNavigationAPI::SetTuningLimits(Kestrove::ETuningParameter parameter, doubl
 
 float CNavigationAPI::GetTuningParameter(Kestrove::ETuningParameter parameter)
 {
-    return VerifyingGuard() ? static_cast<float>(
-                                  FetchDouble("get_tuning_parameter", ArgumentsOf(parameter), 0.0))
+    return VerifyingGuard() ? static_cast<float>(RequestDoubleFreeingArguments(
+                                  "get_tuning_parameter", ArgumentsOf(parameter), 0.0))
                             : 0.0F;
 }
 

@@ -43,7 +43,7 @@ Kestrove::WaylinePtr CNavigationAPI::GetWayline()
     }
     Arguments arguments = NoArguments();
     Reply reply(CallMethod("get_wayline", arguments.get()));
-    // A reply that is no list goes on as a null list, of which no wayline comes.
+    // A reply that is not a list goes on as a null list, which makes no wayline.
     Kestrove::WaylinePtr wayline = Kestrove::CWayline::FromBList(CallFrame::ReadList(reply.get()));
     reply.reset();
     arguments.reset();

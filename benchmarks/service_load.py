@@ -51,7 +51,7 @@ def subscribe(link):
 
 
 def change_settings(link, step):
-    """Changes what events tell of, so that they are sent at the pace of the guidance."""
+    """Changes what events report, so that they are sent at the pace of the guidance."""
     request(link, "SetImplementWidth", 1, 3.0 + 0.01 * (step % 2))
     request(link, "SetFieldOffset", 1, 0.05 * (step % 2))
 

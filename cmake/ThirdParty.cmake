@@ -16,7 +16,7 @@ endforeach()
 foreach(name IN LISTS foreign_names)
   target_compile_definitions(kestrove_third_party INTERFACE ${name}=kestrove_${name})
 endforeach()
-# Asio marks its names as visible, whatever the compiler is told. It is to allocate by operator new, whose
+# Asio marks its names as visible, whatever the compiler is asked. It is to allocate by operator new, whose
 # handler the service has for when there is no memory.
 target_compile_definitions(kestrove_third_party INTERFACE
   MSGPACK_NO_BOOST ASIO_STANDALONE ASIO_DISABLE_VISIBILITY ASIO_DISABLE_STD_ALIGNED_ALLOC)

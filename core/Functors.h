@@ -18,8 +18,8 @@ class Functor1
 public:
     /// What the application wants done. Runs on the thread that calls.
     ///
-    /// @param argument1 has the meaning and unit that are told where the functor is handed over.
-    /// @return what is told there likewise.
+    /// @param argument1 has the meaning and unit described where the functor is handed over.
+    /// @return what is described there likewise.
     virtual Result operator()(Argument1 argument1) = 0;
     /// Destroys the application's object whole.
     virtual ~Functor1() = default;
@@ -32,9 +32,9 @@ class Functor2
 public:
     /// What the application wants done, as in Functor1.
     ///
-    /// @param argument1,argument2 have the meanings and units that are told where the functor is
-    ///        handed over.
-    /// @return what is told there likewise.
+    /// @param argument1,argument2 have the meanings and units described where the functor is handed
+    ///        over.
+    /// @return what is described there likewise.
     virtual Result operator()(Argument1 argument1, Argument2 argument2) = 0;
     /// Destroys the application's object whole.
     virtual ~Functor2() = default;
@@ -47,9 +47,9 @@ class Functor3
 public:
     /// What the application wants done, as in Functor1.
     ///
-    /// @param argument1,argument2,argument3 have the meanings and units that are told where the
-    ///        functor is handed over.
-    /// @return what is told there likewise.
+    /// @param argument1,argument2,argument3 have the meanings and units described where the functor
+    ///        is handed over.
+    /// @return what is described there likewise.
     virtual Result operator()(Argument1 argument1, Argument2 argument2, Argument3 argument3) = 0;
     /// Destroys the application's object whole.
     virtual ~Functor3() = default;
@@ -63,9 +63,9 @@ class Functor4
 public:
     /// What the application wants done, as in Functor1.
     ///
-    /// @param argument1,argument2,argument3,argument4 have the meanings and units that are told
-    ///        where the functor is handed over.
-    /// @return what is told there likewise.
+    /// @param argument1,argument2,argument3,argument4 have the meanings and units described where
+    ///        the functor is handed over.
+    /// @return what is described there likewise.
     virtual Result operator()(Argument1 argument1, Argument2 argument2, Argument3 argument3,
                               Argument4 argument4) = 0;
     /// Destroys the application's object whole.
@@ -80,9 +80,9 @@ class Functor5
 public:
     /// What the application wants done, as in Functor1.
     ///
-    /// @param argument1,argument2,argument3,argument4,argument5 have the meanings and units that
-    ///        are told where the functor is handed over.
-    /// @return what is told there likewise.
+    /// @param argument1,argument2,argument3,argument4,argument5 have the meanings and units
+    ///        described where the functor is handed over.
+    /// @return what is described there likewise.
     virtual Result operator()(Argument1 argument1, Argument2 argument2, Argument3 argument3,
                               Argument4 argument4, Argument5 argument5) = 0;
     /// Destroys the application's object whole.

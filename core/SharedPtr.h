@@ -65,14 +65,14 @@ public:
 
     /// Lets go of the present share, as Dereference() does, and shares what another pointer holds.
     ///
-    /// Assigning a pointer to itself is no special case. The share is let go of first: the only
+    /// Assigning a pointer to itself is not a special case. The share is let go of first: the only
     /// owner thereby destroys the object and ends up null; with further owners nothing changes.
     ///
     /// @param other the other. This pointer becomes null when it holds nothing or has a count of 0.
     /// @return a further owner, by value; it gives its share back when it is dropped. Null when
     ///         this pointer became null, and when the count wrapped.
     SharedPtr
-    operator=(const SharedPtr& other); // NOLINT(bugprone-unhandled-self-assignment): told above
+    operator=(const SharedPtr& other); // NOLINT(bugprone-unhandled-self-assignment): see above
 
     /// Lets go of this pointer's share of the object. The last owner destroys the object and
     /// becomes null. While others share the object, only the count goes down, and this pointer

@@ -1,5 +1,5 @@
 // Feeds the navigation service the positions of a satellite receiver, whose NMEA 0183 sentences it
-// reads from standard input: feed_nmea </dev/ttyUSB0. A GGA makes a sample; RMC before it tells
+// reads from standard input: feed_nmea </dev/ttyUSB0. A GGA makes a sample; RMC before it gives
 // course, speed and date, HDT the heading, GST the accuracy. Needs a navigation service on this
 // machine. Exits with 1 when a sample found no service.
 

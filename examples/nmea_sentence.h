@@ -12,16 +12,16 @@ class CNmeaSentence
 public:
     /// Takes a line apart.
     ///
-    /// @return nothing when the line is no sentence or its checksum is wrong.
+    /// @return nothing when the line is not a sentence or its checksum is wrong.
     static std::optional<CNmeaSentence> Read(const std::string& line);
 
-    /// The three letters that tell what the sentence reports, whoever talks: "GGA" for "GPGGA".
+    /// The three letters that say what the sentence reports, whoever talks: "GGA" for "GPGGA".
     std::string Type() const;
     /// Whether a field is there and not empty; they count from 1.
     bool Has(std::size_t index) const;
     /// The first letter of a field; a blank when it is empty.
     char Letter(std::size_t index) const;
-    /// A field as a number; `otherwise` when it is none.
+    /// A field as a number; `otherwise` when it is not one.
     double Number(std::size_t index, double otherwise = 0.0) const;
     /// Latitude or longitude in degrees, from a field "dddmm.mmmm" and the letter N, S, E or W
     /// behind it.

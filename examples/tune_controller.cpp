@@ -54,8 +54,8 @@ int Set(CNavigationAPI& navigation, const SParameter& parameter, float value)
     navigation.SetTuningParameter(parameter.code, value, keepOverRestart);
     // What the integral term has gathered belongs to the old gains.
     navigation.ResetIntegral();
-    // Nothing tells what became of a notification, so the value is asked for. 0.0 may be a value as
-    // well as a failure: the error tells which.
+    // Nothing reports what became of a notification, so the value is asked for. 0.0 may be a value
+    // as well as a failure: the error shows which.
     const float taken = navigation.GetTuningParameter(parameter.code);
     if (navigation.LastError().code != ELinkError::None) {
         return Fail(navigation);

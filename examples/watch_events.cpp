@@ -56,8 +56,8 @@ void Watch(CNavigationAPI& navigation)
 {
     char command = '\0';
     do {
-        // An operation may have taken events in while it waited for its reply, and those no
-        // descriptor tells of: so all that are there are delivered before the wait.
+        // An operation may have taken events in while it waited for its reply, and no descriptor
+        // shows those: so all that are there are delivered before the wait.
         while (navigation.CheckCallbacks() > 0) {
         }
         // Without a link there is no descriptor, and poll() passes over -1; the time-out then

@@ -97,7 +97,7 @@ public:
     [[nodiscard]] std::int64_t Int64Value() const;
     /// @return the number as a double; exact for every int. A text or nothing is 0.0.
     [[nodiscard]] double DoubleValue() const;
-    /// @return the text, valid as long as this value; empty when this value is no text.
+    /// @return the text, valid as long as this value; empty when this value is not a text.
     [[nodiscard]] const std::string& StringValue() const { return m_string; }
 
 private:
@@ -168,17 +168,17 @@ public:
     [[nodiscard]] EBElementType TypeAt(int index) const;
     /// @param index a place, from 0.
     /// @return the number there as an int, by the rules of BAtomC::IntValue(); 0 past the end and
-    ///         for what is no number.
+    ///         for what is not a number.
     [[nodiscard]] int GetInt(int index) const;
     /// @param index a place, from 0.
     /// @return the number there as a 64-bit integer, likewise.
     [[nodiscard]] std::int64_t GetInt64(int index) const;
     /// @param index a place, from 0.
-    /// @return the number there as a double; 0.0 past the end and for what is no number.
+    /// @return the number there as a double; 0.0 past the end and for what is not a number.
     [[nodiscard]] double GetDouble(int index) const;
     /// @param index a place, from 0.
-    /// @return the text there, valid as long as the list; empty past the end and for what is no
-    ///         text.
+    /// @return the text there, valid as long as the list; empty past the end and for what is not
+    ///         a text.
     [[nodiscard]] const std::string& GetString(int index) const;
     /// @param index a place, from 0.
     /// @return the nested list there, still owned by this list; null when there is none.
@@ -205,7 +205,7 @@ private:
         };
         EBElementType type;
         bool isNode; // `element` holds the value: texts, nested values, and what Add() was given
-        // Of a text that is no node: it lies in a block that texts share, which the slot of the
+        // Of a text that is not a node: it lies in a block that texts share, which the slot of the
         // block's first text owns.
         bool beginsBlock;
         std::uint16_t length;
@@ -236,7 +236,7 @@ public:
     void Add(const std::string& key, BElementC* element);
     /// @return the number of entries.
     [[nodiscard]] int Size() const { return static_cast<int>(m_entries.size()); }
-    /// @param key the key.
+    /// @param key looked for as Add() was given it.
     /// @return the first value under it, still owned by this dictionary; null when there is none.
     [[nodiscard]] const BElementC* Get(const std::string& key) const;
     /// @param index an entry, from 0; must lie below Size().

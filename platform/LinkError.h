@@ -19,10 +19,10 @@ enum class ELinkError
     Refused,        ///< nobody listens at the address, or it could not be reached
     TimedOut,       ///< no connection, no room to send, no reply, or too much to read, in time
     Closed,         ///< the service closed or reset the connection
-    BadMessage, ///< bytes that are no message, or a message over a limit; the connection is closed
-    NoValue,    ///< the service answered, but with nothing
-    ServiceError, ///< the service answered with an error; the text is the service's
-    System,       ///< the operating system refused, for example for want of descriptors
+    BadMessage,     ///< not a message, or one over a limit; the connection is closed
+    NoValue,        ///< the service answered, but with nothing
+    ServiceError,   ///< the service answered with an error; the text is the service's
+    System,         ///< the operating system refused, for example for want of descriptors
 };
 
 /// The reason of a failure: a code for programs and a text for people.

@@ -101,7 +101,7 @@ public:
     /// @param arguments the argument list; stays the caller's. Null stands for an empty list.
     /// @return the reply, which the caller owns; null when the request could not be sent, when no
     ///         reply came in time, when the service answered with an error or with nothing, or when
-    ///         the connection was lost. LastError() tells which.
+    ///         the connection was lost. LastError() says which.
     [[nodiscard]] BElementC* CallMethod(const std::string& name, BListC* arguments);
     /// Sends a notification: nothing is awaited. Neither looks at the link nor reopens it.
     ///
@@ -132,11 +132,12 @@ public:
     /// Records what goes over the link into a file, until StopRecording() or the end of this
     /// object, in place of the present recording. A matter of the bundled runtime, which also
     /// records every connection object of a process whose environment has KESTROVE_RECORD;
-    /// docs/recording.md tells the form. What goes wrong later ends the recording and nothing else.
+    /// docs/recording.md describes the form. What goes wrong later ends the recording and nothing
+    /// else.
     ///
     /// @param path the file: made readable for its user alone, never overwritten, and followed by
     ///        further ones ("drive.2.mcap" behind "drive.mcap") when it reaches its limit.
-    /// @return false when it could not be begun; LastRecordingError() tells why.
+    /// @return false when it could not be begun; LastRecordingError() says why.
     bool StartRecording(const std::string& path);
     /// Ends the recording, also one that the environment has asked for; nothing happens where there
     /// is none.

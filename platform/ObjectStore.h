@@ -32,19 +32,19 @@ public:
     /// Fills the store from a text; from now on the Process calls read.
     ///
     /// @param text a record as AsString() gives it.
-    /// @return false when the text is no such record; the store is then empty.
+    /// @return false when the text is not such a record; the store is then empty.
     bool SetInputMode(const std::string& text);
 
     /// Output mode: appends a value under a tag. Input mode: reads the value of the tag.
     ///
     /// @param value is written, or receives what is read.
-    /// @param tag the tag.
+    /// @param tag names the value within the record.
     /// @return false when nothing readable stands under the tag; `value` is then untouched.
     bool ProcessDouble(double& value, unsigned int tag);
     /// ProcessDouble() for an int.
     ///
     /// @param value is written, or receives what is read.
-    /// @param tag the tag.
+    /// @param tag names the value within the record.
     /// @return as ProcessDouble().
     bool ProcessInt(int& value, unsigned int tag);
 

@@ -12,7 +12,7 @@
 
 struct SocketStateC;
 
-/// A stream connection to one peer, with hooks that tell a derived class what happens on it.
+/// A stream connection to one peer, with hooks that show a derived class what happens on it.
 ///
 /// Thread safety: none; a socket is used from one thread at a time, and everything that it does
 /// happens on the caller's thread. Lifetime: the destructor closes the connection and calls no
@@ -34,7 +34,7 @@ public:
     /// the present connection.
     ///
     /// @param descriptor the socket; owned from then on, also on failure.
-    /// @return false when it is no connected stream socket.
+    /// @return false when it is not a connected stream socket.
     virtual bool Accept(int descriptor);
     /// Opens the connection again to where Connect() led last: one attempt with its time-out.
     ///
@@ -65,10 +65,10 @@ public:
     ///
     /// @param host a name, or an IPv4 or IPv6 address. "localhost" stands for ::1 and 127.0.0.1 and
     ///        is never looked up.
-    /// @param port the port.
+    /// @param port the peer's TCP port.
     /// @param timeoutMilliseconds the limit of the whole attempt; -1 for the library's own, 1000.
     ///        The look-up of a name other than "localhost" is not bounded by it.
-    /// @return true when the connection is open; otherwise LastError() tells why not.
+    /// @return true when the connection is open; otherwise LastError() says why not.
     bool Connect(std::string host, unsigned short port, int timeoutMilliseconds);
 
     /// Closes the connection; nothing happens when there is none.
@@ -79,9 +79,9 @@ public:
     ///         It changes with every reconnection and must not be read from or closed.
     [[nodiscard]] int Descriptor() const;
 
-    /// Tells why the last call failed. Set by Connect(), Reconnect() and Accept(), by every call
-    /// that sends, and whenever a connection is found lost; a look at a link that lives leaves it
-    /// as it is.
+    /// Why the last call failed. Set by Connect(), Reconnect() and Accept(), by every call that
+    /// sends, and whenever a connection is found lost; a look at a link that lives leaves it as it
+    /// is.
     ///
     /// @return the reason, code None when the call did not fail; valid until the next call.
     [[nodiscard]] const LinkErrorC& LastError() const;

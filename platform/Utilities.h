@@ -13,7 +13,7 @@ namespace Core::Utilities {
 
 /// Splits a text into its words.
 ///
-/// @param text the text.
+/// @param text what to split.
 /// @param separator what stands between words; repeated, leading and trailing ones make no empty
 ///        words.
 /// @param parts receives the words in order, in place of what it held.
@@ -24,7 +24,7 @@ KESTROVE_EXPORT int SplitString(const std::string& text, char separator,
 
 /// Splits a text at the first separator.
 ///
-/// @param text the text.
+/// @param text what to split.
 /// @param separator what stands between the two.
 /// @param first receives what stands before it; the whole text when there is none.
 /// @param rest receives what follows it; empty when there is none.
@@ -34,7 +34,7 @@ KESTROVE_EXPORT int SplitString(const std::string& text, char separator, std::st
 
 /// Reads a decimal whole number with an optional sign. The whole text must be the number.
 ///
-/// @param text the text.
+/// @param text what to read.
 /// @param value receives the number.
 /// @return non-zero and the number in `value`; 0 when the text is anything else or does not fit an
 ///         int, and `value` keeps what it held.
@@ -43,7 +43,7 @@ KESTROVE_EXPORT int ParseInt(const std::string& text, int& value);
 /// Reads a decimal floating-point number with an optional sign; "inf" and "nan" are numbers. The
 /// whole text must be the number. Does not depend on the locale.
 ///
-/// @param text the text.
+/// @param text what to read.
 /// @param value receives the number.
 /// @return non-zero and the number in `value`; 0 when the text is anything else, and `value` keeps
 ///         what it held.

@@ -10,14 +10,14 @@
 class CFileSource : public CMcapSource
 {
 public:
-    /// Opens the file; Problem() tells why it cannot be read.
+    /// Opens the file; Problem() says why it cannot be read.
     explicit CFileSource(const std::string& path);
     ~CFileSource() override;
     CFileSource(const CFileSource&) = delete;
     CFileSource& operator=(const CFileSource&) = delete;
 
     std::size_t Read(char* into, std::size_t room) override;
-    /// How many bytes the file has; 0 for what is no ordinary file.
+    /// How many bytes the file has; 0 for what is not an ordinary file.
     std::uint64_t Size() const { return m_size; }
     /// Why the file could not be opened or read on; empty when it could.
     const std::string& Problem() const { return m_problem; }

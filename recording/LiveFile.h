@@ -31,7 +31,7 @@ public:
     /// or program may change; it counts as it was otherwise.
     void AskForLimit(bool asks) { m_asksForLimit = asks; }
     /// Whether the file still has a name and the length that was written; otherwise Problem()
-    /// tells.
+    /// says what has become of it.
     bool IsStillThere();
     /// Removes the file's name, where it is still that of this file. The file may be closed.
     void Remove();

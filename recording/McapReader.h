@@ -39,7 +39,7 @@ enum class EMcapStep
     Record, ///< a schema, a channel, a message, metadata or an attachment
     End,    ///< the end of a file that was closed
     Cut,    ///< the file stops before its end; all that was given is good
-    Bad,    ///< what is no MCAP, or over a limit; Problem() tells
+    Bad,    ///< what is not MCAP, or over a limit; Problem() says
 };
 
 /// Reads an MCAP file from the front to the end, whole or cut, in bounded memory.

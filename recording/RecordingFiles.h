@@ -19,10 +19,10 @@ struct CRecordingLimits
 };
 
 /// Reads limits as KESTROVE_RECORD_LIMIT has them: "SIZE" or "SIZE,FILES", the size in bytes or
-/// with k, M or G behind it (thousands, millions, milliards).
+/// with k, M or G behind it (thousands, millions, billions).
 ///
-/// @param limits receives them; left as it is where the text is none.
-/// @return false where the text is none: a size from 4096 to 10^12 bytes, 1 to 10000 files.
+/// @param limits receives them; left as it is where the text is not a limit.
+/// @return false where the text is not one: a size from 4096 to 10^12 bytes, 1 to 10000 files.
 bool ReadRecordingLimits(const std::string& text, CRecordingLimits& limits);
 
 /// The name of a further file of a recording: "drive.mcap" is followed by "drive.2.mcap".

@@ -54,7 +54,7 @@ public:
         m_sink.write(bytes.data(), bytes.size());
     }
 
-    /// Packs the floating-point numbers from `slot` on, up to the first element that is none.
+    /// Packs the floating-point numbers from `slot` on, up to the first element that is not one.
     ///
     /// @return where that stands.
     const BListAccessC::Slot* PackDoubles(const BListAccessC::Slot* slot,

@@ -14,7 +14,7 @@ enum class ELinkState : int;
 /// KESTROVE_RECORD names the folder, KESTROVE_RECORD_LIMIT the size of a file and how many there
 /// may be.
 ///
-/// Nothing of it can fail the connection: what goes wrong ends the recording, and Error() tells.
+/// Nothing of it can fail the connection: what goes wrong ends the recording, and Error() says so.
 /// A child of a fork() leaves the file to its parent and begins one of its own with its first
 /// connection. Thread safety: none.
 class LinkRecorderC
@@ -29,7 +29,7 @@ public:
     ///
     /// @param path the file, which must not be there yet.
     /// @param peer with whom there is a connection; empty where there is none.
-    /// @return false when it cannot be written; Error() tells why.
+    /// @return false when it cannot be written; Error() says why.
     bool Start(const std::string& path, const std::string& peer);
     /// Ends the recording; the environment begins no other.
     void Stop();

@@ -41,13 +41,13 @@ public:
     /// A client has subscribed to an event; the place to push the present state to it.
     virtual void Subscribed(ClientNumber client, const std::string& event);
     virtual void ClientConnected(ClientNumber client);
-    /// The service drops a client for what it does: it sends what is no message, does not read, or
-    /// subscribes without end. ClientDisconnected() follows.
+    /// The service drops a client for what it does: it sends what is not a message, does not read,
+    /// or subscribes without end. ClientDisconnected() follows.
     virtual void ClientDropped(ClientNumber client, const std::string& reason);
     /// A client is gone, and why. Its number is not used again.
     virtual void ClientDisconnected(ClientNumber client, const std::string& reason);
     /// Connections have to wait, for example for want of descriptors, and closing one does not
-    /// help. Told once, until one can be taken again.
+    /// help. Reported once, until one can be taken again.
     virtual void ConnectionsWait(const std::string& reason);
     /// Bytes have come from a client, before they are decoded; for who records the link.
     virtual void BytesReceived(ClientNumber client, std::string_view bytes);
@@ -172,7 +172,7 @@ public:
     void SendBytes(ClientNumber client, const std::string& bytes);
 
     /// The place of the message that is being served in the order in which messages have arrived
-    /// from all clients; between messages, that of the last one. Tells what overtook what.
+    /// from all clients; between messages, that of the last one. Shows what overtook what.
     std::uint64_t Arrival() const;
     /// Whether anything has come that has not been looked at: a client that waits to be taken, or
     /// bytes of one.
@@ -184,7 +184,7 @@ public:
     /// Closes the connection that holds most, if that is more than one that does nothing counts:
     /// for a process whose memory runs short.
     void GiveUpGreediest();
-    /// How many connections have been closed because of bytes that are no message.
+    /// How many connections have been closed because of bytes that are not a message.
     unsigned long RejectedMessages() const;
 
 private:

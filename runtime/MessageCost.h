@@ -33,7 +33,7 @@ inline std::size_t TextBytes(std::size_t capacity)
     return capacity <= inside ? 0 : BlockBytes(capacity + 1);
 }
 
-/// A string that is told to make room makes no less than this, once what it has inside is too
+/// A string that is asked to make room makes no less than this, once what it has inside is too
 /// little.
 inline std::size_t LeastTextRoom()
 {

@@ -30,8 +30,8 @@ struct MessageC
 
 /// Cuts a stream of bytes into messages and builds their values straight from the parser.
 ///
-/// Takes the bytes in any portions. Refuses what is no message and what exceeds a limit: 32 MiB and
-/// 4 194 304 elements a message, 96 MiB of decoded values, 64 levels of nesting. Makes room for
+/// Takes the bytes in any portions. Refuses what is not a message and what exceeds a limit: 32 MiB
+/// and 4 194 304 elements a message, 96 MiB of decoded values, 64 levels of nesting. Makes room for
 /// what has arrived and for up to thirty-two times as much of one list or text, never for what is
 /// announced alone; what announces more than may come is refused there. After a refusal the stream
 /// has no known state and the connection must be closed.
@@ -42,7 +42,7 @@ public:
     {
         Complete, ///< a message has been decoded
         NeedMore, ///< the bytes so far hold no further complete message
-        Bad,      ///< no message, or over a limit; Problem() tells
+        Bad,      ///< not a message, or over a limit; Problem() says
     };
 
     /// How many bytes Space() gives room for, as long as they are decoded as they arrive.

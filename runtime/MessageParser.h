@@ -17,7 +17,7 @@ public:
     {
         Complete, ///< the message ends here
         NeedMore, ///< the bytes end within the message
-        Bad,      ///< no MessagePack, or the builder has refused it; its Problem() tells
+        Bad,      ///< not MessagePack, or the builder has refused it; its Problem() says
     };
 
     MessageBuilderC& Builder() { return m_builder; }

@@ -41,7 +41,7 @@ struct MessageStateC
     /// Takes in all that has arrived, without waiting, within a bound in bytes and in time; closes
     /// a connection that the peer has closed.
     ELook TakeIn();
-    /// Takes in what has arrived and tells whether the link is up. A peer that sends more than can
+    /// Takes in what has arrived and says whether the link is up. A peer that sends more than can
     /// be taken in in time is taken for lost, because the end of its connection could not be seen.
     bool LookAtLink();
     /// Waits for something to arrive and takes it in.

@@ -188,7 +188,7 @@ std::size_t TakeDoubles(BListC& list, const char* bytes, std::size_t size, std::
 
 /// Appends the whole number that begins at `bytes` to the list.
 ///
-/// @return how many bytes it takes; 0 when it is none of these kinds, or not there whole.
+/// @return how many bytes it takes; 0 when it is not of these kinds, or not there whole.
 std::size_t TakeInteger(BListC& list, const char* bytes, std::size_t size)
 {
     const unsigned kind = static_cast<unsigned char>(*bytes);
@@ -211,7 +211,7 @@ std::size_t TakeInteger(BListC& list, const char* bytes, std::size_t size)
     return 0;
 }
 
-/// A list that nobody has taken, and whose memory is no burden.
+/// A list that nobody has taken, and whose memory is not a burden.
 bool IsWorthKeeping(const BListC* list)
 {
     return list != nullptr && BListAccessC::IsPlain(*list) &&

@@ -20,7 +20,7 @@ public:
     {
         Complete, ///< GiveTo() gives the message
         NeedMore, ///< the bytes end within the list
-        Other,    ///< the next element is no number; HandOver() tells what the parser must know
+        Other,    ///< the next element is not a number; HandOver() says what the parser must know
     };
 
     /// True between Begin() and the end of the list.

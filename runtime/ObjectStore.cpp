@@ -30,7 +30,7 @@ void AppendPair(std::string& text, unsigned int tag, Number value)
     Append(text, value);
 }
 
-/// Reads "tag=value" into `values`; false when it is no such pair or the tag is there already.
+/// Reads "tag=value" into `values`; false when it is not such a pair or the tag is there already.
 bool TakePair(std::string_view pair, std::map<unsigned int, std::string>& values)
 {
     const std::size_t equals = pair.find('=');

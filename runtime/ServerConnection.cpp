@@ -315,7 +315,7 @@ void ServerConnectionC::Release()
 }
 
 /// @param mayHaveMore receives whether the system may have more.
-/// @param most how many bytes to read at the most.
+/// @param most how many bytes to read at most.
 /// @return false when nothing has arrived, or the connection has ended.
 bool ServerConnectionC::Receive(bool& mayHaveMore, std::size_t most)
 {

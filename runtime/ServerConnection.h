@@ -21,7 +21,7 @@
 
 class ServerConnectionC;
 
-/// What a connection tells the service that it belongs to.
+/// What a connection reports to the service that it belongs to.
 class ServerConnectionOwnerC
 {
 public:
@@ -32,7 +32,7 @@ public:
     virtual std::uint64_t NextArrival() = 0;
     /// Whether a message is served at once, past those that wait behind a held one.
     virtual bool Overtakes(const MessageC& message) = 0;
-    /// The client has sent bytes that are no message.
+    /// The client has sent bytes that are not a message.
     virtual void MessageRejected(ServerConnectionC& connection, const std::string& problem) = 0;
     /// The connection has ended without Close().
     virtual void ConnectionLost(ServerConnectionC& connection, const std::string& reason) = 0;
@@ -77,7 +77,7 @@ public:
 /// is destroyed little by little, as soon as the connection is closed.
 ///
 /// Thread safety: none; lives on the thread that runs the loop. Lifetime: shared by its owner and
-/// by the operations under way. A closed one tells its owner nothing more.
+/// by the operations under way. A closed one reports nothing more to its owner.
 class ServerConnectionC : public std::enable_shared_from_this<ServerConnectionC>
 {
 public:
@@ -130,7 +130,7 @@ public:
     ///
     /// @return false when it was there already.
     bool Subscribe(const std::string& event);
-    /// The number of the first event that it has not been told, among those of the service.
+    /// The number of the first event that it has not been sent, among those of the service.
     std::uint64_t NextEvent() const { return m_nextEvent; }
     void SetNextEvent(std::uint64_t number) { m_nextEvent = number; }
     /// How many bytes it holds; 0 once it is closed.

@@ -22,7 +22,7 @@ bool MPISocketServerC::StateC::EncodeEvent(const std::string& event, const BList
     return m_encoder.Write(payload);
 }
 
-/// A thousand subscribers are not told in one go: an event is kept until each has it.
+/// A thousand subscribers are not served in one go: an event is kept until each has it.
 void MPISocketServerC::StateC::Push(const std::string& event)
 {
     m_events.push_back({event, std::string(m_encoder.Data(), m_encoder.Size())});
@@ -47,7 +47,7 @@ void MPISocketServerC::StateC::PostTelling()
 void MPISocketServerC::StateC::TellForATurn()
 {
     const TurnClockC turn(ServerConnectionC::kTurn);
-    // Telling may disconnect this client and others, which takes their entries away.
+    // Sending may disconnect this client and others, which takes their entries away.
     for (auto next = m_clients.upper_bound(m_toldLast); next != m_clients.end();
          next = m_clients.upper_bound(m_toldLast)) {
         if (turn.IsOver()) {
@@ -69,7 +69,7 @@ void MPISocketServerC::StateC::TellForATurn()
     }
 }
 
-/// Queues for a client what it has not been told, so that the order of all it gets is that in which
+/// Queues for a client what it has not been sent, so that the order of all it gets is that in which
 /// it came about.
 void MPISocketServerC::StateC::TellEvents(ServerConnectionC& connection)
 {

@@ -5,6 +5,14 @@
 
 #include <asio/post.hpp>
 
+namespace {
+
+// So many turns of the loop are given to reading what has come, so that nobody keeps a pause from
+// ending by sending without end.
+constexpr int kMostLooksForUnread = 256;
+
+} // namespace
+
 void MPISocketServerC::StateC::Pause()
 {
     m_isPaused = true;
@@ -90,11 +98,18 @@ void MPISocketServerC::StateC::Settle(std::function<void()> then)
     m_settled = std::move(then);
     m_untaken.clear();
     m_patience.cancel();
+    m_looksForUnread = kMostLooksForUnread;
+    LookLaterWhetherSettled();
+}
+
+void MPISocketServerC::StateC::LookLaterWhetherSettled()
+{
     asio::post(m_loop, [self = shared_from_this()] { self->LookWhetherSettled(); });
 }
 
-/// Looks whether all that was told has been taken; once more whenever a connection has sent what
-/// was queued for it, or has ended.
+/// Looks whether all that was sent has been taken; once more whenever a connection has sent what
+/// was queued for it, or has ended. In a pause, what has come until then is read too: it came
+/// meanwhile, and is served in the order of that, however short the pause was.
 void MPISocketServerC::StateC::LookWhetherSettled()
 {
     if (!m_settled || !m_events.empty()) {
@@ -105,6 +120,8 @@ void MPISocketServerC::StateC::LookWhetherSettled()
                     [](const auto& client) { return client.second->Unsent() > 0; });
     if (isAnyUntaken && m_untaken.empty()) {
         WaitForTakers();
+    } else if (!isAnyUntaken && m_isPaused && HasUnread() && m_looksForUnread-- > 0) {
+        LookLaterWhetherSettled();
     } else if (!isAnyUntaken) {
         m_untaken.clear();
         m_patience.cancel();

@@ -16,7 +16,7 @@ constexpr std::size_t kMostAhead = 32U * 1024U * 1024U;
 
 } // namespace
 
-/// Reads for a turn at the most.
+/// Reads for a turn at most.
 ///
 /// @return true when there may be more.
 bool ServerConnectionC::ReadAhead()

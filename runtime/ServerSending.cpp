@@ -91,7 +91,7 @@ void ServerConnectionC::Flush()
         });
 }
 
-/// Tells of the first bytes of the portion that is being sent.
+/// Reports the first bytes of the portion that is being sent.
 void ServerConnectionC::TellWritten(std::size_t count)
 {
     if (const std::shared_ptr<ServerConnectionOwnerC> owner = m_owner.lock()) {

@@ -261,7 +261,7 @@ void MPISocketServerC::StateC::Subscribe(ServerConnectionC& connection, const BL
     });
 }
 
-/// Tells the handler of something that nobody waits for an answer to.
+/// Calls the handler for something that nobody waits for an answer to.
 template <typename Action>
 void MPISocketServerC::StateC::Tell(ClientNumber client, const std::string& name, Action action)
 {

@@ -22,7 +22,7 @@
 #include "runtime/ServerListener.h"
 
 /// The listeners and the clients of a service. Outlives its owner while an operation is under way;
-/// the handler is told nothing more then.
+/// the handler is not called any more then.
 class MPISocketServerC::StateC final : public ServerConnectionOwnerC,
                                        public std::enable_shared_from_this<StateC>
 {
@@ -101,6 +101,7 @@ private:
     void CatchUpLater();
     void ForgetWishes(const ServerConnectionC& connection);
     void LookWhetherSettled();
+    void LookLaterWhetherSettled();
     void WaitForTakers();
     void DropWhoTakeNothing();
     void PostFirstTurns();
@@ -146,9 +147,9 @@ private:
     bool m_hasYielded = false;                                   // the turn to the first turns
     bool m_isWatching = false;
     bool m_hasToldOfWaiting = false; // of connections that cannot be taken
-    std::deque<Event> m_events;      // that some have not been told
+    std::deque<Event> m_events;      // that some have not been sent
     std::uint64_t m_toldEvents = 0;  // how many there were before those
-    std::uint64_t m_roundEnd = 0;    // the number of the first that this round does not tell
+    std::uint64_t m_roundEnd = 0;    // the number of the first that this round does not send
     ClientNumber m_toldLast = 0;     // in this round
     std::size_t m_held = 0;
     BEncoderC m_encoder;
@@ -160,8 +161,9 @@ private:
     bool m_isCatchingUp = false;                   // serves what has waited
     std::uint64_t m_catchUpTo = 0;                 // the arrival of the last that is served so
     ClientNumber m_catchingUp = 0;                 // whose messages those are now
-    std::function<void()> m_settled;               // called once all that was told has been taken
+    std::function<void()> m_settled;               // called once all that was sent has been taken
     std::map<ClientNumber, std::size_t> m_untaken; // by whom, when last looked at
+    int m_looksForUnread = 0;                      // that are left before it is called
     asio::steady_timer m_patience;                 // with them
     std::map<std::string, std::size_t> m_wanted;   // events, by how many
 };

@@ -19,7 +19,7 @@ struct SocketStateC
     unsigned short port = 0;
     int timeoutMilliseconds = -1;
 
-    /// Counts connections, so that what belongs to an earlier one is told from the present one.
+    /// Counts connections, so that what belongs to an earlier one is known from the present one.
     unsigned long connections = 0;
 
     /// Whom the connection leads to, for people; empty where there is none.

@@ -33,7 +33,7 @@ public:
     ///
     /// @return code None on success, otherwise the reason.
     LinkErrorC Open(const std::string& host, unsigned short port, const DeadlineC& deadline);
-    /// Takes over a descriptor; false when it is no connected stream socket.
+    /// Takes over a descriptor; false when it is not a connected stream socket.
     bool TakeOver(int descriptor);
     void Close();
 

@@ -64,7 +64,7 @@ struct CReceived
 class CScriptedService
 {
 public:
-    /// How long the Wait operations wait unless told otherwise.
+    /// How long the Wait operations wait unless another limit is given.
     static constexpr int kPatienceMilliseconds = 10000;
     /// Where the library looks for the service.
     static constexpr std::uint16_t kPort = 5010;
@@ -100,7 +100,7 @@ public:
     void ForgetScript();
     /// @return what did not go by the script so far, a line each: calls that nobody expected,
     ///         expected calls that did not come, pushed events with which nothing was called (see
-    ///         Push()), and connections that sent what is no message. Empty when all is well.
+    ///         Push()), and connections that sent what is not a message. Empty when all is well.
     [[nodiscard]] std::string Problems() const;
 
     /// @}

@@ -69,7 +69,7 @@ std::unique_ptr<BListC> ToList(const std::vector<CValue>& elements);
 
 /// Writes a value as text, for example `[int 1, double 2.5, "line", [int 3], nothing]`.
 ///
-/// @param value the value.
+/// @param value stays as it is.
 /// @return whole numbers as "int", floating-point numbers as "double" in their shortest form that
 ///         reads back to the same value, texts in quotes with unprintable bytes as `\xHH`,
 ///         dictionaries as {"key": value}.
@@ -77,7 +77,7 @@ std::string Describe(const BElementC& value);
 
 /// Copies a list.
 ///
-/// @param list the list.
+/// @param list stays the caller's.
 /// @return a copy that stands alone, owned by the caller.
 std::unique_ptr<BListC> Copy(const BListC& list);
 

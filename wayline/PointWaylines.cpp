@@ -27,7 +27,7 @@ using Points = std::vector<Vector3<double>>;
 // The code and the number of points stand before the points, in both encodings.
 constexpr int kPlacesBeforePoints = 2;
 constexpr int kPlacesPerPoint = 3;
-// So many points have places that an int can tell, the place behind them included.
+// So many points have places that an int can say, the place behind them included.
 constexpr int kMostPointsWithPlaces =
     (std::numeric_limits<int>::max() - kPlacesBeforePoints) / kPlacesPerPoint;
 
@@ -61,7 +61,7 @@ bool ReadList(const BListC& list, Points& points)
                                     list.GetDouble(place + 2)};
         points.push_back(point);
     }
-    // No list is longer than an int can tell, so what is announced beyond is past the end.
+    // No list is longer than an int can say, so what is announced beyond is past the end.
     for (int k = withPlaces; k < count; ++k) {
         const double pastEnd = list.GetDouble(std::numeric_limits<int>::max());
         points.emplace_back(pastEnd, pastEnd, pastEnd);
@@ -80,7 +80,7 @@ std::string WriteText(EWaylineType type, const Points& points)
     return text;
 }
 
-// Appends points from their parts, up to the first part that is no number.
+// Appends points from their parts, up to the first part that is not a number.
 bool AppendPoints(const std::vector<std::string>& parts, Points& points)
 {
     points.reserve(points.size() + parts.size() / kPlacesPerPoint);
@@ -129,7 +129,7 @@ bool ReadText(const char* className, EWaylineType type, const std::string& text,
     if (!isCountRight) {
         return false;
     }
-    // The same line once more: applications and field logs tell a text whose code and count are
+    // The same line once more: applications and field logs know a text whose code and count are
     // right by the repeated line.
     PrintExpectedLength(className, parts.size(), expectedLength);
     // A text of another length than its count asks for is accepted, but none of its points: texts

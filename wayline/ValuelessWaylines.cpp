@@ -36,8 +36,8 @@ bool AcceptsText(const char* className, EWaylineType type, const std::string& te
         return false;
     }
     PrintTraceLine("%s::LoadString: split string length: %zd\n", className, parts.size());
-    // The bare code is no text form, though ToString() writes just that: what these kinds write is
-    // not taken back, and applications get no wayline from it.
+    // The bare code is not a text form, though ToString() writes just that: what these kinds write
+    // is not taken back, and applications get no wayline from it.
     if (parts.size() < 2) {
         return false;
     }
@@ -48,7 +48,7 @@ bool AcceptsText(const char* className, EWaylineType type, const std::string& te
 } // namespace
 
 CEmptyWayline::CEmptyWayline() : CWayline(EWaylineTypeEmpty) {}
-// Not even the code is written: to the service a list without elements is no wayline.
+// Not even the code is written: to the service a list without elements is not a wayline.
 BListC* CEmptyWayline::ToBList() const
 {
     return new BListC(nullptr);

@@ -7,7 +7,7 @@ namespace Kestrove {
 
 namespace {
 
-// The kind of a code, with its values at zero, or null for a code that is no kind's.
+// The kind of a code, with its values at zero, or null for a code that is not a kind's.
 WaylinePtr MakeWayline(int code)
 {
     switch (code) {

@@ -39,7 +39,7 @@ using WaylinePtr = Core::SharedPtr<CWayline, Core::SimpleReferenceCounter>;
 ///
 /// A wayline writes itself to and reads itself from two encodings: the list form, which crosses the
 /// link to the service, and the text form, one line of blank-separated numbers for an application's
-/// own storage. The two are told in docs/wayline-formats.md. A wayline carries its values without
+/// own storage. docs/wayline-formats.md describes both. A wayline carries its values without
 /// giving them a meaning; the meanings below are those of the bundled service, in whose local frame
 /// positions are metres (x east, y north, z up) and headings radians clockwise from north.
 ///
@@ -92,7 +92,7 @@ public:
     /// Builds the wayline that a list form describes.
     ///
     /// @param list the list; stays the caller's. Null gives a null pointer.
-    /// @return the only owner of the new wayline; null for an empty list, for a code that is no
+    /// @return the only owner of the new wayline; null for an empty list, for a code that is not a
     ///         kind's, for a list that its kind does not accept (see LoadBList()), and always for
     ///         the code of CEmptyWayline.
     /// @throws std::length_error for a negative point count, std::bad_alloc for one that memory
@@ -101,9 +101,9 @@ public:
 
     /// Builds the wayline that a text form describes.
     ///
-    /// @param text the text.
+    /// @param text as ToString() writes it, or by hand.
     /// @return the only owner of the new wayline; null for an empty text, for a first word that is
-    ///         no kind's code, for a text that its kind does not accept (see LoadString()), and
+    ///         not a kind's code, for a text that its kind does not accept (see LoadString()), and
     ///         always for the code of CEmptyWayline.
     [[nodiscard]] static WaylinePtr FromString(const std::string& text);
 

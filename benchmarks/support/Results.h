@@ -13,7 +13,7 @@ struct Target
 {
     enum class ESense
     {
-        None,    ///< only told
+        None,    ///< only reported
         AtMost,  ///< the figure; against a yardstick, how many times its cost
         AtLeast, ///< against a yardstick, how many times as fast
     };

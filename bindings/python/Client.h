@@ -90,7 +90,6 @@ public:
     /// Replaces the callable of a kind of event; the old one is let go of, after it returns when it
     /// is running.
     ///
-    /// @param kind the kind.
     /// @param callable called with the event's values; None for none.
     void SetCallable(std::size_t kind, pybind11::object callable);
 
@@ -101,7 +100,6 @@ public:
     /// Hands an event to the queues and to the callable of its kind. Called by the library's
     /// client, within Call().
     ///
-    /// @param kind the kind.
     /// @param makeEvent called with the GIL held; gives the event's named tuple.
     /// @throws pybind11::error_already_set what the callable raises.
     template <typename MakeEvent>

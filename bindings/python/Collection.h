@@ -15,7 +15,8 @@ inline int Visit(const pybind11::object& object, visitproc visit, void* argument
     return object ? visit(object.ptr(), argument) : 0;
 }
 
-/// The value inside a Python object; null while its constructor runs.
+/// The value inside a Python object; null while its constructor runs, which pybind11 shows here
+/// alone: its public cast would make room for a value without making one.
 template <typename Value>
 Value* ValueOf(PyObject* object)
 {

@@ -4,10 +4,10 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <utility>
 
 #include <pybind11/stl.h>
 
+#include "bindings/python/Closable.h"
 #include "testing/DrivingService.h"
 
 namespace py = pybind11;
@@ -46,42 +46,7 @@ EDrivingReceiver ReceiverOf(const std::string& word)
     throw py::value_error("a receiver is \"ideal\", \"rtk\" or \"sbas\"");
 }
 
-/// What Python's DrivingService holds: the service until it is closed. A call that is under way in
-/// another thread then keeps it for its own time.
-class CDriving
-{
-public:
-    explicit CDriving(const CDrivingOptions& options)
-    {
-        const py::gil_scoped_release withoutGil;
-        m_service = std::make_shared<CDrivingService>(options);
-    }
-    ~CDriving() { Close(); }
-    CDriving(const CDriving&) = delete;
-    CDriving& operator=(const CDriving&) = delete;
-
-    void Close()
-    {
-        auto closed = std::exchange(m_service, nullptr);
-        const py::gil_scoped_release withoutGil;
-        closed.reset();
-    }
-
-    /// Runs an operation without the GIL, so that other Python threads run while it waits.
-    template <typename Operation>
-    auto Run(Operation operation)
-    {
-        const std::shared_ptr<CDrivingService> service = m_service;
-        if (service == nullptr) {
-            throw py::value_error("the driving service is closed");
-        }
-        const py::gil_scoped_release withoutGil;
-        return operation(*service);
-    }
-
-private:
-    std::shared_ptr<CDrivingService> m_service;
-};
+using CDriving = CClosable<CDrivingService>;
 
 /// The places of testing.TrueState.
 py::tuple StateOf(CDriving& service)
@@ -107,7 +72,7 @@ std::unique_ptr<CDriving> Make(std::uint64_t seed, const std::string& ground,
     options.speed = speed;
     options.centreBias = centreBias;
     options.backlash = backlash;
-    return std::make_unique<CDriving>(options);
+    return std::make_unique<CDriving>("driving service", options);
 }
 
 } // namespace

@@ -15,7 +15,8 @@ void DefineOperations(pybind11::class_<CClient>& client);
 
 /// A NudgeReply; without the vector where the status is that of a failure.
 pybind11::object NudgeReply(int status, const Core::Maths::Vector3<double>& nudge);
-/// The service's wayline, or null. That there is none is a reply without a value, and no failure.
+/// The service's wayline, or null. That there is none is a reply without a value, and not a
+/// failure.
 WaylinePtr WaylineOf(CClient& client, WaylinePtr (CNavigationAPI::*operation)());
 /// The TuningLimits of a parameter; None on failure.
 pybind11::object TuningLimitsOf(CClient& client, ETuningParameter parameter,

@@ -7,12 +7,12 @@
 #include <sstream>
 #include <string>
 #include <type_traits>
-#include <utility>
 #include <vector>
 
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include "bindings/python/Closable.h"
 #include "bindings/python/Driving.h"
 #include "bindings/python/Lists.h"
 #include "bindings/python/Text.h"
@@ -29,45 +29,7 @@ using Testing::CScriptedService;
 using Testing::CValue;
 using Testing::EListen;
 
-/// What Python's ScriptedService holds: the service until it is closed. A call that is under way in
-/// another thread then keeps it for its own time.
-class CService
-{
-public:
-    explicit CService(EListen addresses) : m_service(Make(addresses)) {}
-    ~CService() { Close(); }
-    CService(const CService&) = delete;
-    CService& operator=(const CService&) = delete;
-
-    void Close()
-    {
-        auto closed = std::exchange(m_service, nullptr);
-        const py::gil_scoped_release withoutGil;
-        closed.reset();
-    }
-
-    /// Runs an operation of the service without the GIL, so that other Python threads run while it
-    /// waits.
-    template <typename Operation>
-    auto Run(Operation operation)
-    {
-        const std::shared_ptr<CScriptedService> service = m_service;
-        if (service == nullptr) {
-            throw py::value_error("the scripted service is closed");
-        }
-        const py::gil_scoped_release withoutGil;
-        return operation(*service);
-    }
-
-private:
-    static std::shared_ptr<CScriptedService> Make(EListen addresses)
-    {
-        const py::gil_scoped_release withoutGil;
-        return std::make_shared<CScriptedService>(addresses);
-    }
-
-    std::shared_ptr<CScriptedService> m_service;
-};
+using CService = CClosable<CScriptedService>;
 
 std::vector<CValue> ValuesOf(const BListC& list);
 
@@ -361,7 +323,11 @@ PYBIND11_MODULE(_testing, module)
     Kestrove::Python::DefineAnswer(module);
     Kestrove::Python::Class service(module, "ScriptedService",
                                     "See kestrove_navigation.testing.ScriptedService.");
-    service.def(py::init<EListen>(), py::arg("addresses") = EListen::Both);
+    service.def(py::init([](EListen addresses) {
+                    using Kestrove::Python::CService;
+                    return std::make_unique<CService>("scripted service", addresses);
+                }),
+                py::arg("addresses") = EListen::Both);
     Kestrove::Python::DefineScript(service);
     Kestrove::Python::DefineLink(service);
     Kestrove::Python::DefineEvents(service);

@@ -35,7 +35,6 @@ void WaitForInput(int descriptor, Seconds atMost);
 /// Delivers what has arrived, as the operation of that name does, with signal handlers run while it
 /// waits.
 ///
-/// @param client the client.
 /// @param wait whether to wait for an event, up to the client's time-out, when none is there.
 /// @return whether an event was delivered.
 /// @throws pybind11::error_already_set what a callable or a signal handler raises.

@@ -37,6 +37,14 @@ Classifier: Typing :: Typed
 Requires-Python: >=3.9
 Provides-Extra: numpy
 Requires-Dist: numpy; extra == "numpy"
+Provides-Extra: simulation
+Requires-Dist: numpy >= 1.22; extra == "simulation"
+Requires-Dist: scipy >= 1.7; extra == "simulation"
+Requires-Dist: matplotlib >= 3.5; extra == "simulation"
+Provides-Extra: cluster
+Requires-Dist: numpy >= 1.22; extra == "cluster"
+Requires-Dist: scipy >= 1.7; extra == "cluster"
+Requires-Dist: distributed; extra == "cluster"
 Description-Content-Type: text/markdown
 
 {description}"""

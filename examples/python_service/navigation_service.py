@@ -2,7 +2,7 @@
 """A small navigation service: what another language needs to answer the client library.
 
 It listens where the library looks, answers the operations that a program needs to engage steering,
-and tells its subscribers when the engage state changes. It steers nothing. Needs the msgpack package
+and notifies its subscribers when the engage state changes. It steers nothing. Needs the msgpack package
 (Debian: python3-msgpack). Ends on SIGINT and SIGTERM.
 """
 
@@ -28,7 +28,7 @@ class Navigation:
         self._active = self._engaged = False
 
     def operation(self, name):
-        """The operation under a service name; None when there is no such."""
+        """The operation under a service name; None when there is no such operation."""
         verb, _, setting = name.partition("_")
         if setting in self._settings and verb == "get":
             return lambda leading_one: self._settings[setting]
@@ -66,7 +66,7 @@ class Navigation:
         return int(self._active)
 
     def _change(self, allowed, active, engaged):
-        """Changes the state, tells the subscribers, and gives the status: 1 done, 0 refused."""
+        """Changes the state, notifies the subscribers, and returns the status: 1 done, 0 refused."""
         if allowed and (active, engaged) != (self._active, self._engaged):
             self._active, self._engaged = active, engaged
             self._push("cb_engage_status", self.engage_status())
@@ -90,7 +90,7 @@ class Service:
                     self._take(message, writer)
                 await writer.drain()
         except (ConnectionError, ValueError, TypeError, msgpack.UnpackException):
-            pass  # what is no message closes the connection that it came over, and no other
+            pass  # what is not a message closes the connection that it came over, and no other
         finally:
             for writers in self._subscribers.values():
                 writers.discard(writer)

@@ -57,7 +57,7 @@ bool TakeFront(std::string_view& bytes, const Front& front, std::uint64_t& numbe
 
 /// Reads what a message is, and no value.
 ///
-/// @return false for one that is written in an unusual way, or that is none.
+/// @return false for one that is written in an unusual way, or that is not one.
 bool ReadHead(std::string_view bytes, CRecordedItem& item)
 {
     const std::uint64_t size = TakeNumber(bytes, 1);

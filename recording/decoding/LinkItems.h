@@ -25,7 +25,7 @@ enum class ERecorded
     Reply,        ///< to a request of the application
     Event,
     Other, ///< a request of the service, or the answer to one
-    Bad,   ///< what is no message; of where none ends, nothing more comes of the direction
+    Bad,   ///< what is not a message; of where none ends, nothing more comes of the direction
 };
 
 /// The word for a kind: "request".
@@ -53,7 +53,7 @@ struct CRecordedItem
 /// One message of the link.
 ///
 /// @param fromApplication which way it went.
-/// @return false, with kind Bad, for what is no message.
+/// @return false, with kind Bad, for what is not a message.
 bool ReadLinkMessage(std::string_view bytes, bool fromApplication, CRecordedItem& item);
 
 /// Makes messages of the bytes that went over links, in the order in which they went.

@@ -10,7 +10,7 @@
 /// Finds where the messages end in a stream of MessagePack that comes in any portions.
 ///
 /// Keeps the library's limits: 32 MiB and 4 194 304 elements a message, 64 levels of nesting. Holds
-/// no more than has come. Behind what is no message there is no known place to go on at.
+/// no more than has come. Behind what is not a message there is no known place to go on at.
 class CMessageCutter
 {
 public:

@@ -53,7 +53,7 @@ private:
     Calculation m_calculate;
 };
 
-/// Thrown where work ends without effect; what() tells why.
+/// Thrown where work ends without effect; what() says why.
 class CWorkEnded : public std::runtime_error
 {
 public:
@@ -71,7 +71,7 @@ public:
     /// The result of a calculation: made on the spot when it is short, or found when it has been
     /// made aside.
     ///
-    /// @param points how many points it works on, which tells how long it takes.
+    /// @param points how many points it works on, which shows how long it takes.
     /// @throws CWorkPending when it has to be made aside first; CWorkEnded when it is a change that
     ///         has been overtaken.
     virtual WorkResult Get(const WorkKey& key, EWork kind, std::size_t points,

@@ -4,8 +4,8 @@
 #include <charconv>
 #include <string>
 
-/// A number with as many digits as tell it from its neighbours, and no more: -1000.00001 is not
-/// shown as the limit that it has passed.
+/// A number with as many digits as distinguish it from its neighbours, and no more: -1000.00001 is
+/// not shown as the limit that it has passed.
 template <typename TNumber>
 std::string NumberText(TNumber value)
 {

@@ -9,7 +9,7 @@
 inline constexpr double kCurveSpacing = 0.25;
 /// A curve that would take more points is held at greater distances.
 inline constexpr double kMostCurvePoints = 200000.0;
-/// A shorter curve is none, metres.
+/// A shorter one is not a curve, metres.
 inline constexpr double kLeastCurveLength = 1.0;
 
 /// The length of a polyline, metres.

@@ -60,7 +60,7 @@ public:
     virtual LinePoint At(double station) const = 0;
     /// The part of a stretch that belongs to the line, once round at most.
     virtual Stretch Clip(const Stretch& stretch) const = 0;
-    /// How many points the shape is held as, which tells how long it takes to make one like it; 0
+    /// How many points the shape is held as, which shows how long it takes to make one like it; 0
     /// for one that a few numbers hold.
     virtual std::size_t PointCount() const { return 0; }
     /// Metres; 0 for a straight line, which has no ends.

@@ -17,7 +17,7 @@ struct EmbeddedFile
 /// The page, its icon, and its parts in one script; made by EmbedFiles.cmake.
 std::vector<EmbeddedFile> EmbeddedFiles();
 
-/// The content type that a browser must be told for a file, by the ending of its name.
+/// The content type that a browser must be given for a file, by the ending of its name.
 std::string ContentTypeOf(const std::string& name);
 
 #endif

@@ -12,7 +12,7 @@
 
 #include "simulator/http/LineEvent.h"
 
-/// What viewers are told beside the line.
+/// What viewers are sent beside the line.
 enum class EFeedEvent : std::size_t
 {
     Settings,
@@ -47,7 +47,7 @@ public:
     /// states and these leave something for points, however often they change.
     static constexpr std::chrono::milliseconds kBetweenOthers{190};
 
-    /// What a viewer has been told last.
+    /// What a viewer has been sent last.
     struct Seen
     {
         std::array<std::uint64_t, kFeedEvents> numbers{};
@@ -73,7 +73,7 @@ public:
     /// How often the events have been forgotten: when it changes, all must be published anew.
     std::uint64_t Generation() const;
 
-    /// Replaces the event of a kind; without effect when it tells the same, or nobody is there.
+    /// Replaces the event of a kind; without effect when it says the same, or nobody is there.
     ///
     /// @param json one line.
     void Publish(EFeedEvent event, const std::string& json);

@@ -158,7 +158,7 @@ private:
     bool IsGivenUp();
     void Take(const char* bytes, std::size_t count);
     void HeadHasCome();
-    /// A peer that waits to be told so. Nothing has been sent before, so that the system has room.
+    /// A peer that waits to be asked to. Nothing has been sent before, so that the system has room.
     void TellToGoOn()
     {
         asio::error_code error;

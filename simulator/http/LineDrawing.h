@@ -14,7 +14,7 @@ struct LineLabel
     Point position;
 };
 
-/// All that the event "line" tells, before it is drawn. Taking it is quick, drawing it need not be;
+/// All that the event "line" shows, before it is drawn. Taking it is quick, drawing it need not be;
 /// what it holds never changes, so that another thread can draw it.
 struct LineDrawing
 {

@@ -28,12 +28,12 @@ struct LivePageTimes
     std::chrono::milliseconds command{5000};       ///< until the service has its turn for it
 };
 
-/// The live page: an HTTP server on the loopback addresses that serves the page, tells its viewers
+/// The live page: an HTTP server on the loopback addresses that serves the page, shows its viewers
 /// what happens, and takes their commands. docs/live-page.md has all that goes over the wire.
 ///
 /// Connections are served by events, on one thread of their own; another reads and writes what is
 /// long, a third draws lines. The service core stays with the thread that runs the loop: what the
-/// viewers are told is written there once and shared, and commands are handed over to it. So a
+/// viewers are sent is written there once and shared, and commands are handed over to it. So a
 /// viewer, however slow, holds up nothing.
 ///
 /// Thread safety: none; used from the thread that runs the loop.

@@ -9,7 +9,7 @@
 #include "simulator/output/ServiceLog.h"
 
 /// Passes the service's log lines on, and takes down those that a command leaves: they are the
-/// reasons of a refusal that its reply does not tell.
+/// reasons of a refusal that its reply does not give.
 ///
 /// Thread safety: none; used from the thread that runs the loop.
 class CLogTap

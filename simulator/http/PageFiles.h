@@ -16,7 +16,7 @@ class CPageFiles
 public:
     CPageFiles();
 
-    /// What a request for a file is answered with; nothing when its path is no file's.
+    /// What a request for a file is answered with; nothing when its path is not a file's.
     std::optional<ServedAnswer> AnswerTo(const ServedRequest& request) const;
 
 private:

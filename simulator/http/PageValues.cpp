@@ -24,7 +24,7 @@ bool IsInteger(const json& value)
 
 std::unique_ptr<BListC> ListFrom(const json& list, int depth, std::string& problem);
 
-/// Adds a value to a list; false when it is none that an operation takes.
+/// Adds a value to a list; false when it is not one that an operation takes.
 bool AddTo(BListC& list, const json& value, int depth, std::string& problem)
 {
     if (value.is_boolean()) {

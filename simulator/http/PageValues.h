@@ -19,7 +19,7 @@ std::string NestingProblem();
 /// Reads an operation's arguments: numbers, switches, texts and lists of them.
 ///
 /// @param problem receives what is wrong, when something is.
-/// @return null when a value is none of these.
+/// @return null when a value is not one of these.
 std::unique_ptr<BListC> ArgumentsFrom(const nlohmann::json& list, std::string& problem);
 
 /// Writes an operation's reply; null for "nothing".

@@ -46,7 +46,7 @@ public:
     {
         return m_stage == EStage::Body && m_request.body.Announced() > kLongBodyBytes;
     }
-    /// Whether the peer sends the body only when it is told to go on.
+    /// Whether the peer sends the body only when it is asked to go on.
     bool IsWaitedFor() const
     {
         return m_stage == EStage::Body && m_wantsToHear && m_request.body.Size() == 0;

@@ -13,7 +13,7 @@
 
 /// An answer that is the same for everybody who asks for it, such as the trail. It is worked out
 /// once for all who have asked before the work begins, and for nobody who has gone by then: however
-/// many ask, there is one piece of work at a time. Where the work throws, they are told that it has
+/// many ask, there is one piece of work at a time. Where the work throws, the answer is that it has
 /// failed. Nothing is kept for connections that have been closed.
 ///
 /// Thread safety: none; lives on the thread that serves the connections.

@@ -30,7 +30,7 @@ public:
 
     /// Begins a wayline of a kind that is made from waypoints; those set so far are dropped.
     ///
-    /// @return false when the kind is none of them.
+    /// @return false when the kind is not one of them.
     bool Begin(Kestrove::EWaylineType kind);
     /// Ends the making; the waypoints stay.
     void Finish() { m_kind = Kestrove::EWaylineTypeEmpty; }

@@ -24,7 +24,7 @@ inline constexpr int kMostWaylinePoints = 200000;
 /// with points, all the points there that the count announces.
 ///
 /// @param problem receives what is wrong, when something is.
-/// @return the wayline; null when the list is no wayline.
+/// @return the wayline; null when the list is not a wayline.
 Kestrove::WaylinePtr ReadWayline(const BListC& list, std::string& problem);
 
 /// The line that a wayline stands for.

@@ -39,8 +39,8 @@ public:
     {
     }
 
-    /// Replaces the wayline. Refused, the present one staying, when the list form is none or makes
-    /// no line.
+    /// Replaces the wayline. Refused, the present one staying, when the list is not a line's or
+    /// makes no line.
     COutcome Set(const BListC& listForm);
     /// The wayline; null when there is none that is complete.
     const Kestrove::CWayline* Current() const { return m_wayline.get(); }

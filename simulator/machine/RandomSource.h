@@ -10,7 +10,7 @@
 class CRandomSource
 {
 public:
-    /// @param stream tells the users of one seed apart, so that one of them drawing more numbers
+    /// @param stream distinguishes the users of one seed, so that one of them drawing more numbers
     ///        does not change what the others draw.
     CRandomSource(std::uint64_t seed, std::uint64_t stream);
 

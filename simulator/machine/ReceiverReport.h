@@ -24,7 +24,7 @@ struct ReceiverReport
     double roll = 0.0;           ///< radians, positive with the right side down
     double pitch = 0.0;          ///< radians, positive with the front up
     ReceiverAccuracy accuracy{}; ///< what it expects of itself
-    double latency = 0.0;        ///< seconds from the measurement until it is told
+    double latency = 0.0;        ///< seconds from the measurement until it is reported
 };
 
 #endif

@@ -9,7 +9,7 @@ constexpr std::uint64_t kFloatStream = 3;
 constexpr std::uint64_t kSingleStream = 4;
 constexpr int kSamplesPerSecond = 10;
 
-/// A fix as good as another at the most.
+/// A fix as good as another at most.
 EFix Worse(EFix one, EFix other)
 {
     return std::min(one, other);

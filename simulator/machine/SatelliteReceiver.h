@@ -19,7 +19,7 @@ struct ReceiverOptions
     AntennaMount antenna;
     bool compensatesLean = true; ///< takes roll and pitch into account
     int rate = 10;               ///< measurements a second: 1, 2, 5 or 10
-    int latency = 0;             ///< from a measurement until it is told, tenths of a second
+    int latency = 0;             ///< from a measurement until it is reported, tenths of a second
 };
 
 /// What reaches the antenna.

@@ -23,7 +23,8 @@ class CNmeaOutput
 {
 public:
     /// @param loop must outlive this object.
-    /// @param log is told when moments were left out of a file, or none can be written any more.
+    /// @param log receives a line when moments were left out of a file, or none can be written any
+    ///        more.
     CNmeaOutput(asio::io_context& loop, const NmeaOptions& options, std::uint64_t seed,
                 LogSink log);
 

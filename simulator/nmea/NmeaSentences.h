@@ -8,7 +8,7 @@
 #include "simulator/machine/ReceiverReport.h"
 #include "simulator/operations/PositionFeed.h"
 
-/// What a receiver tells of one time. What is empty is not known and has an empty field.
+/// What a receiver reports of one time. What is empty is not known and has an empty field.
 struct NmeaMoment
 {
     std::int64_t unixMilliseconds = 0;

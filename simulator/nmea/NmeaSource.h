@@ -13,7 +13,7 @@
 #include "simulator/operations/PositionFeed.h"
 #include "simulator/world/Simulation.h"
 
-/// How often a moment is told, a second.
+/// How often a moment is reported, a second.
 inline constexpr int kNmeaRates[] = {1, 2, 5, 10, 20};
 inline constexpr int kUsualNmeaRate = 10;
 /// Where on the earth the machine's local frame lies until a client says.
@@ -67,7 +67,7 @@ private:
     bool m_hasBefore = false;
     std::optional<double> m_course; ///< in the local frame, as all that follows
     std::optional<double> m_yawRate;
-    std::deque<Late> m_late; ///< measured, and told when the receiver's latency has passed
+    std::deque<Late> m_late; ///< measured, and reported when the receiver's latency has passed
 };
 
 #endif

@@ -55,7 +55,7 @@ void CEvents::TellPresentState(const std::string& event, const EventSink& sink)
     if (m_unwanted.erase(event) == 0 || found->second.due != EDue::OnChange) {
         return;
     }
-    // Changes count from what has just been told.
+    // Changes count from what has just been sent.
     std::vector<Told>& told = m_told[event];
     told.clear();
     for (Payload& payload : (this->*found->second.tell)()) {

@@ -19,9 +19,9 @@ using EventSink = std::function<void(const std::string& event, const BListC& pay
 
 /// Makes the service's events from what the simulation and the wayline are now.
 ///
-/// A value that has changed is told at once, unless it has been told since guidance last ran: then
-/// what it is when guidance runs next. So no value is told more often than guidance runs, however
-/// often clients change it, the last one is always told, and what guidance itself changes, such as
+/// A value that has changed is sent at once, unless it has been sent since guidance last ran: then
+/// what it is when guidance runs next. So no value is sent more often than guidance runs, however
+/// often clients change it, the last one is always sent, and what guidance itself changes, such as
 /// that it drops steering, is never left out.
 ///
 /// Thread safety: none.
@@ -34,16 +34,16 @@ public:
     /// Whether there is an event of the name.
     static bool Exists(const std::string& event) { return Table().count(event) != 0; }
 
-    /// The events that tell the present state, as a client gets them that subscribes: one, but for
-    /// the tuning parameters one a parameter; none for a name that is no event's.
+    /// The events that carry the present state, as a client gets them that subscribes: one, but for
+    /// the tuning parameters one a parameter; none for a name that is not an event's.
     void TellPresentState(const std::string& event, const EventSink& sink);
 
-    /// The events whose values have changed since they were told, and guidance status, relative
+    /// The events whose values have changed since they were sent, and guidance status, relative
     /// position and the points to draw, as far as they are due.
     ///
     /// @param guidanceRan whether guidance ran since the last call.
     /// @param wanted of an event that nobody wants not even the values are looked at; empty where
-    ///        all are wanted. Whoever comes to want one is told the present state first.
+    ///        all are wanted. Whoever comes to want one is sent the present state first.
     void TellChanges(bool guidanceRan, const EventSink& sink, const EventWish& wanted = {});
 
 private:
@@ -59,11 +59,11 @@ private:
         ToDraw,
     };
 
-    /// What subscribers have been told last.
+    /// What subscribers have been sent last.
     struct Told
     {
         Payload payload;
-        bool sinceGuidance; ///< told since guidance last ran, so that a further change waits
+        bool sinceGuidance; ///< sent since guidance last ran, so that a further change waits
     };
 
     struct Event
@@ -92,7 +92,7 @@ private:
     const CSimulation& m_simulation;
     const CWaylineKeeper& m_waylines;
     std::map<std::string, std::vector<Told>> m_told; ///< one a parameter of tuning
-    std::set<std::string> m_unwanted; ///< whose values have not been looked at since they were told
+    std::set<std::string> m_unwanted; ///< whose values have not been looked at since they were sent
     double m_drawnAt = 0.0;
     int m_drawnRevision = 0;
     bool m_drawn = false;

@@ -6,7 +6,7 @@
 #include "simulator/output/ServiceLog.h"
 #include "simulator/world/Simulation.h"
 
-/// The operations that shift the line and tell the implement's geometry.
+/// The operations that shift the line and set the implement's geometry.
 class COffsetOperations
 {
 public:

@@ -51,7 +51,7 @@ public:
 
     /// How many steps a time is.
     ///
-    /// @param problem receives why it is none that the world can be moved on by.
+    /// @param problem receives why the world cannot be moved on by it.
     static std::optional<int> WholeSteps(double seconds, std::string& problem);
 
     /// Adds the operations to a table, which this object must outlive.

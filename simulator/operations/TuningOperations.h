@@ -22,7 +22,7 @@ public:
     void Register(COperationTable& table);
 
 private:
-    /// Nothing for a number that is no parameter's; so does GetTuningParameter().
+    /// Nothing for a number that is not a parameter's; so does GetTuningParameter().
     Value GetTuningLimits(int parameter);
     void SetTuningLimits(int parameter, double lowest, double start, double highest);
     Value GetTuningParameter(int parameter);

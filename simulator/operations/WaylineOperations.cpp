@@ -10,7 +10,7 @@
 
 namespace {
 
-/// The line that a list form stands for; nothing when it is none.
+/// The line that a list form stands for; nothing when it is not a line's.
 std::optional<LineDefinition> LineIn(const BListC& list, const RecordedDrives& drives)
 {
     std::string problem;
@@ -63,7 +63,7 @@ Answer AnswerTo(CLongWork* work, const WorkKey& key, std::size_t points, const T
     }
     return {nullptr, {}, Calculated<std::string>(work, key, EWork::Query, points, [make] {
                 BEncoderC encoder;
-                // Nested two deep at the most, which can always be written.
+                // Nested two deep at most, which can always be written.
                 static_cast<void>(encoder.Write(*make()));
                 return std::string(encoder.Data(), encoder.Size());
             })};

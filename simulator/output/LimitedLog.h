@@ -19,7 +19,7 @@ public:
     /// @param mostDetailed the lines up to which level are logged.
     /// @param onward takes the lines that pass.
     CLimitedLog(asio::io_context& loop, ELogLevel mostDetailed, LogSink onward);
-    /// Tells what has been left out until now.
+    /// Reports what has been left out until now.
     ~CLimitedLog();
     CLimitedLog(const CLimitedLog&) = delete;
     CLimitedLog& operator=(const CLimitedLog&) = delete;

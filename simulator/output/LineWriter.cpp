@@ -130,7 +130,7 @@ void CLineWriter::CState::WaitForWork(std::unique_lock<std::mutex>& lock)
     }
 }
 
-/// Tells how many lines were left out. When that fails, they stay counted.
+/// Reports how many lines were left out. When that fails, they stay counted.
 void CLineWriter::CState::WriteNotice(std::unique_lock<std::mutex>& lock)
 {
     const std::size_t leftOut = m_leftOut;

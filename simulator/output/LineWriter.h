@@ -14,8 +14,8 @@
 /// share them.
 ///
 /// A bounded number of bytes waits. Once they are too many, further lines are left out until all
-/// that wait have been written; so are lines whose writing fails. How many were left out is told
-/// in one line as soon as one can be written again.
+/// that wait have been written; so are lines whose writing fails. How many were left out is
+/// reported in one line as soon as one can be written again.
 ///
 /// Thread safety: full, but for the end of its life.
 class CLineWriter
@@ -26,7 +26,7 @@ public:
 
     /// @param descriptor what to write to.
     /// @param mostBytes how much may wait.
-    /// @param notice called on the writer's thread; empty: nothing is told, see TakeLeftOut().
+    /// @param notice called on the writer's thread; empty: nothing is reported, see TakeLeftOut().
     /// @throws std::system_error when the system gives no thread.
     CLineWriter(CDescriptor descriptor, std::size_t mostBytes, Notice notice = {});
     /// Leaves the rest to the thread, which ends when it has written it.

@@ -12,7 +12,7 @@
 
 /// Limits how many log lines of a kind a client can cause: ten a second, and all clients together a
 /// hundred, since one that connects anew for each line counts as another every time. What is left
-/// out is told at the end of the second, in one line with the number. Errors always pass.
+/// out is reported at the end of the second, in one line with the number. Errors always pass.
 ///
 /// A line's kind is what stands before its first colon, numbers aside. Time comes in from outside.
 /// Thread safety: none.
@@ -32,7 +32,7 @@ public:
     ///
     /// @param client who caused it; 0 when none did.
     void Take(Instant now, std::uint64_t client, ELogLevel level, const std::string& text);
-    /// Ends the seconds that have passed, and tells what was left out in them.
+    /// Ends the seconds that have passed, and reports what was left out in them.
     void EndPeriods(Instant now);
     /// Whether a second has begun that is to be ended by EndPeriods().
     bool HasPeriods() const { return !m_periods.empty(); }

@@ -17,11 +17,15 @@ async function readZip(bytes, reading) {
   const main = zip.shallowest((path) => /(^|\/)taskdata\.xml$/.test(path), "taskdata/taskdata.xml")
     ?? zip.shallowest((path) => path.endsWith(".kml"), "doc.kml");
   if (main !== undefined) {
+    const read = [main];
     const beside = async (name) => {
       const entry = zip.beside(main, name);
+      read.push(entry);
       return entry === undefined ? undefined : zip.unpack(entry);
     };
     await readXml(rootOf(await zip.unpack(main)), reading, beside);
+    const others = zip.entries.filter((entry) => /\.kml$|\.shp$|(^|\/)taskdata\.xml$/i.test(entry.path) && !read.includes(entry));
+    others.forEach(({ path }) => reading.leave(`${path}, as of a zip one file is read, here ${main.path}`));
     return;
   }
   const shapes = zip.entries.filter(({ path }) => path.toLowerCase().endsWith(".shp"));

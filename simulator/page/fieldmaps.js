@@ -48,7 +48,7 @@ function headingOf(properties) {
 export async function addFeature(reading, layer, { name, field, word, heading, parts, areas }) {
   const place = field || layer;
   if (parts.length > 0) await reading.lines(place, name, parts, { word, heading });
-  for (const rings of areas) await reading.area(place, name, rings);
+  await reading.areas(place, name, areas);
 }
 
 function checkNamedSystem(file) {

@@ -1,5 +1,6 @@
 // Gathers what a file has of fields: their lines and boundaries, and what cannot be used of it.
-import { FileProblem, FileTooLarge, LocalFrame, eastOf, limits, samePlace } from "./fieldplaces.js";
+import { FileProblem, FileTooLarge, LocalFrame, limits, samePlace } from "./fieldplaces.js";
+import { joinedAreas, joinedLines } from "./fielddateline.js";
 import { degrees, headingTo } from "./geometry.js";
 
 /** The kinds of lines by their words in files of maps; their codes are those of text forms. */
@@ -9,33 +10,6 @@ const kindsOfWords = { ab: 0, "a-heading": 1, circle: 2, spline: 3, "ab-curve": 
 function withoutFalseHeights(parts) {
   const known = parts.some((part) => part.some(([, , height]) => (height ?? 0) !== 0));
   return known ? parts : parts.map((part) => part.map(([east, north]) => [east, north, null]));
-}
-
-/**
- * Whether a place on the 180th meridian lies on the straight between its neighbours on a map, so that it may have been
- * put there to cut the line.
- */
-function isCut(before, place, after) {
-  const [eastBefore, eastAfter] = [eastOf(place[0], before[0]), eastOf(after[0], place[0])];
-  const east = eastBefore + eastAfter;
-  return east !== 0 && Math.abs(place[1] - before[1] - (after[1] - before[1]) * (eastBefore / east)) <= 1e-8;
-}
-
-/** Lines that are cut at the 180th meridian are put together again, without the place of the cut. */
-function joined(parts) {
-  const lines = [];
-  for (const part of parts) {
-    const last = lines.at(-1);
-    const goesOn = last !== undefined && last.length > 0 && part.length > 1 && Math.abs(part[0][0]) > 180 - 1e-9
-      && samePlace(last.at(-1), part[0]);
-    if (!goesOn) {
-      lines.push([...part]);
-      continue;
-    }
-    if (last.length > 1 && isCut(last.at(-2), last.at(-1), part[1])) last.pop();
-    part.slice(1).forEach((place) => last.push(place));
-  }
-  return lines;
 }
 
 function withoutRepetition(places) {
@@ -86,6 +60,7 @@ export class FieldReading {
   constructor() {
     this.fields = [];
     this.fieldsByName = new Map();
+    this.timesTaken = new Map();
     this.left = []; // sentences about what cannot be used
     this.places = 0;
     this.features = 0;
@@ -109,6 +84,16 @@ export class FieldReading {
       this.fieldsByName.set(name, field);
     }
     return field;
+  }
+
+  /** A name for one more field where several may have one: a further one has a number behind it. */
+  ownName(name) {
+    let own = name;
+    let times = this.timesTaken.get(name) ?? 0;
+    for (; this.timesTaken.has(own); own = `${name} (${times})`) times += 1;
+    this.timesTaken.set(name, Math.max(times, 1));
+    if (own !== name) this.timesTaken.set(own, 1);
+    return own;
   }
 
   leave(text) {
@@ -145,7 +130,7 @@ export class FieldReading {
   /** Adds the lines of a feature of a map; `word` is that of its kind. */
   async lines(field, name, parts, { word = "", heading = null } = {}) {
     this.count(parts);
-    const lines = joined(withoutFalseHeights(parts));
+    const lines = joinedLines(withoutFalseHeights(parts));
     for (const [i, places] of lines.entries()) {
       const part = lines.length > 1 ? `${name}${name && ", "}part ${i + 1}` : name;
       await this.attempt("line", part, () => {
@@ -156,13 +141,17 @@ export class FieldReading {
     }
   }
 
-  /** Adds an area: its exterior ring and its holes. */
-  async area(field, name, rings) {
-    await this.attempt("boundary", name, () => {
-      if (rings.length === 0) throw new FileProblem("it has no exterior ring");
-      this.count(rings);
-      this.field(field).boundaries.push({ name, rings: withoutFalseHeights(rings).map(openRing) });
-    });
+  /** Adds the areas of a feature, each its exterior ring and its holes. */
+  async areas(field, name, areas) {
+    const open = [];
+    for (const rings of areas) {
+      await this.attempt("boundary", name, () => {
+        if (rings.length === 0) throw new FileProblem("it has no exterior ring");
+        this.count(rings);
+        open.push(withoutFalseHeights(rings).map(openRing));
+      });
+    }
+    joinedAreas(open).forEach((rings) => this.field(field).boundaries.push({ name, rings }));
   }
 
   /** What has been read. */

@@ -1,7 +1,8 @@
 // Shapefiles: lines and areas, with their names where the table is there, too.
-import { FileProblem, FileTooLarge, checkedPlace, eastOf, limits } from "./fieldplaces.js";
+import { FileProblem, FileTooLarge, checkedPlace, limits } from "./fieldplaces.js";
 import { addFeature } from "./fieldmaps.js";
 import { checkSystem } from "./fieldsystem.js";
+import { isWithin, turn } from "./fielddateline.js";
 
 const lineTypes = [3, 13, 23];
 const areaTypes = [5, 15, 25];
@@ -80,26 +81,6 @@ function shapeAt(view, at, end) {
       hasHeights ? view.getFloat64(heights + 8 * i, true) : null));
   }
   return { rings, isArea: areaTypes.includes(type) };
-}
-
-/** Twice the area of a ring in square degrees; positive when it runs counter-clockwise. */
-function turn(ring) {
-  return ring.reduce((sum, [east, north], i) => {
-    const [nextEast, nextNorth] = ring[(i + 1) % ring.length];
-    const [here, there] = [eastOf(east, ring[0][0]), eastOf(nextEast, ring[0][0])];
-    return sum + here * (nextNorth - ring[0][1]) - there * (north - ring[0][1]);
-  }, 0);
-}
-
-function isWithin([east, north], ring) {
-  return ring.reduce((inside, [fromEast, fromNorth], i) => {
-    const [toEast, toNorth] = ring[(i + 1) % ring.length];
-    // Seen from the place, so that the 180th meridian is one as all others.
-    const [from, to] = [eastOf(fromEast, east), eastOf(toEast, east)];
-    const crosses = (fromNorth > north) !== (toNorth > north)
-      && from + ((north - fromNorth) / (toNorth - fromNorth)) * (to - from) > 0;
-    return crosses ? !inside : inside;
-  }, false);
 }
 
 /** Exterior rings run clockwise, holes counter-clockwise and in any order. */

@@ -173,6 +173,9 @@ function pivotPlaces(pattern, points) {
     [centre, a, b] = points.length > 2 ? points.map(({ place }) => place) : [points[0].place];
   }
   if (centre === undefined) throw new FileProblem("it has no centre");
+  // Some programs put A where the centre is; then the radius counts.
+  const isAtCentre = a !== undefined && number(pattern.getAttribute("H"), "its radius (H)") !== null && samePlace(a, centre);
+  if (isAtCentre) a = undefined;
   const frame = new LocalFrame(centre);
   const radius = a === undefined ? number(pattern.getAttribute("H"), "its radius (H)") / 1000
     : Math.hypot(...frame.local(a).slice(0, 2));
@@ -193,6 +196,31 @@ function pivotPlaces(pattern, points) {
   });
 }
 
+/** How long the way through points is, metres. */
+function lengthOf(points) {
+  const frame = new LocalFrame(points[0].place);
+  const flat = points.map(({ place }) => frame.local(place));
+  return flat.slice(1).reduce((sum, [x, y], i) => sum + Math.hypot(x - flat[i][0], y - flat[i][1]), 0);
+}
+
+/**
+ * The points of a curve in the direction from A to B. Some programs write them from B to A, and some A and B first and
+ * the points between them behind those. Points may also lie beyond A and B. So of all that may be meant, the shortest
+ * way is.
+ */
+function fromAToB(points) {
+  const [a, b] = [6, 7].map((type) => points.findIndex((point) => point.type === type));
+  const last = points.length - 1;
+  const isBackwards = a >= 0 && b >= 0 ? b < a : a === last || b === 0;
+  const ways = [isBackwards ? [...points].reverse() : points];
+  const isWhole = a < 0 || b < 0 || (Math.min(a, b) === 0 && Math.max(a, b) === last);
+  if (!isWhole) {
+    const between = points.filter((_, i) => i !== a && i !== b);
+    ways.push([points[a], ...between, points[b]], [points[a], ...between.reverse(), points[b]]);
+  }
+  return ways.reduce((best, way) => (way !== best && lengthOf(way) < lengthOf(best) ? way : best));
+}
+
 function patternLine(pattern) {
   const kind = code(pattern, "C");
   if (kind === 5) throw new FileProblem("a spiral is no kind of line");
@@ -204,7 +232,7 @@ function patternLine(pattern) {
   const ofType = (type, otherwise) => points.find((point) => point.type === type)?.place ?? otherwise;
   const [a, b] = [ofType(6, places[0]), ofType(7, places.at(-1))];
   if (kind === 1) return makeLine(0, [a, b]);
-  if (kind === 3) return makeLine(4, places);
+  if (kind === 3) return makeLine(4, fromAToB(points).map(({ place }) => place));
   if (kind === 4) return { kind: 2, places: pivotPlaces(pattern, points) };
   const heading = number(pattern.getAttribute("G"), "its heading (G)");
   if (heading === null) throw new FileProblem("an A-plus-heading line needs a heading (G)");
@@ -223,12 +251,12 @@ async function isoArea(polygon, field, reading) {
       else if (code(ring, "A") === 2) (areas.at(-1) ?? early).push(places);
     }
     if (areas.length === 0) throw new FileProblem("it has no exterior ring");
-    for (const rings of areas) await reading.area(field, name, rings);
+    for (const rings of areas) await reading.areas(field, name, [rings]);
   });
 }
 
 async function isoField(element, reading) {
-  const field = named(element, "C", named(element, "A", "Field"));
+  const field = reading.ownName(named(element, "C", named(element, "A", "Field")));
   for (const child of element.children) {
     if (child.localName === "PLN") await isoArea(child, field, reading);
     for (const pattern of child.localName === "GGP" ? childrenOf(child, "GPN") : []) {

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <iterator>
 #include <map>
+#include <optional>
+#include <sstream>
 #include <type_traits>
 #include <vector>
 
@@ -12,7 +14,7 @@
 
 #include "simulator/base/Version.h"
 #include "simulator/operations/PositionSample.h"
-#include "simulator/program/ImplementOption.h"
+#include "simulator/program/WorldOptions.h"
 
 namespace {
 
@@ -75,14 +77,27 @@ void AddChoice(CLI::App& app, const char* name, Value& value, const Choices<Valu
         ->default_str(defaultWord);
 }
 
+/// The number that a word is where it is given for an option; nothing when it is not one.
+template <typename Number>
+std::optional<Number> NumberIn(const std::string& word)
+{
+    CLI::App reader;
+    CLI::Option* const option = reader.add_option("number")->add_result(word);
+    try {
+        return word.empty() ? std::nullopt : std::optional(option->as<Number>());
+    } catch (const CLI::ConversionError&) {
+        return std::nullopt;
+    }
+}
+
 /// Checks that a word is a number from `lowest` to `highest`, of the type that they have; "nan" is
-/// none.
+/// not one.
 template <typename Number>
 CLI::Validator Within(Number lowest, Number highest)
 {
     const auto check = [lowest, highest](const std::string& word) {
-        Number value{};
-        if (CLI::detail::lexical_cast(word, value) && value >= lowest && value <= highest) {
+        const auto value = NumberIn<Number>(word);
+        if (value && *value >= lowest && *value <= highest) {
             return std::string();
         }
         char allowed[80];
@@ -99,11 +114,13 @@ CLI::Validator Within(Number lowest, Number highest)
 void AddNumber(CLI::App& app, const char* name, double& value, const CLI::Validator& range,
                const char* help, double unit = 1.0)
 {
+    std::ostringstream present;
+    present << value / unit;
     app.add_option_function<double>(
            name, [&value, unit](const double& given) { value = given * unit; }, help)
         ->check(range)
         ->type_name("NUMBER")
-        ->default_str(CLI::detail::to_string(value / unit));
+        ->default_str(present.str());
 }
 
 void AddServiceOptions(CLI::App& app, ProgramOptions& options)
@@ -152,10 +169,9 @@ const CLI::Validator kNmeaTarget(
 /// Checks that a word is one of the rates.
 const CLI::Validator kNmeaRate(
     [](const std::string& word) {
-        int rate = 0;
-        const bool isRate =
-            CLI::detail::lexical_cast(word, rate) &&
-            std::find(std::begin(kNmeaRates), std::end(kNmeaRates), rate) != std::end(kNmeaRates);
+        const auto rate = NumberIn<int>(word);
+        const bool isRate = rate && std::find(std::begin(kNmeaRates), std::end(kNmeaRates),
+                                              *rate) != std::end(kNmeaRates);
         return isRate ? std::string() : NotAllowed(word, "1, 2, 5, 10 or 20");
     },
     "");
@@ -201,25 +217,6 @@ void AddNmeaOptions(CLI::App& app, NmeaOptions& nmea)
         ->default_str("48,11,500");
 }
 
-/// Reads "flat", "rolling" or "slope:DEGREES".
-std::optional<TerrainOptions> ReadTerrain(const std::string& word)
-{
-    constexpr double steepest = 30.0;
-    const std::string slope = "slope:";
-    double degrees = 0.0;
-    if (word == "flat") {
-        return TerrainOptions{ETerrain::Flat, 0.0};
-    }
-    if (word == "rolling") {
-        return TerrainOptions{ETerrain::Rolling, 0.0};
-    }
-    const bool isSlope = word.compare(0, slope.size(), slope) == 0 &&
-                         CLI::detail::lexical_cast(word.substr(slope.size()), degrees) &&
-                         degrees >= -steepest && degrees <= steepest;
-    return isSlope ? std::optional(TerrainOptions{ETerrain::Slope, Radians(degrees)})
-                   : std::nullopt;
-}
-
 const CLI::Validator kTerrain(
     [](const std::string& word) {
         return ReadTerrain(word)
@@ -231,9 +228,9 @@ const CLI::Validator kTerrain(
 /// Checks that a word is a number of whole tenths up to 1.
 const CLI::Validator kTenths(
     [](const std::string& word) {
-        double value = 0.0;
-        const bool isOne = CLI::detail::lexical_cast(word, value) && value >= 0.0 && value <= 1.0 &&
-                           std::abs(value * 10.0 - std::round(value * 10.0)) < 1e-9;
+        const auto value = NumberIn<double>(word);
+        const bool isOne = value && *value >= 0.0 && *value <= 1.0 &&
+                           std::abs(*value * 10.0 - std::round(*value * 10.0)) < 1e-9;
         return isOne ? std::string() : NotAllowed(word, "0 to 1 in tenths");
     },
     "");

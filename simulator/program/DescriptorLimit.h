@@ -21,14 +21,14 @@ struct Shares
     std::size_t page;
 };
 
-/// Lets the process have as many descriptors as it may at the most.
+/// Lets the process have as many descriptors as it may at most.
 void Raise();
 /// Why the program cannot do with the descriptors that it may still have; empty when it can.
 std::string Problem(bool withPage);
 /// Into how many connections the descriptors go that are left, so that neither kind ever takes one
 /// from the other, or from the program.
 ///
-/// @param mostOfPage how many the page has at the most; 0 without one.
+/// @param mostOfPage how many the page has at most; 0 without one.
 Shares Divide(std::size_t mostOfPage);
 /// The same of so many that are left.
 Shares Divide(std::size_t left, std::size_t mostOfPage);

@@ -35,7 +35,7 @@ using Clock = std::chrono::steady_clock;
 /// Shared with threads that a disk may keep beyond the end of main().
 using OutputPointer = std::shared_ptr<CProgramOutput>;
 
-// A program that is told to end has done so within two seconds, whatever holds up its files.
+// A program that is asked to end has done so within two seconds, whatever holds up its files.
 constexpr std::chrono::milliseconds kLongestSaving(1000);
 constexpr std::chrono::milliseconds kLongestWriting(400);
 
@@ -339,7 +339,7 @@ int main(int argumentCount, char** arguments)
 {
     // First of all: until here a signal ends the program as one that was killed by it.
     EndAtOnceOnSignals();
-    // A client that goes away while it is written to is no reason to end, nor is a file that has
+    // A client that goes away while it is written to is not a reason to end, nor is a file that has
     // become as long as it may.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);

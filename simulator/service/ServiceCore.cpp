@@ -8,7 +8,7 @@ namespace {
 // Ten tenths of a second are as many steps as one second, whatever their sum rounds to.
 constexpr double kStepTolerance = 1e-9;
 
-/// Applied before anything looks at the settings, so that nothing is told as a change of them.
+/// Applied before anything looks at the settings, so that nothing is reported as a change of them.
 CSimulation& WithKept(CSimulation& simulation, const CKeptSettings& kept, const CServiceLog& log)
 {
     log.Carried("kept setting", kept.ApplyTo(simulation));

@@ -56,7 +56,7 @@ enum class ECall
 };
 
 /// The navigation service without its sockets: maps operation names to handlers, keeps the state
-/// behind them, moves the simulated world on, and tells events.
+/// behind them, moves the simulated world on, and sends events.
 ///
 /// Time comes in from outside, and nothing else that differs from run to run: the same options and
 /// calls give the same answers and events. With a work queue, when the results come of what takes
@@ -98,11 +98,12 @@ public:
     Answer Request(const std::string& name, const BListC& arguments);
     /// Carries out a notification. One that cannot be carried out is logged.
     void Notify(const std::string& name, const BListC& arguments);
-    /// Tells a new subscriber of an event the present state. A name that is no event's is logged.
+    /// Sends a new subscriber of an event the present state. A name that is not an event's is
+    /// logged.
     void TellPresentState(const std::string& event, const EventSink& subscriber);
 
     /// Moves the world on by so much time of its own clock, in whole steps; the rest is kept for
-    /// the next call. Events are told as they happen.
+    /// the next call. Events are sent as they happen.
     void Advance(double seconds);
     /// Moves it on by one step.
     void Step();

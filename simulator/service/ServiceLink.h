@@ -29,7 +29,7 @@ class CServiceRecorder;
 class CServiceLink : private MPIServiceHandlerC
 {
 public:
-    /// Told whose message is about to be carried out, and 0 when it has been.
+    /// Called with whose message is about to be carried out, and with 0 when it has been.
     using ServedSink = std::function<void(ClientNumber)>;
 
     /// @param loop must outlive this object.

@@ -22,8 +22,8 @@ class CServiceRecording;
 ///
 /// Decoding and a slow disk hold up nobody: what is recorded waits for them, up to 64 MiB. From
 /// 16 MiB on the bytes alone are recorded; when there would be too much, or it cannot be written,
-/// the recording ends. A client is recorded from its
-/// connection on; those beyond 16 000 at once are not. Thread safety: none.
+/// the recording ends. A client is recorded from its connection on; those beyond 16 000 at once are
+/// not. Thread safety: none.
 class CServiceRecorder
 {
 public:
@@ -37,7 +37,7 @@ public:
     void Bytes(ClientNumber client, ELinkDirection direction, std::string_view bytes);
     /// Guidance has run.
     void Machine(const CSimulation& world);
-    /// Why the recording has ended by itself, or lacks something; told once, and empty otherwise.
+    /// Why the recording has ended by itself, or lacks something; given once, and empty otherwise.
     std::string TakeProblem();
     /// Ends the file with its summary, once all has been written or the deadline has come.
     void Close(std::chrono::steady_clock::time_point deadline);

@@ -28,7 +28,7 @@ struct MachineMoment
 /// The file of a service's recording: the bytes of the links, what they mean in JSON, and the
 /// machine.
 ///
-/// What fails makes false of all further calls; Problem() tells why. Thread safety: none.
+/// After a failure every call returns false; Problem() says why. Thread safety: none.
 class CServiceRecording
 {
 public:

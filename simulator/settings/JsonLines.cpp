@@ -36,8 +36,8 @@ private:
     std::size_t* m_line;
 };
 
-/// Notes where things begin. Brackets and the end of a name are told before anything behind them is
-/// read, so that the line is theirs.
+/// Notes where things begin. Brackets and the end of a name are reported before anything behind
+/// them is read, so that the line is theirs.
 class CLineFinder final : public nlohmann::json_sax<json>
 {
 public:

@@ -25,7 +25,8 @@ struct JsonDocument
         Nesting,
     };
 
-    nlohmann::json value = nlohmann::json::value_t::discarded; ///< stays so where the text is none
+    /// Stays so where the text is not JSON.
+    nlohmann::json value = nlohmann::json::value_t::discarded;
     EExcess excess = EExcess::None; ///< what there is too much of; there is no value then
     /// The first name that an object has twice. The value has the last, other readers take the
     /// first, and whoever has written the text may mean either.

@@ -60,7 +60,7 @@ public:
 
     /// Gives a simulation's settings the kept values.
     ///
-    /// @return the first value that is no value of its setting, or a name that is no setting's.
+    /// @return the first value that its setting cannot have, or a name that is not a setting's.
     COutcome ApplyTo(CSimulation& simulation) const;
 
 private:

@@ -28,7 +28,7 @@ public:
 
     /// @param file is open.
     /// @param saved what it holds.
-    /// @param report is told, once each time, what keeps settings from being saved and when they
+    /// @param report receives, once each time, what keeps settings from being saved and when they
     ///        are saved again.
     /// @throws std::system_error when the system gives no thread.
     CSettingsSaver(std::unique_ptr<CStateFile> file, KeptValues saved, Report report);

@@ -120,7 +120,7 @@ std::string CStateLock::OtherNewFile() const
 
 /// The name that a lock's file holds.
 ///
-/// @return empty when the file is none of ours.
+/// @return empty when the file is not one of ours.
 std::string CStateLock::NewFileIn(const CDescriptor& lock) const
 {
     const std::string begin = m_stem + kNewFile;

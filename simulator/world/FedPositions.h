@@ -21,7 +21,7 @@ public:
     /// while it is steered, is refused: it moves nothing, and the position does not stay fresh by
     /// it.
     /// @param steered whether the machine is steered by the samples.
-    /// @param present where the machine is, whose heading stays while a sample tells none: it has
+    /// @param present where the machine is, whose heading stays while a sample has none: it has
     ///        no heading and the machine is too slow for a course.
     COutcome Take(const FedPosition& sample, const Pose& present, bool steered);
     /// Moves the clock on by a step of the machine.
@@ -34,7 +34,7 @@ public:
 
     bool Active() const { return m_active; }
     /// What stands against steering by the samples: that no good one has come for a second, or,
-    /// while the machine is not steered, that the last one was none. Empty when nothing does.
+    /// while the machine is not steered, that the last one was not good. Empty when nothing does.
     std::string Problem(bool steered) const;
     /// By how much the machine has been moved by samples that it cannot have driven to, metres,
     /// when that has been since the last time that this was asked.

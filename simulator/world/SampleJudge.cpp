@@ -8,7 +8,7 @@ namespace {
 /// Steering needs a position at least as good, metres of one sigma.
 constexpr double kGreatestSigma = 0.5;
 
-/// How good a fix quality is; 0 for one that is no measurement of satellites.
+/// How good a fix quality is; 0 for one that is not a measurement of satellites.
 int RankOf(int quality)
 {
     switch (quality) {

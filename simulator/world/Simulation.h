@@ -200,13 +200,13 @@ public:
     COutcome SetLookAheadTime(double seconds);
     double LookAheadTime() const;
     /// Over how many driven points a curve is smoothed; a curve that is set is smoothed anew, and
-    /// the machine keeps its pass of it. Refused unless within 1 and 1001, and when the set curve
-    /// would be none any more.
+    /// the machine keeps its pass of it. Refused unless within 1 and 1001, and when nothing would
+    /// be left of the set curve.
     COutcome SetCurveFilterSize(int points);
     int CurveFilterSize() const;
     /// Puts every setting (conditions, offsets, width, tuning and its limits, speed set point,
-    /// look-ahead time, filter size) back to its start value. Navigation goes on. A curve that
-    /// would be none when smoothed by the start value stays as it is.
+    /// look-ahead time, filter size) back to its start value. Navigation goes on. A curve of
+    /// which nothing would be left when smoothed by the start value stays as it is.
     COutcome RestoreSettings();
 
     // Positions from outside.

@@ -1,4 +1,4 @@
-// The operations of CSimulation that tell something and change nothing.
+// The operations of CSimulation that report something and change nothing.
 
 #include "simulator/world/Simulation.h"
 

@@ -58,7 +58,7 @@ struct Row
     std::string resultOfWrongType; ///< of a reply of another type; `failure` unless set
     std::vector<std::string> building = {"list made"}; ///< what the platform sees before the call
     std::vector<std::string> cleaning;                 ///< what it sees after the list is destroyed
-    std::string documentedArguments; ///< what docs/operations.md says, where it is no plain list
+    std::string documentedArguments; ///< what docs/operations.md says, where it is not a plain list
 
     Row& Disposing(EDisposal value);
     Row& OfWrongType(const std::string& text);

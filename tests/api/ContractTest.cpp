@@ -234,8 +234,8 @@ INSTANTIATE_TEST_SUITE_P(Operation, IntReplyContract, testing::ValuesIn(RowsWith
 INSTANTIATE_TEST_SUITE_P(Operation, NotificationContract,
                          testing::ValuesIn(RowsOf(EKind::Notification)), TestName);
 
-/// A notification is told nothing back, so the few that return something say that the service could
-/// be reached; whoever calls the others is told nothing at all.
+/// A notification gets nothing back, so the few that return something say that the service could be
+/// reached; the others return nothing at all.
 TEST(WireContractTable, HasThreeNotificationsThatReturnSomething)
 {
     std::map<std::string, std::string> returned;

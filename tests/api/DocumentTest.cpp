@@ -79,7 +79,7 @@ std::string ResultOfReply(const Row& row, const BListC& reply, int size)
 }
 
 /// A documented list names the type of every element, and how many there must be where that
-/// matters; the others, whose number the service chooses, are told in words.
+/// matters; the others, whose number the service chooses, are described in words.
 void ExpectListReply(const Row& row, const std::string& documented)
 {
     const std::unique_ptr<BElementC> reply(row.reply());

@@ -61,7 +61,7 @@ public:
 private:
     void TakeComment(const std::string& text)
     {
-        // The marks of a group begin and end it, and tell of no declaration.
+        // The marks of a group begin and end it, and belong to no declaration.
         if (StartsWith(text, "@{") || StartsWith(text, "@}")) {
             m_comment.clear();
         } else {

@@ -1,4 +1,4 @@
-// Makes every call of the wire contract in every outcome, and tells how many argument lists each
+// Makes every call of the wire contract in every outcome, and reports how many argument lists each
 // operation has kept. Built with the address sanitizer, it then leaves the leak checker to find
 // just these; check_leaks.py compares the two.
 

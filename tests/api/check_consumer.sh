@@ -19,7 +19,7 @@ compile() { # COMPILER STANDARD HEADER
 }
 
 cd "$include"
-# The folders may be links, which find follows only when told to. Three headers are not public.
+# The folders may be links, which find follows only when asked to. Three headers are not public.
 headers=$(find -L core platform wayline api -name '*.h' ! -name CallFrame.h ! -name NumberText.h \
     ! -name TracePrinting.h)
 left_out=0

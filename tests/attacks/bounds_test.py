@@ -1,4 +1,4 @@
-"""Clients that ask for what takes long or is told to everybody: samples of megabytes, lines that are
+"""Clients that ask for what takes long or is sent to everybody: samples of megabytes, lines that are
 equally far away everywhere, values that change without end."""
 
 import math

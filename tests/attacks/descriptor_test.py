@@ -11,10 +11,10 @@ import msgpack
 
 from navigation_service import DEADLINE_SECONDS, program
 
-from attack import AttackTest, HonestClient, SimulatorUnderAttack, attackers, connect
+from attack import AttackTest, HonestClient, SimulatorUnderAttack, attackers, connect, lasting
 from page_test import PAGE_PORT, hold, posted, read_all, visit
 
-ATTACK_SECONDS = 2.0
+ATTACK_SECONDS = lasting(2.0)
 SERVED_SECONDS = 2.5
 MOST_DESCRIPTORS = 1024
 MOST_CLIENTS = 1024

@@ -1,4 +1,4 @@
-"""Clients that send what is no message, over and over, and connections that come and go."""
+"""Clients that send what is not a message, over and over, and connections that come and go."""
 
 import time
 import unittest
@@ -11,7 +11,7 @@ ATTACK_SECONDS = 2.0
 
 
 def send_garbage():
-    """Connects, sends what is no message, and is dropped, without end."""
+    """Connects, sends what is not a message, and is dropped, without end."""
     while True:
         with connect() as link:
             link.sendall(b"GET / HTTP/1.1\r\n\r\n")

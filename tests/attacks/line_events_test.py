@@ -39,7 +39,7 @@ def shift_again_and_again():
 
 
 def change_settings_again_and_again():
-    """Changes ten times a second what viewers are told of: settings in numbers of 17 digits, the shift and
+    """Changes ten times a second what viewers are sent: settings in numbers of 17 digits, the shift and
     the width of the passes; and begins and ends navigation."""
     for turn in range(1 << 30):
         third = 1.0 / (3 + turn % 7)

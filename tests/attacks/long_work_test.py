@@ -11,10 +11,10 @@ import weakref
 import msgpack
 
 from attack import (AttackTest, BOUND_SECONDS, MEBIBYTE, HonestClient, HonestEcho, SimulatorUnderAttack,
-                    attackers, connect)
+                    attackers, connect, lasting)
 from navigation_service import DEADLINE_SECONDS
 
-ATTACK_SECONDS = 3.0
+ATTACK_SECONDS = lasting(3.0)
 SPLINE, CURVE = 3, 4
 
 

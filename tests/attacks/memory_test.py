@@ -12,11 +12,11 @@ import unittest
 
 import msgpack
 
-from attack import MEBIBYTE, AttackTest, HonestClient, SimulatorUnderAttack, attackers, connect
+from attack import MEBIBYTE, AttackTest, HonestClient, SimulatorUnderAttack, attackers, connect, lasting
 from navigation_service import DEADLINE_SECONDS
 from page_test import HOST, PAGE_PORT, read_all, visit
 
-ATTACK_SECONDS = 3.0
+ATTACK_SECONDS = lasting(3.0)
 BACK_SECONDS = 10.0
 # What all connections together may hold, up to a quarter of it that the allocator adds by rounding
 # blocks up, and what has just been freed.
@@ -56,7 +56,7 @@ ENDLESS = {
 WHOLE = [msgpack.packb([0, 1, "x", arguments]) for arguments in (
     [{"": 0}] * 600_000, [[0]] * 1_000_000, [[[[0]]]] * 400_000, ["abcdefghijklmnopqrst"] * 700_000)]
 
-# Commands of the live page, and what is none, of the most values of each kind.
+# Commands of the live page, and what is not one, of the most values of each kind.
 COMMAND = b'{"operation":"Nudge","arguments":'
 BODIES = {
     "lists in lists": COMMAND + b"[" * 2_000_000,

@@ -41,7 +41,7 @@ def flood_with_refused():
 
 
 def send_refused_anew():
-    """Sends some over a connection of its own each time, and what is no message after them."""
+    """Sends some over a connection of its own each time, and what is not a message after them."""
     while True:
         with connect() as link, contextlib.suppress(OSError):
             link.sendall(11 * BAD + b"\xc1")
@@ -168,7 +168,7 @@ class Output(AttackTest):
                 client.request("IsSteeringEngaged")
             self.assert_ends_in_time(simulator)
             lines = simulator.errors().splitlines()
-        # A hundred lines a second of each of the two kinds, at the most.
+        # A hundred lines a second of each of the two kinds, at most.
         self.assertLess(len(lines), 1500)
         for who in (r"client \d+", "all clients"):
             self.assertTrue(any(re.search(who + r": \d+ lines? left out like", line)

@@ -1,5 +1,5 @@
 """Browsers and what passes for them, at the live page's server: a command gets through within a second,
-the service's own clients notice nothing, and the program ends when it is told to."""
+the service's own clients notice nothing, and the program ends when it is asked to."""
 
 import contextlib
 import json
@@ -13,10 +13,10 @@ import msgpack
 
 from navigation_service import DEADLINE_SECONDS
 
-from attack import AttackTest, HonestClient, SimulatorUnderAttack, attackers, connect
+from attack import AttackTest, HonestClient, SimulatorUnderAttack, attackers, connect, lasting
 
 PAGE_PORT = 8010
-ATTACK_SECONDS = 2.0
+ATTACK_SECONDS = lasting(2.0)
 COMMAND_SECONDS = 1.0
 VIEWER_SECONDS = 2.0  # for a place: 1.5 s, or else a refusal
 VIEWINGS = 4

@@ -63,7 +63,7 @@ class StateFileLoop(AttackTest):
                 client.request("IsSteeringEngaged")
 
     def settings(self):
-        """What the state file holds; nothing where it is none."""
+        """What the state file holds; nothing where it is not a state file's."""
         with open(self.path, encoding="utf-8") as file:
             return json.load(file)["settings"]
 

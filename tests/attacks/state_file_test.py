@@ -40,7 +40,7 @@ class StateFile(AttackTest):
 
     @staticmethod
     def settings(path):
-        """What a state file holds; nothing where it is none."""
+        """What a state file holds; nothing where it is not a state file's."""
         try:
             with open(path, encoding="utf-8") as file:
                 return json.load(file)["settings"]

@@ -98,7 +98,7 @@ class Terminal(Files):
         self.assertGreater(len(shares), 3)
         self.assertEqual((sorted(shares), 0), (shares, shares[0]))
         self.assertRegex(text, "\u2588+")
-        # Taken away before the result is told.
+        # Taken away before the result is shown.
         self.assertIn("\r\x1b[Ksent 21 samples\r\nread 42 lines: 42 in samples sent\r\n", text)
 
     def test_there_are_no_colours_where_they_are_not_wanted(self):

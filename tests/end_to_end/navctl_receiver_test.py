@@ -101,7 +101,7 @@ class Logs(Files):
                     self.assertEqual(bool(options), headings > 2, report)
 
     def burst_around(self, lines, index):
-        """The second of the day of a position, and what is told of it: heading, course, speed."""
+        """The second of the day of a position, and what is reported: heading, course, speed."""
         clock = lines[index].split(",")[1]
         vtg = lines[index + 1].split(",")
         seconds = int(clock[:2]) * 3600 + int(clock[2:4]) * 60 + float(clock[4:])

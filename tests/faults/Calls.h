@@ -24,7 +24,7 @@ extern const CCall kCalls[3];
 /// notification sets.
 constexpr double kFirstLookAheadTime = 2.5;
 constexpr double kSecondLookAheadTime = 1.5;
-/// The offset and the guidance state that a healthy service tells its subscribers ahead of every
+/// The offset and the guidance state that a healthy service sends its subscribers ahead of every
 /// reply.
 constexpr double kToldOffset = 0.625;
 constexpr int kToldState = 2;

@@ -17,7 +17,7 @@ LEAST_FILES = 100
 
 
 def info(navctl, path):
-    """What navctl tells of a recording, and what it has said beside that."""
+    """What navctl says of a recording, and what it has said beside that."""
     result = subprocess.run([navctl, "--json", "recording", "info", path], capture_output=True,
                             text=True, check=False)
     if result.returncode != 0:

@@ -124,7 +124,7 @@ TEST(FieldGeodesy, TurnsAHeadingByTheConvergenceOfMeridians)
             line.headingDegrees = heading;
             line.places = {{a.latitude, a.longitude, a.height}};
             const WaylineContent content = ToWayline(line, frame);
-            // A metre ahead on the ground, in the direction that the file tells.
+            // A metre ahead on the ground, in the direction that the file gives.
             const double ahead = Radians(heading);
             const GeodeticPlace place =
                 CLocalFrame(a).ToGeodetic({std::sin(ahead), std::cos(ahead), 0.0});

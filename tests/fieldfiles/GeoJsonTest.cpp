@@ -1,4 +1,5 @@
 #include <cmath>
+#include <ctime>
 
 #include <gtest/gtest.h>
 
@@ -19,6 +20,19 @@ std::string FeatureOf(const std::string& type, const std::string& coordinates,
 {
     return R"({"type":"Feature","properties":)" + properties + R"(,"geometry":{"type":")" + type +
            R"(","coordinates":)" + coordinates + "}}";
+}
+
+/// What reading takes of the processor, which no other process changes by much; seconds.
+double SecondsToRead(const std::string& bytes)
+{
+    const auto now = [] {
+        timespec time{};
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+    };
+    const double start = now();
+    ReadGeoJson(bytes, std::nullopt);
+    return now() - start;
 }
 
 const std::string kLine = FeatureOf("LineString", "[[5,52],[5.01,52.02]]", R"({"name":"Road"})");
@@ -135,4 +149,53 @@ TEST(GeoJson, ReadsNoMoreValuesThanItsMemoryHolds)
     const std::string problem =
         ProblemOf([&] { ReadGeoJson(Collection("", "\"x\":[" + values + "],"), std::nullopt); });
     EXPECT_EQ("it has more values than are read", problem);
+}
+
+TEST(GeoJson, TakesNoMoreTimeForAFeatureOfMany)
+{
+    const auto withFeatures = [](int count) {
+        std::string features = kLine;
+        for (int i = 1; i < count; ++i) {
+            features += "," + kLine;
+        }
+        return Collection(features);
+    };
+    const auto withMembers = [](int count) {
+        std::string members;
+        for (int i = 0; i < count; ++i) {
+            members += "\"m" + std::to_string(i) + "\":0,";
+        }
+        return Collection(kLine, members);
+    };
+    constexpr int kFew = 4000;
+    constexpr int kTimes = 16;
+    constexpr double kMostTimes = 5.0 * kTimes; // it would be the square of it
+    EXPECT_LT(SecondsToRead(withFeatures(kTimes * kFew)),
+              kMostTimes * SecondsToRead(withFeatures(kFew)));
+    EXPECT_LT(SecondsToRead(withMembers(kTimes * kFew)),
+              kMostTimes * SecondsToRead(withMembers(kFew)));
+}
+
+TEST(GeoJson, TakesTheLastOfSeveralMembersOfAName)
+{
+    const std::string twice = R"({"type":"Feature","type":"Feature","properties":{"name":"First",)"
+                              R"("kind":"spline","name":"Second"},"geometry":null,"geometry":)"
+                              R"({"type":"LineString","coordinates":[[1,2],[3,4]]}})";
+    const FieldLine line = OnlyLine(ReadGeoJson(Collection(twice), std::nullopt));
+    EXPECT_EQ("Second", line.name);
+    EXPECT_EQ(Kestrove::EWaylineTypeSpline, line.kind);
+}
+
+TEST(GeoJson, NamesWhereItStopsBeingJsonAndWhatIsTooLargeOrTooDeep)
+{
+    const auto problemOf = [](const std::string& bytes) {
+        return ProblemOf([&] { ReadGeoJson(bytes, std::nullopt); });
+    };
+    EXPECT_EQ(0U, problemOf("{\"type\":\n\n1,}").find("line 3, byte 13: this is no JSON"));
+    EXPECT_EQ("there is a number in it that is too large", problemOf(R"({"type":1e999})"));
+    const std::string deep = std::string(64, '[') + std::string(64, ']');
+    const std::string named = R"("x":)" + deep + ",";
+    EXPECT_EQ("no problem", problemOf(Collection(kLine, named)));
+    EXPECT_EQ("it is nested deeper than 64 levels",
+              problemOf(Collection(kLine, R"("x":[)" + deep + "],")));
 }

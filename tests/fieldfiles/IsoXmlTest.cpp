@@ -70,6 +70,71 @@ TEST(IsoXml, ReadsAPatternOfEachKind)
     EXPECT_LE(Apart(circle.centre, {52.0, 5.0, {}}), 0.001);
 }
 
+TEST(IsoXml, DrivesACurveFromAToBInWhateverOrderItsPointsStand)
+{
+    const std::string a = Point(6, "52.0", "5.0");
+    const std::string b = Point(7, "52.004", "5.002");
+    const std::string one = Point(9, "52.001", "5.0002");
+    const std::string two = Point(9, "52.002", "5.0006");
+    const std::string three = Point(9, "52.003", "5.0012");
+    const std::vector<double> fromAToB{52.0, 52.001, 52.002, 52.003, 52.004};
+    for (const std::string& points :
+         {a + one + two + three + b, b + three + two + one + a, a + b + one + two + three,
+          b + a + one + two + three, a + b + three + two + one, one + two + three + b + a,
+          a + one + b + two + three, one + two + a + three + b}) {
+        std::vector<double> norths;
+        for (const FieldPlace& place : OnlyLine(Read(Pattern("C=\"3\"", points))).places) {
+            norths.push_back(place.latitude);
+        }
+        EXPECT_EQ(fromAToB, norths) << points;
+    }
+}
+
+TEST(IsoXml, LeavesACurvesPointsBeyondAAndBAndTurnsItByOneOfTheTwo)
+{
+    const std::string a = Point(6, "52.001", "5.0");
+    const std::string b = Point(7, "52.002", "5.0");
+    const std::string before = Point(9, "52.0", "5.0");
+    const std::string behind = Point(9, "52.003", "5.0");
+    const auto first = [](const std::string& points) {
+        return OnlyLine(Read(Pattern("C=\"3\"", points))).places.front().latitude;
+    };
+    EXPECT_EQ(52.0, first(before + a + b + behind));
+    EXPECT_EQ(52.0, first(behind + b + a + before));
+    EXPECT_EQ(52.001, first(b + a));
+    EXPECT_EQ(52.001, first(b + a + a));
+    EXPECT_EQ(52.0, first(b + before));
+    EXPECT_EQ(52.001, first(before + a));
+    EXPECT_EQ(52.0, first(before + b));
+    EXPECT_EQ(52.0, first(before + behind));
+}
+
+TEST(IsoXml, TakesAPivotsRadiusWhereAIsItsCentre)
+{
+    const std::string centre = Point(8, "52.0", "5.0") + Point(6, "52.0", "5.0");
+    const GroundCircle circle = CircleOf(OnlyLine(Read(Pattern("C=\"4\" H=\"50000\"", centre))));
+    EXPECT_NEAR(50.0, circle.radius, 0.001);
+    EXPECT_NE(std::string::npos,
+              Read(Pattern("C=\"4\"", centre)).refused.at(0).reason.find("are the same"));
+}
+
+TEST(IsoXml, NumbersFurtherFieldsOfAName)
+{
+    const std::string line = "<GGP A=\"GGP1\"><GPN A=\"GPN1\" B=\"Spiral\" C=\"5\"/></GGP>";
+    const auto field = [&](const std::string& name) {
+        return "<PFD A=\"PFD1\" C=\"" + name + "\">" + line + "</PFD>";
+    };
+    const CFieldFile file = Read(TaskData(field("North") + field("North (2)") + field("North") +
+                                          field("South") + field("North")));
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < file.fields.size(); ++i) {
+        names.push_back(file.fields[i].name);
+        EXPECT_EQ(names.back(), file.refused.at(i).field);
+    }
+    EXPECT_EQ((std::vector<std::string>{"North", "North (2)", "North (3)", "South", "North (4)"}),
+              names);
+}
+
 TEST(IsoXml, DrivesAnArcInItsDirection)
 {
     const std::string points =

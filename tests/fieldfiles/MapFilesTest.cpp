@@ -1,8 +1,9 @@
-#include <gtest/gtest.h>
-
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <tuple>
+
+#include <gtest/gtest.h>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,6 +11,7 @@
 #include "tests/fieldfiles/SampleFields.h"
 #include "tools/fieldfiles/Database.h"
 #include "tools/fieldfiles/FieldFormat.h"
+#include "tools/fieldfiles/FieldGeodesy.h"
 #include "tools/fieldfiles/FileLimits.h"
 #include "tools/fieldfiles/GeoPackage.h"
 #include "tools/fieldfiles/Kml.h"
@@ -143,29 +145,6 @@ TEST(Kml, FindsGeometriesInFoldersAndFollowsNoLink)
     EXPECT_EQ("North", file.fields[0].name);
     EXPECT_EQ(Kestrove::EWaylineTypeABCurve, file.fields[0].lines[0].kind);
     ASSERT_EQ(1U, file.Notes().size());
-}
-
-TEST(MapFeature, JoinsALineThatIsCutAtThe180thMeridian)
-{
-    const FieldPlace cut{10.5, 180.0, {}};
-    const FieldPlace cutAgain{10.5, -180.0, {}};
-    MapFeature feature;
-    feature.parts = {{{{10.0, 179.9, {}}, cut}}, {{cutAgain, {11.0, -179.9, {}}}}};
-    CFeatureReading reading(std::nullopt);
-    reading.Add(feature, "North");
-    const FieldLine line = OnlyLine(reading.file);
-    EXPECT_EQ(Kestrove::EWaylineTypeAB, line.kind);
-    EXPECT_EQ(-179.9, line.places.back().longitude);
-}
-
-TEST(MapFeature, KeepsABendThatLiesOnThe180thMeridian)
-{
-    MapFeature feature;
-    feature.parts = {{{{10.0, 179.9, {}}, {13.0, 180.0, {}}}},
-                     {{{13.0, -180.0, {}}, {11.0, -179.9, {}}}}};
-    CFeatureReading reading(std::nullopt);
-    reading.Add(feature, "North");
-    EXPECT_EQ(3U, OnlyLine(reading.file).places.size());
 }
 
 TEST(ReferenceSystem, TakesWorldGeodeticSystem84AndNamesAllOthers)
@@ -378,6 +357,30 @@ TEST(Zip, FollowsTheLinksOfItsKmlToFilesWithinItAndNoOthers)
     const CFieldFile file = ReadFieldFile("x.kmz", zip, std::nullopt);
     EXPECT_EQ("One", OnlyLine(file).name);
     EXPECT_EQ(4U, file.Notes().size());
+}
+
+TEST(Zip, NotesWhatElseThereIsOfItsMainFilesKind)
+{
+    const std::string taskData =
+        "<ISO11783_TaskData><PFD A=\"PFD1\" C=\"North\"><LSG A=\"5\" B=\"One\"><PNT A=\"2\" "
+        "C=\"1\" D=\"2\"/><PNT A=\"2\" C=\"3\" D=\"4\"/></LSG></PFD></ISO11783_TaskData>";
+    const CFieldFile card = ReadFieldFile("x.zip",
+                                          MakeZip({{"old/TASKDATA.XML", taskData},
+                                                   {"TASKDATA/TASKDATA.XML", taskData},
+                                                   {"a.kml", KmlLine("1,2 3,4")},
+                                                   {"b.shp", "x"},
+                                                   {"TASKDATA/GRD00001.BIN", "x"}}),
+                                          std::nullopt);
+    EXPECT_EQ(1U, card.LineCount());
+    ASSERT_EQ(3U, card.Notes().size());
+    EXPECT_EQ("old/TASKDATA.XML is left out: of a zip one file is read, here TASKDATA/TASKDATA.XML",
+              card.Notes()[0]);
+    const CFieldFile map = ReadFieldFile(
+        "x.kmz", MakeZip({{"doc.kml", KmlLine("1,2 3,4")}, {"other.kml", KmlLine("5,6 7,8")}}),
+        std::nullopt);
+    EXPECT_EQ(1U, map.LineCount());
+    ASSERT_EQ(1U, map.Notes().size());
+    EXPECT_EQ(0U, map.Notes()[0].find("other.kml is left out"));
 }
 
 TEST(Xml, RefusesEntitiesDepthAndMoreThanIsRead)

@@ -16,7 +16,7 @@ namespace FuzzMessages {
 struct Decoded
 {
     std::vector<MessageC> messages;
-    bool isBad = false;  ///< the stream ended in what is no message
+    bool isBad = false;  ///< the stream ended in what is not a message
     std::string problem; ///< why
 };
 

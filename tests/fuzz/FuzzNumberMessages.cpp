@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kMostElements = 64;
 
-/// A notification whose list is the input's bytes, the first of which tells its length. Behind it
+/// A notification whose list is the input's bytes, the first of which gives its length. Behind it
 /// stand whatever messages the bytes make.
 std::string Message(const std::uint8_t* data, std::size_t size, bool forParser)
 {

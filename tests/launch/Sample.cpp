@@ -1,5 +1,5 @@
 // Tests that do to their process what the runner of tests has to stand. run_gtest_test.py has them
-// run, a few at a time; they are no tests of their own.
+// run, a few at a time; they are not tests of their own.
 
 #include <chrono>
 #include <csignal>

@@ -1,4 +1,4 @@
-"""The diagnosis, in each of the states that it tells apart."""
+"""The diagnosis, in each of the states that it distinguishes."""
 
 import socket
 import subprocess
@@ -200,7 +200,7 @@ class PlainService(unittest.TestCase):
                          self.found({"why_not_engaged": [1, None, ""]}))
 
     def test_a_service_may_lack_any_of_the_getters(self):
-        # Without a width there is no distance that is too far; with an answer that is no list of
+        # Without a width there is no distance that is too far; with an answer that is not a list of
         # reasons, the getters are asked.
         for reply in ({}, {"why_not_engaged": "because"}):
             with self.subTest(reply):

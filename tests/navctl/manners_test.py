@@ -362,7 +362,12 @@ COMPLETIONS = (
     ("navctl watch --li", {"--lightbar"}),
     ("navctl watch --count ", set()),
     ("navctl wayline start a", {"ab", "a-heading", "ab-curve"}),
-    ("navctl wayline convert x --to ", {"text", "geojson", "csv"}),
+    ("navctl wayline convert x --to ", {"text", "geojson", "csv", "isoxml", "isoxml3", "kml", "kmz",
+                                        "shapefile", "geopackage"}),
+    ("navctl boundary convert x --to ", {"geojson", "isoxml", "isoxml3", "kml", "kmz", "shapefile",
+                                         "geopackage"}),
+    ("navctl recording cut x y --to ", set()),
+    ("navctl recording cut x y --from ", set()),
     ("navctl wayline show x --from g", {"geojson"}),
     ("navctl wayline show x --kind ", {"ab", "circle", "spline", "ab-curve"}),
     ("navctl feed x --format ", {"nmea", "csv"}),
@@ -416,7 +421,7 @@ class Documents(unittest.TestCase):
     def test_the_options_of_every_command_are_in_the_manual_and_in_its_help(self):
         page = self.rendered(navctl("manual").stdout)
         for command in (["feed"], ["watch"], ["wayline", "show"], ["wayline", "convert"],
-                        ["wayline", "plot"], ["wayline", "set"]):
+                        ["wayline", "plot"], ["wayline", "set"], ["boundary", "convert"]):
             options = re.findall(r"--[a-z-]+", navctl(*command, "--help").stdout)
             self.assertGreater(len(options), 1)
             for option in options:

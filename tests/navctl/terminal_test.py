@@ -1,4 +1,4 @@
-"""What navctl prints on a narrow terminal, and what it makes of bytes that are no text."""
+"""What navctl prints on a narrow terminal, and what it makes of bytes that are not text."""
 
 import contextlib
 import os

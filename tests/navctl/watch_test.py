@@ -144,7 +144,7 @@ class Watch(unittest.TestCase):
                 try:
                     with Running("watch", name) as watch:
                         wait_for(lambda: self.waits(watch) > 0, "the wait to be told")
-                        time.sleep(1.5)  # time for a connection that is none
+                        time.sleep(1.5)  # time for a connection that is not one
                         self.assertNotIn("connected", watch.errors())
                         simulator.process.send_signal(signal.SIGCONT)
                         wait_for(lambda: "navctl: connected\n" in watch.errors(), "the answer")

@@ -1,6 +1,6 @@
 #!/bin/bash
 # Checks that the packages' copyright file names every library whose headers go into what a build
-# makes, and no other. The system's own headers and those of the interpreter are no part of it.
+# makes, and no other. The system's own headers and those of the interpreter are not part of it.
 #
 # usage: check_notices.sh BUILD-DIRECTORY COPYRIGHT-FILE
 set -euo pipefail

@@ -1,5 +1,5 @@
 #!/bin/bash
-# Checks what the Debian packages hold: nothing that tells where they were built, no debugging
+# Checks what the Debian packages hold: nothing that shows where they were built, no debugging
 # information but in packages of its own, and what an application's developer looks for: documents
 # that name nothing that is not there, and examples that compile.
 #

@@ -32,7 +32,7 @@ public:
     int m_ends = 0;
 };
 
-/// The same, and opens the connection again from the hook that tells of its end.
+/// The same, and opens the connection again from the hook that reports its end.
 class CSlowReopeningClient : public CSlowClient
 {
 public:

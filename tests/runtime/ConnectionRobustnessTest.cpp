@@ -25,7 +25,7 @@ bool SendLarge(MPISocketConnectionC& connection)
     return connection.SendNotification("large", &arguments);
 }
 
-/// Opens the connection again from the hook that tells of its end, once.
+/// Opens the connection again from the hook that reports its end, once.
 class CReopeningClient : public MPISocketClientC
 {
 public:

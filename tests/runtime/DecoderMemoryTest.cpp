@@ -77,7 +77,7 @@ std::string Nested(int levels)
 
 const char* const kOverMemory = "a message whose values take more than 96 MiB";
 const char* const kOverBytes = "a message of more than 32 MiB";
-/// As many as are allowed end the message; what stands behind them is no matter.
+/// As many as are allowed end the message; what stands behind them does not matter.
 const char* const kFits = "fits";
 
 class EndlessMessage : public testing::TestWithParam<Attack>

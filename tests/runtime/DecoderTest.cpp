@@ -15,7 +15,7 @@ using EResult = MessageDecoderC::EResult;
 
 namespace {
 
-/// The result of a response whose result is given as bytes; null when it is no message.
+/// The result of a response whose result is given as bytes; null when it is not a message.
 std::unique_ptr<BElementC> ResultOf(const std::string& hex)
 {
     MessageDecoderC decoder;

@@ -13,7 +13,7 @@
 #include "tests/support/Bytes.h"
 #include "tests/support/RawPeer.h"
 
-/// Calls a function for each event, and tells when it is destroyed.
+/// Calls a function for each event, and reports when it is destroyed.
 class CCallback : public MPICallbackBase
 {
 public:

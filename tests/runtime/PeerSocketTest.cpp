@@ -10,6 +10,7 @@
 #include <netinet/tcp.h>
 #include <sstream>
 #include <string>
+#include <sys/socket.h>
 
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
@@ -121,7 +122,9 @@ TEST(PeerSocketOf, APeerThatTheSystemHasForgottenIsNotOpen)
     Ends ends(asio::ip::address_v4::loopback());
     const std::uint16_t port = ends.peer.local_endpoint().port();
     // So long it keeps what no process has any more.
-    ends.peer.set_option(asio::detail::socket_option::integer<IPPROTO_TCP, TCP_LINGER2>(1));
+    const int seconds = 1;
+    ASSERT_EQ(0, ::setsockopt(ends.peer.native_handle(), IPPROTO_TCP, TCP_LINGER2, &seconds,
+                              sizeof seconds));
     ends.peer.close();
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (IsKnown(port) && std::chrono::steady_clock::now() < deadline) {

@@ -16,7 +16,7 @@
 
 #include "runtime/MPISocketServer.h"
 
-/// A service on a thread of its own that notes everything it is told, a line each, and does what a
+/// A service on a thread of its own that notes everything it receives, a line each, and does what a
 /// test has hung on the calls of a name.
 class CRunningService : public MPIServiceHandlerC
 {

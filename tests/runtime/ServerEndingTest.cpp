@@ -22,6 +22,7 @@
 using Bytes::FromHex;
 using Bytes::Notification;
 using Bytes::Request;
+using Bytes::Requests;
 using Bytes::Subscription;
 using testing::Contains;
 using testing::Not;
@@ -121,11 +122,7 @@ TEST(ServerEnding, SendsTheRepliesThatTheClientReadsLater)
 {
     CSlowService service;
     CRawClient client(service.Port());
-    std::string packet;
-    for (std::uint64_t number = 1; number <= 7; ++number) {
-        packet += Request(number, "large", "\x90");
-    }
-    client.Send(packet);
+    client.Send(Requests(1, 7, "large"));
     client.EndSending();
     ASSERT_TRUE(service.WaitForNotes("request large", 7));
     service.Look();
@@ -193,11 +190,7 @@ TEST(ServerEnding, WaitsForWorkButNotWithoutEndForAClientThatTakesNothing)
     worker.EndSending();
     ASSERT_TRUE(service.WaitForNotes("request long"));
     CRawClient client(service.Port());
-    std::string packet;
-    for (std::uint64_t number = 1; number <= 7; ++number) {
-        packet += Request(number, "large", "\x90");
-    }
-    client.Send(packet);
+    client.Send(Requests(1, 7, "large"));
     client.EndSending();
     EXPECT_TRUE(service.WaitForNotes("dropped 2 the last replies were not taken for 0 s"));
     EXPECT_EQ(ECONNRESET, client.WaitForEnd());

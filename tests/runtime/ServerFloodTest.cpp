@@ -38,6 +38,63 @@ void PushNumber(MPISocketServerC& server, int number)
     server.Push("ev", payload);
 }
 
+/// So many clients that are subscribed to "ev".
+std::vector<std::unique_ptr<CRawClient>> Subscribers(CRunningService& service, std::size_t count)
+{
+    std::vector<std::unique_ptr<CRawClient>> clients;
+    while (clients.size() < count) {
+        clients.push_back(std::make_unique<CRawClient>(service.Port()));
+        clients.back()->Send(Subscription("ev"));
+        Settle(*clients.back());
+    }
+    return clients;
+}
+
+/// A service that stands still at the first notification "n" until it knows that a question "q"
+/// has been sent too, so that the bytes of all clients lie ready from there on.
+class CFloodedService : public CRunningService
+{
+public:
+    CFloodedService()
+    {
+        On("n", [this](auto&, auto, auto) {
+            if (++m_flooded == 1) {
+                m_hasAsked.get_future().wait();
+            }
+        });
+        On("q", [this](auto& server, auto client, auto number) {
+            m_beforeTheQuestion = m_flooded;
+            server.Reply(client, number, nullptr);
+        });
+    }
+    ~CFloodedService() override { Stop(); }
+
+    /// Asks the question, lets the service go on, and waits for the answer.
+    ///
+    /// @return how many notifications were taken before the question.
+    int FloodedBeforeAQuestionOf(CRawClient& asker)
+    {
+        asker.Send(Request(1, "q", "\x90"));
+        m_hasAsked.set_value();
+        EXPECT_EQ(1U, asker.Read().number);
+        return m_beforeTheQuestion;
+    }
+
+private:
+    std::promise<void> m_hasAsked;
+    int m_flooded = 0;
+    int m_beforeTheQuestion = 0;
+};
+
+std::string Notifications(int count)
+{
+    std::string packet;
+    for (; count > 0; --count) {
+        packet += Notification("n", "\x90");
+    }
+    return packet;
+}
+
 bool HasNotes(const CRunningService& service, const std::string& start, int count)
 {
     const std::vector<std::string> notes = service.Notes();
@@ -91,31 +148,12 @@ TEST(ServerFlood, DeliversMoreThanTheLimitToAClientThatReads)
 
 TEST(ServerFlood, SharesTheLoopBetweenAClientThatFloodsAndOneThatAsks)
 {
-    CRunningService service;
+    CFloodedService service;
     CRawClient flooder(service.Port());
     CRawClient asker(service.Port());
-    std::promise<void> hasAsked;
-    int flooded = 0;
-    int floodedBeforeTheQuestion = 0;
-    service.On("n", [&](auto&, auto, auto) {
-        if (++flooded == 1) {
-            hasAsked.get_future().wait(); // both clients' bytes lie ready from here on
-        }
-    });
-    service.On("q", [&](auto& server, auto client, auto number) {
-        floodedBeforeTheQuestion = flooded;
-        server.Reply(client, number, nullptr);
-    });
-    std::string packet;
-    for (int count = 0; count < 10000; ++count) {
-        packet += Notification("n", "\x90");
-    }
-    flooder.Send(packet);
+    flooder.Send(Notifications(10000));
     EXPECT_TRUE(service.WaitForNotes("notification n"));
-    asker.Send(Request(1, "q", "\x90"));
-    hasAsked.set_value();
-    EXPECT_EQ(1U, asker.Read().number);
-    EXPECT_LE(floodedBeforeTheQuestion, 1000);
+    EXPECT_LE(service.FloodedBeforeAQuestionOf(asker), 1000);
     EXPECT_TRUE(service.WaitForNotes("notification n", 10000));
 }
 
@@ -123,12 +161,7 @@ TEST(ServerFlood, LooksAtTheOthersWhileAnEventGoesToManySubscribers)
 {
     constexpr std::size_t subscribers = 300;
     CRunningService service;
-    std::vector<std::unique_ptr<CRawClient>> clients;
-    for (std::size_t count = 0; count < subscribers; ++count) {
-        clients.push_back(std::make_unique<CRawClient>(service.Port()));
-        clients.back()->Send(Subscription("ev"));
-        Settle(*clients.back());
-    }
+    const auto clients = Subscribers(service, subscribers);
     CRawClient asker(service.Port());
     Settle(asker);
     std::size_t reached = 0;
@@ -153,12 +186,7 @@ TEST(ServerFlood, CopiesAnEventForManySubscribersInTurns)
 {
     constexpr std::size_t subscribers = 300;
     CRunningService service;
-    std::vector<std::unique_ptr<CRawClient>> clients;
-    for (std::size_t count = 0; count < subscribers; ++count) {
-        clients.push_back(std::make_unique<CRawClient>(service.Port()));
-        clients.back()->Send(Subscription("ev"));
-        Settle(*clients.back());
-    }
+    const auto clients = Subscribers(service, subscribers);
     std::size_t before = 0;
     std::size_t after = 0;
     service.OnLoop([&](MPISocketServerC& server) {
@@ -175,12 +203,7 @@ TEST(ServerFlood, CopiesAnEventForManySubscribersInTurns)
 TEST(ServerFlood, TellsWhatHappenedInItsOrderHoweverManyAreTold)
 {
     CRunningService service;
-    std::vector<std::unique_ptr<CRawClient>> others;
-    for (int count = 0; count < 300; ++count) {
-        others.push_back(std::make_unique<CRawClient>(service.Port()));
-        others.back()->Send(Subscription("ev"));
-        Settle(*others.back());
-    }
+    const auto others = Subscribers(service, 300);
     CRawClient client(service.Port());
     client.Send(Subscription("ev"));
     Settle(client);
@@ -223,36 +246,18 @@ TEST(ServerFlood, TellsANewSubscriberOnlyWhatHappensAfterIt)
 
 TEST(ServerFlood, TakesAndServesANewClientWhileManyFlood)
 {
-    CRunningService service;
+    CFloodedService service;
     const std::uint16_t port = service.Port();
     const int messages = 3000;
     std::vector<std::unique_ptr<CRawClient>> flooders;
     for (int count = 0; count < 70; ++count) {
         flooders.push_back(std::make_unique<CRawClient>(port));
     }
-    std::promise<void> hasAsked;
-    int flooded = 0;
-    int floodedBeforeTheQuestion = 0;
-    service.On("n", [&](auto&, auto, auto) {
-        if (++flooded == 1) {
-            hasAsked.get_future().wait(); // all clients' bytes lie ready from here on
-        }
-    });
-    service.On("q", [&](auto& server, auto client, auto number) {
-        floodedBeforeTheQuestion = flooded;
-        server.Reply(client, number, nullptr);
-    });
-    std::string packet;
-    for (int count = 0; count < messages; ++count) {
-        packet += Notification("n", "\x90");
-    }
     for (const auto& flooder : flooders) {
-        flooder->Send(packet);
+        flooder->Send(Notifications(messages));
     }
     CRawClient asker(port);
-    asker.Send(Request(1, "q", "\x90"));
-    hasAsked.set_value();
-    EXPECT_EQ(1U, asker.Read().number);
+    const int floodedBeforeTheQuestion = service.FloodedBeforeAQuestionOf(asker);
     EXPECT_LT(floodedBeforeTheQuestion, messages * static_cast<int>(flooders.size()) / 2);
     EXPECT_LT(0, floodedBeforeTheQuestion);
 }

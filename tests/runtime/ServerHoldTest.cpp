@@ -18,6 +18,7 @@
 using Bytes::FromHex;
 using Bytes::Notification;
 using Bytes::Request;
+using Bytes::Requests;
 using Bytes::Subscription;
 using testing::Contains;
 using testing::Not;
@@ -121,11 +122,7 @@ TEST(HeldRequest, LetsWhatIsUrgentOvertakeThroughTwentyThousandWaitingMessages)
 {
     CHoldingService service;
     CRawClient client(service.Port());
-    std::string packet = Request(1, "long", "\x90");
-    for (std::uint64_t number = 2; number <= 20'000; ++number) {
-        packet += Request(number, "a", "\x90");
-    }
-    client.Send(packet);
+    client.Send(Request(1, "long", "\x90") + Requests(2, 20'000, "a"));
     SettleUrgently(client);
     service.LetGo();
     for (std::uint64_t number = 1; number <= 20'000; ++number) {
@@ -167,10 +164,7 @@ TEST(HeldRequest, LosesNothingOfAFloodThatExceedsWhatMayWait)
     CRawClient client(service.Port());
     const std::uint64_t last = 2400;
     const std::string text = FromHex("91 da ff ff") + std::string(0xffff, 'x');
-    std::string packet = Request(1, "long", "\x90");
-    for (std::uint64_t number = 2; number <= last; ++number) {
-        packet += Request(number, "a", text);
-    }
+    const std::string packet = Request(1, "long", "\x90") + Requests(2, last, "a", text);
     ASSERT_GT(packet.size(), 144 * kMebibyte);
     std::thread sender([&] { client.Send(packet); });
     const bool isFull = service.WaitForHeld(128 * kMebibyte, 129 * kMebibyte);

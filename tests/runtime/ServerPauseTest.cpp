@@ -33,7 +33,7 @@ MPIServerLimitsC Impatient()
     return limits;
 }
 
-/// A service that a request "pause" pauses until it is told to go on, that holds what is called
+/// A service that a request "pause" pauses until it is asked to go on, that holds what is called
 /// "long", and that lets "urgent" overtake.
 class CPausedService : public CRunningService
 {

@@ -14,6 +14,7 @@
 using Bytes::FromHex;
 using Bytes::Notification;
 using Bytes::Request;
+using Bytes::Requests;
 using Bytes::Subscription;
 using testing::Contains;
 using testing::StartsWith;
@@ -81,11 +82,7 @@ TEST(Server, AnswersRequestsOfOnePacketInTheirOrder)
 {
     CRunningService service;
     CRawClient client(service.Port());
-    std::string packet;
-    for (std::uint64_t number = 1; number <= 500; ++number) {
-        packet += Request(number, "a", "\x90");
-    }
-    client.Send(packet);
+    client.Send(Requests(1, 500, "a"));
     for (std::uint64_t number = 1; number <= 500; ++number) {
         ASSERT_EQ(number, client.Read().number);
     }

@@ -50,7 +50,7 @@ TEST(ServiceEvents, TellASubscriberOfTuningEveryParameter)
     }
 }
 
-/// A call that changes a value, and the one event that tells it.
+/// A call that changes a value, and the one event that reports it.
 struct Change
 {
     const char* operation;
@@ -90,7 +90,7 @@ TEST(ServiceEvents, TellAChangeOnceAndAtOnce)
     }
 }
 
-/// Calls that change a value when they alternate, and the event that tells it.
+/// Calls that change a value when they alternate, and the event that reports it.
 struct Alternation
 {
     const char* event;
@@ -226,7 +226,7 @@ TEST(ServiceEvents, TellASubscriberThePresentStateAlsoWhileAChangeWaits)
     EXPECT_EQ(Texts{"cb_offsets [0.2]"}, service.Subscribe("cb_offsets"));
 }
 
-/// The events whose values clients change, each with what it told last.
+/// The events whose values clients change, each with what it said last.
 using LastTold = std::map<std::string, Texts>;
 
 LastTold PresentValues(const Service& service)
@@ -239,7 +239,7 @@ LastTold PresentValues(const Service& service)
     return present;
 }
 
-/// Takes what has been told into `last`, as a subscriber does.
+/// Takes what has been sent into `last`, as a subscriber does.
 void TakeTold(Service& service, LastTold& last)
 {
     for (auto& [event, texts] : last) {
@@ -436,7 +436,7 @@ TEST(ServiceEvents, AreTheSameForTheSameSeed)
     EXPECT_NE(drive(7), drive(8));
 }
 
-/// A service core whose events are wanted by name, and what has been told.
+/// A service core whose events are wanted by name, and what has been sent.
 struct WantedEvents
 {
     WantedEvents()

@@ -49,7 +49,7 @@ std::string ReadUntil(const CDescriptor& descriptor, const std::string& end)
     return text;
 }
 
-/// A pipe whose reader reads when it is told to.
+/// A pipe whose reader reads when it is asked to.
 class Pipe
 {
 public:

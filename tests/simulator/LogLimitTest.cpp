@@ -119,7 +119,7 @@ TEST(LogLimit, LetsAHundredLinesPassOfClientsThatComeAnewForEachOne)
     EXPECT_FALSE(limited.HasPeriods());
 }
 
-/// A name for a number, in letters, since numbers are no part of a kind.
+/// A name for a number, in letters, since numbers are not part of a kind.
 std::string NameWithoutDigits(std::size_t number)
 {
     std::string name;

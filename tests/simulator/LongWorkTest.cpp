@@ -39,7 +39,7 @@ std::string Curve(int kind, double x, int points = kMany)
 
 const char* const kShortLine = "[0, 50.0, 0.0, 0.0, 50.0, 100.0, 0.0]";
 
-/// A service core with a work queue, and a loop that runs when it is told to.
+/// A service core with a work queue, and a loop that runs when it is asked to.
 class CQueuedService
 {
 public:

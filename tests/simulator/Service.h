@@ -28,19 +28,19 @@ public:
     /// @return false when it has not after so many seconds.
     bool AdvanceUntil(const std::string& name, const std::string& arguments,
                       const std::string& reply, double atMostSeconds);
-    /// What a new subscriber of an event is told, each as "name payload".
+    /// What a new subscriber of an event is sent, each as "name payload".
     std::vector<std::string> Subscribe(const std::string& event) const;
 
-    /// What becomes of the other events that have been told.
+    /// What becomes of the other events that have been sent.
     enum class EKeep
     {
         Nothing,
         Others,
     };
-    /// The payloads of an event that have been told since the last call of this for any event, or
+    /// The payloads of an event that have been sent since the last call of this for any event, or
     /// since Forget() where calls keep the others.
     std::vector<std::string> Told(const std::string& event, EKeep keep = EKeep::Nothing);
-    /// Forgets what has been told and logged so far.
+    /// Forgets what has been sent and logged so far.
     void Forget();
     /// Everything logged since Forget(), a line each.
     const std::string& Log() const { return m_log; }

@@ -37,7 +37,7 @@ TEST(WaylineOperations, GiveBackEachKindThatWasSet)
     }
 }
 
-/// A list that is no wayline, or one without a shape.
+/// A list that is not a wayline, or one without a shape.
 struct NoWayline
 {
     const char* form;

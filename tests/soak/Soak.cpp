@@ -106,7 +106,7 @@ long WorkATenth(CSoakClient& client, CSoakService& service, CSeries& series, dou
     return restarts;
 }
 
-/// Whether enough was done for the outcome to tell something: in ten minutes a million requests, a
+/// Whether enough was done for the outcome to mean something: in ten minutes a million requests, a
 /// million events and 500 restarts, a third of them with a reset. A run of less than a minute,
 /// which may fall into a busy moment of the machine, has to do a tenth as much.
 bool HasDoneEnough(const SoakCounts& counts, long restarts, double minutes)

@@ -10,7 +10,7 @@ struct SoakCounts
 {
     long requests = 0;
     long events = 0;
-    long wrong = 0;     ///< replies that are not what the service was told before
+    long wrong = 0;     ///< replies that are not what the service was sent before
     long lost = 0;      ///< events that were pushed and never came
     long reordered = 0; ///< events that came twice, out of order, or from an earlier process
     long resets = 0;    ///< connections that were reset

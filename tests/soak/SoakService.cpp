@@ -14,7 +14,7 @@
 namespace {
 
 /// Remembers settings; SetFieldOffset pushes as many events as its argument says, half of them
-/// before the reply, and GetFieldOffset tells how many have been pushed.
+/// before the reply, and GetFieldOffset returns how many have been pushed.
 class CHandler : public MPIServiceHandlerC
 {
 public:

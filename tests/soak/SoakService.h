@@ -3,7 +3,7 @@
 
 #include <sys/types.h>
 
-/// A navigation service in a process of its own, which remembers what it is told and pushes
+/// A navigation service in a process of its own, which remembers what it is sent and pushes
 /// numbered events when it is asked to. It can be ended in several ways and started again.
 class CSoakService
 {
@@ -24,7 +24,7 @@ public:
 
     /// Starts the process and waits until it listens on port 5010.
     ///
-    /// @param epoch what its events carry, so that those of an earlier process are told apart.
+    /// @param epoch what its events carry, so that those of an earlier process are distinguished.
     /// @return false when it cannot listen.
     bool Start(int epoch);
     /// Ends it and waits for that.

@@ -57,6 +57,16 @@ std::string Request(std::uint64_t number, const std::string& name, const std::st
     return FromHex("94 00 cf") + BigEndian(number, 8) + FixStr(name) + arguments;
 }
 
+std::string Requests(std::uint64_t first, std::uint64_t last, const std::string& name,
+                     const std::string& arguments)
+{
+    std::string packet;
+    for (std::uint64_t number = first; number <= last; ++number) {
+        packet += Request(number, name, arguments);
+    }
+    return packet;
+}
+
 std::string Response(std::uint64_t number, const std::string& result)
 {
     return FromHex("94 01 cf") + BigEndian(number, 8) + FromHex("c0") + result;

@@ -21,6 +21,9 @@ std::string Float64(double value);
 std::string FixStr(const std::string& text);
 /// A request with the arguments given as bytes.
 std::string Request(std::uint64_t number, const std::string& name, const std::string& arguments);
+/// A request for each number from `first` to `last`, all with the arguments given as bytes.
+std::string Requests(std::uint64_t first, std::uint64_t last, const std::string& name,
+                     const std::string& arguments = "\x90");
 /// A response with `result`, itself given as bytes.
 std::string Response(std::uint64_t number, const std::string& result);
 /// A notification, which an event is too, with the arguments given as bytes.

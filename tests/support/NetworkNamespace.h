@@ -15,7 +15,7 @@ struct CIsolatedOutcome
 /// addresses, in which the system picks the local ports of connections from `firstPort` to
 /// `lastPort`. The child has the one thread.
 ///
-/// @param action tells what went wrong, or nothing.
+/// @param action returns what went wrong, or nothing.
 CIsolatedOutcome InNetworkOfItsOwn(int firstPort, int lastPort,
                                    const std::function<std::string()>& action);
 

@@ -7,7 +7,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 /// For how long this thread has been ready to run without running; 0 where the system does not
-/// tell.
+/// say.
 std::chrono::nanoseconds HeldUp()
 {
     std::ifstream file("/proc/thread-self/schedstat");

@@ -75,7 +75,7 @@ TEST(DrivingService, HasTheEventsOfAnAdvanceThereWhenItReturns)
             navigation, [&count](const Core::Maths::Vector2<double>&, double) { ++count; });
         service.Advance(6.0);
         navigation.CheckCallbacks();
-        EXPECT_EQ(61, count) << round; // the first tells where it was
+        EXPECT_EQ(61, count) << round; // the first says where it was
     }
 }
 

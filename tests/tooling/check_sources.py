@@ -14,7 +14,7 @@ Prints a line for each fault and exits with 1 when there is one:
   - a C++ function of more than 40 lines, 80 in tests/, where it may be a table
   - a pause in tests/ that does not say, on its line, what it stands for
   - a top folder without a README.md
-  - a file of the repository, of whatever kind, that tells where somebody has built the project
+  - a file of the repository, of whatever kind, that shows where somebody has built the project
 """
 
 import re

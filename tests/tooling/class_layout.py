@@ -17,7 +17,7 @@ HEADER is compiled alone. EXPECTED lists the classes to compare, in this form:
 A base stands with its offset. Slots count from the first virtual operation, the destructor filling
 two; "pure" stands for an operation that the class leaves open, and both slots of the destructor of
 such a class read "none". Every slot and base must be listed, and of a class with a member listed
-every data member that is its own, with its offset. GCC tells no members; they are asked of the
+every data member that is its own, with its offset. GCC lists no members; they are asked of the
 compiler that --members names. Where that is not there, everything else is compared, and the exit
 status is 77 ("skipped") when it agrees. A name with template arguments is instantiated. Lines that
 start with # and blank lines are ignored. With --print the layout of the named classes is written in
@@ -38,7 +38,7 @@ SKIPPED = 77
 
 
 def compiler_dump(compiler, include_root, header, names):
-    """What the compiler (GCC) tells of every class that HEADER brings in."""
+    """What the compiler (GCC) reports of every class that HEADER brings in."""
     with tempfile.TemporaryDirectory() as folder:
         source = os.path.join(folder, "layout.cpp")
         dump = os.path.join(folder, "layout.class")

@@ -10,7 +10,7 @@ from html.parser import HTMLParser
 from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parents[2]
-# Enumerations that stand outside every class: where they are listed, and what tells their values.
+# Enumerations that stand outside every class: where they are listed, and what shows their values.
 ENUMERATIONS = (("ELinkError", "globals_enum.html", "LinkError_8h.html", "TimedOut"),
                 ("EWaylineType", "namespacemembers_enum.html", "namespaceKestrove.html",
                  "EWaylineTypeABCurve"),

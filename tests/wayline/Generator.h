@@ -51,7 +51,7 @@ private:
 using NextDouble = double (CGenerator::*)();
 
 /// A wayline of a kind with arbitrary values, which `next` gives, and `fewestPoints` to 12 points
-/// where the kind has points; null for a code that is no kind's.
+/// where the kind has points; null for a code that is not a kind's.
 Kestrove::WaylinePtr AnyWayline(CGenerator& generator, int code, NextDouble next,
                                 int fewestPoints = 0);
 

@@ -1,4 +1,4 @@
-// What the list form asks of the platform, as the recording double tells it.
+// What the list form asks of the platform, as the recording double shows it.
 
 #include <gtest/gtest.h>
 

@@ -32,7 +32,7 @@ bool HaveSameBits(const BListC& left, const BListC& right)
     return same;
 }
 
-// An empty wayline and one without its points do not come back: other tests tell that.
+// An empty wayline and one without its points do not come back: other tests show that.
 TEST(ListFormProperty, EveryKindWithItsPointsComesBackToTheBit)
 {
     CGenerator generator;
@@ -120,7 +120,7 @@ std::unique_ptr<BListC> AnyList(CGenerator& generator)
     return list;
 }
 
-/// What becomes of a list, told from the table of the list forms.
+/// What becomes of a list, taken from the table of the list forms.
 enum class EOutcome
 {
     Null,

@@ -234,7 +234,7 @@ struct FactoryRow
     const char* listForm; // of the wayline that is built; null when none is
 };
 
-// Every code, and lists that are no wayline.
+// Every code, and lists that are not a wayline.
 const FactoryRow kFactoryRows[] = {
     {{0, 1.0, 2.0, 3.0, 4.0, 5.0, 6.0},
      "[int 0, double 1, double 2, double 3, double 4, double 5, double 6]"},

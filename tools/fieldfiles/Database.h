@@ -16,7 +16,7 @@ public:
     CDatabase();
     /// One that is read alone, and that is trusted with nothing.
     ///
-    /// @throws CFieldFileProblem when it is none.
+    /// @throws CFieldFileProblem when it is not one.
     explicit CDatabase(std::string bytes);
     ~CDatabase();
     CDatabase(const CDatabase&) = delete;

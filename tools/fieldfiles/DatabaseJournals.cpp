@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Where a file lies in truth: SQLite puts the journals there. Empty for what is no file.
+/// Where a file lies in truth: SQLite puts the journals there. Empty for what is not a file.
 std::string PlaceOfDatabase(const std::string& path)
 {
     std::error_code error;

@@ -57,13 +57,15 @@ void CFieldFile::Refuse(const std::string& field, const std::string& name,
 void CFieldFile::Append(CFieldFile&& more)
 {
     for (Field& field : more.fields) {
+        Field& known = FieldOf(field.name);
         for (FieldLine& line : field.lines) {
             line.number += m_lines;
+            known.lines.push_back(std::move(line));
         }
         for (FieldBoundary& boundary : field.boundaries) {
             boundary.number += m_boundaries;
+            known.boundaries.push_back(std::move(boundary));
         }
-        fields.push_back(std::move(field));
     }
     for (RefusedLine& line : more.refused) {
         line.number += m_lines;

@@ -76,7 +76,10 @@ public:
     ///
     /// @throws CFieldFileTooLarge for more of them than are read.
     void Refuse(const std::string& field, const std::string& name, const std::string& reason);
-    /// Adds what another file has, with numbers that go on behind this one's.
+    /// Adds what another file has, with numbers that go on behind this one's; to a field that there
+    /// is already what the other one has of the same name.
+    ///
+    /// @throws CFieldFileTooLarge for more fields than are read.
     void Append(CFieldFile&& more);
     /// Notes something that was left out of the file; of very many the first ones.
     void Note(const std::string& text);

@@ -33,7 +33,7 @@ std::optional<EFieldFormat> FieldFormatCalled(const std::string& word);
 /// The formats in words, for people.
 const std::string& SupportedFieldFormats();
 
-/// Why a file is none of those that are read: lists what is.
+/// Why a file is not one of those that are read: lists what is.
 class CUnsupportedFile : public CFieldFileProblem
 {
 public:
@@ -44,14 +44,14 @@ public:
     }
 };
 
-/// The format of what a file begins with; nothing when it is none of them.
+/// The format of what a file begins with; nothing when it is not one of them.
 ///
 /// @param beginning at least the first 512 bytes of the file, or all of it.
 std::optional<EFieldFormat> FieldFormatOfContent(const std::string& beginning);
 
 /// The format to write by a file's name: ".kml", ".kmz", ".shp", ".gpkg", ".geojson" and ".json";
-/// ISOXML for ".zip",
-/// ".xml", a name that ends with a slash, and a folder that there is; nothing for others.
+/// ISOXML for ".zip", ".xml", a name that ends with a slash, and a folder that there is; nothing
+/// for others.
 std::optional<EFieldFormat> FieldFormatOfTarget(const std::string& path);
 
 #endif

@@ -200,3 +200,28 @@ bool IsCounterClockwise(const std::vector<FieldPlace>& ring)
 {
     return SignedArea(ring).squareMetres > 0.0;
 }
+
+bool IsWithin(const FieldPlace& place, const std::vector<FieldPlace>& ring)
+{
+    bool isWithin = false;
+    for (std::size_t i = 0; i < ring.size(); ++i) {
+        const FieldPlace& from = ring[i];
+        const FieldPlace& to = ring[(i + 1) % ring.size()];
+        // Seen from the place, so that the 180th meridian is one as all others.
+        const double fromEast = std::remainder(from.longitude - place.longitude, 360.0);
+        const double toEast = std::remainder(to.longitude - place.longitude, 360.0);
+        const bool crosses = (from.latitude > place.latitude) != (to.latitude > place.latitude);
+        if (crosses && 0.0 < fromEast + (place.latitude - from.latitude) /
+                                            (to.latitude - from.latitude) * (toEast - fromEast)) {
+            isWithin = !isWithin;
+        }
+    }
+    return isWithin;
+}
+
+bool IsSamePlace(const FieldPlace& left, const FieldPlace& right)
+{
+    constexpr double kTenthOfAMillimetre = 1e-9;
+    return std::abs(left.latitude - right.latitude) <= kTenthOfAMillimetre &&
+           std::abs(std::remainder(left.longitude - right.longitude, 360.0)) <= kTenthOfAMillimetre;
+}

@@ -14,7 +14,7 @@ GeodeticPlace PlaceOf(const FieldPlace& place, double otherwiseHeight);
 ///
 /// @param latitude, longitude degrees; a longitude of up to a turn beyond 180 is the same place
 ///        within.
-/// @throws CFieldFileProblem when it is no place on the earth.
+/// @throws CFieldFileProblem when it is not a place on the earth.
 FieldPlace CheckedPlace(double latitude, double longitude,
                         const std::optional<double>& height = std::nullopt);
 
@@ -64,5 +64,11 @@ GroundArea AreaOf(const FieldBoundary& boundary);
 
 /// Whether a ring runs counter-clockwise.
 bool IsCounterClockwise(const std::vector<FieldPlace>& ring);
+
+/// Whether a place lies within a ring, which is not closed.
+bool IsWithin(const FieldPlace& place, const std::vector<FieldPlace>& ring);
+
+/// Whether two places are the same but for a tenth of a millimetre; heights do not count.
+bool IsSamePlace(const FieldPlace& left, const FieldPlace& right);
 
 #endif

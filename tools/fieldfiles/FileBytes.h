@@ -18,7 +18,7 @@ std::string ReadBytes(const COpenFile& file, const std::string& name, std::strin
 /// Reads a file whole; the same. Neither a pipe nor a device is one.
 std::string ReadFileBytes(const std::string& path);
 
-/// The names of the files and folders in a folder; none for what is no folder or cannot be read.
+/// The names of the files and folders in a folder; none for what is not a folder or cannot be read.
 std::vector<std::string> NamesIn(const std::string& folder);
 
 /// The text in lower case, for the letters A to Z.

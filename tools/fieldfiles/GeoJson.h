@@ -10,7 +10,7 @@
 /// that navctl has written with their parameters come back from those.
 ///
 /// @param kind what lines are that have no kind.
-/// @throws CFieldFileProblem when it is none, or names another reference system than WGS 84.
+/// @throws CFieldFileProblem when it is not GeoJSON, or names another reference system than WGS 84.
 CFieldFile ReadGeoJson(const std::string& bytes, const std::optional<Kestrove::EWaylineType>& kind);
 
 /// Writes GeoJSON: a FeatureCollection of the boundaries and the lines.

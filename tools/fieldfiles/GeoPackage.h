@@ -14,7 +14,7 @@
 /// never end is ended.
 ///
 /// @param kind what lines are that have no kind; see CFeatureReading.
-/// @throws CFieldFileProblem when it is broken or is none, and for another reference system than
+/// @throws CFieldFileProblem when it is broken or is not one, and for another reference system than
 /// WGS
 ///         84, by its name.
 CFieldFile ReadGeoPackage(std::string bytes, const std::optional<Kestrove::EWaylineType>& kind);

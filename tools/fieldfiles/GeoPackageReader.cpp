@@ -102,7 +102,7 @@ void ReadRow(const CStatement& row, const std::string& table, CFeatureReading& r
 
 /// A question for the rows of a table.
 ///
-/// @throws CFieldFileProblem when it is in another reference system, or is no table of its own.
+/// @throws CFieldFileProblem when it is in another reference system, or is not a table of its own.
 std::unique_ptr<CStatement> RowsOf(CDatabase& database, const FeatureTable& table)
 {
     CheckSystem(database, table);

@@ -27,13 +27,16 @@ IsoPoint ReadPoint(const pugi::xml_node& node)
         CheckedPlace(*latitude, *longitude, up ? std::optional(*up / kMillimetres) : std::nullopt)};
 }
 
+bool IsSame(const FieldPlace& left, const FieldPlace& right)
+{
+    return left.latitude == right.latitude && left.longitude == right.longitude;
+}
+
 std::vector<FieldPlace> PlacesOf(const std::vector<IsoPoint>& points)
 {
     std::vector<FieldPlace> places;
     for (const IsoPoint& point : points) {
-        const bool isRepeated = !places.empty() && places.back().latitude == point.place.latitude &&
-                                places.back().longitude == point.place.longitude;
-        if (!isRepeated) {
+        if (places.empty() || !IsSame(places.back(), point.place)) {
             places.push_back(point.place);
         }
     }
@@ -55,7 +58,7 @@ double BearingFrom(const FieldPlace& centre, const FieldPlace& place)
     return std::atan2(point.x, point.y);
 }
 
-/// The places of a pivot that is told by its centre and the ends of its arc.
+/// The places of a pivot that is given by its centre and the ends of its arc.
 std::vector<FieldPlace> ArcPlaces(GroundCircle circle, const FieldPlace& a, const FieldPlace& b)
 {
     const CLocalFrame frame = FrameAt(circle.centre);
@@ -94,10 +97,11 @@ std::vector<FieldPlace> PivotPlaces(const pugi::xml_node& pattern,
         throw CFieldFileProblem("it has no centre");
     }
     circle.centre = *centre;
-    if (a) {
+    const std::optional<double> radius = XmlNumber(IsoText(pattern, "H"), "its radius (H)");
+    // Some programs put A where the centre is; then the radius counts.
+    if (a && !(radius && IsSame(*a, circle.centre))) {
         return ArcPlaces(circle, *a, b.value_or(*a));
     }
-    const std::optional<double> radius = XmlNumber(IsoText(pattern, "H"), "its radius (H)");
     if (!radius || !(*radius > 0.0)) {
         throw CFieldFileProblem("it has neither a radius (H) nor an arc");
     }
@@ -135,11 +139,76 @@ FieldLine HeadingLine(const pugi::xml_node& pattern, const std::vector<IsoPoint>
     return line;
 }
 
+/// How long the way through points is, metres.
+double LengthOf(const std::vector<IsoPoint>& points)
+{
+    const CLocalFrame frame = FrameAt(points.front().place);
+    double length = 0.0;
+    WaylinePoint last;
+    for (const IsoPoint& point : points) {
+        const WaylinePoint next = frame.ToLocal(PlaceOf(point.place, frame.Origin().height));
+        length += &point == &points.front() ? 0.0 : std::hypot(next.x - last.x, next.y - last.y);
+        last = next;
+    }
+    return length;
+}
+
+using Points = std::vector<IsoPoint>;
+
+/// The two ways from A to B through all other points: in their order, and against it.
+std::vector<Points> WaysBetween(const Points& points, Points::const_iterator a,
+                                Points::const_iterator b)
+{
+    Points between;
+    for (auto point = points.begin(); point != points.end(); ++point) {
+        if (point != a && point != b) {
+            between.push_back(*point);
+        }
+    }
+    std::vector<Points> ways;
+    for (int way = 0; way < 2; ++way) {
+        ways.push_back({*a});
+        ways.back().insert(ways.back().end(), between.begin(), between.end());
+        ways.back().push_back(*b);
+        std::reverse(between.begin(), between.end());
+    }
+    return ways;
+}
+
+/// The points of a curve in the direction from A to B. Some programs write them from B to A, and
+/// some A and B first and the points between them behind those. Points may also lie beyond A and B.
+/// So of all that may be meant, the shortest way is.
+Points FromAToB(Points points)
+{
+    const auto ofType = [&points](int type) {
+        return std::find_if(points.cbegin(), points.cend(),
+                            [type](const IsoPoint& point) { return point.type == type; });
+    };
+    const auto a = ofType(kGuidanceA);
+    const auto b = ofType(kGuidanceB);
+    const auto end = points.cend();
+    const bool hasBoth = a != end && b != end;
+    const bool isBackwards = hasBoth ? b < a : (a != end && a + 1 == end) || b == points.cbegin();
+    const bool isWhole = hasBoth && (a < b ? a == points.cbegin() && b + 1 == end
+                                           : b == points.cbegin() && a + 1 == end);
+    const std::vector<Points> others =
+        hasBoth && !isWhole ? WaysBetween(points, a, b) : std::vector<Points>();
+    if (isBackwards) {
+        std::reverse(points.begin(), points.end());
+    }
+    for (const Points& other : others) {
+        if (LengthOf(other) < LengthOf(points)) {
+            points = other;
+        }
+    }
+    return points;
+}
+
 FieldLine CurveLine(const std::vector<IsoPoint>& points)
 {
     FieldLine line;
     line.kind = Kestrove::EWaylineTypeABCurve;
-    line.places = PlacesOf(points);
+    line.places = PlacesOf(FromAToB(points));
     if (line.places.size() < 2) {
         throw CFieldFileProblem("a curve needs two points apart");
     }

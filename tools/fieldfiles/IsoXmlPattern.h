@@ -43,7 +43,7 @@ int IsoCode(const pugi::xml_node& node, const char* attribute, int otherwise);
 
 /// The points (PNT) in a line string (LSG).
 ///
-/// @throws CFieldFileProblem when one of them is no place on the earth or lies in a binary file.
+/// @throws CFieldFileProblem when one of them is not a place on the earth or lies in a binary file.
 std::vector<IsoPoint> IsoPoints(const pugi::xml_node& lineString);
 
 /// The line of a guidance pattern (GPN), without its name.

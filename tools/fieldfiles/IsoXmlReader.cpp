@@ -1,6 +1,8 @@
 #include "tools/fieldfiles/IsoXmlReader.h"
 
 #include <set>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "tools/fieldfiles/FileBytes.h"
 #include "tools/fieldfiles/FileLimits.h"
@@ -45,7 +47,7 @@ private:
             throw CFieldFileTooLarge("fields");
         }
         Field field;
-        field.name = NameOf(node, "C", IsoText(node, "A"));
+        field.name = OfItsOwn(NameOf(node, "C", IsoText(node, "A")));
         for (const pugi::xml_node& child : node) {
             if (IsElement(child, "GGP")) {
                 ReadGroup(child, field);
@@ -56,6 +58,16 @@ private:
             }
         }
         file.fields.push_back(std::move(field));
+    }
+
+    /// Fields are known by their names: a further one of a name has a number behind it.
+    std::string OfItsOwn(const std::string& name)
+    {
+        std::string own = name;
+        while (!m_names.insert(own).second) {
+            own = name + " (" + std::to_string(++m_further[name] + 1) + ")";
+        }
+        return own;
     }
 
     void ReadGroup(const pugi::xml_node& group, Field& field)
@@ -161,6 +173,8 @@ private:
     }
 
     std::size_t m_places = 0;
+    std::unordered_set<std::string> m_names;                ///< of the fields
+    std::unordered_map<std::string, std::size_t> m_further; ///< numbers tried for a name
 };
 
 /// External files lie beside the main one: a name of letters and digits, without a folder.

@@ -15,7 +15,7 @@
 ///
 /// @param main the main file, TASKDATA.XML, or an external file.
 /// @param external finds the external files that the main file names.
-/// @throws CFieldFileProblem when the main file is broken or is none.
+/// @throws CFieldFileProblem when the main file is broken or is not one.
 CFieldFile
 ReadIsoXml(const std::string& main,
            const std::function<std::optional<std::string>(const std::string&)>& external);

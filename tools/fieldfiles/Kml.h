@@ -16,7 +16,7 @@
 /// @param kind what lines are that have no kind; see CFeatureReading.
 /// @param beside receives the paths of linked files that lie beside this one, for a reader that has
 ///        them; without it they are noted as left out, as links to elsewhere always are.
-/// @throws CFieldFileProblem when it is broken or is none.
+/// @throws CFieldFileProblem when it is broken or is not KML.
 CFieldFile ReadKml(const std::string& bytes, const std::optional<Kestrove::EWaylineType>& kind,
                    std::vector<std::string>* beside = nullptr);
 /// Reads one that is parsed already; the same.

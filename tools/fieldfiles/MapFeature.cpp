@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
+#include "tools/fieldfiles/DateLine.h"
 #include "tools/fieldfiles/FieldGeodesy.h"
 #include "tools/fieldfiles/FileLimits.h"
 #include "tools/fieldfiles/XmlFile.h"
@@ -11,63 +13,6 @@
 namespace {
 
 using Places = std::vector<FieldPlace>;
-
-bool IsSamePlace(const FieldPlace& left, const FieldPlace& right)
-{
-    constexpr double kTenthOfAMillimetre = 1e-9;
-    return std::abs(left.latitude - right.latitude) <= kTenthOfAMillimetre &&
-           std::abs(std::remainder(left.longitude - right.longitude, 360.0)) <= kTenthOfAMillimetre;
-}
-
-bool IsOnDateLine(const FieldPlace& place)
-{
-    constexpr double kTenthOfAMillimetre = 1e-9;
-    return 180.0 - std::abs(place.longitude) <= kTenthOfAMillimetre;
-}
-
-/// Whether a place on the 180th meridian lies on the straight between its neighbours on a map, so
-/// that it may have been put there to cut the line.
-bool IsCut(const FieldPlace& before, const FieldPlace& place, const FieldPlace& after)
-{
-    const double eastBefore = std::remainder(place.longitude - before.longitude, 360.0);
-    const double eastAfter = std::remainder(after.longitude - place.longitude, 360.0);
-    const double east = eastBefore + eastAfter;
-    if (east == 0.0) {
-        return false;
-    }
-    constexpr double kMillimetre = 1e-8;
-    const double expected =
-        before.latitude + (after.latitude - before.latitude) * (eastBefore / east);
-    return std::abs(place.latitude - expected) <= kMillimetre;
-}
-
-} // namespace
-
-std::vector<Places> Joined(std::vector<std::vector<Places>> parts)
-{
-    std::vector<Places> lines;
-    for (std::vector<Places>& part : parts) {
-        if (part.empty()) {
-            continue;
-        }
-        Places& places = part.front();
-        const bool goesOn = !lines.empty() && !lines.back().empty() && places.size() > 1 &&
-                            IsOnDateLine(places.front()) &&
-                            IsSamePlace(lines.back().back(), places.front());
-        if (!goesOn) {
-            lines.push_back(std::move(places));
-            continue;
-        }
-        Places& line = lines.back();
-        if (line.size() > 1 && IsCut(line[line.size() - 2], line.back(), places[1])) {
-            line.pop_back();
-        }
-        line.insert(line.end(), places.begin() + 1, places.end());
-    }
-    return lines;
-}
-
-namespace {
 
 /// The three places of a circle whose outline, all the way round, has more.
 Places OfCircle(Places places)
@@ -82,7 +27,8 @@ Places OfCircle(Places places)
     return {places[0], places[third], places[2 * third]};
 }
 
-/// The kind of a word; a word of another program's is none, and counts where no kind was asked for.
+/// The kind of a word; a word of another program's is not one; it counts where no kind was asked
+/// for.
 Kestrove::EWaylineType KindCalled(const std::string& word,
                                   const std::optional<Kestrove::EWaylineType>& askedFor)
 {
@@ -158,6 +104,11 @@ Places Closed(const Places& ring, bool isCounterClockwise)
     return closed;
 }
 
+std::string NameFor(const MapFeature& feature)
+{
+    return feature.name.empty() ? "without a name" : feature.name;
+}
+
 } // namespace
 
 bool HasHeights(const MapFeature& feature)
@@ -193,19 +144,13 @@ void CFeatureReading::Add(MapFeature feature, const std::string& layer)
         }
     }
     Field& field = file.FieldOf(feature.field.empty() ? layer : feature.field);
+    if (feature.isArea) {
+        return AddAreas(feature, field);
+    }
     try {
-        if (feature.isArea) {
-            AddAreas(feature, field);
-        } else {
-            AddLine(feature, field);
-        }
+        AddLine(feature, field);
     } catch (const CFieldFileProblem& problem) {
-        const std::string name = feature.name.empty() ? "without a name" : feature.name;
-        if (feature.isArea) {
-            file.Note(name + ": a boundary is left out: " + problem.what());
-        } else {
-            file.Refuse(field.name, name, problem.what());
-        }
+        file.Refuse(field.name, NameFor(feature), problem.what());
     }
 }
 
@@ -251,16 +196,26 @@ void CFeatureReading::AddLine(MapFeature& feature, Field& field)
 
 void CFeatureReading::AddAreas(MapFeature& feature, Field& field)
 {
+    std::vector<std::vector<Places>> areas;
     for (std::vector<Places>& rings : feature.parts) {
-        if (rings.empty()) {
-            throw CFieldFileProblem("it has no exterior ring");
+        try {
+            if (rings.empty()) {
+                throw CFieldFileProblem("it has no exterior ring");
+            }
+            for (Places& ring : rings) {
+                ring = OpenRing(std::move(ring));
+            }
+            areas.push_back(std::move(rings));
+        } catch (const CFieldFileProblem& problem) {
+            file.Note(NameFor(feature) + ": a boundary is left out: " + problem.what());
         }
+    }
+    for (std::vector<Places>& rings : JoinedAreas(std::move(areas))) {
         FieldBoundary boundary;
         boundary.name = feature.name;
-        boundary.exterior = OpenRing(std::move(rings.front()));
-        for (std::size_t i = 1; i < rings.size(); ++i) {
-            boundary.holes.push_back(OpenRing(std::move(rings[i])));
-        }
+        boundary.exterior = std::move(rings.front());
+        boundary.holes.assign(std::make_move_iterator(rings.begin() + 1),
+                              std::make_move_iterator(rings.end()));
         file.AddBoundary(field, std::move(boundary));
     }
 }
@@ -276,7 +231,7 @@ std::vector<MapFeature> LineFeatures(const CFieldFile& file)
             feature.field = field.name;
             feature.kind = KindName(line.kind);
             if (line.kind == Kestrove::EWaylineTypeCircle) {
-                CircleOf(line); // one that is none cannot be read back
+                CircleOf(line); // one that is not a kind cannot be read back
             }
             if (line.kind == Kestrove::EWaylineTypeAHeading) {
                 feature.headingDegrees = line.headingDegrees;

@@ -23,11 +23,6 @@ struct MapFeature
 /// Whether all places of a feature have a height.
 bool HasHeights(const MapFeature& feature);
 
-/// The lines of parts. Lines that cross the 180th meridian are cut there into parts: those are put
-/// together again, without the place of the cut.
-std::vector<std::vector<FieldPlace>>
-Joined(std::vector<std::vector<std::vector<FieldPlace>>> parts);
-
 /// Takes features of a file into fields. Thread safety: none.
 class CFeatureReading
 {

@@ -131,7 +131,7 @@ public:
         std::string main = Shallowest(
             [](const std::string& path) { return LowerCase(NameInFolder(path)) == kIsoXmlName; });
         if (!main.empty()) {
-            return ReadIso(main);
+            return WithOthersNoted(ReadIso(main), {main});
         }
         main = Shallowest([](const std::string& path) { return SuffixOf(path) == "kml"; });
         if (!main.empty()) {
@@ -141,6 +141,21 @@ public:
     }
 
 private:
+    /// Notes what else is in the zip that would be read without that which was.
+    CFieldFile WithOthersNoted(CFieldFile file, const std::vector<std::string>& read) const
+    {
+        for (const std::string& path : m_zip.Paths()) {
+            const std::string ending = SuffixOf(path);
+            const bool isFile =
+                ending == "kml" || ending == "shp" || LowerCase(NameInFolder(path)) == kIsoXmlName;
+            if (isFile && std::find(read.begin(), read.end(), path) == read.end()) {
+                file.Note(path.substr(0, 200) + " is left out: of a zip one file is read, here " +
+                          read.front().substr(0, 200));
+            }
+        }
+        return file;
+    }
+
     /// Of several Shapefiles one that cannot be used is left out with the reason.
     CFieldFile ReadAllShapes(const Kind& kind)
     {
@@ -192,14 +207,21 @@ private:
         return best;
     }
 
-    std::optional<std::string> UnpackIn(const std::string& folder, const std::string& name)
+    /// The path of a file in a folder, by its name in any case; nothing when it is missing.
+    std::optional<std::string> FoundIn(const std::string& folder, const std::string& name) const
     {
         for (const std::string& path : m_zip.Paths()) {
             if (FolderOf(path) == folder && LowerCase(NameInFolder(path)) == LowerCase(name)) {
-                return m_zip.Unpack(path);
+                return path;
             }
         }
         return std::nullopt;
+    }
+
+    std::optional<std::string> UnpackIn(const std::string& folder, const std::string& name)
+    {
+        const std::optional<std::string> path = FoundIn(folder, name);
+        return path ? std::optional(m_zip.Unpack(*path)) : std::nullopt;
     }
 
     CFieldFile ReadIso(const std::string& main)
@@ -214,16 +236,18 @@ private:
         std::vector<std::string> linked;
         CFieldFile file = ReadKml(m_zip.Unpack(main), kind, &linked);
         const std::string folder = FolderOf(main);
+        std::vector<std::string> read{main};
         for (const std::string& name : std::set<std::string>(linked.begin(), linked.end())) {
             const std::string path = folder + name;
-            const std::optional<std::string> bytes = UnpackIn(FolderOf(path), NameInFolder(path));
-            if (bytes) {
-                file.Append(ReadKml(*bytes, kind));
+            const std::optional<std::string> found = FoundIn(FolderOf(path), NameInFolder(path));
+            if (found) {
+                file.Append(ReadKml(m_zip.Unpack(*found), kind));
+                read.push_back(*found);
             } else {
                 file.Note("the linked file " + name.substr(0, 80) + " is missing");
             }
         }
-        return file;
+        return WithOthersNoted(std::move(file), read);
     }
 
     CFieldFile ReadShapes(const std::string& path, const Kind& kind)

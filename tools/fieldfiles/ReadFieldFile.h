@@ -13,7 +13,7 @@
 ///        too.
 /// @param bytes what the file holds.
 /// @param kind what lines are that have no kind; see CFeatureReading.
-/// @throws CFieldFileProblem when it is none of those, broken, or over a limit.
+/// @throws CFieldFileProblem when it is not one of those, broken, or over a limit.
 CFieldFile ReadFieldFile(const std::string& path, std::string bytes,
                          const std::optional<Kestrove::EWaylineType>& kind);
 /// Reads the folder of an ISOXML, or the one around that; the same.

@@ -45,7 +45,7 @@ struct SystemPart
     std::vector<double> numbers;
 };
 
-/// The numbers behind a place, up to what is none.
+/// The numbers behind a place, up to what is not one.
 std::vector<double> NumbersBehind(const std::string& text, std::size_t place)
 {
     std::vector<double> numbers;

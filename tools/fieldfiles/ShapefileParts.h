@@ -8,7 +8,7 @@
 /// No place of a shape is made for it.
 ///
 /// @param shapes the .shp: its shapes stand one behind the other, numbered from 1.
-/// @param index the .shx: tells where each of them stands.
+/// @param index the .shx: says where each of them stands.
 /// @param table the .dbf, with a row for each; null when there is none.
 /// @throws CFieldFileProblem when they are cut off or disagree; CFieldFileTooLarge when they have
 ///         more than is read.

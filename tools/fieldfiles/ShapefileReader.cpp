@@ -30,7 +30,7 @@ const std::string& PartOf(const FileSet& files, const std::string& name, const c
     return *bytes;
 }
 
-/// Text of a table: UTF-8 or, where it is none, Latin-1.
+/// Text of a table: UTF-8 or, where it is not, Latin-1.
 std::string Utf8Of(const std::string& text)
 {
     if (XmlName(text, text.size()) == text) {
@@ -179,25 +179,6 @@ private:
                              hasHeights ? std::optional(shape.padfZ[i]) : std::nullopt));
         }
         return parts;
-    }
-
-    static bool IsWithin(const FieldPlace& place, const std::vector<FieldPlace>& ring)
-    {
-        bool isWithin = false;
-        for (std::size_t i = 0; i < ring.size(); ++i) {
-            const FieldPlace& from = ring[i];
-            const FieldPlace& to = ring[(i + 1) % ring.size()];
-            // Seen from the place, so that the 180th meridian is one as all others.
-            const double fromEast = std::remainder(from.longitude - place.longitude, 360.0);
-            const double toEast = std::remainder(to.longitude - place.longitude, 360.0);
-            const bool crosses = (from.latitude > place.latitude) != (to.latitude > place.latitude);
-            if (crosses && 0.0 < fromEast + (place.latitude - from.latitude) /
-                                                (to.latitude - from.latitude) *
-                                                (toEast - fromEast)) {
-                isWithin = !isWithin;
-            }
-        }
-        return isWithin;
     }
 
     /// Exterior rings run clockwise, holes counter-clockwise and in any order.

@@ -192,7 +192,7 @@ void ReadGeoPackageGeometry(std::string_view blob, MapFeature& feature)
     }
     input.Skip(1); // the version
     const unsigned flags = input.Byte();
-    input.Skip(4); // the reference system, which the table tells
+    input.Skip(4); // the reference system, which the table gives
     input.Skip(EnvelopeBytes(flags >> 1U & 7U));
     if ((flags & 0x10U) != 0) {
         return;

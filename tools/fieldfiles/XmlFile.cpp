@@ -52,7 +52,7 @@ std::size_t CharacterLength(const std::string& text, std::size_t place)
             return 0;
         }
     }
-    // Overlong ones, surrogates, what is beyond Unicode, and the two that are no characters of XML.
+    // Overlong ones, surrogates, what is beyond Unicode, and the two that XML does not allow.
     const unsigned second = at(place + 1);
     const bool isForbidden = (first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
                              (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F) ||

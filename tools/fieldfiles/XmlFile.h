@@ -34,7 +34,7 @@ std::string Trimmed(const std::string& text);
 /// A number as XML has it, independent of the locale: nothing for an empty text.
 ///
 /// @param what what it is, for the problem.
-/// @throws CFieldFileProblem when it is no finite number.
+/// @throws CFieldFileProblem when it is not a finite number.
 std::optional<double> XmlNumber(const std::string& text, const std::string& what);
 
 /// A document as text.

@@ -12,8 +12,8 @@ class CZipArchive
 {
 public:
     /// @param bytes the zip; must outlive this.
-    /// @throws CFieldFileProblem when it is none, has too many files, or has one whose path leads
-    ///         out of the zip.
+    /// @throws CFieldFileProblem when it is not one, has too many files, or has one whose path
+    ///         leads out of the zip.
     explicit CZipArchive(const std::string& bytes);
     ~CZipArchive();
     CZipArchive(const CZipArchive&) = delete;

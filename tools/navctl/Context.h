@@ -60,9 +60,9 @@ public:
     /// @param moreSeconds by how much.
     void WaitLonger(double moreSeconds);
     /// Makes sure that the link is up. To be called before the first operation, so that "cannot
-    /// connect" can be told from "no reply".
+    /// connect" can be distinguished from "no reply".
     ///
-    /// @return whether it is; if not, the failure has been told and the exit code is set.
+    /// @return whether it is; if not, the failure has been reported and the exit code is set.
     bool Reach();
     /// Ends the connection; Navigation() makes a new one.
     void Disconnect() { m_navigation.reset(); }
@@ -73,7 +73,7 @@ public:
     /// @return who listens, in words; empty when it may be a navigation service.
     std::string OtherProgram(const LinkErrorC& error);
     /// Whether the last operation failed at the link, by LastError(); a failure value alone does
-    /// not tell. A reply of nil, which GetWayline() gives for "none", counts as a failure.
+    /// not show it. A reply of nil, which GetWayline() gives for "none", counts as a failure.
     bool HasLinkFailed();
 
     /// Ends the command without a failure.

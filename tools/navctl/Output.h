@@ -47,7 +47,7 @@ public:
 
     /// Whether the standard output is a terminal.
     bool IsTerminal() const;
-    /// How many columns the terminal has; 80 where there is none or it does not tell.
+    /// How many columns the terminal has; 80 where there is none or it does not say.
     int Columns() const;
     /// Whether to write colours: on a terminal, unless the environment has a NO_COLOR that is not
     /// empty or the terminal is "dumb".

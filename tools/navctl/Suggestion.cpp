@@ -158,7 +158,7 @@ std::string OppositeMeant(const std::string& word)
 }
 
 /// The verbs that a word may begin with: the one that it has, or the nearest. A word that may be a
-/// misspelt getter is no setter.
+/// misspelt getter is not a setter.
 Words VerbsMeant(const std::string& word, const Words& commands)
 {
     std::set<std::string> verbs;

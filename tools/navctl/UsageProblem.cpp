@@ -1,7 +1,6 @@
 #include "tools/navctl/UsageProblem.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 #include "platform/Utilities.h"
 #include "tools/navctl/Suggestion.h"
@@ -78,7 +77,7 @@ std::string WantsAValue(const std::string& name, const CLI::Option& option)
     return name + " wants a value, " + option.get_type_name() + ": " + option.get_description();
 }
 
-/// Goes through the words of a command line up to the first that is none of its commands or
+/// Goes through the words of a command line up to the first that is not one of its commands or
 /// options.
 class CWordSearch
 {
@@ -104,7 +103,7 @@ public:
         return std::nullopt;
     }
 
-    /// The words behind the command that are none of its options, once Find() has found nothing.
+    /// The words behind the command that are not its options, once Find() has found nothing.
     const std::vector<std::string>& Arguments() const { return m_arguments; }
     /// The command that the words name.
     const CLI::App& Command() const { return *m_command; }
@@ -218,9 +217,12 @@ std::string WrongCount(const CWordSearch& search)
 /// Whether a word can stand behind an option that is set by its name alone.
 bool IsFlagValue(const std::string& word)
 {
+    CLI::App reader;
+    const CLI::Option* const option = reader.add_option("flag")->add_result(word);
     try {
-        return CLI::detail::to_flag_value(word) != 0;
-    } catch (const std::invalid_argument&) {
+        static_cast<void>(option->as<bool>());
+        return !word.empty();
+    } catch (const CLI::ConversionError&) {
         return false;
     }
 }

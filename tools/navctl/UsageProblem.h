@@ -7,8 +7,8 @@
 
 #include <CLI/CLI.hpp>
 
-/// The first word of a command line that stands where a command or an option does and is none, in
-/// words, with the one that may have been meant; nothing when there is no such word.
+/// The first word of a command line that stands where a command or an option does and is neither,
+/// in words, with the one that may have been meant; nothing when there is no such word.
 ///
 /// @param words the arguments, without the program's name.
 std::optional<std::string> UnknownWord(const CLI::App& app, const std::vector<std::string>& words);

@@ -1,4 +1,4 @@
-"""How failures are told apart."""
+"""How failures are distinguished."""
 
 import unittest
 

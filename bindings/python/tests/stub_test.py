@@ -66,7 +66,7 @@ def stub_types():
 
 
 def module_signature(name):
-    """The arguments and the result of a member as the module itself tells them."""
+    """The arguments and the result of a member as the module itself gives them."""
     class_name, member = name.split(".")
     value = getattr(_navigation, class_name).__dict__[member]
     function = getattr(value, "fget", value)
@@ -113,7 +113,7 @@ class Stubs(unittest.TestCase):
         for name, told, told_arguments in stub_types():
             arguments, result = module_signature(name)
             if name.startswith("NavigationClient.on_") or name == "NavigationClient.events":
-                continue  # by what is asked for; typing_cases.py tells them apart
+                continue  # by what is asked for; typing_cases.py distinguishes them
             with self.subTest(name):
                 if name == "Wayline.type":
                     self.assertEqual(("WaylineType", "WaylineType"), (told, result))

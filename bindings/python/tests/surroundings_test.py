@@ -25,6 +25,13 @@ with ScriptedService() as service, NavigationClient(raises=True) as client:
     assert next(events).shift == 0.2
     line = AbWayline((0, 0, 0), (0, 1, 0))
     assert Wayline.from_string(line.to_string()) == line
+try:
+    import numpy
+except ImportError:
+    pass
+else:
+    from kestrove_navigation.simulation import drive
+    assert drive(line, seconds=1).engaged_to_the_end
 print("all is well")
 """
 SOCKET = """
@@ -49,7 +56,7 @@ class Modules(unittest.TestCase):
         """Each package, with its modules."""
         found = [(package, glob.glob(os.path.join(package, "kestrove_navigation", "_*.so")))
                  for package in PACKAGES]
-        self.assertEqual([2, 2], [len(modules) for _, modules in found])
+        self.assertEqual([3, 3], [len(modules) for _, modules in found])
         return found
 
     def test_show_what_python_calls_alone(self):

@@ -3,7 +3,7 @@
 Where a use is wrong, the checker must say so; it complains of an ignored complaint that it has not.
 """
 
-from typing import Optional, Union, assert_type
+from typing import List, Optional, Union, assert_type
 
 from numpy import float64
 from numpy.typing import NDArray
@@ -25,6 +25,7 @@ from kestrove_navigation import (
     Wayline,
     WaylineType,
     aio,
+    simulation,
 )
 
 
@@ -108,3 +109,14 @@ async def an_asynchronous_iteration_gives_the_events_that_were_asked_for() -> No
             assert_type(either, Union[Offset, EngageStatus])
         async with client.events(Offset) as kept:
             assert_type((await kept.__anext__()).shift, float)
+
+
+def drives_have_columns_and_figures(line: AbWayline) -> None:
+    result = simulation.drive(line, speed=2.0, ground="field", receiver=simulation.Receiver(rate=5))
+    assert_type(result, simulation.DriveResult)
+    assert_type(result.cross_track_error, NDArray[float64])
+    assert_type(result.figures.error_95, float)
+    results = simulation.sweep([simulation.Case(line)])
+    assert_type(results, List[Union[simulation.DriveResult, simulation.Failure]])
+    assert_type(simulation.tune(simulation.Case(line)).tuning.look_ahead_time, float)
+    simulation.drive(line, speed="fast")  # type: ignore[arg-type]

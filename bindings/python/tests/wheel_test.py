@@ -97,7 +97,7 @@ class Wheel(unittest.TestCase):
 
     def assert_shows_what_python_calls_alone(self, target):
         modules = glob.glob(os.path.join(target, "kestrove_navigation", "_*.so"))
-        self.assertEqual(2, len(modules))
+        self.assertEqual(3, len(modules))
         for module in modules:
             shown = run("nm", "--dynamic", "--defined-only", "--format=posix", module).stdout
             self.assertRegex(shown, r"\APyInit_\w+ T \w+ ?\w*\n\Z")
@@ -118,7 +118,8 @@ class Wheel(unittest.TestCase):
         with zipfile.ZipFile(wheels[0]) as wheel:
             names = {Path(name).name for name in wheel.namelist()}
         self.assertLessEqual({"METADATA", "RECORD", "WHEEL", "LICENSE", "NOTICES", "py.typed", "aio.py",
-                              "testing.py", "_navigation.pyi", "_testing.pyi"}, names)
+                              "testing.py", "simulation.py", "_cases.py", "_sweep.py", "_tune.py",
+                              "_navigation.pyi", "_simulation.pyi", "_testing.pyi"}, names)
 
     @unittest.skipUnless(has(sys.executable, "pip"), "no pip; scripts/setup test installs python3-pip")
     def test_is_refused_by_name_of_what_is_missing(self):

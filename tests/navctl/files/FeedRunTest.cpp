@@ -46,7 +46,7 @@ public:
     double interruptedFrom = 1e9;
 };
 
-/// Notes when samples come; fails the attempts that it is told to.
+/// Notes when samples come; fails the attempts that it is asked to.
 class CFakeSink : public CPositionSink
 {
 public:

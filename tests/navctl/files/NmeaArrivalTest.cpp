@@ -73,7 +73,7 @@ void JudgeUneven(const Scene& scene, const Events& events, const std::string& wh
     }
 }
 
-/// Feeds every order of some bursts, in bursts and evenly spread, with and without the order told;
+/// Feeds every order of some bursts, in bursts and evenly spread, with and without the order given;
 /// of the longest bursts each fourth order, and the shortest at two rates.
 template <typename Test>
 void ForEachScene(const Test& test)

@@ -339,7 +339,7 @@ TEST(NmeaEpochs, KeepTheOrderWhenOnePauseIsNotClear)
                 *event.part.arrival += 0.08;
             }
         }
-        // With a told order, the sentence that begins the next burst is lost, too.
+        // With a given order, the sentence that begins the next burst is lost, too.
         const std::size_t begin = PlaceOfEpoch(events, kDisturbed + 1);
         const Outcome outcome = FeedStream(Without(events, begin, hint ? 1 : 0), 1000, hint);
         for (int epoch = kEpochsToLearnByPauses; epoch < kEpochs; ++epoch) {
@@ -369,7 +369,7 @@ TEST(NmeaEpochs, ComeOutOfAColdStart)
         for (const EPace pace : kPaces) {
             const Scene scene{order, 50, pace, std::nullopt};
             const Events whole = StreamOf(order, 2 * kEpochs, scene.period, pace);
-            // The first time may be told by any sentence, and the position come later.
+            // The first time may be given by any sentence, and the position come later.
             for (std::size_t cold = 0; cold < 3 * burst.size(); ++cold) {
                 Events events = whole;
                 for (std::size_t i = 0; i < cold + burst.size(); ++i) {

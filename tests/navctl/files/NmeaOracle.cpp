@@ -29,7 +29,7 @@ bool EndsWithoutTime(const Burst& burst)
                        [](const StreamSentence& sentence) { return !HasTime(sentence.type); });
 }
 
-/// Whether the order was told, by a type that comes once in a burst.
+/// Whether the order was given, by a type that comes once in a burst.
 bool TellsItsBeginning(const Scene& scene)
 {
     return scene.burstBeginsWith != T::Gsa &&
@@ -39,7 +39,7 @@ bool TellsItsBeginning(const Scene& scene)
                          }) == 1;
 }
 
-/// Whether the epoch of a sentence can be told at all.
+/// Whether the epoch of a sentence can be found at all.
 bool CanBeCertain(const Scene& scene, std::size_t place)
 {
     if (HasTime(scene.burst[place].type) || IsEnclosed(scene.burst, place)) {

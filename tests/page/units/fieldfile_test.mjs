@@ -144,6 +144,42 @@ test("a spiral is left out by its name, and external files are sought beside the
   }
 });
 
+const isoCurve = (points, attributes = 'C="3"', name = "North") => {
+  const marks = points.map(([type, north]) => `<PNT A="${type}" C="${north}" D="5"/>`).join("");
+  return `<ISO11783_TaskData><PFD A="PFD1" C="${name}"><GGP A="GGP1"><GPN A="GPN1" B="One" ${attributes}>`
+    + `<LSG A="5">${marks}</LSG></GPN></GGP></PFD></ISO11783_TaskData>`;
+};
+
+test("a curve of ISOXML goes from A to B in whatever order its points stand", async () => {
+  const [a, b, one, two, three] = [[6, 52], [7, 52.004], [9, 52.001], [9, 52.002], [9, 52.003]];
+  const orders = [[a, one, two, three, b], [b, three, two, one, a], [a, b, one, two, three], [b, a, one, two, three],
+    [a, b, three, two, one], [one, two, three, b, a], [a, one, b, two, three], [one, two, a, three, b]];
+  for (const points of orders) {
+    const { lines } = await onlyField(isoCurve(points));
+    assert.deepEqual(lines[0].places.map(([, north]) => north), [52, 52.001, 52.002, 52.003, 52.004], `${points}`);
+  }
+  const first = async (...points) => (await onlyField(isoCurve(points))).lines[0].places[0][1];
+  assert.equal(await first(one, [6, 52.002], [7, 52.003], b), 52.001);
+  assert.equal(await first(one, a), 52);
+  assert.equal(await first([7, 52.004], one), 52.001);
+});
+
+test("a pivot whose A is its centre has its radius, and further fields of a name have a number", async () => {
+  const { lines } = await onlyField(isoCurve([[8, 52], [6, 52]], 'C="4" H="50000"'));
+  const [[, north]] = lines[0].places;
+  assert.ok(Math.abs((north - 52) * 111270 - 50) < 0.1, `${north}`);
+  const one = isoCurve([[6, 52], [7, 52.1]]);
+  const field = /<PFD.*<\/PFD>/.exec(one)[0];
+  const { fields } = await read(one.replace(field, field.repeat(3)));
+  assert.deepEqual(fields.map(({ name, lines: own }) => [name, own.length]), [["North", 1], ["North (2)", 1], ["North (3)", 1]]);
+});
+
+test("of a zip one file is read, and the others are named", async () => {
+  const { fields, left } = await read(zipOf({ "doc.kml": kmlLine("1,2 3,4"), "other.kml": kmlLine("5,6 7,8") }));
+  assert.equal(fields[0].lines.length, 1);
+  assert.deepEqual(left, ["other.kml, as of a zip one file is read, here doc.kml"]);
+});
+
 test("GeoJSON has lines, areas with holes, and its own kinds", async () => {
   const { lines } = await onlyField(geoJson({ type: "MultiLineString", coordinates: [[[1, 2], [3, 4]], [[5, 6], [7, 8], [9, 9]]] },
     { Name: "Two" }));
@@ -164,6 +200,50 @@ test("a line that is cut at the 180th meridian is one", async () => {
   const bent = await onlyField(geoJson({ type: "MultiLineString",
     coordinates: [[[179.9, -17], [180, -17.3]], [[-180, -17.3], [-179.9, -17.2]]] }));
   assert.equal(bent.lines[0].places.length, 3);
+});
+
+test("areas that are cut at the 180th meridian are one, and those that do not meet are not", async () => {
+  const rows = [
+    [[[[-2, 0], [1, 0], [3, 4], [-2, 4]]], [[[[-2, 0], [0, 0], [0, 4], [-2, 4]]]], [[[[0, 0], [1, 0], [3, 4], [0, 4]]]]],
+    // A hole across the meridian, and one beside it.
+    [[[[-2, 0], [2, 0], [2, 4], [-2, 4]], [[-1.8, 0.5], [-1.8, 1], [-1.5, 0.5]], [[-1, 1], [-1, 3], [1, 3], [1, 1.5]]],
+      [[[[-2, 0], [0, 0], [0, 1.25], [-1, 1], [-1, 3], [0, 3], [0, 4], [-2, 4]], [[-1.8, 0.5], [-1.8, 1], [-1.5, 0.5]]]],
+      [[[[0, 0], [2, 0], [2, 4], [0, 4], [0, 3], [1, 3], [1, 1.5], [0, 1.25]]]]],
+    // A comb: its teeth are areas of their own.
+    [[[[-2, 0], [1, 0], [1, 1], [-1, 1], [-1, 2], [2, 2], [2, 3], [-1, 3], [-1, 4], [3, 4], [3, 5], [-2, 5]]],
+      [[[[-2, 0], [0, 0], [0, 1], [-1, 1], [-1, 2], [0, 2], [0, 3], [-1, 3], [-1, 4], [0, 4], [0, 5], [-2, 5]]]],
+      [[[[0, 0], [1, 0], [1, 1], [0, 1]]], [[[0, 2], [2, 2], [2, 3], [0, 3]]], [[[0, 4], [3, 4], [3, 5], [0, 5]]]]]];
+  const ringOf = (ring, meridian, start, isReversed) => {
+    const places = ring.map((_, i) => ring[(start + i) % ring.length]).map(([x, y]) => [meridian + x / 1000, y / 1000 - 17]);
+    if (isReversed) places.reverse();
+    return [...places, places[0]];
+  };
+  const squareOf = (ring) => ring.reduce((sum, [x, y], i) => {
+    const [nextX, nextY] = ring[(i + 1) % ring.length];
+    return sum + (((x + 360) % 360) * nextY - ((nextX + 360) % 360) * y) / 2;
+  }, 0);
+  for (const [whole, west, east] of rows) {
+    for (let start = 0; start < 12; start += 1) {
+      for (const isReversed of [false, true]) {
+        const areas = (all, meridian) => all.map((rings) => rings.map((ring) => ringOf(ring, meridian, start, isReversed)));
+        const pieces = [areas(west, 180), areas(east, -180)];
+        if (start % 2 === 1) pieces.reverse();
+        const { boundaries } = await onlyField(geoJson({ type: "MultiPolygon", coordinates: pieces.flat() }));
+        assert.equal(boundaries.length, 1);
+        const [outer, ...holes] = boundaries[0].rings;
+        assert.equal(outer.length, whole[0].length);
+        assert.equal(holes.flat().length, whole.slice(1).flat().length);
+        const expected = squareOf(ringOf(whole[0], 170, 0, false).slice(1));
+        assert.ok(Math.abs(squareOf(outer) - expected) < 1e-9);
+      }
+    }
+  }
+  const square = (from, to, south) => [[from, south], [to, south], [to, south + 0.001], [from, south + 0.001], [from, south]];
+  for (const south of [-17.0005, -16.9995, -17.001, -16.999, -17.01]) {
+    const { boundaries } = await onlyField(geoJson({ type: "MultiPolygon",
+      coordinates: [[square(179.999, 180, -17)], [square(-180, -179.999, south)]] }));
+    assert.equal(boundaries.length, 2, `${south}`);
+  }
 });
 
 test("the parts of a Shapefile that disagree are refused", async () => {

@@ -2,17 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
+
+#include "simulator/world/DriveFigures.h"
 
 namespace {
-
-double Mean(const std::vector<double>& values)
-{
-    double sum = 0.0;
-    for (const double value : values) {
-        sum += value;
-    }
-    return values.empty() ? NAN : sum / static_cast<double>(values.size());
-}
 
 std::vector<double> ErrorsFrom(const std::vector<DriveSample>& samples, double fromWay,
                                double DriveSample::*error = &DriveSample::crossTrack)
@@ -24,26 +18,6 @@ std::vector<double> ErrorsFrom(const std::vector<DriveSample>& samples, double f
         }
     }
     return errors;
-}
-
-std::vector<double> WithoutSign(std::vector<double> values)
-{
-    for (double& value : values) {
-        value = std::abs(value);
-    }
-    return values;
-}
-
-/// What 95 % of the values without sign do not exceed.
-double Percentile95(const std::vector<double>& values)
-{
-    std::vector<double> errors = WithoutSign(values);
-    if (errors.empty()) {
-        return NAN;
-    }
-    const auto rank = static_cast<std::ptrdiff_t>(0.95 * static_cast<double>(errors.size() - 1));
-    std::nth_element(errors.begin(), errors.begin() + rank, errors.end());
-    return errors[static_cast<std::size_t>(rank)];
 }
 
 /// Adds points of an arc, `turn` radians to the right, to a path that ends at `pose`.
@@ -72,43 +46,39 @@ void AddStraight(std::vector<Point>& points, Pose& pose, double length, double s
 
 double CDrive::Error95(double fromWay) const
 {
-    return Percentile95(ErrorsFrom(samples, fromWay));
+    return ::Error95(ErrorsFrom(samples, fromWay));
 }
 
 double CDrive::ImplementError95(double fromWay) const
 {
-    return Percentile95(ErrorsFrom(samples, fromWay, &DriveSample::implement));
+    return ::Error95(ErrorsFrom(samples, fromWay, &DriveSample::implement));
 }
 
 double CDrive::MeanError(double fromWay) const
 {
-    return Mean(WithoutSign(ErrorsFrom(samples, fromWay)));
+    return ::MeanError(ErrorsFrom(samples, fromWay));
 }
 
 double CDrive::StandingError(double fromWay) const
 {
-    return Mean(ErrorsFrom(samples, fromWay));
+    const std::vector<double> errors = ErrorsFrom(samples, fromWay);
+    return errors.empty() ? NAN
+                          : std::accumulate(errors.begin(), errors.end(), 0.0) /
+                                static_cast<double>(errors.size());
 }
 
 double CDrive::WayToSettle(double band) const
 {
-    double way = 0.0;
+    std::vector<double> ways;
     for (const DriveSample& sample : samples) {
-        if (std::abs(sample.crossTrack) > band) {
-            way = sample.way;
-        }
+        ways.push_back(sample.way);
     }
-    return way;
+    return ::WayToSettle(ways, ErrorsFrom(samples, 0.0), band);
 }
 
 double CDrive::Overshoot() const
 {
-    double past = 0.0;
-    for (const DriveSample& sample : samples) {
-        past = std::max(past,
-                        samples.front().crossTrack > 0.0 ? -sample.crossTrack : sample.crossTrack);
-    }
-    return past;
+    return ::Overshoot(ErrorsFrom(samples, 0.0));
 }
 
 double CDrive::GreatestHeadingError() const

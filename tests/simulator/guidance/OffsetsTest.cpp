@@ -350,7 +350,7 @@ TEST(CurveFilter, ChangesASetCurveAndKeepsItsPass)
     EXPECT_NEAR(-1.8, simulation.Status().crossTrackError, 0.05);
 }
 
-/// A drive to and fro that is no curve any more once it is smoothed.
+/// A drive to and fro that is not a curve any more once it is smoothed.
 LineDefinition ToAndFro()
 {
     std::vector<Point> points;

@@ -100,7 +100,8 @@ TEST(Acquisition, AgainstTheDirectionOfTheLineIsTheSame)
     EXPECT_LE(against.Overshoot(), 0.05);
 }
 
-/// Where the machine is on its way along or against a line to the north, and what is told of it.
+/// Where the machine is on its way along or against a line to the north, and what is reported of
+/// it.
 struct SignRow
 {
     double east;

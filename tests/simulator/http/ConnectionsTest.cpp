@@ -38,8 +38,8 @@ ServedAnswer AnswerOf(std::string text)
 }
 
 /// A server on a thread of its own that leaves requests for "/wait" and "/kept" without an answer
-/// until it is told to give one, keeps the latter, and answers others at once, but for those that
-/// share an answer: its work ends when it is told to.
+/// until it is asked to give one, keeps the latter, and answers others at once, but for those that
+/// share an answer: its work ends when it is asked to.
 class CSlowServer
 {
 public:
@@ -585,7 +585,7 @@ TEST(Connections, GiveWayWheneverThereIsNoDescriptor)
     CNoDescriptors none;
     const auto peer = none.Connect(server.Port());
     peer->Send(BytesOf({"GET", "/", "", {}, ""}, server.Port()));
-    // It has been tried to take the connection, and there was none to give way.
+    // An attempt to take the connection has been made, and there was none to give way.
     for (int turn = 0; turn < 5; ++turn) {
         server.OnLoop([] {});
     }

@@ -1,4 +1,4 @@
-// What a command leaves in the service's log, as the live page tells it.
+// What a command leaves in the service's log, as the live page shows it.
 
 #include <stdexcept>
 #include <string>

@@ -14,7 +14,7 @@
 #include "simulator/service/ServiceLink.h"
 
 /// The simulator's service with its live page on free ports, on a thread of its own. Its machine
-/// drives north at 2 m/s. The world stands still unless it is told to run.
+/// drives north at 2 m/s. The world stands still unless it is set to run.
 class RunningPage
 {
 public:

@@ -1,4 +1,4 @@
-// The stream of events of the live page: what viewers are told and what they cost.
+// The stream of events of the live page: what viewers are sent and what they cost.
 
 #include <atomic>
 #include <chrono>
@@ -217,17 +217,23 @@ TEST(Viewers, LearnWhetherANewLineIsTakenUpAtItsNearestPass)
     EXPECT_NE("", viewer.NextWith("state", R"("takes_nearest_pass":false)"));
 }
 
+std::list<EventStream> AsManyViewersAsThereCanBe(const RunningPage& page)
+{
+    std::list<EventStream> viewers;
+    while (viewers.size() < CLivePage::kMostViewers) {
+        viewers.emplace_back(page.Port());
+        EXPECT_FALSE(viewers.back().Next("settings").empty()) << viewers.size();
+    }
+    return viewers;
+}
+
 TEST(Viewers, AreSixteenAtMostAndOneMoreWhenOneHasLeft)
 {
     LivePageTimes times;
     times.placeOfViewer = std::chrono::milliseconds(20);
     times.oldViewer = std::chrono::hours(1);
     const RunningPage page(times);
-    std::list<EventStream> viewers;
-    for (std::size_t count = 0; count < CLivePage::kMostViewers; ++count) {
-        viewers.emplace_back(page.Port());
-        ASSERT_FALSE(viewers.back().Next("settings").empty()) << count;
-    }
+    std::list<EventStream> viewers = AsManyViewersAsThereCanBe(page);
 
     const HttpAnswer refused = Ask(page.Port(), {"GET", "/events", "", {}, ""});
     EXPECT_EQ(503, refused.status);
@@ -245,11 +251,7 @@ TEST(Viewers, ThatHaveBeenThereForLongGiveWayToOneMore)
     LivePageTimes times;
     times.oldViewer = std::chrono::milliseconds(50);
     const RunningPage page(times);
-    std::list<EventStream> viewers;
-    for (std::size_t count = 0; count < CLivePage::kMostViewers; ++count) {
-        viewers.emplace_back(page.Port());
-        ASSERT_FALSE(viewers.back().Next("settings").empty()) << count;
-    }
+    std::list<EventStream> viewers = AsManyViewersAsThereCanBe(page);
 
     EXPECT_FALSE(EventStream(page.Port()).Next("settings").empty()) << "it waits for its place";
 
@@ -263,11 +265,7 @@ TEST(Viewers, HaveTheirPlaceTakenByNobodyWhoDoesNotWaitForIt)
     times.placeOfViewer = std::chrono::hours(1);
     times.oldViewer = std::chrono::milliseconds(0);
     const RunningPage page(times);
-    std::list<EventStream> viewers;
-    for (std::size_t count = 0; count < CLivePage::kMostViewers; ++count) {
-        viewers.emplace_back(page.Port());
-        ASSERT_FALSE(viewers.back().Next("settings").empty()) << count;
-    }
+    std::list<EventStream> viewers = AsManyViewersAsThereCanBe(page);
     const int before = CountsOfThisProcess().descriptors;
 
     // As many again wait at most; those who have gone wait no longer.

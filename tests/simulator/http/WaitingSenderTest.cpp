@@ -1,4 +1,4 @@
-// Senders that wait to be told to send a body.
+// Senders that wait to be asked to send a body.
 
 #include <string>
 
@@ -12,7 +12,7 @@ namespace {
 const char* const kJsonType = "application/json";
 constexpr std::size_t kMostBodyBytes = 4 * 1024 * 1024;
 
-/// The head of a command that is sent when its sender has been told to go on.
+/// The head of a command that is sent when its sender has been asked to go on.
 std::string HeadThatWaits(const RunningPage& page, const std::string& type, std::size_t length)
 {
     return "POST /command HTTP/1.1\r\nHost: localhost:" + std::to_string(page.Port()) +

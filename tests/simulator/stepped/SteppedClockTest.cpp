@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <future>
 #include <memory>
 #include <optional>
 #include <random>
@@ -184,6 +185,42 @@ TEST(SteppedClock, HasCallsOfEverybodyTakeEffectBehindAnAdvanceInTheOrderOfOpeni
             EXPECT_THAT(caller.Reply(), testing::EndsWith(": 2"));
         }
     } while (std::next_permutation(order.begin(), order.end()));
+}
+
+TEST(SteppedClock, HasCallsThatAShortAdvanceDidNotComeToReadTakeEffectInTheOrderOfOpeningToo)
+{
+    constexpr int kCalls = 20;
+    CSteppedService service;
+    CCaller callers[3] = {CCaller(service), CCaller(service), CCaller(service)};
+    std::promise<void> isStepping;
+    std::promise<void> haveSent;
+    service.OnLoop([&](CServiceCore& core) {
+        core.OnStep([&, isFirst = true](const CSimulation&, const auto&) mutable {
+            if (isFirst) { // nothing is read meanwhile
+                isFirst = false;
+                isStepping.set_value();
+                haveSent.get_future().wait();
+            }
+        });
+    });
+    callers[2].Send("simulator_advance", "[0.02]");
+    isStepping.get_future().wait();
+    for (int call = 0; call < kCalls; ++call) {
+        for (const int number : {1, 0}) {
+            callers[number].Send("Nudge", "[1, 1, 1.0]");
+            callers[number].Send("get_nudge", "[1]");
+        }
+    }
+    haveSent.set_value();
+    EXPECT_THAT(callers[2].Reply(), testing::EndsWith(": 0.02"));
+    int sum = 0;
+    for (const int number : {0, 1}) {
+        for (int call = 0; call < kCalls; ++call) {
+            const std::string expected = ": " + std::to_string(++sum);
+            callers[number].Reply();
+            ASSERT_THAT(callers[number].Reply(), testing::EndsWith(expected)) << number;
+        }
+    }
 }
 
 TEST(SteppedClock, HasWhatWasAskedForBetweenTwoAdvancesTakeEffectThere)

@@ -5,7 +5,7 @@
 
 #include "tools/navctl/Context.h"
 
-/// Adds `doctor`: tells what stands between the user and an engaged machine, in the order in which
+/// Adds `doctor`: shows what stands between the user and an engaged machine, in the order in which
 /// to put it right, each with the next step. It changes nothing at the service.
 ///
 /// Exits with kExitDone when nothing stands in the way, with kExitRefused when something of the

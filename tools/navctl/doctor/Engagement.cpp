@@ -12,7 +12,7 @@
 
 namespace {
 
-// The conditions of the bundled service, where the service does not tell its own.
+// The conditions of the bundled service, where the service does not give its own.
 constexpr double kLeastSpeed = 0.3;
 constexpr double kGreatestHeadingError = kPi / 3.0;
 
@@ -68,7 +68,7 @@ CFinding WithRefusedPosition(CNavigationAPI& navigation, const CFinding& finding
             finding.code};
 }
 
-/// Whether the link has failed, and not just the service refused to tell.
+/// Whether the link has failed, and the service has not just refused to say.
 bool IsLinkProblem(const LinkErrorC& error)
 {
     return error.code != ELinkError::None && error.code != ELinkError::ServiceError &&
@@ -77,7 +77,7 @@ bool IsLinkProblem(const LinkErrorC& error)
 
 /// Asks one of the getters.
 ///
-/// @return nothing for a service that does not tell.
+/// @return nothing for a service that does not say.
 /// @throws LinkErrorC when the link fails.
 template <typename Result>
 std::optional<Result> Ask(CNavigationAPI& navigation, Result (CNavigationAPI::*getter)())
@@ -135,7 +135,7 @@ void AddPlaceReasons(const CObservation& seen, std::optional<double> width,
 void AddMovementReasons(CNavigationAPI& navigation, const CObservation& seen,
                         std::vector<std::string>& reasons)
 {
-    // What the service does not tell stands in nobody's way.
+    // What the service does not report stands in nobody's way.
     if (seen.isReversing.value_or(false)) {
         if (!Ask(navigation, &CNavigationAPI::GetReverseEngageEnabled).value_or(true)) {
             reasons.push_back("the machine moves backwards and engaging in reverse is not enabled");

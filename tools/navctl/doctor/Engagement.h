@@ -5,7 +5,7 @@
 #include "tools/navctl/doctor/Finding.h"
 
 /// What keeps the steering from being engaged once navigation is active, in the service's own words
-/// where it tells them (request "why_not_engaged"), otherwise by the getters and events.
+/// where it gives them (request "why_not_engaged"), otherwise by the getters and events.
 ///
 /// @return a finding an obstacle; none when nothing stands in the way.
 Findings FindEngageObstacles(CContext& context);

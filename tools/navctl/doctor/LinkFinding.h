@@ -7,9 +7,9 @@
 /// A link that did not carry a question, as a finding.
 CFinding LinkFinding(const LinkErrorC& error);
 
-/// The finding of a program on the service's port that is none.
+/// The finding of a program on the service's port that is not a navigation service.
 ///
-/// @param text why it is none.
+/// @param text why it is not one.
 CFinding OtherProgramFinding(const std::string& text);
 
 #endif

@@ -5,7 +5,7 @@
 
 #include "api/NavigationAPI.h"
 
-/// What the service's events tell of the machine at one time; what has not come is empty.
+/// What the service's events show of the machine at one time; what has not come is empty.
 struct CObservation
 {
     std::optional<bool> isPossible; ///< steering could be engaged

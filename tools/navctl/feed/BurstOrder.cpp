@@ -164,6 +164,6 @@ bool CEpochPeriod::Learn(std::int64_t step, bool mayMissTime)
 
 bool CEpochPeriod::IsNear(std::int64_t step, std::int64_t period)
 {
-    // A third of a second is told as 0.33 or 0.34 s.
+    // A third of a second is given as 0.33 or 0.34 s.
     return std::abs(step - period) <= std::max(kLeastTolerance, period / 10);
 }

@@ -102,7 +102,7 @@ std::string CCsvSampleReader::ReadHeader(const std::string& line)
     return {};
 }
 
-/// Why a file is none that has ended without the names of its columns.
+/// Why a file that has ended without the names of its columns is not one of samples.
 std::string CCsvSampleReader::WithoutHeader() const
 {
     if (Counts().lines == 0) {

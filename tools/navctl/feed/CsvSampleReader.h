@@ -20,7 +20,7 @@ struct CsvSampleOptions
     double startTime = 0.0;              ///< Unix time of the first row, with an interval
     bool timeIsOfArrival = false;        ///< without a time column, a row's time is when it comes
     std::function<double()> clock;       ///< Unix time, for timeIsOfArrival
-    /// Told how the file is read, in words, before the first row is; may be empty.
+    /// Receives in words how the file is read, before the first row is; may be empty.
     std::function<void(const std::string&)> remark{};
     /// Asked, where the file does not name columns, what it should have or may be instead, in
     /// words; may be empty.
@@ -29,8 +29,7 @@ struct CsvSampleOptions
 
 /// Reads position samples from comma-separated values whose first line names the columns; see
 /// docs/navctl-files.md for the names. Columns of other names and lines that begin with "#" are not
-/// used. A row that is broken is
-/// counted and passed over.
+/// used. A row that is broken is counted and passed over.
 class CCsvSampleReader : public CSampleReader
 {
 public:

@@ -78,7 +78,7 @@ public:
             return error.code == ELinkError::None ? LinkErrorC{ELinkError::Closed, "closed"}
                                                   : error;
         }
-        // What nobody has told is not a number, and not 0, which would mean something.
+        // What nobody has given is not a number, and not 0, which would mean something.
         const double unknown = std::numeric_limits<double>::quiet_NaN();
         constexpr int kUnknownCount = -1;
         m_navigation.SetPositionData(
@@ -89,7 +89,7 @@ public:
             sample.sigmaNorth.value_or(unknown), sample.sigmaUp.value_or(unknown),
             sample.positionValid, sample.fixQuality, sample.satellites.value_or(kUnknownCount),
             headingValid, *sample.reversing, number, *sample.time);
-        // The result tells of the guard alone; the last error tells of the sending too.
+        // The result speaks of the guard alone; the last error covers the sending too.
         const LinkErrorC error = m_navigation.LastError();
         m_hasSent = error.code == ELinkError::None;
         return error;
@@ -160,7 +160,7 @@ public:
     ESample Next(PositionSample&, int) override { return ESample::End; }
 };
 
-/// What to say of a speed that the file does not tell, when the service refuses it.
+/// What to say of a speed that the file does not give, when the service refuses it.
 std::string OfDerivedSpeed(const FeedOptions& options)
 {
     const std::string from = "the file tells no speed: it was derived from the distance and ";
@@ -189,7 +189,7 @@ public:
             return m_context.Fail(kExitUsage, m_file.Problem());
         }
         const CInterrupt interrupt;
-        // Whoever is no navigation service takes samples as well as anything else.
+        // What is not a navigation service takes samples as well as anything else.
         if (!m_context.Reach() || !SpeaksToService(m_context)) {
             return;
         }
@@ -257,10 +257,10 @@ private:
         return nmea;
     }
 
-    /// The format of the input, which tells it itself if nothing else does. What neither begins
+    /// The format of the input, which shows it itself if nothing else does. What neither begins
     /// with the names of columns nor has a sentence soon is what the options are for; without them
     /// it is, on the standard input, a receiver's stream all the same; a file is one of values,
-    /// whose reader tells what is wrong with it.
+    /// whose reader says what is wrong with it.
     EFeedFormat Format()
     {
         // Of a file, its beginning is there at once.

@@ -109,7 +109,7 @@ bool NamesColumns(std::string line)
     return header.Find({"latitude", "lat", "longitude", "lon", "lng", "x", "y"}).has_value();
 }
 
-/// Whether a type may tell where a burst begins.
+/// Whether a type may show where a burst begins.
 CLI::Validator BeginningOfABurst()
 {
     const std::string list = NameOf(ENmeaType::Gsa);

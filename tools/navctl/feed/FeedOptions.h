@@ -45,7 +45,7 @@ const std::map<std::string, EFeedFormat>& FeedFormatNames();
 /// The format of a file: the one that the user names, else the one of its name's ending (".csv";
 /// ".nmea", ".nma", ".ubx").
 ///
-/// @return nothing when neither tells; then its beginning must.
+/// @return nothing when neither shows it; then its beginning must.
 std::optional<EFeedFormat> FeedFormatByName(const FeedOptions& options);
 
 /// The format that the beginning of a file looks like: comma-separated values when the first line
@@ -53,8 +53,8 @@ std::optional<EFeedFormat> FeedFormatByName(const FeedOptions& options);
 ///
 /// @param firstBytes the beginning of the file, as far as it has come. A stream may begin in the
 ///        middle of a line.
-/// @return nothing when it is none of them, so far.
-/// Lines that begin with "#" are remarks and say nothing.
+/// @return nothing when it is not one of them, so far. Lines that begin with "#" are remarks
+///         and say nothing.
 std::optional<EFeedFormat> FeedFormatByContent(const std::string& firstBytes);
 
 /// The format that the options are for; nothing when none of them is for one alone.

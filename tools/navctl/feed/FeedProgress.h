@@ -23,7 +23,7 @@ struct ProgressStyle
     bool utf8 = false;    ///< with block characters
 };
 
-/// The line that tells how far a feed is: a bar and the share where the length is known, the number
+/// The line that shows how far a feed is: a bar and the share where the length is known, the number
 /// of samples, of what was skipped, and the time. Shorter than the terminal is wide.
 std::string ProgressLine(const FeedState& state, const ProgressStyle& style);
 

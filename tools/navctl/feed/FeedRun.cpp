@@ -14,7 +14,7 @@ constexpr double kSecondsBetweenAttempts = 0.2;
 /// How much may be lost at most without its being known, in samples and in seconds.
 constexpr std::uint64_t kSamplesToConfirm = 50;
 constexpr double kSecondsToConfirm = 1.0;
-/// Longer waits for the next sample are told.
+/// Longer waits for the next sample are reported.
 constexpr double kLongestSilence = 60.0;
 
 std::string Seconds(double seconds)
@@ -137,7 +137,7 @@ void CFeedRun::CountHandedOver(const PositionSample& sample)
     }
 }
 
-/// Notes what neither a sentence nor a column has told, before anything is derived.
+/// Notes what neither a sentence nor a column has given, before anything is derived.
 void CFeedRun::NoteUntold(const PositionSample& sample)
 {
     const std::pair<const char*, bool> values[] = {
@@ -216,7 +216,7 @@ void CFeedRun::LookForRefusal()
     m_isRefused = !refusal->empty();
 }
 
-/// Whether the service has refused the last sample for a speed that the file does not tell.
+/// Whether the service has refused the last sample for a speed that the file does not give.
 bool CFeedRun::IsOfDerivedSpeed(const std::string& refusal) const
 {
     const std::string_view speed = "speed";

@@ -32,7 +32,7 @@ struct FeedResult
     std::uint64_t sourcesSent = 0; ///< sentences or rows in the samples that were sent
     std::uint64_t sourcesLost = 0; ///< the same of those that were lost
     std::uint64_t notValid = 0;    ///< samples handed over whose position is marked as not valid
-    /// In how many samples handed over nobody has told a value, by its name.
+    /// In how many samples handed over nobody has given a value, by its name.
     std::map<std::string, std::uint64_t> notTold;
     std::uint64_t looks = 0; ///< how often the service was asked whether it took the last sample
     std::uint64_t refusedLooks = 0;  ///< how often it had not
@@ -58,10 +58,10 @@ public:
         CSampleReader& reader;
         CPositionSink& sink;
         CFeedClock& clock;
-        std::function<void(const FeedResult&)> show;  ///< told often how far it is
-        std::function<void(const std::string&)> tell; ///< told what happens to the link
-        /// What to add when a speed is refused that nobody has told, so that it was derived; may be
-        /// empty.
+        std::function<void(const FeedResult&)> show;  ///< called often with how far it is
+        std::function<void(const std::string&)> tell; ///< called with what happens to the link
+        /// What to add when a speed is refused that nobody has given, so that it was derived; may
+        /// be empty.
         std::string ofDerivedSpeed{};
     };
 

@@ -13,7 +13,7 @@
 class CFinishedEpochs
 {
 public:
-    /// @param day of the first sample, days since 1970-01-01, when no sentence tells it.
+    /// @param day of the first sample, days since 1970-01-01, when no sentence gives it.
     CFinishedEpochs(std::int64_t day, std::deque<PositionSample>& samples, CSkipCount& leftOut)
         : m_samples(samples), m_leftOut(leftOut), m_day(day)
     {

@@ -30,7 +30,7 @@ private:
 ///
 /// Speed is the distance from the last sample over the time since then, and course the direction of
 /// the way there, both along the geodesic on the WGS 84 ellipsoid (Karney, "Algorithms for
-/// Geodesics", 2013). Samples that lie less than 0.1 m apart tell more of the receiver's noise than
+/// Geodesics", 2013). Samples that lie less than 0.1 m apart show more of the receiver's noise than
 /// of the machine's course, which then stays as it was. Rates are those of CAngleRate; the yaw rate
 /// is that of the heading and, without one, of the course. The machine moves in reverse when it
 /// moves at 0.3 m/s at least and its course points more than 90 degrees away from its heading.

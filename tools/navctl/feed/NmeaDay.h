@@ -7,8 +7,8 @@
 #include "tools/navctl/feed/TimeOfDay.h"
 #include "tools/navctl/feed/TimeOrder.h"
 
-/// Makes Unix times of times of the day, of which few sentences tell the day. A new day begins when
-/// the time of day jumps back by half a day at least. Until a sentence tells the day, the times are
+/// Makes Unix times of times of the day, of which few sentences give the day. A new day begins when
+/// the time of day jumps back by half a day at least. Until a sentence gives the day, the times are
 /// those of an assumed one; Correction() says by how much they were wrong.
 class CNmeaDay
 {
@@ -19,7 +19,7 @@ public:
     /// The Unix time of a time of the day, which follows the one before.
     ///
     /// @param timeOfDay milliseconds.
-    /// @param toldDay the day, where the sentences of that time tell it.
+    /// @param toldDay the day, where the sentences of that time give it.
     /// @param order receives whether it is later than the one before.
     /// @param isOfSample whether a sample has it; other times do not count in the order.
     double UnixTime(std::int64_t timeOfDay, std::optional<std::int64_t> toldDay, ETimeOrder& order,
@@ -38,7 +38,7 @@ public:
         return time;
     }
 
-    /// Sets the day of the last time. The first one that is told sets what was assumed right.
+    /// Sets the day of the last time. The first one that is given sets right what was assumed.
     void Set(std::int64_t day)
     {
         if (!m_isTold) {
@@ -57,7 +57,7 @@ public:
     }
 
     bool IsTold() const { return m_isTold; }
-    /// What is to be added to the times that were given before the day was told, seconds.
+    /// What is to be added to the times that were given before the day was known, seconds.
     double Correction() const { return m_correction; }
 
 private:

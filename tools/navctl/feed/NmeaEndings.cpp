@@ -6,7 +6,7 @@ namespace {
 
 constexpr std::size_t kMostRecent = 64;
 /// How long a stream must rest for the burst being over, when every kind has come that came of
-/// late: long enough for one that is not told each time.
+/// late: long enough for one that is not sent each time.
 constexpr double kRestOfWholeBurst = 0.03;
 /// The same when something is missing. A slow line takes 85 ms a sentence (82 characters at 9600
 /// baud), and receivers rest between the sentences of a burst.

@@ -17,7 +17,7 @@ struct NmeaPart
     ENmeaType type = ENmeaType::Other;
     NmeaReport report;
     std::uint64_t line = 0; ///< of the file
-    /// When it came, seconds of a clock that does not jump; empty in a file, where nothing is told
+    /// When it came, seconds of a clock that does not jump; empty in a file, where nothing is said
     /// by when something comes.
     std::optional<double> arrival;
 };
@@ -30,7 +30,7 @@ NmeaKind KindOf(const NmeaSentence& sentence, ENmeaType type, const NmeaReport& 
 
 /// The sample of the sentences of one time, but for its time.
 ///
-/// @return nothing when none of them tells a position.
+/// @return nothing when none of them gives a position.
 std::optional<PositionSample> SampleOf(const std::vector<NmeaPart>& parts);
 
 /// Whether SampleOf() would give one.
@@ -83,7 +83,7 @@ struct NmeaEpoch
     bool isRepeated = false;   ///< a sentence with a time has come again
     std::vector<NmeaPart> partsBefore; ///< what it had before that
     std::uint64_t sourcesBefore = 0;
-    bool standsStill = false; ///< its time goes on to be told although it is over
+    bool standsStill = false; ///< its time goes on to be reported although it is over
     bool isSent = false;
     bool isSentEarly = false;
 };

@@ -25,7 +25,7 @@ void CNmeaEpochs::Hear(double arrival)
 void CNmeaEpochs::Add(const NmeaPart& part)
 {
     if (part.type == ENmeaType::Pashr) {
-        // Nothing is told by where it stands: the rest before it counts for what follows.
+        // Where it stands says nothing: the rest before it counts for what follows.
         AddAttitude(part);
         return;
     }
@@ -150,7 +150,7 @@ bool CNmeaEpochs::IsEnclosed(const NmeaPart& part, NmeaKind next) const
 }
 
 /// A sentence that says something else of the same time than before: the receiver goes on and its
-/// clock does not, or tells less than the time. What has come first is of that time.
+/// clock does not, or shows less than the time. What has come first is of that time.
 void CNmeaEpochs::AddStandingStill(const NmeaPart& part)
 {
     m_epoch->standsStill = true;
@@ -251,7 +251,7 @@ void CNmeaEpochs::EndEpoch(std::int64_t step, bool mayMissTime)
     ++m_epochNumber;
 }
 
-/// A live stream that was joined behind the date of a burst tells it with the next: what was given
+/// A live stream that was joined behind the date of a burst gives it with the next: what was given
 /// until now gets it, too.
 void CNmeaEpochs::TakeFirstDay(const NmeaPart& next)
 {

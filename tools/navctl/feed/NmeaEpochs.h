@@ -22,13 +22,13 @@ inline constexpr const char* kOfNoPosition = " of another time than a position";
 /// How epochs are put together.
 struct NmeaEpochOptions
 {
-    std::int64_t day = 0; ///< of the first sample, days since 1970-01-01, when no sentence tells it
+    std::int64_t day = 0; ///< of the first sample, days since 1970-01-01, when no sentence gives it
     std::optional<ENmeaType> burstBeginsWith; ///< known from elsewhere
 };
 
-/// Puts the sentences of one time together to a sample. A receiver tells of each time in a burst of
+/// Puts the sentences of one time together to a sample. A receiver reports each time in a burst of
 /// sentences, some of which have no time; no value goes into the sample of another time than its
-/// own. docs/navctl-files.md tells the rule and why it holds.
+/// own. docs/navctl-files.md has the rule and why it holds.
 ///
 /// Every sentence is counted once: in the `sources` of a sample or in what is left out.
 class CNmeaEpochs

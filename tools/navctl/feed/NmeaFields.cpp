@@ -39,7 +39,7 @@ void ReadGga(const NmeaSentence& sentence, const NmeaSigns&, NmeaReport& report)
     ReadHeight(sentence, 8, 10, report);
 }
 
-/// The quality that GGA would tell for a mode letter, the best first; of no fix, 0.
+/// The quality that GGA would give for a mode letter, the best first; of no fix, 0.
 int QualityOfModes(std::string_view modes)
 {
     constexpr std::array<std::pair<char, int>, 8> kQualities{
@@ -121,7 +121,7 @@ void ReadPashr(const NmeaSentence& sentence, const NmeaSigns& signs, NmeaReport&
     report.timeOfDay = TimeOfDay(sentence.Field(0));
     const auto heading = Direction(sentence.Field(1), "heading");
     // Without satellites and before its gyros are aligned a device knows no north; older ones do
-    // not tell of either.
+    // not speak of either.
     if (sentence.Field(9) != "0" || sentence.Field(10) == "1") {
         report.heading = heading;
     }
@@ -176,7 +176,7 @@ void ReadThs(const NmeaSentence& sentence, const NmeaSigns&, NmeaReport& report)
     }
 }
 
-/// True north is known only with the variation; an empty deviation is none.
+/// True north is known only with the variation; an empty deviation is not one.
 void ReadHdg(const NmeaSentence& sentence, const NmeaSigns&, NmeaReport& report)
 {
     const auto sensor = FieldNumber(sentence.Field(0), "heading", 0.0, 360.0);

@@ -36,7 +36,7 @@ struct NmeaSigns
     bool invertPitch = false; ///< positive is bow down
 };
 
-/// What one sentence tells, in this project's units; what it leaves out is empty.
+/// What one sentence reports, in this project's units; what it leaves out is empty.
 struct NmeaReport
 {
     std::optional<std::int64_t> timeOfDay; ///< milliseconds, UTC
@@ -54,7 +54,7 @@ struct NmeaReport
     std::optional<double> yawRate;         ///< radians per second, clockwise
     std::optional<double> sigmaNorth, sigmaEast, sigmaUp; ///< metres
     std::array<std::uint16_t, 12> satelliteIds{};         ///< of GSA; 0 where there is none
-    std::uint16_t systemId = 0;                           ///< of GSA; 0 where it is not told
+    std::uint16_t systemId = 0;                           ///< of GSA; 0 where it is not given
 };
 
 /// The type of a sentence that ReadReport() reads; Other for one that it does not.
@@ -69,14 +69,13 @@ std::vector<std::string> NmeaTypeNames();
 /// The name of a type as it stands in a sentence: "GGA".
 const char* NameOf(ENmeaType type);
 
-/// Whether sentences of a type tell which time they are of.
+/// Whether sentences of a type say which time they are of.
 bool HasTime(ENmeaType type);
 
 /// Reads the fields of a sentence.
 ///
 /// @param sentence a sentence of a type that is not Other.
-/// @param type its type.
-/// @param report receives what it tells.
+/// @param report receives what it says.
 /// @return which field is wrong, in words that hold nothing of the sentence but its type; empty
 ///         when every field that is not empty could be read.
 std::string ReadReport(const NmeaSentence& sentence, ENmeaType type, const NmeaSigns& signs,

@@ -50,7 +50,7 @@ CNmeaEpochs::Placing CNmeaEpochs::PlaceBetween(std::size_t i, const NmeaPart& ne
         return {};
     }
     if (!IsSingle(kind) || m_order.ComesOften(kind)) {
-        // Told more often than the time: its place in the burst says nothing.
+        // Sent more often than the time: its place in the burst says nothing.
         Forget(kind);
         return {};
     }
@@ -296,7 +296,7 @@ bool CNmeaEpochs::TakeRepetition()
         const NmeaKind kind = waiting.part.kind;
         if (waiting.part.type != ENmeaType::Gsa && !IsSingle(kind)) {
             m_comesAgain = m_comesAgain || m_order.WasKnown(kind);
-            // Told more often than the time: its place in the burst says nothing.
+            // Sent more often than the time: its place in the burst says nothing.
             Forget(kind);
         }
     }

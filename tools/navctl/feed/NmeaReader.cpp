@@ -8,7 +8,7 @@
 
 namespace {
 
-/// How many samples to keep back while no sentence has told the day.
+/// How many samples to keep back while no sentence has given the day.
 constexpr std::size_t kMostKeptBack = 1000;
 /// How long the first live sample waits for the day when no other burst comes, seconds.
 constexpr double kLongestWaitForDay = 3.0;
@@ -80,7 +80,7 @@ bool CNmeaReader::IsReady()
     return !m_ready.empty() && !KeepsBack();
 }
 
-/// Whether what is ready waits for a sentence that tells the day.
+/// Whether what is ready waits for a sentence that gives the day.
 bool CNmeaReader::KeepsBack()
 {
     if (!m_keepsBack || m_epochs.Day().IsTold()) {

@@ -17,8 +17,8 @@ struct NmeaReaderOptions
     NmeaEpochOptions epochs;
     NmeaSigns signs;
     bool isLive = false;       ///< it comes as it is measured: when something comes says something
-    bool dayIsGuessed = false; ///< nobody has told the day of the first sample
-    /// Told once, in words, when samples get a day that nobody has told; may be empty.
+    bool dayIsGuessed = false; ///< nobody has given the day of the first sample
+    /// Called once, with words, when samples get a day that nobody has given; may be empty.
     std::function<void(const std::string&)> remark{};
 };
 
@@ -26,7 +26,7 @@ struct NmeaReaderOptions
 /// counted and passed over; everything else on its line is read.
 ///
 /// Of a live stream, a sample is given as soon as its burst is known to be complete; of a file,
-/// samples are kept back while no sentence has told the day, a thousand at most, so that they get
+/// samples are kept back while no sentence has given the day, a thousand at most, so that they get
 /// it too. Of a live stream whose day is not known the first sample waits until the next burst is
 /// over, for one that was joined behind its date.
 class CNmeaReader : public CSampleReader

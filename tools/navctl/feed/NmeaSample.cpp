@@ -31,7 +31,7 @@ bool HasFix(const NmeaPart& part)
     return quality > 0 && (quality < 6 || quality > 8);
 }
 
-/// Whether a sentence tells of a fix that none of its talker's other ones denies. What another
+/// Whether a sentence reports a fix that none of its talker's other ones denies. What another
 /// talker does not see says nothing of it.
 bool IsUndenied(const Parts& parts, const NmeaPart& place)
 {
@@ -43,8 +43,8 @@ bool IsUndenied(const Parts& parts, const NmeaPart& place)
            });
 }
 
-/// The best sentence of a type. Several talkers may tell the same: one with a fix counts most, then
-/// the combined solution of all systems, then the one of the most satellites.
+/// The best sentence of a type. Several talkers may report the same: one with a fix counts most,
+/// then the combined solution of all systems, then the one of the most satellites.
 const NmeaPart* Best(const Parts& parts, ENmeaType type)
 {
     const auto merits = [&parts](const NmeaPart& judged) {
@@ -62,7 +62,7 @@ const NmeaPart* Best(const Parts& parts, ENmeaType type)
     return best;
 }
 
-/// The part that tells the place: of the first type that does. One without a fix, or whose talker
+/// The part that gives the place: of the first type that does. One without a fix, or whose talker
 /// contradicts itself, stands back behind one with a fix.
 const NmeaPart* PlaceOf(const Parts& parts)
 {
@@ -79,8 +79,8 @@ const NmeaPart* PlaceOf(const Parts& parts)
     return place;
 }
 
-/// The number of the system of whose satellites a GSA tells: its own, or that of the talker; 0
-/// where it is the combined solution's, which does not tell.
+/// The number of the system whose satellites a GSA lists: its own, or that of the talker; 0 where
+/// it is the combined solution's, which does not say.
 std::uint32_t SystemOf(const NmeaPart& part)
 {
     if (part.report.systemId > 0) {
@@ -99,7 +99,8 @@ std::uint32_t SystemOf(const NmeaPart& part)
     return TalkerOf(part);
 }
 
-/// How many satellites all GSA list. What one without a system lists again is no other satellite.
+/// How many satellites all GSA list. What one without a system lists again is not another
+/// satellite.
 int CountListed(const Parts& parts)
 {
     std::set<std::pair<std::uint32_t, std::uint16_t>> listed;
@@ -121,7 +122,7 @@ int CountListed(const Parts& parts)
     return static_cast<int>(listed.size()) + static_cast<int>(others);
 }
 
-/// Some receivers tell twelve satellites at most as the number in use, but list them all; and where
+/// Some receivers give twelve satellites at most as the number in use, but list them all; and where
 /// each system has a GNS or a GGA of its own, each counts its own satellites.
 std::optional<int> Satellites(const Parts& parts, const NmeaPart& place)
 {
@@ -147,7 +148,7 @@ std::optional<double> Height(const Parts& parts, const NmeaPart& place)
 {
     for (const NmeaPart* part :
          {&place, Best(parts, ENmeaType::Gga), Best(parts, ENmeaType::Gns)}) {
-        // One without a fix does not tell how high another one's is.
+        // One without a fix does not show how high another one's is.
         const bool counts = part != nullptr && (HasFix(*part) || !HasFix(place));
         if (counts && part->report.altitude && part->report.geoidSeparation) {
             return *part->report.altitude + *part->report.geoidSeparation;
@@ -156,7 +157,7 @@ std::optional<double> Height(const Parts& parts, const NmeaPart& place)
     return std::nullopt;
 }
 
-/// Takes a value from the first part of a type that tells it.
+/// Takes a value from the first part of a type that gives it.
 template <typename Value>
 void Fill(std::optional<Value>& value, const Parts& parts, ENmeaType type,
           std::optional<Value> NmeaReport::*source)

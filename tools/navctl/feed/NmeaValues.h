@@ -18,7 +18,7 @@ bool IsDigit(char character);
 
 /// A number from a range.
 ///
-/// @throws BadField with `what` when the field is no such number; so do all the others.
+/// @throws BadField with `what` when the field is not such a number; so do all the others.
 std::optional<double> FieldNumber(std::string_view text, const char* what, double lowest,
                                   double highest);
 
@@ -28,7 +28,7 @@ std::optional<int> WholeNumber(std::string_view text, const char* what);
 /// "hhmmss" or "hhmmss.sss" in milliseconds. Hour 24 is 0 h.
 std::optional<std::int64_t> TimeOfDay(std::string_view text);
 
-/// A day that is told with a time of the day; the next one when that is of hour 24.
+/// A day that is given with a time of the day; the next one when that is of hour 24.
 std::optional<std::int64_t> DayOfTime(std::optional<std::int64_t> day, std::string_view time);
 
 /// "ddmmyy" in days since 1970-01-01.

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <optional>
 
-/// A position sample as a receiver or a file gives it; what neither has told is empty. Angles are
+/// A position sample as a receiver or a file gives it; what neither has given is empty. Angles are
 /// radians, clockwise from north; speeds metres per second.
 struct PositionSample
 {

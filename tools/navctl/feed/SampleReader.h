@@ -15,10 +15,10 @@ enum class ESample
     Sample,     ///< a sample
     NothingYet, ///< none has come within the time
     End,        ///< the file has ended
-    Failed,     ///< the file cannot be read as what it should be; Problem() tells why
+    Failed,     ///< the file cannot be read as what it should be; Problem() says why
 };
 
-/// How long a reader looks for a sample, however much comes that is none.
+/// How long a reader looks for a sample, however much comes that is not one.
 class CReadTurn
 {
 public:
@@ -45,7 +45,7 @@ private:
 struct ReadCounts
 {
     std::uint64_t lines = 0;
-    std::uint64_t sources = 0; ///< sentences or rows, whole and broken, and what is none
+    std::uint64_t sources = 0; ///< sentences or rows, whole and broken, and what is neither
     std::uint64_t further = 0; ///< those of them that stand behind another on one line
     std::uint64_t empty = 0;   ///< lines
 };
@@ -78,7 +78,7 @@ public:
     virtual std::string Wants() const { return {}; }
     /// What would leave fewer sentences or rows out, for people; empty when nothing is known.
     virtual std::string Advice() const { return {}; }
-    /// Whether samples were given a day that nobody has told.
+    /// Whether samples were given a day that nobody has stated.
     bool DayWasGuessed() const { return m_dayWasGuessed; }
     /// Why Next() has failed.
     const std::string& Problem() const { return m_problem; }

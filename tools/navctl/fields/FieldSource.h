@@ -18,13 +18,13 @@ struct FieldChoice
     std::optional<Kestrove::EWaylineType> kind; ///< what lines are that have no kind
 };
 
-/// Reads a file of fields and tells, on the standard error, what was left out of it.
+/// Reads a file of fields and reports, on the standard error, what was left out of it.
 ///
-/// @return nothing when it cannot be read; that has been told then and the exit code is set.
+/// @return nothing when it cannot be read; that has been reported then and the exit code is set.
 std::optional<CFieldFile> ReadFields(CContext& context, CSourceFile& source,
                                      const FieldChoice& choice);
 
-/// Tells, on the standard error, which of the lines that are wanted cannot be used.
+/// Reports, on the standard error, which of the lines that are wanted cannot be used.
 void TellRefused(const CFieldFile& file, const std::string& path, const FieldChoice& choice);
 
 /// Leaves in a file what is wanted of its lines, without their boundaries where one line is wanted.

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-/// Splits a line of comma-separated values, as RFC 4180 tells: a value may stand in double quotes,
-/// in which a comma is no separator and two double quotes are one. Blanks around values are taken
-/// away.
+/// Splits a line of comma-separated values, as RFC 4180 says: a value may stand in double quotes,
+/// in which a comma is not a separator and two double quotes are one. Blanks around values are
+/// taken away.
 ///
 /// @param line a line without its end; values do not run over lines.
 /// @param values receives the values, in place of what it held.

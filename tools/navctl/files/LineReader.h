@@ -13,7 +13,7 @@ enum class ELine
     TooLong,    ///< a line over the limit; its beginning is given, the rest is dropped
     NothingYet, ///< no whole line has come within the time
     End,        ///< the file has ended
-    Failed,     ///< the file cannot be read; errno tells why
+    Failed,     ///< the file cannot be read; errno says why
 };
 
 /// Reads a file or a stream line by line, in a memory that does not grow with the file or with its
@@ -39,13 +39,13 @@ public:
     /// Waits for data and gives what has come of it, without using it up. To be called before the
     /// first line is read.
     ///
-    /// @param isEnough tells by what has come whether to wait for no more.
+    /// @param isEnough says by what has come whether to wait for no more.
     /// @param waitsOn asked several times a second while nothing comes whether to wait on; may be
     ///        empty.
     /// @return what has come when that is enough, and otherwise at the end of the file, when there
     ///         is no room for more, or when `waitsOn` or, without it, a signal has ended the wait;
     ///         empty when nothing has come, or the file is empty or cannot be read, which Next()
-    ///         will tell.
+    ///         will say.
     std::string Peek(const std::function<bool(const std::string&)>& isEnough,
                      const std::function<bool()>& waitsOn = nullptr);
 

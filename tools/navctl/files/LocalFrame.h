@@ -21,7 +21,7 @@ bool operator==(const GeodeticPlace& left, const GeodeticPlace& right);
 /// Reads "LAT,LON,HEIGHT"; the height may be left out and is then 0.
 ///
 /// @param problem receives what is wrong with the text.
-/// @return nothing when it is no place on the earth.
+/// @return nothing when it is not a place on the earth.
 std::optional<GeodeticPlace> ParsePlace(const std::string& text, std::string& problem);
 
 /// What keeps the numbers from being a place on the earth; empty when they are one.

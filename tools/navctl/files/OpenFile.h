@@ -10,7 +10,7 @@
 class COpenFile
 {
 public:
-    /// Opens the file. A directory is no file.
+    /// Opens the file. A directory is not a file.
     ///
     /// @param path the file's name; "-" for standard input.
     explicit COpenFile(const std::string& path);

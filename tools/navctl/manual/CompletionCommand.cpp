@@ -18,15 +18,14 @@ _navctl() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
     local command=_ candidate place
     COMPREPLY=()
-    if [[ " $_navctl_valued " == *" $previous "* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "${_navctl_choices["$previous"]-}" -- "$current")
-        return
-    fi
     for ((place = 1; place < COMP_CWORD; ++place)); do
         candidate="$command ${COMP_WORDS[place]}"
         [[ -n ${_navctl_words["$candidate"]+set} ]] && command=$candidate
     done
-    if [[ $current == -* ]]; then
+    if [[ " $_navctl_valued " == *" $previous "* ]]; then
+        mapfile -t COMPREPLY < <(
+            compgen -W "${_navctl_choices["$command $previous"]-}" -- "$current")
+    elif [[ $current == -* ]]; then
         mapfile -t COMPREPLY < <(
             compgen -W "${_navctl_options["$command"]} ${_navctl_options[_]}" -- "$current")
     else
@@ -45,7 +44,7 @@ _navctl() {
         (( ${+_navctl_words[$candidate]} )) && command=$candidate
     done
     if [[ " $_navctl_valued " == *" $previous "* ]]; then
-        offered=(${=_navctl_choices[$previous]-})
+        offered=(${=_navctl_choices[$command $previous]-})
     elif [[ $current == -* ]]; then
         offered=(${=_navctl_options[$command]} ${=_navctl_options[_]})
     else
@@ -64,7 +63,7 @@ function _navctl_offered
         contains -- "$command $word" $_navctl_commands; and set command "$command $word"
     end
     if contains -- $before[-1] $_navctl_valued
-        _navctl_choices $before[-1]
+        _navctl_choices "$command $before[-1]"
     else if string match -q -- '-*' (commandline -ct)
         _navctl_options $command
         _navctl_options _
@@ -129,36 +128,48 @@ std::string NamesIn(const Names& names)
     return words;
 }
 
-/// What may stand behind the options that want a word: an entry of the table for each.
-CTable ChoicesOfOptions()
+/// The formats that a command writes.
+std::string FormatsWrittenBy(CLI::App& command)
 {
-    std::string kinds;
-    for (const auto& [name, code] : WaylineKindNames()) {
-        if (IsKindOfPoints(static_cast<Kestrove::EWaylineType>(code))) {
-            Append(kinds, name);
+    std::string words;
+    const bool takesFields = command.get_parent()->get_name() == "boundary";
+    for (const std::string& word : takesFields ? FieldTargetWords() : TargetWords()) {
+        Append(words, word);
+    }
+    return words;
+}
+
+/// The words that an option of a command takes; empty when it does not want one of some.
+std::string ChoicesOf(CLI::App& command, const std::string& option, const std::string& type)
+{
+    if (type == "FORMAT") {
+        return option == "to" ? FormatsWrittenBy(command) : NamesIn(WaylineFormatNames());
+    }
+    if (option == "format") {
+        return NamesIn(FeedFormatNames());
+    }
+    if (option == "rate") {
+        return "max";
+    }
+    std::string words;
+    if (type == "KIND") {
+        for (const auto& [name, code] : WaylineKindNames()) {
+            if (IsKindOfPoints(static_cast<Kestrove::EWaylineType>(code))) {
+                Append(words, name);
+            }
         }
     }
-    std::map<std::string, std::string> choices{{"from", NamesIn(WaylineFormatNames())},
-                                               {"to", NamesIn(WaylineFormatNames())},
-                                               {"format", NamesIn(FeedFormatNames())},
-                                               {"rate", "max"},
-                                               {"kind", kinds}};
     for (const COperation& operation : Operations()) {
         for (const CArgument& argument : operation.arguments) {
-            std::string words;
-            for (const std::string& word : argument.Words()) {
-                Append(words, word);
-            }
-            if (argument.IsOption() && !argument.isFlag && !words.empty()) {
-                choices[argument.name] = words;
+            const bool isIt = operation.name == command.get_name() && argument.name == option;
+            if (isIt && argument.IsOption() && !argument.isFlag) {
+                for (const std::string& word : argument.Words()) {
+                    Append(words, word);
+                }
             }
         }
     }
-    CTable table;
-    for (const auto& [name, words] : choices) {
-        table.emplace_back("--" + name, words);
-    }
-    return table;
+    return words;
 }
 
 std::string OptionWords(CLI::App& command, bool onlyValued)
@@ -177,10 +188,10 @@ std::string OptionWords(CLI::App& command, bool onlyValued)
 /// What a script of completion knows of navctl's command line.
 struct CTables
 {
-    CTable words;                        ///< what may follow a command
-    CTable options;                      ///< those of a command
-    CTable choices = ChoicesOfOptions(); ///< what may follow an option
-    std::string valued;                  ///< the options that want a value
+    CTable words;       ///< what may follow a command
+    CTable options;     ///< those of a command
+    CTable choices;     ///< what may follow an option of a command
+    std::string valued; ///< the options that want a value
 
     void Add(CLI::App& command, const std::string& key)
     {
@@ -189,6 +200,14 @@ struct CTables
         const std::string wanting = OptionWords(command, true);
         if (!wanting.empty()) {
             Append(valued, wanting);
+        }
+        for (const CLI::Option* const option : command.get_options()) {
+            for (const std::string& name : option->get_lnames()) {
+                const std::string chosen = ChoicesOf(command, name, option->get_type_name());
+                if (!chosen.empty()) {
+                    choices.emplace_back(key + " --" + name, chosen);
+                }
+            }
         }
         for (CLI::App* const below : command.get_subcommands(nullptr)) {
             Add(*below, key + " " + below->get_name());

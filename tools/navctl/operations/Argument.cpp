@@ -159,8 +159,8 @@ std::string Joined(const std::vector<std::string>& words)
     return text;
 }
 
-/// The part of a table that a service can take: its other entry, the kind that is none, stands for
-/// a line that is not there.
+/// The part of a table that a service can take: its other entry, the empty kind, stands for a line
+/// that is not there.
 NameTable Offered(const NameTable& table)
 {
     NameTable offered;

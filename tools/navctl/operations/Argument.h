@@ -44,13 +44,13 @@ struct CArgument
     bool IsOption() const { return isFlag || !otherwise.empty(); }
     /// What may be given, for people: help, unit, range, words.
     std::string Description() const;
-    /// The words that it may be, without their numbers; empty for what is no choice.
+    /// The words that it may be, without their numbers; empty for what is not a choice.
     std::vector<std::string> Words() const;
     /// Reads what was given.
     ///
     /// @param words the words of the command line: one, or several for EArgumentType::Waylines.
     /// @param problem receives in words what is wrong.
-    /// @return nothing when it is no value of this type.
+    /// @return nothing when it is not a value of this type.
     std::optional<ArgumentValue> Read(const std::vector<std::string>& words,
                                       std::string& problem) const;
 };

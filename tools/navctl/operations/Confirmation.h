@@ -37,7 +37,7 @@ struct CHeld
         Same,    ///< what was set
         Limited, ///< what was set, brought to the nearest of its limits
         Another, ///< something else, or nothing
-        Unknown, ///< the getter has failed; `outcome` tells how
+        Unknown, ///< the getter has failed; `outcome` says how
     };
     EState state;
     COutcome outcome;     ///< of the getter

@@ -43,7 +43,7 @@ public:
         if (!m_context.Reach()) {
             return;
         }
-        // A program that is no navigation service takes any bytes; what is confirmed below need
+        // A program that is not a navigation service takes any bytes; what is confirmed below need
         // not ask beforehand.
         if (!IsRequest() && m_confirmation == nullptr && !SpeaksToService(m_context)) {
             return;
@@ -157,7 +157,7 @@ private:
                ValueText(now.value);
     }
 
-    /// A service that knows why it has refused something tells it even of what nothing confirms.
+    /// A service that knows why it has refused something says so even of what nothing confirms.
     void LookForRefusal(const COutcome& outcome)
     {
         const std::string reason = WhyRefused(m_context.Navigation(), m_operation.serviceName);
@@ -242,7 +242,7 @@ private:
         return held.value.get<double>();
     }
 
-    /// What the vector of a nudge does not tell: without a line it is zero, and the nudge is held
+    /// What the vector of a nudge does not show: without a line it is zero, and the nudge is held
     /// for the next one. In words; empty for other operations.
     std::string WordsOfNudge(const COutcome& outcome)
     {

@@ -12,7 +12,8 @@ void RunOperation(CContext& context, const COperation& operation, const Argument
                   bool checks);
 
 /// Looks whether a call has got an answer that the operation can give. If not, the command has
-/// failed, and the failure has been told. A wayline that the service does not have is an answer.
+/// failed, and the failure has been reported. A wayline that the service does not have is an
+/// answer.
 ///
 /// @param before the operation that was sent before this one and waits for no reply; null for
 ///        none.

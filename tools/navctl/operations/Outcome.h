@@ -16,8 +16,8 @@ enum class EOutcome
     Done,      ///< the service did it
     Refused,   ///< the service refused
     Value,     ///< the service gave a value
-    Sent,      ///< it was sent; nothing tells whether the service took it
-    Answered,  ///< the service answered, but the operation does not tell what
+    Sent,      ///< it was sent; nothing shows whether the service took it
+    Answered,  ///< the service answered, but the operation does not show what
     NoAnswer,  ///< the link failed
     OtherForm, ///< the reply is of another form than the operation's
 };
@@ -64,7 +64,7 @@ void Send(CNavigationAPI& navigation, Result (CNavigationAPI::*operation)(Argume
 /// The outcome of a status: 1 done, 0 refused; nothing for any other number and for none.
 std::optional<COutcome> StatusOutcome(std::optional<int> status);
 
-/// A notification. Its result, where it has one, tells no more than the link does.
+/// A notification. Its result, where it has one, shows no more than the link does.
 template <typename Result, typename... Arguments>
 Invocation Sent(Result (CNavigationAPI::*operation)(Arguments...))
 {

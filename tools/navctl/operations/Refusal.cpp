@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Whether a number lies in a range that is told as "0.1 to 100"; true for any other words.
+/// Whether a number lies in a range that is given as "0.1 to 100"; true for any other words.
 bool LiesIn(const std::string& range, double number)
 {
     double lowest = 0.0;

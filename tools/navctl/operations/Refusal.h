@@ -10,10 +10,10 @@
 ///
 /// @param serviceName the operation's name on the link.
 /// @return empty when it carried the operation out, and from a service that does not know the
-///         request or gives no reply, of which LastError() tells.
+///         request or gives no reply, which LastError() shows.
 std::string WhyRefused(CNavigationAPI& navigation, const std::string& serviceName);
 
-/// Why the service has just refused an operation: in its own words where it tells them, otherwise
+/// Why the service has just refused an operation: in its own words where it gives them, otherwise
 /// by the ranges of the bundled service, otherwise where to look.
 ///
 /// @param values the values of its arguments.

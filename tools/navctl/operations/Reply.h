@@ -50,7 +50,7 @@ ReplyReader StatusAndVectorReply();
 ReplyReader LimitsReply();
 /// The reply is a wayline's list form.
 ReplyReader WaylineReply();
-/// The reply is a whole number that tells nothing.
+/// The reply is a whole number that means nothing.
 ReplyReader AnsweredReply();
 
 /// The numbers that a value consists of: its own, or those of the list, in their order.

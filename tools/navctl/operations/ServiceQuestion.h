@@ -10,7 +10,7 @@ struct CServiceAnswer
 {
     bool isService = false;
     /// Why the answer is not a navigation service's; empty when there was no answer at all, of
-    /// which LastError() tells.
+    /// which LastError() shows.
     std::string problem{};
 };
 
@@ -21,7 +21,7 @@ CServiceAnswer AskWhetherService(CNavigationAPI& navigation);
 /// The same as a step of a command.
 ///
 /// @return whether a navigation service has answered; if not, the command has failed, and the
-///         failure has been told.
+///         failure has been reported.
 bool SpeaksToService(CContext& context);
 
 #endif

@@ -76,7 +76,7 @@ public:
         }
     }
 
-    /// Ends the new file and tells of it.
+    /// Ends the new file and reports it.
     void Finish(CMcapWriter& writer)
     {
         const bool isWritten = writer.Finish();
@@ -160,7 +160,7 @@ private:
         std::string peer;
     };
 
-    /// Once the source has told of itself.
+    /// Once the source has said what it is.
     void Begin()
     {
         if (m_hasBegun) {

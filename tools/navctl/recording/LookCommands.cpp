@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr std::uint64_t kMostDifferences = 100; // that are told one by one
+constexpr std::uint64_t kMostDifferences = 100; // that are listed one by one
 constexpr std::size_t kBytesAtOnce = 65536;     // of what is written while it is read
 
 struct CLookOptions

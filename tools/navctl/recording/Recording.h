@@ -51,7 +51,7 @@ private:
 /// A time of the recording as 2026-11-22T10:15:30.123456789Z.
 std::string TimeText(std::uint64_t nanoseconds);
 
-/// Ends a command that has read a recording to its end: tells of what is wrong with it.
+/// Ends a command that has read a recording to its end: reports what is wrong with it.
 ///
 /// @return whether the command is to go on and print what it has found.
 bool FinishReading(CContext& context, CRecording& recording);

@@ -20,7 +20,7 @@ struct CReplayScript
 /// Reads the script of one client of a recording.
 ///
 /// @param client its number; 0 where the recording is an application's, or has one client alone.
-/// @return nothing when there is no such script; the failure has been told then.
+/// @return nothing when there is no such script; the failure has been reported then.
 std::optional<CReplayScript> ReadScript(CContext& context, const std::string& file,
                                         std::uint64_t client);
 

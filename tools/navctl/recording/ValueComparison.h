@@ -14,8 +14,8 @@
 std::string DifferenceOf(const nlohmann::ordered_json& expected,
                          const nlohmann::ordered_json& found, double tolerance);
 
-/// A value as a short text for people: numbers that are none as "nan", texts quoted, and cut to
-/// some length with "..." behind.
+/// A value as a short text for people: NaN as "nan", texts quoted, and cut to some length with
+/// "..." behind.
 std::string ShortText(const nlohmann::ordered_json& value, std::size_t most = 120);
 
 #endif

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/Utilities.h"
 #include "tools/navctl/UsageProblem.h"
 #include "tools/navctl/operations/ValueText.h"
 #include "tools/navctl/simulator/SimulatorQuestion.h"
@@ -23,7 +24,7 @@ struct FaultOptions
 Json ValueOf(const std::string& word)
 {
     double number = 0.0;
-    if (CLI::detail::lexical_cast(word, number)) {
+    if (Core::Utilities::ParseDouble(word, number) != 0) {
         return number;
     }
     return word;

@@ -9,7 +9,7 @@
 /// Asks for one of the simulator's own operations.
 ///
 /// @param arguments null for none.
-/// @return its reply; null when the command has failed, which has been told then.
+/// @return its reply; null when the command has failed, which has been reported then.
 std::unique_ptr<BElementC> AskSimulator(CContext& context, const char* operation,
                                         BListC* arguments);
 

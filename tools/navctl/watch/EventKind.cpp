@@ -24,8 +24,8 @@ std::string HeadingText(double heading)
     return text == "360.0" || text == "-0.0" ? "0.0" : text;
 }
 
-/// Whether a wayline has no ends, so that its length, which is told as 0, is none: a straight line,
-/// whatever its points.
+/// Whether a wayline has no ends, so that its length, which is reported as 0, means nothing: a
+/// straight line, whatever its points.
 bool IsEndless(Kestrove::EWaylineType type, double length)
 {
     return (type == Kestrove::EWaylineTypeAB || type == Kestrove::EWaylineTypeAHeading) &&

@@ -100,7 +100,7 @@ CEventLoop::EEnd CEventLoop::Run(const Listener& listener,
     }
 }
 
-/// @return false when the link has come up, to something that is no navigation service.
+/// @return false when the link has come up, to something that is not a navigation service.
 bool CEventLoop::TellLink(const Listener& listener)
 {
     bool isUp = m_navigation.Descriptor() >= 0;

@@ -24,7 +24,7 @@ public:
         NoService,   ///< `isService` said so
     };
 
-    /// What is told while the loop runs; each may be empty.
+    /// What is reported while the loop runs; each may be empty.
     struct Listener
     {
         std::function<bool()> isDone;    ///< asked after every delivery

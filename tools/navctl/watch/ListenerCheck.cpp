@@ -45,8 +45,8 @@ void CListenerCheck::AskAgain()
         Clock::now() < m_asked + kBetweenQuestions) {
         return;
     }
-    // What is none shows so where its answer is looked at, by the loop; and an answer to an earlier
-    // question, which may come now, is none to this one.
+    // What is not one shows so where its answer is looked at, by the loop; and an answer to an
+    // earlier question, which may come now, does not answer this one.
     Ask(std::min(m_seconds, kFurtherQuestion));
 }
 

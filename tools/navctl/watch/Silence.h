@@ -7,7 +7,7 @@
 #include "tools/navctl/watch/EventKind.h"
 
 /// Notices that a service has stopped sending events over a link that stays up, as one that hangs
-/// does. That can be told only once guidance status or relative position have come, which come ten
+/// does. That can be seen only once guidance status or relative position have come, which come ten
 /// times a second; the other events may be rare.
 class CSilence
 {

@@ -75,7 +75,7 @@ std::string JsonLine(const CEvent& event)
     return line.dump();
 }
 
-/// Ends the command with a failure; with `--json`, the last line tells of it as an event.
+/// Ends the command with a failure; with `--json`, the last line reports it as an event.
 void FailWatch(CContext& context, EExitCode code, const std::string& reason)
 {
     WriteError(reason);
@@ -128,7 +128,7 @@ void Conclude(CContext& context, const CEventLoop& loop, EEnd end, const CListen
     }
 }
 
-/// Tells that the service has to be waited for, and that the wait is over: when it has answered
+/// Reports that the service has to be waited for, and that the wait is over: when it has answered
 /// something, as a link alone may be to one that hangs.
 class CLinkTeller
 {
@@ -151,7 +151,7 @@ private:
     bool m_hasWaited = false;
 };
 
-/// Tells that the events have stopped though the link is up, and that they come again.
+/// Reports that the events have stopped though the link is up, and that they come again.
 class CSilenceTeller
 {
 public:

@@ -20,7 +20,7 @@ std::optional<Kestrove::EWaylineType> KindNamed(const std::string& name)
                                 : std::optional(static_cast<Kestrove::EWaylineType>(known->second));
 }
 
-/// The kind of the service's wayline, complete or not; nothing when the service does not tell.
+/// The kind of the service's wayline, complete or not; nothing when the service does not say.
 std::optional<Kestrove::EWaylineType> KindOfWayline(CNavigationAPI& navigation, double seconds)
 {
     const COperation& getter = FindOperation("get-wayline");

@@ -62,30 +62,27 @@ std::vector<Json> FeaturesIn(Json file)
     return features;
 }
 
-Json Parsed(const std::string& text, CPositions& positions)
+void Parse(const std::string& text, CGeoJsonBuilder& builder)
 {
-    const auto take = [&positions](int depth, Json::parse_event_t event, Json& parsed) {
-        return positions.Take(depth, event, parsed);
-    };
-    try {
-        return Json::parse(text, take);
-    } catch (const Json::parse_error& error) {
-        const auto end = text.begin() + static_cast<std::ptrdiff_t>(
-                                            std::min<std::size_t>(error.byte, text.size()));
-        throw BadFeature{"line " + std::to_string(std::count(text.begin(), end, '\n') + 1) +
-                         ", byte " + std::to_string(error.byte) + ": this is no JSON" +
-                         OnlySupported()};
-    } catch (const Json::exception&) {
-        throw BadFeature{"there is a number in it that is too large"};
+    Json::sax_parse(text, &builder);
+    if (!builder.BadByte()) {
+        return;
     }
+    const std::size_t byte = *builder.BadByte();
+    const auto end =
+        text.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(byte, text.size()));
+    throw BadFeature{"line " + std::to_string(std::count(text.begin(), end, '\n') + 1) + ", byte " +
+                     std::to_string(byte) + ": this is no JSON" + OnlySupported()};
 }
 
 } // namespace
 
 CGeoJsonFile::CGeoJsonFile(const std::string& text, std::size_t mostPositions)
-    : m_positions(mostPositions)
 {
-    Json file = Parsed(text, m_positions);
+    CGeoJsonBuilder builder(mostPositions);
+    Parse(text, builder);
+    m_positions = CPositions(builder.TakePositions());
+    Json file = builder.TakeRoot();
     CheckReferenceSystem(file);
     m_name = TextIn(MemberOf(file, "name"));
     m_features = FeaturesIn(std::move(file));

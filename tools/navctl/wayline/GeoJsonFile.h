@@ -17,8 +17,8 @@ public:
 
     /// @param text the whole file: a FeatureCollection, a Feature, or a geometry, which counts as a
     ///        feature.
-    /// @throws BadFeature when it is none, is nested too deeply or has too many values, or names
-    ///         another reference system than WGS 84.
+    /// @throws BadFeature when it is not a feature, is nested too deeply or has too many values, or
+    ///         names another reference system than WGS 84.
     /// @param mostPositions beyond which it is refused, too.
     explicit CGeoJsonFile(const std::string& text,
                           std::size_t mostPositions = std::numeric_limits<std::size_t>::max());
@@ -37,7 +37,7 @@ private:
 
 using Positions = std::vector<Position>;
 
-/// A member of an object; null when it is missing, or this is no object.
+/// A member of an object; null when it is missing, or this is not an object.
 const CGeoJsonFile::Json& MemberOf(const CGeoJsonFile::Json& object, const char* name);
 
 /// The text of a string; empty for anything else.
@@ -46,7 +46,7 @@ std::string TextIn(const CGeoJsonFile::Json& value);
 /// The positions of a line or a ring.
 ///
 /// @param type what it is, for the problem: "LineString".
-/// @throws BadFeature when they are none.
+/// @throws BadFeature when they are not.
 Positions PositionsOf(const CGeoJsonFile::Json& coordinates, const std::string& type,
                       const CPositions& taken);
 

@@ -4,7 +4,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -47,40 +50,73 @@ inline Position PositionIn(const nlohmann::ordered_json& value)
     return position;
 }
 
-/// Takes the positions out of a file while it is parsed, which as arrays of JSON would take several
-/// times the memory: in their place stands their number. Within coordinates, a whole number of JSON
-/// is such a number, since the others are made floating ones.
+/// Builds the values of a file of JSON while it is parsed, in a time that grows with its length
+/// alone. Positions are taken out of it, which as arrays of JSON would take several times the
+/// memory: in their place stands their number. Within coordinates, a whole number of JSON is such a
+/// number, since the others are made floating ones.
+///
+/// Its functions in small letters are what nlohmann's parser calls for what it meets; those throw
+/// BadFeature for a file that has more than is read, or is nested deeper than any GeoJSON is:
+/// values are copied and destroyed recursively. Of several members of a name the last one counts.
+class CGeoJsonBuilder
+{
+public:
+    using Json = nlohmann::ordered_json;
+
+    /// @param most positions, beyond which a file is refused.
+    explicit CGeoJsonBuilder(std::size_t most) : m_most(most) {}
+    CGeoJsonBuilder(const CGeoJsonBuilder&) = delete; // it points into itself
+    CGeoJsonBuilder& operator=(const CGeoJsonBuilder&) = delete;
+
+    /// What was built; empties this.
+    Json TakeRoot() { return std::move(m_root); }
+    std::vector<Position> TakePositions() { return std::move(m_positions); }
+    /// The byte at which this stops being JSON; nothing when it is.
+    const std::optional<std::size_t>& BadByte() const { return m_badByte; }
+
+    bool null() { return Add(nullptr); }
+    bool boolean(bool value) { return Add(value); }
+    bool number_integer(std::int64_t value) { return AddNumber(value); }
+    bool number_unsigned(std::uint64_t value) { return AddNumber(value); }
+    bool number_float(double value, const std::string&) { return Add(value); }
+    bool string(std::string& value) { return Add(std::move(value)); }
+    bool binary(Json::binary_t&) { return false; } // none of JSON's
+    bool start_object(std::size_t) { return Open(Json::object()); }
+    bool key(std::string& name);
+    bool end_object();
+    bool start_array(std::size_t) { return Open(Json::array()); }
+    bool end_array();
+    bool parse_error(std::size_t byte, const std::string& token, const Json::exception& problem);
+
+private:
+    template <typename Number>
+    bool AddNumber(Number value)
+    {
+        return m_isInCoordinates ? Add(static_cast<double>(value)) : Add(value);
+    }
+
+    bool Add(Json value);
+    bool Open(Json container);
+    Json& Put(Json value);
+    void Count();
+
+    std::size_t m_most;
+    Json m_root;
+    std::vector<Json*> m_open; ///< the containers around the next value, the innermost last
+    Json* m_member = nullptr;  ///< where the next value of an object goes
+    std::vector<Position> m_positions;
+    bool m_isInCoordinates = false;
+    std::size_t m_kept = 0; ///< values, each of which takes far more memory than its text
+    std::optional<std::size_t> m_badByte;
+};
+
+/// The positions that were taken out of a file.
 class CPositions
 {
 public:
     using Json = nlohmann::ordered_json;
 
-    /// @param most beyond which a file is refused.
-    explicit CPositions(std::size_t most) : m_most(most) {}
-
-    /// What the parser calls for every value. Has it refuse a file that is nested deeper than any
-    /// GeoJSON is: values are copied and destroyed recursively.
-    bool Take(int depth, Json::parse_event_t event, Json& parsed)
-    {
-        if (depth > kDeepest) {
-            throw BadFeature{"it is nested deeper than " + std::to_string(kDeepest) + " levels"};
-        }
-        Count(event);
-        if (event == Json::parse_event_t::key) {
-            m_isInCoordinates = parsed == "coordinates";
-        } else if (m_isInCoordinates && event == Json::parse_event_t::value && parsed.is_number()) {
-            parsed = parsed.get<double>();
-        } else if (m_isInCoordinates && event == Json::parse_event_t::array_end &&
-                   IsPosition(parsed)) {
-            if (m_positions.size() >= m_most) {
-                throw BadFeature{"it has more places than are read"};
-            }
-            m_positions.push_back(PositionIn(parsed));
-            m_kept -= parsed.size();
-            parsed = m_positions.size() - 1;
-        }
-        return true;
-    }
+    explicit CPositions(std::vector<Position> positions = {}) : m_positions(std::move(positions)) {}
 
     /// The position that a value stands for or is.
     Position Of(const Json& value) const
@@ -96,30 +132,7 @@ public:
     }
 
 private:
-    static bool IsPosition(const Json& array)
-    {
-        const auto isNumber = [](const Json& value) { return value.is_number_float(); };
-        return array.size() >= 2 && std::all_of(array.begin(), array.end(), isNumber);
-    }
-
-    /// Counts what is kept as values of JSON, each of which takes far more memory than its text.
-    void Count(Json::parse_event_t event)
-    {
-        using EEvent = Json::parse_event_t;
-        const bool isKept = event == EEvent::value || event == EEvent::array_start ||
-                            event == EEvent::object_start || event == EEvent::key;
-        if (isKept && ++m_kept > kMostKept) {
-            throw BadFeature{"it has more values than are read"};
-        }
-    }
-
-    static constexpr int kDeepest = 64;
-    static constexpr std::size_t kMostKept = 5000000;
-
-    std::size_t m_most;
     std::vector<Position> m_positions;
-    bool m_isInCoordinates = false;
-    std::size_t m_kept = 0;
 };
 
 #endif

@@ -160,7 +160,7 @@ bool IsOfFields(const WaylineSource& source, CSourceFile& file)
         return content == EFileContent::Fields ||
                (content == EFileContent::GeoJson && !NamesOrigin(file.Bytes()));
     } catch (const CFieldFileProblem&) {
-        return false; // told when it is read
+        return false; // reported when it is read
     }
 }
 
@@ -175,8 +175,8 @@ std::optional<EFieldFormat> FieldFormatOf(const FileOptions& options, CSourceFil
                                                                                 : format;
 }
 
-/// Tells which of the file's content the target cannot hold, and which frame it is in where nothing
-/// in the target says so.
+/// Reports which of the file's content the target cannot hold, and which frame it is in where
+/// nothing in the target says so.
 void TellLeftOut(const WaylineList& list, const std::string& file, EWaylineFormat format)
 {
     if (list.isOriginChosen && format != EWaylineFormat::GeoJson) {

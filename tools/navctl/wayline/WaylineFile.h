@@ -18,7 +18,7 @@ enum class EWaylineFormat
 
 /// The format of a file by its name: ".geojson" or ".json", ".csv"; anything else is the text form.
 EWaylineFormat WaylineFormatOf(const std::string& path);
-/// Why a file of this name cannot be written without naming the format; empty when its ending tells
+/// Why a file of this name cannot be written without naming the format; empty when its ending says
 /// the format, or it has none and is text.
 std::string TargetProblem(const std::string& path);
 /// What stands behind the last point of a file's name, with the point, in small letters; empty for

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "tools/fieldfiles/MapFeature.h"
+#include "tools/fieldfiles/DateLine.h"
 #include "tools/navctl/Names.h"
 #include "tools/navctl/files/Angle.h"
 #include "tools/navctl/wayline/GeoJsonFile.h"
@@ -17,7 +17,7 @@ namespace {
 constexpr double kTolerance = 0.01;
 constexpr double kAhead = 100.0;
 
-/// A feature that needs an origin of the local frame, which the file does not tell.
+/// A feature that needs an origin of the local frame, which the file does not give.
 struct NoOrigin : BadFeature
 {
 };
@@ -281,7 +281,7 @@ std::optional<GeodeticPlace> FirstOrigin(const std::vector<Json>& features)
                 return origin;
             }
         } catch (const BadFeature&) {
-            // Told when the feature itself is read.
+            // Reported when the feature itself is read.
             continue;
         }
     }

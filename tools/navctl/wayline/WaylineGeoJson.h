@@ -12,13 +12,13 @@
 /// WriteWaylineGeoJson() has written comes back as the same wayline. Any other LineString is a
 /// wayline of the kind of its property "kind" or, without one, of the one asked for.
 ///
-/// The frame is that of the origin asked for; without one, of the first origin that the file tells.
+/// The frame is that of the origin asked for; without one, of the first origin that the file gives.
 /// Areas beside lines are counted and passed over.
 ///
 /// @param text the whole file.
 WaylineList ReadWaylineGeoJson(const std::string& text, const WaylineReading& reading);
 
-/// Whether a feature of the file tells where its local frame is. Without that it has places on the
+/// Whether a feature of the file says where its local frame is. Without that it has places on the
 /// earth alone, as files of fields have.
 ///
 /// @return true for what is no GeoJSON, too.

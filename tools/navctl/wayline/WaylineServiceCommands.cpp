@@ -33,7 +33,7 @@ std::optional<EOutcome> Outcome(CContext& context, const char* command,
 /// What the service holds.
 struct HeldWayline
 {
-    bool isKnown = false; ///< the service has told; if not, the command has failed
+    bool isKnown = false; ///< the service has said; if not, the command has failed
     std::optional<WaylineContent> content;
 };
 
@@ -121,7 +121,7 @@ void ReportSet(CContext& context, const WaylineList::Entry& wanted, const HeldWa
 /// Moves the service's local frame to where a line was read into. Not while the machine is steered:
 /// it would follow its present line at another place until the new one is there.
 ///
-/// @return false when it was not moved; that has been told then and the exit code is set.
+/// @return false when it was not moved; that has been reported then and the exit code is set.
 bool MoveOrigin(CContext& context, const GeodeticPlace& origin)
 {
     const COutcome steering = CallByName(context, "is-steering-engaged", {});
@@ -158,7 +158,7 @@ void Set(CContext& context, const WaylineSource& source)
         return;
     }
     const WaylineList::Entry& wanted = list->entries.front();
-    // The reply tells nothing, what the service holds afterwards does.
+    // The reply says nothing, what the service holds afterwards does.
     if (Outcome(context, "set-wayline", {MakeWayline(wanted.content)})) {
         ReportSet(context, wanted, AskForWayline(context));
     }

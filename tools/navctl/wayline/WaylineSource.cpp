@@ -83,7 +83,7 @@ std::string ChooseEntry(WaylineList& list, const WaylineSource& source)
     return "there is no wayline in line " + std::to_string(*source.number);
 }
 
-/// Whether points alone can make the kind that was asked for; if not, that has been told.
+/// Whether points alone can make the kind that was asked for; if not, that has been reported.
 bool HasUsableKind(CContext& context, const WaylineSource& source)
 {
     const Kestrove::EWaylineType kind = source.reading.kind;
@@ -105,7 +105,7 @@ std::optional<WaylineList> ReadFieldWaylines(CContext& context, const WaylineSou
 
 /// Reads a file that has waylines alone.
 ///
-/// @return nothing when it cannot be read; that has been told then and the exit code is set.
+/// @return nothing when it cannot be read; that has been reported then and the exit code is set.
 std::optional<WaylineList> ReadList(CContext& context, const WaylineSource& source,
                                     CSourceFile& file, EFileContent content)
 {
@@ -166,6 +166,22 @@ void AddFormatOption(CLI::App& command, const char* name, const char* help,
         ->type_name("FORMAT");
 }
 
+std::vector<std::string> FieldTargetWords()
+{
+    return WordsOf(FieldFormatNames());
+}
+
+std::vector<std::string> TargetWords()
+{
+    std::vector<std::string> words = WordsOf(WaylineFormatNames());
+    for (const std::string& word : FieldTargetWords()) {
+        if (WaylineFormatNames().find(word) == WaylineFormatNames().end()) {
+            words.push_back(word);
+        }
+    }
+    return words;
+}
+
 void AddFieldFormatOption(CLI::App& command, std::optional<EFieldFormat>& format)
 {
     command
@@ -173,19 +189,13 @@ void AddFieldFormatOption(CLI::App& command, std::optional<EFieldFormat>& format
             "--to", [&format](const std::string& word) { format = FieldFormatCalled(word); },
             "isoxml, isoxml3 (version 3), kml, kmz, shapefile, geopackage or geojson; otherwise "
             "told from the ending of the target's name")
-        ->check(WordAmong(WordsOf(FieldFormatNames())))
+        ->check(WordAmong(FieldTargetWords()))
         ->type_name("FORMAT");
 }
 
 void AddTargetFormatOption(CLI::App& command, std::optional<EWaylineFormat>& format,
                            std::optional<EFieldFormat>& fieldFormat)
 {
-    std::vector<std::string> words = WordsOf(WaylineFormatNames());
-    for (const std::string& word : WordsOf(FieldFormatNames())) {
-        if (WaylineFormatNames().find(word) == WaylineFormatNames().end()) {
-            words.push_back(word);
-        }
-    }
     command
         .add_option_function<std::string>(
             "--to",
@@ -198,7 +208,7 @@ void AddTargetFormatOption(CLI::App& command, std::optional<EWaylineFormat>& for
             },
             "text, geojson, csv, isoxml, isoxml3 (version 3), kml, kmz, shapefile or geopackage; "
             "otherwise told from the ending of the target's name")
-        ->check(WordAmong(words))
+        ->check(WordAmong(TargetWords()))
         ->type_name("FORMAT");
 }
 

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -33,8 +34,8 @@ FieldChoice ChoiceOf(const WaylineSource& source);
 
 /// Reads a file of fields and leaves in it what is wanted.
 ///
-/// @return nothing when something is wrong with it; that has been told then and the exit code is
-/// set.
+/// @return nothing when something is wrong with it; that has been reported then and the exit code
+/// is set.
 std::optional<CFieldFile> ReadFieldSource(CContext& context, const WaylineSource& source,
                                           CSourceFile& file);
 
@@ -50,6 +51,10 @@ void AddWaylineSource(CLI::App& command, WaylineSource& source);
 /// Adds an option that names a format.
 void AddFormatOption(CLI::App& command, const char* name, const char* help,
                      std::optional<EWaylineFormat>& format);
+
+/// The words for the formats that are written: those of files of fields, and all.
+std::vector<std::string> FieldTargetWords();
+std::vector<std::string> TargetWords();
 
 /// Adds the option "--to" for formats of files of fields.
 void AddFieldFormatOption(CLI::App& command, std::optional<EFieldFormat>& format);
@@ -67,8 +72,8 @@ CLI::Option* AddKindOption(CLI::App& command, const char* name, const char* help
 
 /// Reads the file.
 ///
-/// @return nothing when something is wrong with it; that has been told then, a line each, and the
-///         exit code is set.
+/// @return nothing when something is wrong with it; that has been reported then, a line each, and
+///         the exit code is set.
 std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& source);
 std::optional<WaylineList> ReadSource(CContext& context, const WaylineSource& source,
                                       CSourceFile& file);

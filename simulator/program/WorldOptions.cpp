@@ -1,19 +1,21 @@
-#include "simulator/program/ImplementOption.h"
+#include "simulator/program/WorldOptions.h"
 
-#include <charconv>
 #include <string_view>
+
+#include "platform/Utilities.h"
 
 namespace {
 
 constexpr std::string_view kCarried = "carried:";
 constexpr std::string_view kTrailed = "trailed:";
+constexpr std::string_view kSlope = "slope:";
+constexpr double kSteepest = 30.0; // degrees
 
 /// Reads a number that is all of a text and within limits; "nan" is within none.
 bool ReadWithin(std::string_view text, double lowest, double highest, double& value)
 {
-    const char* end = text.data() + text.size();
-    const auto [rest, problem] = std::from_chars(text.data(), end, value);
-    return problem == std::errc() && rest == end && value >= lowest && value <= highest;
+    return Core::Utilities::ParseDouble(std::string(text), value) != 0 && value >= lowest &&
+           value <= highest;
 }
 
 } // namespace
@@ -39,4 +41,20 @@ bool ReadImplement(const std::string& words, ImplementGeometry& implement)
     }
     implement = read;
     return true;
+}
+
+std::optional<TerrainOptions> ReadTerrain(const std::string& words)
+{
+    if (words == "flat") {
+        return TerrainOptions{ETerrain::Flat, 0.0};
+    }
+    if (words == "rolling") {
+        return TerrainOptions{ETerrain::Rolling, 0.0};
+    }
+    const std::string_view text = words;
+    double degrees = 0.0;
+    const bool isSlope = text.substr(0, kSlope.size()) == kSlope &&
+                         ReadWithin(text.substr(kSlope.size()), -kSteepest, kSteepest, degrees);
+    return isSlope ? std::optional(TerrainOptions{ETerrain::Slope, Radians(degrees)})
+                   : std::nullopt;
 }

@@ -1,9 +1,11 @@
-#ifndef KESTROVE_SIMULATOR_PROGRAM_IMPLEMENTOPTION_H
-#define KESTROVE_SIMULATOR_PROGRAM_IMPLEMENTOPTION_H
+#ifndef KESTROVE_SIMULATOR_PROGRAM_WORLDOPTIONS_H
+#define KESTROVE_SIMULATOR_PROGRAM_WORLDOPTIONS_H
 
+#include <optional>
 #include <string>
 
 #include "simulator/machine/Implement.h"
+#include "simulator/machine/Terrain.h"
 
 /// What the words for an implement have to be like.
 inline constexpr const char* kImplementForms =
@@ -12,8 +14,14 @@ inline constexpr const char* kImplementForms =
 /// Reads how an implement hangs on the machine.
 ///
 /// @param words "carried:2.0" or "trailed:1.0,4.0", metres.
-/// @param implement takes the value; stays as it is when the words are none.
+/// @param implement takes the value; stays as it is when the words do not describe one.
 /// @return whether they are as kImplementForms says.
 bool ReadImplement(const std::string& words, ImplementGeometry& implement);
+
+/// Reads how the ground lies.
+///
+/// @param words "flat", "rolling" or "slope:-8.5", degrees up to 30 either way.
+/// @return nothing when they do not describe a ground.
+std::optional<TerrainOptions> ReadTerrain(const std::string& words);
 
 #endif
