@@ -27,7 +27,7 @@ using Points = std::vector<Vector3<double>>;
 // The code and the number of points stand before the points, in both encodings.
 constexpr int kPlacesBeforePoints = 2;
 constexpr int kPlacesPerPoint = 3;
-// So many points have places that an int can tell, the place behind them included.
+// So many points have places that an int can say, the place behind them included.
 constexpr int kMostPointsWithPlaces =
     (std::numeric_limits<int>::max() - kPlacesBeforePoints) / kPlacesPerPoint;
 
@@ -61,7 +61,7 @@ bool ReadList(const BListC& list, Points& points)
                                     list.GetDouble(place + 2)};
         points.push_back(point);
     }
-    // No list is longer than an int can tell, so what is announced beyond is past the end.
+    // No list is longer than an int can say, so what is announced beyond is past the end.
     for (int k = withPlaces; k < count; ++k) {
         const double pastEnd = list.GetDouble(std::numeric_limits<int>::max());
         points.emplace_back(pastEnd, pastEnd, pastEnd);
