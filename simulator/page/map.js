@@ -13,6 +13,7 @@ export class DriveMap {
     this.model = model;
     this.canvas = element("map");
     this.marks = [];
+    this.ground = null; // draws between the ground and the lines
     this.below = null; // draws between the lines and the trail
     this.picking = null;
     this.before = null;
@@ -92,6 +93,7 @@ export class DriveMap {
     }
     const camera = this.view.camera();
     drawGround(context, camera);
+    this.ground?.(context, camera);
     if (model.line !== null) drawLines(context, camera, model.line,
       model.old === "" ? toWorld(camera, width / 2, height / 4) : null);
     this.below?.(context, camera);
