@@ -13,6 +13,7 @@ const mostKept = 50000; // positions
 const valuesEach = 6;
 const workMilliseconds = 1.5; // of a frame
 const longestBreak = 10; // seconds that are not seen, over which the strip goes on
+const mostEarly = 600; // states before it is known of which run of the service they are
 const leastStep = 0.05; // metres: who stands works nothing
 const [ringStep, ringTolerance, mostOfRing] = [0.5, 0.05, 20000];
 
@@ -50,7 +51,7 @@ const contents = `
 /** The panel, which stands below the one of recording. */
 export class CoveragePanel {
   constructor(model, map, question, boundary, redraw) {
-    Object.assign(this, { model, map, question, boundary, redraw, records: [], waiting: 0, station: 0, last: null, ring: null });
+    Object.assign(this, { model, map, question, boundary, redraw, records: [], waiting: 0, station: 0, last: null, ring: null, early: [] });
     this.coverage = new Coverage();
     this.pictures = new CoverageMap(this.coverage);
     const panel = Object.assign(document.createElement("section"), { className: "panel", innerHTML: contents });
@@ -84,16 +85,26 @@ export class CoveragePanel {
     if (run !== null) keep("sessionStorage", keptWork, { run, records: this.records, last: this.last, station: this.station, rings: this.boundary.rings });
   }
 
+  /** The service's run is known: goes on with what was kept of it, then with what has come meanwhile. */
   takeRun(run, isAnother) {
     if (isAnother) this.clear();
-    const before = kept("sessionStorage", keptWork, {});
-    if (before.run !== run || this.records.length > 0 || !Array.isArray(before.records)) return;
-    Object.assign(this, { records: before.records, last: before.last, station: before.station, waiting: 0 });
-    if (before.rings.length > 0) this.boundary.set(before.rings);
+    const before = this.early === null ? {} : kept("sessionStorage", keptWork, {});
+    if (before.run === run && Array.isArray(before.records)) {
+      Object.assign(this, { records: before.records, last: before.last, station: before.station });
+      if (before.rings.length > 0) this.boundary.set(before.rings);
+    }
+    const early = this.early ?? [];
+    this.early = null;
+    early.forEach((state) => this.showState(state));
   }
 
   /** Takes a state in: where the implement is now, and whether it works. */
   showState(state) {
+    if (this.early !== null) {
+      this.early.push(state);
+      if (this.early.length > mostEarly) this.early.shift();
+      return;
+    }
     const { implement_place: place, implement_heading: heading, time, speed } = state;
     const width = this.model.line?.implement_width;
     if (!place || !Number.isFinite(heading) || !Number.isFinite(width)) return;

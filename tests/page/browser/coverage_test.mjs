@@ -53,6 +53,20 @@ test("hectares, overlap and what was skipped are those of the passes, and a relo
   await looks();
 });
 
+test("a reload while steering is engaged leaves no gap, whatever comes first", async () => {
+  pass(engaged, 0, 0, 100);
+  await isAbout("worked", 0.03, 0.0003);
+  await page.reload();
+  await service.asked(2);
+  service.send("line", line);
+  pass(engaged, 0, 102, 150);
+  await shows("engaged");
+  await begin();
+  pass(engaged, 0, 152, 200);
+  await isAbout("worked", 0.06, 0.0003);
+  await isAbout("again", 0, 0.1);
+});
+
 test("what the implement does while steering is not engaged counts where that is chosen, and nothing where it is not to", async () => {
   pass(following, 0, 0, 100);
   await page.locator("#coverage-when").selectOption("moving");
