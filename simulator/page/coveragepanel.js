@@ -11,7 +11,8 @@ import { palette } from "./palette.js";
 const [keptWork, keptChoice] = ["worked", "working-when"];
 const mostKept = 50000; // positions
 const valuesEach = 6;
-const workMilliseconds = 1.5; // of a frame
+const workMilliseconds = 1.5; // of a slice
+const sliceEvery = 16; // milliseconds
 const longestBreak = 10; // seconds that are not seen, over which the strip goes on
 const mostEarly = 600; // states before it is known of which run of the service they are
 const leastStep = 0.05; // metres: who stands works nothing
@@ -51,7 +52,7 @@ const contents = `
 /** The panel, which stands below the one of recording. */
 export class CoveragePanel {
   constructor(model, map, question, boundary, redraw) {
-    Object.assign(this, { model, map, question, boundary, redraw, records: [], waiting: 0, station: 0, last: null, ring: null, early: [] });
+    Object.assign(this, { model, map, question, boundary, redraw, records: [], waiting: 0, station: 0, last: null, ring: null, early: [], timer: null });
     this.coverage = new Coverage();
     this.pictures = new CoverageMap(this.coverage);
     const panel = Object.assign(document.createElement("section"), { className: "panel", innerHTML: contents });
@@ -123,6 +124,7 @@ export class CoveragePanel {
     this.last = { place, time };
     const values = [place[0] * 100, place[1] * 100, heading * 10000, width * 100, this.station * 10, joined ? 1 : 0];
     this.records.push(...values.map(Math.round));
+    this.goOn();
     if (this.records.length > (mostKept + 1000) * valuesEach) this.forgetOldest();
   }
 
@@ -135,8 +137,18 @@ export class CoveragePanel {
     this.waiting -= gone;
   }
 
-  /** Draws, and works off what waits, for as long as a frame has time for it. */
-  draw(context, camera) {
+  /** Works off what waits, a slice in the time of a frame, however seldom frames are drawn. */
+  goOn() {
+    const { records, coverage } = this;
+    if (this.timer !== null || (this.waiting >= records.length && coverage.old.size === 0)) return;
+    this.timer = setTimeout(() => {
+      this.timer = null;
+      this.workOff();
+      this.goOn();
+    }, sliceEvery);
+  }
+
+  workOff() {
     const end = performance.now() + workMilliseconds;
     const { records, coverage } = this;
     while (this.waiting < records.length && performance.now() < end) {
@@ -144,13 +156,17 @@ export class CoveragePanel {
       coverage.work({ x: x / 100, y: y / 100, heading: heading / 10000, width: width / 100, station: station / 10, joined: joined === 1 });
       this.waiting += valuesEach;
     }
-    if (coverage.old.size > 0 && performance.now() < end) {
-      this.pictures.settled(coverage.settleNext());
-      this.showFigures();
-    }
+    if (coverage.old.size === 0 || performance.now() >= end) return;
+    this.pictures.settled(coverage.settleNext());
+    this.showFigures();
+    this.redraw();
+  }
+
+  draw(context, camera) {
     const isWhole = this.pictures.draw(context, camera, 0.5);
     this.drawRing(context, camera);
-    if (this.waiting < records.length || coverage.old.size > 0 || !isWhole) setTimeout(this.redraw);
+    this.goOn();
+    if (!isWhole) setTimeout(this.redraw);
   }
 
   drawRing(context, camera) {
