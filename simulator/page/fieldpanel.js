@@ -42,10 +42,10 @@ export function drawBoundaries(context, camera, rings) {
 
 /** The panel, which stands below the one of new lines. */
 export class FieldPanel {
-  constructor(model, map, question, redraw) {
-    Object.assign(this, { model, map, question, redraw, fields: [], rings: [] });
+  constructor(model, map, question, boundary, { redraw, moved }) {
+    Object.assign(this, { model, map, question, boundary, redraw, moved, fields: [] });
     this.build();
-    map.below = (context, camera) => drawBoundaries(context, camera, this.rings);
+    map.below = (context, camera) => drawBoundaries(context, camera, boundary.rings);
     addEventListener("dragover", (event) => {
       if (event.dataTransfer.types.includes("Files")) event.preventDefault();
     });
@@ -138,7 +138,8 @@ export class FieldPanel {
     const [longitude, latitude, height] = frame.origin;
     const moved = await report(this.status, command("set_wayline_origin", latitude, longitude, height), "");
     if (moved === null || moved.reasons.length > 0) return;
-    this.rings = boundaries.flatMap(({ rings }) => rings.map((ring) => ring.map((place) => frame.local(place))));
+    this.moved(); // what was worked lay in the frame before
+    this.boundary.set(boundaries.flatMap(({ rings }) => rings.map((ring) => ring.map((place) => frame.local(place)))));
     this.redraw();
     if (line === undefined) say(this.status, "The boundary is drawn.");
     else await report(this.status, setLine(textFormIn(frame, line)), `“${line.name}” is set.${nudgeNote(this.model.state)}`);

@@ -115,22 +115,24 @@ function dataOf(placemark, name) {
   return wordsOf(simple.find(isCalled));
 }
 
-/** The name of the nearest folder around a placemark that has one. */
-function folderOf(placemark) {
+/** The name of the nearest folder around a placemark that has one. Each folder is looked through once: `names` has theirs. */
+function folderOf(placemark, names) {
   for (let node = placemark.parentElement; node; node = node.parentElement) {
     const isFolder = node.localName === "Folder" || node.localName === "Document";
-    if (isFolder && wordsOf(childOf(node, "name")) !== "") return wordsOf(childOf(node, "name"));
+    if (isFolder && !names.has(node)) names.set(node, wordsOf(childOf(node, "name")));
+    if (isFolder && names.get(node) !== "") return names.get(node);
   }
   return "Field";
 }
 
 async function readKml(root, reading) {
+  const names = new Map();
   for (const placemark of root.getElementsByTagNameNS("*", "Placemark")) {
     const name = wordsOf(childOf(placemark, "name"));
     await reading.attempt("placemark", name, async () => {
       const found = { parts: [], areas: [] };
       for (const child of placemark.children) await sortKml(child, found, reading);
-      await addFeature(reading, folderOf(placemark), { ...found, name, field: dataOf(placemark, "field"),
+      await addFeature(reading, folderOf(placemark, names), { ...found, name, field: dataOf(placemark, "field"),
         word: dataOf(placemark, "kind"), heading: number(dataOf(placemark, "heading"), "the heading") });
     });
   }

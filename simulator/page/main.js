@@ -1,5 +1,7 @@
 // The live page: what comes from the service goes into the model, and from there to the panels.
 import { Alarm } from "./alarm.js";
+import { Boundary } from "./boundary.js";
+import { CoveragePanel } from "./coveragepanel.js";
 import { History, drawErrors, drawSteering } from "./charts.js";
 import { DrivePanel } from "./drivepanel.js";
 import { DriveMap } from "./map.js";
@@ -66,7 +68,9 @@ const lines = new LinePanel(model, map, question, redraw);
 const recording = new RecordPanel(model, question);
 const readings = new Readings();
 new Saying();
-new FieldPanel(model, map, question, redraw);
+const boundary = new Boundary();
+const coverage = new CoveragePanel(model, map, question, boundary, redraw);
+new FieldPanel(model, map, question, boundary, { redraw, moved: () => coverage.clear() });
 const journal = new Journal(model);
 
 function showInBand() {
@@ -96,6 +100,7 @@ const hear = {
     question.showState(state);
     journal.showState(state);
     recording.showState(state);
+    coverage.showState(state);
     showHistory(state);
     map.moved();
   },
@@ -150,6 +155,7 @@ function takeRun(run) {
   } else if (model.run === null) {
     history.restore(before.samples);
   }
+  coverage.takeRun(run, beforeRun !== run);
   model.run = run;
   showInBand();
 }
@@ -214,6 +220,7 @@ listenToKeys({
 });
 
 whenPaletteChanges(() => {
+  coverage.pictures.repaint();
   chartsOld = true;
   redraw();
 });

@@ -13,6 +13,7 @@ export class DriveMap {
     this.model = model;
     this.canvas = element("map");
     this.marks = [];
+    this.ground = null; // draws between the ground and the lines
     this.below = null; // draws between the lines and the trail
     this.picking = null;
     this.before = null;
@@ -73,25 +74,29 @@ export class DriveMap {
     if (hasJumped) this.before = state;
     this.unreached = hasJumped ? 0 : this.unreached + 1;
     this.arrived = now;
+    this.isThere = false;
   }
 
-  /** Whether the machine is still on its way to the newest state. */
+  /** Whether the machine, as it was drawn last, is still on its way to the newest state. */
   moving() {
-    return this.before !== null && performance.now() - this.arrived < this.interval;
+    return this.before !== null && !this.isThere;
   }
 
   draw() {
     const { model } = this;
     const { context, width, height } = fitted(this.canvas);
+    this.isThere = width === 0;
     if (width === 0) return;
     if (model.state !== null) {
       const part = clamp((performance.now() - this.arrived) / this.interval, 0, 1);
       this.pose = poseBetween(this.before, model.state, part);
       this.view.machine = this.pose;
-      if (part === 1) this.unreached = 0;
+      this.isThere = part === 1;
+      if (this.isThere) this.unreached = 0;
     }
     const camera = this.view.camera();
     drawGround(context, camera);
+    this.ground?.(context, camera);
     if (model.line !== null) drawLines(context, camera, model.line,
       model.old === "" ? toWorld(camera, width / 2, height / 4) : null);
     this.below?.(context, camera);

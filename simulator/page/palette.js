@@ -1,7 +1,7 @@
 // The colours of the canvases, which are those of the style sheet in its present scheme.
 
 const names = ["paper", "grid", "grid-strong", "ink", "muted", "followed", "original", "passes",
-  "driven", "machine", "machine-fill", "implement", "aim", "band", "actual", "desired", "panel", "swath"];
+  "driven", "worked", "again", "gap", "gap-dot", "machine", "machine-fill", "implement", "aim", "band", "actual", "desired", "panel", "swath"];
 
 const readPalette = () => {
   const style = getComputedStyle(document.documentElement);
