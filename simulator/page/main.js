@@ -1,6 +1,7 @@
 // The live page: what comes from the service goes into the model, and from there to the panels.
 import { Alarm } from "./alarm.js";
 import { History, drawErrors, drawSteering } from "./charts.js";
+import { ComparePanel } from "./comparepanel.js";
 import { DrivePanel } from "./drivepanel.js";
 import { DriveMap } from "./map.js";
 import { Engaging } from "./engaging.js";
@@ -20,6 +21,7 @@ import { degrees } from "./geometry.js";
 import { endMessages, forgetUnanswered, judgeBy, say } from "./messages.js";
 import { keep, kept } from "./kept.js";
 import { listenToKeys } from "./keys.js";
+import { offerReport } from "./accuracy.js";
 import { loadTrail, showsPresent } from "./service.js";
 import { whenPaletteChanges } from "./palette.js";
 
@@ -62,12 +64,14 @@ const alarm = new Alarm();
 const drive = new DrivePanel(model, question, { ended: () => alarm.sound(), note: (text) => journal.note(text) });
 const tuning = new TuningPanel();
 const step = new StepPanel(model);
+const compare = new ComparePanel(model, step);
 const lines = new LinePanel(model, map, question, redraw);
 const recording = new RecordPanel(model, question);
 const readings = new Readings();
 new Saying();
 new FieldPanel(model, map, question, redraw);
 const journal = new Journal(model);
+offerReport();
 
 function showInBand() {
   chartsOld = true;
@@ -215,10 +219,12 @@ listenToKeys({
 
 whenPaletteChanges(() => {
   chartsOld = true;
+  compare.draw();
   redraw();
 });
 addEventListener("resize", () => {
   chartsOld = true;
+  compare.draw();
   redraw();
 });
 

@@ -57,7 +57,7 @@ TEST(TrackRecorder, WritesALineEachTimeThatGuidanceRan)
     ASSERT_EQ(11u, lines.size());
     EXPECT_EQ("time_s,true_x_m,true_y_m,true_heading_rad,measured_x_m,measured_y_m,speed_mps,"
               "steering_angle_rad,cross_track_error_m,implement_cross_track_error_m,pass,engaged,"
-              "receiver_drift_error_m",
+              "receiver_drift_error_m,run",
               lines[0]);
     for (std::size_t line = 1; line < lines.size(); ++line) {
         EXPECT_EQ(13u, NumbersOf(lines[line]).size()) << lines[line];
