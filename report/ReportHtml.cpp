@@ -10,15 +10,17 @@ const char* const kStyle = R"(
 * { box-sizing: border-box; }
 body { font: 15px/1.45 system-ui, sans-serif; color: #1a1a1a; background: #fff; margin: 0 auto;
   max-width: 54rem; padding: 1rem; }
-h1 { font-size: 1.7rem; margin: 0 0 .3rem; }
+h1 { font-size: 1.7rem; margin: 0 0 .3rem; overflow-wrap: anywhere; }
 h2 { font-size: 1.2rem; margin: 1.6rem 0 .4rem; break-after: avoid; }
 p { margin: .3rem 0 .6rem; }
 .scroll { overflow-x: auto; }
 table { border-collapse: collapse; width: 100%; font-variant-numeric: tabular-nums; }
 caption { text-align: left; padding-bottom: .3rem; }
 th, td { border-bottom: 1px solid #888; padding: .25rem .5rem; text-align: left;
-  vertical-align: top; overflow-wrap: anywhere; }
-thead th { border-bottom: 2px solid #333; overflow-wrap: normal; }
+  vertical-align: top; }
+td { overflow-wrap: anywhere; min-width: 4em; }
+td:last-child { min-width: 7.5em; }
+thead th { border-bottom: 2px solid #333; }
 tr, figure { break-inside: avoid; }
 figure { margin: .4rem 0 1rem; }
 svg { max-width: 100%; height: auto; display: block; }
@@ -53,8 +55,8 @@ void AddTable(std::string& html, const ReportTable& table)
     if (table.rows.empty()) {
         return;
     }
-    html += "<div class=\"scroll\"><table aria-label=\"" + EscapedForXml(table.title) +
-            "\">\n<thead><tr>";
+    html += "<div class=\"scroll\" tabindex=\"0\" role=\"group\" aria-label=\"" +
+            EscapedForXml(table.title) + "\"><table>\n<thead><tr>";
     for (const std::string& column : table.columns) {
         html +=
             column.empty() ? "<td></td>" : "<th scope=\"col\">" + EscapedForXml(column) + "</th>";

@@ -44,6 +44,23 @@ std::vector<double> NumbersOf(const std::string& line)
     return numbers;
 }
 
+TEST(TrackRecorder, SaysInTheFirstLineAloneWhatRepeatsTheDrive)
+{
+    const Directory directory;
+    Service service(2.0);
+    ASSERT_EQ("", service.Core().RecordTrack(directory.File("track.csv"), nullptr,
+                                             "navigation-simulator --scenario 'a \"b\".json'"));
+    service.Advance(0.3);
+
+    const std::vector<std::string> lines = LinesOf(TrackOf(service, directory));
+
+    ASSERT_EQ(4u, lines.size());
+    const std::string end = ",\"navigation-simulator --scenario 'a \"\"b\"\".json'\"";
+    EXPECT_EQ(end, lines[1].substr(lines[1].size() - end.size()));
+    EXPECT_EQ(',', lines[2].back());
+    EXPECT_EQ(',', lines[3].back());
+}
+
 TEST(TrackRecorder, WritesALineEachTimeThatGuidanceRan)
 {
     const Directory directory;

@@ -1,6 +1,7 @@
 // The accuracy report of the drive so far, saved by the page's button: what it is, and that nothing waits for it.
 import { after, afterEach, before, beforeEach, test } from "node:test";
 import assert from "node:assert/strict";
+import { createRequire } from "node:module";
 import { pathToFileURL } from "node:url";
 import { join } from "node:path";
 import { mkdtempSync, rmSync, writeFileSync } from "node:fs";
@@ -91,6 +92,10 @@ test("the report needs no network and no script, fits a telephone and A4, and pr
       await shown.emulateMedia({ media });
       await shown.goto(pathToFileURL(path).href);
       assert.deepEqual(await shown.evaluate(cutParts), [], `${width} pixels, ${media}`);
+      const kept = process.env.NODE_MODULES;
+      await shown.addScriptTag({ path: createRequire(join(kept, "axe-core/")).resolve("axe-core/axe.min.js") });
+      assert.deepEqual(await shown.evaluate(async () => (await window.axe.run(document)).violations
+        .map(({ id, nodes }) => `${id}: ${nodes.map(({ html }) => html.slice(0, 100))}`)), []);
       if (process.env.PICTURES) {
         await shown.screenshot({ path: join(process.env.PICTURES, `report-${width}.png`), fullPage: true });
       }
