@@ -260,12 +260,27 @@ class Forms(WithFolder):
         self.assertIn("install chromium or weasyprint", result.stderr)
         self.assert_files("drive.csv")
 
+    def install(self, name, script):
+        """Puts a program into a folder of programs."""
+        os.makedirs(self.path("bin"), exist_ok=True)
+        with open(self.path(f"bin/{name}"), "w", encoding="utf-8") as file:
+            file.write(f"#!/bin/sh\n{script}\n")
+        os.chmod(self.path(f"bin/{name}"), 0o755)
+
+    def test_weasyprint_is_given_the_html_and_where_the_pdf_is_to_be(self):
+        path = self.write(hand_made(1))
+        self.install("weasyprint", 'read -r first <"$1"; [ "$first" = "<!DOCTYPE html>" ] && '
+                                   'echo "%PDF-of-a-test" >"$2"')
+        result = subprocess.run([program(), "report", path, "--pdf", self.path("x.pdf")], check=False,
+                                env={**os.environ, "PATH": self.path("bin")}, capture_output=True,
+                                text=True, timeout=60)
+        self.assertEqual((0, ""), (result.returncode, result.stderr))
+        with open(self.path("x.pdf"), encoding="utf-8") as file:
+            self.assertEqual("%PDF-of-a-test\n", file.read())
+
     def test_a_program_that_makes_no_pdf_leaves_nothing(self):
         path = self.write(hand_made(1))
-        os.mkdir(self.path("bin"))
-        with open(self.path("bin/chromium"), "w", encoding="utf-8") as file:
-            file.write("#!/bin/sh\nexit 1\n")
-        os.chmod(self.path("bin/chromium"), 0o755)
+        self.install("chromium", "exit 1")
         result = subprocess.run([program(), "report", path, "--pdf", self.path("x.pdf"), "--html",
                                  self.path("x.html")], check=False, capture_output=True, text=True,
                                 env={**os.environ, "PATH": self.path("bin")}, timeout=60)
