@@ -4,9 +4,10 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <ostream>
 #include <string>
 
-#include "examples/svg_writer.h"
+#include "pictures/PlotArea.h"
 
 namespace {
 
@@ -49,9 +50,9 @@ PointsC Errors(const SDriveLeg& leg)
 }
 
 /// The area for the drive seen from above: as much as is needed, with one scale for both axes.
-SPlotArea MapArea(const CDriveRecord& record)
+PlotArea MapArea(const CDriveRecord& record)
 {
-    SPlotArea area{80.0, 112.0, 360.0, 520.0};
+    PlotArea area{80.0, 112.0, 360.0, 520.0};
     PointsC all;
     for (const SDriveLeg& leg : record.Legs()) {
         const PointsC track = Track(leg);
@@ -65,38 +66,35 @@ SPlotArea MapArea(const CDriveRecord& record)
     const auto [west, east] = std::minmax_element(all.begin(), all.end(), byX);
     const auto [south, north] = std::minmax_element(all.begin(), all.end(), byY);
     const double kMargin = 12.0; // metres
-    const double scale = std::max((east->x - west->x + 2 * kMargin) / area.width,
-                                  (north->y - south->y + 2 * kMargin) / area.height);
-    const double middleX = (west->x + east->x) / 2;
-    const double middleY = (south->y + north->y) / 2;
-    area.xLow = middleX - scale * area.width / 2;
-    area.xHigh = middleX + scale * area.width / 2;
-    area.yLow = middleY - scale * area.height / 2;
-    area.yHigh = middleY + scale * area.height / 2;
+    area.xLow = west->x - kMargin;
+    area.xHigh = east->x + kMargin;
+    area.yLow = south->y - kMargin;
+    area.yHigh = north->y + kMargin;
+    area.UseOneScale();
     return area;
 }
 
-void DrawMapLegend(CSvgWriter& svg, const SPlotArea& area, const CDriveRecord& record)
+void DrawMapLegend(CSvgWriter& svg, const PlotArea& area, const CDriveRecord& record)
 {
     const double left = area.left + area.width - 184;
     const double rows = static_cast<double>(record.Legs().size()) + 1.0;
     double y = area.top + area.height - 20.0 * rows - 14;
-    svg.Rectangle(left, y, 174, 20.0 * rows + 6, R"(fill="white" stroke="#bbb")");
+    svg.Rectangle({left, y}, 174, 20.0 * rows + 6, R"(fill="white" stroke="#bbb")");
     y += 13;
     for (std::size_t leg = 0; leg < record.Legs().size(); ++leg, y += 20) {
-        svg.Line(left + 8, y, left + 34, y, LegStyle(leg));
-        svg.Text(left + 42, y + 4.5, record.Legs()[leg].name);
+        svg.Line({left + 8, y}, {left + 34, y}, LegStyle(leg));
+        svg.Text({left + 42, y + 4.5}, record.Legs()[leg].name);
     }
-    svg.Line(left + 8, y, left + 34, y, kPassStyle);
-    svg.Text(left + 42, y + 4.5, "line to follow");
+    svg.Line({left + 8, y}, {left + 34, y}, kPassStyle);
+    svg.Text({left + 42, y + 4.5}, "line to follow");
 }
 
 void DrawMap(CSvgWriter& svg, const CDriveRecord& record)
 {
-    const SPlotArea area = MapArea(record);
-    svg.Text(area.left, area.top - 14, "Seen from above", kCaption);
-    DrawAxes(svg, area, "east (m)", "north (m)");
-    svg.BeginClip(area.left, area.top, area.width, area.height);
+    const PlotArea area = MapArea(record);
+    svg.Text({area.left, area.top - 14}, "Seen from above", kCaption);
+    DrawAxes(svg, area, {"east (m)", "north (m)"});
+    svg.BeginClip({area.left, area.top}, area.width, area.height);
     const auto& legs = record.Legs();
     for (const SDriveLeg& leg : legs) {
         // The first points may still be those of the line before; each reaches 150 m ahead.
@@ -112,14 +110,14 @@ void DrawMap(CSvgWriter& svg, const CDriveRecord& record)
     for (std::size_t leg = 0; leg < legs.size(); ++leg) {
         if (!legs[leg].samples.empty()) {
             const auto& start = legs[leg].samples.front().position;
-            svg.Circle(area.X(start.x), area.Y(start.y), 4, "fill=\"" + Colour(leg) + '"');
+            svg.Circle(area.At(start.x, start.y), 4, "fill=\"" + Colour(leg) + '"');
         }
     }
     DrawMapLegend(svg, area, record);
 }
 
 /// The name of each leg above its part of the time, and where it begins.
-void DrawLegMarks(CSvgWriter& svg, const SPlotArea& area, const CDriveRecord& record)
+void DrawLegMarks(CSvgWriter& svg, const PlotArea& area, const CDriveRecord& record)
 {
     for (std::size_t leg = 0; leg < record.Legs().size(); ++leg) {
         const SDriveLeg& drawn = record.Legs()[leg];
@@ -128,22 +126,23 @@ void DrawLegMarks(CSvgWriter& svg, const SPlotArea& area, const CDriveRecord& re
         }
         const double start = area.X(drawn.samples.front().time);
         if (leg > 0) {
-            svg.Line(start, area.top, start, area.top + area.height,
+            svg.Line({start, area.top}, {start, area.Bottom()},
                      R"(stroke="#777" stroke-dasharray="2 3")");
         }
         svg.Text(
-            start + 3, area.top + 17, drawn.name,
+            {start + 3, area.top + 17}, drawn.name,
             R"(font-size="10.5" stroke="white" stroke-width="3" paint-order="stroke" style="fill:)" +
                 Colour(leg) + '"');
     }
 }
 
-void DrawErrors(CSvgWriter& svg, const SPlotArea& area, const CDriveRecord& record)
+void DrawErrors(CSvgWriter& svg, const PlotArea& area, const CDriveRecord& record)
 {
-    DrawAxes(svg, area, "time (s)", "cross-track error (cm)");
-    svg.BeginClip(area.left, area.top, area.width, area.height);
-    svg.Rectangle(area.left, area.Y(kBand), area.width, area.Y(-kBand) - area.Y(kBand), kBandStyle);
-    svg.Line(area.left, area.Y(0), area.left + area.width, area.Y(0), R"(stroke="#777")");
+    DrawAxes(svg, area, {"time (s)", "cross-track error (cm)"});
+    svg.BeginClip({area.left, area.top}, area.width, area.height);
+    svg.Rectangle({area.left, area.Y(kBand)}, area.width, area.Y(-kBand) - area.Y(kBand),
+                  kBandStyle);
+    svg.Line({area.left, area.Y(0)}, {area.Right(), area.Y(0)}, R"(stroke="#777")");
     for (std::size_t leg = 0; leg < record.Legs().size(); ++leg) {
         svg.Polyline(area.Map(Errors(record.Legs()[leg])), LegStyle(leg));
     }
@@ -152,9 +151,9 @@ void DrawErrors(CSvgWriter& svg, const SPlotArea& area, const CDriveRecord& reco
 }
 
 /// The values of the error plots: the whole time, and errors up to the greatest.
-SPlotArea ErrorArea(const CDriveRecord& record)
+PlotArea ErrorArea(const CDriveRecord& record)
 {
-    SPlotArea area{540.0, 112.0, 620.0, 240.0};
+    PlotArea area{540.0, 112.0, 620.0, 240.0};
     area.yLow = -20.0;
     area.yHigh = 20.0;
     for (const SDriveLeg& leg : record.Legs()) {
@@ -167,25 +166,22 @@ SPlotArea ErrorArea(const CDriveRecord& record)
     return area;
 }
 
-void DrawBandLegend(CSvgWriter& svg, const SPlotArea& area)
+void DrawBandLegend(CSvgWriter& svg, const PlotArea& area)
 {
     const double right = area.left + area.width;
-    svg.Rectangle(right - 150, area.top - 25, 22, 12, kBandStyle);
-    svg.Text(right, area.top - 14, "within 2.5 cm of it", R"(text-anchor="end")");
+    svg.Rectangle({right - 150, area.top - 25}, 22, 12, kBandStyle);
+    svg.Text({right, area.top - 14}, "within 2.5 cm of it", R"(text-anchor="end")");
 }
 
-} // namespace
-
-void DrawPicture(std::ostream& stream, const CDriveRecord& record)
+void DrawAll(CSvgWriter& svg, const CDriveRecord& record)
 {
-    CSvgWriter svg(stream, kWidth, kHeight);
-    svg.Text(36, 40, "A simulated machine, steered onto a line, nudged, and along a curve",
+    svg.Text({36, 40}, "A simulated machine, steered onto a line, nudged, and along a curve",
              R"(font-size="21" font-weight="bold")");
-    svg.Text(36, 64, "The error is positive when the machine is to the right of its line.");
+    svg.Text({36, 64}, "The error is positive when the machine is to the right of its line.");
     DrawMap(svg, record);
 
-    SPlotArea area = ErrorArea(record);
-    svg.Text(area.left, area.top - 14, "Distance from the line", kCaption);
+    PlotArea area = ErrorArea(record);
+    svg.Text({area.left, area.top - 14}, "Distance from the line", kCaption);
     DrawBandLegend(svg, area);
     DrawErrors(svg, area, record);
 
@@ -194,6 +190,17 @@ void DrawPicture(std::ostream& stream, const CDriveRecord& record)
     area.height = 200.0;
     area.yLow = -kNear;
     area.yHigh = kNear;
-    svg.Text(area.left, area.top - 14, "The same, near the line", kCaption);
+    svg.Text({area.left, area.top - 14}, "The same, near the line", kCaption);
     DrawErrors(svg, area, record);
+}
+
+} // namespace
+
+void DrawPicture(std::ostream& stream, const CDriveRecord& record)
+{
+    PictureFrame frame;
+    frame.width = kWidth;
+    frame.height = kHeight;
+    frame.title = "A simulated drive: seen from above, and its cross-track error over time";
+    stream << DrawnPicture(frame, [&record](CSvgWriter& svg) { DrawAll(svg, record); });
 }

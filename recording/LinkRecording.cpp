@@ -67,13 +67,17 @@ std::string JsonText(std::string_view text)
 bool CLinkRecording::Begin(const CRecordingOrigin& origin)
 {
     m_writer.Begin("", origin.library);
-    m_writer.AddMetadata({LinkForm::kMetadataName,
-                          {{"version", LinkForm::kVersion},
-                           {"library", origin.library},
-                           {"program", origin.program},
-                           {"process", origin.process},
-                           {"started", origin.started},
-                           {"side", origin.side}}});
+    CMcapMetadata metadata{LinkForm::kMetadataName,
+                           {{"version", LinkForm::kVersion},
+                            {"library", origin.library},
+                            {"program", origin.program},
+                            {"process", origin.process},
+                            {"started", origin.started},
+                            {"side", origin.side}}};
+    if (!origin.run.empty()) {
+        metadata.entries["run"] = origin.run;
+    }
+    m_writer.AddMetadata(metadata);
     m_writer.AddSchema({1, "kestrove.LinkState", "jsonschema", kStateSchema});
     return m_writer.AddChannel({LinkForm::kStateChannel, 1, LinkForm::kStateTopic, "json", {}});
 }

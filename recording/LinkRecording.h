@@ -59,6 +59,7 @@ struct CRecordingOrigin
     std::string process; ///< its number
     std::string started; ///< the time, as 2026-11-22T10:15:30Z
     std::string side;    ///< "application" or "service"
+    std::string run{}; ///< what it takes to repeat what is recorded; empty where that is not known
 };
 
 /// Writes a recording of the link. Times are nanoseconds since 1970. Each call gives false when the

@@ -134,6 +134,9 @@ Json MachineStateForm()
                    {"speed_mps", Number()},
                    {"steering_angle_rad", Number()},
                    {"cross_track_error_m", measured},
+                   {"implement_cross_track_error_m", measured},
+                   {"receiver_drift_error_m", measured},
+                   {"pass", Typed("integer")},
                    {"engaged", Typed("boolean")}});
 }
 

@@ -11,6 +11,8 @@ namespace {
 
 // The trail grows as often, at the speed of time.
 constexpr std::chrono::milliseconds kTrailIsFresh(100);
+// A report of an hour takes a part of a second to work out.
+constexpr std::chrono::milliseconds kReportIsFresh(1000);
 
 } // namespace
 
@@ -31,8 +33,10 @@ CPageResources::CPageResources(asio::io_context& loop, CLoopGate& gate, CPageAsi
                                CServiceCore& core, const CTrail& trail)
     : m_gate(gate), m_aside(aside), m_core(core), m_trail(trail),
       m_sharedTrail([this](const Reply& reply) { GiveTrail(reply); }, kTrailIsFresh),
-      m_sharedWayline([this](const Reply& reply) { GiveWayline(reply); }), m_waylineText(loop)
+      m_sharedWayline([this](const Reply& reply) { GiveWayline(reply); }), m_waylineText(loop),
+      m_sharedReport([this](const Reply& reply) { GiveReport(reply); }, kReportIsFresh)
 {
+    m_core.OnGuidance([drive = m_drive](const CSimulation& world) { drive->Add(world); });
 }
 
 bool CPageResources::Give(const std::shared_ptr<CHttpConnection>& connection)
@@ -44,6 +48,8 @@ bool CPageResources::Give(const std::shared_ptr<CHttpConnection>& connection)
         m_sharedTrail.Give(connection);
     } else if (path == "/wayline") {
         m_sharedWayline.Give(connection);
+    } else if (path == "/report") {
+        m_sharedReport.Give(connection);
     } else {
         return false;
     }
@@ -94,5 +100,21 @@ void CPageResources::GiveWayline(const Reply& reply)
                     reply(answer);
                 });
             });
+        }));
+}
+
+void CPageResources::GiveReport(const Reply& reply)
+{
+    const auto drive = std::make_shared<std::vector<DrivePiece>>();
+    m_gate.Run(
+        [this, drive](const CLoopGate::Done& done) {
+            *drive = m_drive->Pieces();
+            done();
+        },
+        WhenDone(reply, [this, reply, drive] {
+            m_aside.Do([this, drive] { return ReportAnswer(*drive, m_core.DriveCommand()); },
+                       [reply](const std::shared_ptr<ServedAnswer>& answer) {
+                           reply(answer ? *answer : RefusalOf(500, kFailed));
+                       });
         }));
 }

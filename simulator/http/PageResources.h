@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "simulator/http/DriveKeeper.h"
 #include "simulator/http/LoopGate.h"
 #include "simulator/http/PageAside.h"
 #include "simulator/http/PageFiles.h"
@@ -32,7 +33,8 @@ void DoOrRefuse(const CSharedAnswer::Reply& reply, const Action& action)
 /// refusal where it is not, or where what is done then throws.
 CLoopGate::Then WhenDone(CSharedAnswer::Reply reply, std::function<void()> then);
 
-/// What the page fetches, beside the stream: its files, the trail and the wayline.
+/// What the page fetches, beside the stream: its files, the trail, the wayline, and the report of
+/// the drive so far.
 ///
 /// Thread safety: none; lives on the page's thread.
 class CPageResources
@@ -52,6 +54,7 @@ private:
 
     void GiveTrail(const Reply& reply);
     void GiveWayline(const Reply& reply);
+    void GiveReport(const Reply& reply);
 
     CLoopGate& m_gate;
     CPageAside& m_aside;
@@ -63,6 +66,9 @@ private:
     CSharedAnswer m_sharedTrail;
     CSharedAnswer m_sharedWayline;
     CWaylineText m_waylineText;
+    /// Shared with the service, which hands it the world.
+    const std::shared_ptr<CDriveKeeper> m_drive = std::make_shared<CDriveKeeper>();
+    CSharedAnswer m_sharedReport;
 };
 
 #endif

@@ -36,7 +36,7 @@ function changes(before, state) {
 }
 
 /** Has the browser save a text under a name. */
-function save(name, type, text) {
+export function save(name, type, text) {
   const link = document.createElement("a");
   link.href = URL.createObjectURL(new Blob([text], { type }));
   link.download = name;

@@ -3,6 +3,7 @@ import { Alarm } from "./alarm.js";
 import { Boundary } from "./boundary.js";
 import { CoveragePanel } from "./coveragepanel.js";
 import { History, drawErrors, drawSteering } from "./charts.js";
+import { ComparePanel } from "./comparepanel.js";
 import { DrivePanel } from "./drivepanel.js";
 import { DriveMap } from "./map.js";
 import { Engaging } from "./engaging.js";
@@ -22,6 +23,7 @@ import { degrees } from "./geometry.js";
 import { endMessages, forgetUnanswered, judgeBy, say } from "./messages.js";
 import { keep, kept } from "./kept.js";
 import { listenToKeys } from "./keys.js";
+import { offerReport } from "./accuracy.js";
 import { loadTrail, showsPresent } from "./service.js";
 import { whenPaletteChanges } from "./palette.js";
 
@@ -64,6 +66,7 @@ const alarm = new Alarm();
 const drive = new DrivePanel(model, question, { ended: () => alarm.sound(), note: (text) => journal.note(text) });
 const tuning = new TuningPanel();
 const step = new StepPanel(model);
+const compare = new ComparePanel(model, step);
 const lines = new LinePanel(model, map, question, redraw);
 const recording = new RecordPanel(model, question);
 const readings = new Readings();
@@ -72,6 +75,7 @@ const boundary = new Boundary();
 const coverage = new CoveragePanel(model, map, question, boundary, redraw);
 new FieldPanel(model, map, question, boundary, { redraw, moved: () => coverage.clear() });
 const journal = new Journal(model);
+offerReport();
 
 function showInBand() {
   chartsOld = true;
@@ -222,10 +226,12 @@ listenToKeys({
 whenPaletteChanges(() => {
   coverage.pictures.repaint();
   chartsOld = true;
+  compare.draw();
   redraw();
 });
 addEventListener("resize", () => {
   chartsOld = true;
+  compare.draw();
   redraw();
 });
 

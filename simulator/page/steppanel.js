@@ -4,6 +4,7 @@ import { command, done } from "./service.js";
 import { keep, kept } from "./kept.js";
 import { lengthWords, seenByDriver, shiftWords } from "./guidance.js";
 import { refusalOf, say, sayFailure } from "./messages.js";
+import { curveOf } from "./steptests.js";
 import { short } from "./tuningpanel.js";
 
 const element = (id) => document.getElementById(id);
@@ -45,6 +46,7 @@ export class StepPanel {
     this.saved = true; // whether the browser keeps what is shown
     this.obstacleSaid = "";
     this.test = null;
+    this.onScores = () => {}; // who else shows them
     this.steadiness = new Steadiness();
     element("step-run").addEventListener("click", () => this.run());
     element("step-clear").addEventListener("click", () => this.keep([]));
@@ -173,10 +175,11 @@ export class StepPanel {
     }
     const settled = score.settled === null ? "did not settle" : `settled after ${score.settled.toFixed(1)} m`;
     const { tuning } = test;
+    const curve = curveOf(test.samples);
     this.end(`Scored: ${settled}, overshoot ${(score.overshoot * 100).toFixed(1)} cm${
       score.coarse ? ", roughly: the states come more than 1 m apart" : ""}.`, false);
     this.reload();
-    this.keep([...this.scores, { ...score, ...tuning, number: this.nextNumber() }].slice(-mostScores));
+    this.keep([...this.scores, { ...score, ...tuning, number: this.nextNumber(), curve }].slice(-mostScores));
   }
 
   nextNumber() {
@@ -199,6 +202,7 @@ export class StepPanel {
     const rows = this.scores.map((score, index) => this.row(score, index === best)).reverse();
     element("scores").tBodies[0].replaceChildren(...rows);
     element("scores").parentElement.hidden = rows.length === 0;
+    this.onScores();
   }
 
   row(score, best) {

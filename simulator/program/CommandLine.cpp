@@ -14,6 +14,7 @@
 
 #include "simulator/base/Version.h"
 #include "simulator/operations/PositionSample.h"
+#include "simulator/program/DriveCommand.h"
 #include "simulator/program/WorldOptions.h"
 
 namespace {
@@ -339,28 +340,13 @@ void AddWorldOptions(CLI::App& app, SimulationOptions& world, std::vector<double
     AddImplementOptions(app, world);
 }
 
-/// A word as a shell takes it.
-std::string Quoted(const std::string& word)
-{
-    const char* const plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
-                              "-_=+,./:@%";
-    if (!word.empty() && word.find_first_not_of(plain) == std::string::npos) {
-        return word;
-    }
-    std::string quoted = "'";
-    for (const char letter : word) {
-        quoted += letter == '\'' ? std::string("'\\''") : std::string(1, letter);
-    }
-    return quoted + "'";
-}
-
 /// The command that repeats a run: its options as they were given, and the seed in any case.
 std::string DescriptionOf(int argumentCount, const char* const* arguments, const CLI::App& app,
                           const ProgramOptions& options)
 {
     std::string command = "navigation-simulator";
     for (int index = 1; index < argumentCount; ++index) {
-        command += " " + Quoted(arguments[index]);
+        command += " " + ShellWord(arguments[index]);
     }
     if (app.count("--seed") == 0) {
         command += " --seed " + std::to_string(options.simulation.seed);
@@ -393,5 +379,6 @@ std::optional<EExitCode> ReadCommandLine(int argumentCount, const char* const* a
         options.simulation.startPose = {{start[0], start[1]}, NormaliseHeading(Radians(start[2]))};
     }
     options.description = DescriptionOf(argumentCount, arguments, app, options);
+    options.driveCommand = DriveCommandOf(app, options.simulation.seed);
     return std::nullopt;
 }

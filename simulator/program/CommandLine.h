@@ -31,7 +31,8 @@ struct ProgramOptions
     std::string scenarioFile; ///< empty: nothing is planned
     NmeaOptions nmea;
     SimulationOptions simulation;
-    std::string description; ///< the program's version and the command that repeats the run
+    std::string description;  ///< the program's version and the command that repeats the run
+    std::string driveCommand; ///< the same without what the drive does not depend on
 };
 
 /// The program's exit codes.

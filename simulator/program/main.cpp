@@ -159,10 +159,10 @@ EExitCode StartServing(const ProgramOptions& options, const CStateFile* settings
         }
     }
     if (!options.trackFile.empty()) {
-        problem = link.Core().RecordTrack(options.trackFile, settings);
+        problem = link.Core().RecordTrack(options.trackFile, settings, options.driveCommand);
     }
     if (problem.empty() && !options.recordFile.empty()) {
-        problem = link.RecordTo(options.recordFile);
+        problem = link.RecordTo(options.recordFile, options.driveCommand);
     }
     if (!problem.empty()) {
         return kExitWrongOptions;
@@ -250,6 +250,7 @@ ServiceCoreOptions CoreOptionsOf(const ProgramOptions& options, const KeptState&
     core.keepState = [&saver] { return saver->State(); };
     core.stepped = options.clock == EClock::Stepped;
     core.description = options.description;
+    core.driveCommand = options.driveCommand;
     core.clock = ClockOf(options);
     return core;
 }

@@ -29,7 +29,8 @@ CServiceCore::CServiceCore(ServiceCoreOptions options)
       m_tuning(m_simulation, m_kept, m_log),
       m_simulatorOperations(m_simulation, m_kept, Stepping(options.stepped), m_work,
                             std::move(options.description)),
-      m_faults(m_simulation), m_faultOperations(m_faults), m_events(m_simulation, m_waylines)
+      m_faults(m_simulation), m_faultOperations(m_faults), m_events(m_simulation, m_waylines),
+      m_driveCommand(std::move(options.driveCommand))
 {
     m_steering.Register(m_operations);
     m_waylineOperations.Register(m_operations);
@@ -160,8 +161,8 @@ void CServiceCore::Step()
         return;
     }
     m_waylines.Record(m_feed.Height());
-    if (m_guided) {
-        m_guided(m_simulation);
+    for (const auto& guided : m_guided) {
+        guided(m_simulation);
     }
     const std::string problem = m_recorder.Write(m_simulation);
     if (!problem.empty()) {

@@ -43,6 +43,8 @@ struct ServiceCoreOptions
     bool stepped = false;
     /// What it takes to repeat the run, but for the time, in a line for people.
     std::string description{};
+    /// The same, but for what the drive does not depend on.
+    std::string driveCommand{};
     /// Which events `publish` is to be given; empty for all.
     EventWish wanted{};
     UnixClock clock{}; ///< the system's, to know how old fed positions are; may be empty
@@ -109,12 +111,18 @@ public:
     void Step();
 
     /// Writes the drive to a file from now on; see CTrackRecorder::Open().
-    std::string RecordTrack(const std::string& path, const CStateFile* settings = nullptr)
+    std::string RecordTrack(const std::string& path, const CStateFile* settings = nullptr,
+                            const std::string& run = "")
     {
-        return m_recorder.Open(path, settings);
+        return m_recorder.Open(path, settings, run);
     }
-    /// Has the world handed on each time that guidance has run.
-    void OnGuidance(std::function<void(const CSimulation&)> sink) { m_guided = std::move(sink); }
+    /// Has the world handed on each time that guidance has run, from now on and for good.
+    void OnGuidance(std::function<void(const CSimulation&)> sink)
+    {
+        m_guided.push_back(std::move(sink));
+    }
+    /// What it takes to repeat the drive, in a line for people.
+    const std::string& DriveCommand() const { return m_driveCommand; }
     /// Has a scenario happen from now on. What it calls is made on the spot, so that it repeats;
     /// what is refused is logged.
     void StartScenario(Scenario scenario);
@@ -157,7 +165,8 @@ private:
     COperationTable m_operations;
     CEvents m_events;
     CTrackRecorder m_recorder;
-    std::function<void(const CSimulation&)> m_guided;
+    std::vector<std::function<void(const CSimulation&)>> m_guided;
+    const std::string m_driveCommand;
     StepSink m_onStep;
     double m_untakenSeconds = 0.0;
     bool m_wasDropped = false;

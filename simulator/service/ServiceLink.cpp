@@ -166,10 +166,10 @@ void CServiceLink::ClientConnected(ClientNumber client)
     }
 }
 
-std::string CServiceLink::RecordTo(const std::string& path)
+std::string CServiceLink::RecordTo(const std::string& path, const std::string& run)
 {
     auto recorder = std::make_unique<CServiceRecorder>();
-    const std::string wrong = recorder->Open(path);
+    const std::string wrong = recorder->Open(path, run);
     if (!wrong.empty()) {
         return wrong;
     }

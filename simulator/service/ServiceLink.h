@@ -51,7 +51,7 @@ public:
     CServiceCore& Core() { return m_core; }
     /// Records what goes over the link and how the machine really drives; see
     /// CServiceRecorder::Open().
-    std::string RecordTo(const std::string& path);
+    std::string RecordTo(const std::string& path, const std::string& run = "");
     /// Ends the recording; see CServiceRecorder::Close().
     void EndRecording(std::chrono::steady_clock::time_point deadline);
     /// Whether clients have sent something that has not been read, or wait to be taken.

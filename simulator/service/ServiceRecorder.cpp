@@ -24,15 +24,18 @@ MachineMoment MomentOf(const CSimulation& world)
             world.Speed(),
             world.SteeringAngle(),
             world.TrueCrossTrackError(),
+            world.TrueImplementCrossTrackError(),
+            world.ReceiverDriftError(),
+            world.Status().pass,
             world.Engaged()};
 }
 
 } // namespace
 
-std::string CServiceRecorder::Open(const std::string& path)
+std::string CServiceRecorder::Open(const std::string& path, const std::string& run)
 {
     const auto recording = std::make_shared<CServiceRecording>();
-    if (!recording->Begin(path)) {
+    if (!recording->Begin(path, run)) {
         return "cannot write the recording " + recording->Problem();
     }
     m_thread.emplace(kMostWaitingToBeRecorded);

@@ -29,8 +29,9 @@ class CServiceRecorder
 public:
     /// Begins a file, which must not be there yet; for its user alone.
     ///
+    /// @param run what it takes to repeat the drive, for the recording to say; may be empty.
     /// @return an empty text on success, otherwise why it cannot be written.
-    std::string Open(const std::string& path);
+    std::string Open(const std::string& path, const std::string& run = "");
 
     void ClientConnected(ClientNumber client);
     void ClientDisconnected(ClientNumber client, const std::string& reason);

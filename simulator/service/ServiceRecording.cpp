@@ -31,12 +31,15 @@ Json JsonOf(const MachineMoment& moment)
             {"speed_mps", moment.speed},
             {"steering_angle_rad", moment.steeringAngle},
             {"cross_track_error_m", moment.crossTrackError},
+            {"implement_cross_track_error_m", moment.implementCrossTrackError},
+            {"receiver_drift_error_m", moment.receiverDriftError},
+            {"pass", moment.pass},
             {"engaged", moment.isEngaged}};
 }
 
 } // namespace
 
-bool CServiceRecording::Begin(const std::string& path)
+bool CServiceRecording::Begin(const std::string& path, const std::string& run)
 {
     if (!m_file.Create(path)) {
         return false;
@@ -45,7 +48,7 @@ bool CServiceRecording::Begin(const std::string& path)
     m_nextLook = now + kBetweenLooksNanoseconds;
     m_recording.Begin({std::string("navigation-simulator ") + ProgramVersion(),
                        "navigation-simulator", std::to_string(::getpid()), RecordingTimeText(now),
-                       "service"});
+                       "service", run});
     CMcapWriter& writer = m_recording.Writer();
     for (const auto& [id, name] :
          {std::pair<std::uint16_t, const char*>{kStateSchema, "kestrove.MachineState"},

@@ -22,6 +22,9 @@ struct MachineMoment
     double speed;
     double steeringAngle;
     double crossTrackError;
+    double implementCrossTrackError;
+    double receiverDriftError;
+    int pass;
     bool isEngaged;
 };
 
@@ -33,7 +36,9 @@ class CServiceRecording
 {
 public:
     /// Begins a file, which must not be there yet; for its user alone.
-    bool Begin(const std::string& path);
+    ///
+    /// @param run what it takes to repeat the drive; may be empty.
+    bool Begin(const std::string& path, const std::string& run);
     /// A connection was opened or closed.
     bool State(std::uint64_t time, std::uint16_t link, std::uint64_t client, ELinkState state,
                const std::string& text);

@@ -10,9 +10,20 @@ namespace {
 
 constexpr std::size_t kMostWaitingTrackBytes = 4 * 1024 * 1024;
 
+/// A text as a value between commas.
+std::string QuotedForCsv(const std::string& text)
+{
+    std::string quoted = "\"";
+    for (const char letter : text) {
+        quoted += letter == '"' ? std::string("\"\"") : std::string(1, letter);
+    }
+    return quoted + "\"";
+}
+
 } // namespace
 
-std::string CTrackRecorder::Open(const std::string& path, const CStateFile* settings)
+std::string CTrackRecorder::Open(const std::string& path, const CStateFile* settings,
+                                 const std::string& run)
 {
     CDescriptor file;
     const std::string problem = OpenLineFile(path, settings, file);
@@ -23,7 +34,8 @@ std::string CTrackRecorder::Open(const std::string& path, const CStateFile* sett
     m_writer->Write(
         "time_s,true_x_m,true_y_m,true_heading_rad,measured_x_m,measured_y_m,speed_mps,"
         "steering_angle_rad,cross_track_error_m,implement_cross_track_error_m,pass,engaged,"
-        "receiver_drift_error_m\n");
+        "receiver_drift_error_m,run\n");
+    m_run = run.empty() ? run : QuotedForCsv(run);
     return {};
 }
 
@@ -40,12 +52,12 @@ std::string CTrackRecorder::Write(const CSimulation& simulation)
     const Pose measured = simulation.MeasuredPose();
     char line[512];
     std::snprintf(
-        line, sizeof line, "%.2f,%.4f,%.4f,%.6f,%.4f,%.4f,%.4f,%.6f,%.5f,%.5f,%d,%d,%.5f\n",
+        line, sizeof line, "%.2f,%.4f,%.4f,%.6f,%.4f,%.4f,%.4f,%.6f,%.5f,%.5f,%d,%d,%.5f,",
         simulation.Time(), truth.position.x, truth.position.y, NormaliseHeading(truth.heading),
         measured.position.x, measured.position.y, simulation.Speed(), simulation.SteeringAngle(),
         simulation.TrueCrossTrackError(), simulation.TrueImplementCrossTrackError(),
         simulation.Status().pass, simulation.Engaged() ? 1 : 0, simulation.ReceiverDriftError());
-    m_writer->Write(line);
+    m_writer->Write(line + std::exchange(m_run, {}) + "\n");
     const std::size_t leftOut = m_writer->TakeLeftOut();
     if (leftOut == 0 || m_writer->Error() != 0) {
         return {};

@@ -46,6 +46,19 @@ TEST(CommandLine, HasADefaultForEverything)
     EXPECT_EQ(EGround::Firm, outcome.options.simulation.ground);
 }
 
+TEST(CommandLine, TellsWhatRepeatsTheDriveWithoutWhatItDoesNotDependOn)
+{
+    const std::string version = std::string("version ") + ProgramVersion() + ": ";
+    EXPECT_EQ(version + "navigation-simulator --seed 1", Read({}).options.driveCommand);
+    const Outcome outcome = Read({"--port", "0", "--http", "0", "--track", "a b.csv", "--record=r",
+                                  "--start", "1.5,-2.5,90", "--ground", "field", "--seed", "42",
+                                  "--scenario", "it's.json", "--log-level", "debug"});
+    ASSERT_FALSE(outcome.exitCode.has_value()) << outcome.errors;
+    EXPECT_EQ(version + "navigation-simulator --scenario 'it'\\''s.json' --ground field "
+                        "--start 1.5,-2.5,90 --seed 42",
+              outcome.options.driveCommand);
+}
+
 TEST(CommandLine, TakesEveryOption)
 {
     const Outcome outcome =

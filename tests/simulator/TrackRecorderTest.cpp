@@ -44,6 +44,23 @@ std::vector<double> NumbersOf(const std::string& line)
     return numbers;
 }
 
+TEST(TrackRecorder, SaysInTheFirstLineAloneWhatRepeatsTheDrive)
+{
+    const Directory directory;
+    Service service(2.0);
+    ASSERT_EQ("", service.Core().RecordTrack(directory.File("track.csv"), nullptr,
+                                             "navigation-simulator --scenario 'a \"b\".json'"));
+    service.Advance(0.3);
+
+    const std::vector<std::string> lines = LinesOf(TrackOf(service, directory));
+
+    ASSERT_EQ(4u, lines.size());
+    const std::string end = ",\"navigation-simulator --scenario 'a \"\"b\"\".json'\"";
+    EXPECT_EQ(end, lines[1].substr(lines[1].size() - end.size()));
+    EXPECT_EQ(',', lines[2].back());
+    EXPECT_EQ(',', lines[3].back());
+}
+
 TEST(TrackRecorder, WritesALineEachTimeThatGuidanceRan)
 {
     const Directory directory;
@@ -57,7 +74,7 @@ TEST(TrackRecorder, WritesALineEachTimeThatGuidanceRan)
     ASSERT_EQ(11u, lines.size());
     EXPECT_EQ("time_s,true_x_m,true_y_m,true_heading_rad,measured_x_m,measured_y_m,speed_mps,"
               "steering_angle_rad,cross_track_error_m,implement_cross_track_error_m,pass,engaged,"
-              "receiver_drift_error_m",
+              "receiver_drift_error_m,run",
               lines[0]);
     for (std::size_t line = 1; line < lines.size(); ++line) {
         EXPECT_EQ(13u, NumbersOf(lines[line]).size()) << lines[line];

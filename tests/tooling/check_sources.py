@@ -22,7 +22,7 @@ import subprocess
 import sys
 from pathlib import Path
 
-FOLDERS = ("core", "platform", "wayline", "api", "runtime", "simulator", "tools", "testing",
+FOLDERS = ("core", "platform", "wayline", "api", "runtime", "simulator", "tools", "testing", "pictures", "report",
            "tests", "benchmarks", "examples", "bindings")
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
 # Where people and machines keep what they build.

@@ -11,6 +11,7 @@
 #include "tools/navctl/manual/ManualCommand.h"
 #include "tools/navctl/operations/OperationCommands.h"
 #include "tools/navctl/recording/RecordingCommand.h"
+#include "tools/navctl/report/ReportCommand.h"
 #include "tools/navctl/simulator/FaultCommand.h"
 #include "tools/navctl/simulator/SimulatorCommand.h"
 #include "tools/navctl/watch/WatchCommand.h"
@@ -67,6 +68,7 @@ void AddCommands(CLI::App& app, CContext& context)
     AddWatchCommand(app, context);
     AddDoctorCommand(app, context);
     AddRecordingCommand(app, context);
+    AddReportCommand(app, context);
     AddSimulatorCommand(app, context);
     AddFaultCommands(app, context);
     AddManualCommand(app, context);

@@ -34,14 +34,3 @@ TEST(WaylinePlot, DrawsNothingWithoutAPointOrTooFarOff)
     EXPECT_EQ("", WaylinePlot(ListOf(
                       {{Kestrove::EWaylineTypeABCurve, {{0, 0, 0}, {1e300, 0, 0}}, 0.0, ""}})));
 }
-
-TEST(WaylinePlot, ChoosesRoundStepsForTheGrid)
-{
-    const struct
-    {
-        double span, count, step;
-    } rows[] = {{100, 10, 10}, {100, 8, 20}, {7, 8, 1}, {0.05, 5, 0.01}, {2600, 8, 500}};
-    for (const auto& row : rows) {
-        EXPECT_NEAR(row.step, RoundStep(row.span, row.count), row.step * 1e-9) << row.span;
-    }
-}

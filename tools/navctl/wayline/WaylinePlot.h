@@ -14,8 +14,4 @@
 /// kilometres.
 std::string WaylinePlot(const WaylineList& list);
 
-/// A round distance between grid lines: 1, 2 or 5 times a power of ten, such that `span` has about
-/// `count` of them.
-double RoundStep(double span, double count);
-
 #endif
