@@ -160,8 +160,8 @@ void CServiceCore::Step()
         return;
     }
     m_waylines.Record(m_feed.Height());
-    if (m_guided) {
-        m_guided(m_simulation);
+    for (const auto& sink : m_guided) {
+        sink(m_simulation);
     }
     const std::string problem = m_recorder.Write(m_simulation);
     if (!problem.empty()) {
