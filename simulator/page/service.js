@@ -25,6 +25,9 @@ export const endWasAsked = () => endsAsked.underWay > 0 || performance.now() - e
 /** Why nothing is sent; what is said of it while nothing may be. */
 let whyNot = "nothing comes from the service";
 
+/** Says that steering is about to end as was agreed: with the drive to look at. */
+export const expectEnd = () => { endsAsked.last = performance.now(); };
+
 /** What gives up the requests that are under way; null while the page shows what is old. */
 let present = new AbortController();
 

@@ -1,6 +1,6 @@
 // A drive of a minute for who sees the page for the first time: what is seen is explained step by step. The service
 // drives it, and ends it before anything else that is asked for.
-import { askShow } from "./service.js";
+import { askShow, expectEnd } from "./service.js";
 import { clock } from "./readings.js";
 import { say } from "./messages.js";
 
@@ -69,6 +69,7 @@ export class ShowMe {
 
   end() {
     const { ended } = this.show;
+    expectEnd();
     setText(element("show-title"), "");
     setText(element("show-text"), "");
     say(element("message"), `The drive to look at is over. ${ended} Line and speed are as they were before.`);

@@ -58,6 +58,7 @@ test("an empty page shows a line, engaging, an outage, a drop and the recovery, 
   assert.deepEqual(seen.map((title) => title.replace(/^\d of 8: /, "")), ["A line.", "Steering is engaged.",
     "No positions, for a moment.", "Positions again.", "No positions, for longer.", "Steering is dropped.", "Engaged again.", "That was it."]);
   await page.locator("#message", { hasText: "as they were before" }).waitFor();
+  assert.doesNotMatch(await page.locator("#why-list").textContent(), /not by you/);
   const { marks } = await page.evaluate(() => fetch("/history").then((answer) => answer.json()));
   assert.deepEqual(marks.filter(({ kind }) => ["engaged", "dropped", "ended"].includes(kind)).map(({ kind }) => kind),
     ["engaged", "dropped", "engaged", "ended"]);
