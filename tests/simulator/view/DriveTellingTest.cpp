@@ -1,4 +1,5 @@
-// What the page makes of a recording: from what a service writes down, and from what a client is told.
+// What the page makes of a recording: from what a service writes down, and from what a client is
+// told.
 
 #include <cstring>
 #include <string>
@@ -55,11 +56,17 @@ CRecordedItem Event(const char* name, const Json& values, std::uint64_t client =
 
 Json State(const char* word, double north, const std::vector<std::string>& faults = {})
 {
-    return {{"x_m", 1.5},    {"y_m", north},     {"heading_rad", 0.0},
-            {"speed_mps", 2.0}, {"cross_track_error_m", 0.25}, {"steering_angle_rad", 0.0},
-            {"engaged", std::string(word) == "engaged"}, {"state", word},
+    return {{"x_m", 1.5},
+            {"y_m", north},
+            {"heading_rad", 0.0},
+            {"speed_mps", 2.0},
+            {"cross_track_error_m", 0.25},
+            {"steering_angle_rad", 0.0},
+            {"engaged", std::string(word) == "engaged"},
+            {"state", word},
             {"drop_reason", std::string(word) == "dropped" ? "too far away" : ""},
-            {"fix", "float"}, {"faults", faults}};
+            {"fix", "float"},
+            {"faults", faults}};
 }
 
 TEST(DriveTelling, OfAServiceHasWhereTheMachineWasAndWhatHappened)
@@ -132,7 +139,8 @@ TEST(DriveTelling, TakesValuesOfAnyFormFromAStranger)
     for (const Json& value :
          {Json(), Json(1), Json("text"), Json::array(), Json::array({"a", nullptr, Json::object()}),
           Json::array({1e308, -1e308, 1e308}), Json::object()}) {
-        for (const char* name : {"cb_relative_position", "cb_guidance_status", "cb_engage_status"}) {
+        for (const char* name :
+             {"cb_relative_position", "cb_guidance_status", "cb_engage_status"}) {
             telling.TakeItem(0.0, Event(name, value));
         }
     }
