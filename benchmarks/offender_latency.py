@@ -177,6 +177,7 @@ OFFENCES = {
     "leave them in the middle": (memory.over_and_over("empty lists", 4_100_000),),
     "fall silent at the page": (page.silent_1000,),
     "view and read nothing": (page.stuck_viewers,),
+    "ask for the history over and over": 3 * (page.history_of_many(300),),
     "come and go at the page": (page.flood,),
 }
 

@@ -137,7 +137,17 @@ Json MachineStateForm()
                    {"implement_cross_track_error_m", measured},
                    {"receiver_drift_error_m", measured},
                    {"pass", Typed("integer")},
-                   {"engaged", Typed("boolean")}});
+                   {"engaged", Typed("boolean")},
+                   {"state", Typed("string")},
+                   {"drop_reason", Typed("string")},
+                   {"navigating", Typed("boolean")},
+                   {"drives_against", Typed("boolean")},
+                   {"fed", Typed("boolean")},
+                   {"desired_steering_angle_rad", Number()},
+                   {"nudge_m", Number()},
+                   {"fix", Typed("string")},
+                   {"correction_age_s", Number()},
+                   {"faults", List(Typed("string"))}});
 }
 
 Json SchemaOf(const std::string& name)

@@ -73,7 +73,7 @@ void CEventFeed::PublishLine(LinePicturePtr picture)
 
 std::string CEventFeed::TakeEvent(EFeedEvent event, Seen& seen) const
 {
-    static const char* const names[] = {"settings", "state"};
+    static const char* const names[] = {"settings", "state", "show"};
     const auto index = static_cast<std::size_t>(event);
     const Newest& newest = m_newest[index];
     if (newest.number <= seen.numbers[index] || newest.json.empty()) {
@@ -106,7 +106,9 @@ std::string CEventFeed::Take(Seen& seen, TimePoint now) const
     seen.savedBytes = std::min(kMostSavedBytes, seen.savedBytes + kBytesASecond * passed.count());
     const std::string state = TakeEvent(EFeedEvent::State, seen);
     seen.savedBytes -= static_cast<double>(state.size());
-    std::string events;
+    // It is short, and changes a few times in a minute.
+    std::string events = TakeEvent(EFeedEvent::Show, seen);
+    seen.savedBytes -= static_cast<double>(events.size());
     const auto takeOther = [&](std::optional<TimePoint>& before, auto take) {
         if (seen.savedBytes <= -kMostAdvance || (before && now - *before < kBetweenOthers)) {
             return;

@@ -17,9 +17,10 @@ enum class EFeedEvent : std::size_t
 {
     Settings,
     State,
+    Show,
 };
 
-inline constexpr std::size_t kFeedEvents = 2;
+inline constexpr std::size_t kFeedEvents = 3;
 
 /// What the viewers of the page are to know: of each kind the newest event, written once and shared
 /// by all viewers. There is no queue: a viewer that is slow misses what was replaced meanwhile, and

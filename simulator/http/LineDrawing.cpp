@@ -6,9 +6,7 @@
 
 using nlohmann::json;
 
-namespace {
-
-const char* NameOf(Kestrove::EWaylineType kind)
+const char* NameOfKind(Kestrove::EWaylineType kind)
 {
     switch (kind) {
     case Kestrove::EWaylineTypeAB:
@@ -29,6 +27,8 @@ const char* NameOf(Kestrove::EWaylineType kind)
         return "none";
     }
 }
+
+namespace {
 
 LineLabel Labelled(Kestrove::EWaylineType kind, int number, const Point& place)
 {
@@ -84,7 +84,7 @@ std::string LineMembers(const LineDrawing& drawing, const std::vector<LineLabel>
     json members{{"revision", drawing.revision},
                  {"picture", picture},
                  {"kind", static_cast<int>(drawing.status.kind)},
-                 {"kind_name", NameOf(drawing.status.kind)},
+                 {"kind_name", NameOfKind(drawing.status.kind)},
                  {"complete", drawing.status.complete},
                  {"recording", drawing.status.recording},
                  {"length", drawing.status.recording ? 0.0 : drawing.status.length},

@@ -30,6 +30,9 @@ struct LineDrawing
     double implementOffset = 0.0;
 };
 
+/// The words for a kind of wayline: "A-B line".
+const char* NameOfKind(Kestrove::EWaylineType kind);
+
 /// The names of the waypoints set so far of a wayline that is being made.
 std::vector<LineLabel> WaypointLabels(const CWaylineKeeper& waylines);
 

@@ -14,6 +14,8 @@
 #include "runtime/SignalsBlocked.h"
 #include "simulator/aside/MemoryWatch.h"
 #include "simulator/http/EventFeed.h"
+#include "simulator/http/HistoryAnswers.h"
+#include "simulator/http/HistoryWatch.h"
 #include "simulator/http/HttpServer.h"
 #include "simulator/http/LoopGate.h"
 #include "simulator/http/PageAside.h"
@@ -21,6 +23,7 @@
 #include "simulator/http/PageResources.h"
 #include "simulator/http/PageWatch.h"
 #include "simulator/http/RequestCheck.h"
+#include "simulator/http/ShowDrive.h"
 #include "simulator/http/Viewers.h"
 
 namespace {
@@ -34,7 +37,7 @@ constexpr std::size_t kSpareBytes = std::size_t{2} * 1024 * 1024;
 // Of bodies that are long.
 constexpr int kMostAside = 4;
 
-const PostTypes kPostTypes{{"/command", kJson}, {"/wayline", kJson}};
+const PostTypes kPostTypes{{"/command", kJson}, {"/show", kJson}, {"/wayline", kJson}};
 
 using ConnectionPtr = std::shared_ptr<CHttpConnection>;
 
@@ -63,16 +66,26 @@ public:
     CState(asio::io_context& loop, CServiceCore& core, const CTrail& trail, CLogTap& log,
            const LivePageTimes& times, const HttpLimits& limits)
         : m_feed([this] { CallViewers(); }), m_gate(loop, m_loop, times.command),
-          m_commands(core, log), m_watch(loop, core, m_feed),
+          m_commands(core, log), m_show(core), m_watch(loop, core, m_feed, m_show),
           m_viewers(m_loop, m_feed,
                     {ViewersOf(limits.connections), times.heartbeat, times.slowViewer,
                      times.placeOfViewer, times.oldViewer}),
           m_resources(m_loop, m_gate, m_aside, core, trail),
+          m_history(m_aside, m_resources.Run(), CTrail::kInterval,
+                    [this](const CSharedAnswer::Reply& reply, const auto& then) {
+                        FetchHistory(reply, then);
+                    }),
           m_server(m_loop, PatienceOf(times),
                    {[this](const ServedRequest& request) { return Check(request); },
                     [this](const ConnectionPtr& connection) { Serve(connection); }},
                    limits)
     {
+        // The core may outlive the page.
+        core.OnGuidance([weak = std::weak_ptr<CHistoryWatch>(m_historyWatch), &core](const auto&) {
+            if (const auto watch = weak.lock()) {
+                watch->Look(core);
+            }
+        });
     }
 
     std::string Listen(std::uint16_t port)
@@ -91,6 +104,8 @@ public:
     }
 
     std::uint16_t Port() const { return m_port; }
+
+    CShowDrive& Show() { return m_show; }
 
     void Stop()
     {
@@ -147,11 +162,13 @@ private:
     void Serve(const ConnectionPtr& connection)
     {
         const ServedRequest& request = connection->Request();
-        if (request.method == "POST") {
+        if (request.method == "POST" && request.path == "/show") {
+            CarryShow(connection);
+        } else if (request.method == "POST") {
             Carry(connection);
         } else if (request.path == "/events") {
             m_viewers.Add(connection);
-        } else if (m_resources.Give(connection)) {
+        } else if (m_resources.Give(connection) || m_history.Give(connection)) {
             return;
         } else if (kPostTypes.count(request.path) != 0) {
             ServedAnswer refusal = RefusalOf(405, "only POST is served there");
@@ -160,6 +177,18 @@ private:
         } else {
             connection->Answer(RefusalOf(404, "there is no such page"));
         }
+    }
+
+    void FetchHistory(const CSharedAnswer::Reply& reply,
+                      const std::function<void(CHistoryAnswers::NowPtr)>& then)
+    {
+        const auto now = std::make_shared<HistoryNow>();
+        m_gate.Run(
+            [now, watch = m_historyWatch](const CLoopGate::Done& done) {
+                now->view = watch->History().View();
+                done();
+            },
+            WhenDone(reply, [now, then] { then(now); }));
     }
 
     /// Does something at once, or when it takes long on the thread for that; so many at once as may
@@ -192,6 +221,27 @@ private:
                 }
             },
             asker);
+    }
+
+    /// Begins the drive to look at, or ends it.
+    void CarryShow(const ConnectionPtr& connection)
+    {
+        const bool begins = connection->TakeBody().TakeText() == R"({"run":true})";
+        const auto refusal = std::make_shared<std::string>();
+        m_gate.Run(
+            [this, begins, refusal](const CLoopGate::Done& done) {
+                if (begins) {
+                    *refusal = m_show.Begin();
+                } else {
+                    m_show.End("It was ended.");
+                }
+                done();
+            },
+            WhenDone(To(connection), [connection, refusal] {
+                connection->Answer(refusal->empty()
+                                       ? JsonAnswer(200, R"({"result":1,"reasons":[]})")
+                                       : RefusalOf(409, *refusal));
+            }));
     }
 
     void Carry(const ConnectionPtr& connection)
@@ -242,6 +292,7 @@ private:
         m_gate.Run(
             [this, command, outcome, isWanted](CLoopGate::Done done) {
                 if (isWanted()) {
+                    m_show.End("Somebody has taken the machine over on the page.");
                     m_commands.CarryOut(*command, outcome, isWanted, std::move(done));
                 } else {
                     done();
@@ -267,10 +318,13 @@ private:
     CEventFeed m_feed;
     CLoopGate m_gate;
     CPageCommands m_commands;
+    CShowDrive m_show;
     CPageWatch m_watch;
     CViewers m_viewers;
     CPageAside m_aside{m_loop};
     CPageResources m_resources;
+    const std::shared_ptr<CHistoryWatch> m_historyWatch = std::make_shared<CHistoryWatch>();
+    CHistoryAnswers m_history;
     CHttpServer m_server;
     std::uint16_t m_port = 0;
     int m_workAside = 0;
@@ -298,6 +352,16 @@ std::string CLivePage::Listen(std::uint16_t port)
 std::uint16_t CLivePage::Port() const
 {
     return m_state->Port();
+}
+
+void CLivePage::OfferShow(std::function<bool()> hasHadClients)
+{
+    m_state->Show().Offer(std::move(hasHadClients));
+}
+
+void CLivePage::EndShow()
+{
+    m_state->Show().End("An application has connected: the machine is its now.");
 }
 
 void CLivePage::Stop()

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -62,6 +63,10 @@ public:
     std::string Listen(std::uint16_t port);
     /// The port that is listened on.
     std::uint16_t Port() const;
+    /// Offers a drive to look at while nothing is set; see CShowDrive::Offer().
+    void OfferShow(std::function<bool()> hasHadClients);
+    /// Ends that drive before what somebody else does. To be called where a client connects.
+    void EndShow();
     /// Ends all connections and threads, whoever is there. Returns when none is left.
     void Stop();
 

@@ -33,20 +33,6 @@ bool IsUnwanted(const std::vector<std::string>& coding)
            coding[1].find_first_not_of("0.", 2) == std::string::npos;
 }
 
-bool TakesGzip(const ServedRequest& request)
-{
-    bool takesAll = false;
-    for (const std::string& part :
-         SplitAt(',', LowerCase(request.Only("accept-encoding").value_or("")))) {
-        const std::vector<std::string> coding = SplitAt(';', part);
-        if (!coding.empty() && coding[0] == "gzip") {
-            return !IsUnwanted(coding);
-        }
-        takesAll = takesAll || (!coding.empty() && coding[0] == "*" && !IsUnwanted(coding));
-    }
-    return takesAll;
-}
-
 /// Whether who asks has what has this tag.
 bool Has(const ServedRequest& request, const std::string& tag)
 {
@@ -69,6 +55,20 @@ ServedAnswer AnswerOf(const std::string& type, std::string content, const std::s
 }
 
 } // namespace
+
+bool TakesGzip(const ServedRequest& request)
+{
+    bool takesAll = false;
+    for (const std::string& part :
+         SplitAt(',', LowerCase(request.Only("accept-encoding").value_or("")))) {
+        const std::vector<std::string> coding = SplitAt(';', part);
+        if (!coding.empty() && coding[0] == "gzip") {
+            return !IsUnwanted(coding);
+        }
+        takesAll = takesAll || (!coding.empty() && coding[0] == "*" && !IsUnwanted(coding));
+    }
+    return takesAll;
+}
 
 CPageFiles::CPageFiles()
 {

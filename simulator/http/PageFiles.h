@@ -7,6 +7,9 @@
 
 #include "simulator/http/ServedRequest.h"
 
+/// Whether who asks takes answers that are compressed with gzip.
+bool TakesGzip(const ServedRequest& request);
+
 /// The files of the page as answers: compressed for who takes that, and without a body for who has
 /// them already.
 ///

@@ -48,6 +48,8 @@ public:
     ///
     /// @return false when there is no such thing.
     bool Give(const std::shared_ptr<CHttpConnection>& connection);
+    /// Another text for each start of the service.
+    const std::string& Run() const { return m_run; }
 
 private:
     using Reply = CSharedAnswer::Reply;

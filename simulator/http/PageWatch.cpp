@@ -18,8 +18,9 @@ constexpr double kDrawnAgainAfter = 1000.0;
 
 } // namespace
 
-CPageWatch::CPageWatch(asio::io_context& loop, const CServiceCore& core, CEventFeed& feed)
-    : m_timer(loop), m_core(core), m_feed(feed), m_drawer(feed)
+CPageWatch::CPageWatch(asio::io_context& loop, const CServiceCore& core, CEventFeed& feed,
+                       CShowDrive& show)
+    : m_timer(loop), m_core(core), m_feed(feed), m_show(show), m_drawer(feed)
 {
 }
 
@@ -42,6 +43,7 @@ void CPageWatch::WaitForNextLook()
 
 void CPageWatch::Look(std::chrono::steady_clock::time_point now)
 {
+    m_show.Look(m_feed.HasViewers(), now);
     if (!m_feed.HasViewers()) {
         return;
     }
@@ -52,6 +54,9 @@ void CPageWatch::Look(std::chrono::steady_clock::time_point now)
     }
     if (!StateIsDue(now)) {
         return;
+    }
+    if (const std::string show = m_show.Json(); !show.empty()) {
+        m_feed.Publish(EFeedEvent::Show, show);
     }
     m_feed.Publish(EFeedEvent::Settings, SettingsJson(m_core.World()));
     LookAtLine();

@@ -13,6 +13,7 @@
 
 #include "simulator/http/EventFeed.h"
 #include "simulator/http/LineDrawer.h"
+#include "simulator/http/ShowDrive.h"
 #include "simulator/service/ServiceCore.h"
 
 /// Looks at the world while somebody views the page, and publishes what has changed. It only looks:
@@ -23,7 +24,8 @@ class CPageWatch
 {
 public:
     /// All must outlive this object.
-    CPageWatch(asio::io_context& loop, const CServiceCore& core, CEventFeed& feed);
+    CPageWatch(asio::io_context& loop, const CServiceCore& core, CEventFeed& feed,
+               CShowDrive& show);
 
     /// Starts; from now on the loop keeps the feed up to date.
     void Start();
@@ -47,6 +49,7 @@ private:
     asio::steady_timer m_timer;
     const CServiceCore& m_core;
     CEventFeed& m_feed;
+    CShowDrive& m_show;
     CLineDrawer m_drawer;
     std::optional<std::chrono::steady_clock::time_point> m_lastState;
     long m_lastControl = -1;

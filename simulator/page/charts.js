@@ -20,6 +20,7 @@ const standing = 0.05;
 /** The samples of the last minute. */
 export class History {
   constructor() {
+    this.endWords = "now"; // when its end is
     this.clear();
   }
 
@@ -89,7 +90,7 @@ export function scaleFor(values, scales) {
   return scales.find((scale) => scale >= most) ?? scales[scales.length - 1];
 }
 
-function axes(context, chart, texts) {
+function axes(context, chart, texts, endWords) {
   const { left, right, top, middle, bottom } = chart;
   context.setLineDash([]);
   context.lineWidth = 1;
@@ -107,9 +108,9 @@ function axes(context, chart, texts) {
   [top, middle, bottom].forEach((y, i) => context.fillText(texts[i], left - 6, y));
   context.textBaseline = "bottom";
   context.textAlign = "left";
-  context.fillText("60 s ago", left, chart.height - 1);
+  context.fillText(endWords === "now" ? "60 s ago" : "60 s before", left, chart.height - 1);
   context.textAlign = "right";
-  context.fillText("now", right, chart.height - 1);
+  context.fillText(endWords, right, chart.height - 1);
 }
 
 const xOf = (chart, end, { time }) =>
@@ -197,12 +198,12 @@ const clipTo = (context, { left, right, top, bottom }) => {
 };
 
 /** Draws the cross-track error of the last minute. */
-export function drawErrors(canvas, { samples }) {
+export function drawErrors(canvas, { samples, endWords = "now" }) {
   const scale = scaleFor(samples.map(({ error }) => error), errorScales);
   const { context, chart } = chartOf(canvas, scale);
   const text = `${scale * 100} cm`;
   band(context, chart);
-  axes(context, chart, [`R ${text}`, "0", `L ${text}`]);
+  axes(context, chart, [`R ${text}`, "0", `L ${text}`], endWords);
   if (samples.length === 0) return;
   context.save();
   clipTo(context, chart);
@@ -212,10 +213,10 @@ export function drawErrors(canvas, { samples }) {
 }
 
 /** Draws the desired and the actual steering angle of the last minute. */
-export function drawSteering(canvas, { samples }) {
+export function drawSteering(canvas, { samples, endWords = "now" }) {
   const scale = scaleFor(samples.flatMap(({ actual, desired }) => [actual, desired]), angleScales);
   const { context, chart } = chartOf(canvas, scale);
-  axes(context, chart, [`R ${scale}°`, "0", `L ${scale}°`]);
+  axes(context, chart, [`R ${scale}°`, "0", `L ${scale}°`], endWords);
   if (samples.length === 0) return;
   context.save();
   clipTo(context, chart);

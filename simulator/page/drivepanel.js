@@ -207,9 +207,12 @@ export class DrivePanel {
 
   /** The title of the window tells the state too, and whether that is one of now. */
   showTitle() {
-    const name = this.shown === null ? "Live view" : `${marks[this.shown] ?? "?"} ${this.shown}`;
+    const { recording } = this.model;
+    const steering = this.shown === null ? "Live view" : `${marks[this.shown] ?? "?"} ${this.shown}`;
+    const name = recording === null ? steering : `◷ recording ${recording}`;
     const present = this.shown === "dropped" ? name.toUpperCase() : name;
-    const title = `${this.model.old || present} – navigation simulator`;
+    const now = this.model.old || present;
+    const title = `${this.model.past && recording === null ? `◷ looking back, now: ${now}` : now} – navigation simulator`;
     if (document.title !== title) document.title = title;
   }
 

@@ -10,13 +10,18 @@ import { Engaging } from "./engaging.js";
 import { FieldPanel } from "./fieldpanel.js";
 import { Journal } from "./journal.js";
 import { LinePanel } from "./linepanel.js";
+import { LookBack, shownModel } from "./lookback.js";
 import { Passes } from "./passes.js";
+import { Past } from "./past.js";
 import { Question } from "./question.js";
 import { Readings } from "./readings.js";
+import { Recorded } from "./recorded.js";
 import { RecordPanel } from "./recordpanel.js";
+import { ShowMe } from "./showme.js";
 import { StepPanel } from "./steppanel.js";
 import { Saying } from "./saying.js";
 import { Stream } from "./stream.js";
+import { Timeline } from "./timeline.js";
 import { Trail } from "./trail.js";
 import { TuningPanel } from "./tuningpanel.js";
 import { degrees } from "./geometry.js";
@@ -34,7 +39,7 @@ const pause = (milliseconds) => new Promise((resolve) => { setTimeout(resolve, m
 
 /** What the page knows; null until the service has told. `old` says why that is not of now; empty when it is. */
 const model = { state: null, line: null, settings: null, trail: new Trail(), run: null, lost: false,
-  old: "… connecting" };
+  old: "… connecting", past: null, recording: null };
 model.engaging = new Engaging(model);
 judgeBy(model);
 const noStateYet = "… no state yet";
@@ -52,15 +57,15 @@ function redraw() {
     frame = null;
     map.draw();
     if (chartsOld) {
-      drawErrors(element("history"), history);
-      drawSteering(element("steering"), history);
+      drawErrors(element("history"), look.isOn ? look.history : history);
+      drawSteering(element("steering"), look.isOn ? look.history : history);
       chartsOld = false;
     }
     if (map.moving()) redraw();
   });
 }
 
-const map = new DriveMap(model, redraw);
+const map = new DriveMap(shownModel(model, () => look), redraw);
 const question = new Question(model);
 const alarm = new Alarm();
 const drive = new DrivePanel(model, question, { ended: () => alarm.sound(), note: (text) => journal.note(text) });
@@ -76,14 +81,55 @@ const coverage = new CoveragePanel(model, map, question, boundary, redraw);
 new FieldPanel(model, map, question, boundary, { redraw, moved: () => coverage.clear() });
 const journal = new Journal(model);
 offerReport();
+const past = new Past(() => {
+  timeline.changed();
+  recorded.changed();
+  if (recorded.isOpen && model.old === noStateYet) showAge("");
+});
+const look = new LookBack(model, past, {
+  shown: (state) => {
+    readings.showPast(look.whenWords());
+    readings.show(state);
+    showInBand();
+    map.moved();
+    map.unreached = 0;
+    redraw();
+  },
+  toggled: (on) => {
+    question.leave();
+    lines.leavePicking();
+    if (!on) showPresent();
+    showUsable();
+    showAge(model.old);
+  },
+});
+const timeline = new Timeline(model, past, look);
+const showme = new ShowMe(model);
+
+const recorded = new Recorded(model, past, timeline, () => {
+  const way = Array.from({ length: past.to - past.from }, (_, i) => past.place(past.from + i));
+  model.trail.replace(way);
+  look.look(past.begin);
+  timeline.draw();
+});
+
+/** Shows what is of now, where the page has looked back. */
+function showPresent() {
+  readings.showPast("");
+  if (model.state !== null) readings.show(model.state);
+  showInBand();
+  map.moved();
+  timeline.draw();
+}
 
 function showInBand() {
   chartsOld = true;
-  element("history-words").textContent = history.inBandWords();
+  element("history-words").textContent = look.isOn ? "the minute before" : history.inBandWords();
 }
 
 function showHistory(state) {
   history.add(state);
+  if (look.isOn) return;
   showInBand();
   const side = (angle) => `${Math.abs(degrees(angle)).toFixed(1)}° ${angle < 0 ? "left" : "right"}`;
   element("steering-words").textContent =
@@ -97,7 +143,7 @@ const hear = {
     arriving?.push(state);
     stateOf = connection;
     if (model.old === noStateYet) showAge("");
-    readings.show(state);
+    if (!look.isOn) readings.show(state);
     drive.showState(state);
     model.engaging.showState(state);
     step.showState(state);
@@ -106,12 +152,16 @@ const hear = {
     recording.showState(state);
     coverage.showState(state);
     showHistory(state);
-    map.moved();
+    if (!look.isOn) map.moved();
+    timeline.addState(state);
+    showme.showTime();
   },
+  show: (show) => showme.take(show),
   line(line) {
     model.line = passes.whole(line);
     recording.showLine(line);
     journal.showLine(line);
+    timeline.fetchSoon();
   },
   settings(settings) {
     model.settings = settings;
@@ -123,7 +173,7 @@ const hear = {
 /** Shows whether all that is shown is of now; `old` says why not. */
 function showAge(old) {
   model.old = old;
-  showsPresent(old === "");
+  showsPresent(old === "" && !look.isOn, look.isOn && old === "" ? look.whyNothingIsSent : undefined);
   document.body.classList.toggle("old", old !== "");
   element("connection").textContent = old || "● connected";
   drive.showTitle();
@@ -133,17 +183,22 @@ function showAge(old) {
   redraw();
 }
 
+/** What asks something of the service can be used while that hears it, and who asks sees the present. */
+function showUsable() {
+  document.querySelectorAll("main button, #sliders input, .condition").forEach((control) => {
+    if (control.closest("[data-local]") === null) control.disabled = model.lost || look.isOn || model.recording !== null;
+  });
+}
+
 function showConnection(lost, reason = "") {
   model.lost = lost;
   element("lost").hidden = !lost;
   element("lost-reason").textContent = reason;
   if (lost) drive.disengaging.lost();
   else forgetUnanswered();
-  document.querySelectorAll("main button, #sliders input, .condition").forEach((control) => {
-    if (control.closest("[data-local]") === null) control.disabled = lost;
-  });
+  showUsable();
   // A connection alone brings nothing of now.
-  showAge(lost ? "✕ no connection" : noStateYet);
+  showAge(lost ? "✕ no connection" : recorded.isOpen ? "" : noStateYet);
 }
 
 /** Goes on with what was kept of this run of the service; begins anew with another one. */
@@ -161,6 +216,7 @@ function takeRun(run) {
   }
   coverage.takeRun(run, beforeRun !== run);
   model.run = run;
+  timeline.fetch();
   showInBand();
 }
 
@@ -181,7 +237,7 @@ async function takeTrail(isFirst) {
     return false;
   }
   takeRun(trail.run);
-  model.trail.replace(trail.points);
+  if (model.recording === null) model.trail.replace(trail.points);
   meanwhile.filter(({ time }) => time > trail.end).forEach(({ x, y }) => model.trail.add([x, y]));
   redraw();
   return true;
@@ -200,6 +256,7 @@ async function connected() {
 /** What a key asks of the service is not sent while that is lost, as little as by the button. */
 const whileConnected = (act) => () => {
   if (model.lost) say(element("message"), "Not sent: there is no connection.", "bad", "unanswered");
+  else if (look.isOn) say(element("message"), `Not sent: ${look.whyNothingIsSent}`, "bad", "unanswered");
   else act();
 };
 
@@ -213,7 +270,8 @@ listenToKeys({
   ".": whileConnected(() => drive.nudge(1)),
   t: () => step.run(),
   p: () => lines.togglePicking(),
-  escape: () => { if (!question.leave()) lines.leavePicking(); },
+  escape: () => { if (!question.leave() && !look.leave() && !showme.leave()) lines.leavePicking(); },
+  l: () => element("timeline").focus(),
   m: () => map.canvas.focus(),
   f: () => map.view.follow(!map.view.following),
   h: () => map.view.turn(!map.view.headingUp),
@@ -244,7 +302,7 @@ new Stream({
   },
   quiet: (on) => {
     if (on) showAge("… no news");
-    else showAge(stateOf === connection ? "" : noStateYet);
+    else showAge(stateOf === connection || recorded.isOpen ? "" : noStateYet);
   },
   lost: (reason) => {
     connection = null;

@@ -45,7 +45,7 @@ function lights() {
 export class Readings {
   constructor() {
     this.lights = lights();
-    this.words = { now: "Lightbar: no line", isOld: false };
+    this.words = { now: "Lightbar: no line", isOld: false, when: "" };
   }
 
   show(state) {
@@ -88,9 +88,15 @@ export class Readings {
     this.showWords();
   }
 
+  /** Takes in when what is shown was, "2 s ago"; empty for the present. */
+  showPast(when) {
+    this.words.when = when;
+    this.showWords();
+  }
+
   showWords() {
-    const { now, isOld } = this.words;
-    element("lightbar").setAttribute("aria-label", isOld ? `Old: ${now}` : now);
+    const { now, isOld, when } = this.words;
+    element("lightbar").setAttribute("aria-label", when ? `${when}: ${now}` : isOld ? `Old: ${now}` : now);
   }
 
   /** The arrow is an order to the driver, or what the machine does while it steers by itself. */

@@ -22,6 +22,12 @@ const endsAsked = { underWay: 0, last: -Infinity };
 /** Whether the page itself has just asked for what ends steering. */
 export const endWasAsked = () => endsAsked.underWay > 0 || performance.now() - endsAsked.last < endIsDue;
 
+/** Why nothing is sent; what is said of it while nothing may be. */
+let whyNot = "nothing comes from the service";
+
+/** Says that steering is about to end as was agreed: with the drive to look at. */
+export const expectEnd = () => { endsAsked.last = performance.now(); };
+
 /** What gives up the requests that are under way; null while the page shows what is old. */
 let present = new AbortController();
 
@@ -29,9 +35,10 @@ let present = new AbortController();
  * Takes in whether what the page shows is of now. Who acts by an old picture wants something else than who
  * acts by the new one: what is under way then is given up, and nothing is begun.
  */
-export function showsPresent(on) {
+export function showsPresent(on, why = "nothing comes from the service") {
+  whyNot = why;
   if (on) present ??= new AbortController();
-  else present?.abort(Error("nothing comes from the service: given up"));
+  else present?.abort(Error(`${why}: given up`));
   if (!on) present = null;
 }
 
@@ -52,7 +59,7 @@ async function request(path, options, ...signals) {
 
 async function send(path, value) {
   const isAlwaysDue = value.operation === alwaysDue;
-  if (present === null && !isAlwaysDue) throw new Error("not sent: nothing comes from the service");
+  if (present === null && !isAlwaysDue) throw new Error(`not sent: ${whyNot}`);
   const headers = { "Content-Type": "application/json" };
   const { result, reasons } = await request(path, { method: "POST", headers, body: JSON.stringify(value) },
     ...(isAlwaysDue ? [] : [present.signal]));
@@ -82,6 +89,20 @@ export const lineText = () => request("/wayline", {});
 
 /** Where the machine has been: {interval, end, points}. */
 export const loadTrail = () => request("/trail", {});
+
+/** What there is of the last hour, or of a recording: {run, first, pieces, open, marks, recording, …}. */
+export const loadHistory = () => request("/history", {});
+
+/** Has the drive to look at begin, or end. */
+export const askShow = (run) => request("/show", { method: "POST", headers: { "Content-Type": "application/json" },
+  body: JSON.stringify({ run }) });
+
+/** The samples of a piece of that, as they are kept. */
+export async function loadPiece(number) {
+  const response = await fetch(`/history/${number}`, { signal: AbortSignal.timeout(patience) });
+  if (!response.ok) throw new Error(`the service answers with ${response.status}`);
+  return response.arrayBuffer();
+}
 
 /**
  * Whether a reply says that something was done. The status leads lists; an operation without a reply of its

@@ -15,6 +15,7 @@
 #include "simulator/base/Version.h"
 #include "simulator/operations/PositionSample.h"
 #include "simulator/program/DriveCommand.h"
+#include "simulator/program/FileOption.h"
 #include "simulator/program/WorldOptions.h"
 
 namespace {
@@ -58,13 +59,6 @@ CLI::Validator OneOf(const Choices<Value>& choices)
     };
     return CLI::Validator(check, "");
 }
-
-/// Checks that the name of a file is there.
-const CLI::Validator kFileName(
-    [](const std::string& word) {
-        return word.empty() ? NotAllowed(word, "the name of a file") : std::string();
-    },
-    "");
 
 /// An option whose value is one of a few words.
 template <typename Value>
@@ -135,22 +129,15 @@ void AddServiceOptions(CLI::App& app, ProgramOptions& options)
                    "Port to serve the live page on, likewise; without it there is none")
         ->check(Within(0, 65535))
         ->type_name("NUMBER");
-    app.add_option("--state", options.stateFile,
-                   "File that keeps settings over a restart; made when it is not there")
-        ->check(kFileName)
-        ->type_name("FILE");
-    app.add_option("--track", options.trackFile, "Write the drive to a file as CSV")
-        ->check(kFileName)
-        ->type_name("FILE");
-    app.add_option(
-           "--record", options.recordFile,
-           "Record the link of all clients, and how the machine really drives, into a new file")
-        ->check(kFileName)
-        ->type_name("FILE");
-    app.add_option("--scenario", options.scenarioFile,
-                   "File of what happens when: faults, lines, calls")
-        ->check(kFileName)
-        ->type_name("FILE");
+    AddViewOption(app, options.viewFile);
+    AddFileOption(app, "--state", options.stateFile,
+                  "File that keeps settings over a restart; made when it is not there");
+    AddFileOption(app, "--track", options.trackFile, "Write the drive to a file as CSV");
+    AddFileOption(
+        app, "--record", options.recordFile,
+        "Record the link of all clients, and how the machine really drives, into a new file");
+    AddFileOption(app, "--scenario", options.scenarioFile,
+                  "File of what happens when: faults, lines, calls");
     AddChoice(app, "--log-level", options.logLevel, kLogLevels, "warning",
               "What is written to standard error: error, warning, info or debug");
     AddChoice(app, "--clock", options.clock, kClocks, "real",

@@ -22,9 +22,10 @@ struct ProgramOptions
 {
     std::uint16_t port = 5010;
     std::optional<std::uint16_t> httpPort; ///< without one there is no live page
-    std::string stateFile;                 ///< empty: nothing is kept
-    std::string trackFile;                 ///< empty: the drive is not written down
-    std::string recordFile;                ///< empty: the link is not recorded
+    std::string viewFile;   ///< a recording to look at, in place of a service; empty: none
+    std::string stateFile;  ///< empty: nothing is kept
+    std::string trackFile;  ///< empty: the drive is not written down
+    std::string recordFile; ///< empty: the link is not recorded
     ELogLevel logLevel = ELogLevel::Warning;
     EClock clock = EClock::Real;
     double speedFactor = 1.0; ///< simulated seconds a real second

@@ -23,6 +23,7 @@
 #include "simulator/program/CommandLine.h"
 #include "simulator/program/DescriptorLimit.h"
 #include "simulator/program/MemoryLimit.h"
+#include "simulator/program/RecordingView.h"
 #include "simulator/service/Pacer.h"
 #include "simulator/service/ServiceLink.h"
 #include "simulator/settings/KeptSettings.h"
@@ -261,6 +262,15 @@ void RunToTheEnd(asio::io_context& loop, CServiceLink& link, std::size_t memory)
     CMemoryWatch(loop, std::min(kMostSpare, memory / 4), [&link] { link.GiveUpGreediest(); }).Run();
 }
 
+/// A drive to look at, where time goes on by itself and nothing else is planned.
+void OfferShow(const ProgramOptions& options, CServiceLink& link, CLivePage& page)
+{
+    if (options.clock == EClock::Real && options.scenarioFile.empty()) {
+        page.OfferShow([&link] { return link.HasHadClients(); });
+        link.OnClient([&page] { page.EndShow(); });
+    }
+}
+
 EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPointer& output)
 {
     asio::io_context loop;
@@ -282,6 +292,7 @@ EExitCode Serve(const ProgramOptions& options, KeptState kept, const OutputPoint
     std::optional<CLivePage> page;
     if (options.httpPort) {
         page.emplace(loop, link.Core(), trail, log, LivePageTimes(), limits);
+        OfferShow(options, link, *page);
     }
     std::string problem;
     CNmeaOutput nmea(loop, options.nmea, options.simulation.seed, log.Sink());
@@ -320,6 +331,9 @@ EExitCode Run(int argumentCount, const char* const* arguments, const OutputPoint
     if (!problem.empty()) {
         output->Log(problem);
         return kExitFailed;
+    }
+    if (!options.viewFile.empty()) {
+        return ViewRecording(options, *output);
     }
     KeptState kept;
     problem = LoadKept(options, kept);

@@ -63,6 +63,8 @@ public:
     using Doer = std::function<std::string(const ScenarioEvent&)>;
 
     void Start(Scenario scenario, Doer doer);
+    /// Whether something is planned still.
+    bool IsPlanned() const { return m_next < m_scenario.events.size(); }
     /// To be called before each step of the world: does what is due at `now`.
     ///
     /// @return what was refused, a line each.

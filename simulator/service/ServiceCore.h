@@ -116,7 +116,7 @@ public:
     {
         return m_recorder.Open(path, settings, run);
     }
-    /// Has the world handed on each time that guidance has run, from now on and for good.
+    /// Has the world handed on each time that guidance has run, to all who have asked for it.
     void OnGuidance(std::function<void(const CSimulation&)> sink)
     {
         m_guided.push_back(std::move(sink));
@@ -126,6 +126,8 @@ public:
     /// Has a scenario happen from now on. What it calls is made on the spot, so that it repeats;
     /// what is refused is logged.
     void StartScenario(Scenario scenario);
+    /// Whether a scenario has something planned still.
+    bool HasScenario() const { return m_scenario.IsPlanned(); }
     /// Has the world handed on after each of its steps, with where its frame lies on the earth.
     void OnStep(StepSink sink) { m_onStep = std::move(sink); }
     /// Ends that file; see CTrackRecorder::Close().
@@ -134,6 +136,8 @@ public:
     std::vector<std::string> OperationNames() const { return m_operations.Names(); }
     /// The wayline and the waypoints, to look at.
     const CWaylineKeeper& Waylines() const { return m_waylines; }
+    /// What is made to happen to the machine, to look at.
+    const CFaults& Faults() const { return m_faults; }
     /// The simulated world, to look at.
     const CSimulation& World() const { return m_simulation; }
 

@@ -161,6 +161,10 @@ void CServiceLink::ClientConnected(ClientNumber client)
 {
     const CWhileServing serving(m_served, client);
     m_log.Write(ELogLevel::Debug, "client " + std::to_string(client) + " connected");
+    m_hasHadClients = true;
+    if (m_connected) {
+        m_connected();
+    }
     if (m_recorder != nullptr) {
         m_recorder->ClientConnected(client);
     }
@@ -175,7 +179,7 @@ std::string CServiceLink::RecordTo(const std::string& path, const std::string& r
     }
     m_recorder = std::move(recorder);
     m_core.OnGuidance([this](const CSimulation& world) {
-        m_recorder->Machine(world);
+        m_recorder->Machine(world, m_core.Faults());
         const std::string problem = m_recorder->TakeProblem();
         if (!problem.empty()) {
             m_log.Write(ELogLevel::Warning, problem);

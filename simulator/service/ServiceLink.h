@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "runtime/MPISocketServer.h"
 #include "simulator/aside/WorkQueue.h"
@@ -49,6 +50,10 @@ public:
     /// Closes the connection that holds most of them, where that is much.
     void GiveUpGreediest() { m_server.GiveUpGreediest(); }
     CServiceCore& Core() { return m_core; }
+    /// Whether any client has ever connected.
+    bool HasHadClients() const { return m_hasHadClients; }
+    /// Has something done when a client connects, before anything that it sends is served.
+    void OnClient(std::function<void()> connected) { m_connected = std::move(connected); }
     /// Records what goes over the link and how the machine really drives; see
     /// CServiceRecorder::Open().
     std::string RecordTo(const std::string& path, const std::string& run = "");
@@ -93,6 +98,8 @@ private:
 
     CServiceLog m_log;
     ServedSink m_served;
+    std::function<void()> m_connected; // may be empty
+    bool m_hasHadClients = false;
     std::unique_ptr<CServiceRecorder> m_recorder; // null: nothing is recorded
     MPISocketServerC m_server;
     CWorkQueue m_work;

@@ -1,6 +1,7 @@
 #include "simulator/service/ServiceRecorder.h"
 
 #include <utility>
+#include <vector>
 
 #include "recording/RecordingClock.h"
 #include "simulator/service/ServiceRecording.h"
@@ -11,8 +12,35 @@ constexpr std::size_t kMostWaitingToBeRecorded = std::size_t{64} * 1024 * 1024;
 /// From then on the bytes alone are recorded, which takes the least time.
 constexpr std::size_t kTooManyToDecode = kMostWaitingToBeRecorded / 4;
 
-MachineMoment MomentOf(const CSimulation& world)
+std::string StateWord(const CSimulation& world)
 {
+    if (world.Engaged()) {
+        return "engaged";
+    }
+    if (world.DroppedByService()) {
+        return "dropped";
+    }
+    return world.WhyNotEngaged().empty() ? "ready" : "not ready";
+}
+
+const char* FixWord(EFix fix)
+{
+    static const char* const words[] = {"none", "single", "differential", "float", "fixed"};
+    return words[static_cast<std::size_t>(fix)];
+}
+
+std::vector<std::string> NamesOf(const CFaults& faults)
+{
+    std::vector<std::string> names;
+    for (const auto& [name, active] : faults.Now()) {
+        names.push_back(name);
+    }
+    return names;
+}
+
+MachineMoment MomentOf(const CSimulation& world, const CFaults& faults)
+{
+    const ReceiverReport report = world.Reported();
     const Pose truth = world.TruePose();
     const Pose measured = world.MeasuredPose();
     return {world.Time(),
@@ -27,7 +55,17 @@ MachineMoment MomentOf(const CSimulation& world)
             world.TrueImplementCrossTrackError(),
             world.ReceiverDriftError(),
             world.Status().pass,
-            world.Engaged()};
+            world.Engaged(),
+            world.SteeringCommand(),
+            world.Nudge(),
+            world.NavigationActive(),
+            world.FacesAgainst(),
+            world.FedMode(),
+            StateWord(world),
+            world.DropReason(),
+            FixWord(report.fix),
+            report.correctionAge,
+            NamesOf(faults)};
 }
 
 } // namespace
@@ -110,14 +148,13 @@ void CServiceRecorder::Bytes(ClientNumber client, ELinkDirection direction, std:
         });
 }
 
-void CServiceRecorder::Machine(const CSimulation& world)
+void CServiceRecorder::Machine(const CSimulation& world, const CFaults& faults)
 {
     if (m_recording == nullptr) {
         return;
     }
-    Add(0, [time = RecordingTime(), moment = MomentOf(world)](CServiceRecording& recording) {
-        return recording.Machine(time, moment);
-    });
+    Add(0, [time = RecordingTime(), moment = MomentOf(world, faults)](
+               CServiceRecording& recording) { return recording.Machine(time, moment); });
 }
 
 std::string CServiceRecorder::TakeProblem()

@@ -13,6 +13,7 @@
 #include "recording/LinkRecording.h"
 #include "runtime/MPISocketServer.h"
 #include "simulator/service/RecordingThread.h"
+#include "simulator/world/Faults.h"
 #include "simulator/world/Simulation.h"
 
 class CServiceRecording;
@@ -37,7 +38,7 @@ public:
     void ClientDisconnected(ClientNumber client, const std::string& reason);
     void Bytes(ClientNumber client, ELinkDirection direction, std::string_view bytes);
     /// Guidance has run.
-    void Machine(const CSimulation& world);
+    void Machine(const CSimulation& world, const CFaults& faults);
     /// Why the recording has ended by itself, or lacks something; given once, and empty otherwise.
     std::string TakeProblem();
     /// Ends the file with its summary, once all has been written or the deadline has come.

@@ -34,7 +34,17 @@ Json JsonOf(const MachineMoment& moment)
             {"implement_cross_track_error_m", moment.implementCrossTrackError},
             {"receiver_drift_error_m", moment.receiverDriftError},
             {"pass", moment.pass},
-            {"engaged", moment.isEngaged}};
+            {"engaged", moment.isEngaged},
+            {"state", moment.state},
+            {"drop_reason", moment.dropReason},
+            {"navigating", moment.isNavigating},
+            {"drives_against", moment.drivesAgainst},
+            {"fed", moment.isFed},
+            {"desired_steering_angle_rad", moment.desiredSteeringAngle},
+            {"nudge_m", moment.nudge},
+            {"fix", moment.fix},
+            {"correction_age_s", moment.correctionAge},
+            {"faults", moment.faults}};
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "recording/LinkRecording.h"
 #include "recording/LiveFile.h"
@@ -26,6 +27,16 @@ struct MachineMoment
     double receiverDriftError;
     int pass;
     bool isEngaged;
+    double desiredSteeringAngle;
+    double nudge;
+    bool isNavigating;
+    bool drivesAgainst;
+    bool isFed;
+    std::string state;               ///< of steering, in a word: "ready"
+    std::string dropReason;          ///< empty unless it was dropped
+    std::string fix;                 ///< of the receiver: "float"
+    double correctionAge;            ///< seconds
+    std::vector<std::string> faults; ///< that go on
 };
 
 /// The file of a service's recording: the bytes of the links, what they mean in JSON, and the

@@ -28,6 +28,8 @@ HOST = f"Host: localhost:{PAGE_PORT}\r\n"
 GET = f"GET / HTTP/1.1\r\n{HOST}\r\n".encode()
 STREAM = f"GET /events HTTP/1.1\r\n{HOST}\r\n".encode()
 TRAIL = f"GET /trail HTTP/1.1\r\n{HOST}\r\n".encode()
+PACKED = "Accept-Encoding: gzip\r\n"
+HISTORY = f"GET /history HTTP/1.1\r\n{HOST}{PACKED}\r\n".encode()
 WAYLINE = f"GET /wayline HTTP/1.1\r\n{HOST}\r\n".encode()
 
 
@@ -213,6 +215,29 @@ def requests_of_nobody(request):
     return attack
 
 
+def history_of_many(count):
+    """An attacker with many connections that ask for all of the history over and over: what there is
+    and each of its pieces, compressed and not."""
+    requests = [HISTORY, HISTORY.replace(PACKED.encode(), b"")]
+    for piece in range(70):
+        one = HISTORY.replace(b"/history", b"/history/%d" % piece)
+        requests += [one, one.replace(PACKED.encode(), b"")]
+
+    def attack():
+        begun = 0
+        while True:
+            links = []
+            with contextlib.suppress(OSError):
+                for _ in range(count):
+                    links.append(visit())
+                    links[-1].sendall(requests[begun % len(requests)])
+                    begun += 1
+            for link in links:
+                with contextlib.suppress(OSError), link:
+                    read_all(link)
+    return attack
+
+
 def requests_of_many(request, count):
     """An attacker with many connections, all of which ask and read all of the answer."""
     def attack():
@@ -385,7 +410,7 @@ class Page(AttackTest):
                 self.hold_out(commands_of_nobody(count, pause))
 
     def test_serves_beside_floods_of_requests_whose_senders_go(self):
-        for request in (TRAIL, WAYLINE, STREAM, GET, TRAIL.replace(b"GET", b"HEAD"),
+        for request in (TRAIL, HISTORY, WAYLINE, STREAM, GET, TRAIL.replace(b"GET", b"HEAD"),
                         posted("IsSteeringEngaged", length=1000)):
             with self.subTest(request[:20]):
                 self.hold_out(*2 * [requests_of_nobody(request)])
@@ -411,6 +436,20 @@ class Page(AttackTest):
             with visit() as link:
                 link.sendall(TRAIL)
                 size = len(read_all(link))
+
+    def test_serves_beside_floods_of_requests_for_the_history(self):
+        for count in (1, 300):
+            with self.subTest(count=count):
+                self.hold_out(*3 * [history_of_many(count)], arguments=FAST,
+                              prepare=self.have_a_long_history)
+
+    def have_a_long_history(self):
+        """An hour of driving, as the page asks for it."""
+        self.have_a_long_trail_and_line()
+        with visit() as link:
+            link.sendall(HISTORY.replace(PACKED.encode(), b""))
+            index = json.loads(read_all(link).split(b"\r\n\r\n", 1)[1])
+        self.assertGreater(index["pieces"], 30)
 
     def test_serves_beside_commands_whose_answers_nobody_reads(self):
         self.hold_out(unread_commands)

@@ -87,7 +87,7 @@ TEST(ServiceDocument, NamesEveryOptionWithItsDefault)
     const std::string help = output.str();
 
     const auto rows = MatchesOf(help, R"((--[a-z-]+) [A-Z,]+(=([0-9a-z.,:-]+))?)");
-    EXPECT_EQ(32U, rows.size());
+    EXPECT_EQ(33U, rows.size());
     for (const std::smatch& row : rows) {
         const std::regex documented("\\| `" + row[1].str() + " [A-Z,]+` \\| " +
                                     (row[3].matched ? row[3].str() : "none") + " \\|");

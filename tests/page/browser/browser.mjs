@@ -28,6 +28,21 @@ export async function openPage(browser, address, options = {}, scripts = []) {
   return page;
 }
 
+/** Has the browser be set to letters of a size, pixels. */
+export async function setLetters(page, pixels) {
+  const session = await page.context().newCDPSession(page);
+  await session.send("Page.enable");
+  await session.send("Page.setFontSizes", { fontSizes: { standard: pixels, fixed: pixels } });
+}
+
+/** Which of the page's parts, by their ids, cannot be seen as a whole, or lie under something else. */
+export const covered = (page, ids) => page.evaluate((names) => names.filter((id) => {
+  const node = document.getElementById(id);
+  const { left, top, right, width, bottom, height } = node.getBoundingClientRect();
+  const hits = [0.1, 0.5, 0.9].map((part) => document.elementFromPoint(left + width * part, top + height / 2));
+  return top < 0 || left < 0 || bottom > innerHeight + 1 || right > innerWidth + 1 || hits.some((hit) => !node.contains(hit));
+}), ids);
+
 /** Types an A-B line and sets it. */
 export async function setLine(page, a, b) {
   await page.locator("#x0").fill(String(a[0]));

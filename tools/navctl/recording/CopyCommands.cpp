@@ -1,9 +1,9 @@
-#include <map>
 #include <memory>
 
 #include "recording/LiveFile.h"
 #include "recording/decoding/LinkDecoder.h"
-#include "tools/navctl/recording/Chunks.h"
+#include "recording/reading/Chunks.h"
+#include "recording/reading/RecordingCut.h"
 #include "tools/navctl/recording/Recording.h"
 #include "tools/navctl/recording/RecordingCommand.h"
 
@@ -42,39 +42,6 @@ public:
 
     CRecording& Source() { return m_source; }
     CLiveFile& File() { return m_file; }
-
-    /// Copies the record at which the source stands.
-    void CopyRecord(CMcapWriter& writer)
-    {
-        const CMcapReader& reader = m_source.Reader();
-        CMcapSchema schema;
-        CMcapChannel channel;
-        CMcapMetadata metadata;
-        CMcapAttachment attachment;
-        switch (reader.Kind()) {
-        case EMcapRecord::Schema:
-            ReadContent(reader.Content(), schema);
-            writer.AddSchema(schema);
-            break;
-        case EMcapRecord::Channel:
-            ReadContent(reader.Content(), channel);
-            writer.AddChannel(channel);
-            break;
-        case EMcapRecord::Message:
-            writer.AddMessage(reader.Message());
-            break;
-        case EMcapRecord::Metadata:
-            ReadContent(reader.Content(), metadata);
-            writer.AddMetadata(metadata);
-            break;
-        case EMcapRecord::Attachment:
-            ReadContent(reader.Content(), attachment);
-            writer.AddAttachment(attachment);
-            break;
-        default:
-            break;
-        }
-    }
 
     /// Ends the new file and reports it.
     void Finish(CMcapWriter& writer)
@@ -115,129 +82,10 @@ void Compress(CContext& context, const CCopyOptions& options)
     writer.Begin("", "navctl recording");
     writer.UseChunks(ZstdChunking());
     while (copy.Source().NextRecord() == EMcapStep::Record) {
-        copy.CopyRecord(writer);
+        CopyRecord(copy.Source().Reader(), writer);
     }
     copy.Finish(writer);
 }
-
-ELinkDirection DirectionOf(const CRecordedItem& item)
-{
-    return item.fromApplication ? ELinkDirection::ToService : ELinkDirection::ToApplication;
-}
-
-/// Copies a span of time, whole messages.
-class CCut
-{
-public:
-    CCut(CContext& context, const CCopyOptions& options)
-        : m_copy(context, options), m_span(options.from, options.to), m_cut(m_copy.File())
-    {
-    }
-
-    void Run()
-    {
-        CRecording& source = m_copy.Source();
-        source.Link().HandOn([this](bool isOfLink) { Beside(isOfLink); });
-        CRecordedItem item;
-        while (source.NextItem(item) == EMcapStep::Record) {
-            Begin();
-            if (m_span.Has(item.time)) {
-                Keep(item);
-            } else if (!m_isWithin) {
-                Watch(item);
-            }
-        }
-        Begin();
-        m_copy.Finish(m_cut.Writer());
-    }
-
-    CCopy& Copy() { return m_copy; }
-
-private:
-    struct Client
-    {
-        std::uint64_t number = 0;
-        std::string peer;
-    };
-
-    /// Once the source has said what it is.
-    void Begin()
-    {
-        if (m_hasBegun) {
-            return;
-        }
-        m_hasBegun = true;
-        const auto& origin = m_copy.Source().Link().Origin();
-        const auto entry = [&origin](const char* key) {
-            const auto found = origin.find(key);
-            return found == origin.end() ? std::string() : found->second;
-        };
-        m_cut.Begin({entry("library"), entry("program"), entry("process"), entry("started"),
-                     entry("side")});
-    }
-
-    /// Notes which connections are open where the span begins.
-    void Watch(const CRecordedItem& item)
-    {
-        if (item.kind == ERecorded::State && (item.name == "opened" || item.name == "present")) {
-            m_open[item.link] = {item.client, item.value.get<std::string>()};
-        } else if (item.kind == ERecorded::State) {
-            m_open.erase(item.link);
-        }
-    }
-
-    void Keep(const CRecordedItem& item)
-    {
-        if (!m_isWithin) {
-            m_isWithin = true;
-            for (const auto& [link, client] : m_open) {
-                m_cut.State(item.time, link, client.number, ELinkState::Present, client.peer);
-            }
-        }
-        if (item.kind == ERecorded::State) {
-            m_cut.State(item.time, item.link, item.client, StateOf(item.name),
-                        item.value.get<std::string>());
-        } else {
-            m_cut.Bytes(item.time, item.link, DirectionOf(item), item.bytes);
-        }
-    }
-
-    static ELinkState StateOf(const std::string& name)
-    {
-        if (name == "opened") {
-            return ELinkState::Opened;
-        }
-        if (name == "present") {
-            return ELinkState::Present;
-        }
-        return name == "refused" ? ELinkState::Refused : ELinkState::Closed;
-    }
-
-    /// What stands beside the link: its channels have numbers of their own.
-    void Beside(bool isOfLink)
-    {
-        const CMcapReader& reader = m_copy.Source().Reader();
-        if (isOfLink || reader.Kind() == EMcapRecord::Metadata) {
-            return; // the recording's own is written anew
-        }
-        Begin();
-        const bool isMessage = reader.Kind() == EMcapRecord::Message;
-        CMcapChannel channel;
-        const bool isLinksChannel = reader.Kind() == EMcapRecord::Channel &&
-                                    ReadContent(reader.Content(), channel) &&
-                                    channel.id < LinkForm::kFirstOtherChannel;
-        if (!isLinksChannel && (!isMessage || m_span.Has(reader.Message().logTime))) {
-            m_copy.CopyRecord(m_cut.Writer());
-        }
-    }
-
-    CCopy m_copy;
-    CTimeSpan m_span;
-    CLinkRecording m_cut;
-    bool m_hasBegun = false;
-    bool m_isWithin = false;
-    std::map<std::uint16_t, Client> m_open;
-};
 
 void Cut(CContext& context, const CCopyOptions& options)
 {
@@ -245,10 +93,20 @@ void Cut(CContext& context, const CCopyOptions& options)
     if (!problem.empty()) {
         return context.Fail(kExitUsage, problem);
     }
-    CCut cut(context, options);
-    if (cut.Copy().Begin()) {
-        cut.Run();
+    CCopy copy(context, options);
+    if (!copy.Begin()) {
+        return;
     }
+    CTimeSpan span(options.from, options.to);
+    CRecording& source = copy.Source();
+    CRecordingCut cut(source.Reader(), source.Link(), copy.File(),
+                      [&span](std::uint64_t time) { return span.Has(time); });
+    CRecordedItem item;
+    while (source.NextItem(item) == EMcapStep::Record) {
+        cut.Add(item);
+    }
+    cut.Begin();
+    copy.Finish(cut.Writer());
 }
 
 /// Whether a record is one that decoding makes, and makes anew.
@@ -281,7 +139,7 @@ void Decode(CContext& context, const CCopyOptions& options)
     writer.Begin("", "navctl recording");
     source.Link().HandOn([&](bool /*isOfLink*/) {
         if (!IsDecoded(source.Reader())) {
-            copy.CopyRecord(writer);
+            CopyRecord(source.Reader(), writer);
         }
     });
     CRecordedItem item;

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <ctime>
 
-#include "tools/navctl/recording/Chunks.h"
+#include "recording/reading/Chunks.h"
 #include "tools/navctl/recording/ValueComparison.h"
 
 namespace {

@@ -7,9 +7,9 @@
 #include <string>
 
 #include "recording/FileSource.h"
+#include "recording/reading/RecordedLink.h"
 #include "tools/navctl/Context.h"
 #include "tools/navctl/feed/FeedProgress.h"
-#include "tools/navctl/recording/RecordedLink.h"
 
 /// A recording that a command reads, with a progress line where it is long.
 class CRecording

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "recording/reading/RecordedLink.h"
 #include "tools/navctl/Context.h"
-#include "tools/navctl/recording/RecordedLink.h"
 
 /// What one application and its service said to each other, in the order of the recording.
 struct CReplayScript

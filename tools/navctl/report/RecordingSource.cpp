@@ -7,8 +7,8 @@
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
-#include "tools/navctl/recording/Chunks.h"
-#include "tools/navctl/recording/RecordedLink.h"
+#include "recording/reading/Chunks.h"
+#include "recording/reading/RecordedLink.h"
 #include "tools/navctl/report/DriveSource.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "tools/navctl/recording/Chunks.h"
+#include "recording/reading/Chunks.h"
 
 #include <stdexcept>
 

@@ -1,5 +1,5 @@
-#ifndef KESTROVE_TOOLS_NAVCTL_RECORDING_CHUNKS_H
-#define KESTROVE_TOOLS_NAVCTL_RECORDING_CHUNKS_H
+#ifndef KESTROVE_RECORDING_READING_CHUNKS_H
+#define KESTROVE_RECORDING_READING_CHUNKS_H
 
 #include <map>
 #include <string>
@@ -10,7 +10,7 @@
 /// Chunks of a mebibyte that are compressed with zstd.
 CMcapChunking ZstdChunking();
 
-/// The decompressions that navctl has: zstd. What is decompressed has the size that its chunk
+/// The decompressions that there are: zstd. What is decompressed has the size that its chunk
 /// announces or is refused.
 std::map<std::string, CMcapReader::Decompression> Decompressions();
 

@@ -1,4 +1,4 @@
-#include "tools/navctl/recording/RecordedLink.h"
+#include "recording/reading/RecordedLink.h"
 
 #include <utility>
 
