@@ -133,9 +133,9 @@ HttpAnswer PostWayline(std::uint16_t port, const std::string& text)
     return Post(port, "/wayline", "application/json", nlohmann::json({{"text", text}}).dump());
 }
 
-std::string Command(std::uint16_t port, const std::string& json)
+std::string Command(std::uint16_t port, const std::string& command)
 {
-    return Post(port, "/command", "application/json", json).body;
+    return Post(port, "/command", "application/json", command).body;
 }
 
 EventStream::EventStream(std::uint16_t port, int receiveBuffer) : m_peer(port, receiveBuffer)

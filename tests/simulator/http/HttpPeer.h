@@ -75,7 +75,7 @@ HttpAnswer Post(std::uint16_t port, const std::string& path, const std::string& 
 /// Posts the text form of a wayline.
 HttpAnswer PostWayline(std::uint16_t port, const std::string& text);
 /// Posts a command; gives the answer's body.
-std::string Command(std::uint16_t port, const std::string& json);
+std::string Command(std::uint16_t port, const std::string& command);
 
 /// A stream of events that has been asked for.
 class EventStream

@@ -90,11 +90,11 @@ TEST(Report, IsRefusedToOtherSites)
 
 TEST(DriveKeeper, KeepsTheLastHourInPieces)
 {
-    constexpr std::size_t kMost = CDriveKeeper::kMostPieces * CDriveKeeper::kSamplesOfAPiece;
+    constexpr std::size_t kMostSamples = CDriveKeeper::kMostPieces * CDriveKeeper::kSamplesOfAPiece;
     CDriveKeeper keeper;
     EXPECT_EQ(5U, CountOf(PiecesAfter(keeper, 5)));
-    EXPECT_EQ(kMost + 5, CountOf(PiecesAfter(keeper, kMost)));
-    EXPECT_EQ(kMost + 7, CountOf(PiecesAfter(keeper, kMost + 2)));
+    EXPECT_EQ(kMostSamples + 5, CountOf(PiecesAfter(keeper, kMostSamples)));
+    EXPECT_EQ(kMostSamples + 7, CountOf(PiecesAfter(keeper, kMostSamples + 2)));
     EXPECT_EQ(CDriveKeeper::kMostPieces + 1, keeper.Pieces().size());
 }
 
