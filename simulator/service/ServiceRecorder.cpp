@@ -128,7 +128,7 @@ void CServiceRecorder::Machine(const CSimulation& world)
     if (m_recording == nullptr) {
         return;
     }
-    Add(0, EWhen::Next,
+    Add(0, EWhen::Meanwhile,
         [time = RecordingTime(), moment = MomentOf(world)](CServiceRecording& recording) {
             return recording.Machine(time, moment);
         });

@@ -27,6 +27,15 @@ public:
     {
     }
 
+    ~CCopy()
+    {
+        if (!m_isFinished) { // also where there was no memory to go on
+            m_file.Remove();
+        }
+    }
+    CCopy(const CCopy&) = delete;
+    CCopy& operator=(const CCopy&) = delete;
+
     bool Begin()
     {
         if (!m_source.Problem().empty()) {
@@ -81,12 +90,12 @@ public:
     {
         const bool isWritten = writer.Finish();
         if (!isWritten) {
-            m_file.Remove();
             return m_context.Fail(kExitCannotWrite, m_file.Problem());
         }
         if (!FinishReading(m_context, m_source)) {
-            return m_file.Remove();
+            return;
         }
+        m_isFinished = true;
         const std::uint64_t messages = writer.MessageCount();
         m_context.Print({{"outcome", "done"},
                          {"file", m_target},
@@ -103,6 +112,7 @@ private:
     std::string m_target;
     CRecording m_source;
     CLiveFile m_file;
+    bool m_isFinished = false;
 };
 
 void Compress(CContext& context, const CCopyOptions& options)
@@ -138,10 +148,11 @@ public:
     {
         CRecording& source = m_copy.Source();
         source.Link().HandOn([this](bool isOfLink) { Beside(isOfLink); });
+        source.Link().ReadValuesOf([](const CRecordedItem&) { return false; }); // bytes are copied
         CRecordedItem item;
         while (source.NextItem(item) == EMcapStep::Record) {
             Begin();
-            if (m_span.Has(item.time)) {
+            if (IsWithin(item.time)) {
                 Keep(item);
             } else if (!m_isWithin) {
                 Watch(item);
@@ -159,6 +170,8 @@ private:
         std::uint64_t number = 0;
         std::string peer;
     };
+
+    bool IsWithin(std::uint64_t time) { return m_span.Has(time, m_copy.Source().Link().Start()); }
 
     /// Once the source has said what it is.
     void Begin()
@@ -226,7 +239,7 @@ private:
         const bool isLinksChannel = reader.Kind() == EMcapRecord::Channel &&
                                     ReadContent(reader.Content(), channel) &&
                                     channel.id < LinkForm::kFirstOtherChannel;
-        if (!isLinksChannel && (!isMessage || m_span.Has(reader.Message().logTime))) {
+        if (!isLinksChannel && (!isMessage || IsWithin(reader.Message().logTime))) {
             m_copy.CopyRecord(m_cut.Writer());
         }
     }
