@@ -30,7 +30,10 @@ bool CLiveFile::Create(const std::string& path)
     Close();
     m_path = path;
     m_size = 0;
-    m_descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    // Each record goes to the end that there is, so that the size differs for good from what was
+    // written when another program has cut the file.
+    m_descriptor =
+        ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
     struct stat status = {};
     if (m_descriptor < 0 || ::fstat(m_descriptor, &status) != 0) {
         const int error = errno;

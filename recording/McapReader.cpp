@@ -9,6 +9,9 @@
 namespace {
 
 constexpr std::size_t kPortion = std::size_t{64} * 1024;
+constexpr std::size_t kChecksumBytes = 4;
+constexpr std::size_t kDataEndBytes = kChecksumBytes; // what an end of the data has at least
+constexpr std::size_t kFooterBytes = 20;              // and a footer
 
 bool IsOfUse(EMcapRecord kind)
 {
@@ -183,7 +186,10 @@ EMcapStep CMcapReader::NextInFile()
         }
         const auto length = static_cast<std::size_t>(frame.length);
         if (frame.kind == EMcapRecord::DataEnd) {
-            return ReadTail();
+            if (length < kDataEndBytes) {
+                return StopBad("an end of the data that is none");
+            }
+            return ReadTail(length);
         }
         m_given = kMcapFrameBytes + length;
         bool isGiven = true;
@@ -201,18 +207,25 @@ EMcapStep CMcapReader::NextInFile()
 }
 
 /// The end of the data has come: checks its checksum and that the rest of the file is there.
-EMcapStep CMcapReader::ReadTail()
+EMcapStep CMcapReader::ReadTail(std::size_t length)
 {
-    CByteReader end(There().substr(kMcapFrameBytes));
+    CByteReader end(There().substr(kMcapFrameBytes, kDataEndBytes));
     const std::uint32_t expected = end.U32();
     if (expected != 0 && expected != m_crc.Value()) {
         ++m_wrongChecksums;
     }
+    if (!Skip(kMcapFrameBytes) || !Skip(length)) {
+        return StopCut();
+    }
+    m_crc = CCrc32(); // of the summary from here on
     while (true) {
         if (!Fill(kMcapFrameBytes)) {
             return StopCut();
         }
         const Frame frame = FrameOf(There());
+        if (frame.kind == EMcapRecord::Footer && frame.length >= kFooterBytes) {
+            return ReadFooter(frame.length);
+        }
         if (!Skip(kMcapFrameBytes) || !Skip(frame.length)) {
             return StopCut();
         }
@@ -220,8 +233,26 @@ EMcapStep CMcapReader::ReadTail()
             return StopBad("a record of kind 0 in the summary");
         }
         if (frame.kind == EMcapRecord::Footer) {
-            break;
+            return StopBad("a footer that is none");
         }
+    }
+}
+
+/// Checks the summary's checksum, which covers the footer up to its own place, and the end.
+EMcapStep CMcapReader::ReadFooter(std::uint64_t length)
+{
+    if (!Fill(kMcapFrameBytes + kFooterBytes)) {
+        return StopCut();
+    }
+    Consume(kMcapFrameBytes + kFooterBytes - kChecksumBytes);
+    CByteReader end(There());
+    const std::uint32_t expected = end.U32();
+    if (expected != 0 && expected != m_crc.Value()) {
+        ++m_wrongChecksums;
+    }
+    Consume(kChecksumBytes);
+    if (!Skip(length - kFooterBytes)) {
+        return StopCut();
     }
     if (!Fill(kMcapMagic.size())) {
         return StopCut();
@@ -281,6 +312,9 @@ EMcapStep CMcapReader::Take(EMcapRecord kind, std::string_view content, bool& is
     case EMcapRecord::Message:
         return TakeMessage(content) ? EMcapStep::Record
                                     : StopBad("a message that is none, or of no channel");
+    case EMcapRecord::Attachment:
+        CheckAttachment(content);
+        return EMcapStep::Record;
     default:
         return EMcapStep::Record;
     }
@@ -294,6 +328,9 @@ EMcapStep CMcapReader::Open(std::string_view content)
     }
     ++m_chunks;
     m_chunkRest = chunk.records;
+    if (chunk.compression.empty() && chunk.records.size() != chunk.uncompressedSize) {
+        return StopBad("a chunk whose size is not the one that it announces");
+    }
     if (!chunk.compression.empty()) {
         const auto found = m_decompressions.find(chunk.compression);
         if (found == m_decompressions.end()) {
@@ -311,6 +348,16 @@ EMcapStep CMcapReader::Open(std::string_view content)
     }
     m_isInChunk = true;
     return EMcapStep::Record;
+}
+
+void CMcapReader::CheckAttachment(std::string_view content)
+{
+    const std::size_t covered = content.size() - std::min(content.size(), kChecksumBytes);
+    CByteReader end(content.substr(covered));
+    const std::uint32_t expected = end.U32();
+    if (expected != 0 && expected != Crc32Of(content.substr(0, covered))) {
+        ++m_wrongChecksums;
+    }
 }
 
 bool CMcapReader::TakeSchema(std::string_view content)

@@ -95,7 +95,9 @@ private:
     EMcapStep NextInFile();
     EMcapStep NextInChunk();
     EMcapStep ReadMagic();
-    EMcapStep ReadTail();
+    EMcapStep ReadTail(std::size_t length);
+    EMcapStep ReadFooter(std::uint64_t length);
+    void CheckAttachment(std::string_view content);
     EMcapStep Take(EMcapRecord kind, std::string_view content, bool& isGiven);
     EMcapStep Open(std::string_view content);
     bool TakeSchema(std::string_view content);

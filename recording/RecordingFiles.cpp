@@ -7,7 +7,8 @@
 
 namespace {
 
-constexpr std::uint64_t kLookAfterNanoseconds = 1'000'000'000;
+/// How long the file counts as untouched: the question costs as much as half a record.
+constexpr std::uint64_t kLookAfterNanoseconds = 10'000'000;
 /// How long a file's limit of size counts as it was: the question costs as much as half a record.
 constexpr std::uint64_t kLimitHoldsNanoseconds = 1'000'000;
 constexpr std::string_view kSuffix = ".mcap";
@@ -158,6 +159,9 @@ void CRecordingFiles::BetweenMessages()
 
 void CRecordingFiles::NextFile()
 {
+    if (!m_files.back()->IsStillThere()) {
+        return Stop();
+    }
     m_files.back()->AskForLimit(true);
     m_recording->Finish(); // one that has no room for its summary is a cut file
     m_recording.reset();
@@ -177,6 +181,9 @@ void CRecordingFiles::End() noexcept
     }
     try {
         m_files.back()->AskForLimit(true);
+        if (!m_files.back()->IsStillThere()) {
+            return Stop();
+        }
         m_recording->Finish();
     } catch (...) {
         // No memory for the summary: the file stays one that was cut.

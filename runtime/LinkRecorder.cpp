@@ -107,7 +107,8 @@ bool LinkRecorderC::Begin(const std::string& path, const std::string& peer)
     const std::string wanted = Environment("KESTROVE_RECORD_LIMIT");
     m_error.clear();
     if (!wanted.empty() && !ReadRecordingLimits(wanted, limits)) {
-        m_error = "KESTROVE_RECORD_LIMIT is no limit: " + wanted + "; 100M,10 holds";
+        m_error = "KESTROVE_RECORD_LIMIT is no limit: " + wanted +
+                  " (4096 to 1000G, with 1 to 10000 files behind a comma, is one); 100M,10 holds";
     }
     m_files = std::make_unique<CRecordingFiles>(Origin(), limits);
     m_process = ProcessMark();

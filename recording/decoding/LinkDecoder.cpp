@@ -10,6 +10,7 @@ using Json = nlohmann::ordered_json;
 namespace {
 
 constexpr std::size_t kMostChannels = 10'000;
+constexpr std::size_t kMostTopicBytes = std::size_t{1024} * 1024;
 constexpr std::size_t kMostRequestBytes = std::size_t{16} * 1024 * 1024;
 /// What a request takes beside its texts.
 constexpr std::size_t kBytesBesides = 256;
@@ -112,10 +113,11 @@ bool CLinkDecoder::Write(const std::string& topic, const std::string& schema, st
                          std::uint64_t begun, const std::string& json)
 {
     auto known = m_channels.find(topic);
-    if (known == m_channels.end() && m_channels.size() == kMostChannels) {
-        return true; // names that somebody makes up
-    }
     if (known == m_channels.end()) {
+        if (m_channels.size() == kMostChannels || m_topicBytes + topic.size() > kMostTopicBytes) {
+            return true; // names that somebody makes up
+        }
+        m_topicBytes += topic.size();
         const auto id = static_cast<std::uint16_t>(kFirstChannel + m_channels.size());
         known = m_channels.emplace(topic, Channel{id, 0}).first;
         m_writer.AddChannel({id, SchemaId(schema), topic, "json", {}});

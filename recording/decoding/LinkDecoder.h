@@ -16,7 +16,7 @@
 ///
 /// Memory is bounded: the arguments of requests that wait for their replies have 16 MiB, or one of
 /// them; the oldest is written without its reply where there would be more. Of 10 000 channels on,
-/// further names are left out. Thread safety: none.
+/// or of names of 1 MiB together, further names are left out. Thread safety: none.
 class CLinkDecoder
 {
 public:
@@ -62,6 +62,7 @@ private:
     Requests m_requests; // without a reply so far
     std::size_t m_requestBytes = 0;
     std::map<std::string, Channel> m_channels; // by their topics
+    std::size_t m_topicBytes = 0;              // of those
     std::map<std::string, std::uint16_t> m_schemas;
 };
 

@@ -9,6 +9,10 @@ namespace {
 
 constexpr std::size_t kMostOpenRequests = 65'536;
 constexpr std::size_t kMostNameBytes = std::size_t{1024} * 1024;
+// On all links together:
+constexpr std::size_t kMostHeldBytes = std::size_t{128} * 1024 * 1024;
+constexpr std::size_t kMostRequests = 262'144;
+constexpr std::size_t kMostNames = 16 * kMostNameBytes;
 
 ERecorded KindOf(std::int64_t kind, bool fromApplication)
 {
@@ -122,8 +126,30 @@ bool ReadLinkMessage(std::string_view bytes, bool fromApplication, CRecordedItem
 
 void CLinkItems::Open(std::uint16_t link, std::uint64_t client)
 {
-    m_links[link] = Link();
+    Close(link);
     m_links[link].client = client;
+}
+
+void CLinkItems::Close(std::uint16_t link)
+{
+    const auto found = m_links.find(link);
+    if (found == m_links.end()) {
+        return;
+    }
+    for (const Stream& stream : found->second.streams) {
+        m_heldBytes -= stream.held;
+    }
+    m_openRequests -= found->second.requests.size();
+    m_nameBytes -= found->second.nameBytes;
+    m_links.erase(found);
+}
+
+/// Counts what a stream holds by now.
+void CLinkItems::Count(Stream& stream)
+{
+    const std::size_t held = stream.cutter.Held();
+    m_heldBytes = m_heldBytes - stream.held + held;
+    stream.held = held;
 }
 
 void CLinkItems::Add(std::uint64_t time, std::uint16_t link, ELinkDirection direction,
@@ -132,7 +158,11 @@ void CLinkItems::Add(std::uint64_t time, std::uint16_t link, ELinkDirection dire
     m_time = time;
     m_link = link;
     m_direction = direction;
-    m_links[link].streams[static_cast<std::size_t>(direction)].cutter.Add(bytes);
+    Stream& stream = m_links[link].streams[static_cast<std::size_t>(direction)];
+    if (!stream.isBad) {
+        stream.cutter.Add(bytes);
+        Count(stream);
+    }
 }
 
 bool CLinkItems::Next(CRecordedItem& item)
@@ -143,8 +173,13 @@ bool CLinkItems::Next(CRecordedItem& item)
     }
     Stream& stream = found->second.streams[static_cast<std::size_t>(m_direction)];
     std::string_view bytes;
+    if (stream.isBad) {
+        return false;
+    }
     const CMessageCutter::EResult result = stream.cutter.Next(bytes);
-    if (result == CMessageCutter::EResult::NeedMore || stream.isBad) {
+    Count(stream);
+    const bool isTooMuch = m_heldBytes > kMostHeldBytes && stream.cutter.IsInMessage();
+    if (result == CMessageCutter::EResult::NeedMore && !isTooMuch) {
         return false;
     }
     item = {};
@@ -155,7 +190,14 @@ bool CLinkItems::Next(CRecordedItem& item)
     item.fromApplication = m_direction == ELinkDirection::ToService;
     Fill(found->second, item,
          result == CMessageCutter::EResult::Complete ? bytes : std::string_view());
-    stream.isBad = result == CMessageCutter::EResult::Bad;
+    if (result == CMessageCutter::EResult::NeedMore) {
+        item.value = "the rest, since more is unfinished on all links than is kept";
+    }
+    if (result != CMessageCutter::EResult::Complete) {
+        stream.isBad = true;
+        stream.cutter.Reset();
+        Count(stream);
+    }
     return true;
 }
 
@@ -177,26 +219,50 @@ void CLinkItems::Fill(Link& link, CRecordedItem& item, std::string_view bytes)
     }
 }
 
+bool CLinkItems::HasTooMany(const Link& link) const
+{
+    return link.requests.size() > kMostOpenRequests || link.nameBytes > kMostNameBytes ||
+           m_openRequests > kMostRequests || m_nameBytes > kMostNames;
+}
+
+void CLinkItems::Hold(Link& link, const CRecordedItem& request)
+{
+    link.requests.push_back({request.id, request.number, request.name});
+    link.nameBytes += request.name.size();
+    m_nameBytes += request.name.size();
+    ++m_openRequests;
+    while (!link.requests.empty() && HasTooMany(link)) {
+        ForgetOldest(link);
+    }
+}
+
+void CLinkItems::ForgetOldest(Link& link)
+{
+    link.nameBytes -= link.requests.front().name.size();
+    m_nameBytes -= link.requests.front().name.size();
+    --m_openRequests;
+    link.requests.pop_front();
+}
+
 /// Gives a reply the name of its request.
 void CLinkItems::Pair(Link& link, CRecordedItem& item)
 {
-    auto& requests = link.requests;
     if (item.kind == ERecorded::Request) {
-        requests.push_back({item.id, item.number, item.name});
-        link.nameBytes += item.name.size();
-        while (requests.size() > kMostOpenRequests || link.nameBytes > kMostNameBytes) {
-            link.nameBytes -= requests.front().name.size();
-            requests.pop_front();
-        }
-    } else if (item.kind == ERecorded::Reply) {
-        const auto found =
-            std::find_if(requests.begin(), requests.end(),
-                         [&item](const Request& request) { return request.id == item.id; });
-        if (found != requests.end()) {
-            item.request = found->number;
-            item.name = found->name;
-            link.nameBytes -= found->name.size();
-            requests.erase(found);
-        }
+        return Hold(link, item);
     }
+    auto& requests = link.requests;
+    const auto found =
+        item.kind != ERecorded::Reply
+            ? requests.end()
+            : std::find_if(requests.begin(), requests.end(),
+                           [&item](const Request& request) { return request.id == item.id; });
+    if (found == requests.end()) {
+        return;
+    }
+    item.request = found->number;
+    item.name = found->name;
+    link.nameBytes -= found->name.size();
+    m_nameBytes -= found->name.size();
+    --m_openRequests;
+    requests.erase(found);
 }

@@ -58,8 +58,10 @@ bool ReadLinkMessage(std::string_view bytes, bool fromApplication, CRecordedItem
 
 /// Makes messages of the bytes that went over links, in the order in which they went.
 ///
-/// Memory is bounded by what is unfinished: a message a direction and link, and the names of 65 536
-/// requests a link that no reply has come for, or of 1 MiB. Thread safety: none.
+/// Memory is bounded: what is unfinished has 128 MiB on all links together, and a stream that would
+/// need more is given up as Bad; requests that no reply has come for are 65 536 a link, 262 144 on
+/// all links, with names of 1 MiB and 16 MiB, and the oldest of a link are forgotten where there
+/// would be more. The value of one message comes on top. Thread safety: none.
 class CLinkItems
 {
 public:
@@ -74,7 +76,7 @@ public:
     /// A connection is there from now on; what was unfinished on its link is forgotten.
     void Open(std::uint16_t link, std::uint64_t client);
     /// A connection has ended, of which nothing more comes.
-    void Close(std::uint16_t link) { m_links.erase(link); }
+    void Close(std::uint16_t link);
     /// Bytes have gone. To be called when Next() has given all that came before.
     void Add(std::uint64_t time, std::uint16_t link, ELinkDirection direction,
              std::string_view bytes);
@@ -87,6 +89,7 @@ private:
     struct Stream
     {
         CMessageCutter cutter;
+        std::size_t held = 0; ///< of the bytes that are counted
         bool isBad = false;
     };
     struct Request
@@ -104,11 +107,19 @@ private:
     };
 
     void Fill(Link& link, CRecordedItem& item, std::string_view bytes);
-    static void Pair(Link& link, CRecordedItem& item);
+    void Pair(Link& link, CRecordedItem& item);
+    void Hold(Link& link, const CRecordedItem& request);
+    void ForgetOldest(Link& link);
+    void Count(Stream& stream);
+    bool HasTooMany(const Link& link) const;
 
     std::function<bool(const CRecordedItem&)> m_wanted;
     std::map<std::uint16_t, Link> m_links;
     std::uint64_t m_count = 0;
+    // On all links:
+    std::size_t m_heldBytes = 0;
+    std::size_t m_openRequests = 0;
+    std::size_t m_nameBytes = 0;
     // Of the bytes that came last:
     std::uint64_t m_time = 0;
     std::uint16_t m_link = 0;

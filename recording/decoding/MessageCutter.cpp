@@ -1,5 +1,7 @@
 #include "recording/decoding/MessageCutter.h"
 
+#include <utility>
+
 namespace {
 
 constexpr std::uint64_t kLargestMessage = std::uint64_t{32} * 1024 * 1024;
@@ -37,7 +39,8 @@ Form FormOf(unsigned first)
 
 void CMessageCutter::Reset()
 {
-    *this = CMessageCutter();
+    CMessageCutter fresh;
+    std::swap(*this, fresh); // assigning would keep the memory
 }
 
 void CMessageCutter::Add(std::string_view bytes)
@@ -51,6 +54,10 @@ void CMessageCutter::Add(std::string_view bytes)
 
 CMessageCutter::EResult CMessageCutter::Next(std::string_view& message)
 {
+    if (m_taken == m_bytes.size() && m_bytes.capacity() > kDropBytes) {
+        std::string().swap(m_bytes); // a long message has gone, and its memory with it
+        m_taken = 0;
+    }
     if (m_isBad || !Scan()) {
         return m_isBad ? EResult::Bad : EResult::NeedMore;
     }
@@ -59,6 +66,7 @@ CMessageCutter::EResult CMessageCutter::Next(std::string_view& message)
     m_taken += size;
     m_scanned = 0;
     m_elements = 0;
+    m_isEndKnown = false;
     return EResult::Complete;
 }
 
@@ -107,7 +115,7 @@ bool CMessageCutter::Scan()
 {
     std::uint64_t children = 0;
     std::uint64_t length = 0;
-    while (true) {
+    while (!m_isEndKnown) {
         if (m_scanned > m_bytes.size() - m_taken || !ScanElement(children, length)) {
             return false;
         }
@@ -125,8 +133,8 @@ bool CMessageCutter::Scan()
         while (!m_missing.empty() && --m_missing.back() == 0) {
             m_missing.pop_back();
         }
-        if (m_missing.empty()) {
-            return m_scanned <= m_bytes.size() - m_taken;
-        }
+        m_isEndKnown = m_missing.empty();
     }
+    // The last element may have come in part: where it ends is known and not looked for again.
+    return m_scanned <= m_bytes.size() - m_taken;
 }

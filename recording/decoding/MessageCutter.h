@@ -29,6 +29,8 @@ public:
     EResult Next(std::string_view& message);
     /// Whether part of a message has come.
     bool IsInMessage() const { return m_taken < m_bytes.size(); }
+    /// How much memory the bytes take.
+    std::size_t Held() const { return m_bytes.capacity(); }
     /// Begins a new stream.
     void Reset();
 
@@ -41,6 +43,7 @@ private:
     std::uint64_t m_scanned = 0;          // behind that, of the present message; may lie ahead
     std::vector<std::uint64_t> m_missing; // elements, of each list that is open
     std::uint64_t m_elements = 0;         // of the present message
+    bool m_isEndKnown = false;            // the present message ends at m_scanned
     bool m_isBad = false;
 };
 

@@ -26,6 +26,9 @@ EMcapStep CRecordedLink::Next(CRecordedItem& item)
 
 void CRecordedLink::TakeRecord()
 {
+    if (m_reader.Kind() == EMcapRecord::Message && !m_start) {
+        m_start = m_reader.Message().logTime;
+    }
     const bool isOfLink =
         m_reader.Kind() == EMcapRecord::Message && TakeMessage(m_reader.Message());
     CMcapMetadata metadata;

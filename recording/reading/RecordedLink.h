@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -33,6 +34,9 @@ public:
     EMcapStep Next(CRecordedItem& item);
     /// What the recording says of itself; empty before it has been read.
     const std::map<std::string, std::string>& Origin() const { return m_origin; }
+    /// When the recording starts, from which seconds are counted: the time of the first message of
+    /// the file, whatever its channel. 0 before it has been read.
+    std::uint64_t Start() const { return m_start.value_or(0); }
 
 private:
     void TakeRecord();
@@ -43,6 +47,7 @@ private:
     std::function<void(bool)> m_handOn = [](bool) {};
     std::map<std::string, std::string> m_origin;
     CLinkItems m_items;
+    std::optional<std::uint64_t> m_start;
     bool m_hasState = false;
     CRecordedItem m_state;
 };

@@ -58,6 +58,7 @@ CRecordingCut::CRecordingCut(const CMcapReader& reader, CRecordedLink& link, CMc
     : m_reader(reader), m_link(link), m_span(std::move(span)), m_cut(sink)
 {
     m_link.HandOn([this](bool isOfLink) { Beside(isOfLink); });
+    m_link.ReadValuesOf([](const CRecordedItem&) { return false; }); // bytes are copied
 }
 
 void CRecordingCut::Add(const CRecordedItem& item)
@@ -76,7 +77,7 @@ bool CRecordingCut::Finish()
     return m_cut.Writer().Finish();
 }
 
-/// Once the source has told of itself.
+/// Once the source has said what it is.
 void CRecordingCut::Begin()
 {
     if (m_hasBegun) {

@@ -23,7 +23,7 @@ class CRecordingThread::CState
 public:
     explicit CState(std::size_t mostBytes) : m_mostBytes(mostBytes) {}
 
-    bool Add(std::size_t bytes, Piece piece)
+    bool Add(std::size_t bytes, EWhen when, Piece piece)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (m_problem.empty() && m_bytes + bytes + kBytesPerPiece > m_mostBytes) {
@@ -33,7 +33,8 @@ public:
             return false;
         }
         m_bytes += bytes + kBytesPerPiece;
-        m_pieces.push_back({bytes + kBytesPerPiece, std::move(piece)});
+        (when == EWhen::Next ? m_next : m_meanwhile)
+            .push_back({bytes + kBytesPerPiece, std::move(piece)});
         m_changed.notify_all();
         return true;
     }
@@ -42,7 +43,7 @@ public:
     {
         std::unique_lock<std::mutex> lock(m_mutex);
         while (true) {
-            m_changed.wait(lock, [this] { return !m_pieces.empty() || m_isEnding; });
+            m_changed.wait(lock, [this] { return HasPieces() || m_isEnding; });
             if (m_isEnding) {
                 return;
             }
@@ -53,8 +54,7 @@ public:
     bool WaitForAll(std::chrono::steady_clock::time_point deadline)
     {
         std::unique_lock<std::mutex> lock(m_mutex);
-        return m_changed.wait_until(lock, deadline,
-                                    [this] { return m_pieces.empty() && !m_isBusy; });
+        return m_changed.wait_until(lock, deadline, [this] { return !HasPieces() && !m_isBusy; });
     }
 
     void End()
@@ -83,10 +83,13 @@ private:
         Piece piece;
     };
 
+    bool HasPieces() const { return !m_next.empty() || !m_meanwhile.empty(); }
+
     void DoFirst(std::unique_lock<std::mutex>& lock)
     {
-        Waiting first = std::move(m_pieces.front());
-        m_pieces.pop_front();
+        std::deque<Waiting>& pieces = m_next.empty() ? m_meanwhile : m_next;
+        Waiting first = std::move(pieces.front());
+        pieces.pop_front();
         m_isBusy = true;
         lock.unlock();
         std::string problem = Do(first.piece);
@@ -96,7 +99,8 @@ private:
         m_bytes -= first.bytes;
         if (!problem.empty()) {
             m_problem = std::move(problem);
-            m_pieces.clear();
+            m_next.clear();
+            m_meanwhile.clear();
         }
         m_changed.notify_all();
     }
@@ -113,7 +117,8 @@ private:
     const std::size_t m_mostBytes;
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::deque<Waiting> m_pieces;
+    std::deque<Waiting> m_next;
+    std::deque<Waiting> m_meanwhile;
     std::size_t m_bytes = 0; // of those that wait and of the one that is being done
     bool m_isBusy = false;
     bool m_isEnding = false;
@@ -132,9 +137,9 @@ CRecordingThread::~CRecordingThread()
     m_state->End();
 }
 
-bool CRecordingThread::Add(std::size_t bytes, Piece piece)
+bool CRecordingThread::Add(std::size_t bytes, EWhen when, Piece piece)
 {
-    return m_state->Add(bytes, std::move(piece));
+    return m_state->Add(bytes, when, std::move(piece));
 }
 
 bool CRecordingThread::Finish(std::chrono::steady_clock::time_point deadline)

@@ -7,8 +7,9 @@
 #include <memory>
 #include <string>
 
-/// Does pieces of work in their order on a thread of its own, so that nobody who has one to give
-/// waits for a disk or for a long calculation. A bounded number of bytes waits.
+/// Does pieces of work on a thread of its own, in their order but for those that have time, so that
+/// nobody who has one to give waits for a disk or for a long calculation. A bounded number of bytes
+/// waits.
 ///
 /// Thread safety: full, but for the end of its life.
 class CRecordingThread
@@ -25,11 +26,18 @@ public:
     CRecordingThread(const CRecordingThread&) = delete;
     CRecordingThread& operator=(const CRecordingThread&) = delete;
 
+    /// When a piece is done.
+    enum class EWhen
+    {
+        Next,      ///< before those that are done meanwhile, in the order of its kind
+        Meanwhile, ///< when no other is there
+    };
+
     /// Has a piece done. Never waits.
     ///
     /// @param bytes what it holds.
     /// @return false, and nothing is done any more, when too much waits or a piece has failed.
-    bool Add(std::size_t bytes, Piece piece);
+    bool Add(std::size_t bytes, EWhen when, Piece piece);
     /// Waits until all pieces have been done or dropped.
     ///
     /// @return false when the deadline came first.

@@ -12,6 +12,8 @@ constexpr std::size_t kMostWaitingToBeRecorded = std::size_t{64} * 1024 * 1024;
 /// From then on the bytes alone are recorded, which takes the least time.
 constexpr std::size_t kTooManyToDecode = kMostWaitingToBeRecorded / 4;
 
+using EWhen = CRecordingThread::EWhen;
+
 std::string StateWord(const CSimulation& world)
 {
     if (world.Engaged()) {
@@ -83,11 +85,15 @@ std::string CServiceRecorder::Open(const std::string& path, const std::string& r
 
 /// Has the thread write something, of which false comes where it cannot.
 template <typename Write>
-void CServiceRecorder::Add(std::size_t bytes, Write write)
+void CServiceRecorder::Add(std::size_t bytes, CRecordingThread::EWhen when, Write write)
 {
-    const bool isTaken = m_thread->Add(bytes, [recording = m_recording, write = std::move(write)] {
-        return write(*recording) ? std::string() : recording->Problem();
-    });
+    if (m_recording == nullptr) {
+        return;
+    }
+    const bool isTaken =
+        m_thread->Add(bytes, when, [recording = m_recording, write = std::move(write)] {
+            return write(*recording) ? std::string() : recording->Problem();
+        });
     if (!isTaken) {
         m_recording.reset();
         m_problem = "the recording ends here: " + m_thread->Problem();
@@ -107,9 +113,11 @@ void CServiceRecorder::ClientConnected(ClientNumber client)
         m_freeLinks.erase(link);
     }
     m_links[client] = link;
-    Add(0, [time = RecordingTime(), link, client](CServiceRecording& recording) {
+    Add(0, EWhen::Next, [time = RecordingTime(), link, client](CServiceRecording& recording) {
         return recording.State(time, link, client, ELinkState::Opened, "a client");
     });
+    Add(0, EWhen::Meanwhile,
+        [link, client](CServiceRecording& recording) { return recording.DecodeFor(link, client); });
 }
 
 void CServiceRecorder::ClientDisconnected(ClientNumber client, const std::string& reason)
@@ -121,10 +129,12 @@ void CServiceRecorder::ClientDisconnected(ClientNumber client, const std::string
     const std::uint16_t link = found->second;
     m_links.erase(found);
     m_freeLinks.insert(link);
-    Add(reason.size(),
+    Add(reason.size(), EWhen::Next,
         [time = RecordingTime(), link, client, reason](CServiceRecording& recording) {
             return recording.State(time, link, client, ELinkState::Closed, reason);
         });
+    Add(0, EWhen::Meanwhile,
+        [link](CServiceRecording& recording) { return recording.EndDecoding(link); });
 }
 
 void CServiceRecorder::Bytes(ClientNumber client, ELinkDirection direction, std::string_view bytes)
@@ -138,14 +148,20 @@ void CServiceRecorder::Bytes(ClientNumber client, ELinkDirection direction, std:
         m_problem = "more is recorded than can be decoded meanwhile: the recording goes on without "
                     "JSON of what clients say, which navctl recording decode adds";
     }
-    Add(bytes.size(),
-        [time = RecordingTime(), link = found->second, direction, copy = std::string(bytes),
-         decodes = m_isDecoding](CServiceRecording& recording) {
-            if (!decodes) {
-                recording.StopDecoding();
-            }
-            return recording.Bytes(time, link, direction, copy);
+    const auto copy = std::make_shared<const std::string>(bytes);
+    const std::uint64_t time = RecordingTime();
+    const std::uint16_t link = found->second;
+    // Whoever decodes them holds them longest.
+    Add(m_isDecoding ? 0 : bytes.size(), EWhen::Next,
+        [time, link, direction, copy](CServiceRecording& recording) {
+            return recording.Bytes(time, link, direction, *copy);
         });
+    if (m_isDecoding) {
+        Add(bytes.size(), EWhen::Meanwhile,
+            [time, link, direction, copy](CServiceRecording& recording) {
+                return recording.Decode(time, link, direction, *copy);
+            });
+    }
 }
 
 void CServiceRecorder::Machine(const CSimulation& world, const CFaults& faults)
@@ -153,8 +169,10 @@ void CServiceRecorder::Machine(const CSimulation& world, const CFaults& faults)
     if (m_recording == nullptr) {
         return;
     }
-    Add(0, [time = RecordingTime(), moment = MomentOf(world, faults)](
-               CServiceRecording& recording) { return recording.Machine(time, moment); });
+    Add(0, EWhen::Meanwhile,
+        [time = RecordingTime(), moment = MomentOf(world, faults)](CServiceRecording& recording) {
+            return recording.Machine(time, moment);
+        });
 }
 
 std::string CServiceRecorder::TakeProblem()
@@ -165,7 +183,7 @@ std::string CServiceRecorder::TakeProblem()
 void CServiceRecorder::Close(std::chrono::steady_clock::time_point deadline)
 {
     if (m_recording != nullptr) {
-        Add(0, [](CServiceRecording& recording) { return recording.Finish(); });
+        Add(0, EWhen::Meanwhile, [](CServiceRecording& recording) { return recording.Finish(); });
         m_thread->Finish(deadline);
         m_recording.reset();
     }

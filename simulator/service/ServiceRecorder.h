@@ -21,7 +21,8 @@ class CServiceRecording;
 /// Records the links of all clients, with what they say in JSON, and beside them the true state of
 /// the machine: as "/machine/true_state" in numbers, and as "/machine/true_pose" for viewers.
 ///
-/// Decoding and a slow disk hold up nobody: what is recorded waits for them, up to 64 MiB. From
+/// Decoding and a slow disk hold up nobody: what is recorded waits for them, up to 64 MiB, and the
+/// bytes do not wait for the decoding of those before them. From
 /// 16 MiB on the bytes alone are recorded; when there would be too much, or it cannot be written,
 /// the recording ends. A client is recorded from its connection on; those beyond 16 000 at once are
 /// not. Thread safety: none.
@@ -46,7 +47,7 @@ public:
 
 private:
     template <typename Write>
-    void Add(std::size_t bytes, Write write);
+    void Add(std::size_t bytes, CRecordingThread::EWhen when, Write write);
 
     std::optional<CRecordingThread> m_thread;
     std::shared_ptr<CServiceRecording> m_recording; // used by the thread; null: nothing is recorded

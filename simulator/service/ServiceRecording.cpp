@@ -72,23 +72,30 @@ bool CServiceRecording::Begin(const std::string& path, const std::string& run)
 bool CServiceRecording::State(std::uint64_t time, std::uint16_t link, std::uint64_t client,
                               ELinkState state, const std::string& text)
 {
-    if (state == ELinkState::Opened) {
-        m_items.Open(link, client);
-    } else {
-        m_items.Close(link);
-    }
     return m_recording.State(time, link, client, state, text);
 }
 
 bool CServiceRecording::Bytes(std::uint64_t time, std::uint16_t link, ELinkDirection direction,
                               std::string_view bytes)
 {
-    if (!m_recording.Bytes(time, link, direction, bytes)) {
-        return false;
-    }
-    if (!m_isDecoding) {
-        return true;
-    }
+    return m_recording.Bytes(time, link, direction, bytes);
+}
+
+bool CServiceRecording::DecodeFor(std::uint16_t link, std::uint64_t client)
+{
+    m_items.Open(link, client);
+    return true;
+}
+
+bool CServiceRecording::EndDecoding(std::uint16_t link)
+{
+    m_items.Close(link);
+    return true;
+}
+
+bool CServiceRecording::Decode(std::uint64_t time, std::uint16_t link, ELinkDirection direction,
+                               std::string_view bytes)
+{
     m_items.Add(time, link, direction, bytes);
     bool isWritten = true;
     for (CRecordedItem item; isWritten && m_items.Next(item);) {

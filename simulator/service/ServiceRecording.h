@@ -55,10 +55,14 @@ public:
                const std::string& text);
     bool Bytes(std::uint64_t time, std::uint16_t link, ELinkDirection direction,
                std::string_view bytes);
+    /// Writes what bytes mean, some time after the bytes: a link's in the order in which they went,
+    /// between the link's beginning and end.
+    bool Decode(std::uint64_t time, std::uint16_t link, ELinkDirection direction,
+                std::string_view bytes);
+    bool DecodeFor(std::uint16_t link, std::uint64_t client);
+    bool EndDecoding(std::uint16_t link);
     /// Guidance has run. Looks once a second whether the file is still there.
     bool Machine(std::uint64_t time, const MachineMoment& moment);
-    /// Writes the bytes alone from now on; what they mean can be added to the file later.
-    void StopDecoding() { m_isDecoding = false; }
     /// Ends the file with its summary.
     bool Finish();
     const std::string& Problem() const { return m_file.Problem(); }
@@ -70,7 +74,6 @@ private:
     CLinkRecording m_recording{m_file};
     CLinkItems m_items;
     CLinkDecoder m_decoder{m_recording.Writer()};
-    bool m_isDecoding = true;
     std::uint32_t m_moments = 0;
     std::uint64_t m_nextLook = 0;
 };

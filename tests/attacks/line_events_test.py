@@ -97,11 +97,11 @@ class Viewer:
 
 @unittest.skipIf(IS_SANITIZED, "takes a program that keeps up with ten times real time")
 class LineEvents(AttackTest):
-    def watch(self, *attacks):
+    def watch(self, *attacks, speed=4):
         """What viewers are sent while a curve is crossed: one from the start and one that comes later.
 
         Neither is sent more than it may be."""
-        with PageUnderAttack("--speed-factor", "10", speed=4) as simulator:
+        with PageUnderAttack("--speed-factor", "10", speed=speed) as simulator:
             with HonestClient() as honest, attackers(*attacks), Viewer() as first:
                 wait_for(lambda: is_done(posted_curve()), "the curve")  # what ends navigation drops it
                 wait_for(lambda: is_done(posted("StartNavigation", 1, 1)), "navigation")
@@ -133,7 +133,8 @@ class LineEvents(AttackTest):
         self.assertGreater(named, 0)
 
     def test_have_the_points_of_a_pass_once(self):
-        for viewer in self.watch():
+        # At four metres a second most passes are left behind before their points have come.
+        for viewer in self.watch(speed=2):
             self.assertGreater(len({event["pass"] for event in viewer.lines()}), LEAST_PASSES)
             self.assert_sent_once(viewer)
 

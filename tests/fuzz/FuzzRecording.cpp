@@ -41,7 +41,7 @@ public:
         if (channel.messageEncoding != LinkForm::kStreamEncoding) {
             return;
         }
-        m_items.Add(message.logTime, message.channelId / 2,
+        m_items.Add(message.logTime, static_cast<std::uint16_t>((message.channelId + 1U) / 2U),
                     message.channelId % 2 == 1 ? ELinkDirection::ToService
                                                : ELinkDirection::ToApplication,
                     message.data);

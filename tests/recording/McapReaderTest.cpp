@@ -151,6 +151,29 @@ TEST(McapReader, AllocatesNothingForALengthThatIsNotThere)
     }
 }
 
+TEST(McapReader, NoticesAnyByteThatHasChanged)
+{
+    for (const bool inChunks : {false, true}) {
+        const Written written = Generate(5, inChunks);
+        ASSERT_EQ(0U, ReadBack(written.file).wrongChecksums);
+        for (std::size_t at = 0; at < written.file.size(); ++at) {
+            std::string file = written.file;
+            file[at] = static_cast<char>(file[at] ^ 1);
+            const CReadBack found = ReadBack(file);
+            ASSERT_TRUE(found.end != EMcapStep::End || found.wrongChecksums > 0) << at;
+        }
+    }
+}
+
+TEST(McapReader, ChecksAttachmentsBesideTheFile)
+{
+    const Written written = Generate(5, false);
+    const std::size_t at = written.file.find("x,y");
+    ASSERT_NE(std::string::npos, at);
+    // Of the attachment and of the file.
+    EXPECT_EQ(2U, ReadBack(WithNumber(written.file, at, 'z', 1)).wrongChecksums);
+}
+
 TEST(McapReader, PassesOverWhatItDoesNotKnow)
 {
     const Written written = Generate(2, false);

@@ -206,6 +206,38 @@ TEST(RecordingFiles, NoticeThatTheirFileHasGoneOrWasChanged)
     EXPECT_NE(std::string::npos, file.Problem().find("removed")) << file.Problem();
 }
 
+TEST(RecordingFiles, EndWhereAnotherProgramHasCutTheirFileWhileTheyWrite)
+{
+    for (const long left : {300L, 0L}) {
+        const CFolder folder;
+        CRecordingFiles files(Origin(), {});
+        ASSERT_TRUE(files.Begin(folder / "a.mcap", "somebody"));
+        for (int count = 0; count < 100; ++count) {
+            files.Bytes(ELinkDirection::ToService, std::string(100, 'x'));
+        }
+        ASSERT_TRUE(files.IsOn());
+        ASSERT_EQ(0, ::truncate((folder / "a.mcap").c_str(), left));
+        // Far less than a second: no record may make the size right again.
+        for (const auto end = RecordingTime() + 100'000'000; RecordingTime() < end;) {
+            files.Bytes(ELinkDirection::ToService, std::string(100, 'x'));
+        }
+        EXPECT_FALSE(files.IsOn());
+        EXPECT_NE(std::string::npos, files.Problem().find("changed")) << files.Problem();
+    }
+}
+
+TEST(RecordingFiles, NoticeAtTheirEndThatAnotherProgramHasCutThem)
+{
+    const CFolder folder;
+    CRecordingFiles files(Origin(), {});
+    ASSERT_TRUE(files.Begin(folder / "a.mcap", "somebody"));
+    files.Bytes(ELinkDirection::ToService, std::string(1000, 'x'));
+    ASSERT_EQ(0, ::truncate((folder / "a.mcap").c_str(), 300));
+    files.Bytes(ELinkDirection::ToService, std::string(1000, 'x'));
+    files.End();
+    EXPECT_NE(std::string::npos, files.Problem().find("changed")) << files.Problem();
+}
+
 TEST(RecordingClock, NeverGoesBackAndTellsTheTime)
 {
     const std::uint64_t first = RecordingTime();

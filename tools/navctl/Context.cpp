@@ -53,6 +53,8 @@ void CContext::Record()
             : NumberedPath(options.recording, "connection" + std::to_string(m_connections));
     if (!m_navigation->StartRecording(path)) {
         WriteError("nothing is recorded: " + m_navigation->LastRecordingError());
+    } else if (!m_navigation->LastRecordingError().empty()) {
+        WriteError(m_navigation->LastRecordingError()); // a limit that cannot be read
     }
 }
 

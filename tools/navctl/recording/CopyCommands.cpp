@@ -27,6 +27,15 @@ public:
     {
     }
 
+    ~CCopy()
+    {
+        if (!m_isFinished) { // also where there was no memory to go on
+            m_file.Remove();
+        }
+    }
+    CCopy(const CCopy&) = delete;
+    CCopy& operator=(const CCopy&) = delete;
+
     bool Begin()
     {
         if (!m_source.Problem().empty()) {
@@ -48,12 +57,12 @@ public:
     {
         const bool isWritten = writer.Finish();
         if (!isWritten) {
-            m_file.Remove();
             return m_context.Fail(kExitCannotWrite, m_file.Problem());
         }
         if (!FinishReading(m_context, m_source)) {
-            return m_file.Remove();
+            return;
         }
+        m_isFinished = true;
         const std::uint64_t messages = writer.MessageCount();
         m_context.Print({{"outcome", "done"},
                          {"file", m_target},
@@ -70,6 +79,7 @@ private:
     std::string m_target;
     CRecording m_source;
     CLiveFile m_file;
+    bool m_isFinished = false;
 };
 
 void Compress(CContext& context, const CCopyOptions& options)
@@ -99,8 +109,9 @@ void Cut(CContext& context, const CCopyOptions& options)
     }
     CTimeSpan span(options.from, options.to);
     CRecording& source = copy.Source();
-    CRecordingCut cut(source.Reader(), source.Link(), copy.File(),
-                      [&span](std::uint64_t time) { return span.Has(time); });
+    CRecordingCut cut(
+        source.Reader(), source.Link(), copy.File(),
+        [&span, &source](std::uint64_t time) { return span.Has(time, source.Link().Start()); });
     CRecordedItem item;
     while (source.NextItem(item) == EMcapStep::Record) {
         cut.Add(item);

@@ -1,3 +1,4 @@
+#include <limits>
 #include <map>
 #include <memory>
 #include <utility>
@@ -93,27 +94,55 @@ void Info(CContext& context, const CLookOptions& options)
 
 /// Gives every message that is wanted to `take`, until that returns false.
 ///
-/// @return whether the recording could be read.
+/// @return what is wrong with the span of time or with the recording, of which all that comes
+/// before has been given; empty where nothing is.
 template <typename Take>
-bool ForEach(CContext& context, const std::string& file, const CItemFilter& filter, Take take)
+std::string ForEach(const std::string& file, const CItemFilter& filter, Take take)
 {
     CTimeSpan span(filter.from, filter.to);
     if (!span.Problem().empty()) {
-        context.Fail(kExitUsage, span.Problem());
-        return false;
+        return span.Problem();
     }
     CRecording recording(file);
-    if (filter.text.empty()) {
-        recording.Link().ReadValuesOf(
-            [&](const CRecordedItem& head) { return span.Has(head.time) && Passes(head, filter); });
-    }
+    const auto isWithin = [&](const CRecordedItem& item) {
+        return span.Has(item.time, recording.Link().Start());
+    };
+    recording.Link().ReadValuesOf(
+        [&](const CRecordedItem& head) { return isWithin(head) && MayPass(head, filter); });
     CRecordedItem item;
     while (recording.NextItem(item) == EMcapStep::Record) {
-        if (span.Has(item.time) && Passes(item, filter) && !take(item)) {
-            return true;
+        if (isWithin(item) && Passes(item, filter) && !take(item)) {
+            return {};
         }
     }
-    return FinishReading(context, recording);
+    recording.ClearProgress();
+    if (recording.Problem().empty() && !recording.Remark().empty()) {
+        WriteError(recording.Remark());
+    }
+    return recording.Problem();
+}
+
+/// The end of a result that has been written in pieces: one JSON value, also of a file that was bad
+/// somewhere.
+///
+/// @param end what closes the pieces: "]".
+void FinishPieces(CContext& context, const std::string& pieces, const std::string& end,
+                  const std::string& problem)
+{
+    std::string last = context.WritesJson() ? end : "";
+    if (!problem.empty()) {
+        WriteError(problem);
+        const Json failure{{"outcome", "failed"},
+                           {"exit_code", static_cast<int>(kExitUsage)},
+                           {"reason", problem}};
+        last += context.WritesJson()
+                    ? "," + failure.dump(-1, ' ', false, Json::error_handler_t::replace).substr(1)
+                    : "";
+        context.Finish(kExitUsage);
+    } else {
+        last += context.WritesJson() ? "}" : "";
+    }
+    context.Output().Write(pieces + last + (context.WritesJson() ? "\n" : ""));
 }
 
 void List(CContext& context, const CLookOptions& options)
@@ -121,7 +150,7 @@ void List(CContext& context, const CLookOptions& options)
     // Written as it is read: a recording may be longer than memory.
     std::string pieces = context.WritesJson() ? "{\"items\":[" : "";
     const char* between = "";
-    const bool isRead = ForEach(context, options.file, options.filter, [&](CRecordedItem& item) {
+    const std::string problem = ForEach(options.file, options.filter, [&](CRecordedItem& item) {
         const Json json = context.WritesJson() ? ItemJson(item) : Json();
         pieces += context.WritesJson()
                       ? between + json.dump(-1, ' ', false, Json::error_handler_t::replace)
@@ -133,9 +162,7 @@ void List(CContext& context, const CLookOptions& options)
         }
         return !context.Output().HasFailed();
     });
-    if (isRead || !context.WritesJson()) {
-        context.Output().Write(pieces + (context.WritesJson() ? "]}\n" : ""));
-    }
+    FinishPieces(context, pieces, "]", problem);
 }
 
 void Show(CContext& context, const CLookOptions& options)
@@ -143,12 +170,12 @@ void Show(CContext& context, const CLookOptions& options)
     CRecordedItem found;
     CItemFilter filter;
     filter.number = options.number;
-    const bool isRead = ForEach(context, options.file, filter, [&](CRecordedItem& item) {
+    const std::string problem = ForEach(options.file, filter, [&](CRecordedItem& item) {
         found = std::move(item);
         return false;
     });
-    if (!isRead) {
-        return;
+    if (!problem.empty()) {
+        return context.Fail(kExitUsage, problem);
     }
     if (found.number == 0) {
         return context.Fail(kExitUsage,
@@ -171,38 +198,33 @@ std::string CsvField(const std::string& text)
     return field + "\"";
 }
 
-/// Writes rows as they are read; in JSON, as pieces of one text.
-void GiveRows(CContext& context, std::string& rows)
+/// Rows as they are written; in JSON, a piece of a text.
+std::string TakeRows(const CContext& context, std::string& rows)
 {
+    std::string piece = std::exchange(rows, {});
     if (context.WritesJson()) {
-        rows = Json(rows).dump(-1, ' ', false, Json::error_handler_t::replace);
-        rows = rows.substr(1, rows.size() - 2);
+        piece = Json(piece).dump(-1, ' ', false, Json::error_handler_t::replace);
+        piece = piece.substr(1, piece.size() - 2);
     }
-    context.Output().Write(rows);
-    rows.clear();
+    return piece;
 }
 
 void ToCsv(CContext& context, const CLookOptions& options)
 {
     std::string rows = "number,time,client,kind,name,request,error,value\n";
     std::string start = context.WritesJson() ? "{\"content\":\"" : "";
-    const bool isRead = ForEach(context, options.file, options.filter, [&](CRecordedItem& item) {
+    const std::string problem = ForEach(options.file, options.filter, [&](CRecordedItem& item) {
         const std::string value = item.value.dump(-1, ' ', false, Json::error_handler_t::replace);
         rows += std::to_string(item.number) + "," + TimeText(item.time) + "," +
-                std::to_string(item.client) + "," + NameOf(item.kind) + "," + CsvField(item.name) +
-                "," + std::to_string(item.request) + "," + (item.isError ? "1," : "0,") +
-                CsvField(value) + "\n";
+                std::to_string(item.client) + "," + NameOf(item.kind) + "," +
+                CsvField(InOneLine(item.name)) + "," + std::to_string(item.request) + "," +
+                (item.isError ? "1," : "0,") + CsvField(Printable(value)) + "\n";
         if (rows.size() > kBytesAtOnce) {
-            context.Output().Write(std::exchange(start, {}));
-            GiveRows(context, rows);
+            context.Output().Write(std::exchange(start, {}) + TakeRows(context, rows));
         }
         return !context.Output().HasFailed();
     });
-    if (isRead) {
-        context.Output().Write(start);
-        GiveRows(context, rows);
-        context.Output().Write(context.WritesJson() ? "\"}\n" : "");
-    }
+    FinishPieces(context, start + TakeRows(context, rows), "\"", problem);
 }
 
 /// The next message of a recording that is part of a comparison: times and numbers of messages are
@@ -306,7 +328,9 @@ void AddFilter(CLI::App& command, CItemFilter& filter)
     command.add_option("--from", filter.from, "From then on: seconds since the start, or a time")
         ->type_name("TIME");
     command.add_option("--to", filter.to, "Up to then")->type_name("TIME");
-    command.add_option("--client", filter.client, "Of that client alone")->type_name("N");
+    command.add_option("--client", filter.client, "Of that client alone")
+        ->check(WholeNumberWithin(1, std::numeric_limits<int>::max()))
+        ->type_name("N");
 }
 
 } // namespace
@@ -326,7 +350,9 @@ void AddLookCommands(CLI::App& group, CContext& context)
     }
     AddFilter(*list, options->filter);
     AddFilter(*csv, options->filter);
-    show->add_option("N", options->number, "The number of the message, as list has it")->required();
+    show->add_option("N", options->number, "The number of the message, as list has it")
+        ->check(WholeNumberWithin(1, std::numeric_limits<int>::max()))
+        ->required();
     diff->add_option("OTHER", options->other, "The recording to compare with")->required();
     diff->add_option("--tolerance", options->tolerance, "By how much numbers may differ")
         ->check(NumberWithin(0.0, 1e9, "0 to 1e9"))

@@ -108,10 +108,14 @@ private:
 
     void Compare(const CRecordedItem& recorded, const CRecordedItem& item)
     {
+        // That reply has the options with which the service was started, the recording's file
+        // among them.
+        const bool isCompared = recorded.name != "simulator_describe";
         const std::string difference =
             recorded.isError != item.isError
                 ? std::string(item.isError ? "an error" : "a value") + " in place of the other"
-                : DifferenceOf(recorded.value, item.value, m_tolerance);
+            : !isCompared ? std::string()
+                          : DifferenceOf(ValueOf(recorded), item.value, m_tolerance);
         if (difference.empty()) {
             ++identical;
         } else {
@@ -192,7 +196,8 @@ private:
             return WaitForAll(place);
         }
         const double seconds =
-            static_cast<double>(m_script.items[place].time - m_script.start) / 1e9;
+            std::chrono::duration<double>(Later(m_script.items[place].time, m_script.start))
+                .count();
         const auto moment = m_start + std::chrono::duration_cast<Clock::duration>(
                                           std::chrono::duration<double>(seconds / m_options.rate));
         do {
@@ -302,5 +307,13 @@ private:
 
 void RunPlay(CContext& context, const CReplayOptions& options, CReplayScript script)
 {
+    if (script.advancer != 0) {
+        return context.Fail(kExitUsage,
+                            options.file + ": client " + std::to_string(script.advancer) +
+                                " advanced the service's clock beside client " +
+                                std::to_string(options.client) +
+                                ", which one client cannot play alone; an application that is to "
+                                "be played advances the clock itself");
+    }
     CPlay(context, options, std::move(script)).Run();
 }

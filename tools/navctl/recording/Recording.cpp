@@ -22,6 +22,23 @@ double SecondsNow()
     return std::chrono::duration<double>(now).count();
 }
 
+/// Whether a time names a moment, in place of seconds since the start.
+bool IsMoment(const std::string& text)
+{
+    return text.find('T') != std::string::npos;
+}
+
+/// Whether a text can stand in a message's text only where its bytes, or its name, have it as it
+/// is: it needs no escaping, and a letter of it is in no number, null, true, false or byte string.
+bool StandsInBytes(const std::string& text)
+{
+    constexpr std::string_view kPlain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_"
+                                        "0123456789";
+    constexpr std::string_view kInOthers = "abcdefilnprstuyE0123456789";
+    return text.find_first_not_of(kPlain) == std::string::npos &&
+           text.find_first_not_of(kInOthers) != std::string::npos;
+}
+
 /// A time: 2026-11-22T10:15:30[.123][Z], or seconds since the start.
 std::optional<std::uint64_t> ReadTime(const std::string& text, std::uint64_t start)
 {
@@ -134,12 +151,12 @@ std::string TimeText(std::uint64_t nanoseconds)
     return whole;
 }
 
-bool CTimeSpan::Has(std::uint64_t time)
+bool CTimeSpan::Has(std::uint64_t time, std::uint64_t start)
 {
-    if (!m_first) {
-        m_first = time;
-        m_begin = m_from.empty() ? 0 : ReadTime(m_from, time).value_or(0);
-        m_end = m_to.empty() ? ~std::uint64_t{0} : ReadTime(m_to, time).value_or(0);
+    if (!m_isRead) {
+        m_isRead = true;
+        m_begin = m_from.empty() ? 0 : ReadTime(m_from, start).value_or(0);
+        m_end = m_to.empty() ? ~std::uint64_t{0} : ReadTime(m_to, start).value_or(0);
     }
     return time >= m_begin && time <= m_end;
 }
@@ -152,7 +169,10 @@ std::string CTimeSpan::Problem() const
                           "2026-11-22T10:15:30Z are";
         }
     }
-    return {};
+    const bool areAlike = !m_from.empty() && !m_to.empty() && IsMoment(m_from) == IsMoment(m_to);
+    return areAlike && *ReadTime(m_to, 0) < *ReadTime(m_from, 0)
+               ? "--to " + m_to + " lies before --from " + m_from
+               : std::string();
 }
 
 Json ItemJson(const CRecordedItem& item)
@@ -166,23 +186,42 @@ Json ItemJson(const CRecordedItem& item)
     return json;
 }
 
+std::string InOneLine(const std::string& name)
+{
+    std::string line;
+    for (const char character : name) {
+        line += character == '\n' ? "\\x0a" : std::string(1, character);
+    }
+    return Printable(line);
+}
+
 std::string ItemText(const CRecordedItem& item)
 {
     std::string text = std::to_string(item.number) + "  " + TimeText(item.time) + "  ";
     if (item.client > 1) {
         text += "client " + std::to_string(item.client) + "  ";
     }
-    text += std::string(NameOf(item.kind)) + " " + item.name;
+    text += std::string(NameOf(item.kind)) + " " + InOneLine(item.name);
     text += item.kind == ERecorded::Reply ? (item.isError ? " error: " : " = ") : " ";
     return text + ShortText(item.value);
 }
 
 bool Passes(const CRecordedItem& item, const CItemFilter& filter)
 {
-    return (filter.operation.empty() || item.name == filter.operation) &&
-           (filter.client == 0 || item.client == filter.client) &&
-           (filter.number == 0 || item.number == filter.number) &&
+    return MayPass(item, filter) &&
            (filter.text.empty() ||
             (item.name + " " + ShortText(item.value, 1'000'000)).find(filter.text) !=
                 std::string::npos);
+}
+
+bool MayPass(const CRecordedItem& head, const CItemFilter& filter)
+{
+    const bool isWanted = (filter.operation.empty() || head.name == filter.operation) &&
+                          (filter.client == 0 || head.client == filter.client) &&
+                          (filter.number == 0 || head.number == filter.number);
+    // What became of a connection, and what is not a message, has its text without bytes.
+    return isWanted &&
+           (filter.text.empty() || head.kind == ERecorded::State || head.kind == ERecorded::Bad ||
+            !StandsInBytes(filter.text) || head.bytes.find(filter.text) != std::string::npos ||
+            head.name.find(filter.text) != std::string::npos);
 }

@@ -72,23 +72,30 @@ class CTimeSpan
 {
 public:
     CTimeSpan(std::string from, std::string to) : m_from(std::move(from)), m_to(std::move(to)) {}
-    /// Whether a time lies in the span. The first that is asked for is the start.
-    bool Has(std::uint64_t time);
+    /// Whether a time lies in the span.
+    ///
+    /// @param start of the recording, CRecordedLink::Start(); the same at every call.
+    bool Has(std::uint64_t time, std::uint64_t start);
     /// What is wrong with the words; empty when nothing is.
     std::string Problem() const;
 
 private:
     std::string m_from;
     std::string m_to;
-    std::optional<std::uint64_t> m_first;
+    bool m_isRead = false;
     std::uint64_t m_begin = 0;
     std::uint64_t m_end = 0;
 };
 
+/// A name from a file for people: printable, and no line of its own.
+std::string InOneLine(const std::string& name);
 /// A message as JSON and as a line of text.
 Json ItemJson(const CRecordedItem& item);
 std::string ItemText(const CRecordedItem& item);
 /// Whether a message passes a filter, its span of time aside.
 bool Passes(const CRecordedItem& item, const CItemFilter& filter);
+/// Whether a message whose value has not been read may pass a filter; only what may is worth
+/// reading.
+bool MayPass(const CRecordedItem& head, const CItemFilter& filter);
 
 #endif

@@ -1,3 +1,4 @@
+#include <limits>
 #include <memory>
 
 #include "tools/navctl/UsageProblem.h"
@@ -13,6 +14,7 @@ void AddReplayCommand(CLI::App& command, CContext& context,
 {
     command.add_option("FILE", options->file, "The recording")->required();
     command.add_option("--client", options->client, "Of many recorded clients, that one")
+        ->check(WholeNumberWithin(1, std::numeric_limits<int>::max()))
         ->type_name("N");
     command.add_option("--tolerance", options->tolerance, "By how much numbers may differ")
         ->check(NumberWithin(0.0, 1e9, "0 to 1e9"))

@@ -1,6 +1,8 @@
 #include "tools/navctl/recording/ReplayScript.h"
 
+#include <algorithm>
 #include <set>
+#include <utility>
 
 #include "platform/BEncoder.h"
 #include "tools/navctl/recording/Recording.h"
@@ -11,6 +13,9 @@ namespace {
 constexpr std::size_t kMostBytes = std::size_t{512} * 1024 * 1024;
 constexpr std::size_t kBytesBesides = 512; // of a message, about
 constexpr std::size_t kMostNamed = 10;     // clients in the words of a failure
+
+/// The operation by which a client of a stepped simulator has time go on.
+const char* const kAdvance = "simulator_advance";
 
 bool IsPlayed(ERecorded kind)
 {
@@ -28,6 +33,19 @@ std::string Listed(const std::set<std::uint64_t>& clients)
         text += (text.empty() ? "" : ", ") + std::to_string(client);
     }
     return text;
+}
+
+/// How many bytes the head of a list, or a whole number, takes at a place of a message.
+std::size_t HeadLength(const std::string& message, std::size_t place)
+{
+    const unsigned first = place < message.size() ? static_cast<unsigned char>(message[place]) : 0;
+    if (first >= 0xCCU && first <= 0xD3U) { // unsigned and signed numbers of 1, 2, 4 and 8 bytes
+        return 1 + (std::size_t{1} << ((first - 0xCCU) % 4));
+    }
+    if (first == 0xDCU || first == 0xDDU) { // lists whose count has 2 or 4 bytes
+        return first == 0xDCU ? 3 : 5;
+    }
+    return 1;
 }
 
 /// The front of a reply: its list, its kind and its number.
@@ -58,8 +76,12 @@ std::optional<CReplayScript> ReadScript(CContext& context, const std::string& fi
         if (IsPlayed(item.kind)) {
             clients.insert(item.client);
         }
+        if (!isWanted && item.kind == ERecorded::Request && item.name == kAdvance) {
+            script.advancer = item.client;
+        }
         if (isWanted && IsPlayed(item.kind)) {
             bytes += item.bytes.size() * 2 + kBytesBesides;
+            item.value = nullptr;
             script.items.push_back(std::move(item));
         }
     }
@@ -87,17 +109,30 @@ std::optional<CReplayScript> ReadScript(CContext& context, const std::string& fi
     return script;
 }
 
+nlohmann::ordered_json ValueOf(const CRecordedItem& item)
+{
+    CRecordedItem read;
+    ReadLinkMessage(item.bytes, item.fromApplication, read);
+    return std::move(read.value);
+}
+
+std::chrono::nanoseconds Later(std::uint64_t time, std::uint64_t than)
+{
+    constexpr std::uint64_t kTenYears = 315'360'000'000'000'000;
+    const std::uint64_t difference = time > than ? time - than : 0;
+    return std::chrono::nanoseconds(std::min(difference, kTenYears));
+}
+
 std::string WithNumber(const std::string& reply, std::uint64_t number)
 {
-    // Behind the list's byte and the kind's stands the number, in one of five lengths.
-    const unsigned first = reply.size() > 2 ? static_cast<unsigned char>(reply[2]) : 0;
-    std::size_t length = 1;
-    if (first >= 0xCCU && first <= 0xCFU) {
-        length += std::size_t{1} << (first - 0xCCU);
-    } else if (first >= 0xD0U && first <= 0xD3U) {
-        length += std::size_t{1} << (first - 0xD0U);
-    }
-    return FrontOfReply(number) + reply.substr(std::min(2 + length, reply.size()));
+    // The service may write a list or a number longer than it must: what is not the number stays.
+    const std::size_t kind = HeadLength(reply, 0);
+    const std::size_t begin = kind + HeadLength(reply, kind);
+    const std::size_t end = begin + HeadLength(reply, begin);
+    BEncoderC encoder;
+    encoder.WriteUnsigned(number);
+    return reply.substr(0, begin) + std::string(encoder.Data(), encoder.Size()) +
+           reply.substr(std::min(end, reply.size()));
 }
 
 std::string ErrorReply(std::uint64_t number, const std::string& text)

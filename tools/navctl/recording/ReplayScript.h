@@ -1,6 +1,7 @@
 #ifndef KESTROVE_TOOLS_NAVCTL_RECORDING_REPLAYSCRIPT_H
 #define KESTROVE_TOOLS_NAVCTL_RECORDING_REPLAYSCRIPT_H
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -13,7 +14,9 @@
 struct CReplayScript
 {
     std::uint64_t start = 0; ///< when it connected, nanoseconds since 1970
-    /// Requests, notifications, replies and events.
+    /// Another client that advanced the service's clock meanwhile; 0 where there is none.
+    std::uint64_t advancer = 0;
+    /// Requests, notifications, replies and events, without their values: see ValueOf().
     std::vector<CRecordedItem> items;
 };
 
@@ -23,6 +26,12 @@ struct CReplayScript
 /// @return nothing when there is no such script; the failure has been reported then.
 std::optional<CReplayScript> ReadScript(CContext& context, const std::string& file,
                                         std::uint64_t client);
+
+/// The value of a message of a script. A script keeps bytes alone: values may take many times as
+/// much memory.
+nlohmann::ordered_json ValueOf(const CRecordedItem& item);
+/// How much later than another time a time is, at least 0 and at most ten years.
+std::chrono::nanoseconds Later(std::uint64_t time, std::uint64_t than);
 
 /// A reply as it was recorded, to the request of another number.
 std::string WithNumber(const std::string& reply, std::uint64_t number);

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "tools/navctl/feed/Interrupt.h"
+#include "tools/navctl/recording/Recording.h"
 #include "tools/navctl/recording/ReplayLink.h"
 #include "tools/navctl/recording/ReplayRun.h"
 #include "tools/navctl/recording/ValueComparison.h"
@@ -19,9 +20,18 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-std::string Described(const CRecordedItem& item)
+/// Of messages that did not fit, how much is kept with their values for the JSON value.
+constexpr std::size_t kMostToldBytes = std::size_t{1024} * 1024;
+
+/// A message in words, with its kind: a notification in the place of a request does not fit.
+std::string Described(const CRecordedItem& item, const Json& value)
 {
-    return item.name + " " + ShortText(item.value);
+    return std::string(NameOf(item.kind)) + " " + InOneLine(item.name) + " " + ShortText(value);
+}
+
+Json MessageJson(const CRecordedItem& item, const Json& value)
+{
+    return {{"kind", NameOf(item.kind)}, {"name", item.name}, {"arguments", value}};
 }
 
 /// The service that a recording makes: one application at a time, in its order.
@@ -140,8 +150,7 @@ private:
     {
         for (const CRecordedItem& item : m_script.items) {
             if (!m_options.stepped && item.kind == ERecorded::Event) {
-                m_due.emplace(m_start + std::chrono::nanoseconds(item.time - m_script.start),
-                              item.bytes);
+                m_due.emplace(m_start + Later(item.time, m_script.start), item.bytes);
             }
         }
         if (m_options.stepped) {
@@ -191,7 +200,8 @@ private:
             ++m_fitted;
             m_numbers[recorded.number] = item.id;
         } else {
-            Refuse(item, number, "recorded is " + Described(recorded), &recorded);
+            Refuse(item, number, "recorded is " + Described(recorded, ValueOf(recorded)),
+                   &recorded);
         }
         if (m_options.stepped) {
             SendBehind(m_asked[number - 1] + 1,
@@ -207,23 +217,28 @@ private:
             return "another operation";
         }
         return m_options.lenient ? std::string()
-                                 : DifferenceOf(recorded.value, item.value, m_options.tolerance);
+                                 : DifferenceOf(ValueOf(recorded), item.value, m_options.tolerance);
     }
 
     void Refuse(const CRecordedItem& item, std::size_t number, const std::string& reason,
                 const CRecordedItem* recorded)
     {
         const std::string text = "message " + std::to_string(number) +
-                                 " does not fit the recording: came " + Described(item) + "; " +
-                                 reason;
+                                 " does not fit the recording: came " +
+                                 Described(item, item.value) + "; " + reason;
         ++m_misfits;
-        Tell(number, text,
-             Json{{"number", number},
-                  {"came", {{"name", item.name}, {"arguments", item.value}}},
-                  {"recorded", recorded == nullptr ? Json()
-                                                   : Json{{"name", recorded->name},
-                                                          {"arguments", recorded->value},
-                                                          {"number", recorded->number}}}});
+        Json entry{{"number", number}, {"came", Json()}, {"recorded", Json()}};
+        m_toldBytes += item.bytes.size() + (recorded == nullptr ? 0 : recorded->bytes.size());
+        if (m_toldBytes > kMostToldBytes) {
+            entry = nullptr; // its words alone are kept
+        } else {
+            entry["came"] = MessageJson(item, item.value);
+        }
+        if (!entry.is_null() && recorded != nullptr) {
+            entry["recorded"] = MessageJson(*recorded, ValueOf(*recorded));
+            entry["recorded"]["number"] = recorded->number;
+        }
+        Tell(number, text, entry);
         if (item.kind == ERecorded::Request) {
             Send(ErrorReply(item.id, text));
         }
@@ -249,7 +264,7 @@ private:
         const auto reply = m_replies.find(request.number);
         if (request.kind == ERecorded::Request && reply != m_replies.end()) {
             const CRecordedItem& item = m_script.items[reply->second];
-            m_due.emplace(Clock::now() + std::chrono::nanoseconds(item.time - request.time),
+            m_due.emplace(Clock::now() + Later(item.time, request.time),
                           WithNumber(item.bytes, m_numbers[request.number]));
         }
     }
@@ -310,6 +325,7 @@ private:
     std::size_t m_fitted = 0;
     std::size_t m_misfits = 0;
     Json m_told = Json::array();
+    std::size_t m_toldBytes = 0; // of the messages that are kept with their values
 };
 
 } // namespace
