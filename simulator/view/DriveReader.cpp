@@ -27,22 +27,11 @@ std::string TimeWords(double seconds)
     return text;
 }
 
-/// The seconds from the first time that is asked for to another one.
-class CSinceStart
+/// The seconds since a recording's start.
+double SecondsOf(const CRecordedLink& link, std::uint64_t time)
 {
-public:
-    double operator()(std::uint64_t time)
-    {
-        if (m_start == 0) {
-            m_start = time;
-        }
-        return time < m_start ? 0.0 : static_cast<double>(time - m_start) / kNanoseconds;
-    }
-    std::uint64_t Start() const { return m_start; }
-
-private:
-    std::uint64_t m_start = 0;
-};
+    return time < link.Start() ? 0.0 : static_cast<double>(time - link.Start()) / kNanoseconds;
+}
 
 /// What is to be said of a recording that has been read as far as it goes.
 std::string ProblemOf(EMcapStep end, const CFileSource& source, const CMcapReader& reader,
@@ -108,7 +97,6 @@ RecordedDrive ReadDrive(const std::string& path, ReadingProgress& progress)
     CMcapReader reader(source, Decompressions());
     CRecordedLink link(reader);
     CDriveTelling telling;
-    CSinceStart since;
     double last = 0.0;
     progress.size = source.Size();
     link.ReadValuesOf(CDriveTelling::Wants);
@@ -116,9 +104,9 @@ RecordedDrive ReadDrive(const std::string& path, ReadingProgress& progress)
         EndWorkIfStopped();
         progress.position = reader.Position();
         if (reader.Kind() == EMcapRecord::Message) {
-            last = std::max(last, since(reader.Message().logTime));
+            last = std::max(last, SecondsOf(link, reader.Message().logTime));
             if (!isOfLink) {
-                TakeBeside(reader, since(reader.Message().logTime), telling);
+                TakeBeside(reader, SecondsOf(link, reader.Message().logTime), telling);
             }
         }
     });
@@ -126,10 +114,10 @@ RecordedDrive ReadDrive(const std::string& path, ReadingProgress& progress)
     EMcapStep step = EMcapStep::Record;
     while ((step = link.Next(item)) == EMcapStep::Record) {
         EndWorkIfStopped();
-        telling.TakeItem(since(item.time), item);
+        telling.TakeItem(SecondsOf(link, item.time), item);
     }
     progress.position = progress.size.load();
-    return {telling.View(), since.Start(), ProblemOf(step, source, reader, telling, last)};
+    return {telling.View(), link.Start(), ProblemOf(step, source, reader, telling, last)};
 }
 
 std::string ProblemOfRecording(const std::string& path)
@@ -149,11 +137,10 @@ std::string PartOfRecording(const std::string& path, double from, double to, std
     CMcapReader reader(source, Decompressions());
     CRecordedLink link(reader);
     CMemoryPart part;
-    CSinceStart since;
     bool isBehind = false;
     CRecordingCut cut(reader, link, part, [&](std::uint64_t time) {
         EndWorkIfStopped();
-        const double seconds = since(time);
+        const double seconds = SecondsOf(link, time);
         isBehind = seconds > to;
         return seconds >= from && seconds <= to;
     });

@@ -1,6 +1,7 @@
 #include "tools/navctl/recording/ReplayScript.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 #include <utility>
 
@@ -58,6 +59,23 @@ std::string FrontOfReply(std::uint64_t number)
     return {encoder.Data(), encoder.Size()};
 }
 
+/// Why what has been read cannot be played; empty when it can.
+std::string ProblemOf(const std::map<std::string, std::string>& origin, const CReplayScript& script,
+                      const std::set<std::uint64_t>& clients, std::uint64_t client)
+{
+    const auto side = origin.find("side");
+    const bool isServices = side != origin.end() && side->second == "service";
+    if (client == 0 && isServices && clients.size() > 1) {
+        return " has many clients; --client N with one of " + Listed(clients);
+    }
+    if (script.items.empty()) {
+        return ": there is nothing to play" +
+               (client == 0 ? "" : " of client " + std::to_string(client)) +
+               (clients.empty() ? "" : "; there are clients " + Listed(clients));
+    }
+    return {};
+}
+
 } // namespace
 
 std::optional<CReplayScript> ReadScript(CContext& context, const std::string& file,
@@ -92,18 +110,9 @@ std::optional<CReplayScript> ReadScript(CContext& context, const std::string& fi
     if (!FinishReading(context, recording)) {
         return std::nullopt;
     }
-    const auto side = recording.Link().Origin().find("side");
-    const bool isServices = side != recording.Link().Origin().end() && side->second == "service";
-    if (client == 0 && isServices && clients.size() > 1) {
-        context.Fail(kExitUsage,
-                     file + " has many clients; --client N with one of " + Listed(clients));
-        return std::nullopt;
-    }
-    if (script.items.empty()) {
-        context.Fail(kExitUsage,
-                     file + ": there is nothing to play" +
-                         (client == 0 ? "" : " of client " + std::to_string(client)) +
-                         (clients.empty() ? "" : "; there are clients " + Listed(clients)));
+    if (const std::string problem = ProblemOf(recording.Link().Origin(), script, clients, client);
+        !problem.empty()) {
+        context.Fail(kExitUsage, file + problem);
         return std::nullopt;
     }
     return script;
