@@ -112,7 +112,8 @@ export class Timeline {
 
   /** What lies over the page when it looks back is not to hide the strip. Not under a finger, which would move it. */
   comeIntoView() {
-    requestAnimationFrame(() => this.slider.scrollIntoView({ block: "nearest" }));
+    // In the frame after the next one what lies over the page has its new height.
+    requestAnimationFrame(() => requestAnimationFrame(() => this.slider.scrollIntoView({ block: "nearest" })));
   }
 
   drawTo({ clientX }) {
