@@ -345,10 +345,11 @@ test("the trail ends under the machine while that is drawn on its way from state
   for (let i = 1; i <= 8; i += 1) {
     service.tell(1 + 5 * i, [0.5, 12 * i], following);
     await until(async () => await text("fact-time") === `00:${String(1 + 5 * i).padStart(2, "0")}`, "the state is shown");
+    await until(() => page.evaluate((least) => window.drawings_.filter(({ end }) => end !== null).length >= least, i),
+      "it is drawn");
   }
   const drawings = await page.evaluate(() => window.drawings_);
   const withTrail = drawings.filter(({ end }) => end !== null);
-  assert.ok(withTrail.length >= 8, `${withTrail.length} drawings with a trail`);
   const away = withTrail.filter(({ end, places }) => !places.some((place) =>
     Math.hypot(place[0] - end[0], place[1] - end[1]) < 0.01));
   assert.deepEqual(away, []);
